@@ -1,0 +1,48 @@
+# What every layer has in common: language level, warnings, hidden symbols, sanitizers, install names.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+include(GNUInstallDirs)
+
+if(JTW_SANITIZE)
+  add_compile_options(-fsanitize=${JTW_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${JTW_SANITIZE})
+endif()
+
+# Warnings for our own targets only.
+function(jtw_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion)
+  if(JTW_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# jtw_library(NAME SOURCES ... LINK ... PRIVATE_LINK ...)
+# A layer: target Jtw::NAME, library libJtwNAME (the top layer: libJtw), public headers in include/.
+function(jtw_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK;PRIVATE_LINK" ${ARGN})
+  add_library(${name} ${ARG_SOURCES})
+  add_library(Jtw::${name} ALIAS ${name})
+  if(name STREQUAL "Jtw")
+    set(output Jtw)
+  else()
+    set(output Jtw${name})
+  endif()
+  set_target_properties(${name} PROPERTIES OUTPUT_NAME ${output} VERSION ${PROJECT_VERSION}
+                                           SOVERSION ${PROJECT_VERSION_MAJOR})
+  target_include_directories(
+    ${name}
+    PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
+           $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/jtw>
+    PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/src)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE ${ARG_PRIVATE_LINK})
+  jtw_warnings(${name})
+  install(TARGETS ${name} EXPORT JtwTargets)
+  install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/jtw)
+endfunction()
