@@ -1,0 +1,42 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "JtExport.h"
+
+/// 128-bit identifier of a segment or an object type, in the field form of ISO 14306: the first three
+/// fields follow the byte order of the file, the last eight bytes stand as they are.
+struct JtGuid {
+  std::uint32_t data1 = 0;
+  std::uint16_t data2 = 0;
+  std::uint16_t data3 = 0;
+  std::array<std::uint8_t, 8> data4{};
+
+  friend auto operator<=>(const JtGuid&, const JtGuid&) = default;
+
+  /// True when every bit is 0.
+  bool isNull() const noexcept { return *this == JtGuid{}; }
+  /// The usual text, "10dd1035-2ac8-11d1-9b6b-0080c7bb5997".
+  JT_API std::string text() const;
+  /// Reads the usual text, with or without braces; nothing when it is not one.
+  JT_API static std::optional<JtGuid> parse(std::string_view text);
+  /// A new random identifier (version 4).
+  JT_API static JtGuid random();
+};
+
+template <>
+struct std::hash<JtGuid> {
+  std::size_t operator()(const JtGuid& id) const noexcept {
+    std::uint64_t tail = 0;
+    std::memcpy(&tail, id.data4.data(), sizeof tail);
+    const std::uint64_t head = (std::uint64_t{id.data1} << 32) | (std::uint64_t{id.data2} << 16) | id.data3;
+    return static_cast<std::size_t>((head * 0x9e3779b97f4a7c15ULL) ^ tail);
+  }
+};
