@@ -11,8 +11,8 @@
 
 #include "JtExport.h"
 
-/// 128-bit identifier of a segment or an object type, in the field form of ISO 14306: the first three
-/// fields follow the byte order of the file, the last eight bytes stand as they are.
+/// 128-bit identifier of a segment or an object type, in the field form of ISO 14306: the first
+/// three fields follow the byte order of the file, the last eight bytes stand as they are.
 struct JtGuid {
   std::uint32_t data1 = 0;
   std::uint16_t data2 = 0;
@@ -36,7 +36,8 @@ struct std::hash<JtGuid> {
   std::size_t operator()(const JtGuid& id) const noexcept {
     std::uint64_t tail = 0;
     std::memcpy(&tail, id.data4.data(), sizeof tail);
-    const std::uint64_t head = (std::uint64_t{id.data1} << 32) | (std::uint64_t{id.data2} << 16) | id.data3;
+    const std::uint64_t head =
+        (std::uint64_t{id.data1} << 32) | (std::uint64_t{id.data2} << 16) | id.data3;
     return static_cast<std::size_t>((head * 0x9e3779b97f4a7c15ULL) ^ tail);
   }
 };

@@ -23,16 +23,16 @@ struct FileIdentity {
   friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };
 
-/// The bytes of an opened file or stream, readable for as long as the object lives, whatever happens
-/// to the name of the file meanwhile.
+/// The bytes of an opened file or stream, readable for as long as the object lives, whatever
+/// happens to the name of the file meanwhile.
 class JT_API FileImage : public JtRefCounted {
  public:
   /// All bytes. A file is mapped: bytes that nobody looks at are never read from disk.
   virtual std::span<const std::byte> bytes() const = 0;
   /// Identity at the time of opening; nothing for a stream.
   virtual std::optional<FileIdentity> identity() const = 0;
-  /// Throws JtFormatError "changed_on_disk" when the file got shorter since it was opened, so that a
-  /// mapped page is not touched that no longer exists. Cheap: call it before reading a segment.
+  /// Throws JtFormatError "changed_on_disk" when the file got shorter since it was opened, so that
+  /// a mapped page is not touched that no longer exists. Cheap: call it before reading a segment.
   virtual void checkPresent() const = 0;
   /// Path of a file, or a name for a stream: for messages.
   virtual std::string name() const = 0;
@@ -54,8 +54,8 @@ struct SaveWarning {
 };
 
 struct StorageSaveOptions {
-  bool readBack = true;          ///< read the new file back and compare before it replaces the old one
-  bool strictAttributes = false; ///< what cannot be copied of owner, mode, attributes is an error
+  bool readBack = true;  ///< read the new file back and compare before it replaces the old one
+  bool strictAttributes = false;  ///< what cannot be copied of owner, mode, attributes is an error
   /// The file that was opened; when the target is no longer this one the save fails with
   /// "changed_on_disk" and replaces nothing. Nothing: no check (a new file, another target).
   std::optional<FileIdentity> expected;
@@ -93,14 +93,14 @@ class JT_API JtStorageManager : public JtRefCounted {
   static jt::Ref<JtStorageManager> current();
 };
 
-/// The storage manager that the library uses; null: the default one. Owns one reference on it. Set it
-/// with jt::installStorageManager.
+/// The storage manager that the library uses; null: the default one. Owns one reference on it. Set
+/// it with jt::installStorageManager.
 extern JT_API JtStorageManager* g_pInstanceJtStorageManager;
 
 namespace jt {
 
-/// Puts `manager` (null: the default) in the place of the one in use: the new one gains a reference,
-/// the old one loses its own and is destroyed with the last.
+/// Puts `manager` (null: the default) in the place of the one in use: the new one gains a
+/// reference, the old one loses its own and is destroyed with the last.
 JT_API void installStorageManager(JtStorageManager* manager);
 
 }  // namespace jt

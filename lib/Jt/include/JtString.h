@@ -7,8 +7,8 @@
 
 #include "JtExport.h"
 
-/// Text as JT files hold it: UTF-16 code units. Every sequence of units is kept, lone surrogates too;
-/// in the multibyte form (UTF-8) a lone surrogate becomes three bytes of its own, so that both
+/// Text as JT files hold it: UTF-16 code units. Every sequence of units is kept, lone surrogates
+/// too; in the multibyte form (UTF-8) a lone surrogate becomes three bytes of its own, so that both
 /// conversions are exact.
 class JT_API JtString {
  public:

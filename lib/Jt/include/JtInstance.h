@@ -1,0 +1,30 @@
+#pragma once
+
+#include "JtNode.h"
+
+/// An occurrence of a node: its one child, with a name, a placement and an appearance of its own.
+/// Many instances may name the same child.
+class JT_API JtInstance : public JtNode {
+ public:
+  JtInstance() = default;
+  ~JtInstance() override;
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  jt::Ref<JtBase> clone() const override;
+
+  int numChildren() const noexcept override { return child_ ? 1 : 0; }
+  JtNode* child(int index) const noexcept override { return index == 0 ? child_.get() : nullptr; }
+  /// Sets the child (null: none); the instance takes a reference. False when the graph would get a
+  /// cycle or the instance is carried unread.
+  bool setChild(JtNode* child);
+
+ protected:
+  JtInstance(const JtInstance& other) : JtNode(other), instanceVersion_(other.instanceVersion_) {}
+  void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
+
+ private:
+  friend class jt::file::SceneReader;
+  friend struct jt::file::NodeFields;
+  jt::LocalVersion instanceVersion_;
+  jt::Ref<JtNode> child_;
+};

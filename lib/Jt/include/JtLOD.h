@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "JtGroup.h"
+
+/// A group whose children are alternatives of falling detail, finest first.
+class JT_API JtLOD : public JtGroup {
+ public:
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtLOD(*this)); }
+
+  JtLOD() = default;
+
+ protected:
+  JtLOD(const JtLOD&) = default;
+
+ private:
+  friend struct jt::file::NodeFields;
+  jt::LocalVersion lodVersion_;
+  std::vector<float> reservedFloats_;
+  std::int32_t reservedInt_ = 0;
+};
+
+/// An LOD node whose alternatives are chosen by the distance from the eye.
+class JT_API JtRangeLOD : public JtLOD {
+ public:
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtRangeLOD(*this)); }
+
+  JtRangeLOD() = default;
+  /// Increasing distances; limit i is the far end for child i. Empty: the viewer decides.
+  const std::vector<float>& rangeLimits() const noexcept { return limits_; }
+  void setRangeLimits(std::vector<float> limits);
+  /// Where distances are measured from, in the node's own coordinates.
+  const std::array<float, 3>& center() const noexcept { return center_; }
+  void setCenter(const std::array<float, 3>& center);
+
+ protected:
+  JtRangeLOD(const JtRangeLOD&) = default;
+
+ private:
+  friend struct jt::file::NodeFields;
+  jt::LocalVersion rangeVersion_;
+  std::vector<float> limits_;
+  std::array<float, 3> center_{};
+};

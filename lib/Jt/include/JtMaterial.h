@@ -1,0 +1,65 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "JtAttribute.h"
+
+namespace jt {
+/// Red, green, blue, alpha in 0..1.
+using Rgba = std::array<float, 4>;
+}  // namespace jt
+
+/// Material attribute: how a surface reflects light.
+class JT_API JtMaterial : public JtAttribute {
+ public:
+  /// Ambient and diffuse 0.8 grey, specular 0.3 grey, no emission, shininess 30, opaque, overriding
+  /// vertex colours.
+  JtMaterial() = default;
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  jt::Ref<JtBase> clone() const override;
+
+  const jt::Rgba& ambient() const noexcept { return ambient_; }
+  const jt::Rgba& diffuse() const noexcept { return diffuse_; }
+  const jt::Rgba& specular() const noexcept { return specular_; }
+  const jt::Rgba& emission() const noexcept { return emission_; }
+  float shininess() const noexcept { return shininess_; }
+  float reflectivity() const noexcept { return reflectivity_.value_or(0.0F); }
+  float bumpiness() const noexcept { return bumpiness_; }
+
+  void setAmbientColor(float red, float green, float blue, float alpha = 1);
+  /// Sets colour and opacity; blending is switched on when alpha is below 1.
+  void setDiffuseColor(float red, float green, float blue, float alpha = 1);
+  void setSpecularColor(float red, float green, float blue, float alpha = 1);
+  void setEmissionColor(float red, float green, float blue, float alpha = 1);
+  void setShininess(float shininess);
+  void setReflectivity(float reflectivity);
+  void setBumpiness(float bumpiness);
+
+  /// True when the material hides colours stored with the vertices.
+  bool overrideVertexColors() const noexcept { return (dataFlags_ & 0x0020) != 0; }
+  void setOverrideVertexColors(bool on);
+  bool blending() const noexcept { return (dataFlags_ & 0x0010) != 0; }
+
+  /// State kept up to date on demand when an attribute mixes fields from several places. Attributes
+  /// of this library are always up to date, so the flags are never set.
+  static constexpr std::uint32_t _IS_MIXED_ACCUM = 0x1;
+  static constexpr std::uint32_t _MIXED_ACCUM_MODIFIED = 0x2;
+  std::uint32_t accumFlags() const noexcept { return 0; }
+  void _accumDynState() {}
+
+ private:
+  friend struct jt::file::AttributeFields;
+  jt::LocalVersion version_;
+  // Vertex colours overridden, blend factors 6 and 7, blending off: what real files hold.
+  std::uint16_t dataFlags_ = 0x39a0;
+  jt::Rgba ambient_{0.8F, 0.8F, 0.8F, 1};
+  jt::Rgba diffuse_{0.8F, 0.8F, 0.8F, 1};
+  jt::Rgba specular_{0.3F, 0.3F, 0.3F, 1};
+  jt::Rgba emission_{0, 0, 0, 1};
+  float shininess_ = 30;
+  std::optional<float> reflectivity_ = 0.0F;
+  float bumpiness_ = 1;
+};

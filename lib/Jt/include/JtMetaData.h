@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <variant>
+#include <vector>
+
+#include "JtBase.h"
+#include "JtPropAtom.h"
+
+namespace jt::file {
+struct MetaDataFields;
+}
+
+/// The metadata of an assembly or part that lies in a segment of its own: keys and values in order
+/// (element "Property Proxy Meta Data"). Keys may occur twice; the first one counts.
+class JT_API JtMetaData : public JtBase {
+ public:
+  /// Nothing, text, integer, number or date: the value types 0 to 4 of the format.
+  using Value = std::variant<std::monostate, JtString, std::int32_t, float, jt::DateFields>;
+  struct Entry {
+    JtString key;
+    Value value;
+  };
+
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  jt::Ref<JtBase> clone() const override;
+
+  const std::vector<Entry>& entries() const noexcept { return entries_; }
+  /// The first value under a key, or null. A trailing "::" of the stored key does not count.
+  const Value* find(const JtString& key) const;
+  /// Removes every entry under a key; false when there was none.
+  bool remove(const JtString& key);
+  /// True when entries changed since they were read.
+  bool isModified() const noexcept { return modified_; }
+
+ private:
+  friend struct jt::file::MetaDataFields;
+  jt::LocalVersion version_;
+  std::vector<Entry> entries_;
+  std::vector<std::byte> surplus_;  // what follows the last entry that could be read
+  bool modified_ = false;
+};

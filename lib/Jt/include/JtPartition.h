@@ -1,0 +1,188 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "JtGroup.h"
+#include "JtShape.h"
+#include "JtStorageManager.h"
+
+namespace jt {
+
+/// The version of the file format, as the header writes it.
+struct FileVersion {
+  int major = 10;
+  int minor = 0;
+  friend auto operator<=>(const FileVersion&, const FileVersion&) = default;
+  /// "9.5"
+  JT_API std::string text() const;
+  /// Reads "9.5"; nothing when it is not of that form.
+  JT_API static std::optional<FileVersion> parse(std::string_view text);
+};
+
+/// How much a file may ask for. Each limit stops one kind of attack; raise it for a file that is
+/// good.
+struct ReadLimits {
+  std::uint64_t maxSegmentBytes = 1ULL << 30;   ///< inflated bytes of one segment
+  std::uint64_t maxDocumentBytes = 4ULL << 30;  ///< inflated bytes of all segments in memory
+  std::uint32_t maxZlibRatio = 1032;            ///< inflated bytes a stored byte
+  std::uint32_t maxLzmaRatio = 8192;            ///< inflated bytes a stored byte
+};
+
+/// Something noticed in a file that does not keep it from being read.
+struct Note {
+  bool isError = false;  ///< the file breaks the format, not just custom
+  std::string code;      ///< stable
+  std::string segment;
+  std::optional<std::uint64_t> offset;
+  std::string message;
+};
+
+/// What a save did, or would do, with one segment.
+struct SegmentAction {
+  enum class Kind { copied, rewritten, added, dropped };
+  JtGuid id;
+  std::int32_t type = 0;
+  Kind kind = Kind::copied;
+  std::string reason;  ///< why it was not copied
+};
+
+struct SaveOptions {
+  std::optional<FileVersion> version;  ///< another version than the partition's own
+  bool dryRun = false;                 ///< work everything out, write nothing
+  bool rewriteSceneGraph = false;      ///< encode the scene graph anew although nothing changed
+  int compressionLevel = 6;            ///< zlib level, 1 to 12
+  StorageSaveOptions storage;
+};
+
+struct SaveReport {
+  std::string file;
+  FileVersion version;
+  std::vector<SegmentAction> segments;
+  std::vector<SaveWarning> warnings;
+};
+
+/// The text of the last failure that this thread met behind an operation that reports by its
+/// result; empty when there was none. Valid until the next failure.
+JT_API const std::string& lastError();
+JT_API void setLastError(std::string text);
+
+namespace file {
+class Document;
+}
+}  // namespace jt
+
+/// The top of a JT file's scene graph, or the place where another file hangs into one. A partition
+/// without file name holds its content itself; one with a file name stands for that file.
+class JT_API JtPartition : public JtGroup {
+ public:
+  /// A new, empty partition without storage location, version 10.0.
+  JtPartition();
+  /// The same; `parent` takes it as a child when not null. The flag is the state it starts with:
+  /// true for content in memory.
+  JtPartition(JtGroup* parent, bool resident);
+  ~JtPartition() override;
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+
+  // --- Opening
+
+  /// Switches the loading of shapes in the background, for partitions opened from then on.
+  static bool _autoLoadShapes;
+
+  /// Opens the partition at a location: header, table of contents and scene graph are read, all
+  /// else on demand. Throws JtFormatError when the bytes are not a JT file that can be read.
+  /// @param parent takes the partition as a child; may be null
+  /// @param out    the partition with one reference for the caller; null when nothing was opened
+  static void openPartition(JtStorageLocation* location, JtGroup* parent, JtPartition*& out,
+                            const jt::ReadLimits& limits = {});
+  /// Opens the partitions below `partition` that stand for other files, theirs too when
+  /// `recursive`. Each file is opened once, however often it is named. Missing and damaged files
+  /// leave their partition without content; the partition's notes tell. False when any could not be
+  /// opened.
+  static bool openAllPartitions(JtPartition* partition, bool recursive);
+  /// Drops the content: children, opened files, pending background loads are waited for. Nodes that
+  /// somebody else holds stay usable. What was not saved is lost.
+  void close();
+  /// How often the content was opened and not closed again; 0 for a closed partition.
+  int openCount() const noexcept { return openCount_; }
+  /// True: sub-partitions are left for openAllPartitions. Set while opening.
+  bool deferSubPartitions = true;
+
+  // --- Where and what
+
+  /// The location that the partition was opened from or is to be saved to; null when there is none.
+  JtStorageLocation* storageLocation() const noexcept { return location_.get(); }
+  /// The partition takes a reference.
+  void setStorageLocation(JtStorageLocation* location);
+  /// The folder, with a trailing '/', of a file-system location; null for none or another kind.
+  /// Valid until the location changes.
+  const JtString* getDatastoreLocation() const;
+  /// The file's name inside that folder.
+  JtString datastoreName() const;
+
+  jt::FileVersion version() const noexcept { return version_; }
+  /// The version of the next save.
+  void setVersion(jt::FileVersion version) noexcept { version_ = version; }
+  /// The file that a partition inside a scene graph stands for; empty for the content's own.
+  const JtString& fileName() const noexcept { return fileName_; }
+  void setFileName(const JtString& name);
+  /// The opened file behind a partition with a file name; null when it is not open.
+  JtPartition* externalPartition() const noexcept { return external_.get(); }
+  /// Extent of everything below; nothing when unknown.
+  std::optional<jt::Box> bounds() const;
+  void setBounds(const jt::Box& box);
+
+  /// What was noticed while reading.
+  const std::vector<jt::Note>& notes() const;
+  /// The opened file; null for a partition made in memory.
+  const jt::file::Document* document() const noexcept { return document_.get(); }
+
+  // --- Saving
+
+  /// Writes the partition to `location` (null: its own). Untouched segments are copied byte for
+  /// byte, the scene graph is encoded only when something in it changed. Either everything is
+  /// written or the old bytes stay. Partitions below that stand for other files and were changed
+  /// are saved to their own locations first. Throws JtFormatError.
+  jt::SaveReport save(JtStorageLocation* location = nullptr, const jt::SaveOptions& options = {});
+  /// Writes `root` as the content of a new file at `location`: what is below it, under a partition
+  /// of its own, with the segments that it needs.
+  jt::SaveReport saveAs(JtNode* root, JtStorageLocation* location,
+                        const jt::SaveOptions& options = {});
+  /// True when the scene graph differs from the opened file.
+  bool isContentModified() const;
+
+  int numChildren() const noexcept override;
+  JtNode* child(int index) const noexcept override;
+
+ protected:
+  void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
+
+ private:
+  friend struct jt::file::NodeFields;
+  friend class jt::file::SceneReader;
+  friend class jt::file::SceneWriter;
+  friend class jt::file::Document;
+
+  int openCount_ = 0;
+  jt::FileVersion version_;
+  jt::Ref<JtStorageLocation> location_;
+  mutable JtString datastoreLocation_;
+  jt::Ref<jt::file::Document> document_;
+  jt::Ref<JtPartition> external_;
+  std::vector<jt::Note> notes_;
+
+  // Element data.
+  std::optional<std::uint8_t> partitionVersion_;  // 10.5 form
+  std::int32_t partitionFlags_ = 1;
+  JtString fileName_;
+  jt::Box box1_;
+  std::optional<jt::Box> box2BeforeArea_;
+  float area_ = 0;
+  jt::CountRange vertexRange_;
+  jt::CountRange nodeRange_;
+  jt::CountRange polygonRange_;
+  std::optional<jt::Box> untransformedBox_;
+};

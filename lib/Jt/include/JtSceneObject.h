@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+
+#include "JtBase.h"
+
+namespace jt::file {
+class SceneSource;
+class SceneReader;
+class SceneWriter;
+struct NodeFields;
+struct AttributeFields;
+struct AtomFields;
+}  // namespace jt::file
+
+namespace jt {
+
+/// Local version of an element's data as ISO 14306 counts it. Unset in new objects: the writer then
+/// takes the version that real files of the target generation have.
+struct LocalVersion {
+  static constexpr std::int16_t kUnset = -32768;
+  std::int16_t value = kUnset;
+};
+
+}  // namespace jt
+
+/// Base of nodes, attributes and property atoms: what a scene graph segment stores as an element.
+/// An object that was read remembers its element, so that a save writes an untouched one back as it
+/// was.
+class JT_API JtSceneObject : public JtBase {
+ public:
+  static const JtType* classTypeID();
+  ~JtSceneObject() override;
+
+  /// The object id in the file that the object was read from; 0 for an object made in memory.
+  std::int32_t objectId() const;
+  /// True when the object's own data changed since it was read, or when it was never in a file.
+  bool isModified() const noexcept { return modified_; }
+
+ protected:
+  JtSceneObject() = default;
+  JtSceneObject(const JtSceneObject&) : JtBase() {}
+  JtSceneObject& operator=(const JtSceneObject&) = delete;
+  /// To be called by everything that changes the object's own data.
+  void touch() noexcept { modified_ = true; }
+
+ private:
+  friend class jt::file::SceneSource;
+  friend class jt::file::SceneReader;
+  friend class jt::file::SceneWriter;
+
+  jt::file::SceneSource* source_ = nullptr;  // one reference while set
+  std::uint32_t element_ = 0;                // index in source_
+  bool modified_ = true;
+};

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "JtMaterial.h"
+#include "JtString.h"
+
+namespace jt {
+
+/// How texels meet the surface: filters, wrapping, blending. Codes as ISO 14306 lists them.
+struct TextureEnvironment {
+  std::int32_t borderMode = 0;
+  std::int32_t magnificationFilter = 0;
+  std::int32_t minificationFilter = 0;
+  std::array<std::int32_t, 3> wrap{};  ///< S, T, R
+  std::int32_t blendType = 0;
+  std::int32_t compressionLevel = 0;
+  Rgba blendColor{};
+  Rgba borderColor{};
+  std::array<float, 16> transform{};  ///< row after row
+};
+
+/// Where texture coordinates come from when the shape has none.
+struct TextureGeneration {
+  std::array<std::int32_t, 4> modes{};           ///< S, T, R, Q
+  std::array<std::array<float, 4>, 4> planes{};  ///< normal and distance, one a mode
+};
+
+/// One image of a texture: the pixels, or the name of a file.
+struct TextureImage {
+  JtString fileName;  ///< when the texture is not inline
+  std::uint32_t pixelFormat = 0;
+  std::uint32_t pixelType = 0;
+  std::int16_t dimensionality = 2;
+  std::int16_t rowAlignment = 1;
+  std::int16_t width = 0;
+  std::int16_t height = 0;
+  std::int16_t depth = 0;
+  std::int16_t borderTexels = 0;
+  std::uint32_t shared = 0;
+  std::int32_t totalBytes = 0;
+  std::vector<std::vector<std::byte>> mipmaps;  ///< finest first
+};
+
+/// One block of a texture attribute; 9.x attributes may have up to three, the last one counts.
+struct TextureBlock {
+  std::int32_t textureType = 0;
+  TextureEnvironment environment;
+  TextureGeneration generation;
+  std::int32_t channel = 0;
+  std::int32_t coordinateChannel = -1;
+  std::uint32_t reserved = 0;
+  std::uint8_t inlineFlag = 0;
+  std::vector<TextureImage> images;
+};
+
+}  // namespace jt
+
+/// Texture image attribute.
+class JT_API JtTextureImage : public JtAttribute {
+ public:
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  /// The blocks as stored, one to three; the last one holds the images.
+  const std::vector<jt::TextureBlock>& blocks() const noexcept { return blocks_; }
+
+ private:
+  friend struct jt::file::AttributeFields;
+  jt::LocalVersion version_;
+  std::vector<jt::TextureBlock> blocks_;
+};
+
+/// Shader effects attribute of 8.x and 9.x files.
+class JT_API JtShaderEffects : public JtAttribute {
+ public:
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  bool enabled() const noexcept { return enable_ != 0; }
+  float environmentReflectivity() const noexcept { return environmentReflectivity_; }
+  float bumpiness() const noexcept { return bumpiness_; }
+  bool phong() const noexcept { return phong_ != 0; }
+
+ private:
+  friend struct jt::file::AttributeFields;
+  jt::LocalVersion version_;
+  std::uint32_t enable_ = 0;
+  std::int32_t reserved1_ = 0;
+  float environmentReflectivity_ = 0;
+  std::int32_t reserved2_ = 0;
+  float bumpiness_ = 0;
+  std::uint32_t reserved3_ = 0;
+  std::uint32_t phong_ = 0;
+  std::uint32_t reserved4_ = 0;
+};

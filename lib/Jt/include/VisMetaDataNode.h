@@ -1,0 +1,44 @@
+#pragma once
+
+#include <map>
+
+#include "JtGroup.h"
+#include "JtMetaData.h"
+
+/// A group that can carry metadata and PMI: an assembly, a component.
+class JT_API VisMetaDataNode : public JtGroup {
+ public:
+  VisMetaDataNode() = default;
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  jt::Ref<JtBase> clone() const override;
+
+  /// Makes sure that the node's metadata segment, if it has one, is in memory; from then on
+  /// property look-ups see its entries behind the node's own properties. False when the segment is
+  /// missing or damaged; the reason is in `jt::lastError()`. Reads the segment the first time only.
+  bool ensureMetaData();
+  /// The metadata, or null when the node has none or it is not loaded. Not owned.
+  const JtMetaData* metaData() const noexcept { return metaData_.get(); }
+
+  using JtGroup::addProperty;
+  /// Adds a property under a key text. Host properties live in the property table of the scene
+  /// graph, not in the metadata segment. Ownership and result as the base operation.
+  bool addProperty(const JtString& key, JtPropAtom* value, bool replace);
+  /// Also removes the key from the metadata when it is loaded; the save then writes the segment
+  /// anew.
+  bool deleteProperty(const JtPropAtom* key) override;
+
+ protected:
+  VisMetaDataNode(const VisMetaDataNode& other)
+      : JtGroup(other), metaVersion_(other.metaVersion_) {}
+  JtPropAtom* extraProperty(const JtString& key) const override;
+
+ private:
+  friend struct jt::file::NodeFields;
+  friend class jt::file::SceneWriter;
+  jt::LocalVersion metaVersion_;
+  bool metaDataRead_ = false;
+  jt::Ref<JtMetaData> metaData_;
+  // Atoms made for metadata entries that somebody looked up.
+  mutable std::map<JtString, jt::Ref<JtPropAtom>> metaAtoms_;
+};
