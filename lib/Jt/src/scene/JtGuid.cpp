@@ -1,0 +1,71 @@
+#include "JtGuid.h"
+
+#include <charconv>
+#include <random>
+
+namespace {
+
+constexpr std::size_t kTextLength = 36;
+
+bool isDashPlace(std::size_t place) {
+  return place == 8 || place == 13 || place == 18 || place == 23;
+}
+
+template <class Number>
+bool readHex(std::string_view text, std::size_t from, std::size_t digits, Number& out) {
+  const char* end = text.data() + from + digits;
+  const auto [stop, error] = std::from_chars(text.data() + from, end, out, 16);
+  return error == std::errc{} && stop == end;
+}
+
+void appendHex(std::string& text, std::uint32_t value, int digits) {
+  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
+    text += "0123456789abcdef"[(value >> shift) & 15];
+}
+
+}  // namespace
+
+std::string JtGuid::text() const {
+  std::string result;
+  result.reserve(kTextLength);
+  appendHex(result, data1, 8);
+  result += '-';
+  appendHex(result, data2, 4);
+  result += '-';
+  appendHex(result, data3, 4);
+  for (std::size_t i = 0; i < data4.size(); ++i) {
+    if (i == 0 || i == 2) result += '-';
+    appendHex(result, data4[i], 2);
+  }
+  return result;
+}
+
+std::optional<JtGuid> JtGuid::parse(std::string_view text) {
+  if (text.size() == kTextLength + 2 && text.front() == '{' && text.back() == '}')
+    text = text.substr(1, kTextLength);
+  if (text.size() != kTextLength) return std::nullopt;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if ((text[i] == '-') != isDashPlace(i)) return std::nullopt;
+
+  JtGuid guid;
+  bool good = readHex(text, 0, 8, guid.data1) && readHex(text, 9, 4, guid.data2) &&
+              readHex(text, 14, 4, guid.data3);
+  for (std::size_t i = 0; i < guid.data4.size(); ++i)
+    good = good && readHex(text, (i < 2 ? 19 : 20) + 2 * i, 2, guid.data4[i]);
+  return good ? std::optional(guid) : std::nullopt;
+}
+
+JtGuid JtGuid::random() {
+  std::random_device device;
+  JtGuid guid;
+  guid.data1 = device();
+  const std::uint32_t middle = device();
+  guid.data2 = static_cast<std::uint16_t>(middle);
+  guid.data3 = static_cast<std::uint16_t>(((middle >> 16) & 0x0fff) | 0x4000);
+  for (std::size_t i = 0; i < guid.data4.size(); i += 4) {
+    const std::uint32_t bits = device();
+    std::memcpy(&guid.data4[i], &bits, sizeof bits);
+  }
+  guid.data4[0] = static_cast<std::uint8_t>((guid.data4[0] & 0x3f) | 0x80);
+  return guid;
+}
