@@ -9,6 +9,18 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 include(GNUInstallDirs)
 
+if(PROJECT_IS_TOP_LEVEL)
+  # One folder for the libraries of all layers: an uninstalled build is laid out like an installed one.
+  set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+  set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+  set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  # The presets compile much the same several times; a compiler cache pays where there is one.
+  find_program(JTW_CCACHE ccache)
+  if(JTW_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${JTW_CCACHE})
+  endif()
+endif()
+
 if(JTW_SANITIZE)
   add_compile_options(-fsanitize=${JTW_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${JTW_SANITIZE})
@@ -33,8 +45,9 @@ function(jtw_library name)
   else()
     set(output Jtw${name})
   endif()
+  # No NAME_EXPORTS macro: static and shared builds compile alike.
   set_target_properties(${name} PROPERTIES OUTPUT_NAME ${output} VERSION ${PROJECT_VERSION}
-                                           SOVERSION ${PROJECT_VERSION_MAJOR})
+                                           SOVERSION ${PROJECT_VERSION_MAJOR} DEFINE_SYMBOL "")
   target_include_directories(
     ${name}
     PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
