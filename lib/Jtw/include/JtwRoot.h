@@ -1,0 +1,248 @@
+#pragma once
+
+#include <memory>
+#include <unordered_map>
+
+#include "ApiDocument.h"
+#include "ApiDocumentRef.h"
+#include "ApiProtoKey.h"
+#include "IStream.h"
+#include "JtPartition.h"
+#include "JtRefCounted.h"
+#include "JtString.h"
+#include "JtwCollection.h"
+#include "JtwExport.h"
+#include "RTAutoPtr.h"
+#include "RTTran3D.h"
+#include "RWClassic.h"
+
+class JtBufferProperty;
+class JtPropAtom;
+class JtStorageLocation;
+class JtwBlock;
+class JtwEntity;
+class JtwFrame;
+class JtwLink;
+class JtwManager;
+class JtwPMI;
+class JtwPMIAnnotation;
+class JtwSubDevice;
+class VisMetaDataNode;
+
+/// The top of the wrapper tree of one host document: it holds the partition with the document's JT
+/// data, the JT node that stands for the component in it, and every wrapper made over that. Roots
+/// are made, initialised and destroyed by JtwManager; one thread uses a root at a time.
+class JTW_API JtwRoot : public JtwCollection {
+ public:
+  /// How the JT data is taken in when a component is opened. Values above 2 act as 2, except that a
+  /// switch yields the representation it shows.
+  enum JT_LOADING_REPRESENTATION : unsigned {
+    JT_LOAD_WITH_UNIT_PROPERTY = 0,  ///< recorded unit scales count; a switch yields what it shows
+    JT_LOAD_PLAIN = 1,               ///< as 0, but recorded unit scales are not read
+    JT_LOAD_ALTERNATE_REP = 2,       ///< a switch yields its alternative; a document without PMI
+                                     ///< mode is not wrapped and keeps its transforms
+  };
+
+  /// Why JT data could not be opened.
+  enum OPEN_JT_ERR : unsigned {
+    JT_PATH_NOT_FOUND = 0,     ///< no JT file name, and the place to look in does not exist
+    JT_FILE_NOT_FOUND = 1,     ///< no JT file name in a place that exists
+    JT_INITIALIZE_FAILED = 2,  ///< what every failed opening ends with
+  };
+
+  /// The binary data that the host keeps on a component.
+  enum JT_BUFFER : unsigned {
+    JT_KIN_BUFFER = 0,
+    JT_KIN_MODELING_BUFFER = 1,
+    JT_KIN_TECHNO_BUFFER = 2,
+    JT_MOP_BUFFER = 3,
+    JT_DOT_KIN_BUFFER = 4,
+    JT_GM_KIN_BUFFER = 5,
+    JT_PLC_LOGIC_BLOCK = 6,
+    JT_KIN_TECHNO_DOUBLE_BUFFER = 7,
+  };
+
+  /// Destroys the wrappers, then lets go of the partition: closes it, or in viewer mode leaves it
+  /// to the viewer.
+  ~JtwRoot() override;
+
+  // --- The component (JtwRoot.cpp)
+
+  JT_LOADING_REPRESENTATION loadingRep() const { return loadingRep_; }
+  /// True when the partition held a component node of the host's own kind.
+  bool isJtKR() const { return isJtKR_; }
+  /// True when the viewer's partition could not be shared and the data was opened once more.
+  bool isNewCopy() const { return isNewCopy_; }
+  /// True when the JT data was a switch marked for the host, of which one representation was taken.
+  bool hasKrSwitch() const { return hasKrSwitch_; }
+  /// The opened partition, not owned; null when nothing is open.
+  JtPartition* partition() const { return partition_.get(); }
+
+  /// The version of the host data that is written: 2.
+  static unsigned currentVersion() { return currentVersion_; }
+  /// The release that wrote that version of the host data; empty for an unknown version.
+  static RWClassicCString getVersionAsString(unsigned version);
+
+  /// Where the partition lies, not owned; null when it lies nowhere yet.
+  JtStorageLocation* getStorageLocation() const;
+  /// Points the partition at a file for the next write. Nothing on disk is touched.
+  /// @param location the folder, with a trailing separator
+  /// @param name     the file's name in it
+  /// @return false when there is no partition or no name
+  bool updateStorageLocation(const RWClassicCString& location, const RWClassicCString& name);
+
+  JT_NODE_TYPE type() override { return JT_ROOT_NODE; }
+  /// The name of the component node; the partition's when it has none.
+  RWClassicWString name() override;
+  /// The identity: a component is placed by whoever uses it.
+  RTTran3D absLoc() override;
+  RTTran3D relLoc() override;
+  /// What the component node's own transforms, and those above it, amount to, in millimetres. Not
+  /// the identity only when they were not pushed down to the children while opening.
+  RTTran3D internalRelLoc();
+
+  // --- Wrappers and nodes (JtwRootNodes.cpp)
+
+  /// Looks a wrapper up. The out-argument is null for an unknown key.
+  /// @return false, with the out-argument untouched, only when no wrapper has a key
+  bool getNodeByKey(const ApiProtoKey& key, JtwNode*& node) const;
+  /// Enters a wrapper under a key and takes ownership of it.
+  /// @return false when the key is in use or `node` is null
+  bool addNodeToMapByKey(const ApiProtoKey& key, JtwNode* node);
+  /// The same under the wrapper's own key.
+  bool addNodeToMap(JtwNode* node);
+  /// Forgets a key; the wrapper lives on and its owner is the caller unless it is also mapped by
+  /// its JT node. @return false when the key is unknown
+  bool removeNodeFromMapByKey(const ApiProtoKey& key);
+  /// Enters the wrapper over a JT node and takes ownership of it.
+  /// @return false, changing nothing, when the JT node has a wrapper
+  bool addNodeByJtNode(JtNode* jtNode, JtwNode* node);
+  /// The wrapper over a JT node, not owned, or null.
+  JtwNode* nodeByJtNode(JtNode* jtNode) const;
+  /// All wrappers that have a key. Valid until a wrapper is added or removed.
+  const RWClassicTValHashDictionary<ApiProtoKey, JtwNode*>& getAllNodes() const {
+    return nodesByKey_;
+  }
+
+  /// The creators make a JT node (frames and annotations: none) with its wrapper under the wrapper
+  /// of `parentKey`. The root owns the result. Null, changing nothing, when `key` is in use or
+  /// `parentKey` unknown, or when a frame's or annotation's parent is no collection.
+  JtwEntity* createEntityNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                              const RTTran3D& relLoc);
+  JtwBlock* createBlockNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                            const RTTran3D& relLoc);
+  JtwLink* createLinkNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                          const RTTran3D& relLoc);
+  JtwSubDevice* createSubDeviceNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                                    const RTTran3D& relLoc);
+  JtwFrame* createFrameNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                            const RTTran3D& relLoc);
+  JtwPMIAnnotation* createPMIAnnotationNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                                            const RTTran3D& relLoc);
+  /// An entity without a key, for approximated geometry.
+  JtwEntity* createApxEntityNode(const ApiProtoKey& parentKey, const RTTran3D& relLoc);
+  /// A copy of the entity of that key, under the same parent and with a free key; null when the key
+  /// names no entity. @param withGeometry whether what lies below the part node is copied too
+  JtwEntity* cloneEntityNode(const ApiProtoKey& key, const bool& withGeometry);
+  /// Deletes the object of that key with its JT node; its PMI stays with its collection.
+  /// @return false when the key is unknown
+  bool deleteNode(const ApiProtoKey& key);
+
+  /// Files a PMI under the JT node it belongs to, or takes it out again. Neither owns.
+  void addJtwPMIToMap(const JtNode* jtNode, JtwPMI* pmi);
+  void removeJtwPMIFromMap(const JtNode* jtNode, JtwPMI* pmi);
+  /// The PMI filed under a JT node, in the order of filing.
+  RWClassicTValOrderedVector<JtwPMI*> getJtwPMIsOfNode(const JtNode* jtNode) const;
+  /// Files the PMI of a JT node under the JT node of the collection that each hangs on.
+  void setJtwPMIsOfNodeToCollection(JtNode* jtNode);
+
+  /// The greatest key ever given to a PMI of this component; the null key when none is recorded.
+  ApiProtoKey PMIMaxProtoKey() const;
+  void setPMIMaxProtoKey(const ApiProtoKey& key);
+
+  /// Writes the component's JT file.
+  /// @param asNewCopy writes what lies below the component node instead of the partition as it is
+  /// @return false when the root was not opened, has no file to go to, or the save failed (the text
+  /// is then in jt::lastError(), and the old file as it was)
+  bool write(bool asNewCopy);
+
+  // --- Binary data (JtwRootBuffers.cpp)
+
+  bool hasBuffer(JT_BUFFER buffer) const;
+  /// Keeps a copy of `size` bytes on the component; size 0 removes what there was.
+  /// @return false for an unknown buffer, without component node, and for more than 2^31 - 1 bytes
+  bool setBuffer(JT_BUFFER buffer, const char* data, unsigned size);
+  /// A copy of the bytes; null when there are none.
+  /// @param version the version they were written with; untouched when there are none
+  /// @param found   whether the component has the buffer
+  /// @param size    how many bytes; untouched when there are none
+  RTAutoPtr<char> getBuffer(JT_BUFFER buffer, unsigned& version, bool& found, unsigned& size);
+
+ protected:
+  explicit JtwRoot(JT_LOADING_REPRESENTATION loadingRep);
+  JtwRoot();
+  /// A further root over the same partition and component node, with no wrappers yet. The last of
+  /// the copies closes the partition.
+  JtwRoot(const JtwRoot& other);
+  JtwRoot& operator=(const JtwRoot& other);
+
+  /// Finds the component node in the partition or builds it, and records the document's structure.
+  bool initializeComponentNode(const ApiDocumentRef& document);
+  /// Opens what lies at `location` with all its sub-partitions and keeps it as the partition.
+  /// @return whether it could be opened; the reason is in jt::lastError()
+  bool openPartitionAt(JtStorageLocation* location);
+  /// Replaces the partition (null: none) and forgets the component node.
+  void setPartition(jt::Ref<JtPartition> partition);
+  /// Takes `node` as the component node and keeps it alive.
+  void setComponentNode(JtNode* node);
+  /// Saves the partition, or what lies below `node` when it is not null, in its own place.
+  bool writeToDatastore(JtNode* node);
+  /// Puts wrappers over other JT nodes: every wrapper over a key of the map goes to its value.
+  void rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements);
+
+  /// The colour of the component node or the nearest one above it; the search ends here.
+  ApiGraColor evaluateColor(bool& isDefault) override;
+
+ private:
+  friend class JtwManager;
+
+  bool initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error);
+  bool initializeAsNew(const ApiDocumentRef& document);
+  bool openOrShare(const ApiDocumentRef& document, OPEN_JT_ERR& error);
+  void openPartition(const ApiDocumentRef& document, OPEN_JT_ERR& error);
+  /// A new location without references, or null.
+  JtStorageLocation* computeLocation(const ApiDocumentRef& document, OPEN_JT_ERR& error);
+  bool getStreamFromDocument(const ApiDocumentRef& document, CComPtr<IStream>& stream);
+  void setJtError(const RWClassicCString& path, OPEN_JT_ERR& error);
+  VisMetaDataNode* findComponentNode() const;
+  void buildComponentNode();
+  void markComponent(JtNode& component);
+  /// The structure that a component of the host's own kind shows once its metadata is there.
+  ApiDocument::Structure readStructure(const ApiDocumentRef& document, VisMetaDataNode& component);
+  void handleKrJtSwitch();
+  void handleXformOnComponent(VisMetaDataNode* component);
+  bool uninitialize();
+  void destroyNodes();
+
+  bool getFreeApiProtoKey(ApiProtoKey& key) const;
+
+  static JtString getBufferPropertyName(JT_BUFFER buffer);
+  static jt::Ref<JtPropAtom> createBufferPropertyKey(JT_BUFFER buffer);
+  jt::Ref<JtBufferProperty> readBuffer(JtPropAtom* value, bool& found) const;
+
+  static const unsigned currentVersion_;
+
+  // A wrapper in either of the first two maps is destroyed with the root.
+  RWClassicTValHashDictionary<JtNode*, JtwNode*> nodesByJtNode_{64};
+  RWClassicTValHashDictionary<ApiProtoKey, JtwNode*> nodesByKey_{64};
+  JT_LOADING_REPRESENTATION loadingRep_ = JT_LOAD_WITH_UNIT_PROPERTY;
+  jt::Ref<JtPartition> partition_;
+  bool isJtKR_ = false;
+  bool hasKrSwitch_ = false;
+  bool isNewCopy_ = false;
+  RWClassicTValHashDictionary<const JtNode*, RWClassicTValOrderedVector<JtwPMI*>> pmisByJtNode_{64};
+
+  unsigned openError_ = 0;         // not 0 after a failed opening
+  jt::Ref<JtNode> component_;      // keeps the node of the base class alive
+  std::shared_ptr<void> sharers_;  // one owner for each root over the same partition
+};
