@@ -1,0 +1,70 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "JtwNode.h"
+
+class JtwPMI;
+
+/// A node that can hold other objects. It lists the PMI and frames that hang on it; frames are kept
+/// in the JT node's "KrWmFrames" property, the keys of the PMI in "KrPMIProtoKeys".
+class JTW_API JtwCollection : public JtwNode {
+ public:
+  JtwCollection() = default;
+  JtwCollection(JtNode* node, JtwRoot* root);
+  /// The copy lists the same objects; they stay with the collection they hang on.
+  JtwCollection(const JtwCollection&) = default;
+  JtwCollection& operator=(const JtwCollection& other);
+  ~JtwCollection() override;
+
+  int isCollection() override { return 1; }
+
+  /// PMI and keyed frames, in order of insertion. They belong to the root.
+  const RWClassicTValOrderedVector<JtwPMI*>& PMIs() const noexcept { return pmis_; }
+  bool hasPMIs() const noexcept { return !pmis_.empty(); }
+  /// Appends, also what is listed already.
+  void addPMI(JtwPMI* pmi);
+  /// Removes the first entry that is `pmi`.
+  void removePMI(JtwPMI* pmi);
+  /// True when any of the PMI is preserved.
+  bool checkForPreservePMI();
+  /// The stored mark that preserved PMI hang on the collection.
+  bool hasPreservedPMI();
+  /// Stores the mark, unless there is one already.
+  void setHasPreservedPMI(bool preserved);
+
+  /// Reads the stored frames and makes their objects: those with a key join the PMI, the others are
+  /// kept aside. False when the metadata cannot be read or the value is of an unknown kind.
+  bool loadFrames();
+  /// Stores the frames among the PMI; frames without key are dropped. Without any PMI the property
+  /// is removed. True unless there is no JT node.
+  bool storeFrames();
+  /// PMIs(), after reading the frames the first time.
+  const RWClassicTValOrderedVector<JtwPMI*>& readKrFrames();
+  /// Gives the stored keys to those PMI that have none, if as many keys are stored as there are
+  /// PMI.
+  void readPMIKeysFromJT();
+  /// Stores the keys of the PMI, unless some are stored already.
+  void writePMIKeysToJT();
+
+  /// True when a walk has gathered the PMI already.
+  bool PMIsCalculated() const noexcept { return pmisCalculated_; }
+  void setPMIsCalculated() noexcept { pmisCalculated_ = true; }
+  /// True when reading found frames with a key.
+  bool KrFramesFound() const noexcept { return framesFound_; }
+
+ protected:
+  /// Parts from the PMI and destroys the frames without key. The root calls it while all of them
+  /// are alive.
+  void uninit();
+
+ private:
+  friend class JtwRoot;
+
+  RWClassicTValOrderedVector<JtwPMI*> pmis_;
+  std::vector<std::shared_ptr<JtwPMI>> unkeyedFrames_;
+  bool framesRead_ = false;
+  bool framesFound_ = false;
+  bool pmisCalculated_ = false;
+};

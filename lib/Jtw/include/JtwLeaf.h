@@ -1,0 +1,20 @@
+#pragma once
+
+#include "JtwNode.h"
+
+/// A node that holds no other objects: an entity, a frame, an annotation.
+class JTW_API JtwLeaf : public JtwNode {
+ public:
+  JtwLeaf() = default;
+  JtwLeaf(JtNode* node, JtwRoot* root) : JtwNode(node, root) {}
+  JtwLeaf(const JtwLeaf&) = default;
+  JtwLeaf& operator=(const JtwLeaf&) = default;
+  ~JtwLeaf() override;
+
+  virtual void setDisplayState(bool displayed);
+  /// True unless the node is marked as hidden.
+  virtual bool displayState();
+  /// The colour of the node or the nearest one above it. The reference lives as long as the node.
+  /// @param isDefault true when there is none
+  virtual const ApiGraColor& color(bool& isDefault);
+};

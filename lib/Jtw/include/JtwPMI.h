@@ -1,0 +1,89 @@
+#pragma once
+
+#include "JtwLeaf.h"
+
+class JtwCollection;
+
+/// What the host knows of a frame or a PMI; kept in memory only.
+struct JtwNwObjData {
+  RWClassicWString name;
+  bool displayState = true;
+  ApiProtoKey key;
+  RWClassicCString attributes;
+  ApiProtoKey attachmentParent;
+  AttachmentType attachmentType = ATTACHMENT_DEFAULT;
+  ApiGlobalUniqueId globalUniqueId;
+  bool preserved = false;
+  RWClassicCString relStringId;
+};
+
+/// A frame or a piece of product and manufacturing information that hangs on a collection. It has
+/// no JT node of its own: it wraps the collection's and keeps its data in a record. Location and
+/// colour are the cached ones of the base class, stored as given, relative to the collection, in
+/// millimetres.
+class JTW_API JtwPMI : public JtwLeaf {
+ public:
+  JtwPMI() = default;
+  /// Hangs on `collection`, which need not list it yet; the root files it under the collection's JT
+  /// node.
+  JtwPMI(JtwCollection* collection, JtwRoot* root);
+  /// A copy has the data and hangs on the same collection, but no list or map knows it.
+  JtwPMI(const JtwPMI&) = default;
+  JtwPMI& operator=(const JtwPMI&) = default;
+  /// Leaves the collection's list and the root's map.
+  ~JtwPMI() override;
+
+  ApiProtoKey key() override { return data_.key; }
+  /// False, and nothing changes, for a key that is not greater than 0 or that the root maps to a
+  /// node. A PMI that has a key takes another one too; the old entry of the map stays.
+  bool setKey(const ApiProtoKey& key) override;
+  RWClassicWString name() override { return data_.name; }
+  void setName(const RWClassicWString& name) override { data_.name = name; }
+  RTTran3D absLoc() override;
+  RTTran3D relLoc() override { return relLoc_; }
+  void setRelLoc(const RTTran3D& location) override { relLoc_ = location; }
+  float measurementUnitRatio() override { return 0.0F; }
+  bool setMeasurementUnitRatio(float /*ratio*/) override { return false; }
+  RWClassicCString attributes() override { return data_.attributes; }
+  void setAttributes(const RWClassicCString& text) override { data_.attributes = text; }
+  ApiProtoKey parent() override;
+  /// Leaves the list of its collection, then joins the collection of that key. False when there is
+  /// none: it then stands in no list and still names the old collection.
+  bool setParent(const ApiProtoKey& key) override;
+  void getAttachmentParent(ApiProtoKey& key, AttachmentType& type) override;
+  void setAttachmentParent(const ApiProtoKey& key, AttachmentType type) override;
+  /// Stores the colour; the flags mean nothing here.
+  void setColor(const ApiGraColor& color, bool forced, bool overrideVertexColors) override;
+  ApiGlobalUniqueId globalUniqueId() override { return data_.globalUniqueId; }
+  void setGlobalUniqueId(const ApiGlobalUniqueId& id) override { data_.globalUniqueId = id; }
+  bool isPreserved(bool /*deep*/) override { return data_.preserved; }
+  void setPreserved(bool preserved) override { data_.preserved = preserved; }
+  RWClassicCString relStringId() const override { return data_.relStringId; }
+  void setRelStringId(const RWClassicCString& id) override { data_.relStringId = id; }
+  bool isOfTypePMI() override { return true; }
+
+  void setDisplayState(bool displayed) override { data_.displayState = displayed; }
+  bool displayState() override { return data_.displayState; }
+  /// The stored colour, never looked up elsewhere.
+  const ApiGraColor& color(bool& isDefault) override;
+
+  /// The collection that it hangs on; null after clearParent().
+  JtwCollection* collection() const noexcept { return collection_; }
+  /// Leaves the collection.
+  void clearParent();
+  /// The JT node under which the root files it; null when it does not.
+  const JtNode* originJtNode() const noexcept { return origin_.get(); }
+  /// Files it under another JT node (null: nowhere); a change takes its id away.
+  void setOriginJtNode(const JtNode* node);
+  /// A number that its origin knows it by; -1 when none.
+  int id() const noexcept { return id_; }
+  void setId(int id) noexcept { id_ = id; }
+  /// The record; valid as long as the object.
+  JtwNwObjData* KrData() noexcept { return &data_; }
+
+ private:
+  JtwCollection* collection_ = nullptr;
+  JtwNwObjData data_;
+  int id_ = -1;
+  jt::Ref<const JtNode> origin_;
+};

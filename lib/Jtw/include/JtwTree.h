@@ -1,0 +1,47 @@
+#pragma once
+
+#include <vector>
+
+#include "JtwExport.h"
+#include "RTTran3D.h"
+
+class JtwNode;
+class JtwRoot;
+
+// The component as a tree of wrappers, for listings. The wrappers must have been made before: by a
+// walk (JtwTraverse), or jtw::loadWrappers.
+
+namespace jtw {
+
+/// One line of a listing.
+struct TreeEntry {
+  JtwNode* node = nullptr;
+  int depth = 0;  ///< 0 for the start
+};
+
+/// Walks the whole component so that every object has its wrapper, and reads all frame lists. False
+/// when the root has no JT node or the graph cannot be read.
+JTW_API bool loadWrappers(JtwRoot& root);
+
+/// `start` and everything below it: parents before children, children in scene graph order and
+/// then the frames and annotations in list order. A wrapper stands under the nearest wrapper above
+/// it on the first path; each occurs once, whether it has a key or not.
+JTW_API std::vector<TreeEntry> tree(JtwRoot& root, JtwNode& start);
+
+/// The direct children of a node in the order of tree().
+JTW_API std::vector<JtwNode*> children(JtwRoot& root, JtwNode& node);
+
+/// Placement of a node relative to another one, in millimetres: that of a listing whose parent is
+/// not the component parent. For a singular placement of `parent`: the absolute placement.
+JTW_API RTTran3D placement(JtwNode& node, JtwNode& parent);
+
+/// Places a node relative to its component parent, the translation in millimetres whatever the
+/// node's unit is, and forgets its cached location.
+JTW_API void setPlacement(JtwNode& node, const RTTran3D& millimetres);
+
+/// Name of the unit with that ratio of millimetres, such as "Millimeters"; null when there is none.
+JTW_API const char* unitName(float ratio);
+/// Ratio of millimetres of the unit with that name (letter case counts); 0 when there is none.
+JTW_API float unitRatio(const char* name);
+
+}  // namespace jtw

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "JtNode.h"
+#include "JtPartition.h"
+#include "JtString.h"
+#include "JtwExport.h"
+#include "RWClassic.h"
+
+class JtwPMI;
+
+// Small tests and conversions that wrappers, walks and exporters share. A test's result says
+// whether the question could be asked; the answer goes to the output, which is untouched otherwise.
+
+/// Whether a node carries a prototype key. False for null.
+JTW_API bool JtwUtilsJtHasProtoKey(JtNode* node, bool& has);
+/// Whether a node, or one above it, carries a kinematics buffer. False for null.
+JTW_API bool JtwUtilsJtHasKinDevice(JtNode* node, bool& has);
+/// Whether a node, or one above it, carries a kinematics modelling buffer. False for null.
+JTW_API bool JtwUtilsJtHasKinModelingDevice(JtNode* node, bool& has);
+/// Whether the partition is marked as data that another system wrote. False for null.
+JTW_API bool JtwUtilsDidJtOriginateFromNativeJt(JtPartition* partition, bool& native);
+/// Whether the partition's document keeps PMI. False, with `on` false, when the registry knows no
+/// document of this partition.
+JTW_API bool JtwUtilsIsPMIModeOn(const JtPartition* partition, bool& on);
+/// Whether a PMI is to be left out of an export: annotations of the model view label kind always,
+/// other annotations by the registry's options, frames never. True unless `pmi` is null.
+JTW_API bool JtwUtilsShouldExcludePMI(JtwPMI* pmi, bool& exclude);
+
+/// The node's name as stored; empty for null or a node without name.
+JTW_API RWClassicWString JtwUtilsGetNamePropertyAsRWWString(const JtNode* node);
+JTW_API JtString JtwUtilsGetRWWStringAsJtString(const RWClassicWString& s);
+JTW_API void JtwUtilsConvertRWCStringToJtString(const RWClassicCString& s, JtString& out);

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "JtPropAtom.h"
+
+// The names of all host properties on JT nodes; nothing else in the library spells them out.
+
+namespace jtw {
+
+/// The properties whose key atoms are made once and shared, in the order in which they are made.
+enum class Key : std::size_t {
+  protoKey,
+  attributes,
+  kinBuffer,
+  kinModelingBuffer,
+  kinTechnoBuffer,
+  kinTechnoDoubleBuffer,
+  mopBuffer,
+  dotKinBuffer,
+  gmKinBuffer,
+  plcLogicBlock,
+  objType,
+  frames,
+  notUnitedEntity,
+  attachmentParent,
+  attachmentType,
+  globalUniqueId,
+  relStringId,
+  visibility,
+  apxShouldCalculate,
+  testedForPreserved,
+  threadUid,
+  concatOccThreadId,
+  hasPreservedPmi,
+  pmiProtoKeys,
+  pmiMaxProtoKey,
+  count
+};
+
+inline constexpr std::array<const char*, static_cast<std::size_t>(Key::count)> kKeyNames{
+    "KrGmProtoKey",
+    "KrGmAttributes",
+    "KrKinBuffer",
+    "KrKinModelingBuffer",
+    "KrKinTechnoBuffer",
+    "KrKinTechnoDoubleBuffer",
+    "KrMopBuffer",
+    "KrDotKinBuffer",
+    "KrGmKinBuffer",
+    "KrPlcLogicBlock",
+    "KrObjType",
+    "KrWmFrames",
+    "KrGmNotUnitedEntity",
+    "KrWmAttachmentParent",
+    "KrWmAttachmentType",
+    "KrGlobalUniqueId",
+    "KrRelStringId",
+    "KrGraVisibility",
+    "KrApxShouldCalculate",
+    "TestedForPreservedDescendants",
+    "thread_uid::",
+    "concat_occThreadID",
+    "KrCollectionHasPreservePMI",
+    "KrPMIProtoKeys",
+    "KrRootPMIMaxProtoKey",
+};
+
+constexpr const char* keyName(Key key) { return kKeyNames[static_cast<std::size_t>(key)]; }
+
+/// The shared key atom of a property; never null. Made by JtwNode::init(), or here when that has
+/// not run. Not owned by the caller; valid until JtwNode::fini().
+JtPropAtom* keyAtom(Key key);
+
+// Names that are used in one place each and have no shared atom.
+
+/// On the partition: the data was not written by this system.
+inline constexpr const char* kOriginateFromNativeJt = "KrOriginateFromNativeJt";
+/// On a switch: its children are representations of the component.
+inline constexpr const char* kSwitch = "KrSwitch";
+/// On a node: its unit of length has been dealt with.
+inline constexpr const char* kMeasurementUnitProp = "KrMeasurementUnitProp";
+
+// Document properties of an export.
+inline constexpr const char* kCadSource = "CadSource";
+inline constexpr const char* kCadSourceValue = "KrJtExport";
+inline constexpr const char* kTranslationDate = "TranslationDate";
+inline constexpr const char* kSourceExternalId = "KrSourceExternalID";
+inline constexpr const char* kSourceOriginalName = "KrSourceOriginalName";
+
+}  // namespace jtw
