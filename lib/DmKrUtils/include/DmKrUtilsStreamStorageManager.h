@@ -1,0 +1,23 @@
+#pragma once
+
+#include "DmKrUtilsExport.h"
+#include "JtStorageManager.h"
+
+/// Serves stream locations beside the file-system locations of its base. A stream is read whole
+/// when it is opened. A save keeps the old bytes in memory and puts them back when writing fails.
+class DMKR_API DmKrUtilsStreamStorageManager : public JtStorageManager {
+ public:
+  /// A new manager.
+  static jt::Ref<DmKrUtilsStreamStorageManager> createInstance();
+
+  jt::Ref<jt::FileImage> open(const JtStorageLocation& location) override;
+  jt::StorageSaveResult save(const JtStorageLocation& location,
+                             std::span<const jt::FilePiece> pieces,
+                             const jt::StorageSaveOptions& options) override;
+  /// Streams have no neighbours: null for them.
+  jt::Ref<JtStorageLocation> resolve(const JtStorageLocation& base,
+                                     const JtString& relativePath) override;
+
+ private:
+  DmKrUtilsStreamStorageManager() = default;
+};

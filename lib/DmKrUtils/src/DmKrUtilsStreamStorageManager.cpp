@@ -1,0 +1,173 @@
+#include "DmKrUtilsStreamStorageManager.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "DmKrUtilsStreamStorageLocation.h"
+#include "JtFormatError.h"
+
+namespace dmkr {
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+class StreamImage final : public jt::FileImage {
+ public:
+  StreamImage(Bytes bytes, std::string name) : bytes_(std::move(bytes)), name_(std::move(name)) {}
+  std::span<const std::byte> bytes() const override { return bytes_; }
+  std::optional<jt::FileIdentity> identity() const override { return std::nullopt; }
+  void checkPresent() const override {}
+  std::string name() const override { return name_; }
+
+ private:
+  Bytes bytes_;
+  std::string name_;
+};
+
+const DmKrUtilsStreamStorageLocation* asStream(const JtStorageLocation& location) {
+  return jt::as<DmKrUtilsStreamStorageLocation>(&location);
+}
+
+[[noreturn]] void fail(const char* code, const std::string& name, const std::string& message) {
+  throw JtFormatError(code, message, {.file = name, .segment = {}, .element = {}, .offset = {}});
+}
+
+/// The stream of a location, with the name that messages show.
+class Stream {
+ public:
+  explicit Stream(const DmKrUtilsStreamStorageLocation& location)
+      : name_(location.displayName().stringToMbs()),
+        stream_(location.streamObject() ? location.streamObject()->stream() : nullptr) {
+    if (!stream_) fail("not_found", name_, "the document has no stream");
+  }
+
+  const std::string& name() const { return name_; }
+
+  IStreamResult read(Bytes& bytes) const {
+    IStreamStat stat;
+    if (const auto result = stream_->Stat(stat); result != IStreamResult::ok) return result;
+    if (stat.size > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()))
+      return IStreamResult::outOfMemory;
+    if (const auto result = rewind(); result != IStreamResult::ok) return result;
+    bytes.resize(static_cast<std::size_t>(stat.size));
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+      std::size_t done = 0;
+      const auto result = stream_->Read(bytes.data() + filled, bytes.size() - filled, done);
+      if (result != IStreamResult::ok) return result;
+      if (done == 0) return IStreamResult::ioError;  // shorter than it said
+      filled += done;
+    }
+    return IStreamResult::ok;
+  }
+
+  /// Makes the stream hold the pieces and nothing else.
+  IStreamResult write(std::span<const jt::FilePiece> pieces) const {
+    if (const auto result = rewind(); result != IStreamResult::ok) return result;
+    std::uint64_t total = 0;
+    for (const jt::FilePiece& piece : pieces) {
+      if (const auto result = writeAll(piece.bytes); result != IStreamResult::ok) return result;
+      total += piece.bytes.size();
+    }
+    if (const auto result = stream_->SetSize(total); result != IStreamResult::ok) return result;
+    return stream_->Commit();
+  }
+
+ private:
+  IStreamResult rewind() const { return stream_->Seek(0, IStreamOrigin::begin); }
+
+  IStreamResult writeAll(std::span<const std::byte> bytes) const {
+    while (!bytes.empty()) {
+      std::size_t done = 0;
+      const auto result = stream_->Write(bytes.data(), bytes.size(), done);
+      if (result != IStreamResult::ok) return result;
+      if (done == 0) return IStreamResult::ioError;
+      bytes = bytes.subspan(std::min(done, bytes.size()));
+    }
+    return IStreamResult::ok;
+  }
+
+  std::string name_;
+  CComPtr<IStream> stream_;
+};
+
+bool holds(const Stream& stream, std::span<const jt::FilePiece> pieces) {
+  Bytes bytes;
+  if (stream.read(bytes) != IStreamResult::ok) return false;
+  std::span<const std::byte> rest = bytes;
+  for (const jt::FilePiece& piece : pieces) {
+    if (rest.size() < piece.bytes.size() ||
+        !std::equal(piece.bytes.begin(), piece.bytes.end(), rest.begin()))
+      return false;
+    rest = rest.subspan(piece.bytes.size());
+  }
+  return rest.empty();
+}
+
+const char* saveErrorCode(IStreamResult result) {
+  switch (result) {
+    case IStreamResult::mediumFull:
+      return "no_space";
+    case IStreamResult::accessDenied:
+      return "read_only";
+    default:
+      return "write_failed";
+  }
+}
+
+jt::StorageSaveResult saveStream(const Stream& stream, std::span<const jt::FilePiece> pieces,
+                                 bool readBack) {
+  Bytes old;
+  if (const auto result = stream.read(old); result != IStreamResult::ok)
+    fail("unwritable", stream.name(),
+         "the old content could not be read to be kept: " + std::string(toText(result)));
+
+  const auto result = stream.write(pieces);
+  if (result == IStreamResult::ok && (!readBack || holds(stream, pieces))) return {};
+
+  const jt::FilePiece before{.bytes = old, .source = nullptr, .sourceOffset = 0};
+  const std::span<const jt::FilePiece> all(&before, 1);
+  const bool restored = stream.write(all) == IStreamResult::ok || holds(stream, all);
+  std::string message = result == IStreamResult::ok
+                            ? "the stream does not hold what was written"
+                            : "the stream could not be written: " + std::string(toText(result));
+  message += restored ? "; it holds its old content again"
+                      : "; its old content could not be put back either";
+  fail(result == IStreamResult::ok ? "verify_failed" : saveErrorCode(result), stream.name(),
+       message);
+}
+
+}  // namespace
+}  // namespace dmkr
+
+jt::Ref<DmKrUtilsStreamStorageManager> DmKrUtilsStreamStorageManager::createInstance() {
+  return jt::Ref<DmKrUtilsStreamStorageManager>(new DmKrUtilsStreamStorageManager());
+}
+
+jt::Ref<jt::FileImage> DmKrUtilsStreamStorageManager::open(const JtStorageLocation& location) {
+  const auto* place = dmkr::asStream(location);
+  if (!place) return JtStorageManager::open(location);
+  const dmkr::Stream stream(*place);
+  dmkr::Bytes bytes;
+  if (const auto result = stream.read(bytes); result != IStreamResult::ok)
+    dmkr::fail("unreadable", stream.name(),
+               "the stream could not be read: " + std::string(toText(result)));
+  return jt::make<dmkr::StreamImage>(std::move(bytes), stream.name());
+}
+
+jt::StorageSaveResult DmKrUtilsStreamStorageManager::save(const JtStorageLocation& location,
+                                                          std::span<const jt::FilePiece> pieces,
+                                                          const jt::StorageSaveOptions& options) {
+  const auto* place = dmkr::asStream(location);
+  if (!place) return JtStorageManager::save(location, pieces, options);
+  return dmkr::saveStream(dmkr::Stream(*place), pieces, options.readBack);
+}
+
+jt::Ref<JtStorageLocation> DmKrUtilsStreamStorageManager::resolve(const JtStorageLocation& base,
+                                                                  const JtString& relativePath) {
+  if (dmkr::asStream(base)) return {};
+  return JtStorageManager::resolve(base, relativePath);
+}
