@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+
+#include "ApiSysFilePath.h"
+#include "HostExport.h"
+#include "RWClassic.h"
+
+/// Questions to the file system.
+class HOST_API ApiSysFileAccess {
+ public:
+  /// Lists the names (without folder) in `folder` that `pattern` is found in, sorted by their bytes
+  /// so that the order is the same every time.
+  /// @param list what it held is replaced; its capacity is kept.
+  /// @param filesOnly only regular files and links to them
+  /// @return false when the folder cannot be read; `list` is then empty.
+  static bool listDir(const ApiSysFilePath& folder, const RWCRegexp& pattern,
+                      RWClassicTValOrderedVector<RWClassicCString>& list, bool filesOnly);
+
+  /// When the file was last written, in nanoseconds since 1970-01-01 UTC, as fine as the file
+  /// system keeps it.
+  /// @return false when that cannot be told; `nanoseconds` is then unchanged.
+  static bool lastWriteTime(const ApiSysFilePath& path, std::int64_t& nanoseconds);
+};

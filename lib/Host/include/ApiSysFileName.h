@@ -1,0 +1,28 @@
+#pragma once
+
+#include <utility>
+
+#include "ApiSysFilePath.h"
+#include "HostExport.h"
+#include "RWClassic.h"
+
+/// The name of a file, with or without folders; see ApiSysFilePath for separators.
+class HOST_API ApiSysFileName {
+ public:
+  ApiSysFileName() = default;
+  explicit ApiSysFileName(RWClassicCString text) : path_(std::move(text)) {}
+
+  const RWClassicCString& asString() const { return path_.asString(); }
+  const ApiSysFilePath& path() const { return path_; }
+  bool isFullPath() const { return path_.isFullPath(); }
+  RWClassicCString fileName() const { return path_.fileName(); }
+
+  friend bool operator==(const ApiSysFileName&, const ApiSysFileName&) = default;
+
+ private:
+  ApiSysFilePath path_;
+};
+
+/// The two names with exactly one separator between them, '/' unless one is there already. An empty
+/// name on either side gives the other.
+HOST_API ApiSysFileName operator+(const ApiSysFileName& folder, const ApiSysFileName& name);

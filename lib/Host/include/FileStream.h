@@ -1,0 +1,45 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "ApiSysFilePath.h"
+#include "IStream.h"
+
+namespace host {
+class File;
+}
+
+/// A stream over a file. Writes go to the file itself, at once and without a way back.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only Release() destroys it.
+class HOST_API FileStream final : public IStream {
+ public:
+  enum class Mode : std::int32_t {
+    readOnly,
+    readWrite,  ///< the file must exist
+    create,     ///< read-write; made if missing, emptied if there
+  };
+
+  /// Opens a regular file.
+  /// @param result why the stream is null, if it is
+  static CComPtr<FileStream> open(const ApiSysFilePath& path, Mode mode, IStreamResult& result);
+
+  std::uint32_t AddRef() override;
+  std::uint32_t Release() override;
+  IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override;
+  IStreamResult Write(const void* buffer, std::size_t size, std::size_t& done) override;
+  IStreamResult Seek(std::int64_t move, IStreamOrigin origin,
+                     std::uint64_t* newPosition = nullptr) override;
+  IStreamResult Stat(IStreamStat& stat) const override;
+  IStreamResult SetSize(std::uint64_t size) override;
+  IStreamResult Commit() override;
+
+ private:
+  FileStream(std::unique_ptr<host::File> file, RWClassicCString name);
+  ~FileStream() override;
+
+  std::atomic<std::uint32_t> references_{0};
+  std::unique_ptr<host::File> file_;
+  RWClassicCString name_;
+  std::uint64_t position_ = 0;
+};

@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <string>
+
+#include "FileStream.h"
+#include "MemoryStream.h"
+#include "TempFolder.h"
+
+namespace {
+
+constexpr auto ok = IStreamResult::ok;
+
+CComPtr<IStream> openFile(const std::string& path, FileStream::Mode mode,
+                          IStreamResult expected = ok) {
+  IStreamResult result = IStreamResult::ioError;
+  const CComPtr<FileStream> stream = FileStream::open(ApiSysFilePath(path), mode, result);
+  EXPECT_EQ(result, expected) << path;
+  EXPECT_EQ(static_cast<bool>(stream), expected == ok) << path;
+  return stream;
+}
+
+std::string readAll(IStream& stream) {
+  std::string text(64, '\0');
+  std::size_t done = 99;
+  EXPECT_EQ(stream.Seek(0, IStreamOrigin::begin), ok);
+  EXPECT_EQ(stream.Read(text.data(), text.size(), done), ok);
+  text.resize(done);
+  return text;
+}
+
+void write(IStream& stream, const std::string& text, IStreamResult expected = ok) {
+  std::size_t done = 99;
+  EXPECT_EQ(stream.Write(text.data(), text.size(), done), expected);
+  EXPECT_EQ(done, expected == ok ? text.size() : 0);
+}
+
+/// A stream that counts the references taken of it and has nothing else.
+struct Counted {
+  std::uint32_t AddRef() { return ++count; }
+  std::uint32_t Release() { return --count; }
+  std::uint32_t count = 0;
+};
+
+}  // namespace
+
+class BothStreams : public testing::TestWithParam<bool> {
+ protected:
+  CComPtr<IStream> make() {
+    if (GetParam()) return MemoryStream::create();
+    return openFile(temp_.at("stream"), FileStream::Mode::create);
+  }
+
+ private:
+  TempFolder temp_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Kinds, BothStreams, testing::Bool(),
+                         [](const auto& info) { return info.param ? "memory" : "file"; });
+
+TEST_P(BothStreams, BytesGoWhereThePositionIs) {
+  const CComPtr<IStream> stream = make();
+  std::uint64_t position = 99;
+  write(*stream, "0123456789");
+  EXPECT_EQ(stream->Seek(-7, IStreamOrigin::current, &position), ok);
+  EXPECT_EQ(position, 3);
+  write(*stream, "abc");
+  EXPECT_EQ(stream->Seek(2, IStreamOrigin::end, &position), ok);
+  EXPECT_EQ(position, 12);
+  write(*stream, "Z");
+  EXPECT_EQ(readAll(*stream), std::string("012abc6789\0\0Z", 13));
+  EXPECT_EQ(stream->SetSize(4), ok);
+  EXPECT_EQ(readAll(*stream), "012a");
+  EXPECT_EQ(stream->SetSize(6), ok);
+  EXPECT_EQ(readAll(*stream), std::string("012a\0\0", 6));
+  IStreamStat stat;
+  EXPECT_EQ(stream->Stat(stat), ok);
+  EXPECT_EQ(stat.size, 6);
+  EXPECT_EQ(stream->Commit(), ok);
+}
+
+TEST_P(BothStreams, ImpossibleRequestsAreAnsweredNotDone) {
+  const CComPtr<IStream> stream = make();
+  write(*stream, "abc");
+  constexpr auto most = std::numeric_limits<std::int64_t>::max();
+  constexpr auto least = std::numeric_limits<std::int64_t>::min();
+  std::uint64_t position = 99;
+  EXPECT_EQ(stream->Seek(-4, IStreamOrigin::end, &position), IStreamResult::invalidArgument);
+  EXPECT_EQ(position, 3);
+  EXPECT_EQ(stream->Seek(least, IStreamOrigin::current), IStreamResult::invalidArgument);
+
+  char byte = 0;
+  std::size_t done = 99;
+  EXPECT_EQ(stream->Read(nullptr, 1, done), IStreamResult::invalidArgument);
+  EXPECT_EQ(done, 0);
+  EXPECT_EQ(stream->Write(nullptr, 1, done), IStreamResult::invalidArgument);
+  EXPECT_EQ(stream->Seek(most, IStreamOrigin::begin), ok);
+  EXPECT_EQ(stream->Read(&byte, 1, done), ok);
+  EXPECT_EQ(done, 0);
+  write(*stream, "x", IStreamResult::mediumFull);
+  EXPECT_EQ(stream->Seek(most, IStreamOrigin::current), ok);
+  EXPECT_EQ(stream->Seek(2, IStreamOrigin::current), IStreamResult::invalidArgument);
+  EXPECT_EQ(stream->Read(&byte, 1, done), ok);
+  EXPECT_NE(stream->SetSize(std::numeric_limits<std::uint64_t>::max()), ok);
+  EXPECT_EQ(readAll(*stream), "abc");
+}
+
+TEST(FileStream, ModesAndWhatCannotBeOpened) {
+  using Mode = FileStream::Mode;
+  const TempFolder temp;
+  const std::string path = temp.file("a", "abc");
+  CComPtr<IStream> stream = openFile(path, Mode::readOnly);
+  write(*stream, "x", IStreamResult::accessDenied);
+  EXPECT_EQ(readAll(*stream), "abc");
+  stream = openFile(path, Mode::readWrite);
+  write(*stream, "x");
+  EXPECT_EQ(readAll(*openFile(temp.at(".\\a"), Mode::readOnly)), "xbc");
+  IStreamStat stat;
+  EXPECT_EQ(stream->Stat(stat), ok);
+  EXPECT_EQ(stat.name, path);
+  EXPECT_GT(stat.lastWriteTime, 1'600'000'000'000'000'000);
+  EXPECT_EQ(readAll(*openFile(path, Mode::create)), "");
+
+  openFile(temp.at("gone"), Mode::readWrite, IStreamResult::notFound);
+  openFile(temp.path(), Mode::readOnly, IStreamResult::notRegular);
+  openFile(temp.path(), Mode::readWrite, IStreamResult::notRegular);
+  ASSERT_EQ(::mkfifo(temp.at("pipe").c_str(), 0600), 0);
+  openFile(temp.at("pipe"), Mode::readOnly, IStreamResult::notRegular);
+}
+
+TEST(CComPtr, EveryCopyIsOneReference) {
+  Counted object;
+  {
+    CComPtr<Counted> first(&object);
+    CComPtr<Counted> second = first;
+    EXPECT_EQ(object.count, 2);
+    CComPtr<Counted>& same = second;
+    second = same;
+    const CComPtr<Counted> moved = std::move(first);
+    EXPECT_EQ(object.count, 2);
+    second = nullptr;
+    EXPECT_EQ(object.count, 1);
+    second.Attach(CComPtr<Counted>(moved).Detach());
+    EXPECT_EQ(object.count, 2);
+  }
+  EXPECT_EQ(object.count, 0);
+}
