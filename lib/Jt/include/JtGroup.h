@@ -33,8 +33,6 @@ class JT_API JtGroup : public JtNode {
  private:
   friend class jt::file::SceneReader;
   friend struct jt::file::NodeFields;
-  bool mayTake(const JtNode* child) const;
-
   jt::LocalVersion groupVersion_;
   std::vector<jt::Ref<JtNode>> children_;
 };

@@ -52,9 +52,12 @@ class JT_API JtMaterial : public JtAttribute {
 
  private:
   friend struct jt::file::AttributeFields;
+  void clearPattern(std::uint8_t bit);
+
   jt::LocalVersion version_;
   // Vertex colours overridden, blend factors 6 and 7, blending off: what real files hold.
   std::uint16_t dataFlags_ = 0x39a0;
+  std::uint8_t pattern_ = 0;  // 8.x: colours stored as one number, bits as in dataFlags_
   jt::Rgba ambient_{0.8F, 0.8F, 0.8F, 1};
   jt::Rgba diffuse_{0.8F, 0.8F, 0.8F, 1};
   jt::Rgba specular_{0.3F, 0.3F, 0.3F, 1};

@@ -39,6 +39,7 @@ class JT_API JtMetaData : public JtBase {
   friend struct jt::file::MetaDataFields;
   jt::LocalVersion version_;
   std::vector<Entry> entries_;
+  bool terminated_ = true;          // false: an entry of unknown type stands in surplus_
   std::vector<std::byte> surplus_;  // what follows the last entry that could be read
   bool modified_ = false;
 };

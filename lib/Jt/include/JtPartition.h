@@ -70,8 +70,9 @@ JT_API const std::string& lastError();
 JT_API void setLastError(std::string text);
 
 namespace file {
-class Document;
-}
+class Container;
+class FileWriter;
+}  // namespace file
 }  // namespace jt
 
 /// The top of a JT file's scene graph, or the place where another file hangs into one. A partition
@@ -86,6 +87,8 @@ class JT_API JtPartition : public JtGroup {
   ~JtPartition() override;
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// A partition with the same file name and extent and without content.
+  jt::Ref<JtBase> clone() const override;
 
   // --- Opening
 
@@ -103,8 +106,8 @@ class JT_API JtPartition : public JtGroup {
   /// leave their partition without content; the partition's notes tell. False when any could not be
   /// opened.
   static bool openAllPartitions(JtPartition* partition, bool recursive);
-  /// Drops the content: children, opened files, pending background loads are waited for. Nodes that
-  /// somebody else holds stay usable. What was not saved is lost.
+  /// Drops the content: children and opened files. Nodes that somebody else holds stay usable, and
+  /// background loads that still run keep what they read. What was not saved is lost.
   void close();
   /// How often the content was opened and not closed again; 0 for a closed partition.
   int openCount() const noexcept { return openCount_; }
@@ -138,7 +141,7 @@ class JT_API JtPartition : public JtGroup {
   /// What was noticed while reading.
   const std::vector<jt::Note>& notes() const;
   /// The opened file; null for a partition made in memory.
-  const jt::file::Document* document() const noexcept { return document_.get(); }
+  const jt::file::Container* container() const noexcept;
 
   // --- Saving
 
@@ -161,17 +164,21 @@ class JT_API JtPartition : public JtGroup {
   void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
 
  private:
+  void attachExternal(jt::Ref<JtPartition> opened);
+  bool openExternal(const JtStorageLocation* base, struct JtExternalFiles& files);
+
   friend struct jt::file::NodeFields;
   friend class jt::file::SceneReader;
   friend class jt::file::SceneWriter;
-  friend class jt::file::Document;
+  friend class jt::file::FileWriter;
 
   int openCount_ = 0;
   jt::FileVersion version_;
   jt::Ref<JtStorageLocation> location_;
   mutable JtString datastoreLocation_;
-  jt::Ref<jt::file::Document> document_;
+  jt::Ref<jt::file::SceneSource> scene_;
   jt::Ref<JtPartition> external_;
+  std::optional<jt::FileIdentity> savedAs_;  // of the file at location_, after a save
   std::vector<jt::Note> notes_;
 
   // Element data.

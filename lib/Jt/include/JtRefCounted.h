@@ -20,6 +20,13 @@ class JT_API JtRefCounted {
   void unref() const noexcept {
     if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
+  /// Takes a reference unless the last one is gone already; for look-up tables that do not own.
+  bool tryRef() const noexcept {
+    int count = count_.load(std::memory_order_relaxed);
+    while (count > 0)
+      if (count_.compare_exchange_weak(count, count + 1, std::memory_order_acquire)) return true;
+    return false;
+  }
   /// References held at this moment; only a hint while other threads take or drop some.
   int refCount() const noexcept { return count_.load(std::memory_order_acquire); }
 

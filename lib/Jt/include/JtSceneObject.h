@@ -19,6 +19,7 @@ namespace jt {
 /// takes the version that real files of the target generation have.
 struct LocalVersion {
   static constexpr std::int16_t kUnset = -32768;
+  static constexpr std::int16_t kAbsent = -32767;  ///< 8.x: read from a file that lacks the field
   std::int16_t value = kUnset;
 };
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 #include "JtAttribute.h"
 
@@ -35,7 +36,7 @@ class JT_API JtXform : public JtAttribute {
   jt::LocalVersion version_;
   // Which values the file stored; kept while the matrix is unchanged, since a file may store values
   // that equal the identity.
-  std::uint16_t storedMask_ = 0;
-  bool maskKnown_ = false;
+  std::optional<std::uint16_t> storedMask_;
+  std::optional<bool> doubleValues_;  // as read; else what the generation has
   jt::Matrix4 matrix_ = jt::kIdentity;
 };

@@ -37,7 +37,8 @@ class JT_API VisMetaDataNode : public JtGroup {
   friend struct jt::file::NodeFields;
   friend class jt::file::SceneWriter;
   jt::LocalVersion metaVersion_;
-  bool metaDataRead_ = false;
+  enum class MetaDataState : std::uint8_t { unread, read, failed };
+  MetaDataState metaDataState_ = MetaDataState::unread;
   jt::Ref<JtMetaData> metaData_;
   // Atoms made for metadata entries that somebody looked up.
   mutable std::map<JtString, jt::Ref<JtPropAtom>> metaAtoms_;

@@ -1,0 +1,105 @@
+#pragma once
+
+// Field lists of the property atom elements, in the order and with the names of ISO 14306.
+
+#include "Archive.h"
+#include "JtPropAtom.h"
+
+namespace jt::file {
+
+struct AtomFields {
+  template <class Ar>
+  static void run(Ar& ar, JtPropAtom& atom) {
+    base(ar, atom);
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtStringPropAtom& atom) {
+    typed(ar, atom);
+    ar("value", atom.value_);
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtInt32PropAtom& atom) {
+    typed(ar, atom);
+    ar("value", atom.value_);
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtFloatPropAtom& atom) {
+    typed(ar, atom);
+    ar("value", atom.value_);
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtPtrPropAtom& atom) {
+    typed(ar, atom);
+    ar("objectId", atom.target_);
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtDatePropAtom& atom) {
+    typed(ar, atom);
+    ar("date", atom.value_);
+    if (!ar.has(Feature::byteVersions)) return;
+    if (isFresh(ar, atom)) {
+      if (ar.has(Feature::attributeTail)) ar.fresh("utcOffset", 0.0F);
+    } else {
+      ar.optional("utcOffset", atom.utcOffset_);
+    }
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtVector4fPropAtom& atom) {
+    typed(ar, atom);
+    ar("value", atom.value_);
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtLateLoadedPropAtom& atom) {
+    typed(ar, atom);
+    ar("segmentId", atom.segmentId_);
+    ar("segmentType", atom.segmentType_);
+    if (!ar.has(Feature::latePayloadId)) return;
+    ar("payloadObjectId", atom.payloadId_);
+    if (isFresh(ar, atom)) {
+      // Gone from 10.5 on.
+      if (!ar.has(Feature::attributeTail)) ar.fresh("reserved", std::int32_t{1});
+    } else {
+      ar.optional("reserved", atom.reserved_);
+    }
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, JtOpaquePropAtom& atom) {
+    base(ar, atom);
+  }
+
+  template <class Ar>
+  static void surplus(Ar& ar, JtPropAtom& atom) {
+    if constexpr (Ar::reading) {
+      atom.surplus_.clear();
+      if (ar.left() > 0) ar.raw("surplus", atom.surplus_, ar.left());
+    } else if (!atom.surplus_.empty() && !isFresh(ar, atom)) {
+      ar.raw("surplus", atom.surplus_, atom.surplus_.size());
+    }
+  }
+
+ private:
+  template <class Ar>
+  static bool isFresh(const Ar& ar, const JtPropAtom& atom) {
+    return !Ar::reading && ar.fresh(atom.baseVersion_);
+  }
+  template <class Ar>
+  static void base(Ar& ar, JtPropAtom& atom) {
+    ar.version("baseVersionNumber", atom.baseVersion_, 1, 2);
+    ar("stateFlags", atom.stateFlags_);
+  }
+  template <class Ar>
+  static void typed(Ar& ar, JtPropAtom& atom) {
+    base(ar, atom);
+    ar.version("versionNumber", atom.version_, 1, 2);
+  }
+};
+
+}  // namespace jt::file

@@ -1,0 +1,302 @@
+#include "FileWriter.h"
+
+#include <algorithm>
+#include <limits>
+#include <unordered_set>
+
+#include "JtMetaData.h"
+#include "SegmentObjects.h"
+
+namespace jt::file {
+
+namespace {
+
+/// Segments of these types are kept even when no atom names them: links may exist that only their
+/// producer knows.
+bool isDroppable(std::int32_t type) {
+  return (type >= 2 && type <= 18) || type == 20 || type == 24;
+}
+
+std::unordered_set<JtGuid> segmentsNamedIn(SceneSource& source) {
+  std::unordered_set<JtGuid> named;
+  const ElementKind* lateLoaded = findElementKind(JtLateLoadedPropAtom::classTypeID());
+  for (std::uint32_t element = source.firstAtom(); element < source.elementCount(); ++element) {
+    if (source.kind(element) != lateLoaded) continue;
+    const auto atom = source.atom(element);
+    if (const auto* late = as<JtLateLoadedPropAtom>(atom.get())) named.insert(late->segmentId());
+  }
+  return named;
+}
+
+}  // namespace
+
+FileWriter::FileWriter(JtPartition& partition, JtPartition& top, const SaveOptions& options)
+    : partition_(partition),
+      top_(top),
+      options_(options),
+      container_(partition.container()),
+      source_(partition.scene_.get()),
+      version_(options.version.value_or(partition.version())),
+      format_{version_.major, version_.minor, container_ && container_->format().bigEndian},
+      sameForm_(container_ && container_->format() == format_) {}
+
+/// Every version that was read can be written back; others only where the whole form is known.
+void FileWriter::checkVersion() const {
+  const bool asRead = container_ && sameForm_;
+  const bool known = version_ == FileVersion{9, 5} || version_ == FileVersion{10, 0};
+  if (asRead || known) return;
+  throw JtFormatError(
+      "unsupported_version",
+      "JT version " + version_.text() +
+          " cannot be written; 9.5 and 10.0 can, and the version that a file was read in");
+}
+
+bool FileWriter::isUntouched() const {
+  return sameForm_ && &partition_ == &top_ && !options_.rewriteSceneGraph &&
+         !SceneWriter::isChanged(top_, source_) &&
+         SceneWriter::changedMetaData(SceneWriter::nodesOf(top_)).empty();
+}
+
+SaveReport FileWriter::save(JtStorageLocation& location) {
+  checkVersion();
+  report_.file = location.displayName().stringToMbs();
+  report_.version = version_;
+  std::vector<FilePiece> pieces;
+  std::vector<std::byte> front;
+  if (isUntouched()) {
+    for (const TocEntry& entry : container_->toc())
+      report_.segments.push_back(copied(entry).action);
+    pieces.push_back({container_->image().bytes(), &container_->image(), 0});
+  } else {
+    takeScene(SceneWriter(top_, source_, format_).encode());
+    front = frontMatter();
+    pieces.push_back({front, nullptr, 0});
+    std::vector<const Segment*> order;
+    for (const auto* list : {&segments_, &gaps_})
+      for (const Segment& segment : *list)
+        if (segment.action.kind != SegmentAction::Kind::dropped) order.push_back(&segment);
+    std::stable_sort(order.begin(), order.end(), [](const auto* a, const auto* b) {
+      return a->sourceOffset < b->sourceOffset;
+    });
+    for (const Segment* segment : order)
+      pieces.push_back(
+          {segment->bytes, segment->source, segment->source ? segment->sourceOffset : 0});
+    for (const Segment& segment : segments_) report_.segments.push_back(segment.action);
+  }
+  if (!options_.dryRun) {
+    const StorageSaveResult result = store(location, pieces);
+    report_.warnings.insert(report_.warnings.end(), result.warnings.begin(), result.warnings.end());
+  }
+  return std::move(report_);
+}
+
+void FileWriter::takeScene(EncodedScene scene) {
+  report_.warnings = std::move(scene.warnings);
+  sceneId_ = container_ ? container_->sceneEntry().id : JtGuid::random();
+  sceneReason_ = !container_                             ? "it is new"
+                 : !sameForm_                            ? "the version changes"
+                 : SceneWriter::isChanged(top_, source_) ? "the scene graph was changed"
+                                                         : "asked for";
+  sceneBytes_ = writeSegment(scene.bytes, sceneId_, 1, format_, options_.compressionLevel);
+  scene.bytes = {};
+  if (container_) planExisting(scene);
+  planNew(scene);
+  if (sameForm_ && &partition_ == &top_) planGaps();
+}
+
+FileWriter::Segment FileWriter::copied(const TocEntry& entry) const {
+  return {{entry.id, entry.type(), SegmentAction::Kind::copied, {}},
+          {},
+          container_->segmentBytes(entry),
+          &container_->image(),
+          entry.offset,
+          false};
+}
+
+FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, std::vector<std::byte> bytes,
+                                          std::string reason) const {
+  Segment segment{{entry.id, entry.type(), SegmentAction::Kind::rewritten, std::move(reason)},
+                  std::move(bytes),
+                  {},
+                  nullptr,
+                  entry.offset,
+                  false};
+  segment.bytes = segment.owned;
+  return segment;
+}
+
+/// A segment in another version: metadata is read and written again, nothing else is understood
+/// well enough.
+FileWriter::Segment FileWriter::convert(const TocEntry& entry) const {
+  const SegmentContent content = container_->load(entry);
+  const auto elements = segmentElements(content.bytes, container_->format());
+  const bool isMetaData =
+      elements.size() == 1 && elements[0].frame.typeId == JtMetaData::classTypeID()->guid();
+  if (!isMetaData)
+    throw JtFormatError(
+        "not_convertible",
+        "segment " + segmentText(entry.type(), entry.id) + " cannot be converted from version " +
+            FileVersion{container_->format().major, container_->format().minor}.text() + " to " +
+            version_.text() + "; save the file in its own version",
+        container_->position(entry));
+  const Ref<JtBase> object = readSegmentObject(*container_, entry);
+  return rewritten(
+      entry,
+      writeSegmentObject(*object, entry.id, entry.type(), format_, options_.compressionLevel),
+      "the version changes");
+}
+
+void FileWriter::planExisting(const EncodedScene& scene) {
+  const bool whole = &partition_ == &top_;
+  const std::unordered_set<JtGuid> named(scene.namedSegments.begin(), scene.namedSegments.end());
+  const std::unordered_set<JtGuid> before = segmentsNamedIn(*source_);
+  std::unordered_set<JtGuid> seen;
+  std::uint64_t total = 0;
+  for (const TocEntry& entry : container_->toc()) {
+    total += entry.length;
+    if (total > container_->image().bytes().size())
+      throw JtFormatError("segments_overlap",
+                          "the segments of the file overlap; it cannot be saved",
+                          container_->position(entry));
+    const bool isScene = &entry == &container_->sceneEntry();
+    const bool dropped = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
+                         (!whole || before.contains(entry.id));
+    const auto changed =
+        std::find_if(scene.newSegments.begin(), scene.newSegments.end(),
+                     [&](const NewSegment& segment) { return segment.id == entry.id; });
+    if (isScene) {
+      segments_.push_back(rewritten(entry, std::move(sceneBytes_), sceneReason_));
+    } else if (dropped) {
+      segments_.push_back(copied(entry));
+      segments_.back().action.kind = SegmentAction::Kind::dropped;
+      segments_.back().action.reason = "nothing names it any more";
+    } else if (changed != scene.newSegments.end()) {
+      segments_.push_back(rewritten(entry,
+                                    writeSegmentObject(*changed->object, entry.id, entry.type(),
+                                                       format_, options_.compressionLevel),
+                                    changed->reason));
+    } else if (sameForm_) {
+      segments_.push_back(copied(entry));
+    } else {
+      segments_.push_back(convert(entry));
+    }
+    seen.insert(entry.id);
+  }
+}
+
+void FileWriter::planNew(EncodedScene& scene) {
+  const auto add = [&](const JtGuid& id, std::int32_t type, std::vector<std::byte> bytes,
+                       std::string reason) {
+    Segment& segment = segments_.emplace_back();
+    segment.action = {id, type, SegmentAction::Kind::added, std::move(reason)};
+    segment.owned = std::move(bytes);
+    segment.sourceOffset = std::numeric_limits<std::uint64_t>::max();  // behind everything
+  };
+  if (!container_) add(sceneId_, 1, std::move(sceneBytes_), sceneReason_);
+  for (const NewSegment& segment : scene.newSegments) {
+    if (container_ && container_->find(segment.id)) continue;
+    add(segment.id, segment.type,
+        writeSegmentObject(*segment.object, segment.id, segment.type, format_,
+                           options_.compressionLevel),
+        segment.reason);
+  }
+  for (Segment& segment : segments_)
+    if (!segment.source) segment.bytes = segment.owned;  // the vector may have moved them
+}
+
+/// Bytes that belong to no segment are carried along, between the same neighbours.
+void FileWriter::planGaps() {
+  const auto all = container_->image().bytes();
+  struct Range {
+    std::uint64_t begin;
+    std::uint64_t end;
+  };
+  std::vector<Range> used{{0, FileHeader::size(container_->format())}};
+  const std::uint64_t toc = container_->header().tocOffset;
+  used.push_back({toc, toc + 4 + container_->toc().size() * TocEntry::size(container_->format())});
+  for (const TocEntry& entry : container_->toc())
+    used.push_back({entry.offset, entry.offset + entry.length});
+  used.push_back({all.size(), all.size()});
+  std::sort(used.begin(), used.end(),
+            [](const Range& a, const Range& b) { return a.begin < b.begin; });
+  std::uint64_t at = 0;
+  for (const Range& range : used) {
+    if (range.begin > at) {
+      Segment& gap = gaps_.emplace_back();
+      gap.bytes =
+          all.subspan(static_cast<std::size_t>(at), static_cast<std::size_t>(range.begin - at));
+      gap.source = &container_->image();
+      gap.sourceOffset = at;
+      gap.isGap = true;
+    }
+    at = std::max(at, range.end);
+  }
+}
+
+std::string FileWriter::versionText() const {
+  if (sameForm_) return container_->versionText();
+  constexpr std::size_t kTextSize = 75;
+  std::string text = "Version " + version_.text() + " JT  Jtw 0.1";
+  text.resize(kTextSize, ' ');
+  return text + " \n\r\n ";
+}
+
+/// Header and table of contents; the segments follow without gaps.
+std::vector<std::byte> FileWriter::frontMatter() {
+  std::vector<std::byte> out;
+  Writer writer(out, format_);
+  const std::string text = versionText();
+  writer.append(std::as_bytes(std::span(text)));
+  FileHeader header{format_.bigEndian ? std::uint8_t{1} : std::uint8_t{0}, 0,
+                    FileHeader::size(format_), sceneId_};
+  fields(writer, header);
+
+  std::vector<Segment*> order;
+  std::int32_t rows = 0;
+  for (auto* list : {&segments_, &gaps_})
+    for (Segment& segment : *list) {
+      if (segment.action.kind == SegmentAction::Kind::dropped) continue;
+      order.push_back(&segment);
+      if (!segment.isGap) ++rows;
+    }
+  std::stable_sort(order.begin(), order.end(),
+                   [](const auto* a, const auto* b) { return a->sourceOffset < b->sourceOffset; });
+  std::uint64_t at =
+      header.tocOffset + 4 + static_cast<std::uint64_t>(rows) * TocEntry::size(format_);
+  std::unordered_map<const Segment*, std::uint64_t> offsets;
+  for (const Segment* segment : order) {
+    offsets[segment] = at;
+    at += segment->bytes.size();
+  }
+  if (!format_.has(Feature::wideToc) &&
+      at > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max()))
+    throw JtFormatError("too_large", "the file would take " + std::to_string(at) +
+                                         " bytes; version " + version_.text() +
+                                         " allows 2 GiB, 10.0 more");
+  writer("entryCount", rows);
+  for (const Segment& segment : segments_) {
+    if (segment.action.kind == SegmentAction::Kind::dropped) continue;
+    TocEntry entry{segment.action.id, offsets[&segment],
+                   static_cast<std::uint32_t>(segment.bytes.size()),
+                   static_cast<std::uint32_t>(segment.action.type) << 24};
+    fields(writer, entry);
+  }
+  return out;
+}
+
+StorageSaveResult FileWriter::store(JtStorageLocation& location,
+                                    const std::vector<FilePiece>& pieces) {
+  const Ref<JtStorageManager> manager = JtStorageManager::current();
+  StorageSaveOptions storage = options_.storage;
+  const JtStorageLocation* own = partition_.storageLocation();
+  const bool inPlace = own && &partition_ == &top_ && own->displayName() == location.displayName();
+  if (inPlace && !storage.expected) {
+    storage.expected = partition_.savedAs_;
+    if (!storage.expected && container_) storage.expected = container_->image().identity();
+  }
+  StorageSaveResult result = manager->save(location, pieces, storage);
+  if (inPlace) partition_.savedAs_ = manager->open(location)->identity();
+  return result;
+}
+
+}  // namespace jt::file

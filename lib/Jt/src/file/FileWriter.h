@@ -1,0 +1,62 @@
+#pragma once
+
+// A partition to a file: which segments are copied, which are written anew, and where they go.
+
+#include <vector>
+
+#include "Container.h"
+#include "JtPartition.h"
+#include "SceneWriter.h"
+
+namespace jt::file {
+
+class FileWriter {
+ public:
+  /// @param partition whose file the segments come from
+  /// @param top       what becomes the scene graph: the partition itself, or a partition made for a
+  ///                  part of it
+  FileWriter(JtPartition& partition, JtPartition& top, const SaveOptions& options);
+
+  /// Writes, unless the options ask for a dry run. Throws JtFormatError.
+  SaveReport save(JtStorageLocation& location);
+
+ private:
+  struct Segment {
+    SegmentAction action;
+    std::vector<std::byte> owned;  ///< when it is not copied
+    std::span<const std::byte> bytes;
+    const FileImage* source = nullptr;
+    std::uint64_t sourceOffset = 0;
+    bool isGap = false;  ///< bytes between segments: no row in the table of contents
+  };
+
+  void checkVersion() const;
+  bool isUntouched() const;
+  void planExisting(const EncodedScene& scene);
+  void planNew(EncodedScene& scene);
+  void planGaps();
+  Segment copied(const TocEntry& entry) const;
+  Segment rewritten(const TocEntry& entry, std::vector<std::byte> bytes, std::string reason) const;
+  Segment convert(const TocEntry& entry) const;
+  std::vector<std::byte> frontMatter();
+  StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
+  std::string versionText() const;
+  void takeScene(EncodedScene scene);
+
+  JtPartition& partition_;
+  JtPartition& top_;
+  const SaveOptions& options_;
+  const Container* container_;
+  SceneSource* source_;
+  FileVersion version_;
+  Format format_;
+  bool sameForm_;
+  JtGuid sceneId_;
+  std::vector<std::byte> sceneBytes_;  // a whole segment
+  std::string sceneReason_;
+  std::vector<Segment> segments_;  // in the order of the table of contents
+  std::vector<Segment> gaps_;
+  SaveReport report_;
+};
+
+}  // namespace jt::file

@@ -1,0 +1,99 @@
+#pragma once
+
+// Scene graph to bytes. Elements that were read and not touched are copied as they are when the
+// form is the same; everything else runs through its field list.
+
+#include <unordered_map>
+#include <vector>
+
+#include "JtPartition.h"
+#include "SceneSource.h"
+
+namespace jt::file {
+
+/// A segment that the scene graph names and that is not in its file yet.
+struct NewSegment {
+  JtGuid id;
+  std::int32_t type = 0;
+  Ref<JtBase> object;
+  std::string reason;
+};
+
+struct EncodedScene {
+  std::vector<std::byte> bytes;         ///< content of the scene graph segment
+  std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory, changed metadata
+  std::vector<JtGuid> namedSegments;    ///< every segment that a late-loaded atom names
+  std::vector<SaveWarning> warnings;    ///< what this form cannot hold
+};
+
+class SceneWriter {
+ public:
+  /// @param root   top of what is written; a partition that stands for another file is a leaf
+  /// @param source the file whose ids, order and unread elements are kept; null for a new file
+  SceneWriter(const JtNode& root, SceneSource* source, const Format& format);
+
+  /// Throws JtFormatError "not_convertible" when an element cannot be put into this form.
+  EncodedScene encode();
+
+  /// True when something that the scene graph segment stores differs from the source.
+  static bool isChanged(const JtNode& root, const SceneSource* source);
+  /// Nodes of the file that `root` belongs to, parents first, each once.
+  static std::vector<const JtNode*> nodesOf(const JtNode& root);
+  /// Nodes whose metadata was changed, with the segment it lies in.
+  static std::vector<NewSegment> changedMetaData(const std::vector<const JtNode*>& nodes);
+
+ private:
+  struct Item {
+    const JtSceneObject* object = nullptr;  ///< null: an element of the source, copied unread
+    std::uint32_t element = SceneSource::kNone;
+    std::int32_t id = 0;
+  };
+  /// A pair of the new property table.
+  struct Pair {
+    std::int32_t key;
+    std::int32_t value;
+  };
+  struct Row {
+    std::int32_t owner = 0;
+    std::vector<Pair> pairs;
+    std::uint32_t copiedPairs = 0;  ///< offset in the source when the row is copied unread
+  };
+
+  void collectGraph();
+  void collectProperties();
+  void collectNodeRow(const JtNode& node, std::int32_t id);
+  void keepUnreadRow(Row& row, std::uint32_t pairs);
+  void keepDanglingPairs(Row& row, std::uint32_t pairs);
+  std::int32_t atomId(const JtPropAtom& atom);
+  std::int32_t newId();
+  bool isOwn(const JtSceneObject& object) const { return SceneSource::isFrom(object, source_); }
+  bool isUnloaded(const JtNode& node) const;
+  void markAtom(std::int32_t id);
+  void keepStrayAtoms();
+  void nameSegmentsOfUnreadAtoms();
+
+  void writeItem(std::vector<std::byte>& out, const Item& item);
+  void writeObject(std::vector<std::byte>& out, const Item& item);
+  void fillLinks(const JtSceneObject& object, Links& links) const;
+  void writeMarker(std::vector<std::byte>& out) const;
+  void writeTable(std::vector<std::byte>& out) const;
+  bool skipsInConversion(const Item& item);
+
+  const JtNode& root_;
+  SceneSource* source_;
+  Format format_;
+  bool sameForm_;
+  EncodedScene result_;
+  std::int32_t nextId_ = 1;
+  std::vector<const JtNode*> nodes_;
+  std::vector<Item> graph_;
+  std::vector<Item> newAtoms_;
+  std::vector<Row> rows_;
+  std::unordered_map<const JtSceneObject*, std::int32_t>
+      ids_;  // objects that are not from the source
+  std::unordered_map<std::u16string, std::int32_t> newTexts_;  // equal texts share one atom
+  std::vector<bool> liveAtoms_;                                // by element - firstAtom
+  std::vector<Ref<JtPropAtom>> kept_;                          // what ids_ points at
+};
+
+}  // namespace jt::file

@@ -1,0 +1,144 @@
+#include "SegmentObjects.h"
+
+#include <limits>
+
+#include "JtBaseDataStream.h"
+#include "JtFactory.h"
+#include "MetaDataFields.h"
+
+namespace jt::file {
+
+namespace {
+
+constexpr std::uint8_t kOtherBaseType = 9;
+
+Ref<JtBase> readObject(const SegmentElement& element, const Format& format) {
+  if (element.frame.typeId == JtMetaData::classTypeID()->guid()) {
+    auto data = make<JtMetaData>();
+    Reader reader(element.body, format, element.bodyOffset);
+    MetaDataFields::run(reader, *data);
+    return data;
+  }
+  Ref<JtBase> object = JtFactory::create(element.frame.typeId);
+  if (!object) return {};
+  JtBaseDataStream stream(element.body, format.bigEndian);
+  if (!object->deserialize(stream))
+    throw JtFormatError("bad_object",
+                        std::string("an object of type ") + object->typeID()->name() +
+                            " cannot be read from " + std::to_string(element.body.size()) +
+                            " bytes",
+                        {{}, {}, {}, element.bodyOffset});
+  return object;
+}
+
+}  // namespace
+
+std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
+                                            const Format& format, std::size_t* end) {
+  const bool hasId = format.has(Feature::segmentObjectIds);
+  const std::size_t frameSize = hasId ? kFrameSize : kFrameSizeWithoutId;
+  std::vector<SegmentElement> elements;
+  std::size_t at = 0;
+  while (at < content.size()) {
+    const std::size_t left = content.size() - at;
+    const auto length =
+        left >= kLengthSize ? loadScalar<std::int32_t>(content.data() + at, format.bigEndian) : -1;
+    if (length < static_cast<std::int32_t>(kMarkerLength) ||
+        static_cast<std::size_t>(length) > left - kLengthSize)
+      throw JtFormatError("bad_element_length",
+                          "expected an element of 16 to " +
+                              std::to_string(left < 4 ? 0 : left - 4) +
+                              " bytes, found a length of " + std::to_string(length),
+                          {{}, {}, "elementLength", at});
+    const std::size_t size = kLengthSize + static_cast<std::size_t>(length);
+    if (isEndMarker(loadGuid(content.data() + at + kLengthSize, format.bigEndian))) {
+      at += size;
+      break;
+    }
+    if (size < frameSize)
+      throw JtFormatError("bad_element_length",
+                          "an element takes at least " + std::to_string(frameSize - kLengthSize) +
+                              " bytes, found " + std::to_string(length),
+                          {{}, {}, "elementLength", at});
+    SegmentElement& element = elements.emplace_back();
+    Reader reader(content.subspan(at, frameSize), format, at);
+    fields(reader, element.frame, hasId);
+    element.offset = at;
+    element.bodyOffset = at + frameSize;
+    element.body = content.subspan(at + frameSize, size - frameSize);
+    at += size;
+  }
+  if (end) *end = at;
+  return elements;
+}
+
+Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry) {
+  try {
+    const SegmentContent content = container.load(entry);
+    for (const SegmentElement& element : segmentElements(content.bytes, container.format()))
+      if (Ref<JtBase> object = readObject(element, container.format())) return object;
+  } catch (const JtFormatError& error) {
+    throw error.within(container.position(entry));
+  }
+  return {};
+}
+
+std::vector<std::byte> writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
+                                          const Format& format, int level) {
+  std::vector<std::byte> body;
+  if (const auto* data = as<JtMetaData>(&object)) {
+    Writer writer(body, format);
+    writer.setConverting(true);
+    JtMetaData copy(*data);
+    MetaDataFields::run(writer, copy);
+  } else {
+    JtBaseDataStream stream(format.bigEndian);
+    if (!object.serialize(stream))
+      throw JtFormatError("bad_object", std::string("an object of type ") +
+                                            object.typeID()->name() + " cannot be written");
+    body = stream.written();
+  }
+  const bool hasId = format.has(Feature::segmentObjectIds);
+  std::vector<std::byte> content;
+  Writer writer(content, format);
+  ElementFrame frame{static_cast<std::int32_t>((hasId ? kFrameSize : kFrameSizeWithoutId) -
+                                               kLengthSize + body.size()),
+                     object.typeID()->guid(), kOtherBaseType, 0};
+  fields(writer, frame, hasId);
+  writer.append(body);
+  if (hasId) {  // 8.x writers end with the element
+    writer("elementLength", static_cast<std::int32_t>(kMarkerLength));
+    const std::vector<std::byte> marker(kMarkerLength, std::byte{0xff});
+    writer.append(marker);
+    writer("propertyTableVersion", std::int16_t{1});
+    writer("propertyTableCount", std::int32_t{0});
+  }
+  return writeSegment(content, id, type, format, level);
+}
+
+std::vector<std::byte> writeSegment(std::span<const std::byte> content, const JtGuid& id,
+                                    std::int32_t type, const Format& format, int level) {
+  const Packing packing = format.has(Feature::lzma) ? Packing::xz : Packing::zlib;
+  const std::vector<std::byte> stream = isShapeSegment(type)
+                                            ? std::vector<std::byte>(content.begin(), content.end())
+                                            : pack(content, packing, level);
+  const std::size_t headers = kSegmentHeaderSize + (isShapeSegment(type) ? 0 : kPackingHeaderSize);
+  if (stream.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - headers)
+    throw JtFormatError("too_large", "a segment of " + std::to_string(stream.size()) +
+                                         " bytes cannot be stored; the format allows 2 GiB");
+  std::vector<std::byte> out;
+  out.reserve(headers + stream.size());
+  Writer writer(out, format);
+  SegmentHeader header{id, type, static_cast<std::int32_t>(headers + stream.size())};
+  fields(writer, header);
+  if (!isShapeSegment(type)) {
+    PackingHeader packed{packing == Packing::zlib ? 2U : 3U,
+                         static_cast<std::int32_t>(stream.size() + 1),
+                         static_cast<std::uint8_t>(packing)};
+    fields(writer, packed);
+  }
+  writer.append(stream);
+  return out;
+}
+
+}  // namespace jt::file

@@ -1,0 +1,38 @@
+#pragma once
+
+// Objects that live in segments of their own: metadata and the late-loaded properties of
+// applications.
+
+#include "Container.h"
+#include "JtBase.h"
+#include "SceneSource.h"
+
+namespace jt::file {
+
+/// One element of a segment.
+struct SegmentElement {
+  ElementFrame frame;
+  std::size_t offset = 0;  ///< of the frame in the segment's content
+  std::size_t bodyOffset = 0;
+  std::span<const std::byte> body;
+};
+
+/// The elements of a segment's content up to the end marker or the end, whichever comes first.
+/// Throws JtFormatError at a length that cannot be. @param end offset behind the last element
+std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
+                                            const Format& format, std::size_t* end = nullptr);
+
+/// The first element whose type is known to JtFactory or is metadata, as an object; empty when
+/// there is none. Throws JtFormatError when it is damaged.
+Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry);
+
+/// A whole segment around one object, in the form of a file. Throws JtFormatError when the object
+/// does not serialise.
+std::vector<std::byte> writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
+                                          const Format& format, int level);
+
+/// A whole segment around finished content, packed as the generation does it.
+std::vector<std::byte> writeSegment(std::span<const std::byte> content, const JtGuid& id,
+                                    std::int32_t type, const Format& format, int level);
+
+}  // namespace jt::file

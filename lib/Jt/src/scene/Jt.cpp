@@ -1,0 +1,86 @@
+#include "Jt.h"
+
+#include <unordered_map>
+#include <unordered_set>
+
+#include "JtInstance.h"
+#include "JtPartition.h"
+#include "JtResidencyRequestManager.h"
+#include "JtStackNodeIter.h"
+
+const char* const Jt::jtPropName = "JT_PROP_NAME";
+const char* const Jt::jtPropMeasurementUnits = "JT_PROP_MEASUREMENT_UNITS";
+
+JtString Jt::name(const JtNode* node) {
+  const auto* text =
+      node ? jt::as<JtStringPropAtom>(node->property(JtString(jtPropName))) : nullptr;
+  return text ? text->value() : JtString();
+}
+
+namespace {
+
+/// Children that belong to the node's own file: what another file hangs in stays there.
+int ownChildren(const JtNode* node) {
+  const auto* partition = jt::as<JtPartition>(node);
+  return partition && !partition->fileName().isEmpty() ? 0 : node->numChildren();
+}
+
+}  // namespace
+
+jt::Ref<JtNode> Jt::clone(const JtNode* node) {
+  if (!node) return {};
+  // Copies first, links second: depth does not matter, and a shared node stays shared.
+  std::unordered_map<const JtNode*, jt::Ref<JtNode>> copies;
+  std::vector<const JtNode*> order{node};
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    if (copies.contains(order[i])) continue;
+    const jt::Ref<JtBase> copy = order[i]->clone();
+    copies.emplace(order[i], jt::Ref<JtNode>(static_cast<JtNode*>(copy.get())));
+    for (int child = 0; child < ownChildren(order[i]); ++child)
+      if (!copies.contains(order[i]->child(child))) order.push_back(order[i]->child(child));
+  }
+  // From the bottom up, so that the search for cycles finds nothing above.
+  std::unordered_set<const JtNode*> linked;
+  for (auto original = order.rbegin(); original != order.rend(); ++original) {
+    if (!linked.insert(*original).second) continue;
+    for (int child = 0; child < ownChildren(*original); ++child) {
+      JtNode* below = copies.at((*original)->child(child)).get();
+      JtNode* above = copies.at(*original).get();
+      if (auto* group = jt::as<JtGroup>(above)) group->addChild(below);
+      if (auto* instance = jt::as<JtInstance>(above)) instance->setChild(below);
+    }
+  }
+  return copies.at(node);
+}
+
+void JtLib::init() {}
+
+void JtLib::fini() { JtResidencyRequestManager::instance().stop(); }
+
+// --- JtStackNodeIter
+
+bool JtStackNodeIter::run(JtNode* start) {
+  stack_.clear();
+  if (!start) return true;
+  const auto enter = [&](JtNode* node) {
+    stack_.push_back({jt::Ref<JtNode>(node)});
+    const Next next = pre_ ? pre_(node) : Next::descend;
+    stack_.back().skip = next == Next::skipChildren;
+    return next != Next::stop;
+  };
+  if (!enter(start)) return false;
+  while (!stack_.empty()) {
+    Level& level = stack_.back();
+    if (!level.skip && level.nextChild < level.node->numChildren()) {
+      if (!enter(level.node->child(level.nextChild++))) return false;
+      continue;
+    }
+    if (post_ && !post_(level.node.get())) return false;
+    stack_.pop_back();
+  }
+  return true;
+}
+
+JtNode* JtStackNodeIter::pathParent() const {
+  return stack_.size() < 2 ? nullptr : stack_[stack_.size() - 2].node.get();
+}

@@ -1,0 +1,168 @@
+#include "JtNode.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "file/SceneSource.h"
+
+namespace {
+
+/// The text of a key, or null for a key that is no text.
+const JtString* keyText(const JtPropAtom* key) {
+  const auto* text = jt::as<JtStringPropAtom>(key);
+  return text ? &text->value() : nullptr;
+}
+
+auto findKey(const std::vector<jt::Property>& properties, const JtString& key) {
+  return std::find_if(properties.begin(), properties.end(), [&](const jt::Property& property) {
+    const JtString* text = keyText(property.key.get());
+    return text && *text == key;
+  });
+}
+
+}  // namespace
+
+JtNode::JtNode(const JtNode& other)
+    : JtSceneObject(other),
+      nodeVersion_(other.nodeVersion_),
+      nodeFlags_(other.nodeFlags_),
+      attributes_(other.attributes_),
+      properties_(other.properties()) {}
+
+JtNode::~JtNode() = default;
+
+jt::Ref<JtBase> JtNode::clone() const { return jt::Ref<JtBase>(new JtNode(*this)); }
+
+JtNode* JtNode::parent(int index) const noexcept {
+  return index >= 0 && index < numParents() ? parents_[static_cast<std::size_t>(index)] : nullptr;
+}
+
+/// Searched from the back: a graph that is taken down lets go of its last links first, so that a
+/// node with many parents is not searched again and again.
+void JtNode::detachFrom(const JtNode& parent) noexcept {
+  const auto found = std::find(parents_.rbegin(), parents_.rend(), &parent);
+  if (found != parents_.rend()) parents_.erase(std::next(found).base());
+}
+
+void JtNode::dismantle(std::vector<jt::Ref<JtNode>>& children) noexcept {
+  while (!children.empty()) {
+    const jt::Ref<JtNode> node = std::move(children.back());
+    children.pop_back();
+    // The last owner takes the children over before the node ends, so that ends do not nest.
+    if (node && node->refCount() == 1) node->releaseChildren(children);
+  }
+}
+
+// --- Attributes
+
+JtAttribute* JtNode::attribute(int index) const noexcept {
+  return index >= 0 && index < numAttributes() ? attributes_[static_cast<std::size_t>(index)].get()
+                                               : nullptr;
+}
+
+bool JtNode::getAttribute(int index, JtAttribute*& attribute, JtPathQual*& qualifier) const {
+  attribute = this->attribute(index);
+  qualifier = nullptr;
+  return attribute != nullptr;
+}
+
+bool JtNode::appendAttribute(JtAttribute* attribute, JtPathQual*) {
+  if (!attribute || opaque_) return false;
+  attributes_.emplace_back(attribute);
+  touch();
+  return true;
+}
+
+bool JtNode::replaceAttribute(int index, JtAttribute* attribute, JtPathQual*) {
+  if (!attribute || opaque_ || !this->attribute(index)) return false;
+  attributes_[static_cast<std::size_t>(index)] = attribute;
+  touch();
+  return true;
+}
+
+bool JtNode::removeAttribute(int index) {
+  if (opaque_ || !attribute(index)) return false;
+  attributes_.erase(attributes_.begin() + index);
+  touch();
+  return true;
+}
+
+// --- Properties
+
+std::vector<jt::Property>& JtNode::properties() const {
+  if (propertyRow_.load(std::memory_order_acquire) != 0) {
+    auto* source = jt::file::SceneSource::sourceOf(*this);
+    const std::lock_guard lock(source->propertiesMutex());
+    if (const std::uint32_t row = propertyRow_.load(std::memory_order_relaxed)) {
+      properties_ = source->properties(row);
+      propertyRow_.store(0, std::memory_order_release);
+    }
+  }
+  return properties_;
+}
+
+int JtNode::numProperties() const { return static_cast<int>(properties().size()); }
+
+bool JtNode::getProperty(int index, JtPropAtom*& key, JtPropAtom*& value) const {
+  if (index < 0 || index >= numProperties()) return false;
+  const jt::Property& property = properties_[static_cast<std::size_t>(index)];
+  key = property.key.get();
+  value = property.value.get();
+  return true;
+}
+
+JtPropAtom* JtNode::property(const JtString& key) const {
+  const auto& all = properties();
+  const auto found = findKey(all, key);
+  return found != all.end() ? found->value.get() : extraProperty(key);
+}
+
+bool JtNode::lookupProperty(const JtPropAtom* key, JtPropAtom*& value, bool inherited) const {
+  value = nullptr;
+  const JtString* text = keyText(key);
+  if (!text) return false;
+  value = property(*text);
+  if (value || !inherited) return true;
+  // Breadth first, nearest ancestors first, each once.
+  std::vector<const JtNode*> level{this};
+  std::unordered_set<const JtNode*> seen{this};
+  for (std::size_t i = 0; i < level.size(); ++i)
+    for (const JtNode* parent : level[i]->parents_) {
+      if (!seen.insert(parent).second) continue;
+      if ((value = parent->property(*text))) return true;
+      level.push_back(parent);
+    }
+  return true;
+}
+
+bool JtNode::addProperty(JtPropAtom* key, JtPropAtom* value, bool replace) {
+  const JtString* text = keyText(key);
+  if (!text || !value) return false;
+  auto& all = properties();
+  const auto found = findKey(all, *text);
+  if (found != all.end()) {
+    if (!replace) return false;
+    all[static_cast<std::size_t>(found - all.begin())].value = value;
+  } else {
+    if (!replace && extraProperty(*text)) return false;
+    all.push_back({key, value});
+  }
+  propertiesModified_ = true;
+  return true;
+}
+
+bool JtNode::deleteProperty(const JtPropAtom* key) {
+  const JtString* text = keyText(key);
+  if (!text) return false;
+  auto& all = properties();
+  const auto found = findKey(all, *text);
+  if (found == all.end()) return false;
+  all.erase(all.begin() + (found - all.begin()));
+  propertiesModified_ = true;
+  return true;
+}
+
+void JtNode::setIgnored(bool on) {
+  nodeFlags_ = on ? nodeFlags_ | 1U : nodeFlags_ & ~1U;
+  touch();
+}

@@ -1,0 +1,275 @@
+#include "JtPartition.h"
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+
+#include "JtFormatError.h"
+#include "JtResidencyRequestManager.h"
+#include "file/FileWriter.h"
+#include "file/SceneReader.h"
+
+bool JtPartition::_autoLoadShapes = true;
+
+// --- FileVersion
+
+std::string jt::FileVersion::text() const {
+  return std::to_string(major) + "." + std::to_string(minor);
+}
+
+std::optional<jt::FileVersion> jt::FileVersion::parse(std::string_view text) {
+  FileVersion version;
+  const char* end = text.data() + text.size();
+  const auto first = std::from_chars(text.data(), end, version.major);
+  if (first.ec != std::errc() || first.ptr == end || *first.ptr != '.') return {};
+  const auto second = std::from_chars(first.ptr + 1, end, version.minor);
+  if (second.ec != std::errc() || second.ptr != end || version.major < 0 || version.minor < 0)
+    return {};
+  return version;
+}
+
+// --- Life
+
+JtPartition::JtPartition() = default;
+
+JtPartition::JtPartition(JtGroup* parent, bool resident) : openCount_(resident ? 1 : 0) {
+  if (parent) parent->addChild(this);
+}
+
+JtPartition::~JtPartition() {
+  std::vector<jt::Ref<JtNode>> children;
+  JtPartition::releaseChildren(children);
+  dismantle(children);
+}
+
+jt::Ref<JtBase> JtPartition::clone() const {
+  auto copy = jt::make<JtPartition>();
+  copy->fileName_ = fileName_;
+  copy->version_ = version_;
+  if (const auto box = bounds()) copy->setBounds(*box);
+  copy->area_ = area_;
+  copy->vertexRange_ = vertexRange_;
+  copy->nodeRange_ = nodeRange_;
+  copy->polygonRange_ = polygonRange_;
+  JtPropAtom* key = nullptr;
+  JtPropAtom* value = nullptr;
+  for (int i = 0; getProperty(i, key, value); ++i) copy->addProperty(key, value, true);
+  for (int i = 0; i < numAttributes(); ++i) copy->appendAttribute(attribute(i));
+  return copy;
+}
+
+void JtPartition::releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept {
+  JtGroup::releaseChildren(out);
+  if (!external_) return;
+  detach(*external_, *this);
+  out.push_back(std::move(external_));
+}
+
+int JtPartition::numChildren() const noexcept { return external_ ? 1 : JtGroup::numChildren(); }
+
+JtNode* JtPartition::child(int index) const noexcept {
+  if (!external_) return JtGroup::child(index);
+  return index == 0 ? external_.get() : nullptr;
+}
+
+// --- Opening
+
+void JtPartition::openPartition(JtStorageLocation* location, JtGroup* parent, JtPartition*& out,
+                                const jt::ReadLimits& limits) {
+  out = nullptr;
+  if (!location)
+    throw JtFormatError("no_location", "a partition needs a storage location to be opened");
+  auto container = jt::file::Container::open(JtStorageManager::current()->open(*location), limits);
+  jt::Ref<JtPartition> opened =
+      jt::file::SceneReader(jt::file::SceneSource::open(container)).read();
+  opened->location_ = location;
+  if (parent) parent->addChild(opened.get());
+  if (_autoLoadShapes)
+    JtResidencyRequestManager::instance().request([container] {
+      for (const jt::file::TocEntry& entry : container->toc())
+        if (jt::file::isShapeSegment(entry.type())) container->segmentHeader(entry);
+    });
+  opened->ref();
+  out = opened.get();
+}
+
+/// The files met while partitions are opened, so that each is opened once.
+struct JtExternalFiles {
+  std::map<std::string, jt::Ref<JtPartition>> opened;
+};
+
+void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
+  external_ = std::move(opened);
+  attach(*external_, *this);
+}
+
+namespace {
+
+/// True when `node` is `partition`'s root or stands above it.
+bool standsAbove(const JtNode* node, const JtNode* partition) {
+  std::vector<const JtNode*> pending{partition};
+  std::map<const JtNode*, bool> seen;
+  while (!pending.empty()) {
+    const JtNode* current = pending.back();
+    pending.pop_back();
+    if (current == node) return true;
+    for (int i = 0; i < current->numParents(); ++i)
+      if (seen.emplace(current->parent(i), true).second) pending.push_back(current->parent(i));
+  }
+  return false;
+}
+
+}  // namespace
+
+/// Opens the file that this partition stands for. The location of the referencing file must be
+/// known.
+bool JtPartition::openExternal(const JtStorageLocation* base, JtExternalFiles& files) {
+  const std::string name = fileName_.stringToMbs();
+  const auto fail = [&](const char* code, const std::string& why) {
+    notes_.push_back({true, code, {}, {}, "partition file \"" + name + "\": " + why});
+    jt::setLastError(notes_.back().message);
+    return false;
+  };
+  if (!base) return fail("no_location", "the place of the referencing file is not known");
+  try {
+    const jt::Ref<JtStorageLocation> place = JtStorageManager::current()->resolve(*base, fileName_);
+    if (!place)
+      return fail("external_missing",
+                  "it was not found beside the referencing file, or points outside its folder");
+    jt::Ref<JtPartition>& opened = files.opened[place->displayName().stringToMbs()];
+    if (!opened) {
+      JtPartition* raw = nullptr;
+      openPartition(place.get(), nullptr, raw);
+      opened = raw;
+      raw->unref();
+    }
+    if (standsAbove(opened.get(), this))
+      return fail("external_cycle", "it contains the referencing file");
+    attachExternal(opened);
+    return true;
+  } catch (const JtFormatError& error) {
+    return fail(error.code().c_str(), error.what());
+  }
+}
+
+bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
+  if (!partition) return false;
+  JtExternalFiles files;
+  if (partition->location_)
+    files.opened[partition->location_->displayName().stringToMbs()] = partition;
+  bool allOpened = true;
+  std::vector<JtPartition*> pending{partition};
+  for (std::size_t i = 0; i < pending.size(); ++i) {
+    JtPartition* file = pending[i];
+    for (const JtNode* node : jt::file::SceneWriter::nodesOf(*file)) {
+      auto* inner = const_cast<JtPartition*>(jt::as<JtPartition>(node));
+      if (!inner || inner == file || inner->fileName_.isEmpty() || inner->external_) continue;
+      if (!inner->openExternal(file->location_.get(), files)) {
+        allOpened = false;
+        file->notes_.insert(file->notes_.end(), inner->notes_.begin(), inner->notes_.end());
+        if (file != partition)
+          partition->notes_.insert(partition->notes_.end(), inner->notes_.begin(),
+                                   inner->notes_.end());
+        continue;
+      }
+      if (recursive &&
+          std::find(pending.begin(), pending.end(), inner->external_.get()) == pending.end())
+        pending.push_back(inner->external_.get());
+    }
+  }
+  return allOpened;
+}
+
+void JtPartition::close() {
+  std::vector<jt::Ref<JtNode>> children;
+  releaseChildren(children);
+  dismantle(children);
+  scene_ = nullptr;
+  openCount_ = 0;
+}
+
+// --- Where and what
+
+const jt::file::Container* JtPartition::container() const noexcept {
+  return scene_ ? &scene_->container() : nullptr;
+}
+
+void JtPartition::setStorageLocation(JtStorageLocation* location) {
+  location_ = location;
+  savedAs_.reset();
+}
+
+const JtString* JtPartition::getDatastoreLocation() const {
+  const auto* place = jt::as<JtFSStorageLocation>(location_.get());
+  if (!place) return nullptr;
+  const std::string path = place->fullFilePath();
+  const std::size_t cut = path.find_last_of('/');
+  datastoreLocation_ = JtString(cut == std::string::npos ? std::string() : path.substr(0, cut + 1));
+  return &datastoreLocation_;
+}
+
+JtString JtPartition::datastoreName() const {
+  const auto* place = jt::as<JtFSStorageLocation>(location_.get());
+  if (!place) return {};
+  const std::string path = place->fullFilePath();
+  return JtString(path.substr(path.find_last_of('/') + 1));
+}
+
+void JtPartition::setFileName(const JtString& name) {
+  fileName_ = name;
+  touch();
+}
+
+std::optional<jt::Box> JtPartition::bounds() const {
+  // The untransformed box counts, else the last one in front of the area; never an inverted one.
+  for (const std::optional<jt::Box>& box :
+       {untransformedBox_, box2BeforeArea_, std::optional<jt::Box>(box1_)})
+    if (box && box->isValid()) return box;
+  return {};
+}
+
+void JtPartition::setBounds(const jt::Box& box) {
+  if (untransformedBox_) {
+    untransformedBox_ = box;
+  } else if (box2BeforeArea_) {
+    box2BeforeArea_ = box;
+  } else {
+    box1_ = box;
+  }
+  touch();
+}
+
+const std::vector<jt::Note>& JtPartition::notes() const { return notes_; }
+
+// --- Saving
+
+bool JtPartition::isContentModified() const {
+  return jt::file::SceneWriter::isChanged(*this, scene_.get());
+}
+
+jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOptions& options) {
+  JtStorageLocation* target = location ? location : location_.get();
+  if (!target)
+    throw JtFormatError("no_location", "the partition has no storage location to be saved to");
+  if (!options.dryRun)
+    for (const JtNode* node : jt::file::SceneWriter::nodesOf(*this)) {
+      const auto* inner = jt::as<JtPartition>(node);
+      JtPartition* other = inner ? inner->externalPartition() : nullptr;
+      if (other && other->isContentModified()) other->save();
+    }
+  return jt::file::FileWriter(*this, *this, options).save(*target);
+}
+
+jt::SaveReport JtPartition::saveAs(JtNode* root, JtStorageLocation* location,
+                                   const jt::SaveOptions& options) {
+  if (!root || !location)
+    throw JtFormatError("no_location", "a new file needs content and a storage location");
+  if (root == this) return save(location, options);
+  auto top = jt::make<JtPartition>();
+  JtPropAtom* key = nullptr;
+  JtPropAtom* value = nullptr;
+  for (int i = 0; getProperty(i, key, value); ++i) top->addProperty(key, value, true);
+  if (const auto box = bounds()) top->setBounds(*box);
+  top->addChild(root);
+  return jt::file::FileWriter(*this, *top, options).save(*location);
+}

@@ -1,0 +1,108 @@
+#include "VisMetaDataNode.h"
+
+#include "JtFormatError.h"
+#include "JtPartition.h"
+#include "VisPartNode.h"
+
+namespace {
+
+const JtString& metaDataKey() {
+  static const JtString key("JT_LLPROP_METADATA");
+  return key;
+}
+
+/// An atom with the value of a metadata entry; empty for an entry without value.
+jt::Ref<JtPropAtom> atomOf(const JtMetaData::Value& value) {
+  struct Make {
+    jt::Ref<JtPropAtom> operator()(std::monostate) const { return {}; }
+    jt::Ref<JtPropAtom> operator()(const JtString& text) const {
+      return jt::make<JtStringPropAtom>(text);
+    }
+    jt::Ref<JtPropAtom> operator()(std::int32_t number) const {
+      return jt::make<JtInt32PropAtom>(number);
+    }
+    jt::Ref<JtPropAtom> operator()(float number) const { return jt::make<JtFloatPropAtom>(number); }
+    jt::Ref<JtPropAtom> operator()(const jt::DateFields& date) const {
+      return jt::make<JtDatePropAtom>(date);
+    }
+  };
+  return std::visit(Make{}, value);
+}
+
+}  // namespace
+
+jt::Ref<JtBase> VisMetaDataNode::clone() const {
+  return jt::Ref<JtBase>(new VisMetaDataNode(*this));
+}
+
+jt::Ref<JtBase> VisPartNode::clone() const { return jt::Ref<JtBase>(new VisPartNode(*this)); }
+
+bool VisMetaDataNode::ensureMetaData() {
+  if (metaDataState_ != MetaDataState::unread) return metaDataState_ == MetaDataState::read;
+  metaDataState_ = MetaDataState::read;
+  auto* atom = jt::as<JtLateLoadedPropAtom>(property(metaDataKey()));
+  if (!atom) return true;
+  try {
+    const jt::Ref<JtBase> object = atom->load(nullptr);
+    metaData_ = jt::Ref<JtMetaData>(jt::as<JtMetaData>(object.get()));
+    if (metaData_ || object) return true;
+    jt::setLastError("the metadata segment " + atom->segmentId().text() +
+                     " is not in the file, or holds no metadata");
+  } catch (const std::exception& error) {
+    jt::setLastError(error.what());
+  }
+  metaDataState_ = MetaDataState::failed;
+  return false;
+}
+
+bool VisMetaDataNode::addProperty(const JtString& key, JtPropAtom* value, bool replace) {
+  const auto atom = jt::make<JtStringPropAtom>(key);
+  return addProperty(atom.get(), value, replace);
+}
+
+bool VisMetaDataNode::deleteProperty(const JtPropAtom* key) {
+  bool found = JtGroup::deleteProperty(key);
+  const auto* text = jt::as<JtStringPropAtom>(key);
+  if (text && metaData_ && metaData_->remove(text->value())) {
+    metaAtoms_.erase(text->value());
+    found = true;
+  }
+  return found;
+}
+
+JtPropAtom* VisMetaDataNode::extraProperty(const JtString& key) const {
+  if (!metaData_) return nullptr;
+  const JtMetaData::Value* value = metaData_->find(key);
+  if (!value) return nullptr;
+  jt::Ref<JtPropAtom>& atom = metaAtoms_[key];
+  if (!atom) atom = atomOf(*value);
+  return atom.get();
+}
+
+// --- JtMetaData
+
+namespace {
+
+/// A key as it is compared: a trailing "::" marks a key for the user's eyes and is not part of it.
+std::u16string_view bareKey(const JtString& key) {
+  std::u16string_view text(key.units());
+  if (text.ends_with(u"::")) text.remove_suffix(2);
+  return text;
+}
+
+}  // namespace
+
+jt::Ref<JtBase> JtMetaData::clone() const { return jt::Ref<JtBase>(new JtMetaData(*this)); }
+
+const JtMetaData::Value* JtMetaData::find(const JtString& key) const {
+  for (const Entry& entry : entries_)
+    if (bareKey(entry.key) == bareKey(key)) return &entry.value;
+  return nullptr;
+}
+
+bool JtMetaData::remove(const JtString& key) {
+  const auto removed = std::erase_if(
+      entries_, [&](const Entry& entry) { return bareKey(entry.key) == bareKey(key); });
+  modified_ = modified_ || removed > 0;
+  return removed > 0;
+}

@@ -1,0 +1,177 @@
+#include "storage/AtomicFile.h"
+
+#include <fcntl.h>
+
+#include <filesystem>
+#include <optional>
+
+#include "storage/Descriptor.h"
+#include "storage/FileAttributes.h"
+#include "storage/ReadBack.h"
+#include "storage/SaveContent.h"
+#include "storage/SaveErrors.h"
+#include "storage/TemporaryFile.h"
+
+namespace jt::storage {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The real file behind a path, found once: all that follows goes by the descriptor of its folder.
+struct Target {
+  std::string path;
+  std::string name;
+  Descriptor folder;
+  bool canSyncFolder = true;
+  Descriptor file;                  ///< the old file; may be unset although there is one
+  std::optional<struct stat> info;  ///< of the old file; nothing when there is none
+};
+
+/// Follows the links of the last component, also when they lead to a file that is not there yet.
+std::string followLinks(const std::string& path, const SaveErrors& errors) {
+  constexpr int kMostLinks = 40;
+  fs::path place(path);
+  for (int i = 0; i < kMostLinks; ++i) {
+    std::error_code error;
+    if (!fs::is_symlink(fs::symlink_status(place, error))) return place.string();
+    const fs::path next = fs::read_symlink(place, error);
+    if (error) errors.failed(error.value(), "following the link");
+    place = next.is_absolute() ? next : place.parent_path() / next;
+  }
+  errors.failed(ELOOP, "following the link");
+}
+
+void openFolder(Target& target, const SaveErrors& errors) {
+  const std::string folder = fs::path(target.path).parent_path().string();
+  const char* name = folder.empty() ? "." : folder.c_str();
+  const auto open = [&](int kind) {
+    return Descriptor(uninterrupted([&] { return ::open(name, kind | O_DIRECTORY | O_CLOEXEC); }));
+  };
+  target.folder = open(O_RDONLY);
+  if (!target.folder && errno == EACCES) {
+    // A folder that one may write to but not list.
+    target.folder = open(O_PATH);
+    target.canSyncFolder = false;
+  }
+  if (!target.folder) errors.failed(errno, "opening the folder of the file");
+}
+
+std::optional<struct stat> look(const Target& target, const SaveErrors& errors) {
+  struct stat info {};
+  if (::fstatat(target.folder.get(), target.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
+    return info;
+  if (errno != ENOENT) errors.failed(errno, "looking at the old file");
+  return std::nullopt;
+}
+
+void requireReplaceable(const Target& target, const SaveErrors& errors) {
+  if (!S_ISREG(target.info->st_mode))
+    errors.raise("unwritable", std::string("a file was expected, but this is ") +
+                                   kindText(target.info->st_mode) + "; save elsewhere");
+  // For the superuser every file is accessible, so the mode is looked at as well.
+  const bool writable =
+      (target.info->st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
+      ::faccessat(target.folder.get(), target.name.c_str(), W_OK, AT_EACCESS) == 0;
+  if (!writable)
+    errors.raise("read_only", "the file is read-only; make it writable, or save elsewhere");
+}
+
+void requireUnchanged(const Target& target, const StorageSaveOptions& options,
+                      const SaveErrors& errors) {
+  if (!options.expected) return;
+  const std::optional<struct stat> now = look(target, errors);
+  if (now && identityOf(*now) == *options.expected) return;
+  errors.raise("changed_on_disk",
+               std::string(now ? "another program changed the file since it was opened"
+                               : "the file was opened, but is no longer there") +
+                   "; nothing was replaced; open it again, or save elsewhere");
+}
+
+Target examine(const std::string& path, const StorageSaveOptions& options,
+               const SaveErrors& errors) {
+  Target target;
+  target.path = followLinks(path, errors);
+  target.name = fs::path(target.path).filename().string();
+  if (target.name.empty() || target.name == "." || target.name == "..")
+    errors.raise("unwritable", "the path names a folder, but a file was expected");
+  openFolder(target, errors);
+  target.info = look(target, errors);
+  if (target.info) {
+    requireReplaceable(target, errors);
+    const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    target.file = Descriptor(
+        uninterrupted([&] { return ::openat(target.folder.get(), target.name.c_str(), flags); }));
+  }
+  requireUnchanged(target, options, errors);
+  return target;
+}
+
+void copyAttributesOf(const Target& target, int file, const StorageSaveOptions& options,
+                      const SaveErrors& errors, StorageSaveResult& result) {
+  const std::vector<std::string> missed =
+      target.info ? copyAttributes(target.file.get(), *target.info, file)
+                  : applyCreationMode(target.folder.get(), file);
+  if (missed.empty()) return;
+  std::string message = "the new file lacks attributes of the old one";
+  for (const std::string& one : missed) message += "; " + one;
+  if (options.strictAttributes) errors.raise("attributes_not_copied", message);
+  result.warnings.push_back({"attributes_not_copied", target.path + ": " + message});
+}
+
+/// Fills the new file and returns once its bytes are on the medium and compared.
+void fill(int file, const Target& target, const SaveContent& content,
+          const StorageSaveOptions& options, const SaveErrors& errors, StorageSaveResult& result) {
+  std::optional<ReadBack> readBack;
+  if (options.readBack) readBack.emplace(file, content, errors);
+  writeContent(file, content, errors, [&](std::uint64_t position) {
+    if (readBack) readBack->reached(position);
+  });
+  copyAttributesOf(target, file, options, errors, result);
+  // Never tried again: after a failure the system may have dropped what it could not write, and a
+  // second call would succeed without it.
+  if (::fsync(file) != 0) errors.failed(errno, "bringing the new file to the medium");
+  if (readBack) readBack->finish();
+}
+
+void syncFolder(const Target& target, StorageSaveResult& result) {
+  if (target.canSyncFolder && ::fsync(target.folder.get()) == 0) return;
+  const std::string why = target.canSyncFolder ? errorText(errno) : "the folder may not be read";
+  result.warnings.push_back(
+      {"saved_not_durable",
+       target.path + ": saved, but a power cut soon may bring back the old file: " + why});
+}
+
+void checkSources(std::span<const FilePiece> pieces) {
+  const FileImage* last = nullptr;
+  for (const FilePiece& piece : pieces) {
+    if (piece.source && piece.source != last) piece.source->checkPresent();
+    last = piece.source;
+  }
+}
+
+}  // namespace
+
+StorageSaveResult saveFile(const std::string& path, std::span<const FilePiece> pieces,
+                           const StorageSaveOptions& options) {
+  const SaveContent content(pieces);
+  const SaveErrors errors(path, content.size());
+  const Target target = examine(path, options, errors);
+  checkSources(pieces);
+
+  StorageSaveResult result;
+  TemporaryFile::removeAbandoned(target.folder.get(), target.name);
+  TemporaryFile temporary(target.folder.get(), target.name, errors);
+  fill(temporary.descriptor(), target, content, options, errors, result);
+  temporary.close();
+  requireUnchanged(target, options, errors);
+  temporary.moveTo(target.name);
+  syncFolder(target, result);
+
+  if (target.info && target.info->st_nlink > 1)
+    result.warnings.push_back(
+        {"links_broken", target.path + ": the file had " + std::to_string(target.info->st_nlink) +
+                             " names (hard links); the others keep the old content"});
+  return result;
+}
+
+}  // namespace jt::storage
