@@ -92,6 +92,7 @@ class JTW_API JtwRoot : public JtwCollection {
   bool updateStorageLocation(const RWClassicCString& location, const RWClassicCString& name);
 
   JT_NODE_TYPE type() override { return JT_ROOT_NODE; }
+  using JtwNode::name;
   /// The name of the component node; the partition's when it has none.
   RWClassicWString name() override;
   /// The identity: a component is placed by whoever uses it.
@@ -193,12 +194,13 @@ class JTW_API JtwRoot : public JtwCollection {
   bool openPartitionAt(JtStorageLocation* location);
   /// Replaces the partition (null: none) and forgets the component node.
   void setPartition(jt::Ref<JtPartition> partition);
-  /// Takes `node` as the component node and keeps it alive.
-  void setComponentNode(JtNode* node);
   /// Saves the partition, or what lies below `node` when it is not null, in its own place.
   bool writeToDatastore(JtNode* node);
   /// Puts wrappers over other JT nodes: every wrapper over a key of the map goes to its value.
   void rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements);
+
+  /// Makes `group` the parent of the component node for as long as the root lives.
+  bool regroup(jt::Ref<JtGroup> group);
 
   /// The colour of the component node or the nearest one above it; the search ends here.
   ApiGraColor evaluateColor(bool& isDefault) override;
@@ -243,6 +245,6 @@ class JTW_API JtwRoot : public JtwCollection {
   RWClassicTValHashDictionary<const JtNode*, RWClassicTValOrderedVector<JtwPMI*>> pmisByJtNode_{64};
 
   unsigned openError_ = 0;         // not 0 after a failed opening
-  jt::Ref<JtNode> component_;      // keeps the node of the base class alive
+  jt::Ref<JtGroup> group_;         // holds a component node that was taken out of its graph
   std::shared_ptr<void> sharers_;  // one owner for each root over the same partition
 };

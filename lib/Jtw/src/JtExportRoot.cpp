@@ -1,0 +1,135 @@
+#include "JtExportRoot.h"
+
+#include <exception>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "ApiClock.h"
+#include "ApiSysFilePath.h"
+#include "ApiSysStringConvertors.h"
+#include "Jt.h"
+#include "JtGroup.h"
+#include "JtStorageLocation.h"
+#include "JtwManager.h"
+#include "JtwProperties.h"
+#include "VisMetaDataNode.h"
+
+namespace jtw {
+namespace {
+
+using Pairs = std::unordered_map<JtNode*, JtNode*>;
+
+/// Each node below two graphs of the same shape, with its counterpart.
+Pairs pairNodes(JtNode* original, JtNode* copy) {
+  Pairs pairs;
+  std::vector<std::pair<JtNode*, JtNode*>> open{{original, copy}};
+  while (!open.empty()) {
+    const auto [from, to] = open.back();
+    open.pop_back();
+    if (!from || !to || !pairs.emplace(from, to).second) continue;
+    for (int index = 0; index < from->numChildren(); ++index)
+      open.emplace_back(from->child(index), to->child(index));
+  }
+  return pairs;
+}
+
+}  // namespace
+}  // namespace jtw
+
+bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
+  setPartition(nullptr);
+  JtwManager& manager = JtwManager::the();
+  if (manager.usingJtViewer()) {
+    if (JtPartition* const shared = manager.findJtPartition(document)) {
+      setPartition(jt::Ref<JtPartition>(shared));
+      return initializeComponentNode(document);
+    }
+  }
+  RWClassicCString location;
+  RWClassicCString name;
+  if (!JtwManager::getExportFileNameFromDocument(document, location, name)) return false;
+  const auto place = jt::make<JtFSStorageLocation>(JtString(location), JtString(name));
+  if (manager.usingJtViewer()) JtPartition::_autoLoadShapes = false;
+  return openPartitionAt(place.get()) && initializeComponentNode(document);
+} catch (const std::exception& failure) {
+  jt::setLastError(failure.what());
+  return false;
+}
+
+bool JtExportRoot::initializeAsNew(const ApiDocumentRef& document) {
+  setPartition(jt::make<JtPartition>(nullptr, true));
+  RWClassicCString location;
+  RWClassicCString name;
+  JtwManager::getExportLocationAndName(document, location, name);
+  updateStorageLocation(location, name);
+  return initializeComponentNode(document);
+}
+
+bool JtExportRoot::stamp(JtNode* node, const char* key, const RWClassicCString& value) {
+  return jtw::setString(node, key, JtString(value), true);
+}
+
+bool JtExportRoot::stampOnKey(const ApiProtoKey& key, const char* property,
+                              const RWClassicWString& value) {
+  JtwNode* node = nullptr;
+  if (!getNodeByKey(key, node) || !node) return false;
+  return stamp(node->jtNode(), property, ApiSysStringConvertors::UnicodeToRWCString(value));
+}
+
+bool JtExportRoot::setCadSource() { return stamp(jtNode(), jtw::kCadSource, jtw::kCadSourceValue); }
+
+bool JtExportRoot::setTranslationDate() {
+  const ApiClockTime now = ApiClock::utc();
+  const auto text = [](int number) { return std::to_string(number); };
+  return stamp(jtNode(), jtw::kTranslationDate,
+               text(now.day) + '/' + text(now.month) + '/' + text(now.year) + ", " +
+                   text(now.hour) + ':' + text(now.minute));
+}
+
+bool JtExportRoot::setExternalID(const ApiProtoKey& key, RWClassicWString& id) {
+  return stampOnKey(key, jtw::kSourceExternalId, id);
+}
+
+bool JtExportRoot::setOriginalName(const ApiProtoKey& key, RWClassicWString& name) {
+  return stampOnKey(key, jtw::kSourceOriginalName, name);
+}
+
+bool JtExportRoot::createPMIFrame(const ApiProtoKey& /*key*/, const ApiProtoKey& parentKey,
+                                  const RTTran3D& /*location*/, RWClassicWString& /*name*/,
+                                  ApiGraColor& /*color*/) {
+  JtwNode* parent = nullptr;
+  return getNodeByKey(parentKey, parent) && parent;
+}
+
+bool JtExportRoot::updateRelativeLocation(ApiSysFileName& newPath) {
+  const auto* place = jt::as<JtFSStorageLocation>(getStorageLocation());
+  if (!place) return false;
+  RWClassicCString folder = ApiSysFilePath(place->fullFilePath()).hostingDirPath().asString();
+  if (!folder.empty() || ApiSysFilePath(place->fullFilePath()).isFullPath()) folder += '/';
+  return updateStorageLocation(folder, newPath.fileName());
+}
+
+bool JtExportRoot::write() { return writeToDatastore(nullptr); }
+
+bool JtExportRoot::close() {
+  if (partition()) partition()->close();
+  return true;
+}
+
+void JtExportRoot::copyToPartition(JtPartition* target) {
+  if (!target || !jtNode()) return;
+  const jt::Ref<JtNode> copy = Jt::clone(jtNode());
+  auto* component = jt::as<VisMetaDataNode>(copy.get());
+  if (!component || !target->addChild(component)) return;
+  rebindNodes(jtw::pairNodes(jtNode(), component));
+}
+
+bool JtExportRoot::disconnect() {
+  const jt::Ref<JtNode> component(jtNode());
+  if (!component || component.get() == partition()) return false;
+  while (auto* parent = jt::as<JtGroup>(component->parent(0)))
+    if (!parent->removeChild(component.get())) return false;
+  return regroup(jt::make<JtGroup>());
+}

@@ -1,0 +1,144 @@
+// Where the JT file of a host document lies, and what it is called.
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "ApiSysFileAccess.h"
+#include "ApiSysFileName.h"
+#include "ApiSysFilePath.h"
+#include "DbDocument.h"
+#include "JtwManager.h"
+#include "RWCRegexp.h"
+
+const RWClassicCString JtwManager::JT_SUFFIX = "jt";
+const RWClassicCString JtwManager::CO_SUFFIX = "kpak";
+
+namespace jtw {
+namespace {
+
+using Names = RWClassicTValOrderedVector<RWClassicCString>;
+
+RWClassicCString pathOf(const ApiDocumentRef& document) {
+  const auto access = DbDocument::docAccess(document, DbDocument::PATH);
+  const auto* text = dynamic_cast<const DbStringAccess*>(access.get());
+  return text ? text->getString() : RWClassicCString();
+}
+
+bool keepsManyJtFiles(const ApiDocumentRef& document) {
+  return ApiDocument::kind(document) == ApiDocument::KIND_MANY_JT_FILES;
+}
+
+RWClassicCString lowerCaseExtension(const RWClassicCString& path) {
+  const auto dot = path.rfind('.');
+  RWClassicCString extension = dot == RWClassicCString::npos ? "" : path.substr(dot + 1);
+  std::ranges::transform(extension, extension.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return extension;
+}
+
+/// The name with the JT suffix for what follows its last '.'.
+RWClassicCString withJtSuffix(const RWClassicCString& name) {
+  const auto dot = name.rfind('.');
+  return name.substr(0, dot) + '.' + JtwManager::JT_SUFFIX;
+}
+
+RWClassicCString pathInFolder(const RWClassicCString& folder, const RWClassicCString& name) {
+  return folder + '\\' + name;
+}
+
+bool findFirst(const RWClassicCString& folder, RWClassicCString& name) {
+  static const RWCRegexp pattern("\\.[jJ][tT]$");
+  Names names;
+  if (!ApiSysFileAccess::listDir(ApiSysFilePath(folder), pattern, names, true) || names.empty())
+    return false;
+  name = names.front();
+  return true;
+}
+
+bool findNewest(const RWClassicCString& folder, RWClassicCString& name) {
+  static const RWCRegexp pattern(".+\\.jt$");
+  Names names;
+  names.reserve(64);
+  const bool listed = ApiSysFileAccess::listDir(ApiSysFilePath(folder), pattern, names, true);
+  if (names.empty()) return false;
+  name = names.front();
+  if (names.size() == 1) return listed;
+
+  const auto timeOf = [&folder](const RWClassicCString& file, std::int64_t& time) {
+    return ApiSysFileAccess::lastWriteTime(ApiSysFilePath(pathInFolder(folder, file)), time);
+  };
+  std::int64_t newest = 0;
+  bool read = timeOf(name, newest);
+  for (std::size_t i = 1; read && i < names.size(); ++i) {
+    std::int64_t time = 0;
+    read = timeOf(names[i], time);
+    if (read && time > newest) {
+      newest = time;
+      name = names[i];
+    }
+  }
+  return read;
+}
+
+}  // namespace
+}  // namespace jtw
+
+bool JtwManager::getFileNameFromDocument(const ApiDocumentRef& document, RWClassicCString& location,
+                                         RWClassicCString& name) {
+  const RWClassicCString path = jtw::pathOf(document);
+  const RWClassicCString extension = jtw::lowerCaseExtension(path);
+  if (extension != CO_SUFFIX && extension != "co" && extension != "cor") {
+    if (ApiSysFilePath(path).exists()) name = path;
+    return true;
+  }
+  if (!the().usingJtInCO() && !path.ends_with('.' + CO_SUFFIX)) return false;
+  return getJtFileNameFromPath(path, jtw::keepsManyJtFiles(document), location, name);
+}
+
+void JtwManager::getDatastoreLocationAndName(const ApiDocumentRef& document,
+                                             RWClassicCString& location, RWClassicCString& name) {
+  location = jtw::pathOf(document);
+  if (!findJtFile(location, name, jtw::keepsManyJtFiles(document)))
+    name = jtw::withJtSuffix(ApiSysFilePath(location).fileName());
+  location += '/';
+}
+
+bool JtwManager::getJtFileNameFromPath(const RWClassicCString& path, bool manyJtFiles,
+                                       RWClassicCString& location, RWClassicCString& name) {
+  location = path + '/';
+  if (!manyJtFiles) {
+    const ApiSysFileName folder(path);
+    RWClassicCString base = folder.isFullPath() ? folder.fileName() : path;
+    if (base.size() >= CO_SUFFIX.size()) {
+      base = base.substr(0, base.size() - CO_SUFFIX.size()) + JT_SUFFIX;
+      if (ApiSysFilePath(jtw::pathInFolder(path, base)).exists()) {
+        name = base;
+        return true;
+      }
+    }
+  }
+  return findJtFile(path, name, manyJtFiles);
+}
+
+bool JtwManager::findJtFile(const RWClassicCString& folder, RWClassicCString& name,
+                            bool manyJtFiles) {
+  return manyJtFiles ? jtw::findNewest(folder, name) : jtw::findFirst(folder, name);
+}
+
+void JtwManager::getExportLocationAndName(const ApiDocumentRef& document,
+                                          RWClassicCString& location, RWClassicCString& name) {
+  const ApiSysFilePath path(jtw::pathOf(document));
+  location = path.hostingDirPath().asString();
+  // A path like "/gear.kpak" has the root for its folder, which comes back as the empty text.
+  if (!location.empty() || path.isFullPath()) location += '/';
+  name = jtw::withJtSuffix(path.fileName());
+}
+
+bool JtwManager::getExportFileNameFromDocument(const ApiDocumentRef& document,
+                                               RWClassicCString& location, RWClassicCString& name) {
+  getExportLocationAndName(document, location, name);
+  return ApiSysFilePath(location + name).exists();
+}

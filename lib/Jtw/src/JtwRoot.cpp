@@ -1,0 +1,260 @@
+// How a root comes to its partition and lets go of it; the component node is JtwRootComponent.cpp.
+
+#include "JtwRoot.h"
+
+#include <exception>
+#include <unordered_set>
+#include <utility>
+
+#include "ApiSysFilePath.h"
+#include "DbDocument.h"
+#include "DmKrUtilsComputeHierarchyComplexity.h"
+#include "DmKrUtilsStreamObject.h"
+#include "DmKrUtilsStreamStorageLocation.h"
+#include "JtStorageLocation.h"
+#include "JtwManager.h"
+
+const unsigned JtwRoot::currentVersion_ = 2;
+
+namespace jtw {
+namespace {
+
+/// The viewer's partition is not shared beyond this many nodes.
+constexpr std::uint64_t kComplexityLimit = 100000;
+
+}  // namespace
+}  // namespace jtw
+
+JtwRoot::JtwRoot(JT_LOADING_REPRESENTATION loadingRep)
+    : JtwCollection(nullptr, this), loadingRep_(loadingRep) {}
+
+JtwRoot::JtwRoot() : JtwRoot(JT_LOAD_WITH_UNIT_PROPERTY) {}
+
+JtwRoot::JtwRoot(const JtwRoot& other)
+    : JtwCollection(other.jtNode(), this),
+      loadingRep_(other.loadingRep_),
+      partition_(other.partition_),
+      isJtKR_(other.isJtKR_),
+      hasKrSwitch_(other.hasKrSwitch_),
+      isNewCopy_(other.isNewCopy_),
+      openError_(other.openError_),
+      sharers_(other.sharers_) {}
+
+JtwRoot& JtwRoot::operator=(const JtwRoot& other) {
+  if (this == &other) return *this;
+  uninitialize();
+  setJtNode(other.jtNode());
+  forgetCached();
+  loadingRep_ = other.loadingRep_;
+  partition_ = other.partition_;
+  isJtKR_ = other.isJtKR_;
+  hasKrSwitch_ = other.hasKrSwitch_;
+  isNewCopy_ = other.isNewCopy_;
+  openError_ = other.openError_;
+  sharers_ = other.sharers_;
+  return *this;
+}
+
+JtwRoot::~JtwRoot() { uninitialize(); }
+
+RWClassicCString JtwRoot::getVersionAsString(unsigned version) {
+  switch (version) {
+    case 1:
+      return "7.6Dev";
+    case 2:
+      return "7.6";
+    default:
+      return {};
+  }
+}
+
+JtStorageLocation* JtwRoot::getStorageLocation() const {
+  return partition_ ? partition_->storageLocation() : nullptr;
+}
+
+bool JtwRoot::updateStorageLocation(const RWClassicCString& location,
+                                    const RWClassicCString& name) {
+  if (!partition_ || name.empty()) return false;
+  const auto place = jt::make<JtFSStorageLocation>(JtString(location), JtString(name));
+  partition_->setStorageLocation(place.get());
+  return true;
+}
+
+void JtwRoot::setPartition(jt::Ref<JtPartition> partition) {
+  partition_ = std::move(partition);
+  sharers_ = partition_ ? std::make_shared<char>() : nullptr;
+  group_ = nullptr;
+  setJtNode(nullptr);
+  forgetCached();
+}
+
+bool JtwRoot::initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
+  bool opened = false;
+  try {
+    opened = openOrShare(document, error);
+  } catch (const std::exception& failure) {
+    jt::setLastError(failure.what());
+  }
+  if (!opened) {
+    error = JT_INITIALIZE_FAILED;
+    openError_ = error;
+  }
+  return opened;
+}
+
+bool JtwRoot::openOrShare(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
+  setPartition(nullptr);
+  JtwManager& manager = JtwManager::the();
+  JtPartition* const shared = manager.usingJtViewer() ? manager.findJtPartition(document) : nullptr;
+  if (shared) {
+    const DmKrUtilsComputeHierarchyComplexity complexity(shared, jtw::kComplexityLimit);
+    if (shared->openCount() == 0 || complexity.IsComplexityHigherThanLimit()) {
+      isNewCopy_ = true;
+    } else {
+      setPartition(jt::Ref<JtPartition>(shared));
+      // Runs once more below: the second run finds the component that this one leaves.
+      initializeComponentNode(document);
+    }
+  }
+  if (!partition_) openPartition(document, error);
+  return partition_ && initializeComponentNode(document);
+}
+
+bool JtwRoot::initializeAsNew(const ApiDocumentRef& document) {
+  setPartition(jt::make<JtPartition>(nullptr, true));
+  const bool initialized = initializeComponentNode(document);
+  RWClassicCString location;
+  RWClassicCString name;
+  JtwManager::getDatastoreLocationAndName(document, location, name);
+  updateStorageLocation(location, name);
+  return initialized;
+}
+
+void JtwRoot::openPartition(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
+  const jt::Ref<JtStorageLocation> location(computeLocation(document, error));
+  if (JtwManager::the().usingJtViewer()) JtPartition::_autoLoadShapes = false;
+  if (location) openPartitionAt(location.get());
+}
+
+bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
+  JtPartition* opened = nullptr;
+  try {
+    JtPartition::openPartition(location, nullptr, opened);
+  } catch (const std::exception& failure) {
+    // What counts is whether a partition came back.
+    jt::setLastError(failure.what());
+  }
+  if (!opened) return false;
+  setPartition(jt::Ref<JtPartition>(opened));
+  opened->unref();
+  opened->deferSubPartitions = false;
+  JtPartition::openAllPartitions(opened, true);
+  return true;
+}
+
+JtStorageLocation* JtwRoot::computeLocation(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
+  CComPtr<IStream> stream;
+  if (!getStreamFromDocument(document, stream)) return nullptr;
+  if (stream) {
+    auto* place = new DmKrUtilsStreamStorageLocation;
+    place->setStreamObject(jt::make<DmKrUtilsStreamObject>(stream).get());
+    return place;
+  }
+  RWClassicCString location;
+  RWClassicCString name;
+  if (JtwManager::getFileNameFromDocument(document, location, name))
+    return new JtFSStorageLocation(JtString(location), JtString(name));
+  setJtError(location, error);
+  return nullptr;
+}
+
+bool JtwRoot::getStreamFromDocument(const ApiDocumentRef& document, CComPtr<IStream>& stream) {
+  stream.Release();
+  const auto access = DbDocument::docAccess(document, DbDocument::STREAM);
+  const auto* streamAccess = dynamic_cast<const DbIStreamAccess*>(access.get());
+  if (!streamAccess) return true;
+  const bool might = streamAccess->mightHaveIStream();
+  if (!might && !streamAccess->shouldHaveIStream()) return true;
+  stream = streamAccess->getIStream();
+  return stream || might;
+}
+
+void JtwRoot::setJtError(const RWClassicCString& path, OPEN_JT_ERR& error) {
+  const bool present = path.empty() || ApiSysFilePath(path).exists();
+  error = present ? JT_FILE_NOT_FOUND : JT_PATH_NOT_FOUND;
+}
+
+bool JtwRoot::uninitialize() {
+  destroyNodes();
+  if (!partition_) return true;
+  JtwManager& manager = JtwManager::the();
+  const bool lastSharer = sharers_.use_count() <= 1;
+  if (manager.usingJtViewer()) {
+    // Of the references on the partition, which are this root's own?
+    const int own = jtNode() == partition_.get() ? 2 : 1;
+    if (partition_->refCount() <= own) manager.removeJtPartition(partition_.get());
+  } else if (lastSharer) {
+    partition_->close();
+  }
+  setPartition(nullptr);
+  return true;
+}
+
+void JtwRoot::destroyNodes() {
+  std::unordered_set<JtwNode*> nodes;
+  for (const auto& entry : nodesByKey_) nodes.insert(entry.second);
+  for (const auto& entry : nodesByJtNode_) nodes.insert(entry.second);
+  nodes.erase(this);
+  // Collections and PMI refer to each other: they part while all of them are alive.
+  for (JtwNode* node : nodes)
+    if (node->isCollection() != 0) static_cast<JtwCollection*>(node)->uninit();
+  uninit();
+  nodesByKey_.clear();
+  nodesByJtNode_.clear();
+  pmisByJtNode_.clear();
+  for (const JtwNode* node : nodes) delete node;
+}
+
+bool JtwRoot::regroup(jt::Ref<JtGroup> group) {
+  group_ = std::move(group);
+  return group_ && group_->addChild(jtNode());
+}
+
+bool JtwRoot::writeToDatastore(JtNode* node) {
+  if (!partition_ || !partition_->getDatastoreLocation()) return false;
+  try {
+    const auto place = jt::make<JtFSStorageLocation>(*partition_->getDatastoreLocation(),
+                                                     partition_->datastoreName());
+    if (node && node != partition_.get())
+      partition_->saveAs(node, place.get());
+    else
+      partition_->save(place.get());
+    return true;
+  } catch (const std::exception& failure) {
+    jt::setLastError(failure.what());
+    return false;
+  }
+}
+
+void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements) {
+  const auto rebind = [&replacements](JtwNode& wrapper) {
+    const auto found = replacements.find(wrapper.jtNode());
+    if (found == replacements.end()) return;
+    wrapper.setJtNode(found->second);
+    wrapper.forgetCached();
+  };
+  std::unordered_set<JtwNode*> wrappers{this};
+  for (const auto& entry : nodesByKey_) wrappers.insert(entry.second);
+  for (const auto& entry : nodesByJtNode_) wrappers.insert(entry.second);
+  for (JtwNode* wrapper : wrappers) rebind(*wrapper);
+
+  const auto rekey = [&replacements](auto& map) {
+    auto old = std::exchange(map, {});
+    for (auto& [node, value] : old) {
+      const auto found = replacements.find(const_cast<JtNode*>(node));
+      map.emplace(found == replacements.end() ? node : found->second, std::move(value));
+    }
+  };
+  rekey(nodesByJtNode_);
+  rekey(pmisByJtNode_);
+}

@@ -1,0 +1,232 @@
+// The node in the partition that stands for the document's component: found, or built.
+
+#include <unordered_set>
+#include <vector>
+
+#include "ApiErrStream.h"
+#include "ApiObjType.h"
+#include "DmKrUtilsGeomUtilities.h"
+#include "DmKrUtilsInterface.h"
+#include "JtSwitch.h"
+#include "JtXform.h"
+#include "JtwManager.h"
+#include "JtwMeasurementUnits.h"
+#include "JtwProperties.h"
+#include "JtwRoot.h"
+#include "JtwTraverse.h"
+#include "VisMetaDataNode.h"
+#include "VisPartNode.h"
+
+namespace jtw {
+namespace {
+
+constexpr std::uint32_t kProducerBit = 1U << 30;
+
+bool hasPmiMode(const ApiDocumentRef& document) {
+  return ApiDocument::doesHaveProperty(document, ApiDocument::PMI_MODE);
+}
+
+/// Marks JT data that this system did not write.
+void markNativeJt(JtNode& node) {
+  const auto key = jt::make<JtStringPropAtom>(JtString(kOriginateFromNativeJt));
+  key->setStateFlags(key->stateFlags() & ~kProducerBit);
+  node.addProperty(key.get(), jt::make<JtPtrPropAtom>().get(), true);
+}
+
+/// Moves the children of `from` below `to`, in their order.
+void moveChildren(JtGroup& from, JtGroup& to) {
+  std::vector<jt::Ref<JtNode>> children;
+  for (int index = 0; index < from.numChildren(); ++index) children.emplace_back(from.child(index));
+  for (int index = from.numChildren() - 1; index >= 0; --index) from.removeChild(index);
+  for (const auto& child : children) to.addChild(child.get());
+}
+
+/// The product of the node's transforms in list order, taking them off the node.
+/// @return false when it has none that acts
+bool takeTransforms(JtNode& node, jt::Matrix4& product) {
+  product = jt::kIdentity;
+  bool found = false;
+  for (int index = 0; index < node.numAttributes(); ++index) {
+    const auto* xform = jt::as<JtXform>(node.attribute(index));
+    jt::Matrix4 matrix;
+    if (!DmKrUtilsGeomUtilities::getJtMatrix4fOfXform(xform, matrix) ||
+        xform->hasState(JtAttributeState::ignore))
+      continue;
+    found = true;
+    product = jt::multiply(product, matrix);
+  }
+  for (int index = node.numAttributes() - 1; index >= 0; --index)
+    if (jt::as<JtXform>(node.attribute(index))) node.removeAttribute(index);
+  return found;
+}
+
+int firstTransform(const JtNode& node) {
+  for (int index = 0; index < node.numAttributes(); ++index)
+    if (jt::as<JtXform>(node.attribute(index))) return index;
+  return -1;
+}
+
+/// Places what the node holds by `outer` beyond its own first transform.
+void placeNode(JtNode& node, const jt::Matrix4& outer) {
+  const int index = firstTransform(node);
+  if (index < 0) {
+    node.appendAttribute(jt::make<JtXform>(outer).get());
+    return;
+  }
+  const auto* own = static_cast<const JtXform*>(node.attribute(index));
+  jt::Matrix4 matrix;
+  DmKrUtilsGeomUtilities::getJtMatrix4fOfXform(own, matrix);
+  // A copy: other nodes may list the same attribute.
+  const jt::Ref<JtBase> placed = own->clone();
+  auto* xform = static_cast<JtXform*>(placed.get());
+  DmKrUtilsInterface::setMatrix(xform, jt::multiply(matrix, outer));
+  node.replaceAttribute(index, xform);
+}
+
+/// True when a transform on the child itself would also move it, or not move it, elsewhere.
+bool needsGroupOfItsOwn(const JtNode& child, const JtNode& parent) {
+  if (child.isOpaque()) return true;
+  for (int index = 0; index < child.numParents(); ++index)
+    if (child.parent(index) != &parent) return true;
+  return false;
+}
+
+}  // namespace
+}  // namespace jtw
+
+bool JtwRoot::initializeComponentNode(const ApiDocumentRef& document) {
+  if (partition_->numChildren() == 1) handleKrJtSwitch();
+
+  auto structure = ApiDocument::STRUCTURE_PLAIN;
+  const bool asComponent = loadingRep_ <= JT_LOAD_PLAIN || jtw::hasPmiMode(document);
+  if (VisMetaDataNode* component = findComponentNode()) {
+    isJtKR_ = true;
+    setJtNode(component);
+    structure = readStructure(document, *component);
+  } else if (asComponent) {
+    buildComponentNode();
+  } else {
+    setJtNode(partition_.get());
+  }
+  forgetCached();
+
+  if (asComponent) handleXformOnComponent(jt::as<VisMetaDataNode>(jtNode()));
+  if (partition_->numChildren() > 0)
+    DmKrUtilsInterface::cleanupUnusedAttributes(partition_->child(0));
+  JtwManager::the().insertDocumentStructure(document, structure);
+  return true;
+}
+
+VisMetaDataNode* JtwRoot::findComponentNode() const {
+  for (int index = 0; index < partition_->numChildren(); ++index) {
+    JtNode* const child = partition_->child(index);
+    ApiObjType type;
+    if (!jt::as<VisPartNode>(child) && jt::as<VisMetaDataNode>(child) &&
+        JtwTraverse::getKrTypeProperty(child, type) &&
+        type.isOfType(ApiObjType(ApiObjType::COMPONENT)))
+      return jt::as<VisMetaDataNode>(child);
+  }
+  return nullptr;
+}
+
+ApiDocument::Structure JtwRoot::readStructure(const ApiDocumentRef& document,
+                                              VisMetaDataNode& component) {
+  if (!component.ensureMetaData()) {
+    RWClassicCString location;
+    RWClassicCString name;
+    JtwManager::getFileNameFromDocument(document, location, name);
+    apiErr << ApiErrCode("JT_INITIALIZE_ENSURE_METADATA_FAILED")
+           << ApiErrPosition(__FILE__, "JtwRoot::initializeComponentNode", __LINE__)
+           << location + name << endErr;
+    return ApiDocument::STRUCTURE_PLAIN;
+  }
+  const bool plain =
+      attributes().empty() && !hasBuffer(JT_KIN_MODELING_BUFFER) && !hasBuffer(JT_KIN_BUFFER);
+  return plain ? ApiDocument::STRUCTURE_PLAIN : ApiDocument::STRUCTURE_HOST_DATA;
+}
+
+void JtwRoot::buildComponentNode() {
+  JtPartition& partition = *partition_;
+  JtwMeasurementUnitsInterface::recordScales(partition, loadingRep_ == JT_LOAD_WITH_UNIT_PROPERTY);
+
+  // A part is never taken for the component: it is one of the objects in it, and it would not be
+  // found again when the file is opened the next time.
+  JtNode* const only = partition.numChildren() == 1 ? partition.child(0) : nullptr;
+  jt::Ref<VisMetaDataNode> component(jt::as<VisPartNode>(only) ? nullptr
+                                                               : jt::as<VisMetaDataNode>(only));
+  const bool isNew = !component;
+  if (isNew) component = jt::make<VisMetaDataNode>();
+
+  const auto type = jt::make<JtStringPropAtom>(JtString(ApiObjType(ApiObjType::COMPONENT).text()));
+  component->addProperty(jtw::keyAtom(jtw::Key::objType), type.get(), true);
+  partition.addProperty(jtw::keyAtom(jtw::Key::objType), type.get(), true);
+  if (!isJtKR_) jtw::markNativeJt(partition);
+
+  const RWClassicWString name = JtwNode::name(&partition);
+  setJtNode(component.get());
+  setName(name);
+  if (!isNew) return;
+  jtw::moveChildren(partition, *component);
+  partition.addChild(component.get());
+}
+
+void JtwRoot::handleKrJtSwitch() {
+  hasKrSwitch_ = false;
+  const jt::Ref<JtSwitch> found(jt::as<JtSwitch>(partition_->child(0)));
+  if (!found) return;
+  for (int index = 0; index < found->numProperties() && !hasKrSwitch_; ++index) {
+    JtPropAtom* key = nullptr;
+    JtPropAtom* value = nullptr;
+    if (!found->getProperty(index, key, value)) break;
+    const auto* text = jt::as<JtStringPropAtom>(key);
+    hasKrSwitch_ = text && text->value() == JtString(jtw::kSwitch);
+  }
+  if (!hasKrSwitch_) return;
+  const jt::Ref<JtNode> chosen(found->representation(loadingRep_ != JT_LOAD_ALTERNATE_REP));
+  partition_->removeChild(0);
+  partition_->addChild(chosen.get());
+}
+
+void JtwRoot::handleXformOnComponent(VisMetaDataNode* component) {
+  jt::Matrix4 outer;
+  if (!component || component->isOpaque() || !jtw::takeTransforms(*component, outer)) return;
+  std::unordered_set<const JtNode*> placed;  // the same child may be listed twice
+  for (int index = 0; index < component->numChildren(); ++index) {
+    const jt::Ref<JtNode> child(component->child(index));
+    if (!child || !placed.insert(child.get()).second) continue;
+    if (!jtw::needsGroupOfItsOwn(*child, *component)) {
+      jtw::placeNode(*child, outer);
+      continue;
+    }
+    const auto group = jt::make<JtGroup>();
+    jtw::placeNode(*group, outer);
+    group->addChild(child.get());
+    placed.erase(child.get());  // its next occurrence is wrapped as well
+    component->removeChild(index);
+    component->insertChild(index, group.get());
+  }
+}
+
+RWClassicWString JtwRoot::name() {
+  const RWClassicWString own = jtNode() ? JtwNode::name(jtNode()) : RWClassicWString();
+  return own.empty() && partition_ ? JtwNode::name(partition_.get()) : own;
+}
+
+RTTran3D JtwRoot::absLoc() { return RTTran3D::unit; }
+
+RTTran3D JtwRoot::relLoc() {
+  JtwNode::relLoc();  // fills the cache that the unit ratio and internalRelLoc() live from
+  return RTTran3D::unit;
+}
+
+RTTran3D JtwRoot::internalRelLoc() { return JtwNode::relLoc(); }
+
+ApiGraColor JtwRoot::evaluateColor(bool& isDefault) {
+  if (!colorEvaluated_) {
+    for (JtNode* node = jtNode(); node && colorIsDefault_; node = node->parent(0))
+      colorIsDefault_ = !computeNodeColor(node, color_);
+    colorEvaluated_ = true;
+  }
+  isDefault = colorIsDefault_;
+  return color_;
+}
