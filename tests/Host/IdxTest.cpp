@@ -34,7 +34,7 @@ Sample fullSample() {
   sample.number = std::numeric_limits<int>::min();
   sample.real = 0.1;
   sample.key = ApiProtoKey(std::numeric_limits<long>::max());
-  sample.text = std::string("9:x \\x41\0\n\xFF\xC3\xA4", 14);
+  sample.text = std::string("9:x \\x41\0\n\xFF\xC3\xA4", 13);
   sample.wide = L"\u00E4\U0001F600";
   sample.wide.push_back(wchar_t{0xD800});
   sample.location = RTTran3D::fromPlacement(1e-300, 1.0 / 3, -1e300, 10, 20, 30);

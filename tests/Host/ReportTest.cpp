@@ -38,6 +38,7 @@ TEST(ApiErrStream, AnErrorArrivesWholeAndOnce) {
 TEST(ApiDebugOutput, WithoutASinkTheNewest256AreKept) {
   ApiDebugOutput::clearRecent();
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([] {
       for (int i = 0; i < 100; ++i) ApiDebugOutput::write("early");

@@ -29,6 +29,7 @@ class IntegerKey {
     return before;
   }
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): the check mistakes the 0 that orderings compare with.
   friend constexpr auto operator<=>(const IntegerKey&, const IntegerKey&) = default;
 
  private:

@@ -1,11 +1,11 @@
-#include "RWCRegexp.h"
-
-#include <regex>
-
 #if defined(__GNUC__) && !defined(__clang__)
 // A false alarm of g++ 12 inside <regex> when sanitizers are on.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
+
+#include "RWCRegexp.h"
+
+#include <regex>
 
 struct RWCRegexp::Compiled {
   std::regex regex;
