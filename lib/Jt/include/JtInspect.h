@@ -1,0 +1,124 @@
+#pragma once
+
+// Looking into JT files without a host: what a file holds, what each byte means, whether it is
+// sound.
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "JtExport.h"
+#include "JtPartition.h"
+
+namespace jt {
+
+/// Name of an object's element as ISO 14306 has it ("Part Node", "Material Attribute", "String
+/// Property Atom"); for one whose type is not known "Unknown Element {type id}".
+JT_API std::string elementName(const JtSceneObject* object);
+/// Name of a segment type ("Logical Scene Graph", "Shape LOD0"), "Unknown" for others.
+JT_API const char* segmentName(std::int32_t type);
+
+/// One row of the table of contents.
+struct SegmentInfo {
+  JtGuid id;
+  std::int32_t type = 0;
+  const char* name = "";
+  std::uint64_t offset = 0;
+  std::uint64_t length = 0;
+  const char* compression = "none";  ///< "none", "stored", "zlib", "xz"
+};
+
+/// What the container of an opened file says. No segment but the scene graph has been read for it.
+struct FileSummary {
+  std::uint64_t size = 0;
+  FileVersion version;
+  std::string versionText;  ///< as in the header, without padding
+  bool bigEndian = false;
+  std::size_t segmentCount = 0;
+  struct TypeCount {
+    std::int32_t type = 0;
+    const char* name = "";
+    std::size_t count = 0;
+    std::uint64_t bytes = 0;
+  };
+  std::vector<TypeCount> byType;  ///< ascending types
+};
+
+/// Summary of the file behind a partition. @pre partition.container() is not null
+JT_API FileSummary summarizeFile(const JtPartition& partition);
+/// The rows of the table of contents in file order. Looks at each segment's headers.
+JT_API std::vector<SegmentInfo> listSegments(const JtPartition& partition);
+
+/// Size of a scene graph, each object counted once.
+struct GraphSummary {
+  std::size_t nodes = 0;
+  std::map<std::string, std::size_t> nodesByType;  ///< element name, count
+  std::size_t attributes = 0;
+  std::size_t propertyAtoms = 0;  ///< in the file; 0 for a partition made in memory
+  std::size_t properties = 0;
+  std::size_t depth = 0;  ///< nodes on the longest path from the root
+};
+
+JT_API GraphSummary summarizeGraph(const JtPartition& partition);
+
+/// One field of a file.
+struct ExplainedField {
+  std::uint64_t offset = 0;  ///< in the file, or in the inflated bytes of `segment`
+  std::uint64_t size = 0;
+  std::string path;       ///< "header.tocOffset", "elements[3] Material Attribute.diffuse"
+  const char* type = "";  ///< "I32", "F32", "GUID", "MbString", "bytes"
+  std::string value;
+  std::int32_t objectId = 0;  ///< of the element that the field is in; 0 for none
+};
+
+/// The segment whose fields follow.
+struct ExplainedSegment {
+  std::size_t index = 0;  ///< in the table of contents
+  JtGuid id;
+  std::int32_t type = 0;
+  const char* compression = "none";
+  bool inflatedOffsets = false;  ///< offsets of its fields count in the inflated bytes
+  std::uint64_t size = 0;        ///< of the content
+};
+
+struct ExplainOptions {
+  /// Only this segment: an index in the table of contents, or an id. Nothing: the whole file.
+  std::optional<std::size_t> segmentIndex;
+  std::optional<JtGuid> segmentId;
+  ReadLimits limits;
+};
+
+/// Receives the fields in file order.
+class JT_API ExplainSink {
+ public:
+  virtual ~ExplainSink() = default;
+  virtual void beginSegment(const ExplainedSegment& segment) = 0;
+  virtual void field(const ExplainedField& field) = 0;
+};
+
+/// Tells every field of a file, or of one segment. A segment that is damaged is told as far as it
+/// can be read, then its rest as bytes. Throws JtFormatError for a file without readable container,
+/// and "no_segment" when the asked segment does not exist.
+JT_API void explain(const JtStorageLocation& location, const ExplainOptions& options,
+                    ExplainSink& sink);
+
+/// Where an object of the scene graph belongs: the node and, for an atom, the key under which it
+/// stands. Empty when nothing names the object.
+struct ObjectPlace {
+  std::int32_t nodeId = 0;
+  std::string nodeName;
+  std::string nodeType;
+  std::string key;
+};
+JT_API std::optional<ObjectPlace> placeOf(const JtPartition& partition, std::int32_t objectId);
+
+/// Reads and decodes everything in a file. Never throws for the file's content: what keeps it from
+/// being opened is one error among the findings. Empty: the file is sound.
+/// @param progress told the share that is done, 0..1; may be empty
+JT_API std::vector<Note> verify(const JtStorageLocation& location, const ReadLimits& limits = {},
+                                const std::function<void(double)>& progress = {});
+
+}  // namespace jt
