@@ -1,0 +1,271 @@
+// What a save leaves behind: content, attributes, links, and the old file when it is refused.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "JtFormatError.h"
+#include "JtStorageManager.h"
+#include "storage/TempFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::set<std::string>;
+
+std::span<const std::byte> bytesOf(const std::string& text) {
+  return std::as_bytes(std::span(text));
+}
+
+jt::Ref<jt::FileImage> openImage(const std::string& path) {
+  return JtStorageManager::current()->open(JtFSStorageLocation("", path));
+}
+
+jt::StorageSaveResult save(const std::string& path, std::span<const jt::FilePiece> pieces,
+                           const jt::StorageSaveOptions& options = {}) {
+  return JtStorageManager::current()->save(JtFSStorageLocation("", path), pieces, options);
+}
+
+/// The codes of the warnings, or of the error, of saving `text`.
+std::string saveText(const std::string& path, const std::string& text,
+                     const jt::StorageSaveOptions& options = {}) try {
+  const jt::FilePiece piece{bytesOf(text)};
+  std::string codes;
+  for (const auto& warning : save(path, {&piece, 1}, options).warnings) codes += warning.code;
+  return codes;
+} catch (const JtFormatError& error) {
+  EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();
+  return error.code();
+}
+
+TEST(Save, WritesAllPiecesInOrder) {
+  const TempFolder folder;
+  std::mt19937 random(7);
+  std::string old(11 << 20, '\0');
+  for (char& c : old) c = static_cast<char>(random());
+  const std::string path = folder.write("a.jt", old);
+  // From nothing to more than a step of the writer, and small runs beside large ones.
+  const std::size_t limits[] = {1, 3000, 200'000, 9 << 20};
+  for (int round = 0; round < 24; ++round) {
+    const auto image = openImage(path);
+    const auto bytes = image->bytes();
+    std::vector<jt::FilePiece> pieces;
+    std::string expected;
+    std::size_t next = 0;
+    for (int i = static_cast<int>(random() % 40); i > 0; --i) {
+      const std::size_t size = random() % limits[random() % 4];
+      const std::size_t place = std::min(random() % 3 ? next : random() % bytes.size(),
+                                         bytes.size() - std::min(size, bytes.size()));
+      const auto part = bytes.subspan(place, std::min(size, bytes.size()));
+      next = place + part.size();  // two of three pieces continue the one before
+      if (expected.size() + part.size() > (16U << 20)) continue;
+      pieces.push_back({part, random() % 4 ? image.get() : nullptr, place});
+      expected.append(reinterpret_cast<const char*>(part.data()), part.size());
+    }
+    jt::StorageSaveOptions options{.readBack = round % 4 != 0, .expected = image->identity()};
+    const std::string target = round % 2 ? path : folder / "new.jt";
+    if (round % 2 == 0) options.expected.reset();
+    EXPECT_TRUE(save(target, pieces, options).warnings.empty());
+    ASSERT_TRUE(contentOf(target) == expected) << "round " << round;
+    folder.write("a.jt", old);
+  }
+  EXPECT_EQ(folder.names(), (Names{"a.jt", "new.jt"}));
+}
+
+std::string attribute(const std::string& path, const char* name) {
+  char value[256];
+  const ssize_t size = ::getxattr(path.c_str(), name, value, sizeof value);
+  return size < 0 ? "none" : std::string(value, static_cast<std::size_t>(size));
+}
+
+struct stat statOf(const std::string& path) {
+  struct stat info {};
+  EXPECT_EQ(::stat(path.c_str(), &info), 0);
+  return info;
+}
+
+/// An access list in the kernel's form: `user` may do `rights` beside owner, group and others.
+std::string accessList(char owner, char rights, char group, char mask, char others) {
+  const auto entry = [](char tag, char permission, char id) {
+    const std::string noId = "\xff\xff\xff\xff";
+    const std::string end = id ? std::string{id, 0, 0, 0} : noId;
+    return std::string{tag, 0, permission, 0} + end;
+  };
+  return std::string{2, 0, 0, 0} + entry(1, owner, 0) + entry(2, rights, 99) + entry(4, group, 0) +
+         entry(16, mask, 0) + entry(32, others, 0);
+}
+
+TEST(Save, KeepsModeOwnerListAndAttributes) {
+  const TempFolder folder;
+  const std::string path = folder.write("a.jt", "old");
+  const bool root = ::geteuid() == 0;
+  ASSERT_TRUE(!root || ::chown(path.c_str(), 1234, 1235) == 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  ::setxattr(path.c_str(), "user.origin", "press", 5, 0);
+  const std::string list = accessList(6, 4, 4, 6, 0);
+  ::setxattr(path.c_str(), "system.posix_acl_access", list.data(), list.size(), 0);
+  const struct stat before = statOf(path);
+  const std::string origin = attribute(path, "user.origin");
+  const std::string keptList = attribute(path, "system.posix_acl_access");
+
+  jt::StorageSaveOptions strict;
+  strict.strictAttributes = true;
+  EXPECT_EQ(saveText(path, "new", strict), "");
+  EXPECT_EQ(contentOf(path), "new");
+  const struct stat after = statOf(path);
+  EXPECT_EQ(after.st_mode, before.st_mode);
+  EXPECT_EQ(after.st_uid, before.st_uid);
+  EXPECT_EQ(after.st_gid, before.st_gid);
+  EXPECT_EQ(attribute(path, "user.origin"), origin);
+  EXPECT_EQ(attribute(path, "system.posix_acl_access"), keptList);
+}
+
+TEST(Save, GivesNewFilesTheRightsOfAPlainCreation) {
+  const TempFolder folder;
+  const mode_t mask = ::umask(027);
+  for (const bool withList : {false, true}) {
+    const std::string list = accessList(7, 7, 5, 7, 4);
+    if (withList && ::setxattr((folder / ".").c_str(), "system.posix_acl_default", list.data(),
+                               list.size(), 0) != 0)
+      break;
+    const std::string plain = folder.write("plain", "x");
+    const std::string saved = folder / "saved.jt";
+    EXPECT_EQ(saveText(saved, "x"), "");
+    EXPECT_EQ(statOf(saved).st_mode, statOf(plain).st_mode);
+    EXPECT_EQ(attribute(saved, "system.posix_acl_access"),
+              attribute(plain, "system.posix_acl_access"));
+    // A file without a list gains none from its folder when it is replaced.
+    ::removexattr(plain.c_str(), "system.posix_acl_access");
+    ASSERT_EQ(::chmod(plain.c_str(), 0604), 0);
+    EXPECT_EQ(saveText(plain, "y"), "");
+    EXPECT_EQ(statOf(plain).st_mode & 0777, 0604U);
+    EXPECT_EQ(attribute(plain, "system.posix_acl_access"), "none");
+    fs::remove(saved);
+    fs::remove(plain);
+  }
+  ::umask(mask);
+}
+
+TEST(Save, FollowsLinksAndTellsOfOtherNames) {
+  const TempFolder folder;
+  folder.write("real/a.jt", "old");
+  fs::create_symlink("real/a.jt", folder / "one");
+  fs::create_symlink(folder / "one", folder / "two");
+  fs::create_symlink("real/none.jt", folder / "dangling");
+  EXPECT_EQ(saveText(folder / "two", "new"), "");
+  EXPECT_EQ(saveText(folder / "dangling", "made"), "");
+  EXPECT_TRUE(fs::is_symlink(folder / "one") && fs::is_symlink(folder / "two") &&
+              fs::is_symlink(folder / "dangling"));
+  EXPECT_EQ(contentOf(folder / "real/a.jt"), "new");
+  EXPECT_EQ(contentOf(folder / "real/none.jt"), "made");
+
+  fs::create_hard_link(folder / "real/a.jt", folder / "other");
+  EXPECT_EQ(saveText(folder / "real/a.jt", "newer"), "links_broken");
+  EXPECT_EQ(contentOf(folder / "other"), "new");
+}
+
+TEST(Save, RefusesWhatIsNoWritableFile) {
+  const TempFolder folder;
+  ASSERT_EQ(::chmod(folder.write("read_only.jt", "old").c_str(), 0444), 0);
+  fs::create_directory(folder / "folder");
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0666), 0);
+  fs::create_symlink("/dev/null", folder / "device");
+  fs::create_symlink("loop", folder / "loop");
+  const Names before = folder.names();
+  const std::pair<const char*, const char*> cases[] = {
+      {"read_only.jt", "read_only"}, {"folder", "unwritable"},   {"folder/", "unwritable"},
+      {"pipe", "unwritable"},        {"device", "unwritable"},   {"loop", "unwritable"},
+      {"none/a.jt", "unwritable"},   {"folder/..", "unwritable"}};
+  for (const auto& [name, code] : cases) EXPECT_EQ(saveText(folder / name, "new"), code) << name;
+  EXPECT_EQ(saveText(folder / std::string(300, 'x'), "new"), "unwritable");
+  EXPECT_EQ(saveText(folder / std::string(250, 'x'), "new"), "");
+  EXPECT_EQ(contentOf(folder / "read_only.jt"), "old");
+  fs::remove(folder / std::string(250, 'x'));
+  EXPECT_EQ(folder.names(), before);
+}
+
+TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {
+  using Change = std::function<void(const std::string&)>;
+  const Change changes[] = {
+      [](const std::string& path) { std::ofstream(path, std::ios::app) << "more"; },
+      [](const std::string& path) {
+        std::ofstream(path) << "OLD";
+        const timespec times[2] = {{1000, 0}, {1000, 1}};
+        ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+      },
+      [](const std::string& path) {
+        std::ofstream(path + "2") << "old";
+        fs::last_write_time(path + "2", fs::last_write_time(path));
+        fs::rename(path + "2", path);
+      },
+      [](const std::string& path) { fs::remove(path); }};
+  for (const Change& change : changes) {
+    const TempFolder folder;
+    const std::string path = folder.write("a.jt", "old");
+    const auto image = openImage(path);
+    change(path);
+    const Names names = folder.names();
+    const std::string content = contentOf(path);
+    EXPECT_EQ(saveText(path, "new", {.expected = image->identity()}), "changed_on_disk");
+    EXPECT_EQ(contentOf(path), content);
+    EXPECT_EQ(folder.names(), names);
+  }
+
+  // A source that got shorter: its bytes are gone, and the mapping must not be touched.
+  const TempFolder folder;
+  const auto source = openImage(folder.write("b.jt", std::string(100'000, 'b')));
+  const jt::FilePiece piece{source->bytes(), source.get(), 0};
+  fs::resize_file(folder / "b.jt", 10);
+  EXPECT_THROW(save(folder / "c.jt", {&piece, 1}), JtFormatError);
+  EXPECT_EQ(folder.names(), Names{"b.jt"});
+}
+
+TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
+  const TempFolder folder;
+  const std::string path = folder.write("a.jt", "old");
+  const std::string self = std::to_string(::getpid());
+  const auto age = [&](const std::string& name) {
+    fs::last_write_time(folder / name, fs::file_time_type::clock::now() - std::chrono::hours(1));
+  };
+  const Names kept{".a.jt.jtw-" + self + "-1.tmp",  // its process runs
+                   ".a.jt.jtw-" + self + "-2.tmp",  // old, but locked
+                   ".b.jt.jtw-999999999-1.tmp",     // of another target
+                   ".a.jt.jtw-x-1.tmp",
+                   ".a.jt.jtw-999999999.tmp",
+                   "a.jt"};
+  const Names removed{".a.jt.jtw-999999999-1.tmp", ".a.jt.jtw-" + self + "-3.tmp"};
+  for (const Names* names : {&kept, &removed})
+    for (const std::string& name : *names) folder.write(name, "old");
+  age(".a.jt.jtw-" + self + "-2.tmp");
+  age(".a.jt.jtw-" + self + "-3.tmp");
+  const int lock = ::open((folder / (".a.jt.jtw-" + self + "-2.tmp")).c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::flock(lock, LOCK_EX), 0);
+  EXPECT_EQ(saveText(path, "new"), "");
+  EXPECT_EQ(folder.names(), kept);
+  ::close(lock);
+}
+
+TEST(Save, KeepsOneWholeContentWhenManySaveAtOnce) {
+  const TempFolder folder;
+  const std::string path = folder.write("a.jt", "old");
+  const auto content = [](int i) { return std::string(5 << 20, static_cast<char>('a' + i)); };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([&, i] {
+      const std::string text = content(i);
+      for (int round = 0; round < 3; ++round) EXPECT_EQ(saveText(path, text), "");
+    });
+  for (std::thread& thread : threads) thread.join();
+  const std::string found = contentOf(path);
+  EXPECT_TRUE(found == content(found[0] - 'a'));
+  EXPECT_EQ(folder.names(), Names{"a.jt"});
+}
+
+}  // namespace
