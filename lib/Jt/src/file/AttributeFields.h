@@ -141,8 +141,16 @@ struct AttributeFields {
                                      std::to_string(texture.version_.value));
       texture.blocks_.resize(static_cast<std::size_t>(blocks));
     }
-    for (std::size_t i = 0; i < texture.blocks_.size(); ++i)
-      textureBlock(ar, texture.blocks_[i], oneBlock, i == 2);
+    // 9.x stores images in the third block, behind two empty ones; 10.x has one block.
+    const std::size_t stubs = isFresh(ar, texture) && !oneBlock && !texture.blocks_.empty() ? 2 : 0;
+    const std::size_t first =
+        isFresh(ar, texture) && !texture.blocks_.empty() ? texture.blocks_.size() - 1 : 0;
+    for (std::size_t i = 0; i < stubs; ++i) {
+      TextureBlock stub;
+      textureBlock(ar, stub, false, false);
+    }
+    for (std::size_t i = first; i < texture.blocks_.size(); ++i)
+      textureBlock(ar, texture.blocks_[i], oneBlock, !oneBlock && (stubs > 0 || i == 2));
     tail(ar, texture);
   }
 

@@ -4,6 +4,8 @@
 #include <unordered_set>
 
 #include "JtInstance.h"
+#include "JtTexture.h"
+#include "SceneReader.h"
 #include "VisMetaDataNode.h"
 
 namespace jt::file {
@@ -131,27 +133,32 @@ void SceneWriter::collectGraph() {
   std::erase_if(graph_, [&](const Item& item) { return skipsInConversion(item); });
 }
 
-/// True for what another form cannot hold; says so.
+/// True for what another form cannot hold; says so. Only what is understood can be converted.
 bool SceneWriter::skipsInConversion(const Item& item) {
   const SceneSource* from = item.object ? SceneSource::sourceOf(*item.object) : source_;
   const std::uint32_t element = item.object ? SceneSource::elementOf(*item.object) : item.element;
   if (!from || from->format() == format_) return false;
-  const bool isNode = item.object && JtType::isA(item.object, JtNode::classTypeID());
-  const bool isKnown = item.object && findElementKind(item.object->typeID()) &&
-                       !(isNode && static_cast<const JtNode*>(item.object)->isOpaque()) &&
-                       from->kind(element);
-  if (isKnown) return false;
   const ElementKind* kind = from->kind(element);
+  const bool isUnderstood = kind && kind->type != JtOpaqueAttribute::classTypeID() &&
+                            (!item.object || item.object->typeID() == kind->type) &&
+                            !(kind->type == JtShaderEffects::classTypeID() &&
+                              format_.has(Feature::byteVersions));  // 10.x has no shaders
+  if (isUnderstood) return false;
   const std::string what =
       kind ? kind->name : "an element of unknown type " + from->frame(element).typeId.text();
-  if (isNode)
+  if (item.object && JtType::isA(item.object, JtNode::classTypeID()))
     throw JtFormatError("not_convertible",
                         what + " cannot be converted to another version of the format",
                         from->position(from->offset(element)));
-  result_.warnings.push_back({"not_convertible", what + " (object " +
-                                                     std::to_string(from->objectId(element)) +
-                                                     ") was left out: it cannot be converted"});
+  leaveOut(what, element);
   return true;
+}
+
+void SceneWriter::leaveOut(const std::string& what, std::uint32_t element) {
+  result_.warnings.push_back(
+      {"not_convertible", what + " (object " +
+                              std::to_string(source_ ? source_->objectId(element) : 0) +
+                              ") was left out: it cannot be converted"});
 }
 
 // --- Properties
@@ -303,16 +310,25 @@ void SceneWriter::writeItem(std::vector<std::byte>& out, const Item& item) {
     return;
   }
   if (object) {
-    writeObject(out, item);
+    writeObject(out, item, nullptr);
     return;
   }
-  // An atom of the source that nobody read goes into another form.
-  const auto atom = source_->atom(item.element);
-  const Item read{atom.get(), item.element, item.id};
-  if (!skipsInConversion(read)) writeObject(out, read);
+  // An element of the source that nobody holds goes into another form.
+  Links links;
+  const ElementKind* kind = nullptr;
+  std::string damage;
+  const Ref<JtSceneObject> read =
+      SceneReader::readElement(*source_, item.element, links, kind, &damage);
+  source_->bind(*read, item.element);
+  const Item bound{read.get(), item.element, item.id};
+  if (!damage.empty()) {
+    leaveOut(damage, item.element);
+  } else if (!skipsInConversion(bound)) {
+    writeObject(out, bound, &links);
+  }
 }
 
-void SceneWriter::writeObject(std::vector<std::byte>& out, const Item& item) {
+void SceneWriter::writeObject(std::vector<std::byte>& out, const Item& item, const Links* links) {
   const JtSceneObject& object = *item.object;
   const SceneSource* from = SceneSource::sourceOf(object);
   const ElementKind* kind = findElementKind(object.typeID());
@@ -338,7 +354,11 @@ void SceneWriter::writeObject(std::vector<std::byte>& out, const Item& item) {
   Writer writer(out, format_);
   writer.setConverting(from && from->format() != format_);
   fields(writer, frame, true);
-  fillLinks(object, writer.links());
+  if (links) {
+    writer.links() = *links;
+  } else {
+    fillLinks(object, writer.links());
+  }
   kind->write(writer, const_cast<JtSceneObject&>(object));  // a Writer only looks
   const std::size_t length = out.size() - start - kLengthSize;
   if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))

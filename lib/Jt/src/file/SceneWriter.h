@@ -73,11 +73,13 @@ class SceneWriter {
   void nameSegmentsOfUnreadAtoms();
 
   void writeItem(std::vector<std::byte>& out, const Item& item);
-  void writeObject(std::vector<std::byte>& out, const Item& item);
+  /// @param links ids of attributes and children; null: those of the objects that it holds
+  void writeObject(std::vector<std::byte>& out, const Item& item, const Links* links);
   void fillLinks(const JtSceneObject& object, Links& links) const;
   void writeMarker(std::vector<std::byte>& out) const;
   void writeTable(std::vector<std::byte>& out) const;
   bool skipsInConversion(const Item& item);
+  void leaveOut(const std::string& what, std::uint32_t element);
 
   const JtNode& root_;
   SceneSource* source_;

@@ -1,0 +1,149 @@
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "JtInspect.h"
+#include "file/SceneWriter.h"
+
+namespace jt {
+
+namespace {
+
+const char* compressionName(const file::Container& container, const file::TocEntry& entry) {
+  const auto packing = container.packingHeader(entry);
+  if (!packing) return "none";
+  switch (static_cast<file::Packing>(packing->algorithm)) {
+    case file::Packing::zlib:
+      return "zlib";
+    case file::Packing::xz:
+      return "xz";
+    default:
+      return "stored";
+  }
+}
+
+}  // namespace
+
+std::string elementName(const JtSceneObject* object) {
+  if (!object) return {};
+  if (const file::SceneSource* source = file::SceneSource::sourceOf(*object)) {
+    const std::uint32_t element = file::SceneSource::elementOf(*object);
+    if (const file::ElementKind* kind = source->kind(element)) return kind->name;
+    return "Unknown Element " + source->frame(element).typeId.text();
+  }
+  const file::ElementKind* kind = file::findElementKind(object->typeID());
+  return kind ? kind->name : object->typeID()->name();
+}
+
+const char* segmentName(std::int32_t type) { return file::segmentTypeName(type); }
+
+FileSummary summarizeFile(const JtPartition& partition) {
+  const file::Container& container = *partition.container();
+  FileSummary summary;
+  summary.size = container.image().bytes().size();
+  summary.version = {container.format().major, container.format().minor};
+  summary.versionText = container.versionText().substr(0, 75);
+  summary.versionText.erase(summary.versionText.find_last_not_of(' ') + 1);
+  summary.bigEndian = container.format().bigEndian;
+  summary.segmentCount = container.toc().size();
+  std::array<FileSummary::TypeCount, 256> counts{};
+  for (const file::TocEntry& entry : container.toc()) {
+    FileSummary::TypeCount& count = counts[static_cast<std::size_t>(entry.type())];
+    ++count.count;
+    count.bytes += entry.length;
+  }
+  for (std::size_t type = 0; type < counts.size(); ++type) {
+    if (counts[type].count == 0) continue;
+    counts[type].type = static_cast<std::int32_t>(type);
+    counts[type].name = segmentName(counts[type].type);
+    summary.byType.push_back(counts[type]);
+  }
+  return summary;
+}
+
+std::vector<SegmentInfo> listSegments(const JtPartition& partition) {
+  const file::Container& container = *partition.container();
+  std::vector<SegmentInfo> segments;
+  segments.reserve(container.toc().size());
+  for (const file::TocEntry& entry : container.toc())
+    segments.push_back({entry.id, entry.type(), segmentName(entry.type()), entry.offset,
+                        entry.length, compressionName(container, entry)});
+  return segments;
+}
+
+GraphSummary summarizeGraph(const JtPartition& partition) {
+  const std::vector<const JtNode*> nodes = file::SceneWriter::nodesOf(partition);
+  GraphSummary summary;
+  summary.nodes = nodes.size();
+  std::unordered_set<const JtAttribute*> attributes;
+  std::unordered_map<const JtType*, std::size_t> types;
+  for (const JtNode* node : nodes) {
+    const bool isKnown = file::findElementKind(node->typeID()) &&
+                         node->typeID() != JtNode::classTypeID() &&
+                         node->typeID() != JtGroup::classTypeID();
+    // Unknown elements are plain nodes and groups in memory; only their file knows their type.
+    if (isKnown) {
+      ++types[node->typeID()];
+    } else {
+      ++summary.nodesByType[elementName(node)];
+    }
+    for (int i = 0; i < node->numAttributes(); ++i) attributes.insert(node->attribute(i));
+  }
+  for (const auto& [type, count] : types)
+    summary.nodesByType[file::findElementKind(type)->name] += count;
+  summary.attributes = attributes.size();
+
+  if (const file::SceneSource* source = file::SceneSource::sourceOf(partition)) {
+    summary.propertyAtoms = source->elementCount() - source->firstAtom();
+    for (const file::PropertyRow& row : source->rows())
+      source->eachPair(row.pairs, [&](std::int32_t, std::int32_t) { ++summary.properties; });
+  } else {
+    for (const JtNode* node : nodes)
+      summary.properties += static_cast<std::size_t>(node->numProperties());
+  }
+
+  // Longest path: a node counts when all of its parents have counted.
+  std::unordered_map<const JtNode*, std::pair<std::size_t, int>> levels;  // depth, parents to come
+  for (const JtNode* node : nodes) levels[node] = {1, 0};
+  for (const JtNode* node : nodes)
+    for (int i = 0; i < node->numChildren(); ++i)
+      if (const auto child = levels.find(node->child(i)); child != levels.end())
+        ++child->second.second;
+  std::vector<const JtNode*> ready{&partition};
+  while (!ready.empty()) {
+    const JtNode* node = ready.back();
+    ready.pop_back();
+    const std::size_t depth = levels[node].first;
+    summary.depth = std::max(summary.depth, depth);
+    for (int i = 0; i < node->numChildren(); ++i) {
+      const auto child = levels.find(node->child(i));
+      if (child == levels.end()) continue;
+      child->second.first = std::max(child->second.first, depth + 1);
+      if (--child->second.second == 0) ready.push_back(child->first);
+    }
+  }
+  return summary;
+}
+
+std::optional<ObjectPlace> placeOf(const JtPartition& partition, std::int32_t objectId) {
+  const auto place = [](const JtNode& node, std::string key) {
+    const auto* name = as<JtStringPropAtom>(node.property(JtString("JT_PROP_NAME")));
+    return ObjectPlace{node.objectId(), name ? name->value().stringToMbs() : std::string(),
+                       elementName(&node), std::move(key)};
+  };
+  for (const JtNode* node : file::SceneWriter::nodesOf(partition)) {
+    if (node->objectId() == objectId) return place(*node, {});
+    for (int i = 0; i < node->numAttributes(); ++i)
+      if (node->attribute(i)->objectId() == objectId) return place(*node, {});
+    JtPropAtom* key = nullptr;
+    JtPropAtom* value = nullptr;
+    for (int i = 0; node->getProperty(i, key, value); ++i) {
+      if (key->objectId() != objectId && value->objectId() != objectId) continue;
+      const auto* text = as<JtStringPropAtom>(key);
+      return place(*node, text ? text->value().stringToMbs() : std::string());
+    }
+  }
+  return {};
+}
+
+}  // namespace jt

@@ -1,0 +1,181 @@
+#include <algorithm>
+#include <unordered_set>
+
+#include "JtInspect.h"
+#include "file/MetaDataFields.h"
+#include "file/SceneReader.h"
+#include "file/SceneWriter.h"
+#include "file/SegmentObjects.h"
+
+namespace jt {
+
+namespace {
+
+using namespace file;
+
+constexpr std::size_t kMostFindings = 10000;  // a hostile file may have millions of flaws
+
+class Verifier {
+ public:
+  Verifier(Ref<Container> container, std::vector<Note>& findings)
+      : container_(std::move(container)), findings_(findings) {}
+
+  void run(const std::function<void(double)>& progress) {
+    Ref<JtPartition> root;
+    try {
+      source_ = SceneSource::open(container_);
+      root = SceneReader(source_).read();
+      findings_.insert(findings_.end(), root->notes().begin(), root->notes().end());
+    } catch (const JtFormatError& error) {
+      findings_.insert(findings_.end(), container_->notes().begin(), container_->notes().end());
+      add(error);
+    }
+    if (source_) {
+      elements();
+      references();
+    }
+    std::unordered_set<JtGuid> ids;
+    const auto& toc = container_->toc();
+    for (std::size_t i = 0; i < toc.size(); ++i) {
+      if (!ids.insert(toc[i].id).second)
+        add(true, "duplicate_segment", toc[i], {},
+            "the table of contents names the segment twice; the first row counts");
+      segment(toc[i]);
+      if (progress) progress(static_cast<double>(i + 1) / static_cast<double>(toc.size()));
+    }
+  }
+
+ private:
+  void add(bool isError, const char* code, const TocEntry& entry,
+           std::optional<std::uint64_t> offset, std::string message) {
+    if (findings_.size() < kMostFindings)
+      findings_.push_back(
+          {isError, code, segmentText(entry.type(), entry.id), offset, std::move(message)});
+  }
+  void add(const JtFormatError& error) {
+    if (findings_.size() < kMostFindings)
+      findings_.push_back(
+          {true, error.code(), error.where().segment, error.where().offset, error.message()});
+  }
+
+  /// Every element decodes, and encodes to the bytes that it was decoded from.
+  void elements() {
+    std::vector<std::byte> again;
+    Links links;
+    for (std::uint32_t element = 0; element < source_->elementCount(); ++element) {
+      const ElementKind* kind = nullptr;
+      std::string damage;
+      const Ref<JtSceneObject> object =
+          SceneReader::readElement(*source_, element, links, kind, &damage);
+      const bool isAtom = element >= source_->firstAtom();
+      if (!damage.empty()) {
+        if (isAtom)
+          add(true, "damaged_element", source_->entry(), source_->offset(element), damage);
+        continue;
+      }
+      if (!source_->kind(element)) {
+        add(false, "unknown_element", source_->entry(), source_->offset(element),
+            "element of unknown type " + source_->frame(element).typeId.text() +
+                ", carried as it is");
+        continue;
+      }
+      again.clear();
+      Writer writer(again, source_->format());
+      writer.links() = links;
+      kind->write(writer, *object);
+      const auto body = source_->body(element);
+      if (!std::equal(again.begin(), again.end(), body.begin(), body.end()))
+        add(false, "unusual_form", source_->entry(), source_->offset(element),
+            std::string(kind->name) + " would be written in another form when it is edited");
+    }
+  }
+
+  /// Rows, keys, values and late-loaded segments exist.
+  void references() {
+    for (const PropertyRow& row : source_->rows()) {
+      if (source_->find(row.owner) == SceneSource::kNone)
+        add(true, "dangling_owner", source_->entry(), row.pairs - 4,
+            "the property table names element " + std::to_string(row.owner) +
+                ", which does not exist");
+      source_->eachPair(row.pairs, [&](std::int32_t key, std::int32_t value) {
+        for (const std::int32_t id : {key, value}) {
+          const std::uint32_t element = source_->find(id);
+          if (element == SceneSource::kNone || element < source_->firstAtom())
+            add(true, "dangling_property", source_->entry(), row.pairs,
+                "a property of element " + std::to_string(row.owner) + " names atom " +
+                    std::to_string(id) + ", which does not exist");
+        }
+      });
+    }
+    const ElementKind* lateLoaded = findElementKind(JtLateLoadedPropAtom::classTypeID());
+    for (std::uint32_t element = source_->firstAtom(); element < source_->elementCount();
+         ++element) {
+      if (source_->kind(element) != lateLoaded) continue;
+      const auto atom = source_->atom(element);
+      const auto* late = as<JtLateLoadedPropAtom>(atom.get());
+      if (late && !container_->find(late->segmentId()))
+        add(false, "dangling_segment", source_->entry(), source_->offset(element),
+            "a late-loaded property names segment " + late->segmentId().text() +
+                ", which is not in the file");
+    }
+  }
+
+  void segment(const TocEntry& entry) {
+    try {
+      const SegmentHeader header = container_->segmentHeader(entry);
+      if (header.id != entry.id || header.type != entry.type() ||
+          static_cast<std::uint32_t>(header.length) != entry.length)
+        add(true, "segment_header_mismatch", entry, entry.offset,
+            "the segment's header says " + segmentText(header.type, header.id) + ", " +
+                std::to_string(header.length) + " bytes; the table of contents says " +
+                std::to_string(entry.length) + " bytes");
+      if (source_ && &entry == &source_->entry()) return;  // was read above
+      const SegmentContent content = container_->load(entry);
+      if (!isShapeSegment(entry.type()) && !container_->packingHeader(entry))
+        add(false, "no_compression_header", entry, entry.offset,
+            "the segment has no compression header; it is carried as it is");
+      std::size_t end = 0;
+      for (const SegmentElement& element :
+           segmentElements(content.bytes, container_->format(), &end))
+        metaData(entry, element);
+    } catch (const JtFormatError& error) {
+      add(error.within(container_->position(entry)));
+    }
+  }
+
+  void metaData(const TocEntry& entry, const SegmentElement& element) {
+    if (element.frame.typeId != JtMetaData::classTypeID()->guid()) return;
+    JtMetaData data;
+    Reader reader(element.body, container_->format(), element.bodyOffset);
+    MetaDataFields::run(reader, data);
+    std::vector<std::byte> again;
+    Writer writer(again, container_->format());
+    MetaDataFields::run(writer, data);
+    if (!std::equal(again.begin(), again.end(), element.body.begin(), element.body.end()))
+      add(false, "unusual_form", entry, element.offset,
+          "the metadata would be written in another form when it is edited");
+  }
+
+  Ref<Container> container_;
+  Ref<SceneSource> source_;
+  std::vector<Note>& findings_;
+};
+
+}  // namespace
+
+std::vector<Note> verify(const JtStorageLocation& location, const ReadLimits& limits,
+                         const std::function<void(double)>& progress) {
+  std::vector<Note> findings;
+  try {
+    Verifier(Container::open(JtStorageManager::current()->open(location), limits), findings)
+        .run(progress);
+  } catch (const JtFormatError& error) {
+    findings.push_back(
+        {true, error.code(), error.where().segment, error.where().offset, error.message()});
+  } catch (const std::bad_alloc&) {
+    findings.push_back({true, "out_of_memory", {}, {}, "the file needs more memory than there is"});
+  }
+  return findings;
+}
+
+}  // namespace jt
