@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 #include "JtwNode.h"
@@ -14,7 +15,7 @@ class JTW_API JtwCollection : public JtwNode {
   JtwCollection() = default;
   JtwCollection(JtNode* node, JtwRoot* root);
   /// The copy lists the same objects; they stay with the collection they hang on.
-  JtwCollection(const JtwCollection&) = default;
+  JtwCollection(const JtwCollection& other);
   JtwCollection& operator=(const JtwCollection& other);
   ~JtwCollection() override;
 
@@ -60,10 +61,13 @@ class JTW_API JtwCollection : public JtwNode {
   void uninit();
 
  private:
+  friend class JtwPMI;
   friend class JtwRoot;
 
   RWClassicTValOrderedVector<JtwPMI*> pmis_;
   std::vector<std::shared_ptr<JtwPMI>> unkeyedFrames_;
+  // Every PMI that names this collection, listed or not, so that none is left naming a dead one.
+  std::unordered_set<JtwPMI*> namedBy_;
   bool framesRead_ = false;
   bool framesFound_ = false;
   bool pmisCalculated_ = false;

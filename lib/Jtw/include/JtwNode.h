@@ -161,6 +161,7 @@ class JTW_API JtwNode {
 
  private:
   bool endsWalk(const JtNode* node) const;
+  /// The JT node and those above it, up to and without the component parent.
   std::vector<JtNode*> walkToParent() const;
   void computeLocation();
   bool findOwnColor();

@@ -28,8 +28,8 @@ class JTW_API JtwPMI : public JtwLeaf {
   /// node.
   JtwPMI(JtwCollection* collection, JtwRoot* root);
   /// A copy has the data and hangs on the same collection, but no list or map knows it.
-  JtwPMI(const JtwPMI&) = default;
-  JtwPMI& operator=(const JtwPMI&) = default;
+  JtwPMI(const JtwPMI& other);
+  JtwPMI& operator=(const JtwPMI& other);
   /// Leaves the collection's list and the root's map.
   ~JtwPMI() override;
 
@@ -82,6 +82,10 @@ class JTW_API JtwPMI : public JtwLeaf {
   JtwNwObjData* KrData() noexcept { return &data_; }
 
  private:
+  void setCollection(JtwCollection* collection);
+
+  friend class JtwCollection;
+
   JtwCollection* collection_ = nullptr;
   JtwNwObjData data_;
   int id_ = -1;

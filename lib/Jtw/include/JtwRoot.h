@@ -120,6 +120,8 @@ class JTW_API JtwRoot : public JtwCollection {
   bool addNodeByJtNode(JtNode* jtNode, JtwNode* node);
   /// The wrapper over a JT node, not owned, or null.
   JtwNode* nodeByJtNode(JtNode* jtNode) const;
+  /// Takes a wrapper out of both maps; its owner is the caller from then on.
+  void forgetNode(JtwNode& node);
   /// All wrappers that have a key. Valid until a wrapper is added or removed.
   const RWClassicTValHashDictionary<ApiProtoKey, JtwNode*>& getAllNodes() const {
     return nodesByKey_;

@@ -74,7 +74,7 @@ class JTW_API JtwTraverse {
   bool internalActOnGroup(JtGroup* group);
   bool internalActOnRoot();
   void handleNativeJTs(VisMetaDataNode* node);
-  void makeCollection(VisMetaDataNode* node);
+  JtwCollection* makeCollection(VisMetaDataNode& node);
   void traversePMIs(JtwCollection* collection);
 
   static Walk* impl_;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "ApiProtoKey.h"
 #include "JtwExport.h"
 #include "RTTran3D.h"
 
@@ -38,6 +39,14 @@ JTW_API RTTran3D placement(JtwNode& node, JtwNode& parent);
 /// Places a node relative to its component parent, the translation in millimetres whatever the
 /// node's unit is, and forgets its cached location.
 JTW_API void setPlacement(JtwNode& node, const RTTran3D& millimetres);
+
+/// The key for the next new object: one above every key in use and above every one that a PMI ever
+/// had; 1 for a component without keys.
+JTW_API ApiProtoKey nextFreeKey(const JtwRoot& root);
+
+/// Marks an entity or block as preserved or not, whatever mark it has; as the node's own operation
+/// for other kinds.
+JTW_API void setPreserved(JtwNode& node, bool preserved);
 
 /// Name of the unit with that ratio of millimetres, such as "Millimeters"; null when there is none.
 JTW_API const char* unitName(float ratio);

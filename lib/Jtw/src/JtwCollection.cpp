@@ -1,0 +1,170 @@
+#include "JtwCollection.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string>
+#include <utility>
+
+#include "JtFormatError.h"
+#include "JtFrameListProperty.h"
+#include "JtPartition.h"
+#include "JtwFrame.h"
+#include "JtwPMI.h"
+#include "JtwProperties.h"
+#include "JtwRoot.h"
+#include "VisMetaDataNode.h"
+
+using jtw::Key;
+
+namespace {
+
+/// The frame list behind a value atom, or null when there is none that can be read.
+jt::Ref<JtFrameListProperty> readFrameList(JtPropAtom* value, const JtPartition* partition) {
+  if (const auto* text = jt::as<JtStringPropAtom>(value)) {
+    auto list = jt::make<JtFrameListProperty>();
+    list->fromText(text->value().stringToMbs());
+    return list;
+  }
+  auto* late = jt::as<JtLateLoadedPropAtom>(value);
+  if (!late) return {};
+  try {
+    return jt::Ref<JtFrameListProperty>(jt::as<JtFrameListProperty>(late->load(partition).get()));
+  } catch (const JtFormatError& error) {
+    jt::setLastError(error.what());
+    return {};
+  }
+}
+
+/// The keys of a stored list: one number at the start of each piece that a comma ends.
+RWClassicTValOrderedVector<ApiProtoKey> parseKeys(std::string_view text) {
+  RWClassicTValOrderedVector<ApiProtoKey> keys;
+  while (!text.empty()) {
+    const std::size_t first = std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
+    long key = 0;
+    std::from_chars(text.data() + first, text.data() + text.size(), key);
+    keys.emplace_back(key);
+    const std::size_t comma = text.find(',');
+    text.remove_prefix(comma == std::string_view::npos ? text.size() : comma + 1);
+  }
+  return keys;
+}
+
+}  // namespace
+
+JtwCollection::JtwCollection(JtNode* node, JtwRoot* root) : JtwNode(node, root) {}
+
+JtwCollection::JtwCollection(const JtwCollection& other)
+    : JtwNode(other),
+      pmis_(other.pmis_),
+      unkeyedFrames_(other.unkeyedFrames_),
+      framesRead_(other.framesRead_),
+      framesFound_(other.framesFound_),
+      pmisCalculated_(other.pmisCalculated_) {}
+
+JtwCollection& JtwCollection::operator=(const JtwCollection& other) {
+  if (this == &other) return *this;
+  uninit();
+  JtwNode::operator=(other);
+  pmis_ = other.pmis_;
+  unkeyedFrames_ = other.unkeyedFrames_;
+  framesRead_ = other.framesRead_;
+  framesFound_ = other.framesFound_;
+  pmisCalculated_ = other.pmisCalculated_;
+  return *this;
+}
+
+JtwCollection::~JtwCollection() { uninit(); }
+
+void JtwCollection::uninit() {
+  // The list is emptied first, so that none of its entries has to be looked for in it.
+  const auto listed = std::exchange(pmis_, {});
+  for (auto pmi = listed.rbegin(); pmi != listed.rend(); ++pmi)
+    if (namedBy_.contains(*pmi)) (*pmi)->clearParent();
+  while (!namedBy_.empty()) (*namedBy_.begin())->clearParent();
+  unkeyedFrames_.clear();
+}
+
+// --- PMI
+
+void JtwCollection::addPMI(JtwPMI* pmi) {
+  if (pmi) pmis_.push_back(pmi);
+}
+
+void JtwCollection::removePMI(JtwPMI* pmi) {
+  const auto found = std::find(pmis_.begin(), pmis_.end(), pmi);
+  if (found != pmis_.end()) pmis_.erase(found);
+}
+
+bool JtwCollection::checkForPreservePMI() {
+  return std::any_of(pmis_.begin(), pmis_.end(),
+                     [](JtwPMI* pmi) { return pmi->isPreserved(false); });
+}
+
+bool JtwCollection::hasPreservedPMI() {
+  return jtw::intProperty(jtNode(), Key::hasPreservedPmi).value_or(0) != 0;
+}
+
+void JtwCollection::setHasPreservedPMI(bool preserved) {
+  jtw::setInt(jtNode(), Key::hasPreservedPmi, preserved ? 1 : 0, false);
+}
+
+void JtwCollection::writePMIKeysToJT() {
+  if (pmis_.empty() || !jtNode() || jtw::findProperty(jtNode(), Key::pmiProtoKeys)) return;
+  std::string keys;
+  for (JtwPMI* pmi : pmis_) keys += std::to_string(pmi->key().getAsLong()) + ',';
+  jtw::setString(jtNode(), Key::pmiProtoKeys, JtString(keys), false);
+}
+
+void JtwCollection::readPMIKeysFromJT() {
+  const JtString* stored = jtw::stringProperty(jtNode(), Key::pmiProtoKeys);
+  if (pmis_.empty() || !stored) return;
+  const auto keys = parseKeys(stored->stringToMbs());
+  if (keys.size() != pmis_.size()) return;
+  for (std::size_t i = 0; i < keys.size(); ++i)
+    if (pmis_[i]->key().isNull()) pmis_[i]->setKey(keys[i]);
+}
+
+// --- Frames
+
+bool JtwCollection::loadFrames() {
+  if (!jtNode() || !root_) return false;
+  // A component that is the partition itself has no metadata to wait for.
+  auto* metaDataNode = jt::as<VisMetaDataNode>(jtNode());
+  if (metaDataNode && !metaDataNode->ensureMetaData()) return false;
+  JtPropAtom* value = jtw::findProperty(jtNode(), Key::frames);
+  if (!value) return true;
+  const auto list = readFrameList(value, root_->partition());
+  if (!list) return false;
+  for (const JtFrame& record : list->frames()) {
+    auto frame = std::make_unique<JtwFrame>(this, record, root_);
+    if (frame->key().getAsLong() > 0)
+      addPMI(frame.release());  // its key made it the root's
+    else
+      unkeyedFrames_.push_back(std::move(frame));
+  }
+  return true;
+}
+
+const RWClassicTValOrderedVector<JtwPMI*>& JtwCollection::readKrFrames() {
+  if (!framesRead_) {
+    loadFrames();
+    framesRead_ = true;
+    if (!pmis_.empty()) framesFound_ = true;
+  }
+  return pmis_;
+}
+
+bool JtwCollection::storeFrames() {
+  framesRead_ = true;
+  if (!jtNode()) return false;
+  if (pmis_.empty()) {
+    jtw::eraseProperty(jtNode(), Key::frames);
+    return true;
+  }
+  const auto list = jt::make<JtFrameListProperty>();
+  for (JtwPMI* pmi : pmis_)
+    if (pmi->type() == JT_FRAME_NODE)
+      static_cast<JtwFrame*>(pmi)->convertToJtFrame(list->frames().emplace_back());
+  jtw::setString(jtNode(), Key::frames, JtString(list->toText()), true);
+  return true;
+}

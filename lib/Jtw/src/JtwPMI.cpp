@@ -1,0 +1,102 @@
+#include "JtwPMI.h"
+
+#include "JtwCollection.h"
+#include "JtwPMIAnnotation.h"
+#include "JtwRoot.h"
+
+JtwPMI::JtwPMI(JtwCollection* collection, JtwRoot* root)
+    : JtwLeaf(collection ? collection->jtNode() : nullptr, root) {
+  setCollection(collection);
+  setOriginJtNode(jtNode());
+}
+
+JtwPMI::JtwPMI(const JtwPMI& other)
+    : JtwLeaf(other), data_(other.data_), id_(other.id_), origin_(other.origin_) {
+  setCollection(other.collection_);
+}
+
+JtwPMI& JtwPMI::operator=(const JtwPMI& other) {
+  if (this == &other) return *this;
+  clearParent();
+  setOriginJtNode(nullptr);
+  JtwLeaf::operator=(other);
+  setCollection(other.collection_);
+  data_ = other.data_;
+  id_ = other.id_;
+  origin_ = other.origin_;
+  return *this;
+}
+
+JtwPMI::~JtwPMI() {
+  clearParent();
+  if (root_ && origin_) root_->removeJtwPMIFromMap(origin_.get(), this);
+}
+
+void JtwPMI::setCollection(JtwCollection* collection) {
+  if (collection_) collection_->namedBy_.erase(this);
+  collection_ = collection;
+  if (collection_) collection_->namedBy_.insert(this);
+}
+
+void JtwPMI::clearParent() {
+  if (!collection_) return;
+  collection_->removePMI(this);
+  setCollection(nullptr);
+}
+
+void JtwPMI::setOriginJtNode(const JtNode* node) {
+  if (origin_ == node) return;
+  const jt::Ref<const JtNode> old = origin_;
+  if (root_ && old) root_->removeJtwPMIFromMap(old.get(), this);
+  origin_ = jt::Ref<const JtNode>(node);
+  if (root_ && node) root_->addJtwPMIToMap(node, this);
+  if (old) id_ = -1;
+}
+
+bool JtwPMI::setKey(const ApiProtoKey& key) {
+  if (!root_ || key.getAsLong() <= 0) return false;
+  JtwNode* holder = nullptr;
+  if (root_->getNodeByKey(key, holder) && holder) return false;
+  if (!root_->addNodeToMapByKey(key, this)) return false;
+  data_.key = key;
+  return true;
+}
+
+ApiProtoKey JtwPMI::parent() { return collection_ ? collection_->key() : ApiProtoKey(); }
+
+bool JtwPMI::setParent(const ApiProtoKey& key) {
+  // The host relies on the order: the old list is left even when there is no new one.
+  if (collection_) collection_->removePMI(this);
+  JtwNode* found = nullptr;
+  if (!root_ || !root_->getNodeByKey(key, found) || !found || !found->isCollection()) return false;
+  auto* collection = static_cast<JtwCollection*>(found);
+  if (collection != collection_) setOriginJtNode(collection->jtNode());
+  setCollection(collection);
+  setJtNode(collection->jtNode());
+  collection->addPMI(this);
+  return true;
+}
+
+RTTran3D JtwPMI::absLoc() { return collection_ ? collection_->absLoc() * relLoc() : RTTran3D(); }
+
+void JtwPMI::getAttachmentParent(ApiProtoKey& key, AttachmentType& type) {
+  key = data_.attachmentParent;
+  type = data_.attachmentType;
+}
+
+void JtwPMI::setAttachmentParent(const ApiProtoKey& key, AttachmentType type) {
+  data_.attachmentParent = key;
+  data_.attachmentType = type;
+}
+
+void JtwPMI::setColor(const ApiGraColor& color, bool /*forced*/, bool /*overrideVertexColors*/) {
+  color_ = color;
+  colorIsDefault_ = false;
+}
+
+const ApiGraColor& JtwPMI::color(bool& isDefault) {
+  isDefault = colorIsDefault_;
+  return color_;
+}
+
+JtwPMIAnnotation::~JtwPMIAnnotation() = default;

@@ -1,0 +1,266 @@
+// The maps of a root's wrappers; making, copying and deleting objects; writing.
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+
+#include "ApiObjType.h"
+#include "Jt.h"
+#include "JtFormatError.h"
+#include "JtwBlock.h"
+#include "JtwEntity.h"
+#include "JtwFrame.h"
+#include "JtwLink.h"
+#include "JtwPMI.h"
+#include "JtwPMIAnnotation.h"
+#include "JtwProperties.h"
+#include "JtwRoot.h"
+#include "JtwSceneGraph.h"
+#include "JtwSubDevice.h"
+#include "JtwTree.h"
+#include "VisPartNode.h"
+
+using jtw::Key;
+
+namespace {
+
+/// What callers of VisPartNode give for a part that is to be filled.
+constexpr int kNewPartHint = 99;
+
+bool isKnown(const JtwRoot& root, const ApiProtoKey& key) {
+  JtwNode* node = nullptr;
+  return root.getNodeByKey(key, node) && node;
+}
+
+/// A new JT node under its key and below its parent, or null with nothing changed.
+template <class Wrapper>
+Wrapper* placeNew(JtwRoot& root, std::unique_ptr<Wrapper> wrapper, const ApiProtoKey& key,
+                  const ApiProtoKey& parentKey, const RTTran3D& relLoc) {
+  if (!isKnown(root, parentKey) || isKnown(root, key) || !wrapper->setKey(key)) return nullptr;
+  const bool mapped = root.addNodeByJtNode(wrapper->jtNode(), wrapper.get());
+  if (!mapped || !wrapper->setParent(parentKey)) {
+    root.forgetNode(*wrapper);
+    return nullptr;
+  }
+  wrapper->setRelLoc(relLoc);
+  return wrapper.release();
+}
+
+template <class Wrapper>
+Wrapper* createCollection(JtwRoot& root, const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                          const RTTran3D& relLoc, ApiObjType::Kind kind) {
+  const auto node = jt::make<VisMetaDataNode>();
+  Wrapper* made =
+      placeNew(root, std::make_unique<Wrapper>(node.get(), &root), key, parentKey, relLoc);
+  if (made) jtw::setString(node.get(), Key::objType, JtString(ApiObjType(kind).text()), true);
+  return made;
+}
+
+template <class Wrapper>
+Wrapper* createPMI(JtwRoot& root, const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                   const RTTran3D& relLoc) {
+  JtwNode* parent = nullptr;
+  if (!root.getNodeByKey(parentKey, parent) || !parent || !parent->isCollection()) return nullptr;
+  auto* collection = static_cast<JtwCollection*>(parent);
+  auto made = std::make_unique<Wrapper>(collection, &root);
+  if (!made->setKey(key)) return nullptr;
+  made->setRelLoc(relLoc);
+  collection->addPMI(made.get());
+  return made.release();
+}
+
+/// Takes away from a copied graph what tells one object from another.
+void stripIdentity(JtNode* copy) {
+  jtw::forEachBelow(copy, [](JtNode& node) {
+    jtw::eraseProperty(&node, Key::protoKey);
+    jtw::eraseProperty(&node, Key::globalUniqueId);
+  });
+}
+
+}  // namespace
+
+// --- Maps
+
+bool JtwRoot::getNodeByKey(const ApiProtoKey& key, JtwNode*& node) const {
+  if (nodesByKey_.empty()) return false;
+  const auto found = nodesByKey_.find(key);
+  node = found == nodesByKey_.end() ? nullptr : found->second;
+  return true;
+}
+
+bool JtwRoot::addNodeToMapByKey(const ApiProtoKey& key, JtwNode* node) {
+  return node && !key.isNull() && nodesByKey_.emplace(key, node).second;
+}
+
+bool JtwRoot::addNodeToMap(JtwNode* node) { return node && addNodeToMapByKey(node->key(), node); }
+
+bool JtwRoot::removeNodeFromMapByKey(const ApiProtoKey& key) { return nodesByKey_.erase(key) > 0; }
+
+bool JtwRoot::addNodeByJtNode(JtNode* jtNode, JtwNode* node) {
+  return jtNode && node && nodesByJtNode_.emplace(jtNode, node).second;
+}
+
+JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const {
+  const auto found = nodesByJtNode_.find(jtNode);
+  return found == nodesByJtNode_.end() ? nullptr : found->second;
+}
+
+void JtwRoot::forgetNode(JtwNode& node) {
+  const auto byKey = nodesByKey_.find(node.key());
+  if (byKey != nodesByKey_.end() && byKey->second == &node) nodesByKey_.erase(byKey);
+  const auto byJtNode = nodesByJtNode_.find(node.jtNode());
+  if (byJtNode != nodesByJtNode_.end() && byJtNode->second == &node) nodesByJtNode_.erase(byJtNode);
+}
+
+bool JtwRoot::getFreeApiProtoKey(ApiProtoKey& key) const {
+  key = ApiProtoKey();
+  if (nodesByKey_.empty()) return false;
+  key = std::max_element(nodesByKey_.begin(), nodesByKey_.end(), [](const auto& a, const auto& b) {
+          return a.first < b.first;
+        })->first;
+  ++key;
+  return true;
+}
+
+// --- PMI by the JT node they are filed under
+
+void JtwRoot::addJtwPMIToMap(const JtNode* jtNode, JtwPMI* pmi) {
+  if (jtNode && pmi) pmisByJtNode_[jtNode].push_back(pmi);
+}
+
+void JtwRoot::removeJtwPMIFromMap(const JtNode* jtNode, JtwPMI* pmi) {
+  const auto found = pmisByJtNode_.find(jtNode);
+  if (found == pmisByJtNode_.end()) return;
+  auto& pmis = found->second;
+  const auto at = std::find(pmis.begin(), pmis.end(), pmi);
+  if (at != pmis.end()) pmis.erase(at);
+  if (pmis.empty()) pmisByJtNode_.erase(found);
+}
+
+RWClassicTValOrderedVector<JtwPMI*> JtwRoot::getJtwPMIsOfNode(const JtNode* jtNode) const {
+  const auto found = pmisByJtNode_.find(jtNode);
+  return found == pmisByJtNode_.end() ? RWClassicTValOrderedVector<JtwPMI*>() : found->second;
+}
+
+void JtwRoot::setJtwPMIsOfNodeToCollection(JtNode* jtNode) {
+  for (JtwPMI* pmi : getJtwPMIsOfNode(jtNode))
+    if (pmi->collection()) pmi->setOriginJtNode(pmi->collection()->jtNode());
+}
+
+ApiProtoKey JtwRoot::PMIMaxProtoKey() const {
+  return ApiProtoKey(jtw::intProperty(jtNode(), Key::pmiMaxProtoKey).value_or(0));
+}
+
+void JtwRoot::setPMIMaxProtoKey(const ApiProtoKey& key) {
+  const long value = key.getAsLong();
+  if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max()) return;
+  jtw::setInt(jtNode(), Key::pmiMaxProtoKey, static_cast<int>(value), true);
+}
+
+// --- Making objects
+
+JtwEntity* JtwRoot::createEntityNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                                     const RTTran3D& relLoc) {
+  const auto part = jt::make<VisPartNode>(kNewPartHint);
+  return placeNew(*this, std::make_unique<JtwEntity>(part.get(), this, L""), key, parentKey,
+                  relLoc);
+}
+
+JtwBlock* JtwRoot::createBlockNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                                   const RTTran3D& relLoc) {
+  return createCollection<JtwBlock>(*this, key, parentKey, relLoc, ApiObjType::BLOCK);
+}
+
+JtwLink* JtwRoot::createLinkNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                                 const RTTran3D& relLoc) {
+  return createCollection<JtwLink>(*this, key, parentKey, relLoc, ApiObjType::LINK);
+}
+
+JtwSubDevice* JtwRoot::createSubDeviceNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                                           const RTTran3D& relLoc) {
+  return createCollection<JtwSubDevice>(*this, key, parentKey, relLoc, ApiObjType::SUB_DEVICE);
+}
+
+JtwFrame* JtwRoot::createFrameNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
+                                   const RTTran3D& relLoc) {
+  return createPMI<JtwFrame>(*this, key, parentKey, relLoc);
+}
+
+JtwPMIAnnotation* JtwRoot::createPMIAnnotationNode(const ApiProtoKey& key,
+                                                   const ApiProtoKey& parentKey,
+                                                   const RTTran3D& relLoc) {
+  return createPMI<JtwPMIAnnotation>(*this, key, parentKey, relLoc);
+}
+
+JtwEntity* JtwRoot::createApxEntityNode(const ApiProtoKey& parentKey, const RTTran3D& relLoc) {
+  if (!isKnown(*this, parentKey)) return nullptr;
+  const auto part = jt::make<VisPartNode>(kNewPartHint);
+  auto entity = std::make_unique<JtwEntity>(part.get(), this, L"");
+  if (!addNodeByJtNode(part.get(), entity.get())) return nullptr;
+  if (!entity->setParent(parentKey)) {
+    forgetNode(*entity);
+    return nullptr;
+  }
+  entity->setRelLoc(relLoc);
+  return entity.release();
+}
+
+JtwEntity* JtwRoot::cloneEntityNode(const ApiProtoKey& key, const bool& withGeometry) try {
+  JtwNode* original = nullptr;
+  ApiProtoKey free;
+  if (!getNodeByKey(key, original) || !original || original->type() != JT_ENTITY_NODE ||
+      !getFreeApiProtoKey(free))
+    return nullptr;
+  JtwNode* parent = original->parentNode();
+  auto* group = parent ? jt::as<JtGroup>(parent->jtNode()) : nullptr;
+  if (!group || group->isOpaque()) return nullptr;
+
+  const jt::Ref<JtBase> copied =
+      withGeometry ? jt::Ref<JtBase>(Jt::clone(original->jtNode())) : original->jtNode()->clone();
+  auto* part = jt::as<VisPartNode>(copied.get());
+  if (!part) return nullptr;
+  stripIdentity(part);
+  auto copy = std::make_unique<JtwEntity>(part, this, original->name());
+  if (!copy->setKey(free)) return nullptr;
+  if (!addNodeByJtNode(part, copy.get()) || !group->addChild(part)) {
+    forgetNode(*copy);
+    return nullptr;
+  }
+  // The original may hang below instances and plain groups that take part in its placement.
+  original->forgetCached();
+  jtw::setPlacement(*copy, original->relLoc());
+  return copy.release();
+} catch (const JtFormatError& error) {
+  jt::setLastError(error.what());
+  return nullptr;
+}
+
+// --- Deleting
+
+bool JtwRoot::deleteNode(const ApiProtoKey& key) {
+  JtwNode* node = nullptr;
+  if (!getNodeByKey(key, node) || !node || node == this) return false;
+  if (node->isOfTypePMI()) {
+    auto* pmi = static_cast<JtwPMI*>(node);
+    pmi->clearParent();
+    pmi->setOriginJtNode(nullptr);
+  } else if (JtNode* jtNode = node->jtNode()) {
+    JtNode* above = jtNode->parent(0);
+    if (above && above->isOpaque()) return false;
+    setJtwPMIsOfNodeToCollection(jtNode);
+    jtw::cutChild(above, jtNode);
+    const auto byJtNode = nodesByJtNode_.find(jtNode);
+    if (byJtNode != nodesByJtNode_.end() && byJtNode->second == node)
+      nodesByJtNode_.erase(byJtNode);
+  }
+  nodesByKey_.erase(key);
+  delete node;
+  return true;
+}
+
+// --- Writing
+
+bool JtwRoot::write(bool asNewCopy) {
+  if (openError_ != 0) return false;
+  return writeToDatastore(asNewCopy ? jtNode() : nullptr);
+}

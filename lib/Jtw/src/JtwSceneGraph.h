@@ -1,0 +1,39 @@
+#pragma once
+
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "JtGroup.h"
+#include "JtInstance.h"
+#include "JtNode.h"
+
+namespace jtw {
+
+/// Calls `act(JtNode&)` for a node and each node below it, parents first, each node once however
+/// many paths lead to it. Null: nothing.
+template <class Act>
+void forEachBelow(JtNode* start, Act act) {
+  std::unordered_set<const JtNode*> shared;
+  std::vector<JtNode*> pending;
+  if (start) pending.push_back(start);
+  while (!pending.empty()) {
+    JtNode* node = pending.back();
+    pending.pop_back();
+    if (node->numParents() > 1 && !shared.insert(node).second) continue;
+    act(*node);
+    for (int i = node->numChildren(); i-- > 0;)
+      if (JtNode* child = node->child(i)) pending.push_back(child);
+  }
+}
+
+/// True when `above` is `node` or reaches it downwards on any path.
+bool isAtOrAbove(const JtNode* above, const JtNode* node);
+
+/// Takes a child away from a parent; false when it is none of its children or cannot be removed.
+bool cutChild(JtNode* parent, JtNode* child);
+
+/// The child of that index; an instance is replaced by what it places. May be null.
+JtNode* childBehindInstance(const JtNode& node, int index);
+
+}  // namespace jtw

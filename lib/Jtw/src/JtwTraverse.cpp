@@ -1,0 +1,176 @@
+#include "JtwTraverse.h"
+
+#include <memory>
+#include <unordered_set>
+#include <utility>
+
+#include "JtFormatError.h"
+#include "JtGroup.h"
+#include "JtInstance.h"
+#include "JtPartition.h"
+#include "JtStackNodeIter.h"
+#include "JtwBlock.h"
+#include "JtwEntity.h"
+#include "JtwLink.h"
+#include "JtwPMI.h"
+#include "JtwProperties.h"
+#include "JtwRoot.h"
+#include "JtwSubDevice.h"
+#include "VisPartNode.h"
+
+using jtw::Key;
+
+/// What a walk knows while it runs.
+struct JtwTraverse::Walk {
+  explicit Walk(Walk*& slot) : slot_(slot), outer_(std::exchange(slot, this)) {}
+  Walk(const Walk&) = delete;
+  Walk& operator=(const Walk&) = delete;
+  ~Walk() { slot_ = outer_; }
+
+  /// False when the node was visited before. Only a node with several parents can be.
+  bool isFirstVisit(const JtNode* node) {
+    return node->numParents() < 2 || shared_.insert(node).second;
+  }
+
+  // For each node on the current path: whether it is visited, or met again and passed over.
+  std::vector<bool> visited;
+
+ private:
+  Walk*& slot_;
+  Walk* outer_;
+  std::unordered_set<const JtNode*> shared_;
+};
+
+JtwTraverse::Walk* JtwTraverse::impl_ = nullptr;
+
+JtwTraverse::JtwTraverse(JtwRoot* root) : JtwTraverse(root, root) {}
+JtwTraverse::JtwTraverse(JtwRoot* root, JtwNode* start) : root_(root), startNode_(start) {}
+JtwTraverse::~JtwTraverse() = default;
+
+void JtwTraverse::init() { impl_ = nullptr; }
+
+bool JtwTraverse::actOnRoot(JtwRoot* /*root*/) { return true; }
+bool JtwTraverse::postActOnRoot(JtwRoot* /*root*/) { return true; }
+bool JtwTraverse::shouldContinue(JtwNode* /*node*/) { return true; }
+bool JtwTraverse::actOnNonDisplayedNode(JtwNode* /*node*/) { return true; }
+bool JtwTraverse::preActOnPMI(JtwNode* /*node*/) { return false; }
+
+bool JtwTraverse::getKrTypeProperty(JtNode* node, ApiObjType& type) {
+  const JtString* text = jtw::stringProperty(node, Key::objType);
+  if (!text) return false;
+  const auto named = ApiObjType::fromKrObjType(text->stringToMbs());
+  if (named) type = *named;
+  return named.has_value();
+}
+
+bool JtwTraverse::execute() try {
+  if (!root_ || !root_->jtNode()) return false;
+  Walk walk(impl_);
+  const auto iterator = jt::make<JtStackNodeIter>();
+  iterator->setPreVisit([this, &walk](JtNode* node) {
+    walk.visited.push_back(walk.isFirstVisit(node));
+    return walk.visited.back() && internalPreNode(node) ? JtStackNodeIter::Next::descend
+                                                        : JtStackNodeIter::Next::skipChildren;
+  });
+  iterator->setPostVisit([this, &walk](JtNode* node) {
+    const bool visited = walk.visited.back();
+    walk.visited.pop_back();
+    return !visited || internalPostNode(node);
+  });
+  instanceName_.clear();
+  if (startNode_ && startNode_->jtNode()) iterator->run(startNode_->jtNode());
+  return true;
+} catch (const JtFormatError& error) {
+  jt::setLastError(error.what());
+  return false;
+}
+
+bool JtwTraverse::internalPreNode(JtNode* node) {
+  auto* metaDataNode = jt::as<VisMetaDataNode>(node);
+  if (metaDataNode && !root_->nodeByJtNode(node)) handleNativeJTs(metaDataNode);
+  if (auto* part = jt::as<VisPartNode>(node)) return internalActOnPart(part);
+  if (auto* instance = jt::as<JtInstance>(node)) {
+    instanceName_ = JtwNode::name(instance);
+    return true;
+  }
+  auto* group = jt::as<JtGroup>(node);
+  return !group || internalActOnGroup(group);
+}
+
+bool JtwTraverse::internalPostNode(JtNode* node) {
+  if (jt::as<JtInstance>(node)) instanceName_.clear();
+  if (!jt::as<JtGroup>(node) || jt::as<VisPartNode>(node)) return true;
+  if (node == root_->jtNode()) return postActOnRoot(root_);
+  JtwNode* wrapper = root_->nodeByJtNode(node);
+  return !wrapper || postActOnNode(wrapper);
+}
+
+bool JtwTraverse::internalActOnPart(VisPartNode* part) {
+  if (JtwNode* wrapper = root_->nodeByJtNode(part)) return actOnNode(wrapper);
+  auto entity = std::make_unique<JtwEntity>(part, root_, instanceName_);
+  // A part of a native file has no key, and is none the less one of the objects.
+  if (!entity->key().isNull() && !root_->addNodeToMap(entity.get()) &&
+      root_->loadingRep() == JtwRoot::JT_LOAD_ALTERNATE_REP) {
+    actOnNonDisplayedNode(entity.get());
+    return true;
+  }
+  root_->addNodeByJtNode(part, entity.get());
+  return actOnNode(entity.release());
+}
+
+bool JtwTraverse::internalActOnRoot() {
+  root_->addNodeByJtNode(root_->jtNode(), root_);
+  root_->addNodeToMap(root_);
+  const bool below = actOnRoot(root_);
+  traversePMIs(root_);
+  return below;
+}
+
+bool JtwTraverse::internalActOnGroup(JtGroup* group) {
+  if (group == root_->jtNode()) return internalActOnRoot();
+  JtwNode* wrapper = root_->nodeByJtNode(group);
+  auto* metaDataNode = jt::as<VisMetaDataNode>(group);
+  if (!wrapper && metaDataNode) wrapper = makeCollection(*metaDataNode);
+  if (!wrapper) return true;
+  const bool below = actOnNode(wrapper);
+  if (wrapper->isCollection()) traversePMIs(static_cast<JtwCollection*>(wrapper));
+  return below && shouldContinue(wrapper);
+}
+
+JtwCollection* JtwTraverse::makeCollection(VisMetaDataNode& node) {
+  ApiObjType type;
+  getKrTypeProperty(&node, type);
+  std::unique_ptr<JtwCollection> made;
+  switch (type.value()) {
+    case ApiObjType::LINK:
+      made = std::make_unique<JtwLink>(&node, root_);
+      break;
+    case ApiObjType::SUB_DEVICE:
+      made = std::make_unique<JtwSubDevice>(&node, root_);
+      break;
+    default:
+      made = std::make_unique<JtwBlock>(&node, root_);
+  }
+  if (!root_->addNodeByJtNode(&node, made.get())) return nullptr;
+  root_->addNodeToMap(made.get());
+  return made.release();
+}
+
+void JtwTraverse::handleNativeJTs(VisMetaDataNode* node) {
+  // An assembly that no host has marked shows as a block without key, so that the structure of a
+  // native file can be seen; nothing is written to it. Keys are given when the host asks for one.
+  ApiObjType type;
+  const bool marked = jtw::carriesKey(node) || getKrTypeProperty(node, type);
+  if (!marked && node != root_->jtNode() && !jt::as<VisPartNode>(node)) makeCollection(*node);
+}
+
+void JtwTraverse::traversePMIs(JtwCollection* collection) {
+  if (!collection->PMIsCalculated()) {
+    collection->readKrFrames();
+    collection->readPMIKeysFromJT();
+    collection->setPMIsCalculated();
+  }
+  if (!collection->hasPMIs() || !preActOnPMI(collection)) return;
+  const auto pmis = collection->PMIs();  // a copy: the host may change the list
+  for (JtwPMI* pmi : pmis) actOnNode(pmi);
+}

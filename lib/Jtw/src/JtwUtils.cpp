@@ -1,0 +1,81 @@
+#include "JtwUtils.h"
+
+#include "ApiDocument.h"
+#include "ApiDocumentRef.h"
+#include "ApiSysStringConvertors.h"
+#include "Jt.h"
+#include "JtwManager.h"
+#include "JtwPMI.h"
+#include "JtwPMIAnnotation.h"
+#include "JtwProperties.h"
+
+using jtw::Key;
+
+namespace {
+
+/// @param inherited also look at what is above the node
+bool hasProperty(const JtNode* node, const JtPropAtom* key, bool inherited, bool& has) {
+  if (!node) return false;
+  JtPropAtom* value = nullptr;
+  has = node->lookupProperty(key, value, inherited) && value;
+  return true;
+}
+
+}  // namespace
+
+bool JtwUtilsJtHasProtoKey(JtNode* node, bool& has) {
+  return hasProperty(node, jtw::keyAtom(Key::protoKey), false, has);
+}
+
+bool JtwUtilsJtHasKinDevice(JtNode* node, bool& has) {
+  return hasProperty(node, jtw::keyAtom(Key::kinBuffer), true, has);
+}
+
+bool JtwUtilsJtHasKinModelingDevice(JtNode* node, bool& has) {
+  return hasProperty(node, jtw::keyAtom(Key::kinModelingBuffer), true, has);
+}
+
+bool JtwUtilsDidJtOriginateFromNativeJt(JtPartition* partition, bool& native) {
+  const auto key = jt::make<JtStringPropAtom>(JtString(jtw::kOriginateFromNativeJt));
+  return hasProperty(partition, key.get(), true, native);
+}
+
+bool JtwUtilsIsPMIModeOn(const JtPartition* partition, bool& on) {
+  on = false;
+  ApiDocumentRef document;
+  // The registry's table has pointers to partitions that may be changed; this one is only looked
+  // up.
+  if (!JtwManager::the().getApiDocumentRef(const_cast<JtPartition*>(partition), document))
+    return false;
+  on = ApiDocument::doesHaveProperty(document, ApiDocument::PMI_MODE);
+  return true;
+}
+
+bool JtwUtilsShouldExcludePMI(JtwPMI* pmi, bool& exclude) {
+  if (!pmi) return false;
+  exclude = false;
+  if (pmi->type() != JtwNode::JT_PMI_ANNOTATION_NODE) return true;
+  const ApiPMIType type = static_cast<JtwPMIAnnotation*>(pmi)->annotationData().annotationType;
+  exclude = type == API_PMI_MODEL_VIEW_LABEL ||
+            (type != API_PMI_NONE && JtwManager::the().isPMITypeExcluded(type));
+  return true;
+}
+
+RWClassicWString JtwUtilsGetNamePropertyAsRWWString(const JtNode* node) {
+  const JtString* name = jtw::stringProperty(node, Jt::jtPropName);
+  if (!name) return {};
+  const RWClassicWString wide = ApiSysStringConvertors::RWCStringToUnicode(name->stringToMbs());
+  return wide.empty() ? name->toWide() : wide;
+}
+
+JtString JtwUtilsGetRWWStringAsJtString(const RWClassicWString& s) {
+  return JtString(ApiSysStringConvertors::isAscii(s)
+                      ? ApiSysStringConvertors::toAscii(s)
+                      : ApiSysStringConvertors::UnicodeToRWCString(s));
+}
+
+void JtwUtilsConvertRWCStringToJtString(const RWClassicCString& s, JtString& out) {
+  out = ApiSysStringConvertors::isAscii(s)
+            ? JtString(s)
+            : JtString(ApiSysStringConvertors::RWCStringToUnicode(s));
+}
