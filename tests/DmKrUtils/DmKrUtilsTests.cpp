@@ -1,0 +1,205 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "DmKrUtilsComputeHierarchyComplexity.h"
+#include "DmKrUtilsGeomUtilities.h"
+#include "DmKrUtilsInterface.h"
+#include "DmKrUtilsStreamStorageLocation.h"
+#include "DmKrUtilsStreamStorageManager.h"
+#include "JtFormatError.h"
+#include "JtGroup.h"
+#include "JtMaterial.h"
+#include "MemoryStream.h"
+
+namespace {
+
+std::vector<std::byte> bytesOf(std::string_view text) {
+  const auto bytes = std::as_bytes(std::span(text));
+  return {bytes.begin(), bytes.end()};
+}
+
+/// A stream in memory that lets so many bytes be written and then fails for a while, or keeps
+/// something else than it was given.
+class FaultyStream final : public IStream {
+ public:
+  explicit FaultyStream(std::string_view content)
+      : inner_(MemoryStream::create(bytesOf(content))) {}
+
+  std::uint32_t AddRef() override { return ++references_; }
+  std::uint32_t Release() override {
+    const std::uint32_t left = --references_;
+    if (left == 0) delete this;
+    return left;
+  }
+  IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override {
+    return inner_->Read(buffer, size, done);
+  }
+  IStreamResult Write(const void* buffer, std::size_t size, std::size_t& done) override {
+    done = 0;
+    if (failures > 0 && size > room) {
+      --failures;
+      inner_->Write(buffer, room, done);
+      room /= 2;
+      return IStreamResult::mediumFull;
+    }
+    if (garble > 0) {
+      --garble;
+      return inner_->Write("#", 1, done);  // says one byte, whatever it was
+    }
+    return inner_->Write(buffer, size, done);
+  }
+  IStreamResult Seek(std::int64_t move, IStreamOrigin origin, std::uint64_t* place) override {
+    return inner_->Seek(move, origin, place);
+  }
+  IStreamResult Stat(IStreamStat& stat) const override { return inner_->Stat(stat); }
+  IStreamResult SetSize(std::uint64_t size) override { return inner_->SetSize(size); }
+  IStreamResult Commit() override { return IStreamResult::ok; }
+
+  std::string content() const {
+    const auto& bytes = inner_->bytes();
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+  }
+
+  int failures = 0;
+  std::size_t room = 0;
+  int garble = 0;
+
+ private:
+  ~FaultyStream() override = default;
+  std::uint32_t references_ = 0;
+  CComPtr<MemoryStream> inner_;
+};
+
+TEST(StreamStorage, ASaveReplacesAllOrNothing) {
+  struct Case {
+    int failures;
+    int garble;
+    const char* code;  // "": the save works
+    const char* content;
+  };
+  const Case cases[] = {
+      {0, 0, "", "new"},
+      {1, 0, "no_space", "the old one"},
+      {0, 1, "verify_failed", "the old one"},
+      {2, 0, "no_space", "tew old one"},  // cannot be put back either: the message says so
+  };
+  for (const Case& expected : cases) {
+    const CComPtr<FaultyStream> stream(new FaultyStream("the old one"));
+    stream->failures = expected.failures;
+    stream->room = expected.failures == 2 ? 3 : 1;
+    stream->garble = expected.garble;
+    const auto location = jt::make<DmKrUtilsStreamStorageLocation>();
+    location->setStreamObject(jt::make<DmKrUtilsStreamObject>(stream).get());
+    const auto manager = DmKrUtilsStreamStorageManager::createInstance();
+    const auto opened = manager->open(*location);
+
+    const auto content = bytesOf(expected.failures == 2 ? "news" : "new");
+    const std::vector<jt::FilePiece> pieces{
+        {.bytes = content, .source = nullptr, .sourceOffset = 0}};
+    std::string code;
+    std::string message;
+    try {
+      manager->save(*location, pieces, {});
+    } catch (const JtFormatError& error) {
+      code = error.code();
+      message = error.message();
+    }
+    EXPECT_EQ(code, expected.code);
+    EXPECT_EQ(message.find("could not be put back") != std::string::npos, expected.failures == 2);
+    EXPECT_EQ(stream->content(), expected.content);
+    EXPECT_EQ(opened->bytes().size(), 11U) << "what was opened stays";
+  }
+}
+
+TEST(StreamStorage, ALocationWithoutStreamIsNotFound) {
+  const auto manager = DmKrUtilsStreamStorageManager::createInstance();
+  const DmKrUtilsStreamStorageLocation* const empty = new DmKrUtilsStreamStorageLocation;
+  const jt::Ref<const DmKrUtilsStreamStorageLocation> owner(empty);
+  EXPECT_THROW(manager->open(*empty), JtFormatError);
+  EXPECT_FALSE(manager->resolve(*empty, JtString("part.jt")));
+}
+
+TEST(Complexity, CountsPathsWithLinearWork) {
+  const auto top = jt::make<JtGroup>();
+  JtGroup* level = top.get();
+  const auto doubleUp = [&level](int levels) {
+    for (int i = 0; i < levels; ++i) {
+      const auto next = jt::make<JtGroup>();
+      level->addChild(next.get());
+      level->addChild(next.get());
+      level = next.get();
+    }
+  };
+  doubleUp(10);  // 1 + 2 + 4 + ... + 1024
+  EXPECT_EQ(DmKrUtilsComputeHierarchyComplexity(top.get(), 2046).complexity(), 2047U);
+  EXPECT_TRUE(DmKrUtilsComputeHierarchyComplexity(top.get(), 2046).IsComplexityHigherThanLimit());
+  EXPECT_FALSE(DmKrUtilsComputeHierarchyComplexity(top.get(), 2047).IsComplexityHigherThanLimit());
+  doubleUp(90);
+  EXPECT_EQ(DmKrUtilsComputeHierarchyComplexity(top.get(), 0).complexity(),
+            std::numeric_limits<std::uint64_t>::max());
+  EXPECT_EQ(DmKrUtilsComputeHierarchyComplexity(nullptr, 0).complexity(), 0U);
+}
+
+TEST(CleanUp, RemovesOnlyWhatHasNoEffect) {
+  const auto flagged = [](jt::Ref<JtAttribute> attribute, JtAttributeState state) {
+    attribute->setState(state, true);
+    return attribute;
+  };
+  const auto material = [](float red) {
+    auto made = jt::make<JtMaterial>();
+    made->setDiffuseColor(red, 0, 0);
+    return jt::Ref<JtAttribute>(made);
+  };
+  const auto xform = [](double x) {
+    jt::Matrix4 matrix = jt::kIdentity;
+    matrix[12] = x;
+    return jt::Ref<JtAttribute>(jt::make<JtXform>(matrix));
+  };
+  using State = JtAttributeState;
+  struct Case {
+    const char* what;
+    std::vector<jt::Ref<JtAttribute>> attributes;
+    int kept;
+  };
+  const Case cases[] = {
+      {"identity", {xform(0), xform(1)}, 1},
+      {"forced identity", {flagged(xform(0), State::force)}, 1},
+      {"the same transform twice moves twice", {xform(1), xform(1)}, 2},
+      {"ignored", {flagged(xform(1), State::ignore), flagged(material(1), State::ignore)}, 0},
+      {"repeated material", {material(1), xform(1), material(1)}, 2},
+      {"another material", {material(1), material(0)}, 2},
+      {"back to the first", {material(1), material(0), material(1)}, 3},
+      {"final material", {flagged(material(1), State::final), material(1)}, 2},
+      {"repeats an ignored one", {flagged(material(1), State::ignore), material(1)}, 1},
+  };
+  for (const Case& expected : cases) {
+    const auto top = jt::make<JtGroup>();
+    const auto node = jt::make<JtGroup>();
+    top->addChild(node.get());
+    top->addChild(node.get());
+    for (const auto& attribute : expected.attributes) node->appendAttribute(attribute.get());
+    const int removed = DmKrUtilsInterface::cleanupUnusedAttributes(top.get());
+    EXPECT_EQ(node->numAttributes(), expected.kept) << expected.what;
+    EXPECT_EQ(removed, static_cast<int>(expected.attributes.size()) - expected.kept);
+  }
+}
+
+TEST(Matrices, ChangeBetweenRowAndColumnVectors) {
+  const RTTran3D placed = RTTran3D::fromPlacement(1, 2, 3, 10, 20, 30);
+  const jt::Matrix4 matrix = DmKrUtilsGeomUtilities::toJtMatrix(placed);
+  EXPECT_EQ(matrix[12], 1);
+  EXPECT_EQ(matrix[14], 3);
+  EXPECT_EQ(DmKrUtilsGeomUtilities::toTran3D(matrix), placed);
+  const RTTran3D other = RTTran3D::fromPlacement(0, 5, 0, 0, 90, 0);
+  // A child placed by `other` below a parent placed by `placed`: the order turns round.
+  const auto product = DmKrUtilsGeomUtilities::toTran3D(
+      jt::multiply(DmKrUtilsGeomUtilities::toJtMatrix(other), matrix));
+  for (std::size_t i = 0; i < 16; ++i)
+    EXPECT_NEAR(product.values()[i], (placed * other).values()[i], 1e-12);
+}
+
+}  // namespace
