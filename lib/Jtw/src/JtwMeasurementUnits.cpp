@@ -73,7 +73,8 @@ void JtwMeasurementUnitsInterface::recordScales(JtPartition& partition, bool tak
     open.pop_back();
     if (!seen.insert(node).second) continue;
     jtw::recordScale(*node, takeRecorded);
-    if (jt::as<VisPartNode>(node)) continue;
+    const auto* file = jt::as<JtPartition>(node);
+    if (jt::as<VisPartNode>(node) || (file && file->externalPartition())) continue;
     for (int index = 0; index < node->numChildren(); ++index)
       if (JtNode* child = node->child(index)) open.push_back(child);
   }

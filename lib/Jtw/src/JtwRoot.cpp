@@ -223,12 +223,10 @@ bool JtwRoot::regroup(jt::Ref<JtGroup> group) {
 bool JtwRoot::writeToDatastore(JtNode* node) {
   if (!partition_ || !partition_->getDatastoreLocation()) return false;
   try {
-    const auto place = jt::make<JtFSStorageLocation>(*partition_->getDatastoreLocation(),
-                                                     partition_->datastoreName());
     if (node && node != partition_.get())
-      partition_->saveAs(node, place.get());
+      partition_->saveAs(node, partition_->storageLocation());
     else
-      partition_->save(place.get());
+      partition_->save();
     return true;
   } catch (const std::exception& failure) {
     jt::setLastError(failure.what());
