@@ -164,8 +164,8 @@ class FileBuilder {
   Bytes build() const {
     const std::size_t header = jt::file::FileHeader::size(format_);
     const std::size_t rowSize = jt::file::TocEntry::size(format_);
-    const auto rows = static_cast<std::size_t>(
-        std::count_if(parts_.begin(), parts_.end(), [](const Part& part) { return part.type >= 0; }));
+    const auto rows = static_cast<std::size_t>(std::count_if(
+        parts_.begin(), parts_.end(), [](const Part& part) { return part.type >= 0; }));
     const std::size_t tocSize = 4 + rows * rowSize;
     std::size_t at = header + (tocAtEnd_ ? 0 : tocSize);
     Fields toc(format_);

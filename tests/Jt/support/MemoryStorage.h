@@ -127,7 +127,7 @@ inline Bytes testData(const std::string& name) {
   return {bytes.begin(), bytes.end()};
 }
 
-inline constexpr const char* kVectors[] = {"tiny81.jt", "tiny95.jt",  "tiny95be.jt", "tiny100.jt",
+inline constexpr const char* kVectors[] = {"tiny81.jt",  "tiny95.jt", "tiny95be.jt", "tiny100.jt",
                                            "tiny105.jt", "asm95.jt",  "zoo81.jt",    "zoo95.jt",
                                            "zoo100.jt",  "zoo105.jt"};
 
