@@ -4,7 +4,10 @@
 #include <JtwManager.h>
 #include <JtwRoot.h>
 
+#include <filesystem>
+
 int main() {
+  std::filesystem::create_directory("gear.kpak");
   JtwManager::init();
   const host::OpenedDocument gear = host::openDocument("gear.kpak");
   JtwRoot* root = JtwManager::the().computeNewDocRoot(gear.document);
