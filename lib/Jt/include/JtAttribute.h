@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -42,8 +43,8 @@ class JT_API JtAttribute : public JtSceneObject {
   std::uint8_t stateFlags_ = static_cast<std::uint8_t>(JtAttributeState::persistable);
   std::uint32_t inhibitFlags_ = 0;
   std::uint32_t finalFlags_ = 0;
-  std::optional<std::int32_t> tail_;  // closes every attribute in 10.5 files
-  std::vector<std::byte> surplus_;    // bytes after the last known field, kept for writing
+  std::optional<std::int32_t> tail_;                       // closes every attribute in 10.5 files
+  std::shared_ptr<const std::vector<std::byte>> surplus_;  // bytes after the last known field
 };
 
 /// An attribute of a kind that this library does not know, or that is damaged: carried as it is.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "JtAttribute.h"
+#include "JtInlineList.h"
 #include "JtPropAtom.h"
 #include "JtSceneObject.h"
 
@@ -110,8 +111,8 @@ class JT_API JtNode : public JtSceneObject {
   std::uint32_t nodeFlags_ = 0;
   // Row of the file's property table that still holds the properties; 0 when they are in memory.
   mutable std::atomic<std::uint32_t> propertyRow_{0};
-  std::vector<JtNode*> parents_;
-  std::vector<jt::Ref<JtAttribute>> attributes_;
+  jt::InlineList<JtNode*> parents_;
+  jt::InlineList<jt::Ref<JtAttribute>> attributes_;
   mutable std::vector<jt::Property> properties_;
-  std::unique_ptr<std::vector<std::byte>> surplus_;  // bytes after the last known field
+  std::shared_ptr<const std::vector<std::byte>> surplus_;  // bytes after the last known field
 };

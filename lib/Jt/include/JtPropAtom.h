@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -31,7 +32,7 @@ class JT_API JtPropAtom : public JtSceneObject {
   jt::LocalVersion baseVersion_;
   jt::LocalVersion version_;
   std::uint32_t stateFlags_ = 0;
-  std::vector<std::byte> surplus_;  // bytes after the last known field, kept for writing
+  std::shared_ptr<const std::vector<std::byte>> surplus_;  // bytes after the last known field
 };
 
 /// Text.

@@ -61,6 +61,15 @@ class Ref {
     return *this;
   }
 
+  /// A handle that takes over a reference which the caller holds.
+  static Ref adopt(T* object) noexcept {
+    Ref handle;
+    handle.object_ = object;
+    return handle;
+  }
+  /// Gives the handle's reference to the caller.
+  T* release() noexcept { return std::exchange(object_, nullptr); }
+
   T* get() const noexcept { return object_; }
   T* operator->() const noexcept { return object_; }
   T& operator*() const noexcept { return *object_; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 
 #include "JtGroup.h"
 #include "JtMetaData.h"
@@ -41,5 +42,5 @@ class JT_API VisMetaDataNode : public JtGroup {
   MetaDataState metaDataState_ = MetaDataState::unread;
   jt::Ref<JtMetaData> metaData_;
   // Atoms made for metadata entries that somebody looked up.
-  mutable std::map<JtString, jt::Ref<JtPropAtom>> metaAtoms_;
+  mutable std::unique_ptr<std::map<JtString, jt::Ref<JtPropAtom>>> metaAtoms_;
 };

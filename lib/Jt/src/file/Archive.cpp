@@ -47,7 +47,14 @@ void Writer::operator()(const char*, const JtGuid& value) {
 
 void Writer::operator()(const char*, const JtString& value) {
   putCount(value.length());
-  for (const char16_t unit : value.units()) put(static_cast<std::uint16_t>(unit));
+  const std::size_t at = out_.size();
+  out_.resize(at + 2 * value.length());
+  std::byte* to = out_.data() + at;
+  for (const char16_t unit : value.units()) {
+    const auto stored = reorder(static_cast<std::uint16_t>(unit), format_.bigEndian);
+    std::memcpy(to, &stored, sizeof stored);
+    to += sizeof stored;
+  }
 }
 
 void Writer::putCount(std::size_t count) {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -255,6 +256,15 @@ class BasicReader {
   FieldListener* listener_;
   Links links_;
 };
+
+/// What follows the last known field of an element, to be kept; null when nothing does.
+template <bool Tracing>
+std::shared_ptr<const std::vector<std::byte>> readSurplus(BasicReader<Tracing>& reader) {
+  if (reader.left() == 0) return {};
+  auto bytes = std::make_shared<std::vector<std::byte>>();
+  reader.raw("surplus", *bytes, reader.left());
+  return bytes;
+}
 
 using Reader = BasicReader<false>;
 using TracingReader = BasicReader<true>;

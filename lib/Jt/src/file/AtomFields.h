@@ -78,10 +78,9 @@ struct AtomFields {
   template <class Ar>
   static void surplus(Ar& ar, JtPropAtom& atom) {
     if constexpr (Ar::reading) {
-      atom.surplus_.clear();
-      if (ar.left() > 0) ar.raw("surplus", atom.surplus_, ar.left());
-    } else if (!atom.surplus_.empty() && !isFresh(ar, atom)) {
-      ar.raw("surplus", atom.surplus_, atom.surplus_.size());
+      atom.surplus_ = readSurplus(ar);
+    } else if (atom.surplus_ && !isFresh(ar, atom)) {
+      ar.append(*atom.surplus_);
     }
   }
 

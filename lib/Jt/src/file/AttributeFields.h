@@ -178,10 +178,9 @@ struct AttributeFields {
   template <class Ar>
   static void surplus(Ar& ar, JtAttribute& attribute) {
     if constexpr (Ar::reading) {
-      attribute.surplus_.clear();
-      if (ar.left() > 0) ar.raw("surplus", attribute.surplus_, ar.left());
-    } else if (!attribute.surplus_.empty() && !isFresh(ar, attribute)) {
-      ar.raw("surplus", attribute.surplus_, attribute.surplus_.size());
+      attribute.surplus_ = readSurplus(ar);
+    } else if (attribute.surplus_ && !isFresh(ar, attribute)) {
+      ar.append(*attribute.surplus_);
     }
   }
 

@@ -17,18 +17,19 @@ class Buffer {
   Buffer() = default;
   /// Throws std::bad_alloc.
   explicit Buffer(std::size_t size);
-  std::byte* data() noexcept { return bytes_.get(); }
+  Buffer(Buffer&& other) noexcept;
+  Buffer& operator=(Buffer&& other) noexcept;
+  ~Buffer();
+  std::byte* data() noexcept { return bytes_; }
   std::size_t size() const noexcept { return size_; }
-  std::span<const std::byte> bytes() const noexcept { return {bytes_.get(), size_}; }
+  std::span<const std::byte> bytes() const noexcept { return {bytes_, size_}; }
   /// Changes the size; what is in both sizes stays.
   void resize(std::size_t size);
 
  private:
-  struct Free {
-    void operator()(std::byte* memory) const noexcept { std::free(memory); }
-  };
-  std::unique_ptr<std::byte, Free> bytes_;
+  std::byte* bytes_ = nullptr;
   std::size_t size_ = 0;
+  std::size_t mapped_ = 0;  // bytes of pages of its own; 0 when the memory is from the heap
 };
 
 /// How a segment's bytes are packed; the values of the algorithm byte.

@@ -112,23 +112,51 @@ const std::vector<ElementKind>& table() {
 const JtGuid kVertexShapeSwapped{
     0x10dd107f, 0x2ac8, 0x11d1, {0x6b, 0x9b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 
+/// The kinds by object type id: asked for every element of a file, so a small flat table.
+class KindIndex {
+ public:
+  KindIndex() {
+    for (const ElementKind& kind : table()) add(kind.guid, kind);
+    for (const ElementKind& kind : table())
+      if (kind.type == JtVertexShape::classTypeID()) add(kVertexShapeSwapped, kind);
+  }
+  const ElementKind* find(const JtGuid& guid) const noexcept {
+    for (std::size_t at = place(guid); slots_[at].kind; at = (at + 1) % slots_.size())
+      if (slots_[at].guid == guid) return slots_[at].kind;
+    return nullptr;
+  }
+
+ private:
+  struct Slot {
+    JtGuid guid;
+    const ElementKind* kind = nullptr;
+  };
+  static std::size_t place(const JtGuid& guid) noexcept { return (guid.data1 * 0x9e3779b1U) >> 24; }
+  void add(const JtGuid& guid, const ElementKind& kind) {
+    std::size_t at = place(guid);
+    while (slots_[at].kind) at = (at + 1) % slots_.size();
+    slots_[at] = {guid, &kind};
+  }
+
+  std::array<Slot, 256> slots_{};
+};
+
 }  // namespace
 
 const ElementKind* findElementKind(const JtGuid& guid) noexcept {
-  static const auto byGuid = [] {
-    std::unordered_map<JtGuid, const ElementKind*> map;
-    for (const ElementKind& kind : table()) map.emplace(kind.guid, &kind);
-    map.emplace(kVertexShapeSwapped, findElementKind(JtVertexShape::classTypeID()));
-    return map;
-  }();
-  const auto found = byGuid.find(guid);
-  return found == byGuid.end() ? nullptr : found->second;
+  static const KindIndex index;
+  return index.find(guid);
 }
 
 const ElementKind* findElementKind(const JtType* type) noexcept {
-  for (const ElementKind& kind : table())
-    if (kind.type == type && type != JtOpaqueAttribute::classTypeID()) return &kind;
-  return nullptr;
+  static const auto byType = [] {
+    std::unordered_map<const JtType*, const ElementKind*> map;
+    for (const ElementKind& kind : table())
+      if (kind.type != JtOpaqueAttribute::classTypeID()) map.emplace(kind.type, &kind);
+    return map;
+  }();
+  const auto found = byType.find(type);
+  return found == byType.end() ? nullptr : found->second;
 }
 
 const ElementKind& unknownNodeKind() noexcept {

@@ -184,13 +184,9 @@ struct NodeFields {
   template <class Ar>
   static void surplus(Ar& ar, JtNode& node) {
     if constexpr (Ar::reading) {
-      node.surplus_.reset();
-      if (ar.left() == 0) return;
-      node.surplus_ = std::make_unique<std::vector<std::byte>>();
-      ar.raw("surplus", *node.surplus_, ar.left());
-    } else {
-      if (node.surplus_ && !ar.fresh(node.nodeVersion_))
-        ar.raw("surplus", *node.surplus_, node.surplus_->size());
+      node.surplus_ = readSurplus(ar);
+    } else if (node.surplus_ && !ar.fresh(node.nodeVersion_)) {
+      ar.append(*node.surplus_);
     }
   }
 

@@ -63,11 +63,20 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
 
 Ref<JtPartition> SceneReader::read() {
   makeObjects();
-  resolveChildren();
+  const auto count = static_cast<std::uint32_t>(objects_.size());
+  attributeElements_.assign(attributeIds_.size(), SceneSource::kNone);
+  childElements_.assign(childIds_.size(), SceneSource::kNone);
+  isListed_.assign(count, false);
+  for (std::uint32_t element = 0; element < count; ++element) {
+    if (!isNode(element)) continue;
+    resolveAttributes(element);
+    resolveChildren(element);
+  }
   if (!inOrder_) dropCycles();
-  attachChildren();
+  findRows();
+  assemble();
   Ref<JtPartition> root = chooseRoot();
-  linkProperties();
+  appendFurtherRows();
   findStrays(*root);
   root->scene_ = source_;
   root->version_ = {source_->format().major, source_->format().minor};
@@ -79,22 +88,24 @@ Ref<JtPartition> SceneReader::read() {
 
 void SceneReader::makeObjects() {
   const std::uint32_t count = source_->firstAtom();
+  owned_.resize(count);
   objects_.resize(count);
+  nodes_.resize(count);
   links_.resize(count);
   Links links;
   std::string damaged;
   for (std::uint32_t element = 0; element < count; ++element) {
     const ElementKind* kind = nullptr;
     damaged.clear();
-    objects_[element] = readElement(*source_, element, links, kind, &damaged);
-    JtSceneObject& object = *objects_[element];
-    source_->bind(object, element);
+    owned_[element] = readElement(*source_, element, links, kind, &damaged);
+    objects_[element] = owned_[element].get();
+    source_->bind(*objects_[element], element);
     if (!damaged.empty())
       source_->note(true, "damaged_element", source_->offset(element),
                     damaged + "; the element is carried as it is");
     if (kind->elementClass != ElementClass::node) continue;
-    auto& node = static_cast<JtNode&>(object);
-    node.opaque_ = !damaged.empty();
+    nodes_[element] = static_cast<JtNode*>(objects_[element]);
+    nodes_[element]->opaque_ = !damaged.empty();
     NodeLinks& mine = links_[element];
     mine.attributes = {static_cast<std::uint32_t>(attributeIds_.size()),
                        static_cast<std::uint32_t>(links.attributes.size())};
@@ -105,46 +116,32 @@ void SceneReader::makeObjects() {
   }
 }
 
-JtNode* SceneReader::nodeAt(std::uint32_t element) const {
-  if (element >= objects_.size()) return nullptr;
-  return as<JtNode>(objects_[element].get());
-}
-
-JtNode* SceneReader::nodeOf(std::int32_t objectId) const { return nodeAt(source_->find(objectId)); }
-
-void SceneReader::linkAttributes(std::uint32_t element, JtNode& node) {
+void SceneReader::resolveAttributes(std::uint32_t element) {
   const Slice slice = links_[element].attributes;
-  node.attributes_.reserve(slice.count);
-  for (std::uint32_t i = 0; i < slice.count; ++i) {
-    const std::int32_t id = attributeIds_[slice.first + i];
-    const std::uint32_t target = source_->find(id);
-    auto* attribute = target < objects_.size() ? as<JtAttribute>(objects_[target].get()) : nullptr;
-    if (attribute) {
-      node.attributes_.emplace_back(attribute);
+  for (std::uint32_t i = slice.first; i < slice.first + slice.count; ++i) {
+    const std::uint32_t target = source_->find(attributeIds_[i]);
+    if (target < objects_.size() && !nodes_[target]) {
+      attributeElements_[i] = target;
+      isListed_[target] = true;
     } else {
-      source_->note(true, "dangling_attribute", source_->offset(element),
-                    "a node names attribute " + std::to_string(id) + ", which does not exist");
+      source_->note(
+          true, "dangling_attribute", source_->offset(element),
+          "a node names attribute " + std::to_string(attributeIds_[i]) + ", which does not exist");
     }
   }
 }
 
-void SceneReader::resolveChildren() {
-  childElements_.assign(childIds_.size(), SceneSource::kNone);
-  for (std::uint32_t element = 0; element < objects_.size(); ++element) {
-    JtNode* node = nodeAt(element);
-    if (!node) continue;
-    linkAttributes(element, *node);
-    const Slice slice = links_[element].children;
-    for (std::uint32_t i = slice.first; i < slice.first + slice.count; ++i) {
-      const std::uint32_t target = source_->find(childIds_[i]);
-      if (nodeAt(target)) {
-        childElements_[i] = target;
-        if (target <= element) inOrder_ = false;
-      } else if (childIds_[i] != 0 || slice.count > 1) {
-        source_->note(
-            true, "dangling_child", source_->offset(element),
-            "a node names child " + std::to_string(childIds_[i]) + ", which does not exist");
-      }
+void SceneReader::resolveChildren(std::uint32_t element) {
+  const Slice slice = links_[element].children;
+  for (std::uint32_t i = slice.first; i < slice.first + slice.count; ++i) {
+    const std::uint32_t target = source_->find(childIds_[i]);
+    if (isNode(target)) {
+      childElements_[i] = target;
+      if (target <= element) inOrder_ = false;
+    } else if (childIds_[i] != 0 || slice.count > 1) {
+      source_->note(
+          true, "dangling_child", source_->offset(element),
+          "a node names child " + std::to_string(childIds_[i]) + ", which does not exist");
     }
   }
 }
@@ -176,6 +173,7 @@ void SceneReader::dropCycles() {
         source_->note(true, "cycle", source_->offset(level.element),
                       "a node is its own descendant; the link is left out");
         target = SceneSource::kNone;
+        hasOneTop_ = false;  // what the link held together may have come apart
       } else if (marks[target] == Mark::fresh) {
         marks[target] = Mark::open;
         stack.push_back({target, 0});
@@ -184,20 +182,47 @@ void SceneReader::dropCycles() {
   }
 }
 
-void SceneReader::attachChildren() {
-  for (std::uint32_t element = 0; element < objects_.size(); ++element) {
-    JtNode* node = nodeAt(element);
-    if (!node) continue;
-    const Slice slice = links_[element].children;
-    auto* group = as<JtGroup>(node);
-    auto* instance = as<JtInstance>(node);
-    if (group) group->children_.reserve(slice.count);
-    for (std::uint32_t i = slice.first; i < slice.first + slice.count; ++i) {
-      JtNode* child = nodeAt(childElements_[i]);
-      if (!child) continue;
-      if (group) group->children_.emplace_back(child);
-      if (instance) instance->child_ = Ref<JtNode>(child);
-      if (group || instance) child->attachTo(*node);
+/// Nodes remember where their properties stand; the properties are made on first use.
+void SceneReader::findRows() {
+  rows_.assign(objects_.size(), 0);
+  for (const PropertyRow& row : source_->rows()) {
+    const std::uint32_t element = source_->find(row.owner);
+    if (!isNode(element)) continue;
+    if (rows_[element] == 0) {
+      rows_[element] = row.pairs;
+    } else {
+      furtherRows_.push_back(row);
+    }
+  }
+}
+
+void SceneReader::assemble() {
+  hasParent_.assign(objects_.size(), false);
+  for (std::uint32_t element = 0; element < objects_.size(); ++element)
+    if (JtNode* node = nodes_[element]) assembleNode(element, *node);
+}
+
+void SceneReader::assembleNode(std::uint32_t element, JtNode& node) {
+  node.propertyRow_.store(rows_[element], std::memory_order_relaxed);
+  const Slice attributes = links_[element].attributes;
+  for (std::uint32_t i = attributes.first; i < attributes.first + attributes.count; ++i)
+    if (attributeElements_[i] != SceneSource::kNone)
+      node.attributes_.push_back(take<JtAttribute>(attributeElements_[i]));
+
+  const Slice children = links_[element].children;
+  auto* group = as<JtGroup>(&node);
+  auto* instance = as<JtInstance>(&node);
+  if (children.count == 0 || (!group && !instance)) return;
+  if (group) group->children_.reserve(children.count);
+  for (std::uint32_t i = children.first; i < children.first + children.count; ++i) {
+    const std::uint32_t target = childElements_[i];
+    if (target == SceneSource::kNone) continue;
+    hasParent_[target] = true;
+    nodes_[target]->attachTo(node);
+    if (group) {
+      group->children_.push_back(take<JtNode>(target));
+    } else {
+      instance->child_ = take<JtNode>(target);
     }
   }
 }
@@ -205,38 +230,41 @@ void SceneReader::attachChildren() {
 /// The node that no other names; of several, the first partition. Files without a partition on top
 /// get one in memory.
 Ref<JtPartition> SceneReader::chooseRoot() {
-  std::vector<JtNode*> tops;
-  JtPartition* partition = nullptr;
-  bool anyNode = false;
-  for (const auto& object : objects_) {
-    JtNode* node = as<JtNode>(object.get());
-    if (!node) continue;
-    anyNode = true;
-    if (node->numParents() > 0) continue;
-    tops.push_back(node);
-    if (!partition) partition = as<JtPartition>(node);
-  }
-  if (!anyNode)
-    throw JtFormatError("no_nodes", "expected a scene graph with at least one node, found none",
+  std::vector<std::uint32_t> tops;
+  for (std::uint32_t element = 0; element < objects_.size(); ++element)
+    if (isNode(element) && !hasParent_[element]) tops.push_back(element);
+  if (tops.empty())
+    throw JtFormatError("no_nodes",
+                        "expected a scene graph with at least one node on top, found none",
                         source_->position(0));
-  if (!partition) {
-    source_->note(true, "no_root_partition", 0,
-                  "the scene graph has no partition on top; one is put there");
-    auto made = make<JtPartition>();
-    for (JtNode* node : tops) made->addChild(node);
-    return made;
+  for (const std::uint32_t top : tops) {
+    if (!as<JtPartition>(nodes_[top])) continue;
+    if (tops.size() > 1) {
+      hasOneTop_ = false;
+      source_->note(false, "unreachable_nodes", 0,
+                    std::to_string(tops.size() - 1) +
+                        " nodes hang below nothing; they are carried as they are");
+    }
+    return take<JtPartition>(top);
   }
-  if (tops.size() > 1)
-    source_->note(false, "unreachable_nodes", 0,
-                  std::to_string(tops.size() - 1) +
-                      " nodes hang below nothing; they are carried as they are");
-  return Ref<JtPartition>(partition);
+  source_->note(true, "no_root_partition", 0,
+                "the scene graph has no partition on top; one is put there");
+  hasOneTop_ = false;
+  auto made = make<JtPartition>();
+  for (const std::uint32_t top : tops) made->addChild(nodes_[top]);
+  return made;
 }
 
 /// Elements below no node of the scene: other tops and what hangs on them, attributes that no node
 /// lists, lights.
 void SceneReader::findStrays(const JtPartition& root) {
   std::vector<bool> strays(objects_.size(), true);
+  if (hasOneTop_) {  // then every node hangs below it
+    for (std::uint32_t element = 0; element < objects_.size(); ++element)
+      strays[element] = !isNode(element) && !isListed_[element];
+    source_->setStrays(std::move(strays));
+    return;
+  }
   const auto reach = [&](const JtSceneObject& object) {
     if (!SceneSource::isFrom(object, source_.get())) return true;
     const std::uint32_t element = SceneSource::elementOf(object);
@@ -249,27 +277,21 @@ void SceneReader::findStrays(const JtPartition& root) {
   while (!pending.empty()) {
     const JtNode* node = pending.back();
     pending.pop_back();
-    for (const auto& attribute : node->attributes_) reach(*attribute);
+    for (int i = 0; i < node->numAttributes(); ++i) reach(*node->attribute(i));
     for (int i = 0; i < node->numChildren(); ++i)
       if (reach(*node->child(i))) pending.push_back(node->child(i));
   }
   source_->setStrays(std::move(strays));
 }
 
-/// Nodes remember where their properties stand; they are made on first use.
-void SceneReader::linkProperties() {
-  for (const PropertyRow& row : source_->rows()) {
-    JtNode* node = nodeOf(row.owner);
-    if (!node) continue;
-    if (node->propertyRow_ == 0 && node->properties_.empty()) {
-      node->propertyRow_ = row.pairs;
-    } else {  // listed twice: the second list continues the first
-      auto& properties = node->properties();
-      auto more = source_->properties(row.pairs);
-      properties.insert(properties.end(), more.begin(), more.end());
-      source_->note(false, "owner_listed_twice", row.pairs,
-                    "node " + std::to_string(row.owner) + " stands in the property table twice");
-    }
+/// An element listed twice: the second list continues the first.
+void SceneReader::appendFurtherRows() {
+  for (const PropertyRow& row : furtherRows_) {
+    auto& properties = nodes_[source_->find(row.owner)]->properties();
+    auto more = source_->properties(row.pairs);
+    properties.insert(properties.end(), more.begin(), more.end());
+    source_->note(false, "owner_listed_twice", row.pairs,
+                  "node " + std::to_string(row.owner) + " stands in the property table twice");
   }
 }
 

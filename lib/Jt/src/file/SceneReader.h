@@ -33,23 +33,41 @@ class SceneReader {
   };
 
   void makeObjects();
-  void linkAttributes(std::uint32_t element, JtNode& node);
-  void resolveChildren();
+  void resolveAttributes(std::uint32_t element);
+  void resolveChildren(std::uint32_t element);
   void dropCycles();
-  void attachChildren();
+  void findRows();
+  void assemble();
+  void assembleNode(std::uint32_t element, JtNode& node);
   Ref<JtPartition> chooseRoot();
-  void linkProperties();
+  void appendFurtherRows();
   void findStrays(const JtPartition& root);
-  JtNode* nodeAt(std::uint32_t element) const;
-  JtNode* nodeOf(std::int32_t objectId) const;
 
+  bool isNode(std::uint32_t element) const { return element < nodes_.size() && nodes_[element]; }
+  /// A reference on an object; the reader's own one the first time.
+  template <class T>
+  Ref<T> take(std::uint32_t element) {
+    if (owned_[element]) return Ref<T>::adopt(static_cast<T*>(owned_[element].release()));
+    return Ref<T>(static_cast<T*>(objects_[element]));
+  }
+
+  // Everything is decided in these arrays, by element; the objects themselves, which lie all over
+  // the memory, are touched twice: when they are made and when they are put together.
   Ref<SceneSource> source_;
-  std::vector<Ref<JtSceneObject>> objects_;  // by element, nodes and attributes
-  std::vector<NodeLinks> links_;             // by element
+  std::vector<Ref<JtSceneObject>> owned_;  // nodes and attributes, until they find an owner
+  std::vector<JtSceneObject*> objects_;
+  std::vector<JtNode*> nodes_;  // the same where it is a node, else null
+  std::vector<NodeLinks> links_;
+  std::vector<std::uint32_t> rows_;       // where the properties stand, 0 for none
+  std::vector<PropertyRow> furtherRows_;  // of nodes that have a row already
+  std::vector<bool> hasParent_;
+  std::vector<bool> isListed_;  // attributes that a node lists
   std::vector<std::int32_t> attributeIds_;
+  std::vector<std::uint32_t> attributeElements_;  // beside attributeIds_; kNone: left out
   std::vector<std::int32_t> childIds_;
   std::vector<std::uint32_t> childElements_;  // beside childIds_; kNone where a link is left out
   bool inOrder_ = true;                       // every child stands behind its parents
+  bool hasOneTop_ = true;
 };
 
 }  // namespace jt::file

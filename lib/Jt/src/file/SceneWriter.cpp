@@ -38,13 +38,15 @@ SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& 
 std::vector<const JtNode*> SceneWriter::nodesOf(const JtNode& root) {
   std::vector<const JtNode*> order;
   std::vector<const JtNode*> pending{&root};
-  std::unordered_set<const JtNode*> seen{&root};
+  std::unordered_set<const JtNode*> seen;  // only nodes that several paths may reach
   while (!pending.empty()) {
     const JtNode* node = pending.back();
     pending.pop_back();
     order.push_back(node);
-    for (int child = ownChildren(*node) - 1; child >= 0; --child)
-      if (seen.insert(node->child(child)).second) pending.push_back(node->child(child));
+    for (int i = ownChildren(*node) - 1; i >= 0; --i) {
+      const JtNode* child = node->child(i);
+      if (child->numParents() < 2 || seen.insert(child).second) pending.push_back(child);
+    }
   }
   return order;
 }
@@ -115,9 +117,9 @@ void SceneWriter::collectGraph() {
   const auto meet = [&](const JtSceneObject& object) {
     if (isOwn(object)) {
       live[SceneSource::elementOf(object)] = &object;
-    } else if (ids_.emplace(&object, 0).second) {
-      ids_[&object] = newId();
-      added.push_back({&object, SceneSource::kNone, ids_[&object]});
+    } else if (std::int32_t& id = ids_[&object]; id == 0) {
+      id = newId();
+      added.push_back({&object, SceneSource::kNone, id});
     }
   };
   for (const JtNode* node : nodes_) {
@@ -198,15 +200,19 @@ std::int32_t SceneWriter::atomId(const JtPropAtom& atom) {
     liveAtoms_[element - source_->firstAtom()] = true;
     return source_->objectId(element);
   }
-  if (const auto known = ids_.find(&atom); known != ids_.end()) return known->second;
+  std::int32_t& slot = ids_[&atom];
+  if (slot != 0) return slot;
   const auto* text = as<JtStringPropAtom>(&atom);
   const bool isPlainText = text && text->stateFlags() == 0;
-  if (isPlainText)
-    if (const auto known = newTexts_.find(text->value().units()); known != newTexts_.end())
-      return known->second;
-  const std::int32_t id = newId();
-  ids_.emplace(&atom, id);
-  if (isPlainText) newTexts_.emplace(text->value().units(), id);
+  if (isPlainText) {
+    std::int32_t& sharedId = newTexts_[text->value().units()];
+    if (sharedId != 0) return slot = sharedId;
+    sharedId = newId();
+    slot = sharedId;
+  } else {
+    slot = newId();
+  }
+  const std::int32_t id = slot;
   newAtoms_.push_back({&atom, SceneSource::kNone, id});
   if (const auto* late = as<JtLateLoadedPropAtom>(&atom)) {
     result_.namedSegments.push_back(late->segmentId());

@@ -3,9 +3,9 @@
 // Scene graph to bytes. Elements that were read and not touched are copied as they are when the
 // form is the same; everything else runs through its field list.
 
-#include <unordered_map>
 #include <vector>
 
+#include "IdTables.h"
 #include "JtPartition.h"
 #include "SceneSource.h"
 
@@ -91,11 +91,10 @@ class SceneWriter {
   std::vector<Item> graph_;
   std::vector<Item> newAtoms_;
   std::vector<Row> rows_;
-  std::unordered_map<const JtSceneObject*, std::int32_t>
-      ids_;  // objects that are not from the source
-  std::unordered_map<std::u16string, std::int32_t> newTexts_;  // equal texts share one atom
-  std::vector<bool> liveAtoms_;                                // by element - firstAtom
-  std::vector<Ref<JtPropAtom>> kept_;                          // what ids_ points at
+  PointerIds<JtSceneObject> ids_;      // objects that are not from the source
+  TextIds newTexts_;                   // equal texts share one atom
+  std::vector<bool> liveAtoms_;        // by element - firstAtom
+  std::vector<Ref<JtPropAtom>> kept_;  // what ids_ points at
 };
 
 }  // namespace jt::file

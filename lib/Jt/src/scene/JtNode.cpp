@@ -40,8 +40,11 @@ JtNode* JtNode::parent(int index) const noexcept {
 /// Searched from the back: a graph that is taken down lets go of its last links first, so that a
 /// node with many parents is not searched again and again.
 void JtNode::detachFrom(const JtNode& parent) noexcept {
-  const auto found = std::find(parents_.rbegin(), parents_.rend(), &parent);
-  if (found != parents_.rend()) parents_.erase(std::next(found).base());
+  for (std::size_t i = parents_.size(); i-- > 0;)
+    if (parents_[i] == &parent) {
+      parents_.erase(i);
+      return;
+    }
 }
 
 void JtNode::dismantle(std::vector<jt::Ref<JtNode>>& children) noexcept {
@@ -68,7 +71,7 @@ bool JtNode::getAttribute(int index, JtAttribute*& attribute, JtPathQual*& quali
 
 bool JtNode::appendAttribute(JtAttribute* attribute, JtPathQual*) {
   if (!attribute || opaque_) return false;
-  attributes_.emplace_back(attribute);
+  attributes_.push_back(jt::Ref<JtAttribute>(attribute));
   touch();
   return true;
 }
@@ -82,7 +85,7 @@ bool JtNode::replaceAttribute(int index, JtAttribute* attribute, JtPathQual*) {
 
 bool JtNode::removeAttribute(int index) {
   if (opaque_ || !attribute(index)) return false;
-  attributes_.erase(attributes_.begin() + index);
+  attributes_.erase(static_cast<std::size_t>(index));
   touch();
   return true;
 }
@@ -127,7 +130,8 @@ bool JtNode::lookupProperty(const JtPropAtom* key, JtPropAtom*& value, bool inhe
   std::vector<const JtNode*> level{this};
   std::unordered_set<const JtNode*> seen{this};
   for (std::size_t i = 0; i < level.size(); ++i)
-    for (const JtNode* parent : level[i]->parents_) {
+    for (std::size_t above = 0; above < level[i]->parents_.size(); ++above) {
+      const JtNode* parent = level[i]->parents_[above];
       if (!seen.insert(parent).second) continue;
       if ((value = parent->property(*text))) return true;
       level.push_back(parent);

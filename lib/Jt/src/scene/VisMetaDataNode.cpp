@@ -64,7 +64,7 @@ bool VisMetaDataNode::deleteProperty(const JtPropAtom* key) {
   bool found = JtGroup::deleteProperty(key);
   const auto* text = jt::as<JtStringPropAtom>(key);
   if (text && metaData_ && metaData_->remove(text->value())) {
-    metaAtoms_.erase(text->value());
+    if (metaAtoms_) metaAtoms_->erase(text->value());
     found = true;
   }
   return found;
@@ -74,7 +74,8 @@ JtPropAtom* VisMetaDataNode::extraProperty(const JtString& key) const {
   if (!metaData_) return nullptr;
   const JtMetaData::Value* value = metaData_->find(key);
   if (!value) return nullptr;
-  jt::Ref<JtPropAtom>& atom = metaAtoms_[key];
+  if (!metaAtoms_) metaAtoms_ = std::make_unique<std::map<JtString, jt::Ref<JtPropAtom>>>();
+  jt::Ref<JtPropAtom>& atom = (*metaAtoms_)[key];
   if (!atom) atom = atomOf(*value);
   return atom.get();
 }

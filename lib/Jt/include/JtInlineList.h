@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace jt {
+
+/// A list that is nearly always empty or of one item: the first item lies in the list itself.
+template <class T>
+class InlineList {
+ public:
+  InlineList() = default;
+  InlineList(const InlineList& other)
+      : first_(other.first_),
+        rest_(other.rest_ ? std::make_unique<std::vector<T>>(*other.rest_) : nullptr),
+        hasFirst_(other.hasFirst_) {}
+  InlineList(InlineList&&) noexcept = default;
+  InlineList& operator=(const InlineList&) = delete;
+  InlineList& operator=(InlineList&&) noexcept = default;
+
+  std::size_t size() const noexcept { return (hasFirst_ ? 1U : 0U) + (rest_ ? rest_->size() : 0U); }
+  T& operator[](std::size_t index) noexcept { return index == 0 ? first_ : (*rest_)[index - 1]; }
+  const T& operator[](std::size_t index) const noexcept {
+    return index == 0 ? first_ : (*rest_)[index - 1];
+  }
+  void push_back(T item) {
+    if (!hasFirst_) {
+      first_ = std::move(item);
+      hasFirst_ = true;
+      return;
+    }
+    if (!rest_) rest_ = std::make_unique<std::vector<T>>();
+    rest_->push_back(std::move(item));
+  }
+  /// Removes the item of that index; the others keep their order.
+  void erase(std::size_t index) noexcept {
+    if (index > 0) {
+      rest_->erase(rest_->begin() + static_cast<std::ptrdiff_t>(index - 1));
+    } else if (rest_ && !rest_->empty()) {
+      first_ = std::move(rest_->front());
+      rest_->erase(rest_->begin());
+    } else {
+      first_ = T();
+      hasFirst_ = false;
+    }
+  }
+
+ private:
+  T first_{};
+  std::unique_ptr<std::vector<T>> rest_;
+  bool hasFirst_ = false;
+};
+
+}  // namespace jt

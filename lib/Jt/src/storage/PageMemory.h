@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstddef>
+
+namespace jt::storage {
+
+/// Fresh memory of whole pages, zero when first touched and untouched until then, in large pages
+/// where the system has them. Null when there is none.
+std::byte* mapPages(std::size_t size) noexcept;
+/// The same memory with another size, perhaps elsewhere; null, and nothing changed, when there is
+/// none.
+std::byte* remapPages(std::byte* pages, std::size_t oldSize, std::size_t newSize) noexcept;
+void unmapPages(std::byte* pages, std::size_t size) noexcept;
+
+}  // namespace jt::storage
