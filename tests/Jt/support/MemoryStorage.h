@@ -52,12 +52,12 @@ class MemoryLocation : public JtStorageLocation {
 /// The storage manager in use for as long as this lives, without shapes loaded in the background.
 class MemoryStorage {
  public:
-  MemoryStorage() : manager_(new Manager(files_)), autoLoad_(JtPartition::_autoLoadShapes) {
-    jt::installStorageManager(manager_);
+  MemoryStorage() : before_(g_pInstanceJtStorageManager), autoLoad_(JtPartition::_autoLoadShapes) {
+    jt::installStorageManager(new Manager(files_));
     JtPartition::_autoLoadShapes = false;
   }
   ~MemoryStorage() {
-    jt::installStorageManager(nullptr);
+    jt::installStorageManager(before_.get());
     JtPartition::_autoLoadShapes = autoLoad_;
   }
   MemoryStorage(const MemoryStorage&) = delete;
@@ -114,7 +114,7 @@ class MemoryStorage {
   };
 
   std::map<std::string, Bytes> files_;
-  Manager* manager_;
+  jt::Ref<JtStorageManager> before_;
   bool autoLoad_;
   jt::SaveReport report_;
 };

@@ -14,7 +14,7 @@ namespace {
 /// Segments of these types are kept even when no atom names them: links may exist that only their
 /// producer knows.
 bool isDroppable(std::int32_t type) {
-  return (type >= 2 && type <= 18) || type == 20 || type == 24;
+  return (type >= 2 && type <= 18 && type != 5) || type == 20 || type == 24;
 }
 
 std::unordered_set<JtGuid> segmentsNamedIn(SceneSource& source) {
@@ -126,8 +126,8 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, std::vector<std
 }
 
 /// A segment in another version: metadata is read and written again, nothing else is understood
-/// well enough.
-FileWriter::Segment FileWriter::convert(const TocEntry& entry) const {
+/// well enough. @param changed what stands for the segment's own object; may be null
+FileWriter::Segment FileWriter::convert(const TocEntry& entry, const JtBase* changed) const {
   const SegmentContent content = container_->load(entry);
   const auto elements = segmentElements(content.bytes, container_->format());
   const bool isMetaData =
@@ -139,11 +139,11 @@ FileWriter::Segment FileWriter::convert(const TocEntry& entry) const {
             FileVersion{container_->format().major, container_->format().minor}.text() + " to " +
             version_.text() + "; save the file in its own version",
         container_->position(entry));
-  const Ref<JtBase> object = readSegmentObject(*container_, entry);
-  return rewritten(
-      entry,
-      writeSegmentObject(*object, entry.id, entry.type(), format_, options_.compressionLevel),
-      "the version changes");
+  const Ref<JtBase> read = changed ? Ref<JtBase>() : readSegmentObject(*container_, entry);
+  return rewritten(entry,
+                   writeSegmentObject(changed ? *changed : *read, entry.id, entry.type(), format_,
+                                      options_.compressionLevel),
+                   "the version changes");
 }
 
 void FileWriter::planExisting(const EncodedScene& scene) {
@@ -170,15 +170,16 @@ void FileWriter::planExisting(const EncodedScene& scene) {
       segments_.push_back(copied(entry));
       segments_.back().action.kind = SegmentAction::Kind::dropped;
       segments_.back().action.reason = "nothing names it any more";
+    } else if (!sameForm_) {
+      segments_.push_back(
+          convert(entry, changed == scene.newSegments.end() ? nullptr : changed->object.get()));
     } else if (changed != scene.newSegments.end()) {
-      segments_.push_back(rewritten(entry,
-                                    writeSegmentObject(*changed->object, entry.id, entry.type(),
-                                                       format_, options_.compressionLevel),
-                                    changed->reason));
-    } else if (sameForm_) {
-      segments_.push_back(copied(entry));
+      segments_.push_back(rewritten(
+          entry,
+          replaceSegmentObject(*container_, entry, *changed->object, options_.compressionLevel),
+          changed->reason));
     } else {
-      segments_.push_back(convert(entry));
+      segments_.push_back(copied(entry));
     }
     seen.insert(entry.id);
   }

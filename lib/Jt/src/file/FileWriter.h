@@ -37,7 +37,7 @@ class FileWriter {
   void planGaps();
   Segment copied(const TocEntry& entry) const;
   Segment rewritten(const TocEntry& entry, std::vector<std::byte> bytes, std::string reason) const;
-  Segment convert(const TocEntry& entry) const;
+  Segment convert(const TocEntry& entry, const JtBase* changed) const;
   std::vector<std::byte> frontMatter();
   StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
   std::string versionText() const;

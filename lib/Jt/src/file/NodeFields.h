@@ -4,8 +4,6 @@
 // of one generation differ, the bytes left in the element decide when reading, and what was read is
 // kept for writing; new objects take the form that real files of the target generation have.
 
-#include <cmath>
-
 #include "Archive.h"
 #include "JtGroup.h"
 #include "JtInstance.h"
@@ -292,7 +290,7 @@ struct NodeFields {
     if (!ar.has(Feature::bindingsTwice)) return;
     if constexpr (Ar::reading) {
       shape.bindingsAgain_.reset();
-      const bool present = sparse ? repeatsBindings(ar.rest(), ar.format()) : ar.left() >= 8;
+      const bool present = sparse ? repeatsBindings(ar.rest(), ar.format(), shape.bindings_) : ar.left() >= 8;
       if (present) ar("vertexBindingsAgain", shape.bindingsAgain_.emplace());
     } else if (isFresh(ar, shape)) {
       ar("vertexBindingsAgain", shape.bindings_);
@@ -302,13 +300,18 @@ struct NodeFields {
   }
 
   /// 9.x line and point shapes repeat their bindings up to twice: 22 bytes left when both are
-  /// there, 14 with one of them. With one, a version and a finite number right here mean that it is
-  /// the last.
-  static bool repeatsBindings(std::span<const std::byte> rest, const Format& format) {
+  /// there, 14 with one of them. With one, it stands right here when it equals the bindings and a
+  /// version follows it; else a version right here means that it is the last.
+  static bool repeatsBindings(std::span<const std::byte> rest, const Format& format,
+                              std::uint64_t bindings) {
     if (rest.size() != 14) return rest.size() > 14;
-    const auto version = loadScalar<std::int16_t>(rest.data(), format.bigEndian);
-    const auto factor = loadScalar<float>(rest.data() + 2, format.bigEndian);
-    return !((version == 1 || version == 2) && std::isfinite(factor));
+    const auto isVersion = [&](std::size_t at) {
+      const auto version = loadScalar<std::int16_t>(rest.data() + at, format.bigEndian);
+      return version == 1 || version == 2;
+    };
+    const bool isRepeat =
+        loadScalar<std::uint64_t>(rest.data(), format.bigEndian) == bindings && isVersion(8);
+    return isRepeat || !isVersion(0);
   }
 
   template <class Ar>

@@ -31,6 +31,32 @@ Ref<JtBase> readObject(const SegmentElement& element, const Format& format) {
   return object;
 }
 
+/// The fields of an object in the form of a file. Throws JtFormatError when it does not serialise.
+std::vector<std::byte> bodyOf(const JtBase& object, const Format& format) {
+  if (const auto* data = as<JtMetaData>(&object)) {
+    std::vector<std::byte> body;
+    Writer writer(body, format);
+    writer.setConverting(true);
+    JtMetaData copy(*data);
+    MetaDataFields::run(writer, copy);
+    return body;
+  }
+  JtBaseDataStream stream(format.bigEndian);
+  if (!object.serialize(stream))
+    throw JtFormatError("bad_object", std::string("an object of type ") + object.typeID()->name() +
+                                          " cannot be written");
+  return stream.written();
+}
+
+/// Frame and body; the frame's length is worked out here.
+void writeElement(Writer& writer, ElementFrame frame, std::span<const std::byte> body) {
+  const bool hasId = writer.has(Feature::segmentObjectIds);
+  frame.length = static_cast<std::int32_t>((hasId ? kFrameSize : kFrameSizeWithoutId) -
+                                           kLengthSize + body.size());
+  fields(writer, frame, hasId);
+  writer.append(body);
+}
+
 }  // namespace
 
 std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
@@ -85,28 +111,10 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry)
 
 std::vector<std::byte> writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
                                           const Format& format, int level) {
-  std::vector<std::byte> body;
-  if (const auto* data = as<JtMetaData>(&object)) {
-    Writer writer(body, format);
-    writer.setConverting(true);
-    JtMetaData copy(*data);
-    MetaDataFields::run(writer, copy);
-  } else {
-    JtBaseDataStream stream(format.bigEndian);
-    if (!object.serialize(stream))
-      throw JtFormatError("bad_object", std::string("an object of type ") +
-                                            object.typeID()->name() + " cannot be written");
-    body = stream.written();
-  }
-  const bool hasId = format.has(Feature::segmentObjectIds);
   std::vector<std::byte> content;
   Writer writer(content, format);
-  ElementFrame frame{static_cast<std::int32_t>((hasId ? kFrameSize : kFrameSizeWithoutId) -
-                                               kLengthSize + body.size()),
-                     object.typeID()->guid(), kOtherBaseType, 0};
-  fields(writer, frame, hasId);
-  writer.append(body);
-  if (hasId) {  // 8.x writers end with the element
+  writeElement(writer, {0, object.typeID()->guid(), kOtherBaseType, 0}, bodyOf(object, format));
+  if (format.has(Feature::segmentObjectIds)) {  // 8.x writers end with the element
     writer("elementLength", static_cast<std::int32_t>(kMarkerLength));
     const std::vector<std::byte> marker(kMarkerLength, std::byte{0xff});
     writer.append(marker);
@@ -114,6 +122,22 @@ std::vector<std::byte> writeSegmentObject(const JtBase& object, const JtGuid& id
     writer("propertyTableCount", std::int32_t{0});
   }
   return writeSegment(content, id, type, format, level);
+}
+
+std::vector<std::byte> replaceSegmentObject(const Container& container, const TocEntry& entry,
+                                            const JtBase& object, int level) {
+  const Format& format = container.format();
+  const SegmentContent old = container.load(entry);
+  for (const SegmentElement& element : segmentElements(old.bytes, format)) {
+    if (element.frame.typeId != object.typeID()->guid()) continue;
+    std::vector<std::byte> content(old.bytes.begin(),
+                                   old.bytes.begin() + static_cast<std::ptrdiff_t>(element.offset));
+    Writer writer(content, format);
+    writeElement(writer, element.frame, bodyOf(object, format));
+    writer.append(old.bytes.subspan(element.bodyOffset + element.body.size()));
+    return writeSegment(content, entry.id, entry.type(), format, level);
+  }
+  return writeSegmentObject(object, entry.id, entry.type(), format, level);
 }
 
 std::vector<std::byte> writeSegment(std::span<const std::byte> content, const JtGuid& id,
