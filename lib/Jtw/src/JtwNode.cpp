@@ -118,6 +118,8 @@ JtNode* JtwNode::findRealParent() {
 }
 
 bool JtwNode::checkParentValidity(JtNode* candidate) {
+  // A node with nothing below it is above no other: new objects go under deep ones at no cost.
+  if (candidate && jtNode_ && jtNode_->numChildren() == 0) return candidate != jtNode();
   for (; candidate; candidate = candidate->parent(0))
     if (candidate == jtNode()) return false;
   return true;
@@ -126,12 +128,13 @@ bool JtwNode::checkParentValidity(JtNode* candidate) {
 bool JtwNode::setParent(const ApiProtoKey& key) {
   JtwNode* found = nullptr;
   if (!jtNode_ || !root_ || !root_->getNodeByKey(key, found) || !found) return false;
+  if (found->isOfTypePMI()) return false;  // it has no JT node of its own to hang anything on
   if (!checkParentValidity(found->jtNode())) return false;
   JtNode* oldParent = getGmParent(jtNode());
   if (oldParent && oldParent == found->jtNode()) return true;
 
   // Whatever could refuse the move is asked before anything is cut.
-  auto* newParent = found->isOfTypePMI() ? nullptr : jt::as<JtGroup>(found->jtNode());
+  auto* newParent = jt::as<JtGroup>(found->jtNode());
   if (!newParent || newParent->isOpaque() || jtw::isAtOrAbove(jtNode(), newParent)) return false;
   for (int i = 0; i < jtNode_->numParents(); ++i)
     if (jtNode_->parent(i)->isOpaque()) return false;

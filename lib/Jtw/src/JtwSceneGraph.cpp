@@ -3,6 +3,8 @@
 namespace jtw {
 
 bool isAtOrAbove(const JtNode* above, const JtNode* node) {
+  if (above == node) return true;
+  if (!above || above->numChildren() == 0) return false;
   std::unordered_set<const JtNode*> seen;
   std::vector<const JtNode*> pending{node};
   while (!pending.empty()) {

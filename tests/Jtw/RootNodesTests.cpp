@@ -1,0 +1,184 @@
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+#include "ComponentFixture.h"
+
+namespace {
+
+class RootNodes : public ComponentFixture {};
+
+TEST_F(RootNodes, LookingUpTellsAnEmptyMapFromAnUnknownKey) {
+  JtwRoot& bare = *registry().computeNewDocRoot(documentAt(folder_.folder("bare.kpak")));
+  JtwNode* node = &root_;
+  EXPECT_FALSE(bare.getNodeByKey(key(1), node));
+  EXPECT_EQ(node, &root_);
+  EXPECT_TRUE(root_.getNodeByKey(key(77), node));
+  EXPECT_EQ(node, nullptr);
+  EXPECT_EQ(jtw::nextFreeKey(bare), key(1));
+
+  JtwBlock& two = block(2);
+  EXPECT_FALSE(root_.addNodeByJtNode(two.jtNode(), &root_));
+  EXPECT_EQ(root_.nodeByJtNode(two.jtNode()), &two);
+  EXPECT_EQ(root_.nodeByJtNode(nullptr), nullptr);
+  EXPECT_FALSE(root_.addNodeToMapByKey(key(2), &root_) || root_.addNodeToMap(&two));
+  EXPECT_TRUE(root_.removeNodeFromMapByKey(key(2)));
+  EXPECT_FALSE(root_.removeNodeFromMapByKey(key(2)));
+  EXPECT_TRUE(root_.addNodeToMap(&two));
+}
+
+TEST_F(RootNodes, CreatorsMakeTheirKindOrNothing) {
+  const auto make = [this](int kind, long itsKey, long parent) -> JtwNode* {
+    switch (kind) {
+      case JtwNode::JT_LINK_NODE:
+        return root_.createLinkNode(key(itsKey), key(parent), at(1));
+      case JtwNode::JT_ENTITY_NODE:
+        return root_.createEntityNode(key(itsKey), key(parent), at(1));
+      case JtwNode::JT_FRAME_NODE:
+        return root_.createFrameNode(key(itsKey), key(parent), at(1));
+      case JtwNode::JT_BLOCK_NODE:
+        return root_.createBlockNode(key(itsKey), key(parent), at(1));
+      case JtwNode::JT_SUB_DEVICE_NODE:
+        return root_.createSubDeviceNode(key(itsKey), key(parent), at(1));
+      default:
+        return root_.createPMIAnnotationNode(key(itsKey), key(parent), at(1));
+    }
+  };
+  const char* const types[] = {"", "KrLink", "-", "-", "KrBlock", "KrKinDevice", "-"};
+  entity(2);
+  frame(3);
+  for (int kind = 1; kind <= 6; ++kind) {
+    const std::size_t before = root_.getAllNodes().size();
+    const int children = component().numChildren();
+    EXPECT_EQ(make(kind, 2, 1), nullptr) << kind;
+    EXPECT_EQ(make(kind, 10, 77), nullptr) << kind;
+    EXPECT_EQ(make(kind, 10, 3), nullptr) << kind;
+    EXPECT_EQ(make(kind, 0, 1), nullptr) << kind;
+    EXPECT_EQ(root_.getAllNodes().size(), before);
+    EXPECT_EQ(component().numChildren(), children);
+
+    JtwNode* const made = make(kind, 100 + kind, 1);
+    ASSERT_TRUE(made) << kind;
+    EXPECT_EQ(made->type(), kind);
+    EXPECT_EQ(find(100 + kind), made);
+    EXPECT_EQ(made->parentNode(), &root_);
+    if (made->isOfTypePMI()) continue;
+    EXPECT_EQ(root_.nodeByJtNode(made->jtNode()), made);
+    EXPECT_EQ(text(*made->jtNode(), "KrObjType"), types[kind]);
+    made->forgetCached();
+    EXPECT_EQ(made->relLoc(), at(1));
+  }
+  EXPECT_EQ(root_.createFrameNode(key(10), key(2), at(1)), nullptr);
+  EXPECT_EQ(root_.PMIs().size(), 3U);
+
+  JtwEntity* const apx = root_.createApxEntityNode(key(2), at(4));
+  ASSERT_TRUE(apx);
+  EXPECT_TRUE(apx->key().isNull());
+  EXPECT_EQ(apx->parent(), key(2));
+  EXPECT_EQ(root_.createApxEntityNode(key(77), at(4)), nullptr);
+}
+
+TEST_F(RootNodes, FreeKeysLieAboveAllOthers) {
+  for (const long itsKey : {3, 7, 5}) block(itsKey);
+  EXPECT_EQ(jtw::nextFreeKey(root_), key(8));
+  entity(9);
+  EXPECT_EQ(root_.cloneEntityNode(key(9), true)->key(), key(10));
+  EXPECT_TRUE(root_.PMIMaxProtoKey().isNull());
+  root_.setPMIMaxProtoKey(key(40));
+  EXPECT_EQ(jtw::nextFreeKey(root_), key(41));
+  root_.setPMIMaxProtoKey(key(std::numeric_limits<long>::max()));
+  EXPECT_EQ(root_.PMIMaxProtoKey(), key(40));
+  block(std::numeric_limits<int>::max());
+  EXPECT_EQ(root_.cloneEntityNode(key(9), true), nullptr);
+}
+
+TEST_F(RootNodes, DeletingTakesTheObjectAndLeavesItsPmi) {
+  JtwBlock& two = block(2);
+  JtwEntity& three = entity(3, 2);
+  JtwEntity& four = entity(4, 3);
+  JtwFrame& pmi = frame(10, 2);
+  pmi.setOriginJtNode(three.jtNode());
+  EXPECT_FALSE(root_.deleteNode(key(77)) || root_.deleteNode(key(1)));
+  JtNode* const gone = three.jtNode();
+  EXPECT_TRUE(root_.deleteNode(key(3)));
+  EXPECT_EQ(root_.nodeByJtNode(gone), nullptr);
+  EXPECT_EQ(find(3), nullptr);
+  EXPECT_EQ(two.jtNode()->numChildren(), 0);
+  EXPECT_EQ(two.PMIs().at(0), &pmi);
+  EXPECT_EQ(pmi.originJtNode(), two.jtNode());
+
+  // What hung below is out of the component, but still an object that can be hung elsewhere.
+  EXPECT_TRUE(four.parent().isNull());
+  EXPECT_TRUE(four.setParent(key(1)));
+
+  EXPECT_TRUE(root_.deleteNode(key(10)));
+  EXPECT_FALSE(two.hasPMIs());
+  EXPECT_TRUE(root_.getJtwPMIsOfNode(two.jtNode()).empty());
+  frame(11, 2);
+  EXPECT_TRUE(root_.deleteNode(key(2)));
+  EXPECT_EQ(listing(root_), "(0 1 (2 4 ))");
+}
+
+TEST_F(RootNodes, ACopyHasAnIdentityOfItsOwnInTheSamePlace) {
+  VisMetaDataNode& between = add<VisMetaDataNode>(component(), "between");
+  move(between, 100);
+  JtwEntity& original = entity(2);
+  const jt::Ref<JtNode> keep(original.jtNode());
+  component().removeChild(keep.get());
+  between.addChild(keep.get());
+  move(*keep, 1);
+  original.setName(L"bolt");
+  original.setGlobalUniqueId(ApiGlobalUniqueId("id"));
+  add<VisPartNode>(*jt::as<JtGroup>(keep.get()), "inside");
+  setNumber(*keep->child(0), "KrGmProtoKey", 9);
+
+  for (const bool withGeometry : {true, false}) {
+    JtwEntity* const copy = root_.cloneEntityNode(key(2), withGeometry);
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(copy->name(), L"bolt");
+    EXPECT_EQ(copy->parentNode(), &root_);
+    EXPECT_EQ(copy->relLoc(), at(101));
+    EXPECT_TRUE(copy->globalUniqueId().isNull());
+    EXPECT_EQ(copy->jtNode()->numChildren(), withGeometry ? 1 : 0);
+    if (!withGeometry) continue;
+    EXPECT_EQ(copy->jtNode()->child(0)->property(JtString("KrGmProtoKey")), nullptr);
+  }
+  EXPECT_EQ(original.key(), key(2));
+  EXPECT_EQ(original.globalUniqueId().getAsString(), "id");
+  block(50);
+  EXPECT_EQ(root_.cloneEntityNode(key(50), true), nullptr);
+  EXPECT_EQ(root_.cloneEntityNode(key(77), true), nullptr);
+}
+
+TEST_F(RootNodes, WhatWasWrittenIsReadAgain) {
+  JtwLink& link = *root_.createLinkNode(key(2), key(1), at(10));
+  link.setName(L"link");
+  root_.createSubDeviceNode(key(3), key(2), at(1))->setAttributes("kept");
+  entity(4, 3).setColor(ApiGraColor(255, 0, 0), true, false);
+  root_.createApxEntityNode(key(2), RTTran3D::unit);
+  const std::string before = listing(root_);
+  const RTTran3D place = at(11);
+
+  JtwRoot& again = reopened();
+  EXPECT_EQ(listing(again), before);
+  EXPECT_EQ(before, "(0 1 (1 2 link(5 3 (2 4 ))(2 0 )))");
+  JtwNode* node = nullptr;
+  again.getNodeByKey(key(4), node);
+  EXPECT_EQ(node->absLoc(), place);
+  bool isDefault = true;
+  EXPECT_EQ(static_cast<JtwEntity*>(node)->color(isDefault), ApiGraColor(255, 0, 0));
+  EXPECT_EQ(node->parentNode()->attributes(), "kept");
+
+  EXPECT_TRUE(again.write(true));  // only what lies below the component node
+  registry().releaseRoot(document_);
+  JtwRoot& copy = *open(document_);
+  jtw::loadWrappers(copy);
+  EXPECT_EQ(listing(copy), before);
+
+  std::filesystem::remove_all(folder_.at("gear.kpak"));
+  folder_.file("gear.kpak");
+  EXPECT_FALSE(copy.write(false));
+  EXPECT_EQ(listing(copy), before);
+}
+
+}  // namespace
