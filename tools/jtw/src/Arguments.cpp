@@ -1,0 +1,206 @@
+#include "Arguments.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <numeric>
+
+#include "Command.h"
+#include "Failure.h"
+
+namespace tool {
+namespace {
+
+constexpr OptionSpec kGlobalOptions[] = {
+    {"json", 0, nullptr, "one JSON object on standard output instead of text"},
+    {"quiet", 'q', nullptr, "no messages beside errors"},
+    {"no-progress", 0, nullptr, "no progress display"},
+    {"color", 0, "auto|always|never", "colours in text; auto: on a terminal without NO_COLOR"},
+    {"jobs", 'j', "N", "threads for work that can be divided"},
+    {"version", 0, nullptr, "the version of the program"},
+    {"help", 'h', nullptr, "help, of the program or of the command"},
+};
+
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
+    }
+  }
+  return row.back();
+}
+
+std::optional<std::uint64_t> parseCount(std::string_view text) {
+  std::uint64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+[[noreturn]] void failValue(std::string_view option, std::string_view value, const char* expected) {
+  failUsage("--" + std::string(option) + " is '" + std::string(value) + "', not " + expected);
+}
+
+}  // namespace
+
+std::span<const OptionSpec> globalOptions() { return kGlobalOptions; }
+
+const char* nearestName(std::string_view text, std::span<const char* const> names) {
+  const char* nearest = nullptr;
+  std::size_t best = text.size() < 4 ? 2 : 3;  // one more than what may differ
+  for (const char* name : names) {
+    const std::size_t distance = editDistance(text.substr(0, 32), name);
+    if (distance >= best) continue;
+    best = distance;
+    nearest = name;
+  }
+  return nearest;
+}
+
+const Arguments::Given* Arguments::find(std::string_view option) const {
+  const auto found = std::find_if(given_.rbegin(), given_.rend(), [option](const Given& given) {
+    return option == given.option->name;
+  });
+  return found == given_.rend() ? nullptr : &*found;
+}
+
+const std::string* Arguments::value(std::string_view option) const {
+  const Given* given = find(option);
+  return given ? &given->value : nullptr;
+}
+
+std::optional<std::uint64_t> Arguments::byteCount(std::string_view option) const {
+  const std::string* text = value(option);
+  if (!text) return std::nullopt;
+  constexpr const char* kExpected = "a number of bytes such as 4096, 64K, 2M or 1G";
+  std::string_view digits = *text;
+  unsigned shift = 0;
+  if (!digits.empty()) {
+    const std::size_t suffix = std::string_view("KMGkmg").find(digits.back());
+    if (suffix != std::string_view::npos) {
+      shift = static_cast<unsigned>(suffix % 3 + 1) * 10;
+      digits.remove_suffix(1);
+    }
+  }
+  const auto number = parseCount(digits);
+  if (!number || *number > std::numeric_limits<std::uint64_t>::max() >> shift)
+    failValue(option, *text, kExpected);
+  return *number << shift;
+}
+
+std::optional<std::uint64_t> Arguments::positiveNumber(std::string_view option) const {
+  const std::string* text = value(option);
+  if (!text) return std::nullopt;
+  const auto number = parseCount(*text);
+  if (!number || *number == 0) failValue(option, *text, "a whole number from 1 on");
+  return number;
+}
+
+/// Walks over the words of a command line.
+class ArgumentReader {
+ public:
+  explicit ArgumentReader(std::span<const char* const> words) : words_(words) {}
+
+  CommandLine read() {
+    bool optionsEnded = false;
+    while (next_ < words_.size()) {
+      const std::string_view word = words_[next_++];
+      if (!optionsEnded && word == "--")
+        optionsEnded = true;
+      else if (!optionsEnded && word.starts_with("--"))
+        readLong(word.substr(2));
+      else if (!optionsEnded && isShort(word))
+        readShort(word.substr(1));
+      else if (!line_.command)
+        line_.command = &findCommand(word);
+      else
+        line_.arguments.positional_.emplace_back(word);
+    }
+    return std::move(line_);
+  }
+
+ private:
+  /// "-" stands for a stream, "-5" for a key.
+  static bool isShort(std::string_view word) {
+    return word.size() > 1 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
+  }
+
+  template <class Matches>
+  const OptionSpec* find(const Matches& matches) const {
+    if (line_.command)
+      for (const OptionSpec& option : line_.command->options)
+        if (matches(option)) return &option;
+    for (const OptionSpec& option : kGlobalOptions)
+      if (matches(option)) return &option;
+    return nullptr;
+  }
+
+  [[noreturn]] void failUnknown(std::string_view name) const {
+    std::vector<const char*> names;
+    if (line_.command)
+      for (const OptionSpec& option : line_.command->options) names.push_back(option.name);
+    for (const OptionSpec& option : kGlobalOptions) names.push_back(option.name);
+    std::string message = "unknown option '--" + std::string(name) + "'";
+    if (const char* nearest = nearestName(name, names))
+      message += "; did you mean '--" + std::string(nearest) + "'?";
+    failUsage(message);
+  }
+
+  void readLong(std::string_view word) {
+    const std::size_t equals = word.find('=');
+    const std::string_view name = word.substr(0, equals);
+    const OptionSpec* option =
+        find([name](const OptionSpec& candidate) { return name == candidate.name; });
+    if (!option) failUnknown(name);
+    if (!option->value) {
+      if (equals != std::string_view::npos) failUsage("--" + std::string(name) + " takes no value");
+      add(*option, {});
+    } else if (equals != std::string_view::npos) {
+      add(*option, word.substr(equals + 1));
+    } else {
+      add(*option, takeValue(*option));
+    }
+  }
+
+  /// Letters may stand together; the rest behind one that takes a value is the value.
+  void readShort(std::string_view letters) {
+    while (!letters.empty()) {
+      const char letter = letters[0];
+      letters.remove_prefix(1);
+      const OptionSpec* option =
+          find([letter](const OptionSpec& candidate) { return candidate.letter == letter; });
+      if (!option) failUsage("unknown option '-" + std::string(1, letter) + "'");
+      if (!option->value) {
+        add(*option, {});
+      } else {
+        add(*option, letters.empty() ? takeValue(*option) : letters);
+        letters = {};
+      }
+    }
+  }
+
+  std::string_view takeValue(const OptionSpec& option) {
+    if (next_ == words_.size())
+      failUsage("--" + std::string(option.name) + " needs a value: " + option.value);
+    return words_[next_++];
+  }
+
+  void add(const OptionSpec& option, std::string_view value) {
+    line_.arguments.given_.push_back({&option, std::string(value)});
+  }
+
+  std::span<const char* const> words_;
+  std::size_t next_ = 0;
+  CommandLine line_;
+};
+
+CommandLine readCommandLine(std::span<const char* const> words) {
+  return ArgumentReader(words).read();
+}
+
+}  // namespace tool

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+#include "Arguments.h"
+#include "Failure.h"
+
+namespace tool {
+
+class Session;
+
+/// One row of the table of commands.
+struct Command {
+  const char* name;
+  const char* usage;    ///< what follows the name
+  const char* summary;  ///< one line
+  const char* example;
+  const char* details;  ///< for `help NAME`, lines of text; may be empty
+  std::size_t minArguments;
+  std::size_t maxArguments;
+  std::span<const OptionSpec> options;
+  ExitCode (*run)(Session&);  ///< null: planned, not there yet
+};
+
+/// All commands, in the order in which help lists them.
+std::span<const Command> commands();
+/// Throws Failure "usage" for a name that is none.
+const Command& findCommand(std::string_view name);
+
+/// No limit for `maxArguments`.
+inline constexpr std::size_t kManyArguments = static_cast<std::size_t>(-1);
+
+// What the commands do, one file each in commands/.
+ExitCode runInfo(Session& session);
+ExitCode runGraph(Session& session);
+ExitCode runExplain(Session& session);
+ExitCode runVerify(Session& session);
+ExitCode runCopy(Session& session);
+ExitCode runNew(Session& session);
+ExitCode runTree(Session& session);
+ExitCode runGet(Session& session);
+ExitCode runSet(Session& session);
+ExitCode runHelp(Session& session);
+/// The help of the program, or of one command.
+void showHelp(Session& session, const Command* command);
+
+}  // namespace tool

@@ -1,0 +1,161 @@
+#include "Component.h"
+
+#include <charconv>
+#include <limits>
+
+#include "ApiErrStream.h"
+#include "ApiSysFilePath.h"
+#include "DocumentStore.h"
+#include "FileStream.h"
+#include "InputFile.h"
+#include "JtwManager.h"
+#include "SaveResult.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+constexpr std::string_view kStreamPrefix = "stream:";
+
+std::string extensionOf(const std::string& path) {
+  const std::size_t dot = path.find_last_of("./");
+  if (dot == std::string::npos || path[dot] == '/') return {};
+  std::string extension = path.substr(dot + 1);
+  for (char& letter : extension)
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  return extension;
+}
+
+/// Lets the registry look into .co and .cor documents. Viewer mode does so for good once it was on,
+/// and is not wanted otherwise.
+void lookIntoCoDocuments() {
+  JtwManager::the().setUsingJtViewer(true);
+  JtwManager::the().setUsingJtViewer(false);
+}
+
+ApiDocumentRef withFileStream(const ApiDocumentRef& document, const std::string& path,
+                              bool forWriting) {
+  IStreamResult result = IStreamResult::ok;
+  const auto mode = forWriting ? FileStream::Mode::readWrite : FileStream::Mode::readOnly;
+  const CComPtr<FileStream> stream = FileStream::open(ApiSysFilePath(path), mode, result);
+  if (!stream) {
+    const bool isMissing = result == IStreamResult::notFound;
+    throw Failure(forWriting && !isMissing ? ExitCode::output : ExitCode::input,
+                  isMissing ? "not_found" : "unreadable", std::string(toText(result)),
+                  {.file = path, .segment = {}, .element = {}, .offset = {}});
+  }
+  return host::withStream(document, CComPtr<IStream>(stream), ApiDocument::StreamDuty::should);
+}
+
+/// The registry tells only that it failed. What is wrong with the file shows when it is opened
+/// alone.
+[[noreturn]] void failToOpen(const ApiDocumentRef& document, const DocumentName& name) {
+  std::string location;
+  std::string file = name.path;
+  if (!name.isStream && !JtwManager::getFileNameFromDocument(document, location, file))
+    throw Failure(ExitCode::input, "not_found",
+                  ApiSysFilePath(name.path).exists() ? "there is no JT file in it"
+                                                     : "there is no such document",
+                  {.file = name.path, .segment = {}, .element = {}, .offset = {}});
+  try {
+    const jt::Ref<JtStorageLocation> place = inputLocation(location + file);
+    JtPartition* opened = nullptr;
+    JtPartition::openPartition(place.get(), nullptr, opened);
+    if (opened) opened->unref();
+  } catch (const JtFormatError& error) {
+    throw readFailure(error, location + file);
+  }
+  throw Failure(ExitCode::input, "not_a_component", jt::lastError(),
+                {.file = name.path, .segment = {}, .element = {}, .offset = {}});
+}
+
+}  // namespace
+
+Library::Library(Session& session) {
+  JtPartition::_autoLoadShapes = false;
+  ApiErrStream::setSink([&session](const ApiErrRecord& record) {
+    std::string text = record.code;
+    for (const std::string& argument : record.arguments) text += " " + argument;
+    session.warn(text);
+  });
+  JtwManager::init();
+}
+
+Library::~Library() {
+  JtwManager::fini();
+  ApiErrStream::setSink({});
+}
+
+DocumentName::DocumentName(const std::string& text) : path(text) {
+  isStream = path.starts_with(kStreamPrefix);
+  if (isStream) path.erase(0, kStreamPrefix.size());
+  if (path.empty()) failUsage("the name of the document is empty");
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  const std::string extension = extensionOf(path);
+  isFolder = !isStream && (extension == "kpak" || extension == "co" || extension == "cor");
+}
+
+ApiDocumentRef openHostDocument(const DocumentName& name) {
+  if (name.isFolder) lookIntoCoDocuments();
+  host::OpenedDocument opened = host::openDocument(name.path);
+  if (!opened.document)
+    throw Failure(ExitCode::input, "bad_document", opened.error,
+                  {.file = name.path, .segment = {}, .element = {}, .offset = {}});
+  return opened.document;
+}
+
+ApiProtoKey parseKey(const std::string& text) {
+  std::int32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size())
+    failUsage("'" + text + "' is no key: a whole number");
+  return ApiProtoKey(number);
+}
+
+Component::Component(Session& session, const std::string& document, bool forWriting)
+    : text_(document), library_(session) {
+  const DocumentName name(document);
+  document_ = openHostDocument(name);
+  if (name.isStream) document_ = withFileStream(document_, name.path, forWriting);
+  auto error = JtwRoot::JT_INITIALIZE_FAILED;
+  root_ = JtwManager::the().computeExistingDocRoot(document_, JtwRoot::JT_LOAD_WITH_UNIT_PROPERTY,
+                                                   error);
+  if (!root_) failToOpen(document_, name);
+  for (const jt::Note& note : root_->partition()->notes())
+    session.warn(
+        describe({.file = text_, .segment = note.segment, .element = {}, .offset = note.offset},
+                 note.message));
+  if (!jtw::loadWrappers(*root_))
+    throw Failure(ExitCode::input, "not_a_component", "the component cannot be walked",
+                  {.file = text_, .segment = {}, .element = {}, .offset = {}});
+  entries_ = jtw::tree(*root_, *root_);
+}
+
+Component::~Component() = default;
+
+std::optional<int> Component::structure() const {
+  ApiDocument::Structure structure{};
+  if (!JtwManager::the().findDocumentStructure(document_, structure)) return std::nullopt;
+  return static_cast<int>(structure);
+}
+
+std::size_t Component::find(const std::string& key) const {
+  const ApiProtoKey wanted = parseKey(key);
+  for (std::size_t i = 0; i < entries_.size(); ++i)
+    if (!wanted.isNull() && entries_[i].node->key() == wanted) return i;
+  failRefused(text_, "unknown_key", "the component has no object with the key " + key);
+}
+
+JtwNode* Component::listedParent(std::size_t index) const {
+  for (std::size_t i = index; i-- > 0;)
+    if (entries_[i].depth < entries_[index].depth) return entries_[i].node;
+  return nullptr;
+}
+
+jt::SaveReport Component::save(bool dryRun) {
+  jt::SaveOptions options;
+  options.dryRun = dryRun;
+  return savePartition(*root_->partition(), nullptr, options, text_);
+}
+
+}  // namespace tool

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "ApiDocumentRef.h"
+#include "ApiProtoKey.h"
+#include "JtPartition.h"
+#include "JtwRoot.h"
+#include "JtwTree.h"
+
+namespace tool {
+
+class Session;
+
+/// The library, started for as long as the object lives. Errors that it reports to the host go to
+/// standard error as warnings.
+class Library {
+ public:
+  explicit Library(Session& session);
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+};
+
+/// A DOC as the command line names it.
+struct DocumentName {
+  std::string path;
+  bool isStream = false;  ///< was given as stream:FILE
+  bool isFolder = false;  ///< a component folder, .kpak, .co or .cor
+
+  explicit DocumentName(const std::string& text);
+};
+
+/// A DOC opened through the host's own way, with every object in it.
+class Component {
+ public:
+  /// @param forWriting a stream is opened for writing too
+  /// Throws Failure.
+  Component(Session& session, const std::string& document, bool forWriting);
+  ~Component();
+  Component(const Component&) = delete;
+  Component& operator=(const Component&) = delete;
+
+  JtwRoot& root() const noexcept { return *root_; }
+  const std::string& document() const noexcept { return text_; }
+  /// "component with host data" or not, as the registry has it: 0 or 1; nothing when it is unknown.
+  std::optional<int> structure() const;
+
+  /// All objects, parents before children.
+  const std::vector<jtw::TreeEntry>& entries() const noexcept { return entries_; }
+  /// Index in entries() of the object with that key. Throws Failure "unknown_key".
+  std::size_t find(const std::string& key) const;
+  /// The object under which that entry is listed; null for the component itself.
+  JtwNode* listedParent(std::size_t index) const;
+
+  /// Saves to where it came from.
+  jt::SaveReport save(bool dryRun);
+
+ private:
+  std::string text_;
+  Library library_;
+  ApiDocumentRef document_;
+  JtwRoot* root_ = nullptr;
+  std::vector<jtw::TreeEntry> entries_;
+};
+
+/// The document behind a name. Throws Failure "bad_document".
+ApiDocumentRef openHostDocument(const DocumentName& name);
+/// The key that a text names. Throws Failure "usage".
+ApiProtoKey parseKey(const std::string& text);
+
+}  // namespace tool

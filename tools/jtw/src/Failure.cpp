@@ -1,0 +1,71 @@
+#include "Failure.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace tool {
+namespace {
+
+template <std::size_t N>
+bool contains(const std::array<std::string_view, N>& codes, const std::string& code) {
+  return std::find(codes.begin(), codes.end(), code) != codes.end();
+}
+
+Failure fromFormatError(ExitCode exit, const JtFormatError& error, const std::string& file) {
+  jt::FilePosition where = error.where();
+  if (where.file.empty()) where.file = file;
+  std::string message = error.message();
+  if (exit == ExitCode::input && error.code() == "too_large")
+    message += "; options: --max-segment, --max-document";
+  return {exit, error.code(), message, std::move(where)};
+}
+
+}  // namespace
+
+void failUsage(const std::string& message) { throw Failure(ExitCode::usage, "usage", message); }
+
+void failRefused(const std::string& document, const char* code, const std::string& message) {
+  throw Failure(ExitCode::refused, code, message,
+                {.file = document, .segment = {}, .element = {}, .offset = {}});
+}
+
+Failure readFailure(const JtFormatError& error, const std::string& file) {
+  const ExitCode exit = error.code() == "no_segment" ? ExitCode::usage : ExitCode::input;
+  return fromFormatError(exit, error, file);
+}
+
+Failure saveFailure(const JtFormatError& error, const std::string& file) {
+  static constexpr std::array<std::string_view, 12> kOutputCodes{"read_only",
+                                                                 "unwritable",
+                                                                 "no_space",
+                                                                 "write_failed",
+                                                                 "verify_failed",
+                                                                 "changed_on_disk",
+                                                                 "unsupported_version",
+                                                                 "attributes_not_copied",
+                                                                 "not_convertible",
+                                                                 "not_writable",
+                                                                 "too_many_ids",
+                                                                 "no_location"};
+  const bool outputTooLarge = error.code() == "too_large" && error.where().segment.empty();
+  const bool isOutput = outputTooLarge || contains(kOutputCodes, error.code());
+  return fromFormatError(isOutput ? ExitCode::output : ExitCode::input, error, file);
+}
+
+bool isUnreadable(const std::string& code) {
+  static constexpr std::array<std::string_view, 6> kCodes{
+      "not_found", "not_a_file", "unreadable", "empty", "not_jt", "unsupported_version"};
+  return contains(kCodes, code);
+}
+
+std::string describe(const jt::FilePosition& where, const std::string& message) {
+  std::string text = where.file;
+  if (!where.segment.empty()) text += (text.empty() ? "segment " : ": segment ") + where.segment;
+  if (where.offset)
+    text += (text.empty() ? "offset " : ", offset ") + std::to_string(*where.offset);
+  if (!where.element.empty()) text += (text.empty() ? "" : ", ") + where.element;
+  return text.empty() ? message : text + ": " + message;
+}
+
+}  // namespace tool

@@ -1,0 +1,149 @@
+#include "InputFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <span>
+#include <vector>
+
+#include "Failure.h"
+#include "JtStorageManager.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kInputName = "standard input";
+constexpr const char* kOutputName = "standard output";
+
+/// Standard input or output as a place of a JT file.
+class PipeLocation final : public JtStorageLocation {
+ public:
+  explicit PipeLocation(const char* name) : name_(name) {}
+  static const JtType* classTypeID() {
+    static const JtType type("PipeLocation", JtStorageLocation::classTypeID());
+    return &type;
+  }
+  const JtType* typeID() const override { return classTypeID(); }
+  JtString displayName() const override { return {name_}; }
+
+ private:
+  const char* name_;
+};
+
+[[noreturn]] void fail(const char* code, const char* name, const std::string& message) {
+  throw JtFormatError(code, message, {.file = name, .segment = {}, .element = {}, .offset = {}});
+}
+
+class PipeImage final : public jt::FileImage {
+ public:
+  explicit PipeImage(std::vector<std::byte> bytes) : bytes_(std::move(bytes)) {}
+  std::span<const std::byte> bytes() const override { return bytes_; }
+  std::optional<jt::FileIdentity> identity() const override { return std::nullopt; }
+  void checkPresent() const override {}
+  std::string name() const override { return kInputName; }
+
+ private:
+  std::vector<std::byte> bytes_;
+};
+
+std::vector<std::byte> readStandardInput() {
+  constexpr std::size_t kFirstSize = std::size_t{1} << 16;
+  std::vector<std::byte> bytes(kFirstSize);
+  std::size_t filled = 0;
+  while (const std::size_t count =
+             std::fread(bytes.data() + filled, 1, bytes.size() - filled, stdin)) {
+    filled += count;
+    if (filled == bytes.size()) bytes.resize(filled * 2);
+  }
+  if (std::ferror(stdin) != 0) fail("unreadable", kInputName, std::strerror(errno));
+  bytes.resize(filled);
+  return bytes;
+}
+
+/// Serves the standard streams beside files. Input is read once and kept: it cannot be read again.
+class PipeStorageManager final : public JtStorageManager {
+ public:
+  jt::Ref<jt::FileImage> open(const JtStorageLocation& location) override {
+    if (!jt::as<PipeLocation>(&location)) return JtStorageManager::open(location);
+    if (!input_) input_ = jt::make<PipeImage>(readStandardInput());
+    return input_;
+  }
+
+  jt::StorageSaveResult save(const JtStorageLocation& location,
+                             std::span<const jt::FilePiece> pieces,
+                             const jt::StorageSaveOptions& options) override {
+    if (!jt::as<PipeLocation>(&location)) return JtStorageManager::save(location, pieces, options);
+    for (const jt::FilePiece& piece : pieces)
+      if (std::fwrite(piece.bytes.data(), 1, piece.bytes.size(), stdout) != piece.bytes.size())
+        fail("write_failed", kOutputName, std::strerror(errno));
+    if (std::fflush(stdout) != 0) fail("write_failed", kOutputName, std::strerror(errno));
+    return {};
+  }
+
+  jt::Ref<JtStorageLocation> resolve(const JtStorageLocation& base,
+                                     const JtString& relativePath) override {
+    if (jt::as<PipeLocation>(&base)) return {};
+    return JtStorageManager::resolve(base, relativePath);
+  }
+
+ private:
+  jt::Ref<jt::FileImage> input_;
+};
+
+jt::Ref<JtStorageLocation> locationOf(const std::string& path, const char* pipe) {
+  if (path != "-") return jt::make<JtFSStorageLocation>(JtString(), JtString(path));
+  if (!dynamic_cast<PipeStorageManager*>(JtStorageManager::current().get()))
+    jt::installStorageManager(new PipeStorageManager);
+  return jt::make<PipeLocation>(pipe);
+}
+
+/// The first notes; `verify` is there for all of them.
+void showNotes(Session& session, const std::string& path, const JtPartition& partition) {
+  constexpr std::size_t kShown = 10;
+  std::size_t count = 0;
+  for (const jt::Note& note : partition.notes()) {
+    if (++count > kShown) continue;
+    session.warn(
+        describe({.file = path, .segment = note.segment, .element = {}, .offset = note.offset},
+                 note.message));
+  }
+  if (count > kShown)
+    session.warn(path + ": " + std::to_string(count - kShown) + " more; see 'jtw verify'");
+}
+
+}  // namespace
+
+jt::Ref<JtStorageLocation> inputLocation(const std::string& path) {
+  return locationOf(path, kInputName);
+}
+
+jt::Ref<JtStorageLocation> outputLocation(const std::string& path) {
+  return locationOf(path, kOutputName);
+}
+
+jt::ReadLimits readLimits(const Session& session) {
+  jt::ReadLimits limits;
+  const Arguments& arguments = session.arguments();
+  limits.maxSegmentBytes = arguments.byteCount("max-segment").value_or(limits.maxSegmentBytes);
+  limits.maxDocumentBytes = arguments.byteCount("max-document").value_or(limits.maxDocumentBytes);
+  return limits;
+}
+
+jt::Ref<JtPartition> openFile(Session& session, const std::string& path) {
+  JtPartition::_autoLoadShapes = false;
+  const jt::ReadLimits limits = readLimits(session);
+  const jt::Ref<JtStorageLocation> location = inputLocation(path);
+  JtPartition* opened = nullptr;
+  try {
+    JtPartition::openPartition(location.get(), nullptr, opened, limits);
+  } catch (const JtFormatError& error) {
+    throw readFailure(error, path);
+  }
+  const jt::Ref<JtPartition> partition(opened);
+  opened->unref();
+  showNotes(session, path, *partition);
+  return partition;
+}
+
+}  // namespace tool

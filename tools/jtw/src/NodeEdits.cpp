@@ -1,0 +1,203 @@
+#include "NodeEdits.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <string_view>
+
+#include "ApiSysStringConvertors.h"
+#include "Component.h"
+#include "Failure.h"
+#include "JtwCollection.h"
+#include "JtwLeaf.h"
+#include "JtwPMI.h"
+#include "NodeView.h"
+#include "ValueText.h"
+
+namespace tool {
+namespace {
+
+using Change = std::function<void()>;
+
+/// The object that is changed, and what a check may want to know.
+struct Target {
+  const Component& component;
+  std::size_t index;
+  JtwNode& node;
+
+  bool isFrame() const { return node.isOfTypePMI(); }
+  [[noreturn]] void refuse(const std::string& what) const {
+    failRefused(component.document(), "not_supported",
+                "the " + std::string(kindName(node)) + " " + what);
+  }
+};
+
+/// The frame list of a file has no place for it.
+void refuseFrame(const Target& target, const char* what) {
+  if (target.isFrame()) target.refuse(std::string("cannot keep a ") + what);
+}
+
+Change changeName(const Target& target, const std::string& value) {
+  const std::wstring name = ApiSysStringConvertors::RWCStringToUnicode(parseText("name", value));
+  return [&node = target.node, name] { node.setName(name); };
+}
+
+Change changeColor(const Target& target, const std::string& value) {
+  const ApiGraColor color = parseColor("color", value);
+  return [&node = target.node, color] { node.setColor(color, false, true); };
+}
+
+Change changeUnit(const Target& target, const std::string& value) {
+  const float ratio = jtw::unitRatio(value.c_str());
+  if (ratio <= 0) failUsage("unit is '" + value + "'; 'jtw help set' lists the units");
+  if (target.isFrame()) target.refuse("has no unit of its own");
+  return [&node = target.node, ratio] { node.setMeasurementUnitRatio(ratio); };
+}
+
+Change changeAttributes(const Target& target, const std::string& value) {
+  parseText("attributes", value);
+  return [&node = target.node, value] { node.setAttributes(value); };
+}
+
+/// The model takes an empty id for no change.
+const std::string& parseId(const char* name, const std::string& value) {
+  if (value.empty()) failUsage(std::string(name) + " cannot be empty");
+  return parseText(name, value);
+}
+
+Change changeUniqueId(const Target& target, const std::string& value) {
+  parseId("uniqueId", value);
+  refuseFrame(target, "unique id");
+  return [&node = target.node, value] { node.setGlobalUniqueId(ApiGlobalUniqueId(value)); };
+}
+
+Change changeRelStringId(const Target& target, const std::string& value) {
+  parseId("relStringId", value);
+  refuseFrame(target, "relStringId");
+  return [&node = target.node, value] { node.setRelStringId(value); };
+}
+
+Change changeDisplayed(const Target& target, const std::string& value) {
+  const bool on = parseTruth("displayed", value);
+  if (target.node.isCollection()) target.refuse("has no display state; what is in it has");
+  return [&node = static_cast<JtwLeaf&>(target.node), on] { node.setDisplayState(on); };
+}
+
+Change changePreserved(const Target& target, const std::string& value) {
+  const bool on = parseTruth("preserved", value);
+  refuseFrame(target, "mark as preserved");
+  const auto type = target.node.type();
+  if (type != JtwNode::JT_ENTITY_NODE && type != JtwNode::JT_BLOCK_NODE)
+    target.refuse("cannot be preserved; an entity or a block can");
+  return [&node = target.node, on] { jtw::setPreserved(node, on); };
+}
+
+/// Following attachments from `key` must not lead to the object itself.
+void checkAttachment(const Target& target, const ApiProtoKey& key) {
+  JtwNode* above =
+      target.component.entries()[target.component.find(std::to_string(key.getAsLong()))].node;
+  for (std::size_t step = 0; above && step <= target.component.entries().size(); ++step) {
+    if (above == &target.node)
+      failRefused(target.component.document(), "cycle", "the object would be attached to itself");
+    ApiProtoKey next;
+    AttachmentType type = ATTACHMENT_DEFAULT;
+    above->getAttachmentParent(next, type);
+    JtwNode* found = nullptr;
+    if (!next.isNull()) target.component.root().getNodeByKey(next, found);
+    above = found;
+  }
+}
+
+Change changeAttachment(const Target& target, const std::string& value) {
+  ApiProtoKey key;
+  std::int32_t type = ATTACHMENT_DEFAULT;
+  if (value != "none") {
+    const std::size_t colon = value.find(':');
+    key = parseKey(value.substr(0, colon));
+    if (colon != std::string::npos) {
+      const char* const last = value.data() + value.size();
+      const auto [end, error] = std::from_chars(value.data() + colon + 1, last, type);
+      if (error != std::errc() || end != last)
+        failUsage("the type of the attachment is '" + value.substr(colon + 1) +
+                  "', not a whole number");
+    }
+    checkAttachment(target, key);
+  }
+  return [&node = target.node, key, type] {
+    node.setAttachmentParent(key, static_cast<AttachmentType>(type));
+  };
+}
+
+Change changeLocation(const Target& target, const std::string& value) {
+  const RTTran3D listed = parseLocation("loc", value);
+  if (target.node.type() == JtwNode::JT_ROOT_NODE)
+    target.refuse("is placed by whoever uses it, not in its own file");
+  return [&component = target.component, &node = target.node, listed, index = target.index] {
+    // The model places relative to the component parent, which may lie above the listed one.
+    JtwNode* shown = component.listedParent(index);
+    JtwNode* parent = node.parentNode();
+    RTTran3D location = listed;
+    if (shown && shown != parent) {
+      location = shown->absLoc() * listed;
+      if (parent) location = parent->absLoc().inverse() * location;
+    }
+    jtw::setPlacement(node, location);
+  };
+}
+
+struct Setting {
+  std::string_view name;
+  Change (*prepare)(const Target&, const std::string& value);
+};
+
+/// In the order in which they are applied: a location is read in the new unit.
+constexpr std::array<Setting, 10> kSettings{{
+    {"name", changeName},
+    {"unit", changeUnit},
+    {"loc", changeLocation},
+    {"color", changeColor},
+    {"attributes", changeAttributes},
+    {"uniqueId", changeUniqueId},
+    {"relStringId", changeRelStringId},
+    {"displayed", changeDisplayed},
+    {"preserved", changePreserved},
+    {"attachment", changeAttachment},
+}};
+
+std::size_t findSetting(std::string_view name) {
+  for (std::size_t i = 0; i < kSettings.size(); ++i)
+    if (kSettings[i].name == name) return i;
+  failUsage("there is no value '" + std::string(name) + "' to set; see 'jtw help set'");
+}
+
+}  // namespace
+
+NodeEdits::NodeEdits(const Component& component, std::size_t index,
+                     std::span<const std::string> words)
+    : node_(*component.entries()[index].node) {
+  if (node_.type() == JtwNode::JT_PMI_ANNOTATION_NODE)
+    failRefused(component.document(), "not_supported", "changes of an annotation cannot be saved");
+  const Target target{component, index, node_};
+  std::array<Change, kSettings.size()> prepared;
+  for (const std::string& word : words) {
+    const std::size_t equals = word.find('=');
+    if (equals == std::string::npos) failUsage("'" + word + "' is not of the form NAME=VALUE");
+    const std::size_t setting = findSetting(std::string_view(word).substr(0, equals));
+    if (prepared[setting])
+      failUsage("'" + std::string(kSettings[setting].name) + "' is given twice");
+    prepared[setting] = kSettings[setting].prepare(target, word.substr(equals + 1));
+  }
+  for (Change& change : prepared)
+    if (change) changes_.push_back(std::move(change));
+}
+
+void NodeEdits::apply() {
+  for (const Change& change : changes_) change();
+  if (!node_.isOfTypePMI()) {
+    node_.forgetCached();
+  } else if (JtwCollection* collection = static_cast<JtwPMI&>(node_).collection()) {
+    collection->storeFrames();
+  }
+}
+
+}  // namespace tool

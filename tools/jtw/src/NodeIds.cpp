@@ -1,0 +1,29 @@
+#include "NodeIds.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace tool {
+
+NodeIds::NodeIds(JtPartition& partition) {
+  std::vector<JtNode*> pending{&partition};
+  ids_.emplace(&partition, 0);
+  std::int64_t greatest = 0;
+  while (!pending.empty()) {
+    JtNode* node = pending.back();
+    pending.pop_back();
+    nodes_.push_back(node);
+    greatest = std::max<std::int64_t>(greatest, node->objectId());
+    for (int i = node->numChildren() - 1; i >= 0; --i)
+      if (ids_.emplace(node->child(i), 0).second) pending.push_back(node->child(i));
+  }
+  std::unordered_set<std::int64_t> taken;
+  taken.reserve(nodes_.size());
+  for (const JtNode* node : nodes_) {
+    std::int64_t id = node->objectId();
+    if (id == 0 || !taken.insert(id).second) id = ++greatest;
+    ids_[node] = id;
+  }
+}
+
+}  // namespace tool

@@ -1,0 +1,151 @@
+#include "NodeView.h"
+
+#include <string>
+
+#include "ApiSysStringConvertors.h"
+#include "Component.h"
+#include "GraphValues.h"
+#include "JsonWriter.h"
+#include "JtwLeaf.h"
+
+namespace tool {
+namespace {
+
+/// Reaches the colour search that the wrapper keeps for its derived classes.
+class ColorSearch : public JtwNode {
+ public:
+  static constexpr auto kEvaluate = &ColorSearch::evaluateColor;
+};
+
+JtwLeaf* asLeaf(JtwNode& node) {
+  return node.isCollection() ? nullptr : static_cast<JtwLeaf*>(&node);
+}
+
+void writeAttachment(JsonWriter& json, JtwNode& node) {
+  ApiProtoKey parent;
+  AttachmentType type = ATTACHMENT_DEFAULT;
+  node.getAttachmentParent(parent, type);
+  json.key("attachment");
+  if (parent.isNull()) {
+    json.null();
+    return;
+  }
+  json.beginObject(JsonWriter::Layout::line);
+  json.member("parent", parent.getAsLong());
+  json.member("type", static_cast<int>(type));
+  json.end();
+}
+
+void writeColorMember(JsonWriter& json, JtwNode& node) {
+  bool isDefault = true;
+  const ApiGraColor color = colorOf(node, isDefault);
+  float r = 0;
+  float g = 0;
+  float b = 0;
+  color.getRGB(r, g, b);
+  json.key("color");
+  json.beginObject(JsonWriter::Layout::line);
+  json.member("r", r);
+  json.member("g", g);
+  json.member("b", b);
+  json.member("a", color.getAlpha());
+  json.member("default", isDefault);
+  json.end();
+}
+
+}  // namespace
+
+const char* kindName(JtwNode& node) {
+  switch (node.type()) {
+    case JtwNode::JT_ROOT_NODE:
+      return "component";
+    case JtwNode::JT_LINK_NODE:
+      return "link";
+    case JtwNode::JT_ENTITY_NODE:
+      return "entity";
+    case JtwNode::JT_FRAME_NODE:
+      return "frame";
+    case JtwNode::JT_BLOCK_NODE:
+      return "block";
+    case JtwNode::JT_SUB_DEVICE_NODE:
+      return "sub-device";
+    case JtwNode::JT_PMI_ANNOTATION_NODE:
+      return "annotation";
+  }
+  return "unknown";
+}
+
+std::string nameOf(JtwNode& node) {
+  return ApiSysStringConvertors::UnicodeToRWCString(node.name());
+}
+
+ApiGraColor colorOf(JtwNode& node, bool& isDefault) {
+  if (JtwLeaf* leaf = asLeaf(node)) return leaf->color(isDefault);
+  return (node.*ColorSearch::kEvaluate)(isDefault);
+}
+
+std::string colorText(const ApiGraColor& color) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  std::string text = "#";
+  const auto add = [&text](unsigned byte) {
+    text += kHex[byte >> 4];
+    text += kHex[byte & 0x0f];
+  };
+  add(color.red());
+  add(color.green());
+  add(color.blue());
+  if (color.getAlpha() < 1.0F) add(static_cast<unsigned>(color.getAlpha() * 255.0F + 0.5F));
+  return text;
+}
+
+const char* unitOf(JtwNode& node) { return jtw::unitName(node.measurementUnitRatio()); }
+
+RTTran3D listedLocation(JtwNode& node, JtwNode* parent) {
+  return !parent || parent == node.parentNode() ? node.relLoc() : jtw::placement(node, *parent);
+}
+
+void writeNodeMembers(JsonWriter& json, JtwNode& node, JtwNode* parent) {
+  json.member("kind", kindName(node));
+  const ApiProtoKey key = node.key();
+  json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
+  json.textOrNull("name", nameOf(node));
+  const char* unit = unitOf(node);
+  json.textOrNull("unit", unit ? unit : "");
+  const float ratio = node.measurementUnitRatio();
+  json.member("unitRatio", ratio > 0 ? std::optional<float>(ratio) : std::optional<float>());
+  json.numbers("relLoc", listedLocation(node, parent).values());
+  writeColorMember(json, node);
+  JtwLeaf* leaf = asLeaf(node);
+  json.member("displayed", leaf ? std::optional<bool>(leaf->displayState()) : std::nullopt);
+  json.member("preserved", node.isPreserved(false));
+  json.textOrNull("attributes", node.attributes());
+  json.textOrNull("uniqueId", node.globalUniqueId().getAsString());
+  json.textOrNull("relStringId", node.relStringId());
+  writeAttachment(json, node);
+}
+
+void writeChildren(JsonWriter& json, const Component& component, std::size_t index) {
+  const auto& entries = component.entries();
+  const int top = entries[index].depth;
+  std::vector<JtwNode*> path{entries[index].node};
+  json.key("children");
+  json.beginArray();
+  const auto closeDownTo = [&](std::size_t levels) {
+    for (; path.size() > levels; path.pop_back()) {
+      json.end();  // children
+      json.end();  // the object
+    }
+  };
+  for (std::size_t i = index + 1; i < entries.size() && entries[i].depth > top; ++i) {
+    closeDownTo(static_cast<std::size_t>(entries[i].depth - top));
+    json.beginObject();
+    writeNodeMembers(json, *entries[i].node, path.back());
+    json.key("children");
+    json.beginArray();
+    path.push_back(entries[i].node);
+  }
+  closeDownTo(1);
+  json.end();
+}
+
+}  // namespace tool

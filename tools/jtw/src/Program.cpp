@@ -1,0 +1,120 @@
+// From the command line to an exit code: every failure ends here.
+
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <span>
+#include <string_view>
+
+#include "Command.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+/// What was asked beside the commands: help, version, or nothing at all.
+ExitCode runWithoutCommand(Session& session) {
+  if (session.arguments().has("help")) {
+    showHelp(session, nullptr);
+    return ExitCode::done;
+  }
+  if (!session.arguments().has("version")) failUsage("a command is missing");
+  if (session.wantsJson()) {
+    session.beginResult();
+    session.json().member("version", JTW_VERSION);
+    session.endResult();
+  } else {
+    session.out().line("jtw " JTW_VERSION);
+  }
+  return ExitCode::done;
+}
+
+bool hasOwnVersionOption(const Command& command) {
+  for (const OptionSpec& option : command.options)
+    if (std::string_view(option.name) == "version") return true;
+  return false;
+}
+
+ExitCode run(Session& session) {
+  const Command* command = session.command();
+  const Arguments& arguments = session.arguments();
+  if (!command) return runWithoutCommand(session);
+  if (arguments.has("help")) {
+    showHelp(session, command);
+    return ExitCode::done;
+  }
+  if (arguments.has("version") && !hasOwnVersionOption(*command))
+    failUsage("--version stands alone: jtw --version");
+  if (!command->run) failUsage("'" + std::string(command->name) + "' is not available yet");
+  const std::size_t count = arguments.positional().size();
+  if (count < command->minArguments)
+    failUsage("an argument is missing: jtw " + std::string(command->name) + " " + command->usage);
+  if (count > command->maxArguments)
+    failUsage("'" + arguments.positional()[command->maxArguments] + "' is one argument too many");
+  return command->run(session);
+}
+
+/// The failure behind the exception that is being handled.
+Failure currentFailure() {
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return failure;
+  } catch (const JtFormatError& error) {
+    return readFailure(error, {});
+  } catch (const std::bad_alloc&) {
+    return {ExitCode::input, "out_of_memory", "out of memory"};
+  } catch (const std::exception& error) {
+    return {ExitCode::input, "internal", error.what()};
+  } catch (...) {
+    return {ExitCode::input, "internal", "an error of an unknown kind"};
+  }
+}
+
+bool asksForJson(std::span<const char* const> words) {
+  for (const std::string_view word : words)
+    if (word == "--json") return true;
+  return false;
+}
+
+/// Runs `work`; a failure of any kind is reported and becomes the exit code.
+template <class Work>
+ExitCode guarded(Session& session, const Work& work) {
+  try {
+    return work();
+  } catch (...) {
+    const Failure failure = currentFailure();
+    try {
+      session.report(failure);
+    } catch (...) {
+      // The exit code still tells.
+    }
+    return failure.exit();
+  }
+}
+
+}  // namespace
+
+int runProgram(std::span<const char* const> words) try {
+  std::optional<Session> session;
+  ExitCode exit = ExitCode::done;
+  try {
+    session.emplace(readCommandLine(words));
+  } catch (const Failure& failure) {
+    session.emplace(asksForJson(words));
+    session->report(failure);
+    exit = failure.exit();
+  }
+  if (exit == ExitCode::done) exit = guarded(*session, [&] { return run(*session); });
+  const ExitCode finished = guarded(*session, [&] {
+    session->finish();
+    return ExitCode::done;
+  });
+  return static_cast<int>(finished == ExitCode::done ? exit : finished);
+} catch (...) {
+  // No memory even to begin with.
+  std::fputs("jtw: error: out of memory\n", stderr);
+  return static_cast<int>(ExitCode::input);
+}
+
+}  // namespace tool

@@ -1,0 +1,33 @@
+#include "Progress.h"
+
+#include <cstdio>
+
+#include "Output.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+constexpr std::chrono::milliseconds kFirst{500};
+constexpr std::chrono::milliseconds kInterval{100};
+
+}  // namespace
+
+Progress::Progress(const Session& session, std::string label)
+    : enabled_(session.showsProgress()), label_(printable(label)), next_(Clock::now() + kFirst) {}
+
+Progress::~Progress() {
+  if (shown_) std::fputs("\r\x1b[K", stderr);
+}
+
+void Progress::update(double share) {
+  if (!enabled_) return;
+  const Clock::time_point now = Clock::now();
+  if (now < next_) return;
+  next_ = now + kInterval;
+  shown_ = true;
+  std::fprintf(stderr, "\r%s %3.0f %%\x1b[K", label_.c_str(), share * 100);
+  std::fflush(stderr);
+}
+
+}  // namespace tool

@@ -1,0 +1,94 @@
+#include "SaveResult.h"
+
+#include <algorithm>
+
+#include "JtInspect.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+using Kind = jt::SegmentAction::Kind;
+
+bool isRewritten(const jt::SegmentAction& action) {
+  return action.kind == Kind::rewritten || action.kind == Kind::added;
+}
+
+template <class Matches>
+void writeList(JsonWriter& json, const char* name, const jt::SaveReport& report,
+               const Matches& matches) {
+  json.key(name);
+  json.beginArray();
+  for (const jt::SegmentAction& action : report.segments) {
+    if (!matches(action)) continue;
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("id", action.id.text());
+    json.member("type", action.type);
+    json.textOrNull("reason", action.reason);
+    json.end();
+  }
+  json.end();
+}
+
+}  // namespace
+
+jt::SaveReport savePartition(JtPartition& partition, JtStorageLocation* location,
+                             const jt::SaveOptions& options, const std::string& name) {
+  try {
+    return partition.save(location, options);
+  } catch (const JtFormatError& error) {
+    throw saveFailure(error, name);
+  }
+}
+
+const char* actionName(Kind kind) {
+  switch (kind) {
+    case Kind::copied:
+      return "copied";
+    case Kind::rewritten:
+    case Kind::added:
+      return "rewritten";
+    case Kind::dropped:
+      return "dropped";
+  }
+  return "";
+}
+
+void writeSaved(Session& session, const jt::SaveReport& report) {
+  JsonWriter& json = session.json();
+  json.key("saved");
+  json.beginObject();
+  json.member("file", report.file);
+  json.member("version", report.version.text());
+  json.key("segments");
+  json.beginObject();
+  json.member("kept",
+              std::count_if(report.segments.begin(), report.segments.end(),
+                            [](const auto& action) { return action.kind == Kind::copied; }));
+  writeList(json, "rewritten", report, isRewritten);
+  writeList(json, "dropped", report,
+            [](const auto& action) { return action.kind == Kind::dropped; });
+  json.end();
+  json.end();
+}
+
+void showSaved(Session& session, const jt::SaveReport& report, bool dryRun) {
+  Output& out = session.out();
+  const auto kept = std::count_if(report.segments.begin(), report.segments.end(),
+                                  [](const auto& action) { return action.kind == Kind::copied; });
+  out.line((dryRun ? "would save " : "saved ") + printable(report.file) + ", version " +
+           report.version.text() + ": " + counted(static_cast<std::size_t>(kept), "segment") +
+           " kept");
+  for (const jt::SegmentAction& action : report.segments)
+    if (action.kind != Kind::copied)
+      out.line("  " + padRight(actionName(action.kind), 9) + " " +
+               printable(jt::segmentName(action.type)) + " " + action.id.text() +
+               (action.reason.empty() ? "" : ": " + printable(action.reason)));
+}
+
+void showSaveWarnings(Session& session, const jt::SaveReport& report) {
+  for (const jt::SaveWarning& warning : report.warnings)
+    session.warn(report.file + ": " + warning.message);
+}
+
+}  // namespace tool

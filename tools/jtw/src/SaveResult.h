@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "JtPartition.h"
+
+namespace tool {
+
+class Session;
+
+/// Saves a partition (null location: its own place). Throws Failure.
+/// @param name what the output is called in messages
+jt::SaveReport savePartition(JtPartition& partition, JtStorageLocation* location,
+                             const jt::SaveOptions& options, const std::string& name);
+
+/// Writes the member "saved" of a result.
+void writeSaved(Session& session, const jt::SaveReport& report);
+/// Tells in text what a save did, or would do; the warnings go to standard error in any case.
+void showSaved(Session& session, const jt::SaveReport& report, bool dryRun);
+void showSaveWarnings(Session& session, const jt::SaveReport& report);
+
+/// The word for an action: what is new counts as rewritten.
+const char* actionName(jt::SegmentAction::Kind kind);
+
+}  // namespace tool

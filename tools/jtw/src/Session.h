@@ -1,0 +1,74 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+
+#include "Arguments.h"
+#include "Failure.h"
+#include "JsonWriter.h"
+#include "Output.h"
+
+namespace tool {
+
+struct Command;
+
+/// One run of the program: what was asked and where the answers go.
+class Session {
+ public:
+  /// Throws Failure "usage" when a global option has a bad value.
+  explicit Session(CommandLine line);
+  /// For the report of a command line that cannot be read.
+  explicit Session(bool json);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  const Command* command() const noexcept { return line_.command; }
+  const Arguments& arguments() const noexcept { return line_.arguments; }
+  /// The argument of that index; @pre the table of commands asks for it
+  const std::string& argument(std::size_t index) const { return arguments().positional()[index]; }
+
+  bool wantsJson() const noexcept { return json_; }
+  /// Where results go: standard output, or standard error after resultsToStandardError().
+  Output& out() noexcept { return *results_; }
+  JsonWriter& json() noexcept { return *writer_; }
+  /// Colours for out().
+  const Style& style() const noexcept { return style_; }
+  /// To be called when a file is written to standard output.
+  void resultsToStandardError();
+
+  /// Begins the one object of the results, with its schema.
+  void beginResult();
+  void endResult();
+
+  /// A message on standard error, unless --quiet.
+  void warn(const std::string& message);
+  /// Reports a failure: as text on standard error and, with --json, as JSON where results go.
+  void report(const Failure& failure);
+  /// Hands everything over; throws Failure "write_failed".
+  void finish();
+
+  /// True when progress may be shown.
+  bool showsProgress() const noexcept { return progress_; }
+
+ private:
+  Style styleFor(const Output& output) const;
+  void message(Ink ink, const char* label, const std::string& text);
+  void reportJson(const Failure& failure);
+
+  CommandLine line_;
+  Output standardOutput_;
+  Output standardError_;
+  Output* results_ = &standardOutput_;
+  std::optional<JsonWriter> writer_;
+  bool json_;
+  bool quiet_;
+  bool progress_;
+  std::string color_ = "auto";
+  Style style_;
+};
+
+/// Runs the program. @param words the command line without the program's own name
+int runProgram(std::span<const char* const> words);
+
+}  // namespace tool

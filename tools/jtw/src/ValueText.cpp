@@ -1,0 +1,102 @@
+#include "ValueText.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "Failure.h"
+#include "Utf8.h"
+
+namespace tool {
+namespace {
+
+[[noreturn]] void failValue(const std::string& name, const std::string& text,
+                            const char* expected) {
+  failUsage(name + " is '" + text + "', not " + expected);
+}
+
+/// Finite numbers with commas between them; nothing when the text is anything else.
+std::optional<std::vector<double>> parseNumbers(std::string_view text) {
+  std::vector<double> numbers;
+  const char* at = text.data();
+  const char* const last = text.data() + text.size();
+  while (true) {
+    double number = 0;
+    if (at != last && *at == '+') ++at;
+    const auto [next, error] = std::from_chars(at, last, number);
+    if (error != std::errc() || !std::isfinite(number)) return std::nullopt;
+    numbers.push_back(number);
+    if (next == last) return numbers;
+    if (*next != ',') return std::nullopt;
+    at = next + 1;
+  }
+}
+
+std::optional<ApiGraColor> parseHexColor(std::string_view digits) {
+  if (digits.size() != 6 && digits.size() != 8) return std::nullopt;
+  std::uint32_t value = 0;
+  const auto [end, error] =
+      std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+  if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+  if (digits.size() == 6) value = (value << 8) | 0xffU;
+  const auto byte = [value](unsigned shift) { return static_cast<std::uint8_t>(value >> shift); };
+  return ApiGraColor(byte(24), byte(16), byte(8), static_cast<float>(byte(0)) / 255.0F);
+}
+
+bool isAffineMatrix(const std::vector<double>& numbers) {
+  return numbers[12] == 0 && numbers[13] == 0 && numbers[14] == 0 && numbers[15] == 1;
+}
+
+}  // namespace
+
+bool parseTruth(const std::string& name, const std::string& text) {
+  if (text != "true" && text != "false") failValue(name, text, "true or false");
+  return text == "true";
+}
+
+ApiGraColor parseColor(const std::string& name, const std::string& text) {
+  constexpr const char* kExpected =
+      "a colour: #rrggbb, #rrggbbaa, or r,g,b[,a] with numbers from 0 to 1";
+  if (text.starts_with('#')) {
+    const auto color = parseHexColor(std::string_view(text).substr(1));
+    if (!color) failValue(name, text, kExpected);
+    return *color;
+  }
+  auto parts = parseNumbers(text);
+  if (!parts || parts->size() < 3 || parts->size() > 4 ||
+      std::any_of(parts->begin(), parts->end(), [](double part) { return part < 0 || part > 1; }))
+    failValue(name, text, kExpected);
+  if (parts->size() == 3) parts->push_back(1.0);
+  const auto part = [&parts](std::size_t index) { return static_cast<float>((*parts)[index]); };
+  return ApiGraColor::fromUnit(part(0), part(1), part(2), part(3));
+}
+
+RTTran3D parseLocation(const std::string& name, const std::string& text) {
+  const auto numbers = parseNumbers(text);
+  if (numbers && numbers->size() == 3)
+    return RTTran3D::fromTranslation({(*numbers)[0], (*numbers)[1], (*numbers)[2]});
+  if (numbers && numbers->size() == 6)
+    return RTTran3D::fromPlacement((*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3],
+                                   (*numbers)[4], (*numbers)[5]);
+  if (numbers && numbers->size() == 16 && isAffineMatrix(*numbers)) {
+    const RTTran3D matrix(std::span<const double, 16>(numbers->data(), 16));
+    if (matrix.tryInverse()) return matrix;
+  }
+  failValue(name, text,
+            "a place: x,y,z, or x,y,z,rx,ry,rz, or 16 numbers row by row, the last row 0,0,0,1, "
+            "that can be inverted");
+}
+
+const std::string& parseText(const std::string& name, const std::string& text) {
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    const std::size_t length = utf8Length(rest);
+    if (length == 0) failUsage(name + " is not UTF-8");
+    rest.remove_prefix(length);
+  }
+  return text;
+}
+
+}  // namespace tool

@@ -1,0 +1,92 @@
+#include "Command.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+void listOptions(Output& out, std::span<const OptionSpec> options) {
+  for (const OptionSpec& option : options) {
+    std::string form = option.letter ? std::string{'-', option.letter, ',', ' '} : "    ";
+    form += std::string("--") + option.name;
+    if (option.value) form += std::string(" ") + option.value;
+    out.line("  " + padRight(form, 33) + " " + option.help);
+  }
+}
+
+void showProgram(Session& session) {
+  Output& out = session.out();
+  out.line("usage: jtw COMMAND ARGUMENTS [OPTIONS]\n");
+  for (const Command& command : commands())
+    if (command.run) out.line("  " + padRight(command.name, 9) + command.summary);
+  out.line(
+      "\nFILE is a JT file; DOC a component folder (gear.kpak), a .co or .cor document, a .jt "
+      "file,\n"
+      "or stream:FILE; '-' is standard input or output.\n");
+  listOptions(out, globalOptions());
+  out.line(
+      "\nexit codes: 0 done, 1 the answer is no, 2 wrong usage, 3 an input cannot be read,\n"
+      "            4 an output cannot be written, 5 the model refuses");
+  out.line("\n'jtw help COMMAND' explains one command.");
+}
+
+void showCommand(Session& session, const Command& command) {
+  Output& out = session.out();
+  out.line("usage: jtw " + std::string(command.name) + " " + command.usage + "\n");
+  out.line(std::string(command.summary) + ".");
+  if (*command.details) out.line(command.details);
+  if (!command.options.empty()) {
+    out.line("");
+    listOptions(out, command.options);
+  }
+  out.line(std::string("\nexample: ") + command.example);
+}
+
+void writeCommand(JsonWriter& json, const Command& command) {
+  json.beginObject();
+  json.member("name", command.name);
+  json.member("usage", command.usage);
+  json.member("summary", command.summary);
+  json.member("example", command.example);
+  json.key("options");
+  json.beginArray();
+  for (const OptionSpec& option : command.options) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("name", option.name);
+    json.textOrNull("value", option.value ? option.value : "");
+    json.member("help", option.help);
+    json.end();
+  }
+  json.end();
+  json.end();
+}
+
+}  // namespace
+
+void showHelp(Session& session, const Command* command) {
+  if (command && !command->run)
+    failUsage("'" + std::string(command->name) + "' is not available yet");
+  if (!session.wantsJson()) {
+    if (command)
+      showCommand(session, *command);
+    else
+      showProgram(session);
+    return;
+  }
+  JsonWriter& json = session.json();
+  json.beginObject();
+  json.member("schema", "jtw.help/1");
+  json.key("commands");
+  json.beginArray();
+  for (const Command& row : commands())
+    if (row.run && (!command || command == &row)) writeCommand(json, row);
+  json.end();
+  json.end();
+}
+
+ExitCode runHelp(Session& session) {
+  const auto& names = session.arguments().positional();
+  showHelp(session, names.empty() ? nullptr : &findCommand(names[0]));
+  return ExitCode::done;
+}
+
+}  // namespace tool

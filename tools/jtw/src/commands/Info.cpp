@@ -1,0 +1,189 @@
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
+#include "Command.h"
+#include "InputFile.h"
+#include "Jt.h"
+#include "JtInspect.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+/// What `info` tells.
+struct Facts {
+  jt::FileSummary file;
+  jt::GraphSummary graph;
+  bool component = false;
+  bool native = false;
+  std::string unit;  ///< empty: none is named
+  std::optional<jt::Box> bounds;
+  std::optional<std::vector<jt::SegmentInfo>> segments;
+};
+
+std::string stringProperty(const JtNode& node, const char* key) {
+  const auto* text = jt::as<JtStringPropAtom>(node.property(JtString(key)));
+  return text ? text->value().stringToMbs() : std::string();
+}
+
+bool holdsComponent(const JtPartition& partition) {
+  for (int i = 0; i < partition.numChildren(); ++i)
+    if (stringProperty(*partition.child(i), "KrObjType") == "KrComponent") return true;
+  return false;
+}
+
+/// The unit of the first node, from the top down, that names one.
+std::string findUnit(const JtPartition& partition) {
+  std::vector<const JtNode*> pending{&partition};
+  std::unordered_set<const JtNode*> seen{&partition};
+  while (!pending.empty()) {
+    const JtNode* node = pending.back();
+    pending.pop_back();
+    std::string unit = stringProperty(*node, Jt::jtPropMeasurementUnits);
+    if (!unit.empty()) return unit;
+    for (int i = node->numChildren() - 1; i >= 0; --i)
+      if (seen.insert(node->child(i)).second) pending.push_back(node->child(i));
+  }
+  return {};
+}
+
+Facts gather(const JtPartition& partition, bool withSegments) {
+  Facts facts{.file = jt::summarizeFile(partition),
+              .graph = jt::summarizeGraph(partition),
+              .component = holdsComponent(partition),
+              .native = partition.property(JtString("KrOriginateFromNativeJt")) != nullptr,
+              .unit = findUnit(partition),
+              .bounds = partition.bounds(),
+              .segments = {}};
+  if (withSegments) facts.segments = jt::listSegments(partition);
+  return facts;
+}
+
+void writeSegments(JsonWriter& json, const std::vector<jt::SegmentInfo>& segments) {
+  json.key("segmentList");
+  json.beginArray();
+  for (const jt::SegmentInfo& segment : segments) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("id", segment.id.text());
+    json.member("type", segment.type);
+    json.member("name", segment.name);
+    json.member("offset", segment.offset);
+    json.member("length", segment.length);
+    json.member("compression", segment.compression);
+    json.end();
+  }
+  json.end();
+}
+
+void writeFile(JsonWriter& json, const jt::FileSummary& file) {
+  json.member("size", file.size);
+  json.member("version", file.version.text());
+  json.member("versionText", file.versionText);
+  json.member("byteOrder", file.bigEndian ? "big" : "little");
+  json.key("segments");
+  json.beginObject();
+  json.member("count", file.segmentCount);
+  json.key("byType");
+  json.beginArray();
+  for (const auto& row : file.byType) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("type", row.type);
+    json.member("name", row.name);
+    json.member("count", row.count);
+    json.member("bytes", row.bytes);
+    json.end();
+  }
+  json.end();
+  json.end();
+}
+
+void writeGraph(JsonWriter& json, const jt::GraphSummary& graph) {
+  json.key("graph");
+  json.beginObject();
+  json.member("nodes", graph.nodes);
+  json.key("byType");
+  json.beginObject();
+  for (const auto& [type, count] : graph.nodesByType) json.member(type, count);
+  json.end();
+  json.member("attributes", graph.attributes);
+  json.member("propertyAtoms", graph.propertyAtoms);
+  json.member("properties", graph.properties);
+  json.member("depth", graph.depth);
+  json.end();
+}
+
+void writeFacts(Session& session, const std::string& path, const Facts& facts) {
+  JsonWriter& json = session.json();
+  session.beginResult();
+  json.member("file", path);
+  writeFile(json, facts.file);
+  writeGraph(json, facts.graph);
+  json.member("component", facts.component);
+  json.member("native", facts.native);
+  json.textOrNull("unit", facts.unit);
+  json.key("bounds");
+  if (facts.bounds) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.numbers("min", facts.bounds->min);
+    json.numbers("max", facts.bounds->max);
+    json.end();
+  } else {
+    json.null();
+  }
+  if (facts.segments) writeSegments(json, *facts.segments);
+  session.endResult();
+}
+
+std::string point(const std::array<float, 3>& place) {
+  return numberText(place[0]) + " " + numberText(place[1]) + " " + numberText(place[2]);
+}
+
+void showGraph(Output& out, const jt::GraphSummary& graph) {
+  out.line("  graph       " + counted(graph.nodes, "node") + ", " + counted(graph.depth, "level") +
+           ", " + counted(graph.attributes, "attribute") + ", " + std::to_string(graph.properties) +
+           " properties, " + counted(graph.propertyAtoms, "property atom"));
+  for (const auto& [type, count] : graph.nodesByType)
+    out.line("    " + padRight(printable(type), 30) + padLeft(std::to_string(count), 10));
+}
+
+void showFacts(Session& session, const std::string& path, const Facts& facts) {
+  Output& out = session.out();
+  out.line(session.style().paint(Ink::bold, printable(path)));
+  out.line("  size        " + counted(facts.file.size, "byte"));
+  out.line("  version     " + facts.file.version.text() + "  \"" +
+           printable(facts.file.versionText) + "\"");
+  out.line(std::string("  byte order  ") + (facts.file.bigEndian ? "big" : "little"));
+  out.line("  segments    " + std::to_string(facts.file.segmentCount));
+  for (const auto& row : facts.file.byType)
+    out.line("    " + padRight(row.name, 30) + padLeft(std::to_string(row.count), 10) +
+             padLeft(std::to_string(row.bytes), 14) + " bytes");
+  showGraph(out, facts.graph);
+  out.line(std::string("  component   ") + (facts.component ? "yes" : "no"));
+  out.line(std::string("  native      ") + (facts.native ? "yes" : "no"));
+  out.line("  unit        " + (facts.unit.empty() ? "unknown" : printable(facts.unit)));
+  out.line("  bounds      " + (facts.bounds
+                                   ? point(facts.bounds->min) + "  to  " + point(facts.bounds->max)
+                                   : std::string("unknown")));
+  if (!facts.segments) return;
+  out.line("\n  offset      length      compression  segment");
+  for (const jt::SegmentInfo& segment : *facts.segments)
+    out.line("  " + padRight(std::to_string(segment.offset), 12) +
+             padRight(std::to_string(segment.length), 12) + padRight(segment.compression, 13) +
+             segment.id.text() + "  " + segment.name);
+}
+
+}  // namespace
+
+ExitCode runInfo(Session& session) {
+  const std::string& path = session.argument(0);
+  const jt::Ref<JtPartition> partition = openFile(session, path);
+  const Facts facts = gather(*partition, session.arguments().has("segments"));
+  if (session.wantsJson())
+    writeFacts(session, path, facts);
+  else
+    showFacts(session, path, facts);
+  return ExitCode::done;
+}
+
+}  // namespace tool

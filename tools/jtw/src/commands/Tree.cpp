@@ -1,0 +1,72 @@
+#include <string>
+#include <vector>
+
+#include "Command.h"
+#include "Component.h"
+#include "NodeView.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+/// For every entry, whether nothing else follows under the same parent.
+std::vector<bool> lastOnes(const std::vector<jtw::TreeEntry>& entries) {
+  std::vector<bool> isLast(entries.size());
+  std::vector<bool> seen;  // by depth: something of that depth follows, under the same parent
+  for (std::size_t i = entries.size(); i-- > 0;) {
+    const auto depth = static_cast<std::size_t>(entries[i].depth);
+    isLast[i] = depth >= seen.size() || !seen[depth];
+    seen.resize(depth + 1);
+    seen[depth] = true;
+  }
+  return isLast;
+}
+
+void showTree(Session& session, const Component& component) {
+  const auto& entries = component.entries();
+  const Style& style = session.style();
+  const std::vector<bool> isLast = lastOnes(entries);
+  std::string branches;                 // of what the current entry stands under
+  std::vector<std::size_t> lengths{0};  // of `branches`, by depth
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    JtwNode& node = *entries[i].node;
+    const auto depth = static_cast<std::size_t>(entries[i].depth);
+    lengths.resize(depth + 1);
+    branches.resize(lengths[depth]);
+    const std::string key = node.key().isNull() ? "-" : std::to_string(node.key().getAsLong());
+    std::string line;
+    if (depth > 0) line = branches + (isLast[i] ? "└─ " : "├─ ");
+    line += style.paint(Ink::yellow, key) + "  " + style.paint(Ink::dim, kindName(node)) + "  " +
+            style.paint(Ink::bold, printable(nameOf(node)));
+    if (const char* unit = unitOf(node)) line += std::string("  ") + unit;
+    bool isDefault = true;
+    const ApiGraColor color = colorOf(node, isDefault);
+    if (!isDefault) line += "  " + style.paint(Ink::cyan, colorText(color));
+    session.out().line(line);
+    if (depth > 0) branches += isLast[i] ? "   " : "│  ";
+    lengths.push_back(branches.size());
+  }
+}
+
+}  // namespace
+
+ExitCode runTree(Session& session) {
+  const Component component(session, session.argument(0), false);
+  if (!session.wantsJson()) {
+    showTree(session, component);
+    return ExitCode::done;
+  }
+  JsonWriter& json = session.json();
+  session.beginResult();
+  json.member("document", component.document());
+  json.member("structure", component.structure());
+  json.key("root");
+  json.beginObject();
+  writeNodeMembers(json, component.root(), nullptr);
+  writeChildren(json, component, 0);
+  json.end();
+  session.endResult();
+  return ExitCode::done;
+}
+
+}  // namespace tool

@@ -1,0 +1,112 @@
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "Command.h"
+#include "InputFile.h"
+#include "JtInspect.h"
+#include "Progress.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+struct Verdict {
+  std::string file;
+  std::vector<jt::Note> findings;
+
+  bool isSound() const {
+    return std::none_of(findings.begin(), findings.end(),
+                        [](const jt::Note& finding) { return finding.isError; });
+  }
+  /// The finding that it is missing or no JT file, or null.
+  const jt::Note* unreadable() const {
+    const auto found = std::find_if(findings.begin(), findings.end(), [](const jt::Note& finding) {
+      return finding.isError && isUnreadable(finding.code);
+    });
+    return found == findings.end() ? nullptr : &*found;
+  }
+};
+
+Verdict examine(Session& session, const std::string& path) {
+  Progress progress(session, "verify " + path);
+  return {path, jt::verify(*inputLocation(path), readLimits(session),
+                           [&progress](double share) { progress.update(share); })};
+}
+
+void writeVerdict(JsonWriter& json, const Verdict& verdict) {
+  json.member("file", verdict.file);
+  json.member("sound", verdict.isSound());
+  json.key("findings");
+  json.beginArray();
+  for (const jt::Note& finding : verdict.findings) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("severity", finding.isError ? "error" : "warning");
+    json.member("code", finding.code);
+    json.textOrNull("segment", finding.segment);
+    json.member("offset", finding.offset);
+    json.member("message", finding.message);
+    json.end();
+  }
+  json.end();
+}
+
+void showVerdict(Session& session, const Verdict& verdict) {
+  Output& out = session.out();
+  const Style& style = session.style();
+  const bool sound = verdict.isSound();
+  out.line(printable(verdict.file) + ": " +
+           style.paint(sound ? Ink::green : Ink::red, sound ? "sound" : "not sound"));
+  for (const jt::Note& finding : verdict.findings)
+    out.line("  " +
+             style.paint(finding.isError ? Ink::red : Ink::yellow,
+                         finding.isError ? "error  " : "warning") +
+             " " + finding.code + ": " +
+             printable(describe(
+                 {.file = {}, .segment = finding.segment, .element = {}, .offset = finding.offset},
+                 finding.message)));
+}
+
+}  // namespace
+
+ExitCode runVerify(Session& session) {
+  const std::vector<std::string>& paths = session.arguments().positional();
+  std::vector<Verdict> verdicts;
+  for (const std::string& path : paths) verdicts.push_back(examine(session, path));
+
+  const bool allUnreadable = std::all_of(verdicts.begin(), verdicts.end(),
+                                         [](const Verdict& v) { return v.unreadable(); });
+  const bool allSound =
+      std::all_of(verdicts.begin(), verdicts.end(), [](const Verdict& v) { return v.isSound(); });
+  if (verdicts.size() == 1 && allUnreadable) {
+    const jt::Note& finding = *verdicts[0].unreadable();
+    throw Failure(
+        ExitCode::input, finding.code, finding.message,
+        {.file = paths[0], .segment = finding.segment, .element = {}, .offset = finding.offset});
+  }
+
+  if (!session.wantsJson()) {
+    for (const Verdict& verdict : verdicts) showVerdict(session, verdict);
+  } else {
+    JsonWriter& json = session.json();
+    session.beginResult();
+    if (verdicts.size() == 1) {
+      writeVerdict(json, verdicts[0]);
+    } else {
+      json.member("sound", allSound);
+      json.key("files");
+      json.beginArray();
+      for (const Verdict& verdict : verdicts) {
+        json.beginObject();
+        writeVerdict(json, verdict);
+        json.end();
+      }
+      json.end();
+    }
+    session.endResult();
+  }
+  if (allUnreadable) return ExitCode::input;
+  return allSound ? ExitCode::done : ExitCode::no;
+}
+
+}  // namespace tool
