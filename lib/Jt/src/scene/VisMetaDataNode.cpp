@@ -61,10 +61,12 @@ bool VisMetaDataNode::addProperty(const JtString& key, JtPropAtom* value, bool r
 }
 
 bool VisMetaDataNode::deleteProperty(const JtPropAtom* key) {
-  bool found = JtGroup::deleteProperty(key);
   const auto* text = jt::as<JtStringPropAtom>(key);
-  if (text && metaData_ && metaData_->remove(text->value())) {
-    if (metaAtoms_) metaAtoms_->erase(text->value());
+  if (!text) return false;
+  const JtString name = text->value();  // the key may be the node's own and end with the property
+  bool found = JtGroup::deleteProperty(key);
+  if (metaData_ && metaData_->remove(name)) {
+    if (metaAtoms_) metaAtoms_->erase(name);
     found = true;
   }
   return found;
