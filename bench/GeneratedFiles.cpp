@@ -1,8 +1,5 @@
 #include "GeneratedFiles.h"
 
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -17,8 +14,6 @@
 #include "JtXform.h"
 #include "VisPartNode.h"
 
-extern char** environ;
-
 namespace bench {
 
 namespace {
@@ -30,20 +25,33 @@ struct Folder {
   ~Folder() { std::filesystem::remove_all(path); }
 };
 
-void setText(JtNode& node, const char* key, const std::string& value) {
-  const auto keyAtom = jt::make<JtStringPropAtom>(JtString(key));
-  const auto valueAtom = jt::make<JtStringPropAtom>(JtString(value));
-  node.addProperty(keyAtom.get(), valueAtom.get(), true);
+/// Key atoms that all nodes share, as an application keeps them.
+struct Keys {
+  jt::Ref<JtStringPropAtom> name = text(Jt::jtPropName);
+  jt::Ref<JtStringPropAtom> material = text("CAD_MATERIAL::");
+  jt::Ref<JtStringPropAtom> supplier = text("Supplier::");
+  jt::Ref<JtStringPropAtom> order = text("Order::");
+  jt::Ref<JtStringPropAtom> revision = text("Revision::");
+  jt::Ref<JtStringPropAtom> station = text("Station::");
+
+  static jt::Ref<JtStringPropAtom> text(const char* key) {
+    return jt::make<JtStringPropAtom>(JtString(key));
+  }
+};
+
+void set(JtNode& node, const jt::Ref<JtStringPropAtom>& key, const std::string& value) {
+  const auto atom = jt::make<JtStringPropAtom>(JtString(value));
+  node.addProperty(key.get(), atom.get(), true);
 }
 
-void furnish(JtNode& node, std::size_t i) {
+void furnish(JtNode& node, const Keys& keys, std::size_t i) {
   const std::string number = std::to_string(i);
-  setText(node, Jt::jtPropName, "Bracket_" + number + ".part;0;0:");
-  setText(node, "CAD_MATERIAL::", "Steel S235 lot " + number);
-  setText(node, "Supplier::", "Supplier no. " + std::to_string(i % 997));
-  setText(node, "Order::", "2026-" + number);
-  setText(node, "Revision::", "rev " + std::to_string(i % 61));
-  setText(node, "Station::", "Line 4, station " + std::to_string(i * 7919 % 100003));
+  set(node, keys.name, "Bracket_" + number + ".part;0;0:");
+  set(node, keys.material, "Steel S235 lot " + number);
+  set(node, keys.supplier, "Supplier no. " + std::to_string(i % 997));
+  set(node, keys.order, "2026-" + number);
+  set(node, keys.revision, "rev " + std::to_string(i % 61));
+  set(node, keys.station, "Line 4, station " + std::to_string(i * 7919 % 100003));
   const auto x = static_cast<double>(i % 1000);
   const auto xform =
       jt::make<JtXform>(jt::Matrix4{0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, x, 0.5 * x, 0.25 * x, 1});
@@ -78,11 +86,12 @@ jt::Ref<JtPartition> makeAssembly(std::size_t count, jt::FileVersion version) {
   constexpr std::size_t kFanOut = 10;
   auto partition = jt::make<JtPartition>();
   partition->setVersion(version);
+  const Keys keys;
   std::vector<jt::Ref<VisMetaDataNode>> nodes;
   nodes.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     nodes.push_back(jt::make<VisMetaDataNode>());
-    furnish(*nodes[i], i);
+    furnish(*nodes[i], keys, i);
     JtGroup& parent = i == 0 ? static_cast<JtGroup&>(*partition) : *nodes[(i - 1) / kFanOut];
     parent.addChild(nodes[i].get());
   }
@@ -107,7 +116,7 @@ std::string bulkFile(const std::string& name, std::size_t count, std::size_t byt
   auto partition = jt::make<JtPartition>();
   partition->setVersion({10, 0});
   const auto part = jt::make<VisPartNode>();
-  setText(*part, Jt::jtPropName, "Housing.part;0;0:");
+  set(*part, Keys().name, "Housing.part;0;0:");
   partition->addChild(part.get());
   partition->save(locationOf(partPath).get());
   std::ifstream in(partPath, std::ios::binary);
@@ -165,16 +174,18 @@ std::string bulkFile(const std::string& name, std::size_t count, std::size_t byt
 
 std::uint64_t peakMemory(const std::string& what, const std::string& file) {
   const std::string self = std::filesystem::read_symlink("/proc/self/exe");
-  std::vector<std::string> words{self, "--peak", what, file};
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  argv.push_back(nullptr);
-  pid_t child = 0;
-  if (posix_spawn(&child, self.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return 0;
-  int status = 0;
-  rusage usage{};
-  wait4(child, &status, 0, &usage);
-  return status == 0 ? static_cast<std::uint64_t>(usage.ru_maxrss) * 1024 : 0;
+  FILE* child = popen(("'" + self + "' --peak " + what + " '" + file + "'").c_str(), "r");
+  unsigned long long bytes = 0;
+  if (!child) return 0;
+  if (std::fscanf(child, "%llu", &bytes) != 1) bytes = 0;
+  pclose(child);
+  return bytes;
+}
+
+void printPeakMemory() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.starts_with("VmHWM:")) std::printf("%llu\n", 1024 * std::stoull(line.substr(6)));
 }
 
 }  // namespace bench

@@ -33,5 +33,7 @@ std::string bulkFile(const std::string& name, std::size_t count, std::size_t byt
 
 /// Peak resident bytes of a process that runs this program again with `--peak WHAT FILE`.
 std::uint64_t peakMemory(const std::string& what, const std::string& file);
+/// For such a run: prints its own peak to standard output.
+void printPeakMemory();
 
 }  // namespace bench

@@ -51,6 +51,7 @@ class JT_API JtSceneObject : public JtBase {
   friend class jt::file::SceneWriter;
 
   jt::file::SceneSource* source_ = nullptr;  // one reference while set
-  std::uint32_t element_ = 0;                // index in source_
+  // Index in source_; in an object without source the id that a running save gave it.
+  mutable std::uint32_t element_ = 0;
   bool modified_ = true;
 };

@@ -47,9 +47,7 @@ void Writer::operator()(const char*, const JtGuid& value) {
 
 void Writer::operator()(const char*, const JtString& value) {
   putCount(value.length());
-  const std::size_t at = out_.size();
-  out_.resize(at + 2 * value.length());
-  std::byte* to = out_.data() + at;
+  std::byte* to = out_.extend(2 * value.length());
   for (const char16_t unit : value.units()) {
     const auto stored = reorder(static_cast<std::uint16_t>(unit), format_.bigEndian);
     std::memcpy(to, &stored, sizeof stored);

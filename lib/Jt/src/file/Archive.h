@@ -15,6 +15,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "Buffer.h"
 #include "Format.h"
 #include "JtFormatError.h"
 #include "JtGuid.h"
@@ -91,15 +92,20 @@ class BasicReader {
  public:
   static constexpr bool reading = true;
 
-  /// @param base offset of bytes[0] in the stream that error messages and listeners count in
+  /// @param format must outlive the reader
+  /// @param base   offset of bytes[0] in the stream that error messages and listeners count in
+  /// @param links  takes the ids of a node's attributes and children; null: they are not wanted
   BasicReader(std::span<const std::byte> bytes, const Format& format, std::size_t base = 0,
-              FieldListener* listener = nullptr)
+              FieldListener* listener = nullptr, Links* links = nullptr)
       : begin_(bytes.data()),
         at_(bytes.data()),
         end_(bytes.data() + bytes.size()),
         format_(format),
         base_(base),
-        listener_(listener) {}
+        listener_(listener),
+        links_(links) {}
+  BasicReader(std::span<const std::byte>, Format&&, std::size_t = 0, FieldListener* = nullptr,
+              Links* = nullptr) = delete;
 
   const Format& format() const noexcept { return format_; }
   bool has(Feature feature) const noexcept { return format_.has(feature); }
@@ -107,7 +113,7 @@ class BasicReader {
   std::size_t offset() const noexcept { return base_ + static_cast<std::size_t>(at_ - begin_); }
   /// What is left, unread.
   std::span<const std::byte> rest() const noexcept { return {at_, left()}; }
-  Links& links() noexcept { return links_; }
+  Links& links() { return links_ ? *links_ : ownLinks_ ? *ownLinks_ : ownLinks_.emplace(); }
   /// True for an object that gets this form's default for what depends on it; never when reading.
   static bool fresh(const LocalVersion&) noexcept { return false; }
 
@@ -251,10 +257,11 @@ class BasicReader {
   const std::byte* begin_;
   const std::byte* at_;
   const std::byte* end_;
-  Format format_;
+  const Format& format_;
   std::size_t base_;
   FieldListener* listener_;
-  Links links_;
+  Links* links_;
+  std::optional<Links> ownLinks_;
 };
 
 /// What follows the last known field of an element, to be kept; null when nothing does.
@@ -269,19 +276,21 @@ std::shared_ptr<const std::vector<std::byte>> readSurplus(BasicReader<Tracing>& 
 using Reader = BasicReader<false>;
 using TracingReader = BasicReader<true>;
 
-/// Objects to bytes, appended to a buffer.
+/// Objects to bytes, appended to a sink.
 class Writer {
  public:
   static constexpr bool reading = false;
 
-  Writer(std::vector<std::byte>& out, const Format& format) : out_(out), format_(format) {}
+  Writer(ByteSink& out, const Format& format) : out_(out), format_(format) {}
 
   const Format& format() const noexcept { return format_; }
   bool has(Feature feature) const noexcept { return format_.has(feature); }
   static std::size_t left() noexcept { return 0; }
   static std::span<const std::byte> rest() noexcept { return {}; }
   std::size_t offset() const noexcept { return out_.size(); }
-  Links& links() noexcept { return links_; }
+  /// The ids that a node's field list is to write; must outlive the writing.
+  void setLinks(const Links& links) noexcept { links_ = &links; }
+  const Links& links() const noexcept { return *links_; }
   /// Set while an object is written in a form that it was not read in: its local versions and
   /// form-dependent fields then take the defaults of this form.
   void setConverting(bool on) noexcept { converting_ = on; }
@@ -352,9 +361,7 @@ class Writer {
     putCount(bytes.size());
     append(bytes);
   }
-  void append(std::span<const std::byte> bytes) {
-    out_.insert(out_.end(), bytes.begin(), bytes.end());
-  }
+  void append(std::span<const std::byte> bytes) { out_.append(bytes); }
   [[noreturn]] void fail(const char* name, const std::string& message) const {
     throw JtFormatError("bad_value", message, {{}, {}, name, {}});
   }
@@ -363,16 +370,14 @@ class Writer {
   template <Scalar T>
   void put(T value) {
     value = reorder(value, format_.bigEndian);
-    const std::size_t at = out_.size();
-    out_.resize(at + sizeof(T));
-    std::memcpy(out_.data() + at, &value, sizeof(T));
+    std::memcpy(out_.extend(sizeof(T)), &value, sizeof(T));
   }
   void putCount(std::size_t count);
 
-  std::vector<std::byte>& out_;
+  ByteSink& out_;
   Format format_;
   bool converting_ = false;
-  Links links_;
+  const Links* links_ = nullptr;
 };
 
 }  // namespace jt::file

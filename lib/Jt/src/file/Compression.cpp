@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "JtFormatError.h"
-#include "storage/PageMemory.h"
 
 namespace jt::file {
 
@@ -112,21 +111,22 @@ Unpacked unpackXz(std::span<const std::byte> packed, std::uint64_t cap) {
   }
 }
 
-std::vector<std::byte> packZlib(std::span<const std::byte> bytes, int level) {
+Buffer packZlib(std::span<const std::byte> bytes, int level) {
   const std::unique_ptr<libdeflate_compressor, decltype(&libdeflate_free_compressor)> deflater(
       libdeflate_alloc_compressor(std::clamp(level, 1, 12)), &libdeflate_free_compressor);
   if (!deflater) throw std::bad_alloc();
-  std::vector<std::byte> out(libdeflate_zlib_compress_bound(deflater.get(), bytes.size()));
-  out.resize(
-      libdeflate_zlib_compress(deflater.get(), bytes.data(), bytes.size(), out.data(), out.size()));
+  Buffer out(libdeflate_zlib_compress_bound(deflater.get(), bytes.size()));
+  const std::size_t size =
+      libdeflate_zlib_compress(deflater.get(), bytes.data(), bytes.size(), out.data(), out.size());
+  out.resize(size);
   return out;
 }
 
-std::vector<std::byte> packXz(std::span<const std::byte> bytes) {
+Buffer packXz(std::span<const std::byte> bytes) {
   // Preset 1 and CRC64: what the streams of real files begin with.
   LzmaStream coder;
   if (lzma_easy_encoder(&coder.stream, 1, LZMA_CHECK_CRC64) != LZMA_OK) throw std::bad_alloc();
-  std::vector<std::byte> out(lzma_stream_buffer_bound(bytes.size()));
+  Buffer out(lzma_stream_buffer_bound(bytes.size()));
   coder.stream.next_in = asLzma(bytes.data());
   coder.stream.avail_in = bytes.size();
   coder.stream.next_out = asLzma(out.data());
@@ -137,53 +137,6 @@ std::vector<std::byte> packXz(std::span<const std::byte> bytes) {
 }
 
 }  // namespace
-
-namespace {
-
-/// From here on memory comes in pages of its own: given back whole, and large pages where possible.
-constexpr std::size_t kMapFrom = 4U << 20;
-
-}  // namespace
-
-Buffer::Buffer(std::size_t size) : size_(size), mapped_(size >= kMapFrom ? size : 0) {
-  bytes_ =
-      mapped_ ? storage::mapPages(size) : static_cast<std::byte*>(std::malloc(size ? size : 1));
-  if (!bytes_) throw std::bad_alloc();
-}
-
-Buffer::Buffer(Buffer&& other) noexcept
-    : bytes_(std::exchange(other.bytes_, nullptr)),
-      size_(std::exchange(other.size_, 0)),
-      mapped_(std::exchange(other.mapped_, 0)) {}
-
-Buffer& Buffer::operator=(Buffer&& other) noexcept {
-  std::swap(bytes_, other.bytes_);
-  std::swap(size_, other.size_);
-  std::swap(mapped_, other.mapped_);
-  return *this;
-}
-
-Buffer::~Buffer() {
-  if (mapped_) {
-    storage::unmapPages(bytes_, mapped_);
-  } else {
-    std::free(bytes_);
-  }
-}
-
-void Buffer::resize(std::size_t size) {
-  if (mapped_ && size >= kMapFrom) {
-    std::byte* moved = storage::remapPages(bytes_, mapped_, size);
-    if (!moved) throw std::bad_alloc();
-    bytes_ = moved;
-    mapped_ = size;
-  } else {
-    Buffer other(size);
-    std::memcpy(other.bytes_, bytes_, std::min(size, size_));
-    *this = std::move(other);
-  }
-  size_ = size;
-}
 
 Unpacked unpack(std::span<const std::byte> packed, Packing packing, const ReadLimits& limits,
                 std::uint64_t maxBytes) {
@@ -197,10 +150,12 @@ Unpacked unpack(std::span<const std::byte> packed, Packing packing, const ReadLi
   return out;
 }
 
-std::vector<std::byte> pack(std::span<const std::byte> bytes, Packing packing, int level) {
+Buffer pack(std::span<const std::byte> bytes, Packing packing, int level) {
   if (packing == Packing::zlib) return packZlib(bytes, level);
   if (packing == Packing::xz) return packXz(bytes);
-  return {bytes.begin(), bytes.end()};
+  Buffer out(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), out.data());
+  return out;
 }
 
 }  // namespace jt::file

@@ -62,7 +62,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
   report_.file = location.displayName().stringToMbs();
   report_.version = version_;
   std::vector<FilePiece> pieces;
-  std::vector<std::byte> front;
+  Buffer front;
   if (isUntouched()) {
     for (const TocEntry& entry : container_->toc())
       report_.segments.push_back(copied(entry).action);
@@ -70,7 +70,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
   } else {
     takeScene(SceneWriter(top_, source_, format_).encode());
     front = frontMatter();
-    pieces.push_back({front, nullptr, 0});
+    pieces.push_back({front.bytes(), nullptr, 0});
     std::vector<const Segment*> order;
     for (const auto* list : {&segments_, &gaps_})
       for (const Segment& segment : *list)
@@ -97,7 +97,7 @@ void FileWriter::takeScene(EncodedScene scene) {
                  : !sameForm_                            ? "the version changes"
                  : SceneWriter::isChanged(top_, source_) ? "the scene graph was changed"
                                                          : "asked for";
-  sceneBytes_ = writeSegment(scene.bytes, sceneId_, 1, format_, options_.compressionLevel);
+  sceneBytes_ = writeSegment(scene.bytes.bytes(), sceneId_, 1, format_, options_.compressionLevel);
   scene.bytes = {};
   if (container_) planExisting(scene);
   planNew(scene);
@@ -113,7 +113,7 @@ FileWriter::Segment FileWriter::copied(const TocEntry& entry) const {
           false};
 }
 
-FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, std::vector<std::byte> bytes,
+FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
                                           std::string reason) const {
   Segment segment{{entry.id, entry.type(), SegmentAction::Kind::rewritten, std::move(reason)},
                   std::move(bytes),
@@ -121,7 +121,7 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, std::vector<std
                   nullptr,
                   entry.offset,
                   false};
-  segment.bytes = segment.owned;
+  segment.bytes = segment.owned.bytes();
   return segment;
 }
 
@@ -186,8 +186,7 @@ void FileWriter::planExisting(const EncodedScene& scene) {
 }
 
 void FileWriter::planNew(EncodedScene& scene) {
-  const auto add = [&](const JtGuid& id, std::int32_t type, std::vector<std::byte> bytes,
-                       std::string reason) {
+  const auto add = [&](const JtGuid& id, std::int32_t type, Buffer bytes, std::string reason) {
     Segment& segment = segments_.emplace_back();
     segment.action = {id, type, SegmentAction::Kind::added, std::move(reason)};
     segment.owned = std::move(bytes);
@@ -202,7 +201,7 @@ void FileWriter::planNew(EncodedScene& scene) {
         segment.reason);
   }
   for (Segment& segment : segments_)
-    if (!segment.source) segment.bytes = segment.owned;  // the vector may have moved them
+    if (!segment.source) segment.bytes = segment.owned.bytes();  // the vector may have moved them
 }
 
 /// Bytes that belong to no segment are carried along, between the same neighbours.
@@ -243,8 +242,8 @@ std::string FileWriter::versionText() const {
 }
 
 /// Header and table of contents; the segments follow without gaps.
-std::vector<std::byte> FileWriter::frontMatter() {
-  std::vector<std::byte> out;
+Buffer FileWriter::frontMatter() {
+  ByteSink out;
   Writer writer(out, format_);
   const std::string text = versionText();
   writer.append(std::as_bytes(std::span(text)));
@@ -282,7 +281,7 @@ std::vector<std::byte> FileWriter::frontMatter() {
                    static_cast<std::uint32_t>(segment.action.type) << 24};
     fields(writer, entry);
   }
-  return out;
+  return std::move(out).take();
 }
 
 StorageSaveResult FileWriter::store(JtStorageLocation& location,

@@ -23,7 +23,7 @@ class FileWriter {
  private:
   struct Segment {
     SegmentAction action;
-    std::vector<std::byte> owned;  ///< when it is not copied
+    Buffer owned;  ///< when it is not copied
     std::span<const std::byte> bytes;
     const FileImage* source = nullptr;
     std::uint64_t sourceOffset = 0;
@@ -36,9 +36,9 @@ class FileWriter {
   void planNew(EncodedScene& scene);
   void planGaps();
   Segment copied(const TocEntry& entry) const;
-  Segment rewritten(const TocEntry& entry, std::vector<std::byte> bytes, std::string reason) const;
+  Segment rewritten(const TocEntry& entry, Buffer bytes, std::string reason) const;
   Segment convert(const TocEntry& entry, const JtBase* changed) const;
-  std::vector<std::byte> frontMatter();
+  Buffer frontMatter();
   StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
   std::string versionText() const;
   void takeScene(EncodedScene scene);
@@ -52,7 +52,7 @@ class FileWriter {
   Format format_;
   bool sameForm_;
   JtGuid sceneId_;
-  std::vector<std::byte> sceneBytes_;  // a whole segment
+  Buffer sceneBytes_;  // a whole segment
   std::string sceneReason_;
   std::vector<Segment> segments_;  // in the order of the table of contents
   std::vector<Segment> gaps_;

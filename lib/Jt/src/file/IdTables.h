@@ -3,7 +3,7 @@
 // Flat hash tables of the scene writer: they are asked once or more for every object of a save.
 
 #include <cstdint>
-#include <functional>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -68,7 +68,59 @@ struct PointerHash {
 
 template <class Object>
 using PointerIds = IdTable<const Object*, PointerHash>;
-/// Texts by what they say; the views must outlive the table.
-using TextIds = IdTable<std::u16string_view, std::hash<std::u16string_view>>;
+/// Texts by what they say. Holds hashes and ids alone, so that the table stays small and growing it
+/// touches no text; the caller tells what text an id stands for.
+class TextIds {
+ public:
+  TextIds() : slots_(1024) {}
+
+  /// The id of a text; a reference to 0 when it is new, to be filled at once. Valid until the next
+  /// call. @param textOf gives the text that an id was filled for
+  template <class TextOf>
+  std::int32_t& find(std::u16string_view text, TextOf textOf) {
+    if (2 * (count_ + 1) > slots_.size()) grow();
+    const std::uint32_t hash = hashOf(text);
+    std::size_t at = hash & (slots_.size() - 1);
+    for (; slots_[at].id != 0; at = (at + 1) & (slots_.size() - 1))
+      if (slots_[at].hash == hash && textOf(slots_[at].id) == text) return slots_[at].id;
+    slots_[at].hash = hash;
+    ++count_;
+    return slots_[at].id;
+  }
+
+ private:
+  struct Slot {
+    std::uint32_t hash = 0;
+    std::int32_t id = 0;
+  };
+
+  static std::uint32_t hashOf(std::u16string_view text) noexcept {
+    std::uint64_t hash = text.size();
+    const auto mix = [&](std::uint64_t word) {
+      hash = (hash ^ word) * 0x9e3779b97f4a7c15ULL;
+      hash ^= hash >> 32;
+    };
+    std::size_t i = 0;
+    for (std::uint64_t word = 0; i + 4 <= text.size(); i += 4) {
+      std::memcpy(&word, text.data() + i, sizeof word);
+      mix(word);
+    }
+    for (; i < text.size(); ++i) mix(text[i]);
+    return static_cast<std::uint32_t>(hash);
+  }
+  void grow() {
+    std::vector<Slot> larger(2 * slots_.size());
+    for (const Slot& slot : slots_) {
+      if (slot.id == 0) continue;
+      std::size_t at = slot.hash & (larger.size() - 1);
+      while (larger[at].id != 0) at = (at + 1) & (larger.size() - 1);
+      larger[at] = slot;
+    }
+    slots_.swap(larger);
+  }
+
+  std::vector<Slot> slots_;
+  std::size_t count_ = 0;
+};
 
 }  // namespace jt::file

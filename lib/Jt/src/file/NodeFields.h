@@ -290,7 +290,8 @@ struct NodeFields {
     if (!ar.has(Feature::bindingsTwice)) return;
     if constexpr (Ar::reading) {
       shape.bindingsAgain_.reset();
-      const bool present = sparse ? repeatsBindings(ar.rest(), ar.format(), shape.bindings_) : ar.left() >= 8;
+      const bool present =
+          sparse ? repeatsBindings(ar.rest(), ar.format(), shape.bindings_) : ar.left() >= 8;
       if (present) ar("vertexBindingsAgain", shape.bindingsAgain_.emplace());
     } else if (isFresh(ar, shape)) {
       ar("vertexBindingsAgain", shape.bindings_);

@@ -22,10 +22,9 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
     links.attributes.clear();
     links.children.clear();
     Ref<JtSceneObject> object = candidate.create();
-    Reader reader(source.body(element), source.format(), source.offset(element) + kFrameSize);
-    reader.links() = std::move(links);
+    Reader reader(source.body(element), source.format(), source.offset(element) + kFrameSize,
+                  nullptr, &links);
     candidate.read(reader, *object);
-    links = std::move(reader.links());
     return object;
   };
   if (kind) {

@@ -6,6 +6,7 @@
 #include "JtInstance.h"
 #include "JtTexture.h"
 #include "SceneReader.h"
+#include "SegmentObjects.h"
 #include "VisMetaDataNode.h"
 
 namespace jt::file {
@@ -31,6 +32,7 @@ SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& 
     if (nextId_ == std::numeric_limits<std::int32_t>::max())
       throw JtFormatError("too_many_ids", "the file uses up the object ids; it cannot be edited");
     ++nextId_;
+    firstNewId_ = nextId_;
     liveAtoms_.resize(source_->elementCount() - source_->firstAtom());
   }
 }
@@ -84,19 +86,23 @@ EncodedScene SceneWriter::encode() {
   keepStrayAtoms();
   nameSegmentsOfUnreadAtoms();
 
-  std::vector<std::byte>& out = result_.bytes;
-  if (source_) out.reserve(source_->bytes().size() + source_->bytes().size() / 16);
+  ByteSink& out = result_.bytes;
+  constexpr std::size_t kUsualNode = 200;  // with attributes
+  const std::size_t estimate = source_ ? source_->bytes().size() : kUsualNode * nodes_.size();
+  out.reserve(estimate + estimate / 16 + newAtoms_.size() + rows_.size());
   for (const Item& item : graph_) writeItem(out, item);
-  writeMarker(out);
+  writeEndMarker(out, format_);
   if (source_)
     for (std::uint32_t element = source_->firstAtom(); element < source_->elementCount(); ++element)
       if (liveAtoms_[element - source_->firstAtom()])
         writeItem(out, {nullptr, element, source_->objectId(element)});
-  for (const Item& item : newAtoms_) writeItem(out, item);
-  writeMarker(out);
-  writeTable(out);
-  if (source_ && sameForm_)
-    out.insert(out.end(), source_->surplus().begin(), source_->surplus().end());
+  out.append(newAtoms_.bytes());
+  writeEndMarker(out, format_);
+  Writer writer(out, format_);
+  writer("version", source_ ? source_->tableVersion() : std::int16_t{1});
+  writer("elementCount", rowCount_);
+  out.append(rows_.bytes());
+  if (source_ && sameForm_) out.append(source_->surplus());
   for (NewSegment& segment : changedMetaData(nodes_))
     result_.newSegments.push_back(std::move(segment));
   return std::move(result_);
@@ -108,23 +114,47 @@ std::int32_t SceneWriter::newId() {
   return nextId_++;
 }
 
+// --- Ids of objects that are not from the source
+
+/// An object that nobody else can be writing keeps its new id itself, in the place where a read
+/// object has its element: nodes belong to one graph, and what is held once is held by this graph.
+bool SceneWriter::hasOwnSlot(const JtSceneObject& object) const {
+  return !object.source_ && (object.refCount() == 1 || JtType::isA(&object, JtNode::classTypeID()));
+}
+
+void SceneWriter::setNewId(const JtSceneObject& object, std::int32_t id) {
+  if (hasOwnSlot(object)) {
+    object.element_ = static_cast<std::uint32_t>(id);
+  } else {
+    ids_[&object] = id;
+  }
+}
+
+std::int32_t SceneWriter::idOf(const JtSceneObject& object) const {
+  if (isOwn(object)) return object.objectId();
+  return hasOwnSlot(object) ? static_cast<std::int32_t>(object.element_) : ids_.at(&object);
+}
+
 /// Elements of the source keep their place and their id: those in use, and those that nothing led
 /// to when they were read. What is new follows, parents before children.
 void SceneWriter::collectGraph() {
   const std::uint32_t count = source_ ? source_->firstAtom() : 0;
   std::vector<const JtSceneObject*> live(count);
   std::vector<Item> added;
-  const auto meet = [&](const JtSceneObject& object) {
+  const auto meet = [&](const JtSceneObject& object, bool isFirst) {
     if (isOwn(object)) {
       live[SceneSource::elementOf(object)] = &object;
-    } else if (std::int32_t& id = ids_[&object]; id == 0) {
-      id = newId();
-      added.push_back({&object, SceneSource::kNone, id});
+    } else if (isFirst) {
+      setNewId(object, newId());
+      added.push_back({&object, SceneSource::kNone, nextId_ - 1});
     }
   };
   for (const JtNode* node : nodes_) {
-    meet(*node);
-    for (int i = 0; i < node->numAttributes(); ++i) meet(*node->attribute(i));
+    meet(*node, true);
+    for (int i = 0; i < node->numAttributes(); ++i) {
+      const JtAttribute& attribute = *node->attribute(i);
+      meet(attribute, hasOwnSlot(attribute) || ids_.at(&attribute) == 0);
+    }
   }
   graph_.reserve(count + added.size());
   for (std::uint32_t element = 0; element < count; ++element) {
@@ -175,23 +205,53 @@ void SceneWriter::markAtom(std::int32_t id) {
     liveAtoms_[element - source_->firstAtom()] = true;
 }
 
-void SceneWriter::keepUnreadRow(Row& row, std::uint32_t pairs) {
-  row.copiedPairs = pairs;
+void SceneWriter::putId(std::int32_t id) {
+  const std::int32_t stored = reorder(id, format_.bigEndian);
+  std::memcpy(rows_.extend(sizeof stored), &stored, sizeof stored);
+}
+
+/// Pairs of the source as they are.
+void SceneWriter::copyPairs(std::uint32_t pairs) {
   source_->eachPair(pairs, [&](std::int32_t key, std::int32_t value) {
     markAtom(key);
     markAtom(value);
+    putId(key);
+    putId(value);
   });
 }
 
+void SceneWriter::copyRow(std::int32_t owner, std::uint32_t pairs) {
+  putId(owner);
+  copyPairs(pairs);
+  putId(0);
+  ++rowCount_;
+}
+
 /// Pairs that name atoms which do not exist are no properties to anybody, but stay in the file.
-void SceneWriter::keepDanglingPairs(Row& row, std::uint32_t pairs) {
+void SceneWriter::keepDanglingPairs(std::uint32_t pairs) {
   const auto isAtom = [&](std::int32_t id) {
     const std::uint32_t element = source_->find(id);
     return element != SceneSource::kNone && element >= source_->firstAtom();
   };
   source_->eachPair(pairs, [&](std::int32_t key, std::int32_t value) {
-    if (!isAtom(key) || !isAtom(value)) row.pairs.push_back({key, value});
+    if (isAtom(key) && isAtom(value)) return;
+    putId(key);
+    putId(value);
   });
+}
+
+/// The id of a text that the source does not have; equal texts share one atom.
+std::int32_t SceneWriter::newTextId(const JtStringPropAtom& text, bool& isNew) {
+  std::int32_t& known = newTexts_.find(text.value().units(), [this](std::int32_t id) {
+    return std::u16string_view(newTextOf_[static_cast<std::size_t>(id - firstNewId_)]->units());
+  });
+  isNew = known == 0;
+  if (isNew) {
+    known = newId();
+    newTextOf_.resize(static_cast<std::size_t>(known - firstNewId_) + 1);
+    newTextOf_.back() = &text.value();
+  }
+  return known;
 }
 
 std::int32_t SceneWriter::atomId(const JtPropAtom& atom) {
@@ -200,77 +260,71 @@ std::int32_t SceneWriter::atomId(const JtPropAtom& atom) {
     liveAtoms_[element - source_->firstAtom()] = true;
     return source_->objectId(element);
   }
-  std::int32_t& slot = ids_[&atom];
-  if (slot != 0) return slot;
+  // An atom that only one property holds cannot be met again: it needs no place in the table.
+  const bool isShared = atom.refCount() > 1;
+  if (isShared)
+    if (const std::int32_t known = ids_.at(&atom)) return known;
   const auto* text = as<JtStringPropAtom>(&atom);
-  const bool isPlainText = text && text->stateFlags() == 0;
-  if (isPlainText) {
-    std::int32_t& sharedId = newTexts_[text->value().units()];
-    if (sharedId != 0) return slot = sharedId;
-    sharedId = newId();
-    slot = sharedId;
-  } else {
-    slot = newId();
-  }
-  const std::int32_t id = slot;
-  newAtoms_.push_back({&atom, SceneSource::kNone, id});
-  if (const auto* late = as<JtLateLoadedPropAtom>(&atom)) {
-    result_.namedSegments.push_back(late->segmentId());
-    if (late->object_ && !SceneSource::sourceOf(atom))
-      result_.newSegments.push_back(
-          {late->segmentId(), late->segmentType(), late->object_, "it is new"});
-  }
+  bool isNew = true;
+  const std::int32_t id = text && text->stateFlags() == 0 ? newTextId(*text, isNew) : newId();
+  if (isShared) ids_[&atom] = id;
+  if (isNew) addAtom(atom, id);
   return id;
 }
 
-void SceneWriter::collectNodeRow(const JtNode& node, std::int32_t id) {
-  Row row{id, {}, 0};
+void SceneWriter::addAtom(const JtPropAtom& atom, std::int32_t id) {
+  const Item item{&atom, SceneSource::kNone, id};
+  if (skipsInConversion(item)) return;
+  writeObject(newAtoms_, item, nullptr);
+  const auto* late = as<JtLateLoadedPropAtom>(&atom);
+  if (!late) return;
+  result_.namedSegments.push_back(late->segmentId());
+  if (late->object_ && !SceneSource::sourceOf(atom))
+    result_.newSegments.push_back(
+        {late->segmentId(), late->segmentType(), late->object_, "it is new"});
+}
+
+/// @param sourcePairs the node's row in the source, 0 for none. False when it has no properties.
+bool SceneWriter::collectNodeRow(const JtNode& node, std::int32_t owner,
+                                 std::uint32_t sourcePairs) {
+  const std::size_t start = rows_.size();
+  putId(owner);
   if (isUnloaded(node)) {
-    keepUnreadRow(row, node.propertyRow_.load(std::memory_order_acquire));
+    copyPairs(node.propertyRow_.load(std::memory_order_acquire));
   } else {
     for (const Property& property : node.properties()) {
-      const std::int32_t key = atomId(*property.key);
-      row.pairs.push_back({key, atomId(*property.value)});
+      putId(atomId(*property.key));
+      putId(atomId(*property.value));
     }
+    if (sourcePairs != 0) keepDanglingPairs(sourcePairs);
   }
-  if (row.copiedPairs || !row.pairs.empty()) rows_.push_back(std::move(row));
+  if (rows_.size() == start + sizeof(std::int32_t)) {
+    rows_.shrink(start);
+    return false;
+  }
+  putId(0);
+  ++rowCount_;
+  return true;
 }
 
 /// Rows keep the order of the source; owners that got their first property follow.
 void SceneWriter::collectProperties() {
-  std::unordered_map<std::int32_t, const JtNode*> own;
-  std::vector<const JtNode*> added;
-  for (const JtNode* node : nodes_) {
-    if (isOwn(*node)) {
-      own.emplace(node->objectId(), node);
-    } else {
-      added.push_back(node);
-    }
-  }
+  std::vector<const JtNode*> own(source_ ? source_->firstAtom() : 0);
+  for (const JtNode* node : nodes_)
+    if (isOwn(*node)) own[SceneSource::elementOf(*node)] = node;
   if (source_)
-    for (const PropertyRow& sourceRow : source_->rows()) {
-      const std::uint32_t element = source_->find(sourceRow.owner);
-      const auto node = own.find(sourceRow.owner);
-      if (node != own.end()) {
-        const std::size_t before = rows_.size();
-        collectNodeRow(*node->second, sourceRow.owner);
-        if (rows_.size() > before && !rows_.back().copiedPairs)
-          keepDanglingPairs(rows_.back(), sourceRow.pairs);
-        own.erase(node);  // a second row of the same node went into the first
-      } else if (sameForm_ && !source_->isNode(element)) {
+    for (const PropertyRow& row : source_->rows()) {
+      const std::uint32_t element = source_->find(row.owner);
+      if (element < own.size() && own[element]) {
+        collectNodeRow(*own[element], row.owner, row.pairs);
+        own[element] = nullptr;  // a second row of the same node went into the first
+      } else if (sameForm_ && (!source_->isNode(element) || source_->isStray(element))) {
         // Owners that are no nodes, or do not exist, are none of the scene's business.
-        Row row{sourceRow.owner, {}, 0};
-        keepUnreadRow(row, sourceRow.pairs);
-        rows_.push_back(row);
-      } else if (sameForm_ && source_->isStray(element)) {
-        Row row{sourceRow.owner, {}, 0};
-        keepUnreadRow(row, sourceRow.pairs);
-        rows_.push_back(row);
+        copyRow(row.owner, row.pairs);
       }
     }
   for (const JtNode* node : nodes_)
-    if (isOwn(*node) && own.contains(node->objectId())) collectNodeRow(*node, node->objectId());
-  for (const JtNode* node : added) collectNodeRow(*node, ids_.at(node));
+    if (!isOwn(*node) || own[SceneSource::elementOf(*node)]) collectNodeRow(*node, idOf(*node), 0);
 }
 
 /// Atoms that no property named when the file was read stay, whatever they are for.
@@ -306,13 +360,13 @@ void SceneWriter::nameSegmentsOfUnreadAtoms() {
 
 // --- Bytes
 
-void SceneWriter::writeItem(std::vector<std::byte>& out, const Item& item) {
+void SceneWriter::writeItem(ByteSink& out, const Item& item) {
   const JtSceneObject* object = item.object;
   const bool copies =
       sameForm_ && item.element != SceneSource::kNone && (!object || !object->isModified());
   if (copies) {
     const auto bytes = source_->elementBytes(item.element);
-    out.insert(out.end(), bytes.begin(), bytes.end());
+    out.append(bytes);
     return;
   }
   if (object) {
@@ -334,7 +388,7 @@ void SceneWriter::writeItem(std::vector<std::byte>& out, const Item& item) {
   }
 }
 
-void SceneWriter::writeObject(std::vector<std::byte>& out, const Item& item, const Links* links) {
+void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links* links) {
   const JtSceneObject& object = *item.object;
   const SceneSource* from = SceneSource::sourceOf(object);
   const ElementKind* kind = findElementKind(object.typeID());
@@ -360,11 +414,10 @@ void SceneWriter::writeObject(std::vector<std::byte>& out, const Item& item, con
   Writer writer(out, format_);
   writer.setConverting(from && from->format() != format_);
   fields(writer, frame, true);
-  if (links) {
-    writer.links() = *links;
-  } else {
-    fillLinks(object, writer.links());
-  }
+  links_.attributes.clear();
+  links_.children.clear();
+  if (!links) fillLinks(object, links_);
+  writer.setLinks(links ? *links : links_);
   kind->write(writer, const_cast<JtSceneObject&>(object));  // a Writer only looks
   const std::size_t length = out.size() - start - kLengthSize;
   if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
@@ -376,37 +429,10 @@ void SceneWriter::writeObject(std::vector<std::byte>& out, const Item& item, con
 void SceneWriter::fillLinks(const JtSceneObject& object, Links& links) const {
   const auto* node = as<JtNode>(&object);
   if (!node) return;
-  const auto idOf = [&](const JtSceneObject& other) {
-    return isOwn(other) ? other.objectId() : ids_.at(&other);
-  };
-  for (int i = 0; i < node->numAttributes(); ++i)
-    links.attributes.push_back(idOf(*node->attribute(i)));
-  for (int i = 0; i < ownChildren(*node); ++i) links.children.push_back(idOf(*node->child(i)));
-}
-
-void SceneWriter::writeMarker(std::vector<std::byte>& out) const {
-  Writer writer(out, format_);
-  writer("elementLength", static_cast<std::int32_t>(kMarkerLength));
-  out.insert(out.end(), kMarkerLength, std::byte{0xff});
-}
-
-void SceneWriter::writeTable(std::vector<std::byte>& out) const {
-  Writer writer(out, format_);
-  writer("version", source_ ? source_->tableVersion() : std::int16_t{1});
-  writer("elementCount", static_cast<std::int32_t>(rows_.size()));
-  for (const Row& row : rows_) {
-    writer("elementObjectId", row.owner);
-    if (row.copiedPairs) {
-      std::size_t size = 0;
-      source_->eachPair(row.copiedPairs, [&](std::int32_t, std::int32_t) { size += 8; });
-      writer.append(source_->bytes().subspan(row.copiedPairs, size));
-    }
-    for (const Pair& pair : row.pairs) {
-      writer("keyObjectId", pair.key);
-      writer("valueObjectId", pair.value);
-    }
-    writer("keyObjectId", std::int32_t{0});
-  }
+  const int attributes = node->numAttributes();
+  for (int i = 0; i < attributes; ++i) links.attributes.push_back(idOf(*node->attribute(i)));
+  const int children = ownChildren(*node);
+  for (int i = 0; i < children; ++i) links.children.push_back(idOf(*node->child(i)));
 }
 
 }  // namespace jt::file

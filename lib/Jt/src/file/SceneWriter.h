@@ -20,7 +20,7 @@ struct NewSegment {
 };
 
 struct EncodedScene {
-  std::vector<std::byte> bytes;         ///< content of the scene graph segment
+  ByteSink bytes;                       ///< content of the scene graph segment
   std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory, changed metadata
   std::vector<JtGuid> namedSegments;    ///< every segment that a late-loaded atom names
   std::vector<SaveWarning> warnings;    ///< what this form cannot hold
@@ -48,23 +48,16 @@ class SceneWriter {
     std::uint32_t element = SceneSource::kNone;
     std::int32_t id = 0;
   };
-  /// A pair of the new property table.
-  struct Pair {
-    std::int32_t key;
-    std::int32_t value;
-  };
-  struct Row {
-    std::int32_t owner = 0;
-    std::vector<Pair> pairs;
-    std::uint32_t copiedPairs = 0;  ///< offset in the source when the row is copied unread
-  };
-
   void collectGraph();
   void collectProperties();
-  void collectNodeRow(const JtNode& node, std::int32_t id);
-  void keepUnreadRow(Row& row, std::uint32_t pairs);
-  void keepDanglingPairs(Row& row, std::uint32_t pairs);
+  bool collectNodeRow(const JtNode& node, std::int32_t owner, std::uint32_t sourcePairs);
+  void copyRow(std::int32_t owner, std::uint32_t pairs);
+  void copyPairs(std::uint32_t pairs);
+  void keepDanglingPairs(std::uint32_t pairs);
+  void putId(std::int32_t id);
   std::int32_t atomId(const JtPropAtom& atom);
+  std::int32_t newTextId(const JtStringPropAtom& text, bool& isNew);
+  void addAtom(const JtPropAtom& atom, std::int32_t id);
   std::int32_t newId();
   bool isOwn(const JtSceneObject& object) const { return SceneSource::isFrom(object, source_); }
   bool isUnloaded(const JtNode& node) const;
@@ -72,12 +65,14 @@ class SceneWriter {
   void keepStrayAtoms();
   void nameSegmentsOfUnreadAtoms();
 
-  void writeItem(std::vector<std::byte>& out, const Item& item);
+  std::int32_t idOf(const JtSceneObject& object) const;
+  void setNewId(const JtSceneObject& object, std::int32_t id);
+  bool hasOwnSlot(const JtSceneObject& object) const;
+
+  void writeItem(ByteSink& out, const Item& item);
   /// @param links ids of attributes and children; null: those of the objects that it holds
-  void writeObject(std::vector<std::byte>& out, const Item& item, const Links* links);
+  void writeObject(ByteSink& out, const Item& item, const Links* links);
   void fillLinks(const JtSceneObject& object, Links& links) const;
-  void writeMarker(std::vector<std::byte>& out) const;
-  void writeTable(std::vector<std::byte>& out) const;
   bool skipsInConversion(const Item& item);
   void leaveOut(const std::string& what, std::uint32_t element);
 
@@ -89,12 +84,16 @@ class SceneWriter {
   std::int32_t nextId_ = 1;
   std::vector<const JtNode*> nodes_;
   std::vector<Item> graph_;
-  std::vector<Item> newAtoms_;
-  std::vector<Row> rows_;
-  PointerIds<JtSceneObject> ids_;      // objects that are not from the source
-  TextIds newTexts_;                   // equal texts share one atom
-  std::vector<bool> liveAtoms_;        // by element - firstAtom
-  std::vector<Ref<JtPropAtom>> kept_;  // what ids_ points at
+  ByteSink newAtoms_;  // elements of atoms that are not from the source
+  Links links_;        // of the node that is being written
+  ByteSink rows_;      // of the property table, without its head
+  std::int32_t rowCount_ = 0;
+  PointerIds<JtSceneObject> ids_;  // of shared objects that are not from the source
+  std::int32_t firstNewId_ = 1;
+  std::vector<const JtString*> newTextOf_;  // by id - firstNewId_
+  TextIds newTexts_;                        // equal texts share one atom
+  std::vector<bool> liveAtoms_;             // by element - firstAtom
+  std::vector<Ref<JtPropAtom>> kept_;       // what ids_ points at
 };
 
 }  // namespace jt::file

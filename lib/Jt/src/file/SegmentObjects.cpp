@@ -32,9 +32,9 @@ Ref<JtBase> readObject(const SegmentElement& element, const Format& format) {
 }
 
 /// The fields of an object in the form of a file. Throws JtFormatError when it does not serialise.
-std::vector<std::byte> bodyOf(const JtBase& object, const Format& format) {
+ByteSink bodyOf(const JtBase& object, const Format& format) {
+  ByteSink body;
   if (const auto* data = as<JtMetaData>(&object)) {
-    std::vector<std::byte> body;
     Writer writer(body, format);
     writer.setConverting(true);
     JtMetaData copy(*data);
@@ -45,7 +45,8 @@ std::vector<std::byte> bodyOf(const JtBase& object, const Format& format) {
   if (!object.serialize(stream))
     throw JtFormatError("bad_object", std::string("an object of type ") + object.typeID()->name() +
                                           " cannot be written");
-  return stream.written();
+  body.append(stream.written());
+  return body;
 }
 
 /// Frame and body; the frame's length is worked out here.
@@ -109,60 +110,66 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry)
   return {};
 }
 
-std::vector<std::byte> writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
-                                          const Format& format, int level) {
-  std::vector<std::byte> content;
+Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
+                          const Format& format, int level) {
+  ByteSink content;
   Writer writer(content, format);
-  writeElement(writer, {0, object.typeID()->guid(), kOtherBaseType, 0}, bodyOf(object, format));
+  writeElement(writer, {0, object.typeID()->guid(), kOtherBaseType, 0},
+               bodyOf(object, format).bytes());
   if (format.has(Feature::segmentObjectIds)) {  // 8.x writers end with the element
-    writer("elementLength", static_cast<std::int32_t>(kMarkerLength));
-    const std::vector<std::byte> marker(kMarkerLength, std::byte{0xff});
-    writer.append(marker);
+    writeEndMarker(content, format);
     writer("propertyTableVersion", std::int16_t{1});
     writer("propertyTableCount", std::int32_t{0});
   }
-  return writeSegment(content, id, type, format, level);
+  return writeSegment(content.bytes(), id, type, format, level);
 }
 
-std::vector<std::byte> replaceSegmentObject(const Container& container, const TocEntry& entry,
-                                            const JtBase& object, int level) {
+Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, const JtBase& object,
+                            int level) {
   const Format& format = container.format();
   const SegmentContent old = container.load(entry);
   for (const SegmentElement& element : segmentElements(old.bytes, format)) {
     if (element.frame.typeId != object.typeID()->guid()) continue;
-    std::vector<std::byte> content(old.bytes.begin(),
-                                   old.bytes.begin() + static_cast<std::ptrdiff_t>(element.offset));
+    ByteSink content;
+    content.append(old.bytes.first(element.offset));
     Writer writer(content, format);
-    writeElement(writer, element.frame, bodyOf(object, format));
+    writeElement(writer, element.frame, bodyOf(object, format).bytes());
     writer.append(old.bytes.subspan(element.bodyOffset + element.body.size()));
-    return writeSegment(content, entry.id, entry.type(), format, level);
+    return writeSegment(content.bytes(), entry.id, entry.type(), format, level);
   }
   return writeSegmentObject(object, entry.id, entry.type(), format, level);
 }
 
-std::vector<std::byte> writeSegment(std::span<const std::byte> content, const JtGuid& id,
-                                    std::int32_t type, const Format& format, int level) {
-  const Packing packing = format.has(Feature::lzma) ? Packing::xz : Packing::zlib;
-  const std::vector<std::byte> stream = isShapeSegment(type)
-                                            ? std::vector<std::byte>(content.begin(), content.end())
-                                            : pack(content, packing, level);
-  const std::size_t headers = kSegmentHeaderSize + (isShapeSegment(type) ? 0 : kPackingHeaderSize);
+void writeEndMarker(ByteSink& out, const Format& format) {
+  Writer writer(out, format);
+  writer("elementLength", static_cast<std::int32_t>(kMarkerLength));
+  std::memset(out.extend(kMarkerLength), 0xff, kMarkerLength);
+}
+
+Buffer writeSegment(std::span<const std::byte> content, const JtGuid& id, std::int32_t type,
+                    const Format& format, int level) {
+  const bool isShape = isShapeSegment(type);
+  const Packing packing = isShape                     ? Packing::stored
+                          : format.has(Feature::lzma) ? Packing::xz
+                                                      : Packing::zlib;
+  const Buffer stream = pack(content, packing, level);
+  const std::size_t headers = kSegmentHeaderSize + (isShape ? 0 : kPackingHeaderSize);
   if (stream.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - headers)
     throw JtFormatError("too_large", "a segment of " + std::to_string(stream.size()) +
                                          " bytes cannot be stored; the format allows 2 GiB");
-  std::vector<std::byte> out;
+  ByteSink out;
   out.reserve(headers + stream.size());
   Writer writer(out, format);
   SegmentHeader header{id, type, static_cast<std::int32_t>(headers + stream.size())};
   fields(writer, header);
-  if (!isShapeSegment(type)) {
+  if (!isShape) {
     PackingHeader packed{packing == Packing::zlib ? 2U : 3U,
                          static_cast<std::int32_t>(stream.size() + 1),
                          static_cast<std::uint8_t>(packing)};
     fields(writer, packed);
   }
-  writer.append(stream);
-  return out;
+  out.append(stream.bytes());
+  return std::move(out).take();
 }
 
 }  // namespace jt::file

@@ -28,16 +28,19 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry)
 
 /// A whole segment around one object, in the form of a file. Throws JtFormatError when the object
 /// does not serialise.
-std::vector<std::byte> writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
-                                          const Format& format, int level);
+Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
+                          const Format& format, int level);
 
 /// A segment of a file with one object in the place of the element that it was read from. Other
 /// elements of the segment and what follows them stay as they are. Throws JtFormatError.
-std::vector<std::byte> replaceSegmentObject(const Container& container, const TocEntry& entry,
-                                            const JtBase& object, int level);
+Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, const JtBase& object,
+                            int level);
+
+/// The element that ends a list.
+void writeEndMarker(ByteSink& out, const Format& format);
 
 /// A whole segment around finished content, packed as the generation does it.
-std::vector<std::byte> writeSegment(std::span<const std::byte> content, const JtGuid& id,
-                                    std::int32_t type, const Format& format, int level);
+Buffer writeSegment(std::span<const std::byte> content, const JtGuid& id, std::int32_t type,
+                    const Format& format, int level);
 
 }  // namespace jt::file

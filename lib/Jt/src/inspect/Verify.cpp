@@ -60,7 +60,7 @@ class Verifier {
 
   /// Every element decodes, and encodes to the bytes that it was decoded from.
   void elements() {
-    std::vector<std::byte> again;
+    ByteSink again;
     Links links;
     for (std::uint32_t element = 0; element < source_->elementCount(); ++element) {
       const ElementKind* kind = nullptr;
@@ -79,12 +79,12 @@ class Verifier {
                 ", carried as it is");
         continue;
       }
-      again.clear();
+      again.shrink(0);
       Writer writer(again, source_->format());
-      writer.links() = links;
+      writer.setLinks(links);
       kind->write(writer, *object);
       const auto body = source_->body(element);
-      if (!std::equal(again.begin(), again.end(), body.begin(), body.end()))
+      if (!std::ranges::equal(again.bytes(), body))
         add(false, "unusual_form", source_->entry(), source_->offset(element),
             std::string(kind->name) + " would be written in another form when it is edited");
     }
@@ -148,10 +148,10 @@ class Verifier {
     JtMetaData data;
     Reader reader(element.body, container_->format(), element.bodyOffset);
     MetaDataFields::run(reader, data);
-    std::vector<std::byte> again;
+    ByteSink again;
     Writer writer(again, container_->format());
     MetaDataFields::run(writer, data);
-    if (!std::equal(again.begin(), again.end(), element.body.begin(), element.body.end()))
+    if (!std::ranges::equal(again.bytes(), element.body))
       add(false, "unusual_form", entry, element.offset,
           "the metadata would be written in another form when it is edited");
   }
