@@ -162,14 +162,14 @@ RWClassicWString JtwNode::name(JtNode* node) {
 }
 
 RWClassicWString JtwNode::nameWithExtension() {
-  const RWClassicWString own = nameWithExtension(jtNode());
+  RWClassicWString own = nameWithExtension(jtNode());
   if (!own.empty() || !jtNode_) return own;
   JtNode* above = jtNode_->parent(0);
   return jt::as<JtInstance>(above) ? nameWithExtension(above) : own;
 }
 
 RWClassicWString JtwNode::name() {
-  const RWClassicWString own = name(jtNode());
+  RWClassicWString own = name(jtNode());
   if (!own.empty() || !jtNode_) return own;
   JtNode* above = jtNode_->parent(0);
   return jt::as<JtInstance>(above) ? name(above) : own;
