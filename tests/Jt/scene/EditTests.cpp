@@ -1,0 +1,278 @@
+// Edits of opened files: what changes in the saved file, and what must not.
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "Jt.h"
+#include "JtBaseDataStream.h"
+#include "JtFactory.h"
+#include "JtInstance.h"
+#include "VisPartNode.h"
+#include "file/SceneSource.h"
+#include "support/FileBuilder.h"
+#include "support/SceneText.h"
+
+namespace {
+
+using namespace jt::file;
+using B = SceneBuilder;
+
+jt::Ref<JtStringPropAtom> text(const char* value) {
+  return jt::make<JtStringPropAtom>(JtString(value));
+}
+void set(JtNode& node, const char* key, const char* value) {
+  ASSERT_TRUE(node.addProperty(text(key).get(), text(value).get(), true));
+}
+JtNode* at(JtNode& root, std::initializer_list<int> path) {
+  JtNode* node = &root;
+  for (const int index : path) node = node->child(index);
+  return node;
+}
+std::map<std::int32_t, Bytes> elementsOf(const JtPartition& partition) {
+  const SceneSource* scene = SceneSource::sourceOf(partition);
+  std::map<std::int32_t, Bytes> result;
+  for (std::uint32_t element = 0; element < scene->elementCount(); ++element) {
+    const auto bytes = scene->elementBytes(element);
+    result[scene->objectId(element)] = {bytes.begin(), bytes.end()};
+  }
+  return result;
+}
+/// What a save did with the segment of that number.
+std::string fate(const jt::SaveReport& report, std::uint32_t number) {
+  for (const jt::SegmentAction& action : report.segments) {
+    if (action.id != FileBuilder::id(number)) continue;
+    const char* const names[] = {"copied", "rewritten", "added", "dropped"};
+    return names[static_cast<int>(action.kind)];
+  }
+  return "missing";
+}
+
+TEST(Edit, RenamingANodeLeavesTheOneThatSharesItsNameAtom) {
+  for (const char* name : {"tiny81.jt", "tiny95.jt", "tiny95be.jt", "tiny100.jt", "tiny105.jt"}) {
+    SCOPED_TRACE(name);
+    MemoryStorage storage;
+    const auto root = storage.open(testData(name));
+    const auto before = elementsOf(*root);
+    set(*at(*root, {0, 0}), Jt::jtPropName, "new");
+    EXPECT_TRUE(root->isContentModified());
+    const auto again = storage.open(storage.saved(*root));
+    EXPECT_EQ(Jt::name(at(*again, {0, 0})), JtString("new"));
+    EXPECT_EQ(Jt::name(at(*again, {0, 0, 0})), JtString("Cube.part;0;0:"));
+    EXPECT_EQ(Jt::name(again.get()), JtString("Tiny.asm;0;0:"));
+    const auto after = elementsOf(*again);
+    for (const auto& [id, bytes] : before) EXPECT_EQ(after.at(id), bytes) << id;
+    EXPECT_EQ(after.size(), before.size() + 1) << "the value is new, nothing else";
+  }
+}
+
+TEST(Edit, PropertiesAreAddedReplacedKeptAndRemoved) {
+  MemoryStorage storage;
+  const auto root = storage.open(testData("tiny95.jt"));
+  JtNode& part = *at(*root, {0, 0, 0});
+  const auto number = jt::make<JtInt32PropAtom>(5);
+  EXPECT_FALSE(part.addProperty(text(Jt::jtPropName).get(), number.get(), false));
+  EXPECT_FALSE(part.addProperty(nullptr, number.get(), true));
+  EXPECT_FALSE(part.addProperty(text("k").get(), nullptr, true));
+  EXPECT_FALSE(part.addProperty(number.get(), number.get(), true));
+  EXPECT_FALSE(part.propertiesModified());
+  EXPECT_EQ(storage.saved(*root), testData("tiny95.jt"));
+  EXPECT_TRUE(part.addProperty(text("k").get(), number.get(), false));
+  EXPECT_TRUE(part.deleteProperty(text(Jt::jtPropMeasurementUnits).get()));
+  EXPECT_FALSE(part.deleteProperty(text("none").get()));
+  const auto again = storage.open(storage.saved(*root));
+  JtNode& saved = *at(*again, {0, 0, 0});
+  EXPECT_EQ(saved.numProperties(), 3);
+  EXPECT_EQ(jt::as<JtInt32PropAtom>(saved.property("k"))->value(), 5);
+  EXPECT_EQ(saved.property(Jt::jtPropMeasurementUnits), nullptr);
+  JtPropAtom* unit = nullptr;
+  EXPECT_TRUE(saved.lookupProperty(text(Jt::jtPropMeasurementUnits).get(), unit, false));
+  EXPECT_EQ(unit, nullptr);
+  EXPECT_TRUE(saved.lookupProperty(text(Jt::jtPropMeasurementUnits).get(), unit, true));
+  EXPECT_NE(unit, nullptr) << "inherited from the partition";
+}
+
+TEST(Edit, MetaDataIsReadThroughPropertiesAndRewrittenWhenAKeyIsRemoved) {
+  for (const char* name : {"tiny81.jt", "tiny95be.jt", "tiny105.jt"}) {
+    SCOPED_TRACE(name);
+    MemoryStorage storage;
+    const auto root = storage.open(testData(name));
+    auto* part = jt::as<VisPartNode>(at(*root, {0, 0, 0}));
+    ASSERT_TRUE(part->ensureMetaData());
+    EXPECT_EQ(storage.saved(*root), testData(name)) << "loading is no change";
+    ASSERT_TRUE(part->deleteProperty(text("LAYER").get()));
+    EXPECT_EQ(part->property("LAYER"), nullptr);
+    const auto again = storage.open(storage.saved(*root));
+    auto* saved = jt::as<VisPartNode>(at(*again, {0, 0, 0}));
+    ASSERT_TRUE(saved->ensureMetaData());
+    EXPECT_EQ(saved->metaData()->entries().size(), 2U);
+    EXPECT_EQ(jt::as<JtStringPropAtom>(saved->property("Name"))->value(), JtString("bracket"));
+    EXPECT_EQ(saved->property("LAYER"), nullptr);
+  }
+}
+
+TEST(Edit, ARemovedNodeTakesItsRowAndTheSegmentsThatOnlyItNamesWithIt) {
+  const Format format{10, 5, false};
+  constexpr int types[] = {7, 17, 4, 5, 23, 30, 31, 77, 6};  // segments 2 to 10
+  SceneBuilder scene(format);
+  FileBuilder file(format);
+  scene.partition(1, {2, 3}).group(2, {}).group(3, {}).marker().text(9, "key");
+  std::vector<std::int32_t> row{2};
+  for (std::uint32_t number = 2; number <= 10; ++number) {
+    const auto id = static_cast<std::int32_t>(number + 10);
+    Fields late = scene.fields().version(2).put(std::uint32_t{0}).version(2);
+    scene.element(B::kLate, 8, id, late.put(FileBuilder::id(number)).i32(types[number - 2]).i32(0));
+    row.insert(row.end(), {9, id});
+  }
+  scene.marker().table({row, {3, 9, 20}});  // segment 10 is named by node 3 too
+  file.scene(scene);
+  for (std::uint32_t number = 2; number <= 10; ++number)
+    file.segment(number, types[number - 2], Bytes(40, std::byte(number)));
+  file.segment(11, 8, Bytes(40)).segment(12, 17, Bytes(40));  // nothing named these before
+
+  MemoryStorage storage;
+  const auto root = storage.open(file.build());
+  ASSERT_TRUE(root->removeChild(0));
+  const Bytes saved = storage.saved(*root);
+  const std::string expected[] = {"rewritten", "dropped", "dropped", "dropped", "copied", "copied",
+                                  "copied",    "copied",  "copied",  "copied",  "copied", "copied"};
+  for (std::uint32_t number = 1; number <= 12; ++number)
+    EXPECT_EQ(fate(storage.report(), number), expected[number - 1]) << number;
+  const auto again = storage.open(saved);
+  EXPECT_EQ(again->container()->toc().size(), 9U);
+  EXPECT_EQ(SceneSource::sourceOf(*again)->rows().size(), 1U);
+  EXPECT_EQ(SceneSource::sourceOf(*again)->find(2), SceneSource::kNone);
+  EXPECT_EQ(SceneText::of(*again), SceneText::of(*root));
+}
+
+TEST(Edit, WhatIsNewGetsNewIdsAndWhatIsOldKeepsItsBytes) {
+  MemoryStorage storage;
+  for (const char* name : {"zoo81.jt", "zoo95.jt", "zoo100.jt", "zoo105.jt"}) {
+    SCOPED_TRACE(name);
+    const auto root = storage.open(testData(name));
+    const auto before = elementsOf(*root);
+    const auto group = jt::make<JtGroup>();
+    const auto instance = jt::make<JtInstance>();
+    ASSERT_TRUE(root->addChild(group.get()));
+    ASSERT_TRUE(group->addChild(instance.get()));
+    ASSERT_TRUE(instance->setChild(root->child(0)));
+    ASSERT_TRUE(instance->appendAttribute(
+        jt::make<JtXform>(jt::Matrix4{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 4, 5, 6, 1}).get()));
+    ASSERT_TRUE(instance->appendAttribute(root->attribute(0)));
+    set(*instance, "a", "b");
+    set(*group, "b", "a");
+    const auto again = storage.open(storage.saved(*root));
+    EXPECT_EQ(SceneText::of(*again), SceneText::of(*root));
+    auto after = elementsOf(*again);
+    for (const auto& [id, bytes] : before) {
+      EXPECT_TRUE(id == 1 || after.at(id) == bytes) << id;
+      after.erase(id);
+    }
+    EXPECT_EQ(after.size(), 5U);  // group, instance, transform, two texts
+    EXPECT_GT(after.begin()->first, before.rbegin()->first);
+  }
+}
+
+/// A late-loaded property of an application.
+class Recipe : public JtBase {
+ public:
+  static const JtType* classTypeID() {
+    static const JtType type("Recipe", JtBase::classTypeID(),
+                             *JtGuid::parse("7e5ec1be-0000-4000-8000-000000000001"),
+                             []() -> JtBase* { return new Recipe; });
+    return &type;
+  }
+  const JtType* typeID() const override { return classTypeID(); }
+  bool serialize(JtBaseDataStream& out) const override {
+    return out.write(steps) && out.write(title);
+  }
+  bool deserialize(JtBaseDataStream& in) override { return in.read(steps) && in.read(title); }
+  std::int32_t steps = 0;
+  JtString title;
+};
+
+TEST(Edit, ALateLoadedPropertyOfAnApplicationIsStoredAndFoundAgain) {
+  JtFactory::addType(Recipe::classTypeID());
+  MemoryStorage storage;
+  for (const char* name : {"tiny81.jt", "tiny95be.jt", "tiny100.jt", "tiny105.jt"}) {
+    SCOPED_TRACE(name);
+    const auto root = storage.open(testData(name));
+    const auto recipe = jt::make<Recipe>();
+    recipe->steps = -3;
+    recipe->title = JtString("\u00e4");
+    const auto atom = jt::make<JtLateLoadedPropAtom>(recipe);
+    ASSERT_TRUE(root->child(0)->addProperty(text("recipe").get(), atom.get(), false));
+    EXPECT_EQ(storage.saved(*root), storage.saved(*root));
+    const Bytes file = storage.saved(*root);
+    const auto again = storage.open(file);
+    auto* saved = jt::as<JtLateLoadedPropAtom>(again->child(0)->property("recipe"));
+    ASSERT_NE(saved, nullptr);
+    EXPECT_FALSE(saved->isLoaded());
+    const auto loaded = saved->load(nullptr);
+    const auto* read = jt::as<Recipe>(loaded.get());
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(read->steps, -3);
+    EXPECT_EQ(read->title, JtString("\u00e4"));
+    EXPECT_EQ(storage.saved(*again), file);
+    ASSERT_TRUE(again->child(0)->deleteProperty(text("recipe").get()));
+    EXPECT_EQ(storage.open(storage.saved(*again))->container()->toc().size(), 2U);
+  }
+}
+
+TEST(Edit, APartOfASceneIsSavedAsAFileOfItsOwn) {
+  MemoryStorage storage;
+  for (const char* name : {"tiny81.jt", "tiny95be.jt", "tiny105.jt"}) {
+    SCOPED_TRACE(name);
+    const auto root = storage.open(testData(name));
+    JtNode* part = at(*root, {0, 0, 0});
+    const std::string before = SceneText::of(*root);
+    root->saveAs(part, jt::make<MemoryLocation>("part").get());
+    EXPECT_EQ(part->numParents(), 1);
+    EXPECT_EQ(SceneText::of(*root), before);
+    EXPECT_FALSE(root->isContentModified());
+    const auto saved = storage.open("part");
+    EXPECT_EQ(SceneText::of(*saved->child(0)), SceneText::of(*part));
+    EXPECT_EQ(jt::summarizeGraph(*saved).nodes, 4U);
+    EXPECT_EQ(saved->numProperties(), root->numProperties());
+    auto* copy = jt::as<VisPartNode>(saved->child(0));
+    EXPECT_TRUE(copy->ensureMetaData() && copy->metaData());
+    // Without the part its metadata segment goes too.
+    root->saveAs(jt::make<JtGroup>().get(), jt::make<MemoryLocation>("empty").get());
+    EXPECT_EQ(storage.open("empty")->container()->toc().size(), 1U);
+  }
+}
+
+TEST(Edit, AnotherVersionMeansTheSame) {
+  MemoryStorage storage;
+  for (const char* name : kVectors)
+    for (const jt::FileVersion version : {jt::FileVersion{9, 5}, {10, 0}}) {
+      SCOPED_TRACE(std::string(name) + " to " + version.text());
+      const auto root = storage.open(testData(name));
+      jt::SaveOptions options;
+      options.version = version;
+      const auto there = storage.open(storage.saved(*root, options));
+      EXPECT_EQ(there->version(), version);
+      EXPECT_EQ(SceneText::of(*there, false), SceneText::of(*root, false));
+      for (const jt::Note& note : there->notes()) EXPECT_FALSE(note.isError) << note.message;
+      if (auto* part = jt::as<VisPartNode>(at(*there, {0, 0}) ? at(*there, {0, 0, 0}) : nullptr)) {
+        ASSERT_TRUE(part->ensureMetaData());
+        EXPECT_EQ(part->metaData()->entries().size(), 3U);
+      }
+      // And back: nothing that both hold is lost on the way.
+      options.version = version.major == 9 ? jt::FileVersion{10, 0} : jt::FileVersion{9, 5};
+      const auto back = storage.open(storage.saved(*there, options));
+      EXPECT_EQ(SceneText::of(*back, false), SceneText::of(*root, false));
+    }
+  const auto root = storage.open(testData("tiny95.jt"));
+  jt::SaveOptions options;
+  options.version = jt::FileVersion{8, 1};
+  EXPECT_EQ(errorCode([&] { storage.saved(*root, options); }), "unsupported_version");
+  const Format v9{9, 5, false};
+  SceneBuilder scene(v9);
+  scene.partition(1, {2}).element(B::kUnknown, 1, 2, scene.fields().group({})).marker().marker();
+  const auto unknown = storage.open(FileBuilder(v9).scene(scene.table({})).build());
+  options.version = jt::FileVersion{10, 0};
+  EXPECT_EQ(errorCode([&] { storage.saved(*unknown, options); }), "not_convertible");
+}
+
+}  // namespace
