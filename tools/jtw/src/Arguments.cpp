@@ -185,8 +185,9 @@ class ArgumentReader {
   }
 
   std::string_view takeValue(const OptionSpec& option) {
-    if (next_ == words_.size())
-      failUsage("--" + std::string(option.name) + " needs a value: " + option.value);
+    const bool isMissing =
+        next_ == words_.size() || std::string_view(words_[next_]).starts_with("--");
+    if (isMissing) failUsage("--" + std::string(option.name) + " needs a value: " + option.value);
     return words_[next_++];
   }
 

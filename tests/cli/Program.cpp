@@ -1,0 +1,99 @@
+#include "Program.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <iterator>
+
+namespace fs = std::filesystem;
+
+namespace cli {
+namespace {
+
+std::string slurp(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_TRUE(in) << path;
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+}  // namespace
+
+Json Outcome::json() const {
+  const Json value = Json::parse(out, nullptr, false);
+  EXPECT_TRUE(value.is_object()) << "no JSON object: " << out << err;
+  if (!value.is_object()) return {};
+  EXPECT_EQ(value.begin().key(), "schema") << out;
+  return value;
+}
+
+Workspace::Workspace() {
+  std::string name = (fs::temp_directory_path() / "jtw-cli-XXXXXX").string();
+  EXPECT_NE(mkdtemp(name.data()), nullptr);
+  folder_ = name;
+  fs::create_directory(folder_ / "io");
+  for (const std::string& file : dataFiles())
+    fs::copy_file(fs::path(JTW_TEST_DATA) / file, path(file));
+}
+
+Workspace::~Workspace() {
+  std::error_code ignored;
+  fs::remove_all(folder_, ignored);
+}
+
+std::string Workspace::read(const std::string& name) const { return slurp(path(name)); }
+
+void Workspace::write(const std::string& name, const std::string& bytes) const {
+  std::ofstream(path(name), std::ios::binary) << bytes;
+}
+
+Outcome Workspace::run(const std::string& line) const {
+  const std::string command =
+      "cd '" + folder_.string() + "' && { '" JTW_TOOL "' " + line + "; } > io/out 2> io/err";
+  const int status = std::system(command.c_str());
+  Outcome run;
+  // The shell answers 128 + N for signal N.
+  if (WIFEXITED(status) && WEXITSTATUS(status) < 128) run.exit = WEXITSTATUS(status);
+  run.out = read("io/out");
+  run.err = read("io/err");
+  return run;
+}
+
+Json Workspace::json(const std::string& line, int exit) const {
+  const Outcome run = this->run(line + " --json");
+  EXPECT_EQ(run.exit, exit) << line << "\n" << run.out << run.err;
+  return run.json();
+}
+
+std::vector<std::string> dataFiles() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(JTW_TEST_DATA))
+    if (entry.path().extension() == ".jt") names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool holds(const Json& actual, const Json& expected) {
+  if (expected.is_number_float() && actual.is_number())
+    return std::abs(actual.get<double>() - expected.get<double>()) < 1e-6;
+  if (expected.is_object()) {
+    if (!actual.is_object()) return false;
+    return std::all_of(expected.items().begin(), expected.items().end(), [&](const auto& item) {
+      return actual.contains(item.key()) && holds(actual.at(item.key()), item.value());
+    });
+  }
+  if (expected.is_array())
+    return actual.is_array() &&
+           std::equal(actual.begin(), actual.end(), expected.begin(), expected.end(), holds);
+  return actual == expected;
+}
+
+testing::AssertionResult matches(const Json& actual, const std::string& expected) {
+  if (holds(actual, Json::parse(expected))) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "expected " << expected << "\nfound " << actual.dump(1);
+}
+
+}  // namespace cli

@@ -1,0 +1,139 @@
+// The command line itself: what is refused, how failures are told, where output goes.
+
+#include <gtest/gtest.h>
+
+#include "Program.h"
+
+namespace cli {
+namespace {
+
+struct Failing {
+  const char* line;
+  int exit;
+  const char* code;
+};
+
+class Failures : public testing::TestWithParam<Failing> {};
+
+TEST_P(Failures, AreToldInJsonAndTextWithTheirCode) {
+  const Workspace work;
+  work.write("text.jt", "this is no JT file, whatever its name says\n");
+  work.write("empty.jt", "");
+  work.write("cut.jt", work.read("tiny95.jt").substr(0, 600));
+  std::filesystem::create_directory(work.path("folder"));
+  std::filesystem::create_directory(work.path("hollow.kpak"));
+  std::filesystem::create_directory(work.path("odd.kpak"));
+  work.write("odd.kpak/document.json", "{\"colour\": 1}");
+
+  const Json error = work.json(GetParam().line, GetParam().exit);
+  EXPECT_EQ(error.value("schema", ""), "jtw.error/1");
+  EXPECT_EQ(error.value("code", ""), GetParam().code) << error.dump();
+  for (const char* member : {"message", "file", "segment", "offset"})
+    EXPECT_TRUE(error.contains(member)) << member;
+
+  const Outcome text = work.run(GetParam().line);
+  EXPECT_EQ(text.exit, GetParam().exit);
+  EXPECT_EQ(text.out, "");
+  EXPECT_EQ(text.err.find("jtw: error: "), text.err.rfind("jtw: error: ")) << text.err;
+  EXPECT_NE(text.err.find(error.value("message", "-")), std::string::npos) << text.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Usage, Failures,
+    testing::Values(Failing{"", 2, "usage"}, Failing{"inof tiny95.jt", 2, "usage"},
+                    Failing{"diff a b", 2, "usage"}, Failing{"info", 2, "usage"},
+                    Failing{"info tiny95.jt tiny81.jt", 2, "usage"},
+                    Failing{"info --nothing tiny95.jt", 2, "usage"},
+                    Failing{"info --segments=3 tiny95.jt", 2, "usage"},
+                    Failing{"info tiny95.jt --max-segment 9X", 2, "usage"},
+                    Failing{"info tiny95.jt --max-segment 99999999999G", 2, "usage"},
+                    Failing{"info tiny95.jt -j0", 2, "usage"},
+                    Failing{"info tiny95.jt --color blue", 2, "usage"},
+                    Failing{"info tiny95.jt --version", 2, "usage"},
+                    Failing{"copy tiny95.jt b.jt --version", 2, "usage"},
+                    Failing{"copy tiny95.jt b.jt --version new", 2, "usage"},
+                    Failing{"get tiny95.jt one", 2, "usage"},
+                    Failing{"get tiny95.jt 99999999999", 2, "usage"},
+                    Failing{"explain tiny95.jt --segment x", 2, "usage"},
+                    Failing{"explain tiny95.jt --segment 7", 2, "no_segment"},
+                    Failing{"explain tiny95.jt@7000", 2, "no_field"},
+                    Failing{"new gear.txt", 2, "usage"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Inputs, Failures,
+    testing::Values(
+        Failing{"info missing.jt", 3, "not_found"}, Failing{"info folder", 3, "not_a_file"},
+        Failing{"graph text.jt", 3, "not_jt"}, Failing{"info - < empty.jt", 3, "empty"},
+        Failing{"explain cut.jt", 3, "truncated"}, Failing{"verify missing.jt", 3, "not_found"},
+        Failing{"verify text.jt", 3, "not_jt"}, Failing{"copy cut.jt b.jt", 3, "truncated"},
+        Failing{"info tiny95.jt --max-segment 100", 3, "too_large"},
+        Failing{"tree missing.jt", 3, "not_found"}, Failing{"tree missing.kpak", 3, "not_found"},
+        Failing{"tree hollow.kpak", 3, "not_found"}, Failing{"tree odd.kpak", 3, "bad_document"},
+        Failing{"get text.jt 1", 3, "not_jt"}, Failing{"tree stream:missing.jt", 3, "not_found"},
+        Failing{"set stream:cut.jt 1 name=a", 3, "truncated"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Outputs, Failures,
+    testing::Values(Failing{"copy tiny95.jt folder", 4, "unwritable"},
+                    Failing{"copy tiny95.jt missing/b.jt", 4, "unwritable"},
+                    Failing{"copy tiny95.jt b.jt --version 7.0", 4, "unsupported_version"},
+                    Failing{"new missing/gear.kpak", 4, "unwritable"},
+                    Failing{"new tiny95.jt", 4, "exists"}, Failing{"new folder/", 2, "usage"},
+                    Failing{"set tiny95.jt 5 name=a", 5, "unknown_key"},
+                    Failing{"get tiny95.jt 0", 5, "unknown_key"}));
+
+TEST(Limits, TheMessageNamesTheOptionsAndASuffixCounts) {
+  const Workspace work;
+  const Json error = work.json("info tiny95.jt --max-segment 1K", 3);
+  EXPECT_NE(error.value("message", "").find("--max-segment"), std::string::npos);
+  work.json("info tiny95.jt --max-segment 2k");
+}
+
+TEST(StandardOutput, ThatTakesNothingIsAFailure) {
+  const Workspace work;
+  for (const char* line :
+       {"info tiny95.jt > /dev/full", "info tiny95.jt --json > /dev/full", "info tiny95.jt >&-",
+        "copy tiny95.jt - > /dev/full", "help > /dev/full", "--version >&-"})
+    EXPECT_EQ(work.run(line).exit, 4) << line;
+  // A pipe whose reader is gone: an exit code, no signal.
+  work.run("help; sleep 0.3; '" JTW_TOOL
+           "' explain zoo95.jt; echo $? > io/code; } 2> /dev/null | { exec 0<&-; :");
+  EXPECT_EQ(work.read("io/code"), "4\n");
+}
+
+TEST(StandardOutput, KeepsMessagesOut) {
+  const Workspace work;
+  const Outcome loud = work.run("copy zoo95.jt b.jt --version 10.0 --json");
+  EXPECT_NE(loud.err.find("warning"), std::string::npos);
+  EXPECT_EQ(loud.json().value("schema", ""), "jtw.copy/1");
+  EXPECT_EQ(work.run("copy zoo95.jt b.jt --version 10.0 -q").err, "");
+  EXPECT_EQ(work.run("verify tiny95.jt").err, "") << "progress without a terminal";
+}
+
+TEST(Options, StandBeforeOrBehindTheCommand) {
+  const Workspace work;
+  const std::string expected = work.run("info tiny95.jt --json").out;
+  for (const char* line : {"--json info tiny95.jt", "-q info --json tiny95.jt",
+                           "info --json -- tiny95.jt", "-qj4 --color=never info tiny95.jt --json"})
+    EXPECT_EQ(work.run(line).out, expected) << line;
+  EXPECT_EQ(work.run("info tiny95.jt").out.find('\x1b'), std::string::npos);
+  EXPECT_NE(work.run("info tiny95.jt --color always").out.find('\x1b'), std::string::npos);
+}
+
+TEST(Help, ShowsEveryCommandWithAnExample) {
+  const Workspace work;
+  const Json help = work.json("help");
+  EXPECT_GE(help.at("commands").size(), 10U);
+  for (const Json& command : help.at("commands")) {
+    const std::string name = command.at("name");
+    const std::string text = work.run("help " + name).out;
+    EXPECT_NE(text.find("jtw " + name), std::string::npos);
+    EXPECT_NE(text.find("example: jtw "), std::string::npos);
+    EXPECT_EQ(work.run(name + " --help").out, text);
+  }
+  EXPECT_EQ(work.run("-h").out, work.run("help").out);
+  EXPECT_TRUE(matches(work.json("--version"), R"({"schema": "jtw.version/1"})"));
+}
+
+}  // namespace
+}  // namespace cli
