@@ -1,0 +1,28 @@
+#pragma once
+
+// Integer packets: vectors of 32-bit integers in the three forms that the generations have. Nothing
+// in a packet tells its form or its predictor; the field decides.
+
+#include <span>
+#include <vector>
+
+#include "Bytes.h"
+#include "Contexts.h"
+#include "Predictors.h"
+
+namespace jt::codec {
+
+/// Reads a packet and undoes its prediction. Safe on untrusted bytes: throws JtFormatError with the
+/// offset; takes time and memory linear in the input and in what the budget allows.
+std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budget& budget,
+                                       Predictor predictor = Predictor::none);
+
+/// Appends a packet in the form that every reader understands: values as they are in Mk.1, fixed
+/// width fields in Mk.2 and Mk.3.
+void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::vector<std::int32_t> values,
+                  Predictor predictor = Predictor::none);
+
+/// The name of the codec of a packet that begins with these bytes, for people.
+const char* packetCodecName(PacketKind kind, std::span<const std::byte> packet);
+
+}  // namespace jt::codec

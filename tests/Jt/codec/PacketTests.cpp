@@ -1,0 +1,205 @@
+// Integer packets and predictors against packets worked out by hand, and against each other.
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include "JtFormatError.h"
+#include "codec/Packets.h"
+
+namespace {
+
+using namespace jt::codec;
+using Values = std::vector<std::int32_t>;
+
+const Values kV{5, 4, 5, 5, 5, 4, 4};
+const Values kW{10, 10, 10, 10, 12, 10, 10, 10, 90000, 10};
+
+Bytes fromHex(std::string_view text) {
+  Bytes bytes;
+  std::string digits;
+  for (const char c : text)
+    if (c != ' ') digits += c;
+  for (std::size_t i = 0; i < digits.size(); i += 2)
+    bytes.push_back(static_cast<std::byte>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  return bytes;
+}
+
+/// Decodes all of the bytes. @param rest told how many are left over
+Values decode(PacketKind kind, std::span<const std::byte> bytes, std::size_t* rest = nullptr,
+              bool bigEndian = false, Predictor predictor = Predictor::none) {
+  const std::unique_ptr<std::byte[]> exact(new std::byte[bytes.size()]);  // for sanitizers
+  std::ranges::copy(bytes, exact.get());
+  ByteCursor cursor({exact.get(), bytes.size()}, bigEndian);
+  Budget budget(1 << 20);
+  Values values = decodePacket(kind, cursor, budget, predictor);
+  if (rest) *rest = cursor.left();
+  return values;
+}
+
+struct Packet {
+  PacketKind kind;
+  const char* name;
+  const Values& values;
+  const char* hex;
+};
+
+const Packet kPackets[] = {
+    {PacketKind::mk1, "bitlength", kV, "01 26000000 07000000 02000000 524a21e5 00000010"},
+    {PacketKind::mk1, "bitlength", kW,
+     "01 64000000 0a000000 04000000 0a8542f1 af502818 04427ee5 000000a0"},
+    {PacketKind::mk1, "arithmetic", kV,
+     "03 01 00000002 08304100 00000499 c800000000 10000000 07000000 01000000 000000a1"},
+    {PacketKind::mk1, "arithmetic with escape", kW,
+     "03 01 00000003 0c40810000000a021c0830 01000000 01 1d000000 01000000 01000000 80fccaff"
+     "10000000 0a000000 01000000 0000a0ac"},
+    {PacketKind::mk1, "prefix tree", kV,
+     "02 01 00000002 08304100 00000499 c800000000 07000000 07000000 01000000 00000046"},
+    {PacketKind::mk1, "prefix tree", kW,
+     "02 01 00000003 0c44410000000a50000031000120d7e180 00000000 0c000000 0a000000 01000000"
+     "0000400c"},
+    {PacketKind::mk2, "fixed", kV, "07000000 01 1c000000 c02d2208"},
+    {PacketKind::mk2, "fixed", kW,
+     "0a000000 01 ce000000 f995920a 00000000 00000000 00010000 00000000 30fc0a00 00000000"},
+    {PacketKind::mk2, "variable", kV, "07000000 01 3b000000 02000080 002aba36"},
+    {PacketKind::mk2, "variable", kW,
+     "0a000000 01 e4000000 98110080 7b6cdbb6 6e36379b b9d9dc6c e66673b7 d9dc0fcb cdfd174f "
+     "00000090"},
+    {PacketKind::mk2, "arithmetic", kV,
+     "07000000 03 10000000 000000a1 000208304000000126e4 00000000"},
+    {PacketKind::mk2, "arithmetic with escape", kW,
+     "0a000000 03 10000000 0000a0ac 00030c408000000280 8e0830 01000000 01 31000000 20bf9224 "
+     "0000c8af"},
+    {PacketKind::mk2, "chopper", kV,
+     "07000000 04 01 04000000 01 07000000 03 10000000 000000a1 000208304000000026e4 00000000"
+     "07000000 01 0d000000 00000000"},
+    {PacketKind::mk2, "chopper", kW,
+     "0a000000 04 08 0a000000 11 0a000000 03 10000000 00000064 000208420000000029 00c6bc 00000000"
+     "0a000000 01 71000000 000c5300 00000000 01000020 00000086"},
+    {PacketKind::mk3, "fixed", kV, "07000000 01 12000000 00005721"},
+    {PacketKind::mk3, "fixed", kW,
+     "0a000000 01 ce000000 d69f0154 00000020 00000000 00010000 00000000 30fc0a00 00000000"},
+    {PacketKind::mk3, "variable", kV, "07000000 01 1c000000 00159da0"},
+    {PacketKind::mk3, "variable", kW,
+     "0a000000 01 d9000000 ba23e78c eeb3b957 3e9bfb6c b7b9cfe6 9bfb6cee 78cae63e 806ceebf"},
+    {PacketKind::mk3, "arithmetic", kV, "07000000 03 10000000 000000a1 00020c080000002192"},
+    {PacketKind::mk3, "arithmetic with escape", kW,
+     "0a000000 03 10000000 0000a0ac 000310100000005444 0180 01000000 01 33000000 83587f06 "
+     "0040ac3f"},
+    {PacketKind::mk3, "chopper", kV,
+     "07000000 04 01 04000000 01 07000000 03 10000000 000000a1 00020c080000000192"
+     "07000000 01 0e000000 00001c80"},
+    {PacketKind::mk3, "chopper", kW,
+     "0a000000 04 08 0a000000 11 0a000000 03 10000000 00000064 000210400000000240035e"
+     "0a000000 01 7b000000 ec758ebc b3cf3efb cf3efbed 20fbafb2"},
+    {PacketKind::mk3, "move-to-front", kV,
+     "07000000 05 02000000 01 0d000000 00005021 07000000 03 10000000 00004012 "
+     "00030817fffffffa1aa0"},
+    {PacketKind::mk3, "move-to-front", kW,
+     "0a000000 05 03000000 01 57000000 d69f0154 00000020 000cbf0a"
+     "0a000000 03 10000000 0000eb2a 00030c17fffffff98a94"},
+};
+
+TEST(Packets, HandMadePacketsDecodeAndEndWhereTheyEnd) {
+  for (const Packet& packet : kPackets) {
+    SCOPED_TRACE(packet.name + std::string(" of form ") +
+                 std::to_string(static_cast<int>(packet.kind) + 1));
+    Bytes bytes = fromHex(packet.hex);
+    bytes.resize(bytes.size() + 3);
+    std::size_t rest = 0;
+    EXPECT_EQ(decode(packet.kind, bytes, &rest), packet.values) << packet.hex;
+    EXPECT_EQ(rest, 3U);
+  }
+}
+
+TEST(Packets, EveryTruncationIsAnErrorAndEveryChangedBitIsHarmless) {
+  for (const Packet& packet : kPackets) {
+    const Bytes bytes = fromHex(packet.hex);
+    for (std::size_t n = 0; n < bytes.size(); ++n)
+      EXPECT_THROW(decode(packet.kind, std::span(bytes).first(n)), JtFormatError)
+          << packet.name << ' ' << n;
+    for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
+      Bytes changed = bytes;
+      changed[bit / 8] ^= std::byte{1} << (bit % 8);
+      try {
+        decode(packet.kind, changed);
+      } catch (const JtFormatError& error) {
+        EXPECT_TRUE(error.where().offset) << error.what();
+      }
+    }
+  }
+}
+
+TEST(Packets, ThePacketsOfOneFormAreNotTakenForThoseOfAnother) {
+  for (const Packet& packet : kPackets) {
+    if (packet.values != kV || packet.kind == PacketKind::mk1) continue;
+    const PacketKind other = packet.kind == PacketKind::mk2 ? PacketKind::mk3 : PacketKind::mk2;
+    const Bytes bytes = fromHex(packet.hex);
+    try {
+      std::size_t rest = 0;
+      const Values values = decode(other, bytes, &rest);
+      EXPECT_FALSE(values == packet.values && rest == 0) << packet.name;
+    } catch (const JtFormatError&) {
+    }
+  }
+}
+
+TEST(Packets, WhatOnlySeemsToNeedMemoryOrTimeIsRefused) {
+  struct Case {
+    PacketKind kind;
+    const char* name;
+    const char* hex;
+  };
+  const Case cases[] = {
+      {PacketKind::mk2, "2^31-1 values of no width", "ffffff7f 01 0d000000 00000000"},
+      {PacketKind::mk3, "2^31-1 values of no width", "ffffff7f 01 0b000000 00000000"},
+      {PacketKind::mk2, "negative count", "ffffffff 01 0d000000 00000000"},
+      {PacketKind::mk2, "runs of no length", "07000000 01 40000000 00000080 00000000"},
+      {PacketKind::mk3, "2^31-1 symbols of no bits", "ffffff7f 03 00000000 0001 040000000008"},
+      {PacketKind::mk1, "entries of no width", "03 01 ffff0000 00000000 00000000 00000000"},
+      {PacketKind::mk1, "words that are not there", "00 ffffff7f 00000000"},
+      {PacketKind::mk2, "chopper in chopper without end",
+       "01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00"
+       "01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00"},
+  };
+  for (const Case& hostile : cases)
+    EXPECT_THROW(decode(hostile.kind, fromHex(hostile.hex)), JtFormatError) << hostile.name;
+}
+
+TEST(Predictors, ResidualsOfEachPredictor) {
+  struct Case {
+    Predictor predictor;
+    Values residuals;
+  };
+  const Values values{10, 11, 13, 17, 25, 26, 40, 42};
+  const Case cases[] = {{Predictor::none, values},
+                        {Predictor::lag1, {10, 11, 13, 17, 8, 1, 14, 2}},
+                        {Predictor::lag2, {10, 11, 13, 17, 12, 9, 15, 16}},
+                        {Predictor::stride1, {10, 11, 13, 17, 4, -7, 13, -12}},
+                        {Predictor::stride2, {10, 11, 13, 17, 9, 3, 3, 7}},
+                        {Predictor::stripIndex, {10, 11, 13, 17, 9, 3, 13, 14}},
+                        {Predictor::ramp, {10, 11, 13, 17, 21, 21, 34, 35}},
+                        {Predictor::xor1, {10, 11, 13, 17, 8, 3, 50, 2}},
+                        {Predictor::xor2, {10, 11, 13, 17, 20, 11, 49, 48}}};
+  for (const Case& expected : cases) {
+    SCOPED_TRACE(static_cast<int>(expected.predictor));
+    Values now = values;
+    predict(expected.predictor, now);
+    EXPECT_EQ(now, expected.residuals);
+    undoPrediction(expected.predictor, now);
+    EXPECT_EQ(now, values);
+  }
+}
+
+RC_GTEST_PROP(Packets, AnEncodedPacketDecodesToItsValues, (bool wide, bool bigEndian)) {
+  const auto values = *rc::gen::container<Values>(wide ? rc::gen::arbitrary<std::int32_t>()
+                                                       : rc::gen::inRange<std::int32_t>(-9, 9));
+  const auto kind = *rc::gen::element(PacketKind::mk1, PacketKind::mk2, PacketKind::mk3);
+  const auto predictor = static_cast<Predictor>(*rc::gen::inRange(0, 9));
+  Bytes bytes;
+  encodePacket(kind, bytes, bigEndian, values, predictor);
+  std::size_t rest = 0;
+  RC_ASSERT(decode(kind, bytes, &rest, bigEndian, predictor) == values);
+  RC_ASSERT(rest == 0U);
+}
+
+}  // namespace
