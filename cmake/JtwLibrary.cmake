@@ -13,7 +13,9 @@ if(PROJECT_IS_TOP_LEVEL)
   # One folder for the libraries of all layers: an uninstalled build is laid out like an installed one.
   set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
   set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
-  set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  if(BUILD_SHARED_LIBS)
+    set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  endif()
   # The presets compile much the same several times; a compiler cache pays where there is one.
   find_program(JTW_CCACHE ccache)
   if(JTW_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
