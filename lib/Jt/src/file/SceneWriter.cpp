@@ -82,16 +82,23 @@ std::vector<NewSegment> SceneWriter::changedMetaData(const std::vector<const JtN
 EncodedScene SceneWriter::encode() {
   nodes_ = nodesOf(root_);
   collectGraph();
-  collectProperties();
-  keepStrayAtoms();
-  nameSegmentsOfUnreadAtoms();
-
   ByteSink& out = result_.bytes;
-  constexpr std::size_t kUsualNode = 200;  // with attributes
-  const std::size_t estimate = source_ ? source_->bytes().size() : kUsualNode * nodes_.size();
-  out.reserve(estimate + estimate / 16 + newAtoms_.size() + rows_.size());
+  if (source_) {
+    // Which atoms of the source stay is known when all properties have been seen.
+    collectProperties();
+    keepStrayAtoms();
+    nameSegmentsOfUnreadAtoms();
+    out.reserve(source_->bytes().size() + newAtoms_.size() + rows_.size());
+  } else {
+    constexpr std::size_t kUsualNode = 512;  // with attributes and properties
+    out.reserve(kUsualNode * nodes_.size());
+  }
   for (const Item& item : graph_) writeItem(out, item);
   writeEndMarker(out, format_);
+  if (!source_) {
+    atomsOut_ = &out;
+    collectProperties();
+  }
   if (source_)
     for (std::uint32_t element = source_->firstAtom(); element < source_->elementCount(); ++element)
       if (liveAtoms_[element - source_->firstAtom()])
@@ -131,7 +138,16 @@ void SceneWriter::setNewId(const JtSceneObject& object, std::int32_t id) {
 }
 
 std::int32_t SceneWriter::idOf(const JtSceneObject& object) const {
-  if (isOwn(object)) return object.objectId();
+  if (isOwn(object)) {
+    const std::int32_t id = object.objectId();
+    // Links in the file lead to usable ids only; a top of the graph may have any.
+    if (source_->find(id) != SceneSource::elementOf(object))
+      throw JtFormatError("bad_object_id",
+                          "object id " + std::to_string(id) +
+                              " is no valid id or is used twice, so nothing new can refer to it",
+                          source_->position(source_->offset(SceneSource::elementOf(object))));
+    return id;
+  }
   return hasOwnSlot(object) ? static_cast<std::int32_t>(object.element_) : ids_.at(&object);
 }
 
@@ -275,7 +291,7 @@ std::int32_t SceneWriter::atomId(const JtPropAtom& atom) {
 void SceneWriter::addAtom(const JtPropAtom& atom, std::int32_t id) {
   const Item item{&atom, SceneSource::kNone, id};
   if (skipsInConversion(item)) return;
-  writeObject(newAtoms_, item, nullptr);
+  writeObject(*atomsOut_, item, nullptr);
   const auto* late = as<JtLateLoadedPropAtom>(&atom);
   if (!late) return;
   result_.namedSegments.push_back(late->segmentId());
@@ -323,8 +339,10 @@ void SceneWriter::collectProperties() {
         copyRow(row.owner, row.pairs);
       }
     }
-  for (const JtNode* node : nodes_)
-    if (!isOwn(*node) || own[SceneSource::elementOf(*node)]) collectNodeRow(*node, idOf(*node), 0);
+  for (const JtNode* node : nodes_) {
+    const bool isDone = isOwn(*node) && !own[SceneSource::elementOf(*node)];
+    if (!isDone && node->numProperties() > 0) collectNodeRow(*node, idOf(*node), 0);
+  }
 }
 
 /// Atoms that no property named when the file was read stay, whatever they are for.

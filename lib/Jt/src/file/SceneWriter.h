@@ -85,13 +85,14 @@ class SceneWriter {
   std::vector<const JtNode*> nodes_;
   std::vector<Item> graph_;
   ByteSink newAtoms_;  // elements of atoms that are not from the source
-  Links links_;        // of the node that is being written
-  ByteSink rows_;      // of the property table, without its head
+  ByteSink* atomsOut_ = &newAtoms_;
+  Links links_;    // of the node that is being written
+  ByteSink rows_;  // of the property table, without its head
   std::int32_t rowCount_ = 0;
   PointerIds<JtSceneObject> ids_;  // of shared objects that are not from the source
   std::int32_t firstNewId_ = 1;
   std::vector<const JtString*> newTextOf_;  // by id - firstNewId_
-  TextIds newTexts_;                        // equal texts share one atom
+  RecentTexts newTexts_;                    // equal texts share one atom
   std::vector<bool> liveAtoms_;             // by element - firstAtom
   std::vector<Ref<JtPropAtom>> kept_;       // what ids_ points at
 };
