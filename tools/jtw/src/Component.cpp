@@ -139,11 +139,30 @@ std::optional<int> Component::structure() const {
   return static_cast<int>(structure);
 }
 
-std::size_t Component::find(const std::string& key) const {
-  const ApiProtoKey wanted = parseKey(key);
-  for (std::size_t i = 0; i < entries_.size(); ++i)
-    if (!wanted.isNull() && entries_[i].node->key() == wanted) return i;
-  failRefused(text_, "unknown_key", "the component has no object with the key " + key);
+ObjectName::ObjectName(const std::string& name) : text(name) {
+  if (text == "root") return;
+  if (text.starts_with('#')) {
+    nodeId = static_cast<std::int32_t>(parseKey(text.substr(1)).getAsLong());
+  } else {
+    key = parseKey(text);
+  }
+}
+
+std::size_t Component::find(const ObjectName& name) const {
+  if (name.text == "root") return 0;
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    const JtwNode& node = *entries_[i].node;
+    if (name.nodeId ? node.jtNode() && node.jtNode()->objectId() == *name.nodeId
+                    : !name.key.isNull() && entries_[i].node->key() == name.key)
+      return i;
+  }
+  failRefused(text_, "unknown_key",
+              "the component has no object " + name.text + "; `jtw tree` lists those that it has");
+}
+
+bool Component::ensureKey(std::size_t index) {
+  JtwNode& node = *entries_[index].node;
+  return !node.key().isNull() || node.setKey(jtw::nextFreeKey(*root_));
 }
 
 JtwNode* Component::listedParent(std::size_t index) const {

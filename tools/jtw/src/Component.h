@@ -34,6 +34,17 @@ struct DocumentName {
   explicit DocumentName(const std::string& text);
 };
 
+/// An object as the command line names it: a key, "root" for the component itself, or "#ID" with
+/// the object id of its node, as `graph` and `tree` show it for objects without key.
+struct ObjectName {
+  std::string text;
+  ApiProtoKey key;  ///< null for the other two forms
+  std::optional<std::int32_t> nodeId;
+
+  /// Throws Failure "usage".
+  explicit ObjectName(const std::string& text);
+};
+
 /// A DOC opened through the host's own way, with every object in it.
 class Component {
  public:
@@ -51,8 +62,11 @@ class Component {
 
   /// All objects, parents before children.
   const std::vector<jtw::TreeEntry>& entries() const noexcept { return entries_; }
-  /// Index in entries() of the object with that key. Throws Failure "unknown_key".
-  std::size_t find(const std::string& key) const;
+  /// Index in entries() of an object. Throws Failure "unknown_key".
+  std::size_t find(const ObjectName& name) const;
+  /// Gives the object the next free key when it has none: files from elsewhere have no keys. False
+  /// when the model refuses.
+  bool ensureKey(std::size_t index);
   /// The object under which that entry is listed; null for the component itself.
   JtwNode* listedParent(std::size_t index) const;
 

@@ -94,8 +94,8 @@ Change changePreserved(const Target& target, const std::string& value) {
 
 /// Following attachments from `key` must not lead to the object itself.
 void checkAttachment(const Target& target, const ApiProtoKey& key) {
-  JtwNode* above =
-      target.component.entries()[target.component.find(std::to_string(key.getAsLong()))].node;
+  const ObjectName name(std::to_string(key.getAsLong()));
+  JtwNode* above = target.component.entries()[target.component.find(name)].node;
   for (std::size_t step = 0; above && step <= target.component.entries().size(); ++step) {
     if (above == &target.node)
       failRefused(target.component.document(), "cycle", "the object would be attached to itself");

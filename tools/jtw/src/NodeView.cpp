@@ -98,6 +98,12 @@ std::string colorText(const ApiGraColor& color) {
   return text;
 }
 
+std::string objectText(JtwNode& node) {
+  if (!node.key().isNull()) return std::to_string(node.key().getAsLong());
+  const std::int32_t id = node.isOfTypePMI() || !node.jtNode() ? 0 : node.jtNode()->objectId();
+  return id == 0 ? "-" : "#" + std::to_string(id);
+}
+
 const char* unitOf(JtwNode& node) { return jtw::unitName(node.measurementUnitRatio()); }
 
 RTTran3D listedLocation(JtwNode& node, JtwNode* parent) {

@@ -17,6 +17,9 @@ class JsonWriter;
 
 /// "component", "block", "link", "sub-device", "entity", "frame" or "annotation".
 const char* kindName(JtwNode& node);
+/// What names the object on the command line: its key, "#ID" where it has none, "-" where it has
+/// neither.
+std::string objectText(JtwNode& node);
 /// The object's name in UTF-8.
 std::string nameOf(JtwNode& node);
 /// Its own colour or the one that it inherits.

@@ -23,8 +23,7 @@ void showNode(Session& session, JtwNode& node, JtwNode* parent) {
   const auto row = [&out](const char* name, const std::string& text) {
     if (!text.empty()) out.line("  " + padRight(name, 14) + text);
   };
-  out.line(session.style().paint(
-      Ink::bold, std::string(kindName(node)) + " " + std::to_string(node.key().getAsLong())));
+  out.line(session.style().paint(Ink::bold, std::string(kindName(node)) + " " + objectText(node)));
   row("name", printable(nameOf(node)));
   row("parent", parent && !parent->key().isNull() ? std::to_string(parent->key().getAsLong()) : "");
   const char* unit = unitOf(node);
@@ -43,9 +42,9 @@ void showNode(Session& session, JtwNode& node, JtwNode* parent) {
 }  // namespace
 
 ExitCode runGet(Session& session) {
-  parseKey(session.argument(1));
+  const ObjectName name(session.argument(1));
   const Component component(session, session.argument(0), false);
-  const std::size_t index = component.find(session.argument(1));
+  const std::size_t index = component.find(name);
   JtwNode& node = *component.entries()[index].node;
   JtwNode* parent = component.listedParent(index);
   if (!session.wantsJson()) {

@@ -12,11 +12,13 @@ namespace tool {
 ExitCode runSet(Session& session) {
   const auto& words = session.arguments().positional();
   const bool dryRun = session.arguments().has("dry-run");
-  parseKey(words[1]);
+  const ObjectName name(words[1]);
   Component component(session, words[0], !dryRun);
-  const std::size_t index = component.find(words[1]);
+  const std::size_t index = component.find(name);
   NodeEdits edits(component, index, std::span(words).subspan(2));
   edits.apply();
+  if (!component.ensureKey(index))
+    session.warn(component.document() + ": the object has no key, and none could be given to it");
   const jt::SaveReport report = component.save(dryRun);
   showSaveWarnings(session, report);
   if (!session.wantsJson()) {

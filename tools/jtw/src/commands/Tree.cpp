@@ -33,10 +33,10 @@ void showTree(Session& session, const Component& component) {
     const auto depth = static_cast<std::size_t>(entries[i].depth);
     lengths.resize(depth + 1);
     branches.resize(lengths[depth]);
-    const std::string key = node.key().isNull() ? "-" : std::to_string(node.key().getAsLong());
     std::string line;
     if (depth > 0) line = branches + (isLast[i] ? "└─ " : "├─ ");
-    line += style.paint(Ink::yellow, key) + "  " + style.paint(Ink::dim, kindName(node)) + "  " +
+    line += style.paint(Ink::yellow, objectText(node)) + "  " +
+            style.paint(Ink::dim, kindName(node)) + "  " +
             style.paint(Ink::bold, printable(nameOf(node)));
     if (const char* unit = unitOf(node)) line += std::string("  ") + unit;
     bool isDefault = true;
