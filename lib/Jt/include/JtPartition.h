@@ -137,6 +137,12 @@ class JT_API JtPartition : public JtGroup {
   /// Extent of everything below; nothing when unknown.
   std::optional<jt::Box> bounds() const;
   void setBounds(const jt::Box& box);
+  /// The extent that the boxes of the shapes below and the transforms above them give, without the
+  /// partition's own transform; nothing when there is no shape with a box.
+  std::optional<jt::Box> computeBounds() const;
+  /// Makes the stored extent include the computed one. A save does it when the scene graph changed:
+  /// viewers leave out what lies outside.
+  void growBounds();
 
   /// What was noticed while reading.
   const std::vector<jt::Note>& notes() const;

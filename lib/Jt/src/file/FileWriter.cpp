@@ -68,6 +68,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
       report_.segments.push_back(copied(entry).action);
     pieces.push_back({container_->image().bytes(), &container_->image(), 0});
   } else {
+    if (!container_ || SceneWriter::isChanged(top_, source_)) top_.growBounds();
     takeScene(SceneWriter(top_, source_, format_).encode());
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
@@ -289,7 +290,7 @@ StorageSaveResult FileWriter::store(JtStorageLocation& location,
   const Ref<JtStorageManager> manager = JtStorageManager::current();
   StorageSaveOptions storage = options_.storage;
   const JtStorageLocation* own = partition_.storageLocation();
-  const bool inPlace = own && &partition_ == &top_ && own->displayName() == location.displayName();
+  const bool inPlace = own && own->displayName() == location.displayName();
   if (inPlace && !storage.expected) {
     storage.expected = partition_.savedAs_;
     if (!storage.expected && container_) storage.expected = container_->image().identity();

@@ -1,0 +1,46 @@
+#include <gtest/gtest.h>
+
+#include "JtInstance.h"
+#include "JtPartition.h"
+#include "JtXform.h"
+#include "VisPartNode.h"
+
+namespace {
+
+jt::Ref<JtNullShape> boxShape(float x, float y, float z) {
+  auto shape = jt::make<JtNullShape>();
+  jt::ShapeStatistics statistics;
+  statistics.box = {{0, 0, 0}, {x, y, z}};
+  shape->setStatistics(statistics);
+  return shape;
+}
+
+void move(JtNode& node, const jt::Matrix4& matrix) {
+  node.appendAttribute(jt::make<JtXform>(matrix).get());
+}
+
+TEST(Bounds, FollowTheTransformsOfEveryOccurrence) {
+  const auto partition = jt::make<JtPartition>();
+  const auto part = jt::make<VisPartNode>();
+  part->addChild(boxShape(1, 2, 3).get());
+  EXPECT_FALSE(partition->computeBounds());
+  for (const jt::Matrix4& matrix : {jt::Matrix4{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 10, 20, 30, 1},
+                                    // A quarter turn about z: x goes to y, y to -x.
+                                    jt::Matrix4{0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1}}) {
+    const auto instance = jt::make<JtInstance>();
+    instance->setChild(part.get());
+    move(*instance, matrix);
+    partition->addChild(instance.get());
+  }
+  EXPECT_EQ(partition->computeBounds(), (jt::Box{{3, 0, 0}, {11, 22, 33}}));
+}
+
+TEST(Bounds, StoredExtentGrowsAndNeverShrinks) {
+  const auto partition = jt::make<JtPartition>();
+  partition->addChild(boxShape(1, 1, 1).get());
+  partition->setBounds({{-5, 0, 0}, {0.5F, 1, 1}});
+  partition->growBounds();
+  EXPECT_EQ(partition->bounds(), (jt::Box{{-5, 0, 0}, {1, 1, 1}}));
+}
+
+}  // namespace
