@@ -3,6 +3,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <span>
 
 #include "DocumentStore.h"
 #include "JtSwitch.h"
@@ -286,6 +287,24 @@ TEST_F(Opening, AStreamIsReadInPlaceOfAFile) {
         registry().computeExistingDocRoot(document, JtwRoot::JT_LOAD_PLAIN, error);
     EXPECT_EQ(root != nullptr, expected.opens);
     EXPECT_EQ(error, expected.opens ? JtwRoot::JT_PATH_NOT_FOUND : JtwRoot::JT_INITIALIZE_FAILED);
+    registry().releaseRoot(document);
+  }
+}
+
+TEST_F(Opening, AStreamIsWrittenInPlaceOfAFile) {
+  const std::string content = bytes(JTW_TEST_DATA "/tiny95.jt");
+  const auto data = std::as_bytes(std::span(content));
+  const CComPtr<IStream> stream(MemoryStream::create({data.begin(), data.end()}).get());
+  const auto document =
+      host::withStream(documentAt("stream"), stream, ApiDocument::StreamDuty::should);
+  std::string written;
+  for (const bool asNewCopy : {false, true, false}) {
+    JtwRoot* const root = open(document);
+    ASSERT_NE(root, nullptr) << jt::lastError();
+    EXPECT_EQ(root->attributes(), written);
+    written += "x";
+    root->setAttributes(written);
+    EXPECT_TRUE(root->write(asNewCopy)) << jt::lastError();
     registry().releaseRoot(document);
   }
 }

@@ -163,10 +163,10 @@ class JTW_API JtwRoot : public JtwCollection {
   ApiProtoKey PMIMaxProtoKey() const;
   void setPMIMaxProtoKey(const ApiProtoKey& key);
 
-  /// Writes the component's JT file.
+  /// Writes the component's JT data to the file or the document's stream that it lies in.
   /// @param asNewCopy writes what lies below the component node instead of the partition as it is
-  /// @return false when the root was not opened, has no file to go to, or the save failed (the text
-  /// is then in jt::lastError(), and the old file as it was)
+  /// @return false when the root was not opened, has no place to go to, or the save failed (the
+  /// text is then in jt::lastError(), and the old data as it was)
   bool write(bool asNewCopy);
 
   // --- Binary data (JtwRootBuffers.cpp)

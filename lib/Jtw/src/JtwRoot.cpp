@@ -145,8 +145,7 @@ bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
     jt::setLastError(failure.what());
   }
   if (!opened) return false;
-  setPartition(jt::Ref<JtPartition>(opened));
-  opened->unref();
+  setPartition(jt::Ref<JtPartition>::adopt(opened));
   opened->deferSubPartitions = false;
   JtPartition::openAllPartitions(opened, true);
   return true;
@@ -221,10 +220,11 @@ bool JtwRoot::regroup(jt::Ref<JtGroup> group) {
 }
 
 bool JtwRoot::writeToDatastore(JtNode* node) {
-  if (!partition_ || !partition_->getDatastoreLocation()) return false;
+  JtStorageLocation* const place = getStorageLocation();
+  if (!place) return false;
   try {
     if (node && node != partition_.get())
-      partition_->saveAs(node, partition_->storageLocation());
+      partition_->saveAs(node, place);
     else
       partition_->save();
     return true;
