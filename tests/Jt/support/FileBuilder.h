@@ -15,9 +15,9 @@ class Fields {
   explicit Fields(const jt::file::Format& format) : format_(format) {}
   template <class T>
   Fields& put(T value) {
-    jt::file::Writer writer(bytes_, format_);
-    writer("", value);
-    return *this;
+    jt::file::ByteSink sink;
+    jt::file::Writer(sink, format_)("", value);
+    return raw(sink.bytes());
   }
   Fields& i32(std::int32_t value) { return put(value); }
   Fields& f32(std::initializer_list<float> values) {
@@ -41,8 +41,9 @@ class Fields {
   Fields& version(int value = 1) {
     jt::LocalVersion version;
     version.value = static_cast<std::int16_t>(value);
-    jt::file::Writer(bytes_, format_).version("", version, 1, 1);
-    return *this;
+    jt::file::ByteSink sink;
+    jt::file::Writer(sink, format_).version("", version, 1, 1);
+    return raw(sink.bytes());
   }
   Fields& node(std::initializer_list<std::int32_t> attributes = {}) {
     return version().put(std::uint32_t{0}).ids(attributes);
@@ -139,7 +140,12 @@ class FileBuilder {
   }
   /// A packed segment in the generation's own form.
   FileBuilder& packed(std::uint32_t number, int type, std::span<const std::byte> content) {
-    return segment(number, type, jt::file::writeSegment(content, id(number), type, format_, 6));
+    const jt::file::Buffer made = jt::file::writeSegment(content, id(number), type, format_, 6);
+    return segment(number, type, {made.bytes().begin(), made.bytes().end()});
+  }
+  FileBuilder& packed(std::uint32_t number, int type, std::uint32_t flag, int algorithm,
+                      const jt::file::Buffer& stream) {
+    return packed(number, type, flag, algorithm, stream.bytes());
   }
   /// A packed segment in a form of the caller's choice.
   FileBuilder& packed(std::uint32_t number, int type, std::uint32_t flag, int algorithm,
