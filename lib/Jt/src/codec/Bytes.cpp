@@ -6,7 +6,7 @@
 
 namespace jt::codec {
 
-void fail(const char* code, const std::string& message, std::size_t offset) {
+void fail(const char* code, const std::string& message, std::optional<std::size_t> offset) {
   throw JtFormatError(code, message, {{}, {}, {}, offset});
 }
 
@@ -16,7 +16,7 @@ Budget Budget::forInput(std::size_t size, std::uint64_t most) {
   return Budget(std::min(most, kFloor + kRatio * size));
 }
 
-void Budget::spend(std::uint64_t bytes, std::size_t offset) {
+void Budget::spend(std::uint64_t bytes, std::optional<std::size_t> offset) {
   if (bytes > left_)
     fail("too_large",
          "decoded data would take " + std::to_string(bytes) + " bytes, the limit leaves " +

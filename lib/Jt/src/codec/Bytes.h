@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -16,8 +17,10 @@ namespace jt::codec {
 
 using Bytes = std::vector<std::byte>;
 
-/// Throws JtFormatError with an offset.
-[[noreturn]] void fail(const char* code, const std::string& message, std::size_t offset);
+/// Throws JtFormatError.
+/// @param offset where in the stored bytes; nothing when several fields contradict each other
+[[noreturn]] void fail(const char* code, const std::string& message,
+                       std::optional<std::size_t> offset = {});
 
 /// Memory that the decoded form of an input may take. A packet can name millions of values with a
 /// few bytes, so counts alone justify nothing: every array is charged here before it is made, and
@@ -28,7 +31,7 @@ class Budget {
   /// What an input of that size may grow to: as much as a zlib stream could, within `most`.
   static Budget forInput(std::size_t size, std::uint64_t most = std::uint64_t{1} << 30);
   /// Throws JtFormatError "too_large" when more than what is left would be taken.
-  void spend(std::uint64_t bytes, std::size_t offset);
+  void spend(std::uint64_t bytes, std::optional<std::size_t> offset = {});
 
  private:
   std::uint64_t left_;

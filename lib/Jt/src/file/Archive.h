@@ -209,6 +209,13 @@ class BasicReader {
     trace(name, "bytes", count, [&] { return valueText(at_, count); });
     at_ += count;
   }
+  /// Passes over bytes that were read by way of rest(). @param text gives the value to tell
+  template <class Text>
+  void taken(const char* name, const char* type, std::size_t size, Text text) {
+    need(name, size);
+    trace(name, type, size, text);
+    at_ += size;
+  }
   /// I32 count with the bytes behind it.
   void counted(const char* name, std::vector<std::byte>& bytes) {
     raw(name, bytes, readCount(name, 1));

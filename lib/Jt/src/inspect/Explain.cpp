@@ -3,6 +3,7 @@
 #include "JtInspect.h"
 #include "file/MetaDataFields.h"
 #include "file/SegmentObjects.h"
+#include "file/ShapeTable.h"
 
 namespace jt {
 
@@ -149,6 +150,7 @@ class Explainer {
       return at + size;
     }
     const ElementKind* kind = findElementKind(typeId);
+    const ShapeKind* shape = findShapeKind(typeId);
     const bool isMetaData = typeId == JtMetaData::classTypeID()->guid();
     const std::int32_t objectId = hasId
                                       ? loadScalar<std::int32_t>(rest.data() + kFrameSizeWithoutId,
@@ -156,13 +158,18 @@ class Explainer {
                                       : 0;
     listener_.enter(position + " " +
                         (kind         ? kind->name
+                         : shape      ? shape->name
                          : isMetaData ? "Property Proxy Meta Data"
                                       : "Unknown Element"),
                     objectId);
     auto reader = tracer(rest.first(size), at);
     ElementFrame frame;
     fields(reader, frame, hasId);
-    body(reader, kind, isMetaData);
+    if (shape) {
+      shapeBody(reader, *shape);
+    } else {
+      body(reader, kind, isMetaData);
+    }
     return at + size;
   }
 
@@ -185,6 +192,21 @@ class Explainer {
       return;
     }
     listener_.bytes(reader.offset(), reader.rest(), "data");
+  }
+
+  /// Fields of a shape element, as far as they can be read.
+  void shapeBody(const TracingReader& reader, const ShapeKind& kind) {
+    TracingReader inner(reader.rest(), container_.format(), reader.offset(), &listener_);
+    ShapeElement scratch(
+        codec::Budget::forInput(inner.left(), container_.limits().maxSegmentBytes));
+    scratch.kind = kind.kind;
+    try {
+      kind.trace(inner, scratch);
+    } catch (const JtFormatError& error) {
+      listener_.field(error.where().offset.value_or(inner.offset()), 0, "damaged", "error",
+                      error.message());
+      listener_.bytes(inner.offset(), inner.rest(), "data");
+    }
   }
 
   std::size_t elementList(std::size_t at, std::size_t& number, bool hasId) {

@@ -1,0 +1,52 @@
+#pragma once
+
+// Normals by sextant, octant and two angles, after M. Deering, "Geometry Compression" (1995).
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace jt::codec {
+
+/// A direction as a code. theta and psi are below 2^bits.
+struct DeeringCode {
+  std::uint32_t sextant = 0;  ///< 0..5: order of the absolute components
+  std::uint32_t octant = 0;   ///< 0..7: bits 4, 2, 1 are set for x, y, z that are not negative
+  std::uint32_t theta = 0;
+  std::uint32_t psi = 0;
+};
+
+/// Decodes and encodes directions with a number of bits an angle.
+class Deering {
+ public:
+  static constexpr unsigned kMostBits = 13;  ///< a packed code takes 6 + 2 * bits of 32
+
+  /// @param expected codes to come; for many, the angles are tabulated. @pre bits is 1..kMostBits
+  explicit Deering(unsigned bits, std::size_t expected = 0);
+
+  /// A unit vector. Parts out of range are taken as their greatest value.
+  std::array<float, 3> decode(const DeeringCode& code) const noexcept;
+  /// The code that decodes nearest to a vector. A zero or non-finite vector counts as +Z.
+  DeeringCode encode(const std::array<float, 3>& normal) const noexcept;
+
+  DeeringCode unpack(std::uint32_t packed) const noexcept;
+  std::uint32_t pack(const DeeringCode& code) const noexcept;
+  bool inRange(const DeeringCode& code) const noexcept;
+
+ private:
+  struct Angle {
+    double cosine = 0;
+    double sine = 0;
+  };
+  Angle theta(std::uint32_t step) const noexcept;
+  Angle psi(std::uint32_t step) const noexcept;
+  std::array<double, 3> direction(const DeeringCode& code) const noexcept;
+
+  unsigned bits_;
+  std::uint32_t steps_;
+  std::vector<Angle> thetas_;
+  std::vector<Angle> psis_;
+};
+
+}  // namespace jt::codec

@@ -1,0 +1,107 @@
+#pragma once
+
+// Connectivity of a mesh: the symbol streams that elements store, and the surface that they
+// describe.
+//
+// The streams follow a walk over a closed surface of polygons, in which covers close the holes.
+// Words: the degree of a vertex is the number of polygons round it; its ring is those polygons
+// counter- clockwise; a split is a corner at a vertex that is known but could not be deduced.
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "Bytes.h"
+#include "VertexArrays.h"
+
+namespace jt::codec {
+
+/// The vectors of a topologically compressed element, in file order, without prediction. ISO 14306
+/// names them by the dual mesh: its faces are our vertices, its vertices our polygons.
+struct TopologyStreams {
+  static constexpr std::size_t kContexts = 8;
+  std::array<std::vector<std::int32_t>, kContexts> faceDegrees;
+  std::vector<std::int32_t> vertexValences;
+  std::vector<std::int32_t> vertexGroups;
+  std::vector<std::int32_t> vertexFlags;  ///< bit 0: cover
+  std::array<std::vector<std::int32_t>, kContexts> faceMasks;
+  std::vector<std::int32_t> faceMasksNext;  ///< further bits of the last context
+  std::vector<std::int32_t> faceMasksTop;   ///< 9.x: the last 4 bits of 64
+  std::vector<std::uint32_t> highDegreeMasks;
+  std::vector<std::int32_t> splitSymbols;
+  std::vector<std::int32_t> splitPositions;
+  std::uint32_t hash = 0;
+
+  /// Hash over all vectors. @param padMasks the further bits count as many as the last context has
+  std::uint32_t compositeHash(Generation generation, bool padMasks = true) const;
+};
+
+/// Two details of the walk are not settled by the definition of the format. They matter only to
+/// meshes with splits, or with more than 16 vertices under work at a time.
+struct Variant {
+  /// What happens to finished vertices in the list that the next vertex is picked from.
+  enum class Finished : std::uint8_t {
+    removed,         ///< at once; the window moves on
+    skipped,         ///< the window is 16 vertices that are not finished
+    removedFixed,    ///< at once; the window stays
+    skippedCounted,  ///< the window is 16 entries of any kind
+  };
+  /// After a split, corners that can be deduced now are linked without a symbol.
+  bool linksAfterSplit = false;
+  Finished finished = Finished::removed;
+
+  static constexpr unsigned kCount = 8;
+  /// @pre index < kCount; 0 is the one that is expected
+  static Variant byIndex(unsigned index) noexcept {
+    return {index >= 4, static_cast<Finished>(index % 4)};
+  }
+};
+
+/// Which variants the shapes of one file allow. One producer wrote them all, so what a shape rules
+/// out is ruled out for the others. Can be used from several threads.
+class VariantChoice {
+ public:
+  /// Bit i: variant i is possible.
+  std::uint8_t possible() const noexcept { return possible_.load(std::memory_order_relaxed); }
+  /// Keeps what both allow; what a shape alone allows when nothing is in both.
+  void narrow(std::uint8_t allowed) noexcept;
+
+ private:
+  std::atomic<std::uint8_t> possible_{0xff};
+};
+
+/// A closed surface. Corners are numbered through all polygons, slots through all rings.
+struct Surface {
+  static constexpr std::uint32_t kNone = 0xffffffffU;
+  std::vector<std::uint32_t> cornerStart{0};  ///< first corner of each polygon, and the end
+  std::vector<std::uint32_t> vertexOf;        ///< of each corner
+  std::vector<std::uint32_t> slotOf;          ///< of each corner: slot in the vertex's ring
+  std::vector<std::uint32_t> polygonOf;       ///< of each corner
+  std::vector<std::uint32_t> ringStart{0};    ///< first slot of each vertex, and the end
+  std::vector<std::uint32_t> cornerAt;        ///< of each slot; kNone: still empty
+
+  std::size_t polygonCount() const noexcept { return cornerStart.size() - 1; }
+  std::size_t vertexCount() const noexcept { return ringStart.size() - 1; }
+  std::uint32_t degree(std::uint32_t vertex) const noexcept {
+    return ringStart[vertex + 1] - ringStart[vertex];
+  }
+};
+
+/// The surface under one variant. Throws JtFormatError when the streams do not describe one.
+Surface decodeSurface(const TopologyStreams& streams, Variant variant, Budget& budget);
+
+/// The surface under the first variant that the choice allows and that fits. Throws the error of
+/// the expected one when none does.
+Surface decodeSurface(const TopologyStreams& streams, VariantChoice& choice, Budget& budget);
+
+/// All variants under which the streams describe a surface.
+std::uint8_t fittingVariants(const TopologyStreams& streams, Budget budget);
+
+/// Attribute record of each slot of the surface. `total` is the number of records; without any, the
+/// result is empty. Throws JtFormatError when the masks do not fit the vertices.
+std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generation generation,
+                                         const Surface& surface, std::uint32_t& total);
+
+}  // namespace jt::codec

@@ -1,0 +1,250 @@
+#include <bit>
+#include <optional>
+
+#include "Hash.h"
+#include "JtFormatError.h"
+#include "SurfaceWalk.h"
+
+namespace jt::codec {
+
+namespace {
+
+/// Hands the symbols of the streams to the walk.
+class StreamPort {
+ public:
+  explicit StreamPort(const TopologyStreams& streams) : streams_(streams) {}
+
+  bool seedLeft() const noexcept { return polygons_ < streams_.vertexValences.size(); }
+  std::uint32_t seed() { return polygon(0, 0); }
+  std::uint32_t polygon(std::uint32_t, std::uint32_t) {
+    if (!seedLeft()) missing("valences");
+    return static_cast<std::uint32_t>(streams_.vertexValences[polygons_++]);
+  }
+  std::uint32_t degree(std::uint32_t, std::uint32_t, unsigned context) {
+    const auto& degrees = streams_.faceDegrees[context];
+    if (degrees_[context] == degrees.size()) missing("degrees");
+    return static_cast<std::uint32_t>(degrees[degrees_[context]++]);
+  }
+  Split split(std::uint32_t, std::uint32_t, const ActiveVertices& active) {
+    if (splits_ == streams_.splitSymbols.size() || splits_ == streams_.splitPositions.size())
+      missing("splits");
+    const std::int32_t offset = streams_.splitSymbols[splits_];
+    const std::int32_t position = streams_.splitPositions[splits_++];
+    if (offset < 1 || static_cast<std::size_t>(offset) > active.size() || position < 0)
+      fail("bad_topology", "a split to a vertex that does not exist");
+    return {active.at(static_cast<std::size_t>(offset)), static_cast<std::uint32_t>(position)};
+  }
+  bool allTaken() const noexcept {
+    bool taken =
+        splits_ == streams_.splitSymbols.size() && splits_ == streams_.splitPositions.size();
+    for (std::size_t i = 0; i < degrees_.size(); ++i)
+      taken = taken && degrees_[i] == streams_.faceDegrees[i].size();
+    return taken;
+  }
+
+ private:
+  [[noreturn]] static void missing(const char* what) {
+    fail("bad_topology", std::string("the mesh needs more ") + what + " than are stored");
+  }
+
+  const TopologyStreams& streams_;
+  std::size_t polygons_ = 0;
+  std::array<std::size_t, TopologyStreams::kContexts> degrees_{};
+  std::size_t splits_ = 0;
+};
+
+/// How large the surface will be, if it is one.
+struct Extent {
+  std::size_t vertices = 0;
+  std::size_t corners = 0;
+};
+
+Extent measure(const TopologyStreams& streams) {
+  constexpr std::uint64_t kMost = 1U << 28;
+  Extent extent;
+  std::uint64_t valences = 0;
+  std::uint64_t degrees = 0;
+  for (const std::int32_t valence : streams.vertexValences) {
+    if (valence < 1) fail("bad_topology", "a polygon without corners");
+    valences += static_cast<std::uint64_t>(valence);
+  }
+  for (const auto& context : streams.faceDegrees)
+    for (const std::int32_t degree : context) {
+      if (degree < 0) fail("bad_topology", "a vertex of negative degree");
+      degrees += static_cast<std::uint64_t>(degree);
+      extent.vertices += degree > 0 ? 1 : 0;
+    }
+  if (valences != degrees || valences > kMost)
+    fail("bad_topology", "polygons with " + std::to_string(valences) +
+                             " corners, but vertices with " + std::to_string(degrees));
+  if (streams.vertexGroups.size() != streams.vertexValences.size() ||
+      streams.vertexFlags.size() != streams.vertexValences.size())
+    fail("bad_topology", "groups, flags and valences differ in number");
+  extent.corners = static_cast<std::size_t>(valences);
+  return extent;
+}
+
+/// Bits of the masks of vertices, taken in the order of the vertices.
+class MaskReader {
+ public:
+  MaskReader(const TopologyStreams& streams, Generation generation)
+      : streams_(streams), isNine_(generation == Generation::v9) {}
+
+  /// The mask of the next vertex of a degree up to 64.
+  std::uint64_t next(std::uint32_t degree) {
+    const std::size_t context = degree < 3 ? 0 : std::min<std::size_t>(7, degree - 2);
+    const std::size_t at = used_[context]++;
+    if (at >= streams_.faceMasks[context].size()) missing();
+    const std::uint64_t low = bits(streams_.faceMasks[context], at);
+    if (context < 7) return low;
+    const std::uint64_t further = bits(streams_.faceMasksNext, at);
+    if (isNine_) return low | further << 30 | bits(streams_.faceMasksTop, at) << 60;
+    return low | further << 32;
+  }
+  /// The words of the next vertex of a higher degree.
+  std::span<const std::uint32_t> nextWords(std::uint32_t degree) {
+    const std::size_t words = (std::size_t{degree} + 31) / 32;
+    if (words > streams_.highDegreeMasks.size() - usedWords_) missing();
+    usedWords_ += words;
+    return std::span(streams_.highDegreeMasks).subspan(usedWords_ - words, words);
+  }
+  bool allTaken() const noexcept {
+    bool taken = usedWords_ == streams_.highDegreeMasks.size();
+    for (std::size_t i = 0; i < used_.size(); ++i)
+      taken = taken && used_[i] == streams_.faceMasks[i].size();
+    return taken;
+  }
+
+ private:
+  /// Vectors that a producer left out are all zeros.
+  static std::uint64_t bits(const std::vector<std::int32_t>& masks, std::size_t at) {
+    return at < masks.size() ? static_cast<std::uint32_t>(masks[at]) : 0;
+  }
+  [[noreturn]] static void missing() {
+    fail("bad_topology", "fewer attribute masks than vertices");
+  }
+
+  const TopologyStreams& streams_;
+  bool isNine_;
+  std::array<std::size_t, TopologyStreams::kContexts> used_{};
+  std::size_t usedWords_ = 0;
+};
+
+/// Records of a ring: each 1 bit begins a new one; before the first, the last holds.
+template <class IsSet>
+void putRecords(std::span<std::uint32_t> ring, std::uint32_t first, std::uint32_t total,
+                IsSet isSet) {
+  std::uint32_t seen = 0;
+  for (std::size_t slot = 0; slot < ring.size(); ++slot) {
+    if (isSet(slot)) ++seen;
+    ring[slot] = total == 0 ? Surface::kNone : first + (seen == 0 ? total : seen) - 1;
+  }
+}
+
+}  // namespace
+
+std::uint32_t TopologyStreams::compositeHash(Generation generation, bool padMasks) const {
+  std::uint32_t hash = 0;
+  for (const auto& context : faceDegrees) hash = hash32(context, hash);
+  hash = hash32(vertexValences, hash);
+  hash = hash32(vertexGroups, hash);
+  hash = hash16(vertexFlags, hash);
+  for (const auto& context : faceMasks) hash = hash32(context, hash);
+  const auto padded = [&](std::vector<std::int32_t> masks) {
+    if (padMasks) masks.resize(faceMasks.back().size());
+    return hash32(masks, hash);
+  };
+  hash = padded(faceMasksNext);
+  if (generation == Generation::v9) hash = padded(faceMasksTop);
+  hash = hash32(std::vector<std::int32_t>(highDegreeMasks.begin(), highDegreeMasks.end()), hash);
+  hash = hash32(splitSymbols, hash);
+  return hash32(splitPositions, hash);
+}
+
+void VariantChoice::narrow(std::uint8_t allowed) noexcept {
+  if (allowed == 0) return;
+  std::uint8_t before = possible();
+  std::uint8_t after;
+  do {
+    after = static_cast<std::uint8_t>(before & allowed);
+    if (after == 0) after = allowed;
+  } while (!possible_.compare_exchange_weak(before, after, std::memory_order_relaxed));
+}
+
+Surface decodeSurface(const TopologyStreams& streams, Variant variant, Budget& budget) {
+  const Extent extent = measure(streams);
+  constexpr std::size_t kBytesPerCorner = 16;
+  constexpr std::size_t kBytesPerVertex = 32;
+  budget.spend(extent.corners * kBytesPerCorner + extent.vertices * kBytesPerVertex +
+               streams.vertexValences.size() * 4);
+  StreamPort port(streams);
+  Surface surface = SurfaceWalk<StreamPort>(port, variant, streams.vertexValences.size(),
+                                            extent.vertices, extent.corners)
+                        .run();
+  if (!port.allTaken()) fail("bad_topology", "the mesh closes before all symbols are used");
+  return surface;
+}
+
+std::uint8_t fittingVariants(const TopologyStreams& streams, Budget budget) {
+  unsigned fitting = 0;
+  for (unsigned i = 0; i < Variant::kCount; ++i) {
+    try {
+      Budget again = budget;
+      decodeSurface(streams, Variant::byIndex(i), again);
+      fitting |= 1U << i;
+    } catch (const JtFormatError&) {
+      // Not this one.
+    }
+  }
+  return static_cast<std::uint8_t>(fitting);
+}
+
+Surface decodeSurface(const TopologyStreams& streams, VariantChoice& choice, Budget& budget) {
+  const auto preferred = static_cast<unsigned>(std::countr_zero(choice.possible()));
+  const Budget before = budget;
+  try {
+    return decodeSurface(streams, Variant::byIndex(preferred), budget);
+  } catch (const JtFormatError& error) {
+    measure(streams);  // what is wrong under every variant need not be tried again
+    const std::uint8_t fitting = fittingVariants(streams, before);
+    if (fitting == 0) throw error;
+    choice.narrow(fitting);
+    budget = before;
+    // The file's choice, or where this shape contradicts it the first that fits.
+    const unsigned allowed = choice.possible() & fitting;
+    const auto index = static_cast<unsigned>(std::countr_zero(allowed != 0 ? allowed : fitting));
+    return decodeSurface(streams, Variant::byIndex(index), budget);
+  }
+}
+
+std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generation generation,
+                                         const Surface& surface, std::uint32_t& total) {
+  constexpr std::uint32_t kMaskBits = 64;
+  constexpr std::uint32_t kMostRecords = 0x7fffffff;
+  MaskReader reader(streams, generation);
+  std::vector<std::uint32_t> records(surface.cornerAt.size());
+  total = 0;
+  for (std::uint32_t v = 0; v < surface.vertexCount(); ++v) {
+    const std::uint32_t degree = surface.degree(v);
+    const auto ring = std::span(records).subspan(surface.ringStart[v], degree);
+    std::uint32_t count = 0;
+    if (degree <= kMaskBits) {
+      const std::uint64_t mask = reader.next(degree);
+      count = static_cast<std::uint32_t>(std::popcount(mask));
+      putRecords(ring, total, count, [mask](std::size_t slot) { return (mask >> slot) & 1; });
+    } else {
+      const auto words = reader.nextWords(degree);
+      for (const std::uint32_t word : words)
+        count += static_cast<std::uint32_t>(std::popcount(word));
+      putRecords(ring, total, count,
+                 [words](std::size_t slot) { return (words[slot / 32] >> (slot % 32)) & 1; });
+    }
+    if (count > kMostRecords - total) fail("bad_topology", "too many attribute records");
+    total += count;
+  }
+  if (!reader.allTaken()) fail("bad_topology", "more attribute masks than vertices");
+  if (total == 0) records.clear();
+  return records;
+}
+
+}  // namespace jt::codec

@@ -1,0 +1,35 @@
+#pragma once
+
+// Shape segments: geometry that is read from the segments of a file, and segments that are made of
+// geometry.
+
+#include <string>
+
+#include "Container.h"
+#include "ShapeTable.h"
+
+namespace jt::file {
+
+/// Geometry of one segment, with what was noticed.
+struct DecodedShape {
+  const ShapeKind* kind = nullptr;
+  Mesh mesh;
+  std::vector<codec::Remark> remarks;
+};
+
+struct ShapeReadOptions {
+  bool checkHashes = true;
+  std::uint64_t maxBytes = std::uint64_t{1} << 30;  ///< memory that the decoded shape may take
+};
+
+/// The first element with geometry in the content of a shape segment. Safe on untrusted bytes:
+/// throws JtFormatError, "no_geometry" when no element of the segment has any.
+/// @param variants what is known of the file that the segment is from; narrowed by what is read
+DecodedShape readShape(std::span<const std::byte> content, const Format& format,
+                       codec::VariantChoice& variants, const ShapeReadOptions& options = {});
+
+/// The same for a segment of a file, with its name in errors.
+DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
+                              codec::VariantChoice& variants, bool checkHashes = true);
+
+}  // namespace jt::file

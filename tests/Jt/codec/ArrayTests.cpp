@@ -1,0 +1,119 @@
+// Numbers of vertices: hashes, quantizers, normals, arrays.
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+
+#include "codec/Deering.h"
+#include "codec/Hash.h"
+#include "codec/VertexArrays.h"
+
+namespace {
+
+using namespace jt::codec;
+using Values = std::vector<std::int32_t>;
+
+TEST(Hashes, PublishedAndStoredValues) {
+  EXPECT_EQ(hash32({}, 0), 0xbd49d10dU);
+  // Chained, as a point set with one point stores it.
+  EXPECT_EQ(hash32(Values{0}, hash32(Values{0, 1}, 0)), 0xe34cace1U);
+  EXPECT_EQ(hash32(Values{1, 2, 3, 4, 5}, 0), 0xbcfbbd3eU);
+  EXPECT_EQ(hash32(Values{0x3f800000}, 0), 0x6524a7a7U);
+  EXPECT_EQ(hash16(Values{0, 1}, 0), 0x505c2887U);
+  EXPECT_EQ(hash16(Values{0, 1, 0, 1, 0, 1, 1}, 0), 0x9082213dU);
+}
+
+TEST(Normals, AxesAndExamplesHaveTheirCodes) {
+  struct Case {
+    Vec3 normal;
+    std::array<std::uint32_t, 4> code;
+  };
+  const Case cases[] = {{{1, 0, 0}, {5, 7, 255, 0}},      {{0, 1, 0}, {3, 7, 255, 0}},
+                        {{0, 0, 1}, {1, 7, 255, 0}},      {{-1, 0, 0}, {5, 3, 255, 0}},
+                        {{0, 0.6F, 0.8F}, {2, 7, 31, 0}}, {{-0.48F, 0.6F, -0.64F}, {2, 2, 6, 208}}};
+  const Deering deering(8);
+  for (const Case& expected : cases) {
+    const DeeringCode code = deering.encode(expected.normal);
+    EXPECT_EQ((std::array{code.sextant, code.octant, code.theta, code.psi}), expected.code);
+  }
+  for (unsigned bits = 1; bits <= Deering::kMostBits; ++bits)
+    for (int axis = 0; axis < 6; ++axis) {
+      Vec3 normal{};
+      normal[static_cast<std::size_t>(axis / 2)] = axis % 2 == 0 ? 1.0F : -1.0F;
+      const Deering some(bits);
+      const Vec3 decoded = some.decode(some.unpack(some.pack(some.encode(normal))));
+      for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(decoded[c], normal[c], 1e-6) << bits;
+    }
+}
+
+RC_GTEST_PROP(Normals, ErrorStaysBelowTheStep, ()) {
+  const auto bits = *rc::gen::inRange(3U, 14U);
+  std::array<double, 3> v;
+  for (double& c : v) c = *rc::gen::inRange(-1000, 1001) / 1000.0;
+  const double length = std::hypot(v[0], v[1], v[2]);
+  RC_PRE(length > 0.01);
+  const Vec3 normal{static_cast<float>(v[0] / length), static_cast<float>(v[1] / length),
+                    static_cast<float>(v[2] / length)};
+  const Deering plain(bits);
+  const Deering tabulated(bits, 1U << 20);
+  const Vec3 decoded = plain.decode(plain.encode(normal));
+  RC_ASSERT(tabulated.decode(tabulated.encode(normal)) == decoded);
+  double distance = 0;
+  for (std::size_t c = 0; c < 3; ++c)
+    distance += std::pow(static_cast<double>(decoded[c]) - static_cast<double>(normal[c]), 2);
+  RC_ASSERT(std::sqrt(distance) < 0.75 / (1 << bits) + 1e-6);
+}
+
+TEST(Quantizers, RoundToTheNearestStepAndClamp) {
+  const UniformQuantizer q{-1, 3, 2};
+  EXPECT_EQ(q.quantize(-9), 0U);
+  EXPECT_EQ(q.quantize(9), 3U);
+  EXPECT_EQ(q.quantize(0.4), 1U);
+  EXPECT_FLOAT_EQ(q.dequantize(2), -1 + 2 * 4 / 3.0F);
+  EXPECT_EQ((UniformQuantizer{5, 5, 8}).quantize(5), 0U);
+  EXPECT_EQ((UniformQuantizer{5, 5, 8}).dequantize(0), 5);
+  EXPECT_EQ((UniformQuantizer{0, 1, 32}).quantize(1), 0xffffffffU);
+  EXPECT_EQ((UniformQuantizer{0, 1, 8}).quantize(std::nan("")), 0U);
+}
+
+/// Every kind of array in both generations and both forms, from values to codes and back.
+RC_GTEST_PROP(Arrays, EncodedValuesDecode, (bool isTen, bool lossless)) {
+  const Generation generation = isTen ? Generation::v10 : Generation::v9;
+  const auto count = *rc::gen::inRange<std::size_t>(0, 40);
+  std::vector<Vec3> points(count);
+  std::vector<Vec4> colours(count);
+  std::vector<float> texture(2 * count);
+  for (std::size_t i = 0; i < count; ++i) {
+    for (float& c : points[i]) c = static_cast<float>(*rc::gen::inRange(-5000, 5000)) * 0.01F;
+    for (float& c : colours[i]) c = static_cast<float>(*rc::gen::inRange(0, 256)) / 255.0F;
+    texture[2 * i] = points[i][0] / 50;
+    texture[2 * i + 1] = points[i][1] / 50;
+  }
+  Report report;
+  const auto back = decodeCoordinates(encodeCoordinates(points, generation, lossless ? 0 : 20),
+                                      generation, report);
+  RC_ASSERT(back.size() == count);
+  for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t c = 0; c < 3; ++c)
+      RC_ASSERT(std::abs(back[i][c] - points[i][c]) <= (lossless ? 0 : 1e-4F));
+  if (lossless) {
+    RC_ASSERT(decodeNormals(encodeNormals(points, generation, 0), generation, report) == points);
+  }
+  const auto uv = decodeTexture(encodeTexture(texture, 2, 20), generation, report);
+  for (std::size_t i = 0; i < uv.size(); ++i) RC_ASSERT(std::abs(uv[i] - texture[i]) < 1e-5F);
+  CodedArray coded = encodeColours(colours, generation, 8);
+  if (isTen && *rc::gen::arbitrary<bool>())  // a producer may predict them or not
+    predict(Predictor::lag1, coded.codes[0]);
+  const auto rgba = decodeColours(coded, generation, report);
+  for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t c = 0; c < 4; ++c) RC_ASSERT(std::abs(rgba[i][c] - colours[i][c]) < 1e-4F);
+  RC_ASSERT(report.remarks.empty());
+  if (count > 0) {
+    coded.hash ^= 1;
+    decodeColours(coded, generation, report);
+    RC_ASSERT(report.remarks.size() == 1U);
+  }
+}
+
+}  // namespace
