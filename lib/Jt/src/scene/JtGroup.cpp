@@ -62,8 +62,14 @@ bool JtGroup::insertChild(int index, JtNode* child) {
   if (!mayTakeChild(*this, child)) return false;
   const auto at =
       std::clamp<std::ptrdiff_t>(index, 0, static_cast<std::ptrdiff_t>(children_.size()));
-  children_.insert(children_.begin() + at, jt::Ref<JtNode>(child));
+  // Both links or none, also when there is no memory.
   attach(*child, *this);
+  try {
+    children_.insert(children_.begin() + at, jt::Ref<JtNode>(child));
+  } catch (...) {
+    detach(*child, *this);
+    throw;
+  }
   touch();
   return true;
 }
@@ -100,9 +106,9 @@ jt::Ref<JtBase> JtInstance::clone() const { return jt::Ref<JtBase>(new JtInstanc
 
 bool JtInstance::setChild(JtNode* child) {
   if (isOpaque() || (child && !mayTakeChild(*this, child))) return false;
+  if (child) attach(*child, *this);  // first: it may run out of memory
   if (child_) detach(*child_, *this);
   child_ = child;
-  if (child) attach(*child, *this);
   touch();
   return true;
 }
