@@ -2,7 +2,10 @@
 
 #include <limits>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "ApiSysStringConvertors.h"
 #include "Jt.h"
@@ -253,13 +256,15 @@ void JtwNode::setAttachmentParent(const ApiProtoKey& key, AttachmentType type) {
 // --- Occurrence ids
 
 void JtwNode::collectOccId(JtString& out) const {
-  for (JtNode* up = jtNode_ ? jtNode_->parent(0) : nullptr; up; up = up->parent(0)) {
+  std::vector<const JtString*> ids;  // nearest first
+  for (const JtNode* up = jtNode_ ? jtNode_->parent(0) : nullptr; up; up = up->parent(0)) {
     if (!jt::as<JtInstance>(up)) continue;
     const JtString* id = jtw::stringProperty(up, Key::threadUid);
-    if (!id || id->isEmpty()) continue;
-    out.insert(0, *id);
-    out.insert(0, JtString("\\"));
+    if (id && !id->isEmpty()) ids.push_back(id);
   }
+  std::u16string joined;
+  for (auto id = ids.rbegin(); id != ids.rend(); ++id) joined += u'\\' + (*id)->units();
+  out.insert(0, JtString(std::move(joined)));
 }
 
 bool JtwNode::setConcatOccId() {

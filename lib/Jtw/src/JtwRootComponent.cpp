@@ -1,6 +1,6 @@
 // The node in the partition that stands for the document's component: found, or built.
 
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 #include "ApiErrStream.h"
@@ -13,6 +13,7 @@
 #include "JtwMeasurementUnits.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
+#include "JtwTransforms.h"
 #include "JtwTraverse.h"
 #include "VisMetaDataNode.h"
 #include "VisPartNode.h"
@@ -60,15 +61,9 @@ bool takeTransforms(JtNode& node, jt::Matrix4& product) {
   return found;
 }
 
-int firstTransform(const JtNode& node) {
-  for (int index = 0; index < node.numAttributes(); ++index)
-    if (jt::as<JtXform>(node.attribute(index))) return index;
-  return -1;
-}
-
 /// Places what the node holds by `outer` beyond its own first transform.
 void placeNode(JtNode& node, const jt::Matrix4& outer) {
-  const int index = firstTransform(node);
+  const int index = firstAttribute<JtXform>(&node);
   if (index < 0) {
     node.appendAttribute(jt::make<JtXform>(outer).get());
     return;
@@ -89,6 +84,36 @@ bool needsGroupOfItsOwn(const JtNode& child, const JtNode& parent) {
   for (int index = 0; index < child.numParents(); ++index)
     if (child.parent(index) != &parent) return true;
   return false;
+}
+
+/// Places everything below `parent` by `outer`. A child that is listed twice is placed once; one
+/// that must not be placed itself gets a group in front of each of its places.
+void placeChildren(JtGroup& parent, const jt::Matrix4& outer) {
+  std::vector<jt::Ref<JtNode>> children;
+  std::unordered_map<const JtNode*, bool> grouped;
+  bool anyGroup = false;
+  for (int index = 0; index < parent.numChildren(); ++index) {
+    if (!parent.child(index)) continue;
+    JtNode& child = *children.emplace_back(parent.child(index));
+    const auto [entry, isNew] = grouped.try_emplace(&child, false);
+    if (!isNew) continue;
+    entry->second = needsGroupOfItsOwn(child, parent);
+    anyGroup = anyGroup || entry->second;
+    if (!entry->second) placeNode(child, outer);
+  }
+  if (!anyGroup) return;
+  // All links are made anew: replacing one after the other would take the square of their number.
+  while (parent.numChildren() > 0) parent.removeChild(parent.numChildren() - 1);
+  for (const auto& child : children) {
+    if (!grouped.at(child.get())) {
+      parent.addChild(child.get());
+      continue;
+    }
+    const auto group = jt::make<JtGroup>();
+    placeNode(*group, outer);
+    parent.addChild(group.get());
+    group->addChild(child.get());
+  }
 }
 
 }  // namespace
@@ -190,21 +215,7 @@ void JtwRoot::handleKrJtSwitch() {
 void JtwRoot::handleXformOnComponent(VisMetaDataNode* component) {
   jt::Matrix4 outer;
   if (!component || component->isOpaque() || !jtw::takeTransforms(*component, outer)) return;
-  std::unordered_set<const JtNode*> placed;  // the same child may be listed twice
-  for (int index = 0; index < component->numChildren(); ++index) {
-    const jt::Ref<JtNode> child(component->child(index));
-    if (!child || !placed.insert(child.get()).second) continue;
-    if (!jtw::needsGroupOfItsOwn(*child, *component)) {
-      jtw::placeNode(*child, outer);
-      continue;
-    }
-    const auto group = jt::make<JtGroup>();
-    jtw::placeNode(*group, outer);
-    group->addChild(child.get());
-    placed.erase(child.get());  // its next occurrence is wrapped as well
-    component->removeChild(index);
-    component->insertChild(index, group.get());
-  }
+  jtw::placeChildren(*component, outer);
 }
 
 RWClassicWString JtwRoot::name() {
