@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "ComponentFixture.h"
+#include "JtExportRoot.h"
 
 namespace {
 
@@ -148,6 +149,22 @@ TEST_F(RootNodes, ACopyHasAnIdentityOfItsOwnInTheSamePlace) {
   block(50);
   EXPECT_EQ(root_.cloneEntityNode(key(50), true), nullptr);
   EXPECT_EQ(root_.cloneEntityNode(key(77), true), nullptr);
+}
+
+TEST_F(RootNodes, PmiFollowsACopyOfTheComponent) {
+  JtwFrame& pmi = frame(2);
+  pmi.setColor(ApiGraColor(255, 0, 0), false, false);
+  const auto target = jt::make<JtPartition>();
+  static_cast<JtExportRoot&>(root_).copyToPartition(target.get());
+  EXPECT_EQ(pmi.originJtNode(), root_.jtNode());
+  EXPECT_EQ(pmi.jtNode(), root_.jtNode());
+  bool isDefault = true;
+  pmi.color(isDefault);
+  EXPECT_FALSE(isDefault);
+  pmi.reset(false);
+  EXPECT_EQ(root_.key(), key(1)) << "a PMI has no property of its own to take away";
+  EXPECT_TRUE(root_.deleteNode(key(2)));
+  EXPECT_TRUE(root_.getJtwPMIsOfNode(root_.jtNode()).empty());
 }
 
 TEST_F(RootNodes, WhatWasWrittenIsReadAgain) {

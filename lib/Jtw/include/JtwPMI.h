@@ -30,7 +30,7 @@ class JTW_API JtwPMI : public JtwLeaf {
   /// A copy has the data and hangs on the same collection, but no list or map knows it.
   JtwPMI(const JtwPMI& other);
   JtwPMI& operator=(const JtwPMI& other);
-  /// Leaves the collection's list and the root's map.
+  /// Leaves the collection's list and the root's maps.
   ~JtwPMI() override;
 
   ApiProtoKey key() override { return data_.key; }
@@ -85,6 +85,7 @@ class JTW_API JtwPMI : public JtwLeaf {
   void setCollection(JtwCollection* collection);
 
   friend class JtwCollection;
+  friend class JtwRoot;
 
   JtwCollection* collection_ = nullptr;
   JtwNwObjData data_;

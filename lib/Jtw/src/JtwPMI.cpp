@@ -29,7 +29,9 @@ JtwPMI& JtwPMI::operator=(const JtwPMI& other) {
 
 JtwPMI::~JtwPMI() {
   clearParent();
-  if (root_ && origin_) root_->removeJtwPMIFromMap(origin_.get(), this);
+  if (!root_) return;
+  if (origin_) root_->removeJtwPMIFromMap(origin_.get(), this);
+  root_->forgetNode(*this);
 }
 
 void JtwPMI::setCollection(JtwCollection* collection) {

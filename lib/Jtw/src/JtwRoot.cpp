@@ -13,6 +13,7 @@
 #include "DmKrUtilsStreamStorageLocation.h"
 #include "JtStorageLocation.h"
 #include "JtwManager.h"
+#include "JtwPMI.h"
 
 const unsigned JtwRoot::currentVersion_ = 2;
 
@@ -239,7 +240,7 @@ void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacemen
     const auto found = replacements.find(wrapper.jtNode());
     if (found == replacements.end()) return;
     wrapper.setJtNode(found->second);
-    wrapper.forgetCached();
+    if (!wrapper.isOfTypePMI()) wrapper.forgetCached();  // a PMI's place and colour are its own
   };
   std::unordered_set<JtwNode*> wrappers{this};
   for (const auto& entry : nodesByKey_) wrappers.insert(entry.second);
@@ -255,4 +256,9 @@ void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacemen
   };
   rekey(nodesByJtNode_);
   rekey(pmisByJtNode_);
+  for (const auto& [node, pmis] : pmisByJtNode_)
+    for (JtwPMI* pmi : pmis) {
+      pmi->origin_ = jt::Ref<const JtNode>(node);
+      rebind(*pmi);  // frames without key stand in no other map
+    }
 }
