@@ -55,6 +55,7 @@ bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
   return openPartitionAt(place.get()) && initializeComponentNode(document);
 } catch (const std::exception& failure) {
   jt::setLastError(failure.what());
+  setPartition(nullptr);
   return false;
 }
 

@@ -54,13 +54,21 @@ bool JtwNode::setKey(const ApiProtoKey& key) {
   JtwNode* holder = nullptr;
   if (root_->getNodeByKey(key, holder) && holder) return false;
   if (!root_->addNodeToMapByKey(key, this)) return false;
-  return jtw::setInt(jtNode(), Key::protoKey, static_cast<int>(key.getAsLong()), true);
+  try {
+    if (jtw::setInt(jtNode(), Key::protoKey, static_cast<int>(key.getAsLong()), true)) return true;
+  } catch (...) {
+    root_->removeNodeFromMapByKey(key);
+    throw;
+  }
+  root_->removeNodeFromMapByKey(key);
+  return false;
 }
 
 void JtwNode::reset(bool removeFromMap) {
   const ApiProtoKey old = key();
   if (!old.isNull()) {
-    jtw::eraseProperty(jtNode(), Key::protoKey);
+    // A PMI wraps the JT node of its collection, whose key is not its own.
+    if (!isOfTypePMI()) jtw::eraseProperty(jtNode(), Key::protoKey);
     if (removeFromMap && root_) root_->removeNodeFromMapByKey(old);
   }
   forgetCached();
@@ -136,20 +144,16 @@ bool JtwNode::setParent(const ApiProtoKey& key) {
   JtNode* oldParent = getGmParent(jtNode());
   if (oldParent && oldParent == found->jtNode()) return true;
 
-  // Whatever could refuse the move is asked before anything is cut.
-  auto* newParent = jt::as<JtGroup>(found->jtNode());
-  if (!newParent || newParent->isOpaque() || jtw::isAtOrAbove(jtNode(), newParent)) return false;
-  for (int i = 0; i < jtNode_->numParents(); ++i)
+  const int oldParents = jtNode_->numParents();
+  for (int i = 0; i < oldParents; ++i)
     if (jtNode_->parent(i)->isOpaque()) return false;
+  // The new parent first: as long as it may still refuse, nothing is lost.
+  auto* newParent = jt::as<JtGroup>(found->jtNode());
+  if (!newParent || !newParent->addChild(jtNode())) return false;
 
-  const jt::Ref<JtNode> keep(jtNode());
-  if (oldParent) {
-    jtw::cutChild(oldParent, jtNode());
-    root_->setJtwPMIsOfNodeToCollection(jtNode());
-  }
-  while (jtNode_->numParents() > 0)
-    if (!jtw::cutChild(jtNode_->parent(0), jtNode())) return false;
-  return newParent->addChild(jtNode());
+  if (oldParent) root_->setJtwPMIsOfNodeToCollection(jtNode());
+  for (int i = 0; i < oldParents; ++i) jtw::cutChild(jtNode_->parent(0), jtNode());
+  return true;
 }
 
 // --- Name

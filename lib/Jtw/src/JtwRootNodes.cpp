@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "ApiObjType.h"
 #include "Jt.h"
@@ -32,28 +33,52 @@ bool isKnown(const JtwRoot& root, const ApiProtoKey& key) {
   return root.getNodeByKey(key, node) && node;
 }
 
+/// A wrapper over a new JT node. Unless it is kept, it leaves the root's maps and the JT node the
+/// scene graph.
+template <class Wrapper>
+class Provisional {
+ public:
+  Provisional(JtwRoot& root, std::unique_ptr<Wrapper> wrapper)
+      : root_(root), wrapper_(std::move(wrapper)) {}
+  Provisional(const Provisional&) = delete;
+  Provisional& operator=(const Provisional&) = delete;
+  ~Provisional() {
+    if (!wrapper_) return;
+    root_.forgetNode(*wrapper_);
+    JtNode* const node = wrapper_->jtNode();
+    jtw::cutChild(node->parent(0), node);
+  }
+
+  Wrapper* operator->() const { return wrapper_.get(); }
+  Wrapper& operator*() const { return *wrapper_; }
+  bool enterByJtNode() { return root_.addNodeByJtNode(wrapper_->jtNode(), wrapper_.get()); }
+  Wrapper* keep() { return wrapper_.release(); }
+
+ private:
+  JtwRoot& root_;
+  std::unique_ptr<Wrapper> wrapper_;
+};
+
 /// A new JT node under its key and below its parent, or null with nothing changed.
+/// @param kind what the node says it is; NONE: nothing
 template <class Wrapper>
 Wrapper* placeNew(JtwRoot& root, std::unique_ptr<Wrapper> wrapper, const ApiProtoKey& key,
-                  const ApiProtoKey& parentKey, const RTTran3D& relLoc) {
-  if (!isKnown(root, parentKey) || isKnown(root, key) || !wrapper->setKey(key)) return nullptr;
-  const bool mapped = root.addNodeByJtNode(wrapper->jtNode(), wrapper.get());
-  if (!mapped || !wrapper->setParent(parentKey)) {
-    root.forgetNode(*wrapper);
-    return nullptr;
-  }
-  wrapper->setRelLoc(relLoc);
-  return wrapper.release();
+                  const ApiProtoKey& parentKey, const RTTran3D& relLoc, ApiObjType kind) {
+  if (!isKnown(root, parentKey) || isKnown(root, key)) return nullptr;
+  Provisional made(root, std::move(wrapper));
+  if (!made->setKey(key) || !made.enterByJtNode() || !made->setParent(parentKey)) return nullptr;
+  made->setRelLoc(relLoc);
+  if (kind.value() != ApiObjType::NONE)
+    jtw::setString(made->jtNode(), Key::objType, JtString(kind.text()), true);
+  return made.keep();
 }
 
 template <class Wrapper>
 Wrapper* createCollection(JtwRoot& root, const ApiProtoKey& key, const ApiProtoKey& parentKey,
                           const RTTran3D& relLoc, ApiObjType::Kind kind) {
   const auto node = jt::make<VisMetaDataNode>();
-  Wrapper* made =
-      placeNew(root, std::make_unique<Wrapper>(node.get(), &root), key, parentKey, relLoc);
-  if (made) jtw::setString(node.get(), Key::objType, JtString(ApiObjType(kind).text()), true);
-  return made;
+  return placeNew(root, std::make_unique<Wrapper>(node.get(), &root), key, parentKey, relLoc,
+                  ApiObjType(kind));
 }
 
 template <class Wrapper>
@@ -162,8 +187,8 @@ void JtwRoot::setPMIMaxProtoKey(const ApiProtoKey& key) {
 JtwEntity* JtwRoot::createEntityNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
                                      const RTTran3D& relLoc) {
   const auto part = jt::make<VisPartNode>(kNewPartHint);
-  return placeNew(*this, std::make_unique<JtwEntity>(part.get(), this, L""), key, parentKey,
-                  relLoc);
+  return placeNew(*this, std::make_unique<JtwEntity>(part.get(), this, L""), key, parentKey, relLoc,
+                  ApiObjType());
 }
 
 JtwBlock* JtwRoot::createBlockNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
@@ -195,14 +220,10 @@ JtwPMIAnnotation* JtwRoot::createPMIAnnotationNode(const ApiProtoKey& key,
 JtwEntity* JtwRoot::createApxEntityNode(const ApiProtoKey& parentKey, const RTTran3D& relLoc) {
   if (!isKnown(*this, parentKey)) return nullptr;
   const auto part = jt::make<VisPartNode>(kNewPartHint);
-  auto entity = std::make_unique<JtwEntity>(part.get(), this, L"");
-  if (!addNodeByJtNode(part.get(), entity.get())) return nullptr;
-  if (!entity->setParent(parentKey)) {
-    forgetNode(*entity);
-    return nullptr;
-  }
-  entity->setRelLoc(relLoc);
-  return entity.release();
+  Provisional made(*this, std::make_unique<JtwEntity>(part.get(), this, L""));
+  if (!made.enterByJtNode() || !made->setParent(parentKey)) return nullptr;
+  made->setRelLoc(relLoc);
+  return made.keep();
 }
 
 JtwEntity* JtwRoot::cloneEntityNode(const ApiProtoKey& key, const bool& withGeometry) try {
@@ -220,16 +241,12 @@ JtwEntity* JtwRoot::cloneEntityNode(const ApiProtoKey& key, const bool& withGeom
   auto* part = jt::as<VisPartNode>(copied.get());
   if (!part) return nullptr;
   stripIdentity(part);
-  auto copy = std::make_unique<JtwEntity>(part, this, original->name());
-  if (!copy->setKey(free)) return nullptr;
-  if (!addNodeByJtNode(part, copy.get()) || !group->addChild(part)) {
-    forgetNode(*copy);
-    return nullptr;
-  }
+  Provisional copy(*this, std::make_unique<JtwEntity>(part, this, original->name()));
+  if (!copy->setKey(free) || !copy.enterByJtNode() || !group->addChild(part)) return nullptr;
   // The original may hang below instances and plain groups that take part in its placement.
   original->forgetCached();
   jtw::setPlacement(*copy, original->relLoc());
-  return copy.release();
+  return copy.keep();
 } catch (const JtFormatError& error) {
   jt::setLastError(error.what());
   return nullptr;

@@ -27,9 +27,6 @@ void forEachBelow(JtNode* start, Act act) {
   }
 }
 
-/// True when `above` is `node` or reaches it downwards on any path.
-bool isAtOrAbove(const JtNode* above, const JtNode* node);
-
 /// Takes a child away from a parent; false when it is none of its children or cannot be removed.
 bool cutChild(JtNode* parent, JtNode* child);
 

@@ -107,15 +107,18 @@ bool JtwTraverse::internalPostNode(JtNode* node) {
 
 bool JtwTraverse::internalActOnPart(VisPartNode* part) {
   if (JtwNode* wrapper = root_->nodeByJtNode(part)) return actOnNode(wrapper);
-  auto entity = std::make_unique<JtwEntity>(part, root_, instanceName_);
-  // A part of a native file has no key, and is none the less one of the objects.
-  if (!entity->key().isNull() && !root_->addNodeToMap(entity.get()) &&
-      root_->loadingRep() == JtwRoot::JT_LOAD_ALTERNATE_REP) {
-    actOnNonDisplayedNode(entity.get());
+  auto made = std::make_unique<JtwEntity>(part, root_, instanceName_);
+  JtwNode* holder = nullptr;
+  if (root_->loadingRep() == JtwRoot::JT_LOAD_ALTERNATE_REP &&
+      root_->getNodeByKey(made->key(), holder) && holder) {
+    actOnNonDisplayedNode(made.get());
     return true;
   }
-  root_->addNodeByJtNode(part, entity.get());
-  return actOnNode(entity.release());
+  root_->addNodeByJtNode(part, made.get());  // the root owns it from here
+  JtwEntity* const entity = made.release();
+  // A part of a native file has no key, and is none the less one of the objects.
+  root_->addNodeToMap(entity);
+  return actOnNode(entity);
 }
 
 bool JtwTraverse::internalActOnRoot() {
@@ -152,8 +155,9 @@ JtwCollection* JtwTraverse::makeCollection(VisMetaDataNode& node) {
       made = std::make_unique<JtwBlock>(&node, root_);
   }
   if (!root_->addNodeByJtNode(&node, made.get())) return nullptr;
-  root_->addNodeToMap(made.get());
-  return made.release();
+  JtwCollection* const collection = made.release();  // the root owns it from here
+  root_->addNodeToMap(collection);
+  return collection;
 }
 
 void JtwTraverse::handleNativeJTs(VisMetaDataNode* node) {

@@ -43,10 +43,7 @@ bool JtwUtilsDidJtOriginateFromNativeJt(JtPartition* partition, bool& native) {
 bool JtwUtilsIsPMIModeOn(const JtPartition* partition, bool& on) {
   on = false;
   ApiDocumentRef document;
-  // The registry's table has pointers to partitions that may be changed; this one is only looked
-  // up.
-  if (!JtwManager::the().getApiDocumentRef(const_cast<JtPartition*>(partition), document))
-    return false;
+  if (!JtwManager::the().getApiDocumentRef(partition, document)) return false;
   on = ApiDocument::doesHaveProperty(document, ApiDocument::PMI_MODE);
   return true;
 }
