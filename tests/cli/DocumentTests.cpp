@@ -197,8 +197,23 @@ TEST(Native, AForeignFileIsShownAsAComponent) {
   EXPECT_TRUE(matches(work.json("tree tiny95.jt"), R"({"root": {"kind": "component", "key": null,
       "name": "Tiny", "children": [{"kind": "entity", "name": "Cube", "color": {"r": 0.8},
       "relLoc": [1, 0, 0, 10, 0, 1, 0, 20, 0, 0, 1, 30, 0, 0, 0, 1]}]}})"));
-  const Json assembly = work.json("tree asm95.jt").at("root");
-  EXPECT_EQ(assembly.at("kind"), "component");
+  EXPECT_EQ(work.json("tree asm95.jt").at("root").at("kind"), "component");
+}
+
+TEST(Native, AnObjectWithoutKeyIsNamedByItsNodeAndGetsAKey) {
+  const Workspace work;
+  const Json cube = work.json("tree tiny95.jt").at("root").at("children").at(0);
+  const std::string name = "'#" + cube.at("nodeId").dump() + "'";
+  EXPECT_NE(work.run("tree tiny95.jt").out.find("#" + cube.at("nodeId").dump()), std::string::npos);
+  EXPECT_TRUE(holds(work.json("get tiny95.jt " + name), cube));
+  EXPECT_TRUE(matches(work.json("get tiny95.jt root"), R"({"kind": "component", "key": null})"));
+
+  work.json("set tiny95.jt " + name + " name=Box color=#0000ff");
+  EXPECT_TRUE(matches(work.json("get tiny95.jt 1"),
+                      R"({"kind": "entity", "key": 1, "name": "Box", "color": {"b": 1}})"));
+  EXPECT_TRUE(matches(work.json("set tiny95.jt root name=Top"), R"({"node": {"key": 2}})"));
+  // Everything but the scene graph is as it was.
+  EXPECT_EQ(work.json("set tiny95.jt 1 name=Box").at("saved").at("segments").at("kept"), 1);
 }
 
 }  // namespace

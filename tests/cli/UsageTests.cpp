@@ -40,24 +40,24 @@ TEST_P(Failures, AreToldInJsonAndTextWithTheirCode) {
 
 INSTANTIATE_TEST_SUITE_P(
     Usage, Failures,
-    testing::Values(Failing{"", 2, "usage"}, Failing{"inof tiny95.jt", 2, "usage"},
-                    Failing{"diff a b", 2, "usage"}, Failing{"info", 2, "usage"},
-                    Failing{"info tiny95.jt tiny81.jt", 2, "usage"},
-                    Failing{"info --nothing tiny95.jt", 2, "usage"},
-                    Failing{"info --segments=3 tiny95.jt", 2, "usage"},
-                    Failing{"info tiny95.jt --max-segment 9X", 2, "usage"},
-                    Failing{"info tiny95.jt --max-segment 99999999999G", 2, "usage"},
-                    Failing{"info tiny95.jt -j0", 2, "usage"},
-                    Failing{"info tiny95.jt --color blue", 2, "usage"},
-                    Failing{"info tiny95.jt --version", 2, "usage"},
-                    Failing{"copy tiny95.jt b.jt --version", 2, "usage"},
-                    Failing{"copy tiny95.jt b.jt --version new", 2, "usage"},
-                    Failing{"get tiny95.jt one", 2, "usage"},
-                    Failing{"get tiny95.jt 99999999999", 2, "usage"},
-                    Failing{"explain tiny95.jt --segment x", 2, "usage"},
-                    Failing{"explain tiny95.jt --segment 7", 2, "no_segment"},
-                    Failing{"explain tiny95.jt@7000", 2, "no_field"},
-                    Failing{"new gear.txt", 2, "usage"}));
+    testing::Values(
+        Failing{"", 2, "usage"}, Failing{"inof tiny95.jt", 2, "usage"},
+        Failing{"diff a b", 2, "usage"}, Failing{"info", 2, "usage"},
+        Failing{"info tiny95.jt tiny81.jt", 2, "usage"},
+        Failing{"info --nothing tiny95.jt", 2, "usage"},
+        Failing{"info --segments=3 tiny95.jt", 2, "usage"},
+        Failing{"info tiny95.jt --max-segment 9X", 2, "usage"},
+        Failing{"info tiny95.jt --max-segment 99999999999G", 2, "usage"},
+        Failing{"info tiny95.jt -j0", 2, "usage"},
+        Failing{"info tiny95.jt --color blue", 2, "usage"},
+        Failing{"info tiny95.jt --version", 2, "usage"},
+        Failing{"copy tiny95.jt b.jt --version", 2, "usage"},
+        Failing{"copy tiny95.jt b.jt --version new", 2, "usage"},
+        Failing{"get tiny95.jt one", 2, "usage"}, Failing{"get tiny95.jt '#0'", 2, "usage"},
+        Failing{"get tiny95.jt '#'", 2, "usage"}, Failing{"get tiny95.jt 99999999999", 2, "usage"},
+        Failing{"explain tiny95.jt --segment x", 2, "usage"},
+        Failing{"explain tiny95.jt --segment 7", 2, "no_segment"},
+        Failing{"explain tiny95.jt@7000", 2, "no_field"}, Failing{"new gear.txt", 2, "usage"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Inputs, Failures,
@@ -80,7 +80,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Failing{"new missing/gear.kpak", 4, "unwritable"},
                     Failing{"new tiny95.jt", 4, "exists"}, Failing{"new folder/", 2, "usage"},
                     Failing{"set tiny95.jt 5 name=a", 5, "unknown_key"},
-                    Failing{"get tiny95.jt 0", 5, "unknown_key"}));
+                    Failing{"get tiny95.jt 0", 5, "unknown_key"},
+                    Failing{"get tiny95.jt '#99'", 5, "unknown_key"}));
 
 TEST(Limits, TheMessageNamesTheOptionsAndASuffixCounts) {
   const Workspace work;

@@ -59,14 +59,18 @@ constexpr Command kCommands[] = {
      "DOC KEY",
      "one object of a component",
      "jtw get gear.kpak 7 --json",
-     "",
+     "KEY is the key of the object, 'root' for the component itself, or '#ID' as tree shows it for "
+     "an\n"
+     "object without key.",
      2,
      2,
      {},
      runGet},
     {"set", "DOC KEY NAME=VALUE...", "changes one object of a component and saves",
      "jtw set gear.kpak 7 name=Gripper color=#ff8000 loc=100,0,50,0,0,90",
-     "All or nothing: one bad value changes nothing.\n"
+     "All or nothing: one bad value changes nothing. KEY as for get; an object without key gets "
+     "the\n"
+     "next free one.\n"
      "  name=TEXT\n"
      "  color=#rrggbb | #rrggbbaa | r,g,b[,a] with numbers from 0 to 1\n"
      "  unit=Micrometers|Millimeters|Centimeters|Decimeters|Meters|Kilometers|Inches|Feet|\n"

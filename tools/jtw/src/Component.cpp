@@ -143,6 +143,7 @@ ObjectName::ObjectName(const std::string& name) : text(name) {
   if (text == "root") return;
   if (text.starts_with('#')) {
     nodeId = static_cast<std::int32_t>(parseKey(text.substr(1)).getAsLong());
+    if (*nodeId <= 0) failUsage("'" + text + "' is no object id: '#' and a number from 1 on");
   } else {
     key = parseKey(text);
   }

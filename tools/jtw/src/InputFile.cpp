@@ -140,7 +140,7 @@ jt::Ref<JtPartition> openFile(Session& session, const std::string& path) {
   } catch (const JtFormatError& error) {
     throw readFailure(error, path);
   }
-  const jt::Ref<JtPartition> partition(opened);
+  jt::Ref<JtPartition> partition(opened);
   opened->unref();
   showNotes(session, path, *partition);
   return partition;

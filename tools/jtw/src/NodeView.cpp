@@ -1,5 +1,6 @@
 #include "NodeView.h"
 
+#include <cmath>
 #include <string>
 
 #include "ApiSysStringConvertors.h"
@@ -94,13 +95,17 @@ std::string colorText(const ApiGraColor& color) {
   add(color.red());
   add(color.green());
   add(color.blue());
-  if (color.getAlpha() < 1.0F) add(static_cast<unsigned>(color.getAlpha() * 255.0F + 0.5F));
+  if (color.getAlpha() < 1.0F) add(static_cast<unsigned>(std::lround(color.getAlpha() * 255.0F)));
   return text;
+}
+
+std::int32_t nodeIdOf(JtwNode& node) {
+  return node.isOfTypePMI() || !node.jtNode() ? 0 : node.jtNode()->objectId();
 }
 
 std::string objectText(JtwNode& node) {
   if (!node.key().isNull()) return std::to_string(node.key().getAsLong());
-  const std::int32_t id = node.isOfTypePMI() || !node.jtNode() ? 0 : node.jtNode()->objectId();
+  const std::int32_t id = nodeIdOf(node);
   return id == 0 ? "-" : "#" + std::to_string(id);
 }
 
@@ -114,6 +119,8 @@ void writeNodeMembers(JsonWriter& json, JtwNode& node, JtwNode* parent) {
   json.member("kind", kindName(node));
   const ApiProtoKey key = node.key();
   json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
+  const std::int32_t id = nodeIdOf(node);
+  json.member("nodeId", id == 0 ? std::optional<std::int32_t>() : std::optional<std::int32_t>(id));
   json.textOrNull("name", nameOf(node));
   const char* unit = unitOf(node);
   json.textOrNull("unit", unit ? unit : "");

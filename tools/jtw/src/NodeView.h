@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "ApiGraColor.h"
@@ -17,6 +18,8 @@ class JsonWriter;
 
 /// "component", "block", "link", "sub-device", "entity", "frame" or "annotation".
 const char* kindName(JtwNode& node);
+/// The object id of its node; 0 for a frame or annotation, and for a node that no file had yet.
+std::int32_t nodeIdOf(JtwNode& node);
 /// What names the object on the command line: its key, "#ID" where it has none, "-" where it has
 /// neither.
 std::string objectText(JtwNode& node);

@@ -13,7 +13,7 @@ constexpr std::chrono::milliseconds kInterval{100};
 
 }  // namespace
 
-Progress::Progress(const Session& session, std::string label)
+Progress::Progress(const Session& session, const std::string& label)
     : enabled_(session.showsProgress()), label_(printable(label)), next_(Clock::now() + kFirst) {}
 
 Progress::~Progress() {

@@ -11,7 +11,7 @@ class Session;
 /// on, gone when the object is.
 class Progress {
  public:
-  Progress(const Session& session, std::string label);
+  Progress(const Session& session, const std::string& label);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

@@ -72,6 +72,7 @@ void showVerdict(Session& session, const Verdict& verdict) {
 ExitCode runVerify(Session& session) {
   const std::vector<std::string>& paths = session.arguments().positional();
   std::vector<Verdict> verdicts;
+  verdicts.reserve(paths.size());
   for (const std::string& path : paths) verdicts.push_back(examine(session, path));
 
   const bool allUnreadable = std::all_of(verdicts.begin(), verdicts.end(),
