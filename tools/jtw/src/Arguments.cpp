@@ -11,7 +11,7 @@
 namespace tool {
 namespace {
 
-constexpr OptionSpec kGlobalOptions[] = {
+constexpr Option kGlobalOptions[] = {
     {"json", 0, nullptr, "one JSON object on standard output instead of text"},
     {"quiet", 'q', nullptr, "no messages beside errors"},
     {"no-progress", 0, nullptr, "no progress display"},
@@ -48,7 +48,7 @@ std::optional<std::uint64_t> parseCount(std::string_view text) {
 
 }  // namespace
 
-std::span<const OptionSpec> globalOptions() { return kGlobalOptions; }
+std::span<const Option> globalOptions() { return kGlobalOptions; }
 
 const char* nearestName(std::string_view text, std::span<const char* const> names) {
   const char* nearest = nullptr;
@@ -131,11 +131,11 @@ class ArgumentReader {
   }
 
   template <class Matches>
-  const OptionSpec* find(const Matches& matches) const {
+  const Option* find(const Matches& matches) const {
     if (line_.command)
-      for (const OptionSpec& option : line_.command->options)
+      for (const Option& option : line_.command->options)
         if (matches(option)) return &option;
-    for (const OptionSpec& option : kGlobalOptions)
+    for (const Option& option : kGlobalOptions)
       if (matches(option)) return &option;
     return nullptr;
   }
@@ -143,8 +143,8 @@ class ArgumentReader {
   [[noreturn]] void failUnknown(std::string_view name) const {
     std::vector<const char*> names;
     if (line_.command)
-      for (const OptionSpec& option : line_.command->options) names.push_back(option.name);
-    for (const OptionSpec& option : kGlobalOptions) names.push_back(option.name);
+      for (const Option& option : line_.command->options) names.push_back(option.name);
+    for (const Option& option : kGlobalOptions) names.push_back(option.name);
     std::string message = "unknown option '--" + std::string(name) + "'";
     if (const char* nearest = nearestName(name, names))
       message += "; did you mean '--" + std::string(nearest) + "'?";
@@ -154,8 +154,7 @@ class ArgumentReader {
   void readLong(std::string_view word) {
     const std::size_t equals = word.find('=');
     const std::string_view name = word.substr(0, equals);
-    const OptionSpec* option =
-        find([name](const OptionSpec& candidate) { return name == candidate.name; });
+    const Option* option = find([name](const Option& candidate) { return name == candidate.name; });
     if (!option) failUnknown(name);
     if (!option->value) {
       if (equals != std::string_view::npos) failUsage("--" + std::string(name) + " takes no value");
@@ -172,8 +171,8 @@ class ArgumentReader {
     while (!letters.empty()) {
       const char letter = letters[0];
       letters.remove_prefix(1);
-      const OptionSpec* option =
-          find([letter](const OptionSpec& candidate) { return candidate.letter == letter; });
+      const Option* option =
+          find([letter](const Option& candidate) { return candidate.letter == letter; });
       if (!option) failUsage("unknown option '-" + std::string(1, letter) + "'");
       if (!option->value) {
         add(*option, {});
@@ -184,14 +183,14 @@ class ArgumentReader {
     }
   }
 
-  std::string_view takeValue(const OptionSpec& option) {
+  std::string_view takeValue(const Option& option) {
     const bool isMissing =
         next_ == words_.size() || std::string_view(words_[next_]).starts_with("--");
     if (isMissing) failUsage("--" + std::string(option.name) + " needs a value: " + option.value);
     return words_[next_++];
   }
 
-  void add(const OptionSpec& option, std::string_view value) {
+  void add(const Option& option, std::string_view value) {
     line_.arguments.given_.push_back({&option, std::string(value)});
   }
 

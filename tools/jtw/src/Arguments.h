@@ -13,7 +13,7 @@ namespace tool {
 struct Command;
 
 /// One option of the program or of a command.
-struct OptionSpec {
+struct Option {
   const char* name;   ///< without the dashes
   char letter;        ///< of the short form; 0: none
   const char* value;  ///< what its value is called in the help; null: it takes none
@@ -21,7 +21,7 @@ struct OptionSpec {
 };
 
 /// The options that every command has.
-std::span<const OptionSpec> globalOptions();
+std::span<const Option> globalOptions();
 
 /// What was said on the command line, checked against the tables.
 class Arguments {
@@ -38,7 +38,7 @@ class Arguments {
  private:
   friend class ArgumentReader;
   struct Given {
-    const OptionSpec* option;
+    const Option* option;
     std::string value;
   };
   const Given* find(std::string_view option) const;

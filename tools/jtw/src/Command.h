@@ -20,7 +20,7 @@ struct Command {
   const char* details;  ///< for `help NAME`, lines of text; may be empty
   std::size_t minArguments;
   std::size_t maxArguments;
-  std::span<const OptionSpec> options;
+  std::span<const Option> options;
   ExitCode (*run)(Session&);  ///< null: planned, not there yet
 };
 

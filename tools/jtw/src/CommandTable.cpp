@@ -6,30 +6,30 @@
 namespace tool {
 namespace {
 
-constexpr OptionSpec kMaxSegment{"max-segment", 0, "BYTES",
-                                 "the most that one segment may unpack to (1G)"};
-constexpr OptionSpec kMaxDocument{"max-document", 0, "BYTES",
-                                  "the most that all segments may unpack to (4G)"};
-constexpr OptionSpec kDryRun{"dry-run", 0, nullptr, "report what would be done, write nothing"};
+constexpr Option kMaxSegment{"max-segment", 0, "BYTES",
+                             "the most that one segment may unpack to (1G)"};
+constexpr Option kMaxDocument{"max-document", 0, "BYTES",
+                              "the most that all segments may unpack to (4G)"};
+constexpr Option kDryRun{"dry-run", 0, nullptr, "report what would be done, write nothing"};
 
-constexpr OptionSpec kInfoOptions[] = {
+constexpr Option kInfoOptions[] = {
     {"segments", 0, nullptr, "list the segments"}, kMaxSegment, kMaxDocument};
-constexpr OptionSpec kGraphOptions[] = {
+constexpr Option kGraphOptions[] = {
     {"metadata", 0, nullptr, "load the metadata segments too"}, kMaxSegment, kMaxDocument};
-constexpr OptionSpec kExplainOptions[] = {
+constexpr Option kExplainOptions[] = {
     {"segment", 0, "N|ID",
      "only this segment: its row in the table of contents, from 0, or its id"},
     kMaxSegment,
     kMaxDocument};
-constexpr OptionSpec kVerifyOptions[] = {kMaxSegment, kMaxDocument};
-constexpr OptionSpec kCopyOptions[] = {
+constexpr Option kVerifyOptions[] = {kMaxSegment, kMaxDocument};
+constexpr Option kCopyOptions[] = {
     {"version", 0, "V", "the JT version to write; without it that of IN"},
     kDryRun,
     kMaxSegment,
     kMaxDocument};
-constexpr OptionSpec kNewOptions[] = {
+constexpr Option kNewOptions[] = {
     {"force", 0, nullptr, "replace a component that is there already"}, kDryRun};
-constexpr OptionSpec kSetOptions[] = {kDryRun};
+constexpr Option kSetOptions[] = {kDryRun};
 
 constexpr Command kCommands[] = {
     {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",

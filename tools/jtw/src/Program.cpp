@@ -30,7 +30,7 @@ ExitCode runWithoutCommand(Session& session) {
 }
 
 bool hasOwnVersionOption(const Command& command) {
-  for (const OptionSpec& option : command.options)
+  for (const Option& option : command.options)
     if (std::string_view(option.name) == "version") return true;
   return false;
 }

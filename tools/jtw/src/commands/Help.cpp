@@ -4,8 +4,8 @@
 namespace tool {
 namespace {
 
-void listOptions(Output& out, std::span<const OptionSpec> options) {
-  for (const OptionSpec& option : options) {
+void listOptions(Output& out, std::span<const Option> options) {
+  for (const Option& option : options) {
     std::string form = option.letter ? std::string{'-', option.letter, ',', ' '} : "    ";
     form += std::string("--") + option.name;
     if (option.value) form += std::string(" ") + option.value;
@@ -49,7 +49,7 @@ void writeCommand(JsonWriter& json, const Command& command) {
   json.member("example", command.example);
   json.key("options");
   json.beginArray();
-  for (const OptionSpec& option : command.options) {
+  for (const Option& option : command.options) {
     json.beginObject(JsonWriter::Layout::line);
     json.member("name", option.name);
     json.textOrNull("value", option.value ? option.value : "");
