@@ -36,6 +36,12 @@ std::string hex(std::uint64_t value) {
   return text;
 }
 
+[[noreturn]] void throwTextMode(const FilePosition& where) {
+  throw JtFormatError(
+      "text_mode",
+      "the file was damaged by a transfer in text mode: transfer it again in binary mode", where);
+}
+
 }  // namespace
 
 const char* segmentTypeName(std::int32_t type) noexcept {
@@ -87,7 +93,13 @@ Ref<Container> Container::open(Ref<FileImage> image, const ReadLimits& limits) {
   Ref<Container> container(new Container(std::move(image), limits));
   try {
     container->readHeader();
-    container->readToc();
+    try {
+      container->readToc();
+    } catch (const JtFormatError& error) {
+      // Bytes that were dropped or doubled move all that follows them.
+      if (!container->checkBytesOk_) throwTextMode(error.where());
+      throw;
+    }
   } catch (const JtFormatError& error) {
     throw error.within({container->image_->name(), {}, {}, {}});
   }
@@ -126,19 +138,15 @@ void Container::readHeader() {
                         "file truncated: the header takes " + std::to_string(headerSize) +
                             " bytes, found " + std::to_string(bytes.size()),
                         {{}, {}, {}, bytes.size()});
-  const bool checkOk = text.substr(kVersionTextSize - kCheckBytes.size()) == kCheckBytes;
+  checkBytesOk_ = text.substr(kVersionTextSize - kCheckBytes.size()) == kCheckBytes;
   const auto order = std::to_integer<int>(bytes[kVersionTextSize]);
   if (order > 1) {
-    if (!checkOk)
-      throw JtFormatError(
-          "text_mode",
-          "the file was damaged by a transfer in text mode: transfer it again in binary mode",
-          {{}, {}, "byteOrder", kVersionTextSize});
+    if (!checkBytesOk_) throwTextMode({{}, {}, "byteOrder", kVersionTextSize});
     throw JtFormatError("bad_byte_order",
                         "expected byte order 0 or 1, found " + std::to_string(order),
                         {{}, {}, "byteOrder", kVersionTextSize});
   }
-  if (!checkOk)
+  if (!checkBytesOk_)
     note(false, "header_check_bytes", 75,
          "the five check bytes of the version text are not as they should be");
   format_.bigEndian = order == 1;

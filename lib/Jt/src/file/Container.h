@@ -150,6 +150,7 @@ class JT_API Container : public JtRefCounted {
   ReadLimits limits_;
   Format format_;
   FileHeader header_;
+  bool checkBytesOk_ = true;
   std::vector<TocEntry> toc_;
   std::vector<Note> notes_;
   mutable std::once_flag indexed_;
