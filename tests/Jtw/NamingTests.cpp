@@ -51,6 +51,11 @@ TEST_F(Naming, TheJtFileOfAnExistingDocument) {
     const std::string file = expected.name;
     EXPECT_EQ(name, file.front() == '/' ? folder_.path() + file : file) << expected.document;
   }
+  RWClassicCString location;
+  RWClassicCString name;
+  const std::string relative = fs::relative(folder_.at("gear.kpak")).string();
+  EXPECT_TRUE(JtwManager::getJtFileNameFromPath(relative, false, location, name));
+  EXPECT_EQ(location + name, relative + "/gear.jt");
 }
 
 TEST_F(Naming, CoDocumentsCountOnlyWhenTheRegistryLooksIntoThem) {
@@ -117,6 +122,16 @@ TEST_F(Naming, WhereNewAndExportedFilesGo) {
               expected.exportExists);
     EXPECT_EQ(location + name, folder_.at(expected.exported));
   }
+}
+
+TEST_F(Naming, ANewPlainFileGoesWhereItIs) {
+  const ApiDocumentRef plain = documentAt(folder_.at("plain.jt"));
+  EXPECT_TRUE(registry().computeNewDocRoot(plain)->write(false)) << jt::lastError();
+  const ApiDocumentRef moved = documentAt(folder_.at("moved.jt"));
+  ASSERT_TRUE(registry().updateRootDocument(plain, moved));
+  EXPECT_TRUE(registry().root(moved)->write(false)) << jt::lastError();
+  for (const char* name : {"plain.jt", "moved.jt"})
+    EXPECT_TRUE(fs::is_regular_file(folder_.at(name))) << name;
 }
 
 }  // namespace

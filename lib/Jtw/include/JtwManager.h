@@ -135,7 +135,8 @@ class JTW_API JtwManager {
   /// @return false when the document has no JT file
   static bool getFileNameFromDocument(const ApiDocumentRef& document, RWClassicCString& location,
                                       RWClassicCString& name);
-  /// Where the JT file of a new or moved document goes.
+  /// Where the JT file of a new or moved component folder goes. The document's path is taken for a
+  /// folder whatever it is.
   static void getDatastoreLocationAndName(const ApiDocumentRef& document,
                                           RWClassicCString& location, RWClassicCString& name);
   /// The JT file in the component folder `path`: the one named like the folder, or any other.

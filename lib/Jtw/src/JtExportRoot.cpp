@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "ApiClock.h"
-#include "ApiSysFilePath.h"
 #include "ApiSysStringConvertors.h"
 #include "Jt.h"
 #include "JtGroup.h"
 #include "JtStorageLocation.h"
+#include "JtwFileNaming.h"
 #include "JtwManager.h"
 #include "JtwProperties.h"
 #include "VisMetaDataNode.h"
@@ -107,9 +107,7 @@ bool JtExportRoot::createPMIFrame(const ApiProtoKey& /*key*/, const ApiProtoKey&
 bool JtExportRoot::updateRelativeLocation(ApiSysFileName& newPath) {
   const auto* place = jt::as<JtFSStorageLocation>(getStorageLocation());
   if (!place) return false;
-  RWClassicCString folder = ApiSysFilePath(place->fullFilePath()).hostingDirPath().asString();
-  if (!folder.empty() || ApiSysFilePath(place->fullFilePath()).isFullPath()) folder += '/';
-  return updateStorageLocation(folder, newPath.fileName());
+  return updateStorageLocation(jtw::folderOf(place->fullFilePath()), newPath.fileName());
 }
 
 bool JtExportRoot::write() { return writeToDatastore(nullptr); }

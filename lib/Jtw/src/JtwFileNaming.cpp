@@ -1,12 +1,11 @@
 // Where the JT file of a host document lies, and what it is called.
 
-#include <algorithm>
+#include "JtwFileNaming.h"
+
 #include <cstdint>
 #include <memory>
-#include <string_view>
 
 #include "ApiSysFileAccess.h"
-#include "ApiSysFileName.h"
 #include "ApiSysFilePath.h"
 #include "DbDocument.h"
 #include "JtwManager.h"
@@ -28,15 +27,6 @@ RWClassicCString pathOf(const ApiDocumentRef& document) {
 
 bool keepsManyJtFiles(const ApiDocumentRef& document) {
   return ApiDocument::kind(document) == ApiDocument::KIND_MANY_JT_FILES;
-}
-
-RWClassicCString lowerCaseExtension(const RWClassicCString& path) {
-  const auto dot = path.rfind('.');
-  RWClassicCString extension = dot == RWClassicCString::npos ? "" : path.substr(dot + 1);
-  std::ranges::transform(extension, extension.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return extension;
 }
 
 /// The name with the JT suffix for what follows its last '.'.
@@ -84,12 +74,31 @@ bool findNewest(const RWClassicCString& folder, RWClassicCString& name) {
 }
 
 }  // namespace
+
+RWClassicCString folderOf(const RWClassicCString& path) {
+  const ApiSysFilePath whole(path);
+  const RWClassicCString folder = whole.hostingDirPath().asString();
+  // The root folder, as of "/gear.kpak", comes back as the empty text.
+  return folder.empty() && !whole.isFullPath() ? folder : folder + '/';
+}
+
+void findDatastorePlace(const ApiDocumentRef& document, RWClassicCString& location,
+                        RWClassicCString& name) {
+  const ApiSysFilePath path(pathOf(document));
+  if (path.extension() == JtwManager::JT_SUFFIX && !path.isDirectory()) {
+    location = folderOf(path.asString());
+    name = path.fileName();
+  } else {
+    JtwManager::getDatastoreLocationAndName(document, location, name);
+  }
+}
+
 }  // namespace jtw
 
 bool JtwManager::getFileNameFromDocument(const ApiDocumentRef& document, RWClassicCString& location,
                                          RWClassicCString& name) {
   const RWClassicCString path = jtw::pathOf(document);
-  const RWClassicCString extension = jtw::lowerCaseExtension(path);
+  const RWClassicCString extension = ApiSysFilePath(path).extension();
   if (extension != CO_SUFFIX && extension != "co" && extension != "cor") {
     if (ApiSysFilePath(path).exists()) name = path;
     return true;
@@ -110,8 +119,7 @@ bool JtwManager::getJtFileNameFromPath(const RWClassicCString& path, bool manyJt
                                        RWClassicCString& location, RWClassicCString& name) {
   location = path + '/';
   if (!manyJtFiles) {
-    const ApiSysFileName folder(path);
-    RWClassicCString base = folder.isFullPath() ? folder.fileName() : path;
+    RWClassicCString base = ApiSysFilePath(path).fileName();
     if (base.size() >= CO_SUFFIX.size()) {
       base = base.substr(0, base.size() - CO_SUFFIX.size()) + JT_SUFFIX;
       if (ApiSysFilePath(jtw::pathInFolder(path, base)).exists()) {
@@ -130,11 +138,9 @@ bool JtwManager::findJtFile(const RWClassicCString& folder, RWClassicCString& na
 
 void JtwManager::getExportLocationAndName(const ApiDocumentRef& document,
                                           RWClassicCString& location, RWClassicCString& name) {
-  const ApiSysFilePath path(jtw::pathOf(document));
-  location = path.hostingDirPath().asString();
-  // A path like "/gear.kpak" has the root for its folder, which comes back as the empty text.
-  if (!location.empty() || path.isFullPath()) location += '/';
-  name = jtw::withJtSuffix(path.fileName());
+  const RWClassicCString path = jtw::pathOf(document);
+  location = jtw::folderOf(path);
+  name = jtw::withJtSuffix(ApiSysFilePath(path).fileName());
 }
 
 bool JtwManager::getExportFileNameFromDocument(const ApiDocumentRef& document,

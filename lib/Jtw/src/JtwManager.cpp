@@ -11,6 +11,7 @@
 #include "JtFrameListProperty.h"
 #include "JtResidencyRequestManager.h"
 #include "JtkEntityFactory.h"
+#include "JtwFileNaming.h"
 #include "JtwNode.h"
 #include "JtwTraverse.h"
 
@@ -153,7 +154,7 @@ bool JtwManager::updateRootDocument(const ApiDocumentRef& oldDocument,
 
   RWClassicCString location;
   RWClassicCString name;
-  getDatastoreLocationAndName(newDocument, location, name);
+  jtw::findDatastorePlace(newDocument, location, name);
   moved->updateStorageLocation(location, name);
 
   roots_.erase(found);
@@ -168,7 +169,7 @@ bool JtwManager::updateRootDocumentWithJtFileName(const ApiDocumentRef& document
   if (!registered) return false;
   RWClassicCString location;
   RWClassicCString replaced;
-  getDatastoreLocationAndName(document, location, replaced);
+  jtw::findDatastorePlace(document, location, replaced);
   return registered->updateStorageLocation(location, jtFileName);
 }
 

@@ -12,6 +12,7 @@
 #include "DmKrUtilsStreamObject.h"
 #include "DmKrUtilsStreamStorageLocation.h"
 #include "JtStorageLocation.h"
+#include "JtwFileNaming.h"
 #include "JtwManager.h"
 #include "JtwPMI.h"
 
@@ -126,7 +127,7 @@ bool JtwRoot::initializeAsNew(const ApiDocumentRef& document) {
   const bool initialized = initializeComponentNode(document);
   RWClassicCString location;
   RWClassicCString name;
-  JtwManager::getDatastoreLocationAndName(document, location, name);
+  jtw::findDatastorePlace(document, location, name);
   updateStorageLocation(location, name);
   return initialized;
 }
