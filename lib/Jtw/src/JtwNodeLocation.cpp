@@ -19,13 +19,20 @@ constexpr float kLeastRatio = 0.001F;
 
 }  // namespace
 
+const jtw::LengthUnit* jtw::unitOfName(std::string_view name) {
+  const auto* unit = std::ranges::find(kLengthUnits, name, &LengthUnit::name);
+  return unit == kLengthUnits.end() ? nullptr : unit;
+}
+
+const jtw::LengthUnit* jtw::unitOfRatio(float ratio) {
+  const auto* unit = std::ranges::find(kLengthUnits, ratio, &LengthUnit::ratio);
+  return unit == kLengthUnits.end() ? nullptr : unit;
+}
+
 std::optional<float> jtw::ownUnitRatio(const JtNode* node) {
   const JtString* name = stringProperty(node, Jt::jtPropMeasurementUnits);
-  if (!name) return std::nullopt;
-  const std::string text = name->stringToMbs();
-  const auto* unit = std::find_if(kLengthUnits.begin(), kLengthUnits.end(),
-                                  [&text](const LengthUnit& known) { return known.name == text; });
-  return unit == kLengthUnits.end() ? std::nullopt : std::optional<float>(unit->ratio);
+  const LengthUnit* unit = name ? unitOfName(name->stringToMbs()) : nullptr;
+  return unit ? std::optional<float>(unit->ratio) : std::nullopt;
 }
 
 // --- Unit
@@ -37,10 +44,8 @@ float JtwNode::measurementUnitRatio() {
 
 bool JtwNode::setMeasurementUnitRatio(float ratio) {
   if (!jtNode_) return false;
-  const auto* unit =
-      std::find_if(jtw::kLengthUnits.begin(), jtw::kLengthUnits.end(),
-                   [ratio](const jtw::LengthUnit& known) { return known.ratio == ratio; });
-  if (unit == jtw::kLengthUnits.end()) return false;
+  const jtw::LengthUnit* unit = jtw::unitOfRatio(ratio);
+  if (!unit) return false;
   removeMeasurementUnitsProperty(jtNode());
   jtw::setString(jtNode(), Jt::jtPropMeasurementUnits, JtString(unit->name), true);
   return true;

@@ -122,17 +122,13 @@ void setPreserved(JtwNode& node, bool preserved) {
 }
 
 const char* unitName(float ratio) {
-  const auto* unit =
-      std::find_if(kLengthUnits.begin(), kLengthUnits.end(),
-                   [ratio](const LengthUnit& known) { return known.ratio == ratio; });
-  return unit == kLengthUnits.end() ? nullptr : unit->name.data();
+  const LengthUnit* unit = unitOfRatio(ratio);
+  return unit ? unit->name.data() : nullptr;
 }
 
 float unitRatio(const char* name) {
-  if (!name) return 0.0F;
-  const auto* unit = std::find_if(kLengthUnits.begin(), kLengthUnits.end(),
-                                  [name](const LengthUnit& known) { return known.name == name; });
-  return unit == kLengthUnits.end() ? 0.0F : unit->ratio;
+  const LengthUnit* unit = name ? unitOfName(name) : nullptr;
+  return unit ? unit->ratio : 0.0F;
 }
 
 }  // namespace jtw

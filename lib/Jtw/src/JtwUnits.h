@@ -28,6 +28,10 @@ inline constexpr std::array<LengthUnit, 10> kLengthUnits{{
     {"Miles", 1609344.0F},
 }};
 
+/// The unit of that name (letter case counts) or of exactly that ratio; null when there is none.
+const LengthUnit* unitOfName(std::string_view name);
+const LengthUnit* unitOfRatio(float ratio);
+
 /// The ratio of the unit that the node itself names; nothing when it names none of the table.
 std::optional<float> ownUnitRatio(const JtNode* node);
 
