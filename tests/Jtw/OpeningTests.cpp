@@ -155,6 +155,12 @@ TEST_F(Opening, TheTransformGoesDownToTheChildren) {
   EXPECT_EQ(matrix(node.child(4)), moved(1, 2));
 }
 
+TEST_F(Opening, AnUnnamedFileDoesNotTakeTheNameOfWhatItHolds) {
+  const auto partition = jt::make<JtPartition>();
+  add<VisMetaDataNode>(*partition, "assembly");
+  EXPECT_EQ(text(*open(componentOf(*partition))->jtNode(), Jt::jtPropName), "assembly");
+}
+
 TEST_F(Opening, ASwitchYieldsTheRepresentationThatWasAskedFor) {
   struct Case {
     const char* mark;

@@ -189,7 +189,8 @@ void JtwRoot::buildComponentNode() {
 
   const RWClassicWString name = JtwNode::name(&partition);
   setJtNode(component.get());
-  setName(name);
+  // A node that was there keeps the only name there is.
+  if (isNew || !name.empty()) setName(name);
   if (!isNew) return;
   jtw::moveChildren(partition, *component);
   partition.addChild(component.get());
