@@ -14,6 +14,7 @@
 /// operations only, so that the registry can hand any root out as one.
 class JTW_API JtExportRoot : public JtwRoot {
  public:
+  /// A root without partition; initialize() or initializeAsNew() comes next.
   explicit JtExportRoot(JtwRoot::JT_LOADING_REPRESENTATION loadingRep) : JtwRoot(loadingRep) {}
   JtExportRoot() = default;
 

@@ -50,6 +50,7 @@ class JTW_API JtwManager {
   JtExportRoot* exportRoot(const ApiDocumentRef& document) const;
   /// Destroys the document's root; false when it has none. Its partitions stay registered.
   bool releaseRoot(const ApiDocumentRef& document);
+  /// Destroys every root.
   void releaseAllRoots();
 
   /// To be called when documents changed their identity: finds the roots under the new one.
@@ -63,11 +64,12 @@ class JTW_API JtwManager {
   bool updateRootDocumentWithJtFileName(const ApiDocumentRef& document,
                                         RWClassicCString& jtFileName);
 
-  /// Structures are kept as they are given.
+  /// Records how a document is built up; the value is kept as it is given.
   void insertDocumentStructure(const ApiDocumentRef& document, ApiDocument::Structure structure);
+  /// The recorded structure; false, with `structure` untouched, when there is none.
   bool findDocumentStructure(const ApiDocumentRef& document,
                              ApiDocument::Structure& structure) const;
-  /// Through the root's partition, which must be registered.
+  /// The same through the root's partition; false also when that is not registered.
   bool findDocumentStructure(const JtwRoot* root, ApiDocument::Structure& structure) const;
 
   /// Whether the document was seen to hold a component of the host's own kind.
@@ -83,9 +85,12 @@ class JTW_API JtwManager {
   JtPartition* findJtPartition(const ApiDocumentRef& document) const;
   /// The document that a partition is registered for; false when there is none.
   bool getApiDocumentRef(const JtPartition* partition, ApiDocumentRef& document) const;
+  /// Unregisters a partition, and forgets what docHasKrJt() and docHasKrSwitch() tell of its
+  /// document. Nothing happens for one that is not registered.
   void removeJtPartition(JtPartition* partition);
   /// Unregisters every partition of the document that `partition` is registered for.
   void removeJtPartitionsOfDoc(JtPartition* partition);
+  /// Unregisters every partition.
   void removeAllJtPartition();
   /// Unregisters every partition of the document without closing any.
   void releaseDocument(const ApiDocumentRef& document);
@@ -99,14 +104,17 @@ class JTW_API JtwManager {
 
   // --- Export options
 
+  /// Whether partitions are shared with a viewer in this process; false at first.
   bool usingJtViewer() const { return usingJtViewer_; }
   /// Switching on also switches usingJtInCO() on; switching off leaves that alone.
   void setUsingJtViewer(bool on);
   /// Whether .co and .cor documents are looked into for JT data.
   bool usingJtInCO() const { return usingJtInCO_; }
+  /// A switch that is kept for the exporters; false at first.
   bool defaultFiltering() const { return defaultFiltering_; }
   void setDefaultFiltering(bool on) { defaultFiltering_ = on; }
 
+  /// The JT version that exporters write; at first the default one, 10.0.
   ApiGraJtVersionData::apiGraJtVersion getJtVersion() const { return jtVersion_; }
   /// Stored as it is, without a look at the list.
   void setJtVersion(ApiGraJtVersionData::apiGraJtVersion version) { jtVersion_ = version; }
@@ -116,9 +124,11 @@ class JTW_API JtwManager {
     return jtVersionList_;
   }
 
+  /// The PMI types left out of exports, indexed by ApiPMIType; empty: none.
   const std::vector<bool>& getExcludedPMITypes() const { return excludedPMITypes_; }
   /// One bit for each ApiPMIType, or none at all: nothing is excluded.
   void setExcludedPMITypes(const std::vector<bool>& types) { excludedPMITypes_ = types; }
+  /// False for a type that the bits do not cover.
   bool isPMITypeExcluded(ApiPMIType type) const;
 
   // --- File naming (JtwFileNaming.cpp)

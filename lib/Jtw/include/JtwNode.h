@@ -53,11 +53,13 @@ class JTW_API JtwNode {
   /// when the node has a key, when the root maps `key` to a node, and for the null key or one that
   /// does not fit in 32 bits.
   virtual bool setKey(const ApiProtoKey& key);
+  /// The kind of object.
   virtual JT_NODE_TYPE type() = 0;
   /// 1 when the object can hold others, as JtwCollection; else 0.
   virtual int isCollection() { return 0; }
   /// The name without file extension; that of the instance above when the node has none.
   virtual RWClassicWString name();
+  /// Stores the name on the JT node; the instance above keeps its own.
   virtual void setName(const RWClassicWString& name);
   /// Placement in the component, in millimetres: the identity without a parent node.
   virtual RTTran3D absLoc();
@@ -85,17 +87,21 @@ class JTW_API JtwNode {
   virtual bool setParent(const ApiProtoKey& key);
   /// Both stay as given when the node is not attached.
   virtual void getAttachmentParent(ApiProtoKey& key, AttachmentType& type);
+  /// A key that does not fit in 32 bits changes nothing.
   virtual void setAttachmentParent(const ApiProtoKey& key, AttachmentType type);
   /// Gives the node a material of its own and takes the materials away from everything below.
   /// @param forced the material wins over a final one further up
   /// @param overrideVertexColors the material hides colours stored with the vertices
   virtual void setColor(const ApiGraColor& color, bool forced, bool overrideVertexColors);
+  /// The null id when there is none.
   virtual ApiGlobalUniqueId globalUniqueId();
   /// The null id changes nothing.
   virtual void setGlobalUniqueId(const ApiGlobalUniqueId& id);
   /// True when the host must keep the object as it is, not united with its neighbours.
   virtual bool isPreserved(bool /*deep*/) { return false; }
+  /// Nothing here; see JtwEntity, JtwBlock and JtwPMI.
   virtual void setPreserved(bool /*preserved*/) {}
+  /// An id that the host keeps; empty when there is none.
   virtual RWClassicCString relStringId() const;
   /// The empty text changes nothing.
   virtual void setRelStringId(const RWClassicCString& id);
@@ -114,6 +120,7 @@ class JTW_API JtwNode {
   JtNode* jtNode() const noexcept { return jtNode_.get(); }
   /// Points the wrapper at another JT node. The root's maps and the caches stay as they are.
   void setJtNode(JtNode* node) { jtNode_ = jt::Ref<JtNode>(node); }
+  /// The root of the component; not owned.
   JtwRoot* root() const noexcept { return root_; }
 
   /// Takes the key away and forgets what is cached.
@@ -127,6 +134,7 @@ class JTW_API JtwNode {
   /// The name as stored, or that of the instance above.
   RWClassicWString nameWithExtension();
 
+  /// The name of a JT node, without and with its file extension; empty for null.
   static RWClassicWString name(JtNode* node);
   static RWClassicWString nameWithExtension(const JtNode* node);
   /// Cuts off ".part;N;N:", ".asm;N;N:", ".part;" or ".asm;" (N: digits and '-', perhaps none) at

@@ -97,6 +97,7 @@ class JTW_API JtwRoot : public JtwCollection {
   RWClassicWString name() override;
   /// The identity: a component is placed by whoever uses it.
   RTTran3D absLoc() override;
+  /// The identity too; see internalRelLoc().
   RTTran3D relLoc() override;
   /// What the component node's own transforms, and those above it, amount to, in millimetres. Not
   /// the identity only when they were not pushed down to the children while opening.
@@ -161,6 +162,7 @@ class JTW_API JtwRoot : public JtwCollection {
 
   /// The greatest key ever given to a PMI of this component; the null key when none is recorded.
   ApiProtoKey PMIMaxProtoKey() const;
+  /// Records it on the component node. A key that does not fit in 32 bits changes nothing.
   void setPMIMaxProtoKey(const ApiProtoKey& key);
 
   /// Writes the component's JT data to the file or the document's stream that it lies in.

@@ -54,6 +54,7 @@ class JTW_API JtwTraverse {
 
   /// Runs the walk. False when the root has no JT node or the graph cannot be read.
   bool execute();
+  /// The root that is walked; not owned.
   JtwRoot* root() const noexcept { return root_; }
 
   /// The host type that the "KrObjType" property of a node names. False, and `type` stays, when
@@ -63,6 +64,7 @@ class JTW_API JtwTraverse {
   static void init();
 
  protected:
+  /// Where the walk starts; the root itself unless another node was given.
   JtwNode* startNode() const noexcept { return startNode_; }
 
  private:

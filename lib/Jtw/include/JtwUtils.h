@@ -28,5 +28,6 @@ JTW_API bool JtwUtilsShouldExcludePMI(JtwPMI* pmi, bool& exclude);
 
 /// The node's name as stored; empty for null or a node without name.
 JTW_API RWClassicWString JtwUtilsGetNamePropertyAsRWWString(const JtNode* node);
+/// Host text as JT text. Both conversions keep every character.
 JTW_API JtString JtwUtilsGetRWWStringAsJtString(const RWClassicWString& s);
 JTW_API void JtwUtilsConvertRWCStringToJtString(const RWClassicCString& s, JtString& out);
