@@ -50,7 +50,7 @@ void Buffer::resize(std::size_t size) {
     mapped_ = size;
   } else {
     Buffer other(size);
-    std::memcpy(other.bytes_, bytes_, std::min(size, size_));
+    if (size_ > 0) std::memcpy(other.bytes_, bytes_, std::min(size, size_));
     *this = std::move(other);
   }
   size_ = size;
