@@ -104,7 +104,7 @@ RC_GTEST_PROP(Arrays, EncodedValuesDecode, (bool isTen, bool lossless)) {
   for (std::size_t i = 0; i < uv.size(); ++i) RC_ASSERT(std::abs(uv[i] - texture[i]) < 1e-5F);
   CodedArray coded = encodeColours(colours, generation, 8);
   if (isTen && *rc::gen::arbitrary<bool>())  // a producer may predict them or not
-    predict(Predictor::lag1, coded.codes[0]);
+    undoPrediction(Predictor::lag1, coded.codes[0]);
   const auto rgba = decodeColours(coded, generation, report);
   for (std::size_t i = 0; i < count; ++i)
     for (std::size_t c = 0; c < 4; ++c) RC_ASSERT(std::abs(rgba[i][c] - colours[i][c]) < 1e-4F);

@@ -105,6 +105,51 @@ TEST(ShapeVectors, AreWrittenBackByTheSameFieldLists) {
   }
 }
 
+TEST(ShapeVectors, TheWriterMakesTheTrianglesThatEveryReaderKnows) {
+  for (const ShapeVector& vector : shapeVectors()) {
+    if (!vector.name.starts_with("tri")) continue;
+    SCOPED_TRACE(vector.name);
+    const auto format = formatOf(json::parse(vector.expected));
+    jt::codec::Report losses;
+    const auto segment =
+        jt::file::writeShapeSegment(decode(vector.bytes, format).mesh, {}, 7, format, {}, losses);
+    EXPECT_TRUE(
+        std::ranges::equal(segment.bytes().subspan(jt::file::kSegmentHeaderSize), vector.bytes));
+  }
+}
+
+/// Checks that the fields follow each other without gap.
+class Coverage : public jt::file::FieldListener {
+ public:
+  void field(std::size_t offset, std::size_t size, const char* name, const char*,
+             const std::string& value) override {
+    EXPECT_EQ(offset, end) << name;
+    end = offset + size;
+    text += std::string(name) + "=" + value + "\n";
+  }
+  std::size_t end = 0;
+  std::string text;
+};
+
+TEST(ShapeVectors, EveryByteIsExplained) {
+  for (const ShapeVector& vector : shapeVectors()) {
+    SCOPED_TRACE(vector.name);
+    const auto format = formatOf(json::parse(vector.expected));
+    const auto stored = jt::file::segmentElements(vector.bytes, format).at(0);
+    const jt::file::ShapeKind* kind = jt::file::findShapeKind(stored.frame.typeId);
+    Coverage coverage;
+    jt::file::TracingReader reader(stored.body, format, 0, &coverage);
+    jt::file::ShapeElement element(jt::codec::Budget(1 << 24));
+    element.kind = kind->kind;
+    kind->trace(reader, element);
+    EXPECT_EQ(coverage.end, stored.body.size());
+    if (vector.name == "torus10") {
+      EXPECT_NE(coverage.text.find("vertexValences=60 values, "), std::string::npos)
+          << coverage.text;
+    }
+  }
+}
+
 TEST(ShapeVectors, EveryTruncationIsAnErrorAndEveryChangedBitIsHarmless) {
   for (const ShapeVector& vector : shapeVectors()) {
     SCOPED_TRACE(vector.name);

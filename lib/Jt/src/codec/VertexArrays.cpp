@@ -433,6 +433,7 @@ CodedArray encodeColours(std::span<const Vec4> values, Generation generation, un
                                               static_cast<std::uint32_t>(codes[c][i]));
   }
   array.hash = chainedHash(array.codes);
+  if (generation == Generation::v10) predict(Predictor::lag1, array.codes[0]);
   return array;
 }
 

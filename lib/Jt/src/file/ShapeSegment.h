@@ -7,6 +7,7 @@
 
 #include "Container.h"
 #include "ShapeTable.h"
+#include "codec/MeshEncoder.h"
 
 namespace jt::file {
 
@@ -31,5 +32,16 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
 /// The same for a segment of a file, with its name in errors.
 DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
                               codec::VariantChoice& variants, bool checkHashes = true);
+
+/// A whole shape segment of one element with a mesh, in the form of a file. What the form cannot
+/// hold is left out and told in `losses`. Throws JtFormatError for a mesh with a flaw, or one that
+/// is too large.
+/// @param type segment type, 6 to 16 @param level of zlib, for 8.x
+Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
+                         const Format& format, const codec::EncodeOptions& options,
+                         codec::Report& losses, int level = 6);
+
+/// Extent and counts of a mesh, as its shape node stores them.
+ShapeStatistics statisticsOf(const Mesh& mesh);
 
 }  // namespace jt::file

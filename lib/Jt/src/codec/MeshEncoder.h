@@ -1,0 +1,39 @@
+#pragma once
+
+// From the neutral mesh to the contents of shape elements.
+
+#include "JtMesh.h"
+#include "ShapeData.h"
+
+namespace jt::codec {
+
+/// How triangles of 9.x and 10.x are written.
+enum class Profile : std::uint8_t {
+  /// Small patches that decode alike under every variant of the walk. Positions on the borders of
+  /// patches are stored once a patch.
+  compatible,
+  /// Whole surfaces: half the size, for readers that walk as this library does.
+  compact,
+};
+
+struct EncodeOptions {
+  Profile profile = Profile::compatible;
+  unsigned coordinateBits = 0;  ///< 1..24; 0 lossless
+  unsigned normalBits = 0;      ///< an angle, 1..13; 0 lossless
+  unsigned textureBits = 16;    ///< 1..24
+  unsigned colourBits = 8;      ///< 1..8
+  Variant variant{};            ///< of the compact profile
+};
+
+/// @pre mesh.flaw() is empty. What a form cannot hold is left out, and told in `losses`.
+
+/// Triangles of 9.x and 10.x. All triangles are kept, flat and double ones too, in another order.
+TopologyData encodeTopology(const Mesh& mesh, Generation generation, const EncodeOptions& options,
+                            Report& losses);
+/// Polylines and points of 9.x and 10.x.
+ListData encodeLists(const Mesh& mesh, Generation generation, const EncodeOptions& options,
+                     Report& losses);
+/// 8.x, lossless. `raw` has the plain records in file order, for the caller to pack.
+StripData encodeStrips(const Mesh& mesh, bool bigEndian, Report& losses);
+
+}  // namespace jt::codec

@@ -1,0 +1,112 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "SegmentObjects.h"
+#include "ShapeSegment.h"
+
+namespace jt::file {
+
+namespace {
+
+constexpr std::uint8_t kShapeBaseType = 4;
+
+const JtGuid& topologyCollectionId() {
+  static const JtGuid id = *JtGuid::parse("f830a5ad-be4c-4fbc-9b5f-b9269278d2e1");
+  return id;
+}
+const JtGuid& listCollectionId() {
+  static const JtGuid id = *JtGuid::parse("11c12d32-38f9-45ba-93ba-66f9d538ddfb");
+  return id;
+}
+
+/// Records as a zlib stream where that is shorter.
+void packRecords(codec::StripData& strips, int level) {
+  const Buffer packed = pack(strips.raw, Packing::zlib, level);
+  if (packed.size() >= strips.raw.size()) return;
+  const auto bytes = packed.bytes();
+  strips.raw.assign(bytes.begin(), bytes.end());
+  strips.packedSize = static_cast<std::int32_t>(packed.size());
+}
+
+ShapeElement elementOf(const Mesh& mesh, const Format& format, const codec::EncodeOptions& options,
+                       codec::Report& losses, int level) {
+  ShapeElement element{codec::Budget(0)};
+  element.kind = mesh.kind;
+  const codec::Generation generation = generationOf(format);
+  if (generation == codec::Generation::v8) {
+    element.strips = codec::encodeStrips(mesh, format.bigEndian, losses);
+    packRecords(element.strips, level);
+  } else if (mesh.kind == Mesh::Kind::triangles) {
+    element.topology = codec::encodeTopology(mesh, generation, options, losses);
+    element.bindings = element.topology.bindings;
+    element.nestedTypeId = topologyCollectionId();
+  } else {
+    element.lists = codec::encodeLists(mesh, generation, options, losses);
+    element.bindings = element.lists.bindings;
+    element.nestedTypeId = listCollectionId();
+  }
+  element.extensionBindings = element.bindings.bits;
+  return element;
+}
+
+}  // namespace
+
+Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
+                         const Format& format, const codec::EncodeOptions& options,
+                         codec::Report& losses, int level) {
+  if (const std::string flaw = mesh.flaw(); !flaw.empty()) throw JtFormatError("bad_mesh", flaw);
+  ShapeElement element = elementOf(mesh, format, options, losses, level);
+  const ShapeKind& kind = shapeKindOf(mesh.kind);
+  const bool hasId = format.has(Feature::segmentObjectIds);
+  ByteSink content;
+  Writer writer(content, format);
+  ElementFrame frame{0, kind.guid, kShapeBaseType, 0};
+  fields(writer, frame, hasId);
+  kind.write(writer, element);
+  // The length, now that it is known.
+  const std::size_t length = content.size() - kLengthSize;
+  if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
+    throw JtFormatError(
+        "too_large", "a shape of " + std::to_string(length) + " bytes cannot be stored; divide it");
+  const auto stored = reorder(static_cast<std::int32_t>(length), format.bigEndian);
+  std::memcpy(content.data(), &stored, sizeof stored);
+  if (hasId) {  // 8.x writers end with the element
+    writeEndMarker(content, format);
+    writer("propertyTableVersion", std::int16_t{1});
+    writer("propertyTableCount", std::int32_t{0});
+  }
+  return writeSegment(content.bytes(), id, type, format, level);
+}
+
+ShapeStatistics statisticsOf(const Mesh& mesh) {
+  ShapeStatistics statistics;
+  for (const std::uint32_t corner : mesh.corners)
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const float value = mesh.positions[corner][axis];
+      if (!std::isfinite(value)) continue;
+      statistics.box.min[axis] = std::min(statistics.box.min[axis], value);
+      statistics.box.max[axis] = std::max(statistics.box.max[axis], value);
+    }
+  const auto count = static_cast<std::int32_t>(mesh.corners.size());
+  statistics.vertices = {count, count};
+  if (mesh.kind != Mesh::Kind::triangles) return statistics;
+  statistics.polygons = {count / 3, count / 3};
+  double area = 0;
+  for (std::size_t t = 0; t + 2 < mesh.corners.size(); t += 3) {
+    std::array<double, 3> u;
+    std::array<double, 3> v;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const double origin = mesh.positions[mesh.corners[t]][axis];
+      u[axis] = mesh.positions[mesh.corners[t + 1]][axis] - origin;
+      v[axis] = mesh.positions[mesh.corners[t + 2]][axis] - origin;
+    }
+    area += std::hypot(u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
+                       u[0] * v[1] - u[1] * v[0]) /
+            2;
+  }
+  if (std::isfinite(area)) statistics.area = static_cast<float>(area);
+  return statistics;
+}
+
+}  // namespace jt::file
