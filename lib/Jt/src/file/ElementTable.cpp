@@ -143,12 +143,12 @@ class KindIndex {
 
 }  // namespace
 
-const ElementKind* findElementKind(const JtGuid& guid) noexcept {
+const ElementKind* findElementKind(const JtGuid& guid) {
   static const KindIndex index;
   return index.find(guid);
 }
 
-const ElementKind* findElementKind(const JtType* type) noexcept {
+const ElementKind* findElementKind(const JtType* type) {
   static const auto byType = [] {
     std::unordered_map<const JtType*, const ElementKind*> map;
     for (const ElementKind& kind : table())

@@ -25,9 +25,9 @@ struct ElementKind {
 };
 
 /// The kind with that object type id, or null.
-const ElementKind* findElementKind(const JtGuid& guid) noexcept;
+const ElementKind* findElementKind(const JtGuid& guid);
 /// The kind whose class is exactly `type`, or null.
-const ElementKind* findElementKind(const JtType* type) noexcept;
+const ElementKind* findElementKind(const JtType* type);
 
 /// Kinds that stand in for elements that are not in the table or cannot be read.
 const ElementKind& unknownNodeKind() noexcept;   ///< JtNode: base node data, the rest is surplus

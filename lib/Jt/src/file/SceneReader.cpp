@@ -90,6 +90,7 @@ void SceneReader::makeObjects() {
   owned_.resize(count);
   objects_.resize(count);
   nodes_.resize(count);
+  isAttribute_.resize(count);
   links_.resize(count);
   Links links;
   std::string damaged;
@@ -102,6 +103,7 @@ void SceneReader::makeObjects() {
     if (!damaged.empty())
       source_->note(true, "damaged_element", source_->offset(element),
                     damaged + "; the element is carried as it is");
+    isAttribute_[element] = kind->elementClass == ElementClass::attribute;
     if (kind->elementClass != ElementClass::node) continue;
     nodes_[element] = static_cast<JtNode*>(objects_[element]);
     nodes_[element]->opaque_ = !damaged.empty();
@@ -119,7 +121,7 @@ void SceneReader::resolveAttributes(std::uint32_t element) {
   const Slice slice = links_[element].attributes;
   for (std::uint32_t i = slice.first; i < slice.first + slice.count; ++i) {
     const std::uint32_t target = source_->find(attributeIds_[i]);
-    if (target < objects_.size() && !nodes_[target]) {
+    if (target < objects_.size() && isAttribute_[target]) {
       attributeElements_[i] = target;
       isListed_[target] = true;
     } else {

@@ -57,6 +57,7 @@ class SceneReader {
   std::vector<Ref<JtSceneObject>> owned_;  // nodes and attributes, until they find an owner
   std::vector<JtSceneObject*> objects_;
   std::vector<JtNode*> nodes_;  // the same where it is a node, else null
+  std::vector<bool> isAttribute_;
   std::vector<NodeLinks> links_;
   std::vector<std::uint32_t> rows_;       // where the properties stand, 0 for none
   std::vector<PropertyRow> furtherRows_;  // of nodes that have a row already

@@ -180,7 +180,7 @@ ElementFrame SceneSource::frame(std::uint32_t element) const {
   return result;
 }
 
-const ElementKind* SceneSource::kind(std::uint32_t element) const noexcept {
+const ElementKind* SceneSource::kind(std::uint32_t element) const {
   return findElementKind(
       loadGuid(content_.bytes.data() + offsets_[element] + kLengthSize, format().bigEndian));
 }

@@ -74,7 +74,7 @@ class SceneSource : public JtRefCounted {
   std::span<const std::byte> body(std::uint32_t element) const noexcept;
   ElementFrame frame(std::uint32_t element) const;
   /// The kind of an element by its type id alone, null when it is not known.
-  const ElementKind* kind(std::uint32_t element) const noexcept;
+  const ElementKind* kind(std::uint32_t element) const;
 
   /// Graph elements that nothing led to when the graph was made; they are written back unread.
   bool isStray(std::uint32_t element) const noexcept {
