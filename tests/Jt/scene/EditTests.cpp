@@ -242,6 +242,23 @@ TEST(Edit, APartOfASceneIsSavedAsAFileOfItsOwn) {
   }
 }
 
+TEST(Edit, WhatComesFromAnotherFileBringsItsSegments) {
+  MemoryStorage storage;
+  for (const char* name : {"tiny81.jt", "tiny95.jt", "tiny95be.jt", "tiny100.jt", "tiny105.jt"})
+    for (const char* into : {"asm95.jt", "zoo100.jt", ""}) {
+      SCOPED_TRACE(std::string(name) + " into " + into);
+      const auto from = storage.open(testData(name));
+      const auto root = *into ? storage.open(testData(into)) : jt::make<JtPartition>();
+      ASSERT_TRUE(root->addChild(at(*from, {0, 0})));
+      const auto again = storage.open(storage.saved(*root));
+      EXPECT_EQ(SceneText::of(*again, false), SceneText::of(*root, false));
+      JtNode* instance = again->child(again->numChildren() - 1);
+      auto* part = jt::as<VisPartNode>(instance->child(0));
+      ASSERT_TRUE(part && part->ensureMetaData() && part->metaData());
+      EXPECT_EQ(part->metaData()->entries().size(), 3U);
+    }
+}
+
 TEST(Edit, AnotherVersionMeansTheSame) {
   MemoryStorage storage;
   for (const char* name : kVectors)

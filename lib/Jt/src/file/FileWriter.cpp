@@ -128,19 +128,20 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
 
 /// A segment in another version: metadata is read and written again, nothing else is understood
 /// well enough. @param changed what stands for the segment's own object; may be null
-FileWriter::Segment FileWriter::convert(const TocEntry& entry, const JtBase* changed) const {
-  const SegmentContent content = container_->load(entry);
-  const auto elements = segmentElements(content.bytes, container_->format());
+FileWriter::Segment FileWriter::convert(const Container& from, const TocEntry& entry,
+                                        const JtBase* changed) const {
+  const SegmentContent content = from.load(entry);
+  const auto elements = segmentElements(content.bytes, from.format());
   const bool isMetaData =
       elements.size() == 1 && elements[0].frame.typeId == JtMetaData::classTypeID()->guid();
   if (!isMetaData)
-    throw JtFormatError(
-        "not_convertible",
-        "segment " + segmentText(entry.type(), entry.id) + " cannot be converted from version " +
-            FileVersion{container_->format().major, container_->format().minor}.text() + " to " +
-            version_.text() + "; save the file in its own version",
-        container_->position(entry));
-  const Ref<JtBase> read = changed ? Ref<JtBase>() : readSegmentObject(*container_, entry);
+    throw JtFormatError("not_convertible",
+                        "segment " + segmentText(entry.type(), entry.id) +
+                            " cannot be converted from version " +
+                            FileVersion{from.format().major, from.format().minor}.text() + " to " +
+                            version_.text() + "; save the file in its own version",
+                        from.position(entry));
+  const Ref<JtBase> read = changed ? Ref<JtBase>() : readSegmentObject(from, entry);
   return rewritten(entry,
                    writeSegmentObject(changed ? *changed : *read, entry.id, entry.type(), format_,
                                       options_.compressionLevel),
@@ -173,7 +174,8 @@ void FileWriter::planExisting(const EncodedScene& scene) {
       segments_.back().action.reason = "nothing names it any more";
     } else if (!sameForm_) {
       segments_.push_back(
-          convert(entry, changed == scene.newSegments.end() ? nullptr : changed->object.get()));
+          convert(*container_, entry,
+                  changed == scene.newSegments.end() ? nullptr : changed->object.get()));
     } else if (changed != scene.newSegments.end()) {
       segments_.push_back(rewritten(
           entry,
@@ -194,15 +196,27 @@ void FileWriter::planNew(EncodedScene& scene) {
     segment.sourceOffset = std::numeric_limits<std::uint64_t>::max();  // behind everything
   };
   if (!container_) add(sceneId_, 1, std::move(sceneBytes_), sceneReason_);
+  std::unordered_set<JtGuid> added;
+  const auto isMissing = [&](const JtGuid& id) {
+    return !(container_ && container_->find(id)) && added.insert(id).second;
+  };
   for (const NewSegment& segment : scene.newSegments) {
-    if (container_ && container_->find(segment.id)) continue;
+    if (!isMissing(segment.id)) continue;
     add(segment.id, segment.type,
         writeSegmentObject(*segment.object, segment.id, segment.type, format_,
                            options_.compressionLevel),
         segment.reason);
   }
+  for (const auto& [from, entry] : scene.foreignSegments) {
+    if (!isMissing(entry->id)) continue;
+    const bool sameForm = from->format() == format_;
+    add(entry->id, entry->type(),
+        sameForm ? Buffer() : std::move(convert(*from, *entry, nullptr).owned),
+        "it comes from another file");
+    if (sameForm) segments_.back().bytes = from->segmentBytes(*entry);
+  }
   for (Segment& segment : segments_)
-    if (!segment.source) segment.bytes = segment.owned.bytes();  // the vector may have moved them
+    if (segment.owned.size() > 0) segment.bytes = segment.owned.bytes();  // may have been moved
 }
 
 /// Bytes that belong to no segment are carried along, between the same neighbours.

@@ -37,7 +37,7 @@ class FileWriter {
   void planGaps();
   Segment copied(const TocEntry& entry) const;
   Segment rewritten(const TocEntry& entry, Buffer bytes, std::string reason) const;
-  Segment convert(const TocEntry& entry, const JtBase* changed) const;
+  Segment convert(const Container& from, const TocEntry& entry, const JtBase* changed) const;
   Buffer frontMatter();
   StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
   std::string versionText() const;

@@ -295,9 +295,13 @@ void SceneWriter::addAtom(const JtPropAtom& atom, std::int32_t id) {
   const auto* late = as<JtLateLoadedPropAtom>(&atom);
   if (!late) return;
   result_.namedSegments.push_back(late->segmentId());
-  if (late->object_ && !SceneSource::sourceOf(atom))
+  if (const SceneSource* from = SceneSource::sourceOf(atom)) {
+    if (const TocEntry* entry = from->container().find(late->segmentId()))
+      result_.foreignSegments.push_back({&from->container(), entry});
+  } else if (late->object_) {
     result_.newSegments.push_back(
         {late->segmentId(), late->segmentType(), late->object_, "it is new"});
+  }
 }
 
 /// @param sourcePairs the node's row in the source, 0 for none. False when it has no properties.

@@ -19,11 +19,18 @@ struct NewSegment {
   std::string reason;
 };
 
+/// A segment that the scene graph names and that another file holds: the one that a node came from.
+struct ForeignSegment {
+  const Container* container = nullptr;
+  const TocEntry* entry = nullptr;
+};
+
 struct EncodedScene {
   ByteSink bytes;                       ///< content of the scene graph segment
   std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory, changed metadata
-  std::vector<JtGuid> namedSegments;    ///< every segment that a late-loaded atom names
-  std::vector<SaveWarning> warnings;    ///< what this form cannot hold
+  std::vector<ForeignSegment> foreignSegments;
+  std::vector<JtGuid> namedSegments;  ///< every segment that a late-loaded atom names
+  std::vector<SaveWarning> warnings;  ///< what this form cannot hold
 };
 
 class SceneWriter {
