@@ -171,7 +171,7 @@ class JT_API JtPartition : public JtGroup {
 
  private:
   void attachExternal(jt::Ref<JtPartition> opened);
-  bool openExternal(const JtStorageLocation* base, struct JtExternalFiles& files);
+  bool openExternal(const JtPartition& referencing, struct JtExternalFiles& files);
 
   friend struct jt::file::NodeFields;
   friend class jt::file::SceneReader;

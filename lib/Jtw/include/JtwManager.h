@@ -7,6 +7,7 @@
 #include "ApiDocumentRef.h"
 #include "ApiGraJtVersionData.h"
 #include "ApiPMIType.h"
+#include "JtPartition.h"
 #include "JtwExport.h"
 #include "JtwRoot.h"
 #include "RWClassic.h"
@@ -102,6 +103,10 @@ class JTW_API JtwManager {
   /// Writes the registered partitions to the debugger channel. @return 0
   static int dumpJtwTables();
 
+  /// How much a file may ask for when a component is opened from then on.
+  const jt::ReadLimits& readLimits() const { return readLimits_; }
+  void setReadLimits(const jt::ReadLimits& limits) { readLimits_ = limits; }
+
   // --- Export options
 
   /// Whether partitions are shared with a viewer in this process; false at first.
@@ -180,6 +185,7 @@ class JTW_API JtwManager {
   RWClassicTValHashSet<ApiDocumentRef> docsWithKrJt_{64};
   RWClassicTValHashDictionary<ApiDocumentRef, ApiDocument::Structure> documentStructures_{64};
   std::vector<bool> excludedPMITypes_;
+  jt::ReadLimits readLimits_;
   bool usingJtViewer_ = false;
   bool usingJtInCO_ = false;
   bool defaultFiltering_ = false;

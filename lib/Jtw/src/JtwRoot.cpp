@@ -141,7 +141,7 @@ void JtwRoot::openPartition(const ApiDocumentRef& document, OPEN_JT_ERR& error) 
 bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
   JtPartition* opened = nullptr;
   try {
-    JtPartition::openPartition(location, nullptr, opened);
+    JtPartition::openPartition(location, nullptr, opened, JtwManager::the().readLimits());
   } catch (const std::exception& failure) {
     // What counts is whether a partition came back.
     jt::setLastError(failure.what());

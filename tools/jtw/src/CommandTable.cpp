@@ -21,7 +21,7 @@ constexpr Option kExplainOptions[] = {
      "only this segment: its row in the table of contents, from 0, or its id"},
     kMaxSegment,
     kMaxDocument};
-constexpr Option kVerifyOptions[] = {kMaxSegment, kMaxDocument};
+constexpr Option kLimitOptions[] = {kMaxSegment, kMaxDocument};
 constexpr Option kCopyOptions[] = {
     {"version", 0, "V", "the JT version to write; without it that of IN"},
     kDryRun,
@@ -29,7 +29,7 @@ constexpr Option kCopyOptions[] = {
     kMaxDocument};
 constexpr Option kNewOptions[] = {
     {"force", 0, nullptr, "replace a component that is there already"}, kDryRun};
-constexpr Option kSetOptions[] = {kDryRun};
+constexpr Option kSetOptions[] = {kDryRun, kMaxSegment, kMaxDocument};
 
 constexpr Command kCommands[] = {
     {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
@@ -44,7 +44,7 @@ constexpr Command kCommands[] = {
      1, 1, kExplainOptions, runExplain},
     {"verify", "FILE...", "reads and decodes everything, and tells what is wrong",
      "jtw verify delivery/*.jt", "Exit code 1 when there is an error, 0 for warnings alone.", 1,
-     kManyArguments, kVerifyOptions, runVerify},
+     kManyArguments, kLimitOptions, runVerify},
     {"copy", "IN OUT [--version V]", "reads a JT file, writes it again and tells what was done",
      "jtw copy gear.jt gear95.jt --version 9.5",
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
@@ -54,18 +54,13 @@ constexpr Command kCommands[] = {
      "A name that ends in .kpak, .co or .cor becomes a folder with a JT file in it. The component\n"
      "gets the key 1 and the name of the document; its unit is the millimetre.",
      1, 1, kNewOptions, runNew},
-    {"tree", "DOC", "a component as the host sees it", "jtw tree gear.kpak", "", 1, 1, {}, runTree},
-    {"get",
-     "DOC KEY",
-     "one object of a component",
-     "jtw get gear.kpak 7 --json",
+    {"tree", "DOC", "a component as the host sees it", "jtw tree gear.kpak", "", 1, 1,
+     kLimitOptions, runTree},
+    {"get", "DOC KEY", "one object of a component", "jtw get gear.kpak 7 --json",
      "KEY is the key of the object, 'root' for the component itself, or '#ID' as tree shows it for "
      "an\n"
      "object without key.",
-     2,
-     2,
-     {},
-     runGet},
+     2, 2, kLimitOptions, runGet},
     {"set", "DOC KEY NAME=VALUE...", "changes one object of a component and saves",
      "jtw set gear.kpak 7 name=Gripper color=#ff8000 loc=100,0,50,0,0,90",
      "All or nothing: one bad value changes nothing. KEY as for get; an object without key gets "

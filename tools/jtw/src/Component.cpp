@@ -60,7 +60,7 @@ ApiDocumentRef withFileStream(const ApiDocumentRef& document, const std::string&
   try {
     const jt::Ref<JtStorageLocation> place = inputLocation(location + file);
     JtPartition* opened = nullptr;
-    JtPartition::openPartition(place.get(), nullptr, opened);
+    JtPartition::openPartition(place.get(), nullptr, opened, JtwManager::the().readLimits());
     if (opened) opened->unref();
   } catch (const JtFormatError& error) {
     throw readFailure(error, location + file);
@@ -117,6 +117,7 @@ Component::Component(Session& session, const std::string& document, bool forWrit
   const DocumentName name(document);
   document_ = openHostDocument(name);
   if (name.isStream) document_ = withFileStream(document_, name.path, forWriting);
+  JtwManager::the().setReadLimits(readLimits(session));
   auto error = JtwRoot::JT_INITIALIZE_FAILED;
   root_ = JtwManager::the().computeExistingDocRoot(document_, JtwRoot::JT_LOAD_WITH_UNIT_PROPERTY,
                                                    error);

@@ -123,13 +123,14 @@ bool standsAbove(const JtNode* node, const JtNode* partition) {
 
 /// Opens the file that this partition stands for. The location of the referencing file must be
 /// known.
-bool JtPartition::openExternal(const JtStorageLocation* base, JtExternalFiles& files) {
+bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& files) {
   const std::string name = fileName_.stringToMbs();
   const auto fail = [&](const char* code, const std::string& why) {
     notes_.push_back({true, code, {}, {}, "partition file \"" + name + "\": " + why});
     jt::setLastError(notes_.back().message);
     return false;
   };
+  const JtStorageLocation* base = referencing.location_.get();
   if (!base) return fail("no_location", "the place of the referencing file is not known");
   try {
     const jt::Ref<JtStorageLocation> place = JtStorageManager::current()->resolve(*base, fileName_);
@@ -139,7 +140,8 @@ bool JtPartition::openExternal(const JtStorageLocation* base, JtExternalFiles& f
     jt::Ref<JtPartition>& opened = files.opened[place->displayName().stringToMbs()];
     if (!opened) {
       JtPartition* raw = nullptr;
-      openPartition(place.get(), nullptr, raw);
+      openPartition(place.get(), nullptr, raw,
+                    referencing.scene_ ? referencing.container()->limits() : jt::ReadLimits{});
       opened = raw;
       raw->unref();
     }
@@ -164,7 +166,7 @@ bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
     for (const JtNode* node : jt::file::SceneWriter::nodesOf(*file)) {
       auto* inner = const_cast<JtPartition*>(jt::as<JtPartition>(node));
       if (!inner || inner == file || inner->fileName_.isEmpty() || inner->external_) continue;
-      if (!inner->openExternal(file->location_.get(), files)) {
+      if (!inner->openExternal(*file, files)) {
         allOpened = false;
         file->notes_.insert(file->notes_.end(), inner->notes_.begin(), inner->notes_.end());
         if (file != partition)
