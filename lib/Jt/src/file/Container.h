@@ -110,7 +110,7 @@ struct SegmentContent {
   std::size_t fileOffset = 0;  ///< of the content when it is not packed
 };
 
-class JT_API Container : public JtRefCounted {
+class Container : public JtRefCounted {
  public:
   /// Reads header and table of contents. Throws JtFormatError.
   static Ref<Container> open(Ref<FileImage> image, const ReadLimits& limits);
