@@ -83,7 +83,7 @@ TEST(Forms, UnknownThingsSurviveInEveryGenerationAndByteOrder) {
     SCOPED_TRACE(formatText(format));
     SceneBuilder scene(format);
     const Fields data = scene.fields().zeros(11);
-    scene.partition(1, {2, 3, 6})
+    scene.partition(1, {2, 3, 6, 97})
         .group(2, {}, {8})
         .element(B::kUnknown, 1, 3, scene.fields().group({4}).zeros(5))  // children still show
         .element(B::kUnknown, 0, 4, scene.fields().node().zeros(3))
@@ -98,7 +98,8 @@ TEST(Forms, UnknownThingsSurviveInEveryGenerationAndByteOrder) {
         .element(B::kUnknown, 5, 92, data)
         .element(B::kUnknown, 77, 93, data)
         .marker()
-        .table({{1, 90, 91}, {2, 90, 92}, {3, 90, 91, 92, 93}, {4, 90, 500}, {700, 90, 91}});
+        // Missing atoms and owners; what is new must not get their ids.
+        .table({{1, 90, 91}, {2, 90, 92}, {3, 90, 91, 92, 93}, {4, 90, 94, 95, 91}, {96, 90, 91}});
     const Bytes file = FileBuilder(format)
                            .scene(scene)
                            .gap(13)

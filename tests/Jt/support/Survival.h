@@ -53,8 +53,9 @@ inline std::string survive(MemoryStorage& storage, const Bytes& file, bool save 
     root->addProperty(jt::make<JtStringPropAtom>(JtString("edited")).get(),
                       jt::make<JtInt32PropAtom>(1).get(), true);
     root->growBounds();  // as the save does
-    before = SceneText::of(*root);
-    after = SceneText::of(*storage.open(storage.saved(*root), limits));
+    const Bytes saved = storage.saved(*root);
+    before = SceneText::of(*root);  // the save may have grown the extent
+    after = SceneText::of(*storage.open(saved, limits));
   });
   return code.empty() && before != after ? "differs" : code;
 }

@@ -125,6 +125,7 @@ void SceneReader::resolveAttributes(std::uint32_t element) {
       attributeElements_[i] = target;
       isListed_[target] = true;
     } else {
+      source_->noteMissing(attributeIds_[i]);
       source_->note(
           true, "dangling_attribute", source_->offset(element),
           "a node names attribute " + std::to_string(attributeIds_[i]) + ", which does not exist");
@@ -140,6 +141,7 @@ void SceneReader::resolveChildren(std::uint32_t element) {
       childElements_[i] = target;
       if (target <= element) inOrder_ = false;
     } else if (childIds_[i] != 0 || slice.count > 1) {
+      source_->noteMissing(childIds_[i]);
       source_->note(
           true, "dangling_child", source_->offset(element),
           "a node names child " + std::to_string(childIds_[i]) + ", which does not exist");

@@ -154,7 +154,11 @@ void SceneSource::scanTable(std::size_t at) {
   for (std::int32_t i = 0; i < count; ++i) {
     PropertyRow row{int32("an element id"), 0};
     row.pairs = static_cast<std::uint32_t>(at);
-    while (int32("a key id") != 0) int32("a value id");
+    noteMissing(row.owner);
+    while (const std::int32_t key = int32("a key id")) {
+      noteMissing(key);
+      noteMissing(int32("a value id"));
+    }
     rows_.push_back(row);
   }
   surplusOffset_ = at;

@@ -64,6 +64,12 @@ class SceneSource : public JtRefCounted {
   std::uint32_t firstAtom() const noexcept { return firstAtom_; }
   std::int32_t objectId(std::uint32_t element) const noexcept { return ids_[element]; }
   std::int32_t maxObjectId() const noexcept { return maxId_; }
+  /// Ids above the greatest one that the file names although no element has them. A new object with
+  /// such an id would be taken for what the file has lost.
+  const std::vector<std::int32_t>& missingIds() const noexcept { return missingIds_; }
+  void noteMissing(std::int32_t id) {
+    if (id > maxId_) missingIds_.push_back(id);
+  }
   /// The element with that id (the first, if several have it), or kNone.
   std::uint32_t find(std::int32_t objectId) const noexcept;
 
@@ -136,6 +142,7 @@ class SceneSource : public JtRefCounted {
   std::vector<std::int32_t> ids_;
   std::uint32_t firstAtom_ = 0;
   std::int32_t maxId_ = 0;
+  std::vector<std::int32_t> missingIds_;
   std::vector<std::uint32_t> dense_;                        // id -> element, where ids are dense
   std::unordered_map<std::int32_t, std::uint32_t> sparse_;  // the same where they are not
   std::vector<PropertyRow> rows_;

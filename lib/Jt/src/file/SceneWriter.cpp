@@ -32,6 +32,8 @@ SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& 
     if (nextId_ == std::numeric_limits<std::int32_t>::max())
       throw JtFormatError("too_many_ids", "the file uses up the object ids; it cannot be edited");
     ++nextId_;
+    for (const std::int32_t id : source_->missingIds())
+      if (id != std::numeric_limits<std::int32_t>::max()) takenIds_.insert(id);
     firstNewId_ = nextId_;
     liveAtoms_.resize(source_->elementCount() - source_->firstAtom());
   }
@@ -116,6 +118,7 @@ EncodedScene SceneWriter::encode() {
 }
 
 std::int32_t SceneWriter::newId() {
+  while (takenIds_.contains(nextId_)) ++nextId_;
   if (nextId_ == std::numeric_limits<std::int32_t>::max())
     throw JtFormatError("too_many_ids", "the scene graph has more objects than ids");
   return nextId_++;

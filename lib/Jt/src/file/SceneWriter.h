@@ -3,6 +3,7 @@
 // Scene graph to bytes. Elements that were read and not touched are copied as they are when the
 // form is the same; everything else runs through its field list.
 
+#include <unordered_set>
 #include <vector>
 
 #include "IdTables.h"
@@ -89,6 +90,7 @@ class SceneWriter {
   bool sameForm_;
   EncodedScene result_;
   std::int32_t nextId_ = 1;
+  std::unordered_set<std::int32_t> takenIds_;  // greater than those of the source's elements
   std::vector<const JtNode*> nodes_;
   std::vector<Item> graph_;
   ByteSink newAtoms_;  // elements of atoms that are not from the source
