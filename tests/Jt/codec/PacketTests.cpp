@@ -195,11 +195,34 @@ RC_GTEST_PROP(Packets, AnEncodedPacketDecodesToItsValues, (bool wide, bool bigEn
                                                        : rc::gen::inRange<std::int32_t>(-9, 9));
   const auto kind = *rc::gen::element(PacketKind::mk1, PacketKind::mk2, PacketKind::mk3);
   const auto predictor = static_cast<Predictor>(*rc::gen::inRange(0, 9));
+  const auto style = *rc::gen::element(PacketStyle::plain, PacketStyle::small);
   Bytes bytes;
-  encodePacket(kind, bytes, bigEndian, values, predictor);
+  encodePacket(kind, bytes, bigEndian, values, predictor, style);
   std::size_t rest = 0;
   RC_ASSERT(decode(kind, bytes, &rest, bigEndian, predictor) == values);
   RC_ASSERT(rest == 0U);
+}
+
+/// Values as residuals are: mostly near zero, some far off.
+RC_GTEST_PROP(Packets, SmallPacketsAreShorterAndDecode, (bool isTen)) {
+  const auto kind = isTen ? PacketKind::mk3 : PacketKind::mk2;
+  const int spread = *rc::gen::inRange(1, 2000);
+  const int offBy = *rc::gen::inRange(1, 1 << 30);
+  const auto count = *rc::gen::inRange<std::size_t>(200, 3000);
+  std::uint32_t state = *rc::gen::arbitrary<std::uint32_t>();
+  Values values(count);
+  for (std::int32_t& value : values) {
+    std::int64_t sum = 0;
+    for (int i = 0; i < 8; ++i) sum += (state = state * 1664525 + 1013904223) >> 16;
+    value = static_cast<std::int32_t>((sum - 4 * 65535) * spread / 65536);
+    if (state % 97 == 0) value += offBy;
+  }
+  Bytes plain;
+  Bytes small;
+  encodePacket(kind, plain, false, values);
+  encodePacket(kind, small, false, values, Predictor::none, PacketStyle::small);
+  RC_ASSERT(decode(kind, small) == values);
+  RC_ASSERT(small.size() <= plain.size() + 8);
 }
 
 }  // namespace

@@ -12,7 +12,9 @@ enum class Profile : std::uint8_t {
   /// Small patches that decode alike under every variant of the walk. Positions on the borders of
   /// patches are stored once a patch.
   compatible,
-  /// Whole surfaces: half the size, for readers that walk as this library does.
+  /// Whole surfaces in arithmetic code: a fraction of the size, for readers that walk as this
+  /// library
+  /// does.
   compact,
 };
 

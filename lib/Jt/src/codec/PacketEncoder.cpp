@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "ArithmeticEncoder.h"
 #include "Bits.h"
 #include "Packets.h"
 
@@ -9,6 +10,8 @@ namespace jt::codec {
 namespace {
 
 constexpr std::byte kBitlength{1};
+constexpr std::byte kArithmetic{3};
+constexpr std::byte kChopper{4};
 
 /// Bits of a two's complement field that holds the value; none for 0.
 unsigned signedWidth(std::int32_t value) {
@@ -25,37 +28,135 @@ void putNibbles(WordBitWriter& bits, std::int32_t value) {
   }
 }
 
+/// What fixed width fields take from the least to the greatest value.
+struct Range {
+  std::int32_t least = 0;
+  std::int32_t most = 0;
+  unsigned width = 0;
+
+  explicit Range(std::span<const std::int32_t> values) {
+    const auto [from, to] = std::ranges::minmax(values);
+    least = from;
+    most = to;
+    width = static_cast<unsigned>(
+        std::bit_width(static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from)));
+  }
+};
+
+class PacketEncoder {
+ public:
+  PacketEncoder(PacketKind kind, Bytes& out, bool bigEndian)
+      : kind_(kind), out_(out), bigEndian_(bigEndian) {}
+
+  void plain(std::span<const std::int32_t> values) {
+    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
+    if (values.empty()) return;
+    const Range range(values);
+    out_.push_back(kBitlength);
+    WordBitWriter bits;
+    bits.put(0, 1);
+    if (kind_ == PacketKind::mk2) {
+      bits.put(signedWidth(range.least), 6);
+      bits.put(signedWidth(range.most), 6);
+      bits.put(static_cast<std::uint32_t>(range.least), signedWidth(range.least));
+      bits.put(static_cast<std::uint32_t>(range.most), signedWidth(range.most));
+    } else {
+      putNibbles(bits, range.least);
+      putNibbles(bits, range.most);
+    }
+    const auto min = static_cast<std::uint32_t>(range.least);
+    for (const std::int32_t value : values)
+      bits.put(static_cast<std::uint32_t>(value) - min, range.width);
+    bits.finish(out_, bigEndian_);
+  }
+
+  void small(std::span<const std::int32_t> values) {
+    constexpr std::size_t kWorthATry = 24;
+    if (values.size() < kWorthATry) return plain(values);
+    const Range range(values);
+    std::uint64_t least = std::uint64_t{range.width} * values.size() + 64;
+    auto best = planArithmetic(kind_, values);
+    if (best && best->bits < least) {
+      least = best->bits;
+    } else {
+      best.reset();
+    }
+    // High bits that arithmetic code may shorten, low bits as they are.
+    unsigned chop = 0;
+    for (const unsigned high : {6U, 9U, 12U}) {
+      if (high >= range.width) break;
+      const auto plan = planArithmetic(kind_, highBits(values, range, high));
+      if (!plan) continue;
+      const std::uint64_t bits =
+          plan->bits + std::uint64_t{range.width - high} * values.size() + 200;
+      if (bits >= least) continue;
+      least = bits;
+      chop = high;
+    }
+    if (chop > 0) {
+      chopped(values, range, chop);
+    } else if (best) {
+      arithmetic(*best);
+    } else {
+      plain(values);
+    }
+  }
+
+ private:
+  static std::uint32_t above(std::int32_t value, const Range& range) {
+    return static_cast<std::uint32_t>(value) - static_cast<std::uint32_t>(range.least);
+  }
+  static std::vector<std::int32_t> highBits(std::span<const std::int32_t> values,
+                                            const Range& range, unsigned chop) {
+    std::vector<std::int32_t> high(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i)
+      high[i] = static_cast<std::int32_t>(above(values[i], range) >> (range.width - chop));
+    return high;
+  }
+
+  void arithmetic(const ArithmeticPlan& plan) {
+    append(out_, static_cast<std::int32_t>(plan.symbols.size()), bigEndian_);
+    out_.push_back(kArithmetic);
+    writeArithmetic(kind_, plan, out_, bigEndian_);
+    if (kind_ == PacketKind::mk2 || plan.table.hasEscape()) plain(plan.outOfBand);
+  }
+
+  void chopped(std::span<const std::int32_t> values, const Range& range, unsigned chop) {
+    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
+    out_.push_back(kChopper);
+    out_.push_back(static_cast<std::byte>(chop));
+    append(out_, range.least, bigEndian_);
+    out_.push_back(static_cast<std::byte>(range.width));
+    arithmetic(*planArithmetic(kind_, highBits(values, range, chop)));
+    std::vector<std::int32_t> low(values.size());
+    const std::uint32_t mask = (1U << (range.width - chop)) - 1;
+    for (std::size_t i = 0; i < values.size(); ++i)
+      low[i] = static_cast<std::int32_t>(above(values[i], range) & mask);
+    plain(low);
+  }
+
+  PacketKind kind_;
+  Bytes& out_;
+  bool bigEndian_;
+};
+
 }  // namespace
 
 void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::vector<std::int32_t> values,
-                  Predictor predictor) {
+                  Predictor predictor, PacketStyle style) {
   predict(predictor, values);
-  const auto count = static_cast<std::int32_t>(values.size());
   if (kind == PacketKind::mk1) {
     out.push_back(std::byte{0});
-    append(out, count, bigEndian);
+    append(out, static_cast<std::int32_t>(values.size()), bigEndian);
     for (const std::int32_t value : values) append(out, value, bigEndian);
     return;
   }
-  append(out, count, bigEndian);
-  if (count == 0) return;
-  out.push_back(kBitlength);
-  const auto [least, most] = std::ranges::minmax(values);
-  WordBitWriter bits;
-  bits.put(0, 1);
-  if (kind == PacketKind::mk2) {
-    bits.put(signedWidth(least), 6);
-    bits.put(signedWidth(most), 6);
-    bits.put(static_cast<std::uint32_t>(least), signedWidth(least));
-    bits.put(static_cast<std::uint32_t>(most), signedWidth(most));
+  PacketEncoder encoder(kind, out, bigEndian);
+  if (style == PacketStyle::small) {
+    encoder.small(values);
   } else {
-    putNibbles(bits, least);
-    putNibbles(bits, most);
+    encoder.plain(values);
   }
-  const auto min = static_cast<std::uint32_t>(least);
-  const auto width = static_cast<unsigned>(std::bit_width(static_cast<std::uint32_t>(most) - min));
-  for (const std::int32_t value : values) bits.put(static_cast<std::uint32_t>(value) - min, width);
-  bits.finish(out, bigEndian);
 }
 
 }  // namespace jt::codec

@@ -17,10 +17,14 @@ namespace jt::codec {
 std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budget& budget,
                                        Predictor predictor = Predictor::none);
 
-/// Appends a packet in the form that every reader understands: values as they are in Mk.1, fixed
-/// width fields in Mk.2 and Mk.3.
+enum class PacketStyle : std::uint8_t {
+  plain,  ///< what every reader understands: values as they are in Mk.1, else fixed width fields
+  small,  ///< the shortest of fixed width, arithmetic code, and both by high and low bits
+};
+
+/// Appends a packet.
 void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::vector<std::int32_t> values,
-                  Predictor predictor = Predictor::none);
+                  Predictor predictor = Predictor::none, PacketStyle style = PacketStyle::plain);
 
 /// The name of the codec of a packet that begins with these bytes, for people.
 const char* packetCodecName(PacketKind kind, std::span<const std::byte> packet);

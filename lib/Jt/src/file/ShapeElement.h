@@ -10,6 +10,7 @@
 #include "JtMesh.h"
 #include "JtSceneObject.h"
 #include "JtShape.h"
+#include "codec/Packets.h"
 #include "codec/ShapeData.h"
 
 namespace jt::file {
@@ -58,7 +59,8 @@ struct ShapeElement {
   std::int32_t bitsPerVertex = 0;
   std::vector<std::byte> surplus;  ///< behind the last known field
 
-  codec::Budget budget;  ///< of what may still be decoded
+  codec::PacketStyle packetStyle = codec::PacketStyle::plain;  ///< when it is written
+  codec::Budget budget;                                        ///< of what may still be decoded
 };
 
 }  // namespace jt::file

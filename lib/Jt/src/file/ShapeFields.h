@@ -110,7 +110,7 @@ struct ShapeFields {
                [&] { return listText(values, codec::packetCodecName(kind, bytes)); });
     } else {
       codec::Bytes bytes;
-      codec::encodePacket(kind, bytes, ar.format().bigEndian, values, predictor);
+      codec::encodePacket(kind, bytes, ar.format().bigEndian, values, predictor, e.packetStyle);
       ar.append(bytes);
     }
   }

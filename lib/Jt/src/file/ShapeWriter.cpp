@@ -33,6 +33,7 @@ ShapeElement elementOf(const Mesh& mesh, const Format& format, const codec::Enco
                        codec::Report& losses, int level) {
   ShapeElement element{codec::Budget(0)};
   element.kind = mesh.kind;
+  if (options.profile == codec::Profile::compact) element.packetStyle = codec::PacketStyle::small;
   const codec::Generation generation = generationOf(format);
   if (generation == codec::Generation::v8) {
     element.strips = codec::encodeStrips(mesh, format.bigEndian, losses);
