@@ -37,6 +37,7 @@ void markNativeJt(JtNode& node) {
 /// Moves the children of `from` below `to`, in their order.
 void moveChildren(JtGroup& from, JtGroup& to) {
   std::vector<jt::Ref<JtNode>> children;
+  children.reserve(static_cast<std::size_t>(from.numChildren()));
   for (int index = 0; index < from.numChildren(); ++index) children.emplace_back(from.child(index));
   for (int index = from.numChildren() - 1; index >= 0; --index) from.removeChild(index);
   for (const auto& child : children) to.addChild(child.get());

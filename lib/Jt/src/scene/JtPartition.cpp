@@ -62,7 +62,8 @@ void JtPartition::releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept {
   JtGroup::releaseChildren(out);
   if (!external_) return;
   detach(*external_, *this);
-  out.push_back(std::move(external_));
+  out.emplace_back(external_);
+  external_ = nullptr;
 }
 
 int JtPartition::numChildren() const noexcept { return external_ ? 1 : JtGroup::numChildren(); }
