@@ -28,6 +28,7 @@ class JT_API JtAttribute : public JtSceneObject {
   bool hasState(JtAttributeState state) const noexcept {
     return (stateFlags_ & static_cast<std::uint8_t>(state)) != 0;
   }
+  /// No effect on an attribute that is carried unread.
   void setState(JtAttributeState state, bool on);
   std::uint8_t stateFlags() const noexcept { return stateFlags_; }
   /// Fields that are not taken from this attribute, one bit each.

@@ -77,6 +77,7 @@ class JT_API JtNode : public JtSceneObject {
 
   /// Node flag "ignore": the node and what is below it is hidden on this path.
   bool isIgnored() const noexcept { return (nodeFlags_ & 1U) != 0; }
+  /// No effect on a node of which nothing could be read.
   void setIgnored(bool on);
   std::uint32_t nodeFlags() const noexcept { return nodeFlags_; }
 

@@ -42,8 +42,11 @@ class JT_API JtSceneObject : public JtBase {
   JtSceneObject() = default;
   JtSceneObject(const JtSceneObject&) : JtBase() {}
   JtSceneObject& operator=(const JtSceneObject&) = delete;
-  /// To be called by everything that changes the object's own data.
-  void touch() noexcept { modified_ = true; }
+  /// To be called by everything that changes the object's own data. No effect on an object that is
+  /// carried unread: writing it anew would lose what it holds.
+  void touch() noexcept { modified_ = modified_ || !carried_; }
+  /// True for an element of which nothing could be read.
+  bool isCarried() const noexcept { return carried_; }
 
  private:
   friend class jt::file::SceneSource;
@@ -54,4 +57,5 @@ class JT_API JtSceneObject : public JtBase {
   // Index in source_; in an object without source the id that a running save gave it.
   mutable std::uint32_t element_ = 0;
   bool modified_ = true;
+  bool carried_ = false;
 };

@@ -83,12 +83,13 @@ TEST(Forms, UnknownThingsSurviveInEveryGenerationAndByteOrder) {
     SCOPED_TRACE(formatText(format));
     SceneBuilder scene(format);
     const Fields data = scene.fields().zeros(11);
-    scene.partition(1, {2, 3, 6, 97})
-        .group(2, {}, {8})
+    scene.partition(1, {2, 3, 6, 7, 97})
+        .group(2, {}, {8, 9})
         .element(B::kUnknown, 1, 3, scene.fields().group({4}).zeros(5))  // children still show
         .element(B::kUnknown, 0, 4, scene.fields().node().zeros(3))
-        .element(B::kUnknown, 255, 5, data)  // classless, and nothing names it
-        .element(B::kGroup, 1, 6, data)      // damaged
+        .element(B::kUnknown, 255, 5, data)                   // classless, and nothing names it
+        .element(B::kGroup, 1, 6, data)                       // damaged
+        .element(B::kUnknown, 0, 7, scene.fields().zeros(2))  // unreadable
         .element(B::kUnknown, 3, 8, scene.fields().attribute().zeros(9))
         .element(B::kMaterial, 3, 9, data)
         .element(B::kGroup, 1, 10, scene.fields().group({}).zeros(7))  // surplus
@@ -112,12 +113,30 @@ TEST(Forms, UnknownThingsSurviveInEveryGenerationAndByteOrder) {
     expectSurvival(file);
     MemoryStorage storage;
     const auto root = storage.open(file);
-    ASSERT_EQ(root->numChildren(), 3);
+    ASSERT_EQ(root->numChildren(), 4);
     EXPECT_EQ(root->child(1)->numChildren(), 1);
     EXPECT_TRUE(root->child(2)->isOpaque());
     EXPECT_FALSE(jt::as<JtGroup>(root->child(2)) &&
                  jt::as<JtGroup>(root->child(2))->addChild(root->child(0)));
-    EXPECT_EQ(root->child(0)->numAttributes(), 1);
+    ASSERT_EQ(root->child(0)->numAttributes(), 2);
+    // Changes of what could not be read are refused, and nothing is lost by trying.
+    const auto before = elementsOf(file);
+    root->child(3)->setIgnored(true);
+    EXPECT_FALSE(root->child(3)->isIgnored());
+    for (JtNode* node : {root->child(2), root->child(3)}) {
+      EXPECT_FALSE(node->appendAttribute(root->child(0)->attribute(0)));
+      EXPECT_TRUE(node->isOpaque());
+    }
+    root->child(0)->attribute(1)->setState(JtAttributeState::force, true);
+    const auto after = elementsOf(storage.saved(*root));
+    for (const int id : {6, 7, 9}) EXPECT_EQ(after.at(id), before.at(id)) << id;
+    // Of an unknown kind with known beginnings those can be changed.
+    root->child(1)->setIgnored(true);
+    root->child(0)->attribute(0)->setState(JtAttributeState::force, true);
+    const Bytes begun = storage.saved(*root);
+    EXPECT_EQ(SceneText::of(*storage.open(begun)), SceneText::of(*root));
+    const auto changed = elementsOf(begun);
+    for (const int id : {3, 8}) EXPECT_EQ(changed.at(id).size(), before.at(id).size()) << id;
     rename(*root, "new");
     const Bytes saved = storage.saved(*root);
     EXPECT_TRUE(contains(saved, Bytes(13, std::byte{0xab})));

@@ -57,7 +57,9 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
   kind = elementClass == ElementClass::node        ? &unknownNodeKind()
          : elementClass == ElementClass::attribute ? &unknownAttributeKind()
                                                    : &unknownAtomKind();
-  return kind->create();
+  Ref<JtSceneObject> object = kind->create();
+  object->carried_ = true;
+  return object;
 }
 
 Ref<JtPartition> SceneReader::read() {
@@ -106,7 +108,7 @@ void SceneReader::makeObjects() {
     isAttribute_[element] = kind->elementClass == ElementClass::attribute;
     if (kind->elementClass != ElementClass::node) continue;
     nodes_[element] = static_cast<JtNode*>(objects_[element]);
-    nodes_[element]->opaque_ = !damaged.empty();
+    nodes_[element]->opaque_ = !damaged.empty() || nodes_[element]->carried_;
     NodeLinks& mine = links_[element];
     mine.attributes = {static_cast<std::uint32_t>(attributeIds_.size()),
                        static_cast<std::uint32_t>(links.attributes.size())};

@@ -5,6 +5,7 @@
 #include "JtXform.h"
 
 void JtAttribute::setState(JtAttributeState state, bool on) {
+  if (isCarried()) return;
   const auto bit = static_cast<std::uint8_t>(state);
   stateFlags_ = static_cast<std::uint8_t>(on ? stateFlags_ | bit : stateFlags_ & ~bit);
   touch();

@@ -75,7 +75,7 @@ bool JtGroup::insertChild(int index, JtNode* child) {
 }
 
 bool JtGroup::removeChild(int index) {
-  if (index < 0 || static_cast<std::size_t>(index) >= children_.size()) return false;
+  if (isOpaque() || index < 0 || static_cast<std::size_t>(index) >= children_.size()) return false;
   const jt::Ref<JtNode> child = children_[static_cast<std::size_t>(index)];
   children_.erase(children_.begin() + index);
   detach(*child, *this);

@@ -167,6 +167,7 @@ bool JtNode::deleteProperty(const JtPropAtom* key) {
 }
 
 void JtNode::setIgnored(bool on) {
+  if (isCarried()) return;
   nodeFlags_ = on ? nodeFlags_ | 1U : nodeFlags_ & ~1U;
   touch();
 }
