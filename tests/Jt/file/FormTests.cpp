@@ -87,6 +87,7 @@ TEST(Forms, UnknownThingsSurviveInEveryGenerationAndByteOrder) {
         .group(2, {}, {8, 9})
         .element(B::kUnknown, 1, 3, scene.fields().group({4}).zeros(5))  // children still show
         .element(B::kUnknown, 0, 4, scene.fields().node().zeros(3))
+        .element(B::kUnknown, 1, 11, scene.fields().group({98}).zeros(2))  // its child is missing
         .element(B::kUnknown, 255, 5, data)                   // classless, and nothing names it
         .element(B::kGroup, 1, 6, data)                       // damaged
         .element(B::kUnknown, 0, 7, scene.fields().zeros(2))  // unreadable

@@ -54,6 +54,8 @@ JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept;
 struct Links {
   std::vector<std::int32_t> attributes;
   std::vector<std::int32_t> children;
+  /// What would be the children of an unknown element if all of them existed.
+  std::vector<std::int32_t> doubtful;
 };
 
 /// Told of every field that a TracingReader reads.

@@ -16,6 +16,7 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
   const auto baseType = std::to_integer<std::uint8_t>(source.elementBytes(element)[kFrameSize - 5]);
   const bool isAtom = element >= source.firstAtom();
   kind = source.kind(element);
+  links.doubtful.clear();
   // A kind on the wrong side of the first marker is not what it says.
   if (kind && (kind->elementClass == ElementClass::atom) != isAtom) kind = nullptr;
   const auto attempt = [&](const ElementKind& candidate) -> Ref<JtSceneObject> {
@@ -46,8 +47,10 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
         // An unknown group is believed when its children exist.
         if (candidate == &group &&
             !std::all_of(links.children.begin(), links.children.end(),
-                         [&](std::int32_t id) { return source.find(id) < source.firstAtom(); }))
+                         [&](std::int32_t id) { return source.find(id) < source.firstAtom(); })) {
+          links.doubtful = links.children;
           continue;
+        }
         return object;
       } catch (const JtFormatError&) {
       }
@@ -105,6 +108,7 @@ void SceneReader::makeObjects() {
     if (!damaged.empty())
       source_->note(true, "damaged_element", source_->offset(element),
                     damaged + "; the element is carried as it is");
+    for (const std::int32_t id : links.doubtful) source_->noteMissing(id);
     isAttribute_[element] = kind->elementClass == ElementClass::attribute;
     if (kind->elementClass != ElementClass::node) continue;
     nodes_[element] = static_cast<JtNode*>(objects_[element]);
