@@ -63,9 +63,10 @@ struct JtResidencyRequestManager::State {
   }
 
   /// Runs a request and lets go of what it owns.
-  static bool succeeds(Load load) noexcept {
+  static bool succeeds(Load&& load) noexcept {
     try {
-      load();
+      const Load request = std::move(load);
+      request();
       return true;
     } catch (...) {
       return false;
