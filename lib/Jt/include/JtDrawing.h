@@ -1,0 +1,42 @@
+#pragma once
+
+// What a viewer shows of a scene graph: its shapes where they occur, with the appearance that holds
+// there.
+
+#include <cstdint>
+#include <functional>
+
+#include "JtExport.h"
+#include "JtMaterial.h"
+#include "JtShape.h"
+#include "JtXform.h"
+
+namespace jt {
+
+/// A shape on one path from the root. Nothing is owned; pointers hold while the graph is unchanged.
+struct DrawnShape {
+  JtShape* shape = nullptr;
+  JtNode* part = nullptr;           ///< nearest part node or instance above, or null
+  JtMaterial* material = nullptr;   ///< what the path hands down; null: none
+  const Matrix4* toRoot = nullptr;  ///< row vectors: p(root) = p(shape) * toRoot
+};
+
+struct DrawingOptions {
+  /// Child of each level-of-detail node that is followed, 0 the finest; of nodes with fewer
+  /// children the last.
+  std::uint32_t levelOfDetail = 0;
+  /// Paths after which the walk gives up: shared nodes can be reached by more paths than a machine
+  /// could ever draw.
+  std::uint64_t maxPaths = 50'000'000;
+};
+
+/// Visits the shapes that a viewer shows, in the order of the graph: of level-of-detail nodes one
+/// child, of switches the selected one, nothing below a node that is ignored. Attributes add up as
+/// ISO 14306 has it: matrices are multiplied, of materials the one nearest to the shape holds,
+/// unless one above is final and the nearer does not force. A matrix with a value that is no number
+/// counts as identity. Depth of the graph does not matter.
+/// @return false when `visit` returned false or `maxPaths` was reached
+JT_API bool visitDrawnShapes(JtNode& root, const DrawingOptions& options,
+                             const std::function<bool(const DrawnShape&)>& visit);
+
+}  // namespace jt
