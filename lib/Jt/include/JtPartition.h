@@ -7,6 +7,7 @@
 
 #include "JtGroup.h"
 #include "JtShape.h"
+#include "JtShapeEncoding.h"
 #include "JtStorageManager.h"
 
 namespace jt {
@@ -54,6 +55,7 @@ struct SaveOptions {
   bool dryRun = false;                 ///< work everything out, write nothing
   bool rewriteSceneGraph = false;      ///< encode the scene graph anew although nothing changed
   int compressionLevel = 6;            ///< zlib level, 1 to 12
+  std::optional<ShapeEncoding> shapeEncoding;  ///< for a partition that has none of its own
   StorageSaveOptions storage;
 };
 
@@ -151,6 +153,13 @@ class JT_API JtPartition : public JtGroup {
 
   // --- Saving
 
+  /// How a save stores geometry that was set on shapes. Without one of its own, a partition that is
+  /// saved along with the one that refers to it takes that one's; else lossless in the compatible
+  /// profile.
+  const std::optional<jt::ShapeEncoding>& shapeEncoding() const noexcept { return shapeEncoding_; }
+  /// Throws JtFormatError "bad_encoding" when a number of bits is out of range, without effect
+  /// then. Shapes that nobody changed keep the bytes that they have.
+  void setShapeEncoding(const std::optional<jt::ShapeEncoding>& encoding);
   /// Writes the partition to `location` (null: its own). Untouched segments are copied byte for
   /// byte, the scene graph is encoded only when something in it changed. Either everything is
   /// written or the old bytes stay. Partitions below that stand for other files and were changed
@@ -186,6 +195,7 @@ class JT_API JtPartition : public JtGroup {
   jt::Ref<JtPartition> external_;
   std::optional<jt::FileIdentity> savedAs_;  // of the file at location_, after a save
   std::vector<jt::Note> notes_;
+  std::optional<jt::ShapeEncoding> shapeEncoding_;
 
   // Element data.
   std::optional<std::uint8_t> partitionVersion_;  // 10.5 form

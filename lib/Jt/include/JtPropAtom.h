@@ -154,6 +154,8 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
   std::int32_t segmentType() const noexcept { return segmentType_; }
   /// True when the object is in memory.
   bool isLoaded() const;
+  /// The object when it is in memory, else null. Not owned.
+  const JtBase* loaded() const noexcept { return object_.get(); }
   /// The object, loading it the first time: the first element of the segment whose type is
   /// registered with JtFactory. Empty when there is no such segment or type; throws JtFormatError
   /// when the segment is damaged. @param partition looked at when the atom was not read from a file
@@ -162,6 +164,7 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
  private:
   friend struct jt::file::AtomFields;
   friend class jt::file::SceneWriter;
+  friend class jt::file::ShapePlan;
   JtGuid segmentId_;
   std::int32_t segmentType_ = 0;
   std::int32_t payloadId_ = 0;

@@ -8,6 +8,7 @@ namespace jt::file {
 class SceneSource;
 class SceneReader;
 class SceneWriter;
+class ShapePlan;
 struct NodeFields;
 struct AttributeFields;
 struct AtomFields;

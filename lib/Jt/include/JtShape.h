@@ -2,9 +2,11 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
+#include "JtMesh.h"
 #include "JtNode.h"
 
 namespace jt {
@@ -43,13 +45,32 @@ struct ShapeStatistics {
 }  // namespace jt
 
 /// A leaf that stands for geometry. The geometry itself lies in a segment that the node names by a
-/// late-loaded property; the node holds its extent and counts.
+/// late-loaded property; the node holds its extent and counts. Several shapes may name one segment:
+/// it is decoded once, and stored once.
 class JT_API JtShape : public JtNode {
  public:
   JtShape() = default;
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtShape(*this)); }
+
+  /// The geometry, decoded when it is first asked for and kept until `releaseMesh` or until the
+  /// file is closed. Safe from several threads. Null when the shape has none, or when its segment
+  /// is missing or damaged: then jt::lastError() tells file, segment and offset, and everything
+  /// else stays usable.
+  std::shared_ptr<const jt::Mesh> mesh() const;
+  /// Puts other geometry in the place of what the shape has; null leaves it without. Extent, counts
+  /// and vertex bindings follow. The next save writes a segment for it, in the encoding of the
+  /// partition (JtPartition::setShapeEncoding). Share one mesh between shapes to store it once; do
+  /// not change it afterwards. Throws JtFormatError "bad_mesh" when the mesh has a flaw or is of a
+  /// kind that the shape cannot hold (see `takes`), without effect then.
+  void setMesh(std::shared_ptr<const jt::Mesh> mesh);
+  /// True when the shape names geometry; it need not be sound.
+  bool hasMesh() const;
+  /// Lets go of decoded geometry that can be decoded again. Geometry in the hands of callers stays.
+  void releaseMesh() const;
+  /// The kind of meshes that `setMesh` takes; nothing for shapes that are not made of meshes.
+  virtual std::optional<jt::Mesh::Kind> takes() const noexcept { return {}; }
 
   const jt::ShapeStatistics& statistics() const noexcept { return statistics_; }
   void setStatistics(const jt::ShapeStatistics& statistics);
@@ -60,9 +81,13 @@ class JT_API JtShape : public JtNode {
 
  protected:
   JtShape(const JtShape&) = default;
+  /// Called by setMesh for what a class derives from the mesh.
+  virtual void followMesh(const jt::Mesh& /*mesh*/) {}
 
  private:
   friend struct jt::file::NodeFields;
+  void dropSegments();
+
   jt::LocalVersion shapeVersion_;
   jt::Box reservedBox_;
   jt::ShapeStatistics statistics_;
@@ -77,15 +102,20 @@ class JT_API JtVertexShape : public JtShape {
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtVertexShape(*this)); }
+  std::optional<jt::Mesh::Kind> takes() const noexcept override {
+    return jt::Mesh::Kind::triangles;
+  }
   /// What each vertex carries, one bit field as in the shape's segment; the segment decides.
   std::uint64_t vertexBindings() const noexcept { return bindings_; }
   void setVertexBindings(std::uint64_t bindings);
 
  protected:
   JtVertexShape(const JtVertexShape&) = default;
+  void followMesh(const jt::Mesh& mesh) override;
 
  private:
   friend struct jt::file::NodeFields;
+  friend class jt::file::ShapePlan;
   jt::LocalVersion vertexVersion_;
   std::array<std::int32_t, 3> oldBindings_{};  // 8.x: normal, texture coordinate, colour
   std::uint64_t bindings_ = 2;
@@ -142,6 +172,9 @@ class JT_API JtPolylineSet : public JtSparseShape {
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtPolylineSet(*this)); }
+  std::optional<jt::Mesh::Kind> takes() const noexcept override {
+    return jt::Mesh::Kind::polylines;
+  }
   JtPolylineSet() = default;
 
  protected:
@@ -154,6 +187,7 @@ class JT_API JtPointSet : public JtSparseShape {
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtPointSet(*this)); }
+  std::optional<jt::Mesh::Kind> takes() const noexcept override { return jt::Mesh::Kind::points; }
   JtPointSet() = default;
 
  protected:
@@ -210,3 +244,11 @@ class JT_API JtWireHarnessSet : public JtShape {
  protected:
   JtWireHarnessSet(const JtWireHarnessSet&) = default;
 };
+
+namespace jt {
+
+/// A new shape with that geometry: a JtTriStripSet, JtPolylineSet or JtPointSet. Throws as setMesh.
+/// @param mesh not null
+JT_API Ref<JtShape> makeShape(std::shared_ptr<const Mesh> mesh);
+
+}  // namespace jt

@@ -5,53 +5,20 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include "codec/MeshDecoder.h"
 #include "codec/MeshEncoder.h"
 #include "file/ShapeSegment.h"
+#include "support/Meshes.h"
 
 namespace {
 
 using namespace jt::codec;
 using jt::Mesh;
-using jt::Vec3f;
 using jt::file::Format;
 
 constexpr Format kForms[] = {{8, 1, false},  {9, 5, false}, {10, 0, false},
                              {10, 5, false}, {9, 5, true},  {8, 1, true}};
-
-/// A triangle or another primitive by its values: corners with attributes, and the group.
-using Primitive = std::pair<std::vector<std::vector<float>>, std::int32_t>;
-
-std::vector<float> cornerOf(const Mesh& mesh, std::size_t corner) {
-  const Vec3f& p = mesh.positions[mesh.corners[corner]];
-  std::vector<float> values{p[0] + 0.0F, p[1] + 0.0F, p[2] + 0.0F};
-  if (mesh.records.empty()) return values;
-  const std::uint32_t record = mesh.records[corner];
-  if (!mesh.normals.empty())
-    values.insert(values.end(), mesh.normals[record].begin(), mesh.normals[record].end());
-  if (!mesh.flags.empty()) values.push_back(static_cast<float>(mesh.flags[record]));
-  return values;
-}
-
-/// What a mesh says, whatever its order; triangles begin with their least corner.
-std::vector<Primitive> contentOf(const Mesh& mesh, bool withGroups = true) {
-  std::vector<Primitive> primitives;
-  for (std::size_t p = 0; p < mesh.primitiveCount(); ++p) {
-    Primitive& primitive = primitives.emplace_back();
-    const bool isTriangle = mesh.kind == Mesh::Kind::triangles;
-    const std::size_t from = isTriangle ? 3 * p : mesh.starts[p];
-    const std::size_t to = isTriangle ? from + 3 : mesh.starts[p + 1];
-    for (std::size_t c = from; c < to; ++c) primitive.first.push_back(cornerOf(mesh, c));
-    if (isTriangle)
-      std::rotate(primitive.first.begin(), std::ranges::min_element(primitive.first),
-                  primitive.first.end());
-    primitive.second = withGroups && !mesh.groups.empty() ? mesh.groups[p] : 0;
-  }
-  if (mesh.kind == Mesh::Kind::triangles) std::ranges::sort(primitives);
-  return primitives;
-}
 
 Mesh throughFile(const Mesh& mesh, const Format& format, const EncodeOptions& options = {}) {
   Report losses;
@@ -62,64 +29,6 @@ Mesh throughFile(const Mesh& mesh, const Format& format, const EncodeOptions& op
       readShape(segment.bytes().subspan(jt::file::kSegmentHeaderSize), format, variants, reading);
   EXPECT_TRUE(shape.remarks.empty()) << shape.remarks[0].message;
   return std::move(shape.mesh);
-}
-
-/// Triangles over few vertices: holes, edges of many triangles, flat and double triangles, vertices
-/// with several fans.
-Mesh soup(std::uint32_t vertices, std::size_t triangles, bool attributes) {
-  Mesh mesh;
-  for (std::uint32_t i = 0; i < vertices; ++i)
-    mesh.positions.push_back({static_cast<float>(i), std::sin(static_cast<float>(i)), -0.0F});
-  const auto index = rc::gen::inRange<std::uint32_t>(0, vertices);
-  mesh.corners = *rc::gen::container<std::vector<std::uint32_t>>(3 * triangles, index);
-  mesh.groups = *rc::gen::container<std::vector<std::int32_t>>(
-      triangles, rc::gen::inRange<std::int32_t>(0, 3));
-  if (!attributes) return mesh;
-  for (int i = 0; i < 5; ++i) {
-    const float angle = static_cast<float>(i);
-    mesh.normals.push_back({std::cos(angle), std::sin(angle), 0});
-    mesh.flags.push_back(static_cast<std::uint32_t>(i));
-  }
-  mesh.records = *rc::gen::container<std::vector<std::uint32_t>>(
-      3 * triangles, rc::gen::inRange<std::uint32_t>(0, 5));
-  return mesh;
-}
-
-/// A grid of squares, open, closed to a tube or to a torus, with a share of its triangles left out.
-Mesh grid(std::uint32_t columns, std::uint32_t rows, bool wrapX, bool wrapY,
-          const std::vector<bool>& leftOut, bool hardEdges) {
-  Mesh mesh;
-  const std::uint32_t width = wrapX ? columns : columns + 1;
-  const std::uint32_t height = wrapY ? rows : rows + 1;
-  for (std::uint32_t y = 0; y < height; ++y)
-    for (std::uint32_t x = 0; x < width; ++x)
-      mesh.positions.push_back(
-          {static_cast<float>(x), static_cast<float>(y), static_cast<float>(x * y % 7) * 0.25F});
-  mesh.normals = {{0, 0, 1}, {0, 1, 0}};
-  std::size_t number = 0;
-  for (std::uint32_t y = 0; y < rows; ++y)
-    for (std::uint32_t x = 0; x < columns; ++x) {
-      const auto at = [&](std::uint32_t dx, std::uint32_t dy) {
-        return (y + dy) % height * width + (x + dx) % width;
-      };
-      const std::uint32_t corners[2][3] = {{at(0, 0), at(1, 0), at(1, 1)},
-                                           {at(0, 0), at(1, 1), at(0, 1)}};
-      for (const auto& triangle : corners) {
-        if (!leftOut.empty() && leftOut[number++ % leftOut.size()]) continue;
-        mesh.corners.insert(mesh.corners.end(), triangle, triangle + 3);
-        mesh.records.insert(mesh.records.end(), 3, hardEdges ? x % 2 : 0);
-      }
-    }
-  return mesh;
-}
-
-Mesh randomMesh() {
-  if (*rc::gen::arbitrary<bool>())
-    return soup(*rc::gen::inRange(3U, 40U), *rc::gen::inRange<std::size_t>(0, 60),
-                *rc::gen::arbitrary<bool>());
-  return grid(*rc::gen::inRange(3U, 14U), *rc::gen::inRange(3U, 14U), *rc::gen::arbitrary<bool>(),
-              *rc::gen::arbitrary<bool>(), *rc::gen::arbitrary<std::vector<bool>>(),
-              *rc::gen::arbitrary<bool>());
 }
 
 RC_GTEST_PROP(RoundTrips, TrianglesOfEveryForm, ()) {

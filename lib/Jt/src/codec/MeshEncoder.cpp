@@ -91,7 +91,8 @@ std::vector<T> gather(const std::vector<T>& from, std::span<const std::uint32_t>
   return result;
 }
 
-/// The bindings of what a mesh has.
+}  // namespace
+
 VertexBindings bindingsOf(const Mesh& mesh) {
   VertexBindings bindings;
   if (!mesh.normals.empty()) bindings.bits |= VertexBindings::kNormals;
@@ -102,6 +103,8 @@ VertexBindings bindingsOf(const Mesh& mesh) {
                         static_cast<unsigned>(texture.components));
   return bindings;
 }
+
+namespace {
 
 QuantizationParameters parametersOf(const Mesh& mesh, const EncodeOptions& options) {
   return {static_cast<std::uint8_t>(options.coordinateBits),

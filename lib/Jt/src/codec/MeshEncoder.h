@@ -27,6 +27,9 @@ struct EncodeOptions {
   Variant variant{};            ///< of the compact profile
 };
 
+/// The bindings of what a mesh has.
+VertexBindings bindingsOf(const Mesh& mesh);
+
 /// @pre mesh.flaw() is empty. What a form cannot hold is left out, and told in `losses`.
 
 /// Triangles of 9.x and 10.x. All triangles are kept, flat and double ones too, in another order.

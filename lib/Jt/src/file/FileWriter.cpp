@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <limits>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "JtMetaData.h"
 #include "SegmentObjects.h"
+#include "ShapeGeometry.h"
+#include "ShapePlan.h"
+#include "ShapeSegment.h"
 
 namespace jt::file {
 
@@ -38,6 +42,8 @@ FileWriter::FileWriter(JtPartition& partition, JtPartition& top, const SaveOptio
       source_(partition.scene_.get()),
       version_(options.version.value_or(partition.version())),
       format_{version_.major, version_.minor, container_ && container_->format().bigEndian},
+      encoding_(
+          partition.shapeEncoding().value_or(options.shapeEncoding.value_or(ShapeEncoding{}))),
       sameForm_(container_ && container_->format() == format_) {}
 
 /// Every version that was read can be written back; others only where the whole form is known.
@@ -69,6 +75,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     pieces.push_back({container_->image().bytes(), &container_->image(), 0});
   } else {
     if (!container_ || SceneWriter::isChanged(top_, source_)) top_.growBounds();
+    ShapePlan::prepare(top_, encoding_, format_);
     takeScene(SceneWriter(top_, source_, format_).encode());
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
@@ -152,7 +159,8 @@ void FileWriter::planExisting(const EncodedScene& scene) {
   const bool whole = &partition_ == &top_;
   const std::unordered_set<JtGuid> named(scene.namedSegments.begin(), scene.namedSegments.end());
   const std::unordered_set<JtGuid> before = segmentsNamedIn(*source_);
-  std::unordered_set<JtGuid> seen;
+  std::unordered_map<JtGuid, const NewSegment*> changes;
+  for (const NewSegment& segment : scene.newSegments) changes.emplace(segment.id, &segment);
   std::uint64_t total = 0;
   for (const TocEntry& entry : container_->toc()) {
     total += entry.length;
@@ -163,9 +171,8 @@ void FileWriter::planExisting(const EncodedScene& scene) {
     const bool isScene = &entry == &container_->sceneEntry();
     const bool dropped = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
                          (!whole || before.contains(entry.id));
-    const auto changed =
-        std::find_if(scene.newSegments.begin(), scene.newSegments.end(),
-                     [&](const NewSegment& segment) { return segment.id == entry.id; });
+    const auto change = changes.find(entry.id);
+    const NewSegment* changed = change == changes.end() ? nullptr : change->second;
     if (isScene) {
       segments_.push_back(rewritten(entry, std::move(sceneBytes_), sceneReason_));
     } else if (dropped) {
@@ -173,10 +180,8 @@ void FileWriter::planExisting(const EncodedScene& scene) {
       segments_.back().action.kind = SegmentAction::Kind::dropped;
       segments_.back().action.reason = "nothing names it any more";
     } else if (!sameForm_) {
-      segments_.push_back(
-          convert(*container_, entry,
-                  changed == scene.newSegments.end() ? nullptr : changed->object.get()));
-    } else if (changed != scene.newSegments.end()) {
+      segments_.push_back(convert(*container_, entry, changed ? changed->object.get() : nullptr));
+    } else if (changed) {
       segments_.push_back(rewritten(
           entry,
           replaceSegmentObject(*container_, entry, *changed->object, options_.compressionLevel),
@@ -184,7 +189,6 @@ void FileWriter::planExisting(const EncodedScene& scene) {
     } else {
       segments_.push_back(copied(entry));
     }
-    seen.insert(entry.id);
   }
 }
 
@@ -202,10 +206,7 @@ void FileWriter::planNew(EncodedScene& scene) {
   };
   for (const NewSegment& segment : scene.newSegments) {
     if (!isMissing(segment.id)) continue;
-    add(segment.id, segment.type,
-        writeSegmentObject(*segment.object, segment.id, segment.type, format_,
-                           options_.compressionLevel),
-        segment.reason);
+    add(segment.id, segment.type, encodeNew(segment), segment.reason);
   }
   for (const auto& [from, entry] : scene.foreignSegments) {
     if (!isMissing(entry->id)) continue;
@@ -217,6 +218,26 @@ void FileWriter::planNew(EncodedScene& scene) {
   }
   for (Segment& segment : segments_)
     if (segment.owned.size() > 0) segment.bytes = segment.owned.bytes();  // may have been moved
+}
+
+Buffer FileWriter::encodeNew(const NewSegment& segment) {
+  const auto* geometry = as<ShapeGeometry>(segment.object.get());
+  if (!geometry)
+    return writeSegmentObject(*segment.object, segment.id, segment.type, format_,
+                              options_.compressionLevel);
+  codec::Report losses;
+  Buffer bytes = writeShapeSegment(*geometry->mesh(), segment.id, segment.type, format_,
+                                   optionsOf(encoding_), losses, options_.compressionLevel);
+  for (const codec::Remark& loss : losses.remarks) warn(loss.code, loss.message);
+  return bytes;
+}
+
+/// Once for each text: what holds for one shape holds for thousands.
+void FileWriter::warn(const char* code, const std::string& message) {
+  const bool isKnown = std::ranges::any_of(report_.warnings, [&](const SaveWarning& warning) {
+    return warning.code == code && warning.message == message;
+  });
+  if (!isKnown) report_.warnings.push_back({code, message});
 }
 
 /// Bytes that belong to no segment are carried along, between the same neighbours.

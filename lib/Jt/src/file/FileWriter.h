@@ -41,6 +41,8 @@ class FileWriter {
   Buffer frontMatter();
   StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
   std::string versionText() const;
+  Buffer encodeNew(const NewSegment& segment);
+  void warn(const char* code, const std::string& message);
   void takeScene(EncodedScene scene);
 
   JtPartition& partition_;
@@ -50,6 +52,7 @@ class FileWriter {
   SceneSource* source_;
   FileVersion version_;
   Format format_;
+  ShapeEncoding encoding_;
   bool sameForm_;
   JtGuid sceneId_;
   Buffer sceneBytes_;  // a whole segment

@@ -13,6 +13,7 @@ bool isEndMarker(const JtGuid& typeId) noexcept {
 Ref<SceneSource> SceneSource::open(Ref<Container> container) {
   Ref<SceneSource> source(new SceneSource);
   source->container_ = std::move(container);
+  source->shapes_ = std::make_unique<ShapeCache>(*source->container_);
   source->entry_ = &source->container_->sceneEntry();
   source->content_ = source->container_->load(*source->entry_);
   try {

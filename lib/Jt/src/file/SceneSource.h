@@ -13,6 +13,7 @@
 #include "Container.h"
 #include "ElementTable.h"
 #include "JtNode.h"
+#include "ShapeCache.h"
 
 namespace jt::file {
 
@@ -124,6 +125,9 @@ class SceneSource : public JtRefCounted {
   static std::uint32_t elementOf(const JtSceneObject& object) noexcept { return object.element_; }
   static SceneSource* sourceOf(const JtSceneObject& object) noexcept { return object.source_; }
 
+  /// The decoded shapes of the file.
+  ShapeCache& shapes() noexcept { return *shapes_; }
+
   FilePosition position(std::size_t offset) const { return container_->position(*entry_, offset); }
   std::vector<Note>& notes() noexcept { return notes_; }
   void note(bool isError, const char* code, std::size_t offset, std::string message);
@@ -136,6 +140,7 @@ class SceneSource : public JtRefCounted {
   void indexIds();
 
   Ref<Container> container_;
+  std::unique_ptr<ShapeCache> shapes_;
   const TocEntry* entry_ = nullptr;
   SegmentContent content_;
   std::vector<std::uint32_t> offsets_;

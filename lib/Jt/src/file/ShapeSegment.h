@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Container.h"
+#include "JtShapeEncoding.h"
 #include "ShapeTable.h"
 #include "codec/MeshEncoder.h"
 
@@ -40,6 +41,9 @@ DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
 Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
                          const Format& format, const codec::EncodeOptions& options,
                          codec::Report& losses, int level = 6);
+
+/// What the codecs make of an encoding. @pre encoding.flaw() is empty
+codec::EncodeOptions optionsOf(const ShapeEncoding& encoding);
 
 /// Extent and counts of a mesh, as its shape node stores them.
 ShapeStatistics statisticsOf(const Mesh& mesh);

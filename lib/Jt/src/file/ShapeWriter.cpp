@@ -80,6 +80,18 @@ Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
   return writeSegment(content.bytes(), id, type, format, level);
 }
 
+codec::EncodeOptions optionsOf(const ShapeEncoding& encoding) {
+  codec::EncodeOptions options;
+  options.profile = encoding.profile == ShapeEncoding::Profile::compact
+                        ? codec::Profile::compact
+                        : codec::Profile::compatible;
+  options.coordinateBits = encoding.positionBits;
+  options.normalBits = encoding.normalBits;
+  options.textureBits = encoding.textureBits;
+  options.colourBits = encoding.colourBits;
+  return options;
+}
+
 ShapeStatistics statisticsOf(const Mesh& mesh) {
   ShapeStatistics statistics;
   for (const std::uint32_t corner : mesh.corners)

@@ -246,6 +246,12 @@ const std::vector<jt::Note>& JtPartition::notes() const { return notes_; }
 
 // --- Saving
 
+void JtPartition::setShapeEncoding(const std::optional<jt::ShapeEncoding>& encoding) {
+  if (const std::string flaw = encoding ? encoding->flaw() : std::string(); !flaw.empty())
+    throw JtFormatError("bad_encoding", flaw);
+  shapeEncoding_ = encoding;
+}
+
 bool JtPartition::isContentModified() const {
   return jt::file::SceneWriter::isChanged(*this, scene_.get());
 }
@@ -254,12 +260,15 @@ jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOpti
   JtStorageLocation* target = location ? location : location_.get();
   if (!target)
     throw JtFormatError("no_location", "the partition has no storage location to be saved to");
-  if (!options.dryRun)
+  if (!options.dryRun) {
+    jt::SaveOptions inherited;
+    inherited.shapeEncoding = shapeEncoding_ ? shapeEncoding_ : options.shapeEncoding;
     for (const JtNode* node : jt::file::SceneWriter::nodesOf(*this)) {
       const auto* inner = jt::as<JtPartition>(node);
       JtPartition* other = inner ? inner->externalPartition() : nullptr;
-      if (other && other->isContentModified()) other->save();
+      if (other && other->isContentModified()) other->save(nullptr, inherited);
     }
+  }
   return jt::file::FileWriter(*this, *this, options).save(*target);
 }
 

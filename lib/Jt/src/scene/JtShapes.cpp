@@ -1,6 +1,8 @@
 #include "JtLOD.h"
 #include "JtShape.h"
+#include "JtShapeEncoding.h"
 #include "JtSwitch.h"
+#include "file/NodeFields.h"
 
 void JtRangeLOD::setRangeLimits(std::vector<float> limits) {
   limits_ = std::move(limits);
@@ -24,6 +26,20 @@ JtNode* JtSwitch::representation(bool selected) const {
   return child(shown == 0 ? 1 : 0);
 }
 
+std::string jt::ShapeEncoding::flaw() const {
+  const auto check = [](unsigned bits, unsigned least, unsigned most, const char* what) {
+    if (bits >= least && bits <= most) return std::string();
+    return std::string(what) + " are stored with " + std::to_string(least) + " to " +
+           std::to_string(most) + " bits, not " + std::to_string(bits);
+  };
+  for (std::string flaw : {check(positionBits, 0, kMostPositionBits, "positions"),
+                           check(normalBits, 0, kMostNormalBits, "normals"),
+                           check(textureBits, 1, kMostTextureBits, "texture coordinates"),
+                           check(colourBits, 1, kMostColourBits, "colours")})
+    if (!flaw.empty()) return flaw;
+  return {};
+}
+
 void JtShape::setStatistics(const jt::ShapeStatistics& statistics) {
   statistics_ = statistics;
   reservedBox_ = statistics.box;
@@ -33,5 +49,6 @@ void JtShape::setStatistics(const jt::ShapeStatistics& statistics) {
 void JtVertexShape::setVertexBindings(std::uint64_t bindings) {
   bindings_ = bindings;
   if (bindingsAgain_) bindingsAgain_ = bindings;
+  oldBindings_ = jt::file::NodeFields::oldBindings(bindings);
   touch();
 }

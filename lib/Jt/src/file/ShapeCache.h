@@ -1,0 +1,54 @@
+#pragma once
+
+// The decoded shapes of one file.
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <unordered_map>
+
+#include "Container.h"
+#include "JtFormatError.h"
+#include "JtMesh.h"
+#include "codec/Topology.h"
+
+namespace jt::file {
+
+/// Bytes that a mesh takes in memory.
+std::uint64_t memoryOf(const Mesh& mesh) noexcept;
+
+/// Decodes each shape segment once, however many shapes and threads ask for it, and keeps what was
+/// decoded within the file's limit for all segments together. All operations are safe from any
+/// thread.
+class ShapeCache {
+ public:
+  /// @param container outlives the cache
+  explicit ShapeCache(const Container& container) : container_(container) {}
+
+  /// The geometry of a segment; never null. Throws JtFormatError for a damaged one, every time.
+  std::shared_ptr<const Mesh> mesh(const TocEntry& entry);
+  /// Lets go of the geometry of a segment.
+  void release(const TocEntry& entry);
+  /// True when what is kept has reached the limit: loading ahead is of no more use.
+  bool isFull() const;
+  /// What is known of how the file's surfaces are walked.
+  codec::VariantChoice& variants() noexcept { return variants_; }
+
+ private:
+  struct Slot {
+    std::mutex decoding;
+    std::weak_ptr<const Mesh> mesh;       // also when it is not kept
+    std::shared_ptr<const Mesh> kept;     // guarded by the cache's mutex
+    std::optional<JtFormatError> damage;  // guarded by `decoding`, as `mesh`
+    std::uint64_t bytes = 0;              // of `kept`
+  };
+  void keep(Slot& slot, const std::shared_ptr<const Mesh>& mesh);
+
+  const Container& container_;
+  codec::VariantChoice variants_;
+  mutable std::mutex mutex_;
+  std::unordered_map<const TocEntry*, std::shared_ptr<Slot>> slots_;
+  std::uint64_t keptBytes_ = 0;
+};
+
+}  // namespace jt::file

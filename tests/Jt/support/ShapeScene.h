@@ -1,0 +1,32 @@
+#pragma once
+
+#include "file/ElementTable.h"
+#include "support/FileBuilder.h"
+
+// Files around one shape segment.
+
+/// A file whose root has a shape that names segment 2, which holds `content`.
+/// @param shape what the scene graph has; its property is added
+inline Bytes shapeFile(const jt::file::Format& format, JtShape& shape,
+                       std::span<const std::byte> content, int type = 7) {
+  using jt::file::Feature;
+  const jt::file::ElementKind* kind = jt::file::findElementKind(shape.typeID());
+  jt::file::ByteSink body;
+  jt::file::Writer writer(body, format);
+  const jt::file::Links links;
+  writer.setLinks(links);
+  kind->write(writer, shape);
+  SceneBuilder scene(format);
+  Fields late = scene.fields().version(2).put(std::uint32_t{0}).version(2);
+  late.put(FileBuilder::id(2)).i32(type);
+  if (format.has(Feature::latePayloadId)) late.i32(0);
+  if (format.has(Feature::latePayloadId) && !format.has(Feature::attributeTail)) late.i32(1);
+  scene.partition(1, {2})
+      .element(kind->guid.text(), kind->baseType, 2, body.bytes())
+      .marker()
+      .text(90, "JT_LLPROP_SHAPEIMPL")
+      .element(SceneBuilder::kLate, 8, 91, late)
+      .marker()
+      .table({{2, 90, 91}});
+  return FileBuilder(format).scene(scene).packed(2, type, content).build();
+}
