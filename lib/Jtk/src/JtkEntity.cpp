@@ -1,0 +1,11 @@
+#include "JtkEntity.h"
+
+JtkRefCounted::~JtkRefCounted() = default;
+JtkEntity::~JtkEntity() = default;
+
+bool JtkEntity::isOfType(TypeID type) const noexcept {
+  const TypeID own = typeID();
+  if (type == PMI_NONE) return false;
+  if (type == PMI_ENTITY) return own >= PMI_ENTITY && own <= PMI_COORDINATE_SYSTEM;
+  return type == own;
+}

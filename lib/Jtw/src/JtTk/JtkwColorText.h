@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "ApiGraColor.h"
+
+namespace jtw {
+
+/// A material with this diffuse colour as 17 numbers, "%f" each and separated by commas: ambient,
+/// diffuse, specular and emission colour, each red, green, blue and alpha in 0..1, and shininess.
+/// All but the diffuse colour are fixed. The decimal sign is a point in every locale.
+std::string multiCadColorText(const ApiGraColor& diffuse);
+
+/// The diffuse colour, the fifth to eighth number of such a text; nothing when one of them is
+/// missing or is no number. What follows them is not looked at.
+std::optional<ApiGraColor> colorOfMultiCadText(std::string_view text);
+
+}  // namespace jtw
