@@ -89,6 +89,17 @@ TEST(PMIData, EachKindGivesTheLocationBackInItsOwnOrder) {
   }
 }
 
+TEST(PMIData, AFrameIsReadWithDirectionsOfLengthOne) {
+  JtkwPMIFrameData frame;
+  const double origin[] = {1, 2, 3};
+  const double x[] = {0, 4, 0};
+  const double y[] = {-5, 0, 0};
+  frame.setReferenceFrame(origin, x, y, 1);
+  RTTran3D location;
+  frame.getRelLoc(RTTran3D::unit, location);
+  EXPECT_EQ(location, kPlace);
+}
+
 TEST(PMIData, PlanarOrientationIsStoredAsPointsAndReadAsDirections) {
   JtkwPMIAnnotationData data;
   data.setOrigin({1, 1, 1});

@@ -57,9 +57,9 @@ Drawing linear() {
           {arrow({0, 10, 0}, {3, 11, 0}, {3, 9, 0}), arrow({40, 10, 0}, {37, 9, 0}, {37, 11, 0})}};
 }
 
-/// 60 degrees between two legs.
+/// 60 degrees between two legs of one length.
 Drawing angular() {
-  return {{{{0, 0, 0}, {50, 0, 0}}, {{0, 0, 0}, {20, 20 * std::sqrt(3.0), 0}}},
+  return {{{{0, 0, 0}, {50, 0, 0}}, {{0, 0, 0}, {25, 25 * std::sqrt(3.0), 0}}},
           {arrow({45, 0, 0}, {44, 3, 0}, {46, 3, 0})}};
 }
 
@@ -78,6 +78,8 @@ TEST(PMIDimension, PlanesByHand) {
                      {arrow({0, 0, 20}, {1, 0, 19}, {1, 0, 21})}};
   Drawing radius{{{{0, 0, 0}, {9, 9, 0}}}, {arrow({0, 0, 5}, {0, 1, 3}, {0, -1, 3})}};
   Drawing linesOnly{{{{0, 0, 0}, {0, 9, 0}}, {{3, 5, 0}, {3, 5, -4}}}, {}};
+  Drawing oneHead{
+      {}, {arrow({9, 0, 5}, {8, 0, 3}, {10, 0, 3}), arrow({9, 1e-11, 5}, {9, 0, 4}, {9, 0, 4})}};
   Drawing badPart = linear();
   badPart.lines.insert(badPart.lines.begin(), {{0, 0, kNan}, {0, 500, 0}});
   badPart.arrows.insert(badPart.arrows.begin(), arrow({0, 0, -kInf}, {}, {}));
@@ -95,6 +97,9 @@ TEST(PMIDimension, PlanesByHand) {
       {"no arrow: directions, not places", linesOnly, true, y, z * -1},
       {"no lines", {{}, linear().arrows}, true, x, y},
       {"not finite", badPart, false, x, y * -1},
+      {"heads are one but for rounding", oneHead, false, z, x * -1},
+      {"flat", {{{{0, 0, 0}, {100, 0, 0}}, {{0, 0, 0}, {50, 1e-6, 0}}}, {}}, true, x, y},
+      {"too flat", {{{{0, 0, 0}, {100, 0, 0}}, {{0, 0, 0}, {50, 1e-8, 0}}}, {}}, true, none, none},
       {"nothing", {}, false, none, none},
       {"nothing", {}, true, none, none},
       {"a point",
@@ -136,7 +141,10 @@ RC_GTEST_PROP(PMIDimension, PlanesTurnAndScaleWithTheDrawing, ()) {
 }
 
 RC_GTEST_PROP(PMIDimension, WhatLiesOnOneLineHasNoPlane, ()) {
-  const auto at = [] { return RTVec3D(*rc::gen::inRange(-1000, 1001) / 7.0, 0, 0); };
+  const auto at = [] {
+    const double unit = std::pow(10.0, -*rc::gen::inRange(0, 6)) / 7;  // some are close together
+    return RTVec3D(*rc::gen::inRange(-1000, 1001) * unit, 0, 0);
+  };
   Drawing drawing;
   for (int i = 0; i < 3; ++i) drawing.lines.emplace_back(at(), at());
   for (int i = 0; i < 3; ++i) {
@@ -163,7 +171,12 @@ TEST(PMIDimension, LocationHasThePlaneWhereThereIsOne) {
   EXPECT_EQ(location.yAxis(), RTVec3D(0, -1, 0));
   EXPECT_EQ(location.zAxis(), RTVec3D(0, 0, -1));
 
-  for (const RTVec3D& bad : {RTVec3D(kNan, 0, 0), RTVec3D(105, 6, 7), RTVec3D(5, 6, 7)}) {
+  data.setPointOnXDirection({6, 8, 10});
+  data.setpointOnYDirection({6, 8 + 1e-6, 10});  // nearly parallel
+  data.getRelLoc(RTTran3D::unit, location);
+  EXPECT_LE(std::abs(dot(location.xAxis(), location.yAxis())), 1e-14);
+
+  for (const RTVec3D& bad : {RTVec3D(kNan, 0, 0), RTVec3D(7, 10, 13), RTVec3D(5, 6, 7)}) {
     data.setpointOnYDirection(bad);
     location = turned;
     data.getRelLoc(RTTran3D::unit, location);
