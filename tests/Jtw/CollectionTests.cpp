@@ -3,6 +3,7 @@
 #include "ComponentFixture.h"
 #include "JtFrame.h"
 #include "JtFrameListProperty.h"
+#include "JtwFrameLists.h"
 
 namespace {
 
@@ -105,6 +106,42 @@ TEST_F(Collection, FrameListsAreReadInEveryFormAndRefusedInOthers) {
       store(6, jt::make<JtLateLoadedPropAtom>(frameList({record(40, L"a"), record(41, L"b")})));
   EXPECT_TRUE(late.loadFrames());
   EXPECT_EQ(keysOf(late), "40 41 ");
+}
+
+TEST_F(Collection, FrameListsAreReplacedInEitherForm) {
+  using jtw::FrameForm;
+  block(2);
+  frame(20, 2);
+  frame(21, 2);
+  root_.createPMIAnnotationNode(key(22), key(2), RTTran3D::unit);
+  JtwRoot* root = &root_;
+  bool isNew = true;
+  for (const FrameForm form : {FrameForm::text, FrameForm::lateLoaded, FrameForm::text}) {
+    JtwNode* found = nullptr;
+    root->getNodeByKey(key(2), found);
+    auto& collection = static_cast<JtwBlock&>(*found);
+    const std::string before = keysOf(collection);
+    for (const long bad : {1L, 22L, 30L, 0L, -1L, 1L << 40}) {
+      if (bad == 22 && !isNew) continue;  // annotations are not stored
+      const JtFrame frames[] = {record(30, L"a"), record(bad, L"b")};
+      EXPECT_FALSE(jtw::replaceFrames(collection, frames, form)) << bad;
+    }
+    EXPECT_EQ(keysOf(collection), before);
+
+    const JtFrame frames[] = {record(21, L"a"), record(30, L"b")};
+    EXPECT_TRUE(jtw::replaceFrames(collection, frames, form));
+    EXPECT_EQ(keysOf(collection), isNew ? "22 21 30 " : "21 30 ");
+    EXPECT_TRUE(root->write(false)) << jt::lastError();
+    registry().releaseRoot(document_);
+    root = open(document_);
+    isNew = false;
+    jtw::loadWrappers(*root);
+    root->getNodeByKey(key(2), found);
+    EXPECT_EQ(keysOf(static_cast<JtwBlock&>(*found)), "21 30 ");
+    const auto stored = jtw::storedFrames(static_cast<JtwBlock&>(*found));
+    EXPECT_EQ(stored.form, form);
+    EXPECT_EQ(stored.list->frames()[1].name, L"b");
+  }
 }
 
 TEST_F(Collection, KeysOfPmiAreStoredOnceAndReadWhenTheyFit) {

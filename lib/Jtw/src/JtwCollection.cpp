@@ -5,10 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "JtFormatError.h"
-#include "JtFrameListProperty.h"
-#include "JtPartition.h"
 #include "JtwFrame.h"
+#include "JtwFrameLists.h"
 #include "JtwPMI.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
@@ -17,23 +15,6 @@
 using jtw::Key;
 
 namespace {
-
-/// The frame list behind a value atom, or null when there is none that can be read.
-jt::Ref<JtFrameListProperty> readFrameList(JtPropAtom* value, const JtPartition* partition) {
-  if (const auto* text = jt::as<JtStringPropAtom>(value)) {
-    auto list = jt::make<JtFrameListProperty>();
-    list->fromText(text->value().stringToMbs());
-    return list;
-  }
-  auto* late = jt::as<JtLateLoadedPropAtom>(value);
-  if (!late) return {};
-  try {
-    return jt::Ref<JtFrameListProperty>(jt::as<JtFrameListProperty>(late->load(partition).get()));
-  } catch (const JtFormatError& error) {
-    jt::setLastError(error.what());
-    return {};
-  }
-}
 
 /// The keys of a stored list: one number at the start of each piece that a comma ends.
 RWClassicTValOrderedVector<ApiProtoKey> parseKeys(std::string_view text) {
@@ -131,11 +112,9 @@ bool JtwCollection::loadFrames() {
   // A component that is the partition itself has no metadata to wait for.
   auto* metaDataNode = jt::as<VisMetaDataNode>(jtNode());
   if (metaDataNode && !metaDataNode->ensureMetaData()) return false;
-  JtPropAtom* value = jtw::findProperty(jtNode(), Key::frames);
-  if (!value) return true;
-  const auto list = readFrameList(value, root_->partition());
-  if (!list) return false;
-  for (const JtFrame& record : list->frames()) {
+  const jtw::StoredFrames stored = jtw::storedFrames(*this);
+  if (!stored.list) return stored.form == jtw::FrameForm::none;
+  for (const JtFrame& record : stored.list->frames()) {
     auto frame = std::make_unique<JtwFrame>(this, record, root_);
     if (frame->key().getAsLong() > 0)
       addPMI(frame.release());  // its key made it the root's

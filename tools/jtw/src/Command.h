@@ -42,6 +42,13 @@ ExitCode runNew(Session& session);
 ExitCode runTree(Session& session);
 ExitCode runGet(Session& session);
 ExitCode runSet(Session& session);
+ExitCode runAdd(Session& session);
+ExitCode runRm(Session& session);
+ExitCode runMv(Session& session);
+ExitCode runClone(Session& session);
+ExitCode runFrames(Session& session);
+ExitCode runBuffer(Session& session);
+ExitCode runExportPartition(Session& session);
 ExitCode runHelp(Session& session);
 /// The help of the program, or of one command.
 void showHelp(Session& session, const Command* command);

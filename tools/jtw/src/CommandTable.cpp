@@ -28,8 +28,42 @@ constexpr Option kCopyOptions[] = {
     kMaxSegment,
     kMaxDocument};
 constexpr Option kNewOptions[] = {
-    {"force", 0, nullptr, "replace a component that is there already"}, kDryRun};
+    {"unit", 0, "UNIT", "its unit of length, named as for set (Millimeters)"},
+    {"force", 0, nullptr, "replace a component that is there already"},
+    kDryRun};
 constexpr Option kSetOptions[] = {kDryRun, kMaxSegment, kMaxDocument};
+constexpr Option kKey{"key", 0, "K", "the key of the new object; 'auto', the next free one (auto)"};
+constexpr Option kAddOptions[] = {kKey,
+                                  {"parent", 0, "P", "the object that it goes under (root)"},
+                                  {"name", 0, "N", "the same as name=N"},
+                                  {"loc", 0, "LOCATION", "the same as loc=LOCATION"},
+                                  kDryRun,
+                                  kMaxSegment,
+                                  kMaxDocument};
+constexpr Option kMvOptions[] = {
+    {"parent", 0, "P", "the object that it moves under"},
+    {"keep-place", 0, nullptr, "it stays where it is in the component"},
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument};
+constexpr Option kCloneOptions[] = {
+    kKey,
+    {"without-geometry", 0, nullptr, "what lies below the entity's node is not copied"},
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument};
+constexpr Option kFramesOptions[] = {
+    {"set", 0, "FILE",
+     "put the frames in FILE, or on standard input, in the place of those of KEY"},
+    {"binary", 0, nullptr, "with --set: store the list in a segment of its own, loaded on demand"},
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument};
+constexpr Option kExportOptions[] = {
+    {"version", 0, "V", "the JT version to write; without it that of DOC"},
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument};
 
 constexpr Command kCommands[] = {
     {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
@@ -50,9 +84,9 @@ constexpr Command kCommands[] = {
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
      "OUT is standard input or output; the report then goes to standard error.",
      2, 2, kCopyOptions, runCopy},
-    {"new", "DOC [--force]", "makes an empty component", "jtw new gear.kpak",
+    {"new", "DOC [--unit UNIT] [--force]", "makes an empty component", "jtw new gear.kpak",
      "A name that ends in .kpak, .co or .cor becomes a folder with a JT file in it. The component\n"
-     "gets the key 1 and the name of the document; its unit is the millimetre.",
+     "gets the key 1 and the name of the document.",
      1, 1, kNewOptions, runNew},
     {"tree", "DOC", "a component as the host sees it", "jtw tree gear.kpak", "", 1, 1,
      kLimitOptions, runTree},
@@ -75,6 +109,45 @@ constexpr Command kCommands[] = {
      "  attachment=KEY | KEY:TYPE | none\n"
      "  loc=x,y,z | x,y,z,rx,ry,rz in degrees | 16 numbers of a matrix, row by row",
      3, kManyArguments, kSetOptions, runSet},
+    {"add", "DOC KIND [--key K] [--parent P] [NAME=VALUE...]",
+     "makes a new object in a component and saves",
+     "jtw add gear.kpak block --key auto --parent 2 --name Arm --loc 100,0,50",
+     "KIND is block, link, sub-device, entity or frame. P is the key of a component, block, link "
+     "or\n"
+     "sub-device. NAME=VALUE as for set.",
+     2, kManyArguments, kAddOptions, runAdd},
+    {"rm", "DOC KEY", "removes an object and everything below it, and saves", "jtw rm gear.kpak 7",
+     "KEY as for get. Objects that were attached to what is gone are no longer attached.", 2, 2,
+     kSetOptions, runRm},
+    {"mv", "DOC KEY --parent P", "moves an object under another one and saves",
+     "jtw mv gear.kpak 7 --parent 2 --keep-place",
+     "Its place relative to its parent stays the same; with --keep-place its place in the "
+     "component\n"
+     "does.",
+     2, 2, kMvOptions, runMv},
+    {"clone", "DOC KEY [--key K] [NAME=VALUE...]",
+     "copies an entity with its geometry, beside it, and saves",
+     "jtw clone gear.kpak 3 --key auto name=Copy", "NAME=VALUE as for set.", 2, kManyArguments,
+     kCloneOptions, runClone},
+    {"frames", "DOC [KEY] [--set FILE [--binary]]", "shows or replaces lists of frames",
+     "jtw frames gear.kpak 2 --json | jtw frames wheel.kpak 2 --set -",
+     "Without KEY, all lists. FILE holds what 'frames DOC KEY --json' prints, or only the list in "
+     "it.\n"
+     "All members of a frame may be missing: key (the next free one), name, displayed, relLoc\n"
+     "(3, 6 or 16 numbers), color {r,g,b,a}, attributes, attachment {parent,type}.",
+     1, 2, kFramesOptions, runFrames},
+    {"buffer", "DOC [KIND get|set|rm [FILE]]", "the binary data that the host keeps on a component",
+     "jtw buffer gear.kpak kin set kin.bin",
+     "KIND is kin, kin-modeling, kin-techno, mop, dot-kin, gm-kin, plc-logic or "
+     "kin-techno-double.\n"
+     "FILE is what is read or written; without it, or with '-', standard input or output. Without\n"
+     "KIND, lists what there is.",
+     1, 4, kSetOptions, runBuffer},
+    {"export-partition", "DOC OUT [--version V]",
+     "writes a copy of a component into a JT file of its own",
+     "jtw export-partition gear.kpak gear-export.jt",
+     "The copy carries the producer and the date, and opens as a component again.", 2, 2,
+     kExportOptions, runExportPartition},
     {"help",
      "[COMMAND]",
      "explains the program or a command",
@@ -84,15 +157,8 @@ constexpr Command kCommands[] = {
      1,
      {},
      runHelp},
-    {"add", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"rm", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"mv", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"clone", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"frames", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"buffer", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"diff", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"update-materials", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"export-partition", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"import", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"convert", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"snapshot", "", "", "", "", 0, kManyArguments, {}, nullptr},

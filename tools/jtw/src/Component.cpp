@@ -8,7 +8,9 @@
 #include "DocumentStore.h"
 #include "FileStream.h"
 #include "InputFile.h"
+#include "JtExportRoot.h"
 #include "JtwManager.h"
+#include "NodeView.h"
 #include "SaveResult.h"
 #include "Session.h"
 
@@ -134,6 +136,8 @@ Component::Component(Session& session, const std::string& document, bool forWrit
 
 Component::~Component() = default;
 
+JtExportRoot& Component::exportRoot() const { return *JtwManager::the().exportRoot(document_); }
+
 std::optional<int> Component::structure() const {
   ApiDocument::Structure structure{};
   if (!JtwManager::the().findDocumentStructure(document_, structure)) return std::nullopt;
@@ -162,15 +166,57 @@ std::size_t Component::find(const ObjectName& name) const {
               "the component has no object " + name.text + "; `jtw tree` lists those that it has");
 }
 
-bool Component::ensureKey(std::size_t index) {
+bool Component::ensureKey(std::size_t index, const ApiProtoKey& reserved) {
   JtwNode& node = *entries_[index].node;
-  return !node.key().isNull() || node.setKey(jtw::nextFreeKey(*root_));
+  if (!node.key().isNull()) return true;
+  ApiProtoKey key = jtw::nextFreeKey(*root_);
+  if (key == reserved) ++key;
+  return node.setKey(key);
 }
 
 JtwNode* Component::listedParent(std::size_t index) const {
   for (std::size_t i = index; i-- > 0;)
     if (entries_[i].depth < entries_[index].depth) return entries_[i].node;
   return nullptr;
+}
+
+std::size_t Component::endOfSubtree(std::size_t index) const {
+  std::size_t end = index + 1;
+  while (end < entries_.size() && entries_[end].depth > entries_[index].depth) ++end;
+  return end;
+}
+
+void Component::relist() { entries_ = jtw::tree(*root_, *root_); }
+
+std::size_t Component::findCollection(const ObjectName& name, const ApiProtoKey& reserved) {
+  const std::size_t index = find(name);
+  JtwNode& node = *entries_[index].node;
+  if (!node.isCollection())
+    failRefused(text_, "not_a_collection",
+                "object " + name.text + " cannot hold others: it is of the kind " + kindName(node));
+  if (!ensureKey(index, reserved))
+    failRefused(text_, "no_free_key", "object " + name.text + " has no key and cannot get one");
+  return index;
+}
+
+ApiProtoKey Component::newKey(const std::string& text) const {
+  if (text == "auto") {
+    const ApiProtoKey key = jtw::nextFreeKey(*root_);
+    if (key.getAsLong() > std::numeric_limits<std::int32_t>::max())
+      failRefused(text_, "no_free_key", "the greatest key is in use; name a free one with --key");
+    return key;
+  }
+  const ApiProtoKey key = parseKey(text);
+  if (key.getAsLong() <= 0) failUsage("'" + text + "' is no key: they count from 1");
+  JtwNode* holder = nullptr;
+  root_->getNodeByKey(key, holder);
+  for (auto entry = entries_.begin(); !holder && entry != entries_.end(); ++entry)
+    if (entry->node->key() == key) holder = entry->node;
+  if (holder)
+    failRefused(text_, "key_in_use",
+                "the key " + text + " is in use by a " + kindName(*holder) +
+                    "; --key auto takes the next free one");
+  return key;
 }
 
 jt::SaveReport Component::save(bool dryRun) {

@@ -11,6 +11,8 @@
 #include "JtwRoot.h"
 #include "JtwTree.h"
 
+class JtExportRoot;
+
 namespace tool {
 
 class Session;
@@ -56,6 +58,8 @@ class Component {
   Component& operator=(const Component&) = delete;
 
   JtwRoot& root() const noexcept { return *root_; }
+  /// The same root, as one that exports.
+  JtExportRoot& exportRoot() const;
   const std::string& document() const noexcept { return text_; }
   /// "component with host data" or not, as the registry has it: 0 or 1; nothing when it is unknown.
   std::optional<int> structure() const;
@@ -66,9 +70,21 @@ class Component {
   std::size_t find(const ObjectName& name) const;
   /// Gives the object the next free key when it has none: files from elsewhere have no keys. False
   /// when the model refuses.
-  bool ensureKey(std::size_t index);
+  /// @param reserved a key that it must not take
+  bool ensureKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
   /// The object under which that entry is listed; null for the component itself.
   JtwNode* listedParent(std::size_t index) const;
+  /// One past the last entry that is listed below that one.
+  std::size_t endOfSubtree(std::size_t index) const;
+  /// Lists the objects anew, after some were made, moved or removed.
+  void relist();
+
+  /// The index of an object that others can hang on; it has a key from then on, not the
+  /// reserved one. Throws Failure "unknown_key", "not_a_collection", "no_free_key".
+  std::size_t findCollection(const ObjectName& name, const ApiProtoKey& reserved = ApiProtoKey());
+  /// The key for a new object: a number, or "auto" for the next free one. Throws Failure "usage",
+  /// "key_in_use", "no_free_key".
+  ApiProtoKey newKey(const std::string& text) const;
 
   /// Saves to where it came from.
   jt::SaveReport save(bool dryRun);

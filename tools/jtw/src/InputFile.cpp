@@ -1,5 +1,7 @@
 #include "InputFile.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -61,6 +63,11 @@ std::vector<std::byte> readStandardInput() {
   return bytes;
 }
 
+void writeStandardOutput(std::span<const std::byte> bytes) {
+  if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size())
+    fail("write_failed", kOutputName, std::strerror(errno));
+}
+
 /// Serves the standard streams beside files. Input is read once and kept: it cannot be read again.
 class PipeStorageManager final : public JtStorageManager {
  public:
@@ -74,9 +81,7 @@ class PipeStorageManager final : public JtStorageManager {
                              std::span<const jt::FilePiece> pieces,
                              const jt::StorageSaveOptions& options) override {
     if (!jt::as<PipeLocation>(&location)) return JtStorageManager::save(location, pieces, options);
-    for (const jt::FilePiece& piece : pieces)
-      if (std::fwrite(piece.bytes.data(), 1, piece.bytes.size(), stdout) != piece.bytes.size())
-        fail("write_failed", kOutputName, std::strerror(errno));
+    for (const jt::FilePiece& piece : pieces) writeStandardOutput(piece.bytes);
     if (std::fflush(stdout) != 0) fail("write_failed", kOutputName, std::strerror(errno));
     return {};
   }
@@ -120,6 +125,37 @@ jt::Ref<JtStorageLocation> inputLocation(const std::string& path) {
 
 jt::Ref<JtStorageLocation> outputLocation(const std::string& path) {
   return locationOf(path, kOutputName);
+}
+
+void claimOutput(Session& session, const std::string& path, bool dryRun) {
+  if (path != "-") return;
+  if (!dryRun && isatty(STDOUT_FILENO) == 1)
+    failUsage("standard output is a terminal; name a file, or redirect it");
+  session.resultsToStandardError();
+}
+
+// Not through the storage manager in use: it may be that of a host, for JT data alone.
+std::vector<std::byte> readBytes(const std::string& path) try {
+  if (path == "-") return readStandardInput();
+  const auto image =
+      jt::make<JtStorageManager>()->open(JtFSStorageLocation(JtString(), JtString(path)));
+  const std::span<const std::byte> bytes = image->bytes();
+  return {bytes.begin(), bytes.end()};
+} catch (const JtFormatError& error) {
+  throw readFailure(error, path);
+}
+
+void writeBytes(const std::string& path, std::span<const std::byte> bytes) try {
+  if (path == "-") {
+    writeStandardOutput(bytes);
+    if (std::fflush(stdout) != 0) fail("write_failed", kOutputName, std::strerror(errno));
+    return;
+  }
+  const jt::FilePiece piece{.bytes = bytes};
+  jt::make<JtStorageManager>()->save(JtFSStorageLocation(JtString(), JtString(path)), {&piece, 1},
+                                     {});
+} catch (const JtFormatError& error) {
+  throw saveFailure(error, path);
 }
 
 jt::ReadLimits readLimits(const Session& session) {

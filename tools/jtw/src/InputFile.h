@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "JtPartition.h"
 #include "JtRefCounted.h"
@@ -14,6 +17,15 @@ class Session;
 jt::Ref<JtStorageLocation> inputLocation(const std::string& path);
 /// Where a FILE goes that is written; "-" is standard output.
 jt::Ref<JtStorageLocation> outputLocation(const std::string& path);
+/// To be called before a FILE is written: with "-" the results make room on standard output. Throws
+/// Failure "usage" when that is a terminal.
+void claimOutput(Session& session, const std::string& path, bool dryRun);
+
+/// All bytes of a FILE that is read as it is; "-" is standard input. Throws Failure.
+std::vector<std::byte> readBytes(const std::string& path);
+/// Writes a FILE as it is, whole or not at all; "-" is standard output. Throws Failure.
+void writeBytes(const std::string& path, std::span<const std::byte> bytes);
+
 /// The options --max-segment and --max-document.
 jt::ReadLimits readLimits(const Session& session);
 

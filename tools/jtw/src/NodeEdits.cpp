@@ -48,8 +48,7 @@ Change changeColor(const Target& target, const std::string& value) {
 }
 
 Change changeUnit(const Target& target, const std::string& value) {
-  const float ratio = jtw::unitRatio(value.c_str());
-  if (ratio <= 0) failUsage("unit is '" + value + "'; 'jtw help set' lists the units");
+  const float ratio = parseUnit("unit", value);
   if (target.isFrame()) target.refuse("has no unit of its own");
   return [&node = target.node, ratio] { node.setMeasurementUnitRatio(ratio); };
 }

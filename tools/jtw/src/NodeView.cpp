@@ -37,23 +37,6 @@ void writeAttachment(JsonWriter& json, JtwNode& node) {
   json.end();
 }
 
-void writeColorMember(JsonWriter& json, JtwNode& node) {
-  bool isDefault = true;
-  const ApiGraColor color = colorOf(node, isDefault);
-  float r = 0;
-  float g = 0;
-  float b = 0;
-  color.getRGB(r, g, b);
-  json.key("color");
-  json.beginObject(JsonWriter::Layout::line);
-  json.member("r", r);
-  json.member("g", g);
-  json.member("b", b);
-  json.member("a", color.getAlpha());
-  json.member("default", isDefault);
-  json.end();
-}
-
 }  // namespace
 
 const char* kindName(JtwNode& node) {
@@ -99,6 +82,21 @@ std::string colorText(const ApiGraColor& color) {
   return text;
 }
 
+void writeColor(JsonWriter& json, const ApiGraColor& color, std::optional<bool> isDefault) {
+  float r = 0;
+  float g = 0;
+  float b = 0;
+  color.getRGB(r, g, b);
+  json.key("color");
+  json.beginObject(JsonWriter::Layout::line);
+  json.member("r", r);
+  json.member("g", g);
+  json.member("b", b);
+  json.member("a", color.getAlpha());
+  if (isDefault) json.member("default", *isDefault);
+  json.end();
+}
+
 std::int32_t nodeIdOf(JtwNode& node) {
   return node.isOfTypePMI() || !node.jtNode() ? 0 : node.jtNode()->objectId();
 }
@@ -127,7 +125,9 @@ void writeNodeMembers(JsonWriter& json, JtwNode& node, JtwNode* parent) {
   const float ratio = node.measurementUnitRatio();
   json.member("unitRatio", ratio > 0 ? std::optional<float>(ratio) : std::optional<float>());
   json.numbers("relLoc", listedLocation(node, parent).values());
-  writeColorMember(json, node);
+  bool isDefault = true;
+  const ApiGraColor color = colorOf(node, isDefault);
+  writeColor(json, color, isDefault);
   JtwLeaf* leaf = asLeaf(node);
   json.member("displayed", leaf ? std::optional<bool>(leaf->displayState()) : std::nullopt);
   json.member("preserved", node.isPreserved(false));

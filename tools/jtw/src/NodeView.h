@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "ApiGraColor.h"
@@ -29,6 +30,8 @@ std::string nameOf(JtwNode& node);
 ApiGraColor colorOf(JtwNode& node, bool& isDefault);
 /// "#rrggbb" or "#rrggbbaa".
 std::string colorText(const ApiGraColor& color);
+/// Writes the member "color": {r, g, b, a}, with "default" when that is given.
+void writeColor(JsonWriter& json, const ApiGraColor& color, std::optional<bool> isDefault = {});
 /// Its unit of length; null when it has none.
 const char* unitOf(JtwNode& node);
 /// Its place relative to the object that it is listed under.

@@ -32,6 +32,14 @@ void writeList(JsonWriter& json, const char* name, const jt::SaveReport& report,
 
 }  // namespace
 
+std::optional<jt::FileVersion> versionOption(const Arguments& arguments) {
+  const std::string* text = arguments.value("version");
+  if (!text) return std::nullopt;
+  const std::optional<jt::FileVersion> version = jt::FileVersion::parse(*text);
+  if (!version) failUsage("--version is '" + *text + "', not a version such as 9.5");
+  return version;
+}
+
 jt::SaveReport savePartition(JtPartition& partition, JtStorageLocation* location,
                              const jt::SaveOptions& options, const std::string& name) {
   try {

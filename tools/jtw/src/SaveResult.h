@@ -1,13 +1,17 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "JtPartition.h"
 
 namespace tool {
 
+class Arguments;
 class Session;
 
+/// The option --version: the JT version to write. Throws Failure "usage".
+std::optional<jt::FileVersion> versionOption(const Arguments& arguments);
 /// Saves a partition (null location: its own place). Throws Failure.
 /// @param name what the output is called in messages
 jt::SaveReport savePartition(JtPartition& partition, JtStorageLocation* location,

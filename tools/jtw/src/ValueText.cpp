@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Failure.h"
+#include "JtwTree.h"
 #include "Utf8.h"
 
 namespace tool {
@@ -87,6 +88,12 @@ RTTran3D parseLocation(const std::string& name, const std::string& text) {
   failValue(name, text,
             "a place: x,y,z, or x,y,z,rx,ry,rz, or 16 numbers row by row, the last row 0,0,0,1, "
             "that can be inverted");
+}
+
+float parseUnit(const std::string& name, const std::string& text) {
+  const float ratio = jtw::unitRatio(text.c_str());
+  if (ratio <= 0) failUsage(name + " is '" + text + "'; 'jtw help set' lists the units");
+  return ratio;
 }
 
 const std::string& parseText(const std::string& name, const std::string& text) {

@@ -18,6 +18,8 @@ ApiGraColor parseColor(const std::string& name, const std::string& text);
 /// Three numbers (a place in millimetres), six (and degrees about x, y, z), or the 16 of a matrix
 /// for column vectors, row by row, that can be inverted.
 RTTran3D parseLocation(const std::string& name, const std::string& text);
+/// Millimetres in one of the unit with that name.
+float parseUnit(const std::string& name, const std::string& text);
 /// The text, if it is UTF-8.
 const std::string& parseText(const std::string& name, const std::string& text);
 

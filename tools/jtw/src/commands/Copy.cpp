@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include "Command.h"
 #include "InputFile.h"
 #include "JtInspect.h"
@@ -13,10 +11,7 @@ jt::SaveOptions saveOptions(const Arguments& arguments) {
   jt::SaveOptions options;
   options.dryRun = arguments.has("dry-run");
   options.rewriteSceneGraph = true;
-  if (const std::string* text = arguments.value("version")) {
-    options.version = jt::FileVersion::parse(*text);
-    if (!options.version) failUsage("--version is '" + *text + "', not a version such as 9.5");
-  }
+  options.version = versionOption(arguments);
   return options;
 }
 
@@ -45,11 +40,7 @@ ExitCode runCopy(Session& session) {
   const std::string& input = session.argument(0);
   const std::string& output = session.argument(1);
   const jt::SaveOptions options = saveOptions(session.arguments());
-  if (output == "-") {
-    if (!options.dryRun && isatty(STDOUT_FILENO) == 1)
-      failUsage("standard output is a terminal; a JT file is not for reading there");
-    session.resultsToStandardError();
-  }
+  claimOutput(session, output, options.dryRun);
   const jt::Ref<JtPartition> partition = openFile(session, input);
   const jt::Ref<JtStorageLocation> location = outputLocation(output);
   jt::SaveReport report = savePartition(*partition, location.get(), options, output);

@@ -17,7 +17,7 @@ void showProgram(Session& session) {
   Output& out = session.out();
   out.line("usage: jtw COMMAND ARGUMENTS [OPTIONS]\n");
   for (const Command& command : commands())
-    if (command.run) out.line("  " + padRight(command.name, 9) + command.summary);
+    if (command.run) out.line("  " + padRight(command.name, 17) + command.summary);
   out.line(
       "\nFILE is a JT file; DOC a component folder (gear.kpak), a .co or .cor document, a .jt "
       "file,\n"

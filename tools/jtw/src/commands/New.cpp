@@ -12,6 +12,7 @@
 #include "JtwManager.h"
 #include "SaveResult.h"
 #include "Session.h"
+#include "ValueText.h"
 
 namespace tool {
 namespace {
@@ -88,11 +89,11 @@ jt::Ref<JtStorageLocation> streamLocation(const Target& target, Provisional& mad
 }
 
 /// What every new component has.
-void furnish(JtwRoot& root, const DocumentName& name) {
+void furnish(JtwRoot& root, const DocumentName& name, float unitRatio) {
   root.setKey(ApiProtoKey(kComponentKey));
   const std::string stem = fs::path(name.path).stem().string();
   root.setName(ApiSysStringConvertors::RWCStringToUnicode(stem));
-  root.setMeasurementUnitRatio(1.0F);
+  root.setMeasurementUnitRatio(unitRatio);
 }
 
 }  // namespace
@@ -100,6 +101,8 @@ void furnish(JtwRoot& root, const DocumentName& name) {
 ExitCode runNew(Session& session) {
   const std::string& text = session.argument(0);
   const bool dryRun = session.arguments().has("dry-run");
+  const std::string* unit = session.arguments().value("unit");
+  const float unitRatio = unit ? parseUnit("--unit", *unit) : 1.0F;
   const DocumentName name(text);
   const Library library(session);
   const ApiDocumentRef document = openHostDocument(name);
@@ -108,7 +111,7 @@ ExitCode runNew(Session& session) {
     failOutput("exists", target.file, "it is there already; --force replaces it");
 
   JtwRoot& root = *JtwManager::the().computeNewDocRoot(document);
-  furnish(root, name);
+  furnish(root, name, unitRatio);
   Provisional made;
   jt::Ref<JtStorageLocation> location = outputLocation(target.file);
   if (!dryRun && name.isFolder) made.createFolder(name.path);

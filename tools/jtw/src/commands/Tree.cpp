@@ -22,6 +22,16 @@ std::vector<bool> lastOnes(const std::vector<jtw::TreeEntry>& entries) {
   return isLast;
 }
 
+/// "  -> 5" or "  -> 5:2" with the type; empty for an object that is attached to nothing.
+std::string attachmentText(JtwNode& node) {
+  ApiProtoKey parent;
+  AttachmentType type = ATTACHMENT_DEFAULT;
+  node.getAttachmentParent(parent, type);
+  if (parent.isNull()) return {};
+  const std::string text = "  -> " + std::to_string(parent.getAsLong());
+  return type == ATTACHMENT_DEFAULT ? text : text + ":" + std::to_string(static_cast<int>(type));
+}
+
 void showTree(Session& session, const Component& component) {
   const auto& entries = component.entries();
   const Style& style = session.style();
@@ -42,7 +52,7 @@ void showTree(Session& session, const Component& component) {
     bool isDefault = true;
     const ApiGraColor color = colorOf(node, isDefault);
     if (!isDefault) line += "  " + style.paint(Ink::cyan, colorText(color));
-    session.out().line(line);
+    session.out().line(line + attachmentText(node));
     if (depth > 0) branches += isLast[i] ? "   " : "│  ";
     lengths.push_back(branches.size());
   }

@@ -1,0 +1,55 @@
+#include "EditResult.h"
+
+#include "Component.h"
+#include "JtwPMI.h"
+#include "NodeView.h"
+#include "SaveResult.h"
+#include "Session.h"
+
+namespace tool {
+
+std::vector<long> endAttachmentsTo(const Component& component,
+                                   const std::unordered_set<long>& gone) {
+  std::vector<long> detached;
+  for (const jtw::TreeEntry& entry : component.entries()) {
+    ApiProtoKey parent;
+    AttachmentType type = ATTACHMENT_DEFAULT;
+    entry.node->getAttachmentParent(parent, type);
+    if (parent.isNull() || !gone.contains(parent.getAsLong())) continue;
+    entry.node->setAttachmentParent(ApiProtoKey(), ATTACHMENT_DEFAULT);
+    if (entry.node->isOfTypePMI())
+      if (JtwCollection* collection = static_cast<JtwPMI*>(entry.node)->collection())
+        collection->storeFrames();
+    detached.push_back(entry.node->key().getAsLong());
+  }
+  return detached;
+}
+
+void writeNodeResult(JsonWriter& json, const Component& component, std::size_t index) {
+  JtwNode& node = *component.entries()[index].node;
+  json.key("node");
+  json.beginObject();
+  writeNodeMembers(json, node, component.listedParent(index));
+  json.numbers("absLoc", node.absLoc().values());
+  json.end();
+}
+
+ExitCode saveAndReport(Session& session, Component& component, const std::string& line,
+                       const ResultMembers& members) {
+  const bool dryRun = session.arguments().has("dry-run");
+  const jt::SaveReport report = component.save(dryRun);
+  showSaveWarnings(session, report);
+  if (!session.wantsJson()) {
+    if (!line.empty()) session.out().line(printable(line));
+    showSaved(session, report, dryRun);
+    return ExitCode::done;
+  }
+  session.beginResult();
+  session.json().member("document", component.document());
+  members(session.json());
+  writeSaved(session, report);
+  session.endResult();
+  return ExitCode::done;
+}
+
+}  // namespace tool

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "Failure.h"
+
+namespace tool {
+
+class Component;
+class JsonWriter;
+class Session;
+
+// What the commands that change a component have in common: they save, and tell what they did.
+
+/// Ends the attachments of the listed objects to those with these keys, which are gone.
+/// @return the keys of the objects that were attached to one
+std::vector<long> endAttachmentsTo(const Component& component,
+                                   const std::unordered_set<long>& gone);
+
+/// Writes the member "node": an object as `get` shows it, without its children.
+void writeNodeResult(JsonWriter& json, const Component& component, std::size_t index);
+
+/// The members that one command adds to its result.
+using ResultMembers = std::function<void(JsonWriter&)>;
+
+/// Saves the component, unless --dry-run was given, and reports: as text `line`, unless it is
+/// empty, and what was saved; as JSON "document", the members, and "saved". Throws Failure.
+ExitCode saveAndReport(Session& session, Component& component, const std::string& line,
+                       const ResultMembers& members);
+
+}  // namespace tool

@@ -1,0 +1,95 @@
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Command.h"
+#include "Component.h"
+#include "EditResult.h"
+#include "JtwBlock.h"
+#include "JtwEntity.h"
+#include "JtwFrame.h"
+#include "JtwLink.h"
+#include "JtwSubDevice.h"
+#include "NodeEdits.h"
+#include "NodeView.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+using Creator = JtwNode* (*)(JtwRoot&, const ApiProtoKey& key, const ApiProtoKey& parent);
+
+template <auto create>
+JtwNode* make(JtwRoot& root, const ApiProtoKey& key, const ApiProtoKey& parent) {
+  return (root.*create)(key, parent, RTTran3D());
+}
+
+struct Kind {
+  std::string_view name;
+  Creator create;  ///< null: the model makes them, but no file keeps what was made
+};
+
+constexpr std::array kKinds{
+    Kind{"block", make<&JtwRoot::createBlockNode>},
+    Kind{"link", make<&JtwRoot::createLinkNode>},
+    Kind{"sub-device", make<&JtwRoot::createSubDeviceNode>},
+    Kind{"entity", make<&JtwRoot::createEntityNode>},
+    Kind{"frame", make<&JtwRoot::createFrameNode>},
+    Kind{"annotation", nullptr},
+};
+
+const Kind& findKind(const std::string& name) {
+  std::string names;
+  for (const Kind& kind : kKinds) {
+    if (name == kind.name) return kind;
+    if (kind.create) names += (names.empty() ? "" : ", ") + std::string(kind.name);
+  }
+  failUsage("there is no kind '" + name + "'; those that can be added are: " + names);
+}
+
+/// The words behind the kind, with those options among them that are short for one.
+std::vector<std::string> settingsOf(const Arguments& arguments) {
+  const auto& words = arguments.positional();
+  std::vector<std::string> settings(words.begin() + 2, words.end());
+  for (const char* name : {"name", "loc"})
+    if (const std::string* value = arguments.value(name))
+      settings.push_back(std::string(name) + "=" + *value);
+  return settings;
+}
+
+}  // namespace
+
+ExitCode runAdd(Session& session) {
+  const Arguments& arguments = session.arguments();
+  const Kind& kind = findKind(session.argument(1));
+  const std::string* keyText = arguments.value("key");
+  const std::string* parentText = arguments.value("parent");
+  const ObjectName parentName(parentText ? *parentText : "root");
+
+  Component component(session, session.argument(0), !arguments.has("dry-run"));
+  if (!kind.create)
+    failRefused(component.document(), "not_supported", "an annotation cannot be saved");
+  const bool isAuto = !keyText || *keyText == "auto";
+  const ApiProtoKey wanted = isAuto ? ApiProtoKey() : component.newKey(*keyText);
+  const std::size_t parentIndex = component.findCollection(parentName, wanted);
+  const ApiProtoKey parent = component.entries()[parentIndex].node->key();
+  const ApiProtoKey key = isAuto ? component.newKey("auto") : wanted;
+  if (!kind.create(component.root(), key, parent))
+    failRefused(component.document(), "not_supported",
+                "object " + parentName.text + " takes nothing new: it is not part of this file");
+  component.relist();
+  const std::string keyName = std::to_string(key.getAsLong());
+  const std::size_t index = component.find(ObjectName(keyName));
+  NodeEdits(component, index, settingsOf(arguments)).apply();
+  return saveAndReport(session, component,
+                       "added " + std::string(kind.name) + " " + keyName + " under " +
+                           std::to_string(parent.getAsLong()),
+                       [&](JsonWriter& json) {
+                         json.member("key", key.getAsLong());
+                         json.member("parent", parent.getAsLong());
+                         writeNodeResult(json, component, index);
+                       });
+}
+
+}  // namespace tool

@@ -1,0 +1,208 @@
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "ApiSysStringConvertors.h"
+#include "Command.h"
+#include "Component.h"
+#include "EditResult.h"
+#include "FrameRecords.h"
+#include "InputFile.h"
+#include "JtPartition.h"
+#include "JtwCollection.h"
+#include "JtwFrameLists.h"
+#include "JtwPMI.h"
+#include "NodeView.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+using jtw::FrameForm;
+
+const char* formName(FrameForm form) { return form == FrameForm::lateLoaded ? "binary" : "text"; }
+
+/// One collection with its list, as it stands in the file.
+struct FrameList {
+  JtwNode* collection = nullptr;
+  FrameForm form = FrameForm::none;
+  std::vector<JtFrame> frames;
+};
+
+FrameList listOf(const Component& component, JtwNode& node) {
+  const jtw::StoredFrames stored = jtw::storedFrames(static_cast<JtwCollection&>(node));
+  if (stored.form == FrameForm::unreadable)
+    throw Failure(
+        ExitCode::input, "bad_frames",
+        "the frame list of object " + objectText(node) + " cannot be read: " + jt::lastError(),
+        {.file = component.document(), .segment = {}, .element = {}, .offset = {}});
+  FrameList list{&node, stored.form, {}};
+  if (stored.list) list.frames.assign(stored.list->frames().begin(), stored.list->frames().end());
+  return list;
+}
+
+void writeList(JsonWriter& json, const FrameList& list) {
+  const ApiProtoKey key = list.collection->key();
+  json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
+  json.textOrNull("form", list.form == FrameForm::none ? "" : formName(list.form));
+  writeFrameRecords(json, list.frames);
+}
+
+std::string frameText(const JtFrame& frame) {
+  std::string text = "  " + (frame.key.isNull() ? "-" : std::to_string(frame.key.getAsLong()));
+  text += "  " + ApiSysStringConvertors::UnicodeToRWCString(frame.name) + "  at ";
+  const auto place = frame.location.getTranslation();
+  text += numberText(place.x) + ", " + numberText(place.y) + ", " + numberText(place.z);
+  text += "  " + colorText(frame.color);
+  if (!frame.colorSet) text += "  hidden";
+  if (!frame.secondKey.isNull())
+    text += "  attached to " + std::to_string(frame.secondKey.getAsLong());
+  return text;
+}
+
+void showList(Session& session, const FrameList& list) {
+  JtwNode& node = *list.collection;
+  std::string line = objectText(node) + "  " + kindName(node) + "  " + nameOf(node) + ": " +
+                     counted(list.frames.size(), "frame");
+  if (list.form != FrameForm::none) line += std::string(", ") + formName(list.form);
+  session.out().line(printable(line));
+  for (const JtFrame& frame : list.frames) session.out().line(printable(frameText(frame)));
+}
+
+ExitCode showOne(Session& session, const Component& component, JtwNode& collection) {
+  const FrameList list = listOf(component, collection);
+  if (!session.wantsJson()) {
+    showList(session, list);
+    return ExitCode::done;
+  }
+  session.beginResult();
+  session.json().member("document", component.document());
+  writeList(session.json(), list);
+  session.endResult();
+  return ExitCode::done;
+}
+
+ExitCode showAll(Session& session, const Component& component) {
+  std::vector<FrameList> lists;
+  for (const jtw::TreeEntry& entry : component.entries()) {
+    if (!entry.node->isCollection()) continue;
+    FrameList list = listOf(component, *entry.node);
+    if (list.form != FrameForm::none) lists.push_back(std::move(list));
+  }
+  if (!session.wantsJson()) {
+    for (const FrameList& list : lists) showList(session, list);
+    return ExitCode::done;
+  }
+  JsonWriter& json = session.json();
+  session.beginResult();
+  json.member("document", component.document());
+  json.key("lists");
+  json.beginArray();
+  for (const FrameList& list : lists) {
+    json.beginObject();
+    writeList(json, list);
+    json.end();
+  }
+  json.end();
+  session.endResult();
+  return ExitCode::done;
+}
+
+// --- Replacing a list
+
+/// Gives a key to every frame without one: free ones that no other record names.
+void completeKeys(const Component& component, std::vector<JtFrame>& frames) {
+  ApiProtoKey next = jtw::nextFreeKey(component.root());
+  for (const JtFrame& frame : frames)
+    if (frame.key >= next) {
+      next = frame.key;
+      ++next;
+    }
+  for (JtFrame& frame : frames) {
+    if (!frame.key.isNull()) continue;
+    frame.key = next;
+    ++next;
+  }
+}
+
+/// An attachment leads to another of these frames, or to an object that is none of the old ones.
+void checkAttachments(const Component& component, const JtwNode& collection,
+                      const std::vector<JtFrame>& frames) {
+  std::unordered_set<long> keys;
+  for (const JtFrame& frame : frames) keys.insert(frame.key.getAsLong());
+  for (const JtFrame& frame : frames) {
+    const ApiProtoKey& parent = frame.secondKey;
+    if (parent.isNull()) continue;
+    const std::string text = "frame " + std::to_string(frame.key.getAsLong());
+    if (parent == frame.key)
+      failRefused(component.document(), "cycle", text + " would be attached to itself");
+    JtwNode* found = nullptr;
+    component.root().getNodeByKey(parent, found);
+    const bool isOld = found && found->type() == JtwNode::JT_FRAME_NODE &&
+                       static_cast<JtwPMI*>(found)->collection() == &collection;
+    if (!keys.contains(parent.getAsLong()) && (!found || isOld))
+      failRefused(component.document(), "unknown_key",
+                  text + " is attached to object " + std::to_string(parent.getAsLong()) +
+                      ", which the component does not have");
+  }
+}
+
+/// The keys of the frames that there are now and not among the new ones.
+std::unordered_set<long> keysThatGo(JtwCollection& collection, const std::vector<JtFrame>& frames) {
+  std::unordered_set<long> keys;
+  for (JtwPMI* pmi : collection.PMIs())
+    if (pmi->type() == JtwNode::JT_FRAME_NODE) keys.insert(pmi->key().getAsLong());
+  for (const JtFrame& frame : frames) keys.erase(frame.key.getAsLong());
+  return keys;
+}
+
+ExitCode replaceList(Session& session, Component& component, const ObjectName& name,
+                     std::vector<JtFrame> frames) {
+  JtwNode& node = *component.entries()[component.findCollection(name)].node;
+  auto& collection = static_cast<JtwCollection&>(node);
+  completeKeys(component, frames);
+  checkAttachments(component, collection, frames);
+  const auto form = session.arguments().has("binary") ? FrameForm::lateLoaded : FrameForm::text;
+  const std::unordered_set<long> gone = keysThatGo(collection, frames);
+  if (!jtw::replaceFrames(collection, frames, form))
+    failRefused(component.document(), "key_in_use",
+                "every frame needs a key of its own, from 1 on, that no other object has");
+  component.relist();
+  const std::vector<long> detached = endAttachmentsTo(component, gone);
+  return saveAndReport(session, component,
+                       "object " + name.text + " has " + counted(frames.size(), "frame"),
+                       [&](JsonWriter& json) {
+                         writeList(json, listOf(component, node));
+                         json.numbers("detached", detached);
+                       });
+}
+
+}  // namespace
+
+ExitCode runFrames(Session& session) {
+  const Arguments& arguments = session.arguments();
+  const std::string* file = arguments.value("set");
+  std::optional<ObjectName> name;
+  if (arguments.positional().size() > 1) name.emplace(session.argument(1));
+  if (file && !name) failUsage("--set needs the key of the object whose frames they are");
+  if (!file && (arguments.has("binary") || arguments.has("dry-run")))
+    failUsage("--binary and --dry-run go with --set");
+
+  std::vector<JtFrame> frames;
+  if (file) {
+    const std::vector<std::byte> bytes = readBytes(*file);
+    frames = readFrameRecords({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, *file);
+  }
+  Component component(session, session.argument(0), file && !arguments.has("dry-run"));
+  if (file) return replaceList(session, component, *name, std::move(frames));
+  if (!name) return showAll(session, component);
+  JtwNode& node = *component.entries()[component.find(*name)].node;
+  if (!node.isCollection())
+    failRefused(
+        component.document(), "not_a_collection",
+        "object " + name->text + " cannot hold frames: it is of the kind " + kindName(node));
+  return showOne(session, component, node);
+}
+
+}  // namespace tool
