@@ -49,6 +49,7 @@ ExitCode runClone(Session& session);
 ExitCode runFrames(Session& session);
 ExitCode runBuffer(Session& session);
 ExitCode runExportPartition(Session& session);
+ExitCode runSnapshot(Session& session);
 ExitCode runHelp(Session& session);
 /// The help of the program, or of one command.
 void showHelp(Session& session, const Command* command);

@@ -65,6 +65,13 @@ constexpr Option kExportOptions[] = {
     kMaxSegment,
     kMaxDocument};
 
+constexpr Option kSnapshotOptions[] = {
+    {"size", 0, "WxH", "width and height in pixels (1024x768)"},
+    {"view", 0, "VIEW", "iso (default), front, back, top, bottom, left or right"},
+    {"background", 0, "COLOR", "#rrggbb[aa], r,g,b[,a] or transparent (white)"},
+    kMaxSegment,
+    kMaxDocument};
+
 constexpr Command kCommands[] = {
     {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
      "Reads nothing but the header, the table of contents and the scene graph.", 1, 1, kInfoOptions,
@@ -148,6 +155,12 @@ constexpr Command kCommands[] = {
      "jtw export-partition gear.kpak gear-export.jt",
      "The copy carries the producer and the date, and opens as a component again.", 2, 2,
      kExportOptions, runExportPartition},
+    {"snapshot", "FILE OUT.png [--size WxH] [--view VIEW] [--background COLOR]",
+     "a picture of what a JT file holds", "jtw snapshot gear.jt gear.png --view front",
+     "Shows the finest level of detail, shaded, fitted to the view; up is +z. Shapes that cannot "
+     "be\n"
+     "read are left out and told; the exit code is 1 then.",
+     2, 2, kSnapshotOptions, runSnapshot},
     {"help",
      "[COMMAND]",
      "explains the program or a command",
@@ -161,7 +174,6 @@ constexpr Command kCommands[] = {
     {"update-materials", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"import", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"convert", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"snapshot", "", "", "", "", 0, kManyArguments, {}, nullptr},
 };
 
 }  // namespace

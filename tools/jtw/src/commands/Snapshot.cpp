@@ -1,0 +1,113 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <string>
+#include <thread>
+
+#include "Command.h"
+#include "InputFile.h"
+#include "JtStorageManager.h"
+#include "Progress.h"
+#include "Session.h"
+#include "ValueText.h"
+#include "picture/Drawing.h"
+
+namespace tool {
+namespace {
+
+/// "800x600", each from 1 to 4096.
+void parseSize(const std::string& text, DrawingRequest& request) {
+  constexpr std::size_t kLargest = 4096;
+  const char* const end = text.data() + text.size();
+  const auto width = std::from_chars(text.data(), end, request.width);
+  if (width.ec == std::errc() && width.ptr != end && *width.ptr == 'x') {
+    const auto height = std::from_chars(width.ptr + 1, end, request.height);
+    const auto fits = [](std::size_t size) { return size >= 1 && size <= kLargest; };
+    if (height.ec == std::errc() && height.ptr == end && fits(request.width) &&
+        fits(request.height))
+      return;
+  }
+  failUsage("--size is '" + text + "', not WIDTHxHEIGHT with numbers from 1 to 4096");
+}
+
+Color parseBackground(const std::string& text) {
+  if (text == "transparent") return {0, 0, 0, 0};
+  const ApiGraColor color = parseColor("--background", text);
+  float red = 0;
+  float green = 0;
+  float blue = 0;
+  color.getRGB(red, green, blue);
+  return {red, green, blue, static_cast<float>(color.getAlpha())};
+}
+
+DrawingRequest readRequest(const Arguments& arguments) {
+  DrawingRequest request;
+  if (const std::string* size = arguments.value("size")) parseSize(*size, request);
+  if (const std::string* view = arguments.value("view")) request.view = *view;
+  static_cast<void>(Camera(request.view));  // a wrong name is told before a file is read
+  if (const std::string* color = arguments.value("background"))
+    request.background = parseBackground(*color);
+  if (const auto jobs = arguments.positiveNumber("jobs"))
+    request.jobs = static_cast<unsigned>(std::min<std::uint64_t>(*jobs, 256));
+  else
+    request.jobs = std::max(1U, std::thread::hardware_concurrency());
+  return request;
+}
+
+void save(const Image& image, const std::string& path) {
+  const std::vector<std::byte> bytes = encodePng(image);
+  const jt::FilePiece pieces[] = {{.bytes = bytes}};
+  try {
+    JtStorageManager::current()->save(*outputLocation(path), pieces, {});
+  } catch (const JtFormatError& error) {
+    throw saveFailure(error, path);
+  }
+}
+
+void writeResult(Session& session, const DrawingRequest& request, const Drawing& drawing,
+                 const std::string& output) {
+  JsonWriter& json = session.json();
+  session.beginResult();
+  json.member("file", session.argument(0));
+  json.member("picture", output);
+  json.member("width", request.width);
+  json.member("height", request.height);
+  json.member("view", request.view);
+  json.member("shapes", drawing.shapes);
+  json.member("triangles", drawing.triangles);
+  json.member("polylines", drawing.polylines);
+  json.member("points", drawing.points);
+  json.member("damaged", drawing.damaged.size());
+  session.endResult();
+}
+
+}  // namespace
+
+ExitCode runSnapshot(Session& session) {
+  const std::string& output = session.argument(1);
+  const DrawingRequest request = readRequest(session.arguments());
+  if (output == "-") {
+    if (isatty(STDOUT_FILENO) == 1)
+      failUsage("standard output is a terminal; a picture is not for reading there");
+    session.resultsToStandardError();
+  }
+  const jt::Ref<JtPartition> partition = openFile(session, session.argument(0));
+  const Drawing drawing = [&] {
+    Progress progress(session, "drawing");
+    return drawScene(*partition, request, [&progress](double share) { progress.update(share); });
+  }();
+  save(drawing.image, output);
+  for (const std::string& error : drawing.damaged)
+    session.warn("a shape is not in the picture: " + error);
+  if (drawing.shapes == 0) session.warn("there is no geometry to be seen; the picture is empty");
+  if (session.wantsJson()) {
+    writeResult(session, request, drawing, output);
+  } else if (output != "-") {
+    session.out().line(output + ": " + std::to_string(drawing.shapes) + " shapes, " +
+                       std::to_string(drawing.triangles) + " triangles");
+  }
+  return drawing.damaged.empty() ? ExitCode::done : ExitCode::no;
+}
+
+}  // namespace tool

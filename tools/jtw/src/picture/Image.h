@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// A picture: rows from the top, four bytes a pixel (red, green, blue, alpha; not premultiplied).
+struct Image {
+  std::size_t width = 0;
+  std::size_t height = 0;
+  std::vector<std::uint8_t> rgba;
+};
+
+/// The bytes of a PNG file. Throws Failure "no_memory" when they cannot be made.
+std::vector<std::byte> encodePng(const Image& image);
+
+}  // namespace tool
