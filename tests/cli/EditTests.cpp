@@ -205,6 +205,8 @@ TEST_F(Edit, FrameListsGoRound) {
     shown = again;
     expectSound();
   }
+  EXPECT_EQ(work_.run("copy cell.kpak/cell.jt old.jt --version 9.5").exit, 0);
+  EXPECT_EQ(work_.json("frames old.jt").at("lists"), work_.json("frames cell.kpak").at("lists"));
   // Into another component, and out again: what is attached to a frame that goes is told.
   work_.json("new other.kpak");
   shown.at("frames").at(0).at("attachment").at("parent") = 1;

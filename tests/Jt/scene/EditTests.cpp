@@ -214,6 +214,15 @@ TEST(Edit, ALateLoadedPropertyOfAnApplicationIsStoredAndFoundAgain) {
     EXPECT_EQ(read->steps, -3);
     EXPECT_EQ(read->title, JtString("\u00e4"));
     EXPECT_EQ(storage.saved(*again), file);
+    for (const jt::FileVersion version : {jt::FileVersion{9, 5}, {10, 0}}) {
+      jt::SaveOptions options;
+      options.version = version;
+      const auto other = storage.open(storage.saved(*storage.open(file), options));
+      auto* kept = jt::as<JtLateLoadedPropAtom>(other->child(0)->property("recipe"));
+      const auto object = kept ? kept->load(nullptr) : jt::Ref<JtBase>();
+      ASSERT_TRUE(jt::as<Recipe>(object.get())) << version.text();
+      EXPECT_EQ(jt::as<Recipe>(object.get())->title, JtString("\u00e4"));
+    }
     ASSERT_TRUE(again->child(0)->deleteProperty(text("recipe").get()));
     EXPECT_EQ(storage.open(storage.saved(*again))->container()->toc().size(), 2U);
   }

@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "Failure.h"
+#include "JtBufferProperty.h"
+#include "JtFactory.h"
+#include "JtFrameListProperty.h"
 #include "JtStorageManager.h"
 #include "Session.h"
 
@@ -168,6 +171,10 @@ jt::ReadLimits readLimits(const Session& session) {
 
 jt::Ref<JtPartition> openFile(Session& session, const std::string& path) {
   JtPartition::_autoLoadShapes = false;
+  // What the host keeps in segments of its own can be put into another version only when its types
+  // are known.
+  JtFactory::addType(JtFrameListProperty::classTypeID());
+  JtFactory::addType(JtBufferProperty::classTypeID());
   const jt::ReadLimits limits = readLimits(session);
   const jt::Ref<JtStorageLocation> location = inputLocation(path);
   JtPartition* opened = nullptr;

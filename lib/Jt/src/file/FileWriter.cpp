@@ -5,7 +5,6 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "JtMetaData.h"
 #include "SegmentObjects.h"
 #include "ShapeGeometry.h"
 #include "ShapePlan.h"
@@ -133,15 +132,14 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
   return segment;
 }
 
-/// A segment in another version: metadata is read and written again, nothing else is understood
-/// well enough. @param changed what stands for the segment's own object; may be null
+/// A segment in another version: metadata and objects of the application are read and written
+/// again, nothing else is understood well enough. @param changed what stands for the segment's own
+/// object; may be null
 FileWriter::Segment FileWriter::convert(const Container& from, const TocEntry& entry,
                                         const JtBase* changed) const {
   const SegmentContent content = from.load(entry);
   const auto elements = segmentElements(content.bytes, from.format());
-  const bool isMetaData =
-      elements.size() == 1 && elements[0].frame.typeId == JtMetaData::classTypeID()->guid();
-  if (!isMetaData)
+  if (elements.size() != 1 || !isSegmentObject(elements[0]))
     throw JtFormatError("not_convertible",
                         "segment " + segmentText(entry.type(), entry.id) +
                             " cannot be converted from version " +

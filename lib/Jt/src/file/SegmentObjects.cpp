@@ -99,6 +99,11 @@ std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
   return elements;
 }
 
+bool isSegmentObject(const SegmentElement& element) {
+  const JtGuid& id = element.frame.typeId;
+  return id == JtMetaData::classTypeID()->guid() || JtFactory::findType(id);
+}
+
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry) {
   try {
     const SegmentContent content = container.load(entry);

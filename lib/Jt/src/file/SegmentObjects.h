@@ -22,6 +22,10 @@ struct SegmentElement {
 std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
                                             const Format& format, std::size_t* end = nullptr);
 
+/// True for elements that readSegmentObject makes an object of: metadata, and the types that an
+/// application registered with JtFactory.
+bool isSegmentObject(const SegmentElement& element);
+
 /// The first element whose type is known to JtFactory or is metadata, as an object; empty when
 /// there is none. Throws JtFormatError when it is damaged.
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry);

@@ -13,7 +13,7 @@ std::string matrixText(const RTTran3D& location) {
   for (std::size_t row = 0; row < 4; ++row) {
     text += row == 0 ? "" : "\n                ";
     for (std::size_t column = 0; column < 4; ++column)
-      text += padLeft(numberText(location(row, column)), 14);
+      text += ' ' + padLeft(numberText(static_cast<float>(location(row, column))), 13);
   }
   return text;
 }
