@@ -37,6 +37,14 @@ show_head() {
   head -n "$lines" "$scratch/output"
 }
 
+# show_same COMMAND A B: runs the program's COMMAND on both documents; their texts must be the same.
+show_same() {
+  print_command "$jtw" "$1" "$2"
+  printf '   and the same of %s\n' "$3"
+  "$jtw" "$1" "$2" >"$scratch/output" || die "exit code $? from: $1 $2"
+  "$jtw" "$1" "$3" | diff "$scratch/output" - || die "'$1' shows something else for $3"
+}
+
 # ensure_packages GROUP...: installs what is missing of the groups in scripts/packages.txt. Where
 # nothing is missing the package manager is not called; without Debian's tools it only says so.
 ensure_packages() {
