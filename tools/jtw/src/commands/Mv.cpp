@@ -49,7 +49,9 @@ ExitCode runMv(Session& session) {
       keepsPlace ? node.absLoc() : listedLocation(node, component.listedParent(index));
   const float unit = node.measurementUnitRatio();
   if (!component.ensureKey(index) || !reparent(node, parent))
-    refuse(component, "object " + name.text + " cannot be moved there: not part of this file");
+    refuse(component, "object " + name.text +
+                          " cannot be moved there: one of the two is not part of this file, or it "
+                          "stands above the other in a second place");
   if (!node.isOfTypePMI()) node.forgetCached();
   jtw::setPlacement(node, keepsPlace ? parent.absLoc().inverse() * place : place);
   if (node.isOfTypePMI()) static_cast<JtwCollection&>(parent).storeFrames();
