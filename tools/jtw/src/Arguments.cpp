@@ -107,6 +107,7 @@ class ArgumentReader {
   explicit ArgumentReader(std::span<const char* const> words) : words_(words) {}
 
   CommandLine read() {
+    line_.words = words_;
     bool optionsEnded = false;
     while (next_ < words_.size()) {
       const std::string_view word = words_[next_++];

@@ -72,6 +72,40 @@ constexpr Option kSnapshotOptions[] = {
     kMaxSegment,
     kMaxDocument};
 
+constexpr Option kUnit{
+    "unit", 0, "U",
+    "the unit of length of the mesh file: mm, cm, m, in, ft, ...; without it what "
+    "the file says"};
+constexpr Option kVersion{"version", 0, "V", "the JT version to write, such as 9.5"};
+constexpr Option kLods{"lods", 0, "N", "levels of detail in all, each half of the one before (1)"};
+constexpr Option kLossless{"lossless", 0, nullptr, "store all numbers as they are; the default"};
+constexpr Option kBits{"bits", 0, "P,N",
+                       "bits of a coordinate (1 to 24) and of a normal (1 to 13); 0: lossless"};
+constexpr Option kProfile{"profile", 0, "compatible|compact",
+                          "geometry in a form that every reader takes alike, or in the smallest"};
+constexpr Option kImportOptions[] = {
+    kUnit,
+    kLods,
+    kLossless,
+    kBits,
+    kProfile,
+    kVersion,
+    {"force", 0, nullptr, "replace a component that is there already"},
+    kDryRun};
+constexpr Option kConvertOptions[] = {
+    kVersion,
+    {"lod", 0, "N",
+     "the level of detail to take, 0 the finest; without it the finest, and in a JT "
+     "file all of them"},
+    kUnit,
+    kLods,
+    kLossless,
+    kBits,
+    kProfile,
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument};
+
 constexpr Command kCommands[] = {
     {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
      "Reads nothing but the header, the table of contents and the scene graph.", 1, 1, kInfoOptions,
@@ -161,6 +195,18 @@ constexpr Command kCommands[] = {
      "be\n"
      "read are left out and told; the exit code is 1 then.",
      2, 2, kSnapshotOptions, runSnapshot},
+    {"import", "MESH DOC [--unit U] [--lods N]", "makes a component of a mesh file",
+     "jtw import robot.glb robot.kpak --lods 3",
+     "MESH is a glTF, OBJ, STL, PLY, FBX, Collada, 3DS or other file; its extension tells. Its "
+     "nodes\n"
+     "become blocks and entities with keys; meshes that are used twice are stored once.",
+     2, 2, kImportOptions, runImport},
+    {"convert", "IN OUT [--version V] [--lod N]", "converts between JT and mesh files",
+     "jtw convert gear.jt gear.glb",
+     "The extensions tell the formats: JT and what import reads, to JT, .glb, .obj, .stl or .ply. "
+     "An\n"
+     "OUT that is there is replaced.",
+     2, 2, kConvertOptions, runConvert},
     {"help",
      "[COMMAND]",
      "explains the program or a command",
@@ -172,8 +218,6 @@ constexpr Command kCommands[] = {
      runHelp},
     {"diff", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"update-materials", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"import", "", "", "", "", 0, kManyArguments, {}, nullptr},
-    {"convert", "", "", "", "", 0, kManyArguments, {}, nullptr},
 };
 
 }  // namespace

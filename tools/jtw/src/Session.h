@@ -25,6 +25,8 @@ class Session {
 
   const Command* command() const noexcept { return line_.command; }
   const Arguments& arguments() const noexcept { return line_.arguments; }
+  /// The command line as it was given, without the program's own name.
+  std::span<const char* const> words() const noexcept { return line_.words; }
   /// The argument of that index; @pre the table of commands asks for it
   const std::string& argument(std::size_t index) const { return arguments().positional()[index]; }
 

@@ -1,0 +1,78 @@
+// `import` and `convert`, through the program.
+
+#include "Program.h"
+
+namespace {
+
+using cli::Json;
+using cli::Workspace;
+
+constexpr const char* kCube =
+    "o block\nv 0 0 0\nv 10 0 0\nv 10 20 0\nv 0 20 0\nv 0 0 30\nv 10 0 30\nv 10 20 30\nv 0 20 30\n"
+    "f 4 3 2 1\nf 5 6 7 8\nf 1 2 6 5\nf 2 3 7 6\nf 3 4 8 7\nf 4 1 5 8\n";
+
+std::size_t entriesIn(const Workspace& workspace) {
+  const std::filesystem::directory_iterator entries(workspace.path("."));
+  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST(MeshCommands, ImportMakesAComponentThatConvertsBack) {
+  const Workspace workspace;
+  workspace.write("block.obj", kCube);
+  const Json made = workspace.json("import block.obj block.kpak --unit in --lods 2 --bits 16,8");
+  EXPECT_TRUE(cli::matches(made, R"({"schema": "jtw.import/1", "document": "block.kpak", "key": 1,
+      "scene": {"instances": 1, "meshes": 1, "triangles": 12},
+      "saved": {"file": "block.kpak/block.jt", "version": "10.0"}})"));
+  EXPECT_TRUE(cli::matches(workspace.json("tree block.kpak"),
+                           R"({"root": {"kind": "component", "key": 1, "unit": "Inches",
+                   "children": [{"kind": "entity", "key": 2, "name": "block"}]}})"));
+  EXPECT_EQ(workspace.run("verify block.kpak/block.jt").exit, 0);
+  for (const char* name : {"out.glb", "out.obj", "out.stl", "out.ply", "again.jt"}) {
+    const Json out = workspace.json(std::string("convert block.kpak ") + name);
+    EXPECT_EQ(out["saved"]["file"], name);
+    workspace.json(std::string("import --force ") +
+                       (std::string(name) == "again.jt" ? "out.glb" : name) + " again.kpak",
+                   0);
+  }
+  EXPECT_TRUE(cli::matches(workspace.json("convert again.jt old.jt --version 9.5 --lod 0"),
+                           R"({"saved": {"version": "9.5"}})"));
+}
+
+TEST(MeshCommands, WhatCannotBeDoneHasItsExitCodeAndLeavesNothing) {
+  const Workspace workspace;
+  workspace.write("block.obj", kCube);
+  workspace.write("broken.glb", "no GLB");
+  workspace.write("taken.jt", "not to be lost");
+  const std::size_t before = entriesIn(workspace);
+  struct Case {
+    const char* line;
+    int exit;
+    const char* code;
+  };
+  const Case cases[] = {
+      {"import missing.obj a.kpak", 3, "not_found"},
+      {"import block.xyzzy a.kpak", 3, "unknown_format"},
+      {"import broken.glb a.kpak", 3, "damaged"},
+      {"import block.obj taken.jt", 4, "exists"},
+      {"import block.obj no/such/folder.jt", 4, "unwritable"},
+      {"import block.obj a.kpak --unit furlong", 2, "usage"},
+      {"import block.obj a.kpak --bits 99,8", 2, "usage"},
+      {"import block.obj a.kpak --bits 12,8 --lossless", 2, "usage"},
+      {"import block.obj a.kpak --lods 0", 2, "usage"},
+      {"import block.obj", 2, "usage"},
+      {"convert taken.jt a.glb", 3, "not_jt"},
+      {"convert block.obj a.xyzzy", 2, "usage"},
+      {"convert block.obj no/such/folder.glb", 4, "unwritable"},
+      {"convert block.obj -", 2, "usage"},
+  };
+  for (const Case& one : cases) {
+    const Json failure = workspace.json(one.line, one.exit);
+    EXPECT_EQ(failure["code"], one.code) << one.line;
+  }
+  workspace.json("import block.obj a.kpak --dry-run");
+  workspace.json("convert block.obj a.glb --dry-run");
+  EXPECT_EQ(entriesIn(workspace), before);
+  EXPECT_EQ(workspace.read("taken.jt"), "not to be lost");
+}
+
+}  // namespace

@@ -1,0 +1,231 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "../Host/TempFolder.h"
+#include "Comparison.h"
+#include "JtFormatError.h"
+#include "JtwManager.h"
+#include "MeshComponent.h"
+#include "MeshFiles.h"
+#include "Scenes.h"
+
+namespace {
+
+class MeshTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { JtwManager::init(); }
+  static void TearDownTestSuite() { JtwManager::fini(); }
+
+  /// The code of the error that loading ends with.
+  static std::string loadError(const std::string& path) {
+    try {
+      mesh::loadScene(path);
+    } catch (const JtFormatError& error) {
+      EXPECT_EQ(error.where().file, path);
+      return error.code();
+    }
+    return "none";
+  }
+  static std::string outline(const mesh::Scene& scene) {
+    std::string text;
+    for (const mesh::Node& node : scene.nodes) {
+      text += node.name + "(";
+      for (const std::size_t child : node.children) text += std::to_string(child) + " ";
+      text += ") ";
+    }
+    return text;
+  }
+  static const mesh::Node& named(const mesh::Scene& scene, const std::string& name) {
+    const auto found = std::find_if(scene.nodes.begin(), scene.nodes.end(),
+                                    [&name](const mesh::Node& node) { return node.name == name; });
+    if (found == scene.nodes.end()) throw std::runtime_error("no node " + name);
+    return *found;
+  }
+
+  /// The host adds some of its own.
+  static void expectProperties(const mesh::Node& expected, const mesh::Node& actual) {
+    for (const auto& property : expected.properties)
+      EXPECT_EQ(std::count(actual.properties.begin(), actual.properties.end(), property), 1)
+          << property.first;
+  }
+
+  TempFolder folder_;
+};
+
+TEST_F(MeshTest, JtKeepsTreeInstancesAndGeometry) {
+  const mesh::Scene scene = workcell();
+  for (const char* version : {"9.5", "10.0"})
+    for (const unsigned bits : {0U, 14U})
+      for (const std::size_t levels : {1U, 3U}) {
+        Passage passage{.version = version, .encoding = {}, .levels = levels};
+        passage.encoding.positionBits = bits;
+        const mesh::Scene back = throughJt(scene, folder_.at("cell.jt"), passage);
+        EXPECT_EQ(difference(scene, back, {.positionBits = bits}), "")
+            << version << ", " << bits << " bits, " << levels << " levels";
+        EXPECT_EQ(back.models.size(), scene.models.size()) << "instances share their model";
+        expectProperties(scene.nodes[1], named(back, "robot"));
+      }
+}
+
+TEST_F(MeshTest, GlbKeepsWhatTheSceneHas) {
+  const mesh::Scene scene = workcell();
+  const std::string path = folder_.at("cell.glb");
+  EXPECT_EQ(mesh::writeScene(scene, path), std::vector{path});
+  mesh::Scene back = mesh::loadScene(path);
+  EXPECT_EQ(back.millimetres, 1000);
+  EXPECT_EQ(outline(back), outline(scene));
+  EXPECT_EQ(back.models.size(), scene.models.size());
+  expectProperties(scene.nodes[1], named(back, "robot"));
+  mesh::convertUnit(back, 1);
+  // Metres in single precision; the import library takes polylines apart and joins them again.
+  EXPECT_EQ(difference(scene, back, {.placement = 1e-5, .positionBits = 20}), "");
+}
+
+TEST_F(MeshTest, FlatFormatsKeepEveryTriangleInItsPlace) {
+  const mesh::Scene scene = workcell();
+  const mesh::Extent expected = mesh::extentOf(scene);
+  struct Case {
+    const char* name;
+    std::size_t files;
+    std::size_t triangles;
+  };
+  // Three grippers of 12 + 48 triangles, one base of 48.
+  for (const Case& one : {Case{"cell.obj", 2, 228}, {"cell.stl", 1, 228}, {"cell.ply", 1, 228}}) {
+    const std::string path = folder_.at(one.name);
+    EXPECT_EQ(mesh::writeScene(scene, path).size(), one.files) << one.name;
+    const mesh::Scene back = mesh::loadScene(path);
+    std::size_t triangles = 0;
+    for (const auto& mesh : back.meshes)
+      if (mesh->kind == jt::Mesh::Kind::triangles) triangles += mesh->primitiveCount();
+    EXPECT_EQ(triangles, one.triangles) << one.name;
+    const mesh::Extent extent = mesh::extentOf(back);
+    for (std::size_t axis = 0; axis < 3 && std::strcmp(one.name, "cell.obj") == 0; ++axis) {
+      EXPECT_NEAR(extent.min[axis], expected.min[axis], 1e-4) << one.name;
+      EXPECT_NEAR(extent.max[axis], expected.max[axis], 1e-4) << one.name;
+    }
+  }
+}
+
+/// Six times the volume inside closed surfaces; negative when they are inside out.
+double volumeOf(const mesh::Scene& scene) {
+  double volume = 0;
+  for (const auto& mesh : scene.meshes)
+    for (std::size_t i = 0; i + 2 < mesh->corners.size(); i += 3) {
+      const auto& a = mesh->positions[mesh->corners[i]];
+      const auto& b = mesh->positions[mesh->corners[i + 1]];
+      const auto& c = mesh->positions[mesh->corners[i + 2]];
+      volume += static_cast<double>(a[0] * (b[1] * c[2] - b[2] * c[1]) +
+                                    a[1] * (b[2] * c[0] - b[0] * c[2]) +
+                                    a[2] * (b[0] * c[1] - b[1] * c[0]));
+    }
+  return volume;
+}
+
+TEST_F(MeshTest, MirroredInstancesAreNotTurnedInsideOut) {
+  mesh::Scene scene;
+  scene.meshes = {cube()};
+  scene.models = {{"cube", {{0, std::nullopt}}}};
+  scene.nodes = {{"mirrored", placed(0, 0, 0, -1), 0, {}, {}}};
+  for (const char* name : {"m.obj", "m.stl", "m.ply"}) {
+    mesh::writeScene(scene, folder_.at(name));
+    EXPECT_NEAR(volumeOf(mesh::loadScene(folder_.at(name))), 48, 1e-3) << name;
+  }
+}
+
+TEST_F(MeshTest, LevelsGetCoarserAndKeepTheShape) {
+  const std::shared_ptr<const jt::Mesh> finest = ball(32);
+  const auto levels = mesh::makeLevels(finest, 4);
+  ASSERT_GE(levels.size(), 3U);
+  EXPECT_EQ(levels[0], finest);
+  for (std::size_t i = 1; i < levels.size(); ++i) {
+    EXPECT_EQ(levels[i]->flaw(), "");
+    EXPECT_LT(levels[i]->primitiveCount(), levels[i - 1]->primitiveCount() * 6 / 10);
+    for (const jt::Vec3f& p : levels[i]->positions)
+      EXPECT_NEAR(std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]), 1, 1e-4);
+  }
+  // Faces with normals of their own are nothing but seams.
+  EXPECT_EQ(mesh::makeLevels(cube(), 3).back()->flaw(), "");
+  EXPECT_EQ(mesh::makeLevels(strokes(jt::Mesh::Kind::points), 3).size(), 1U);
+}
+
+TEST_F(MeshTest, UnitsThatTheHostCannotNameBecomeMillimetres) {
+  struct Case {
+    double unit;
+    double stored;
+  };
+  for (const Case& one : {Case{1, 1}, {25.4, 25.4}, {1000, 1000}, {0.1, 1}, {0.001, 1}, {3, 1}}) {
+    mesh::Scene scene = workcell();
+    scene.millimetres = one.unit;
+    const mesh::Scene back = throughJt(scene, folder_.at("unit.jt"), {});
+    EXPECT_NEAR(back.millimetres, one.stored, 1e-5) << one.unit;
+    mesh::convertUnit(scene, back.millimetres);
+    EXPECT_EQ(difference(scene, back), "") << one.unit;
+  }
+}
+
+TEST_F(MeshTest, BadFilesEndInOneClearError) {
+  const std::string triangle = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+  struct Case {
+    const char* name;
+    std::string content;
+    const char* code;
+  };
+  const Case cases[] = {
+      {"empty.obj", "", "damaged"},
+      {"text.glb", "this is no GLB", "damaged"},
+      {"short.stl", std::string(84, ' '), "damaged"},
+      {"comment.obj", "# nothing\n", "damaged"},
+      {"degenerate.obj", triangle + "f 1 2 2\n", "no_geometry"},
+      {"nan.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", "bad_positions"},
+      {"inf.ply",
+       "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+       "property float z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n"
+       "1e99 0 0\n1 0 0\n0 1 0\n3 0 1 2\n",
+       "bad_positions"},
+      {"gear.xyzzy", triangle, "unknown_format"},
+      {"gear", triangle, "unknown_format"},
+      {"good.obj", triangle + "f 1 2 3\n", "none"},
+  };
+  for (const Case& one : cases)
+    EXPECT_EQ(loadError(folder_.file(one.name, one.content)), one.code) << one.name;
+  EXPECT_EQ(loadError(folder_.at("missing.obj")), "not_found");
+  EXPECT_EQ(loadError(folder_.folder("folder.obj")), "not_a_file");
+}
+
+TEST_F(MeshTest, FilesOutsideTheFolderAreNotRead) {
+  const auto gltf = [](const std::string& uri) {
+    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
+      "meshes":[{"primitives":[{"attributes":{"POSITION":0}}]}],
+      "accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"}],
+      "bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":36}],
+      "buffers":[{"byteLength":36,"uri":")" +
+           uri + R"("}]})";
+  };
+  const float points[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+  const std::string bytes(reinterpret_cast<const char*>(points), sizeof points);
+  folder_.folder("in");
+  folder_.file("secret.bin", bytes);
+  folder_.file("in/own.bin", bytes);
+  EXPECT_EQ(loadError(folder_.file("in/good.gltf", gltf("own.bin"))), "none");
+  EXPECT_NE(loadError(folder_.file("in/bad.gltf", gltf("../secret.bin"))), "none");
+}
+
+TEST_F(MeshTest, NothingIsLeftBehindWhenAnOutputCannotBeWritten) {
+  mesh::Scene broken = workcell();
+  auto mesh = std::make_shared<jt::Mesh>(*broken.meshes[0]);
+  mesh->positions[3][1] = NAN;
+  broken.meshes[0] = mesh;
+  for (const char* name : {"out.glb", "out.obj", "out.stl", "out.ply"}) {
+    EXPECT_THROW(mesh::writeScene(workcell(), folder_.at("no/such/") + name), JtFormatError);
+    EXPECT_THROW(mesh::writeScene(broken, folder_.at(name)), JtFormatError);
+  }
+  folder_.folder("taken.obj");
+  EXPECT_THROW(mesh::writeScene(workcell(), folder_.at("taken.obj")), JtFormatError);
+  EXPECT_THROW(mesh::writeScene(workcell(), folder_.at("out.xyz")), JtFormatError);
+  const std::filesystem::directory_iterator entries(folder_.path());
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 1) << "only the folder that was there";
+}
+
+}  // namespace

@@ -1,0 +1,70 @@
+// `import` and `convert` are done by a program of their own beside this one: the library that reads
+// mesh files is linked dynamically, and this program starts quickly because it is not. A reader
+// that a damaged file brings down takes down that program alone, and this one tells.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include "Command.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kProgram = "jtw-mesh";
+
+/// Beside this program, as in a build tree, or where an installation has it.
+std::string findProgram() {
+  std::error_code error;
+  const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
+  for (const fs::path& candidate :
+       {folder / kProgram, folder.parent_path() / "libexec" / "jtw" / kProgram})
+    if (access(candidate.c_str(), X_OK) == 0) return candidate.string();
+  throw Failure(ExitCode::input, "not_installed",
+                std::string("the program ") + kProgram + " is not installed beside jtw");
+}
+
+[[noreturn]] void failSignal(const std::string& file, int signal) {
+  const jt::FilePosition where{.file = file, .segment = {}, .element = {}, .offset = {}};
+  if (signal == SIGXCPU)
+    throw Failure(ExitCode::input, "too_slow", "reading it takes too long; it is likely damaged",
+                  where);
+  throw Failure(ExitCode::input, "damaged",
+                "its reader broke down (signal " + std::to_string(signal) +
+                    "); the file is damaged, or of a form that is not known",
+                where);
+}
+
+ExitCode delegate(Session& session) {
+  const std::string program = findProgram();
+  std::vector<char*> words{const_cast<char*>(program.c_str())};
+  for (const char* word : session.words()) words.push_back(const_cast<char*>(word));
+  words.push_back(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    execv(program.c_str(), words.data());
+    _exit(127);
+  }
+  int status = 0;
+  while (child > 0 && waitpid(child, &status, 0) < 0)
+    if (errno != EINTR) break;
+  if (child < 0 || (WIFEXITED(status) && WEXITSTATUS(status) == 127))
+    throw Failure(ExitCode::input, "not_installed", program + " cannot be started");
+  if (WIFSIGNALED(status)) failSignal(session.argument(0), WTERMSIG(status));
+  return static_cast<ExitCode>(WEXITSTATUS(status));
+}
+
+}  // namespace
+
+ExitCode runImport(Session& session) { return delegate(session); }
+ExitCode runConvert(Session& session) { return delegate(session); }
+
+}  // namespace tool

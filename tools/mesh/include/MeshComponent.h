@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+#include "JtPartition.h"
+#include "JtwRoot.h"
+#include "MeshScene.h"
+
+namespace mesh {
+
+struct BuildOptions {
+  std::size_t levels = 1;  ///< of detail, see makeLevels
+};
+
+/// Fills an empty component: a node with a model and nothing below it becomes an entity, every
+/// other one a block, each with a key. The scene's root is the component itself, unless it has a
+/// placement or a model of its own. Models that several nodes use are stored once, below instance
+/// nodes. A material that covers a whole entity lies on the entity, so that the host sees its
+/// colour.
+///
+/// The component gets the scene's unit when the host has a name for it, else everything is
+/// converted to millimetres.
+/// @param root has a key and nothing below it
+void buildComponent(Scene scene, JtwRoot& root, const BuildOptions& options = {});
+
+/// The tree of a JT file with all its geometry, other files that it hangs in included. Of
+/// alternatives one is taken: of a switch the selected one, of levels of detail `level` or the
+/// coarsest. Instances are merged with what they stand for; hidden nodes are left out. Throws
+/// JtFormatError for geometry that cannot be read, and "too_large" for a graph that unfolds into
+/// more than five million nodes.
+Scene sceneOf(JtPartition& partition, std::size_t level = 0);
+
+}  // namespace mesh

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "MeshScene.h"
+
+// Mesh files. What goes wrong is a JtFormatError whose code says what: "not_found", "not_a_file",
+// "unreadable", "unknown_format", "damaged", "no_geometry", "bad_positions", "too_large"; for
+// writing also the codes of JtStorageManager::save.
+
+namespace mesh {
+
+/// Reads glTF, OBJ, STL, PLY, FBX and what else the import library knows, by the file's extension.
+/// Files that it names (buffers, material lists) are read when they lie in the same folder or below
+/// it. Polygons become triangles, segments that follow each other polylines.
+/// A file that says nothing about its unit of length is taken to be in millimetres.
+/// @param millimetres in one unit of length, whatever the file says; 0: what the file says
+Scene loadScene(const std::string& path, double millimetres = 0);
+
+/// A mesh format that can be written.
+enum class Format { glb, obj, stl, ply };
+/// By the extension of a path; throws JtFormatError "unknown_format".
+Format formatOf(std::string_view path);
+/// True for an extension that loadScene knows.
+bool canLoad(std::string_view path);
+
+/// Writes a scene: all of it, or nothing and the old file stays.
+///
+/// GLB keeps the tree, names, instances, materials and properties (`extras`), in metres. The other
+/// formats hold one flat list of meshes in millimetres: OBJ with names and, in a file beside it,
+/// materials, STL and PLY without; STL has triangles alone.
+/// @return the files that were written
+std::vector<std::string> writeScene(const Scene& scene, const std::string& path);
+
+}  // namespace mesh

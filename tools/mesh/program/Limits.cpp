@@ -1,0 +1,42 @@
+#include "Limits.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+namespace tool {
+namespace {
+
+constexpr rlim_t kLeastSeconds = 300;
+constexpr rlim_t kBytesASecond = 100'000;
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kBoundsMemory = false;  // the sanitizer reserves far more than it uses
+#elif defined(__has_feature)
+constexpr bool kBoundsMemory = !__has_feature(address_sanitizer);
+#else
+constexpr bool kBoundsMemory = true;
+#endif
+
+void limit(int resource, rlim_t value) {
+  rlimit now{};
+  if (getrlimit(resource, &now) != 0 || now.rlim_cur <= value) return;
+  now.rlim_cur = value;
+  setrlimit(resource, &now);
+}
+
+}  // namespace
+
+void limitReader(const std::string& file) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file, error);
+  limit(RLIMIT_CPU, kLeastSeconds + (error ? 0 : size / kBytesASecond));
+  limit(RLIMIT_CORE, 0);
+  const long pages = sysconf(_SC_PHYS_PAGES);
+  const long pageSize = sysconf(_SC_PAGESIZE);
+  if (kBoundsMemory && pages > 0 && pageSize > 0)
+    limit(RLIMIT_AS, static_cast<rlim_t>(pages) * static_cast<rlim_t>(pageSize));
+}
+
+}  // namespace tool

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "JtShapeEncoding.h"
+#include "MeshScene.h"
+
+namespace tool {
+
+class Session;
+
+// The options that import and convert have in common; a bad value throws Failure "usage".
+
+/// Reads a mesh file with --unit. Throws Failure.
+mesh::Scene loadMeshFile(Session& session, const std::string& path);
+/// --lods: levels of detail in all.
+std::size_t levelCount(const Session& session);
+/// --lod: the level of detail to take.
+std::optional<std::size_t> chosenLevel(const Session& session);
+/// --lossless, --bits, --profile.
+jt::ShapeEncoding encoding(const Session& session);
+
+}  // namespace tool

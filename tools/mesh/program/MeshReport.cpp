@@ -1,0 +1,66 @@
+#include "MeshReport.h"
+
+#include "MeshComponent.h"
+#include "MeshOptions.h"
+#include "NewDocument.h"
+#include "SaveResult.h"
+#include "Session.h"
+
+namespace tool {
+
+SceneCounts::SceneCounts(const mesh::Scene& scene)
+    : nodes(scene.nodes.size()),
+      models(scene.models.size()),
+      meshes(scene.meshes.size()),
+      materials(scene.materials.size()) {
+  for (const mesh::Node& node : scene.nodes) instances += node.model ? 1 : 0;
+  for (const auto& mesh : scene.meshes)
+    if (mesh->kind == jt::Mesh::Kind::triangles) triangles += mesh->primitiveCount();
+}
+
+void writeCounts(Session& session, const SceneCounts& counts) {
+  JsonWriter& json = session.json();
+  json.key("scene");
+  json.beginObject(JsonWriter::Layout::line);
+  json.member("nodes", counts.nodes);
+  json.member("instances", counts.instances);
+  json.member("models", counts.models);
+  json.member("meshes", counts.meshes);
+  json.member("triangles", counts.triangles);
+  json.member("materials", counts.materials);
+  json.end();
+}
+
+void showCounts(Session& session, const SceneCounts& counts) {
+  session.out().line(counted(counts.nodes, "node") + ", " + counted(counts.instances, "instance") +
+                     " of " + counted(counts.models, "model") + ", " +
+                     counted(counts.triangles, "triangle"));
+}
+
+void showSavedComponent(Session& session, const jt::SaveReport& report) {
+  const bool dryRun = session.arguments().has("dry-run");
+  session.out().line((dryRun ? "would save " : "saved ") + printable(report.file) + ", version " +
+                     report.version.text() + ", " + counted(report.segments.size(), "segment"));
+}
+
+jt::SaveReport saveComponent(Session& session, mesh::Scene scene, const std::string& document,
+                             bool replace) {
+  const jt::ShapeEncoding shapes = encoding(session);
+  mesh::BuildOptions options;
+  options.levels = levelCount(session);
+  jt::SaveOptions saving;
+  saving.dryRun = session.arguments().has("dry-run");
+  saving.version = versionOption(session.arguments());
+  NewDocument made(session, document, replace);
+  try {
+    mesh::buildComponent(std::move(scene), made.root(), options);
+  } catch (const JtFormatError& error) {
+    throw readFailure(error, document);
+  }
+  made.root().partition()->setShapeEncoding(shapes);
+  jt::SaveReport report = made.save(saving);
+  showSaveWarnings(session, report);
+  return report;
+}
+
+}  // namespace tool

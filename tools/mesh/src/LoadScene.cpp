@@ -1,0 +1,225 @@
+#include <assimp/DefaultIOSystem.h>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+
+#include <assimp/Importer.hpp>
+#include <filesystem>
+#include <map>
+#include <new>
+
+#include "Assimp.h"
+#include "Extension.h"
+#include "JtFormatError.h"
+#include "MeshFiles.h"
+
+namespace mesh {
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void fail(const char* code, const std::string& path, const std::string& message) {
+  throw JtFormatError(code, message, {.file = path, .segment = {}, .element = {}, .offset = {}});
+}
+
+/// Opens what lies in one folder or below it: a file must not bring in others from anywhere.
+class FolderIO final : public Assimp::DefaultIOSystem {
+ public:
+  explicit FolderIO(const std::string& file)
+      : folder_(fs::weakly_canonical(fs::absolute(file).parent_path())) {}
+
+  bool Exists(const char* file) const override {
+    return isInside(file) && DefaultIOSystem::Exists(file);
+  }
+  Assimp::IOStream* Open(const char* file, const char* mode) override {
+    return isInside(file) ? DefaultIOSystem::Open(file, mode) : nullptr;
+  }
+
+ private:
+  bool isInside(const char* file) const {
+    std::error_code error;
+    const fs::path path = fs::weakly_canonical(fs::absolute(file, error), error);
+    if (error) return false;
+    const fs::path relative = path.lexically_relative(folder_);
+    return !relative.empty() && *relative.begin() != "..";
+  }
+
+  fs::path folder_;
+};
+
+jt::Matrix4 matrixFrom(const aiMatrix4x4& m) {
+  // Ours is for row vectors, theirs for column vectors.
+  jt::Matrix4 matrix{};
+  for (unsigned row = 0; row < 4; ++row)
+    for (unsigned column = 0; column < 4; ++column)
+      matrix[column * 4 + row] = static_cast<double>(m[row][column]);
+  return matrix;
+}
+
+std::optional<Property> propertyFrom(const aiString& key, const aiMetadataEntry& entry) {
+  const auto number = [&entry]<class T>(T /*tag*/) { return *static_cast<const T*>(entry.mData); };
+  const std::string name = key.C_Str();
+  switch (entry.mType) {
+    case AI_BOOL:
+      return Property(name, std::int64_t{number(bool{}) ? 1 : 0});
+    case AI_INT32:
+      return Property(name, std::int64_t{number(std::int32_t{})});
+    case AI_UINT64:
+      return Property(name, static_cast<std::int64_t>(number(std::uint64_t{})));
+    case AI_FLOAT:
+      return Property(name, static_cast<double>(number(float{})));
+    case AI_DOUBLE:
+      return Property(name, number(double{}));
+    case AI_AISTRING:
+      return Property(name, std::string(static_cast<const aiString*>(entry.mData)->C_Str()));
+    default:
+      return std::nullopt;
+  }
+}
+
+void readProperties(const aiMetadata* source, std::vector<Property>& properties) {
+  for (unsigned i = 0; source && i < source->mNumProperties; ++i)
+    if (auto property = propertyFrom(source->mKeys[i], source->mValues[i]))
+      properties.push_back(std::move(*property));
+}
+
+/// Turns the import library's scene into ours.
+class SceneReader {
+ public:
+  explicit SceneReader(const aiScene& source) : source_(source) {}
+
+  Scene read() {
+    for (unsigned i = 0; i < source_.mNumMaterials; ++i)
+      scene_.materials.push_back(materialFrom(*source_.mMaterials[i]));
+    readMeshes();
+    readNodes();
+    return std::move(scene_);
+  }
+
+ private:
+  void readMeshes() {
+    for (unsigned i = 0; i < source_.mNumMeshes; ++i) {
+      const aiMesh& mesh = *source_.mMeshes[i];
+      surfaces_.emplace_back();
+      std::optional<std::size_t> material;
+      if (mesh.mMaterialIndex < scene_.materials.size()) material = mesh.mMaterialIndex;
+      for (auto& made : meshesFrom(mesh)) {
+        surfaces_.back().push_back({scene_.meshes.size(), material});
+        scene_.meshes.push_back(std::move(made));
+      }
+    }
+  }
+
+  void readNodes() {
+    std::vector<std::pair<const aiNode*, std::size_t>> pending{{source_.mRootNode, 0}};
+    while (!pending.empty()) {
+      const auto [node, parent] = pending.back();
+      pending.pop_back();
+      const std::size_t index = scene_.nodes.size();
+      scene_.nodes.push_back(nodeFrom(*node));
+      if (index != parent) scene_.nodes[parent].children.push_back(index);
+      for (unsigned i = node->mNumChildren; i-- > 0;)
+        pending.emplace_back(node->mChildren[i], index);
+    }
+  }
+
+  Node nodeFrom(const aiNode& source) {
+    Node node;
+    node.name = source.mName.C_Str();
+    node.transform = matrixFrom(source.mTransformation);
+    node.model = modelOf(source);
+    readProperties(source.mMetaData, node.properties);
+    return node;
+  }
+
+  std::optional<std::size_t> modelOf(const aiNode& node) {
+    Model model;
+    for (unsigned i = 0; i < node.mNumMeshes; ++i) {
+      const unsigned mesh = node.mMeshes[i];
+      if (mesh >= surfaces_.size())
+        throw JtFormatError("damaged", "a node names mesh " + std::to_string(mesh) + " of " +
+                                           std::to_string(surfaces_.size()));
+      if (surfaces_[mesh].empty()) continue;
+      if (model.name.empty()) model.name = source_.mMeshes[mesh]->mName.C_Str();
+      model.surfaces.insert(model.surfaces.end(), surfaces_[mesh].begin(), surfaces_[mesh].end());
+    }
+    if (model.surfaces.empty()) return std::nullopt;
+    const auto [found, isNew] = models_.try_emplace(model.surfaces, scene_.models.size());
+    if (isNew) scene_.models.push_back(std::move(model));
+    return found->second;
+  }
+
+  const aiScene& source_;
+  Scene scene_;
+  std::vector<std::vector<Surface>> surfaces_;  // of each mesh of the source
+  std::map<std::vector<Surface>, std::size_t> models_;
+};
+
+void checkFile(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (!fs::exists(status)) fail("not_found", path, "there is no such file");
+  if (!fs::is_regular_file(status)) fail("not_a_file", path, "it is no file");
+}
+
+/// What the steps after reading take for granted. The library's own validation refuses clouds of
+/// points, and files of which a part is empty.
+void checkIndices(const aiScene& scene) {
+  for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+    const aiMesh& mesh = *scene.mMeshes[i];
+    for (unsigned k = 0; k < mesh.mNumFaces; ++k)
+      for (unsigned corner = 0; corner < mesh.mFaces[k].mNumIndices; ++corner)
+        if (mesh.mFaces[k].mIndices[corner] >= mesh.mNumVertices)
+          throw JtFormatError("damaged", "a face names vertex " +
+                                             std::to_string(mesh.mFaces[k].mIndices[corner]) +
+                                             " of " + std::to_string(mesh.mNumVertices));
+  }
+}
+
+/// The scene as the import library reads it; the importer owns it.
+const aiScene& readWith(Assimp::Importer& importer, const std::string& path) {
+  importer.SetIOHandler(new FolderIO(path));  // it takes ownership
+  // Pivots would make up to nine nodes of one.
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+  const aiScene* scene = importer.ReadFile(path, 0);
+  if (scene && scene->mRootNode) {
+    if (scene->mNumMeshes == 0) fail("no_geometry", path, "there is no geometry in it");
+    checkIndices(*scene);
+    scene = importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_JoinIdenticalVertices);
+  }
+  if (!scene || !scene->mRootNode) {
+    const std::string reason = importer.GetErrorString();
+    fail("damaged", path, reason.empty() ? "it cannot be read" : "it cannot be read: " + reason);
+  }
+  return *scene;
+}
+
+}  // namespace
+
+bool canLoad(std::string_view path) {
+  const std::string extension = extensionOf(path);
+  return !extension.empty() && Assimp::Importer().IsExtensionSupported("." + extension);
+}
+
+Scene loadScene(const std::string& path, double millimetres) try {
+  if (!canLoad(path))
+    fail("unknown_format", path,
+         "the extension '" + extensionOf(path) + "' is none of a mesh file that can be read");
+  checkFile(path);
+  Assimp::Importer importer;
+  const aiScene& source = readWith(importer, path);
+  Scene scene = SceneReader(source).read();
+  if (scene.models.empty()) fail("no_geometry", path, "there is no geometry in it");
+  checkNumbers(scene);
+  scene.millimetres = millimetres > 0 ? millimetres : unitOf(source, extensionOf(path));
+  return scene;
+} catch (const JtFormatError& error) {
+  throw error.within({.file = path, .segment = {}, .element = {}, .offset = {}});
+} catch (const std::bad_alloc&) {
+  fail("too_large", path, "it asks for more memory than there is");
+} catch (const std::exception& error) {
+  // The import library lets some of its own through.
+  fail("damaged", path, std::string("it cannot be read: ") + error.what());
+}
+
+}  // namespace mesh

@@ -1,0 +1,231 @@
+#include <algorithm>
+#include <map>
+
+#include "Jt.h"
+#include "JtFormatError.h"
+#include "JtInstance.h"
+#include "JtLOD.h"
+#include "JtPartUtil.h"
+#include "JtShape.h"
+#include "JtSwitch.h"
+#include "JtwNode.h"
+#include "MeshComponent.h"
+#include "NodeProperties.h"
+#include "VisMetaDataNode.h"
+
+namespace mesh {
+namespace {
+
+/// More than any real assembly; a small file can ask for any number of paths.
+constexpr std::size_t kMostPaths = 5'000'000;
+
+jt::Matrix4 ownMatrix(const JtNode& node) {
+  jt::Matrix4 matrix = jt::kIdentity;
+  for (int i = 0; i < node.numAttributes(); ++i) {
+    const auto* transform = jt::as<JtXform>(node.attribute(i));
+    if (transform && !transform->hasState(JtAttributeState::ignore))
+      matrix = jt::multiply(matrix, transform->matrix());
+  }
+  return matrix;
+}
+
+Material materialOf(const JtMaterial& source) {
+  return {{},
+          source.ambient(),
+          source.diffuse(),
+          source.specular(),
+          source.emission(),
+          source.shininess()};
+}
+
+/// A node on one path, with what is gathered above it and not yet in a node of the scene.
+struct Visit {
+  JtNode* node = nullptr;
+  std::size_t parent = 0;  // index in the scene
+  jt::Matrix4 matrix = jt::kIdentity;
+  double unit = 0;  // millimetres; 0: none is named so far
+  std::optional<std::size_t> material;
+  bool isMaterialFinal = false;
+  std::string name;
+  std::vector<Property> properties;
+};
+
+class SceneBuilder {
+ public:
+  SceneBuilder(JtPartition& partition, std::size_t level) : level_(level) {
+    scene_.millimetres = 0;
+    scene_.nodes.emplace_back();
+    surfaces_.emplace_back();
+    Visit top;
+    top.node = &partition;
+    takeOver(top);
+    scene_.nodes[0].name = top.name;
+    scene_.nodes[0].transform = top.matrix;
+    top.matrix = jt::kIdentity;
+    top.name.clear();
+    pushChildren(top);
+  }
+
+  Scene build() {
+    std::size_t paths = 0;
+    while (!pending_.empty()) {
+      if (++paths > kMostPaths)
+        throw JtFormatError("too_large",
+                            "the scene graph unfolds into more than 5000000 nodes; take it apart");
+      Visit visit = std::move(pending_.back());
+      pending_.pop_back();
+      if (!visit.node->isIgnored()) process(visit);
+    }
+    for (std::size_t i = 0; i < scene_.nodes.size(); ++i) setModel(i);
+    dropIdleRoot();
+    if (scene_.millimetres == 0) scene_.millimetres = 1;
+    if (leftOut_ > 0)
+      scene_.notes.push_back(std::to_string(leftOut_) +
+                             " shapes that are not made of meshes were left out");
+    return std::move(scene_);
+  }
+
+ private:
+  /// Adds what the node itself says to what is gathered.
+  void takeOver(Visit& visit) {
+    const std::string name = JtString(JtwNode::name(visit.node)).stringToMbs();
+    if (!name.empty()) visit.name = name;
+    jt::Matrix4 matrix = ownMatrix(*visit.node);
+    takeUnit(visit, matrix);
+    visit.matrix = jt::multiply(matrix, visit.matrix);
+    takeMaterial(visit);
+  }
+
+  /// A node in another unit than what it hangs under is scaled.
+  void takeUnit(Visit& visit, jt::Matrix4& matrix) {
+    JtPartUtil::Unit unit{};
+    double metres = 0;
+    if (!JtPartUtil::obtainMeasureUnit(visit.node, unit) ||
+        !JtPartUtil::obtainScaleToXtFromUnit(unit, metres))
+      return;
+    constexpr double kMillimetres = 1000;
+    const double own = metres * kMillimetres;
+    if (scene_.millimetres == 0) scene_.millimetres = own;
+    const double above = visit.unit > 0 ? visit.unit : scene_.millimetres;
+    visit.unit = own;
+    if (own == above) return;
+    jt::Matrix4 scale = jt::kIdentity;
+    scale[0] = scale[5] = scale[10] = own / above;
+    matrix = jt::multiply(matrix, scale);
+  }
+
+  void takeMaterial(Visit& visit) {
+    for (int i = 0; i < visit.node->numAttributes(); ++i) {
+      const auto* material = jt::as<JtMaterial>(visit.node->attribute(i));
+      if (!material || material->hasState(JtAttributeState::ignore)) continue;
+      if (visit.isMaterialFinal && !material->hasState(JtAttributeState::force)) continue;
+      const auto [found, isNew] = materials_.try_emplace(material, scene_.materials.size());
+      if (isNew) scene_.materials.push_back(materialOf(*material));
+      visit.material = found->second;
+      visit.isMaterialFinal = material->hasState(JtAttributeState::final);
+    }
+  }
+
+  void push(const Visit& from, JtNode* child) {
+    if (!child) return;
+    pending_.push_back(from);
+    pending_.back().node = child;
+  }
+  void pushChildren(const Visit& from) {
+    for (int i = from.node->numChildren(); i-- > 0;) push(from, from.node->child(i));
+  }
+
+  void process(Visit& visit) {
+    takeOver(visit);
+    JtNode* const node = visit.node;
+    if (auto* shape = jt::as<JtShape>(node)) {
+      addShape(visit, *shape);
+    } else if (auto* alternatives = jt::as<JtLOD>(node)) {
+      const int last = alternatives->numChildren() - 1;
+      push(visit, alternatives->child(static_cast<int>(
+                      std::min(level_, static_cast<std::size_t>(std::max(last, 0))))));
+    } else if (auto* choice = jt::as<JtSwitch>(node)) {
+      push(visit, choice->representation(true));
+    } else if (jt::as<JtInstance>(node)) {
+      // The occurrence and what occurs are one node.
+      readProperties(*node, visit.properties);
+      pushChildren(visit);
+    } else if (isObject(visit)) {
+      visit.parent = addNode(visit);
+      readProperties(*node, scene_.nodes[visit.parent].properties);
+      visit.matrix = jt::kIdentity;
+      visit.name.clear();
+      visit.properties.clear();
+      pushChildren(visit);
+    } else {
+      pushChildren(visit);
+    }
+  }
+
+  /// Groups that only hold things together leave no trace.
+  static bool isObject(const Visit& visit) {
+    if (jt::as<VisMetaDataNode>(visit.node)) return true;
+    if (jt::as<JtPartition>(visit.node)) return false;
+    return visit.node->numChildren() > 1 &&
+           (!Jt::name(visit.node).isEmpty() || visit.matrix != jt::kIdentity);
+  }
+
+  std::size_t addNode(const Visit& visit) {
+    const std::size_t index = scene_.nodes.size();
+    scene_.nodes[visit.parent].children.push_back(index);
+    Node& node = scene_.nodes.emplace_back();
+    node.name = visit.name;
+    node.transform = visit.matrix;
+    node.properties = visit.properties;
+    surfaces_.emplace_back();
+    return index;
+  }
+
+  void addShape(const Visit& visit, const JtShape& shape) {
+    if (!shape.hasMesh()) {
+      if (!shape.takes() && !jt::as<JtNullShape>(&shape)) ++leftOut_;
+      return;
+    }
+    const std::shared_ptr<const jt::Mesh> mesh = shape.mesh();
+    if (!mesh) throw JtFormatError("damaged", jt::lastError());
+    if (mesh->corners.empty()) return;
+    const auto [found, isNew] = meshes_.try_emplace(mesh.get(), scene_.meshes.size());
+    if (isNew) scene_.meshes.push_back(mesh);
+    const std::size_t owner = visit.matrix == jt::kIdentity ? visit.parent : addNode(visit);
+    surfaces_[owner].push_back({found->second, visit.material});
+  }
+
+  void setModel(std::size_t node) {
+    if (surfaces_[node].empty()) return;
+    const auto [found, isNew] = models_.try_emplace(surfaces_[node], scene_.models.size());
+    if (isNew) scene_.models.push_back({scene_.nodes[node].name, surfaces_[node]});
+    scene_.nodes[node].model = found->second;
+  }
+
+  /// A partition around one component is no object of its own.
+  void dropIdleRoot() {
+    auto& nodes = scene_.nodes;
+    if (nodes[0].model || nodes[0].children.size() != 1) return;
+    nodes[1].transform = jt::multiply(nodes[1].transform, nodes[0].transform);
+    nodes.erase(nodes.begin());
+    for (Node& node : nodes)
+      for (std::size_t& child : node.children) --child;
+  }
+
+  std::size_t level_;
+  Scene scene_;
+  std::vector<Visit> pending_;
+  std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
+  std::map<const JtMaterial*, std::size_t> materials_;
+  std::map<const jt::Mesh*, std::size_t> meshes_;
+  std::map<std::vector<Surface>, std::size_t> models_;
+  std::size_t leftOut_ = 0;
+};
+
+}  // namespace
+
+Scene sceneOf(JtPartition& partition, std::size_t level) {
+  return SceneBuilder(partition, level).build();
+}
+
+}  // namespace mesh

@@ -1,0 +1,74 @@
+#include <filesystem>
+
+#include "Extension.h"
+#include "JtFormatError.h"
+#include "JtStorageManager.h"
+#include "MeshFiles.h"
+#include "Writers.h"
+
+namespace mesh {
+namespace {
+
+void save(const std::string& path, const std::string& content) {
+  const JtFSStorageLocation location(JtString(), JtString{path});
+  const jt::FilePiece piece{std::as_bytes(std::span(content)), nullptr, 0};
+  JtStorageManager::current()->save(location, {&piece, 1}, {});
+}
+
+/// The OBJ file names its material list, so that one comes first.
+std::vector<std::string> saveObj(const Scene& scene, const std::string& path) {
+  if (scene.materials.empty()) {
+    save(path, objOf(scene, {}));
+    return {path};
+  }
+  const std::filesystem::path library = std::filesystem::path(path).replace_extension(".mtl");
+  std::error_code ignored;
+  const bool isNew = !std::filesystem::exists(library, ignored);
+  const std::string content = objOf(scene, library.filename().string());
+  save(library.string(), mtlOf(scene));
+  try {
+    save(path, content);
+  } catch (...) {
+    if (isNew) std::filesystem::remove(library, ignored);
+    throw;
+  }
+  return {path, library.string()};
+}
+
+}  // namespace
+
+Format formatOf(std::string_view path) {
+  const std::string extension = extensionOf(path);
+  if (extension == "glb") return Format::glb;
+  if (extension == "obj") return Format::obj;
+  if (extension == "stl") return Format::stl;
+  if (extension == "ply") return Format::ply;
+  throw JtFormatError(
+      "unknown_format",
+      "the extension '" + extension + "' is none that can be written: .glb, .obj, .stl, .ply",
+      {.file = std::string(path), .segment = {}, .element = {}, .offset = {}});
+}
+
+std::vector<std::string> writeScene(const Scene& scene, const std::string& path) {
+  constexpr double kMetre = 1000;
+  const Format format = formatOf(path);
+  checkNumbers(scene);
+  Scene converted = scene;
+  convertUnit(converted, format == Format::glb ? kMetre : 1);
+  switch (format) {
+    case Format::glb:
+      save(path, glbOf(converted));
+      break;
+    case Format::obj:
+      return saveObj(converted, path);
+    case Format::stl:
+      save(path, stlOf(converted));
+      break;
+    case Format::ply:
+      save(path, plyOf(converted));
+      break;
+  }
+  return {path};
+}
+
+}  // namespace mesh
