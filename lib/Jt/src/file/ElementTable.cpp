@@ -30,6 +30,11 @@ constexpr ElementKind makeKind(const JtGuid& guid, const char* name, std::uint8_
           [](Writer& ar, JtSceneObject& object) {
             Fields::run(ar, static_cast<T&>(object));
             Fields::surplus(ar, static_cast<T&>(object));
+          },
+          [](FieldLister& ar, JtSceneObject& object) {
+            Fields::run(ar, static_cast<T&>(object));
+            ar.beginSurplus();
+            Fields::surplus(ar, static_cast<T&>(object));
           }};
 }
 

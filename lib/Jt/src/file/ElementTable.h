@@ -6,6 +6,7 @@
 #include <span>
 
 #include "Archive.h"
+#include "FieldLister.h"
 #include "JtSceneObject.h"
 
 namespace jt::file {
@@ -22,6 +23,7 @@ struct ElementKind {
   void (*read)(Reader&, JtSceneObject&);
   void (*trace)(TracingReader&, JtSceneObject&);
   void (*write)(Writer&, JtSceneObject&);
+  void (*list)(FieldLister&, JtSceneObject&);
 };
 
 /// The kind with that object type id, or null.

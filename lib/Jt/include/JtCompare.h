@@ -1,0 +1,100 @@
+#pragma once
+
+// What is different between two JT files: by meaning, whatever versions they have and however their
+// bytes are arranged.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "JtExport.h"
+#include "JtGuid.h"
+#include "JtPartition.h"
+
+namespace jt {
+
+/// One side of a difference: nothing, a whole number, a number, text, or a row of numbers. A matrix
+/// is 16 numbers row after row for row vectors, as JtXform has it.
+using ComparedValue =
+    std::variant<std::monostate, std::int64_t, double, std::string, std::vector<double>>;
+
+enum class DifferenceKind : std::uint8_t {
+  node,       ///< a node with all that is below it is on one side only; the value is its type
+  type,       ///< the node has another type; its own fields are not compared
+  position,   ///< the node stands elsewhere among its siblings; the values are indices from 0
+  name,       ///< the node's name
+  field,      ///< one field of the node: flags, range limits, extent, ...
+  attribute,  ///< one field of an attribute, or a whole attribute (the value is its type)
+  property,   ///< one property
+  metadata,   ///< one entry of the node's metadata
+  geometry,   ///< the mesh of a shape
+  segment     ///< a segment that no node names
+};
+
+/// "node", "type", "position", ...
+JT_API const char* differenceName(DifferenceKind kind) noexcept;
+
+/// One difference. A side that has nothing is std::monostate.
+struct Difference {
+  /// Names of the nodes from below the root down to the node, each behind a '/'; "/" is the root,
+  /// and what belongs to the file and not to a node has none. A node without name goes by its type.
+  /// Where siblings share a name, "[7]" (identity key), "[#12]" (object id) or "[child 3]" follows.
+  /// The middle of very deep paths is left out.
+  std::string path;
+  DifferenceKind kind = DifferenceKind::node;
+  std::string name;  ///< field, attribute and field, key, segment id; may be empty
+  ComparedValue a;
+  ComparedValue b;
+};
+
+/// Receives differences, a node's own before those of what is below it.
+class JT_API CompareSink {
+ public:
+  virtual ~CompareSink() = default;
+  virtual void difference(const Difference& difference) = 0;
+};
+
+struct CompareOptions {
+  /// How far apart numbers of nodes, attributes and meshes may be; lengths in the unit of their
+  /// node. Properties and metadata are compared exactly.
+  double tolerance = 0;
+  /// Keys of properties that tell siblings apart whatever their name, the first one that a node has
+  /// counts.
+  std::vector<std::string> identityKeys;
+  /// Further differences are counted and not told.
+  std::size_t maxDifferences = 1000;
+};
+
+struct CompareResult {
+  std::uint64_t differences = 0;  ///< all of them
+  /// Things that are not understood and could not be compared, since the files have different
+  /// versions.
+  std::uint64_t skipped = 0;
+  bool isSame() const noexcept { return differences == 0; }
+};
+
+/// Compares two opened files, or partitions made in memory. Children are matched by identity key,
+/// then by content, then by name and type, then by place; what one side lacks is one difference. A
+/// pair of nodes is compared once, however many paths lead to it; partitions that stand for other
+/// files are compared by file name. Segments are loaded only where their bytes differ. Throws
+/// JtFormatError when a segment that must be looked at is damaged, and "too_complex" when shared
+/// nodes can be paired in unreasonably many ways.
+JT_API CompareResult compare(const JtPartition& a, const JtPartition& b,
+                             const CompareOptions& options, CompareSink& sink);
+
+enum class SegmentState : std::uint8_t { same, changed, added, gone };
+
+/// A segment of two files, matched by id.
+struct ComparedSegment {
+  JtGuid id;
+  std::int32_t type = 0;
+  SegmentState state = SegmentState::same;
+};
+
+/// Compares the segments of two files byte for byte: those of `a` in file order, then those that
+/// only `b` has. @pre both partitions have a container
+JT_API std::vector<ComparedSegment> compareSegments(const JtPartition& a, const JtPartition& b);
+
+}  // namespace jt

@@ -1,0 +1,266 @@
+#include <algorithm>
+#include <unordered_set>
+
+#include "ChildMatch.h"
+#include "Jt.h"
+#include "JtCompare.h"
+#include "JtInspect.h"
+#include "Properties.h"
+#include "Segments.h"
+
+namespace jt {
+
+namespace compare_detail {
+
+namespace {
+
+struct PointerPairHash {
+  std::size_t operator()(const std::pair<const void*, const void*>& pair) const noexcept {
+    return std::hash<const void*>{}(pair.first) * 0x9e3779b97f4a7c15ULL ^
+           std::hash<const void*>{}(pair.second);
+  }
+};
+using PointerPairs = std::unordered_set<std::pair<const void*, const void*>, PointerPairHash>;
+
+/// Walks both graphs at once, pair by pair.
+class Comparison {
+ public:
+  Comparison(const JtPartition& a, const JtPartition& b, const CompareOptions& options,
+             CompareSink& sink)
+      : graphs_{a, b, GraphFacts(a, options.identityKeys), GraphFacts(b, options.identityKeys)},
+        forms_(a, b),
+        report_(graphs_, options.maxDifferences, sink),
+        objects_(forms_, options.tolerance),
+        segments_(graphs_, options.tolerance, report_),
+        properties_(forms_, report_, segments_),
+        workLeft_(kWorkALink * (graphs_.factsA.edges() + graphs_.factsB.edges()) + kWorkALink) {}
+
+  CompareResult run() {
+    std::vector<PairId> pending{report_.add({&graphs_.a, &graphs_.b})};
+    while (!pending.empty()) {
+      const PairId id = pending.back();
+      pending.pop_back();
+      compareNodes(id);
+      const std::size_t first = pending.size();
+      compareChildren(id, pending);
+      std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
+    }
+    properties_.comparePointers();
+    segments_.compareUnnamed();
+    return report_.result();
+  }
+
+ private:
+  // Shared nodes can be held against each other in many ways; real files stay far below.
+  static constexpr std::size_t kWorkALink = 64;
+
+  void compareNodes(PairId id) {
+    const JtNode& a = *report_.pair(id).a;
+    const JtNode& b = *report_.pair(id).b;
+    if (!areOfOneType(a, b)) {
+      tell(id, DifferenceKind::type, {}, elementName(&a), elementName(&b));
+    } else {
+      compareFields(id, a, b);
+    }
+    compareAttributes(id, a, b);
+    properties_.compare(id, a, b);
+  }
+
+  /// Elements of unknown types are plain nodes and groups in memory; only their file knows more.
+  static bool areOfOneType(const JtNode& a, const JtNode& b) {
+    if (a.typeID() != b.typeID()) return false;
+    const bool mayBeUnknown =
+        a.typeID() == JtNode::classTypeID() || a.typeID() == JtGroup::classTypeID();
+    return !mayBeUnknown || elementName(&a) == elementName(&b);
+  }
+
+  void compareFields(PairId id, const JtNode& a, const JtNode& b) {
+    if (isCarriedUnread(a) && isCarriedUnread(b)) {
+      compareCarried(id, DifferenceKind::field, elementName(&a), a, b);
+      return;
+    }
+    objects_.compare(a, b,
+                     [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
+                       tell(id, DifferenceKind::field, field, x, y);
+                     });
+  }
+
+  void compareCarried(PairId id, DifferenceKind kind, const std::string& name,
+                      const JtSceneObject& a, const JtSceneObject& b) {
+    const std::optional<bool> same = sameCarriedBytes(a, b, forms_);
+    if (!same) {
+      report_.skip();
+    } else if (!*same) {
+      tell(id, kind, name, std::string("other bytes"), std::string("other bytes"));
+    }
+  }
+
+  /// Attributes of different types have no order among each other.
+  void compareAttributes(PairId id, const JtNode& a, const JtNode& b) {
+    if (haveTheSameTypes(a, b)) {
+      for (int i = 0; i < a.numAttributes(); ++i)
+        compareAttribute(id, *a.attribute(i), *b.attribute(i));
+      return;
+    }
+    std::vector<const JtAttribute*> leftA = attributesOf(a);
+    std::vector<const JtAttribute*> leftB = attributesOf(b);
+    while (!leftA.empty() || !leftB.empty()) {
+      const std::string type = elementName((leftA.empty() ? leftB : leftA).front());
+      compareGroup(id, type, taken(leftA, type), taken(leftB, type));
+    }
+  }
+
+  /// True when the attributes of both stand side by side, as they nearly always do.
+  static bool haveTheSameTypes(const JtNode& a, const JtNode& b) {
+    if (a.numAttributes() != b.numAttributes()) return false;
+    for (int i = 0; i < a.numAttributes(); ++i)
+      if (a.attribute(i)->typeID() != b.attribute(i)->typeID() || isCarriedUnread(*a.attribute(i)))
+        return false;
+    return true;
+  }
+
+  static std::vector<const JtAttribute*> attributesOf(const JtNode& node) {
+    std::vector<const JtAttribute*> all;
+    for (int i = 0; i < node.numAttributes(); ++i) all.push_back(node.attribute(i));
+    return all;
+  }
+
+  /// Takes the attributes of one type out of a list.
+  static std::vector<const JtAttribute*> taken(std::vector<const JtAttribute*>& from,
+                                               const std::string& type) {
+    std::vector<const JtAttribute*> group;
+    std::erase_if(from, [&](const JtAttribute* attribute) {
+      const bool isOne = elementName(attribute) == type;
+      if (isOne) group.push_back(attribute);
+      return isOne;
+    });
+    return group;
+  }
+
+  /// Attributes of one type, in order. Where there are more on one side, those that are alike from
+  /// the front and from the back belong together.
+  void compareGroup(PairId id, const std::string& type, std::vector<const JtAttribute*> a,
+                    std::vector<const JtAttribute*> b) {
+    if (a.size() != b.size()) {
+      const auto isSame = [&](const JtAttribute* x, const JtAttribute* y) {
+        return objects_.isSame(*x, *y);
+      };
+      const auto [frontA, frontB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), isSame);
+      a.erase(a.begin(), frontA);
+      b.erase(b.begin(), frontB);
+      while (!a.empty() && !b.empty() && isSame(a.back(), b.back())) {
+        a.pop_back();
+        b.pop_back();
+      }
+    }
+    for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
+      if (i < a.size() && i < b.size())
+        compareAttribute(id, *a[i], *b[i]);
+      else
+        tellLonely(id, type, i < a.size() ? a[i] : nullptr, i < b.size() ? b[i] : nullptr);
+    }
+  }
+
+  void compareAttribute(PairId id, const JtAttribute& a, const JtAttribute& b) {
+    const bool isShared = a.refCount() > 1 || b.refCount() > 1;
+    if (isShared && !seenAttributes_.emplace(&a, &b).second) return;
+    if (isCarriedUnread(a) || isCarriedUnread(b)) {
+      compareCarried(id, DifferenceKind::attribute, elementName(&a), a, b);
+      return;
+    }
+    objects_.compare(a, b,
+                     [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
+                       tell(id, DifferenceKind::attribute, elementName(&a) + "." + field, x, y);
+                     });
+  }
+
+  void tellLonely(PairId id, const std::string& type, const JtAttribute* a, const JtAttribute* b) {
+    const JtAttribute& attribute = a ? *a : *b;
+    if (!forms_.sameGeneration && isOfOneGeneration(attribute)) {
+      report_.skip();
+      return;
+    }
+    tell(id, DifferenceKind::attribute, type, a ? ComparedValue(type) : ComparedValue(),
+         b ? ComparedValue(type) : ComparedValue());
+  }
+
+  /// Matches the children and adds the pairs that were not met before to `pending`.
+  void compareChildren(PairId id, std::vector<PairId>& pending) {
+    const JtNode& a = *report_.pair(id).a;
+    const JtNode& b = *report_.pair(id).b;
+    const auto work = static_cast<std::size_t>(ownChildren(a) + ownChildren(b));
+    if (work == 0) return;
+    if (work > workLeft_)
+      throw JtFormatError("too_complex",
+                          "the shared nodes of the two files can be paired in too many ways");
+    workLeft_ -= work;
+    const ChildMatch match = matchChildren(a, graphs_.factsA, b, graphs_.factsB);
+    for (const int index : match.onlyA) report_.tellChild(id, index, true);
+    for (const int index : match.onlyB) report_.tellChild(id, index, false);
+    for (const ChildMatch::Pair& pair : match.pairs) {
+      const NodePair nodes{a.child(pair.a), b.child(pair.b), id, pair.a, pair.b};
+      const bool isShared = nodes.a->numParents() > 1 || nodes.b->numParents() > 1;
+      const bool isNew = !isShared || seenNodes_.emplace(nodes.a, nodes.b).second;
+      if (!isNew && !pair.moved) continue;
+      const PairId child = report_.add(nodes);
+      if (pair.moved)
+        tell(child, DifferenceKind::position, {}, std::int64_t{pair.a}, std::int64_t{pair.b});
+      if (isNew) pending.push_back(child);
+    }
+  }
+
+  void tell(PairId id, DifferenceKind kind, const std::string& name, const ComparedValue& a,
+            const ComparedValue& b) {
+    report_.tell(id, kind, name, [&](Difference& difference) {
+      difference.a = a;
+      difference.b = b;
+    });
+  }
+
+  Graphs graphs_;
+  Forms forms_;
+  Report report_;
+  ObjectComparison objects_;
+  SegmentComparison segments_;
+  PropertyComparison properties_;
+  PointerPairs seenNodes_;  // only of nodes that several paths may reach
+  PointerPairs seenAttributes_;
+  std::size_t workLeft_;
+};
+
+}  // namespace
+
+}  // namespace compare_detail
+
+const char* differenceName(DifferenceKind kind) noexcept {
+  switch (kind) {
+    case DifferenceKind::node:
+      return "node";
+    case DifferenceKind::type:
+      return "type";
+    case DifferenceKind::position:
+      return "position";
+    case DifferenceKind::name:
+      return "name";
+    case DifferenceKind::field:
+      return "field";
+    case DifferenceKind::attribute:
+      return "attribute";
+    case DifferenceKind::property:
+      return "property";
+    case DifferenceKind::metadata:
+      return "metadata";
+    case DifferenceKind::geometry:
+      return "geometry";
+    case DifferenceKind::segment:
+      return "segment";
+  }
+  return "";
+}
+
+CompareResult compare(const JtPartition& a, const JtPartition& b, const CompareOptions& options,
+                      CompareSink& sink) {
+  return compare_detail::Comparison(a, b, options, sink).run();
+}
+
+}  // namespace jt

@@ -1,0 +1,119 @@
+#include "NodeFacts.h"
+
+#include <bit>
+#include <functional>
+
+#include "Jt.h"
+#include "JtMaterial.h"
+#include "JtPartition.h"
+#include "JtXform.h"
+
+namespace jt::compare_detail {
+
+namespace {
+
+std::uint64_t mix(std::uint64_t hash, std::uint64_t value) noexcept {
+  hash = (hash ^ value) * 0x9e3779b97f4a7c15ULL;
+  return hash ^ (hash >> 29);
+}
+
+std::uint64_t hashOf(const JtString& text) {
+  return std::hash<std::u16string_view>{}(text.units()) | 1U;
+}
+
+std::uint64_t hashOf(float value) noexcept {
+  return value == 0 ? 0U : std::bit_cast<std::uint32_t>(value);
+}
+
+/// In single precision, since not every version holds more.
+std::uint64_t hashOf(const JtAttribute& attribute) {
+  auto hash = std::hash<const void*>{}(attribute.typeID());
+  if (const auto* xform = as<JtXform>(&attribute))
+    for (const double value : xform->matrix()) hash = mix(hash, hashOf(static_cast<float>(value)));
+  if (const auto* material = as<JtMaterial>(&attribute))
+    for (const float value : material->diffuse()) hash = mix(hash, hashOf(value));
+  return hash;
+}
+
+std::uint64_t hashOf(const Box& box) {
+  std::uint64_t hash = 0;
+  for (const float value : box.min) hash = mix(hash, hashOf(value));
+  for (const float value : box.max) hash = mix(hash, hashOf(value));
+  return hash;
+}
+
+}  // namespace
+
+int ownChildren(const JtNode& node) {
+  const auto* partition = as<JtPartition>(&node);
+  return partition && partition->externalPartition() ? 0 : node.numChildren();
+}
+
+std::uint64_t hashOf(const JtPropAtom& atom) {
+  if (const auto* text = as<JtStringPropAtom>(&atom)) return hashOf(text->value());
+  if (const auto* number = as<JtInt32PropAtom>(&atom))
+    return mix(2, static_cast<std::uint32_t>(number->value()));
+  if (const auto* number = as<JtFloatPropAtom>(&atom)) return mix(3, hashOf(number->value()));
+  return 5;
+}
+
+GraphFacts::GraphFacts(const JtNode& root, std::span<const std::string> identityKeys) {
+  for (const std::string& key : identityKeys) keys_.emplace_back(key);
+  struct Level {
+    const JtNode* node;
+    NodeFacts* facts;  // the map keeps its entries in place
+    int next = 0;
+  };
+  std::vector<Level> stack;
+  const auto enter = [&](const JtNode* node, NodeFacts& facts) {
+    facts = describe(*node);
+    facts.subtree = facts.content;
+    stack.push_back({node, &facts});
+  };
+  enter(&root, facts_[&root]);
+  while (!stack.empty()) {
+    Level& level = stack.back();
+    if (level.next < ownChildren(*level.node)) {
+      const JtNode* child = level.node->child(level.next++);
+      ++edges_;
+      const auto [place, isNew] = facts_.try_emplace(child);
+      if (isNew)
+        enter(child, place->second);
+      else
+        level.facts->subtree = mix(level.facts->subtree, place->second.subtree);
+      continue;
+    }
+    const std::uint64_t subtree = level.facts->subtree;
+    stack.pop_back();
+    if (!stack.empty()) stack.back().facts->subtree = mix(stack.back().facts->subtree, subtree);
+  }
+}
+
+NodeFacts GraphFacts::describe(const JtNode& node) const {
+  static const JtString nameKey(Jt::jtPropName);
+  NodeFacts facts;
+  std::uint64_t properties = 0;  // their order does not count
+  JtPropAtom* key = nullptr;
+  JtPropAtom* value = nullptr;
+  for (int i = 0; node.getProperty(i, key, value); ++i) {
+    properties += mix(hashOf(*key), hashOf(*value));
+    const auto* text = as<JtStringPropAtom>(key);
+    if (!text) continue;
+    const auto* valueText = as<JtStringPropAtom>(value);
+    if (!facts.name && valueText && text->value() == nameKey) facts.name = &valueText->value();
+    for (const JtString& identity : keys_)
+      if (!facts.key && text->value() == identity) facts.key = value;
+  }
+  if (facts.key) facts.keyHash = hashOf(*facts.key);
+  if (facts.name && !facts.name->isEmpty()) facts.nameHash = hashOf(*facts.name);
+  std::uint64_t hash = std::hash<const void*>{}(node.typeID());
+  hash = mix(mix(hash, node.nodeFlags()), properties);
+  for (int i = 0; i < node.numAttributes(); ++i) hash = mix(hash, hashOf(*node.attribute(i)));
+  if (const auto* shape = as<JtShape>(&node)) hash = mix(hash, hashOf(shape->statistics().box));
+  if (const auto* partition = as<JtPartition>(&node))
+    hash = mix(hash, hashOf(partition->fileName()));
+  facts.content = hash;
+  return facts;
+}
+
+}  // namespace jt::compare_detail

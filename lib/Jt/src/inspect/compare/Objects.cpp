@@ -1,0 +1,180 @@
+#include "Objects.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "JtLights.h"
+#include "JtXform.h"
+#include "Values.h"
+#include "file/ElementTable.h"
+#include "file/SceneReader.h"
+
+namespace jt::compare_detail {
+
+namespace {
+
+file::Format formOf(const JtPartition& partition) {
+  if (const file::Container* container = partition.container()) return container->format();
+  return {partition.version().major, partition.version().minor, false};
+}
+
+bool alike(const file::Format& a, const file::Format& b) {
+  for (int feature = 0; feature <= static_cast<int>(file::Feature::partitionVersion); ++feature)
+    if (a.has(static_cast<file::Feature>(feature)) != b.has(static_cast<file::Feature>(feature)))
+      return false;
+  return true;
+}
+
+/// The light with an object id, made for the occasion; empty when there is none.
+Ref<JtSceneObject> lightOf(const JtSceneObject& set, std::int32_t id) {
+  const file::SceneSource* source = file::SceneSource::sourceOf(set);
+  const std::uint32_t element = source ? source->find(id) : file::SceneSource::kNone;
+  if (element == file::SceneSource::kNone) return {};
+  file::Links links;
+  const file::ElementKind* kind = nullptr;
+  return file::SceneReader::readElement(*source, element, links, kind, nullptr);
+}
+
+/// The matrix as far as a form holds it.
+std::vector<double> matrixOf(const JtXform& xform, const file::Format& format) {
+  std::vector<double> values(xform.matrix().begin(), xform.matrix().end());
+  if (!format.has(file::Feature::doubleTransforms))
+    for (double& value : values) value = static_cast<double>(static_cast<float>(value));
+  return values;
+}
+
+}  // namespace
+
+Forms::Forms(const JtPartition& a, const JtPartition& b) {
+  const file::Format formA = formOf(a);
+  const file::Format formB = formOf(b);
+  sameGeneration = alike(formA, formB);
+  sameBytes = sameGeneration && formA.bigEndian == formB.bigEndian;
+  haveReflectivity = formA.has(file::Feature::materialReflectivity) &&
+                     formB.has(file::Feature::materialReflectivity);
+  const auto isOlder = [](const file::Format& x, const file::Format& y) {
+    return std::pair(x.major, x.minor) < std::pair(y.major, y.minor);
+  };
+  common = isOlder(formA, formB) ? formA : formB;
+  // Field lists of some attributes have no 8.x form.
+  if (common.major < 9) common = {9, 5};
+  common.bigEndian = false;
+}
+
+bool isCarriedUnread(const JtSceneObject& object) {
+  const JtType* type = object.typeID();
+  if (type == JtOpaqueAttribute::classTypeID() || type == JtOpaquePropAtom::classTypeID())
+    return true;
+  const auto* node = as<JtNode>(&object);
+  return node && node->isOpaque();
+}
+
+std::optional<bool> sameCarriedBytes(const JtSceneObject& a, const JtSceneObject& b,
+                                     const Forms& forms) {
+  const file::SceneSource* sourceA = file::SceneSource::sourceOf(a);
+  const file::SceneSource* sourceB = file::SceneSource::sourceOf(b);
+  if (!forms.sameBytes || !sourceA || !sourceB) return {};
+  return std::ranges::equal(sourceA->body(file::SceneSource::elementOf(a)),
+                            sourceB->body(file::SceneSource::elementOf(b)));
+}
+
+/// Fields that are compared otherwise, or that only describe how their file stores things.
+bool ObjectComparison::isLeftOut(const char* name) const {
+  static constexpr std::string_view kAlways[] = {"storedValuesMask", "elementValue",
+                                                 "reservedBoundingBox"};
+  static constexpr std::string_view kBetweenGenerations[] = {"vertexBindings",
+                                                             "vertexBindingsAgain",
+                                                             "lastVertexBindings",
+                                                             "textureAndColorBinding",
+                                                             "quantizationParameters",
+                                                             "bitsPerVertexAndColor",
+                                                             "size",
+                                                             "compressionLevel"};
+  // Older than the oldest common form, so that form does not tell.
+  if (!forms_.haveReflectivity && std::string_view(name) == "reflectivity") return true;
+  return std::ranges::find(kAlways, name) != std::end(kAlways) ||
+         (!forms_.sameGeneration &&
+          std::ranges::find(kBetweenGenerations, name) != std::end(kBetweenGenerations));
+}
+
+void ObjectComparison::list(const JtSceneObject& object, file::FieldList& out) const {
+  out.clear();
+  const file::ElementKind* kind = file::findElementKind(object.typeID());
+  if (!kind) return;
+  file::FieldLister lister(out, forms_.common, forms_.sameBytes);
+  // The archive only looks; field lists take what may be written to since readers need it.
+  kind->list(lister, const_cast<JtSceneObject&>(object));
+}
+
+void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b, const Tell& tell) {
+  list(a, listA_);
+  list(b, listB_);
+  const char* last = "";
+  std::size_t repeat = 0;
+  for (std::size_t i = 0; i < std::max(listA_.fields.size(), listB_.fields.size()); ++i) {
+    const auto* fieldA = i < listA_.fields.size() ? &listA_.fields[i] : nullptr;
+    const auto* fieldB = i < listB_.fields.size() ? &listB_.fields[i] : nullptr;
+    if (!fieldA || !fieldB || std::string_view(fieldA->name) != fieldB->name) {
+      tell((fieldA ? fieldA : fieldB)->name, fieldA ? fieldValue(listA_, *fieldA) : ComparedValue(),
+           fieldB ? fieldValue(listB_, *fieldB) : ComparedValue());
+      break;
+    }
+    repeat = std::string_view(last) == fieldA->name ? repeat + 1 : 0;
+    last = fieldA->name;
+    if (isLeftOut(last)) continue;
+    if (std::string_view(last) == "lightObjectId") {
+      compareLights(a, b, tell);
+      break;
+    }
+    if (sameField(listA_, *fieldA, listB_, *fieldB, tolerance_)) continue;
+    std::string name = last;
+    if (repeat > 0) name += "[" + std::to_string(repeat) + "]";
+    tell(name, fieldValue(listA_, *fieldA), fieldValue(listB_, *fieldB));
+    // Lists of another length: what follows does not stand side by side.
+    if (name == "image") break;
+  }
+  const auto* xformA = as<JtXform>(&a);
+  const auto* xformB = as<JtXform>(&b);
+  if (!xformA || !xformB) return;
+  const std::vector<double> matrixA = matrixOf(*xformA, forms_.common);
+  const std::vector<double> matrixB = matrixOf(*xformB, forms_.common);
+  if (!isClose(matrixA, matrixB, tolerance_)) tell("matrix", matrixA, matrixB);
+}
+
+/// Light sets name their lights by ids, which mean something in their file only.
+void ObjectComparison::compareLights(const JtSceneObject& a, const JtSceneObject& b,
+                                     const Tell& tell) {
+  const auto& lightsA = static_cast<const JtLightSet&>(a).lightIds();
+  const auto& lightsB = static_cast<const JtLightSet&>(b).lightIds();
+  if (lightsA.size() != lightsB.size()) {
+    tell("lights", static_cast<std::int64_t>(lightsA.size()),
+         static_cast<std::int64_t>(lightsB.size()));
+    return;
+  }
+  for (std::size_t i = 0; i < lightsA.size(); ++i) {
+    const std::string name = "lights[" + std::to_string(i) + "]";
+    const Ref<JtSceneObject> lightA = lightOf(a, lightsA[i]);
+    const Ref<JtSceneObject> lightB = lightOf(b, lightsB[i]);
+    if (!lightA && !lightB) continue;
+    if (!lightA || !lightB || lightA->typeID() != lightB->typeID()) {
+      tell(name, lightA ? ComparedValue(lightA->typeID()->name()) : ComparedValue(),
+           lightB ? ComparedValue(lightB->typeID()->name()) : ComparedValue());
+    } else if (!as<JtLightSet>(lightA.get())) {  // sets in sets would not end
+      ObjectComparison(forms_, tolerance_)
+          .compare(*lightA, *lightB,
+                   [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
+                     tell(name + "." + field, x, y);
+                   });
+    }
+  }
+}
+
+bool ObjectComparison::isSame(const JtSceneObject& a, const JtSceneObject& b) {
+  if (isCarriedUnread(a) || isCarriedUnread(b))
+    return sameCarriedBytes(a, b, forms_).value_or(true);
+  bool same = true;
+  compare(a, b, [&](const auto&, const auto&, const auto&) { same = false; });
+  return same;
+}
+
+}  // namespace jt::compare_detail

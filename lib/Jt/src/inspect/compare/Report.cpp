@@ -1,0 +1,66 @@
+#include "Report.h"
+
+#include "JtInspect.h"
+#include "Values.h"
+
+namespace jt::compare_detail {
+
+namespace {
+
+constexpr std::size_t kShownAbove = 8;  // steps of a path that is too deep to be shown whole
+constexpr std::size_t kShownBelow = 56;
+
+std::string baseName(const JtNode& node, const GraphFacts& facts) {
+  const JtString* name = facts.of(&node).name;
+  return name && !name->isEmpty() ? name->stringToMbs() : elementName(&node);
+}
+
+}  // namespace
+
+bool Report::isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts) {
+  const auto [entry, isNew] = names_.try_emplace(&parent);
+  auto& names = entry->second;
+  for (int i = 0; isNew && i < ownChildren(parent); ++i) {
+    const JtNode* child = parent.child(i);
+    const auto [named, isFirst] = names.emplace(baseName(*child, facts), child);
+    if (!isFirst && named->second != child) named->second = nullptr;
+  }
+  return names[name] == nullptr;
+}
+
+std::string Report::step(const JtNode& parent, int index, const GraphFacts& facts) {
+  const JtNode& node = *parent.child(index);
+  std::string text = baseName(node, facts);
+  if (!isRepeated(parent, text, facts)) return text;
+  if (const JtPropAtom* key = facts.of(&node).key) return text + "[" + atomText(*key) + "]";
+  if (const std::int32_t id = node.objectId()) return text + "[#" + std::to_string(id) + "]";
+  return text + "[child " + std::to_string(index) + "]";
+}
+
+std::string Report::path(PairId pair) {
+  std::vector<PairId> steps;
+  for (PairId at = pair; at != 0; at = pairs_[at].parent) steps.push_back(at);
+  if (steps.empty()) return "/";
+  std::string text;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    if (steps.size() > kShownAbove + kShownBelow && i == kShownAbove) {
+      const std::size_t hidden = steps.size() - kShownAbove - kShownBelow;
+      text += "/...(" + std::to_string(hidden) + " levels)...";
+      i += hidden;
+    }
+    const NodePair& at = pairs_[steps[steps.size() - 1 - i]];
+    text += "/" + step(*pairs_[at.parent].a, at.indexA, graphs_.factsA);
+  }
+  return text;
+}
+
+void Report::tellChild(PairId parent, int index, bool inA) {
+  tell(parent, DifferenceKind::node, {}, [&](Difference& difference) {
+    const JtNode& holder = inA ? *pairs_[parent].a : *pairs_[parent].b;
+    if (difference.path == "/") difference.path.clear();
+    difference.path += "/" + step(holder, index, inA ? graphs_.factsA : graphs_.factsB);
+    (inA ? difference.a : difference.b) = elementName(holder.child(index));
+  });
+}
+
+}  // namespace jt::compare_detail

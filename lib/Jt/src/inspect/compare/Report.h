@@ -1,0 +1,78 @@
+#pragma once
+
+// Pairs of nodes that were held against each other, and the differences between them.
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "JtCompare.h"
+#include "NodeFacts.h"
+
+namespace jt::compare_detail {
+
+/// Index of a pair of nodes.
+using PairId = std::uint32_t;
+
+/// Two nodes, and where they were met first.
+struct NodePair {
+  const JtNode* a = nullptr;
+  const JtNode* b = nullptr;
+  PairId parent = 0;  ///< of the root pair: 0, itself
+  int indexA = 0;     ///< among the parent's children
+  int indexB = 0;
+};
+
+/// The sides of the comparison.
+struct Graphs {
+  const JtPartition& a;
+  const JtPartition& b;
+  GraphFacts factsA;
+  GraphFacts factsB;
+};
+
+/// Counts differences and tells the first ones, with the path of their node.
+class Report {
+ public:
+  Report(const Graphs& graphs, std::size_t most, CompareSink& sink)
+      : graphs_(graphs), most_(most), sink_(sink) {}
+
+  PairId add(const NodePair& pair) {
+    pairs_.push_back(pair);
+    return static_cast<PairId>(pairs_.size() - 1);
+  }
+  const NodePair& pair(PairId id) const { return pairs_[id]; }
+  const std::vector<NodePair>& pairs() const noexcept { return pairs_; }
+
+  /// A difference of a pair, or of the file when `pair` is kFile. `values` is called only for
+  /// differences that are told and fills in both sides.
+  template <class Values>
+  void tell(PairId pair, DifferenceKind kind, std::string_view name, Values values) {
+    if (++result_.differences > most_) return;
+    Difference difference{
+        pair == kFile ? std::string() : path(pair), kind, std::string(name), {}, {}};
+    values(difference);
+    sink_.difference(difference);
+  }
+  /// A child of a pair's node that only one side has.
+  void tellChild(PairId parent, int index, bool inA);
+  void skip() noexcept { ++result_.skipped; }
+  const CompareResult& result() const noexcept { return result_; }
+
+  static constexpr PairId kFile = 0xffffffffU;
+
+ private:
+  std::string path(PairId pair);
+  std::string step(const JtNode& parent, int index, const GraphFacts& facts);
+  bool isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts);
+
+  const Graphs& graphs_;
+  std::size_t most_;
+  CompareSink& sink_;
+  CompareResult result_;
+  std::vector<NodePair> pairs_;
+  // Names of children, by parent: the child, or null where several have the name.
+  std::unordered_map<const JtNode*, std::unordered_map<std::string, const JtNode*>> names_;
+};
+
+}  // namespace jt::compare_detail

@@ -1,0 +1,254 @@
+#include "Segments.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_set>
+
+#include "JtBaseDataStream.h"
+#include "JtCompare.h"
+#include "JtShape.h"
+#include "MeshMatch.h"
+#include "Values.h"
+#include "file/ElementTable.h"
+#include "file/SegmentObjects.h"
+
+namespace jt::compare_detail {
+
+namespace {
+
+using file::Container;
+using file::SegmentElement;
+using file::TocEntry;
+
+/// What stands behind the segment's own id.
+std::span<const std::byte> bytesOf(const Container& container, const TocEntry& entry) {
+  constexpr std::size_t kIdSize = 16;
+  const auto bytes = container.segmentBytes(entry);
+  return bytes.subspan(std::min(kIdSize, bytes.size()));
+}
+
+/// The elements of a segment; nothing when it is not made of elements.
+std::optional<std::vector<SegmentElement>> elementsOf(const file::SegmentContent& content,
+                                                      const file::Format& format) {
+  try {
+    return file::segmentElements(content.bytes, format);
+  } catch (const JtFormatError&) {
+    return {};
+  }
+}
+
+std::map<JtString, const JtMetaData::Value*> entriesOf(const JtMetaData& data) {
+  std::map<JtString, const JtMetaData::Value*> entries;
+  for (const JtMetaData::Entry& entry : data.entries()) entries.emplace(entry.key, &entry.value);
+  return entries;
+}
+
+/// Segments that late-loaded atoms of a file name, whether a node has them or not.
+std::unordered_set<JtGuid> namedSegments(file::SceneSource& source) {
+  std::unordered_set<JtGuid> named;
+  const file::ElementKind* lateLoaded = file::findElementKind(JtLateLoadedPropAtom::classTypeID());
+  for (std::uint32_t element = source.firstAtom(); element < source.elementCount(); ++element) {
+    if (source.kind(element) != lateLoaded) continue;
+    const auto atom = source.atom(element);
+    if (const auto* late = as<JtLateLoadedPropAtom>(atom.get())) named.insert(late->segmentId());
+  }
+  return named;
+}
+
+/// The segments of a file that no property names, but for the scene graph.
+std::vector<const TocEntry*> unnamedSegments(const JtPartition& partition) {
+  std::vector<const TocEntry*> unnamed;
+  const Container* container = partition.container();
+  file::SceneSource* source = file::SceneSource::sourceOf(partition);
+  if (!container || !source) return unnamed;
+  const auto named = namedSegments(*source);
+  for (const TocEntry& entry : container->toc())
+    if (entry.id != source->entry().id && !named.contains(entry.id)) unnamed.push_back(&entry);
+  return unnamed;
+}
+
+std::string segmentText(const Container& container, const TocEntry& entry) {
+  return std::string(file::segmentTypeName(entry.type())) + " (type " +
+         std::to_string(entry.type()) + "), " +
+         std::to_string(container.segmentBytes(entry).size()) + " bytes";
+}
+
+}  // namespace
+
+SegmentComparison::Place SegmentComparison::placeOf(const JtLateLoadedPropAtom& atom,
+                                                    const JtPartition& partition) {
+  const file::SceneSource* source = file::SceneSource::sourceOf(atom);
+  for (const Container* container :
+       {source ? &source->container() : nullptr, partition.container()})
+    if (container)
+      if (const TocEntry* entry = container->find(atom.segmentId())) return {container, entry, {}};
+  // Not in a file yet: what the atom holds. Without a segment there is nothing to be loaded.
+  return {nullptr, nullptr, const_cast<JtLateLoadedPropAtom&>(atom).load(nullptr)};
+}
+
+Ref<JtBase> SegmentComparison::Place::load() const {
+  return entry ? file::readSegmentObject(*container, *entry) : object;
+}
+
+std::string SegmentComparison::Place::text() const {
+  if (entry) return segmentText(*container, *entry);
+  return object ? object->typeID()->name() : "no such segment";
+}
+
+bool SegmentComparison::sameBytes(const Place& a, const Place& b) {
+  return a.entry && b.entry && a.container->format() == b.container->format() &&
+         std::ranges::equal(bytesOf(*a.container, *a.entry), bytesOf(*b.container, *b.entry));
+}
+
+bool SegmentComparison::sameObjects(const JtBase* a, const JtBase* b) {
+  if (!a || !b || a->typeID() != b->typeID()) return false;
+  JtBaseDataStream bytesA;
+  JtBaseDataStream bytesB;
+  return a->serialize(bytesA) && b->serialize(bytesB) && bytesA.written() == bytesB.written();
+}
+
+/// Compares unpacked elements; those of known classes by their values where the bytes differ.
+bool SegmentComparison::sameContent(const Place& a, const Place& b) {
+  if (!a.entry || !b.entry) return sameObjects(a.load().get(), b.load().get());
+  const file::SegmentContent contentA = a.container->load(*a.entry);
+  const file::SegmentContent contentB = b.container->load(*b.entry);
+  const bool sameForm = a.container->format() == b.container->format();
+  if (sameForm) return std::ranges::equal(contentA.bytes, contentB.bytes);
+  const auto elementsA = elementsOf(contentA, a.container->format());
+  const auto elementsB = elementsOf(contentB, b.container->format());
+  if (!elementsA || !elementsB) return std::ranges::equal(contentA.bytes, contentB.bytes);
+  const bool sameElements = std::ranges::equal(
+      *elementsA, *elementsB, [](const SegmentElement& x, const SegmentElement& y) {
+        return x.frame.typeId == y.frame.typeId && std::ranges::equal(x.body, y.body);
+      });
+  return sameElements ||
+         (elementsA->size() == elementsB->size() && sameObjects(a.load().get(), b.load().get()));
+}
+
+void SegmentComparison::compareLate(PairId pair, const std::string& key,
+                                    const JtLateLoadedPropAtom& a, const JtLateLoadedPropAtom& b) {
+  const Place placeA = placeOf(a, graphs_.a);
+  const Place placeB = placeOf(b, graphs_.b);
+  if ((placeA.isNowhere() && placeB.isNowhere()) || sameBytes(placeA, placeB)) return;
+  // A segment that several nodes name is compared once.
+  if (!seen_.emplace(a.segmentId(), b.segmentId()).second) return;
+  if (!placeA.isNowhere() && !placeB.isNowhere()) {
+    const bool isShape = file::isShapeSegment(a.segmentType());
+    if (!isShape) {
+      const Ref<JtBase> objectA = placeA.load();
+      const Ref<JtBase> objectB = placeB.load();
+      const auto* dataA = as<JtMetaData>(objectA.get());
+      const auto* dataB = as<JtMetaData>(objectB.get());
+      if (dataA && dataB) return compareMetaData(pair, *dataA, *dataB);
+    }
+    if (isShape && compareGeometry(pair)) return;
+    if (sameContent(placeA, placeB)) return;
+  }
+  report_.tell(pair, DifferenceKind::property, key, [&](Difference& difference) {
+    difference.a = placeA.text();
+    difference.b = placeB.text();
+  });
+}
+
+/// Compares the meshes of a pair of shapes; false when neither can be decoded.
+bool SegmentComparison::compareGeometry(PairId pair) {
+  const auto* shapeA = as<JtShape>(report_.pair(pair).a);
+  const auto* shapeB = as<JtShape>(report_.pair(pair).b);
+  if (!shapeA || !shapeB) return false;
+  const std::shared_ptr<const Mesh> meshA = shapeA->mesh();
+  const std::string damageA = meshA ? std::string() : lastError();
+  const std::shared_ptr<const Mesh> meshB = shapeB->mesh();
+  const std::string damageB = meshB ? std::string() : lastError();
+  shapeA->releaseMesh();
+  shapeB->releaseMesh();
+  if (!meshA && !meshB) return false;
+  const auto apart = meshA && meshB ? meshDifference(*meshA, *meshB, tolerance_)
+                                    : std::optional(std::pair(damageA, damageB));
+  if (!apart) return true;
+  report_.tell(pair, DifferenceKind::geometry, {}, [&](Difference& difference) {
+    difference.a = meshA ? apart->first : "not readable: " + damageA;
+    difference.b = meshB ? apart->second : "not readable: " + damageB;
+  });
+  return true;
+}
+
+void SegmentComparison::compareMetaData(PairId pair, const JtMetaData& a, const JtMetaData& b) {
+  const auto entriesA = entriesOf(a);
+  const auto entriesB = entriesOf(b);
+  const auto tell = [&](const JtString& key, const JtMetaData::Value* x,
+                        const JtMetaData::Value* y) {
+    report_.tell(pair, DifferenceKind::metadata, key.stringToMbs(), [&](Difference& difference) {
+      if (x) difference.a = metaValue(*x);
+      if (y) difference.b = metaValue(*y);
+    });
+  };
+  auto atA = entriesA.begin();
+  auto atB = entriesB.begin();
+  while (atA != entriesA.end() || atB != entriesB.end()) {
+    if (atB == entriesB.end() || (atA != entriesA.end() && atA->first < atB->first)) {
+      tell(atA->first, atA->second, nullptr);
+      ++atA;
+    } else if (atA == entriesA.end() || atB->first < atA->first) {
+      tell(atB->first, nullptr, atB->second);
+      ++atB;
+    } else {
+      if (!sameMetaValue(*atA->second, *atB->second)) tell(atA->first, atA->second, atB->second);
+      ++atA;
+      ++atB;
+    }
+  }
+}
+
+void SegmentComparison::compareUnnamed() {
+  std::vector<const TocEntry*> allA = unnamedSegments(graphs_.a);
+  std::vector<const TocEntry*> allB = unnamedSegments(graphs_.b);
+  const auto tell = [&](const TocEntry* x, const TocEntry* y) {
+    report_.tell(Report::kFile, DifferenceKind::segment, (x ? x : y)->id.text(),
+                 [&](Difference& difference) {
+                   if (x) difference.a = segmentText(*graphs_.a.container(), *x);
+                   if (y) difference.b = segmentText(*graphs_.b.container(), *y);
+                 });
+  };
+  std::multimap<JtGuid, const TocEntry*> byId;
+  for (const TocEntry* entry : allB) byId.emplace(entry->id, entry);
+  for (const TocEntry* entry : allA) {
+    const auto found = byId.find(entry->id);
+    if (found == byId.end()) {
+      tell(entry, nullptr);
+      continue;
+    }
+    const Place placeA{graphs_.a.container(), entry, {}};
+    const Place placeB{graphs_.b.container(), found->second, {}};
+    if (entry->type() != found->second->type() ||
+        (!sameBytes(placeA, placeB) && !sameContent(placeA, placeB)))
+      tell(entry, found->second);
+    byId.erase(found);
+  }
+  for (const auto& [id, entry] : byId) tell(nullptr, entry);
+}
+
+}  // namespace jt::compare_detail
+
+namespace jt {
+
+std::vector<ComparedSegment> compareSegments(const JtPartition& a, const JtPartition& b) {
+  const file::Container& containerA = *a.container();
+  const file::Container& containerB = *b.container();
+  std::vector<ComparedSegment> segments;
+  std::unordered_set<JtGuid> ids;
+  for (const file::TocEntry& entry : containerA.toc()) {
+    ids.insert(entry.id);
+    const file::TocEntry* other = containerB.find(entry.id);
+    const bool same = other && std::ranges::equal(containerA.segmentBytes(entry),
+                                                  containerB.segmentBytes(*other));
+    segments.push_back({entry.id, entry.type(),
+                        !other ? SegmentState::gone
+                        : same ? SegmentState::same
+                               : SegmentState::changed});
+  }
+  for (const file::TocEntry& entry : containerB.toc())
+    if (!ids.contains(entry.id)) segments.push_back({entry.id, entry.type(), SegmentState::added});
+  return segments;
+}
+
+}  // namespace jt

@@ -1,0 +1,52 @@
+#pragma once
+
+// Segments: what late-loaded properties name, and what nothing names.
+
+#include <set>
+#include <string>
+#include <utility>
+
+#include "JtMetaData.h"
+#include "JtPropAtom.h"
+#include "Report.h"
+#include "file/Container.h"
+
+namespace jt::compare_detail {
+
+class SegmentComparison {
+ public:
+  SegmentComparison(const Graphs& graphs, double tolerance, Report& report)
+      : graphs_(graphs), tolerance_(tolerance), report_(report) {}
+
+  /// Compares what two late-loaded atoms under one key stand for.
+  void compareLate(PairId pair, const std::string& key, const JtLateLoadedPropAtom& a,
+                   const JtLateLoadedPropAtom& b);
+  /// Compares entries, whatever their order; of several under one key the first counts.
+  void compareMetaData(PairId pair, const JtMetaData& a, const JtMetaData& b);
+  /// Compares the segments that no property names, by their bytes.
+  void compareUnnamed();
+
+ private:
+  /// Where a value lies: in a segment, in memory, or nowhere.
+  struct Place {
+    const file::Container* container = nullptr;
+    const file::TocEntry* entry = nullptr;
+    Ref<JtBase> object;
+
+    bool isNowhere() const noexcept { return !entry && !object; }
+    Ref<JtBase> load() const;
+    std::string text() const;
+  };
+  bool compareGeometry(PairId pair);
+  static Place placeOf(const JtLateLoadedPropAtom& atom, const JtPartition& partition);
+  static bool sameBytes(const Place& a, const Place& b);
+  static bool sameContent(const Place& a, const Place& b);
+  static bool sameObjects(const JtBase* a, const JtBase* b);
+
+  const Graphs& graphs_;
+  double tolerance_;
+  Report& report_;
+  std::set<std::pair<JtGuid, JtGuid>> seen_;
+};
+
+}  // namespace jt::compare_detail
