@@ -42,7 +42,10 @@ INSTANTIATE_TEST_SUITE_P(
     Usage, Failures,
     testing::Values(
         Failing{"", 2, "usage"}, Failing{"inof tiny95.jt", 2, "usage"},
-        Failing{"diff a b", 2, "usage"}, Failing{"info", 2, "usage"},
+        Failing{"import a b", 2, "usage"}, Failing{"info", 2, "usage"},
+        Failing{"diff tiny95.jt", 2, "usage"},
+        Failing{"diff tiny95.jt tiny95.jt --tolerance -1", 2, "usage"},
+        Failing{"diff tiny95.jt tiny95.jt -tnan", 2, "usage"},
         Failing{"info tiny95.jt tiny81.jt", 2, "usage"},
         Failing{"info --nothing tiny95.jt", 2, "usage"},
         Failing{"info --segments=3 tiny95.jt", 2, "usage"},
@@ -67,9 +70,11 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"explain cut.jt", 3, "truncated"}, Failing{"verify missing.jt", 3, "not_found"},
         Failing{"verify text.jt", 3, "not_jt"}, Failing{"copy cut.jt b.jt", 3, "truncated"},
         Failing{"info tiny95.jt --max-segment 100", 3, "too_large"},
-        Failing{"tree missing.jt", 3, "not_found"}, Failing{"tree missing.kpak", 3, "not_found"},
-        Failing{"tree hollow.kpak", 3, "not_found"}, Failing{"tree odd.kpak", 3, "bad_document"},
-        Failing{"get text.jt 1", 3, "not_jt"}, Failing{"tree stream:missing.jt", 3, "not_found"},
+        Failing{"diff tiny95.jt missing.jt", 3, "not_found"},
+        Failing{"diff cut.jt text.jt", 3, "truncated"}, Failing{"tree missing.jt", 3, "not_found"},
+        Failing{"tree missing.kpak", 3, "not_found"}, Failing{"tree hollow.kpak", 3, "not_found"},
+        Failing{"tree odd.kpak", 3, "bad_document"}, Failing{"get text.jt 1", 3, "not_jt"},
+        Failing{"tree stream:missing.jt", 3, "not_found"},
         Failing{"set stream:cut.jt 1 name=a", 3, "truncated"}));
 
 INSTANTIATE_TEST_SUITE_P(

@@ -38,6 +38,7 @@ ExitCode runGraph(Session& session);
 ExitCode runExplain(Session& session);
 ExitCode runVerify(Session& session);
 ExitCode runCopy(Session& session);
+ExitCode runDiff(Session& session);
 ExitCode runNew(Session& session);
 ExitCode runTree(Session& session);
 ExitCode runGet(Session& session);

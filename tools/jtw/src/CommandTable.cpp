@@ -27,6 +27,12 @@ constexpr Option kCopyOptions[] = {
     kDryRun,
     kMaxSegment,
     kMaxDocument};
+constexpr Option kDiffOptions[] = {
+    {"tolerance", 't', "T", "how far apart numbers may be; lengths in the unit of their node (0)"},
+    {"segments", 0, nullptr, "also compare the segments byte for byte"},
+    {"limit", 0, "N", "the most differences that are listed (1000)"},
+    kMaxSegment,
+    kMaxDocument};
 constexpr Option kNewOptions[] = {
     {"unit", 0, "UNIT", "its unit of length, named as for set (Millimeters)"},
     {"force", 0, nullptr, "replace a component that is there already"},
@@ -125,6 +131,13 @@ constexpr Command kCommands[] = {
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
      "OUT is standard input or output; the report then goes to standard error.",
      2, 2, kCopyOptions, runCopy},
+    {"diff", "A B [--tolerance T] [--segments]", "what is different between two JT files",
+     "jtw diff gear.jt gear-new.jt --tolerance 0.01",
+     "Compares what the files mean: one model in two versions of the format is the same. Meshes\n"
+     "are compared as sets of triangles. --tolerance is for nodes, attributes and meshes; "
+     "properties\n"
+     "and metadata are compared exactly. Exit code 1 when there is a difference.",
+     2, 2, kDiffOptions, runDiff},
     {"new", "DOC [--unit UNIT] [--force]", "makes an empty component", "jtw new gear.kpak",
      "A name that ends in .kpak, .co or .cor becomes a folder with a JT file in it. The component\n"
      "gets the key 1 and the name of the document.",
@@ -216,7 +229,6 @@ constexpr Command kCommands[] = {
      1,
      {},
      runHelp},
-    {"diff", "", "", "", "", 0, kManyArguments, {}, nullptr},
     {"update-materials", "", "", "", "", 0, kManyArguments, {}, nullptr},
 };
 
