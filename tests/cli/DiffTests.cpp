@@ -54,8 +54,8 @@ TEST(Diff, MatricesAreForColumnVectors) {
   EXPECT_TRUE(matches(work.json("diff a.jt b.jt --limit 2", 1), R"({"count": 2, "differences": [
       {"path": "/", "what": "field", "name": "untransformedBoundingBox"},
       {"what": "attribute", "name": "Geometric Transform Attribute.matrix",
-       "a": [1, 0, 0, 1, 0, 1, 0, 2, 0, 0, 1, 3, 0, 0, 0, 1],
-       "b": [1, 0, 0, 1, 0, 1, 0, 2, 0, 0, 1, 4, 0, 0, 0, 1]}]})"));
+       "a": [1, 0, 0, -9, 0, 1, 0, -18, 0, 0, 1, -27, 0, 0, 0, 1],
+       "b": [1, 0, 0, -9, 0, 1, 0, -18, 0, 0, 1, -26, 0, 0, 0, 1]}]})"));
   EXPECT_TRUE(matches(work.json("diff a.jt b.jt -t 1"), R"({"same": true, "count": 0})"));
   EXPECT_EQ(work.json("diff tiny95.jt zoo95.jt -t inf", 1).at("same"), false);
 }

@@ -131,7 +131,7 @@ constexpr Command kCommands[] = {
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
      "OUT is standard input or output; the report then goes to standard error.",
      2, 2, kCopyOptions, runCopy},
-    {"diff", "A B [--tolerance T] [--segments]", "what is different between two JT files",
+    {"diff", "A B [--tolerance T] [--segments]", "tells what is different between two JT files",
      "jtw diff gear.jt gear-new.jt --tolerance 0.01",
      "Compares what the files mean: one model in two versions of the format is the same. Meshes\n"
      "are compared as sets of triangles. --tolerance is for nodes, attributes and meshes; "

@@ -121,6 +121,7 @@ class Comparison {
 
   static std::vector<const JtAttribute*> attributesOf(const JtNode& node) {
     std::vector<const JtAttribute*> all;
+    all.reserve(static_cast<std::size_t>(node.numAttributes()));
     for (int i = 0; i < node.numAttributes(); ++i) all.push_back(node.attribute(i));
     return all;
   }
@@ -157,7 +158,7 @@ class Comparison {
       if (i < a.size() && i < b.size())
         compareAttribute(id, *a[i], *b[i]);
       else
-        tellLonely(id, type, i < a.size() ? a[i] : nullptr, i < b.size() ? b[i] : nullptr);
+        tellLonely(id, type, i < a.size() ? *a[i] : *b[i], i < a.size());
     }
   }
 
@@ -174,21 +175,21 @@ class Comparison {
                      });
   }
 
-  void tellLonely(PairId id, const std::string& type, const JtAttribute* a, const JtAttribute* b) {
-    const JtAttribute& attribute = a ? *a : *b;
+  void tellLonely(PairId id, const std::string& type, const JtAttribute& attribute, bool inA) {
     if (!forms_.sameGeneration && isOfOneGeneration(attribute)) {
       report_.skip();
       return;
     }
-    tell(id, DifferenceKind::attribute, type, a ? ComparedValue(type) : ComparedValue(),
-         b ? ComparedValue(type) : ComparedValue());
+    tell(id, DifferenceKind::attribute, type, inA ? ComparedValue(type) : ComparedValue(),
+         inA ? ComparedValue() : ComparedValue(type));
   }
 
   /// Matches the children and adds the pairs that were not met before to `pending`.
   void compareChildren(PairId id, std::vector<PairId>& pending) {
     const JtNode& a = *report_.pair(id).a;
     const JtNode& b = *report_.pair(id).b;
-    const auto work = static_cast<std::size_t>(ownChildren(a) + ownChildren(b));
+    const auto work =
+        static_cast<std::size_t>(ownChildren(a)) + static_cast<std::size_t>(ownChildren(b));
     if (work == 0) return;
     if (work > workLeft_)
       throw JtFormatError("too_complex",
