@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "IdxIFile.h"
 #include "IdxOFile.h"
@@ -81,6 +86,53 @@ TEST(Idx, DoublesAtTheEndsOfTheRange) {
     EXPECT_TRUE(in.good()) << text;
     EXPECT_EQ(back, value);
     EXPECT_EQ(std::signbit(back), std::signbit(value));
+  }
+}
+
+TEST(Idx, AnyTextAndAnyBitsComeBackInLinesOf80) {
+  std::mt19937_64 random(5);
+  std::string text;
+  IdxOFile out(text, 80);
+  std::vector<std::string> narrow;
+  std::vector<std::wstring> wide;
+  std::vector<double> numbers;
+  for (int i = 0; i < 2000; ++i) {
+    std::string& bytes = narrow.emplace_back(random() % 9, '\0');
+    for (char& c : bytes)
+      c = random() % 3 ? static_cast<char>(random()) : "\"'\n\\ :"[random() % 6];
+    std::wstring& letters = wide.emplace_back(random() % 5, L'\0');
+    for (wchar_t& c : letters) c = static_cast<wchar_t>(random() % (random() % 2 ? 0xD800 : 256));
+    if (i % 7 == 0) letters += wchar_t{0x10FFFF};
+    double number = std::bit_cast<double>(random());
+    if (std::isnan(number)) number = 0.1;
+    out << bytes << letters << numbers.emplace_back(number);
+  }
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    EXPECT_LE(end - start, 80U) << text.substr(start, end - start);
+    start = end + 1;
+  }
+  IdxIFile in(text);
+  for (std::size_t i = 0; i < narrow.size(); ++i) {
+    std::string bytes;
+    std::wstring letters;
+    double number = 0;
+    in >> bytes >> letters >> number;
+    ASSERT_TRUE(in.good() && bytes == narrow[i] && letters == wide[i]) << i;
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(number), std::bit_cast<std::uint64_t>(numbers[i]));
+  }
+}
+
+TEST(Idx, AnOddAlphaIsBroughtIntoRange) {
+  for (const float alpha : {-1.0F, 2.0F, std::numeric_limits<float>::quiet_NaN()}) {
+    std::string text;
+    IdxOFile(text) << ApiGraColor(1, 2, 3, alpha) << 7;
+    IdxIFile in(text);
+    ApiGraColor color;
+    int behind = 0;
+    in >> color >> behind;
+    EXPECT_EQ(behind, 7) << text;
+    EXPECT_EQ(color, ApiGraColor(1, 2, 3, alpha > 1 ? 1.0F : 0.0F));
   }
 }
 

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <random>
 #include <string_view>
 
 #include "ApiGraColor.h"
@@ -57,6 +58,28 @@ TEST(BufferText, SurvivesWhatOthersWrote) {
     JtBufferProperty read;
     read.fromText(JtString(expected.text));
     EXPECT_EQ(bytesOf(read), expected.bytes) << expected.text;
+  }
+}
+
+TEST(BufferText, DamageNeverRunsOverTheSizeOrTheText) {
+  std::mt19937 random(11);
+  const std::u16string alphabet = u"0129,\\@-x\u00ff\uffff";
+  for (int round = 0; round < 20000; ++round) {
+    std::u16string units = bufferOf("a\\\0,z"sv).toText().units();
+    for (auto left = random() % 6; left > 0; --left) {
+      const std::size_t place = random() % (units.size() + 1);
+      const char16_t unit = alphabet[random() % alphabet.size()];
+      if (random() % 3 == 0)
+        units.insert(place, 1, unit);
+      else if (place < units.size())
+        random() % 2 ? void(units[place] = unit) : units.resize(place);
+    }
+    JtBufferProperty read;
+    read.fromText(JtString(units));
+    ASSERT_LE(static_cast<std::size_t>(read.size()), 4 * units.size());
+    JtBufferProperty again;
+    again.fromText(read.toText());
+    ASSERT_TRUE(bytesOf(again) == bytesOf(read));
   }
 }
 

@@ -200,4 +200,40 @@ TEST_F(RootNodes, WhatWasWrittenIsReadAgain) {
   EXPECT_EQ(listing(copy), before);
 }
 
+/// A chain of blocks 100 000 deep; the deepest shows one part many times.
+TEST_F(RootNodes, NeitherDepthNorSharingEndsAnOperation) {
+  constexpr int kDepth = 100000;
+  JtwEntity& top = entity(2);
+  auto* node = jt::as<VisMetaDataNode>(top.jtNode());
+  for (int i = 0; i < kDepth; ++i) {
+    const auto child = jt::make<VisMetaDataNode>();
+    setNumber(*child, "KrGmProtoKey", 10 + i);
+    node->addChild(child.get());
+    node = child.get();
+  }
+  const auto shared = jt::make<VisPartNode>();
+  setNumber(*shared, "KrGmProtoKey", 3);
+  for (int i = 0; i < 50; ++i) instance(*node, *shared);
+  ASSERT_TRUE(jtw::loadWrappers(root_));
+  EXPECT_EQ(root_.getAllNodes().size(), kDepth + 3U);
+  EXPECT_EQ(find(3)->parent(), key(9 + kDepth));
+
+  JtwEntity* const copy = root_.cloneEntityNode(key(2), true);
+  ASSERT_TRUE(copy);
+  EXPECT_EQ(copy->key(), key(10 + kDepth));
+  EXPECT_TRUE(find(10)->setParent(copy->key()));
+  EXPECT_FALSE(copy->setParent(key(9 + kDepth))) << "it stands above";
+  EXPECT_EQ(find(3)->absLoc(), RTTran3D::unit);
+  auto& exported = static_cast<JtExportRoot&>(root_);
+  const auto target = jt::make<JtPartition>();
+  exported.copyToPartition(target.get());
+  EXPECT_TRUE(exported.disconnect());
+  EXPECT_EQ(find(3)->jtNode()->numParents(), 50) << "one part in the copy too";
+  EXPECT_TRUE(root_.deleteNode(copy->key()));
+  EXPECT_TRUE(find(10)->parent().isNull());
+  // Whoever is moved leaves all its places.
+  EXPECT_TRUE(find(3)->setParent(key(1)));
+  EXPECT_EQ(find(3)->jtNode()->numParents(), 1);
+}
+
 }  // namespace

@@ -41,8 +41,7 @@ TEST_P(Failures, AreToldInJsonAndTextWithTheirCode) {
 INSTANTIATE_TEST_SUITE_P(
     Usage, Failures,
     testing::Values(
-        Failing{"", 2, "usage"}, Failing{"inof tiny95.jt", 2, "usage"},
-        Failing{"import a b", 2, "usage"}, Failing{"info", 2, "usage"},
+        Failing{"", 2, "usage"}, Failing{"inof tiny95.jt", 2, "usage"}, Failing{"info", 2, "usage"},
         Failing{"diff tiny95.jt", 2, "usage"},
         Failing{"diff tiny95.jt tiny95.jt --tolerance -1", 2, "usage"},
         Failing{"diff tiny95.jt tiny95.jt -tnan", 2, "usage"},

@@ -72,8 +72,10 @@ IdxOFile& IdxOFile::operator<<(const RTTran3D& value) {
 }
 
 IdxOFile& IdxOFile::operator<<(const ApiGraColor& value) {
+  // A reader stops at an alpha outside 0..1, and with it at everything behind.
+  const float alpha = ApiGraColor::fromUnit(0, 0, 0, value.getAlpha()).getAlpha();
   return *this << int{value.red()} << int{value.green()} << int{value.blue()}
-               << static_cast<double>(value.getAlpha());
+               << static_cast<double>(alpha);
 }
 
 IdxOFile& IdxOFile::operator<<(const IdxObject& value) {

@@ -227,6 +227,8 @@ class JTW_API JtwRoot : public JtwCollection {
   ApiDocument::Structure readStructure(const ApiDocumentRef& document, VisMetaDataNode& component);
   void handleKrJtSwitch();
   void handleXformOnComponent(VisMetaDataNode* component);
+  /// PMI that outlive their collection do not keep its JT node alive, and with it what hangs below.
+  void partPMIsFromNode(JtwNode& node);
   bool uninitialize();
   void destroyNodes();
 

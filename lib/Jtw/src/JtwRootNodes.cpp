@@ -94,11 +94,13 @@ Wrapper* createPMI(JtwRoot& root, const ApiProtoKey& key, const ApiProtoKey& par
   return made.release();
 }
 
-/// Takes away from a copied graph what tells one object from another.
+/// Takes away from a copied graph what tells one object from another; frames are objects too.
 void stripIdentity(JtNode* copy) {
   jtw::forEachBelow(copy, [](JtNode& node) {
     jtw::eraseProperty(&node, Key::protoKey);
     jtw::eraseProperty(&node, Key::globalUniqueId);
+    jtw::eraseProperty(&node, Key::frames);
+    jtw::eraseProperty(&node, Key::pmiProtoKeys);
   });
 }
 
@@ -170,6 +172,12 @@ RWClassicTValOrderedVector<JtwPMI*> JtwRoot::getJtwPMIsOfNode(const JtNode* jtNo
 void JtwRoot::setJtwPMIsOfNodeToCollection(JtNode* jtNode) {
   for (JtwPMI* pmi : getJtwPMIsOfNode(jtNode))
     if (pmi->collection()) pmi->setOriginJtNode(pmi->collection()->jtNode());
+}
+
+void JtwRoot::partPMIsFromNode(JtwNode& node) {
+  for (JtwPMI* pmi : getJtwPMIsOfNode(node.jtNode())) pmi->setOriginJtNode(nullptr);
+  if (node.isCollection() == 0) return;
+  for (JtwPMI* pmi : static_cast<JtwCollection&>(node).namedBy_) pmi->setJtNode(nullptr);
 }
 
 ApiProtoKey JtwRoot::PMIMaxProtoKey() const {
@@ -265,6 +273,7 @@ bool JtwRoot::deleteNode(const ApiProtoKey& key) {
     JtNode* above = jtNode->parent(0);
     if (above && above->isOpaque()) return false;
     setJtwPMIsOfNodeToCollection(jtNode);
+    partPMIsFromNode(*node);
     jtw::cutChild(above, jtNode);
     const auto byJtNode = nodesByJtNode_.find(jtNode);
     if (byJtNode != nodesByJtNode_.end() && byJtNode->second == node)
