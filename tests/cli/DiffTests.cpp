@@ -51,8 +51,7 @@ TEST(Diff, MatricesAreForColumnVectors) {
   ASSERT_EQ(work.run("set a.jt '#6' loc=1,2,3").exit, 0);
   work.write("b.jt", work.read("a.jt"));
   ASSERT_EQ(work.run("set b.jt '#6' loc=1,2,4").exit, 0);
-  EXPECT_TRUE(matches(work.json("diff a.jt b.jt --limit 2", 1), R"({"count": 2, "differences": [
-      {"path": "/", "what": "field", "name": "untransformedBoundingBox"},
+  EXPECT_TRUE(matches(work.json("diff a.jt b.jt --limit 2", 1), R"({"count": 1, "differences": [
       {"what": "attribute", "name": "Geometric Transform Attribute.matrix",
        "a": [1, 0, 0, -9, 0, 1, 0, -18, 0, 0, 1, -27, 0, 0, 0, 1],
        "b": [1, 0, 0, -9, 0, 1, 0, -18, 0, 0, 1, -26, 0, 0, 0, 1]}]})"));
