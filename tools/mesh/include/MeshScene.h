@@ -18,6 +18,9 @@
 
 namespace mesh {
 
+/// The colour with every component in 0..1; what is no number becomes 0.
+jt::Rgba clamped(const jt::Rgba& colour);
+
 /// How a surface looks.
 struct Material {
   std::string name;

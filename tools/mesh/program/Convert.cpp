@@ -123,7 +123,7 @@ mesh::Scene readScene(Session& session, const std::string& input) {
   const jt::Ref<JtPartition> partition = openWithParts(session, input);
   try {
     mesh::Scene scene = mesh::sceneOf(*partition, chosenLevel(session).value_or(0));
-    for (const std::string& note : scene.notes) session.warn(input + ": " + note);
+    showNotes(session, input, scene);
     return scene;
   } catch (const JtFormatError& error) {
     throw readFailure(error, input);

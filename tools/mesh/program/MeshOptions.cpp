@@ -5,6 +5,7 @@
 
 #include "Limits.h"
 #include "MeshFiles.h"
+#include "MeshReport.h"
 #include "Session.h"
 
 namespace tool {
@@ -47,7 +48,7 @@ mesh::Scene loadMeshFile(Session& session, const std::string& path) {
   limitReader(path);
   try {
     mesh::Scene scene = mesh::loadScene(path, unit);
-    for (const std::string& note : scene.notes) session.warn(path + ": " + note);
+    showNotes(session, path, scene);
     return scene;
   } catch (const JtFormatError& error) {
     throw readFailure(error, path);

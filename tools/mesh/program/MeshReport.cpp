@@ -18,6 +18,11 @@ SceneCounts::SceneCounts(const mesh::Scene& scene)
     if (mesh->kind == jt::Mesh::Kind::triangles) triangles += mesh->primitiveCount();
 }
 
+void showNotes(Session& session, const std::string& path, const mesh::Scene& scene) {
+  for (const std::string& note : scene.notes)
+    session.warn(describe({.file = path, .segment = {}, .element = {}, .offset = {}}, note));
+}
+
 void writeCounts(Session& session, const SceneCounts& counts) {
   JsonWriter& json = session.json();
   json.key("scene");

@@ -19,6 +19,9 @@ struct SceneCounts {
   explicit SceneCounts(const mesh::Scene& scene);
 };
 
+/// Warns of what could not be taken over from a file.
+void showNotes(Session& session, const std::string& path, const mesh::Scene& scene);
+
 /// Writes the member "scene" of a result.
 void writeCounts(Session& session, const SceneCounts& counts);
 /// The same in one line of text.

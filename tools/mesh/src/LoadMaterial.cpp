@@ -22,7 +22,7 @@ bool readColour(const aiMaterial& source, const char* key, unsigned type, unsign
                 jt::Rgba& colour) {
   aiColor4D value(0, 0, 0, 1);
   if (source.Get(key, type, index, value) != aiReturn_SUCCESS) return false;
-  colour = {unitRange(value.r), unitRange(value.g), unitRange(value.b), unitRange(value.a)};
+  colour = clamped({value.r, value.g, value.b, value.a});
   return true;
 }
 

@@ -35,10 +35,7 @@ jt::Vec3f toUnitVec(const aiVector3D& v) {
   return {v.x / length + 0.0F, v.y / length + 0.0F, v.z / length + 0.0F};
 }
 
-std::array<float, 4> toColour(const aiColor4D& c) {
-  const auto clamp = [](float value) { return std::clamp(value, 0.0F, 1.0F); };
-  return {clamp(c.r), clamp(c.g), clamp(c.b), clamp(c.a)};
-}
+std::array<float, 4> toColour(const aiColor4D& c) { return clamped({c.r, c.g, c.b, c.a}); }
 
 std::string nameOf(const aiMesh& mesh) {
   return mesh.mName.length > 0 ? "the mesh '" + std::string(mesh.mName.C_Str()) + "'" : "a mesh";

@@ -1,5 +1,6 @@
 #include "NodeProperties.h"
 
+#include <cmath>
 #include <unordered_set>
 
 #include "Jt.h"
@@ -18,6 +19,8 @@ class Collector {
   }
   void add(const std::string& key, Value value) {
     if (key.empty() || key == Jt::jtPropName || key == Jt::jtPropMeasurementUnits) return;
+    const double* number = std::get_if<double>(&value);
+    if (number && !std::isfinite(*number)) return;  // most formats cannot say it
     if (keys_.insert(key).second) properties_.emplace_back(key, std::move(value));
   }
 

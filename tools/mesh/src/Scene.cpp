@@ -6,6 +6,13 @@
 
 namespace mesh {
 
+jt::Rgba clamped(const jt::Rgba& colour) {
+  jt::Rgba result{};
+  for (std::size_t i = 0; i < result.size(); ++i)
+    result[i] = colour[i] > 0 ? std::min(colour[i], 1.0F) : 0.0F;
+  return result;
+}
+
 std::array<double, 3> transformPoint(const jt::Matrix4& m, const jt::Vec3f& point) {
   const double x = point[0];
   const double y = point[1];

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <map>
 
 #include "Jt.h"
@@ -30,12 +31,13 @@ jt::Matrix4 ownMatrix(const JtNode& node) {
 }
 
 Material materialOf(const JtMaterial& source) {
+  const float shininess = source.shininess();
   return {{},
-          source.ambient(),
-          source.diffuse(),
-          source.specular(),
-          source.emission(),
-          source.shininess()};
+          clamped(source.ambient()),
+          clamped(source.diffuse()),
+          clamped(source.specular()),
+          clamped(source.emission()),
+          std::isfinite(shininess) ? shininess : Material().shininess};
 }
 
 /// A node on one path, with what is gathered above it and not yet in a node of the scene.

@@ -48,9 +48,10 @@ std::array<std::uint32_t, 3> cornersOf(const Placed& placed, std::size_t first) 
 std::array<std::uint8_t, 4> colourOf(const Scene& scene, const Placed& placed, const float* own) {
   jt::Rgba colour = own ? jt::Rgba{own[0], own[1], own[2], own[3]} : Material().diffuse;
   if (!own && placed.surface->material) colour = scene.materials[*placed.surface->material].diffuse;
+  colour = clamped(colour);
   std::array<std::uint8_t, 4> bytes{};
   for (std::size_t i = 0; i < 4; ++i)
-    bytes[i] = static_cast<std::uint8_t>(colour[i] * 255.0F + 0.5F);
+    bytes[i] = static_cast<std::uint8_t>(std::lround(colour[i] * 255.0F));
   return bytes;
 }
 
