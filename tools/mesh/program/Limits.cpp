@@ -1,6 +1,5 @@
 #include "Limits.h"
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -8,7 +7,7 @@
 namespace tool {
 namespace {
 
-constexpr rlim_t kLeastSeconds = 300;
+constexpr rlim_t kLeastSeconds = 60;
 constexpr rlim_t kBytesASecond = 100'000;
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -19,16 +18,16 @@ constexpr bool kBoundsMemory = !__has_feature(address_sanitizer);
 constexpr bool kBoundsMemory = true;
 #endif
 
-void limit(int resource, rlim_t value) {
-  rlimit now{};
-  if (getrlimit(resource, &now) != 0 || now.rlim_cur <= value) return;
-  now.rlim_cur = value;
-  setrlimit(resource, &now);
-}
-
 }  // namespace
 
-void limitReader(const std::string& file) {
+void ReaderLimits::limit(int resource, rlim_t value) {
+  rlimit now{};
+  if (getrlimit(resource, &now) != 0 || now.rlim_cur <= value) return;
+  const rlim_t before = std::exchange(now.rlim_cur, value);
+  if (setrlimit(resource, &now) == 0) before_.emplace_back(resource, before);
+}
+
+ReaderLimits::ReaderLimits(const std::string& file) {
   std::error_code error;
   const auto size = std::filesystem::file_size(file, error);
   limit(RLIMIT_CPU, kLeastSeconds + (error ? 0 : size / kBytesASecond));
@@ -37,6 +36,15 @@ void limitReader(const std::string& file) {
   const long pageSize = sysconf(_SC_PAGESIZE);
   if (kBoundsMemory && pages > 0 && pageSize > 0)
     limit(RLIMIT_AS, static_cast<rlim_t>(pages) * static_cast<rlim_t>(pageSize));
+}
+
+ReaderLimits::~ReaderLimits() {
+  for (const auto& [resource, value] : before_) {
+    rlimit now{};
+    if (getrlimit(resource, &now) != 0) continue;
+    now.rlim_cur = value;
+    setrlimit(resource, &now);
+  }
 }
 
 }  // namespace tool

@@ -45,7 +45,7 @@ std::optional<std::size_t> parseNumber(std::string_view text) {
 
 mesh::Scene loadMeshFile(Session& session, const std::string& path) {
   const double unit = unitOption(session);
-  limitReader(path);
+  const ReaderLimits limits(path);
   try {
     mesh::Scene scene = mesh::loadScene(path, unit);
     showNotes(session, path, scene);
