@@ -152,18 +152,18 @@ void ObjectComparison::compareLights(const JtSceneObject& a, const JtSceneObject
     return;
   }
   for (std::size_t i = 0; i < lightsA.size(); ++i) {
-    const std::string name = "lights[" + std::to_string(i) + "]";
+    const std::string name = "lights[" + std::to_string(i) + "].";
     const Ref<JtSceneObject> lightA = lightOf(a, lightsA[i]);
     const Ref<JtSceneObject> lightB = lightOf(b, lightsB[i]);
     if (!lightA && !lightB) continue;
     if (!lightA || !lightB || lightA->typeID() != lightB->typeID()) {
-      tell(name, lightA ? ComparedValue(lightA->typeID()->name()) : ComparedValue(),
+      tell(name + "type", lightA ? ComparedValue(lightA->typeID()->name()) : ComparedValue(),
            lightB ? ComparedValue(lightB->typeID()->name()) : ComparedValue());
     } else if (!as<JtLightSet>(lightA.get())) {  // sets in sets would not end
       ObjectComparison(forms_, tolerance_)
           .compare(*lightA, *lightB,
                    [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
-                     tell(name + "." + field, x, y);
+                     tell(std::string(name).append(field), x, y);
                    });
     }
   }

@@ -21,6 +21,7 @@ std::string dateText(const DateFields& date) {
 template <class Range>
 std::vector<double> numbers(const Range& range) {
   std::vector<double> all;
+  all.reserve(std::size(range));
   for (const auto value : range) all.push_back(static_cast<double>(value));
   return all;
 }
@@ -93,7 +94,7 @@ std::string atomText(const JtPropAtom& atom) {
   return elementName(&atom);
 }
 
-bool sameMetaValue(const JtMetaData::Value& a, const JtMetaData::Value& b) noexcept {
+bool sameMetaValue(const JtMetaData::Value& a, const JtMetaData::Value& b) {
   const auto* x = std::get_if<float>(&a);
   const auto* y = std::get_if<float>(&b);
   return x && y ? isClose(*x, *y, 0) : a == b;

@@ -21,7 +21,7 @@ bool sameAtom(const JtPropAtom& a, const JtPropAtom& b);
 ComparedValue atomValue(const JtPropAtom& atom);
 std::string atomText(const JtPropAtom& atom);
 
-bool sameMetaValue(const JtMetaData::Value& a, const JtMetaData::Value& b) noexcept;
+bool sameMetaValue(const JtMetaData::Value& a, const JtMetaData::Value& b);
 ComparedValue metaValue(const JtMetaData::Value& value);
 
 /// Compares a field that both lists have under one name.
