@@ -27,7 +27,7 @@ class Component {
  public:
   Component()
       : document_(std::make_shared<ApiDocument>(bench::folder() + "/gear" +
-                                                std::to_string(number_++) + ".kpak")),
+                                                std::to_string(number_++) + ".jt")),
         root_(*JtwManager::the().computeNewDocRoot(document_)) {
     root_.setKey(ApiProtoKey(1));
   }
@@ -36,10 +36,12 @@ class Component {
   ~Component() { JtwManager::the().releaseRoot(document_); }
 
   JtwRoot& root() { return root_; }
-  /// Blocks, ten below each.
+  /// The next of a tree of blocks with ten below each.
+  JtwNode* add(long key) {
+    return root_.createBlockNode(ApiProtoKey(key), ApiProtoKey(1 + (key - 2) / kFanOut), at(key));
+  }
   void grow(long count) {
-    for (long key = 2; key <= count; ++key)
-      root_.createBlockNode(ApiProtoKey(key), ApiProtoKey(1 + (key - 2) / kFanOut), at(key));
+    for (long key = 2; key <= count; ++key) add(key);
   }
   /// A chain of blocks, each with a place of its own.
   void deepen(long count) {
@@ -123,12 +125,11 @@ void lookUpByKey(benchmark::State& state) {
   });
 }
 
+/// The table grows along with the component, so that both lie in memory alike.
 void lookUpInTable(benchmark::State& state) {
   Component component;
-  component.grow(kWalked);
-  std::unordered_map<long, JtwNode*> table;
-  for (const auto& [key, node] : component.root().getAllNodes())
-    table.emplace(key.getAsLong(), node);
+  std::unordered_map<long, JtwNode*> table{{1, &component.root()}};
+  for (long key = 2; key <= kWalked; ++key) table.emplace(key, component.add(key));
   lookUp(state, [&table](long key) { return table.find(key)->second; });
 }
 

@@ -29,6 +29,10 @@ class JtwPMIAnnotation;
 class JtwSubDevice;
 class VisMetaDataNode;
 
+namespace jtw {
+class WrapperTable;
+}
+
 /// The top of the wrapper tree of one host document: it holds the partition with the document's JT
 /// data, the JT node that stands for the component in it, and every wrapper made over that. Roots
 /// are made, initialised and destroyed by JtwManager; one thread uses a root at a time.
@@ -211,6 +215,7 @@ class JTW_API JtwRoot : public JtwCollection {
 
  private:
   friend class JtwManager;
+  friend class JtwTraverse;
 
   bool initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error);
   bool initializeAsNew(const ApiDocumentRef& document);
@@ -241,7 +246,7 @@ class JTW_API JtwRoot : public JtwCollection {
   static const unsigned currentVersion_;
 
   // A wrapper in either of the first two maps is destroyed with the root.
-  RWClassicTValHashDictionary<JtNode*, JtwNode*> nodesByJtNode_{64};
+  std::unique_ptr<jtw::WrapperTable> nodesByJtNode_;
   RWClassicTValHashDictionary<ApiProtoKey, JtwNode*> nodesByKey_{64};
   JT_LOADING_REPRESENTATION loadingRep_ = JT_LOAD_WITH_UNIT_PROPERTY;
   jt::Ref<JtPartition> partition_;
@@ -250,6 +255,7 @@ class JTW_API JtwRoot : public JtwCollection {
   bool isNewCopy_ = false;
   RWClassicTValHashDictionary<const JtNode*, RWClassicTValOrderedVector<JtwPMI*>> pmisByJtNode_{64};
 
+  unsigned forgotten_ = 0;         // grows whenever a JT node loses its wrapper
   unsigned openError_ = 0;         // not 0 after a failed opening
   jt::Ref<JtGroup> group_;         // holds a component node that was taken out of its graph
   std::shared_ptr<void> sharers_;  // one owner for each root over the same partition

@@ -72,6 +72,8 @@ class JTW_API JtwTraverse {
 
   bool internalPreNode(JtNode* node);
   bool internalPostNode(JtNode* node);
+  bool internalActOnWrapper(JtwNode* wrapper);
+  bool internalPostWrapper(JtwNode* wrapper);
   bool internalActOnPart(VisPartNode* part);
   bool internalActOnGroup(JtGroup* group);
   bool internalActOnRoot();

@@ -15,6 +15,7 @@
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
 #include "JtwPMI.h"
+#include "JtwWrapperTable.h"
 
 const unsigned JtwRoot::currentVersion_ = 2;
 
@@ -28,12 +29,15 @@ constexpr std::uint64_t kComplexityLimit = 100000;
 }  // namespace jtw
 
 JtwRoot::JtwRoot(JT_LOADING_REPRESENTATION loadingRep)
-    : JtwCollection(nullptr, this), loadingRep_(loadingRep) {}
+    : JtwCollection(nullptr, this),
+      nodesByJtNode_(std::make_unique<jtw::WrapperTable>()),
+      loadingRep_(loadingRep) {}
 
 JtwRoot::JtwRoot() : JtwRoot(JT_LOAD_WITH_UNIT_PROPERTY) {}
 
 JtwRoot::JtwRoot(const JtwRoot& other)
     : JtwCollection(other.jtNode(), this),
+      nodesByJtNode_(std::make_unique<jtw::WrapperTable>()),
       loadingRep_(other.loadingRep_),
       partition_(other.partition_),
       isJtKR_(other.isJtKR_),
@@ -204,14 +208,15 @@ bool JtwRoot::uninitialize() {
 void JtwRoot::destroyNodes() {
   std::unordered_set<JtwNode*> nodes;
   for (const auto& entry : nodesByKey_) nodes.insert(entry.second);
-  for (const auto& entry : nodesByJtNode_) nodes.insert(entry.second);
+  nodesByJtNode_->forEach([&nodes](JtNode*, JtwNode* node) { nodes.insert(node); });
   nodes.erase(this);
   // Collections and PMI refer to each other: they part while all of them are alive.
   for (JtwNode* node : nodes)
     if (node->isCollection() != 0) static_cast<JtwCollection*>(node)->uninit();
   uninit();
+  ++forgotten_;
   nodesByKey_.clear();
-  nodesByJtNode_.clear();
+  *nodesByJtNode_ = {};
   pmisByJtNode_.clear();
   for (const JtwNode* node : nodes) delete node;
 }
@@ -245,18 +250,21 @@ void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacemen
   };
   std::unordered_set<JtwNode*> wrappers{this};
   for (const auto& entry : nodesByKey_) wrappers.insert(entry.second);
-  for (const auto& entry : nodesByJtNode_) wrappers.insert(entry.second);
+  nodesByJtNode_->forEach([&wrappers](JtNode*, JtwNode* node) { wrappers.insert(node); });
   for (JtwNode* wrapper : wrappers) rebind(*wrapper);
 
-  const auto rekey = [&replacements](auto& map) {
-    auto old = std::exchange(map, {});
-    for (auto& [node, value] : old) {
-      const auto found = replacements.find(const_cast<JtNode*>(node));
-      map.emplace(found == replacements.end() ? node : found->second, std::move(value));
-    }
+  ++forgotten_;
+  const auto replaced = [&replacements](JtNode* node) {
+    const auto found = replacements.find(node);
+    return found == replacements.end() ? node : found->second;
   };
-  rekey(nodesByJtNode_);
-  rekey(pmisByJtNode_);
+  jtw::WrapperTable byJtNode;
+  nodesByJtNode_->forEach(
+      [&](JtNode* node, JtwNode* wrapper) { byJtNode.insert(replaced(node), wrapper); });
+  *nodesByJtNode_ = std::move(byJtNode);
+  auto pmisByOldNode = std::exchange(pmisByJtNode_, {});
+  for (auto& [node, pmis] : pmisByOldNode)
+    pmisByJtNode_.emplace(replaced(const_cast<JtNode*>(node)), std::move(pmis));
   for (const auto& [node, pmis] : pmisByJtNode_)
     for (JtwPMI* pmi : pmis) {
       pmi->origin_ = jt::Ref<const JtNode>(node);

@@ -19,6 +19,7 @@
 #include "JtwSceneGraph.h"
 #include "JtwSubDevice.h"
 #include "JtwTree.h"
+#include "JtwWrapperTable.h"
 #include "VisPartNode.h"
 
 using jtw::Key;
@@ -124,19 +125,16 @@ bool JtwRoot::addNodeToMap(JtwNode* node) { return node && addNodeToMapByKey(nod
 bool JtwRoot::removeNodeFromMapByKey(const ApiProtoKey& key) { return nodesByKey_.erase(key) > 0; }
 
 bool JtwRoot::addNodeByJtNode(JtNode* jtNode, JtwNode* node) {
-  return jtNode && node && nodesByJtNode_.emplace(jtNode, node).second;
+  return jtNode && node && nodesByJtNode_->insert(jtNode, node);
 }
 
-JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const {
-  const auto found = nodesByJtNode_.find(jtNode);
-  return found == nodesByJtNode_.end() ? nullptr : found->second;
-}
+JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const { return nodesByJtNode_->find(jtNode); }
 
 void JtwRoot::forgetNode(JtwNode& node) {
+  ++forgotten_;
   const auto byKey = nodesByKey_.find(node.key());
   if (byKey != nodesByKey_.end() && byKey->second == &node) nodesByKey_.erase(byKey);
-  const auto byJtNode = nodesByJtNode_.find(node.jtNode());
-  if (byJtNode != nodesByJtNode_.end() && byJtNode->second == &node) nodesByJtNode_.erase(byJtNode);
+  if (nodesByJtNode_->find(node.jtNode()) == &node) nodesByJtNode_->erase(node.jtNode());
 }
 
 bool JtwRoot::getFreeApiProtoKey(ApiProtoKey& key) const {
@@ -275,11 +273,10 @@ bool JtwRoot::deleteNode(const ApiProtoKey& key) {
     setJtwPMIsOfNodeToCollection(jtNode);
     partPMIsFromNode(*node);
     jtw::cutChild(above, jtNode);
-    const auto byJtNode = nodesByJtNode_.find(jtNode);
-    if (byJtNode != nodesByJtNode_.end() && byJtNode->second == node)
-      nodesByJtNode_.erase(byJtNode);
+    if (nodesByJtNode_->find(jtNode) == node) nodesByJtNode_->erase(jtNode);
   }
   nodesByKey_.erase(key);
+  ++forgotten_;
   delete node;
   return true;
 }

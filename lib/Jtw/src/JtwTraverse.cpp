@@ -32,8 +32,13 @@ struct JtwTraverse::Walk {
     return node->numParents() < 2 || shared_.insert(node).second;
   }
 
-  // For each node on the current path: whether it is visited, or met again and passed over.
-  std::vector<bool> visited;
+  /// One node on the current path.
+  struct Step {
+    bool visited = false;  ///< false: met again and passed over
+    JtwNode* wrapper = nullptr;
+    unsigned forgotten = 0;  ///< how many wrappers the root had forgotten by then
+  };
+  std::vector<Step> path;
 
  private:
   Walk*& slot_;
@@ -68,14 +73,17 @@ bool JtwTraverse::execute() try {
   Walk walk(impl_);
   const auto iterator = jt::make<JtStackNodeIter>();
   iterator->setPreVisit([this, &walk](JtNode* node) {
-    walk.visited.push_back(walk.isFirstVisit(node));
-    return walk.visited.back() && internalPreNode(node) ? JtStackNodeIter::Next::descend
-                                                        : JtStackNodeIter::Next::skipChildren;
+    walk.path.push_back({.visited = walk.isFirstVisit(node)});
+    return walk.path.back().visited && internalPreNode(node) ? JtStackNodeIter::Next::descend
+                                                             : JtStackNodeIter::Next::skipChildren;
   });
   iterator->setPostVisit([this, &walk](JtNode* node) {
-    const bool visited = walk.visited.back();
-    walk.visited.pop_back();
-    return !visited || internalPostNode(node);
+    const Walk::Step step = walk.path.back();
+    walk.path.pop_back();
+    if (!step.visited) return true;
+    // Looking the wrapper up once more is half of what a walk costs.
+    return step.wrapper && step.forgotten == root_->forgotten_ ? internalPostWrapper(step.wrapper)
+                                                               : internalPostNode(node);
   });
   instanceName_.clear();
   if (startNode_ && startNode_->jtNode()) iterator->run(startNode_->jtNode());
@@ -86,8 +94,12 @@ bool JtwTraverse::execute() try {
 }
 
 bool JtwTraverse::internalPreNode(JtNode* node) {
-  auto* metaDataNode = jt::as<VisMetaDataNode>(node);
-  if (metaDataNode && !root_->nodeByJtNode(node)) handleNativeJTs(metaDataNode);
+  if (JtwNode* wrapper = root_->nodeByJtNode(node)) {
+    impl_->path.back().wrapper = wrapper;
+    impl_->path.back().forgotten = root_->forgotten_;
+    return internalActOnWrapper(wrapper);
+  }
+  if (auto* metaDataNode = jt::as<VisMetaDataNode>(node)) handleNativeJTs(metaDataNode);
   if (auto* part = jt::as<VisPartNode>(node)) return internalActOnPart(part);
   if (auto* instance = jt::as<JtInstance>(node)) {
     instanceName_ = JtwNode::name(instance);
@@ -95,6 +107,19 @@ bool JtwTraverse::internalPreNode(JtNode* node) {
   }
   auto* group = jt::as<JtGroup>(node);
   return !group || internalActOnGroup(group);
+}
+
+bool JtwTraverse::internalActOnWrapper(JtwNode* wrapper) {
+  if (wrapper == root_) return internalActOnRoot();
+  const bool below = actOnNode(wrapper);
+  if (wrapper->isCollection() == 0) return below;
+  traversePMIs(static_cast<JtwCollection*>(wrapper));
+  return below && shouldContinue(wrapper);
+}
+
+bool JtwTraverse::internalPostWrapper(JtwNode* wrapper) {
+  if (wrapper == root_) return postActOnRoot(root_);
+  return wrapper->isCollection() == 0 || postActOnNode(wrapper);
 }
 
 bool JtwTraverse::internalPostNode(JtNode* node) {
@@ -106,7 +131,6 @@ bool JtwTraverse::internalPostNode(JtNode* node) {
 }
 
 bool JtwTraverse::internalActOnPart(VisPartNode* part) {
-  if (JtwNode* wrapper = root_->nodeByJtNode(part)) return actOnNode(wrapper);
   auto made = std::make_unique<JtwEntity>(part, root_, instanceName_);
   JtwNode* holder = nullptr;
   if (root_->loadingRep() == JtwRoot::JT_LOAD_ALTERNATE_REP &&
@@ -134,10 +158,7 @@ bool JtwTraverse::internalActOnGroup(JtGroup* group) {
   JtwNode* wrapper = root_->nodeByJtNode(group);
   auto* metaDataNode = jt::as<VisMetaDataNode>(group);
   if (!wrapper && metaDataNode) wrapper = makeCollection(*metaDataNode);
-  if (!wrapper) return true;
-  const bool below = actOnNode(wrapper);
-  if (wrapper->isCollection()) traversePMIs(static_cast<JtwCollection*>(wrapper));
-  return below && shouldContinue(wrapper);
+  return !wrapper || internalActOnWrapper(wrapper);
 }
 
 JtwCollection* JtwTraverse::makeCollection(VisMetaDataNode& node) {
