@@ -7,7 +7,7 @@
 namespace tool {
 namespace {
 
-constexpr rlim_t kLeastSeconds = 60;
+constexpr rlim_t kLeastSeconds = 20;
 constexpr rlim_t kBytesASecond = 100'000;
 
 #if defined(__SANITIZE_ADDRESS__)

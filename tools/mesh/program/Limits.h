@@ -9,8 +9,8 @@
 namespace tool {
 
 /// Bounds what reading a mesh file may cost for as long as the object lives: no more memory than
-/// the machine has, and a minute and what the file's size allows for; beyond that the process ends
-/// with SIGXCPU. The import library is not made for hostile files.
+/// the machine has, and 20 seconds and what the file's size allows for; beyond that the process
+/// ends with SIGXCPU. The import library is not made for hostile files.
 class ReaderLimits {
  public:
   explicit ReaderLimits(const std::string& file);
