@@ -178,6 +178,8 @@ TEST(Info, TellsWhatTheSceneGraphSays) {
       "version": "10.0", "versionText": "Version 10.0 JT", "component": false, "native": false,
       "unit": "Millimeters", "bounds": {"min": [10, 20, 30], "max": [11, 22, 33]},
       "graph": {"depth": 6, "byType": {"Part Node": 1}},
+      "shapes": {"count": 1, "triangles": 0, "byType": {"Null Shape Node": 1},
+                 "lods": [{"level": 0, "count": 1, "bytes": 0}]},
       "segments": {"count": 2, "byType": [{"type": 1, "name": "Logical Scene Graph", "count": 1},
                                           {"type": 4, "name": "Meta Data", "count": 1}]}})"));
 }
@@ -206,8 +208,11 @@ TEST(Copy, AFailureLeavesTheOldFile) {
   EXPECT_EQ(work.run("copy tiny95.jt old.jt --max-segment 1").exit, 3);
   EXPECT_EQ(work.run("copy tiny95.jt old.jt --dry-run").exit, 0);
   EXPECT_EQ(work.read("old.jt"), "precious");
-  EXPECT_EQ(work.run("copy tiny95.jt old.jt --version 10.0").exit, 0);
-  EXPECT_EQ(work.json("info old.jt").at("version"), "10.0");
+  for (const std::string version : {"8.1", "8.2", "9.5", "10.0", "10.2"}) {
+    EXPECT_EQ(work.run("copy tiny95.jt old.jt --version " + version).exit, 0);
+    EXPECT_EQ(work.json("info old.jt").at("version"), version);
+    EXPECT_EQ(work.json("verify old.jt").at("sound"), true);
+  }
 }
 
 }  // namespace

@@ -64,6 +64,29 @@ struct GraphSummary {
 
 JT_API GraphSummary summarizeGraph(const JtPartition& partition);
 
+/// The shapes of one file as their nodes tell them, each node counted once however many instances
+/// show it. Nothing is decoded for it.
+struct ShapeSummary {
+  struct Counts {
+    std::size_t shapes = 0;
+    std::uint64_t triangles = 0;
+    std::uint64_t vertices = 0;  ///< corners of strips, lines and point sets, as nodes count them
+  };
+  /// Shapes of one level of detail.
+  struct Level : Counts {
+    std::optional<int> level;  ///< 0 is the finest, 9 also what is coarser; nothing outside levels
+    std::uint64_t bytes = 0;   ///< stored, of the segments of this level
+  };
+  Counts all;                                 ///< shapes of all levels
+  std::uint64_t triangles = 0;                ///< of the finest level and outside levels
+  std::uint64_t vertices = 0;                 ///< the same
+  std::size_t uncounted = 0;                  ///< shapes whose nodes do not know their counts
+  std::map<std::string, std::size_t> byType;  ///< element name, count
+  std::vector<Level> levels;                  ///< ascending, those outside levels last
+};
+
+JT_API ShapeSummary summarizeShapes(const JtPartition& partition);
+
 /// One field of a file.
 struct ExplainedField {
   std::uint64_t offset = 0;  ///< in the file, or in the inflated bytes of `segment`

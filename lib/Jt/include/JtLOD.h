@@ -13,6 +13,9 @@ class JT_API JtLOD : public JtGroup {
   jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtLOD(*this)); }
 
   JtLOD() = default;
+  /// The alternative of a level, 0 the finest; the coarsest when there are fewer. Null when there
+  /// is none.
+  JtNode* childForLevel(std::uint32_t level) const noexcept;
 
  protected:
   JtLOD(const JtLOD&) = default;
@@ -35,6 +38,10 @@ class JT_API JtRangeLOD : public JtLOD {
   /// Increasing distances; limit i is the far end for child i. Empty: the viewer decides.
   const std::vector<float>& rangeLimits() const noexcept { return limits_; }
   void setRangeLimits(std::vector<float> limits);
+  /// The alternative for an eye at that distance from the centre: the first whose limit is not
+  /// passed, the coarsest behind all limits; the finest when there are no limits or the distance is
+  /// no number. Null when there is none.
+  JtNode* childForDistance(float distance) const noexcept;
   /// Where distances are measured from, in the node's own coordinates.
   const std::array<float, 3>& center() const noexcept { return center_; }
   void setCenter(const std::array<float, 3>& center);

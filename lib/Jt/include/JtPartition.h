@@ -94,7 +94,9 @@ class JT_API JtPartition : public JtGroup {
 
   // --- Opening
 
-  /// Switches the loading of shapes in the background, for partitions opened from then on.
+  /// Switches the loading of shapes in the background, for partitions opened from then on: all
+  /// shapes of a file are decoded on the threads of the residency manager, within
+  /// ReadLimits::maxDocumentBytes.
   static bool _autoLoadShapes;
 
   /// Opens the partition at a location: header, table of contents and scene graph are read, all

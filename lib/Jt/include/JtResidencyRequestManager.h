@@ -24,7 +24,7 @@ class JT_API JtResidencyRequestManager {
   std::size_t failures() const;
   /// Drops what waits, finishes what runs and ends the threads. A later request starts them again.
   void stop();
-  /// Threads used at most; takes effect with the next start. Default: 2.
+  /// Threads used at most; takes effect with the next start. Default: one a core.
   void setThreadCount(std::size_t count);
 
   ~JtResidencyRequestManager();

@@ -210,12 +210,17 @@ class JT_API JtNullShape : public JtShape {
   jt::LocalVersion nullVersion_;
 };
 
-/// Boxes, cylinders and other primitives by their parameters.
+/// Boxes, cylinders and other primitives by their parameters, which are kept as they are. `mesh`
+/// shows them as triangles that are off by at most a hundredth of a primitive's radius.
 class JT_API JtPrimitiveSet : public JtShape {
  public:
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtPrimitiveSet(*this)); }
+  /// The primitives as triangles, made anew, with the number of the primitive as face group. Null
+  /// as for `mesh`. @param tolerance greatest distance from the true surface, in the length unit of
+  /// the node; 0 or less: a hundredth of the radius
+  std::shared_ptr<const jt::Mesh> tessellate(float tolerance) const;
   /// How texture coordinates are made: 0 single tile, 1 isotropic.
   std::int32_t textureGeneration() const noexcept { return textureGeneration_.value_or(0); }
   JtPrimitiveSet() = default;

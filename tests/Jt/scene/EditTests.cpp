@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <regex>
 
 #include "Jt.h"
 #include "JtBaseDataStream.h"
@@ -268,17 +269,29 @@ TEST(Edit, WhatComesFromAnotherFileBringsItsSegments) {
     }
 }
 
+/// A scene as text, without what one of the versions on its way does not hold.
+std::string meaningOf(const JtPartition& root, bool passedEight) {
+  const std::string text = SceneText::of(root, false);
+  return passedEight ? std::regex_replace(text, std::regex("reflects [0-9.]+"), "") : text;
+}
+
 TEST(Edit, AnotherVersionMeansTheSame) {
   MemoryStorage storage;
   for (const char* name : kVectors)
-    for (const jt::FileVersion version : {jt::FileVersion{9, 5}, {10, 0}}) {
+    for (const jt::FileVersion version :
+         {jt::FileVersion{8, 1}, {8, 2}, {9, 5}, {10, 0}, {10, 2}}) {
       SCOPED_TRACE(std::string(name) + " to " + version.text());
       const auto root = storage.open(testData(name));
       jt::SaveOptions options;
       options.version = version;
       const auto there = storage.open(storage.saved(*root, options));
       EXPECT_EQ(there->version(), version);
-      EXPECT_EQ(SceneText::of(*there, false), SceneText::of(*root, false));
+      const bool isEight = version.major == 8;
+      EXPECT_EQ(meaningOf(*there, isEight), meaningOf(*root, isEight));
+      const bool lost = SceneText::of(*there, false) != SceneText::of(*root, false);
+      if (lost) {
+        EXPECT_TRUE(isEight && !storage.report().warnings.empty());
+      }
       for (const jt::Note& note : there->notes()) EXPECT_FALSE(note.isError) << note.message;
       if (auto* part = jt::as<VisPartNode>(at(*there, {0, 0}) ? at(*there, {0, 0, 0}) : nullptr)) {
         ASSERT_TRUE(part->ensureMetaData());
@@ -287,11 +300,11 @@ TEST(Edit, AnotherVersionMeansTheSame) {
       // And back: nothing that both hold is lost on the way.
       options.version = version.major == 9 ? jt::FileVersion{10, 0} : jt::FileVersion{9, 5};
       const auto back = storage.open(storage.saved(*there, options));
-      EXPECT_EQ(SceneText::of(*back, false), SceneText::of(*root, false));
+      EXPECT_EQ(meaningOf(*back, isEight), meaningOf(*root, isEight));
     }
   const auto root = storage.open(testData("tiny95.jt"));
   jt::SaveOptions options;
-  options.version = jt::FileVersion{8, 1};
+  options.version = jt::FileVersion{9, 4};
   EXPECT_EQ(errorCode([&] { storage.saved(*root, options); }), "unsupported_version");
   const Format v9{9, 5, false};
   SceneBuilder scene(v9);

@@ -8,7 +8,9 @@
 #include <thread>
 
 #include "Jt.h"
+#include "JtInspect.h"
 #include "JtLOD.h"
+#include "JtResidencyRequestManager.h"
 #include "file/ShapeSegment.h"
 #include "support/Meshes.h"
 #include "support/ShapeFiles.h"
@@ -155,6 +157,16 @@ TEST(Shapes, SegmentsAreSharedAndNamedByTheirLevel) {
   const auto first = jt::as<JtShape>(read->child(0))->mesh();
   ASSERT_TRUE(first);
   for (int i = 1; i < 3; ++i) EXPECT_EQ(jt::as<JtShape>(read->child(i))->mesh(), first);
+  const jt::ShapeSummary summary = jt::summarizeShapes(*again);
+  EXPECT_EQ(summary.all.shapes, 5U);
+  EXPECT_EQ(summary.triangles, 8U);  // of the finest level and outside levels
+  EXPECT_EQ(summary.byType.at("Tri-Strip Set Shape Node"), 5U);
+  std::vector<std::pair<int, std::size_t>> counts;
+  for (const auto& level : summary.levels) {
+    counts.emplace_back(level.level.value_or(-1), level.shapes);
+    EXPECT_GT(level.bytes, 100U);
+  }
+  EXPECT_EQ(counts, (std::vector<std::pair<int, std::size_t>>{{0, 3}, {1, 1}, {-1, 1}}));
 }
 
 TEST(Shapes, WhatCannotBeIsRefusedWithoutEffect) {
@@ -186,7 +198,6 @@ TEST(Shapes, ADamagedOneIsOneErrorAndTheRestStaysUsable) {
   MemoryStorage storage;
   for (const OpenedVector& one : vectorFiles()) {
     SCOPED_TRACE(one.vector.name);
-    if (one.format.major == 8) continue;
     const auto root = jt::make<JtPartition>();
     root->setVersion({one.format.major, one.format.minor});
     root->addChild(jt::makeShape(shared(one.mesh)).get());
@@ -209,6 +220,54 @@ TEST(Shapes, ADamagedOneIsOneErrorAndTheRestStaysUsable) {
     EXPECT_TRUE(std::ranges::equal(again->container()->segmentBytes(again->container()->toc()[1]),
                                    damaged->container()->segmentBytes(entry)));
   }
+}
+
+TEST(Shapes, AreLoadedAheadWhereThatIsSwitchedOn) {
+  MemoryStorage storage;
+  const auto root = jt::make<JtPartition>();
+  constexpr int kShapes = 40;
+  for (int i = 0; i < kShapes; ++i)
+    root->addChild(jt::makeShape(shared(square(static_cast<float>(i + 1)))).get());
+  Bytes file = storage.saved(*root);
+  const auto last = storage.open(file)->container()->toc().back();
+  const auto begin = file.begin() + static_cast<std::ptrdiff_t>(last.offset);
+  std::fill(begin + 66, begin + last.length, std::byte{0xff});
+  auto& manager = JtResidencyRequestManager::instance();
+  manager.stop();
+  for (const bool isOn : {false, true}) {
+    JtPartition::_autoLoadShapes = isOn;
+    const auto opened = storage.open(file);
+    std::vector<std::shared_ptr<const Mesh>> meshes;  // beside the threads of the manager
+    for (int i = 0; i < kShapes; ++i) meshes.push_back(shapeOf(opened, i)->mesh());
+    manager.waitForAll();
+    EXPECT_EQ(manager.failures(), isOn ? 1U : 0U);  // the damaged one: it was looked at
+    for (int i = 0; i < kShapes; ++i) {
+      EXPECT_EQ(shapeOf(opened, i)->mesh(), meshes[static_cast<std::size_t>(i)]);
+      EXPECT_EQ(meshes[static_cast<std::size_t>(i)] != nullptr, i + 1 < kShapes);
+    }
+  }
+  for (int i = 0; i < 20; ++i) storage.open(file)->close();  // while loads run
+  manager.waitForAll();
+  manager.stop();
+}
+
+TEST(Levels, AreChosenByNumberAndByDistance) {
+  const auto lod = jt::make<JtRangeLOD>();
+  EXPECT_EQ(lod->childForLevel(0), nullptr);
+  EXPECT_EQ(lod->childForDistance(1), nullptr);
+  for (int i = 0; i < 3; ++i) lod->addChild(jt::make<JtGroup>().get());
+  lod->setRangeLimits({10, 20});
+  struct Choice {
+    float distance;
+    int child;
+  };
+  for (const auto& [distance, child] :
+       {Choice{-1, 0}, {0, 0}, {10, 0}, {10.5F, 1}, {20, 1}, {1e30F, 2}, {std::nanf(""), 0}})
+    EXPECT_EQ(lod->childForDistance(distance), lod->child(child)) << distance;
+  lod->setRangeLimits({1, 2, 3, 4});
+  EXPECT_EQ(lod->childForDistance(9), lod->child(2));
+  EXPECT_EQ(lod->childForLevel(1), lod->child(1));
+  EXPECT_EQ(lod->childForLevel(4000000000U), lod->child(2));
 }
 
 TEST(Shapes, AreDecodedOnceHoweverManyThreadsAsk) {

@@ -23,7 +23,7 @@ constexpr Option kExplainOptions[] = {
     kMaxDocument};
 constexpr Option kLimitOptions[] = {kMaxSegment, kMaxDocument};
 constexpr Option kCopyOptions[] = {
-    {"version", 0, "V", "the JT version to write; without it that of IN"},
+    {"version", 0, "V", "8.1, 8.2, 9.5, 10.0 or 10.2; without it that of IN"},
     kDryRun,
     kMaxSegment,
     kMaxDocument};

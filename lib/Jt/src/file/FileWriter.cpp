@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "ParallelFor.h"
 #include "SegmentObjects.h"
 #include "ShapeGeometry.h"
 #include "ShapePlan.h"
@@ -43,21 +44,22 @@ FileWriter::FileWriter(JtPartition& partition, JtPartition& top, const SaveOptio
       format_{version_.major, version_.minor, container_ && container_->format().bigEndian},
       encoding_(
           partition.shapeEncoding().value_or(options.shapeEncoding.value_or(ShapeEncoding{}))),
-      sameForm_(container_ && container_->format() == format_) {}
+      sameForm_(container_ && container_->format().sameFormAs(format_)),
+      sameVersion_(container_ && container_->format() == format_),
+      converter_(format_, encoding_, options.compressionLevel) {}
 
 /// Every version that was read can be written back; others only where the whole form is known.
 void FileWriter::checkVersion() const {
-  const bool asRead = container_ && sameForm_;
-  const bool known = version_ == FileVersion{9, 5} || version_ == FileVersion{10, 0};
-  if (asRead || known) return;
-  throw JtFormatError(
-      "unsupported_version",
-      "JT version " + version_.text() +
-          " cannot be written; 9.5 and 10.0 can, and the version that a file was read in");
+  constexpr FileVersion kKnown[] = {{8, 1}, {8, 2}, {9, 5}, {10, 0}, {10, 2}};
+  if (sameVersion_ || std::ranges::find(kKnown, version_) != std::end(kKnown)) return;
+  throw JtFormatError("unsupported_version",
+                      "JT version " + version_.text() +
+                          " cannot be written; 8.1, 8.2, 9.5, 10.0 and 10.2 can, and the version "
+                          "that a file was read in");
 }
 
 bool FileWriter::isUntouched() const {
-  return sameForm_ && &partition_ == &top_ && !options_.rewriteSceneGraph &&
+  return sameVersion_ && &partition_ == &top_ && !options_.rewriteSceneGraph &&
          !SceneWriter::isChanged(top_, source_) &&
          SceneWriter::changedMetaData(SceneWriter::nodesOf(top_)).empty();
 }
@@ -75,7 +77,12 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
   } else {
     if (!container_ || SceneWriter::isChanged(top_, source_)) top_.growBounds();
     ShapePlan::prepare(top_, encoding_, format_);
-    takeScene(SceneWriter(top_, source_, format_).encode());
+    SceneWriter scene(top_, source_, format_);
+    if (container_ && !sameForm_) converter_.convertShapes(*container_);
+    scene.setKeepsSegment([this](const Container& from, const TocEntry& entry) {
+      return !converter_.convert(from, entry).isDropped();
+    });
+    takeScene(scene.encode());
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
     std::vector<const Segment*> order;
@@ -101,7 +108,7 @@ void FileWriter::takeScene(EncodedScene scene) {
   report_.warnings = std::move(scene.warnings);
   sceneId_ = container_ ? container_->sceneEntry().id : JtGuid::random();
   sceneReason_ = !container_                             ? "it is new"
-                 : !sameForm_                            ? "the version changes"
+                 : !sameVersion_                         ? "the version changes"
                  : SceneWriter::isChanged(top_, source_) ? "the scene graph was changed"
                                                          : "asked for";
   sceneBytes_ = writeSegment(scene.bytes.bytes(), sceneId_, 1, format_, options_.compressionLevel);
@@ -132,25 +139,29 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
   return segment;
 }
 
-/// A segment in another version: metadata and objects of the application are read and written
-/// again, nothing else is understood well enough. @param changed what stands for the segment's own
-/// object; may be null
-FileWriter::Segment FileWriter::convert(const Container& from, const TocEntry& entry,
-                                        const JtBase* changed) const {
-  const SegmentContent content = from.load(entry);
-  const auto elements = segmentElements(content.bytes, from.format());
-  if (elements.size() != 1 || !isSegmentObject(elements[0]))
-    throw JtFormatError("not_convertible",
-                        "segment " + segmentText(entry.type(), entry.id) +
-                            " cannot be converted from version " +
-                            FileVersion{from.format().major, from.format().minor}.text() + " to " +
-                            version_.text() + "; save the file in its own version",
-                        from.position(entry));
-  const Ref<JtBase> read = changed ? Ref<JtBase>() : readSegmentObject(from, entry);
-  return rewritten(entry,
-                   writeSegmentObject(changed ? *changed : *read, entry.id, entry.type(), format_,
-                                      options_.compressionLevel),
-                   "the version changes");
+/// A segment in another version. @param changed what stands for the segment's own object; may be
+/// null
+FileWriter::Segment FileWriter::converted(const TocEntry& entry, const NewSegment* changed) {
+  constexpr const char* kReason = "the version changes";
+  if (changed)
+    return rewritten(entry,
+                     writeSegmentObject(*changed->object, entry.id, entry.type(), format_,
+                                        options_.compressionLevel),
+                     kReason);
+  const ConvertedSegment& result = converter_.convert(*container_, entry);
+  for (const codec::Remark& loss : result.losses) warn(loss.code, loss.message);
+  if (result.isSame) return copied(entry);
+  if (result.isDropped()) return dropped(entry, result.reason);
+  Segment segment = rewritten(entry, {}, kReason);
+  segment.bytes = result.bytes->bytes();
+  return segment;
+}
+
+FileWriter::Segment FileWriter::dropped(const TocEntry& entry, std::string reason) const {
+  Segment segment = copied(entry);
+  segment.action.kind = SegmentAction::Kind::dropped;
+  segment.action.reason = std::move(reason);
+  return segment;
 }
 
 void FileWriter::planExisting(const EncodedScene& scene) {
@@ -167,18 +178,18 @@ void FileWriter::planExisting(const EncodedScene& scene) {
                           "the segments of the file overlap; it cannot be saved",
                           container_->position(entry));
     const bool isScene = &entry == &container_->sceneEntry();
-    const bool dropped = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
-                         (!whole || before.contains(entry.id));
+    const bool isLost = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
+                        (!whole || before.contains(entry.id));
     const auto change = changes.find(entry.id);
     const NewSegment* changed = change == changes.end() ? nullptr : change->second;
     if (isScene) {
       segments_.push_back(rewritten(entry, std::move(sceneBytes_), sceneReason_));
-    } else if (dropped) {
-      segments_.push_back(copied(entry));
-      segments_.back().action.kind = SegmentAction::Kind::dropped;
-      segments_.back().action.reason = "nothing names it any more";
+    } else if (!sameForm_ && !changed && converter_.convert(*container_, entry).isDropped()) {
+      segments_.push_back(converted(entry, nullptr));
+    } else if (isLost) {
+      segments_.push_back(dropped(entry, "nothing names it any more"));
     } else if (!sameForm_) {
-      segments_.push_back(convert(*container_, entry, changed ? changed->object.get() : nullptr));
+      segments_.push_back(converted(entry, changed));
     } else if (changed) {
       segments_.push_back(rewritten(
           entry,
@@ -202,32 +213,40 @@ void FileWriter::planNew(EncodedScene& scene) {
   const auto isMissing = [&](const JtGuid& id) {
     return !(container_ && container_->find(id)) && added.insert(id).second;
   };
-  for (const NewSegment& segment : scene.newSegments) {
-    if (!isMissing(segment.id)) continue;
-    add(segment.id, segment.type, encodeNew(segment), segment.reason);
+  std::vector<const NewSegment*> made;
+  for (const NewSegment& segment : scene.newSegments)
+    if (isMissing(segment.id)) made.push_back(&segment);
+  std::vector<Buffer> bytes(made.size());
+  std::vector<codec::Report> losses(made.size());
+  parallelFor(made.size(), [&](std::size_t i) { bytes[i] = encodeNew(*made[i], losses[i]); });
+  for (std::size_t i = 0; i < made.size(); ++i) {
+    for (const codec::Remark& loss : losses[i].remarks) warn(loss.code, loss.message);
+    add(made[i]->id, made[i]->type, std::move(bytes[i]), made[i]->reason);
   }
   for (const auto& [from, entry] : scene.foreignSegments) {
     if (!isMissing(entry->id)) continue;
-    const bool sameForm = from->format() == format_;
-    add(entry->id, entry->type(),
-        sameForm ? Buffer() : std::move(convert(*from, *entry, nullptr).owned),
-        "it comes from another file");
-    if (sameForm) segments_.back().bytes = from->segmentBytes(*entry);
+    const ConvertedSegment& result = converter_.convert(*from, *entry);
+    for (const codec::Remark& loss : result.losses) warn(loss.code, loss.message);
+    add(entry->id, entry->type(), {}, "it comes from another file");
+    if (result.isDropped()) {
+      segments_.back().action.kind = SegmentAction::Kind::dropped;
+      segments_.back().action.reason = result.reason;
+    } else {
+      segments_.back().bytes = result.isSame ? from->segmentBytes(*entry) : result.bytes->bytes();
+    }
   }
   for (Segment& segment : segments_)
     if (segment.owned.size() > 0) segment.bytes = segment.owned.bytes();  // may have been moved
 }
 
-Buffer FileWriter::encodeNew(const NewSegment& segment) {
+/// Safe from several threads.
+Buffer FileWriter::encodeNew(const NewSegment& segment, codec::Report& losses) const {
   const auto* geometry = as<ShapeGeometry>(segment.object.get());
   if (!geometry)
     return writeSegmentObject(*segment.object, segment.id, segment.type, format_,
                               options_.compressionLevel);
-  codec::Report losses;
-  Buffer bytes = writeShapeSegment(*geometry->mesh(), segment.id, segment.type, format_,
-                                   optionsOf(encoding_), losses, options_.compressionLevel);
-  for (const codec::Remark& loss : losses.remarks) warn(loss.code, loss.message);
-  return bytes;
+  return writeShapeSegment(*geometry->mesh(), segment.id, segment.type, format_,
+                           optionsOf(encoding_), losses, options_.compressionLevel);
 }
 
 /// Once for each text: what holds for one shape holds for thousands.
@@ -268,7 +287,7 @@ void FileWriter::planGaps() {
 }
 
 std::string FileWriter::versionText() const {
-  if (sameForm_) return container_->versionText();
+  if (sameVersion_) return container_->versionText();
   constexpr std::size_t kTextSize = 75;
   std::string text = "Version " + version_.text() + " JT  Jtw 0.1";
   text.resize(kTextSize, ' ');

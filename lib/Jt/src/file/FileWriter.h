@@ -7,6 +7,7 @@
 #include "Container.h"
 #include "JtPartition.h"
 #include "SceneWriter.h"
+#include "SegmentConversion.h"
 
 namespace jt::file {
 
@@ -37,11 +38,12 @@ class FileWriter {
   void planGaps();
   Segment copied(const TocEntry& entry) const;
   Segment rewritten(const TocEntry& entry, Buffer bytes, std::string reason) const;
-  Segment convert(const Container& from, const TocEntry& entry, const JtBase* changed) const;
+  Segment converted(const TocEntry& entry, const NewSegment* changed);
+  Segment dropped(const TocEntry& entry, std::string reason) const;
   Buffer frontMatter();
   StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
   std::string versionText() const;
-  Buffer encodeNew(const NewSegment& segment);
+  Buffer encodeNew(const NewSegment& segment, codec::Report& losses) const;
   void warn(const char* code, const std::string& message);
   void takeScene(EncodedScene scene);
 
@@ -53,7 +55,9 @@ class FileWriter {
   FileVersion version_;
   Format format_;
   ShapeEncoding encoding_;
-  bool sameForm_;
+  bool sameForm_;     // as the file that was read, but for the number of the version
+  bool sameVersion_;  // and the number too
+  SegmentConverter converter_;
   JtGuid sceneId_;
   Buffer sceneBytes_;  // a whole segment
   std::string sceneReason_;

@@ -36,6 +36,18 @@ struct Format {
 
   friend bool operator==(const Format&, const Format&) = default;
 
+  /// True when files of both look alike but for the number: elements need not be converted.
+  bool sameFormAs(const Format& other) const noexcept {
+    return row() == other.row() && bigEndian == other.bigEndian;
+  }
+  /// True when the segments beside the scene graph look alike.
+  bool sameSegmentsAs(const Format& other) const noexcept {
+    using enum Feature;
+    for (const Feature feature : {lzma, segmentObjectIds, localVersions, byteVersions})
+      if (has(feature) != other.has(feature)) return false;
+    return bigEndian == other.bigEndian;
+  }
+
   bool has(Feature feature) const noexcept {
     return (row() >> static_cast<unsigned>(feature)) & 1U;
   }

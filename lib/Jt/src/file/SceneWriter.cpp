@@ -26,7 +26,10 @@ Format formOf(const SceneSource* source, const Format& fallback) {
 }  // namespace
 
 SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& format)
-    : root_(root), source_(source), format_(format), sameForm_(formOf(source, format) == format) {
+    : root_(root),
+      source_(source),
+      format_(format),
+      sameForm_(formOf(source, format).sameFormAs(format)) {
   if (source_) {
     nextId_ = source_->maxObjectId();
     if (nextId_ == std::numeric_limits<std::int32_t>::max())
@@ -112,6 +115,7 @@ EncodedScene SceneWriter::encode() {
   writer("elementCount", rowCount_);
   out.append(rows_.bytes());
   if (source_ && sameForm_) out.append(source_->surplus());
+  tellLosses();
   for (NewSegment& segment : changedMetaData(nodes_))
     result_.newSegments.push_back(std::move(segment));
   return std::move(result_);
@@ -188,7 +192,7 @@ void SceneWriter::collectGraph() {
 bool SceneWriter::skipsInConversion(const Item& item) {
   const SceneSource* from = item.object ? SceneSource::sourceOf(*item.object) : source_;
   const std::uint32_t element = item.object ? SceneSource::elementOf(*item.object) : item.element;
-  if (!from || from->format() == format_) return false;
+  if (!from || from->format().sameFormAs(format_)) return false;
   const ElementKind* kind = from->kind(element);
   const bool isUnderstood = kind && kind->type != JtOpaqueAttribute::classTypeID() &&
                             (!item.object || item.object->typeID() == kind->type) &&
@@ -307,6 +311,15 @@ void SceneWriter::addAtom(const JtPropAtom& atom, std::int32_t id) {
   }
 }
 
+/// True for a late-loaded value whose segment the new file will not have.
+bool SceneWriter::namesLostSegment(const JtPropAtom& value) const {
+  const auto* late = as<JtLateLoadedPropAtom>(&value);
+  const SceneSource* from = SceneSource::sourceOf(value);
+  if (!late || !from || !keepsSegment_ || from->format().sameFormAs(format_)) return false;
+  const TocEntry* entry = from->container().find(late->segmentId());
+  return entry && !keepsSegment_(from->container(), *entry);
+}
+
 /// @param sourcePairs the node's row in the source, 0 for none. False when it has no properties.
 bool SceneWriter::collectNodeRow(const JtNode& node, std::int32_t owner,
                                  std::uint32_t sourcePairs) {
@@ -316,6 +329,7 @@ bool SceneWriter::collectNodeRow(const JtNode& node, std::int32_t owner,
     copyPairs(node.propertyRow_.load(std::memory_order_acquire));
   } else {
     for (const Property& property : node.properties()) {
+      if (namesLostSegment(*property.value)) continue;
       putId(atomId(*property.key));
       putId(atomId(*property.value));
     }
@@ -437,7 +451,8 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links* link
                                             " cannot be stored in a scene graph");
   const std::size_t start = out.size();
   Writer writer(out, format_);
-  writer.setConverting(from && from->format() != format_);
+  if (const auto* material = as<JtMaterial>(&object)) noteLosses(*material);
+  writer.setConverting(from && !from->format().sameFormAs(format_));
   fields(writer, frame, true);
   links_.attributes.clear();
   links_.children.clear();
@@ -449,6 +464,25 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links* link
     throw JtFormatError("too_large", "an element of 2 GiB cannot be stored");
   const auto stored = reorder(static_cast<std::int32_t>(length), format_.bigEndian);
   std::memcpy(out.data() + start, &stored, sizeof stored);
+}
+
+/// Counts what a material has and this form does not hold.
+void SceneWriter::noteLosses(const JtMaterial& material) {
+  const bool reflects = format_.has(Feature::materialReflectivity);
+  if (!reflects && material.reflectivity() != 0) ++lostReflectivities_;
+  const bool bumps = format_.has(Feature::materialBumpiness);
+  if (!bumps && material.bumpiness() != JtMaterial().bumpiness()) ++lostBumps_;
+}
+
+void SceneWriter::tellLosses() {
+  if (lostReflectivities_ > 0)
+    result_.warnings.push_back({"not_convertible", "the reflectivity of " +
+                                                       std::to_string(lostReflectivities_) +
+                                                       " materials was left out: 8.x has none"});
+  if (lostBumps_ > 0)
+    result_.warnings.push_back(
+        {"not_convertible", "the bumpiness of " + std::to_string(lostBumps_) +
+                                " materials was left out: 8.x and 9.x have none"});
 }
 
 void SceneWriter::fillLinks(const JtSceneObject& object, Links& links) const {

@@ -3,10 +3,12 @@
 // Scene graph to bytes. Elements that were read and not touched are copied as they are when the
 // form is the same; everything else runs through its field list.
 
+#include <functional>
 #include <unordered_set>
 #include <vector>
 
 #include "IdTables.h"
+#include "JtMaterial.h"
 #include "JtPartition.h"
 #include "SceneSource.h"
 
@@ -39,6 +41,11 @@ class SceneWriter {
   /// @param root   top of what is written; a partition that stands for another file is a leaf
   /// @param source the file whose ids, order and unread elements are kept; null for a new file
   SceneWriter(const JtNode& root, SceneSource* source, const Format& format);
+
+  /// Asked in a conversion for segments that late-loaded values name: those that the new file will
+  /// not have are not named by it.
+  using KeepsSegment = std::function<bool(const Container&, const TocEntry&)>;
+  void setKeepsSegment(KeepsSegment keeps) { keepsSegment_ = std::move(keeps); }
 
   /// Throws JtFormatError "not_convertible" when an element cannot be put into this form.
   EncodedScene encode();
@@ -81,13 +88,17 @@ class SceneWriter {
   /// @param links ids of attributes and children; null: those of the objects that it holds
   void writeObject(ByteSink& out, const Item& item, const Links* links);
   void fillLinks(const JtSceneObject& object, Links& links) const;
+  bool namesLostSegment(const JtPropAtom& value) const;
   bool skipsInConversion(const Item& item);
+  void noteLosses(const JtMaterial& material);
+  void tellLosses();
   void leaveOut(const std::string& what, std::uint32_t element);
 
   const JtNode& root_;
   SceneSource* source_;
   Format format_;
   bool sameForm_;
+  KeepsSegment keepsSegment_;
   EncodedScene result_;
   std::int32_t nextId_ = 1;
   std::unordered_set<std::int32_t> takenIds_;  // greater than those of the source's elements
@@ -98,6 +109,8 @@ class SceneWriter {
   Links links_;    // of the node that is being written
   ByteSink rows_;  // of the property table, without its head
   std::int32_t rowCount_ = 0;
+  std::size_t lostReflectivities_ = 0;
+  std::size_t lostBumps_ = 0;
   PointerIds<JtSceneObject> ids_;  // of shared objects that are not from the source
   std::int32_t firstNewId_ = 1;
   std::vector<const JtString*> newTextOf_;  // by id - firstNewId_

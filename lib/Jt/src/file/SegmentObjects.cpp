@@ -117,10 +117,19 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry)
 
 Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
                           const Format& format, int level) {
+  return writeElementSegment(object.typeID()->guid(), kOtherBaseType,
+                             bodyOf(object, format).bytes(), id, type, format, level);
+}
+
+Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
+                           std::span<const std::byte> body, const JtGuid& id, std::int32_t type,
+                           const Format& format, int level) {
+  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - kFrameSize)
+    throw JtFormatError("too_large", "an element of " + std::to_string(body.size()) +
+                                         " bytes cannot be stored; divide it");
   ByteSink content;
   Writer writer(content, format);
-  writeElement(writer, {0, object.typeID()->guid(), kOtherBaseType, 0},
-               bodyOf(object, format).bytes());
+  writeElement(writer, {0, typeId, baseType, 0}, body);
   if (format.has(Feature::segmentObjectIds)) {  // 8.x writers end with the element
     writeEndMarker(content, format);
     writer("propertyTableVersion", std::int16_t{1});

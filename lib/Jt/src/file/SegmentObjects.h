@@ -35,6 +35,11 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry)
 Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
                           const Format& format, int level);
 
+/// A whole segment of one element with a finished body. Throws JtFormatError when it is too large.
+Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
+                           std::span<const std::byte> body, const JtGuid& id, std::int32_t type,
+                           const Format& format, int level);
+
 /// A segment of a file with one object in the place of the element that it was read from. Other
 /// elements of the segment and what follows them stay as they are. Throws JtFormatError.
 Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, const JtBase& object,

@@ -1,5 +1,9 @@
 #include "ShapeCache.h"
 
+#include <algorithm>
+
+#include "JtResidencyRequestManager.h"
+#include "SceneSource.h"
 #include "ShapeSegment.h"
 
 namespace jt::file {
@@ -67,6 +71,34 @@ void ShapeCache::release(const TocEntry& entry) {
   keptBytes_ -= std::exchange(slot.bytes, 0);
 }
 
+void ShapeCache::loadAhead(const Ref<SceneSource>& source) {
+  // Requests of a size that makes asking cheap and stopping quick.
+  constexpr std::size_t kShapes = 16;
+  const std::size_t total = source->container().toc().size();
+  const auto isShape = [](const TocEntry& entry) { return isShapeSegment(entry.type()); };
+  if (std::ranges::none_of(source->container().toc(), isShape)) return;
+  for (std::size_t first = 0; first < total; first += kShapes)
+    JtResidencyRequestManager::instance().request(
+        [source, first] { source->shapes().loadRange(first, kShapes); });
+}
+
+void ShapeCache::loadRange(std::size_t first, std::size_t count) {
+  const std::vector<TocEntry>& toc = container_.toc();
+  std::exception_ptr damage;
+  for (std::size_t i = first; i < std::min(toc.size(), first + count); ++i) {
+    if (!isShapeSegment(toc[i].type())) continue;
+    if (isStopped_.load(std::memory_order_relaxed) || isFull()) return;
+    try {
+      mesh(toc[i]);
+    } catch (const JtFormatError& error) {
+      // An element without a mesh is as it should be.
+      if (error.code() != "no_geometry") damage = std::current_exception();
+    }
+  }
+  if (damage) std::rethrow_exception(damage);
+}
+
+/// True when what is kept has reached the limit: loading ahead is of no more use.
 bool ShapeCache::isFull() const {
   // Room that no usual shape would fit in is none.
   constexpr std::uint64_t kLeast = 1 << 20;

@@ -2,6 +2,7 @@
 
 // The decoded shapes of one file.
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -13,6 +14,8 @@
 #include "codec/Topology.h"
 
 namespace jt::file {
+
+class SceneSource;
 
 /// Bytes that a mesh takes in memory.
 std::uint64_t memoryOf(const Mesh& mesh) noexcept;
@@ -29,8 +32,10 @@ class ShapeCache {
   std::shared_ptr<const Mesh> mesh(const TocEntry& entry);
   /// Lets go of the geometry of a segment.
   void release(const TocEntry& entry);
-  /// True when what is kept has reached the limit: loading ahead is of no more use.
-  bool isFull() const;
+  /// Asks the residency manager to decode all shapes of a file. What is damaged counts as a failure
+  /// there. Ends early when the limit is reached or after `stopLoading`.
+  static void loadAhead(const Ref<SceneSource>& source);
+  void stopLoading() noexcept { isStopped_.store(true, std::memory_order_relaxed); }
   /// What is known of how the file's surfaces are walked.
   codec::VariantChoice& variants() noexcept { return variants_; }
 
@@ -42,6 +47,8 @@ class ShapeCache {
     std::optional<JtFormatError> damage;  // guarded by `decoding`, as `mesh`
     std::uint64_t bytes = 0;              // of `kept`
   };
+  bool isFull() const;
+  void loadRange(std::size_t first, std::size_t count);
   void keep(Slot& slot, const std::shared_ptr<const Mesh>& mesh);
 
   const Container& container_;
@@ -49,6 +56,7 @@ class ShapeCache {
   mutable std::mutex mutex_;
   std::unordered_map<const TocEntry*, std::shared_ptr<Slot>> slots_;
   std::uint64_t keptBytes_ = 0;
+  std::atomic<bool> isStopped_{false};
 };
 
 }  // namespace jt::file

@@ -1,3 +1,6 @@
+#include <algorithm>
+
+#include "PrimitiveSet.h"
 #include "SegmentObjects.h"
 #include "ShapeSegment.h"
 #include "codec/MeshDecoder.h"
@@ -36,6 +39,43 @@ Mesh meshOf(ShapeElement& element, const Format& format, codec::VariantChoice& v
   return codec::decodeLists(element.lists, generation, element.kind, element.budget, report);
 }
 
+/// What the arrays say; the parameters beside them may be wrong.
+codec::QuantizationParameters bitsOf(const ShapeElement& element) {
+  const bool isEight = !element.strips.primitives.empty();
+  const codec::VertexArrays& arrays = isEight ? element.strips.arrays
+                                      : element.kind == Mesh::Kind::triangles
+                                          ? element.topology.arrays
+                                          : element.lists.arrays;
+  const auto most = [](std::uint8_t bits, const codec::CodedArray& array) {
+    if (array.isHsv != 0) return std::max(bits, *std::ranges::max_element(array.hsvBits));
+    for (const codec::UniformQuantizer& quantizer : array.quantizers)
+      bits = std::max(bits, quantizer.bits);
+    return bits;
+  };
+  using Encoding = ShapeEncoding;
+  const auto limited = [](std::uint8_t bits, unsigned limit) {
+    return static_cast<std::uint8_t>(std::min<unsigned>(bits, limit));
+  };
+  codec::QuantizationParameters bits{};
+  if (arrays.coordinates.quantizedCoordinates())
+    bits[0] = limited(most(0, arrays.coordinates), Encoding::kMostPositionBits);
+  bits[1] = limited(arrays.normals.bits, Encoding::kMostNormalBits);
+  bool hasTexture = false;
+  bool isLossless = false;
+  for (const codec::CodedArray& texture : arrays.textures) {
+    if (texture.count <= 0) continue;
+    hasTexture = true;
+    isLossless = isLossless || texture.bits == 0;
+    bits[2] = std::max(bits[2], texture.bits > 0 ? most(0, texture) : std::uint8_t{0});
+  }
+  if (hasTexture)
+    bits[2] = limited(isLossless ? std::uint8_t{255} : bits[2], Encoding::kMostTextureBits);
+  if (arrays.colours.count > 0)
+    bits[3] = limited(arrays.colours.bits > 0 ? most(0, arrays.colours) : std::uint8_t{255},
+                      Encoding::kMostColourBits);
+  return bits;
+}
+
 }  // namespace
 
 DecodedShape readShape(std::span<const std::byte> content, const Format& format,
@@ -50,8 +90,10 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
     try {
       Reader reader(stored.body, format, stored.bodyOffset);
       kind->read(reader, element);
-      Mesh mesh = meshOf(element, format, variants, report);
-      return {kind, std::move(mesh), std::move(report.remarks)};
+      Mesh mesh = kind->isPrimitives
+                      ? tessellate(primitivesOf(element, format), options.tolerance, element.budget)
+                      : meshOf(element, format, variants, report);
+      return {kind, std::move(mesh), std::move(report.remarks), bitsOf(element)};
     } catch (const JtFormatError& error) {
       throw error.within({{}, {}, kind->name, stored.bodyOffset});
     }
@@ -60,10 +102,10 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
 }
 
 DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
-                              codec::VariantChoice& variants, bool checkHashes) {
+                              codec::VariantChoice& variants, float tolerance) {
   try {
     return readShape(container.load(entry).bytes, container.format(), variants,
-                     {checkHashes, container.limits().maxSegmentBytes});
+                     {true, container.limits().maxSegmentBytes, tolerance});
   } catch (const JtFormatError& error) {
     throw error.within(container.position(entry));
   }

@@ -17,11 +17,15 @@ struct DecodedShape {
   const ShapeKind* kind = nullptr;
   Mesh mesh;
   std::vector<codec::Remark> remarks;
+  /// Bits that it is stored with: a coordinate, an angle of a normal, a texture coordinate, a
+  /// colour component; 0 for lossless and for what it does not have.
+  codec::QuantizationParameters bits{};
 };
 
 struct ShapeReadOptions {
   bool checkHashes = true;
   std::uint64_t maxBytes = std::uint64_t{1} << 30;  ///< memory that the decoded shape may take
+  float tolerance = 0;  ///< of primitives that become triangles, see tessellate
 };
 
 /// The first element with geometry in the content of a shape segment. Safe on untrusted bytes:
@@ -32,7 +36,7 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
 
 /// The same for a segment of a file, with its name in errors.
 DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
-                              codec::VariantChoice& variants, bool checkHashes = true);
+                              codec::VariantChoice& variants, float tolerance = 0);
 
 /// A whole shape segment of one element with a mesh, in the form of a file. What the form cannot
 /// hold is left out and told in `losses`. Throws JtFormatError for a mesh with a flaw, or one that

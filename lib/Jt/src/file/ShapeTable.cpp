@@ -6,18 +6,6 @@ namespace jt::file {
 
 namespace {
 
-/// A kind with one field list for the three archives.
-template <class Fields>
-ShapeKind makeKind(const char* guid, const char* name, Mesh::Kind kind, bool hasMesh, Fields) {
-  return {*JtGuid::parse(guid),
-          name,
-          kind,
-          hasMesh,
-          [](Reader& ar, ShapeElement& e) { Fields{}(ar, e); },
-          [](TracingReader& ar, ShapeElement& e) { Fields{}(ar, e); },
-          [](Writer& ar, ShapeElement& e) { Fields{}(ar, e); }};
-}
-
 struct VertexShapeFields {
   void operator()(auto& ar, ShapeElement& e) const { ShapeFields::vertexShape(ar, e); }
 };
@@ -30,6 +18,20 @@ struct PrimitiveSetFields {
 struct OpaqueFields {
   void operator()(auto& ar, ShapeElement& e) const { ShapeFields::opaque(ar, e); }
 };
+
+/// A kind with one field list for the three archives.
+template <class Fields>
+ShapeKind makeKind(const char* guid, const char* name, Mesh::Kind kind, bool hasMesh, Fields) {
+  return {*JtGuid::parse(guid),
+          name,
+          kind,
+          hasMesh,
+          std::is_same_v<Fields, PrimitiveSetFields>,
+          std::is_same_v<Fields, NullShapeFields>,
+          [](Reader& ar, ShapeElement& e) { Fields{}(ar, e); },
+          [](TracingReader& ar, ShapeElement& e) { Fields{}(ar, e); },
+          [](Writer& ar, ShapeElement& e) { Fields{}(ar, e); }};
+}
 
 std::span<const ShapeKind> table() {
   using enum Mesh::Kind;
@@ -44,7 +46,7 @@ std::span<const ShapeKind> table() {
                VertexShapeFields{}),
       makeKind("3e637aed-2a89-41f8-a9fd-553737039682", "Null Shape LOD", points, false,
                NullShapeFields{}),
-      makeKind("e40373c2-1ad9-11d3-9daf-00a0c9c7ddc2", "Primitive Set Shape", triangles, false,
+      makeKind("e40373c2-1ad9-11d3-9daf-00a0c9c7ddc2", "Primitive Set Shape", triangles, true,
                PrimitiveSetFields{}),
       makeKind("4cc7a523-0728-11d3-9d8b-00a0c9c7ddc2", "Wire Harness Set Shape", polylines, false,
                OpaqueFields{}),

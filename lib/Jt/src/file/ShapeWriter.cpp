@@ -59,25 +59,10 @@ Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
   if (const std::string flaw = mesh.flaw(); !flaw.empty()) throw JtFormatError("bad_mesh", flaw);
   ShapeElement element = elementOf(mesh, format, options, losses, level);
   const ShapeKind& kind = shapeKindOf(mesh.kind);
-  const bool hasId = format.has(Feature::segmentObjectIds);
-  ByteSink content;
-  Writer writer(content, format);
-  ElementFrame frame{0, kind.guid, kShapeBaseType, 0};
-  fields(writer, frame, hasId);
+  ByteSink body;
+  Writer writer(body, format);
   kind.write(writer, element);
-  // The length, now that it is known.
-  const std::size_t length = content.size() - kLengthSize;
-  if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
-    throw JtFormatError(
-        "too_large", "a shape of " + std::to_string(length) + " bytes cannot be stored; divide it");
-  const auto stored = reorder(static_cast<std::int32_t>(length), format.bigEndian);
-  std::memcpy(content.data(), &stored, sizeof stored);
-  if (hasId) {  // 8.x writers end with the element
-    writeEndMarker(content, format);
-    writer("propertyTableVersion", std::int16_t{1});
-    writer("propertyTableCount", std::int32_t{0});
-  }
-  return writeSegment(content.bytes(), id, type, format, level);
+  return writeElementSegment(kind.guid, kShapeBaseType, body.bytes(), id, type, format, level);
 }
 
 codec::EncodeOptions optionsOf(const ShapeEncoding& encoding) {

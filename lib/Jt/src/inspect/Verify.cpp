@@ -3,9 +3,11 @@
 
 #include "JtInspect.h"
 #include "file/MetaDataFields.h"
+#include "file/ParallelFor.h"
 #include "file/SceneReader.h"
 #include "file/SceneWriter.h"
 #include "file/SegmentObjects.h"
+#include "inspect/ShapeCheck.h"
 
 namespace jt {
 
@@ -14,6 +16,7 @@ namespace {
 using namespace file;
 
 constexpr std::size_t kMostFindings = 10000;  // a hostile file may have millions of flaws
+constexpr std::size_t kBlock = 64;            // segments whose shapes are decoded side by side
 
 class Verifier {
  public:
@@ -37,12 +40,14 @@ class Verifier {
     std::unordered_set<JtGuid> ids;
     const auto& toc = container_->toc();
     for (std::size_t i = 0; i < toc.size(); ++i) {
+      if (i % kBlock == 0) decodeShapes(i, std::min(toc.size(), i + kBlock));
       if (!ids.insert(toc[i].id).second)
         add(true, "duplicate_segment", toc[i], {},
             "the table of contents names the segment twice; the first row counts");
-      segment(toc[i]);
+      segment(i);
       if (progress) progress(static_cast<double>(i + 1) / static_cast<double>(toc.size()));
     }
+    walk();
   }
 
  private:
@@ -120,7 +125,8 @@ class Verifier {
     }
   }
 
-  void segment(const TocEntry& entry) {
+  void segment(std::size_t index) {
+    const TocEntry& entry = container_->toc()[index];
     try {
       const SegmentHeader header = container_->segmentHeader(entry);
       if (header.id != entry.id || header.type != entry.type() ||
@@ -134,13 +140,41 @@ class Verifier {
       if (!isShapeSegment(entry.type()) && !container_->packingHeader(entry))
         add(false, "no_compression_header", entry, entry.offset,
             "the segment has no compression header; it is carried as it is");
-      std::size_t end = 0;
-      for (const SegmentElement& element :
-           segmentElements(content.bytes, container_->format(), &end))
+      if (isShapeSegment(entry.type())) {
+        for (Note& note : shapeFindings_[index % kBlock])
+          if (findings_.size() < kMostFindings) findings_.push_back(std::move(note));
+        return;
+      }
+      for (const SegmentElement& element : segmentElements(content.bytes, container_->format()))
         metaData(entry, element);
     } catch (const JtFormatError& error) {
       add(error.within(container_->position(entry)));
     }
+  }
+
+  /// The findings of a block of segments, found on all cores.
+  void decodeShapes(std::size_t first, std::size_t end) {
+    shapeFindings_.assign(end - first, {});
+    parallelFor(end - first, [&](std::size_t i) {
+      const TocEntry& entry = container_->toc()[first + i];
+      if (isShapeSegment(entry.type()))
+        shapeFindings_[i] = checkShape(*container_, entry, variants_);
+    });
+  }
+
+  /// One producer wrote all shapes of a file, so the walk is a matter of the file.
+  void walk() {
+    const std::uint8_t possible = variants_.possible();
+    if ((possible & 1U) != 0) return;
+    std::string names;
+    for (unsigned i = 0; i < codec::Variant::kCount; ++i)
+      if ((possible >> i & 1U) != 0) names += (names.empty() ? "" : " or ") + std::to_string(i);
+    findings_.push_back({false,
+                         "mesh_walk_variant",
+                         {},
+                         {},
+                         "the surfaces of the file are walked in variant " + names +
+                             ", not the expected 0; they are read in it"});
   }
 
   void metaData(const TocEntry& entry, const SegmentElement& element) {
@@ -158,6 +192,8 @@ class Verifier {
 
   Ref<Container> container_;
   Ref<SceneSource> source_;
+  codec::VariantChoice variants_;
+  std::vector<std::vector<Note>> shapeFindings_;  // of the segments of a block
   std::vector<Note>& findings_;
 };
 

@@ -5,7 +5,6 @@
 #include <map>
 
 #include "JtFormatError.h"
-#include "JtResidencyRequestManager.h"
 #include "file/FileWriter.h"
 #include "file/SceneReader.h"
 
@@ -81,15 +80,11 @@ void JtPartition::openPartition(JtStorageLocation* location, JtGroup* parent, Jt
   if (!location)
     throw JtFormatError("no_location", "a partition needs a storage location to be opened");
   auto container = jt::file::Container::open(JtStorageManager::current()->open(*location), limits);
-  jt::Ref<JtPartition> opened =
-      jt::file::SceneReader(jt::file::SceneSource::open(container)).read();
+  const auto source = jt::file::SceneSource::open(container);
+  jt::Ref<JtPartition> opened = jt::file::SceneReader(source).read();
   opened->location_ = location;
   if (parent) parent->addChild(opened.get());
-  if (_autoLoadShapes)
-    JtResidencyRequestManager::instance().request([container] {
-      for (const jt::file::TocEntry& entry : container->toc())
-        if (jt::file::isShapeSegment(entry.type())) container->segmentHeader(entry);
-    });
+  if (_autoLoadShapes) jt::file::ShapeCache::loadAhead(source);
   opened->ref();
   out = opened.get();
 }
@@ -187,6 +182,7 @@ void JtPartition::close() {
   std::vector<jt::Ref<JtNode>> children;
   releaseChildren(children);
   dismantle(children);
+  if (scene_) scene_->shapes().stopLoading();
   scene_ = nullptr;
   openCount_ = 0;
 }

@@ -40,11 +40,11 @@ Stored storedOf(const JtLateLoadedPropAtom& atom) {
   return {source, source->container().find(atom.segmentId())};
 }
 
-}  // namespace
-
-std::shared_ptr<const jt::Mesh> JtShape::mesh() const {
+/// The geometry of a shape: what is held, else what `decode` makes of the stored segment.
+template <class Decode>
+std::shared_ptr<const jt::Mesh> meshOf(const JtShape& shape, const Decode& decode) {
   try {
-    const JtLateLoadedPropAtom* atom = geometryAtom(*this);
+    const JtLateLoadedPropAtom* atom = geometryAtom(shape);
     if (!atom) return {};
     if (const auto* held = jt::as<jt::file::ShapeGeometry>(atom->loaded())) return held->mesh();
     const Stored stored = storedOf(*atom);
@@ -53,13 +53,29 @@ std::shared_ptr<const jt::Mesh> JtShape::mesh() const {
           "dangling_segment",
           "a shape names segment " + atom->segmentId().text() + ", which is not in the file",
           stored.source ? stored.source->position(0) : jt::FilePosition{});
-    return stored.source->shapes().mesh(*stored.entry);
+    return decode(stored);
   } catch (const JtFormatError& error) {
     jt::setLastError(error.what());
   } catch (const std::bad_alloc&) {
     jt::setLastError("a shape needs more memory than there is");
   }
   return {};
+}
+
+}  // namespace
+
+std::shared_ptr<const jt::Mesh> JtShape::mesh() const {
+  return meshOf(*this,
+                [](const Stored& stored) { return stored.source->shapes().mesh(*stored.entry); });
+}
+
+std::shared_ptr<const jt::Mesh> JtPrimitiveSet::tessellate(float tolerance) const {
+  return meshOf(*this, [tolerance](const Stored& stored) {
+    return std::make_shared<const jt::Mesh>(
+        readShapeSegment(stored.source->container(), *stored.entry,
+                         stored.source->shapes().variants(), tolerance)
+            .mesh);
+  });
 }
 
 bool JtShape::hasMesh() const { return geometryAtom(*this) != nullptr; }

@@ -18,8 +18,9 @@ struct JtResidencyRequestManager::State {
   std::deque<Load> waiting;
   std::size_t running = 0;
   std::size_t failures = 0;
-  std::size_t threadCount = 2;  ///< of the next start
-  std::size_t mostThreads = 0;  ///< of this one
+  std::size_t threadCount =
+      std::max(1U, std::thread::hardware_concurrency());  ///< of the next start
+  std::size_t mostThreads = 0;                            ///< of this one
   std::vector<std::jthread> threads;
 
   bool isPending() const { return !waiting.empty() || running != 0; }

@@ -15,6 +15,7 @@ namespace {
 struct Facts {
   jt::FileSummary file;
   jt::GraphSummary graph;
+  jt::ShapeSummary shapes;
   bool component = false;
   bool native = false;
   std::string unit;  ///< empty: none is named
@@ -51,6 +52,7 @@ std::string findUnit(const JtPartition& partition) {
 Facts gather(const JtPartition& partition, bool withSegments) {
   Facts facts{.file = jt::summarizeFile(partition),
               .graph = jt::summarizeGraph(partition),
+              .shapes = jt::summarizeShapes(partition),
               .component = holdsComponent(partition),
               .native = partition.property(JtString("KrOriginateFromNativeJt")) != nullptr,
               .unit = findUnit(partition),
@@ -113,12 +115,38 @@ void writeGraph(JsonWriter& json, const jt::GraphSummary& graph) {
   json.end();
 }
 
+void writeShapes(JsonWriter& json, const jt::ShapeSummary& shapes) {
+  json.key("shapes");
+  json.beginObject();
+  json.member("count", shapes.all.shapes);
+  json.member("triangles", shapes.triangles);
+  json.member("vertices", shapes.vertices);
+  json.key("byType");
+  json.beginObject();
+  for (const auto& [type, count] : shapes.byType) json.member(type, count);
+  json.end();
+  json.key("lods");
+  json.beginArray();
+  for (const auto& level : shapes.levels) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("level", level.level);
+    json.member("count", level.shapes);
+    json.member("triangles", level.triangles);
+    json.member("vertices", level.vertices);
+    json.member("bytes", level.bytes);
+    json.end();
+  }
+  json.end();
+  json.end();
+}
+
 void writeFacts(Session& session, const std::string& path, const Facts& facts) {
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("file", path);
   writeFile(json, facts.file);
   writeGraph(json, facts.graph);
+  writeShapes(json, facts.shapes);
   json.member("component", facts.component);
   json.member("native", facts.native);
   json.textOrNull("unit", facts.unit);
@@ -147,6 +175,19 @@ void showGraph(Output& out, const jt::GraphSummary& graph) {
     out.line("    " + padRight(printable(type), 30) + padLeft(std::to_string(count), 10));
 }
 
+void showShapes(Output& out, const jt::ShapeSummary& shapes) {
+  out.line("  shapes      " + std::to_string(shapes.all.shapes) + ", " +
+           counted(shapes.triangles, "triangle") + ", " + std::to_string(shapes.vertices) +
+           " vertices");
+  if (shapes.uncounted > 0)
+    out.line("    " + counted(shapes.uncounted, "shape") + " without known counts");
+  for (const auto& level : shapes.levels)
+    out.line("    " +
+             padRight(level.level ? "level " + std::to_string(*level.level) : "without level", 30) +
+             padLeft(std::to_string(level.shapes), 10) + padLeft(std::to_string(level.bytes), 14) +
+             " bytes  " + counted(level.triangles, "triangle"));
+}
+
 void showFacts(Session& session, const std::string& path, const Facts& facts) {
   Output& out = session.out();
   out.line(session.style().paint(Ink::bold, printable(path)));
@@ -159,6 +200,7 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
     out.line("    " + padRight(row.name, 30) + padLeft(std::to_string(row.count), 10) +
              padLeft(std::to_string(row.bytes), 14) + " bytes");
   showGraph(out, facts.graph);
+  showShapes(out, facts.shapes);
   out.line(std::string("  component   ") + (facts.component ? "yes" : "no"));
   out.line(std::string("  native      ") + (facts.native ? "yes" : "no"));
   out.line("  unit        " + (facts.unit.empty() ? "unknown" : printable(facts.unit)));

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace jt::file {
+
+/// Calls work(0) ... work(count - 1), each once, on all cores in no certain order; the calling
+/// thread works too. The first exception of any call stops what has not begun and is thrown here.
+template <class Work>
+void parallelFor(std::size_t count, const Work& work) {
+  std::atomic<std::size_t> next{0};
+  std::mutex mutex;
+  std::exception_ptr failure;
+  const auto run = [&] {
+    for (std::size_t i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) {
+      try {
+        work(i);
+      } catch (...) {
+        const std::lock_guard lock(mutex);
+        if (!failure) failure = std::current_exception();
+        next.store(count, std::memory_order_relaxed);
+      }
+    }
+  };
+  {
+    const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+    std::vector<std::jthread> helpers;
+    try {
+      for (std::size_t i = 1; i < std::min(cores, count); ++i) helpers.emplace_back(run);
+    } catch (const std::system_error&) {
+      // The system gives no more threads: those that run have to do.
+    }
+    run();
+  }
+  if (failure) std::rethrow_exception(failure);
+}
+
+}  // namespace jt::file

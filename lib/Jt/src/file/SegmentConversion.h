@@ -1,0 +1,53 @@
+#pragma once
+
+// Segments of one version of the format in the form of another.
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+#include "Container.h"
+#include "ShapeSegment.h"
+
+namespace jt::file {
+
+/// What became of a segment.
+struct ConvertedSegment {
+  bool isSame = false;          ///< both forms hold it in the same bytes
+  std::optional<Buffer> bytes;  ///< the new segment; nothing when it is the same, or cannot be
+  std::string reason;           ///< why there are no bytes
+  std::vector<codec::Remark> losses;
+
+  bool isDropped() const noexcept { return !isSame && !bytes; }
+};
+
+/// Converts each segment once. Shapes are decoded and encoded: lossless ones stay lossless,
+/// quantized ones keep their bits. Metadata and XT precise geometry change their frame; what is not
+/// understood well enough is given up with a reason.
+class SegmentConverter {
+ public:
+  /// @param encoding of shapes, but for the bits that a quantized shape has
+  SegmentConverter(const Format& format, const ShapeEncoding& encoding, int level)
+      : format_(format), encoding_(encoding), level_(level) {}
+
+  /// Never throws for the segment's content. Safe from several threads.
+  const ConvertedSegment& convert(const Container& from, const TocEntry& entry);
+  /// Converts the shapes of a file on all cores.
+  void convertShapes(const Container& from);
+
+ private:
+  ConvertedSegment make(const Container& from, const TocEntry& entry);
+  ConvertedSegment makeShape(const Container& from, const TocEntry& entry);
+  ConvertedSegment makeOther(const Container& from, const TocEntry& entry) const;
+  codec::VariantChoice& variantsOf(const Container& from);
+
+  const Format format_;
+  const ShapeEncoding encoding_;
+  const int level_;
+  std::mutex mutex_;
+  std::unordered_map<const TocEntry*, std::unique_ptr<ConvertedSegment>> done_;
+  std::unordered_map<const Container*, std::unique_ptr<codec::VariantChoice>> variants_;
+};
+
+}  // namespace jt::file

@@ -1,0 +1,20 @@
+#pragma once
+
+// The frame of XT precise geometry. The geometry in it is the same in all versions of the format.
+
+#include <optional>
+
+#include "SegmentObjects.h"
+
+namespace jt::file {
+
+const JtGuid& xtBrepTypeId() noexcept;
+
+/// A segment with the same geometry in the form of 8.x or 9.x. Nothing for a target whose form is
+/// not known whole (10.x ends with a collection of unknown layout), and where the geometry is not
+/// found. Throws JtFormatError for a damaged frame.
+std::optional<Buffer> convertXtBrep(const SegmentElement& element, const Format& from,
+                                    const JtGuid& id, std::int32_t type, const Format& to,
+                                    int level);
+
+}  // namespace jt::file

@@ -1,0 +1,60 @@
+#include <algorithm>
+#include <array>
+
+#include "JtInspect.h"
+#include "JtShape.h"
+#include "file/SceneWriter.h"
+#include "file/ShapePlan.h"
+
+namespace jt {
+
+namespace {
+
+constexpr std::int32_t kWithoutLevel = 6;  // segment types: 6, and from 7 on one a level
+
+std::uint64_t countOf(const CountRange& range) noexcept {
+  return range.max > 0 ? static_cast<std::uint64_t>(range.max) : 0;
+}
+
+void add(ShapeSummary::Counts& counts, const ShapeSummary::Counts& more) noexcept {
+  counts.shapes += more.shapes;
+  counts.triangles += more.triangles;
+  counts.vertices += more.vertices;
+}
+
+}  // namespace
+
+ShapeSummary summarizeShapes(const JtPartition& partition) {
+  ShapeSummary summary;
+  std::array<ShapeSummary::Level, 11> levels;  // by segment type - 6
+  for (const JtNode* node : file::SceneWriter::nodesOf(partition)) {
+    const auto* shape = as<JtShape>(node);
+    if (!shape) continue;
+    const ShapeStatistics& statistics = shape->statistics();
+    const bool isLineOrPoint = as<JtSparseShape>(node) != nullptr;
+    const ShapeSummary::Counts counts{1, isLineOrPoint ? 0 : countOf(statistics.polygons),
+                                      countOf(statistics.vertices)};
+    if (statistics.vertices.max < 0 || statistics.polygons.max < 0) ++summary.uncounted;
+    const auto place =
+        static_cast<std::size_t>(file::ShapePlan::segmentTypeOf(*shape) - kWithoutLevel);
+    add(levels[place], counts);
+    add(summary.all, counts);
+    if (place < 2) {
+      summary.triangles += counts.triangles;
+      summary.vertices += counts.vertices;
+    }
+    ++summary.byType[elementName(shape)];
+  }
+  if (const file::Container* container = partition.container())
+    for (const file::TocEntry& entry : container->toc())
+      if (file::isShapeSegment(entry.type()))
+        levels[static_cast<std::size_t>(entry.type() - kWithoutLevel)].bytes += entry.length;
+  for (std::size_t place = 1; place <= levels.size(); ++place) {
+    ShapeSummary::Level& level = levels[place % levels.size()];  // those without level last
+    if (place < levels.size()) level.level = static_cast<int>(place) - 1;
+    if (level.shapes > 0 || level.bytes > 0) summary.levels.push_back(level);
+  }
+  return summary;
+}
+
+}  // namespace jt

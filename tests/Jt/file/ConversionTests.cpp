@@ -1,0 +1,222 @@
+// Files that are saved in another version: what becomes of the segments beside the scene graph.
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "JtInspect.h"
+#include "file/ShapeSegment.h"
+#include "support/Meshes.h"
+#include "support/ShapeFiles.h"
+#include "support/ShapeScene.h"
+
+namespace {
+
+using jt::FileVersion;
+using jt::file::Format;
+using Kind = jt::SegmentAction::Kind;
+
+constexpr FileVersion kVersions[] = {{8, 1}, {8, 2}, {9, 5}, {10, 0}, {10, 2}};
+
+struct Saved {
+  jt::Ref<JtPartition> root;
+  std::vector<jt::SegmentAction> segments;
+  std::vector<jt::SaveWarning> warnings;
+
+  const jt::SegmentAction& segment(std::uint32_t number) const {
+    return *std::ranges::find(segments, FileBuilder::id(number), &jt::SegmentAction::id);
+  }
+};
+
+Saved saveAs(MemoryStorage& storage, JtPartition& root, FileVersion version) {
+  jt::SaveOptions options;
+  options.version = version;
+  Saved saved;
+  saved.root = storage.open(storage.saved(root, options));
+  saved.segments = storage.report().segments;
+  saved.warnings = storage.report().warnings;
+  for (const jt::Note& note : jt::verify(MemoryLocation("saved")))
+    EXPECT_FALSE(note.isError) << note.code << ' ' << note.message;
+  EXPECT_EQ(saved.root->version(), version);
+  return saved;
+}
+
+Format formatOf(FileVersion version) { return {version.major, version.minor, false}; }
+
+void expectSameExtent(const jt::Mesh& a, const jt::Mesh& b, float tolerance) {
+  EXPECT_EQ(a.primitiveCount(), b.primitiveCount());
+  EXPECT_EQ(a.corners.size(), b.corners.size());
+  const jt::ShapeStatistics left = jt::file::statisticsOf(a);
+  const jt::ShapeStatistics right = jt::file::statisticsOf(b);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    EXPECT_NEAR(left.box.min[axis], right.box.min[axis], tolerance);
+    EXPECT_NEAR(left.box.max[axis], right.box.max[axis], tolerance);
+  }
+  EXPECT_NEAR(left.area, right.area, 100 * tolerance);
+}
+
+TEST(Conversion, ShapesAreTheSameInEveryVersion) {
+  MemoryStorage storage;
+  for (const ShapeVector& vector : shapeVectors()) {
+    const int generation = nlohmann::json::parse(vector.expected)["generation"];
+    const Format format{generation, generation == 8 ? 1 : generation == 9 ? 5 : 0, false};
+    jt::codec::VariantChoice variants;
+    const auto decoded = readShape(vector.bytes, format, variants);
+    const auto node = jt::makeShape(std::make_shared<const jt::Mesh>(decoded.mesh));
+    const auto root = storage.open(shapeFile(format, *node, vector.bytes));
+    for (const FileVersion version : kVersions) {
+      SCOPED_TRACE(vector.name + " to " + version.text());
+      const Saved saved = saveAs(storage, *root, version);
+      const bool isCopied = formatOf(version).sameFormAs(format);
+      EXPECT_EQ(saved.segment(2).kind, isCopied ? Kind::copied : Kind::rewritten);
+      const auto* shape = jt::as<JtShape>(saved.root->child(0));
+      ASSERT_TRUE(shape && shape->mesh()) << jt::lastError();
+      const bool groups = version.major > 8 && vector.name.find("point") == std::string::npos;
+      const bool isLossless = decoded.bits == jt::codec::QuantizationParameters{};
+      if (isLossless) {
+        EXPECT_EQ(contentOf(*shape->mesh(), groups), contentOf(decoded.mesh, groups));
+      } else {
+        expectSameExtent(*shape->mesh(), decoded.mesh, 1e-3F);
+      }
+      const auto* vertexShape = jt::as<JtVertexShape>(static_cast<const JtBase*>(shape));
+      EXPECT_EQ((vertexShape->vertexBindings() & 8) != 0, !decoded.mesh.normals.empty());
+      if (version.major == 8) continue;
+      const auto& container = *saved.root->container();
+      EXPECT_EQ(readShapeSegment(container, container.toc()[1], variants).bits, decoded.bits);
+    }
+  }
+}
+
+/// A root that names segments 2, 3, ... of the given types and contents.
+Bytes fileWith(const Format& format, const std::vector<std::pair<int, Bytes>>& segments) {
+  using jt::file::Feature;
+  SceneBuilder scene(format);
+  scene.partition(1, {}).marker();
+  FileBuilder file(format);
+  std::vector<std::int32_t> row{1};
+  std::uint32_t number = 2;
+  for (const auto& [type, content] : segments) {
+    Fields late = scene.fields().version(2).put(std::uint32_t{0}).version(2);
+    late.put(FileBuilder::id(number)).i32(type);
+    if (format.has(Feature::latePayloadId)) late.i32(0);
+    if (format.has(Feature::latePayloadId) && !format.has(Feature::attributeTail)) late.i32(1);
+    const auto id = static_cast<std::int32_t>(10 * number);
+    scene.text(id, ("key" + std::to_string(number)).c_str());
+    scene.element(SceneBuilder::kLate, 8, id + 1, late);
+    row.insert(row.end(), {id, id + 1});
+    file.packed(number++, type, content);
+  }
+  return file.scene(scene.marker().table({row})).build();
+}
+
+Bytes elementOf(const Format& format, std::string_view typeId, int baseType, const Fields& body) {
+  const bool hasId = format.has(jt::file::Feature::segmentObjectIds);
+  Fields out(format);
+  out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.bytes().size()));
+  out.put(*JtGuid::parse(typeId)).put(static_cast<std::uint8_t>(baseType));
+  if (hasId) out.i32(0);
+  return out.raw(body).bytes();
+}
+
+constexpr std::string_view kXt = "873a70e0-2ac9-11d1-9b6b-0080c7bb5997";
+constexpr std::string_view kNull = "3e637aed-2a89-41f8-a9fd-553737039682";
+
+TEST(Conversion, WhatAnotherVersionCannotHoldIsDroppedWithAReason) {
+  MemoryStorage storage;
+  const std::string_view data = "xx: TRANSMIT FILE created by a modeller";
+  for (const Format& format : allFormats()) {
+    const bool isTen = format.major == 10;
+    Fields xt(format);
+    if (isTen) {
+      xt.put(std::uint8_t{1}).put(std::uint8_t{0});
+    } else {
+      xt.i32(2);
+    }
+    xt.i32(14).i32(7);
+    if (format.major > 8) xt.i32(99);
+    xt.i32(static_cast<std::int32_t>(data.size())).raw(std::as_bytes(std::span(data)));
+    if (isTen) xt.zeros(5);  // what is behind in 10.x
+    Fields empty(format);
+    if (format.major > 8) empty.version();
+    empty.f32({1, 2, 3, 4, 5, 6});
+    const Bytes file = fileWith(
+        format, {{17, elementOf(format, kXt, 9, xt)},
+                 {3, elementOf(format, SceneBuilder::kUnknown, 9, Fields(format).zeros(9))},
+                 {7, elementOf(format, kNull, 4, empty)},
+                 {31, elementOf(format, SceneBuilder::kUnknown, 9, Fields(format).zeros(7))}});
+    const auto root = storage.open(file);
+    ASSERT_EQ(root->numProperties(), 4);
+    for (const FileVersion version : kVersions) {
+      SCOPED_TRACE(formatText(format) + " to " + version.text());
+      Format to = formatOf(version);
+      to.bigEndian = format.bigEndian;
+      const Saved saved = saveAs(storage, *root, version);
+      const bool isSame = to.sameSegmentsAs(format);
+      const Kind kept = isSame ? Kind::copied : Kind::rewritten;
+      const bool holdsXt = isSame || version.major < 10;
+      EXPECT_EQ(saved.segment(2).kind, holdsXt ? kept : Kind::dropped);
+      EXPECT_EQ(saved.segment(3).kind, isSame ? Kind::copied : Kind::dropped);
+      EXPECT_EQ(saved.segment(4).kind, kept);
+      EXPECT_EQ(saved.segment(5).kind, isSame ? Kind::copied : Kind::dropped);
+      for (const jt::SegmentAction& action : saved.segments)
+        EXPECT_EQ(action.kind == Kind::copied, action.reason.empty()) << action.reason;
+      // Nothing names what is not there.
+      EXPECT_EQ(saved.root->numProperties(), isSame ? 4 : holdsXt ? 2 : 1);
+      if (!holdsXt || isSame) continue;
+      const auto& container = *saved.root->container();
+      const auto content = container.load(*container.find(FileBuilder::id(2)));
+      const auto element = jt::file::segmentElements(content.bytes, container.format()).at(0);
+      const auto tail = element.body.last(data.size());
+      EXPECT_TRUE(std::ranges::equal(tail, std::as_bytes(std::span(data))));
+    }
+  }
+}
+
+TEST(Findings, ChangedBitsOfShapesAreFoundOrHarmless) {
+  MemoryStorage storage;
+  std::map<std::string, int> codes;
+  const Format format{9, 5, false};
+  for (const ShapeVector& vector : shapeVectors()) {
+    if (vector.name != "trinorm9" && vector.name != "linedup9") continue;
+    const auto node = jt::make<JtTriStripSet>();
+    const Bytes file = shapeFile(format, *node, vector.bytes);
+    const std::size_t at = file.size() - vector.bytes.size();
+    for (std::size_t bit = 0; bit < 8 * vector.bytes.size(); bit += 3) {
+      Bytes& changed = storage["changed"];
+      changed = file;
+      changed[at + bit / 8] ^= std::byte{1} << bit % 8;
+      for (const jt::Note& note : jt::verify(MemoryLocation("changed"))) {
+        ++codes[note.code];
+        EXPECT_NE(note.segment.find(FileBuilder::id(2).text()), std::string::npos) << note.code;
+      }
+    }
+  }
+  for (const char* code : {"hash_mismatch", "bad_packet", "bad_topology", "bad_element_length"})
+    EXPECT_GT(codes[code], 0) << code;
+}
+
+TEST(Findings, TheWalkOfAFileIsToldOnce) {
+  MemoryStorage storage;
+  std::vector<bool> holes(31);
+  for (std::size_t i = 0; i < holes.size(); i += 4) holes[i] = true;
+  const jt::Mesh mesh = grid(24, 19, true, true, holes, false);
+  const Format format{9, 5, false};
+  for (unsigned index = 0; index < jt::codec::Variant::kCount; ++index) {
+    SCOPED_TRACE(index);
+    jt::codec::EncodeOptions options;
+    options.profile = jt::codec::Profile::compact;
+    options.variant = jt::codec::Variant::byIndex(index);
+    jt::codec::Report losses;
+    const auto segment = jt::file::writeShapeSegment(mesh, {}, 7, format, options, losses);
+    const auto content = segment.bytes().subspan(jt::file::kSegmentHeaderSize);
+    const Bytes bytes(content.begin(), content.end());
+    storage["walk"] = fileWith(format, {{7, bytes}, {7, bytes}});
+    const auto findings = jt::verify(MemoryLocation("walk"));
+    if (index % 4 == 0) continue;  // the expected walk may fit too
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, "mesh_walk_variant");
+    EXPECT_NE(findings[0].message.find(std::to_string(index)), std::string::npos);
+  }
+}
+
+}  // namespace
