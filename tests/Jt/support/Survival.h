@@ -27,6 +27,8 @@ inline void loadEverything(JtPartition& root) {
     for (int i = 0; node->getProperty(i, key, value); ++i)
       if (auto* late = jt::as<JtLateLoadedPropAtom>(value)) errorCode([&] { late->load(&root); });
     if (auto* holder = jt::as<VisMetaDataNode>(node)) holder->ensureMetaData();
+    if (const auto* shape = jt::as<JtShape>(static_cast<const JtBase*>(node)))
+      if (const auto mesh = shape->mesh(); mesh && !mesh->flaw().empty()) std::abort();
     for (int i = 0; i < node->numChildren(); ++i) pending.push_back(node->child(i));
   }
 }
@@ -56,6 +58,10 @@ inline std::string survive(MemoryStorage& storage, const Bytes& file, bool save 
     const Bytes saved = storage.saved(*root);
     before = SceneText::of(*root);  // the save may have grown the extent
     after = SceneText::of(*storage.open(saved, limits));
+    jt::SaveOptions conversion;
+    conversion.dryRun = true;
+    conversion.version = file.size() % 2 == 0 ? jt::FileVersion{8, 1} : jt::FileVersion{10, 0};
+    errorCode([&] { storage.saved(*root, conversion); });
   });
   return code.empty() && before != after ? "differs" : code;
 }

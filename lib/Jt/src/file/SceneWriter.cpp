@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "JtInstance.h"
+#include "JtLights.h"
 #include "JtTexture.h"
 #include "SceneReader.h"
 #include "SegmentObjects.h"
@@ -21,6 +22,14 @@ int ownChildren(const JtNode& node) {
 
 Format formOf(const SceneSource* source, const Format& fallback) {
   return source ? source->format() : fallback;
+}
+
+/// False for kinds that a form does not have, or whose fields in it are not known.
+bool isHeldBy(const JtType& type, const Format& format) {
+  if (!format.has(Feature::localVersions) &&
+      (&type == JtTextureImage::classTypeID() || type.isA(JtLight::classTypeID())))
+    return false;
+  return &type != JtShaderEffects::classTypeID() || !format.has(Feature::byteVersions);
 }
 
 }  // namespace
@@ -196,8 +205,7 @@ bool SceneWriter::skipsInConversion(const Item& item) {
   const ElementKind* kind = from->kind(element);
   const bool isUnderstood = kind && kind->type != JtOpaqueAttribute::classTypeID() &&
                             (!item.object || item.object->typeID() == kind->type) &&
-                            !(kind->type == JtShaderEffects::classTypeID() &&
-                              format_.has(Feature::byteVersions));  // 10.x has no shaders
+                            isHeldBy(*kind->type, format_);
   if (isUnderstood) return false;
   const std::string what =
       kind ? kind->name : "an element of unknown type " + from->frame(element).typeId.text();
@@ -206,6 +214,7 @@ bool SceneWriter::skipsInConversion(const Item& item) {
                         what + " cannot be converted to another version of the format",
                         from->position(from->offset(element)));
   leaveOut(what, element);
+  if (item.object) leftOut_.insert(item.object);
   return true;
 }
 
@@ -489,7 +498,9 @@ void SceneWriter::fillLinks(const JtSceneObject& object, Links& links) const {
   const auto* node = as<JtNode>(&object);
   if (!node) return;
   const int attributes = node->numAttributes();
-  for (int i = 0; i < attributes; ++i) links.attributes.push_back(idOf(*node->attribute(i)));
+  for (int i = 0; i < attributes; ++i)
+    if (leftOut_.empty() || !leftOut_.contains(node->attribute(i)))
+      links.attributes.push_back(idOf(*node->attribute(i)));
   const int children = ownChildren(*node);
   for (int i = 0; i < children; ++i) links.children.push_back(idOf(*node->child(i)));
 }

@@ -109,6 +109,7 @@ class SceneWriter {
   Links links_;    // of the node that is being written
   ByteSink rows_;  // of the property table, without its head
   std::int32_t rowCount_ = 0;
+  std::unordered_set<const JtSceneObject*> leftOut_;  // what this form cannot hold
   std::size_t lostReflectivities_ = 0;
   std::size_t lostBumps_ = 0;
   PointerIds<JtSceneObject> ids_;  // of shared objects that are not from the source

@@ -90,9 +90,15 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
     try {
       Reader reader(stored.body, format, stored.bodyOffset);
       kind->read(reader, element);
-      Mesh mesh = kind->isPrimitives
-                      ? tessellate(primitivesOf(element, format), options.tolerance, element.budget)
-                      : meshOf(element, format, variants, report);
+      Mesh mesh;
+      if (kind->isPrimitives) {
+        // Whoever asks for a tolerance has a reason: then only the memory is limited.
+        codec::Budget budget =
+            options.tolerance > 0 ? codec::Budget(options.maxBytes) : element.budget;
+        mesh = tessellate(primitivesOf(element, format), options.tolerance, budget);
+      } else {
+        mesh = meshOf(element, format, variants, report);
+      }
       return {kind, std::move(mesh), std::move(report.remarks), bitsOf(element)};
     } catch (const JtFormatError& error) {
       throw error.within({{}, {}, kind->name, stored.bodyOffset});
