@@ -102,7 +102,7 @@ TEST(Primitives, BecomeClosedSurfacesInEveryForm) {
         const auto root = storage.open(shapeFile(format, *node, content));
         const auto* set = jt::as<JtPrimitiveSet>(static_cast<const JtBase*>(root->child(0)));
         ASSERT_TRUE(set && set->mesh()) << jt::lastError();
-        const auto fine = set->tessellate(1e-4F);
+        const auto fine = set->tessellate(2e-3F);
         ASSERT_TRUE(fine) << jt::lastError();
         EXPECT_EQ(fine->flaw(), "");
         expectClosed(*fine);
