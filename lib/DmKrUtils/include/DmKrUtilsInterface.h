@@ -1,8 +1,9 @@
 #pragma once
 
 #include "DmKrUtilsExport.h"
-#include "JtNode.h"
+#include "JtPartition.h"
 #include "JtXform.h"
+#include "RWClassic.h"
 
 /// Operations on scene graphs that the host's other libraries share.
 class DMKR_API DmKrUtilsInterface {
@@ -13,6 +14,11 @@ class DMKR_API DmKrUtilsInterface {
   /// an opened file stays unmodified. Each node is looked at once, however many paths lead to it.
   /// @return how many were removed
   static int cleanupUnusedAttributes(JtNode* top);
+
+  /// Opens a JT file alone: partitions that stand for other files stay closed.
+  /// @return null when it cannot be opened; the reason is in jt::lastError()
+  static jt::Ref<JtPartition> OpenJt(const RWClassicCString& path,
+                                     const jt::ReadLimits& limits = {});
 
   /// Sets the matrix (row vectors) of a transform attribute; false for null.
   static bool setMatrix(JtXform* xform, const jt::Matrix4& matrix);

@@ -1,9 +1,11 @@
 #include "DmKrUtilsInterface.h"
 
+#include <exception>
 #include <unordered_set>
 #include <vector>
 
 #include "JtMaterial.h"
+#include "JtStorageLocation.h"
 
 namespace dmkr {
 namespace {
@@ -67,6 +69,18 @@ int DmKrUtilsInterface::cleanupUnusedAttributes(JtNode* top) {
       if (JtNode* child = node->child(index)) open.push_back(child);
   }
   return removed;
+}
+
+jt::Ref<JtPartition> DmKrUtilsInterface::OpenJt(const RWClassicCString& path,
+                                                const jt::ReadLimits& limits) {
+  JtPartition* opened = nullptr;
+  try {
+    const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(path));
+    JtPartition::openPartition(place.get(), nullptr, opened, limits);
+  } catch (const std::exception& failure) {
+    jt::setLastError(failure.what());
+  }
+  return jt::Ref<JtPartition>::adopt(opened);
 }
 
 bool DmKrUtilsInterface::setMatrix(JtXform* xform, const jt::Matrix4& matrix) {

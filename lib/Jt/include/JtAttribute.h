@@ -38,10 +38,18 @@ class JT_API JtAttribute : public JtSceneObject {
   /// Sets the force flag, so that the attribute wins over a final one above it.
   virtual void setForce(bool on) { setState(JtAttributeState::force, on); }
 
+ protected:
+  /// What the bits of the flags below mean differs between 10.x and what was before.
+  bool hasFieldFlagsOf10() const noexcept { return fieldFlagsOf10_; }
+  void clearInhibitFlags(std::uint32_t bits);
+  /// True when everything that all attributes have is equal.
+  bool isBaseEqualTo(const JtAttribute& other) const noexcept;
+
  private:
   friend struct jt::file::AttributeFields;
   jt::LocalVersion baseVersion_;
   std::uint8_t stateFlags_ = static_cast<std::uint8_t>(JtAttributeState::persistable);
+  bool fieldFlagsOf10_ = true;
   std::uint32_t inhibitFlags_ = 0;
   std::uint32_t finalFlags_ = 0;
   std::optional<std::int32_t> tail_;                       // closes every attribute in 10.5 files

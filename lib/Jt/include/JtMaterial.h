@@ -11,6 +11,14 @@ namespace jt {
 using Rgba = std::array<float, 4>;
 }  // namespace jt
 
+/// What a material may leave to what it inherits: its own value is then not taken.
+enum class JtMaterialField : std::uint8_t {
+  ambient,
+  diffuse,  ///< red, green and blue
+  alpha,    ///< the opacity in the diffuse colour
+  overrideVertexColors,
+};
+
 /// Material attribute: how a surface reflects light.
 class JT_API JtMaterial : public JtAttribute {
  public:
@@ -30,7 +38,7 @@ class JT_API JtMaterial : public JtAttribute {
   float bumpiness() const noexcept { return bumpiness_; }
 
   void setAmbientColor(float red, float green, float blue, float alpha = 1);
-  /// Sets colour and opacity; blending is switched on when alpha is below 1.
+  /// Sets colour and opacity; blending is switched on when alpha is below 1, off otherwise.
   void setDiffuseColor(float red, float green, float blue, float alpha = 1);
   void setSpecularColor(float red, float green, float blue, float alpha = 1);
   void setEmissionColor(float red, float green, float blue, float alpha = 1);
@@ -42,6 +50,20 @@ class JT_API JtMaterial : public JtAttribute {
   bool overrideVertexColors() const noexcept { return (dataFlags_ & 0x0020) != 0; }
   void setOverrideVertexColors(bool on);
   bool blending() const noexcept { return (dataFlags_ & 0x0010) != 0; }
+  /// Switching on gives a material without blend factors the usual ones: source alpha, and one
+  /// minus source alpha.
+  void setBlending(bool on);
+
+  /// False for a field that the material leaves to what it inherits.
+  bool states(JtMaterialField field) const noexcept;
+  /// Makes the material's own value of a field count.
+  void state(JtMaterialField field);
+
+  /// True when one of the two can stand for the other wherever it is listed: all values are equal
+  /// bit for bit, the flags too. How a file stores them does not matter.
+  bool isEqualTo(const JtMaterial& other) const noexcept;
+  /// Equal for materials that are equal.
+  std::size_t hash() const noexcept;
 
   /// State kept up to date on demand when an attribute mixes fields from several places. Attributes
   /// of this library are always up to date, so the flags are never set.
@@ -53,6 +75,8 @@ class JT_API JtMaterial : public JtAttribute {
  private:
   friend struct jt::file::AttributeFields;
   void clearPattern(std::uint8_t bit);
+  std::uint32_t inhibitBits(JtMaterialField field) const noexcept;
+  std::array<std::uint32_t, 20> values() const noexcept;
 
   jt::LocalVersion version_;
   // Vertex colours overridden, blend factors 6 and 7, blending off: what real files hold.

@@ -167,6 +167,11 @@ class JT_API JtPartition : public JtGroup {
   /// written or the old bytes stay. Partitions below that stand for other files and were changed
   /// are saved to their own locations first. Throws JtFormatError.
   jt::SaveReport save(JtStorageLocation* location = nullptr, const jt::SaveOptions& options = {});
+  /// Writes the partition to its own location, and partitions below that stand for other files and
+  /// were changed to theirs. Throws JtFormatError.
+  jt::SaveReport saveAllPartitions(const jt::SaveOptions& options = {}) {
+    return save(nullptr, options);
+  }
   /// Writes `root` as the content of a new file at `location`: what is below it, under a partition
   /// of its own, with the segments that it needs.
   jt::SaveReport saveAs(JtNode* root, JtStorageLocation* location,

@@ -138,6 +138,10 @@ class JT_API JtPtrPropAtom : public JtPropAtom {
   std::int32_t target_ = 0;
 };
 
+/// A pointer whose target has no type: the same element. Null, it serves as a mark that is there or
+/// not.
+using JtVoidPtrPropAtom = JtPtrPropAtom;
+
 /// A value that lies in a segment of its own and is loaded on demand.
 class JT_API JtLateLoadedPropAtom : public JtPropAtom {
  public:

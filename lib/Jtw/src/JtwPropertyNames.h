@@ -79,6 +79,8 @@ JtPropAtom* keyAtom(Key key);
 inline constexpr const char* kOriginateFromNativeJt = "KrOriginateFromNativeJt";
 /// On a switch: its children are representations of the component.
 inline constexpr const char* kSwitch = "KrSwitch";
+/// On a component, or on the representations in a switch: the materials were converted.
+inline constexpr const char* kUpdatedMaterials = "KrUpdatedDolvanMaterials";
 /// On a node: its unit of length has been dealt with.
 inline constexpr const char* kMeasurementUnitProp = "KrMeasurementUnitProp";
 

@@ -54,6 +54,7 @@ ExitCode runSnapshot(Session& session);
 // These two are in the program jtw-mesh; in jtw itself they start it.
 ExitCode runImport(Session& session);
 ExitCode runConvert(Session& session);
+ExitCode runUpdateMaterials(Session& session);
 ExitCode runHelp(Session& session);
 /// The help of the program, or of one command.
 void showHelp(Session& session, const Command* command);

@@ -220,6 +220,12 @@ constexpr Command kCommands[] = {
      "An\n"
      "OUT that is there is replaced.",
      2, 2, kConvertOptions, runConvert},
+    {"update-materials", "DOC...", "converts the materials of components to today's form, once",
+     "jtw update-materials cells/*.kpak",
+     "Each DOC is 'updated', or left as it is: 'already-updated', or 'native' when there is no\n"
+     "component in it. One that fails stops nothing; the exit code is then 1, or that of the\n"
+     "failure when all fail alike. --jobs tells how many are done at a time, all cores without it.",
+     1, kManyArguments, kSetOptions, runUpdateMaterials},
     {"help",
      "[COMMAND]",
      "explains the program or a command",
@@ -229,7 +235,6 @@ constexpr Command kCommands[] = {
      1,
      {},
      runHelp},
-    {"update-materials", "", "", "", "", 0, kManyArguments, {}, nullptr},
 };
 
 }  // namespace

@@ -49,28 +49,6 @@ ApiDocumentRef withFileStream(const ApiDocumentRef& document, const std::string&
   return host::withStream(document, CComPtr<IStream>(stream), ApiDocument::StreamDuty::should);
 }
 
-/// The registry tells only that it failed. What is wrong with the file shows when it is opened
-/// alone.
-[[noreturn]] void failToOpen(const ApiDocumentRef& document, const DocumentName& name) {
-  std::string location;
-  std::string file = name.path;
-  if (!name.isStream && !JtwManager::getFileNameFromDocument(document, location, file))
-    throw Failure(ExitCode::input, "not_found",
-                  ApiSysFilePath(name.path).exists() ? "there is no JT file in it"
-                                                     : "there is no such document",
-                  {.file = name.path, .segment = {}, .element = {}, .offset = {}});
-  try {
-    const jt::Ref<JtStorageLocation> place = inputLocation(location + file);
-    JtPartition* opened = nullptr;
-    JtPartition::openPartition(place.get(), nullptr, opened, JtwManager::the().readLimits());
-    if (opened) opened->unref();
-  } catch (const JtFormatError& error) {
-    throw readFailure(error, location + file);
-  }
-  throw Failure(ExitCode::input, "not_a_component", jt::lastError(),
-                {.file = name.path, .segment = {}, .element = {}, .offset = {}});
-}
-
 }  // namespace
 
 Library::Library(Session& session) {
@@ -104,6 +82,27 @@ ApiDocumentRef openHostDocument(const DocumentName& name) {
     throw Failure(ExitCode::input, "bad_document", opened.error,
                   {.file = name.path, .segment = {}, .element = {}, .offset = {}});
   return opened.document;
+}
+
+[[noreturn]] void failToOpen(const ApiDocumentRef& document, const DocumentName& name) {
+  std::string location;
+  std::string file = name.path;
+  if (!name.isStream && !JtwManager::getFileNameFromDocument(document, location, file))
+    throw Failure(ExitCode::input, "not_found",
+                  ApiSysFilePath(name.path).exists() ? "there is no JT file in it"
+                                                     : "there is no such document",
+                  {.file = name.path, .segment = {}, .element = {}, .offset = {}});
+  // What is wrong with the file shows when it is opened alone.
+  try {
+    const jt::Ref<JtStorageLocation> place = inputLocation(location + file);
+    JtPartition* opened = nullptr;
+    JtPartition::openPartition(place.get(), nullptr, opened, JtwManager::the().readLimits());
+    if (opened) opened->unref();
+  } catch (const JtFormatError& error) {
+    throw readFailure(error, location + file);
+  }
+  throw Failure(ExitCode::input, "not_a_component", jt::lastError(),
+                {.file = name.path, .segment = {}, .element = {}, .offset = {}});
 }
 
 ApiProtoKey parseKey(const std::string& text) {

@@ -99,6 +99,9 @@ class Component {
 
 /// The document behind a name. Throws Failure "bad_document".
 ApiDocumentRef openHostDocument(const DocumentName& name);
+/// Tells why a document's JT file cannot be opened: the library's operations say only that. Throws
+/// Failure.
+[[noreturn]] void failToOpen(const ApiDocumentRef& document, const DocumentName& name);
 /// The key that a text names. Throws Failure "usage".
 ApiProtoKey parseKey(const std::string& text);
 

@@ -39,11 +39,11 @@ void Output::fail() {
 
 void Output::write(std::string_view text) {
   buffer_.append(text);
-  if (buffer_.size() >= kBufferSize) flush();
+  if (file_ && buffer_.size() >= kBufferSize) flush();
 }
 
 void Output::flush() {
-  if (hasFailed_) return;
+  if (hasFailed_ || !file_) return;
   if (!buffer_.empty()) {
     hasWritten_ = true;
     if (std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size()) fail();
@@ -54,10 +54,10 @@ void Output::flush() {
 
 void Output::close() {
   flush();
-  if (!hasFailed_ && std::fclose(file_) != 0) fail();
+  if (file_ && !hasFailed_ && std::fclose(file_) != 0) fail();
 }
 
-bool Output::isTerminal() const { return isatty(fileno(file_)) == 1; }
+bool Output::isTerminal() const { return file_ && isatty(fileno(file_)) == 1; }
 
 std::string printable(std::string_view text) {
   static constexpr char kHex[] = "0123456789abcdef";

@@ -3,15 +3,21 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tool {
 
-/// One of the standard streams, with a buffer of its own. Nothing reaches the stream before the
-/// buffer is full or flush() is called, so that a failure can take short results back.
+/// One of the standard streams, with a buffer of its own; or text that is collected in memory.
+/// Nothing reaches the stream before the buffer is full or flush() is called, so that a failure can
+/// take short results back.
 class Output {
  public:
   /// @param file not owned
   explicit Output(std::FILE* file) : file_(file) {}
+  /// Collects what is written, for take().
+  Output() = default;
+  /// What was collected; nothing is left.
+  std::string take() noexcept { return std::exchange(buffer_, {}); }
 
   /// Throws Failure "write_failed" when the stream does not take what is written.
   void write(std::string_view text);
@@ -33,7 +39,7 @@ class Output {
  private:
   [[noreturn]] void fail();
 
-  std::FILE* file_;
+  std::FILE* file_ = nullptr;
   std::string buffer_;
   bool hasWritten_ = false;
   bool hasFailed_ = false;

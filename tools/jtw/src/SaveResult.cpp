@@ -63,7 +63,10 @@ const char* actionName(Kind kind) {
 }
 
 void writeSaved(Session& session, const jt::SaveReport& report) {
-  JsonWriter& json = session.json();
+  writeSaved(session.json(), report);
+}
+
+void writeSaved(JsonWriter& json, const jt::SaveReport& report) {
   json.key("saved");
   json.beginObject();
   json.member("file", report.file);
@@ -81,7 +84,10 @@ void writeSaved(Session& session, const jt::SaveReport& report) {
 }
 
 void showSaved(Session& session, const jt::SaveReport& report, bool dryRun) {
-  Output& out = session.out();
+  showSaved(session.out(), report, dryRun);
+}
+
+void showSaved(Output& out, const jt::SaveReport& report, bool dryRun) {
   const auto kept = std::count_if(report.segments.begin(), report.segments.end(),
                                   [](const auto& action) { return action.kind == Kind::copied; });
   out.line((dryRun ? "would save " : "saved ") + printable(report.file) + ", version " +

@@ -3,7 +3,9 @@
 #include <optional>
 #include <string>
 
+#include "JsonWriter.h"
 #include "JtPartition.h"
+#include "Output.h"
 
 namespace tool {
 
@@ -18,8 +20,10 @@ jt::SaveReport savePartition(JtPartition& partition, JtStorageLocation* location
                              const jt::SaveOptions& options, const std::string& name);
 
 /// Writes the member "saved" of a result.
+void writeSaved(JsonWriter& json, const jt::SaveReport& report);
 void writeSaved(Session& session, const jt::SaveReport& report);
 /// Tells in text what a save did, or would do; the warnings go to standard error in any case.
+void showSaved(Output& out, const jt::SaveReport& report, bool dryRun);
 void showSaved(Session& session, const jt::SaveReport& report, bool dryRun);
 void showSaveWarnings(Session& session, const jt::SaveReport& report);
 

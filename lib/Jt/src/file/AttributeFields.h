@@ -197,6 +197,7 @@ struct AttributeFields {
     ar("stateFlags", attribute.stateFlags_);
     ar("fieldInhibitFlags", attribute.inhibitFlags_);
     if (ar.has(Feature::fieldFinal)) ar("fieldFinalFlags", attribute.finalFlags_);
+    if constexpr (Ar::reading) attribute.fieldFlagsOf10_ = ar.has(Feature::fieldFinal);
   }
 
   template <class Ar>

@@ -1,5 +1,7 @@
 #include "JtAttribute.h"
 
+#include <bit>
+
 #include "JtMaterial.h"
 #include "JtStyles.h"
 #include "JtXform.h"
@@ -9,6 +11,22 @@ void JtAttribute::setState(JtAttributeState state, bool on) {
   const auto bit = static_cast<std::uint8_t>(state);
   stateFlags_ = static_cast<std::uint8_t>(on ? stateFlags_ | bit : stateFlags_ & ~bit);
   touch();
+}
+
+void JtAttribute::clearInhibitFlags(std::uint32_t bits) {
+  if (isCarried() || (inhibitFlags_ & bits) == 0) return;
+  inhibitFlags_ &= ~bits;
+  touch();
+}
+
+bool JtAttribute::isBaseEqualTo(const JtAttribute& other) const noexcept {
+  const bool hasFieldFlags = (inhibitFlags_ | finalFlags_) != 0;
+  return stateFlags_ == other.stateFlags_ && inhibitFlags_ == other.inhibitFlags_ &&
+         finalFlags_ == other.finalFlags_ &&
+         (!hasFieldFlags || fieldFlagsOf10_ == other.fieldFlagsOf10_) &&
+         tail_.value_or(-1) == other.tail_.value_or(-1) &&
+         (surplus_ == other.surplus_ ||
+          (surplus_ && other.surplus_ && *surplus_ == *other.surplus_));
 }
 
 // --- JtMaterial
@@ -22,10 +40,64 @@ void JtMaterial::setAmbientColor(float red, float green, float blue, float alpha
 
 void JtMaterial::setDiffuseColor(float red, float green, float blue, float alpha) {
   diffuse_ = {red, green, blue, alpha};
-  constexpr std::uint16_t kBlending = 0x0010;
-  dataFlags_ =
-      static_cast<std::uint16_t>(alpha < 1 ? dataFlags_ | kBlending : dataFlags_ & ~kBlending);
+  setBlending(alpha < 1);
+}
+
+void JtMaterial::setBlending(bool on) {
+  constexpr unsigned kBlending = 0x0010;
+  constexpr unsigned kFactors = 0xffc0;
+  constexpr unsigned kUsualFactors = 6U << 6 | 7U << 11;
+  unsigned flags = on ? dataFlags_ | kBlending : dataFlags_ & ~kBlending;
+  if (on && (flags & kFactors) == 0) flags |= kUsualFactors;
+  dataFlags_ = static_cast<std::uint16_t>(flags);
   touch();
+}
+
+std::uint32_t JtMaterial::inhibitBits(JtMaterialField field) const noexcept {
+  // Before 10.x one bit stands for diffuse colour and alpha together; 9.5 adds one for each.
+  const bool is10 = hasFieldFlagsOf10();
+  switch (field) {
+    case JtMaterialField::ambient:
+      return 0x001;
+    case JtMaterialField::diffuse:
+      return is10 ? 0x040 : 0x082;
+    case JtMaterialField::alpha:
+      return is10 ? 0x080 : 0x102;
+    case JtMaterialField::overrideVertexColors:
+      return is10 ? 0x010 : 0x020;
+  }
+  return 0;
+}
+
+bool JtMaterial::states(JtMaterialField field) const noexcept {
+  return (inhibitFlags() & inhibitBits(field)) == 0;
+}
+
+void JtMaterial::state(JtMaterialField field) { clearInhibitFlags(inhibitBits(field)); }
+
+std::array<std::uint32_t, 20> JtMaterial::values() const noexcept {
+  // The low bits tell how 8.x files store the colours.
+  constexpr unsigned kStorage = 0x000f;
+  std::array<std::uint32_t, 20> all{
+      dataFlags_ & ~kStorage, std::bit_cast<std::uint32_t>(shininess_),
+      std::bit_cast<std::uint32_t>(reflectivity()), std::bit_cast<std::uint32_t>(bumpiness_)};
+  std::size_t next = 4;
+  for (const jt::Rgba* color : {&ambient_, &diffuse_, &specular_, &emission_})
+    for (const float component : *color) all[next++] = std::bit_cast<std::uint32_t>(component);
+  return all;
+}
+
+bool JtMaterial::isEqualTo(const JtMaterial& other) const noexcept {
+  return values() == other.values() && isBaseEqualTo(other);
+}
+
+std::size_t JtMaterial::hash() const noexcept {
+  std::uint64_t hash = stateFlags();
+  for (const std::uint32_t value : values()) {
+    hash = (hash ^ value) * 0x9e3779b97f4a7c15U;
+    hash ^= hash >> 29;
+  }
+  return static_cast<std::size_t>(hash);
 }
 
 void JtMaterial::setSpecularColor(float red, float green, float blue, float alpha) {

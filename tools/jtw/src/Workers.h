@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// Gives the result of one piece of work.
+using PieceOfWork = std::function<std::string(std::size_t piece)>;
+/// Called whenever a piece is done.
+using PieceDone = std::function<void(std::size_t piece, std::optional<std::string> result)>;
+
+/// Divides work among processes: the library is used by one thread and keeps state for the whole
+/// process, so pieces that run side by side need a process each; and whatever one of them runs
+/// into, the others go on. @pre this process has one thread
+/// @param jobs how many pieces are done at a time at most
+/// @param work runs in a copy of this process: nothing that it changes in memory comes back, and it
+///             must not write to the session's results
+/// @param done runs in this process. A piece whose process did not come to its end, or could not be
+///             started, has no result
+void runInProcesses(const std::vector<std::size_t>& pieces, std::size_t jobs,
+                    const PieceOfWork& work, const PieceDone& done);
+
+}  // namespace tool
