@@ -91,6 +91,41 @@ TEST_F(Traverse, VisitsComeDepthFirstAndAnswersSteer) {
   EXPECT_FALSE(Walk(nullptr).execute());
 }
 
+TEST_F(Traverse, PmiComeByTypeAndInListOrder) {
+  block(2);
+  for (const auto& [itsKey, type] : {std::pair(10, API_PMI_DIMENSION),
+                                     {11, API_PMI_NOTE},
+                                     {12, API_PMI_DIMENSION},
+                                     {13, API_PMI_NOTE}}) {
+    ApiWmPMIAnnotationData data;
+    data.annotationType = type;
+    root_.createPMIAnnotationNode(key(itsKey), key(2), RTTran3D::unit)->setAnnotationData(data);
+  }
+  frame(20, 2);
+  Walk walk(&root_, find(2));
+  walk.withPmi = true;
+  EXPECT_TRUE(walk.execute());
+  EXPECT_EQ(walk.log, "+2 pmi2 +20 +11 +13 +10 +12 -2 ");
+}
+
+TEST_F(Traverse, WhatANativeFileGroupsCanBeExploded) {
+  block(2);
+  auto& assembly = add<VisMetaDataNode>(*jt::as<JtGroup>(find(2)->jtNode()), "assembly");
+  auto& inner = add<VisMetaDataNode>(assembly, "inner");
+  add<VisPartNode>(inner, "part");
+  const auto exploded = [this] {
+    Walk walk(&root_);
+    walk.setExplodeNativeNodes(true);
+    EXPECT_TRUE(walk.execute());
+    return walk.log;
+  };
+  EXPECT_EQ(exploded(), "root1 +2 +part -2 end1 ");
+  JtwNode* part = jtw::tree(root_, root_).back().node;
+  EXPECT_EQ(part->parentNode(), find(2));
+  EXPECT_EQ(walked(root_), "root1 +2 +assembly +inner +part -inner -assembly -2 end1 ");
+  EXPECT_EQ(exploded(), "root1 +2 +part -2 end1 ");
+}
+
 TEST_F(Traverse, GroupsBecomeTheKindThatTheyAreMarkedAs) {
   const struct {
     const char* type;

@@ -49,11 +49,17 @@ class JTW_API JtwTraverse {
   /// The entity is destroyed afterwards.
   virtual bool actOnNonDisplayedNode(JtwNode* node);
   /// For a collection with PMI or frames, before those are walked; only if the answer is true they
-  /// are acted on, in list order. The default answer is false.
+  /// are acted on: frames first, then annotations by their PMI type, in list order among those of
+  /// one type. The default answer is false.
   virtual bool preActOnPMI(JtwNode* node);
 
   /// Runs the walk. False when the root has no JT node or the graph cannot be read.
   bool execute();
+  /// Explodes what a native file groups: its assemblies, which no host has marked, are passed over,
+  /// and what they hold is met as if it hung below the nearest collection that is shown. Off unless
+  /// set; nothing is changed in the scene graph either way.
+  void setExplodeNativeNodes(bool on) noexcept { explodes_ = on; }
+  bool explodesNativeNodes() const noexcept { return explodes_; }
   /// The root that is walked; not owned.
   JtwRoot* root() const noexcept { return root_; }
 
@@ -78,12 +84,16 @@ class JTW_API JtwTraverse {
   bool internalActOnGroup(JtGroup* group);
   bool internalActOnRoot();
   void handleNativeJTs(VisMetaDataNode* node);
+  bool isUnmarked(VisMetaDataNode& node) const;
+  bool needToExplodeNodes(JtNode* node) const;
+  void handlePMIOnExplodedNode(JtNode* node);
   JtwCollection* makeCollection(VisMetaDataNode& node);
-  void traversePMIs(JtwCollection* collection);
+  void traversePMIs(JtwCollection* collection, JtwCollection* shownAt);
 
   static Walk* impl_;
 
   JtwRoot* root_;
   JtwNode* startNode_;
   RWClassicWString instanceName_;
+  bool explodes_ = false;
 };

@@ -1,5 +1,6 @@
 #include "JtwTraverse.h"
 
+#include <algorithm>
 #include <memory>
 #include <unordered_set>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "JtwEntity.h"
 #include "JtwLink.h"
 #include "JtwPMI.h"
+#include "JtwPMIAnnotation.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
 #include "JtwSubDevice.h"
@@ -34,7 +36,8 @@ struct JtwTraverse::Walk {
 
   /// One node on the current path.
   struct Step {
-    bool visited = false;  ///< false: met again and passed over
+    bool visited = false;   ///< false: met again and passed over
+    bool exploded = false;  ///< passed over itself, but not what it holds
     JtwNode* wrapper = nullptr;
     unsigned forgotten = 0;  ///< how many wrappers the root had forgotten by then
   };
@@ -80,7 +83,7 @@ bool JtwTraverse::execute() try {
   iterator->setPostVisit([this, &walk](JtNode* node) {
     const Walk::Step step = walk.path.back();
     walk.path.pop_back();
-    if (!step.visited) return true;
+    if (!step.visited || step.exploded) return true;
     // Looking the wrapper up once more is half of what a walk costs.
     return step.wrapper && step.forgotten == root_->forgotten_ ? internalPostWrapper(step.wrapper)
                                                                : internalPostNode(node);
@@ -94,6 +97,11 @@ bool JtwTraverse::execute() try {
 }
 
 bool JtwTraverse::internalPreNode(JtNode* node) {
+  if (explodes_ && needToExplodeNodes(node)) {
+    impl_->path.back().exploded = true;
+    handlePMIOnExplodedNode(node);
+    return true;
+  }
   if (JtwNode* wrapper = root_->nodeByJtNode(node)) {
     impl_->path.back().wrapper = wrapper;
     impl_->path.back().forgotten = root_->forgotten_;
@@ -113,7 +121,8 @@ bool JtwTraverse::internalActOnWrapper(JtwNode* wrapper) {
   if (wrapper == root_) return internalActOnRoot();
   const bool below = actOnNode(wrapper);
   if (wrapper->isCollection() == 0) return below;
-  traversePMIs(static_cast<JtwCollection*>(wrapper));
+  auto* collection = static_cast<JtwCollection*>(wrapper);
+  traversePMIs(collection, collection);
   return below && shouldContinue(wrapper);
 }
 
@@ -149,7 +158,7 @@ bool JtwTraverse::internalActOnRoot() {
   root_->addNodeByJtNode(root_->jtNode(), root_);
   root_->addNodeToMap(root_);
   const bool below = actOnRoot(root_);
-  traversePMIs(root_);
+  traversePMIs(root_, root_);
   return below;
 }
 
@@ -181,21 +190,49 @@ JtwCollection* JtwTraverse::makeCollection(VisMetaDataNode& node) {
   return collection;
 }
 
+bool JtwTraverse::isUnmarked(VisMetaDataNode& node) const {
+  ApiObjType type;
+  return !jtw::carriesKey(&node) && !getKrTypeProperty(&node, type) && &node != root_->jtNode() &&
+         !jt::as<VisPartNode>(&node);
+}
+
 void JtwTraverse::handleNativeJTs(VisMetaDataNode* node) {
   // An assembly that no host has marked shows as a block without key, so that the structure of a
   // native file can be seen; nothing is written to it. Keys are given when the host asks for one.
-  ApiObjType type;
-  const bool marked = jtw::carriesKey(node) || getKrTypeProperty(node, type);
-  if (!marked && node != root_->jtNode() && !jt::as<VisPartNode>(node)) makeCollection(*node);
+  if (isUnmarked(*node)) makeCollection(*node);
 }
 
-void JtwTraverse::traversePMIs(JtwCollection* collection) {
+bool JtwTraverse::needToExplodeNodes(JtNode* node) const {
+  auto* metaDataNode = jt::as<VisMetaDataNode>(node);
+  return metaDataNode && isUnmarked(*metaDataNode);
+}
+
+void JtwTraverse::handlePMIOnExplodedNode(JtNode* node) {
+  // An earlier walk may have made a wrapper, and the host may have given it PMI.
+  JtwNode* wrapper = root_->nodeByJtNode(node);
+  if (!wrapper || wrapper->isCollection() == 0) return;
+  JtwCollection* shownAt = root_;
+  for (const Walk::Step& step : impl_->path)
+    if (step.wrapper && step.wrapper->isCollection() != 0)
+      shownAt = static_cast<JtwCollection*>(step.wrapper);
+  traversePMIs(static_cast<JtwCollection*>(wrapper), shownAt);
+}
+
+void JtwTraverse::traversePMIs(JtwCollection* collection, JtwCollection* shownAt) {
   if (!collection->PMIsCalculated()) {
     collection->readKrFrames();
     collection->readPMIKeysFromJT();
     collection->setPMIsCalculated();
   }
-  if (!collection->hasPMIs() || !preActOnPMI(collection)) return;
-  const auto pmis = collection->PMIs();  // a copy: the host may change the list
+  if (!collection->hasPMIs() || !preActOnPMI(shownAt)) return;
+  auto pmis = collection->PMIs();  // a copy: the host may change the list
+  const auto rank = [](JtwPMI* pmi) {
+    const bool annotated = pmi->type() == JtwNode::JT_PMI_ANNOTATION_NODE;
+    const int type =
+        annotated ? static_cast<JtwPMIAnnotation*>(pmi)->annotationData().annotationType : 0;
+    return std::pair(pmi->type(), type);
+  };
+  std::stable_sort(pmis.begin(), pmis.end(),
+                   [&rank](JtwPMI* a, JtwPMI* b) { return rank(a) < rank(b); });
   for (JtwPMI* pmi : pmis) actOnNode(pmi);
 }
