@@ -160,10 +160,12 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
   bool isLoaded() const;
   /// The object when it is in memory, else null. Not owned.
   const JtBase* loaded() const noexcept { return object_.get(); }
-  /// The object, loading it the first time: the first element of the segment whose type is
-  /// registered with JtFactory. Empty when there is no such segment or type; throws JtFormatError
-  /// when the segment is damaged. @param partition looked at when the atom was not read from a file
-  jt::Ref<JtBase> load(const JtPartition* partition);
+  /// The object, loading it the first time: the first element of the segment that is metadata, PMI
+  /// or of a type registered with JtFactory. Empty when there is no such segment or type; throws
+  /// JtFormatError when the segment is damaged.
+  /// @param partition looked at when the atom was not read from a file
+  /// @param wanted only an object of this type; null: any, PMI when there is nothing else
+  jt::Ref<JtBase> load(const JtPartition* partition, const JtType* wanted = nullptr);
 
  private:
   friend struct jt::file::AtomFields;

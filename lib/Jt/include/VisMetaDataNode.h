@@ -5,6 +5,7 @@
 
 #include "JtGroup.h"
 #include "JtMetaData.h"
+#include "JtPMI.h"
 
 /// A group that can carry metadata and PMI: an assembly, a component.
 class JT_API VisMetaDataNode : public JtGroup {
@@ -20,6 +21,17 @@ class JT_API VisMetaDataNode : public JtGroup {
   bool ensureMetaData();
   /// The metadata, or null when the node has none or it is not loaded. Not owned.
   const JtMetaData* metaData() const noexcept { return metaData_.get(); }
+
+  /// Makes sure that the node's PMI, if it has any, is in memory. False when the segment is missing
+  /// or cannot be read; the reason is in `jt::lastError()`, and a save in the same version keeps it
+  /// as it is. Reads the segment the first time only.
+  bool ensurePMI();
+  /// The PMI, which is loaded when it is not in memory; null when the node has none or it cannot be
+  /// read. Not owned. A change is saved with the node's file.
+  PMIDataManager* pmi();
+  /// Gives the node this PMI in the place of what it had; null: none. The node takes a reference.
+  /// The save drops a segment that nothing else names.
+  void setPMI(PMIDataManager* pmi);
 
   using JtGroup::addProperty;
   /// Adds a property under a key text. Host properties live in the property table of the scene
@@ -38,9 +50,11 @@ class JT_API VisMetaDataNode : public JtGroup {
   friend struct jt::file::NodeFields;
   friend class jt::file::SceneWriter;
   jt::LocalVersion metaVersion_;
-  enum class MetaDataState : std::uint8_t { unread, read, failed };
-  MetaDataState metaDataState_ = MetaDataState::unread;
+  enum class LoadState : std::uint8_t { unread, read, failed };
+  LoadState metaDataState_ = LoadState::unread;
+  LoadState pmiState_ = LoadState::unread;
   jt::Ref<JtMetaData> metaData_;
+  jt::Ref<PMIDataManager> pmi_;
   // Atoms made for metadata entries that somebody looked up.
   mutable std::unique_ptr<std::map<JtString, jt::Ref<JtPropAtom>>> metaAtoms_;
 };

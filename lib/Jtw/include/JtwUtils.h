@@ -5,7 +5,9 @@
 #include "JtString.h"
 #include "JtwExport.h"
 #include "RWClassic.h"
+#include "VisPartNode.h"
 
+class JtwNode;
 class JtwPMI;
 
 // Small tests and conversions that wrappers, walks and exporters share. A test's result says
@@ -25,6 +27,17 @@ JTW_API bool JtwUtilsIsPMIModeOn(const JtPartition* partition, bool& on);
 /// Whether a PMI is to be left out of an export: annotations of the model view label kind always,
 /// other annotations by the registry's options, frames never. True unless `pmi` is null.
 JTW_API bool JtwUtilsShouldExcludePMI(JtwPMI* pmi, bool& exclude);
+
+/// Whether the node's PMI have a generic entity of the name "Multicad Geometry". Loads the PMI;
+/// false for null, a node without PMI, and PMI that cannot be read.
+JTW_API bool JtwUtilsDoesPMIContainMulticadGeom(JtNode* node);
+/// Whether the node's PMI have something to draw: text, lines or filled areas of an annotation.
+/// Otherwise as JtwUtilsDoesPMIContainMulticadGeom.
+JTW_API bool JtwUtilsDoesPMIContatinGraphicPMI(JtNode* node);
+/// Takes the PMI of `part` away. What it holds is added to the PMI of the node of `node`'s parent,
+/// where there is one. Where it cannot be added (PMI of either cannot be read, the parent cannot
+/// carry any), all stays as it was and the reason is in jt::lastError(). Always true.
+JTW_API bool JtwUtilsMovePMIFromNodeToParent(JtwNode* node, VisPartNode* part);
 
 /// The node's name as stored; empty for null or a node without name.
 JTW_API RWClassicWString JtwUtilsGetNamePropertyAsRWWString(const JtNode* node);

@@ -4,7 +4,10 @@
 #include "ApiDocumentRef.h"
 #include "ApiSysStringConvertors.h"
 #include "Jt.h"
+#include "JtFormatError.h"
+#include "JtTk/JtkwPMIReader.h"
 #include "JtwManager.h"
+#include "JtwNode.h"
 #include "JtwPMI.h"
 #include "JtwPMIAnnotation.h"
 #include "JtwProperties.h"
@@ -19,6 +22,29 @@ bool hasProperty(const JtNode* node, const JtPropAtom* key, bool inherited, bool
   JtPropAtom* value = nullptr;
   has = node->lookupProperty(key, value, inherited) && value;
   return true;
+}
+
+/// Adds PMI to what a node has. False, with the reason in lastError, when that cannot be done.
+bool addPMI(JtNode* node, const PMIDataManager& pmi) {
+  auto* holder = jt::as<VisMetaDataNode>(node);
+  if (!holder) {
+    jt::setLastError("PMI cannot be moved to a node that is neither an assembly nor a part");
+    return false;
+  }
+  if (!holder->ensurePMI()) return false;
+  try {
+    if (PMIDataManager* own = holder->pmi()) {
+      own->merge(pmi);
+    } else {
+      const auto made = jt::make<PMIDataManager>();
+      made->merge(pmi);
+      holder->setPMI(made.get());
+    }
+    return true;
+  } catch (const JtFormatError& error) {
+    jt::setLastError(error.what());
+    return false;
+  }
 }
 
 }  // namespace
@@ -55,6 +81,22 @@ bool JtwUtilsShouldExcludePMI(JtwPMI* pmi, bool& exclude) {
   const ApiPMIType type = static_cast<JtwPMIAnnotation*>(pmi)->annotationData().annotationType;
   exclude = type == API_PMI_MODEL_VIEW_LABEL ||
             (type != API_PMI_NONE && JtwManager::the().isPMITypeExcluded(type));
+  return true;
+}
+
+bool JtwUtilsDoesPMIContainMulticadGeom(JtNode* node) {
+  return JtkwPMIReader(node).hasGenericEntity("Multicad Geometry");
+}
+
+bool JtwUtilsDoesPMIContatinGraphicPMI(JtNode* node) { return JtkwPMIReader(node).hasGraphicPMI(); }
+
+bool JtwUtilsMovePMIFromNodeToParent(JtwNode* node, VisPartNode* part) {
+  if (!part || !part->ensurePMI()) return true;
+  const PMIDataManager* pmi = part->pmi();
+  JtwNode* parent = node ? node->parentNode() : nullptr;
+  const bool isMoved = pmi && !pmi->isEmpty() && parent;
+  if (isMoved && !addPMI(parent->jtNode(), *pmi)) return true;
+  part->setPMI(nullptr);
   return true;
 }
 

@@ -204,6 +204,13 @@ class BasicReader {
     value.reset();
     if (left() >= sizeof(T)) (*this)(name, value.emplace());
   }
+  /// I32 count, then as many single-byte characters.
+  void narrow(const char* name, std::string& text) {
+    const std::size_t count = readCount(name, 1);
+    text.assign(reinterpret_cast<const char*>(at_), count);
+    trace(name, "String", count, [&] { return JtString(text).stringToMbs(); });
+    at_ += count;
+  }
   /// `count` bytes as they are.
   void raw(const char* name, std::vector<std::byte>& bytes, std::size_t count) {
     need(name, count);
@@ -364,6 +371,10 @@ class Writer {
   template <Scalar T>
   void optional(const char*, const std::optional<T>& value) {
     if (value) put(*value);
+  }
+  void narrow(const char*, const std::string& text) {
+    putCount(text.size());
+    append(std::as_bytes(std::span(text)));
   }
   void raw(const char*, const std::vector<std::byte>& bytes, std::size_t) { append(bytes); }
   void counted(const char*, const std::vector<std::byte>& bytes) {

@@ -26,6 +26,8 @@ enum class Feature : std::uint8_t {
   latePayloadId,     ///< late-loaded atoms name a payload object
   attributeTail,     ///< attributes end with one more field (10.5)
   partitionVersion,  ///< partition nodes carry a local version (10.5)
+  genericPMI,        ///< PMI entities are all generic, and their text is wide
+  shortPMIFlags,     ///< flags of PMI properties are one byte (10.5)
 };
 
 /// The form of one file: version and byte order.
@@ -67,10 +69,10 @@ struct Format {
     constexpr std::uint32_t v9 =
         bits({segmentObjectIds, localVersions, lodReserved, shapeReservedBox, wideBindings,
               vertexQuantization, bindingsTwice, materialReflectivity, latePayloadId});
-    constexpr std::uint32_t v10 = bits({wideToc, lzma, segmentObjectIds, localVersions,
-                                        byteVersions, fieldFinal, wideBindings, doubleTransforms,
-                                        materialReflectivity, materialBumpiness, latePayloadId});
-    constexpr std::uint32_t v105 = v10 | bits({attributeTail, partitionVersion});
+    constexpr std::uint32_t v10 = bits(
+        {wideToc, lzma, segmentObjectIds, localVersions, byteVersions, fieldFinal, wideBindings,
+         doubleTransforms, materialReflectivity, materialBumpiness, latePayloadId, genericPMI});
+    constexpr std::uint32_t v105 = v10 | bits({attributeTail, partitionVersion, shortPMIFlags});
     if (major < 9) return v8;
     if (major < 10) return v9;
     return major == 10 && minor < 5 ? v10 : v105;

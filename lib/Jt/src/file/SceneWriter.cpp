@@ -84,11 +84,15 @@ std::vector<NewSegment> SceneWriter::changedMetaData(const std::vector<const JtN
   std::vector<NewSegment> changed;
   for (const JtNode* node : nodes) {
     const auto* holder = as<VisMetaDataNode>(node);
-    if (!holder || !holder->metaData() || !holder->metaData()->isModified()) continue;
-    const auto* atom = as<JtLateLoadedPropAtom>(node->property(JtString("JT_LLPROP_METADATA")));
-    if (!atom) continue;
-    changed.push_back(
-        {atom->segmentId(), atom->segmentType(), holder->metaData_, "its metadata was changed"});
+    if (!holder) continue;
+    const auto add = [&](const char* key, const Ref<JtBase>& object, const char* reason) {
+      const auto* atom = as<JtLateLoadedPropAtom>(node->property(JtString(key)));
+      if (atom) changed.push_back({atom->segmentId(), atom->segmentType(), object, reason});
+    };
+    if (holder->metaData() && holder->metaData()->isModified())
+      add("JT_LLPROP_METADATA", holder->metaData_, "its metadata was changed");
+    if (holder->pmi_ && holder->pmi_->isModified())
+      add("JT_LLPROP_PMI", holder->pmi_, "its PMI was changed");
   }
   return changed;
 }
@@ -304,11 +308,18 @@ std::int32_t SceneWriter::atomId(const JtPropAtom& atom) {
   return id;
 }
 
+/// Producers of version 10 put PMI into segments of their own type, older ones beside metadata.
+std::int32_t SceneWriter::newPMISegmentType() const {
+  return format_.has(Feature::genericPMI) ? 3 : 4;
+}
+
 void SceneWriter::addAtom(const JtPropAtom& atom, std::int32_t id) {
   const Item item{&atom, SceneSource::kNone, id};
   if (skipsInConversion(item)) return;
-  writeObject(*atomsOut_, item, nullptr);
   const auto* late = as<JtLateLoadedPropAtom>(&atom);
+  if (late && as<PMIDataManager>(late->loaded()) && !SceneSource::sourceOf(atom))
+    const_cast<JtLateLoadedPropAtom*>(late)->segmentType_ = newPMISegmentType();
+  writeObject(*atomsOut_, item, nullptr);
   if (!late) return;
   result_.namedSegments.push_back(late->segmentId());
   if (const SceneSource* from = SceneSource::sourceOf(atom)) {

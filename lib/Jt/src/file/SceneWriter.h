@@ -30,7 +30,7 @@ struct ForeignSegment {
 
 struct EncodedScene {
   ByteSink bytes;                       ///< content of the scene graph segment
-  std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory, changed metadata
+  std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory, changed ones
   std::vector<ForeignSegment> foreignSegments;
   std::vector<JtGuid> namedSegments;  ///< every segment that a late-loaded atom names
   std::vector<SaveWarning> warnings;  ///< what this form cannot hold
@@ -54,7 +54,7 @@ class SceneWriter {
   static bool isChanged(const JtNode& root, const SceneSource* source);
   /// Nodes of the file that `root` belongs to, parents first, each once.
   static std::vector<const JtNode*> nodesOf(const JtNode& root);
-  /// Nodes whose metadata was changed, with the segment it lies in.
+  /// Metadata and PMI that were changed, with the segments they lie in.
   static std::vector<NewSegment> changedMetaData(const std::vector<const JtNode*>& nodes);
 
  private:
@@ -73,6 +73,7 @@ class SceneWriter {
   std::int32_t atomId(const JtPropAtom& atom);
   std::int32_t newTextId(const JtStringPropAtom& text, bool& isNew);
   void addAtom(const JtPropAtom& atom, std::int32_t id);
+  std::int32_t newPMISegmentType() const;
   std::int32_t newId();
   bool isOwn(const JtSceneObject& object) const { return SceneSource::isFrom(object, source_); }
   bool isUnloaded(const JtNode& node) const;

@@ -5,6 +5,7 @@
 #include "JtBaseDataStream.h"
 #include "JtFactory.h"
 #include "MetaDataFields.h"
+#include "PMIElement.h"
 
 namespace jt::file {
 
@@ -19,6 +20,8 @@ Ref<JtBase> readObject(const SegmentElement& element, const Format& format) {
     MetaDataFields::run(reader, *data);
     return data;
   }
+  if (element.frame.typeId == PMIDataManager::classTypeID()->guid())
+    return PMIAccess::make(readPMI(element.body, format, element.bodyOffset));
   Ref<JtBase> object = JtFactory::create(element.frame.typeId);
   if (!object) return {};
   JtBaseDataStream stream(element.body, format.bigEndian);
@@ -32,8 +35,13 @@ Ref<JtBase> readObject(const SegmentElement& element, const Format& format) {
 }
 
 /// The fields of an object in the form of a file. Throws JtFormatError when it does not serialise.
-ByteSink bodyOf(const JtBase& object, const Format& format) {
+ByteSink bodyOf(const JtBase& object, const Format& format, codec::Report* losses) {
   ByteSink body;
+  if (const auto* pmi = as<PMIDataManager>(&object)) {
+    codec::Report untold;
+    writePMI(body, pmi->data(), format, losses ? *losses : untold);
+    return body;
+  }
   if (const auto* data = as<JtMetaData>(&object)) {
     Writer writer(body, format);
     writer.setConverting(true);
@@ -101,14 +109,22 @@ std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
 
 bool isSegmentObject(const SegmentElement& element) {
   const JtGuid& id = element.frame.typeId;
-  return id == JtMetaData::classTypeID()->guid() || JtFactory::findType(id);
+  return id == JtMetaData::classTypeID()->guid() ||
+         id == PMIDataManager::classTypeID()->guid() || JtFactory::findType(id);
 }
 
-Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry) {
+Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
+                              const JtType* wanted) {
   try {
     const SegmentContent content = container.load(entry);
-    for (const SegmentElement& element : segmentElements(content.bytes, container.format()))
-      if (Ref<JtBase> object = readObject(element, container.format())) return object;
+    const auto elements = segmentElements(content.bytes, container.format());
+    for (const bool takesPMI : {false, true})
+      for (const SegmentElement& element : elements) {
+        const JtGuid& type = element.frame.typeId;
+        const bool isPMI = type == PMIDataManager::classTypeID()->guid();
+        if (isPMI != takesPMI || (wanted && type != wanted->guid())) continue;
+        if (Ref<JtBase> object = readObject(element, container.format())) return object;
+      }
   } catch (const JtFormatError& error) {
     throw error.within(container.position(entry));
   }
@@ -116,9 +132,9 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry)
 }
 
 Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
-                          const Format& format, int level) {
+                          const Format& format, int level, codec::Report* losses) {
   return writeElementSegment(object.typeID()->guid(), kOtherBaseType,
-                             bodyOf(object, format).bytes(), id, type, format, level);
+                             bodyOf(object, format, losses).bytes(), id, type, format, level);
 }
 
 Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
@@ -139,7 +155,7 @@ Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
 }
 
 Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, const JtBase& object,
-                            int level) {
+                            int level, codec::Report* losses) {
   const Format& format = container.format();
   const SegmentContent old = container.load(entry);
   for (const SegmentElement& element : segmentElements(old.bytes, format)) {
@@ -147,11 +163,11 @@ Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, c
     ByteSink content;
     content.append(old.bytes.first(element.offset));
     Writer writer(content, format);
-    writeElement(writer, element.frame, bodyOf(object, format).bytes());
+    writeElement(writer, element.frame, bodyOf(object, format, losses).bytes());
     writer.append(old.bytes.subspan(element.bodyOffset + element.body.size()));
     return writeSegment(content.bytes(), entry.id, entry.type(), format, level);
   }
-  return writeSegmentObject(object, entry.id, entry.type(), format, level);
+  return writeSegmentObject(object, entry.id, entry.type(), format, level, losses);
 }
 
 void writeEndMarker(ByteSink& out, const Format& format) {

@@ -6,6 +6,7 @@
 #include "Container.h"
 #include "JtBase.h"
 #include "SceneSource.h"
+#include "codec/VertexArrays.h"
 
 namespace jt::file {
 
@@ -22,18 +23,20 @@ struct SegmentElement {
 std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
                                             const Format& format, std::size_t* end = nullptr);
 
-/// True for elements that readSegmentObject makes an object of: metadata, and the types that an
-/// application registered with JtFactory.
+/// True for elements that readSegmentObject makes an object of: metadata, PMI, and the types that
+/// an application registered with JtFactory.
 bool isSegmentObject(const SegmentElement& element);
 
-/// The first element whose type is known to JtFactory or is metadata, as an object; empty when
-/// there is none. Throws JtFormatError when it is damaged.
-Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry);
+/// The first element whose type is known to JtFactory or is metadata, as an object; PMI when there
+/// is no other. Empty when there is none. Throws JtFormatError when it is damaged.
+/// @param wanted only an element of this type; null: any
+Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
+                              const JtType* wanted = nullptr);
 
 /// A whole segment around one object, in the form of a file. Throws JtFormatError when the object
-/// does not serialise.
+/// does not serialise. @param losses takes what the form cannot hold
 Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
-                          const Format& format, int level);
+                          const Format& format, int level, codec::Report* losses = nullptr);
 
 /// A whole segment of one element with a finished body. Throws JtFormatError when it is too large.
 Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
@@ -43,7 +46,7 @@ Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
 /// A segment of a file with one object in the place of the element that it was read from. Other
 /// elements of the segment and what follows them stay as they are. Throws JtFormatError.
 Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, const JtBase& object,
-                            int level);
+                            int level, codec::Report* losses = nullptr);
 
 /// The element that ends a list.
 void writeEndMarker(ByteSink& out, const Format& format);

@@ -2,6 +2,7 @@
 
 #include "JtInspect.h"
 #include "file/MetaDataFields.h"
+#include "file/PMIElement.h"
 #include "file/SegmentObjects.h"
 #include "file/ShapeTable.h"
 
@@ -152,6 +153,7 @@ class Explainer {
     const ElementKind* kind = findElementKind(typeId);
     const ShapeKind* shape = findShapeKind(typeId);
     const bool isMetaData = typeId == JtMetaData::classTypeID()->guid();
+    const bool isPMI = typeId == PMIDataManager::classTypeID()->guid();
     const std::int32_t objectId = hasId
                                       ? loadScalar<std::int32_t>(rest.data() + kFrameSizeWithoutId,
                                                                  container_.format().bigEndian)
@@ -160,6 +162,7 @@ class Explainer {
                         (kind         ? kind->name
                          : shape      ? shape->name
                          : isMetaData ? "Property Proxy Meta Data"
+                         : isPMI      ? "PMI Manager Meta Data"
                                       : "Unknown Element"),
                     objectId);
     auto reader = tracer(rest.first(size), at);
@@ -167,6 +170,8 @@ class Explainer {
     fields(reader, frame, hasId);
     if (shape) {
       shapeBody(reader, *shape);
+    } else if (isPMI) {
+      pmiBody(reader);
     } else {
       body(reader, kind, isMetaData);
     }
@@ -192,6 +197,20 @@ class Explainer {
       return;
     }
     listener_.bytes(reader.offset(), reader.rest(), "data");
+  }
+
+  /// Fields of a PMI element, as far as they can be read.
+  void pmiBody(const TracingReader& reader) {
+    std::size_t end = reader.offset();
+    try {
+      tracePMI(reader.rest(), container_.format(), reader.offset(), listener_);
+      return;
+    } catch (const JtFormatError& error) {
+      end = static_cast<std::size_t>(error.where().offset.value_or(end));
+      listener_.field(end, 0, "damaged", "error", error.message());
+    }
+    const auto behind = std::min(end - reader.offset(), reader.rest().size());
+    listener_.bytes(end, reader.rest().subspan(behind), "data");
   }
 
   /// Fields of a shape element, as far as they can be read.

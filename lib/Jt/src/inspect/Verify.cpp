@@ -3,6 +3,7 @@
 
 #include "JtInspect.h"
 #include "file/MetaDataFields.h"
+#include "file/PMIElement.h"
 #include "file/ParallelFor.h"
 #include "file/SceneReader.h"
 #include "file/SceneWriter.h"
@@ -145,8 +146,10 @@ class Verifier {
           if (findings_.size() < kMostFindings) findings_.push_back(std::move(note));
         return;
       }
-      for (const SegmentElement& element : segmentElements(content.bytes, container_->format()))
+      for (const SegmentElement& element : segmentElements(content.bytes, container_->format())) {
         metaData(entry, element);
+        pmi(entry, element);
+      }
     } catch (const JtFormatError& error) {
       add(error.within(container_->position(entry)));
     }
@@ -188,6 +191,27 @@ class Verifier {
     if (!std::ranges::equal(again.bytes(), element.body))
       add(false, "unusual_form", entry, element.offset,
           "the metadata would be written in another form when it is edited");
+  }
+
+  /// PMI that cannot be read is no error of the file: producers differ, and it is carried as it is.
+  void pmi(const TocEntry& entry, const SegmentElement& element) {
+    if (element.frame.typeId != PMIDataManager::classTypeID()->guid()) return;
+    const Format& format = container_->format();
+    try {
+      const PMIData data = readPMI(element.body, format, element.bodyOffset);
+      if (data.form.opaqueRest)
+        add(false, "unknown_pmi_end", entry, element.bodyOffset,
+            "what follows the entities of the PMI is not understood; it is carried as it is");
+      ByteSink again;
+      codec::Report losses;
+      writePMI(again, data, format, losses);
+      if (!std::ranges::equal(again.bytes(), element.body))
+        add(false, "unusual_form", entry, element.offset,
+            "the PMI would be written in another form when it is edited");
+    } catch (const JtFormatError& error) {
+      add(false, "unreadable_pmi", entry, error.where().offset.value_or(element.bodyOffset),
+          error.message() + "; it is carried as it is");
+    }
   }
 
   Ref<Container> container_;

@@ -10,7 +10,8 @@ JtLateLoadedPropAtom::~JtLateLoadedPropAtom() = default;
 
 bool JtLateLoadedPropAtom::isLoaded() const { return static_cast<bool>(object_); }
 
-jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition) {
+jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition,
+                                            const JtType* wanted) {
   if (object_) return object_;
   const jt::file::SceneSource* source = jt::file::SceneSource::sourceOf(*this);
   // The atom's own file comes first: an id is looked up where it was written.
@@ -20,7 +21,7 @@ jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition) {
     if (!container) continue;
     const jt::file::TocEntry* entry = container->find(segmentId_);
     if (!entry) continue;
-    object_ = jt::file::readSegmentObject(*container, *entry);
+    object_ = jt::file::readSegmentObject(*container, *entry, wanted);
     return object_;
   }
   return {};

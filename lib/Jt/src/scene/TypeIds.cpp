@@ -138,6 +138,13 @@ const JtType* JtWireHarnessSet::classTypeID() {
   return concrete<JtWireHarnessSet, JtShape>("JtWireHarnessSet");
 }
 
+const JtType* PMIDataManager::classTypeID() {
+  static const JtType type("PMIDataManager", JtBase::classTypeID(),
+                           *JtGuid::parse("ce357249-38fb-11d1-a506-006097bdc6e1"),
+                           &create<PMIDataManager>, sizeof(PMIDataManager));
+  return &type;
+}
+
 const JtType* JtMetaData::classTypeID() {
   static const JtType type("JtMetaData", JtBase::classTypeID(),
                            *JtGuid::parse("ce357247-38fb-11d1-a506-006097bdc6e1"),

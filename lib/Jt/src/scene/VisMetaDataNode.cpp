@@ -11,6 +11,32 @@ const JtString& metaDataKey() {
   return key;
 }
 
+const JtString& pmiKey() {
+  static const JtString key("JT_LLPROP_PMI");
+  return key;
+}
+
+/// Loads the segment that a node names under a key, the first time. False when it cannot be had.
+template <class T, class State>
+bool ensureLoaded(const JtNode& node, const JtString& key, const char* what, State& state,
+                  jt::Ref<T>& held) {
+  if (state != State::unread) return state == State::read;
+  state = State::read;
+  auto* atom = jt::as<JtLateLoadedPropAtom>(node.property(key));
+  if (!atom) return true;
+  try {
+    const jt::Ref<JtBase> object = atom->load(nullptr, T::classTypeID());
+    held = jt::Ref<T>(jt::as<T>(object.get()));
+    if (held || object) return true;
+    jt::setLastError(std::string("the ") + what + " segment " + atom->segmentId().text() +
+                     " is not in the file, or holds no " + what);
+  } catch (const std::exception& error) {
+    jt::setLastError(error.what());
+  }
+  state = State::failed;
+  return false;
+}
+
 /// An atom with the value of a metadata entry; empty for an entry without value.
 jt::Ref<JtPropAtom> atomOf(const JtMetaData::Value& value) {
   struct Make {
@@ -38,21 +64,26 @@ jt::Ref<JtBase> VisMetaDataNode::clone() const {
 jt::Ref<JtBase> VisPartNode::clone() const { return jt::Ref<JtBase>(new VisPartNode(*this)); }
 
 bool VisMetaDataNode::ensureMetaData() {
-  if (metaDataState_ != MetaDataState::unread) return metaDataState_ == MetaDataState::read;
-  metaDataState_ = MetaDataState::read;
-  auto* atom = jt::as<JtLateLoadedPropAtom>(property(metaDataKey()));
-  if (!atom) return true;
-  try {
-    const jt::Ref<JtBase> object = atom->load(nullptr);
-    metaData_ = jt::Ref<JtMetaData>(jt::as<JtMetaData>(object.get()));
-    if (metaData_ || object) return true;
-    jt::setLastError("the metadata segment " + atom->segmentId().text() +
-                     " is not in the file, or holds no metadata");
-  } catch (const std::exception& error) {
-    jt::setLastError(error.what());
+  return ensureLoaded(*this, metaDataKey(), "metadata", metaDataState_, metaData_);
+}
+
+bool VisMetaDataNode::ensurePMI() { return ensureLoaded(*this, pmiKey(), "PMI", pmiState_, pmi_); }
+
+PMIDataManager* VisMetaDataNode::pmi() {
+  ensurePMI();
+  return pmi_.get();
+}
+
+void VisMetaDataNode::setPMI(PMIDataManager* pmi) {
+  const auto key = jt::make<JtStringPropAtom>(pmiKey());
+  if (pmi) {
+    const auto atom = jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(pmi));
+    JtGroup::addProperty(key.get(), atom.get(), true);
+  } else {
+    deleteProperty(key.get());
   }
-  metaDataState_ = MetaDataState::failed;
-  return false;
+  pmi_ = jt::Ref<PMIDataManager>(pmi);
+  pmiState_ = LoadState::read;
 }
 
 bool VisMetaDataNode::addProperty(const JtString& key, JtPropAtom* value, bool replace) {

@@ -86,8 +86,13 @@ SegmentComparison::Place SegmentComparison::placeOf(const JtLateLoadedPropAtom& 
   return {nullptr, nullptr, const_cast<JtLateLoadedPropAtom&>(atom).load(nullptr)};
 }
 
-Ref<JtBase> SegmentComparison::Place::load() const {
-  return entry ? file::readSegmentObject(*container, *entry) : object;
+Ref<JtBase> SegmentComparison::Place::load(const JtType* wanted) const {
+  if (!entry) return object;
+  try {
+    return file::readSegmentObject(*container, *entry, wanted);
+  } catch (const JtFormatError&) {
+    return {};
+  }
 }
 
 std::string SegmentComparison::Place::text() const {
@@ -135,8 +140,8 @@ void SegmentComparison::compareLate(PairId pair, const std::string& key,
   if (!placeA.isNowhere() && !placeB.isNowhere()) {
     const bool isShape = file::isShapeSegment(a.segmentType());
     if (!isShape) {
-      const Ref<JtBase> objectA = placeA.load();
-      const Ref<JtBase> objectB = placeB.load();
+      const Ref<JtBase> objectA = placeA.load(JtMetaData::classTypeID());
+      const Ref<JtBase> objectB = placeB.load(JtMetaData::classTypeID());
       const auto* dataA = as<JtMetaData>(objectA.get());
       const auto* dataB = as<JtMetaData>(objectB.get());
       if (dataA && dataB) return compareMetaData(pair, *dataA, *dataB);

@@ -34,7 +34,9 @@ class SegmentComparison {
     Ref<JtBase> object;
 
     bool isNowhere() const noexcept { return !entry && !object; }
-    Ref<JtBase> load() const;
+    /// The object that the place holds; empty when there is none, or it cannot be read.
+    /// @param wanted only an object of this type; null: any
+    Ref<JtBase> load(const JtType* wanted = nullptr) const;
     std::string text() const;
   };
   bool compareGeometry(PairId pair);

@@ -1,0 +1,46 @@
+#pragma once
+
+// The element "PMI Manager Meta Data": which of the forms in use an element has, and its content in
+// the form of another version.
+
+#include <string>
+#include <vector>
+
+#include "Archive.h"
+#include "JtPMI.h"
+#include "codec/VertexArrays.h"
+
+namespace jt::file {
+
+/// Reads an element's body: tries the forms that producers use until one fits. Throws JtFormatError
+/// "bad_pmi" when none does. @param base offset of the body, for messages
+PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base);
+/// Tells the fields of a body. Throws JtFormatError after those that can be read.
+void tracePMI(std::span<const std::byte> body, const Format& format, std::size_t base,
+              FieldListener& listener);
+/// Appends the body of an element. What the version cannot hold is left out and told in `losses`.
+/// Throws JtFormatError "not_convertible" when nothing sound would be left.
+void writePMI(ByteSink& out, const PMIData& data, const Format& format, codec::Report& losses);
+
+/// Appends the content in a form that depends on what it is, not on the file it is from. Throws
+/// JtFormatError when it holds what is not understood.
+void writeComparablePMI(ByteSink& out, PMIData data);
+
+/// Makes managers of what was read.
+struct PMIAccess {
+  static Ref<PMIDataManager> make(PMIData data);
+};
+
+/// The string table of the typed layout. Its character set is not defined: when the whole table is
+/// UTF-8 it is taken so, else as Latin-1.
+std::vector<std::string> narrowStrings(const PMIData& data);
+void setNarrowStrings(PMIData& data, const std::vector<std::string>& stored);
+
+/// How many entities have a place in the list of CAD tags, by kind, in the order of that list.
+std::vector<std::size_t> taggedByKind(const PMIData& data);
+std::size_t taggedEntities(const PMIData& data);
+/// Makes `cadTags.tags` what the stored bytes say. False when they cannot be decoded surely: 8.x,
+/// 64-bit tags. @pre the flag is 1
+bool decodeCadTags(PMIData& data);
+
+}  // namespace jt::file

@@ -1,0 +1,205 @@
+#include <algorithm>
+#include <map>
+#include <numeric>
+
+#include "JtFormatError.h"
+#include "PMITags.h"
+#include "file/PMIConversion.h"
+
+namespace jt {
+
+namespace {
+
+template <class T>
+void append(std::vector<T>& to, std::vector<T>& from) {
+  to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
+}
+
+/// Gives every entity of a manager without CAD tags one.
+void ensureTags(PMIData& data) {
+  if (data.cadTags.flag == 1) return;
+  data.cadTags = {};
+  data.cadTags.flag = 1;
+  data.cadTags.indices.resize(file::taggedEntities(data));
+  std::iota(data.cadTags.indices.begin(), data.cadTags.indices.end(), 0);
+  data.cadTags.tags.emplace(data.cadTags.indices.size());
+  std::iota(data.cadTags.tags->begin(), data.cadTags.tags->end(), 1);
+}
+
+class Merge {
+ public:
+  Merge(PMIData& to, PMIData& from) : to_(to), from_(from) {}
+
+  void run() {
+    check();
+    raisePMIVersion(to_);
+    mapStrings();
+    renumberStrings();
+    const bool hasTags = to_.cadTags.flag == 1 || from_.cadTags.flag == 1;
+    if (hasTags) {
+      ensureTags(to_);
+      ensureTags(from_);
+    }
+    associations();
+    if (hasTags) tags();
+    areas();
+    views();
+    for (std::size_t i = 0; i < to_.flat.size(); ++i) append(to_.flat[i], from_.flat[i]);
+    for (std::size_t i = 0; i < to_.solid.size(); ++i) append(to_.solid[i], from_.solid[i]);
+    append(to_.coordinateSystems, from_.coordinateSystems);
+    append(to_.designGroups, from_.designGroups);
+    append(to_.userAttributes, from_.userAttributes);
+    append(to_.genericEntities, from_.genericEntities);
+    append(to_.fonts, from_.fonts);
+  }
+
+ private:
+  void check() {
+    requireEditable(to_);
+    requireEditable(from_);
+    if (file::hasTypedPMI(from_) && to_.layout == PMILayout::generic)
+      throw JtFormatError("not_editable",
+                          "PMI of a file of version 8 or 9 with entities of fixed kinds cannot be "
+                          "added to PMI of version 10");
+    const auto isTooLarge = [](std::size_t a, std::size_t b) {
+      return a + b > PMITypedID::kMaxIndex;
+    };
+    if (isTooLarge(to_.genericEntities.size(), from_.genericEntities.size()) ||
+        isTooLarge(to_.modelViews.size(), from_.modelViews.size()) ||
+        isTooLarge(to_.cadTags.tags ? to_.cadTags.tags->size() : 0,
+                   from_.cadTags.tags ? from_.cadTags.tags->size() : 0))
+      throw JtFormatError("not_editable", "a node can have 16777216 PMI entities of a kind");
+  }
+
+  void mapStrings() {
+    std::map<JtString, std::int32_t> known;
+    for (std::size_t i = 0; i < to_.strings.size(); ++i)
+      known.emplace(to_.strings[i], static_cast<std::int32_t>(i));
+    for (JtString& text : from_.strings) {
+      const auto [place, isNew] =
+          known.emplace(text, static_cast<std::int32_t>(to_.strings.size()));
+      if (isNew) to_.strings.push_back(text);
+      stringIds_.push_back(place->second);
+    }
+  }
+
+  void renumber(std::int32_t& id) const {
+    if (id >= 0) id = stringIds_.at(static_cast<std::size_t>(id));
+  }
+
+  void renumberStrings() {
+    const auto texts = [this](std::vector<PMIText>& lines) {
+      for (PMIText& line : lines) renumber(line.stringId);
+    };
+    for (auto& kind : from_.flat)
+      for (PMI2DEntity& entity : kind) texts(entity.texts);
+    for (auto& kind : from_.solid)
+      for (PMI3DEntity& entity : kind) renumber(entity.stringId);
+    for (PMICoordinateSystem& system : from_.coordinateSystems) renumber(system.nameId);
+    for (PMIDesignGroup& group : from_.designGroups) {
+      renumber(group.nameId);
+      for (auto& value : group.attributes)
+        for (std::int32_t* id : {&value.stringId, &value.labelId, &value.descriptionId})
+          renumber(*id);
+    }
+    for (PMIAssociation& link : from_.associations)
+      for (std::int32_t* owner : {&link.sourceOwner, &link.destinationOwner}) renumber(*owner);
+    for (auto& pair : from_.userAttributes)
+      for (std::int32_t& id : pair) renumber(id);
+    for (PMIModelView& view : from_.modelViews) renumber(view.nameId);
+    for (PMIGenericEntity& entity : from_.genericEntities) {
+      texts(entity.texts);
+      renumber(entity.typeNameId);
+      renumber(entity.parentTypeNameId);
+    }
+  }
+
+  /// How far the index of an end moves; nothing when the numbers of its kind are not known.
+  std::optional<std::size_t> offsetOf(std::uint32_t end, std::int32_t owner) const {
+    const PMITypedID id{end};
+    if (owner != -1) return 0;
+    if ((end & PMITypedID::kIndirect) != 0) return to_.cadTags.tags ? to_.cadTags.tags->size() : 0;
+    switch (id.kind()) {
+      case PMIKind::genericEntity:
+        return to_.genericEntities.size();
+      case PMIKind::modelView:
+        return to_.modelViews.size();
+      case PMIKind::brepVertex:
+      case PMIKind::brepEdge:
+      case PMIKind::brepFace:
+        return 0;
+    }
+    return {};
+  }
+
+  void associations() {
+    for (PMIAssociation link : from_.associations) {
+      const auto source = offsetOf(link.source, link.sourceOwner);
+      const auto destination = offsetOf(link.destination, link.destinationOwner);
+      if (!source || !destination) continue;
+      const auto moved = [](std::uint32_t end, std::size_t offset) {
+        return (end & ~PMITypedID::kMaxIndex) |
+               ((end + static_cast<std::uint32_t>(offset)) & PMITypedID::kMaxIndex);
+      };
+      link.source = moved(link.source, *source);
+      link.destination = moved(link.destination, *destination);
+      to_.associations.push_back(link);
+    }
+  }
+
+  /// The list of CAD tags has the kinds one behind the other.
+  void tags() {
+    const auto ownCounts = file::taggedByKind(to_);
+    const auto counts = file::taggedByKind(from_);
+    const auto offset = static_cast<std::int32_t>(to_.cadTags.tags->size());
+    for (std::int32_t& index : from_.cadTags.indices) index += offset;
+    std::vector<std::int32_t> merged;
+    auto own = to_.cadTags.indices.begin();
+    auto other = from_.cadTags.indices.begin();
+    for (std::size_t kind = 0; kind < counts.size(); ++kind) {
+      const auto ownEnd = own + static_cast<std::ptrdiff_t>(ownCounts[kind]);
+      const auto otherEnd = other + static_cast<std::ptrdiff_t>(counts[kind]);
+      merged.insert(merged.end(), own, ownEnd);
+      merged.insert(merged.end(), other, otherEnd);
+      own = ownEnd;
+      other = otherEnd;
+    }
+    to_.cadTags.indices = std::move(merged);
+    append(*to_.cadTags.tags, *from_.cadTags.tags);
+  }
+
+  void areas() {
+    if (to_.polygons.vertexCounts.empty() && from_.polygons.vertexCounts.empty()) return;
+    const auto pad = [](PMIData& data) {
+      if (data.polygons.vertexCounts.empty())
+        data.polygons.vertexCounts.resize(data.genericEntities.size());
+    };
+    pad(to_);
+    pad(from_);
+    append(to_.polygons.vertexCounts, from_.polygons.vertexCounts);
+    append(to_.polygons.filled, from_.polygons.filled);
+  }
+
+  /// Version 9 may store one property for each view, for all of them or for none.
+  void views() {
+    const bool storesOneEach = to_.layout == PMILayout::typed9 && to_.version.value > 1;
+    if (storesOneEach) {
+      from_.viewProperties.resize(from_.modelViews.size());
+      append(to_.viewProperties, from_.viewProperties);
+    } else {
+      for (std::size_t i = 0; i < from_.viewProperties.size(); ++i)
+        from_.modelViews[i].properties.push_back(std::move(from_.viewProperties[i]));
+    }
+    append(to_.modelViews, from_.modelViews);
+  }
+
+  PMIData& to_;
+  PMIData& from_;
+  std::vector<std::int32_t> stringIds_;
+};
+
+}  // namespace
+
+void mergePMI(PMIData& to, PMIData from) { Merge(to, from).run(); }
+
+}  // namespace jt

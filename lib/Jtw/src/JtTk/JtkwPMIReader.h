@@ -1,0 +1,20 @@
+#pragma once
+
+#include "VisMetaDataNode.h"
+
+/// Looks through the PMI of a JT node for what the host is interested in.
+class JtkwPMIReader {
+ public:
+  /// Loads the node's PMI. Null, a node that cannot carry PMI and PMI that cannot be read count as
+  /// none.
+  explicit JtkwPMIReader(JtNode* node);
+
+  /// True when there is something to draw: an annotation with text, lines or filled areas.
+  /// Coordinate systems, part transforms and the styles of views are no graphics.
+  bool hasGraphicPMI() const;
+  /// True when a generic entity has exactly this name.
+  bool hasGenericEntity(const char* name) const;
+
+ private:
+  jt::Ref<PMIDataManager> pmi_;
+};

@@ -1,0 +1,334 @@
+// The element "PMI Manager Meta Data": layouts, gates and forms, against bytes that are put
+// together here or by hand, field by field.
+
+#include <gtest/gtest.h>
+
+#include "support/PMIFiles.h"
+#include "support/Survival.h"
+
+namespace {
+
+using namespace jt::file;
+using jt::PMIData;
+
+Bytes written(const PMIData& data, const Format& format) {
+  ByteSink out;
+  jt::codec::Report losses;
+  writePMI(out, data, format, losses);
+  return {out.bytes().begin(), out.bytes().end()};
+}
+
+/// Every byte of a body must be told, in order.
+class Coverage : public FieldListener {
+ public:
+  void field(std::size_t offset, std::size_t size, const char* name, const char*,
+             const std::string&) override {
+    EXPECT_EQ(offset, end) << name;
+    end = offset + size;
+  }
+  std::size_t end = 0;
+};
+
+void expectReadToldAndWrittenBack(const Bytes& body, const Format& format, PMIData& data) {
+  data = readPMI(body, format, 0);
+  EXPECT_EQ(written(data, format), body);
+  Coverage coverage;
+  tracePMI(body, format, 0, coverage);
+  EXPECT_EQ(coverage.end, body.size());
+}
+
+TEST(PMI, HandMadeElementsHoldWhatWasPutInAndAreWrittenBack) {
+  for (const PMIVector& vector : {kNote8, kNote9}) {
+    SCOPED_TRACE(vector.name);
+    PMIData data;
+    expectReadToldAndWrittenBack(vector.body(), vector.format, data);
+    ASSERT_EQ(data.flat[PMIData::note].size(), 1U);
+    const jt::PMI2DEntity& note = data.flat[PMIData::note][0];
+    EXPECT_EQ(note.base.textHeight, 3.5F);
+    EXPECT_EQ(data.strings.at(static_cast<std::size_t>(note.texts.at(0).stringId)),
+              JtString("Check burr"));
+    EXPECT_EQ(note.lines.vertices, (std::vector<float>{0, 0, 10, 0}));
+    ASSERT_EQ(data.coordinateSystems.size(), 1U);
+    EXPECT_EQ(data.coordinateSystems[0].frame[3], 6.0F);
+    EXPECT_EQ(data.strings.at(1), JtString("CSYS1"));
+  }
+  for (const PMIVector& vector : {kDim9, kDim105}) {
+    SCOPED_TRACE(vector.name);
+    PMIData data;
+    expectReadToldAndWrittenBack(vector.body(), vector.format, data);
+    const auto manager = PMIAccess::make(data);
+    const PMIEntity entity = manager->pmiEntity(PMIDataManager::constructPMITypedID(18, 0));
+    ASSERT_TRUE(entity.isValid());
+    EXPECT_EQ(entity.name(), JtString("Linear Dimension (1)"));
+    EXPECT_EQ(*entity.property("value"), JtString("50"));
+    EXPECT_EQ(manager->pmiEntity(PMIDataManager::constructPMITypedID(17, 0)).name(),
+              JtString("Top"));
+    EXPECT_FALSE(manager->pmiEntity(PMIDataManager::constructPMITypedID(18, 1)).isValid());
+    EXPECT_EQ(data.genericEntities[0].type, 0x82);
+    EXPECT_EQ(data.genericEntities[0].lines.vertices.size(), 18U);
+    EXPECT_EQ(data.associations.at(0).source, 0x92000001U);
+    EXPECT_EQ(data.associations.at(0).destination, 0x91000000U);
+    EXPECT_EQ(data.associations.at(0).reason, 98);
+    ASSERT_TRUE(decodeCadTags(data));
+    EXPECT_EQ(*data.cadTags.tags, (std::vector<std::int32_t>{1000, 1001}));
+    EXPECT_EQ(written(data, vector.format), vector.body()) << "tags are coded again";
+  }
+}
+
+// --- The typed layout, put together from its description
+
+/// Collections of the typed layout with a different number of entities each.
+class TypedBody {
+ public:
+  TypedBody(const Format& format, int elementVersion, int pmiVersion)
+      : format_(format), pmiVersion_(pmiVersion), out_(format) {
+    if (format.major == 9) out_.put(static_cast<std::int16_t>(elementVersion));
+    out_.put(static_cast<std::int16_t>(pmiVersion)).put(std::int16_t{0});
+    collections();
+    out_.i32(1).i32(0x12000003).i32(0x11000004).i32(98);
+    if (pmiVersion >= 6) out_.i32(1).i32(0);
+    out_.i32(1).i32(0).i32(1);  // user attribute
+    out_.i32(2).i32(1).put(std::uint8_t{'a'}).i32(2).put(std::uint8_t{0xe9}).put(std::uint8_t{'b'});
+    if (pmiVersion >= 6) viewsAndGeneric();
+    if (pmiVersion >= 8) out_.put(std::uint32_t{0});
+    if (format.major == 9 && elementVersion > 1) tail();
+  }
+  const Bytes& bytes() const { return out_.bytes(); }
+
+ private:
+  void base() {
+    out_.i32(++label_).put(std::uint8_t{0}).put(2.5F);
+    if (pmiVersion_ > 4) out_.put(std::uint8_t{1});
+  }
+  void flat(int count, bool isNote = false) {
+    out_.i32(count);
+    for (int i = 0; i < count; ++i) {
+      base();
+      out_.i32(0).i32(0);
+      if (pmiVersion_ > 4) out_.i32(0);
+      out_.i32(0);
+      if (isNote && pmiVersion_ > 5) out_.put(std::uint32_t{1});
+    }
+  }
+  void solid(int count, bool hasVectors) {
+    out_.i32(count);
+    for (int i = 0; i < count; ++i) {
+      base();
+      out_.i32(-1).put(std::int16_t{3}).i32(2).put(std::int16_t{0}).put(std::int16_t{1});
+      out_.i32(3).f32({1, 2, 3});
+      if (hasVectors && pmiVersion_ >= 4) out_.f32({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+    }
+  }
+  void collections() {
+    flat(1);
+    flat(2, true);
+    for (const int count : {3, 4, 5, 6}) flat(count);
+    solid(7, true);
+    flat(8);
+    solid(9, true);
+    flat(10);
+    solid(11, false);
+    out_.i32(12);
+    for (int i = 0; i < 12; ++i) {
+      out_.i32(0);
+      if (pmiVersion_ < 3) continue;
+      out_.i32(3).i32(1).i32(42).i32(-1).i32(0).i32(2).put(1.5).i32(-1).i32(0);
+      out_.i32(3).i32(1).i32(-1).i32(0);
+    }
+    out_.i32(13);
+    for (int i = 0; i < 13; ++i) out_.i32(1).f32({0, 0, 0, 1, 0, 0, 0, 1, 0});
+  }
+  void property(const char* key, const char* value) {
+    out_.put(JtString(key));
+    if (pmiVersion_ > 6) out_.put(std::uint32_t{1});
+    out_.put(JtString(value));
+    if (pmiVersion_ > 6) out_.put(std::uint32_t{0});
+  }
+  void viewsAndGeneric() {
+    out_.i32(1).zeros(60).i32(0).i32(1).i32(7).i32(0);  // 15 numbers, reserved, active, id, name
+    out_.i32(1);
+    base();
+    out_.i32(0).i32(0).i32(0).i32(0).i32(1);
+    property("k", "v");
+    out_.i32(0).i32(1).put(std::uint16_t{0x100}).put(std::uint16_t{1});
+    if (pmiVersion_ > 6) out_.put(std::uint16_t{1});
+  }
+  void tail() {
+    if (pmiVersion_ > 5) property("modelViewStyle", "x");
+    polygons();
+    out_.i32(1).i32(1).put(std::uint8_t{'F'}).i32(2).i32(65).i32(66);
+    polygons();
+  }
+  /// An empty element and one with normals and colours.
+  void polygons() {
+    out_.put(std::int16_t{1}).i32(0).i32(2).i32(0).i32(3);
+    out_.i32(1).i32(1).i32(0).i32(2);
+    for (const int list : {1, 2, 3}) out_.i32(1).i32(list);
+    out_.i32(2).f32({1, 2}).i32(1).f32({3}).i32(1).f32({4});
+  }
+
+  Format format_;
+  int pmiVersion_;
+  int label_ = 0;
+  Fields out_;
+};
+
+TEST(PMI, EveryVersionOfTheTypedLayoutHasItsOwnFields) {
+  for (const int major : {8, 9})
+    for (int elementVersion = 1; elementVersion <= major - 7; ++elementVersion)
+      for (int pmiVersion = 2; pmiVersion <= 8; ++pmiVersion)
+        for (const bool big : {false, true}) {
+          const Format format{major, major == 8 ? 1 : 5, big};
+          SCOPED_TRACE(formatText(format) + " element " + std::to_string(elementVersion) + " PMI " +
+                       std::to_string(pmiVersion));
+          PMIData data;
+          expectReadToldAndWrittenBack(TypedBody(format, elementVersion, pmiVersion).bytes(),
+                                       format, data);
+          EXPECT_TRUE(data.surplus.empty());
+          std::vector<std::size_t> counts;
+          for (const auto& kind : data.flat) counts.push_back(kind.size());
+          for (const auto& kind : data.solid) counts.push_back(kind.size());
+          EXPECT_EQ(counts, (std::vector<std::size_t>{1, 2, 3, 4, 5, 6, 8, 10, 7, 9, 11}));
+          EXPECT_EQ(data.designGroups.size(), 12U);
+          EXPECT_EQ(data.coordinateSystems.size(), 13U);
+          EXPECT_EQ(data.flat[PMIData::note][1].urlFlag, pmiVersion > 5 ? 1U : 0U);
+          EXPECT_EQ(data.solid[PMIData::measurementPoint][0].vectors[11],
+                    pmiVersion >= 4 ? 12.0F : 0.0F);
+          EXPECT_EQ(data.associations[0].destination, 0x11000004U);
+          EXPECT_EQ(data.associations[0].sourceOwner, pmiVersion > 5 ? 1 : -1);
+          EXPECT_EQ(data.strings.at(1), JtString("\u00e9b")) << "no UTF-8, so Latin-1";
+          if (pmiVersion > 6) {
+            EXPECT_EQ(data.genericEntities.at(0).properties[0].key.hidden, 1U);
+          }
+          if (elementVersion > 1) {
+            EXPECT_EQ(data.fonts.at(0).polygons.filled.at(0).colours, std::vector<float>{4});
+          }
+        }
+}
+
+/// A generic element with one entity of two texts, in each of the forms that producers use.
+Bytes genericBody(const Format& format, bool byteFlags, bool guarded, bool knownEnd = true) {
+  Fields out(format);
+  const auto property = [&](const char* key, const char* value) {
+    for (const char* text : {key, value}) {
+      out.put(JtString(text));
+      byteFlags ? out.put(std::uint8_t{0}) : out.put(std::uint32_t{0});
+    }
+  };
+  out.put(std::uint8_t{2}).put(std::int16_t{-1}).i32(0).i32(1);
+  out.i32(0x12000003).i32(1).i32(98).i32(0x11000004).i32(0);  // association: owners 1 and 0
+  out.i32(0).i32(2).put(JtString("a")).put(JtString("\u4e2d"));
+  out.i32(0).i32(1).i32(5).put(std::uint8_t{0}).put(1.0F).put(std::uint8_t{1}).i32(2);
+  for (const bool hasLines : {false, true}) {
+    out.i32(0).i32(1).i32(0).zeros(4 + 24);
+    if (hasLines) {
+      out.i32(2).put(std::int16_t{0}).put(std::int16_t{2}).i32(4).f32({0, 0, 1, 1});
+    } else {
+      out.i32(0);
+      if (!guarded) out.i32(0);
+    }
+  }
+  out.i32(2).i32(0).i32(70000).i32(1).put(std::int16_t{4}).i32(1).put(std::int16_t{9});
+  out.i32(3).f32({1, 2, 3}).i32(1);
+  property("name", "n");
+  out.i32(0).i32(1).put(std::uint16_t{0x100}).put(std::uint16_t{1}).put(std::uint16_t{0});
+  if (!knownEnd) return out.put(std::uint8_t{1}).i32(-5).zeros(40).bytes();
+  out.put(std::uint8_t{1}).i32(2).ids({0, 3}).ids({1, 0, 0}).ids({2});  // colours only
+  out.ids({1}).ids({0}).ids({2}).i32(1).f32({1}).i32(1).f32({7});
+  out.put(std::uint32_t{0}).i32(1).put(JtString("F")).i32(1).put(std::uint16_t{65});
+  out.put(std::uint8_t{1}).i32(0).ids({}).ids({}).ids({});
+  return out.zeros(16).bytes();
+}
+
+TEST(PMI, TheFormsOfTheGenericLayoutAreToldApart) {
+  for (const Format& format : allFormats()) {
+    if (format.major < 10) continue;
+    for (const bool byteFlags : {false, true})
+      for (const bool guarded : {false, true})
+        for (const bool knownEnd : {false, true}) {
+          SCOPED_TRACE(formatText(format) + (byteFlags ? " byte" : " word") +
+                       (guarded ? " guarded" : " always") + (knownEnd ? "" : " odd end"));
+          PMIData data;
+          expectReadToldAndWrittenBack(genericBody(format, byteFlags, guarded, knownEnd), format,
+                                       data);
+          EXPECT_EQ(data.form, (jt::PMIForm{byteFlags, guarded, false, false, !knownEnd}));
+          EXPECT_EQ(data.associations[0].sourceOwner, 1);
+          EXPECT_EQ(data.associations[0].destination, 0x11000004U);
+          EXPECT_EQ(data.genericEntities.at(0).lines.indices.at(1), 70000);
+          EXPECT_EQ(data.strings.at(1), JtString("\u4e2d"));
+          if (knownEnd) {
+            EXPECT_EQ(data.polygons.filled.at(0).colours, std::vector<float>{7});
+          }
+          EXPECT_EQ(data.surplus.size(), knownEnd ? 16U : 45U);
+        }
+  }
+}
+
+TEST(PMI, OwnersMayStandInOldContentAndLengthsMayCountFromTheVersion) {
+  PMIData data;
+  const Format format{9, 5, false};
+  Fields owners(format);
+  owners.put(std::int16_t{1}).put(std::int16_t{5}).put(std::int16_t{0}).zeros(52);
+  owners.i32(1).i32(1).i32(2).i32(3).i32(-1).i32(-1).i32(0).i32(0);
+  expectReadToldAndWrittenBack(owners.bytes(), format, data);
+  EXPECT_TRUE(data.form.ownersAlways);
+
+  Bytes tags = kDim9.body();
+  const std::size_t at = tags.size() - (4 + 4 + 4 + 13 + 17);  // length, inner version, count
+  ASSERT_EQ(loadScalar<std::int32_t>(&tags[at], false), static_cast<int>(tags.size() - at));
+  tags[at] = std::byte(std::to_integer<int>(tags[at]) + 2);
+  expectReadToldAndWrittenBack(tags, format, data);
+  EXPECT_TRUE(data.form.lengthAtOnce);
+  EXPECT_TRUE(decodeCadTags(data));
+}
+
+TEST(PMI, WhatCannotBeReadIsCarriedAndLeavesTheFileUsable) {
+  struct Case {
+    const char* what;
+    PMIVector vector;
+    std::size_t offset;  // in the body
+    std::uint8_t byte;
+  };
+  // Offsets of dim105: design groups 3, associations 7, strings 35, views 123, generic 207.
+  const Case cases[] = {
+      {"design groups", kDim105, 6, 0x7f},       {"negative count", kDim105, 10, 0xff},
+      {"owner without text", kDim105, 15, 0x04}, {"string count", kDim105, 37, 0x01},
+      {"length of a string", kDim105, 41, 0x10}, {"name of a view", kDim105, 199, 0x04},
+      {"entity count", kDim105, 208, 0x01},      {"dimension count", kNote9, 9, 0x7f},
+      {"text of the note", kNote9, 64, 0x02}};
+  MemoryStorage storage;
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.what);
+    Bytes body = each.vector.body();
+    body[each.offset] = std::byte{each.byte};
+    const Bytes file = pmiFile(each.vector.format, pmiContent(each.vector.format, body));
+    const auto root = storage.open(file);
+    EXPECT_FALSE(pmiNode(*root).ensurePMI());
+    EXPECT_EQ(pmiNode(*root).pmi(), nullptr);
+    EXPECT_NE(jt::lastError().find("PMI"), std::string::npos) << jt::lastError();
+    const auto notes = jt::verify(MemoryLocation("opened"));
+    ASSERT_EQ(notes.size(), 1U);
+    EXPECT_EQ(notes[0].code, "unreadable_pmi");
+    EXPECT_FALSE(notes[0].isError);
+    EXPECT_TRUE(survive(storage, file).empty());
+    pmiNode(*root).setIgnored(true);
+    const auto again = storage.open(storage.saved(*root));
+    EXPECT_TRUE(std::ranges::equal(again->container()->segmentBytes(again->container()->toc()[1]),
+                                   root->container()->segmentBytes(root->container()->toc()[1])));
+  }
+}
+
+TEST(PMI, ShortenedElementsAreRefusedOrReadInPart) {
+  for (const PMIVector& vector : {kNote8, kNote9, kDim9, kDim105}) {
+    const Bytes body = vector.body();
+    for (std::size_t size = 0; size < body.size(); ++size) {
+      const std::string code = errorCode([&] {
+        const PMIData data = readPMI(std::span(body).first(size), vector.format, 0);
+        EXPECT_EQ(written(data, vector.format).size(), size);
+      });
+      EXPECT_TRUE(code.empty() || code == "bad_pmi") << vector.name << size << code;
+    }
+  }
+}
+
+}  // namespace

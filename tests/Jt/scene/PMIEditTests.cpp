@@ -1,0 +1,168 @@
+// PMI of nodes: loaded on demand, changed, merged, taken away, saved.
+
+#include <gtest/gtest.h>
+
+#include "JtInspect.h"
+#include "support/PMIFiles.h"
+
+namespace {
+
+using namespace jt::file;
+
+Bytes fileOf(const PMIVector& vector) { return pmiFile(vector.format, vector.content()); }
+
+jt::PMIGenericEntity entityNamed(PMIDataManager& manager, const char* name) {
+  jt::PMIGenericEntity entity;
+  entity.typeNameId = manager.stringId(JtString("Notes"));
+  entity.parentTypeNameId = manager.stringId(JtString("PMI"));
+  entity.type = 0x0100;
+  entity.properties.push_back({{JtString("Description")}, {JtString(name)}});
+  entity.lines.indices = {0, 2};
+  entity.lines.vertices = {0, 0, 0, 1, 1, 1};
+  return entity;
+}
+
+/// Names of the generic entities, and the ends of associations as "entity>view" by name.
+std::vector<std::string> summaryOf(const PMIDataManager& manager) {
+  jt::PMIData data(manager.data());
+  std::vector<std::string> lines;
+  const auto nameOf = [&](int kind, int index) {
+    return manager.pmiEntity(PMIDataManager::constructPMITypedID(kind, index)).name().stringToMbs();
+  };
+  const auto endName = [&](std::uint32_t end) {
+    const PMITypedID id{end};
+    int index = id.index();
+    if ((end & PMITypedID::kIndirect) != 0) {  // views come first, then entities: no other kinds
+      const auto found = std::ranges::find(data.cadTags.indices, index);
+      index = static_cast<int>(found - data.cadTags.indices.begin());
+      if (id.kind() == PMIKind::genericEntity) index -= static_cast<int>(data.modelViews.size());
+    }
+    return nameOf(static_cast<int>(id.kind()), index);
+  };
+  for (int i = 0; i < static_cast<int>(data.genericEntities.size()); ++i)
+    lines.push_back(nameOf(18, i));
+  for (const jt::PMIAssociation& link : data.associations)
+    lines.push_back(endName(link.source) + ">" + endName(link.destination));
+  return lines;
+}
+using Lines = std::vector<std::string>;
+constexpr const char* kDimension = "Linear Dimension (1)";
+
+TEST(PMIEdit, LoadingIsNoChangeAndAChangeIsSavedInPlace) {
+  for (const PMIVector& vector : {kNote8, kNote9, kDim9, kDim105}) {
+    SCOPED_TRACE(vector.name);
+    MemoryStorage storage;
+    const Bytes file = fileOf(vector);
+    const auto root = storage.open(file);
+    PMIDataManager* pmi = pmiNode(*root).pmi();
+    ASSERT_NE(pmi, nullptr) << jt::lastError();
+    EXPECT_EQ(storage.saved(*root), file);
+    Lines expected = summaryOf(*pmi);
+    expected.insert(expected.begin() + (expected.empty() ? 0 : 1), "burr");
+    pmi->addGenericEntity(entityNamed(*pmi, "burr"));
+    const auto again = storage.open(storage.saved(*root));
+    ASSERT_NE(pmiNode(*again).pmi(), nullptr) << jt::lastError();
+    EXPECT_EQ(summaryOf(*pmiNode(*again).pmi()), expected);
+    EXPECT_EQ(pmiNode(*again).pmi()->data().strings.back(), JtString("PMI"));
+  }
+}
+
+TEST(PMIEdit, AnEntityLeavesWithItsAssociationsAndItsTag) {
+  for (const PMIVector& vector : {kDim9, kDim105}) {
+    SCOPED_TRACE(vector.name);
+    MemoryStorage storage;
+    const auto root = storage.open(fileOf(vector));
+    PMIDataManager& pmi = *pmiNode(*root).pmi();
+    const PMITypedID view = PMIDataManager::constructPMITypedID(17, 0);
+    pmi.addAssociation(pmi.addGenericEntity(entityNamed(pmi, "b")), view, 98);
+    pmi.addAssociation(pmi.addGenericEntity(entityNamed(pmi, "c")), view, 98);
+    EXPECT_FALSE(pmi.removeGenericEntity(3));
+    ASSERT_TRUE(pmi.removeGenericEntity(1));
+    const auto again = storage.open(storage.saved(*root));
+    PMIDataManager* saved = pmiNode(*again).pmi();
+    ASSERT_NE(saved, nullptr) << jt::lastError();
+    EXPECT_EQ(summaryOf(*saved),
+              (Lines{kDimension, "c", std::string(kDimension) + ">Top", "c>Top"}));
+    EXPECT_EQ(saved->data().cadTags.indices, (std::vector<std::int32_t>{0, 1, 3}));
+  }
+}
+
+TEST(PMIEdit, DirectEndsAreRenumbered) {
+  const auto pmi = jt::make<PMIDataManager>();
+  for (const char* name : {"a", "b", "c"}) pmi->addGenericEntity(entityNamed(*pmi, name));
+  const auto id = [](int index) { return PMIDataManager::constructPMITypedID(18, index); };
+  pmi->addAssociation(id(0), id(2), 10);
+  pmi->addAssociation(id(2), id(1), 10);
+  ASSERT_TRUE(pmi->removeGenericEntity(1));
+  EXPECT_EQ(summaryOf(*pmi), (Lines{"a", "c", "a>c"}));
+}
+
+TEST(PMIEdit, MergedPMIKeepItsNamesAndLinks) {
+  const auto made = jt::make<PMIDataManager>();
+  const PMITypedID mine = made->addGenericEntity(entityNamed(*made, "mine"));
+  made->addAssociation(mine, mine, 10);
+  const std::string link = std::string(kDimension) + ">Top";
+  for (const auto& [to, from] : {std::pair{kDim9, kDim105}, {kDim105, kDim9}, {kDim9, kDim9}}) {
+    SCOPED_TRACE(std::string(from.name) + " into " + to.name);
+    MemoryStorage storage;
+    const auto other = storage.open(fileOf(from));
+    const auto root = storage.open(fileOf(to));
+    PMIDataManager& pmi = *pmiNode(*root).pmi();
+    pmi.merge(*pmiNode(*other).pmi());
+    pmi.merge(*made);
+    const auto again = storage.open(storage.saved(*root));
+    PMIDataManager* saved = pmiNode(*again).pmi();
+    ASSERT_NE(saved, nullptr) << jt::lastError();
+    EXPECT_EQ(summaryOf(*saved), (Lines{kDimension, kDimension, "mine", link, link, "mine>mine"}));
+    EXPECT_EQ(std::ranges::count(saved->data().strings, JtString("Top")), 1);
+  }
+}
+
+TEST(PMIEdit, PMIThatCannotBeMergedLeavesTheManagerAlone) {
+  MemoryStorage storage;
+  const auto nine = storage.open(fileOf(kNote9));
+  const auto ten = storage.open(fileOf(kDim105));
+  PMIDataManager& pmi = *pmiNode(*ten).pmi();
+  EXPECT_EQ(errorCode([&] { pmi.merge(*pmiNode(*nine).pmi()); }), "not_editable");
+  EXPECT_FALSE(pmi.isModified());
+}
+
+TEST(PMIEdit, NodesGetAndLoseTheirPMI) {
+  for (const PMIVector& vector : {kNote8, kNote9, kDim105}) {
+    SCOPED_TRACE(vector.name);
+    MemoryStorage storage;
+    const auto root = storage.open(fileOf(vector));
+    pmiNode(*root).setPMI(nullptr);
+    EXPECT_EQ(pmiNode(*root).pmi(), nullptr);
+    const auto bare = storage.open(storage.saved(*root));
+    EXPECT_EQ(bare->container()->toc().size(), 1U) << "the segment goes with it";
+    EXPECT_TRUE(pmiNode(*bare).ensurePMI());
+    EXPECT_EQ(pmiNode(*bare).pmi(), nullptr);
+
+    const auto made = jt::make<PMIDataManager>();
+    made->addGenericEntity(entityNamed(*made, "\u4e2d new"));
+    pmiNode(*bare).setPMI(made.get());
+    const auto again = storage.open(storage.saved(*bare));
+    ASSERT_NE(pmiNode(*again).pmi(), nullptr) << jt::lastError();
+    EXPECT_EQ(summaryOf(*pmiNode(*again).pmi()), Lines{"\u4e2d new"});
+    EXPECT_EQ(again->container()->toc().at(1).type(), vector.format.major < 10 ? 4 : 3);
+    EXPECT_TRUE(jt::verify(MemoryLocation("opened")).empty());
+  }
+}
+
+TEST(PMIEdit, TheNameOfAnEntity) {
+  const auto pmi = jt::make<PMIDataManager>();
+  jt::PMIGenericEntity entity;
+  entity.typeNameId = pmi->stringId(JtString("type"));
+  const PMITypedID id = pmi->addGenericEntity(entity);
+  const auto name = [&] { return pmi->pmiEntity(id).name().stringToMbs(); };
+  EXPECT_EQ(name(), "type");
+  pmi->editGenericEntity(0)->texts.emplace_back().stringId = pmi->stringId(JtString("text"));
+  EXPECT_EQ(name(), "text");
+  pmi->editGenericEntity(0)->properties.push_back({{JtString("name")}, {JtString("name")}});
+  EXPECT_EQ(name(), "name");
+  pmi->editGenericEntity(0)->properties.push_back({{JtString("Description")}, {JtString("D")}});
+  EXPECT_EQ(name(), "D");
+}
+
+}  // namespace
