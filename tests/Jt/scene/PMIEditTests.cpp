@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "JtBaseDataStream.h"
 #include "JtInspect.h"
 #include "support/PMIFiles.h"
 
 namespace {
 
 using namespace jt::file;
+using jt::PMIData;
 
 Bytes fileOf(const PMIVector& vector) { return pmiFile(vector.format, vector.content()); }
 
@@ -148,6 +150,55 @@ TEST(PMIEdit, NodesGetAndLoseTheirPMI) {
     EXPECT_EQ(again->container()->toc().at(1).type(), vector.format.major < 10 ? 4 : 3);
     EXPECT_TRUE(jt::verify(MemoryLocation("opened")).empty());
   }
+}
+
+TEST(PMIEdit, GenericEntitiesGoIntoOtherVersions) {
+  const struct {
+    PMIVector from;
+    jt::FileVersion to;
+  } cases[] = {{kDim9, {10, 0}}, {kDim105, {9, 5}}, {kDim105, {10, 0}}};
+  for (const auto& [from, to] : cases) {
+    SCOPED_TRACE(std::string(from.name) + " to " + to.text());
+    MemoryStorage storage;
+    const auto root = storage.open(fileOf(from));
+    jt::SaveOptions options;
+    options.version = to;
+    const auto again = storage.open(storage.saved(*root, options));
+    PMIDataManager* saved = pmiNode(*again).pmi();
+    ASSERT_NE(saved, nullptr) << jt::lastError();
+    EXPECT_EQ(summaryOf(*saved), (Lines{kDimension, std::string(kDimension) + ">Top"}));
+    JtBaseDataStream before;
+    JtBaseDataStream after;
+    EXPECT_TRUE(pmiNode(*root).pmi()->serialize(before) && saved->serialize(after));
+    EXPECT_EQ(before.written(), after.written());
+    EXPECT_TRUE(storage.report().warnings.empty());
+  }
+}
+
+TEST(PMIEdit, WhatAnotherVersionHasNoPlaceForIsToldOrRefused) {
+  PMIData data = readPMI(kDim105.body(), kDim105.format, 0);
+  data.genericEntities[0].lines.widths = {1, 1, 1};
+  data.modelViews[0].properties.push_back({{JtString("k")}, {JtString("v")}});
+  data.fonts.emplace_back();
+  jt::codec::Report losses;
+  ByteSink out;
+  writePMI(out, data, {9, 5, false}, losses);
+  EXPECT_EQ(losses.remarks.size(), 3U);
+  const Format eight{8, 1, false};
+  const Format ten{10, 0, false};
+  const auto refusal = [&](const PMIData& content, const Format& format) {
+    return errorCode([&] { writePMI(out, content, format, losses); });
+  };
+  EXPECT_EQ(refusal(data, eight), "not_convertible") << "CAD tags";
+  EXPECT_EQ(refusal(readPMI(kNote9.body(), kNote9.format, 0), ten), "not_convertible");
+  MemoryStorage storage;
+  jt::SaveOptions options;
+  options.version = jt::FileVersion{10, 0};
+  const auto again = storage.open(storage.saved(*storage.open(fileOf(kNote9)), options));
+  EXPECT_EQ(storage.report().segments.at(1).kind, jt::SegmentAction::Kind::dropped);
+  EXPECT_EQ(pmiNode(*again).property("JT_LLPROP_PMI"), nullptr);
+  data.genericEntities[0].lines.indices = {0, 40000};
+  EXPECT_EQ(refusal(data, {9, 5, false}), "bad_value") << "indices have 16 bits";
 }
 
 TEST(PMIEdit, TheNameOfAnEntity) {

@@ -143,11 +143,13 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
 /// null
 FileWriter::Segment FileWriter::converted(const TocEntry& entry, const NewSegment* changed) {
   constexpr const char* kReason = "the version changes";
-  if (changed)
-    return rewritten(entry,
-                     writeSegmentObject(*changed->object, entry.id, entry.type(), format_,
-                                        options_.compressionLevel),
-                     kReason);
+  if (changed) {
+    codec::Report losses;
+    Buffer bytes = writeSegmentObject(*changed->object, entry.id, entry.type(), format_,
+                                      options_.compressionLevel, &losses);
+    for (const codec::Remark& loss : losses.remarks) warn(loss.code, loss.message);
+    return rewritten(entry, std::move(bytes), kReason);
+  }
   const ConvertedSegment& result = converter_.convert(*container_, entry);
   for (const codec::Remark& loss : result.losses) warn(loss.code, loss.message);
   if (result.isSame) return copied(entry);
@@ -244,7 +246,7 @@ Buffer FileWriter::encodeNew(const NewSegment& segment, codec::Report& losses) c
   const auto* geometry = as<ShapeGeometry>(segment.object.get());
   if (!geometry)
     return writeSegmentObject(*segment.object, segment.id, segment.type, format_,
-                              options_.compressionLevel);
+                              options_.compressionLevel, &losses);
   return writeShapeSegment(*geometry->mesh(), segment.id, segment.type, format_,
                            optionsOf(encoding_), losses, options_.compressionLevel);
 }

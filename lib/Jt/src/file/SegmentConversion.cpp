@@ -48,7 +48,9 @@ const ConvertedSegment& SegmentConverter::convert(const Container& from, const T
   try {
     *result = make(from, entry);
   } catch (const JtFormatError& error) {
-    *result = dropped("it cannot be read, so it cannot be converted: " + error.message());
+    *result = dropped(error.code() == "not_convertible"
+                          ? error.message()
+                          : "it cannot be read, so it cannot be converted: " + error.message());
   }
   const std::lock_guard lock(mutex_);
   return *done_.try_emplace(&entry, std::move(result)).first->second;
@@ -106,9 +108,13 @@ ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEnt
   const SegmentContent content = from.load(entry);
   const auto elements = segmentElements(content.bytes, from.format());
   if (elements.size() == 1) {
-    if (isSegmentObject(elements[0]))
-      return made(writeSegmentObject(*readSegmentObject(from, entry), entry.id, entry.type(),
-                                     format_, level_));
+    if (isSegmentObject(elements[0])) {
+      codec::Report losses;
+      ConvertedSegment result = made(writeSegmentObject(
+          *readSegmentObject(from, entry), entry.id, entry.type(), format_, level_, &losses));
+      result.losses = std::move(losses.remarks);
+      return result;
+    }
     if (elements[0].frame.typeId == xtBrepTypeId()) {
       auto bytes =
           convertXtBrep(elements[0], from.format(), entry.id, entry.type(), format_, level_);
