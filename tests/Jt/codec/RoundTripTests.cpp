@@ -57,7 +57,7 @@ RC_GTEST_PROP(RoundTrips, CompatibleTrianglesAreTheSameUnderEveryVariant, (bool 
   for (unsigned i = 1; i < Variant::kCount; ++i) {
     const Surface other = decodeSurface(data.streams, Variant::byIndex(i), budget);
     RC_ASSERT(other.vertexOf == first.vertexOf);
-    RC_ASSERT(other.slotOf == first.slotOf);
+    RC_ASSERT(other.placeOf == first.placeOf);
   }
 }
 

@@ -7,32 +7,6 @@ namespace jt::codec {
 
 namespace {
 
-/// Division by an unchanging total. Exact for what `Registers` divides while the total is below
-/// 2^15: numerators n <= 2^16 * total, so n * total < 2^46 and n * reciprocal < 2^63.
-class Reciprocal {
- public:
-  static constexpr std::uint32_t kTotalLimit = 1U << 15;
-  explicit Reciprocal(std::uint32_t total) : factor_((std::uint64_t{1} << kShift) / total + 1) {}
-  std::uint32_t divide(std::uint64_t numerator) const noexcept {
-    return static_cast<std::uint32_t>((numerator * factor_) >> kShift);
-  }
-
- private:
-  static constexpr unsigned kShift = 46;
-  std::uint64_t factor_;
-};
-
-class PlainDivision {
- public:
-  explicit PlainDivision(std::uint32_t total) : total_(total) {}
-  std::uint32_t divide(std::uint64_t numerator) const noexcept {
-    return static_cast<std::uint32_t>(numerator / total_);
-  }
-
- private:
-  std::uint64_t total_;
-};
-
 /// Low and high end of the current interval and the code inside it.
 class Registers {
  public:
@@ -48,11 +22,10 @@ class Registers {
   }
 
   /// Takes the interval of a symbol, then shifts out what is settled. False when it collapsed.
-  template <class Division>
-  bool narrow(std::uint32_t from, std::uint32_t to, const Division& byTotal) noexcept {
+  bool narrow(std::uint32_t from, std::uint32_t to, std::uint32_t total) noexcept {
     const std::uint64_t range = high_ - low_ + 1;
-    high_ = low_ + byTotal.divide(range * to) - 1;
-    low_ = low_ + byTotal.divide(range * from);
+    high_ = low_ + static_cast<std::uint32_t>(range * to / total) - 1;
+    low_ = low_ + static_cast<std::uint32_t>(range * from / total);
     if (low_ > high_ || code_ < low_ || code_ > high_) return false;
     // Bits in which both ends agree.
     const auto settled = static_cast<unsigned>(std::countl_zero((low_ ^ high_) << 16 | 0x8000U));
@@ -114,11 +87,9 @@ class SymbolTable {
   std::vector<std::uint16_t> entryAt_;
 };
 
-template <class Division>
+/// Any tables.
 void run(WordBits bits, std::span<const SymbolTable> tables, std::size_t symbolCount,
          OutOfBand& outOfBand, std::span<std::int32_t> out) {
-  std::vector<Division> divisions;
-  for (const SymbolTable& table : tables) divisions.emplace_back(table.total());
   Registers registers(bits);
   std::size_t current = 0;
   std::size_t produced = 0;
@@ -129,7 +100,7 @@ void run(WordBits bits, std::span<const SymbolTable> tables, std::size_t symbolC
       fail("bad_packet", "arithmetic code outside its interval", bits.offset());
     const std::size_t index = table.find(position);
     const ContextEntry& entry = table.entry(index);
-    if (!registers.narrow(table.from(index), table.to(index), divisions[current]))
+    if (!registers.narrow(table.from(index), table.to(index), table.total()))
       fail("bad_packet", "arithmetic code outside its interval", bits.offset());
     if (!entry.escape || current == 0) {
       if (produced == out.size()) fail("bad_packet", "more symbols than values", bits.offset());
@@ -148,15 +119,110 @@ void run(WordBits bits, std::span<const SymbolTable> tables, std::size_t symbolC
 void decodeArithmetic(WordBits bits, std::span<const ContextTable> tables, std::size_t symbolCount,
                       OutOfBand& outOfBand, std::span<std::int32_t> out) {
   std::vector<SymbolTable> prepared;
-  bool small = true;
-  for (const ContextTable& table : tables) {
-    prepared.emplace_back(table, symbolCount);
-    small = small && table.total < Reciprocal::kTotalLimit;
+  for (const ContextTable& table : tables) prepared.emplace_back(table, symbolCount);
+  run(bits, prepared, symbolCount, outOfBand, out);
+}
+
+ArithmeticStream::ArithmeticStream(WordBits bits, const ContextTable& table, OutOfBand outOfBand,
+                                   std::span<std::int32_t> out)
+    : text_(bits.rest()),
+      entryAt_(table.total),
+      outOfBand_(std::move(outOfBand)),
+      offset_(bits.offset()),
+      out_(out) {
+  entries_.reserve(table.entries.size());
+  std::uint32_t from = 0;
+  for (const ContextEntry& entry : table.entries) {
+    const std::uint32_t to = from + entry.occurrences;
+    std::fill(entryAt_.begin() + from, entryAt_.begin() + to,
+              static_cast<std::uint16_t>(entries_.size()));
+    entries_.push_back({static_cast<std::uint16_t>(from), static_cast<std::uint16_t>(to),
+                        entry.value, entry.escape});
+    from = to;
   }
-  if (small) {
-    run<Reciprocal>(bits, prepared, symbolCount, outOfBand, out);
-  } else {
-    run<PlainDivision>(bits, prepared, symbolCount, outOfBand, out);
+  code_ = {text_.data(),    (text_.size() - WordBits::kRestPadding) * 8,
+           entries_.data(), entryAt_.data(),
+           table.total,     (std::uint64_t{1} << kShift) / table.total + 1};
+  state_.distance = code_.peek(0, 16);
+  state_.at = std::min<std::size_t>(16, code_.end);
+}
+
+/// Exact: numerators n are at most 2^16 * total, so n * total < 2^46 and n * factor < 2^63.
+inline std::uint32_t ArithmeticStream::Code::dividedByTotal(
+    std::uint32_t numerator) const noexcept {
+  return static_cast<std::uint32_t>((numerator * factor) >> kShift);
+}
+
+/// The next bits, zeros past the end. @pre width is 0..32
+inline std::uint32_t ArithmeticStream::Code::peek(std::size_t at, unsigned width) const noexcept {
+  std::uint64_t eight;
+  std::memcpy(&eight, text + at / 8, sizeof eight);
+  eight = inFileOrder(eight, true) << (at % 8);
+  return static_cast<std::uint32_t>((eight >> 32) >> (32 - width));
+}
+
+inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) const noexcept {
+  const std::uint32_t position = ((s.distance + 1) * total - 1) / s.width;
+  const Entry& entry = entries[entryAt[position]];
+  const std::uint32_t from = dividedByTotal(s.width * entry.from);
+  const std::uint32_t to = dividedByTotal(s.width * entry.to);
+  const std::uint32_t low = s.low + from;
+  const std::uint32_t high = s.low + to - 1;
+  // Bits in which both ends agree; behind the first other one low may have ones where high has
+  // zeros: the ends straddle the middle.
+  const auto settled = static_cast<unsigned>(std::countl_zero((low ^ high) << 16 | 0x8000U));
+  const std::uint64_t straddle = (std::uint64_t{low & ~high} << 49) << settled;
+  const unsigned shift = settled + static_cast<unsigned>(std::countl_one(straddle));
+  s.distance = (s.distance - from) << shift | peek(s.at, shift);
+  s.at = std::min(s.at + shift, end);
+  s.width = (to - from) << shift;
+  s.low = (low << shift) & 0x7fff;
+  return entry;
+}
+
+template <std::size_t K>
+void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std::size_t count) {
+  // Copies, since values that are written could not be told from what the streams hold.
+  std::array<State, K> states;
+  std::array<Code, K> codes;
+  std::array<std::int32_t*, K> out;
+  for (std::size_t k = 0; k < K; ++k) {
+    states[k] = streams[k]->state_;
+    codes[k] = streams[k]->code_;
+    out[k] = streams[k]->out_.data();
+  }
+  const auto step = [&](std::size_t k, std::size_t i) {
+    const Entry& entry = codes[k].next(states[k]);
+    out[k][i] = entry.value;
+    if (entry.escape)
+      out[k][i] = streams[k]->outOfBand_.next(streams[k]->offset_ + states[k].at / 8);
+  };
+  for (std::size_t i = 0; i < count; ++i) [&]<std::size_t... k>(std::index_sequence<k...>) {
+      (step(k, i), ...);
+    }
+  (std::make_index_sequence<K>());
+  for (std::size_t k = 0; k < K; ++k) {
+    streams[k]->state_ = states[k];
+    streams[k]->out_ = streams[k]->out_.subspan(count);
+  }
+}
+
+void decodeTogether(std::span<ArithmeticStream> streams) {
+  std::vector<ArithmeticStream*> open;
+  for (ArithmeticStream& stream : streams)
+    if (stream.left() > 0) open.push_back(&stream);
+  while (!open.empty()) {
+    std::ranges::sort(open, std::ranges::greater(), &ArithmeticStream::left);
+    const std::size_t together = open.size() < 4 ? std::min<std::size_t>(open.size(), 2) : 4;
+    const std::size_t count = open[together - 1]->left();
+    if (together == 4) {
+      ArithmeticStream::run<4>({open[0], open[1], open[2], open[3]}, count);
+    } else if (together == 2) {
+      ArithmeticStream::run<2>({open[0], open[1]}, count);
+    } else {
+      ArithmeticStream::run<1>({open[0]}, count);
+    }
+    std::erase_if(open, [](const ArithmeticStream* stream) { return stream->left() == 0; });
   }
 }
 

@@ -2,6 +2,7 @@
 
 // Arithmetic code with 16-bit registers, as all generations have it.
 
+#include <array>
 #include <span>
 #include <vector>
 
@@ -31,5 +32,73 @@ class OutOfBand {
 /// symbols do not give just out.size() values.
 void decodeArithmetic(WordBits bits, std::span<const ContextTable> tables, std::size_t symbolCount,
                       OutOfBand& outOfBand, std::span<std::int32_t> out);
+
+/// Code text over one table with a total of less than 2^15, which is all that writers make, on its
+/// way to values: one for each symbol.
+///
+/// A symbol has to wait for the one before it most of the time, so that several streams in one loop
+/// take little longer than one: see decodeTogether().
+///
+/// The code is kept as its distance from the low end of the interval, which a shift only makes
+/// longer, and the interval as its low end and its width. By the way in which the place of the code
+/// is rounded it cannot leave the interval, whatever the bits are.
+class ArithmeticStream {
+ public:
+  static bool canDecode(const ContextTable& table) noexcept {
+    return table.total < kTotalLimit && table.entries.size() <= 0x10000;
+  }
+
+  /// @param out where the values go; must outlive the stream @pre canDecode(table)
+  ArithmeticStream(WordBits bits, const ContextTable& table, OutOfBand outOfBand,
+                   std::span<std::int32_t> out);
+
+  std::size_t left() const noexcept { return out_.size(); }
+  /// Decodes the next `count` values of each of K streams. Throws JtFormatError when a stream has
+  /// more escapes than out-of-band values. @pre count <= left() of each
+  template <std::size_t K>
+  static void run(const std::array<ArithmeticStream*, K>& streams, std::size_t count);
+
+ private:
+  struct Entry {
+    std::uint16_t from;
+    std::uint16_t to;
+    std::int32_t value;
+    bool escape;
+  };
+  struct State {
+    std::size_t at = 0;  // bit
+    std::uint32_t distance = 0;
+    std::uint32_t low = 0;
+    std::uint32_t width = 0x10000;
+  };
+  /// What does not change.
+  struct Code {
+    const std::byte* text = nullptr;
+    std::size_t end = 0;  // bits
+    const Entry* entries = nullptr;
+    const std::uint16_t* entryAt = nullptr;
+    std::uint32_t total = 0;
+    std::uint64_t factor = 0;
+
+    std::uint32_t dividedByTotal(std::uint32_t numerator) const noexcept;
+    std::uint32_t peek(std::size_t at, unsigned width) const noexcept;
+    const Entry& next(State& state) const noexcept;
+  };
+
+  static constexpr std::uint32_t kTotalLimit = 1U << 15;
+  static constexpr unsigned kShift = 46;
+
+  std::vector<std::byte> text_;  // with zeros behind it
+  std::vector<Entry> entries_;
+  std::vector<std::uint16_t> entryAt_;  // by position
+  OutOfBand outOfBand_;
+  std::size_t offset_;
+  std::span<std::int32_t> out_;  // what is still to come
+  State state_;
+  Code code_;
+};
+
+/// Decodes streams to their ends.
+void decodeTogether(std::span<ArithmeticStream> streams);
 
 }  // namespace jt::codec

@@ -37,6 +37,10 @@ class WordBits {
     left_ -= width;
     return takeOrZeros(width);
   }
+  /// Bytes of the bits that are left, in order, the last one filled with zeros, and kRestPadding
+  /// zero bytes. @pre no bit has been taken
+  std::vector<std::byte> rest() const;
+  static constexpr std::size_t kRestPadding = 8;
   std::int32_t takeSigned(unsigned width) { return signExtended(take(width), width); }
 
   /// The same with zeros past the end.
@@ -121,6 +125,7 @@ class WordBitWriter {
       have_ += width;
     }
   }
+  std::size_t count() const noexcept { return bits_; }
   /// I32 number of bits, then the words, the last one filled with zeros.
   void finish(Bytes& out, bool bigEndian) {
     if (have_ > 0) words_.push_back(pending_ << (32 - have_));

@@ -9,11 +9,11 @@ namespace {
 
 constexpr double kPsiMax = 0.615479709;  // atan(1 / sqrt(2))
 
-using Vector = std::array<double, 3>;
-
 /// Where the components of a direction of each sextant come from in the first one.
 constexpr std::array<std::array<std::uint8_t, 3>, 6> kFromBase{
     {{0, 1, 2}, {2, 1, 0}, {1, 2, 0}, {1, 0, 2}, {2, 0, 1}, {0, 2, 1}}};
+
+using Vector = std::array<double, 3>;
 
 double dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
@@ -84,30 +84,41 @@ DeeringCode Deering::encode(const std::array<float, 3>& normal) const noexcept {
     if (v[i] >= 0) best.octant |= 4U >> i;
   }
   const std::uint32_t middle = sextantOf(absolute);
-  const auto last = static_cast<int>(steps_) - 1;
   double nearest = -2;
   // A rounded code may lie beyond the edge of its sextant, hence the neighbours.
-  for (const std::uint32_t sextant : {middle, (middle + 1) % 6, (middle + 5) % 6}) {
-    Vector base;
-    for (unsigned i = 0; i < 3; ++i) base[kFromBase[sextant][i]] = absolute[i];
-    const auto n = static_cast<double>(steps_);
-    const double psi0 = std::floor(std::asin(std::min(1.0, base[1])) / kPsiMax * n);
-    const double theta0 =
-        std::floor(n - std::atan(base[2] / std::hypot(base[0], base[2])) / kPsiMax * n);
-    for (int k = 0; k < 4; ++k) {
-      const int theta = static_cast<int>(theta0) + (k & 1) - static_cast<int>(sextant & 1);
-      const int psi = static_cast<int>(psi0) + (k >> 1);
-      const DeeringCode code{sextant, best.octant,
-                             static_cast<std::uint32_t>(std::clamp(theta, 0, last)),
-                             static_cast<std::uint32_t>(std::clamp(psi, 0, last))};
-      const double closeness = dot(direction(code), v);
-      if (closeness > nearest) {
-        nearest = closeness;
-        best = code;
-      }
+  if (tryAround(middle, absolute, best, nearest)) return best;
+  for (const std::uint32_t sextant : {(middle + 1) % 6, (middle + 5) % 6})
+    tryAround(sextant, absolute, best, nearest);
+  return best;
+}
+
+/// Tries the four codes round a direction without signs. True when they lie inside the sextant, so
+/// that none of another can be nearer.
+bool Deering::tryAround(std::uint32_t sextant, const Vector& towards, DeeringCode& best,
+                        double& nearest) const noexcept {
+  Vector base;
+  for (unsigned i = 0; i < 3; ++i) base[kFromBase[sextant][i]] = towards[i];
+  const auto n = static_cast<double>(steps_);
+  const double slope = base[2] / std::sqrt(base[0] * base[0] + base[2] * base[2]);
+  const auto psi0 = static_cast<int>(std::asin(std::min(1.0, base[1])) / kPsiMax * n);
+  const auto theta0 = static_cast<int>(std::floor(n - std::atan(slope) / kPsiMax * n));
+  const int last = static_cast<int>(steps_) - 1;
+  for (int k = 0; k < 4; ++k) {
+    const int theta = std::clamp(theta0 + (k & 1) - static_cast<int>(sextant & 1), 0, last);
+    const int psi = std::clamp(psi0 + (k >> 1), 0, last);
+    const Angle t = this->theta(static_cast<std::uint32_t>(theta) + (sextant & 1));
+    const Angle p = this->psi(static_cast<std::uint32_t>(psi));
+    const double closeness = dot({t.cosine * p.cosine, p.sine, t.sine * p.cosine}, base);
+    if (closeness > nearest) {
+      nearest = closeness;
+      best.sextant = sextant;
+      best.theta = static_cast<std::uint32_t>(theta);
+      best.psi = static_cast<std::uint32_t>(psi);
     }
   }
-  return best;
+  const bool isOdd = (sextant & 1) != 0;
+  return psi0 + 1 <= last && theta0 >= (isOdd ? 1 : 0) && theta0 + 1 <= (isOdd ? last + 1 : last) &&
+         theta0 + psi0 + 2 <= static_cast<int>(steps_);
 }
 
 DeeringCode Deering::unpack(std::uint32_t packed) const noexcept {

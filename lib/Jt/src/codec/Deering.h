@@ -41,6 +41,8 @@ class Deering {
   };
   Angle theta(std::uint32_t step) const noexcept;
   Angle psi(std::uint32_t step) const noexcept;
+  bool tryAround(std::uint32_t sextant, const std::array<double, 3>& towards, DeeringCode& best,
+                 double& nearest) const noexcept;
   std::array<double, 3> direction(const DeeringCode& code) const noexcept;
 
   unsigned bits_;

@@ -149,36 +149,80 @@ void putRecords8(Mesh& mesh, const StripData& data, std::span<const std::byte> r
   }
 }
 
-/// Fans of triangles for the polygons that are not covers.
-void putTriangles(Mesh& mesh, const TopologyStreams& streams, const Surface& surface,
-                  std::span<const std::uint32_t> records, bool hasRecords) {
+/// The polygons that are not covers, and what they become.
+struct Faces {
   std::size_t triangles = 0;
-  const auto isCover = [&](std::size_t p) {
-    return (streams.vertexFlags[p] & 1) != 0 || streams.vertexGroups[p] < 0;
-  };
+  bool onlyTriangles = true;
   bool grouped = false;
+
+  static bool isCover(const TopologyStreams& streams, std::size_t polygon) {
+    return (streams.vertexFlags[polygon] & 1) != 0 || streams.vertexGroups[polygon] < 0;
+  }
+  Faces(const TopologyStreams& streams, const Surface& surface) {
+    for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
+      if (isCover(streams, p)) continue;
+      const std::uint32_t valence = surface.cornerStart[p + 1] - surface.cornerStart[p];
+      onlyTriangles = onlyTriangles && valence == 3;
+      if (valence < 3) continue;
+      triangles += valence - 2;
+      grouped = grouped || streams.vertexGroups[p] != 0;
+    }
+  }
+};
+
+/// What is known of each corner of the surface for the corners of triangles, in place.
+void dropCovers(std::vector<std::uint32_t>& values, const TopologyStreams& streams,
+                const Surface& surface) {
+  std::size_t to = 0;
+  for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
+    if (Faces::isCover(streams, p)) continue;
+    const std::uint32_t from = surface.cornerStart[p];
+    for (std::size_t k = 0; k < 3; ++k) values[to++] = values[from + k];
+  }
+  values.resize(to);
+}
+
+/// The same for any polygons, of which fans are made.
+std::vector<std::uint32_t> fansOf(const std::vector<std::uint32_t>& values, std::size_t triangles,
+                                  const TopologyStreams& streams, const Surface& surface) {
+  std::vector<std::uint32_t> result;
+  result.reserve(3 * triangles);
+  for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
+    if (Faces::isCover(streams, p)) continue;
+    const std::uint32_t first = surface.cornerStart[p];
+    for (std::uint32_t corner = first + 1; corner + 1 < surface.cornerStart[p + 1]; ++corner)
+      for (const std::uint32_t of : {first, corner, corner + 1}) result.push_back(values[of]);
+  }
+  return result;
+}
+
+std::vector<std::int32_t> groupsOfTriangles(const Faces& faces, const TopologyStreams& streams,
+                                            const Surface& surface) {
+  std::vector<std::int32_t> groups;
+  groups.reserve(faces.triangles);
   for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
     const std::uint32_t valence = surface.cornerStart[p + 1] - surface.cornerStart[p];
-    if (isCover(p) || valence < 3) continue;
-    triangles += valence - 2;
-    grouped = grouped || streams.vertexGroups[p] != 0;
+    if (!Faces::isCover(streams, p) && valence >= 3)
+      groups.insert(groups.end(), valence - 2, streams.vertexGroups[p]);
   }
-  mesh.corners.reserve(3 * triangles);
-  if (hasRecords) mesh.records.reserve(3 * triangles);
-  if (grouped) mesh.groups.reserve(triangles);
-  const auto put = [&](std::uint32_t corner) {
-    const std::uint32_t v = surface.vertexOf[corner];
-    mesh.corners.push_back(v);
-    if (hasRecords) mesh.records.push_back(records[surface.ringStart[v] + surface.slotOf[corner]]);
-  };
-  for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-    if (isCover(p)) continue;
-    const std::uint32_t first = surface.cornerStart[p];
-    for (std::uint32_t corner = first + 1; corner + 1 < surface.cornerStart[p + 1]; ++corner) {
-      put(first);
-      put(corner);
-      put(corner + 1);
-      if (grouped) mesh.groups.push_back(streams.vertexGroups[p]);
+  return groups;
+}
+
+/// Corners, records and groups of the polygons that are not covers.
+/// @param records of the surface's corners, or empty
+void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
+                  std::vector<std::uint32_t> records) {
+  const Faces faces(streams, surface);
+  if (faces.grouped) mesh.groups = groupsOfTriangles(faces, streams, surface);
+  mesh.corners = std::move(surface.vertexOf);
+  mesh.records = std::move(records);
+  if (faces.onlyTriangles && faces.triangles == surface.polygonCount()) return;
+  for (auto* values : {&mesh.corners, &mesh.records}) {
+    if (values->empty()) continue;
+    if (faces.onlyTriangles) {
+      dropCovers(*values, streams, surface);
+    } else {
+      *values = fansOf(*values, faces.triangles, streams, surface);
     }
   }
 }
@@ -232,7 +276,7 @@ std::uint32_t ListData::computedListHash() const {
 
 Mesh decodeTopology(const TopologyData& data, Generation generation, VariantChoice& choice,
                     Budget& budget, Report& report) {
-  const Surface surface = decodeSurface(data.streams, choice, budget);
+  Surface surface = decodeSurface(data.streams, choice, budget);
   if (report.checkHashes && data.streams.hash != data.streams.compositeHash(generation, true))
     report.compareHash("topology", data.streams.hash,
                        data.streams.compositeHash(generation, false));
@@ -246,10 +290,8 @@ Mesh decodeTopology(const TopologyData& data, Generation generation, VariantChoi
   std::uint32_t total = 0;
   std::vector<std::uint32_t> records = decodeRecords(data.streams, generation, surface, total);
   putAttributes(mesh, data.arrays, data.bindings, generation, total, report);
-  // Vertices without any record of their own take the first.
-  for (std::uint32_t& record : records)
-    if (record == Surface::kNone) record = 0;
-  putTriangles(mesh, data.streams, surface, records, total > 0 && mesh.recordCount() > 0);
+  if (mesh.recordCount() == 0) records.clear();
+  putTriangles(mesh, data.streams, std::move(surface), std::move(records));
   return checked(std::move(mesh), report);
 }
 

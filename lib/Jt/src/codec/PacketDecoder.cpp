@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <memory>
 
 #include "Arithmetic.h"
 #include "Packets.h"
@@ -41,23 +43,48 @@ class Width {
   std::int32_t width_ = 0;
 };
 
-class Decoder {
- public:
-  Decoder(PacketKind kind, ByteCursor& cursor, Budget& budget)
-      : kind_(kind), cursor_(cursor), budget_(budget) {}
+}  // namespace
 
-  Values packet() {
+/// Reads one packet and what is nested in it.
+class PacketReader {
+ public:
+  PacketReader(PacketKind kind, ByteCursor& cursor, Budget& budget, PacketBatch& batch)
+      : kind_(kind), cursor_(cursor), budget_(budget), batch_(batch) {}
+
+  /// Values that are complete when the batch has been finished.
+  void packet(Values& values) {
     constexpr int kDeepest = 8;
     if (++depth_ > kDeepest) fail("bad_packet", "packets nested too deep", cursor_.offset());
-    Values values = kind_ == PacketKind::mk1 ? first() : later();
+    if (kind_ == PacketKind::mk1) {
+      values = first();
+    } else {
+      later(values);
+    }
     --depth_;
-    return values;
   }
 
  private:
   Values make(std::size_t count) {
     budget_.spend(std::uint64_t{count} * sizeof(std::int32_t), cursor_.offset());
     return Values(count);
+  }
+
+  /// A nested packet that is needed at once.
+  Values complete() {
+    PacketBatch batch;
+    PacketReader reader(kind_, cursor_, budget_, batch);
+    reader.depth_ = depth_;
+    Values values;
+    reader.packet(values);
+    batch.finish();
+    return values;
+  }
+
+  /// Nested packets whose values are needed in the end.
+  std::shared_ptr<Values> nested() {
+    auto values = std::make_shared<Values>();
+    packet(*values);
+    return values;
   }
 
   [[noreturn]] void badCodec(unsigned codec) const {
@@ -96,7 +123,7 @@ class Decoder {
     if (!isBitlength) {
       tables = readContexts(kind_, cursor_, budget_);
       outOfBandCount = cursor_.count("out-of-band count");
-      if (outOfBandCount > 0) outOfBand = packet();
+      if (outOfBandCount > 0) outOfBand = complete();
     }
     const std::size_t bitCount = cursor_.count("code text length");
     Values values = make(cursor_.count("value count"));
@@ -147,30 +174,32 @@ class Decoder {
 
   // --- Mk.2 and Mk.3 ---
 
-  Values later() {
+  void later(Values& values) {
     const std::size_t count = cursor_.count("value count");
-    if (count == 0) return {};
+    values.clear();
+    if (count == 0) return;
     const std::uint8_t codec = cursor_.u8("codec");
     switch (static_cast<Codec>(codec)) {
       case Codec::null:
         cursor_.i32("code text length");  // bits or bytes: producers disagree, the count decides
-        return words(count);
+        values = words(count);
+        return;
       case Codec::bitlength: {
         WordBits bits = codeText(cursor_.count("code text length"));
-        Values values = make(count);
+        values = make(count);
         if (bits.take(1) == 0) {
           fixedWidth(bits, values);
         } else {
           variableWidth(bits, values);
         }
-        return values;
+        return;
       }
       case Codec::arithmetic:
-        return arithmetic(count);
+        return arithmetic(values, count);
       case Codec::chopper:
-        return chopped(count);
+        return chopped(values, count);
       case Codec::moveToFront:
-        if (kind_ == PacketKind::mk3) return movedToFront(count);
+        if (kind_ == PacketKind::mk3) return movedToFront(values, count);
         break;
       default:
         break;
@@ -209,6 +238,10 @@ class Decoder {
            std::to_string(values.size()) + " values of " + std::to_string(width) +
                " bits do not fit the " + std::to_string(bits.left()) + " bits that are left",
            bits.offset());
+    if (width == 0) {
+      std::ranges::fill(values, min);
+      return;
+    }
     for (std::int32_t& value : values) value = plus(bits.takeOrZeros(width), min);
   }
 
@@ -236,14 +269,20 @@ class Decoder {
     }
   }
 
-  Values arithmetic(std::size_t count) {
+  void arithmetic(Values& values, std::size_t count) {
     const WordBits bits = codeText(cursor_.count("code text length"));
     const std::vector<ContextTable> tables = readContexts(kind_, cursor_, budget_);
-    OutOfBand outOfBand(kind_ == PacketKind::mk2 || tables[0].hasEscape() ? packet() : Values());
-    if (bits.left() == 0 && outOfBand.all().size() == count) return outOfBand.all();
-    Values values = make(count);
-    decodeArithmetic(bits, tables, count, outOfBand, values);
-    return values;
+    OutOfBand outOfBand(kind_ == PacketKind::mk2 || tables[0].hasEscape() ? complete() : Values());
+    if (bits.left() == 0 && outOfBand.all().size() == count) {
+      values = outOfBand.all();
+      return;
+    }
+    values = make(count);
+    if (ArithmeticStream::canDecode(tables[0])) {
+      batch_.streams_.emplace_back(bits, tables[0], std::move(outOfBand), values);
+    } else {
+      decodeArithmetic(bits, tables, count, outOfBand, values);
+    }
   }
 
   void expectCount(const Values& values, std::size_t count) const {
@@ -255,12 +294,12 @@ class Decoder {
   }
 
   /// High and low bits in packets of their own.
-  Values chopped(std::size_t count) {
+  void chopped(Values& values, std::size_t count) {
     const unsigned chop = cursor_.u8("chop bits");
     if (chop == 0 && kind_ == PacketKind::mk2) {
-      Values values = packet();
+      packet(values);
       expectCount(values, count);
-      return values;
+      return;
     }
     const std::int32_t bias = cursor_.i32("value bias");
     const unsigned span = cursor_.u8("value span bits");
@@ -268,36 +307,43 @@ class Decoder {
       fail("bad_packet",
            std::to_string(chop) + " bits chopped off values of " + std::to_string(span) + " bits",
            cursor_.offset());
-    Values values = packet();
-    const Values low = packet();
+    packet(values);
+    const std::shared_ptr<const Values> low = nested();
     expectCount(values, count);
-    expectCount(low, count);
+    expectCount(*low, count);
     const unsigned shift = span - chop;
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::uint32_t high = static_cast<std::uint32_t>(values[i]) << shift;
-      values[i] = plus(static_cast<std::uint32_t>(low[i]) | high, bias);
-    }
-    return values;
+    batch_.steps_.emplace_back([&values, low, shift, bias] {
+      for (std::size_t i = 0; i < values.size(); ++i) {
+        const std::uint32_t high = static_cast<std::uint32_t>(values[i]) << shift;
+        values[i] = plus(static_cast<std::uint32_t>((*low)[i]) | high, bias);
+      }
+    });
   }
 
   /// Values by their place in a window of the latest ones.
-  Values movedToFront(std::size_t count) {
-    constexpr std::size_t kWindow = 16;
-    OutOfBand fresh(packet());
-    Values values = packet();
+  void movedToFront(Values& values, std::size_t count) {
+    const std::shared_ptr<Values> fresh = nested();
+    packet(values);
     expectCount(values, count);
+    batch_.steps_.emplace_back([&values, fresh, offset = cursor_.offset()] {
+      undoMoves(values, OutOfBand(std::move(*fresh)), offset);
+    });
+  }
+
+  static void undoMoves(Values& values, OutOfBand fresh, std::size_t offset) {
+    constexpr std::size_t kWindow = 16;
     std::array<std::int32_t, kWindow> window;
     std::size_t used = 0;
     for (std::int32_t& value : values) {
       std::size_t place;
       std::int32_t found;
       if (value == -1) {
-        found = fresh.next(cursor_.offset());
+        found = fresh.next(offset);
         if (used < kWindow) ++used;
         place = used - 1;
       } else {
         if (value < 0 || static_cast<std::size_t>(value) >= used)
-          fail("bad_packet", "a window offset of " + std::to_string(value), cursor_.offset());
+          fail("bad_packet", "a window offset of " + std::to_string(value), offset);
         place = static_cast<std::size_t>(value);
         found = window[place];
       }
@@ -305,21 +351,35 @@ class Decoder {
       window[0] = found;
       value = found;
     }
-    return values;
   }
 
   PacketKind kind_;
   ByteCursor& cursor_;
   Budget& budget_;
+  PacketBatch& batch_;
   int depth_ = 0;
 };
 
-}  // namespace
+void PacketBatch::add(PacketKind kind, ByteCursor& cursor, Budget& budget, Predictor predictor,
+                      std::vector<std::int32_t>& values) {
+  PacketReader(kind, cursor, budget, *this).packet(values);
+  if (predictor != Predictor::none && !values.empty())
+    steps_.emplace_back([predictor, &values] { undoPrediction(predictor, values); });
+}
+
+void PacketBatch::finish() {
+  decodeTogether(streams_);
+  streams_.clear();
+  for (const auto& step : steps_) step();
+  steps_.clear();
+}
 
 std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budget& budget,
                                        Predictor predictor) {
-  Values values = Decoder(kind, cursor, budget).packet();
-  undoPrediction(predictor, values);
+  Values values;
+  PacketBatch batch;
+  batch.add(kind, cursor, budget, predictor, values);
+  batch.finish();
   return values;
 }
 

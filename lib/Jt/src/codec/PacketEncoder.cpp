@@ -74,8 +74,9 @@ class PacketEncoder {
     constexpr std::size_t kWorthATry = 24;
     if (values.size() < kWorthATry) return plain(values);
     const Range range(values);
+    const Histogram histogram(values);
     std::uint64_t least = std::uint64_t{range.width} * values.size() + 64;
-    auto best = planArithmetic(kind_, values);
+    auto best = planArithmetic(kind_, histogram);
     if (best && best->bits < least) {
       least = best->bits;
     } else {
@@ -85,53 +86,51 @@ class PacketEncoder {
     unsigned chop = 0;
     for (const unsigned high : {6U, 9U, 12U}) {
       if (high >= range.width) break;
-      const auto plan = planArithmetic(kind_, highBits(values, range, high));
+      auto plan = planArithmetic(kind_, histogram.shifted(range.least, range.width - high));
       if (!plan) continue;
       const std::uint64_t bits =
           plan->bits + std::uint64_t{range.width - high} * values.size() + 200;
       if (bits >= least) continue;
       least = bits;
       chop = high;
+      best = std::move(plan);
     }
     if (chop > 0) {
-      chopped(values, range, chop);
+      chopped(values, range, chop, *best);
     } else if (best) {
-      arithmetic(*best);
+      arithmetic(values, *best);
     } else {
       plain(values);
     }
   }
 
  private:
-  static std::uint32_t above(std::int32_t value, const Range& range) {
-    return static_cast<std::uint32_t>(value) - static_cast<std::uint32_t>(range.least);
-  }
-  static std::vector<std::int32_t> highBits(std::span<const std::int32_t> values,
-                                            const Range& range, unsigned chop) {
-    std::vector<std::int32_t> high(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i)
-      high[i] = static_cast<std::int32_t>(above(values[i], range) >> (range.width - chop));
-    return high;
-  }
-
-  void arithmetic(const ArithmeticPlan& plan) {
-    append(out_, static_cast<std::int32_t>(plan.symbols.size()), bigEndian_);
+  void arithmetic(std::span<const std::int32_t> values, const ArithmeticPlan& plan) {
+    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
     out_.push_back(kArithmetic);
-    writeArithmetic(kind_, plan, out_, bigEndian_);
-    if (kind_ == PacketKind::mk2 || plan.table.hasEscape()) plain(plan.outOfBand);
+    std::vector<std::int32_t> outOfBand;
+    writeArithmetic(kind_, plan, values, out_, bigEndian_, outOfBand);
+    if (kind_ == PacketKind::mk2 || plan.table.hasEscape()) plain(outOfBand);
   }
 
-  void chopped(std::span<const std::int32_t> values, const Range& range, unsigned chop) {
+  /// @param plan for the high bits
+  void chopped(std::span<const std::int32_t> values, const Range& range, unsigned chop,
+               const ArithmeticPlan& plan) {
     append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
     out_.push_back(kChopper);
     out_.push_back(static_cast<std::byte>(chop));
     append(out_, range.least, bigEndian_);
     out_.push_back(static_cast<std::byte>(range.width));
-    arithmetic(*planArithmetic(kind_, highBits(values, range, chop)));
+    const unsigned shift = range.width - chop;
+    std::vector<std::int32_t> high(values.size());
     std::vector<std::int32_t> low(values.size());
-    const std::uint32_t mask = (1U << (range.width - chop)) - 1;
-    for (std::size_t i = 0; i < values.size(); ++i)
-      low[i] = static_cast<std::int32_t>(above(values[i], range) & mask);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const std::uint32_t above =
+          static_cast<std::uint32_t>(values[i]) - static_cast<std::uint32_t>(range.least);
+      high[i] = static_cast<std::int32_t>(above >> shift);
+      low[i] = static_cast<std::int32_t>(above & ((1U << shift) - 1));
+    }
+    arithmetic(high, plan);
     plain(low);
   }
 

@@ -3,9 +3,11 @@
 // Integer packets: vectors of 32-bit integers in the three forms that the generations have. Nothing
 // in a packet tells its form or its predictor; the field decides.
 
+#include <functional>
 #include <span>
 #include <vector>
 
+#include "Arithmetic.h"
 #include "Bytes.h"
 #include "Contexts.h"
 #include "Predictors.h"
@@ -16,6 +18,24 @@ namespace jt::codec {
 /// offset; takes time and memory linear in the input and in what the budget allows.
 std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budget& budget,
                                        Predictor predictor = Predictor::none);
+
+/// Packets that are read one after the other and decoded at the end, all at once, which is faster
+/// for arithmetic code.
+class PacketBatch {
+ public:
+  /// Reads a packet. Its values are there when finish() has been called; their number is now. Safe
+  /// on untrusted bytes as decodePacket() is.
+  /// @param values must stay where it is until then
+  void add(PacketKind kind, ByteCursor& cursor, Budget& budget, Predictor predictor,
+           std::vector<std::int32_t>& values);
+  /// Decodes what was added. Throws JtFormatError.
+  void finish();
+
+ private:
+  friend class PacketReader;
+  std::vector<ArithmeticStream> streams_;
+  std::vector<std::function<void()>> steps_;  // behind the streams, in order
+};
 
 enum class PacketStyle : std::uint8_t {
   plain,  ///< what every reader understands: values as they are in Mk.1, else fixed width fields

@@ -1,5 +1,7 @@
 #include "SurfaceSource.h"
 
+#include <algorithm>
+
 namespace jt::codec {
 
 namespace {
@@ -13,45 +15,56 @@ std::uint32_t previousInTriangle(std::uint32_t corner) {
   return corner % 3 == 0 ? corner + 2 : corner - 1;
 }
 
-/// The first corner with an edge from one position to another.
-class EdgeTable {
- public:
-  explicit EdgeTable(std::size_t edges) {
-    std::size_t size = 16;
-    while (size < 2 * edges) size *= 2;
-    slots_.assign(size, {0, kNone});
-  }
-  void add(std::uint32_t from, std::uint32_t to, std::uint32_t corner) {
-    Slot& slot = slots_[place(from, to)];
-    if (slot.corner == kNone) slot = {key(from, to), corner};
-  }
-  std::uint32_t find(std::uint32_t from, std::uint32_t to) const {
-    return slots_[place(from, to)].corner;
-  }
-
- private:
-  struct Slot {
-    std::uint64_t key;
-    std::uint32_t corner;
-  };
-  static std::uint64_t key(std::uint32_t from, std::uint32_t to) {
-    return std::uint64_t{from} << 32 | to;
-  }
-  std::size_t place(std::uint32_t from, std::uint32_t to) const {
-    const std::uint64_t wanted = key(from, to);
-    std::size_t at = (wanted * 0x9e3779b97f4a7c15U >> 20) & (slots_.size() - 1);
-    while (slots_[at].corner != kNone && slots_[at].key != wanted)
-      at = (at + 1) & (slots_.size() - 1);
-    return at;
-  }
-
-  std::vector<Slot> slots_;
+/// An edge of a triangle, kept with its lesser position.
+struct Edge {
+  std::uint32_t other;   ///< the greater position
+  std::uint32_t corner;  ///< where the edge begins in its triangle
 };
+
+/// Pairs the first edge from the lesser to the greater position with the first that runs back, for
+/// each other position among edges of one lesser position, in the order of their corners.
+void pairAmong(std::span<Edge> edges, std::uint32_t lesser, std::span<const std::uint32_t> corners,
+               std::vector<std::uint32_t>& mates) {
+  constexpr std::size_t kFew = 24;
+  const auto leads = [&](const Edge& edge) { return corners[edge.corner] == lesser; };
+  const auto pair = [&](const Edge& a, const Edge& b) {
+    mates[a.corner] = b.corner;
+    mates[b.corner] = a.corner;
+  };
+  if (edges.size() > kFew) {
+    // Equals come to stand together; then the first of each direction are near.
+    std::ranges::sort(edges, [&](const Edge& a, const Edge& b) {
+      if (a.other != b.other) return a.other < b.other;
+      return leads(a) != leads(b) ? leads(a) : a.corner < b.corner;
+    });
+    for (std::size_t i = 0; i < edges.size();) {
+      std::size_t back = i;
+      std::size_t end = i;
+      for (; end < edges.size() && edges[end].other == edges[i].other; ++end)
+        if (leads(edges[end])) back = end + 1;
+      if (back > i && back < end) pair(edges[i], edges[back]);
+      i = end;
+    }
+    return;
+  }
+  for (std::size_t i = 0; i < edges.size(); ++i) {
+    const Edge* opposite = nullptr;
+    bool isFirst = true;
+    for (std::size_t k = 0; k < edges.size() && isFirst; ++k) {
+      if (k == i || edges[k].other != edges[i].other) continue;
+      const bool isSame = leads(edges[k]) == leads(edges[i]);
+      if (isSame && k < i) isFirst = false;
+      if (!isSame && !opposite) opposite = &edges[k];
+    }
+    if (isFirst && opposite) mates[edges[i].corner] = opposite->corner;
+  }
+}
 
 }  // namespace
 
 std::vector<std::uint32_t> pairEdges(std::span<const std::uint32_t> corners) {
-  EdgeTable edges(corners.size());
+  std::uint32_t positions = 0;
+  for (const std::uint32_t position : corners) positions = std::max(positions, position + 1);
   const auto isFlat = [&](std::size_t t) {
     return corners[t] == corners[t + 1] || corners[t + 1] == corners[t + 2] ||
            corners[t] == corners[t + 2];
@@ -60,18 +73,24 @@ std::vector<std::uint32_t> pairEdges(std::span<const std::uint32_t> corners) {
     for (std::size_t t = 0; t + 2 < corners.size(); t += 3) {
       if (isFlat(t)) continue;
       for (std::size_t k = 0; k < 3; ++k) {
-        const auto corner = static_cast<std::uint32_t>(t + k);
-        act(corner, corners[corner], corners[nextInTriangle(corner)]);
+        const std::uint32_t from = corners[t + k];
+        const std::uint32_t to = corners[k == 2 ? t : t + k + 1];
+        act(static_cast<std::uint32_t>(t + k), std::min(from, to), std::max(from, to));
       }
     }
   };
-  eachEdge([&](std::uint32_t corner, std::uint32_t from, std::uint32_t to) {
-    edges.add(from, to, corner);
+  // Edges in the order of their lesser positions.
+  std::vector<std::uint32_t> ends(std::size_t{positions} + 1);
+  eachEdge([&](std::uint32_t, std::uint32_t lesser, std::uint32_t) { ++ends[lesser + 1]; });
+  for (std::size_t p = 0; p < positions; ++p) ends[p + 1] += ends[p];
+  std::vector<Edge> edges(ends.back());
+  eachEdge([&](std::uint32_t corner, std::uint32_t lesser, std::uint32_t greater) {
+    edges[ends[lesser]++] = {greater, corner};
   });
   std::vector<std::uint32_t> mates(corners.size(), kNone);
-  eachEdge([&](std::uint32_t corner, std::uint32_t from, std::uint32_t to) {
-    if (edges.find(from, to) == corner) mates[corner] = edges.find(to, from);
-  });
+  std::uint32_t start = 0;
+  for (std::uint32_t p = 0; p < positions; start = ends[p++])
+    pairAmong(std::span(edges).subspan(start, ends[p] - start), p, corners, mates);
   return mates;
 }
 

@@ -4,6 +4,7 @@
 // on one side, the source mesh on the other) it asks of a port.
 
 #include <algorithm>
+#include <memory>
 
 #include "Topology.h"
 
@@ -13,10 +14,10 @@ namespace jt::codec {
 class ActiveVertices {
  public:
   static constexpr std::size_t kWindow = 16;
+  /// Number of empty slots of a vertex that is finished.
+  static constexpr std::uint32_t kFinished = 0xffffffffU;
 
-  /// @param vertexCount of the whole surface
-  ActiveVertices(Variant::Finished finished, std::size_t vertexCount)
-      : finished_(finished), isDead_(vertexCount), placeOf_(vertexCount) {}
+  explicit ActiveVertices(Variant::Finished finished) : finished_(finished) {}
 
   std::size_t size() const noexcept { return entries_.size(); }
   /// @pre 1 <= fromEnd <= size()
@@ -29,17 +30,19 @@ class ActiveVertices {
     return found == entries_.rend() ? 0 : static_cast<std::size_t>(found - entries_.rbegin()) + 1;
   }
   void push(std::uint32_t vertex) {
-    placeOf_[vertex] = static_cast<std::uint32_t>(entries_.size());
-    entries_.push_back(vertex);
     if (skips()) {
+      const auto place = static_cast<std::uint32_t>(entries_.size());
+      if (vertex >= placeOf_.size()) placeOf_.resize(2 * std::size_t{vertex} + 16);
+      placeOf_[vertex] = place;
       before_.push_back(lastAlive_);
       after_.push_back(Surface::kNone);
-      if (lastAlive_ != Surface::kNone) after_[lastAlive_] = placeOf_[vertex];
-      lastAlive_ = placeOf_[vertex];
+      if (lastAlive_ != Surface::kNone) after_[lastAlive_] = place;
+      lastAlive_ = place;
     }
+    entries_.push_back(vertex);
   }
-  void finish(std::uint32_t vertex) {
-    isDead_[vertex] = 1;
+  void finish(std::uint32_t vertex, std::span<Surface::Vertex> vertices) {
+    vertices[vertex].empty = kFinished;
     if (!skips()) return;
     // Finished ones stay in the list, so that the others are linked past them.
     const std::uint32_t place = placeOf_[vertex];
@@ -50,8 +53,11 @@ class ActiveVertices {
   }
   /// The vertex of the window with the fewest empty slots, the later one of equals; kNone when none
   /// is left. Takes a constant time beside the removal of finished ones.
-  std::uint32_t pick(std::span<const std::uint32_t> emptyCount) {
-    while (!entries_.empty() && isDead_[entries_.back()]) {
+  std::uint32_t pick(std::span<const Surface::Vertex> vertices) {
+    const auto isFinished = [vertices](std::uint32_t vertex) {
+      return vertices[vertex].empty == kFinished;
+    };
+    while (!entries_.empty() && isFinished(entries_.back())) {
       entries_.pop_back();
       if (skips()) {
         before_.pop_back();
@@ -59,8 +65,12 @@ class ActiveVertices {
       }
     }
     std::uint32_t best = Surface::kNone;
+    std::uint32_t fewest = kFinished;
     const auto consider = [&](std::uint32_t vertex) {
-      if (best == Surface::kNone || emptyCount[vertex] < emptyCount[best]) best = vertex;
+      const std::uint32_t empty = vertices[vertex].empty;
+      if (empty >= fewest) return;
+      fewest = empty;
+      best = vertex;
     };
     if (finished_ == Variant::Finished::skipped) {
       std::size_t seen = 0;
@@ -73,7 +83,7 @@ class ActiveVertices {
     const std::size_t fixed = windowStart();
     const bool moves = finished_ == Variant::Finished::removed;
     for (std::size_t i = entries_.size(); i-- > (moves ? windowStart() : fixed);) {
-      if (!isDead_[entries_[i]]) {
+      if (!isFinished(entries_[i])) {
         consider(entries_[i]);
       } else if (!skips()) {
         entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
@@ -93,9 +103,8 @@ class ActiveVertices {
 
   Variant::Finished finished_;
   std::vector<std::uint32_t> entries_;
-  std::vector<std::uint8_t> isDead_;
-  std::vector<std::uint32_t> placeOf_;
   // Where finished ones are skipped: the entries that are not finished, linked.
+  std::vector<std::uint32_t> placeOf_;  // of each vertex in the list
   std::vector<std::uint32_t> before_;
   std::vector<std::uint32_t> after_;
   std::uint32_t lastAlive_ = Surface::kNone;
@@ -117,18 +126,15 @@ struct Split {
 template <class Port>
 class SurfaceWalk {
  public:
-  /// @param corners sum of all valences, and of all degrees
+  /// @param corners sum of all valences, and of all degrees; at most Surface::kMostCorners
   SurfaceWalk(Port& port, Variant variant, std::size_t polygons, std::size_t vertices,
               std::size_t corners)
-      : port_(port), variant_(variant), active_(variant.finished, vertices) {
+      : port_(port), variant_(variant), active_(variant.finished), corners_(corners) {
     surface_.cornerStart.reserve(polygons + 1);
-    surface_.ringStart.reserve(vertices + 1);
-    surface_.vertexOf.resize(corners, Surface::kNone);
-    surface_.slotOf.resize(corners);
-    surface_.polygonOf.resize(corners);
-    surface_.cornerAt.resize(corners, Surface::kNone);
-    emptyCount_.reserve(vertices);
-    firstEmpty_.reserve(vertices);
+    surface_.vertices.reserve(vertices);
+    surface_.vertexOf.resize(corners);
+    surface_.placeOf.resize(corners);
+    surface_.cornerAt = std::make_unique_for_overwrite<std::uint32_t[]>(corners);
   }
 
   Surface run() {
@@ -136,65 +142,87 @@ class SurfaceWalk {
       begin(port_.seed());
       for (std::uint32_t corner = first_; corner < end_; ++corner) activate(corner);
       for (std::uint32_t v = pick(); v != Surface::kNone; v = pick()) {
-        while (emptyCount_[v] > 0) {
-          const std::uint32_t position = firstEmptySlot(v);
+        while (surface_.vertices[v].empty > 0) {
+          const std::uint32_t position = firstEmptySlot(surface_.vertices[v]);
           begin(port_.polygon(v, position));
           link(first_, v, position);
           complete();
         }
-        active_.finish(v);
+        active_.finish(v, surface_.vertices);
       }
     }
-    if (linked_ != surface_.vertexOf.size()) reject("corners are left open");
+    if (linked_ != corners_) reject("corners are left open");
     return std::move(surface_);
   }
 
  private:
+  // What `placeOf` has above the slot: the number of the corner in a triangle, or:
+  static constexpr unsigned kKindShift = 30;
+  static constexpr std::uint32_t kOther = 3;  // a corner of another polygon
+
   [[noreturn]] static void reject(const char* what) {
     fail("bad_topology", std::string("the mesh does not close: ") + what);
   }
 
-  std::uint32_t pick() { return active_.pick(emptyCount_); }
+  std::uint32_t pick() { return active_.pick(surface_.vertices); }
 
   /// Slots are only ever filled, so the search goes on where it ended.
-  std::uint32_t firstEmptySlot(std::uint32_t v) {
-    std::uint32_t slot = firstEmpty_[v];
+  std::uint32_t firstEmptySlot(Surface::Vertex& v) {
+    std::uint32_t slot = v.firstEmpty;
     while (surface_.cornerAt[slot] != Surface::kNone) ++slot;
-    firstEmpty_[v] = slot;
-    return slot - surface_.ringStart[v];
+    v.firstEmpty = slot;
+    return slot - v.start;
   }
 
   void begin(std::uint32_t valence) {
-    first_ = surface_.cornerStart.back();
-    if (valence == 0 || valence > surface_.vertexOf.size() - first_)
+    first_ = end_;
+    if (valence == 0 || valence > corners_ - first_)
       reject("a polygon with more corners than are left");
-    polygon_ = static_cast<std::uint32_t>(surface_.polygonCount());
     end_ = first_ + valence;
+    std::fill(surface_.vertexOf.begin() + first_, surface_.vertexOf.begin() + end_, Surface::kNone);
+    if (valence != 3) rememberPolygon();
+    polygon_ = static_cast<std::uint32_t>(surface_.polygonCount());
     surface_.cornerStart.push_back(end_);
-    std::fill(surface_.polygonOf.begin() + first_, surface_.polygonOf.begin() + end_, polygon_);
     known_ = 0;
     knownDegrees_ = 0;
   }
 
+  /// Corners of triangles need not know theirs, so that the array is made for the others only, and
+  /// memory comes to be used only where they stand.
+  void rememberPolygon() {
+    if (!polygonOf_) polygonOf_ = std::make_unique_for_overwrite<std::uint32_t[]>(corners_);
+    std::fill(polygonOf_.get() + first_, polygonOf_.get() + end_,
+              static_cast<std::uint32_t>(surface_.polygonCount()));
+  }
+
   void link(std::uint32_t corner, std::uint32_t v, std::uint32_t position) {
-    std::uint32_t& slot = surface_.cornerAt[surface_.ringStart[v] + position];
+    Surface::Vertex& vertex = surface_.vertices[v];
+    std::uint32_t& slot = surface_.cornerAt[vertex.start + position];
     if (slot != Surface::kNone) reject("two polygons in one place of a ring");
     slot = corner;
     surface_.vertexOf[corner] = v;
-    surface_.slotOf[corner] = position;
-    --emptyCount_[v];
+    const std::uint32_t kind = end_ - first_ == 3 ? corner - first_ : kOther;
+    surface_.placeOf[corner] = position | kind << kKindShift;
+    --vertex.empty;
     ++known_;
-    knownDegrees_ += surface_.degree(v);
+    knownDegrees_ += vertex.degree;
     ++linked_;
   }
 
+  /// The corners beside one that is linked.
   std::uint32_t before(std::uint32_t corner) const noexcept {
-    const std::uint32_t polygon = surface_.polygonOf[corner];
+    const std::uint32_t kind = surface_.placeOf[corner] >> kKindShift;
+    if (kind == 0) return corner + 2;
+    if (kind != kOther) return corner - 1;
+    const std::uint32_t polygon = polygonOf_[corner];
     return corner == surface_.cornerStart[polygon] ? surface_.cornerStart[polygon + 1] - 1
                                                    : corner - 1;
   }
   std::uint32_t after(std::uint32_t corner) const noexcept {
-    const std::uint32_t polygon = surface_.polygonOf[corner];
+    const std::uint32_t kind = surface_.placeOf[corner] >> kKindShift;
+    if (kind == 2) return corner - 2;
+    if (kind != kOther) return corner + 1;
+    const std::uint32_t polygon = polygonOf_[corner];
     return corner + 1 == surface_.cornerStart[polygon + 1] ? surface_.cornerStart[polygon]
                                                            : corner + 1;
   }
@@ -202,16 +230,15 @@ class SurfaceWalk {
   /// Links the corners from `corner` up to `limit` that the polygons across the edges give away.
   std::uint32_t linkForward(std::uint32_t corner, std::uint32_t limit) {
     for (; corner < limit; ++corner) {
-      const std::uint32_t v = surface_.vertexOf[corner - 1];
-      const std::uint32_t degree = surface_.degree(v);
-      const std::uint32_t position = surface_.slotOf[corner - 1];
+      const Surface::Vertex& v = surface_.vertices[surface_.vertexOf[corner - 1]];
+      const std::uint32_t position = surface_.slotOf(corner - 1);
       const std::uint32_t across =
-          surface_.cornerAt[surface_.ringStart[v] + (position == 0 ? degree : position) - 1];
+          surface_.cornerAt[v.start + (position == 0 ? v.degree : position) - 1];
       if (across == Surface::kNone) break;
       const std::uint32_t there = before(across);
       const std::uint32_t w = surface_.vertexOf[there];
       if (w == Surface::kNone) break;
-      const std::uint32_t place = surface_.slotOf[there];
+      const std::uint32_t place = surface_.slotOf(there);
       link(corner, w, (place == 0 ? surface_.degree(w) : place) - 1);
     }
     return corner;
@@ -221,16 +248,15 @@ class SurfaceWalk {
   std::uint32_t linkBackward(std::uint32_t limit) {
     std::uint32_t open = end_;
     for (std::uint32_t corner = first_; open > limit; --open) {
-      const std::uint32_t v = surface_.vertexOf[corner];
-      const std::uint32_t position = surface_.slotOf[corner] + 1;
+      const Surface::Vertex& v = surface_.vertices[surface_.vertexOf[corner]];
+      const std::uint32_t position = surface_.slotOf(corner) + 1;
       const std::uint32_t across =
-          surface_
-              .cornerAt[surface_.ringStart[v] + (position == surface_.degree(v) ? 0 : position)];
+          surface_.cornerAt[v.start + (position == v.degree ? 0 : position)];
       if (across == Surface::kNone) break;
       const std::uint32_t there = after(across);
       const std::uint32_t w = surface_.vertexOf[there];
       if (w == Surface::kNone) break;
-      const std::uint32_t place = surface_.slotOf[there] + 1;
+      const std::uint32_t place = surface_.slotOf(there) + 1;
       corner = open - 1;
       link(corner, w, place == surface_.degree(w) ? 0 : place);
     }
@@ -272,13 +298,11 @@ class SurfaceWalk {
       link(corner, split.vertex, split.position);
       return true;
     }
-    const std::uint32_t start = surface_.ringStart.back();
-    if (degree > surface_.cornerAt.size() - start)
-      reject("a vertex with more polygons than are left");
+    if (degree > corners_ - slots_) reject("a vertex with more polygons than are left");
     const auto v = static_cast<std::uint32_t>(surface_.vertexCount());
-    surface_.ringStart.push_back(start + degree);
-    emptyCount_.push_back(degree);
-    firstEmpty_.push_back(start);
+    surface_.vertices.push_back({slots_, degree, degree, slots_});
+    std::fill_n(surface_.cornerAt.get() + slots_, degree, Surface::kNone);
+    slots_ += degree;
     active_.push(v);
     link(corner, v, 0);
     return false;
@@ -288,9 +312,10 @@ class SurfaceWalk {
   Variant variant_;
   ActiveVertices active_;
   Surface surface_;
-  std::vector<std::uint32_t> emptyCount_;  // empty slots of each vertex
-  std::vector<std::uint32_t> firstEmpty_;  // of each vertex; slots before it are full
-  std::size_t linked_ = 0;                 // corners of the surface that have a vertex
+  std::unique_ptr<std::uint32_t[]> polygonOf_;  // of each corner outside triangles
+  std::size_t corners_;
+  std::size_t linked_ = 0;   // corners of the surface that have a vertex
+  std::uint32_t slots_ = 0;  // of all vertices up to now
   // The polygon under work:
   std::uint32_t polygon_ = 0;
   std::uint32_t first_ = 0;

@@ -10,6 +10,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -75,17 +76,31 @@ class VariantChoice {
 /// A closed surface. Corners are numbered through all polygons, slots through all rings.
 struct Surface {
   static constexpr std::uint32_t kNone = 0xffffffffU;
+  static constexpr std::uint32_t kMostCorners = 1U << 28;
+
+  /// A vertex with its place among the slots.
+  struct Vertex {
+    std::uint32_t start = 0;       ///< first slot
+    std::uint32_t degree = 0;      ///< number of slots
+    std::uint32_t empty = 0;       ///< slots without a corner, while the surface is made
+    std::uint32_t firstEmpty = 0;  ///< slots before this one have a corner
+  };
+
   std::vector<std::uint32_t> cornerStart{0};  ///< first corner of each polygon, and the end
   std::vector<std::uint32_t> vertexOf;        ///< of each corner
-  std::vector<std::uint32_t> slotOf;          ///< of each corner: slot in the vertex's ring
-  std::vector<std::uint32_t> polygonOf;       ///< of each corner
-  std::vector<std::uint32_t> ringStart{0};    ///< first slot of each vertex, and the end
-  std::vector<std::uint32_t> cornerAt;        ///< of each slot; kNone: still empty
+  std::vector<std::uint32_t> placeOf;         ///< of each corner: see slotOf()
+  std::vector<Vertex> vertices;
+  std::unique_ptr<std::uint32_t[]> cornerAt;  ///< of each slot, as many as corners
 
   std::size_t polygonCount() const noexcept { return cornerStart.size() - 1; }
-  std::size_t vertexCount() const noexcept { return ringStart.size() - 1; }
-  std::uint32_t degree(std::uint32_t vertex) const noexcept {
-    return ringStart[vertex + 1] - ringStart[vertex];
+  std::size_t vertexCount() const noexcept { return vertices.size(); }
+  std::uint32_t degree(std::uint32_t vertex) const noexcept { return vertices[vertex].degree; }
+  std::span<const std::uint32_t> ring(std::uint32_t vertex) const noexcept {
+    return {cornerAt.get() + vertices[vertex].start, vertices[vertex].degree};
+  }
+  /// Slot of a corner in the ring of its vertex. The bits above are the walk's.
+  std::uint32_t slotOf(std::uint32_t corner) const noexcept {
+    return placeOf[corner] & (kMostCorners - 1);
   }
 };
 
@@ -99,8 +114,9 @@ Surface decodeSurface(const TopologyStreams& streams, VariantChoice& choice, Bud
 /// All variants under which the streams describe a surface.
 std::uint8_t fittingVariants(const TopologyStreams& streams, Budget budget);
 
-/// Attribute record of each slot of the surface. `total` is the number of records; without any, the
-/// result is empty. Throws JtFormatError when the masks do not fit the vertices.
+/// Attribute record of each corner of the surface, 0 where a vertex has none. `total` is the number
+/// of records; without any, the result is empty. Throws JtFormatError when the masks do not fit the
+/// vertices.
 std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generation generation,
                                          const Surface& surface, std::uint32_t& total);
 

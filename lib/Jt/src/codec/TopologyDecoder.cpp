@@ -60,7 +60,6 @@ struct Extent {
 };
 
 Extent measure(const TopologyStreams& streams) {
-  constexpr std::uint64_t kMost = 1U << 28;
   Extent extent;
   std::uint64_t valences = 0;
   std::uint64_t degrees = 0;
@@ -74,7 +73,7 @@ Extent measure(const TopologyStreams& streams) {
       degrees += static_cast<std::uint64_t>(degree);
       extent.vertices += degree > 0 ? 1 : 0;
     }
-  if (valences != degrees || valences > kMost)
+  if (valences != degrees || valences > Surface::kMostCorners)
     fail("bad_topology", "polygons with " + std::to_string(valences) +
                              " corners, but vertices with " + std::to_string(degrees));
   if (streams.vertexGroups.size() != streams.vertexValences.size() ||
@@ -130,14 +129,21 @@ class MaskReader {
   std::size_t usedWords_ = 0;
 };
 
+/// Number of 1 bits; nearly always there is one or none.
+std::uint32_t countOnes(std::uint64_t mask) noexcept {
+  if ((mask & (mask - 1)) == 0) return mask == 0 ? 0 : 1;
+  return static_cast<std::uint32_t>(std::popcount(mask));
+}
+
 /// Records of a ring: each 1 bit begins a new one; before the first, the last holds.
 template <class IsSet>
-void putRecords(std::span<std::uint32_t> ring, std::uint32_t first, std::uint32_t total,
-                IsSet isSet) {
-  std::uint32_t seen = 0;
+void putRecords(std::span<const std::uint32_t> ring, std::uint32_t first, std::uint32_t count,
+                IsSet isSet, std::span<std::uint32_t> recordOf) {
+  std::uint32_t record = first + count - 1;
+  std::uint32_t next = first;
   for (std::size_t slot = 0; slot < ring.size(); ++slot) {
-    if (isSet(slot)) ++seen;
-    ring[slot] = total == 0 ? Surface::kNone : first + (seen == 0 ? total : seen) - 1;
+    if (count > 1 && isSet(slot)) record = next++;
+    recordOf[ring[slot]] = record;
   }
 }
 
@@ -222,28 +228,35 @@ std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generat
   constexpr std::uint32_t kMaskBits = 64;
   constexpr std::uint32_t kMostRecords = 0x7fffffff;
   MaskReader reader(streams, generation);
-  std::vector<std::uint32_t> records(surface.cornerAt.size());
+  std::vector<std::uint32_t> records;
   total = 0;
   for (std::uint32_t v = 0; v < surface.vertexCount(); ++v) {
     const std::uint32_t degree = surface.degree(v);
-    const auto ring = std::span(records).subspan(surface.ringStart[v], degree);
+    std::uint64_t mask = 0;
+    std::span<const std::uint32_t> words;
     std::uint32_t count = 0;
     if (degree <= kMaskBits) {
-      const std::uint64_t mask = reader.next(degree);
-      count = static_cast<std::uint32_t>(std::popcount(mask));
-      putRecords(ring, total, count, [mask](std::size_t slot) { return (mask >> slot) & 1; });
+      mask = reader.next(degree);
+      count = countOnes(mask);
     } else {
-      const auto words = reader.nextWords(degree);
-      for (const std::uint32_t word : words)
-        count += static_cast<std::uint32_t>(std::popcount(word));
-      putRecords(ring, total, count,
-                 [words](std::size_t slot) { return (words[slot / 32] >> (slot % 32)) & 1; });
+      words = reader.nextWords(degree);
+      for (const std::uint32_t word : words) count += countOnes(word);
     }
+    if (count == 0) continue;
     if (count > kMostRecords - total) fail("bad_topology", "too many attribute records");
+    if (records.empty()) records.resize(surface.vertexOf.size());
+    if (words.empty()) {
+      putRecords(
+          surface.ring(v), total, count, [mask](std::size_t slot) { return (mask >> slot) & 1; },
+          records);
+    } else {
+      putRecords(
+          surface.ring(v), total, count,
+          [words](std::size_t slot) { return (words[slot / 32] >> (slot % 32)) & 1; }, records);
+    }
     total += count;
   }
   if (!reader.allTaken()) fail("bad_topology", "more attribute masks than vertices");
-  if (total == 0) records.clear();
   return records;
 }
 

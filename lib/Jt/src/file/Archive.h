@@ -93,6 +93,7 @@ template <bool Tracing>
 class BasicReader {
  public:
   static constexpr bool reading = true;
+  static constexpr bool tracing = Tracing;
 
   /// @param format must outlive the reader
   /// @param base   offset of bytes[0] in the stream that error messages and listeners count in

@@ -59,6 +59,7 @@ struct ShapeElement {
   std::int32_t bitsPerVertex = 0;
   std::vector<std::byte> surplus;  ///< behind the last known field
 
+  codec::PacketBatch packets;  ///< while it is read: what is still to be decoded
   codec::PacketStyle packetStyle = codec::PacketStyle::plain;  ///< when it is written
   codec::Budget budget;                                        ///< of what may still be decoded
 };

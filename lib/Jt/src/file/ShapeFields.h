@@ -13,26 +13,8 @@ struct ShapeFields {
   /// Tri-strip, polyline, point and polygon sets. `element.kind` must be set.
   template <class Ar>
   static void vertexShape(Ar& ar, ShapeElement& e) {
-    if (!ar.has(Feature::localVersions)) {
-      ar("vertexShapeLodVersion", e.oldVertexVersion);
-      ar("bindingAttributes", e.oldBindings);
-      ar("quantizationParameters", e.quantization);
-      ar("versionNumber", e.oldVersion);
-      strips(ar, e);
-      surplus(ar, e);
-      return;
-    }
-    ar.version("baseShapeLodVersion", e.baseVersion, 1, 1);
-    ar.version("vertexShapeLodVersion", e.vertexVersion, 1, 1);
-    ar("vertexBindings", e.bindings.bits);
-    if (ar.has(Feature::byteVersions)) {
-      nested(ar, e);
-    } else {
-      collection(ar, e);
-      extension(ar, e);
-    }
-    ar.version("versionNumber", e.version, 1, 1);
-    surplus(ar, e);
+    parts(ar, e);
+    if constexpr (Ar::reading) e.packets.finish();
   }
 
   template <class Ar>
@@ -80,6 +62,30 @@ struct ShapeFields {
   using Values = std::vector<std::int32_t>;
 
   template <class Ar>
+  static void parts(Ar& ar, ShapeElement& e) {
+    if (!ar.has(Feature::localVersions)) {
+      ar("vertexShapeLodVersion", e.oldVertexVersion);
+      ar("bindingAttributes", e.oldBindings);
+      ar("quantizationParameters", e.quantization);
+      ar("versionNumber", e.oldVersion);
+      strips(ar, e);
+      surplus(ar, e);
+      return;
+    }
+    ar.version("baseShapeLodVersion", e.baseVersion, 1, 1);
+    ar.version("vertexShapeLodVersion", e.vertexVersion, 1, 1);
+    ar("vertexBindings", e.bindings.bits);
+    if (ar.has(Feature::byteVersions)) {
+      nested(ar, e);
+    } else {
+      collection(ar, e);
+      extension(ar, e);
+    }
+    ar.version("versionNumber", e.version, 1, 1);
+    surplus(ar, e);
+  }
+
+  template <class Ar>
   static void surplus(Ar& ar, ShapeElement& e) {
     if constexpr (Ar::reading) {
       if (ar.left() > 0) ar.raw("surplus", e.surplus, ar.left());
@@ -104,7 +110,8 @@ struct ShapeFields {
     const codec::PacketKind kind = codec::packetKind(generationOf(ar.format()));
     if constexpr (Ar::reading) {
       codec::ByteCursor cursor(ar.rest(), ar.format().bigEndian, ar.offset());
-      values = codec::decodePacket(kind, cursor, e.budget, predictor);
+      e.packets.add(kind, cursor, e.budget, predictor, values);
+      if constexpr (Ar::tracing) e.packets.finish();  // values that are told are needed at once
       const auto bytes = ar.rest();
       ar.taken(name, "packet", cursor.consumed(),
                [&] { return listText(values, codec::packetCodecName(kind, bytes)); });
