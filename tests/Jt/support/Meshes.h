@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "JtMesh.h"
@@ -24,7 +25,8 @@ inline std::vector<float> cornerOf(const jt::Mesh& mesh, std::size_t corner) {
   return values;
 }
 
-/// What a mesh says, whatever its order; triangles begin with their least corner.
+/// What a mesh says, whatever its order; triangles are turned to begin with
+/// their least corner.
 inline std::vector<Primitive> contentOf(const jt::Mesh& mesh, bool withGroups = true) {
   std::vector<Primitive> primitives;
   for (std::size_t p = 0; p < mesh.primitiveCount(); ++p) {
@@ -33,9 +35,11 @@ inline std::vector<Primitive> contentOf(const jt::Mesh& mesh, bool withGroups = 
     const std::size_t from = isTriangle ? 3 * p : mesh.starts[p];
     const std::size_t to = isTriangle ? from + 3 : mesh.starts[p + 1];
     for (std::size_t c = from; c < to; ++c) primitive.first.push_back(cornerOf(mesh, c));
-    if (isTriangle)
-      std::rotate(primitive.first.begin(), std::ranges::min_element(primitive.first),
-                  primitive.first.end());
+    auto turned = primitive.first;
+    for (int turn = 0; isTriangle && turn < 2; ++turn) {
+      std::rotate(turned.begin(), turned.begin() + 1, turned.end());
+      primitive.first = std::min(primitive.first, turned);
+    }
     primitive.second = withGroups && !mesh.groups.empty() ? mesh.groups[p] : 0;
   }
   if (mesh.kind == jt::Mesh::Kind::triangles) std::ranges::sort(primitives);
@@ -91,11 +95,20 @@ inline jt::Mesh grid(std::uint32_t columns, std::uint32_t rows, bool wrapX, bool
   return mesh;
 }
 
+/// Every position twice, and corners that use the one or the other.
+inline void doublePositions(jt::Mesh& mesh) {
+  const auto count = static_cast<std::uint32_t>(mesh.positions.size());
+  mesh.positions.insert(mesh.positions.end(), mesh.positions.begin(), mesh.positions.end());
+  for (std::size_t i = 0; i < mesh.corners.size(); i += 2) mesh.corners[i] += count;
+}
+
 inline jt::Mesh randomMesh() {
-  if (*rc::gen::arbitrary<bool>())
-    return soup(*rc::gen::inRange(3U, 40U), *rc::gen::inRange<std::size_t>(0, 60),
-                *rc::gen::arbitrary<bool>());
-  return grid(*rc::gen::inRange(3U, 14U), *rc::gen::inRange(3U, 14U), *rc::gen::arbitrary<bool>(),
-              *rc::gen::arbitrary<bool>(), *rc::gen::arbitrary<std::vector<bool>>(),
-              *rc::gen::arbitrary<bool>());
+  jt::Mesh mesh = *rc::gen::arbitrary<bool>()
+                      ? soup(*rc::gen::inRange(3U, 40U), *rc::gen::inRange<std::size_t>(0, 60),
+                             *rc::gen::arbitrary<bool>())
+                      : grid(*rc::gen::inRange(3U, 14U), *rc::gen::inRange(3U, 14U),
+                             *rc::gen::arbitrary<bool>(), *rc::gen::arbitrary<bool>(),
+                             *rc::gen::arbitrary<std::vector<bool>>(), *rc::gen::arbitrary<bool>());
+  if (*rc::gen::arbitrary<bool>()) doublePositions(mesh);
+  return mesh;
 }

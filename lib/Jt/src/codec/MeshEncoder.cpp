@@ -176,11 +176,25 @@ void checkSize(const Mesh& mesh) {
                           " corners cannot be stored; divide it");
 }
 
+void checkBits(const char* what, unsigned bits, unsigned least, unsigned most) {
+  if (bits < least || bits > most)
+    fail("bad_option", "expected " + std::to_string(least) + " to " + std::to_string(most) +
+                           " bits for " + what + ", found " + std::to_string(bits));
+}
+
+void check(const EncodeOptions& options) {
+  checkBits("coordinates", options.coordinateBits, 0, 24);
+  checkBits("the angles of normals", options.normalBits, 0, 13);
+  checkBits("texture coordinates", options.textureBits, 1, 24);
+  checkBits("colours", options.colourBits, 1, 8);
+}
+
 }  // namespace
 
 TopologyData encodeTopology(const Mesh& mesh, Generation generation, const EncodeOptions& options,
                             Report& losses) {
   checkSize(mesh);
+  check(options);
   const std::vector<std::uint32_t> corners = through(mesh.corners, weldPositions(mesh));
   const std::vector<std::uint32_t> records = through(mesh.records, weldRecords(mesh));
   const bool compact = options.profile == Profile::compact;
@@ -208,6 +222,7 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
 ListData encodeLists(const Mesh& mesh, Generation generation, const EncodeOptions& options,
                      Report& losses) {
   checkSize(mesh);
+  check(options);
   ListData data;
   data.hasGroups = generation == Generation::v10 || mesh.kind == Mesh::Kind::polylines;
   // A record is a position with its attributes; those of one position stand together.

@@ -30,7 +30,8 @@ struct EncodeOptions {
 /// The bindings of what a mesh has.
 VertexBindings bindingsOf(const Mesh& mesh);
 
-/// @pre mesh.flaw() is empty. What a form cannot hold is left out, and told in `losses`.
+/// @pre mesh.flaw() is empty. What a form cannot hold is left out, and told in `losses`. Throw
+/// JtFormatError "bad_option" for bits out of range, "too_large" for a mesh that cannot be stored.
 
 /// Triangles of 9.x and 10.x. All triangles are kept, flat and double ones too, in another order.
 TopologyData encodeTopology(const Mesh& mesh, Generation generation, const EncodeOptions& options,

@@ -26,8 +26,11 @@ class ActiveVertices {
   }
   /// The inverse of at(); 0 when the vertex is not there.
   std::size_t fromEnd(std::uint32_t vertex) const noexcept {
-    const auto found = std::find(entries_.rbegin(), entries_.rend(), vertex);
-    return found == entries_.rend() ? 0 : static_cast<std::size_t>(found - entries_.rbegin()) + 1;
+    // Vertices come in the order of their numbers.
+    const auto found = std::ranges::lower_bound(entries_, vertex);
+    return found == entries_.end() || *found != vertex
+               ? 0
+               : static_cast<std::size_t>(entries_.end() - found);
   }
   void push(std::uint32_t vertex) {
     if (skips()) {
