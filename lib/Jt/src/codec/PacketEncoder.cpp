@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <bit>
 
 #include "ArithmeticEncoder.h"
@@ -12,6 +13,7 @@ namespace {
 constexpr std::byte kBitlength{1};
 constexpr std::byte kArithmetic{3};
 constexpr std::byte kChopper{4};
+constexpr std::byte kMoveToFront{5};
 
 /// Bits of a two's complement field that holds the value; none for 0.
 unsigned signedWidth(std::int32_t value) {
@@ -43,6 +45,31 @@ struct Range {
   }
 };
 
+/// Values by their place among the latest ones.
+struct Moves {
+  std::vector<std::int32_t> offsets;  ///< place in the window, -1 for a fresh value
+  std::vector<std::int32_t> fresh;
+
+  explicit Moves(std::span<const std::int32_t> values) {
+    constexpr std::size_t kWindow = 16;
+    std::array<std::int32_t, kWindow> window;
+    std::size_t used = 0;
+    offsets.reserve(values.size());
+    for (const std::int32_t value : values) {
+      std::size_t place = 0;
+      while (place < used && window[place] != value) ++place;
+      offsets.push_back(place < used ? static_cast<std::int32_t>(place) : -1);
+      if (place == used) {
+        fresh.push_back(value);
+        if (used < kWindow) ++used;
+        place = used - 1;
+      }
+      for (; place > 0; --place) window[place] = window[place - 1];
+      window[0] = value;
+    }
+  }
+};
+
 class PacketEncoder {
  public:
   PacketEncoder(PacketKind kind, Bytes& out, bool bigEndian)
@@ -70,7 +97,7 @@ class PacketEncoder {
     bits.finish(out_, bigEndian_);
   }
 
-  void small(std::span<const std::int32_t> values) {
+  void small(std::span<const std::int32_t> values, bool isNested = false) {
     constexpr std::size_t kWorthATry = 24;
     if (values.size() < kWorthATry) return plain(values);
     const Range range(values);
@@ -95,6 +122,7 @@ class PacketEncoder {
       chop = high;
       best = std::move(plan);
     }
+    if (kind_ == PacketKind::mk3 && !isNested && movedToFront(values, range, least)) return;
     if (chop > 0) {
       chopped(values, range, chop, *best);
     } else if (best) {
@@ -105,6 +133,24 @@ class PacketEncoder {
   }
 
  private:
+  /// Writes values by their places among the latest ones, where that is shorter than `least` bits.
+  bool movedToFront(std::span<const std::int32_t> values, const Range& range, std::uint64_t least) {
+    constexpr std::size_t kSample = 1024;
+    constexpr std::uint64_t kWorthATry = 6;  // bits a value
+    if (least < kWorthATry * values.size()) return false;
+    const Moves sample(values.subspan(values.size() / 2)
+                           .first(std::min(kSample, values.size() - values.size() / 2)));
+    if (2 * sample.fresh.size() > sample.offsets.size()) return false;
+    const Moves moves(values);
+    const auto places = planArithmetic(kind_, Histogram(moves.offsets));
+    if (!places || places->bits + range.width * moves.fresh.size() >= least) return false;
+    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
+    out_.push_back(kMoveToFront);
+    small(moves.fresh, true);
+    small(moves.offsets, true);
+    return true;
+  }
+
   void arithmetic(std::span<const std::int32_t> values, const ArithmeticPlan& plan) {
     append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
     out_.push_back(kArithmetic);

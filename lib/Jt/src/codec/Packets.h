@@ -39,7 +39,8 @@ class PacketBatch {
 
 enum class PacketStyle : std::uint8_t {
   plain,  ///< what every reader understands: values as they are in Mk.1, else fixed width fields
-  small,  ///< the shortest of fixed width, arithmetic code, and both by high and low bits
+  small,  ///< the shortest of fixed width, arithmetic code, both by high and low bits, and in 10.x
+          ///< places among the latest values
 };
 
 /// Appends a packet.
