@@ -56,7 +56,7 @@ class MeshTest : public testing::Test {
 
 TEST_F(MeshTest, JtKeepsTreeInstancesAndGeometry) {
   const mesh::Scene scene = workcell();
-  for (const char* version : {"9.5", "10.0"})
+  for (const char* version : {"8.2", "9.5", "10.0", "10.2"})
     for (const unsigned bits : {0U, 14U})
       for (const std::size_t levels : {1U, 3U}) {
         Passage passage{.version = version, .encoding = {}, .levels = levels};
