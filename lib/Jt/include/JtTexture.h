@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "JtMaterial.h"
@@ -19,7 +20,7 @@ struct TextureEnvironment {
   std::int32_t compressionLevel = 0;
   Rgba blendColor{};
   Rgba borderColor{};
-  std::array<float, 16> transform{};  ///< row after row
+  std::array<float, 16> transform{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  ///< by rows
 };
 
 /// Where texture coordinates come from when the shape has none.
@@ -56,6 +57,20 @@ struct TextureBlock {
   std::vector<TextureImage> images;
 };
 
+/// An image in its plainest form: 8 bits a component, no padding.
+struct TexturePixels {
+  int width = 0;       ///< 1 to 32767
+  int height = 0;      ///< 1 to 32767
+  int components = 3;  ///< 3: red, green, blue; 4: alpha too, not multiplied into the colours
+  /// Row after row from the bottom up: texture coordinates (0, 0) are the corner where the first
+  /// pixel lies. width * height * components of them.
+  std::vector<std::byte> bytes;
+  friend bool operator==(const TexturePixels&, const TexturePixels&) = default;
+};
+
+/// What lies beyond texture coordinates of 0 to 1; values as in TextureEnvironment::wrap.
+enum class TextureWrap : std::int32_t { repeat = 2, mirror = 3, clampToEdge = 4 };
+
 }  // namespace jt
 
 /// Texture image attribute.
@@ -65,6 +80,29 @@ class JT_API JtTextureImage : public JtAttribute {
   const JtType* typeID() const override { return classTypeID(); }
   /// The blocks as stored, one to three; the last one holds the images.
   const std::vector<jt::TextureBlock>& blocks() const noexcept { return blocks_; }
+
+  /// Makes it a plain two-dimensional texture that holds these pixels: repeated, filtered linearly,
+  /// multiplied with the material's colour, on texture channel 0. What was there before goes, and
+  /// is left as it was when the call throws. JT 9.5 and later hold textures; a save as 8.x leaves
+  /// them out with a warning. No effect on an attribute that is carried unread.
+  /// @param coordinateChannel 0 to 7: the channel of the mesh (jt::Mesh::TextureChannel) that says
+  ///   where the pixels lie
+  /// Throws JtFormatError "bad_texture" for numbers outside of their ranges.
+  void setPixels(jt::TexturePixels pixels, int coordinateChannel = 0);
+  /// Sets what lies beyond the image along its width and its height. No effect without pixels.
+  void setWrap(jt::TextureWrap alongWidth, jt::TextureWrap alongHeight);
+
+  /// The finest image of a two-dimensional texture that holds its pixels with 8 unsigned bits a
+  /// component: colour in either order, or grey, which becomes colour. None for all others.
+  std::optional<jt::TexturePixels> pixels() const;
+  /// The texture channel, from 0 on; further down in the tree another texture of the same channel
+  /// replaces this one.
+  int channel() const noexcept;
+  /// The channel of texture coordinates that it is laid out with: the one named, else that with the
+  /// number of the texture channel.
+  int coordinateChannel() const noexcept;
+  /// Along width and height; what is no TextureWrap counts as the nearest of them.
+  std::array<jt::TextureWrap, 2> wrap() const noexcept;
 
  private:
   friend struct jt::file::AttributeFields;

@@ -240,12 +240,40 @@ TEST(Vectors, TheZooHoldsTheValuesThatWerePutIn) {
     EXPECT_EQ(image.width, 2);
     ASSERT_EQ(image.mipmaps.size(), 1U);
     EXPECT_EQ(image.mipmaps[0], (Bytes{std::byte{0xff}, {}, {}, {}, std::byte{0xff}, {}}));
+    EXPECT_EQ(texture->pixels(), (jt::TexturePixels{2, 1, 3, image.mipmaps[0]}));
     // Lights hang on no node.
     const auto scene = source(testData(name));
     Links links;
     const ElementKind* kind = nullptr;
     const auto light = SceneReader::readElement(*scene, scene->find(29), links, kind, nullptr);
     EXPECT_EQ(jt::as<JtPointLight>(light.get())->coordinateSystem(), 2);
+  }
+}
+
+TEST(Vectors, TexturesGetOtherPixels) {
+  MemoryStorage storage;
+  const jt::TexturePixels square{2, 2, 4, Bytes(16, std::byte{7})};
+  for (const char* name : {"zoo95.jt", "zoo100.jt"}) {
+    const auto root = storage.open(testData(name));
+    auto* texture = const_cast<JtTextureImage*>(object<JtTextureImage>(*root, 23));
+    ASSERT_NE(texture, nullptr) << name;
+    for (const auto& [pixels, channel] : {std::pair{jt::TexturePixels{2, 2, 4, Bytes(15)}, 0},
+                                          {{0, 2, 4, {}}, 0},
+                                          {{2, 2, 2, Bytes(8)}, 0},
+                                          {{40000, 1, 3, Bytes(120000)}, 0},
+                                          {square, 8},
+                                          {square, -1}})
+      EXPECT_THROW(texture->setPixels(pixels, channel), JtFormatError);
+    EXPECT_FALSE(texture->isModified()) << name;
+    texture->setPixels(square, 3);
+    texture->setWrap(jt::TextureWrap::mirror, jt::TextureWrap::clampToEdge);
+    const auto back = storage.open(storage.saved(*root));
+    const auto* stored = object<JtTextureImage>(*back, 23);
+    ASSERT_NE(stored, nullptr) << name;
+    EXPECT_EQ(stored->pixels(), square) << name;
+    EXPECT_EQ(stored->coordinateChannel(), 3) << name;
+    EXPECT_EQ(stored->wrap()[0], jt::TextureWrap::mirror) << name;
+    EXPECT_EQ(stored->wrap()[1], jt::TextureWrap::clampToEdge) << name;
   }
 }
 

@@ -1,5 +1,6 @@
 #include "GraphValues.h"
 
+#include <array>
 #include <cstdio>
 
 #include "JtInspect.h"
@@ -94,13 +95,24 @@ void writeValues(JsonWriter& json, const JtPointLight& light) {
   json.member("spotIntensity", light.spotIntensity());
 }
 
+/// By its name in ISO 14306, or its number.
+std::string pixelFormatText(std::uint32_t code) {
+  static constexpr std::array<const char*, 13> kNames{
+      "none", "RGB",   "RGBA", "luminance", "luminance alpha", "stencil", "depth", "red", "green",
+      "blue", "alpha", "BGR",  "BGRA"};
+  return code < kNames.size() ? kNames[code] : std::to_string(code);
+}
+
 void writeValues(JsonWriter& json, const JtTextureImage& texture) {
+  json.member("channel", texture.channel());
+  json.member("coordinateChannel", texture.coordinateChannel());
   json.key("images");
   json.beginArray();
   for (const jt::TextureBlock& block : texture.blocks())
     for (const jt::TextureImage& image : block.images) {
       json.beginObject();
       json.textOrNull("fileName", image.fileName.stringToMbs());
+      json.member("format", pixelFormatText(image.pixelFormat));
       json.member("width", image.width);
       json.member("height", image.height);
       json.member("depth", image.depth);
@@ -132,6 +144,12 @@ void writeAny(JsonWriter& json, const JtAttribute& attribute) {
       writeIf<JtPointStyle>(json, attribute) || writeIf<JtLightSet>(json, attribute) ||
       writeIf<JtInfiniteLight>(json, attribute) || writeIf<JtPointLight>(json, attribute) ||
       writeIf<JtTextureImage>(json, attribute) || writeIf<JtShaderEffects>(json, attribute));
+}
+
+std::string imageText(const jt::TextureImage& image, bool isInline) {
+  if (!isInline) return "file " + image.fileName.stringToMbs();
+  return std::to_string(image.width) + " x " + std::to_string(image.height) + " " +
+         pixelFormatText(image.pixelFormat);
 }
 
 std::string colorText(const jt::Rgba& color) {
@@ -234,6 +252,10 @@ std::string attributeText(const JtAttribute& attribute) {
     const jt::Matrix4& m = xform->matrix();
     text +=
         ", translation " + numberText(m[12]) + " " + numberText(m[13]) + " " + numberText(m[14]);
+  } else if (const auto* texture = jt::as<JtTextureImage>(&attribute)) {
+    for (const jt::TextureBlock& block : texture->blocks())
+      for (const jt::TextureImage& image : block.images)
+        text += ", " + imageText(image, block.inlineFlag != 0);
   }
   return text;
 }

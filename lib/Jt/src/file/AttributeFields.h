@@ -142,9 +142,9 @@ struct AttributeFields {
       texture.blocks_.resize(static_cast<std::size_t>(blocks));
     }
     // 9.x stores images in the third block, behind two empty ones; 10.x has one block.
-    const std::size_t stubs = isFresh(ar, texture) && !oneBlock && !texture.blocks_.empty() ? 2 : 0;
-    const std::size_t first =
-        isFresh(ar, texture) && !texture.blocks_.empty() ? texture.blocks_.size() - 1 : 0;
+    const bool takesLast = !Ar::reading && ar.fresh(texture.version_) && !texture.blocks_.empty();
+    const std::size_t stubs = takesLast && !oneBlock ? 2 : 0;
+    const std::size_t first = takesLast ? texture.blocks_.size() - 1 : 0;
     for (std::size_t i = 0; i < stubs; ++i) {
       TextureBlock stub;
       textureBlock(ar, stub, false, false);

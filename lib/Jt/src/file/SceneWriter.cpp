@@ -205,7 +205,8 @@ void SceneWriter::collectGraph() {
 bool SceneWriter::skipsInConversion(const Item& item) {
   const SceneSource* from = item.object ? SceneSource::sourceOf(*item.object) : source_;
   const std::uint32_t element = item.object ? SceneSource::elementOf(*item.object) : item.element;
-  if (!from || from->format().sameFormAs(format_)) return false;
+  if (!from) return item.object && skipsNew(*item.object);
+  if (from->format().sameFormAs(format_)) return false;
   const ElementKind* kind = from->kind(element);
   const bool isUnderstood = kind && kind->type != JtOpaqueAttribute::classTypeID() &&
                             (!item.object || item.object->typeID() == kind->type) &&
@@ -219,6 +220,16 @@ bool SceneWriter::skipsInConversion(const Item& item) {
                         from->position(from->offset(element)));
   leaveOut(what, element);
   if (item.object) leftOut_.insert(item.object);
+  return true;
+}
+
+bool SceneWriter::skipsNew(const JtSceneObject& object) {
+  if (isHeldBy(*object.typeID(), format_)) return false;
+  const ElementKind* kind = findElementKind(object.typeID());
+  result_.warnings.push_back(
+      {"not_convertible", std::string(kind ? kind->name : object.typeID()->name()) +
+                              " was left out: the version of the file has no form for it"});
+  leftOut_.insert(&object);
   return true;
 }
 

@@ -93,6 +93,8 @@ class SceneWriter {
   bool skipsInConversion(const Item& item);
   void noteLosses(const JtMaterial& material);
   void tellLosses();
+  /// True for an object made in memory that this form cannot hold; says so.
+  bool skipsNew(const JtSceneObject& object);
   void leaveOut(const std::string& what, std::uint32_t element);
 
   const JtNode& root_;
