@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include "JtMaterial.h"
 #include "JtMesh.h"
+#include "JtTexture.h"
 #include "JtXform.h"
 
 // What mesh files and JT files have in common. Everything in this folder turns something into a
@@ -21,6 +23,14 @@ namespace mesh {
 /// The colour with every component in 0..1; what is no number becomes 0.
 jt::Rgba clamped(const jt::Rgba& colour);
 
+/// An image on a surface. Its colours are multiplied with the material's diffuse one.
+struct Texture {
+  std::size_t image = 0;  ///< index into the scene
+  int channel = 0;        ///< of the mesh's texture coordinates; v goes up, as the rows do
+  std::array<jt::TextureWrap, 2> wrap{jt::TextureWrap::repeat, jt::TextureWrap::repeat};
+  friend auto operator<=>(const Texture&, const Texture&) = default;
+};
+
 /// How a surface looks.
 struct Material {
   std::string name;
@@ -29,6 +39,7 @@ struct Material {
   jt::Rgba specular{0.3F, 0.3F, 0.3F, 1};
   jt::Rgba emission{0, 0, 0, 1};
   float shininess = 30;  ///< 1 to 128
+  std::optional<Texture> texture;
   friend bool operator==(const Material&, const Material&) = default;
 };
 
@@ -62,6 +73,7 @@ struct Scene {
   double millimetres = 1;                               ///< in one unit of length
   std::vector<std::shared_ptr<const jt::Mesh>> meshes;  ///< none null, none flawed
   std::vector<Material> materials;
+  std::vector<std::shared_ptr<const jt::TexturePixels>> images;  ///< none null, sizes as promised
   std::vector<Model> models;
   std::vector<Node> nodes;         ///< parents before their children; the first one is the root
   std::vector<std::string> notes;  ///< what could not be taken over, for people

@@ -2,6 +2,8 @@
 
 // From the import library's data to ours; used by loadScene alone.
 
+#include <filesystem>
+#include <map>
 #include <memory>
 
 #include "MeshScene.h"
@@ -9,6 +11,11 @@
 struct aiMaterial;
 struct aiMesh;
 struct aiScene;
+struct aiString;
+
+namespace Assimp {
+class IOSystem;
+}
 
 namespace mesh {
 
@@ -20,6 +27,29 @@ namespace mesh {
 std::vector<std::shared_ptr<const jt::Mesh>> meshesFrom(const aiMesh& source);
 
 Material materialFrom(const aiMaterial& source);
+
+/// Finds and decodes the images that materials name: those in the file itself, and files that lie
+/// where `files` lets them be opened. What cannot be taken is left out, with a note in the scene.
+class TextureReader {
+ public:
+  /// @param folder of the mesh file
+  TextureReader(const aiScene& source, Assimp::IOSystem& files, std::filesystem::path folder,
+                Scene& scene);
+  /// The texture of the surface's own colour; none when the material has none.
+  std::optional<Texture> textureOf(const aiMaterial& material);
+
+ private:
+  std::optional<std::size_t> imageOf(const aiString& name);
+  jt::TexturePixels decode(const aiString& name) const;
+  jt::TexturePixels decodeFile(const std::string& name) const;
+
+  const aiScene& source_;
+  Assimp::IOSystem& files_;
+  std::filesystem::path folder_;
+  Scene& scene_;
+  std::map<std::string, std::optional<std::size_t>> images_;  // by name; none: cannot be taken
+  std::size_t bytesLeft_;
+};
 
 /// Millimetres in the unit of length of a scene that was read from a file with that extension
 /// (lower case).

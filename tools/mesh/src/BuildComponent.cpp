@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <string_view>
 
 #include "Jt.h"
@@ -139,8 +140,7 @@ class ComponentBuilder {
   JtwNode& addEntity(std::size_t model, const ApiProtoKey& parent) {
     JtwNode& entity = checked(root_.createEntityNode(nextKey_++, parent, RTTran3D::unit));
     auto& part = *jt::as<JtGroup>(entity.jtNode());
-    if (const auto material = commonMaterial(model))
-      part.appendAttribute(materialAttribute(*material, model).get());
+    if (const auto material = commonMaterial(model)) addMaterial(part, *material, model);
     jt::Ref<JtNode>& geometry = geometry_[model];
     if (!geometry) geometry = geometryOf(model);
     if (uses_[model] < 2) {
@@ -179,6 +179,23 @@ class ComponentBuilder {
     return attribute;
   }
 
+  void addMaterial(JtNode& node, std::size_t material, std::size_t model) {
+    node.appendAttribute(materialAttribute(material, model).get());
+    if (const auto& texture = scene_.materials[material].texture)
+      node.appendAttribute(textureAttribute(*texture).get());
+  }
+
+  /// Shared by all materials with the same texture.
+  jt::Ref<JtTextureImage> textureAttribute(const Texture& texture) {
+    jt::Ref<JtTextureImage>& attribute = textures_[texture];
+    if (!attribute) {
+      attribute = jt::make<JtTextureImage>();
+      attribute->setPixels(*scene_.images[texture.image], texture.channel);
+      attribute->setWrap(texture.wrap[0], texture.wrap[1]);
+    }
+    return attribute;
+  }
+
   jt::Ref<JtNode> geometryOf(std::size_t model) {
     const std::vector<Surface>& surfaces = scene_.models[model].surfaces;
     std::vector<std::vector<std::shared_ptr<const jt::Mesh>>> levels;
@@ -195,7 +212,7 @@ class ComponentBuilder {
         const jt::Ref<JtShape> shape =
             jt::makeShape(levels[i][std::min(level, levels[i].size() - 1)]);
         if (!shareMaterial && surfaces[i].material)
-          shape->appendAttribute(materialAttribute(*surfaces[i].material, model).get());
+          addMaterial(*shape, *surfaces[i].material, model);
         (group ? *group : static_cast<JtGroup&>(*alternatives)).addChild(shape.get());
       }
       if (group) alternatives->addChild(group.get());
@@ -210,6 +227,7 @@ class ComponentBuilder {
   std::vector<std::size_t> uses_;               // of each model
   std::vector<jt::Ref<JtNode>> geometry_;       // of each model, once made
   std::vector<jt::Ref<JtMaterial>> materials_;  // of each material, for plain and coloured vertices
+  std::map<Texture, jt::Ref<JtTextureImage>> textures_;
 };
 
 }  // namespace

@@ -88,9 +88,13 @@ class SceneReader {
  public:
   explicit SceneReader(const aiScene& source) : source_(source) {}
 
-  Scene read() {
-    for (unsigned i = 0; i < source_.mNumMaterials; ++i)
+  /// @param files,folder where the images of textures lie
+  Scene read(Assimp::IOSystem& files, const fs::path& folder) {
+    TextureReader textures(source_, files, folder, scene_);
+    for (unsigned i = 0; i < source_.mNumMaterials; ++i) {
       scene_.materials.push_back(materialFrom(*source_.mMaterials[i]));
+      scene_.materials.back().texture = textures.textureOf(*source_.mMaterials[i]);
+    }
     readMeshes();
     readNodes();
     return std::move(scene_);
@@ -208,7 +212,7 @@ Scene loadScene(const std::string& path, double millimetres) try {
   checkFile(path);
   Assimp::Importer importer;
   const aiScene& source = readWith(importer, path);
-  Scene scene = SceneReader(source).read();
+  Scene scene = SceneReader(source).read(*importer.GetIOHandler(), fs::path(path).parent_path());
   if (scene.models.empty()) fail("no_geometry", path, "there is no geometry in it");
   checkNumbers(scene);
   scene.millimetres = millimetres > 0 ? millimetres : unitOf(source, extensionOf(path));

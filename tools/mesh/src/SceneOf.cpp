@@ -37,8 +37,32 @@ Material materialOf(const JtMaterial& source) {
           clamped(source.diffuse()),
           clamped(source.specular()),
           clamped(source.emission()),
-          std::isfinite(shininess) ? shininess : Material().shininess};
+          std::isfinite(shininess) ? shininess : Material().shininess,
+          std::nullopt};
 }
+
+/// The attribute of a class that a node has, from itself or from above.
+template <class T>
+struct Inherited {
+  const T* attribute = nullptr;
+  bool isFinal = false;
+
+  void take(const JtAttribute& candidate) {
+    const T* own = jt::as<T>(&candidate);
+    if (!own || own->hasState(JtAttributeState::ignore)) return;
+    if (isFinal && !own->hasState(JtAttributeState::force)) return;
+    if (!isOver(*own, attribute)) return;
+    attribute = own;
+    isFinal = own->hasState(JtAttributeState::final);
+  }
+
+ private:
+  static bool isOver(const JtMaterial&, const JtMaterial*) { return true; }
+  /// Of several texture channels the first one has the surface's own colour.
+  static bool isOver(const JtTextureImage& own, const JtTextureImage* above) {
+    return !above || own.channel() <= above->channel();
+  }
+};
 
 /// A node on one path, with what is gathered above it and not yet in a node of the scene.
 struct Visit {
@@ -46,8 +70,8 @@ struct Visit {
   std::size_t parent = 0;  // index in the scene
   jt::Matrix4 matrix = jt::kIdentity;
   double unit = 0;  // millimetres; 0: none is named so far
-  std::optional<std::size_t> material;
-  bool isMaterialFinal = false;
+  Inherited<JtMaterial> material;
+  Inherited<JtTextureImage> texture;
   std::string name;
   std::vector<Property> properties;
 };
@@ -84,6 +108,9 @@ class SceneBuilder {
     if (leftOut_ > 0)
       scene_.notes.push_back(std::to_string(leftOut_) +
                              " shapes that are not made of meshes were left out");
+    if (texturesLeftOut_ > 0)
+      scene_.notes.push_back(std::to_string(texturesLeftOut_) +
+                             " textures without pixels of 8 bits in the file were left out");
     return std::move(scene_);
   }
 
@@ -95,7 +122,7 @@ class SceneBuilder {
     jt::Matrix4 matrix = ownMatrix(*visit.node);
     takeUnit(visit, matrix);
     visit.matrix = jt::multiply(matrix, visit.matrix);
-    takeMaterial(visit);
+    takeAppearance(visit);
   }
 
   /// A node in another unit than what it hangs under is scaled.
@@ -116,16 +143,48 @@ class SceneBuilder {
     matrix = jt::multiply(matrix, scale);
   }
 
-  void takeMaterial(Visit& visit) {
+  static void takeAppearance(Visit& visit) {
     for (int i = 0; i < visit.node->numAttributes(); ++i) {
-      const auto* material = jt::as<JtMaterial>(visit.node->attribute(i));
-      if (!material || material->hasState(JtAttributeState::ignore)) continue;
-      if (visit.isMaterialFinal && !material->hasState(JtAttributeState::force)) continue;
-      const auto [found, isNew] = materials_.try_emplace(material, scene_.materials.size());
-      if (isNew) scene_.materials.push_back(materialOf(*material));
-      visit.material = found->second;
-      visit.isMaterialFinal = material->hasState(JtAttributeState::final);
+      visit.material.take(*visit.node->attribute(i));
+      visit.texture.take(*visit.node->attribute(i));
     }
+  }
+
+  std::optional<std::size_t> materialOf(const Visit& visit) {
+    const std::optional<Texture> texture = textureOf(visit.texture.attribute);
+    const JtMaterial* material = visit.material.attribute;
+    if (!material && !texture) return std::nullopt;
+    const auto [found, isNew] =
+        materials_.try_emplace(std::pair(material, texture), scene_.materials.size());
+    if (isNew) {
+      scene_.materials.push_back(material ? mesh::materialOf(*material) : Material());
+      scene_.materials.back().texture = texture;
+    }
+    return found->second;
+  }
+
+  std::optional<Texture> textureOf(const JtTextureImage* source) {
+    if (!source) return std::nullopt;
+    const auto [found, isNew] = textures_.try_emplace(source);
+    if (!isNew) return found->second;
+    auto pixels = source->pixels();
+    if (!pixels) {
+      ++texturesLeftOut_;
+      return std::nullopt;
+    }
+    found->second =
+        Texture{imageWith(*std::move(pixels)), source->coordinateChannel(), source->wrap()};
+    return found->second;
+  }
+
+  /// Attributes that differ in something else may hold the same pixels.
+  std::size_t imageWith(jt::TexturePixels pixels) {
+    const auto same = std::find_if(scene_.images.begin(), scene_.images.end(),
+                                   [&pixels](const auto& image) { return *image == pixels; });
+    const auto index = static_cast<std::size_t>(same - scene_.images.begin());
+    if (same == scene_.images.end())
+      scene_.images.push_back(std::make_shared<const jt::TexturePixels>(std::move(pixels)));
+    return index;
   }
 
   void push(const Visit& from, JtNode* child) {
@@ -194,7 +253,7 @@ class SceneBuilder {
     const auto [found, isNew] = meshes_.try_emplace(mesh.get(), scene_.meshes.size());
     if (isNew) scene_.meshes.push_back(mesh);
     const std::size_t owner = visit.matrix == jt::kIdentity ? visit.parent : addNode(visit);
-    surfaces_[owner].push_back({found->second, visit.material});
+    surfaces_[owner].push_back({found->second, materialOf(visit)});
   }
 
   void setModel(std::size_t node) {
@@ -218,10 +277,12 @@ class SceneBuilder {
   Scene scene_;
   std::vector<Visit> pending_;
   std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
-  std::map<const JtMaterial*, std::size_t> materials_;
+  std::map<std::pair<const JtMaterial*, std::optional<Texture>>, std::size_t> materials_;
+  std::map<const JtTextureImage*, std::optional<Texture>> textures_;  // none: cannot be taken
   std::map<const jt::Mesh*, std::size_t> meshes_;
   std::map<std::vector<Surface>, std::size_t> models_;
   std::size_t leftOut_ = 0;
+  std::size_t texturesLeftOut_ = 0;
 };
 
 }  // namespace

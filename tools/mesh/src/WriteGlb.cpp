@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <sstream>
 
+#include "ImageFile.h"
 #include "JtFormatError.h"
 #include "Unified.h"
 #include "Writers.h"
@@ -24,7 +26,6 @@ class GlbWriter {
   std::string write() {
     model_.asset.version = "2.0";
     model_.asset.generator = "jtw";
-    for (const Material& material : scene_.materials) addMaterial(material);
     for (const auto& mesh : scene_.meshes) primitives_.push_back(primitiveOf(*mesh));
     for (const Model& model : scene_.models) addModel(model);
     for (const Node& node : scene_.nodes) addNode(node);
@@ -41,6 +42,33 @@ class GlbWriter {
   }
 
  private:
+  /// A material as the primitive shows it: one for each number that its texture's coordinates have
+  /// in the meshes that use it.
+  int materialOf(const Surface& surface) {
+    const Material& source = scene_.materials[*surface.material];
+    std::optional<int> coordinates;
+    if (source.texture)
+      coordinates = coordinatesOf(*scene_.meshes[surface.mesh], source.texture->channel);
+    const auto [found, isNew] =
+        materials_.try_emplace(std::pair(*surface.material, coordinates), model_.materials.size());
+    if (isNew) {
+      addMaterial(source);
+      if (coordinates) addTexture(*source.texture, *coordinates);
+    }
+    return static_cast<int>(found->second);
+  }
+
+  /// Channels are numbered without gaps here, those of one component left out.
+  static std::optional<int> coordinatesOf(const jt::Mesh& mesh, int wanted) {
+    int number = 0;
+    for (const auto& channel : mesh.textures) {
+      if (channel.components < 2) continue;
+      if (channel.channel == wanted) return number;
+      ++number;
+    }
+    return std::nullopt;
+  }
+
   void addMaterial(const Material& source) {
     tinygltf::Material& material = model_.materials.emplace_back();
     material.name = source.name;
@@ -54,6 +82,51 @@ class GlbWriter {
     if (source.diffuse[3] < 1) material.alphaMode = "BLEND";
     // Faces of a model need not look the same way.
     material.doubleSided = true;
+  }
+
+  /// Gives the last material a texture.
+  void addTexture(const Texture& source, int coordinates) {
+    const auto [found, isNew] = textures_.try_emplace(std::pair(source.image, source.wrap),
+                                                      static_cast<int>(model_.textures.size()));
+    if (isNew) {
+      tinygltf::Sampler& sampler = model_.samplers.emplace_back();
+      sampler.wrapS = wrapOf(source.wrap[0]);
+      sampler.wrapT = wrapOf(source.wrap[1]);
+      const int image = imageOf(source.image);
+      tinygltf::Texture& texture = model_.textures.emplace_back();
+      texture.sampler = static_cast<int>(model_.samplers.size()) - 1;
+      texture.source = image;
+    }
+    tinygltf::Material& material = model_.materials.back();
+    material.pbrMetallicRoughness.baseColorTexture.index = found->second;
+    material.pbrMetallicRoughness.baseColorTexture.texCoord = coordinates;
+    if (hasTransparency(*scene_.images[source.image])) material.alphaMode = "BLEND";
+  }
+
+  static int wrapOf(jt::TextureWrap wrap) {
+    return wrap == jt::TextureWrap::repeat   ? TINYGLTF_TEXTURE_WRAP_REPEAT
+           : wrap == jt::TextureWrap::mirror ? TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT
+                                             : TINYGLTF_TEXTURE_WRAP_CLAMP_TO_EDGE;
+  }
+
+  static bool hasTransparency(const jt::TexturePixels& image) {
+    if (image.components < 4) return false;
+    for (std::size_t i = 3; i < image.bytes.size(); i += 4)
+      if (image.bytes[i] != std::byte{0xff}) return true;
+    return false;
+  }
+
+  /// Images come behind all numbers, which must begin at multiples of four.
+  int imageOf(std::size_t source) {
+    const auto [found, isNew] = images_.try_emplace(source, static_cast<int>(model_.images.size()));
+    if (isNew) {
+      const std::vector<std::byte> png = pngOf(*scene_.images[source]);
+      const int view = addView(png.data(), png.size(), 0);
+      tinygltf::Image& image = model_.images.emplace_back();
+      image.bufferView = view;
+      image.mimeType = "image/png";
+    }
+    return found->second;
   }
 
   int addView(const void* data, std::size_t size, int target) {
@@ -119,7 +192,7 @@ class GlbWriter {
     return addFloats(values, std::tuple_size_v<T>);
   }
 
-  int addTexture(const jt::Mesh::TextureChannel& channel, const Unified& unified) {
+  int addCoordinates(const jt::Mesh::TextureChannel& channel, const Unified& unified) {
     std::vector<float> values;
     for (const std::uint32_t record : unified.records) {
       const float* of = &channel.values[record * static_cast<std::size_t>(channel.components)];
@@ -139,7 +212,7 @@ class GlbWriter {
     for (const auto& channel : mesh.textures)
       if (channel.components >= 2)
         primitive.attributes["TEXCOORD_" + std::to_string(channels++)] =
-            addTexture(channel, unified);
+            addCoordinates(channel, unified);
     if (mesh.kind == jt::Mesh::Kind::triangles) {
       primitive.mode = TINYGLTF_MODE_TRIANGLES;
       primitive.indices = addIndices(unified.indices);
@@ -166,7 +239,7 @@ class GlbWriter {
     mesh.name = source.name;
     for (const Surface& surface : source.surfaces) {
       mesh.primitives.push_back(primitives_[surface.mesh]);
-      if (surface.material) mesh.primitives.back().material = static_cast<int>(*surface.material);
+      if (surface.material) mesh.primitives.back().material = materialOf(surface);
     }
   }
 
@@ -196,6 +269,11 @@ class GlbWriter {
   const Scene& scene_;
   tinygltf::Model model_;
   std::vector<tinygltf::Primitive> primitives_;  // of each mesh, without material
+  // Where in the document is what was taken from the scene: materials by index and number of the
+  // coordinates, textures by image and wrap.
+  std::map<std::pair<std::size_t, std::optional<int>>, std::size_t> materials_;
+  std::map<std::pair<std::size_t, std::array<jt::TextureWrap, 2>>, int> textures_;
+  std::map<std::size_t, int> images_;
 };
 
 }  // namespace

@@ -1,0 +1,227 @@
+// Images on surfaces: which colour lies where must survive every way through the formats.
+
+#include <gtest/gtest.h>
+#include <turbojpeg.h>
+
+#include <cmath>
+#include <filesystem>
+#include <map>
+
+#include "../Host/TempFolder.h"
+#include "Comparison.h"
+#include "ImageFile.h"
+#include "JtFormatError.h"
+#include "JtwManager.h"
+#include "MeshFiles.h"
+
+namespace {
+
+using Bytes = std::vector<std::byte>;
+using namespace std::string_literals;
+
+/// From the top: red and green, blue and yellow.
+const std::string kPng =
+    "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\2\0\0\0\2\b\2\0\0\0\xfd\xd4\x9a\x73"
+    "\0\0\0\x14IDAT\x78\xda\x63\xf8\xcf\xc0\xc0\0\xc2\x0c\xff\xff\xff\x67\0\0\x1e\xef\4\xfc"
+    "\x73\x1c\x53\xcc\0\0\0\0IEND\xae\x42\x60\x82"s;
+const char* const kPngUri =
+    "data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAIAAAACCAIAAAD91JpzAAAAFElEQVR42mP4z8DAAMIM////"
+    "ZwAAHu8E/HMcU8wAAAAASUVORK5CYII=";
+
+/// Which pixel each corner of the scene shows, by position.
+std::map<jt::Vec3f, Bytes> coloursOf(const mesh::Scene& scene) {
+  std::map<jt::Vec3f, Bytes> result;
+  for (const mesh::Model& model : scene.models)
+    for (const mesh::Surface& surface : model.surfaces) {
+      const mesh::Material& material = scene.materials.at(surface.material.value());
+      if (!material.texture) continue;
+      const jt::TexturePixels& image = *scene.images.at(material.texture->image);
+      const jt::Mesh& mesh = *scene.meshes[surface.mesh];
+      for (const auto& channel : mesh.textures) {
+        if (channel.channel != material.texture->channel) continue;
+        for (std::size_t i = 0; i < mesh.corners.size(); ++i) {
+          const float* uv =
+              &channel.values[mesh.records[i] * static_cast<std::size_t>(channel.components)];
+          const auto x = static_cast<int>(uv[0] * static_cast<float>(image.width));
+          const auto y = static_cast<int>(uv[1] * static_cast<float>(image.height));
+          const auto pixel = image.bytes.begin() + (y * image.width + x) * image.components;
+          result[mesh.positions[mesh.corners[i]]] = Bytes(pixel, pixel + image.components);
+        }
+      }
+    }
+  return result;
+}
+
+Bytes rgb(unsigned r, unsigned g, unsigned b) {
+  return {static_cast<std::byte>(r), static_cast<std::byte>(g), static_cast<std::byte>(b)};
+}
+
+/// What a viewer shows at the corners of the square of makeGltf.
+const std::map<jt::Vec3f, Bytes> kColours{{{0, 0, 0}, rgb(0, 0, 255)},
+                                          {{1, 0, 0}, rgb(255, 255, 0)},
+                                          {{1, 1, 0}, rgb(0, 255, 0)},
+                                          {{0, 1, 0}, rgb(255, 0, 0)}};
+
+class TextureTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { JtwManager::init(); }
+  static void TearDownTestSuite() { JtwManager::fini(); }
+
+  /// A square of glTF that shows the whole image upright.
+  std::string makeGltf(const std::string& image) const {
+    const float numbers[] = {0, 0, 0,    1,    0,    0,    1,    1,    0,    0,
+                             1, 0, .25F, .75F, .75F, .75F, .75F, .25F, .25F, .25F};
+    const std::uint16_t indices[] = {0, 1, 2, 0, 2, 3};
+    folder_.folder("in");
+    folder_.file("in/square.bin", std::string(reinterpret_cast<const char*>(numbers), 80) +
+                                      std::string(reinterpret_cast<const char*>(indices), 12));
+    return folder_.file(
+        "in/square.gltf",
+        R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
+        "meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"indices":2,
+        "material":0}]}],"materials":[{"pbrMetallicRoughness":{"baseColorTexture":{"index":0}}}],
+        "textures":[{"source":0}],"accessors":[
+        {"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[1,1,0]},
+        {"bufferView":1,"componentType":5126,"count":4,"type":"VEC2"},
+        {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"}],"bufferViews":[
+        {"buffer":0,"byteOffset":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":32},
+        {"buffer":0,"byteOffset":80,"byteLength":12}],
+        "buffers":[{"byteLength":92,"uri":"square.bin"}],"images":[{"uri":")" +
+            image + R"("}]})");
+  }
+
+  mesh::Scene throughGlb(const mesh::Scene& scene) const {
+    return mesh::loadScene(mesh::writeScene(scene, folder_.at("out.glb"))[0]);
+  }
+
+  TempFolder folder_;
+};
+
+TEST_F(TextureTest, EveryCornerKeepsItsColourOnAllWays) {
+  folder_.folder("in/deep");
+  folder_.file("in/deep/own.png", kPng);
+  for (const std::string image : {kPngUri, "deep/own.png"}) {
+    const mesh::Scene scene = mesh::loadScene(makeGltf(image));
+    EXPECT_EQ(coloursOf(scene), kColours) << image;
+    for (const char* version : {"9.5", "10.0", "10.2"}) {
+      const mesh::Scene stored =
+          throughJt(scene, folder_.at("square.jt"), {.version = version, .encoding = {}});
+      EXPECT_EQ(coloursOf(stored), kColours) << version;
+      const mesh::Scene back = throughGlb(stored);
+      EXPECT_EQ(coloursOf(back), kColours) << version;
+      EXPECT_EQ(*back.images.at(0), *scene.images.at(0)) << version;
+    }
+    // Nothing can hold them there.
+    EXPECT_TRUE(
+        throughJt(scene, folder_.at("old.jt"), {.version = "8.2", .encoding = {}}).images.empty());
+  }
+}
+
+TEST_F(TextureTest, ChannelsWrapsAndTransparencyAreKeptAndImagesStoredOnce) {
+  mesh::Scene scene = mesh::loadScene(makeGltf(kPngUri));
+  jt::TexturePixels pixels = *scene.images[0];
+  pixels.components = 4;
+  pixels.bytes.clear();
+  for (int i = 0; i < 16; ++i) pixels.bytes.push_back(static_cast<std::byte>(i * 16));
+  scene.images[0] = std::make_shared<const jt::TexturePixels>(pixels);
+  // The coordinates in use are the third of the mesh that are in its file, with a gap before them.
+  auto mesh = std::make_shared<jt::Mesh>(*scene.meshes[0]);
+  const auto coordinates = mesh->textures[0];
+  mesh->textures.insert(mesh->textures.begin(), 2, coordinates);
+  for (auto& value : mesh->textures[0].values) value = 0;
+  for (auto& value : mesh->textures[1].values) value = 1;
+  mesh->textures[1].channel = 1;
+  mesh->textures[2].channel = 4;
+  scene.meshes.push_back(mesh);
+  scene.materials[0].texture = {0, 4, {jt::TextureWrap::clampToEdge, jt::TextureWrap::mirror}};
+  scene.materials.resize(1);
+  scene.materials.push_back(scene.materials[0]);
+  scene.materials[1].texture->wrap.fill(jt::TextureWrap::repeat);
+  scene.models = {{"square", {{1, 0}, {1, 1}, {0, 0}}}};  // the last one has no such coordinates
+  const auto colours = coloursOf(scene);
+  ASSERT_EQ(colours.size(), 4U);
+  for (const char* version : {"9.5", "10.0"}) {
+    const mesh::Scene stored =
+        throughJt(scene, folder_.at("square.jt"), {.version = version, .encoding = {}});
+    EXPECT_EQ(coloursOf(stored), colours);
+    EXPECT_EQ(stored.materials.at(0).texture, scene.materials[0].texture);
+    EXPECT_EQ(stored.materials.at(1).texture, scene.materials[1].texture);
+    const mesh::Scene back = throughGlb(stored);
+    EXPECT_EQ(coloursOf(back), colours);
+    ASSERT_EQ(back.images.size(), 1U);
+    EXPECT_EQ(*back.images[0], pixels);
+    EXPECT_EQ(back.materials.at(0).texture->wrap, scene.materials[0].texture->wrap);
+    EXPECT_EQ(back.materials.at(1).texture->wrap, scene.materials[1].texture->wrap);
+  }
+}
+
+TEST_F(TextureTest, AnImageThatCannotBeTakenIsANoteAndTheModelComesWithoutIt) {
+  folder_.folder("in");
+  folder_.file("secret.png", kPng);
+  std::filesystem::create_symlink(folder_.at("secret.png"), folder_.at("in/link.png"));
+  const Bytes wide = mesh::pngOf({16385, 1, 3, Bytes(16385 * 3)});
+  folder_.file("in/wide.png", {reinterpret_cast<const char*>(wide.data()), wide.size()});
+  folder_.file("in/text.png", "this is no image");
+  for (const std::size_t size : {0U, 4U, 20U, 45U, 60U})
+    folder_.file("in/cut" + std::to_string(size) + ".png", kPng.substr(0, size));
+  for (const char* image : {"missing.png", "../secret.png", "link.png", "wide.png", "text.png",
+                            "cut0.png", "cut4.png", "cut20.png", "cut45.png", "cut60.png", "."}) {
+    const mesh::Scene scene = mesh::loadScene(makeGltf(image));
+    EXPECT_EQ(scene.models.size(), 1U) << image;
+    EXPECT_TRUE(scene.images.empty()) << image;
+    ASSERT_EQ(scene.notes.size(), 1U) << image;
+    EXPECT_NE(scene.notes[0].find("'"s + image + "'"), std::string::npos) << scene.notes[0];
+  }
+}
+
+TEST_F(TextureTest, JpegIsDecodedUprightAndDamageIsAnError) {
+  constexpr int kSide = 16;
+  std::vector<unsigned char> source;
+  for (int i = 0; i < kSide * kSide; ++i)
+    source.insert(source.end(),
+                  {static_cast<unsigned char>(i < kSide * kSide / 2 ? 255 : 0), 0, 0});
+  unsigned char* made = nullptr;
+  unsigned long size = 0;
+  const tjhandle compressor = tjInitCompress();
+  tjCompress2(compressor, source.data(), kSide, 0, kSide, TJPF_RGB, &made, &size, TJSAMP_444, 90,
+              0);
+  const auto* begin = reinterpret_cast<const std::byte*>(made);
+  const Bytes file(begin, begin + size);
+  tjFree(made);
+  tjDestroy(compressor);
+  const jt::TexturePixels image = mesh::decodeImage(file, 1000);
+  EXPECT_EQ(image.width * image.height * image.components, kSide * kSide * 3);
+  EXPECT_LT(std::to_integer<int>(image.bytes.front()), 5) << "the first row is the lowest";
+  EXPECT_GT(std::to_integer<int>(image.bytes[kSide * (kSide - 1) * 3]), 250);
+  EXPECT_THROW(mesh::decodeImage(file, 700), JtFormatError)
+      << "no more bytes than there is room for";
+  for (std::size_t cut = 0; cut + 2 < file.size(); ++cut) {
+    const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(cut));
+    EXPECT_THROW(mesh::decodeImage(part, 1000), JtFormatError) << cut;
+  }
+}
+
+TEST_F(TextureTest, ModelsOfTheSystem) {
+  const std::string models = "/usr/share/assimp/models/";
+  if (!std::filesystem::exists(models)) GTEST_SKIP() << models << " is not there";
+  struct Case {
+    const char* file;
+    std::size_t images;
+    std::size_t shown;
+  };
+  for (const Case& one : {Case{"glTF2/BoxTextured-glTF/BoxTextured.gltf", 1, 1},
+                          {"glTF2/BoxTextured-glTF-Binary/BoxTextured.glb", 1, 1},
+                          {"OBJ/spider.obj", 5, 4}}) {
+    const mesh::Scene scene = mesh::loadScene(models + one.file);
+    EXPECT_EQ(scene.images.size(), one.images) << one.file;
+    EXPECT_TRUE(scene.notes.empty()) << one.file;
+    const mesh::Scene back = throughGlb(throughJt(scene, folder_.at("model.jt"), {}));
+    EXPECT_EQ(back.images.size(), one.shown) << one.file;
+    for (const auto& image : back.images)
+      EXPECT_TRUE(std::any_of(scene.images.begin(), scene.images.end(),
+                              [&image](const auto& other) { return *other == *image; }))
+          << one.file;
+  }
+}
+
+}  // namespace

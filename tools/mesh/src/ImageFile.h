@@ -1,0 +1,24 @@
+#pragma once
+
+// Images in the forms that mesh files hold.
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "JtTexture.h"
+
+namespace mesh {
+
+/// Pixels along the longest side that an image may have.
+constexpr int kMostImageSide = 16384;
+
+/// Decodes PNG and JPEG; safe on bytes of any origin. Colour palettes and grey become colours,
+/// 16 bits become 8. Throws JtFormatError "bad_image" for other formats, for damage, and for an
+/// image that is larger than kMostImageSide or has more than `mostBytes` bytes of pixels.
+jt::TexturePixels decodeImage(std::span<const std::byte> file, std::size_t mostBytes);
+
+/// The image as PNG. Throws JtFormatError "too_large" when there is no memory for it.
+std::vector<std::byte> pngOf(const jt::TexturePixels& image);
+
+}  // namespace mesh
