@@ -34,6 +34,18 @@ struct Result {
   std::string text;
 };
 
+/// JT 8.x has room for one set of texture coordinates a shape, with two components; others are left
+/// out with a warning.
+void keepPlainTexture(mesh::Scene& scene) {
+  for (std::shared_ptr<const jt::Mesh>& mesh : scene.meshes) {
+    auto kept = std::make_shared<jt::Mesh>(*mesh);
+    std::erase_if(kept->textures, [](const jt::Mesh::TextureChannel& texture) {
+      return texture.channel != 0 || texture.components != 2;
+    });
+    mesh = std::move(kept);
+  }
+}
+
 std::string passageFailure(const mesh::Scene& scene, const std::string& path,
                            const Passage& passage) {
   const std::string name =
@@ -44,6 +56,7 @@ std::string passageFailure(const mesh::Scene& scene, const std::string& path,
     const mesh::Scene back = throughJt(scene, path, passage);
     mesh::Scene expected = scene;
     mesh::convertUnit(expected, back.millimetres);
+    if (passage.version.starts_with("8.")) keepPlainTexture(expected);
     const std::string found = difference(expected, back, tolerance);
     return found.empty() ? found : name + found;
   } catch (const std::exception& error) {
@@ -62,7 +75,8 @@ Result check(const std::string& file, const std::vector<std::string>& versions) 
   std::vector<Passage> passages;
   for (const std::string& version : versions)
     passages.push_back({.version = version, .encoding = {}});
-  passages.push_back({.version = versions.front(), .encoding = {}, .levels = 3});
+  // Coordinates are not rounded in 8.x.
+  passages.push_back({.version = versions.back(), .encoding = {}, .levels = 3});
   passages.back().encoding.positionBits = 12;
   passages.back().encoding.normalBits = 8;
   for (const Passage& passage : passages) {
