@@ -63,7 +63,8 @@ void addBox(JtPartition& partition, const jt::Vec3f& size, double x, const jt::R
 class Picture : public testing::Test {
  protected:
   void save(JtPartition& partition) const {
-    auto location = jt::make<JtFSStorageLocation>(JtString(work_.path("").c_str()), JtString("boxes.jt"));
+    auto location =
+        jt::make<JtFSStorageLocation>(JtString(work_.path("").c_str()), JtString("boxes.jt"));
     partition.save(location.get());
   }
   Workspace work_;

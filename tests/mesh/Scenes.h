@@ -77,10 +77,8 @@ inline mesh::Scene workcell() {
   scene.materials[0].diffuse = {1, 0.5F, 0, 1};
   scene.materials[1].name = "glass";
   scene.materials[1].diffuse = {0.25F, 0.5F, 0.75F, 0.5F};
-  scene.models = {{"gripper", {{0, 0}, {1, 1}}},
-                  {"cable", {{2, 0}}},
-                  {"marks", {{3, 1}}},
-                  {"base", {{1, 0}}}};
+  scene.models = {
+      {"gripper", {{0, 0}, {1, 1}}}, {"cable", {{2, 0}}}, {"marks", {{3, 1}}}, {"base", {{1, 0}}}};
   const auto node = [&scene](const char* name, const jt::Matrix4& place,
                              std::optional<std::size_t> model, std::vector<std::size_t> children) {
     scene.nodes.push_back({name, place, model, std::move(children), {}});

@@ -49,7 +49,7 @@ class Arguments {
 
 struct CommandLine {
   std::span<const char* const> words;  ///< as they were given
-  const Command* command = nullptr;  ///< null when none was named
+  const Command* command = nullptr;    ///< null when none was named
   Arguments arguments;
 };
 

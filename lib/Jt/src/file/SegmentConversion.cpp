@@ -110,8 +110,8 @@ ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEnt
   if (elements.size() == 1) {
     if (isSegmentObject(elements[0])) {
       codec::Report losses;
-      ConvertedSegment result = made(writeSegmentObject(
-          *readSegmentObject(from, entry), entry.id, entry.type(), format_, level_, &losses));
+      ConvertedSegment result = made(writeSegmentObject(*readSegmentObject(from, entry), entry.id,
+                                                        entry.type(), format_, level_, &losses));
       result.losses = std::move(losses.remarks);
       return result;
     }

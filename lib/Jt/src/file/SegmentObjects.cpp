@@ -109,8 +109,8 @@ std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
 
 bool isSegmentObject(const SegmentElement& element) {
   const JtGuid& id = element.frame.typeId;
-  return id == JtMetaData::classTypeID()->guid() ||
-         id == PMIDataManager::classTypeID()->guid() || JtFactory::findType(id);
+  return id == JtMetaData::classTypeID()->guid() || id == PMIDataManager::classTypeID()->guid() ||
+         JtFactory::findType(id);
 }
 
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,

@@ -10,8 +10,7 @@ JtLateLoadedPropAtom::~JtLateLoadedPropAtom() = default;
 
 bool JtLateLoadedPropAtom::isLoaded() const { return static_cast<bool>(object_); }
 
-jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition,
-                                            const JtType* wanted) {
+jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition, const JtType* wanted) {
   if (object_) return object_;
   const jt::file::SceneSource* source = jt::file::SceneSource::sourceOf(*this);
   // The atom's own file comes first: an id is looked up where it was written.
