@@ -81,6 +81,8 @@ TEST_F(Edit, WhatTheModelRefusesChangesNothing) {
   work_.write("taken.json", R"([{"key": 10}])");
   work_.write("lost.json", R"([{"key": 20, "attachment": {"parent": 11}}])");
   work_.write("itself.json", R"({"frames": [{"key": 11, "attachment": {"parent": 11}}]})");
+  work_.write("circle.json", R"([{"key": 11, "attachment": {"parent": 21}},
+                                  {"key": 21, "attachment": {"parent": 11}}])");
   work_.write("empty", "");
   const Refused refused[] = {{"add cell.kpak block --key 3", 5, "key_in_use"},
                              {"add cell.kpak frame --key 11", 5, "key_in_use"},
@@ -94,6 +96,10 @@ TEST_F(Edit, WhatTheModelRefusesChangesNothing) {
                              {"add cell.kpak wheel", 2, "usage"},
                              {"add cell.kpak block name=a --name b", 2, "usage"},
                              {"add cell.kpak block --loc 1,2", 2, "usage"},
+                             {"set cell.kpak 3 loc=1e39,0,0", 2, "usage"},
+                             {"frames cell.kpak 3 --set circle.json", 5, "cycle"},
+                             {"export-partition cell.kpak stream:out", 2, "usage"},
+                             {"export-partition cell.kpak other.kpak", 2, "usage"},
                              {"add none.kpak block", 3, "not_found"},
                              {"rm cell.kpak 99", 5, "unknown_key"},
                              {"rm cell.kpak 1", 5, "not_supported"},

@@ -64,6 +64,9 @@ TEST(MeshCommands, WhatCannotBeDoneHasItsExitCodeAndLeavesNothing) {
       {"convert block.obj a.xyzzy", 2, "usage"},
       {"convert block.obj no/such/folder.glb", 4, "unwritable"},
       {"convert block.obj -", 2, "usage"},
+      {"convert tiny95.jt a.kpak", 2, "usage"},
+      {"convert tiny95.jt a.jt --unit m", 2, "usage"},
+      {"convert block.obj a.glb --bits 4,4", 2, "usage"},
   };
   for (const Case& one : cases) {
     const Json failure = workspace.json(one.line, one.exit);

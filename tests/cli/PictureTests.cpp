@@ -122,6 +122,11 @@ TEST_F(Picture, TellsWhatCannotBeShown) {
   EXPECT_EQ(work_.run("snapshot tiny95.jt out.png --size 0x7").exit, 2);
   EXPECT_EQ(work_.run("snapshot tiny95.jt out.png --size 99999x7").exit, 2);
   EXPECT_EQ(work_.run("snapshot missing.jt out.png").exit, 3);
+  const std::string untouched = work_.read("zoo95.jt");
+  EXPECT_EQ(work_.run("snapshot tiny95.jt zoo95.jt").exit, 2)
+      << "a JT file is no place for a picture";
+  EXPECT_EQ(work_.read("zoo95.jt"), untouched);
+  EXPECT_EQ(decode(work_.run("snapshot tiny95.jt - --size 8x8").out).width, 8U);
   EXPECT_EQ(work_.run("snapshot tiny95.jt missing/out.png").exit, 4);
 }
 

@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "Component.h"
 #include "Failure.h"
 #include "JtBufferProperty.h"
 #include "JtFactory.h"
@@ -127,6 +128,11 @@ jt::Ref<JtStorageLocation> inputLocation(const std::string& path) {
 }
 
 jt::Ref<JtStorageLocation> outputLocation(const std::string& path) {
+  const DocumentName name(path);
+  if (name.isStream) failUsage("'" + path + "' is written as a file; leave 'stream:' out");
+  if (name.isFolder)
+    failUsage("'" + path +
+              "' names a component folder; name the JT file in it that is to be written");
   return locationOf(path, kOutputName);
 }
 

@@ -15,7 +15,8 @@ class Session;
 
 /// Where a FILE lies that is read; "-" is standard input.
 jt::Ref<JtStorageLocation> inputLocation(const std::string& path);
-/// Where a FILE goes that is written; "-" is standard output.
+/// Where a FILE goes that is written; "-" is standard output. Throws Failure "usage" for the name
+/// of a component folder or a stream.
 jt::Ref<JtStorageLocation> outputLocation(const std::string& path);
 /// To be called before a FILE is written: with "-" the results make room on standard output. Throws
 /// Failure "usage" when that is a terminal.

@@ -140,6 +140,9 @@ Change changeLocation(const Target& target, const std::string& value) {
       location = shown->absLoc() * listed;
       if (parent) location = parent->absLoc().inverse() * location;
     }
+    if (!isStorable(location))
+      failRefused(component.document(), "not_supported",
+                  "the place cannot be told in the object's parent");
     jtw::setPlacement(node, location);
   };
 }

@@ -74,8 +74,17 @@ ApiGraColor parseColor(const std::string& name, const std::string& text) {
   return ApiGraColor::fromUnit(part(0), part(1), part(2), part(3));
 }
 
+bool isStorable(const RTTran3D& location) {
+  const auto& values = location.values();
+  return std::all_of(values.begin(), values.end(),
+                     [](double value) { return std::abs(value) <= kGreatestCoordinate; });
+}
+
 RTTran3D parseLocation(const std::string& name, const std::string& text) {
   const auto numbers = parseNumbers(text);
+  if (numbers && std::any_of(numbers->begin(), numbers->end(),
+                             [](double number) { return std::abs(number) > kGreatestCoordinate; }))
+    failValue(name, text, "a place with numbers up to 1e30, which is what JT files can keep");
   if (numbers && numbers->size() == 3)
     return RTTran3D::fromTranslation({(*numbers)[0], (*numbers)[1], (*numbers)[2]});
   if (numbers && numbers->size() == 6)

@@ -166,6 +166,20 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   return ExitCode::done;
 }
 
+/// Options that would change nothing are told, not passed over.
+void checkOptions(const Session& session, bool fromJt, bool toJt) {
+  const auto refuse = [&session](const char* name, const char* what) {
+    if (session.arguments().has(name)) failUsage(std::string("--") + name + " is for " + what);
+  };
+  if (fromJt)
+    for (const char* name : {"unit", "lods"}) refuse(name, "mesh files that are read");
+  else
+    refuse("lod", "JT files that are read");
+  if (!toJt)
+    for (const char* name : {"version", "bits", "lossless", "profile"})
+      refuse(name, "JT files that are written");
+}
+
 }  // namespace
 
 ExitCode runConvert(Session& session) {
@@ -179,9 +193,10 @@ ExitCode runConvert(Session& session) {
     } catch (const JtFormatError& error) {
       failUsage(output + ": " + error.message() + " or .jt");
     }
-    if (session.arguments().has("version")) failUsage("--version is for JT files");
+    checkOptions(session, isJt(input), false);
     return toMesh(session, input, output);
   }
+  checkOptions(session, isJt(input), true);
   if (isJt(input)) return jtToJt(session, input, output);
   mesh::Scene scene = loadMeshFile(session, input);
   const SceneCounts counts(scene);

@@ -1,5 +1,6 @@
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -148,6 +149,33 @@ void checkAttachments(const Component& component, const JtwNode& collection,
   }
 }
 
+/// Attachments of the new frames, followed through them and through what is there, end somewhere.
+void checkCycles(const Component& component, const std::vector<JtFrame>& frames) {
+  std::unordered_map<long, ApiProtoKey> listed;
+  for (const JtFrame& frame : frames) listed[frame.key.getAsLong()] = frame.secondKey;
+  const auto parentOf = [&](const ApiProtoKey& key) {
+    if (const auto found = listed.find(key.getAsLong()); found != listed.end())
+      return found->second;
+    JtwNode* node = nullptr;
+    component.root().getNodeByKey(key, node);
+    ApiProtoKey parent;
+    AttachmentType type = ATTACHMENT_DEFAULT;
+    if (node) node->getAttachmentParent(parent, type);
+    return parent;
+  };
+  std::unordered_set<long> sound;  // from these keys on there is no cycle
+  for (const JtFrame& frame : frames) {
+    std::unordered_set<long> met;
+    ApiProtoKey key = frame.key;
+    for (; !key.isNull() && !sound.contains(key.getAsLong()); key = parentOf(key))
+      if (!met.insert(key.getAsLong()).second)
+        failRefused(component.document(), "cycle",
+                    "frame " + std::to_string(frame.key.getAsLong()) +
+                        " would be attached to itself, by way of others");
+    sound.merge(met);
+  }
+}
+
 /// The keys of the frames that there are now and not among the new ones.
 std::unordered_set<long> keysThatGo(JtwCollection& collection, const std::vector<JtFrame>& frames) {
   std::unordered_set<long> keys;
@@ -163,6 +191,7 @@ ExitCode replaceList(Session& session, Component& component, const ObjectName& n
   auto& collection = static_cast<JtwCollection&>(node);
   completeKeys(component, frames);
   checkAttachments(component, collection, frames);
+  checkCycles(component, frames);
   const auto form = session.arguments().has("binary") ? FrameForm::lateLoaded : FrameForm::text;
   const std::unordered_set<long> gone = keysThatGo(collection, frames);
   if (!jtw::replaceFrames(collection, frames, form))

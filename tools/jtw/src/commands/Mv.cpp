@@ -6,6 +6,7 @@
 #include "JtwPMI.h"
 #include "NodeView.h"
 #include "Session.h"
+#include "ValueText.h"
 
 namespace tool {
 namespace {
@@ -53,7 +54,9 @@ ExitCode runMv(Session& session) {
                           " cannot be moved there: one of the two is not part of this file, or it "
                           "stands above the other in a second place");
   if (!node.isOfTypePMI()) node.forgetCached();
-  jtw::setPlacement(node, keepsPlace ? parent.absLoc().inverse() * place : place);
+  const RTTran3D location = keepsPlace ? parent.absLoc().inverse() * place : place;
+  if (!isStorable(location)) refuse(component, "its place cannot be told in its new parent");
+  jtw::setPlacement(node, location);
   if (node.isOfTypePMI()) static_cast<JtwCollection&>(parent).storeFrames();
   if (node.measurementUnitRatio() != unit)
     session.warn(component.document() + ": object " + name.text +

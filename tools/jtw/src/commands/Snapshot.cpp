@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <algorithm>
 #include <charconv>
 #include <string>
@@ -7,7 +5,6 @@
 
 #include "Command.h"
 #include "InputFile.h"
-#include "JtStorageManager.h"
 #include "Progress.h"
 #include "Session.h"
 #include "ValueText.h"
@@ -55,14 +52,13 @@ DrawingRequest readRequest(const Arguments& arguments) {
   return request;
 }
 
-void save(const Image& image, const std::string& path) {
-  const std::vector<std::byte> bytes = encodePng(image);
-  const jt::FilePiece pieces[] = {{.bytes = bytes}};
-  try {
-    JtStorageManager::current()->save(*outputLocation(path), pieces, {});
-  } catch (const JtFormatError& error) {
-    throw saveFailure(error, path);
-  }
+/// A picture never takes the place of a JT file that was meant to be looked at.
+void checkName(const std::string& output) {
+  std::string end = output.substr(output.size() - std::min<std::size_t>(output.size(), 4));
+  for (char& letter : end)
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  if (output != "-" && end != ".png")
+    failUsage("the picture's name is '" + output + "'; it has to end in .png");
 }
 
 void writeResult(Session& session, const DrawingRequest& request, const Drawing& drawing,
@@ -87,17 +83,14 @@ void writeResult(Session& session, const DrawingRequest& request, const Drawing&
 ExitCode runSnapshot(Session& session) {
   const std::string& output = session.argument(1);
   const DrawingRequest request = readRequest(session.arguments());
-  if (output == "-") {
-    if (isatty(STDOUT_FILENO) == 1)
-      failUsage("standard output is a terminal; a picture is not for reading there");
-    session.resultsToStandardError();
-  }
+  checkName(output);
+  claimOutput(session, output, false);
   const jt::Ref<JtPartition> partition = openFile(session, session.argument(0));
   const Drawing drawing = [&] {
     Progress progress(session, "drawing");
     return drawScene(*partition, request, [&progress](double share) { progress.update(share); });
   }();
-  save(drawing.image, output);
+  writeBytes(output, encodePng(drawing.image));
   for (const std::string& error : drawing.damaged)
     session.warn("a shape is not in the picture: " + error);
   if (drawing.shapes == 0) session.warn("there is no geometry to be seen; the picture is empty");
