@@ -176,7 +176,8 @@ class JT_API JtPartition : public JtGroup {
   /// of its own, with the segments that it needs.
   jt::SaveReport saveAs(JtNode* root, JtStorageLocation* location,
                         const jt::SaveOptions& options = {});
-  /// True when the scene graph differs from the opened file.
+  /// True when the scene graph, or metadata or PMI of a node, differs from the opened file. Files
+  /// that partitions below stand for do not count.
   bool isContentModified() const;
 
   int numChildren() const noexcept override;

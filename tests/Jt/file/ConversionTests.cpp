@@ -172,6 +172,22 @@ TEST(Conversion, WhatAnotherVersionCannotHoldIsDroppedWithAReason) {
   }
 }
 
+TEST(Conversion, WhatIsLeftOutOfAnotherFileIsToldByItsIdThere) {
+  MemoryStorage storage;
+  const Format ten{10, 0, false};
+  SceneBuilder scene(ten);
+  scene.partition(1, {2}).group(2, {}, {77});
+  scene.element(SceneBuilder::kUnknown, 3, 77, scene.fields().zeros(9)).marker().marker();
+  const auto other = storage.open(FileBuilder(ten).scene(scene.table({})).build());
+  const jt::Ref<JtNode> group(other->child(0));
+  ASSERT_TRUE(other->removeChild(group.get()));
+  const auto root = storage.open(fileWith({9, 5, false}, {}));  // has fewer elements
+  ASSERT_TRUE(root->addChild(group.get()));
+  const Saved saved = saveAs(storage, *root, {9, 5});
+  ASSERT_EQ(saved.warnings.size(), 1U);
+  EXPECT_NE(saved.warnings[0].message.find("(object 77)"), std::string::npos);
+}
+
 TEST(Findings, ChangedBitsOfShapesAreFoundOrHarmless) {
   MemoryStorage storage;
   std::map<std::string, int> codes;

@@ -69,6 +69,31 @@ TEST(PMIEdit, LoadingIsNoChangeAndAChangeIsSavedInPlace) {
   }
 }
 
+TEST(PMIEdit, AChangeBelowAnUntouchedPartFileIsSaved) {
+  MemoryStorage storage;
+  const auto naming = [](const char* part) {
+    SceneBuilder scene(kDim9.format);
+    scene.partition(1, {2, 3}).partition(2, {}, part).partition(3, {}, part);
+    return FileBuilder(kDim9.format).scene(scene.marker().marker().table({})).build();
+  };
+  storage["top"] = naming("middle");
+  const Bytes middle = storage["middle"] = naming("leaf");
+  storage["leaf"] = fileOf(kDim9);
+  const auto root = storage.open("top");
+  ASSERT_TRUE(JtPartition::openAllPartitions(root.get(), true));
+  auto* leaf = jt::as<JtPartition>(root->child(0)->child(0)->child(1)->child(0));
+  ASSERT_NE(leaf, nullptr);
+  EXPECT_EQ(leaf->numParents(), 2);
+  EXPECT_FALSE(leaf->isContentModified());
+  PMIDataManager& pmi = *pmiNode(*leaf).pmi();
+  pmi.addGenericEntity(entityNamed(pmi, "burr"));
+  EXPECT_TRUE(leaf->isContentModified());
+  root->save();
+  EXPECT_EQ(storage["middle"], middle);
+  const auto again = storage.open("leaf");
+  EXPECT_EQ(summaryOf(*pmiNode(*again).pmi()), summaryOf(pmi));
+}
+
 TEST(PMIEdit, AnEntityLeavesWithItsAssociationsAndItsTag) {
   for (const PMIVector& vector : {kDim9, kDim105}) {
     SCOPED_TRACE(vector.name);

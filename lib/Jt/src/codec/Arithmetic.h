@@ -47,6 +47,11 @@ class ArithmeticStream {
   static bool canDecode(const ContextTable& table) noexcept {
     return table.total < kTotalLimit && table.entries.size() <= 0x10000;
   }
+  /// Bytes that a stream holds until it is decoded.
+  static std::uint64_t memoryFor(const WordBits& bits, const ContextTable& table) noexcept {
+    return bits.left() / 8 + table.total * sizeof(std::uint16_t) +
+           table.entries.size() * sizeof(Entry);
+  }
 
   /// @param out where the values go; must outlive the stream @pre canDecode(table)
   ArithmeticStream(WordBits bits, const ContextTable& table, OutOfBand outOfBand,

@@ -32,6 +32,12 @@ class Budget {
   static Budget forInput(std::size_t size, std::uint64_t most = std::uint64_t{1} << 30);
   /// Throws JtFormatError "too_large" when more than what is left would be taken.
   void spend(std::uint64_t bytes, std::optional<std::size_t> offset = {});
+  /// False, and nothing is taken, when that is more than what is left.
+  bool trySpend(std::uint64_t bytes) noexcept {
+    if (bytes > left_) return false;
+    left_ -= bytes;
+    return true;
+  }
 
  private:
   std::uint64_t left_;

@@ -278,7 +278,9 @@ class PacketReader {
       return;
     }
     values = make(count);
-    if (ArithmeticStream::canDecode(tables[0])) {
+    // Waiting for other streams takes memory and a direct table, which has to pay.
+    if (ArithmeticStream::canDecode(tables[0]) && count >= tables[0].total / 8 &&
+        budget_.trySpend(ArithmeticStream::memoryFor(bits, tables[0]))) {
       batch_.streams_.emplace_back(bits, tables[0], std::move(outOfBand), values);
     } else {
       decodeArithmetic(bits, tables, count, outOfBand, values);

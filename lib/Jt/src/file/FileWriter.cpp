@@ -139,14 +139,14 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
   return segment;
 }
 
-/// A segment in another version. @param changed what stands for the segment's own object; may be
+/// A segment in another version. @param changed what stands for the segment's own objects; may be
 /// null
-FileWriter::Segment FileWriter::converted(const TocEntry& entry, const NewSegment* changed) {
+FileWriter::Segment FileWriter::converted(const TocEntry& entry, const Changes* changed) {
   constexpr const char* kReason = "the version changes";
   if (changed) {
     codec::Report losses;
-    Buffer bytes = writeSegmentObject(*changed->object, entry.id, entry.type(), format_,
-                                      options_.compressionLevel, &losses);
+    Buffer bytes = writeSegmentObjects(changed->objects, entry.id, entry.type(), format_,
+                                       options_.compressionLevel, &losses);
     for (const codec::Remark& loss : losses.remarks) warn(loss.code, loss.message);
     return rewritten(entry, std::move(bytes), kReason);
   }
@@ -170,8 +170,14 @@ void FileWriter::planExisting(const EncodedScene& scene) {
   const bool whole = &partition_ == &top_;
   const std::unordered_set<JtGuid> named(scene.namedSegments.begin(), scene.namedSegments.end());
   const std::unordered_set<JtGuid> before = segmentsNamedIn(*source_);
-  std::unordered_map<JtGuid, const NewSegment*> changes;
-  for (const NewSegment& segment : scene.newSegments) changes.emplace(segment.id, &segment);
+  // Metadata and PMI may lie side by side in one segment.
+  std::unordered_map<JtGuid, Changes> changes;
+  for (const NewSegment& segment : scene.newSegments) {
+    Changes& same = changes[segment.id];
+    if (same.objects.empty()) same.reason = segment.reason;
+    if (std::ranges::find(same.objects, segment.object.get()) == same.objects.end())
+      same.objects.push_back(segment.object.get());
+  }
   std::uint64_t total = 0;
   for (const TocEntry& entry : container_->toc()) {
     total += entry.length;
@@ -183,7 +189,7 @@ void FileWriter::planExisting(const EncodedScene& scene) {
     const bool isLost = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
                         (!whole || before.contains(entry.id));
     const auto change = changes.find(entry.id);
-    const NewSegment* changed = change == changes.end() ? nullptr : change->second;
+    const Changes* changed = change == changes.end() ? nullptr : &change->second;
     if (isScene) {
       segments_.push_back(rewritten(entry, std::move(sceneBytes_), sceneReason_));
     } else if (!sameForm_ && !changed && converter_.convert(*container_, entry).isDropped()) {
@@ -195,7 +201,7 @@ void FileWriter::planExisting(const EncodedScene& scene) {
     } else if (changed) {
       segments_.push_back(rewritten(
           entry,
-          replaceSegmentObject(*container_, entry, *changed->object, options_.compressionLevel),
+          replaceSegmentObjects(*container_, entry, changed->objects, options_.compressionLevel),
           changed->reason));
     } else {
       segments_.push_back(copied(entry));
@@ -220,7 +226,18 @@ void FileWriter::planNew(EncodedScene& scene) {
     if (isMissing(segment.id)) made.push_back(&segment);
   std::vector<Buffer> bytes(made.size());
   std::vector<codec::Report> losses(made.size());
-  parallelFor(made.size(), [&](std::size_t i) { bytes[i] = encodeNew(*made[i], losses[i]); });
+  // Objects of applications serialise on the caller's thread only.
+  std::vector<std::size_t> shapes;
+  for (std::size_t i = 0; i < made.size(); ++i) {
+    if (as<ShapeGeometry>(made[i]->object.get())) {
+      shapes.push_back(i);
+    } else {
+      bytes[i] = encodeNew(*made[i], losses[i]);
+    }
+  }
+  parallelFor(shapes.size(), [&](std::size_t i) {
+    bytes[shapes[i]] = encodeNew(*made[shapes[i]], losses[shapes[i]]);
+  });
   for (std::size_t i = 0; i < made.size(); ++i) {
     for (const codec::Remark& loss : losses[i].remarks) warn(loss.code, loss.message);
     add(made[i]->id, made[i]->type, std::move(bytes[i]), made[i]->reason);
@@ -241,7 +258,7 @@ void FileWriter::planNew(EncodedScene& scene) {
     if (segment.owned.size() > 0) segment.bytes = segment.owned.bytes();  // may have been moved
 }
 
-/// Safe from several threads.
+/// Safe from several threads for shape geometry.
 Buffer FileWriter::encodeNew(const NewSegment& segment, codec::Report& losses) const {
   const auto* geometry = as<ShapeGeometry>(segment.object.get());
   if (!geometry)

@@ -31,6 +31,12 @@ class FileWriter {
     bool isGap = false;  ///< bytes between segments: no row in the table of contents
   };
 
+  /// What goes into the place of objects of one segment.
+  struct Changes {
+    std::vector<const JtBase*> objects;
+    std::string reason;
+  };
+
   void checkVersion() const;
   bool isUntouched() const;
   void planExisting(const EncodedScene& scene);
@@ -38,7 +44,7 @@ class FileWriter {
   void planGaps();
   Segment copied(const TocEntry& entry) const;
   Segment rewritten(const TocEntry& entry, Buffer bytes, std::string reason) const;
-  Segment converted(const TocEntry& entry, const NewSegment* changed);
+  Segment converted(const TocEntry& entry, const Changes* changed);
   Segment dropped(const TocEntry& entry, std::string reason) const;
   Buffer frontMatter();
   StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);

@@ -218,7 +218,7 @@ bool SceneWriter::skipsInConversion(const Item& item) {
     throw JtFormatError("not_convertible",
                         what + " cannot be converted to another version of the format",
                         from->position(from->offset(element)));
-  leaveOut(what, element);
+  leaveOut(what, from->objectId(element));
   if (item.object) leftOut_.insert(item.object);
   return true;
 }
@@ -233,11 +233,9 @@ bool SceneWriter::skipsNew(const JtSceneObject& object) {
   return true;
 }
 
-void SceneWriter::leaveOut(const std::string& what, std::uint32_t element) {
-  result_.warnings.push_back(
-      {"not_convertible", what + " (object " +
-                              std::to_string(source_ ? source_->objectId(element) : 0) +
-                              ") was left out: it cannot be converted"});
+void SceneWriter::leaveOut(const std::string& what, std::int32_t id) {
+  result_.warnings.push_back({"not_convertible", what + " (object " + std::to_string(id) +
+                                                     ") was left out: it cannot be converted"});
 }
 
 // --- Properties
@@ -452,7 +450,7 @@ void SceneWriter::writeItem(ByteSink& out, const Item& item) {
   source_->bind(*read, item.element);
   const Item bound{read.get(), item.element, item.id};
   if (!damage.empty()) {
-    leaveOut(damage, item.element);
+    leaveOut(damage, item.id);
   } else if (!skipsInConversion(bound)) {
     writeObject(out, bound, &links);
   }

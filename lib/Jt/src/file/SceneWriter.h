@@ -95,7 +95,8 @@ class SceneWriter {
   void tellLosses();
   /// True for an object made in memory that this form cannot hold; says so.
   bool skipsNew(const JtSceneObject& object);
-  void leaveOut(const std::string& what, std::uint32_t element);
+  /// @param id of the object in the file that it is from
+  void leaveOut(const std::string& what, std::int32_t id);
 
   const JtNode& root_;
   SceneSource* source_;

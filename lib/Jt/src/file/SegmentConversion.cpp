@@ -96,10 +96,14 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   if (shape.bits[2] > 0) options.textureBits = shape.bits[2];
   if (shape.bits[3] > 0) options.colourBits = shape.bits[3];
   codec::Report losses;
+  losses.remarks = shape.remarks;
   ConvertedSegment result =
       made(writeShapeSegment(shape.mesh, entry.id, entry.type(), format_, options, losses, level_));
   if (shape.kind->isPrimitives)
     losses.add("primitives", "primitives are stored as triangles in another version");
+  if (elements.size() > 1)
+    losses.add("further_elements",
+               "only one element with geometry of a shape segment goes into another version");
   result.losses = std::move(losses.remarks);
   return result;
 }

@@ -1,5 +1,6 @@
 #include "SegmentObjects.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "JtBaseDataStream.h"
@@ -64,6 +65,37 @@ void writeElement(Writer& writer, ElementFrame frame, std::span<const std::byte>
                                            kLengthSize + body.size());
   fields(writer, frame, hasId);
   writer.append(body);
+}
+
+void writeNewElement(ByteSink& content, const JtGuid& typeId, std::uint8_t baseType,
+                     std::span<const std::byte> body, const Format& format) {
+  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - kFrameSize)
+    throw JtFormatError("too_large", "an element of " + std::to_string(body.size()) +
+                                         " bytes cannot be stored; divide it");
+  Writer writer(content, format);
+  writeElement(writer, {0, typeId, baseType, 0}, body);
+}
+
+/// A whole segment around new elements.
+Buffer finishSegment(ByteSink& content, const JtGuid& id, std::int32_t type, const Format& format,
+                     int level) {
+  if (format.has(Feature::segmentObjectIds)) {  // 8.x writers end with the element
+    writeEndMarker(content, format);
+    Writer writer(content, format);
+    writer("propertyTableVersion", std::int16_t{1});
+    writer("propertyTableCount", std::int32_t{0});
+  }
+  return writeSegment(content.bytes(), id, type, format, level);
+}
+
+/// A segment has one place for objects of a type.
+void checkTypes(std::span<const JtBase* const> objects) {
+  for (std::size_t i = 1; i < objects.size(); ++i)
+    for (std::size_t k = 0; k < i; ++k)
+      if (objects[i]->typeID() == objects[k]->typeID())
+        throw JtFormatError("segment_shared", std::string("two changed objects of type ") +
+                                                  objects[i]->typeID()->name() +
+                                                  " go to one segment; change only one of them");
 }
 
 }  // namespace
@@ -133,41 +165,58 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
 
 Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
                           const Format& format, int level, codec::Report* losses) {
-  return writeElementSegment(object.typeID()->guid(), kOtherBaseType,
-                             bodyOf(object, format, losses).bytes(), id, type, format, level);
+  const JtBase* const objects[] = {&object};
+  return writeSegmentObjects(objects, id, type, format, level, losses);
+}
+
+Buffer writeSegmentObjects(std::span<const JtBase* const> objects, const JtGuid& id,
+                           std::int32_t type, const Format& format, int level,
+                           codec::Report* losses) {
+  checkTypes(objects);
+  ByteSink content;
+  for (const JtBase* object : objects)
+    writeNewElement(content, object->typeID()->guid(), kOtherBaseType,
+                    bodyOf(*object, format, losses).bytes(), format);
+  return finishSegment(content, id, type, format, level);
 }
 
 Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
                            std::span<const std::byte> body, const JtGuid& id, std::int32_t type,
                            const Format& format, int level) {
-  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - kFrameSize)
-    throw JtFormatError("too_large", "an element of " + std::to_string(body.size()) +
-                                         " bytes cannot be stored; divide it");
   ByteSink content;
-  Writer writer(content, format);
-  writeElement(writer, {0, typeId, baseType, 0}, body);
-  if (format.has(Feature::segmentObjectIds)) {  // 8.x writers end with the element
-    writeEndMarker(content, format);
-    writer("propertyTableVersion", std::int16_t{1});
-    writer("propertyTableCount", std::int32_t{0});
-  }
-  return writeSegment(content.bytes(), id, type, format, level);
+  writeNewElement(content, typeId, baseType, body, format);
+  return finishSegment(content, id, type, format, level);
 }
 
-Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, const JtBase& object,
-                            int level, codec::Report* losses) {
+Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
+                             std::span<const JtBase* const> objects, int level) {
+  checkTypes(objects);
   const Format& format = container.format();
   const SegmentContent old = container.load(entry);
+  std::vector<const JtBase*> left(objects.begin(), objects.end());
+  ByteSink content;
+  Writer writer(content, format);
+  std::size_t copied = 0;  // how far `old` has been taken over
+  std::size_t end = 0;     // of the last element
   for (const SegmentElement& element : segmentElements(old.bytes, format)) {
-    if (element.frame.typeId != object.typeID()->guid()) continue;
-    ByteSink content;
-    content.append(old.bytes.first(element.offset));
-    Writer writer(content, format);
-    writeElement(writer, element.frame, bodyOf(object, format, losses).bytes());
-    writer.append(old.bytes.subspan(element.bodyOffset + element.body.size()));
-    return writeSegment(content.bytes(), entry.id, entry.type(), format, level);
+    end = element.bodyOffset + element.body.size();
+    const auto object = std::ranges::find_if(left, [&](const JtBase* candidate) {
+      return candidate->typeID()->guid() == element.frame.typeId;
+    });
+    if (object == left.end()) continue;
+    writer.append(old.bytes.subspan(copied, element.offset - copied));
+    writeElement(writer, element.frame, bodyOf(**object, format, nullptr).bytes());
+    copied = end;
+    left.erase(object);
   }
-  return writeSegmentObject(object, entry.id, entry.type(), format, level, losses);
+  if (left.size() == objects.size())
+    return writeSegmentObjects(objects, entry.id, entry.type(), format, level);
+  writer.append(old.bytes.subspan(copied, end - copied));
+  for (const JtBase* object : left)
+    writeNewElement(content, object->typeID()->guid(), kOtherBaseType,
+                    bodyOf(*object, format, nullptr).bytes(), format);
+  writer.append(old.bytes.subspan(end));
+  return writeSegment(content.bytes(), entry.id, entry.type(), format, level);
 }
 
 void writeEndMarker(ByteSink& out, const Format& format) {

@@ -38,15 +38,22 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
 Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
                           const Format& format, int level, codec::Report* losses = nullptr);
 
+/// The same around several objects, of a type each.
+Buffer writeSegmentObjects(std::span<const JtBase* const> objects, const JtGuid& id,
+                           std::int32_t type, const Format& format, int level,
+                           codec::Report* losses = nullptr);
+
 /// A whole segment of one element with a finished body. Throws JtFormatError when it is too large.
 Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
                            std::span<const std::byte> body, const JtGuid& id, std::int32_t type,
                            const Format& format, int level);
 
-/// A segment of a file with one object in the place of the element that it was read from. Other
-/// elements of the segment and what follows them stay as they are. Throws JtFormatError.
-Buffer replaceSegmentObject(const Container& container, const TocEntry& entry, const JtBase& object,
-                            int level, codec::Report* losses = nullptr);
+/// A segment of a file with objects, of a type each, in the place of the elements that they were
+/// read from. Other elements of the segment and what follows them stay as they are. A segment with
+/// no element of these types is replaced. Throws JtFormatError, "segment_shared" when two objects
+/// are of one type.
+Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
+                             std::span<const JtBase* const> objects, int level);
 
 /// The element that ends a list.
 void writeEndMarker(ByteSink& out, const Format& format);

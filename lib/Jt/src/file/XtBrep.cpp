@@ -44,16 +44,24 @@ bool readTen(Reader& ar, XtFrame& frame) {
   ar("kernelMinorVersion", frame.kernelMinor);
   ar("kernelBuildNumber", frame.kernelBuild);
   const auto rest = ar.rest();
+  std::optional<std::span<const std::byte>> found;
   for (const std::size_t at : {std::size_t{0}, std::size_t{1}}) {
     if (rest.size() < at + 4) continue;
     const auto length = loadScalar<std::int32_t>(rest.data() + at, ar.format().bigEndian);
-    if (length < 0 || static_cast<std::size_t>(length) > rest.size() - at - 4) continue;
+    const std::size_t most = rest.size() - at - 4;
+    if (length < 0 || static_cast<std::size_t>(length) > most) continue;
     const auto data = rest.subspan(at + 4, static_cast<std::size_t>(length));
     if (!looksLikeXt(data)) continue;
-    frame.data.assign(data.begin(), data.end());
-    return true;
+    const bool endsTheElement = data.size() == most;
+    // Attributes may follow, so that not every length ends the element; a length that is read a
+    // byte off may fit as well then.
+    if (found && !endsTheElement && data.size() != found->size()) return false;
+    found = data;
+    if (endsTheElement) break;
   }
-  return false;
+  if (!found) return false;
+  frame.data.assign(found->begin(), found->end());
+  return true;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <unordered_set>
 
 #include "JtFormatError.h"
 #include "file/FileWriter.h"
@@ -36,6 +37,7 @@ JtPartition::JtPartition(JtGroup* parent, bool resident) : openCount_(resident ?
 }
 
 JtPartition::~JtPartition() {
+  if (scene_) scene_->shapes().stopLoading();
   std::vector<jt::Ref<JtNode>> children;
   JtPartition::releaseChildren(children);
   dismantle(children);
@@ -249,20 +251,54 @@ void JtPartition::setShapeEncoding(const std::optional<jt::ShapeEncoding>& encod
 }
 
 bool JtPartition::isContentModified() const {
-  return jt::file::SceneWriter::isChanged(*this, scene_.get());
+  using jt::file::SceneWriter;
+  return SceneWriter::isChanged(*this, scene_.get()) ||
+         !SceneWriter::changedMetaData(SceneWriter::nodesOf(*this)).empty();
 }
+
+namespace {
+
+/// A partition file below another one, and the encoding that it gets from there.
+struct ExternalFile {
+  JtPartition* partition;
+  std::optional<jt::ShapeEncoding> encoding;
+};
+
+/// The opened files of all levels below `top`, outermost first, each once.
+std::vector<ExternalFile> externalFilesBelow(JtPartition& top,
+                                             const std::optional<jt::ShapeEncoding>& encoding) {
+  std::vector<ExternalFile> files{{&top, encoding}};
+  std::unordered_set<const JtPartition*> seen{&top};
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    const ExternalFile file = files[i];
+    const auto own = file.partition->shapeEncoding();
+    for (const JtNode* node : jt::file::SceneWriter::nodesOf(*file.partition)) {
+      const auto* inner = jt::as<JtPartition>(node);
+      JtPartition* other = inner ? inner->externalPartition() : nullptr;
+      if (other && seen.insert(other).second) files.push_back({other, own ? own : file.encoding});
+    }
+  }
+  files.erase(files.begin());
+  return files;
+}
+
+}  // namespace
 
 jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOptions& options) {
   JtStorageLocation* target = location ? location : location_.get();
   if (!target)
     throw JtFormatError("no_location", "the partition has no storage location to be saved to");
   if (!options.dryRun) {
-    jt::SaveOptions inherited;
-    inherited.shapeEncoding = shapeEncoding_ ? shapeEncoding_ : options.shapeEncoding;
-    for (const JtNode* node : jt::file::SceneWriter::nodesOf(*this)) {
-      const auto* inner = jt::as<JtPartition>(node);
-      JtPartition* other = inner ? inner->externalPartition() : nullptr;
-      if (other && other->isContentModified()) other->save(nullptr, inherited);
+    // A file may stand below one that was not changed, and in many places.
+    const std::vector<ExternalFile> files = externalFilesBelow(*this, options.shapeEncoding);
+    for (auto file = files.rbegin(); file != files.rend(); ++file) {
+      JtPartition& other = *file->partition;
+      if (!other.isContentModified()) continue;
+      if (!other.location_)
+        throw JtFormatError("no_location", "a partition file has no storage location");
+      jt::SaveOptions inherited;
+      inherited.shapeEncoding = file->encoding;
+      jt::file::FileWriter(other, other, inherited).save(*other.location_);
     }
   }
   return jt::file::FileWriter(*this, *this, options).save(*target);

@@ -151,8 +151,10 @@ class Merge {
   void tags() {
     const auto ownCounts = file::taggedByKind(to_);
     const auto counts = file::taggedByKind(from_);
-    const auto offset = static_cast<std::int32_t>(to_.cadTags.tags->size());
-    for (std::int32_t& index : from_.cadTags.indices) index += offset;
+    const auto offset = static_cast<std::uint32_t>(to_.cadTags.tags->size());
+    // Unsigned, since an index from a file may be any number.
+    for (std::int32_t& index : from_.cadTags.indices)
+      index = static_cast<std::int32_t>(static_cast<std::uint32_t>(index) + offset);
     std::vector<std::int32_t> merged;
     auto own = to_.cadTags.indices.begin();
     auto other = from_.cadTags.indices.begin();
