@@ -22,8 +22,9 @@ inline Bytes pmiContent(const jt::file::Format& format, std::span<const std::byt
   return out.put(std::int16_t{1}).i32(0).bytes();
 }
 
-/// A partition with one Meta Data Node, whose PMI is segment 2.
-inline Bytes pmiFile(const jt::file::Format& format, std::span<const std::byte> content) {
+/// A partition with one Meta Data Node, whose PMI is segment 2; its metadata too when asked for.
+inline Bytes pmiFile(const jt::file::Format& format, std::span<const std::byte> content,
+                     bool hasMetaData = false) {
   SceneBuilder scene(format);
   Fields late = scene.fields().version(2).put(std::uint32_t{0}).version(2);
   late.put(FileBuilder::id(2)).i32(4);
@@ -34,9 +35,9 @@ inline Bytes pmiFile(const jt::file::Format& format, std::span<const std::byte> 
                                  : scene.fields().group({}).version())
       .marker()
       .text(90, "JT_LLPROP_PMI")
-      .element(SceneBuilder::kLate, 8, 91, late)
-      .marker()
-      .table({{2, 90, 91}});
+      .element(SceneBuilder::kLate, 8, 91, late);
+  if (hasMetaData) scene.text(92, "JT_LLPROP_METADATA").element(SceneBuilder::kLate, 8, 93, late);
+  scene.marker().table({hasMetaData ? std::vector{2, 90, 91, 92, 93} : std::vector{2, 90, 91}});
   return FileBuilder(format).scene(scene).packed(2, 4, content).build();
 }
 
