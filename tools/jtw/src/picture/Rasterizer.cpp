@@ -152,7 +152,7 @@ Image Rasterizer::image() const {
       }
       auto* pixel = &image.rgba[(row * image.width + column) * 4];
       for (std::size_t i = 0; i < 3; ++i)
-        pixel[i] = alpha == 0 ? 0 : static_cast<std::uint8_t>((sum[i] + alpha / 2) / alpha);
+        if (alpha > 0) pixel[i] = static_cast<std::uint8_t>((sum[i] + alpha / 2) / alpha);
       pixel[3] = static_cast<std::uint8_t>((alpha + count / 2) / count);
     }
   }
