@@ -171,8 +171,9 @@ TEST(Vectors, MetaDataIsReadOnDemandAndWrittenBackAsItWas) {
     EXPECT_EQ(text->value(), JtString("bracket"));
     EXPECT_EQ(number->value(), 7);
     EXPECT_EQ(date->value(), (jt::DateFields{2024, 2, 5, 6, 7, 8}));
-    const Buffer made = writeSegmentObject(*part->metaData(), FileBuilder::id(2), 4,
-                                           root->container()->format(), 6);
+    SegmentBuilder segment(root->container()->format());
+    segment.add(*part->metaData());
+    const Buffer made = std::move(segment).finish(FileBuilder::id(2), 4, 6);
     const Bytes again(made.bytes().begin(), made.bytes().end());
     const Bytes file =
         FileBuilder(root->container()->format()).segment(1, 1, again).segment(2, 4, again).build();

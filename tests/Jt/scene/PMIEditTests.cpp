@@ -96,16 +96,9 @@ TEST(PMIEdit, AChangeBelowAnUntouchedPartFileIsSaved) {
 
 TEST(PMIEdit, MetaDataAndPMIOfOneSegmentAreSavedTogether) {
   MemoryStorage storage;
-  Fields bag(kDim9.format);
-  bag.version();
-  for (const char* key : {"keep", "drop"})
-    bag.put(JtString(key)).put(std::uint8_t{1}).put(JtString("x"));
-  bag.put(JtString());
   Fields content(kDim9.format);
-  content.i32(static_cast<std::int32_t>(21 + bag.bytes().size()));
-  content.put(*JtGuid::parse("ce357247-38fb-11d1-a506-006097bdc6e1")).put(std::uint8_t{9}).i32(0);
-  content.raw(bag).raw(kDim9.content());
-  const auto root = storage.open(pmiFile(kDim9.format, content, true));
+  content.raw(metaDataElement(kDim9.format, {"keep", "drop"})).raw(kDim9.content());
+  const auto root = storage.open(pmiFile(kDim9.format, content.bytes(), true));
   VisMetaDataNode& node = pmiNode(*root);
   ASSERT_TRUE(node.ensureMetaData() && node.pmi()) << jt::lastError();
   ASSERT_TRUE(node.deleteProperty(jt::make<JtStringPropAtom>(JtString("drop")).get()));

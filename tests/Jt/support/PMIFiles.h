@@ -22,6 +22,21 @@ inline Bytes pmiContent(const jt::file::Format& format, std::span<const std::byt
   return out.put(std::int16_t{1}).i32(0).bytes();
 }
 
+/// An element with metadata: a text for each key.
+inline Bytes metaDataElement(const jt::file::Format& format,
+                             std::initializer_list<const char*> keys) {
+  Fields body(format);
+  body.version();
+  for (const char* key : keys) body.put(JtString(key)).put(std::uint8_t{1}).put(JtString("x"));
+  body.put(JtString());
+  const bool hasId = format.has(jt::file::Feature::segmentObjectIds);
+  Fields out(format);
+  out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.bytes().size()));
+  out.put(*JtGuid::parse("ce357247-38fb-11d1-a506-006097bdc6e1")).put(std::uint8_t{9});
+  if (hasId) out.i32(0);
+  return out.raw(body).bytes();
+}
+
 /// A partition with one Meta Data Node, whose PMI is segment 2; its metadata too when asked for.
 inline Bytes pmiFile(const jt::file::Format& format, std::span<const std::byte> content,
                      bool hasMetaData = false) {

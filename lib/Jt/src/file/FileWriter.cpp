@@ -46,7 +46,8 @@ FileWriter::FileWriter(JtPartition& partition, JtPartition& top, const SaveOptio
           partition.shapeEncoding().value_or(options.shapeEncoding.value_or(ShapeEncoding{}))),
       sameForm_(container_ && container_->format().sameFormAs(format_)),
       sameVersion_(container_ && container_->format() == format_),
-      converter_(format_, encoding_, options.compressionLevel) {}
+      converter_(format_, encoding_, options.compressionLevel),
+      places_(container_, converter_) {}
 
 /// Every version that was read can be written back; others only where the whole form is known.
 void FileWriter::checkVersion() const {
@@ -77,12 +78,10 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
   } else {
     if (!container_ || SceneWriter::isChanged(top_, source_)) top_.growBounds();
     ShapePlan::prepare(top_, encoding_, format_);
-    SceneWriter scene(top_, source_, format_);
+    for (ChangedObject& changed : SceneWriter::changedMetaData(SceneWriter::nodesOf(top_)))
+      converter_.setChanged(*changed.entry, std::move(changed.object), changed.reason);
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
-    scene.setKeepsSegment([this](const Container& from, const TocEntry& entry) {
-      return !converter_.convert(from, entry).isDropped();
-    });
-    takeScene(scene.encode());
+    takeScene(SceneWriter(top_, source_, format_, places_).encode());
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
     std::vector<const Segment*> order;
@@ -115,6 +114,7 @@ void FileWriter::takeScene(EncodedScene scene) {
   scene.bytes = {};
   if (container_) planExisting(scene);
   planNew(scene);
+  planForeign();
   if (sameForm_ && &partition_ == &top_) planGaps();
 }
 
@@ -139,22 +139,13 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
   return segment;
 }
 
-/// A segment in another version. @param changed what stands for the segment's own objects; may be
-/// null
-FileWriter::Segment FileWriter::converted(const TocEntry& entry, const Changes* changed) {
-  constexpr const char* kReason = "the version changes";
-  if (changed) {
-    codec::Report losses;
-    Buffer bytes = writeSegmentObjects(changed->objects, entry.id, entry.type(), format_,
-                                       options_.compressionLevel, &losses);
-    for (const codec::Remark& loss : losses.remarks) warn(loss.code, loss.message);
-    return rewritten(entry, std::move(bytes), kReason);
-  }
+/// A segment with what was changed in it, in the form of the new file.
+FileWriter::Segment FileWriter::converted(const TocEntry& entry) {
   const ConvertedSegment& result = converter_.convert(*container_, entry);
   for (const codec::Remark& loss : result.losses) warn(loss.code, loss.message);
   if (result.isSame) return copied(entry);
   if (result.isDropped()) return dropped(entry, result.reason);
-  Segment segment = rewritten(entry, {}, kReason);
+  Segment segment = rewritten(entry, {}, result.reason);
   segment.bytes = result.bytes->bytes();
   return segment;
 }
@@ -170,14 +161,6 @@ void FileWriter::planExisting(const EncodedScene& scene) {
   const bool whole = &partition_ == &top_;
   const std::unordered_set<JtGuid> named(scene.namedSegments.begin(), scene.namedSegments.end());
   const std::unordered_set<JtGuid> before = segmentsNamedIn(*source_);
-  // Metadata and PMI may lie side by side in one segment.
-  std::unordered_map<JtGuid, Changes> changes;
-  for (const NewSegment& segment : scene.newSegments) {
-    Changes& same = changes[segment.id];
-    if (same.objects.empty()) same.reason = segment.reason;
-    if (std::ranges::find(same.objects, segment.object.get()) == same.objects.end())
-      same.objects.push_back(segment.object.get());
-  }
   std::uint64_t total = 0;
   for (const TocEntry& entry : container_->toc()) {
     total += entry.length;
@@ -188,82 +171,77 @@ void FileWriter::planExisting(const EncodedScene& scene) {
     const bool isScene = &entry == &container_->sceneEntry();
     const bool isLost = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
                         (!whole || before.contains(entry.id));
-    const auto change = changes.find(entry.id);
-    const Changes* changed = change == changes.end() ? nullptr : &change->second;
     if (isScene) {
       segments_.push_back(rewritten(entry, std::move(sceneBytes_), sceneReason_));
-    } else if (!sameForm_ && !changed && converter_.convert(*container_, entry).isDropped()) {
-      segments_.push_back(converted(entry, nullptr));
-    } else if (isLost) {
+    } else if (isLost && !converter_.convert(*container_, entry).isDropped()) {
       segments_.push_back(dropped(entry, "nothing names it any more"));
-    } else if (!sameForm_) {
-      segments_.push_back(converted(entry, changed));
-    } else if (changed) {
-      segments_.push_back(rewritten(
-          entry,
-          replaceSegmentObjects(*container_, entry, changed->objects, options_.compressionLevel),
-          changed->reason));
     } else {
-      segments_.push_back(copied(entry));
+      segments_.push_back(converted(entry));
     }
   }
 }
 
-void FileWriter::planNew(EncodedScene& scene) {
-  const auto add = [&](const JtGuid& id, std::int32_t type, Buffer bytes, std::string reason) {
-    Segment& segment = segments_.emplace_back();
-    segment.action = {id, type, SegmentAction::Kind::added, std::move(reason)};
-    segment.owned = std::move(bytes);
-    segment.sourceOffset = std::numeric_limits<std::uint64_t>::max();  // behind everything
-  };
-  if (!container_) add(sceneId_, 1, std::move(sceneBytes_), sceneReason_);
-  std::unordered_set<JtGuid> added;
-  const auto isMissing = [&](const JtGuid& id) {
-    return !(container_ && container_->find(id)) && added.insert(id).second;
-  };
-  std::vector<const NewSegment*> made;
-  for (const NewSegment& segment : scene.newSegments)
-    if (isMissing(segment.id)) made.push_back(&segment);
+void FileWriter::addSegment(const JtGuid& id, std::int32_t type, Buffer bytes, std::string reason) {
+  Segment& segment = segments_.emplace_back();
+  segment.action = {id, type, SegmentAction::Kind::added, std::move(reason)};
+  segment.owned = std::move(bytes);
+  segment.bytes = segment.owned.bytes();
+  segment.sourceOffset = std::numeric_limits<std::uint64_t>::max();  // behind everything
+}
+
+void FileWriter::planNew(const EncodedScene& scene) {
+  if (!container_) addSegment(sceneId_, 1, std::move(sceneBytes_), sceneReason_);
+  const std::vector<NewSegment>& made = scene.newSegments;
   std::vector<Buffer> bytes(made.size());
   std::vector<codec::Report> losses(made.size());
   // Objects of applications serialise on the caller's thread only.
   std::vector<std::size_t> shapes;
   for (std::size_t i = 0; i < made.size(); ++i) {
-    if (as<ShapeGeometry>(made[i]->object.get())) {
+    if (as<ShapeGeometry>(made[i].object.get())) {
       shapes.push_back(i);
     } else {
-      bytes[i] = encodeNew(*made[i], losses[i]);
+      bytes[i] = encodeNew(made[i], losses[i]);
     }
   }
   parallelFor(shapes.size(), [&](std::size_t i) {
-    bytes[shapes[i]] = encodeNew(*made[shapes[i]], losses[shapes[i]]);
+    bytes[shapes[i]] = encodeNew(made[shapes[i]], losses[shapes[i]]);
   });
   for (std::size_t i = 0; i < made.size(); ++i) {
     for (const codec::Remark& loss : losses[i].remarks) warn(loss.code, loss.message);
-    add(made[i]->id, made[i]->type, std::move(bytes[i]), made[i]->reason);
+    addSegment(made[i].id, made[i].type, std::move(bytes[i]), "it is new");
   }
-  for (const auto& [from, entry] : scene.foreignSegments) {
-    if (!isMissing(entry->id)) continue;
+}
+
+/// Segments of the files that nodes came from.
+void FileWriter::planForeign() {
+  for (const auto& [from, entry, id] : places_.foreign()) {
     const ConvertedSegment& result = converter_.convert(*from, *entry);
     for (const codec::Remark& loss : result.losses) warn(loss.code, loss.message);
-    add(entry->id, entry->type(), {}, "it comes from another file");
     if (result.isDropped()) {
+      addSegment(entry->id, entry->type(), {}, result.reason);
       segments_.back().action.kind = SegmentAction::Kind::dropped;
-      segments_.back().action.reason = result.reason;
+      continue;
+    }
+    const auto bytes = result.isSame ? from->segmentBytes(*entry) : result.bytes->bytes();
+    if (id == entry->id) {
+      addSegment(id, entry->type(), {}, "it comes from another file");
+      segments_.back().bytes = bytes;
     } else {
-      segments_.back().bytes = result.isSame ? from->segmentBytes(*entry) : result.bytes->bytes();
+      addSegment(id, entry->type(), renamedSegment(bytes, id, format_),
+                 "it comes from another file, and its id " + entry->id.text() +
+                     " is that of another segment here");
     }
   }
-  for (Segment& segment : segments_)
-    if (segment.owned.size() > 0) segment.bytes = segment.owned.bytes();  // may have been moved
 }
 
 /// Safe from several threads for shape geometry.
 Buffer FileWriter::encodeNew(const NewSegment& segment, codec::Report& losses) const {
   const auto* geometry = as<ShapeGeometry>(segment.object.get());
-  if (!geometry)
-    return writeSegmentObject(*segment.object, segment.id, segment.type, format_,
-                              options_.compressionLevel, &losses);
+  if (!geometry) {
+    SegmentBuilder made(format_);
+    made.add(*segment.object, &losses);
+    return std::move(made).finish(segment.id, segment.type, options_.compressionLevel);
+  }
   return writeShapeSegment(*geometry->mesh(), segment.id, segment.type, format_,
                            optionsOf(encoding_), losses, options_.compressionLevel);
 }

@@ -7,7 +7,7 @@
 #include "Container.h"
 #include "JtPartition.h"
 #include "SceneWriter.h"
-#include "SegmentConversion.h"
+#include "SegmentPlaces.h"
 
 namespace jt::file {
 
@@ -31,20 +31,16 @@ class FileWriter {
     bool isGap = false;  ///< bytes between segments: no row in the table of contents
   };
 
-  /// What goes into the place of objects of one segment.
-  struct Changes {
-    std::vector<const JtBase*> objects;
-    std::string reason;
-  };
-
   void checkVersion() const;
   bool isUntouched() const;
   void planExisting(const EncodedScene& scene);
-  void planNew(EncodedScene& scene);
+  void planNew(const EncodedScene& scene);
+  void planForeign();
+  void addSegment(const JtGuid& id, std::int32_t type, Buffer bytes, std::string reason);
   void planGaps();
   Segment copied(const TocEntry& entry) const;
   Segment rewritten(const TocEntry& entry, Buffer bytes, std::string reason) const;
-  Segment converted(const TocEntry& entry, const Changes* changed);
+  Segment converted(const TocEntry& entry);
   Segment dropped(const TocEntry& entry, std::string reason) const;
   Buffer frontMatter();
   StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
@@ -64,6 +60,7 @@ class FileWriter {
   bool sameForm_;     // as the file that was read, but for the number of the version
   bool sameVersion_;  // and the number too
   SegmentConverter converter_;
+  SegmentPlaces places_;
   JtGuid sceneId_;
   Buffer sceneBytes_;  // a whole segment
   std::string sceneReason_;

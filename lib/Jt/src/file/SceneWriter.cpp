@@ -14,6 +14,9 @@ namespace jt::file {
 
 namespace {
 
+constexpr const char* kMetaDataKey = "JT_LLPROP_METADATA";
+constexpr const char* kPMIKey = "JT_LLPROP_PMI";
+
 /// A partition that stands for another file ends its own file here.
 int ownChildren(const JtNode& node) {
   const auto* partition = as<JtPartition>(&node);
@@ -34,11 +37,13 @@ bool isHeldBy(const JtType& type, const Format& format) {
 
 }  // namespace
 
-SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& format)
+SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& format,
+                         SegmentPlaces& places)
     : root_(root),
       source_(source),
       format_(format),
-      sameForm_(formOf(source, format).sameFormAs(format)) {
+      sameForm_(formOf(source, format).sameFormAs(format)),
+      places_(places) {
   if (source_) {
     nextId_ = source_->maxObjectId();
     if (nextId_ == std::numeric_limits<std::int32_t>::max())
@@ -80,19 +85,21 @@ bool SceneWriter::isChanged(const JtNode& root, const SceneSource* source) {
   });
 }
 
-std::vector<NewSegment> SceneWriter::changedMetaData(const std::vector<const JtNode*>& nodes) {
-  std::vector<NewSegment> changed;
+std::vector<ChangedObject> SceneWriter::changedMetaData(const std::vector<const JtNode*>& nodes) {
+  std::vector<ChangedObject> changed;
   for (const JtNode* node : nodes) {
     const auto* holder = as<VisMetaDataNode>(node);
     if (!holder) continue;
     const auto add = [&](const char* key, const Ref<JtBase>& object, const char* reason) {
       const auto* atom = as<JtLateLoadedPropAtom>(node->property(JtString(key)));
-      if (atom) changed.push_back({atom->segmentId(), atom->segmentType(), object, reason});
+      const SceneSource* from = atom ? SceneSource::sourceOf(*atom) : nullptr;
+      const TocEntry* entry = from ? from->container().find(atom->segmentId()) : nullptr;
+      if (entry) changed.push_back({entry, object, reason});
     };
     if (holder->metaData() && holder->metaData()->isModified())
-      add("JT_LLPROP_METADATA", holder->metaData_, "its metadata was changed");
+      add(kMetaDataKey, holder->metaData_, "its metadata was changed");
     if (holder->pmi_ && holder->pmi_->isModified())
-      add("JT_LLPROP_PMI", holder->pmi_, "its PMI was changed");
+      add(kPMIKey, holder->pmi_, "its PMI was changed");
   }
   return changed;
 }
@@ -129,8 +136,6 @@ EncodedScene SceneWriter::encode() {
   out.append(rows_.bytes());
   if (source_ && sameForm_) out.append(source_->surplus());
   tellLosses();
-  for (NewSegment& segment : changedMetaData(nodes_))
-    result_.newSegments.push_back(std::move(segment));
   return std::move(result_);
 }
 
@@ -325,28 +330,52 @@ std::int32_t SceneWriter::newPMISegmentType() const {
 void SceneWriter::addAtom(const JtPropAtom& atom, std::int32_t id) {
   const Item item{&atom, SceneSource::kNone, id};
   if (skipsInConversion(item)) return;
-  const auto* late = as<JtLateLoadedPropAtom>(&atom);
-  if (late && as<PMIDataManager>(late->loaded()) && !SceneSource::sourceOf(atom))
-    const_cast<JtLateLoadedPropAtom*>(late)->segmentType_ = newPMISegmentType();
-  writeObject(*atomsOut_, item, nullptr);
-  if (!late) return;
-  result_.namedSegments.push_back(late->segmentId());
-  if (const SceneSource* from = SceneSource::sourceOf(atom)) {
-    if (const TocEntry* entry = from->container().find(late->segmentId()))
-      result_.foreignSegments.push_back({&from->container(), entry});
-  } else if (late->object_) {
-    result_.newSegments.push_back(
-        {late->segmentId(), late->segmentType(), late->object_, "it is new"});
+  if (const auto* late = as<JtLateLoadedPropAtom>(&atom)) {
+    addLateLoaded(*late, id);
+  } else {
+    writeObject(*atomsOut_, item, nullptr);
   }
 }
 
-/// True for a late-loaded value whose segment the new file will not have.
-bool SceneWriter::namesLostSegment(const JtPropAtom& value) const {
-  const auto* late = as<JtLateLoadedPropAtom>(&value);
-  const SceneSource* from = SceneSource::sourceOf(value);
-  if (!late || !from || !keepsSegment_ || from->format().sameFormAs(format_)) return false;
-  const TocEntry* entry = from->container().find(late->segmentId());
-  return entry && !keepsSegment_(from->container(), *entry);
+void SceneWriter::addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t id) {
+  SceneSource* from = SceneSource::sourceOf(late);
+  if (as<PMIDataManager>(late.loaded()) && !from)
+    const_cast<JtLateLoadedPropAtom&>(late).segmentType_ = newPMISegmentType();
+  const JtGuid segment =
+      from ? newIdOf(late, nullptr).value_or(late.segmentId()) : places_.idOfNew(late.segmentId());
+  result_.namedSegments.push_back(segment);
+  if (!from && late.object_)
+    result_.newSegments.push_back({segment, late.segmentType(), late.object_});
+  Ref<const JtLateLoadedPropAtom> written(&late);
+  if (segment != late.segmentId()) {
+    const auto renamed = make<JtLateLoadedPropAtom>(late);
+    renamed->segmentId_ = segment;
+    if (from) from->bind(*renamed, SceneSource::elementOf(late));
+    written = renamed;
+  }
+  writeObject(*atomsOut_, {written.get(), SceneSource::kNone, id}, nullptr);
+}
+
+/// The id of the segment of a file in the new file; nothing when that will not have it.
+/// @param wanted type of the object that is looked for in it; null: any
+std::optional<JtGuid> SceneWriter::newIdOf(const JtLateLoadedPropAtom& late,
+                                           const JtType* wanted) const {
+  const SceneSource* from = SceneSource::sourceOf(late);
+  const bool stays = from == source_ && sameForm_;
+  const TocEntry* entry = stays ? nullptr : from->container().find(late.segmentId());
+  return entry ? places_.idOf(from->container(), *entry, wanted) : late.segmentId();
+}
+
+/// True for a late-loaded value of which the new file will not have what its key stands for.
+bool SceneWriter::namesLostSegment(const Property& property) const {
+  const auto* late = as<JtLateLoadedPropAtom>(property.value.get());
+  if (!late || !SceneSource::sourceOf(*late)) return false;
+  const auto* key = as<JtStringPropAtom>(property.key.get());
+  const JtType* wanted = !key                                     ? nullptr
+                         : key->value() == JtString(kPMIKey)      ? PMIDataManager::classTypeID()
+                         : key->value() == JtString(kMetaDataKey) ? JtMetaData::classTypeID()
+                                                                  : nullptr;
+  return !newIdOf(*late, wanted);
 }
 
 /// @param sourcePairs the node's row in the source, 0 for none. False when it has no properties.
@@ -358,7 +387,7 @@ bool SceneWriter::collectNodeRow(const JtNode& node, std::int32_t owner,
     copyPairs(node.propertyRow_.load(std::memory_order_acquire));
   } else {
     for (const Property& property : node.properties()) {
-      if (namesLostSegment(*property.value)) continue;
+      if (namesLostSegment(property)) continue;
       putId(atomId(*property.key));
       putId(atomId(*property.value));
     }

@@ -3,7 +3,6 @@
 // Scene graph to bytes. Elements that were read and not touched are copied as they are when the
 // form is the same; everything else runs through its field list.
 
-#include <functional>
 #include <unordered_set>
 #include <vector>
 
@@ -11,41 +10,37 @@
 #include "JtMaterial.h"
 #include "JtPartition.h"
 #include "SceneSource.h"
+#include "SegmentPlaces.h"
 
 namespace jt::file {
 
-/// A segment that the scene graph names and that is not in its file yet.
+/// A segment that the scene graph names and that no file has yet.
 struct NewSegment {
   JtGuid id;
   std::int32_t type = 0;
   Ref<JtBase> object;
-  std::string reason;
 };
 
-/// A segment that the scene graph names and that another file holds: the one that a node came from.
-struct ForeignSegment {
-  const Container* container = nullptr;
+/// Metadata or PMI of a segment of a file that was changed since it was read.
+struct ChangedObject {
   const TocEntry* entry = nullptr;
+  Ref<JtBase> object;
+  const char* reason = "";
 };
 
 struct EncodedScene {
   ByteSink bytes;                       ///< content of the scene graph segment
-  std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory, changed ones
-  std::vector<ForeignSegment> foreignSegments;
-  std::vector<JtGuid> namedSegments;  ///< every segment that a late-loaded atom names
-  std::vector<SaveWarning> warnings;  ///< what this form cannot hold
+  std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory
+  std::vector<JtGuid> namedSegments;    ///< every segment that a late-loaded atom names
+  std::vector<SaveWarning> warnings;    ///< what this form cannot hold
 };
 
 class SceneWriter {
  public:
   /// @param root   top of what is written; a partition that stands for another file is a leaf
   /// @param source the file whose ids, order and unread elements are kept; null for a new file
-  SceneWriter(const JtNode& root, SceneSource* source, const Format& format);
-
-  /// Asked in a conversion for segments that late-loaded values name: those that the new file will
-  /// not have are not named by it.
-  using KeepsSegment = std::function<bool(const Container&, const TocEntry&)>;
-  void setKeepsSegment(KeepsSegment keeps) { keepsSegment_ = std::move(keeps); }
+  /// @param places tells the ids of segments; must outlive the writer
+  SceneWriter(const JtNode& root, SceneSource* source, const Format& format, SegmentPlaces& places);
 
   /// Throws JtFormatError "not_convertible" when an element cannot be put into this form.
   EncodedScene encode();
@@ -54,8 +49,8 @@ class SceneWriter {
   static bool isChanged(const JtNode& root, const SceneSource* source);
   /// Nodes of the file that `root` belongs to, parents first, each once.
   static std::vector<const JtNode*> nodesOf(const JtNode& root);
-  /// Metadata and PMI that were changed, with the segments they lie in.
-  static std::vector<NewSegment> changedMetaData(const std::vector<const JtNode*>& nodes);
+  /// Metadata and PMI that were changed and lie in segments of files.
+  static std::vector<ChangedObject> changedMetaData(const std::vector<const JtNode*>& nodes);
 
  private:
   struct Item {
@@ -89,7 +84,9 @@ class SceneWriter {
   /// @param links ids of attributes and children; null: those of the objects that it holds
   void writeObject(ByteSink& out, const Item& item, const Links* links);
   void fillLinks(const JtSceneObject& object, Links& links) const;
-  bool namesLostSegment(const JtPropAtom& value) const;
+  bool namesLostSegment(const Property& property) const;
+  std::optional<JtGuid> newIdOf(const JtLateLoadedPropAtom& late, const JtType* wanted) const;
+  void addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t id);
   bool skipsInConversion(const Item& item);
   void noteLosses(const JtMaterial& material);
   void tellLosses();
@@ -102,7 +99,7 @@ class SceneWriter {
   SceneSource* source_;
   Format format_;
   bool sameForm_;
-  KeepsSegment keepsSegment_;
+  SegmentPlaces& places_;
   EncodedScene result_;
   std::int32_t nextId_ = 1;
   std::unordered_set<std::int32_t> takenIds_;  // greater than those of the source's elements

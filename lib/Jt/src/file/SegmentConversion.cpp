@@ -1,5 +1,7 @@
 #include "SegmentConversion.h"
 
+#include <algorithm>
+
 #include "ParallelFor.h"
 #include "SegmentObjects.h"
 #include "XtBrep.h"
@@ -14,16 +16,16 @@ ConvertedSegment dropped(std::string reason) {
   return result;
 }
 
-ConvertedSegment made(Buffer bytes) {
+ConvertedSegment made(Buffer bytes, std::string reason = "the version changes") {
   ConvertedSegment result;
   result.bytes = std::move(bytes);
+  result.reason = std::move(reason);
   return result;
 }
 
 /// An element that is told by its fields and holds no mesh: null shapes.
-std::optional<Buffer> convertFields(const SegmentElement& element, const ShapeKind& kind,
-                                    const Container& from, const TocEntry& entry,
-                                    const Format& format, int level) {
+Buffer convertFields(const SegmentElement& element, const ShapeKind& kind, const Container& from,
+                     const TocEntry& entry, const Format& format, int level) {
   ShapeElement shape(codec::Budget::forInput(element.body.size()));
   shape.kind = kind.kind;
   Reader reader(element.body, from.format(), element.bodyOffset);
@@ -32,11 +34,32 @@ std::optional<Buffer> convertFields(const SegmentElement& element, const ShapeKi
   Writer writer(body, format);
   writer.setConverting(true);
   kind.write(writer, shape);
-  return writeElementSegment(kind.guid, element.frame.baseType, body.bytes(), entry.id,
-                             entry.type(), format, level);
+  SegmentBuilder segment(format);
+  segment.add(kind.guid, element.frame.baseType, body.bytes());
+  return std::move(segment).finish(entry.id, entry.type(), level);
+}
+
+/// Why an element cannot be in another version, for somebody who does not know the code.
+std::string reasonOf(const JtFormatError& error) {
+  return error.code() == "not_convertible"
+             ? error.message()
+             : "it cannot be read, so it cannot be converted: " + error.message();
 }
 
 }  // namespace
+
+void SegmentConverter::setChanged(const TocEntry& entry, Ref<JtBase> object, const char* reason) {
+  Changes& changes = changes_[&entry];
+  if (changes.objects.empty()) changes.reason = reason;
+  for (const Ref<JtBase>& other : changes.objects) {
+    if (other == object.get()) return;
+    if (other->typeID() == object->typeID())
+      throw JtFormatError("segment_shared", std::string("two changed objects of type ") +
+                                                object->typeID()->name() +
+                                                " go to one segment; change only one of them");
+  }
+  changes.objects.push_back(std::move(object));
+}
 
 const ConvertedSegment& SegmentConverter::convert(const Container& from, const TocEntry& entry) {
   {
@@ -44,13 +67,14 @@ const ConvertedSegment& SegmentConverter::convert(const Container& from, const T
     const auto found = done_.find(&entry);
     if (found != done_.end()) return *found->second;
   }
+  const auto changed = changes_.find(&entry);
+  const Changes* changes = changed == changes_.end() ? nullptr : &changed->second;
   auto result = std::make_unique<ConvertedSegment>();
   try {
-    *result = make(from, entry);
+    *result = make(from, entry, changes);
   } catch (const JtFormatError& error) {
-    *result = dropped(error.code() == "not_convertible"
-                          ? error.message()
-                          : "it cannot be read, so it cannot be converted: " + error.message());
+    if (changes) throw;
+    *result = dropped(reasonOf(error));
   }
   const std::lock_guard lock(mutex_);
   return *done_.try_emplace(&entry, std::move(result)).first->second;
@@ -71,13 +95,18 @@ codec::VariantChoice& SegmentConverter::variantsOf(const Container& from) {
   return *variants;
 }
 
-ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& entry) {
-  if (from.format().sameSegmentsAs(format_)) {
+ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& entry,
+                                        const Changes* changes) {
+  if (!from.format().sameSegmentsAs(format_))
+    return isShapeSegment(entry.type()) ? makeShape(from, entry) : makeOther(from, entry, changes);
+  if (!changes) {
     ConvertedSegment same;
     same.isSame = true;
     return same;
   }
-  return isShapeSegment(entry.type()) ? makeShape(from, entry) : makeOther(from, entry);
+  std::vector<const JtBase*> objects;
+  for (const Ref<JtBase>& object : changes->objects) objects.push_back(object.get());
+  return made(replaceSegmentObjects(from, entry, objects, level_), changes->reason);
 }
 
 ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEntry& entry) {
@@ -86,7 +115,7 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   for (const SegmentElement& element : elements) {
     const ShapeKind* kind = findShapeKind(element.frame.typeId);
     if (!kind || !kind->convertsFields) continue;
-    return made(*convertFields(element, *kind, from, entry, format_, level_));
+    return made(convertFields(element, *kind, from, entry, format_, level_));
   }
   const DecodedShape shape = readShape(content.bytes, from.format(), variantsOf(from),
                                        {true, from.limits().maxSegmentBytes});
@@ -108,25 +137,65 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   return result;
 }
 
-ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEntry& entry) const {
+ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEntry& entry,
+                                             const Changes* changes) const {
   const SegmentContent content = from.load(entry);
-  const auto elements = segmentElements(content.bytes, from.format());
-  if (elements.size() == 1) {
-    if (isSegmentObject(elements[0])) {
-      codec::Report losses;
-      ConvertedSegment result = made(writeSegmentObject(*readSegmentObject(from, entry), entry.id,
-                                                        entry.type(), format_, level_, &losses));
-      result.losses = std::move(losses.remarks);
-      return result;
+  std::vector<Ref<JtBase>> changed = changes ? changes->objects : std::vector<Ref<JtBase>>();
+  SegmentBuilder segment(format_);
+  codec::Report losses;
+  std::vector<JtGuid> leftOut;
+  std::string reason;  // of the first that was left out
+  const auto leaveOut = [&](const JtGuid& typeId, const std::string& why) {
+    leftOut.push_back(typeId);
+    if (reason.empty()) reason = why;
+    losses.add("not_convertible",
+               "an element of segment " + entry.id.text() + " was left out: " + why);
+  };
+  const auto add = [&](const JtBase& object) {
+    try {
+      segment.add(object, &losses);
+    } catch (const JtFormatError& error) {
+      if (error.code() != "not_convertible") throw;
+      leaveOut(object.typeID()->guid(), error.message());
     }
-    if (elements[0].frame.typeId == xtBrepTypeId()) {
-      auto bytes =
-          convertXtBrep(elements[0], from.format(), entry.id, entry.type(), format_, level_);
-      if (bytes) return made(std::move(*bytes));
+  };
+  const auto elements = segmentElements(content.bytes, from.format());
+  for (const SegmentElement& element : elements) {
+    const JtGuid& typeId = element.frame.typeId;
+    const auto mine = std::ranges::find_if(
+        changed, [&](const Ref<JtBase>& object) { return object->typeID()->guid() == typeId; });
+    if (mine != changed.end()) {
+      add(**mine);
+      changed.erase(mine);
+      continue;
+    }
+    try {
+      if (const Ref<JtBase> object = readSegmentObject(element, from.format())) {
+        segment.add(*object, &losses);
+        continue;
+      }
+      const auto xt =
+          typeId == xtBrepTypeId() ? convertXtBrep(element, from.format(), format_) : std::nullopt;
+      if (xt) {
+        segment.add(typeId, element.frame.baseType, xt->bytes());
+        continue;
+      }
+      const std::string what = elements.size() == 1
+                                   ? std::string("a segment ") + segmentTypeName(entry.type())
+                                   : "type " + typeId.text();
+      leaveOut(typeId, what +
+                           " of this version is not understood well enough to be put into the "
+                           "other one");
+    } catch (const JtFormatError& error) {
+      leaveOut(typeId, reasonOf(error));
     }
   }
-  return dropped(std::string("a segment ") + segmentTypeName(entry.type()) +
-                 " of this version is not understood well enough to be put into the other one");
+  for (const Ref<JtBase>& object : changed) add(*object);
+  if (segment.isEmpty()) return dropped(reason.empty() ? "it holds no element" : reason);
+  ConvertedSegment result = made(std::move(segment).finish(entry.id, entry.type(), level_));
+  result.leftOut = std::move(leftOut);
+  result.losses = std::move(losses.remarks);
+  return result;
 }
 
 }  // namespace jt::file

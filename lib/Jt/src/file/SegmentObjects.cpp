@@ -14,27 +14,6 @@ namespace {
 
 constexpr std::uint8_t kOtherBaseType = 9;
 
-Ref<JtBase> readObject(const SegmentElement& element, const Format& format) {
-  if (element.frame.typeId == JtMetaData::classTypeID()->guid()) {
-    auto data = make<JtMetaData>();
-    Reader reader(element.body, format, element.bodyOffset);
-    MetaDataFields::run(reader, *data);
-    return data;
-  }
-  if (element.frame.typeId == PMIDataManager::classTypeID()->guid())
-    return PMIAccess::make(readPMI(element.body, format, element.bodyOffset));
-  Ref<JtBase> object = JtFactory::create(element.frame.typeId);
-  if (!object) return {};
-  JtBaseDataStream stream(element.body, format.bigEndian);
-  if (!object->deserialize(stream))
-    throw JtFormatError("bad_object",
-                        std::string("an object of type ") + object->typeID()->name() +
-                            " cannot be read from " + std::to_string(element.body.size()) +
-                            " bytes",
-                        {{}, {}, {}, element.bodyOffset});
-  return object;
-}
-
 /// The fields of an object in the form of a file. Throws JtFormatError when it does not serialise.
 ByteSink bodyOf(const JtBase& object, const Format& format, codec::Report* losses) {
   ByteSink body;
@@ -65,37 +44,6 @@ void writeElement(Writer& writer, ElementFrame frame, std::span<const std::byte>
                                            kLengthSize + body.size());
   fields(writer, frame, hasId);
   writer.append(body);
-}
-
-void writeNewElement(ByteSink& content, const JtGuid& typeId, std::uint8_t baseType,
-                     std::span<const std::byte> body, const Format& format) {
-  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - kFrameSize)
-    throw JtFormatError("too_large", "an element of " + std::to_string(body.size()) +
-                                         " bytes cannot be stored; divide it");
-  Writer writer(content, format);
-  writeElement(writer, {0, typeId, baseType, 0}, body);
-}
-
-/// A whole segment around new elements.
-Buffer finishSegment(ByteSink& content, const JtGuid& id, std::int32_t type, const Format& format,
-                     int level) {
-  if (format.has(Feature::segmentObjectIds)) {  // 8.x writers end with the element
-    writeEndMarker(content, format);
-    Writer writer(content, format);
-    writer("propertyTableVersion", std::int16_t{1});
-    writer("propertyTableCount", std::int32_t{0});
-  }
-  return writeSegment(content.bytes(), id, type, format, level);
-}
-
-/// A segment has one place for objects of a type.
-void checkTypes(std::span<const JtBase* const> objects) {
-  for (std::size_t i = 1; i < objects.size(); ++i)
-    for (std::size_t k = 0; k < i; ++k)
-      if (objects[i]->typeID() == objects[k]->typeID())
-        throw JtFormatError("segment_shared", std::string("two changed objects of type ") +
-                                                  objects[i]->typeID()->name() +
-                                                  " go to one segment; change only one of them");
 }
 
 }  // namespace
@@ -139,10 +87,25 @@ std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
   return elements;
 }
 
-bool isSegmentObject(const SegmentElement& element) {
-  const JtGuid& id = element.frame.typeId;
-  return id == JtMetaData::classTypeID()->guid() || id == PMIDataManager::classTypeID()->guid() ||
-         JtFactory::findType(id);
+Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& format) {
+  if (element.frame.typeId == JtMetaData::classTypeID()->guid()) {
+    auto data = make<JtMetaData>();
+    Reader reader(element.body, format, element.bodyOffset);
+    MetaDataFields::run(reader, *data);
+    return data;
+  }
+  if (element.frame.typeId == PMIDataManager::classTypeID()->guid())
+    return PMIAccess::make(readPMI(element.body, format, element.bodyOffset));
+  Ref<JtBase> object = JtFactory::create(element.frame.typeId);
+  if (!object) return {};
+  JtBaseDataStream stream(element.body, format.bigEndian);
+  if (!object->deserialize(stream))
+    throw JtFormatError("bad_object",
+                        std::string("an object of type ") + object->typeID()->name() +
+                            " cannot be read from " + std::to_string(element.body.size()) +
+                            " bytes",
+                        {{}, {}, {}, element.bodyOffset});
+  return object;
 }
 
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
@@ -155,7 +118,7 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
         const JtGuid& type = element.frame.typeId;
         const bool isPMI = type == PMIDataManager::classTypeID()->guid();
         if (isPMI != takesPMI || (wanted && type != wanted->guid())) continue;
-        if (Ref<JtBase> object = readObject(element, container.format())) return object;
+        if (Ref<JtBase> object = readSegmentObject(element, container.format())) return object;
       }
   } catch (const JtFormatError& error) {
     throw error.within(container.position(entry));
@@ -163,34 +126,31 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
   return {};
 }
 
-Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
-                          const Format& format, int level, codec::Report* losses) {
-  const JtBase* const objects[] = {&object};
-  return writeSegmentObjects(objects, id, type, format, level, losses);
+void SegmentBuilder::add(const JtGuid& typeId, std::uint8_t baseType,
+                         std::span<const std::byte> body) {
+  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - kFrameSize)
+    throw JtFormatError("too_large", "an element of " + std::to_string(body.size()) +
+                                         " bytes cannot be stored; divide it");
+  Writer writer(content_, format_);
+  writeElement(writer, {0, typeId, baseType, 0}, body);
 }
 
-Buffer writeSegmentObjects(std::span<const JtBase* const> objects, const JtGuid& id,
-                           std::int32_t type, const Format& format, int level,
-                           codec::Report* losses) {
-  checkTypes(objects);
-  ByteSink content;
-  for (const JtBase* object : objects)
-    writeNewElement(content, object->typeID()->guid(), kOtherBaseType,
-                    bodyOf(*object, format, losses).bytes(), format);
-  return finishSegment(content, id, type, format, level);
+void SegmentBuilder::add(const JtBase& object, codec::Report* losses) {
+  add(object.typeID()->guid(), kOtherBaseType, bodyOf(object, format_, losses).bytes());
 }
 
-Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
-                           std::span<const std::byte> body, const JtGuid& id, std::int32_t type,
-                           const Format& format, int level) {
-  ByteSink content;
-  writeNewElement(content, typeId, baseType, body, format);
-  return finishSegment(content, id, type, format, level);
+Buffer SegmentBuilder::finish(const JtGuid& id, std::int32_t type, int level) && {
+  if (format_.has(Feature::segmentObjectIds)) {  // 8.x writers end with the element
+    writeEndMarker(content_, format_);
+    Writer writer(content_, format_);
+    writer("propertyTableVersion", std::int16_t{1});
+    writer("propertyTableCount", std::int32_t{0});
+  }
+  return writeSegment(content_.bytes(), id, type, format_, level);
 }
 
 Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
                              std::span<const JtBase* const> objects, int level) {
-  checkTypes(objects);
   const Format& format = container.format();
   const SegmentContent old = container.load(entry);
   std::vector<const JtBase*> left(objects.begin(), objects.end());
@@ -209,12 +169,12 @@ Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
     copied = end;
     left.erase(object);
   }
+  SegmentBuilder further(format);
+  for (const JtBase* object : left) further.add(*object);
   if (left.size() == objects.size())
-    return writeSegmentObjects(objects, entry.id, entry.type(), format, level);
+    return std::move(further).finish(entry.id, entry.type(), level);
   writer.append(old.bytes.subspan(copied, end - copied));
-  for (const JtBase* object : left)
-    writeNewElement(content, object->typeID()->guid(), kOtherBaseType,
-                    bodyOf(*object, format, nullptr).bytes(), format);
+  writer.append(further.elements());
   writer.append(old.bytes.subspan(end));
   return writeSegment(content.bytes(), entry.id, entry.type(), format, level);
 }
@@ -248,6 +208,19 @@ Buffer writeSegment(std::span<const std::byte> content, const JtGuid& id, std::i
     fields(writer, packed);
   }
   out.append(stream.bytes());
+  return std::move(out).take();
+}
+
+Buffer renamedSegment(std::span<const std::byte> segment, const JtGuid& id, const Format& format) {
+  ByteSink out;
+  out.reserve(segment.size());
+  Reader reader(segment, format);
+  SegmentHeader header;
+  fields(reader, header);
+  header.id = id;
+  Writer writer(out, format);
+  fields(writer, header);
+  out.append(reader.rest());
   return std::move(out).take();
 }
 

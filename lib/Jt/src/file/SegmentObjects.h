@@ -23,9 +23,9 @@ struct SegmentElement {
 std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
                                             const Format& format, std::size_t* end = nullptr);
 
-/// True for elements that readSegmentObject makes an object of: metadata, PMI, and the types that
-/// an application registered with JtFactory.
-bool isSegmentObject(const SegmentElement& element);
+/// An element as an object: metadata, PMI, and the types that an application registered with
+/// JtFactory. Empty for other types. Throws JtFormatError when it is damaged.
+Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& format);
 
 /// The first element whose type is known to JtFactory or is metadata, as an object; PMI when there
 /// is no other. Empty when there is none. Throws JtFormatError when it is damaged.
@@ -33,25 +33,30 @@ bool isSegmentObject(const SegmentElement& element);
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
                               const JtType* wanted = nullptr);
 
-/// A whole segment around one object, in the form of a file. Throws JtFormatError when the object
-/// does not serialise. @param losses takes what the form cannot hold
-Buffer writeSegmentObject(const JtBase& object, const JtGuid& id, std::int32_t type,
-                          const Format& format, int level, codec::Report* losses = nullptr);
+/// A segment of new elements in the form of a file.
+class SegmentBuilder {
+ public:
+  explicit SegmentBuilder(const Format& format) : format_(format) {}
 
-/// The same around several objects, of a type each.
-Buffer writeSegmentObjects(std::span<const JtBase* const> objects, const JtGuid& id,
-                           std::int32_t type, const Format& format, int level,
-                           codec::Report* losses = nullptr);
+  /// An element with a finished body. Throws JtFormatError when it is too large.
+  void add(const JtGuid& typeId, std::uint8_t baseType, std::span<const std::byte> body);
+  /// Throws JtFormatError when the object does not serialise.
+  /// @param losses takes what the form cannot hold
+  void add(const JtBase& object, codec::Report* losses = nullptr);
+  bool isEmpty() const noexcept { return content_.size() == 0; }
+  /// What was added so far.
+  std::span<const std::byte> elements() const noexcept { return content_.bytes(); }
+  /// The whole segment.
+  Buffer finish(const JtGuid& id, std::int32_t type, int level) &&;
 
-/// A whole segment of one element with a finished body. Throws JtFormatError when it is too large.
-Buffer writeElementSegment(const JtGuid& typeId, std::uint8_t baseType,
-                           std::span<const std::byte> body, const JtGuid& id, std::int32_t type,
-                           const Format& format, int level);
+ private:
+  Format format_;
+  ByteSink content_;
+};
 
 /// A segment of a file with objects, of a type each, in the place of the elements that they were
 /// read from. Other elements of the segment and what follows them stay as they are. A segment with
-/// no element of these types is replaced. Throws JtFormatError, "segment_shared" when two objects
-/// are of one type.
+/// no element of these types is replaced.
 Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
                              std::span<const JtBase* const> objects, int level);
 
@@ -61,5 +66,8 @@ void writeEndMarker(ByteSink& out, const Format& format);
 /// A whole segment around finished content, packed as the generation does it.
 Buffer writeSegment(std::span<const std::byte> content, const JtGuid& id, std::int32_t type,
                     const Format& format, int level);
+
+/// A whole segment under another id.
+Buffer renamedSegment(std::span<const std::byte> segment, const JtGuid& id, const Format& format);
 
 }  // namespace jt::file

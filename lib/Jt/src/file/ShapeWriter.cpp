@@ -62,7 +62,9 @@ Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
   ByteSink body;
   Writer writer(body, format);
   kind.write(writer, element);
-  return writeElementSegment(kind.guid, kShapeBaseType, body.bytes(), id, type, format, level);
+  SegmentBuilder segment(format);
+  segment.add(kind.guid, kShapeBaseType, body.bytes());
+  return std::move(segment).finish(id, type, level);
 }
 
 codec::EncodeOptions optionsOf(const ShapeEncoding& encoding) {

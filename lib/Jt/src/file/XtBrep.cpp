@@ -72,8 +72,7 @@ const JtGuid& xtBrepTypeId() noexcept {
 }
 
 std::optional<Buffer> convertXtBrep(const SegmentElement& element, const Format& from,
-                                    const JtGuid& id, std::int32_t type, const Format& to,
-                                    int level) {
+                                    const Format& to) {
   if (to.has(Feature::byteVersions)) return {};
   XtFrame frame;
   Reader reader(element.body, from, element.bodyOffset);
@@ -86,8 +85,7 @@ std::optional<Buffer> convertXtBrep(const SegmentElement& element, const Format&
   ByteSink body;
   Writer writer(body, to);
   oldFields(writer, frame);
-  return writeElementSegment(element.frame.typeId, element.frame.baseType, body.bytes(), id, type,
-                             to, level);
+  return std::move(body).take();
 }
 
 }  // namespace jt::file

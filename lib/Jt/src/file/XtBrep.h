@@ -10,11 +10,10 @@ namespace jt::file {
 
 const JtGuid& xtBrepTypeId() noexcept;
 
-/// A segment with the same geometry in the form of 8.x or 9.x. Nothing for a target whose form is
-/// not known whole (10.x ends with a collection of unknown layout), and where the geometry is not
-/// found. Throws JtFormatError for a damaged frame.
+/// The body of an element with the same geometry in the form of 8.x or 9.x. Nothing for a target
+/// whose form is not known whole (10.x ends with a collection of unknown layout), and where the
+/// geometry is not found. Throws JtFormatError for a damaged frame.
 std::optional<Buffer> convertXtBrep(const SegmentElement& element, const Format& from,
-                                    const JtGuid& id, std::int32_t type, const Format& to,
-                                    int level);
+                                    const Format& to);
 
 }  // namespace jt::file

@@ -11,7 +11,8 @@ JtLateLoadedPropAtom::~JtLateLoadedPropAtom() = default;
 bool JtLateLoadedPropAtom::isLoaded() const { return static_cast<bool>(object_); }
 
 jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition, const JtType* wanted) {
-  if (object_) return object_;
+  // A segment may hold several objects: the one in memory need not be the one that is asked for.
+  if (object_ && (!wanted || JtType::isA(object_.get(), wanted))) return object_;
   const jt::file::SceneSource* source = jt::file::SceneSource::sourceOf(*this);
   // The atom's own file comes first: an id is looked up where it was written.
   const jt::file::Container* containers[] = {source ? &source->container() : nullptr,
@@ -20,8 +21,9 @@ jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition, const J
     if (!container) continue;
     const jt::file::TocEntry* entry = container->find(segmentId_);
     if (!entry) continue;
-    object_ = jt::file::readSegmentObject(*container, *entry, wanted);
-    return object_;
+    jt::Ref<JtBase> object = jt::file::readSegmentObject(*container, *entry, wanted);
+    if (!object_) object_ = object;
+    return object;
   }
   return {};
 }
