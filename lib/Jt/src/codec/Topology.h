@@ -10,7 +10,9 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <vector>
 
@@ -54,23 +56,38 @@ struct Variant {
   Finished finished = Finished::removed;
 
   static constexpr unsigned kCount = 8;
+  static constexpr std::uint8_t kAll = 0xff;  ///< a bit for each
   /// @pre index < kCount; 0 is the one that is expected
   static Variant byIndex(unsigned index) noexcept {
     return {index >= 4, static_cast<Finished>(index % 4)};
   }
 };
 
-/// Which variants the shapes of one file allow. One producer wrote them all, so what a shape rules
-/// out is ruled out for the others. Can be used from several threads.
+/// The variants in which the shapes of one file are walked. One producer wrote them all, so a shape
+/// that does not fit the expected one is read as the file says; what a shape is read as depends on
+/// the file alone, never on what was read before. Can be used from several threads.
 class VariantChoice {
  public:
-  /// Bit i: variant i is possible.
-  std::uint8_t possible() const noexcept { return possible_.load(std::memory_order_relaxed); }
-  /// Keeps what both allow; what a shape alone allows when nothing is in both.
-  void narrow(std::uint8_t allowed) noexcept;
+  /// Looks at a file. Bit i of the result: its shapes allow variant i.
+  using Examine = std::function<std::uint8_t()>;
+
+  /// @param examine called once at most, when a shape does not fit the expected variant; empty: all
+  /// variants are allowed
+  explicit VariantChoice(Examine examine = {}) : examine_(std::move(examine)) {}
+
+  /// What the file allows, never 0; examines it the first time.
+  std::uint8_t ofFile();
+  /// True when the file has been examined.
+  bool isSettled() const noexcept { return allowed_.load(std::memory_order_acquire) != 0; }
+  void met(unsigned index) noexcept { met_.fetch_or(1U << index, std::memory_order_relaxed); }
+  /// Bit i: a shape was read in variant i, because it does not fit the expected one.
+  std::uint32_t metInstead() const noexcept { return met_.load(std::memory_order_relaxed); }
 
  private:
-  std::atomic<std::uint8_t> possible_{0xff};
+  Examine examine_;
+  std::once_flag examined_;
+  std::atomic<std::uint8_t> allowed_{0};
+  std::atomic<std::uint32_t> met_{0};
 };
 
 /// A closed surface. Corners are numbered through all polygons, slots through all rings.
@@ -107,8 +124,9 @@ struct Surface {
 /// The surface under one variant. Throws JtFormatError when the streams do not describe one.
 Surface decodeSurface(const TopologyStreams& streams, Variant variant, Budget& budget);
 
-/// The surface under the first variant that the choice allows and that fits. Throws the error of
-/// the expected one when none does.
+/// The surface under the expected variant; where that does not fit, under the first that fits and
+/// that the file allows, or the first that fits. Throws the error of the expected one when none
+/// does.
 Surface decodeSurface(const TopologyStreams& streams, VariantChoice& choice, Budget& budget);
 
 /// All variants under which the streams describe a surface.

@@ -167,14 +167,12 @@ std::uint32_t TopologyStreams::compositeHash(Generation generation, bool padMask
   return hash32(splitPositions, hash);
 }
 
-void VariantChoice::narrow(std::uint8_t allowed) noexcept {
-  if (allowed == 0) return;
-  std::uint8_t before = possible();
-  std::uint8_t after;
-  do {
-    after = static_cast<std::uint8_t>(before & allowed);
-    if (after == 0) after = allowed;
-  } while (!possible_.compare_exchange_weak(before, after, std::memory_order_relaxed));
+std::uint8_t VariantChoice::ofFile() {
+  std::call_once(examined_, [this] {
+    const std::uint8_t allowed = examine_ ? examine_() : std::uint8_t{0};
+    allowed_.store(allowed == 0 ? Variant::kAll : allowed, std::memory_order_release);
+  });
+  return allowed_.load(std::memory_order_acquire);
 }
 
 Surface decodeSurface(const TopologyStreams& streams, Variant variant, Budget& budget) {
@@ -206,20 +204,30 @@ std::uint8_t fittingVariants(const TopologyStreams& streams, Budget budget) {
 }
 
 Surface decodeSurface(const TopologyStreams& streams, VariantChoice& choice, Budget& budget) {
-  const auto preferred = static_cast<unsigned>(std::countr_zero(choice.possible()));
   const Budget before = budget;
+  const auto decodeAs = [&](unsigned index) {
+    budget = before;
+    Surface surface = decodeSurface(streams, Variant::byIndex(index), budget);
+    if (index != 0) choice.met(index);
+    return surface;
+  };
+  const auto firstOf = [](unsigned variants) {
+    return static_cast<unsigned>(std::countr_zero(variants));
+  };
   try {
-    return decodeSurface(streams, Variant::byIndex(preferred), budget);
+    return decodeAs(0);
   } catch (const JtFormatError& error) {
     measure(streams);  // what is wrong under every variant need not be tried again
+    const unsigned expected = choice.isSettled() ? firstOf(choice.ofFile()) : 0;
+    try {
+      if (expected != 0) return decodeAs(expected);
+    } catch (const JtFormatError&) {
+      // The shape contradicts its file.
+    }
     const std::uint8_t fitting = fittingVariants(streams, before);
-    if (fitting == 0) throw error;
-    choice.narrow(fitting);
-    budget = before;
-    // The file's choice, or where this shape contradicts it the first that fits.
-    const unsigned allowed = choice.possible() & fitting;
-    const auto index = static_cast<unsigned>(std::countr_zero(allowed != 0 ? allowed : fitting));
-    return decodeSurface(streams, Variant::byIndex(index), budget);
+    if (fitting == 0) throw error;  // damage is no reason to examine the file
+    const unsigned allowed = choice.ofFile() & fitting;
+    return decodeAs(firstOf(allowed != 0 ? allowed : fitting));
   }
 }
 

@@ -91,7 +91,8 @@ void SegmentConverter::convertShapes(const Container& from) {
 codec::VariantChoice& SegmentConverter::variantsOf(const Container& from) {
   const std::lock_guard lock(mutex_);
   auto& variants = variants_[&from];
-  if (!variants) variants = std::make_unique<codec::VariantChoice>();
+  if (!variants)
+    variants = std::make_unique<codec::VariantChoice>([&from] { return examineVariants(from); });
   return *variants;
 }
 

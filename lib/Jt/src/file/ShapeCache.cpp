@@ -23,6 +23,9 @@ std::uint64_t memoryOf(const Mesh& mesh) noexcept {
   return bytes;
 }
 
+ShapeCache::ShapeCache(const Container& container)
+    : container_(container), variants_([&container] { return examineVariants(container); }) {}
+
 std::shared_ptr<const Mesh> ShapeCache::mesh(const TocEntry& entry) {
   std::shared_ptr<Slot> slot;
   {

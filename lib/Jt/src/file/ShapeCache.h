@@ -26,7 +26,7 @@ std::uint64_t memoryOf(const Mesh& mesh) noexcept;
 class ShapeCache {
  public:
   /// @param container outlives the cache
-  explicit ShapeCache(const Container& container) : container_(container) {}
+  explicit ShapeCache(const Container& container);
 
   /// The geometry of a segment; never null. Throws JtFormatError for a damaged one, every time.
   std::shared_ptr<const Mesh> mesh(const TocEntry& entry);
@@ -36,7 +36,7 @@ class ShapeCache {
   /// there. Ends early when the limit is reached or after `stopLoading`.
   static void loadAhead(const Ref<SceneSource>& source);
   void stopLoading() noexcept { isStopped_.store(true, std::memory_order_relaxed); }
-  /// What is known of how the file's surfaces are walked.
+  /// How the file's surfaces are walked.
   codec::VariantChoice& variants() noexcept { return variants_; }
 
  private:

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <bit>
+#include <functional>
 
 #include "PrimitiveSet.h"
 #include "SegmentObjects.h"
@@ -76,35 +78,81 @@ codec::QuantizationParameters bitsOf(const ShapeElement& element) {
   return bits;
 }
 
+/// An element with geometry of a shape segment.
+struct FoundElement {
+  const ShapeKind* kind;
+  SegmentElement stored;
+};
+
+/// The first one of a segment. Throws JtFormatError when there is none.
+FoundElement findElement(std::span<const std::byte> content, const Format& format) {
+  for (const SegmentElement& stored : segmentElements(content, format)) {
+    const ShapeKind* kind = findShapeKind(stored.frame.typeId);
+    if (kind && kind->hasMesh) return {kind, stored};
+  }
+  throw JtFormatError("no_geometry", "the segment has no element with geometry that can be read");
+}
+
+ShapeElement readElement(const FoundElement& found, const Format& format, std::uint64_t maxBytes) {
+  ShapeElement element(codec::Budget::forInput(found.stored.body.size(), maxBytes));
+  element.kind = found.kind->kind;
+  Reader reader(found.stored.body, format, found.stored.bodyOffset);
+  found.kind->read(reader, element);
+  return element;
+}
+
+/// The variants that fit a shape; 0 for damage, and for what is no coded surface.
+std::uint8_t variantsOf(const Container& container, const TocEntry& entry) {
+  try {
+    const SegmentContent content = container.load(entry);
+    const FoundElement found = findElement(content.bytes, container.format());
+    if (found.kind->isPrimitives || found.kind->kind != Mesh::Kind::triangles) return 0;
+    const ShapeElement element =
+        readElement(found, container.format(), container.limits().maxSegmentBytes);
+    return codec::fittingVariants(element.topology.streams, element.budget);
+  } catch (const JtFormatError&) {
+    return 0;
+  }
+}
+
 }  // namespace
 
 DecodedShape readShape(std::span<const std::byte> content, const Format& format,
                        codec::VariantChoice& variants, const ShapeReadOptions& options) {
-  for (const SegmentElement& stored : segmentElements(content, format)) {
-    const ShapeKind* kind = findShapeKind(stored.frame.typeId);
-    if (!kind || !kind->hasMesh) continue;
-    ShapeElement element(codec::Budget::forInput(stored.body.size(), options.maxBytes));
-    element.kind = kind->kind;
-    codec::Report report;
-    report.checkHashes = options.checkHashes;
-    try {
-      Reader reader(stored.body, format, stored.bodyOffset);
-      kind->read(reader, element);
-      Mesh mesh;
-      if (kind->isPrimitives) {
-        // Whoever asks for a tolerance has a reason: then only the memory is limited.
-        codec::Budget budget =
-            options.tolerance > 0 ? codec::Budget(options.maxBytes) : element.budget;
-        mesh = tessellate(primitivesOf(element, format), options.tolerance, budget);
-      } else {
-        mesh = meshOf(element, format, variants, report);
-      }
-      return {kind, std::move(mesh), std::move(report.remarks), bitsOf(element)};
-    } catch (const JtFormatError& error) {
-      throw error.within({{}, {}, kind->name, stored.bodyOffset});
+  const FoundElement found = findElement(content, format);
+  codec::Report report;
+  report.checkHashes = options.checkHashes;
+  try {
+    ShapeElement element = readElement(found, format, options.maxBytes);
+    Mesh mesh;
+    if (found.kind->isPrimitives) {
+      // Whoever asks for a tolerance has a reason: then only the memory is limited.
+      codec::Budget budget =
+          options.tolerance > 0 ? codec::Budget(options.maxBytes) : element.budget;
+      mesh = tessellate(primitivesOf(element, format), options.tolerance, budget);
+    } else {
+      mesh = meshOf(element, format, variants, report);
     }
+    return {found.kind, std::move(mesh), std::move(report.remarks), bitsOf(element)};
+  } catch (const JtFormatError& error) {
+    throw error.within({{}, {}, found.kind->name, found.stored.bodyOffset});
   }
-  throw JtFormatError("no_geometry", "the segment has no element with geometry that can be read");
+}
+
+std::uint8_t examineVariants(const Container& container) {
+  if (generationOf(container.format()) == codec::Generation::v8) return 0;
+  std::vector<const TocEntry*> shapes;
+  for (const TocEntry& entry : container.toc())
+    if (isShapeSegment(entry.type())) shapes.push_back(&entry);
+  std::ranges::stable_sort(shapes, std::greater(), [](const TocEntry* e) { return e->length; });
+  std::uint8_t allowed = 0;
+  for (const TocEntry* entry : shapes) {
+    if (std::has_single_bit(allowed)) break;
+    const std::uint8_t fitting = variantsOf(container, *entry);
+    const auto both = static_cast<std::uint8_t>(allowed & fitting);
+    allowed = allowed == 0 ? fitting : both == 0 ? allowed : both;
+  }
+  return allowed;
 }
 
 DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,

@@ -30,13 +30,18 @@ struct ShapeReadOptions {
 
 /// The first element with geometry in the content of a shape segment. Safe on untrusted bytes:
 /// throws JtFormatError, "no_geometry" when no element of the segment has any.
-/// @param variants what is known of the file that the segment is from; narrowed by what is read
+/// @param variants of the file that the segment is from
 DecodedShape readShape(std::span<const std::byte> content, const Format& format,
                        codec::VariantChoice& variants, const ShapeReadOptions& options = {});
 
 /// The same for a segment of a file, with its name in errors.
 DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
                               codec::VariantChoice& variants, float tolerance = 0);
+
+/// The variants that the shapes of a file allow, for a codec::VariantChoice. The largest are asked
+/// first; one that allows none of the variants that are left has no say. Never throws for what the
+/// file holds; 0 when there is nothing to ask.
+std::uint8_t examineVariants(const Container& container);
 
 /// A whole shape segment of one element with a mesh, in the form of a file. What the form cannot
 /// hold is left out and told in `losses`. Throws JtFormatError for a mesh with a flaw, or one that

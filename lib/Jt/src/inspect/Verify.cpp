@@ -8,6 +8,7 @@
 #include "file/SceneReader.h"
 #include "file/SceneWriter.h"
 #include "file/SegmentObjects.h"
+#include "file/ShapeSegment.h"
 #include "inspect/ShapeCheck.h"
 
 namespace jt {
@@ -22,7 +23,9 @@ constexpr std::size_t kBlock = 64;            // segments whose shapes are decod
 class Verifier {
  public:
   Verifier(Ref<Container> container, std::vector<Note>& findings)
-      : container_(std::move(container)), findings_(findings) {}
+      : container_(std::move(container)),
+        variants_([this] { return examineVariants(*container_); }),
+        findings_(findings) {}
 
   void run(const std::function<void(double)>& progress) {
     Ref<JtPartition> root;
@@ -165,19 +168,28 @@ class Verifier {
     });
   }
 
-  /// One producer wrote all shapes of a file, so the walk is a matter of the file.
-  void walk() {
-    const std::uint8_t possible = variants_.possible();
-    if ((possible & 1U) != 0) return;
+  static std::string namesOf(unsigned variants) {
     std::string names;
     for (unsigned i = 0; i < codec::Variant::kCount; ++i)
-      if ((possible >> i & 1U) != 0) names += (names.empty() ? "" : " or ") + std::to_string(i);
-    findings_.push_back({false,
-                         "mesh_walk_variant",
-                         {},
-                         {},
-                         "the surfaces of the file are walked in variant " + names +
-                             ", not the expected 0; they are read in it"});
+      if ((variants >> i & 1U) != 0) names += (names.empty() ? "" : " or ") + std::to_string(i);
+    return names;
+  }
+
+  /// One producer wrote all shapes of a file, so the walk is a matter of the file.
+  void walk() {
+    if (variants_.metInstead() == 0) return;
+    const unsigned ofFile = variants_.ofFile();
+    const bool isExpected = (ofFile & 1U) != 0;
+    findings_.push_back(
+        {false,
+         "mesh_walk_variant",
+         {},
+         {},
+         isExpected ? "some surfaces of the file are walked in variant " +
+                          namesOf(variants_.metInstead()) +
+                          ", the others in the expected 0; each is read in its own"
+                    : "the surfaces of the file are walked in variant " + namesOf(ofFile) +
+                          ", not the expected 0; those that do not fit 0 are read in that"});
   }
 
   void metaData(const TocEntry& entry, const SegmentElement& element) {
