@@ -34,6 +34,24 @@ bool sameBits(std::span<const float> a, std::span<const float> b) {
   return std::memcmp(a.data(), b.data(), a.size_bytes()) == 0;
 }
 
+/// Index of the first item that equals each item. Expected linear time.
+/// @param hash of an item by index @param equal of two items by index
+template <class Hash, class Equal>
+std::vector<std::uint32_t> firstOfEquals(std::size_t count, Hash hash, Equal equal) {
+  constexpr std::uint32_t kFree = 0xffffffffU;
+  std::size_t size = 16;
+  while (size < 2 * count) size *= 2;
+  std::vector<std::uint32_t> slots(size, kFree);
+  std::vector<std::uint32_t> first(count);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    std::size_t at = hash(i) & (size - 1);
+    while (slots[at] != kFree && !equal(slots[at], i)) at = (at + 1) & (size - 1);
+    if (slots[at] == kFree) slots[at] = i;
+    first[i] = slots[at];
+  }
+  return first;
+}
+
 /// Positions with the same coordinates, by the first of each. -0 and 0 are the same.
 std::vector<std::uint32_t> weldPositions(const Mesh& mesh) {
   const auto normal = [&](std::uint32_t i) {
@@ -148,7 +166,9 @@ EncodedSurface encodeWhole(std::span<const std::uint32_t> corners,
                            Variant variant) {
   SurfaceSource source;
   source.build(pairEdges(corners));
-  return encodeSurface(source, groups, records, generation, variant);
+  EncodedSurface encoded;
+  SurfaceEncoder(generation, variant).encode(source, groups, records, encoded);
+  return encoded;
 }
 
 /// First primitive of each face group, and the end. Groups can be stored where they ascend.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "SurfaceWalk.h"
+#include "ActiveVertices.h"
 
 namespace jt::codec {
 
@@ -17,7 +17,7 @@ class Cutter {
       : corners_(corners),
         groups_(groups),
         records_(records),
-        generation_(generation),
+        encoder_(generation, {}),
         mates_(pairEdges(corners)),
         isDone_(corners.size() / 3),
         placeOf_(corners.size() / 3, kNone) {}
@@ -108,7 +108,9 @@ class Cutter {
       }
     }
     source_.build(std::move(mates));
-    return encodeSurface(source_, groups, records, generation_, {});
+    EncodedSurface encoded;
+    encoder_.encode(source_, groups, records, encoded);
+    return encoded;
   }
 
   /// The patch's vertices are named by its own corners; the result's by those of the mesh.
@@ -124,7 +126,7 @@ class Cutter {
   std::span<const std::uint32_t> corners_;
   std::span<const std::int32_t> groups_;
   std::span<const std::uint32_t> records_;
-  Generation generation_;
+  SurfaceEncoder encoder_;
   std::vector<std::uint32_t> mates_;
   std::vector<std::uint8_t> isDone_;
   std::vector<std::uint32_t> placeOf_;    // of each triangle in the patch under work

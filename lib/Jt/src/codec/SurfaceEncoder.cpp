@@ -1,202 +1,238 @@
 #include "SurfaceEncoder.h"
 
-#include "SurfaceWalk.h"
+#include <algorithm>
 
 namespace jt::codec {
 
 namespace {
 
 constexpr std::int32_t kCoverGroup = -1;  // readers that look at groups alone leave covers out too
+constexpr std::uint32_t kNone = Surface::kNone;
 
-/// Answers the walk from the source and writes down the symbols that will tell the decoder the
-/// same.
-class SourcePort {
- public:
-  SourcePort(const SurfaceSource& source, std::span<const std::int32_t> groups,
-             std::span<const std::uint32_t> records, Generation generation, EncodedSurface& out)
-      : source_(source),
-        groups_(groups),
-        records_(records),
-        isNine_(generation == Generation::v9),
-        out_(out),
-        isUsed_(source.polygonCount()),
-        numberOf_(source.vertexCount(), Surface::kNone),
-        startOf_(source.vertexCount()) {}
-
-  bool seedLeft() {
-    while (nextSeed_ < isUsed_.size() && isUsed_[nextSeed_]) ++nextSeed_;
-    return nextSeed_ < isUsed_.size();
+/// Calls `act` with each vector of one surface and the same one of the other.
+template <class A, class B, class Act>
+void forEach(A& a, B& b, Act act) {
+  for (std::size_t i = 0; i < TopologyStreams::kContexts; ++i) {
+    act(a.streams.faceDegrees[i], b.streams.faceDegrees[i]);
+    act(a.streams.faceMasks[i], b.streams.faceMasks[i]);
   }
-  std::uint32_t seed() { return begin(source_.cornerStart[nextSeed_]); }
-  std::uint32_t polygon(std::uint32_t number, std::uint32_t position) {
-    return begin(cornerAt(vertexOfNumber_[number], position));
-  }
-  std::uint32_t degree(std::uint32_t, std::uint32_t c, unsigned context) {
-    const std::uint32_t corner = sourceCorner(c);
-    const std::uint32_t vertex = source_.vertexOf[corner];
-    auto& degrees = out_.streams.faceDegrees[context];
-    if (numberOf_[vertex] != Surface::kNone) {
-      degrees.push_back(0);
-      return 0;
-    }
-    numberOf_[vertex] = static_cast<std::uint32_t>(vertexOfNumber_.size());
-    vertexOfNumber_.push_back(vertex);
-    startOf_[vertex] = source_.placeOf[corner];
-    out_.corners.push_back(anyTriangleCorner(vertex));
-    putMask(vertex);
-    degrees.push_back(static_cast<std::int32_t>(degreeOf(vertex)));
-    return degreeOf(vertex);
-  }
-  Split split(std::uint32_t, std::uint32_t c, const ActiveVertices& active) {
-    const std::uint32_t corner = sourceCorner(c);
-    const std::uint32_t vertex = source_.vertexOf[corner];
-    const std::uint32_t degree = degreeOf(vertex);
-    const Split split{numberOf_[vertex],
-                      (source_.placeOf[corner] + degree - startOf_[vertex]) % degree};
-    const std::size_t offset = active.fromEnd(split.vertex);
-    if (offset == 0) fail("bad_topology", "a split to a vertex that is not under work");
-    out_.streams.splitSymbols.push_back(static_cast<std::int32_t>(offset));
-    out_.streams.splitPositions.push_back(static_cast<std::int32_t>(split.position));
-    return split;
-  }
-
- private:
-  std::uint32_t degreeOf(std::uint32_t vertex) const {
-    return source_.ringStart[vertex + 1] - source_.ringStart[vertex];
-  }
-  /// Corner in a ring counted from where the walk met the vertex.
-  std::uint32_t cornerAt(std::uint32_t vertex, std::uint32_t position) const {
-    const std::uint32_t degree = degreeOf(vertex);
-    const std::uint32_t place = startOf_[vertex] + position;
-    return source_.ring[source_.ringStart[vertex] + (place < degree ? place : place - degree)];
-  }
-  /// The polygon under work begins at a corner of the source, its first or any other.
-  std::uint32_t begin(std::uint32_t corner) {
-    const std::uint32_t polygon = source_.polygonOf[corner];
-    const bool isCover = polygon >= source_.triangles;
-    isUsed_[polygon] = 1;
-    first_ = source_.cornerStart[polygon];
-    valence_ = source_.cornerStart[polygon + 1] - first_;
-    turn_ = corner - first_;
-    out_.streams.vertexValences.push_back(static_cast<std::int32_t>(valence_));
-    out_.streams.vertexGroups.push_back(isCover           ? kCoverGroup
-                                        : groups_.empty() ? 0
-                                                          : groups_[polygon]);
-    out_.streams.vertexFlags.push_back(isCover ? 1 : 0);
-    return valence_;
-  }
-  std::uint32_t sourceCorner(std::uint32_t c) const {
-    const std::uint32_t turned = turn_ + c;
-    return first_ + (turned < valence_ ? turned : turned - valence_);
-  }
-  bool isCoverCorner(std::uint32_t corner) const { return corner >= 3 * source_.triangles; }
-  std::uint32_t anyTriangleCorner(std::uint32_t vertex) const {
-    // A ring has at most one cover.
-    const std::uint32_t corner = source_.ring[source_.ringStart[vertex]];
-    return isCoverCorner(corner) ? source_.ring[source_.ringStart[vertex] + 1] : corner;
-  }
-
-  /// Bit k of a mask is set where slot k has another record than the slot before it. A cover takes
-  /// the record of the slot before.
-  void putMask(std::uint32_t vertex) {
-    const std::uint32_t degree = degreeOf(vertex);
-    bits_.assign((std::size_t{degree} + 63) / 64, 0);
-    if (!records_.empty()) {
-      const auto recordBefore = [&](std::uint32_t slot) {
-        std::uint32_t at = slot == 0 ? degree - 1 : slot - 1;
-        if (isCoverCorner(cornerAt(vertex, at))) at = at == 0 ? degree - 1 : at - 1;
-        return records_[cornerAt(vertex, at)];
-      };
-      bool any = false;
-      for (std::uint32_t slot = 0; slot < degree; ++slot) {
-        const std::uint32_t corner = cornerAt(vertex, slot);
-        if (isCoverCorner(corner) || records_[corner] == recordBefore(slot)) continue;
-        bits_[slot / 64] |= std::uint64_t{1} << (slot % 64);
-        out_.records.push_back(records_[corner]);
-        any = true;
-      }
-      if (!any) {
-        bits_[0] |= 1;
-        const std::uint32_t corner = cornerAt(vertex, 0);
-        out_.records.push_back(isCoverCorner(corner) ? recordBefore(0) : records_[corner]);
-      }
-    }
-    store(degree);
-  }
-
-  void store(std::uint32_t degree) {
-    TopologyStreams& s = out_.streams;
-    const auto part = [&](unsigned shift, unsigned width) {
-      return static_cast<std::int32_t>(static_cast<std::uint32_t>(bits_[0] >> shift) &
-                                       static_cast<std::uint32_t>((std::uint64_t{1} << width) - 1));
-    };
-    if (degree > 64) {
-      for (std::uint32_t word = 0; word < (degree + 31) / 32; ++word)
-        s.highDegreeMasks.push_back(
-            static_cast<std::uint32_t>(bits_[word / 2] >> (word % 2 == 0 ? 0 : 32)));
-      return;
-    }
-    const std::size_t context = degree < 3 ? 0 : std::min<std::size_t>(7, degree - 2);
-    if (context < 7 || !isNine_) {
-      s.faceMasks[context].push_back(part(0, 32));
-      if (context == 7) s.faceMasksNext.push_back(part(32, 32));
-    } else {
-      s.faceMasks[context].push_back(part(0, 30));
-      s.faceMasksNext.push_back(part(30, 30));
-      s.faceMasksTop.push_back(part(60, 4));
-    }
-  }
-
-  const SurfaceSource& source_;
-  std::span<const std::int32_t> groups_;
-  std::span<const std::uint32_t> records_;
-  bool isNine_;
-  EncodedSurface& out_;
-  std::vector<std::uint8_t> isUsed_;           // polygons
-  std::vector<std::uint32_t> numberOf_;        // of each vertex of the source, in the walk
-  std::vector<std::uint32_t> vertexOfNumber_;  // the inverse
-  std::vector<std::uint32_t> startOf_;         // place in the ring where the walk met a vertex
-  std::vector<std::uint64_t> bits_;
-  std::size_t nextSeed_ = 0;
-  // The polygon under work:
-  std::uint32_t first_ = 0;
-  std::uint32_t valence_ = 0;
-  std::uint32_t turn_ = 0;
-};
-
-template <class T>
-void appendAll(std::vector<T>& to, const std::vector<T>& from) {
-  to.insert(to.end(), from.begin(), from.end());
+  act(a.streams.vertexValences, b.streams.vertexValences);
+  act(a.streams.vertexGroups, b.streams.vertexGroups);
+  act(a.streams.vertexFlags, b.streams.vertexFlags);
+  act(a.streams.faceMasksNext, b.streams.faceMasksNext);
+  act(a.streams.faceMasksTop, b.streams.faceMasksTop);
+  act(a.streams.highDegreeMasks, b.streams.highDegreeMasks);
+  act(a.streams.splitSymbols, b.streams.splitSymbols);
+  act(a.streams.splitPositions, b.streams.splitPositions);
+  act(a.corners, b.corners);
+  act(a.records, b.records);
 }
 
 }  // namespace
 
 void EncodedSurface::append(const EncodedSurface& other) {
-  for (std::size_t i = 0; i < TopologyStreams::kContexts; ++i) {
-    appendAll(streams.faceDegrees[i], other.streams.faceDegrees[i]);
-    appendAll(streams.faceMasks[i], other.streams.faceMasks[i]);
-  }
-  appendAll(streams.vertexValences, other.streams.vertexValences);
-  appendAll(streams.vertexGroups, other.streams.vertexGroups);
-  appendAll(streams.vertexFlags, other.streams.vertexFlags);
-  appendAll(streams.faceMasksNext, other.streams.faceMasksNext);
-  appendAll(streams.faceMasksTop, other.streams.faceMasksTop);
-  appendAll(streams.highDegreeMasks, other.streams.highDegreeMasks);
-  appendAll(streams.splitSymbols, other.streams.splitSymbols);
-  appendAll(streams.splitPositions, other.streams.splitPositions);
-  appendAll(corners, other.corners);
-  appendAll(records, other.records);
+  forEach(*this, other,
+          [](auto& to, const auto& from) { to.insert(to.end(), from.begin(), from.end()); });
 }
 
-EncodedSurface encodeSurface(const SurfaceSource& source, std::span<const std::int32_t> groups,
-                             std::span<const std::uint32_t> records, Generation generation,
-                             Variant variant) {
-  EncodedSurface out;
-  SourcePort port(source, groups, records, generation, out);
-  SurfaceWalk<SourcePort>(port, variant, source.polygonCount(), source.vertexCount(),
-                          source.vertexOf.size())
-      .run();
-  return out;
+void EncodedSurface::clear() {
+  forEach(*this, *this, [](auto& vector, auto&) { vector.clear(); });
+}
+
+void SurfaceEncoder::encode(const SurfaceSource& source, std::span<const std::int32_t> groups,
+                            std::span<const std::uint32_t> records, EncodedSurface& out) {
+  source_ = &source;
+  groups_ = groups;
+  records_ = records;
+  out_ = &out;
+  isUsed_.assign(source.polygonCount(), 0);
+  vertexOf_.assign(source.cornerCount(), kNone);
+  vertices_.clear();
+  active_ = ActiveVertices(variant_.finished);
+  positions_.clear();
+  for (std::uint32_t triangle = 0; triangle < source.triangleCount(); ++triangle) {
+    if (isUsed_[triangle]) continue;
+    begin(3 * triangle);
+    for (std::uint32_t corner = first_; corner < first_ + 3; ++corner) activate(corner);
+    for (std::uint32_t v = active_.pick(vertices_); v != kNone; v = active_.pick(vertices_)) {
+      while (vertices_[v].empty > 0) {
+        std::uint32_t corner = vertices_[v].latest;
+        while (isThere(corner)) corner = source.turn(corner);
+        vertices_[v].latest = corner;
+        begin(corner);
+        complete();
+      }
+      active_.finish(v, vertices_);
+    }
+  }
+}
+
+/// Takes a polygon into the walk, beginning at one of its corners.
+void SurfaceEncoder::begin(std::uint32_t corner) {
+  const std::uint32_t polygon = source_->polygonOf(corner);
+  const bool isCover = source_->isCover(corner);
+  isUsed_[polygon] = 1;
+  first_ = corner;
+  valence_ = source_->valence(polygon);
+  known_ = 0;
+  knownDegrees_ = 0;
+  out_->streams.vertexValences.push_back(static_cast<std::int32_t>(valence_));
+  out_->streams.vertexGroups.push_back(isCover           ? kCoverGroup
+                                       : groups_.empty() ? 0
+                                                         : groups_[polygon]);
+  out_->streams.vertexFlags.push_back(isCover ? 1 : 0);
+}
+
+/// True when the walk has been at the polygon of a corner.
+bool SurfaceEncoder::isThere(std::uint32_t corner) const {
+  return isUsed_[source_->polygonOf(corner)] != 0;
+}
+
+/// Links the corners from the first one on that polygons across the edges give away. Returns the
+/// first that is open.
+std::uint32_t SurfaceEncoder::linkForward(std::uint32_t corner) {
+  while (known_ < valence_ && isThere(source_->mate(corner))) {
+    corner = source_->next(corner);
+    link(corner);
+  }
+  return source_->next(corner);
+}
+
+void SurfaceEncoder::complete() {
+  link(first_);
+  std::uint32_t open = linkForward(first_);
+  std::uint32_t corner = source_->previous(first_);
+  for (; known_ < valence_ && isThere(source_->mate(corner)); corner = source_->previous(corner))
+    link(corner);
+  while (known_ < valence_) {
+    const bool isSplit = activate(open);
+    open = isSplit && variant_.linksAfterSplit ? linkForward(open) : source_->next(open);
+  }
+}
+
+void SurfaceEncoder::link(std::uint32_t corner) {
+  Vertex& vertex = vertices_[vertexOf_[corner]];
+  --vertex.empty;
+  ++known_;
+  knownDegrees_ += vertex.degree;
+}
+
+/// Context of the next degree: how the degrees that are known compare with the usual ones.
+unsigned SurfaceEncoder::degreeContext() const noexcept {
+  const auto compared = [this](std::uint64_t usual) {
+    return knownDegrees_ < usual * known_ ? 0U : knownDegrees_ == usual * known_ ? 1U : 2U;
+  };
+  switch (valence_) {
+    case 3:
+      return compared(6);
+    case 4:
+      return 3 + compared(4);
+    case 5:
+      return 6;
+    default:
+      return 7;
+  }
+}
+
+/// Tells the vertex of a corner: a new one, or by a split. Returns true for a split.
+bool SurfaceEncoder::activate(std::uint32_t corner) {
+  std::vector<std::int32_t>& degrees = out_->streams.faceDegrees[degreeContext()];
+  const bool isSplit = vertexOf_[corner] != kNone;
+  if (isSplit) {
+    degrees.push_back(0);
+    split(corner);
+  } else {
+    discover(corner);
+    degrees.push_back(static_cast<std::int32_t>(ring_.size()));
+  }
+  link(corner);
+  return isSplit;
+}
+
+void SurfaceEncoder::split(std::uint32_t corner) {
+  const std::size_t offset = active_.fromEnd(vertexOf_[corner]);
+  if (offset == 0) fail("bad_topology", "a split to a vertex that is not under work");
+  out_->streams.splitSymbols.push_back(static_cast<std::int32_t>(offset));
+  out_->streams.splitPositions.push_back(static_cast<std::int32_t>(positionOf(corner)));
+}
+
+/// Slot of a corner in the ring of its vertex.
+std::uint32_t SurfaceEncoder::positionOf(std::uint32_t corner) {
+  constexpr std::uint32_t kLong = 64;
+  const Vertex& vertex = vertices_[vertexOf_[corner]];
+  std::uint32_t position = 0;
+  if (vertex.degree < kLong) {
+    for (std::uint32_t at = vertex.start; at != corner; at = source_->turn(at)) ++position;
+    return position;
+  }
+  // Counted once for all splits at the vertex.
+  if (!positions_.contains(vertex.start))
+    for (std::uint32_t at = vertex.start; position < vertex.degree; at = source_->turn(at))
+      positions_.emplace(at, position++);
+  return positions_.at(corner);
+}
+
+/// Numbers the vertex of a corner.
+void SurfaceEncoder::discover(std::uint32_t corner) {
+  const auto number = static_cast<std::uint32_t>(vertices_.size());
+  ring_.clear();
+  std::uint32_t at = corner;
+  do {
+    vertexOf_[at] = number;
+    ring_.push_back(at);
+    at = source_->turn(at);
+  } while (at != corner);
+  const auto degree = static_cast<std::uint32_t>(ring_.size());
+  vertices_.push_back({corner, degree, degree, corner});
+  active_.push(number);
+  // A ring has at most one cover.
+  out_->corners.push_back(ring_[source_->isCover(corner) ? 1 : 0]);
+  putMask();
+  storeMask();
+}
+
+/// Bit k of a mask is set where slot k has another record than the slot before it. A cover takes
+/// the record of the slot before.
+void SurfaceEncoder::putMask() {
+  mask_.assign(ring_.size() / 64 + 1, 0);
+  if (records_.empty()) return;
+  const std::size_t last = ring_.size() - (source_->isCover(ring_.back()) ? 2 : 1);
+  std::uint32_t record = records_[ring_[last]];
+  bool any = false;
+  for (std::size_t slot = 0; slot < ring_.size(); ++slot) {
+    if (source_->isCover(ring_[slot]) || records_[ring_[slot]] == record) continue;
+    record = records_[ring_[slot]];
+    mask_[slot / 64] |= std::uint64_t{1} << (slot % 64);
+    out_->records.push_back(record);
+    any = true;
+  }
+  if (any) return;
+  mask_[0] |= 1;
+  out_->records.push_back(record);
+}
+
+void SurfaceEncoder::storeMask() {
+  TopologyStreams& s = out_->streams;
+  const std::size_t degree = ring_.size();
+  const auto part = [&](unsigned shift, unsigned width) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(mask_[0] >> shift) &
+                                     static_cast<std::uint32_t>((std::uint64_t{1} << width) - 1));
+  };
+  if (degree > 64) {
+    for (std::size_t word = 0; word < (degree + 31) / 32; ++word)
+      s.highDegreeMasks.push_back(
+          static_cast<std::uint32_t>(mask_[word / 2] >> (word % 2 == 0 ? 0 : 32)));
+    return;
+  }
+  const std::size_t context = degree < 3 ? 0 : std::min<std::size_t>(7, degree - 2);
+  if (context < 7 || !isNine_) {
+    s.faceMasks[context].push_back(part(0, 32));
+    if (context == 7) s.faceMasksNext.push_back(part(32, 32));
+  } else {
+    s.faceMasks[context].push_back(part(0, 30));
+    s.faceMasksNext.push_back(part(30, 30));
+    s.faceMasksTop.push_back(part(60, 4));
+  }
 }
 
 }  // namespace jt::codec

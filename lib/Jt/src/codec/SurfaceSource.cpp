@@ -1,6 +1,7 @@
 #include "SurfaceSource.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace jt::codec {
 
@@ -8,173 +9,99 @@ namespace {
 
 constexpr std::uint32_t kNone = Surface::kNone;
 
-std::uint32_t nextInTriangle(std::uint32_t corner) {
-  return corner % 3 == 2 ? corner - 2 : corner + 1;
-}
-std::uint32_t previousInTriangle(std::uint32_t corner) {
-  return corner % 3 == 0 ? corner + 2 : corner - 1;
-}
+/// Edges that wait for their mates, in lists by the sum of their ends: a sum keeps what is near
+/// together, as a hash would not, and spreads the edges of a hub.
+class WaitingEdges {
+ public:
+  WaitingEdges(std::span<const std::uint32_t> corners, std::uint32_t positions)
+      : corners_(corners),
+        mates_(corners.size(), kNone),
+        lists_(2 * std::size_t{positions}, kNone) {}
 
-/// An edge of a triangle, kept with its lesser position.
-struct Edge {
-  std::uint32_t other;   ///< the greater position
-  std::uint32_t corner;  ///< where the edge begins in its triangle
+  /// Pairs the edge with the first that waits for it, or lets it wait.
+  void add(std::uint32_t corner, std::uint32_t from, std::uint32_t to) {
+    constexpr unsigned kPatience =
+        256;  // edges beyond that stay boundaries, so that time is linear
+    std::uint32_t* link = &lists_[from + to];
+    for (unsigned seen = 0; *link != kNone; ++seen) {
+      const std::uint32_t other = *link;
+      if (corners_[other] == to && endOf(other) == from) {
+        *link = mates_[other];
+        mates_[other] = corner;
+        mates_[corner] = other;
+        return;
+      }
+      if (seen == kPatience) return;
+      link = &mates_[other];
+    }
+    *link = corner;
+  }
+  std::vector<std::uint32_t> finish() {
+    for (std::uint32_t waiting : lists_)
+      while (waiting != kNone) waiting = std::exchange(mates_[waiting], kNone);
+    return std::move(mates_);
+  }
+
+ private:
+  std::uint32_t endOf(std::uint32_t corner) const {
+    return corners_[corner % 3 == 2 ? corner - 2 : corner + 1];
+  }
+
+  std::span<const std::uint32_t> corners_;
+  std::vector<std::uint32_t> mates_;  // of edges that wait: the next one of the list
+  std::vector<std::uint32_t> lists_;
 };
-
-/// Pairs the first edge from the lesser to the greater position with the first that runs back, for
-/// each other position among edges of one lesser position, in the order of their corners.
-void pairAmong(std::span<Edge> edges, std::uint32_t lesser, std::span<const std::uint32_t> corners,
-               std::vector<std::uint32_t>& mates) {
-  constexpr std::size_t kFew = 24;
-  const auto leads = [&](const Edge& edge) { return corners[edge.corner] == lesser; };
-  const auto pair = [&](const Edge& a, const Edge& b) {
-    mates[a.corner] = b.corner;
-    mates[b.corner] = a.corner;
-  };
-  if (edges.size() > kFew) {
-    // Equals come to stand together; then the first of each direction are near.
-    std::ranges::sort(edges, [&](const Edge& a, const Edge& b) {
-      if (a.other != b.other) return a.other < b.other;
-      return leads(a) != leads(b) ? leads(a) : a.corner < b.corner;
-    });
-    for (std::size_t i = 0; i < edges.size();) {
-      std::size_t back = i;
-      std::size_t end = i;
-      for (; end < edges.size() && edges[end].other == edges[i].other; ++end)
-        if (leads(edges[end])) back = end + 1;
-      if (back > i && back < end) pair(edges[i], edges[back]);
-      i = end;
-    }
-    return;
-  }
-  for (std::size_t i = 0; i < edges.size(); ++i) {
-    const Edge* opposite = nullptr;
-    bool isFirst = true;
-    for (std::size_t k = 0; k < edges.size() && isFirst; ++k) {
-      if (k == i || edges[k].other != edges[i].other) continue;
-      const bool isSame = leads(edges[k]) == leads(edges[i]);
-      if (isSame && k < i) isFirst = false;
-      if (!isSame && !opposite) opposite = &edges[k];
-    }
-    if (isFirst && opposite) mates[edges[i].corner] = opposite->corner;
-  }
-}
 
 }  // namespace
 
 std::vector<std::uint32_t> pairEdges(std::span<const std::uint32_t> corners) {
   std::uint32_t positions = 0;
   for (const std::uint32_t position : corners) positions = std::max(positions, position + 1);
-  const auto isFlat = [&](std::size_t t) {
-    return corners[t] == corners[t + 1] || corners[t + 1] == corners[t + 2] ||
-           corners[t] == corners[t + 2];
-  };
-  const auto eachEdge = [&](auto act) {
-    for (std::size_t t = 0; t + 2 < corners.size(); t += 3) {
-      if (isFlat(t)) continue;
-      for (std::size_t k = 0; k < 3; ++k) {
-        const std::uint32_t from = corners[t + k];
-        const std::uint32_t to = corners[k == 2 ? t : t + k + 1];
-        act(static_cast<std::uint32_t>(t + k), std::min(from, to), std::max(from, to));
-      }
-    }
-  };
-  // Edges in the order of their lesser positions.
-  std::vector<std::uint32_t> ends(std::size_t{positions} + 1);
-  eachEdge([&](std::uint32_t, std::uint32_t lesser, std::uint32_t) { ++ends[lesser + 1]; });
-  for (std::size_t p = 0; p < positions; ++p) ends[p + 1] += ends[p];
-  std::vector<Edge> edges(ends.back());
-  eachEdge([&](std::uint32_t corner, std::uint32_t lesser, std::uint32_t greater) {
-    edges[ends[lesser]++] = {greater, corner};
-  });
-  std::vector<std::uint32_t> mates(corners.size(), kNone);
-  std::uint32_t start = 0;
-  for (std::uint32_t p = 0; p < positions; start = ends[p++])
-    pairAmong(std::span(edges).subspan(start, ends[p] - start), p, corners, mates);
-  return mates;
+  WaitingEdges edges(corners, positions);
+  for (std::uint32_t t = 0; t + 2 < corners.size(); t += 3) {
+    const std::uint32_t a = corners[t];
+    const std::uint32_t b = corners[t + 1];
+    const std::uint32_t c = corners[t + 2];
+    if (a == b || b == c || c == a) continue;
+    edges.add(t, a, b);
+    edges.add(t + 1, b, c);
+    edges.add(t + 2, c, a);
+  }
+  return edges.finish();
 }
 
 void SurfaceSource::build(std::vector<std::uint32_t> mates) {
-  const std::size_t corners = mates.size();
-  triangles = corners / 3;
-  cornerStart.assign(triangles + 1, 0);
-  polygonOf.resize(corners);
-  for (std::uint32_t c = 0; c < corners; ++c) {
-    polygonOf[c] = c / 3;
-    cornerStart[c / 3 + 1] = c / 3 * 3 + 3;
-  }
-  vertexOf.assign(corners, kNone);
-  placeOf.assign(corners, 0);
-  closeFans(mates);
-  cover(mates);
+  mates_ = std::move(mates);
+  triangles_ = static_cast<std::uint32_t>(mates_.size() / 3);
+  coverStart_.assign(1, 3 * triangles_);
+  coverOf_.clear();
+  for (std::uint32_t corner = 0; corner < 3 * triangles_; ++corner)
+    if (mates_[corner] == kNone) cover(corner);
 }
 
-/// Finds the rings: corners that paired edges connect. An open one begins behind its boundary.
-void SurfaceSource::closeFans(std::vector<std::uint32_t>& mates) {
-  ringStart.assign(1, 0);
-  ring.clear();
-  for (std::uint32_t corner = 0; corner < mates.size(); ++corner) {
-    if (vertexOf[corner] != kNone) continue;
-    std::uint32_t first = corner;
-    for (std::uint32_t back = mates[first]; back != kNone; back = mates[first]) {
-      first = nextInTriangle(back);
-      if (first == corner) break;
-    }
-    const auto vertex = static_cast<std::uint32_t>(vertexCount());
-    for (std::uint32_t at = first; at != kNone;) {
-      vertexOf[at] = vertex;
-      placeOf[at] = static_cast<std::uint32_t>(ring.size()) - ringStart.back();
-      ring.push_back(at);
-      const std::uint32_t across = mates[previousInTriangle(at)];
-      at = across == first ? kNone : across;
-    }
-    ringStart.push_back(static_cast<std::uint32_t>(ring.size()));
+/// Closes a hole. The corners of paired edges round a position are a vertex, and each vertex of a
+/// boundary has one boundary edge out and one in, so that boundaries are simple loops.
+void SurfaceSource::cover(std::uint32_t boundary) {
+  loop_.clear();
+  for (std::uint32_t edge = boundary; loop_.empty() || edge != boundary;) {
+    loop_.push_back(edge);
+    edge = next(edge);
+    while (mates_[edge] != kNone) edge = next(mates_[edge]);
   }
-}
-
-/// Closes the holes. Each vertex of a boundary has one boundary edge out, from the first corner of
-/// its ring, and one in, so that boundaries are simple loops.
-void SurfaceSource::cover(std::vector<std::uint32_t>& mates) {
-  std::vector<std::uint32_t> coverOf(vertexCount(), kNone);  // corner that closes the ring
-  std::vector<std::uint32_t> loop;
-  bool any = false;
-  for (std::uint32_t vertex = 0; vertex < vertexCount(); ++vertex) {
-    if (coverOf[vertex] != kNone || mates[ring[ringStart[vertex]]] != kNone) continue;
-    loop.clear();
-    for (std::uint32_t v = vertex; loop.empty() || v != vertex;) {
-      loop.push_back(v);
-      v = vertexOf[nextInTriangle(ring[ringStart[v]])];
-    }
-    if (loop.size() == 2) {
-      const std::uint32_t a = ring[ringStart[loop[0]]];
-      const std::uint32_t b = ring[ringStart[loop[1]]];
-      mates[a] = b;
-      mates[b] = a;
-      continue;
-    }
-    any = true;
-    const auto polygon = static_cast<std::uint32_t>(polygonCount());
-    for (std::size_t k = loop.size(); k-- > 0;) {
-      const auto corner = static_cast<std::uint32_t>(vertexOf.size());
-      coverOf[loop[k]] = corner;
-      polygonOf.push_back(polygon);
-      vertexOf.push_back(loop[k]);
-      placeOf.push_back(ringStart[loop[k] + 1] - ringStart[loop[k]]);
-    }
-    cornerStart.push_back(static_cast<std::uint32_t>(vertexOf.size()));
+  if (loop_.size() == 2) {
+    mates_[loop_[0]] = loop_[1];
+    mates_[loop_[1]] = loop_[0];
+    return;
   }
-  if (!any) return;
-  // The covers go behind the last corners of their rings.
-  std::vector<std::uint32_t> wider;
-  wider.reserve(vertexOf.size());
-  for (std::size_t v = 0; v < vertexCount(); ++v) {
-    const std::uint32_t start = ringStart[v];
-    ringStart[v] = static_cast<std::uint32_t>(wider.size());
-    wider.insert(wider.end(), ring.begin() + start, ring.begin() + ringStart[v + 1]);
-    if (coverOf[v] != kNone) wider.push_back(coverOf[v]);
+  // The cover runs the loop backwards: from where an edge begins to where the one before it does.
+  const auto number = static_cast<std::uint32_t>(coverStart_.size() - 1);
+  for (std::size_t k = loop_.size(); k-- > 0;) {
+    const std::uint32_t edge = loop_[k == 0 ? loop_.size() - 1 : k - 1];
+    mates_[edge] = static_cast<std::uint32_t>(mates_.size());
+    mates_.push_back(edge);
+    coverOf_.push_back(number);
   }
-  ringStart.back() = static_cast<std::uint32_t>(wider.size());
-  ring = std::move(wider);
+  coverStart_.push_back(static_cast<std::uint32_t>(mates_.size()));
 }
 
 }  // namespace jt::codec

@@ -11,50 +11,57 @@
 
 namespace jt::codec {
 
-/// Index of the first item that equals each item. Expected linear time.
-/// @param hash of an item by index @param equal of two items by index
-template <class Hash, class Equal>
-std::vector<std::uint32_t> firstOfEquals(std::size_t count, Hash hash, Equal equal) {
-  constexpr std::uint32_t kFree = 0xffffffffU;
-  std::size_t size = 16;
-  while (size < 2 * count) size *= 2;
-  std::vector<std::uint32_t> slots(size, kFree);
-  std::vector<std::uint32_t> first(count);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    std::size_t at = hash(i) & (size - 1);
-    while (slots[at] != kFree && !equal(slots[at], i)) at = (at + 1) & (size - 1);
-    if (slots[at] == kFree) slots[at] = i;
-    first[i] = slots[at];
-  }
-  return first;
-}
-
-/// The corner across the edge that begins at each corner, or Surface::kNone on a boundary. Edges
-/// that more than two triangles share, or that neighbours run in the same direction, pair the first
-/// of each direction; triangles that meet a position twice pair with nothing.
+/// The corner across the edge that begins at each corner, or Surface::kNone on a boundary. Where
+/// more than two triangles share an edge, each pairs with the first that waits for one and runs the
+/// other way; triangles that meet a position twice pair with nothing.
 /// @param corners position of each corner, three a triangle
 std::vector<std::uint32_t> pairEdges(std::span<const std::uint32_t> corners);
 
-/// Closed surfaces that are made of triangles: their polygons come first, the covers behind them.
-struct SurfaceSource {
-  std::vector<std::uint32_t> cornerStart;  ///< first corner of each polygon, and the end
-  std::vector<std::uint32_t> polygonOf;    ///< of each corner
-  std::vector<std::uint32_t> vertexOf;     ///< of each corner
-  std::vector<std::uint32_t> placeOf;      ///< of each corner in the ring of its vertex
-  std::vector<std::uint32_t> ringStart;    ///< first entry of each vertex in `ring`, and the end
-  std::vector<std::uint32_t> ring;         ///< corners round each vertex, counter-clockwise
-  std::size_t triangles = 0;
-
-  std::size_t polygonCount() const noexcept { return cornerStart.size() - 1; }
-  std::size_t vertexCount() const noexcept { return ringStart.size() - 1; }
-
-  /// Builds the surfaces of triangles. A corner keeps its number.
+/// Closed surfaces that are made of triangles and of covers over their holes. Corners are numbered
+/// through all polygons, and each stands for the edge to the next one too.
+class SurfaceSource {
+ public:
+  /// Builds the surfaces of triangles. A corner keeps its number; those of covers come behind.
   /// @param mates as pairEdges() gives them, three a triangle
   void build(std::vector<std::uint32_t> mates);
 
+  std::size_t cornerCount() const noexcept { return mates_.size(); }
+  std::size_t triangleCount() const noexcept { return triangles_; }
+  std::size_t polygonCount() const noexcept { return triangles_ + coverStart_.size() - 1; }
+
+  /// The corner across the edge that begins at a corner.
+  std::uint32_t mate(std::uint32_t corner) const noexcept { return mates_[corner]; }
+  bool isCover(std::uint32_t corner) const noexcept { return corner >= 3 * triangles_; }
+  /// Triangles first, then covers.
+  std::uint32_t polygonOf(std::uint32_t corner) const noexcept {
+    return isCover(corner) ? coverOf_[corner - 3 * triangles_] + triangles_ : corner / 3;
+  }
+  std::uint32_t valence(std::uint32_t polygon) const noexcept {
+    if (polygon < triangles_) return 3;
+    const std::size_t cover = polygon - triangles_;
+    return coverStart_[cover + 1] - coverStart_[cover];
+  }
+  std::uint32_t next(std::uint32_t corner) const noexcept {
+    if (!isCover(corner)) return corner % 3 == 2 ? corner - 2 : corner + 1;
+    const std::uint32_t cover = coverOf_[corner - 3 * triangles_];
+    return corner + 1 == coverStart_[cover + 1] ? coverStart_[cover] : corner + 1;
+  }
+  std::uint32_t previous(std::uint32_t corner) const noexcept {
+    if (!isCover(corner)) return corner % 3 == 0 ? corner + 2 : corner - 1;
+    const std::uint32_t cover = coverOf_[corner - 3 * triangles_];
+    return corner == coverStart_[cover] ? coverStart_[cover + 1] - 1 : corner - 1;
+  }
+  /// The next corner at the same vertex, counter-clockwise.
+  std::uint32_t turn(std::uint32_t corner) const noexcept { return mates_[previous(corner)]; }
+
  private:
-  void closeFans(std::vector<std::uint32_t>& mates);
-  void cover(std::vector<std::uint32_t>& mates);
+  void cover(std::uint32_t boundary);
+
+  std::vector<std::uint32_t> mates_;
+  std::vector<std::uint32_t> coverStart_;  // first corner of each cover, and the end
+  std::vector<std::uint32_t> coverOf_;     // of each corner behind the triangles
+  std::vector<std::uint32_t> loop_;        // boundary under work
+  std::uint32_t triangles_ = 0;
 };
 
 }  // namespace jt::codec
