@@ -1,9 +1,9 @@
 #include "ArithmeticEncoder.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <cmath>
-#include <numeric>
+#include <utility>
 
 namespace jt::codec {
 
@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::size_t kMostEntries = 4000;
 constexpr std::uint32_t kMostTotal = 16383;  // 14 bits keep every interval wider than nothing
+// What a packet has beside values: lengths and the head of a table; and a packet of outliers.
+constexpr double kFixedBits = 150;
+constexpr double kOutOfBandBits = 120;
 
 unsigned widthOf(std::uint32_t value) { return static_cast<unsigned>(std::bit_width(value)); }
 
@@ -31,15 +34,23 @@ struct Layout {
       least = std::min<std::int64_t>(least, entry.value);
       most = std::max<std::int64_t>(most, entry.value);
     }
-    symbol =
-        kind == PacketKind::mk3 ? 1 : widthOf(static_cast<std::uint32_t>(table.entries.size() + 2));
+    symbol = symbolWidth(kind, table.entries.size());
     occurrences = widthOf(count);
     if (least > most) return;
     min = static_cast<std::int32_t>(least);
     value = widthOf(static_cast<std::uint32_t>(most - least));
   }
-  std::uint64_t entryBits() const noexcept { return symbol + occurrences + value; }
+  static unsigned symbolWidth(PacketKind kind, std::size_t entries) {
+    return kind == PacketKind::mk3 ? 1 : widthOf(static_cast<std::uint32_t>(entries + 2));
+  }
 };
+
+/// The binary logarithm to a hundredth or so.
+double roughLog2(std::uint32_t value) {
+  const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(value));
+  const float m = std::bit_cast<float>((bits & 0x7fffff) | 0x3f800000);
+  return static_cast<double>(static_cast<float>(bits >> 23) - 127 + (2 - m / 3) * m - 5.0F / 3);
+}
 
 /// Counts scaled so that they add up to what the registers can tell apart; none becomes 0.
 void scale(ContextTable& table) {
@@ -55,34 +66,38 @@ void scale(ContextTable& table) {
   table.total = static_cast<std::uint32_t>(total);
 }
 
+/// Code text. An interval is kept by its low end, with the bits above that are not written yet and
+/// may still take a carry, and its width.
 class Encoder {
  public:
-  Encoder(WordBitWriter& bits, std::uint32_t total)
-      : bits_(bits), factor_((std::uint64_t{1} << kShift) / total + 1) {}
+  explicit Encoder(std::uint32_t total) : factor_((std::uint64_t{1} << kShift) / total + 1) {}
 
+  /// Narrows the interval to the part from `from` to `to` of the total.
   void put(std::uint32_t from, std::uint32_t to) {
-    const std::uint32_t range = high_ - low_ + 1;
-    high_ = low_ + dividedByTotal(range * to) - 1;
-    low_ = low_ + dividedByTotal(range * from);
-    // Bits in which both ends agree are settled.
-    const auto settled = static_cast<unsigned>(std::countl_zero((low_ ^ high_) << 16 | 0x8000U));
-    if (settled > 0) {
-      emit(low_ >> (16 - settled), settled);
-      shift(settled);
-    }
-    // Behind the top bit low has ones where high has zeros: which way they go is told later.
-    const auto straddling = static_cast<unsigned>(std::countl_one((low_ & ~high_) << 17));
-    if (straddling > 0) {
-      pending_ += straddling;
-      shift(straddling);
-      low_ &= 0x7fff;
-      high_ |= 0x8000;
-    }
+    const std::uint32_t start = dividedByTotal(width_ * from);
+    width_ = dividedByTotal(width_ * to) - start;
+    low_ += start;
+    // Widened for as long as it lies in one half of what 16 bits tell apart, or in the middle.
+    const auto most = static_cast<unsigned>(16 - std::bit_width(width_ - 1));
+    const std::uint64_t end = ((low_ << most) & 0x7fff) + (std::uint64_t{width_} << most);
+    const unsigned shift = most - (end > 0x10000 ? 1 : 0);
+    low_ <<= shift;
+    width_ <<= shift;
+    waiting_ += shift;
+    if (waiting_ >= 32) flush();
   }
-  void finish() {
-    ++pending_;
-    emit((low_ >> 14) & 1, 1);
-    while (bits_.count() < 16) bits_.put(0, 1);
+  /// Appends the number of bits, then the words, the last one filled with zeros.
+  void finish(Bytes& out, bool bigEndian) {
+    // Two more bits name a quarter inside the interval.
+    low_ = (low_ + 0x4000) >> 14 << 16;
+    waiting_ += 2;
+    const std::size_t bits = std::max<std::size_t>(16, 32 * words_.size() + waiting_);
+    while (waiting_ > 0) {
+      if (waiting_ < 32) low_ <<= 32 - std::exchange(waiting_, 32);
+      flush();
+    }
+    append(out, static_cast<std::int32_t>(bits), bigEndian);
+    for (const std::uint32_t word : words_) append(out, word, bigEndian);
   }
 
  private:
@@ -92,73 +107,90 @@ class Encoder {
   std::uint32_t dividedByTotal(std::uint32_t numerator) const noexcept {
     return static_cast<std::uint32_t>((numerator * factor_) >> kShift);
   }
-  void shift(unsigned count) noexcept {
-    low_ = (low_ << count) & 0xffff;
-    high_ = ((high_ << count) | ((1U << count) - 1)) & 0xffff;
-  }
-  /// Settled bits; those that waited go behind the first.
-  void emit(std::uint32_t settled, unsigned count) {
-    if (pending_ == 0) return bits_.put(settled, count);
-    const std::uint32_t first = settled >> (count - 1) & 1;
-    bits_.put(first, 1);
-    for (; pending_ > 0; --pending_) bits_.put(first ^ 1, 1);
-    bits_.put(settled, count - 1);
+  void flush() {
+    const std::uint64_t word = low_ >> (waiting_ - 16);
+    const bool carries = word >> 32 != 0;
+    for (std::size_t i = words_.size(); carries && ++words_[--i] == 0;) {
+    }
+    words_.push_back(static_cast<std::uint32_t>(word));
+    waiting_ -= 32;
+    low_ &= (std::uint64_t{1} << (16 + waiting_)) - 1;
   }
 
-  WordBitWriter& bits_;
   std::uint64_t factor_;
-  std::uint32_t low_ = 0;
-  std::uint32_t high_ = 0xffff;
-  std::size_t pending_ = 0;
+  std::uint64_t low_ = 0;
+  std::uint32_t width_ = 0x10000;
+  unsigned waiting_ = 0;  // bits of the low end above its 16
+  std::vector<std::uint32_t> words_;
 };
 
-/// Finds the entry of a value: by a table where values are near each other, else by search.
-class EntryOf {
+/// Finds the part of the total that stands for a value.
+class PartOf {
  public:
-  /// @param entries ascending
-  EntryOf(std::span<const ContextEntry> entries, std::size_t valueCount) : entries_(entries) {
-    if (entries.empty()) return;
-    const auto span = static_cast<std::uint32_t>(entries.back().value) - base();
+  struct Part {
+    std::uint16_t from = 0;
+    std::uint16_t to = 0;
+  };
+
+  /// @param valueCount values that will be looked for
+  PartOf(const ContextTable& table, std::size_t valueCount)
+      : entries_(table.entries), escapes_(table.hasEscape()) {
+    std::uint32_t at = 0;
+    for (const ContextEntry& entry : entries_) {
+      parts_.push_back(
+          {static_cast<std::uint16_t>(at), static_cast<std::uint16_t>(at + entry.occurrences)});
+      at += entry.occurrences;
+    }
+    if (escapes_) entries_ = entries_.first(entries_.size() - 1);
+    if (entries_.empty()) return;
+    base_ = static_cast<std::uint32_t>(entries_.front().value);
+    const std::uint32_t span = static_cast<std::uint32_t>(entries_.back().value) - base_;
     if (span >= std::max<std::size_t>(2 * valueCount, 4096)) return;
-    byValue_.assign(std::size_t{span} + 1, kNone);
-    for (std::uint32_t i = 0; i < entries.size(); ++i)
-      byValue_[static_cast<std::uint32_t>(entries[i].value) - base()] = i;
+    byValue_.assign(std::size_t{span} + 1, parts_.back());
+    for (std::size_t i = 0; i < entries_.size(); ++i)
+      byValue_[static_cast<std::uint32_t>(entries_[i].value) - base_] = parts_[i];
   }
-  /// Index of the entry, or the number of entries.
-  std::size_t operator()(std::int32_t value) const {
+  /// The escape's part for a value that is not in the table.
+  Part operator()(std::int32_t value) const {
     if (!byValue_.empty()) {
-      const std::uint32_t at = static_cast<std::uint32_t>(value) - base();
-      return at < byValue_.size() && byValue_[at] != kNone ? byValue_[at] : entries_.size();
+      const std::uint32_t at = static_cast<std::uint32_t>(value) - base_;
+      return at < byValue_.size() ? byValue_[at] : parts_.back();
     }
     const auto found = std::ranges::lower_bound(entries_, value, {}, &ContextEntry::value);
     return found != entries_.end() && found->value == value
-               ? static_cast<std::size_t>(found - entries_.begin())
-               : entries_.size();
+               ? parts_[static_cast<std::size_t>(found - entries_.begin())]
+               : parts_.back();
   }
+  bool isEscape(Part part) const noexcept { return escapes_ && part.from == parts_.back().from; }
 
  private:
-  static constexpr std::uint32_t kNone = 0xffffffffU;
-  std::uint32_t base() const { return static_cast<std::uint32_t>(entries_.front().value); }
-
   std::span<const ContextEntry> entries_;
-  std::vector<std::uint32_t> byValue_;
+  bool escapes_;
+  std::vector<Part> parts_;  // of the entries
+  std::uint32_t base_ = 0;
+  std::vector<Part> byValue_;  // where values are near each other
 };
 
 /// Bits into bytes, each from its most significant bit down.
 class ByteBitWriter {
  public:
   explicit ByteBitWriter(Bytes& out) : out_(out) {}
+  ByteBitWriter(const ByteBitWriter&) = delete;
+  ByteBitWriter& operator=(const ByteBitWriter&) = delete;
+  ~ByteBitWriter() {
+    if (have_ > 0) out_.push_back(static_cast<std::byte>(bits_ << (8 - have_)));
+  }
+  /// @pre value has no bits above width
   void put(std::uint32_t value, unsigned width) {
-    while (width-- > 0) {
-      if (used_ == 0) out_.push_back(std::byte{0});
-      if ((value >> width & 1) != 0) out_.back() |= std::byte{0x80} >> used_;
-      used_ = (used_ + 1) % 8;
-    }
+    bits_ = bits_ << width | value;
+    for (have_ += width; have_ >= 8; have_ -= 8)
+      out_.push_back(static_cast<std::byte>(bits_ >> (have_ - 8)));
   }
 
  private:
   Bytes& out_;
-  unsigned used_ = 0;
+  std::uint64_t bits_ = 0;
+  unsigned have_ = 0;
 };
 
 void writeTable(PacketKind kind, const ContextTable& table, Bytes& out) {
@@ -184,91 +216,129 @@ void writeTable(PacketKind kind, const ContextTable& table, Bytes& out) {
   }
 }
 
-}  // namespace
-
-Histogram::Histogram(std::span<const std::int32_t> values) : total_(values.size()) {
-  if (values.empty()) return;
-  const auto [least, most] = std::ranges::minmax(values);
-  const auto base = static_cast<std::uint32_t>(least);
-  const std::uint32_t span = static_cast<std::uint32_t>(most) - base;
-  if (span < 2 * values.size() || span < 256) {
-    std::vector<std::uint32_t> counts(std::size_t{span} + 1);
-    for (const std::int32_t value : values) ++counts[static_cast<std::uint32_t>(value) - base];
-    for (std::uint32_t i = 0; i < counts.size(); ++i)
-      if (counts[i] > 0) entries_.push_back({static_cast<std::int32_t>(base + i), counts[i]});
-    return;
+/// Counts of values that may be far apart, in no order.
+std::vector<Histogram::Entry> countScattered(std::span<const std::int32_t> values,
+                                             std::size_t step) {
+  const std::size_t count = (values.size() + step - 1) / step;
+  const unsigned width = widthOf(static_cast<std::uint32_t>(count)) + 1;
+  std::vector<std::uint32_t> slots(std::size_t{1} << width);  // numbers of entries, from 1
+  std::vector<Histogram::Entry> entries;
+  for (std::size_t i = 0; i < values.size(); i += step) {
+    const std::int32_t value = values[i];
+    std::size_t at = static_cast<std::uint32_t>(value) * 0x9e3779b9U >> (32 - width);
+    while (slots[at] != 0 && entries[slots[at] - 1].value != value)
+      at = (at + 1) & (slots.size() - 1);
+    if (slots[at] == 0) {
+      entries.push_back({value, 0});
+      slots[at] = static_cast<std::uint32_t>(entries.size());
+    }
+    ++entries[slots[at] - 1].count;
   }
-  std::vector<std::int32_t> sorted(values.begin(), values.end());
-  std::ranges::sort(sorted);
-  for (const std::int32_t value : sorted) {
-    if (entries_.empty() || entries_.back().value != value) entries_.push_back({value, 0});
-    ++entries_.back().count;
-  }
+  return entries;
 }
 
-Histogram Histogram::shifted(std::int32_t base, unsigned shift) const {
-  Histogram result;
-  result.total_ = total_;
-  for (const Entry& entry : entries_) {
-    const std::uint32_t above =
-        static_cast<std::uint32_t>(entry.value) - static_cast<std::uint32_t>(base);
-    const auto value = static_cast<std::int32_t>(above >> shift);
-    if (result.entries_.empty() || result.entries_.back().value != value)
-      result.entries_.push_back({value, 0});
-    result.entries_.back().count += entry.count;
+}  // namespace
+
+Histogram::Histogram(std::span<const std::int32_t> values, std::int32_t least, std::int32_t most,
+                     unsigned shift)
+    : total_(values.size()) {
+  const auto base = static_cast<std::uint32_t>(least);
+  std::vector<std::uint32_t> counts(((static_cast<std::uint32_t>(most) - base) >> shift) + 1);
+  for (const std::int32_t value : values)
+    ++counts[(static_cast<std::uint32_t>(value) - base) >> shift];
+  const std::uint32_t first = shift == 0 ? base : 0;
+  for (std::uint32_t i = 0; i < counts.size(); ++i)
+    if (counts[i] > 0) entries_.push_back({static_cast<std::int32_t>(first + i), counts[i]});
+}
+
+std::optional<Histogram> Histogram::ofScattered(std::span<const std::int32_t> values) {
+  constexpr std::size_t kSample = 2048;
+  if (values.size() > 4 * kSample) {
+    const std::size_t step = values.size() / kSample;
+    if (countScattered(values, step).size() * 16 > values.size() / step * 15) return {};
   }
+  Histogram result;
+  result.total_ = values.size();
+  result.entries_ = countScattered(values, 1);
   return result;
 }
 
-std::optional<ArithmeticPlan> planArithmetic(PacketKind kind, const Histogram& histogram) {
-  constexpr std::size_t kFew = 16;
-  ArithmeticPlan plan;
-  std::uint32_t inTable = 0;
-  std::int64_t least = INT32_MAX;  // of the values out of band
-  std::int64_t most = INT32_MIN;
-  for (const Histogram::Entry& entry : histogram.entries()) {
-    // Values that occur once cost less out of band than in the table.
-    if (entry.count > 1 || histogram.entries().size() <= kFew) {
-      plan.table.entries.push_back({false, entry.count, entry.value, 0});
-      inTable += entry.count;
+void Histogram::halve(std::int32_t base) {
+  std::size_t kept = 0;
+  for (const Entry& entry : entries_) {
+    const auto value = static_cast<std::int32_t>(
+        (static_cast<std::uint32_t>(entry.value) - static_cast<std::uint32_t>(base)) >> 1);
+    if (kept > 0 && entries_[kept - 1].value == value) {
+      entries_[kept - 1].count += entry.count;
     } else {
-      least = std::min<std::int64_t>(least, entry.value);
-      most = std::max<std::int64_t>(most, entry.value);
+      entries_[kept++] = {value, entry.count};
     }
   }
-  if (plan.table.entries.empty() || plan.table.entries.size() > kMostEntries) return {};
-  const auto escapes = static_cast<std::uint32_t>(histogram.total()) - inTable;
-  if (escapes > 0) plan.table.entries.push_back({true, escapes, 0, 0});
-  double bits = 16;
-  for (const ContextEntry& entry : plan.table.entries)
-    bits +=
-        entry.occurrences * std::log2(static_cast<double>(histogram.total()) / entry.occurrences);
-  scale(plan.table);
-  const unsigned outWidth = escapes > 0 ? widthOf(static_cast<std::uint32_t>(most - least)) : 0;
-  plan.bits = static_cast<std::uint64_t>(bits) + 66 +
-              plan.table.entries.size() * Layout(kind, plan.table).entryBits() + 150 +
-              std::uint64_t{outWidth} * escapes;
-  return plan;
+  entries_.resize(kept);
 }
 
-void writeArithmetic(PacketKind kind, const ArithmeticPlan& plan,
+ArithmeticEstimate estimateArithmetic(PacketKind kind, const Histogram& histogram, unsigned width) {
+  constexpr std::uint32_t kOften = 16;
+  struct Sum {
+    std::size_t entries = 0;
+    std::uint64_t values = 0;
+    double weight = 0;  // of n log n
+  };
+  std::array<Sum, kOften + 1> sums;  // by count, the last of all that are more
+  std::uint32_t most = 0;
+  for (const Histogram::Entry& entry : histogram.entries()) {
+    Sum& sum = sums[std::min(entry.count, kOften)];
+    ++sum.entries;
+    sum.values += entry.count;
+    sum.weight += entry.count * roughLog2(entry.count);
+    most = std::max(most, entry.count);
+  }
+  const auto total = static_cast<double>(histogram.total());
+  const unsigned countWidth = widthOf(std::min(most, kMostTotal));
+  ArithmeticEstimate best;
+  Sum in;
+  for (std::uint32_t least = kOften; least > 0; --least) {
+    const Sum& sum = sums[least];
+    in.entries += sum.entries;
+    in.values += sum.values;
+    in.weight += sum.weight;
+    if (sum.entries == 0 || in.entries > kMostEntries) continue;
+    const auto out = static_cast<std::uint32_t>(histogram.total() - in.values);
+    const std::size_t entries = in.entries + (out > 0 ? 1 : 0);
+    double bits = total * roughLog2(static_cast<std::uint32_t>(total)) - in.weight;
+    if (out > 0) bits += out * (width - roughLog2(out)) + kOutOfBandBits;
+    bits += kFixedBits + static_cast<double>(
+                             entries * (Layout::symbolWidth(kind, entries) + countWidth + width));
+    if (bits < static_cast<double>(best.bits)) best = {static_cast<std::uint64_t>(bits), least};
+  }
+  return best;
+}
+
+ContextTable tableOf(const Histogram& histogram, std::uint32_t leastCount) {
+  ContextTable table;
+  std::size_t out = histogram.total();
+  for (const Histogram::Entry& entry : histogram.entries()) {
+    if (entry.count < leastCount) continue;
+    table.entries.push_back({false, entry.count, entry.value, 0});
+    out -= entry.count;
+  }
+  std::ranges::sort(table.entries, {}, &ContextEntry::value);
+  if (out > 0) table.entries.push_back({true, static_cast<std::uint32_t>(out), 0, 0});
+  scale(table);
+  return table;
+}
+
+void writeArithmetic(PacketKind kind, const ContextTable& table,
                      std::span<const std::int32_t> values, Bytes& out, bool bigEndian,
                      std::vector<std::int32_t>& outOfBand) {
-  const ContextTable& table = plan.table;
-  std::vector<std::uint32_t> starts{0};
-  for (const ContextEntry& entry : table.entries)
-    starts.push_back(starts.back() + entry.occurrences);
-  const std::size_t known = table.entries.size() - (table.hasEscape() ? 1 : 0);
-  const EntryOf entryOf(std::span(table.entries).first(known), values.size());
-  WordBitWriter bits;
-  Encoder encoder(bits, table.total);
+  const PartOf partOf(table, values.size());
+  Encoder encoder(table.total);
   for (const std::int32_t value : values) {
-    const std::size_t index = entryOf(value);
-    if (index == known) outOfBand.push_back(value);
-    encoder.put(starts[index], starts[index + 1]);
+    const PartOf::Part part = partOf(value);
+    if (partOf.isEscape(part)) outOfBand.push_back(value);
+    encoder.put(part.from, part.to);
   }
-  encoder.finish();
-  bits.finish(out, bigEndian);
+  encoder.finish(out, bigEndian);
   writeTable(kind, table, out);
 }
 

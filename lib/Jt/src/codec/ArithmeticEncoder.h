@@ -2,15 +2,17 @@
 
 // Arithmetic code as decodeArithmetic() reads it, over one context table.
 
+#include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
-#include "Bits.h"
+#include "Bytes.h"
 #include "Contexts.h"
 
 namespace jt::codec {
 
-/// Values with how often each occurs, ascending.
+/// Values with how often each occurs.
 class Histogram {
  public:
   struct Entry {
@@ -18,10 +20,14 @@ class Histogram {
     std::uint32_t count = 0;
   };
 
-  /// Takes time linear in the values, but for a sort where they are many and far apart.
-  explicit Histogram(std::span<const std::int32_t> values);
-  /// Of what is left of the values above `base` when `shift` bits are cut off.
-  Histogram shifted(std::int32_t base, unsigned shift) const;
+  /// Of values that lie near each other, or of what is left of them above the least one when
+  /// `shift` bits are cut off. Takes memory for everything from the least to the greatest.
+  Histogram(std::span<const std::int32_t> values, std::int32_t least, std::int32_t most,
+            unsigned shift);
+  /// Of values that may be far apart, in no order; nothing when hardly any comes back.
+  static std::optional<Histogram> ofScattered(std::span<const std::int32_t> values);
+  /// Of what is left of the values above `base` when one more bit is cut off. @pre ascending
+  void halve(std::int32_t base);
 
   const std::vector<Entry>& entries() const noexcept { return entries_; }
   std::size_t total() const noexcept { return total_; }
@@ -32,18 +38,22 @@ class Histogram {
   std::size_t total_ = 0;
 };
 
-/// A table for values; those that it does not have go out of band.
-struct ArithmeticPlan {
-  ContextTable table;      ///< ascending; the entry of the escape, if there is one, comes last
-  std::uint64_t bits = 0;  ///< estimate for code text, table and out-of-band values
+/// What arithmetic code takes when values that occur less often than `leastCount` go out of band.
+struct ArithmeticEstimate {
+  std::uint64_t bits = UINT64_MAX;  ///< code text, table and out-of-band values
+  std::uint32_t leastCount = 0;
 };
 
-/// Nothing when arithmetic code does not pay.
-std::optional<ArithmeticPlan> planArithmetic(PacketKind kind, const Histogram& histogram);
+/// @param width bits between the least and the greatest value
+ArithmeticEstimate estimateArithmetic(PacketKind kind, const Histogram& histogram, unsigned width);
+
+/// A table for values, scaled to what the registers can tell apart: ascending, the entry of the
+/// escape, if there is one, comes last.
+ContextTable tableOf(const Histogram& histogram, std::uint32_t leastCount);
 
 /// Length and words of the code text of values, then the table.
 /// @param outOfBand the values of the escapes are appended to it
-void writeArithmetic(PacketKind kind, const ArithmeticPlan& plan,
+void writeArithmetic(PacketKind kind, const ContextTable& table,
                      std::span<const std::int32_t> values, Bytes& out, bool bigEndian,
                      std::vector<std::int32_t>& outOfBand);
 

@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <array>
 #include <bit>
+#include <utility>
 
 #include "ArithmeticEncoder.h"
+#include "BitFields.h"
 #include "Bits.h"
 #include "Packets.h"
 
@@ -45,31 +46,6 @@ struct Range {
   }
 };
 
-/// Values by their place among the latest ones.
-struct Moves {
-  std::vector<std::int32_t> offsets;  ///< place in the window, -1 for a fresh value
-  std::vector<std::int32_t> fresh;
-
-  explicit Moves(std::span<const std::int32_t> values) {
-    constexpr std::size_t kWindow = 16;
-    std::array<std::int32_t, kWindow> window;
-    std::size_t used = 0;
-    offsets.reserve(values.size());
-    for (const std::int32_t value : values) {
-      std::size_t place = 0;
-      while (place < used && window[place] != value) ++place;
-      offsets.push_back(place < used ? static_cast<std::int32_t>(place) : -1);
-      if (place == used) {
-        fresh.push_back(value);
-        if (used < kWindow) ++used;
-        place = used - 1;
-      }
-      for (; place > 0; --place) window[place] = window[place - 1];
-      window[0] = value;
-    }
-  }
-};
-
 class PacketEncoder {
  public:
   PacketEncoder(PacketKind kind, Bytes& out, bool bigEndian)
@@ -97,87 +73,138 @@ class PacketEncoder {
     bits.finish(out_, bigEndian_);
   }
 
-  void small(std::span<const std::int32_t> values, bool isNested = false) {
+  /// The shortest form. @param mostFields how many fields with moves to front may be tried; 0 in a
+  /// packet of another, so that they do not nest without end
+  void small(std::span<const std::int32_t> values, unsigned mostFields) {
     constexpr std::size_t kWorthATry = 24;
     if (values.size() < kWorthATry) return plain(values);
     const Range range(values);
-    const Histogram histogram(values);
-    std::uint64_t least = std::uint64_t{range.width} * values.size() + 64;
-    auto best = planArithmetic(kind_, histogram);
-    if (best && best->bits < least) {
-      least = best->bits;
-    } else {
-      best.reset();
-    }
-    // High bits that arithmetic code may shorten, low bits as they are.
-    unsigned chop = 0;
-    for (const unsigned high : {6U, 9U, 12U}) {
-      if (high >= range.width) break;
-      auto plan = planArithmetic(kind_, histogram.shifted(range.least, range.width - high));
-      if (!plan) continue;
-      const std::uint64_t bits =
-          plan->bits + std::uint64_t{range.width - high} * values.size() + 200;
-      if (bits >= least) continue;
-      least = bits;
-      chop = high;
-      best = std::move(plan);
-    }
-    if (kind_ == PacketKind::mk3 && !isNested && movedToFront(values, range, least)) return;
-    if (chop > 0) {
-      chopped(values, range, chop, *best);
-    } else if (best) {
-      arithmetic(values, *best);
-    } else {
+    const Choice choice = range.width > 0 ? choose(values, range) : Choice{};
+    if (kind_ == PacketKind::mk3 && range.width > 0 && mostFields > 0 &&
+        inFields(values, range, choice.bits, mostFields))
+      return;
+    if (choice.high == 0) {
       plain(values);
+    } else if (choice.high == range.width) {
+      arithmetic(values, choice.table, mostFields == 0);
+    } else {
+      chopped(values, range, choice, mostFields == 0);
     }
   }
 
  private:
-  /// Writes values by their places among the latest ones, where that is shorter than `least` bits.
-  bool movedToFront(std::span<const std::int32_t> values, const Range& range, std::uint64_t least) {
-    constexpr std::size_t kSample = 1024;
-    constexpr std::uint64_t kWorthATry = 6;  // bits a value
-    if (least < kWorthATry * values.size()) return false;
-    const Moves sample(values.subspan(values.size() / 2)
-                           .first(std::min(kSample, values.size() - values.size() / 2)));
-    if (2 * sample.fresh.size() > sample.offsets.size()) return false;
-    const Moves moves(values);
-    const auto places = planArithmetic(kind_, Histogram(moves.offsets));
-    if (!places || places->bits + range.width * moves.fresh.size() >= least) return false;
-    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
-    out_.push_back(kMoveToFront);
-    small(moves.fresh, true);
-    small(moves.offsets, true);
+  /// Arithmetic code for high bits, and low ones as they are.
+  struct Choice {
+    std::uint64_t bits = 0;  ///< of all values, estimated
+    unsigned high = 0;
+    ContextTable table;
+  };
+
+  Choice choose(std::span<const std::int32_t> values, const Range& range) const {
+    constexpr std::uint64_t kChopperBits = 200;
+    constexpr unsigned kFewest = 4;
+    Choice best{std::uint64_t{range.width} * values.size() + 64, 0, {}};
+    const auto consider = [&](const Histogram& histogram, unsigned high) {
+      ArithmeticEstimate estimate = estimateArithmetic(kind_, histogram, high);
+      if (estimate.leastCount == 0) return;
+      const unsigned low = range.width - high;
+      if (low > 0) estimate.bits += std::uint64_t{low} * values.size() + kChopperBits;
+      if (estimate.bits < best.bits)
+        best = {estimate.bits, high, tableOf(histogram, estimate.leastCount)};
+    };
+    // As many high bits as an array can count.
+    const auto countable = std::max(8U, static_cast<unsigned>(std::bit_width(values.size())));
+    unsigned high = std::min(range.width, countable);
+    if (high < range.width)
+      if (const auto scattered = Histogram::ofScattered(values)) consider(*scattered, range.width);
+    Histogram histogram(values, range.least, range.most, range.width - high);
+    consider(histogram, high);
+    for (std::int32_t base = high == range.width ? range.least : 0; high > kFewest; base = 0) {
+      histogram.halve(base);
+      consider(histogram, --high);
+    }
+    return best;
+  }
+
+  /// Writes values in fields of bits where that is clearly shorter than so many bits.
+  bool inFields(std::span<const std::int32_t> values, const Range& range, std::uint64_t bits,
+                unsigned mostFields) {
+    constexpr double kClearly = 0.97;
+    constexpr std::size_t kWorthDividing = 4096;
+    if (values.size() < kWorthDividing) mostFields = 1;
+    const std::int32_t base = std::min(range.least, 0);
+    const auto width = static_cast<unsigned>(
+        std::bit_width(static_cast<std::uint32_t>(range.most) - static_cast<std::uint32_t>(base)));
+    const BitFields best = bestFields(values, base, width, mostFields);
+    if (best.price * static_cast<double>(values.size()) >= kClearly * static_cast<double>(bits))
+      return false;
+    write(std::vector<std::int32_t>(values.begin(), values.end()), best.fields, base);
     return true;
   }
 
-  void arithmetic(std::span<const std::int32_t> values, const ArithmeticPlan& plan) {
+  void write(std::vector<std::int32_t> values, std::span<const BitField> fields,
+             std::int32_t base) {
+    const BitField& field = fields.front();
+    if (fields.size() == 1) return write(values, field.form);
+    chopperHead(values.size(), field.width, base, field.low + field.width);
+    std::vector<std::int32_t> high = takeHigh(values, base, field.low);
+    write(high, field.form);
+    write(std::move(values), fields.subspan(1), 0);
+  }
+  void write(std::span<const std::int32_t> values, BitField::Form form) {
+    switch (form) {
+      case BitField::Form::plain:
+        return plain(values);
+      case BitField::Form::small:
+        return small(values, 0);
+      case BitField::Form::moved:
+        return moved(values);
+    }
+  }
+
+  void moved(std::span<const std::int32_t> values) {
+    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
+    out_.push_back(kMoveToFront);
+    const Moves moves(values);
+    small(moves.fresh, 0);
+    small(moves.places, 0);
+  }
+
+  void arithmetic(std::span<const std::int32_t> values, const ContextTable& table, bool isNested) {
     append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
     out_.push_back(kArithmetic);
     std::vector<std::int32_t> outOfBand;
-    writeArithmetic(kind_, plan, values, out_, bigEndian_, outOfBand);
-    if (kind_ == PacketKind::mk2 || plan.table.hasEscape()) plain(outOfBand);
+    writeArithmetic(kind_, table, values, out_, bigEndian_, outOfBand);
+    if (kind_ == PacketKind::mk3 && !table.hasEscape()) return;
+    isNested ? plain(outOfBand) : small(outOfBand, 0);
   }
 
-  /// @param plan for the high bits
-  void chopped(std::span<const std::int32_t> values, const Range& range, unsigned chop,
-               const ArithmeticPlan& plan) {
-    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
+  void chopped(std::span<const std::int32_t> values, const Range& range, const Choice& choice,
+               bool isNested) {
+    chopperHead(values.size(), choice.high, range.least, range.width);
+    std::vector<std::int32_t> low(values.begin(), values.end());
+    const std::vector<std::int32_t> high = takeHigh(low, range.least, range.width - choice.high);
+    arithmetic(high, choice.table, isNested);
+    plain(low);
+  }
+  void chopperHead(std::size_t count, unsigned chop, std::int32_t base, unsigned width) {
+    append(out_, static_cast<std::int32_t>(count), bigEndian_);
     out_.push_back(kChopper);
     out_.push_back(static_cast<std::byte>(chop));
-    append(out_, range.least, bigEndian_);
-    out_.push_back(static_cast<std::byte>(range.width));
-    const unsigned shift = range.width - chop;
+    append(out_, base, bigEndian_);
+    out_.push_back(static_cast<std::byte>(width));
+  }
+  /// What is above `low` bits of the values less the base; those bits are left in their place.
+  static std::vector<std::int32_t> takeHigh(std::span<std::int32_t> values, std::int32_t base,
+                                            unsigned low) {
     std::vector<std::int32_t> high(values.size());
-    std::vector<std::int32_t> low(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
       const std::uint32_t above =
-          static_cast<std::uint32_t>(values[i]) - static_cast<std::uint32_t>(range.least);
-      high[i] = static_cast<std::int32_t>(above >> shift);
-      low[i] = static_cast<std::int32_t>(above & ((1U << shift) - 1));
+          static_cast<std::uint32_t>(values[i]) - static_cast<std::uint32_t>(base);
+      high[i] = static_cast<std::int32_t>(above >> low);
+      values[i] = static_cast<std::int32_t>(above & ((1U << low) - 1));
     }
-    arithmetic(high, plan);
-    plain(low);
+    return high;
   }
 
   PacketKind kind_;
@@ -197,11 +224,9 @@ void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::vector<std::
     return;
   }
   PacketEncoder encoder(kind, out, bigEndian);
-  if (style == PacketStyle::small) {
-    encoder.small(values);
-  } else {
-    encoder.plain(values);
-  }
+  if (style == PacketStyle::plain) return encoder.plain(values);
+  // Residuals have no fields that mean something.
+  encoder.small(values, predictor == Predictor::none ? kMostBitFields : 1);
 }
 
 }  // namespace jt::codec
