@@ -34,7 +34,8 @@ bool sameBits(std::span<const float> a, std::span<const float> b) {
   return std::memcmp(a.data(), b.data(), a.size_bytes()) == 0;
 }
 
-/// Index of the first item that equals each item. Expected linear time.
+/// Index of the first item that equals each item; empty when no two are equal. Expected linear
+/// time.
 /// @param hash of an item by index @param equal of two items by index
 template <class Hash, class Equal>
 std::vector<std::uint32_t> firstOfEquals(std::size_t count, Hash hash, Equal equal) {
@@ -43,12 +44,15 @@ std::vector<std::uint32_t> firstOfEquals(std::size_t count, Hash hash, Equal equ
   while (size < 2 * count) size *= 2;
   std::vector<std::uint32_t> slots(size, kFree);
   std::vector<std::uint32_t> first(count);
+  bool anyEqual = false;
   for (std::uint32_t i = 0; i < count; ++i) {
     std::size_t at = hash(i) & (size - 1);
     while (slots[at] != kFree && !equal(slots[at], i)) at = (at + 1) & (size - 1);
     if (slots[at] == kFree) slots[at] = i;
     first[i] = slots[at];
+    anyEqual = anyEqual || slots[at] != i;
   }
+  if (!anyEqual) first.clear();
   return first;
 }
 
@@ -94,13 +98,25 @@ std::vector<std::uint32_t> weldRecords(const Mesh& mesh) {
   return firstOfEquals(mesh.recordCount(), hash, equal);
 }
 
-/// The first of equals of what each corner names.
-std::vector<std::uint32_t> through(const std::vector<std::uint32_t>& corners,
-                                   const std::vector<std::uint32_t>& firsts) {
-  std::vector<std::uint32_t> result(corners.size());
-  for (std::size_t i = 0; i < corners.size(); ++i) result[i] = firsts[corners[i]];
-  return result;
-}
+/// What corners name, the first of equals in place of each.
+class Welded {
+ public:
+  /// @param corners must outlive this
+  Welded(const std::vector<std::uint32_t>& corners, const std::vector<std::uint32_t>& firsts)
+      : corners_(corners) {
+    if (firsts.empty()) return;
+    own_.resize(corners.size());
+    for (std::size_t i = 0; i < corners.size(); ++i) own_[i] = firsts[corners[i]];
+    corners_ = own_;
+  }
+  Welded(const Welded&) = delete;
+  Welded& operator=(const Welded&) = delete;
+  std::span<const std::uint32_t> corners() const noexcept { return corners_; }
+
+ private:
+  std::vector<std::uint32_t> own_;
+  std::span<const std::uint32_t> corners_;
+};
 
 template <class T>
 std::vector<T> gather(const std::vector<T>& from, std::span<const std::uint32_t> indices) {
@@ -215,8 +231,10 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
                             Report& losses) {
   checkSize(mesh);
   check(options);
-  const std::vector<std::uint32_t> corners = through(mesh.corners, weldPositions(mesh));
-  const std::vector<std::uint32_t> records = through(mesh.records, weldRecords(mesh));
+  const Welded weldedCorners(mesh.corners, weldPositions(mesh));
+  const Welded weldedRecords(mesh.records, weldRecords(mesh));
+  const std::span<const std::uint32_t> corners = weldedCorners.corners();
+  const std::span<const std::uint32_t> records = weldedRecords.corners();
   const bool compact = options.profile == Profile::compact;
   EncodedSurface encoded =
       compact ? encodeWhole(corners, mesh.groups, records, generation, options.variant)

@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::int32_t kCoverGroup = -1;  // readers that look at groups alone leave covers out too
 constexpr std::uint32_t kNone = Surface::kNone;
+constexpr std::size_t kLongRing = 64;  // the most that masks of contexts hold
 
 /// Calls `act` with each vector of one surface and the same one of the other.
 template <class A, class B, class Act>
@@ -158,10 +159,9 @@ void SurfaceEncoder::split(std::uint32_t corner) {
 
 /// Slot of a corner in the ring of its vertex.
 std::uint32_t SurfaceEncoder::positionOf(std::uint32_t corner) {
-  constexpr std::uint32_t kLong = 64;
   const Vertex& vertex = vertices_[vertexOf_[corner]];
   std::uint32_t position = 0;
-  if (vertex.degree < kLong) {
+  if (vertex.degree <= kLongRing) {
     for (std::uint32_t at = vertex.start; at != corner; at = source_->turn(at)) ++position;
     return position;
   }
@@ -188,13 +188,36 @@ void SurfaceEncoder::discover(std::uint32_t corner) {
   // A ring has at most one cover.
   out_->corners.push_back(ring_[source_->isCover(corner) ? 1 : 0]);
   putMask();
-  storeMask();
 }
 
 /// Bit k of a mask is set where slot k has another record than the slot before it. A cover takes
 /// the record of the slot before.
 void SurfaceEncoder::putMask() {
-  mask_.assign(ring_.size() / 64 + 1, 0);
+  if (ring_.size() > kLongRing) return putLongMask();
+  std::uint64_t mask = 0;
+  forEachRecord([&mask](std::size_t slot) { mask |= std::uint64_t{1} << slot; });
+  TopologyStreams& s = out_->streams;
+  const auto part = [&](unsigned shift, unsigned width) {
+    return static_cast<std::int32_t>(
+        static_cast<std::uint32_t>(mask >> shift & ((std::uint64_t{1} << width) - 1)));
+  };
+  const std::size_t context = ring_.size() < 3 ? 0 : std::min<std::size_t>(7, ring_.size() - 2);
+  const bool isLast = context == 7;
+  s.faceMasks[context].push_back(part(0, isLast && isNine_ ? 30 : 32));
+  if (isLast) s.faceMasksNext.push_back(isNine_ ? part(30, 30) : part(32, 32));
+  if (isLast && isNine_) s.faceMasksTop.push_back(part(60, 4));
+}
+
+void SurfaceEncoder::putLongMask() {
+  std::vector<std::uint32_t>& words = out_->streams.highDegreeMasks;
+  const std::size_t from = words.size();
+  words.resize(from + (ring_.size() + 31) / 32);
+  forEachRecord([&](std::size_t slot) { words[from + slot / 32] |= 1U << (slot % 32); });
+}
+
+/// Calls `act` with each slot from which on a record holds, and puts the record down.
+template <class Act>
+void SurfaceEncoder::forEachRecord(Act act) {
   if (records_.empty()) return;
   const std::size_t last = ring_.size() - (source_->isCover(ring_.back()) ? 2 : 1);
   std::uint32_t record = records_[ring_[last]];
@@ -202,37 +225,13 @@ void SurfaceEncoder::putMask() {
   for (std::size_t slot = 0; slot < ring_.size(); ++slot) {
     if (source_->isCover(ring_[slot]) || records_[ring_[slot]] == record) continue;
     record = records_[ring_[slot]];
-    mask_[slot / 64] |= std::uint64_t{1} << (slot % 64);
     out_->records.push_back(record);
+    act(slot);
     any = true;
   }
   if (any) return;
-  mask_[0] |= 1;
   out_->records.push_back(record);
-}
-
-void SurfaceEncoder::storeMask() {
-  TopologyStreams& s = out_->streams;
-  const std::size_t degree = ring_.size();
-  const auto part = [&](unsigned shift, unsigned width) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(mask_[0] >> shift) &
-                                     static_cast<std::uint32_t>((std::uint64_t{1} << width) - 1));
-  };
-  if (degree > 64) {
-    for (std::size_t word = 0; word < (degree + 31) / 32; ++word)
-      s.highDegreeMasks.push_back(
-          static_cast<std::uint32_t>(mask_[word / 2] >> (word % 2 == 0 ? 0 : 32)));
-    return;
-  }
-  const std::size_t context = degree < 3 ? 0 : std::min<std::size_t>(7, degree - 2);
-  if (context < 7 || !isNine_) {
-    s.faceMasks[context].push_back(part(0, 32));
-    if (context == 7) s.faceMasksNext.push_back(part(32, 32));
-  } else {
-    s.faceMasks[context].push_back(part(0, 30));
-    s.faceMasksNext.push_back(part(30, 30));
-    s.faceMasksTop.push_back(part(60, 4));
-  }
+  act(0);
 }
 
 }  // namespace jt::codec

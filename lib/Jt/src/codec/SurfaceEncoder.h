@@ -55,7 +55,9 @@ class SurfaceEncoder {
   std::uint32_t positionOf(std::uint32_t corner);
   void discover(std::uint32_t corner);
   void putMask();
-  void storeMask();
+  void putLongMask();
+  template <class Act>
+  void forEachRecord(Act act);
 
   bool isNine_;
   Variant variant_;
@@ -69,7 +71,6 @@ class SurfaceEncoder {
   ActiveVertices active_{variant_.finished};
   std::unordered_map<std::uint32_t, std::uint32_t> positions_;  // of corners in long rings
   std::vector<std::uint32_t> ring_;  // corners round the vertex under work
-  std::vector<std::uint64_t> mask_;  // its bits
   // The polygon under work:
   std::uint32_t first_ = 0;
   std::uint32_t valence_ = 0;

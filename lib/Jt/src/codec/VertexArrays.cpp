@@ -144,6 +144,35 @@ void dequantizeAll(const UniformQuantizer& quantizer, const Codes& codes, Put pu
         static_cast<float>(min + static_cast<double>(static_cast<std::uint32_t>(codes[i])) * step));
 }
 
+/// The inverse. @param value of an index
+template <class Value>
+Codes quantizeAll(const UniformQuantizer& quantizer, std::size_t count, Value value) {
+  Codes codes(count);
+  const double maxCode =
+      quantizer.bits < 32 ? static_cast<double>((1ULL << quantizer.bits) - 1) : 4294967295.0;
+  const double min = quantizer.min;
+  const double range = static_cast<double>(quantizer.max) - min;
+  if (!(range > 0)) return codes;
+  const double scale = maxCode / range;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double code = std::min((static_cast<double>(value(i)) - min) * scale + 0.5, maxCode);
+    codes[i] = code >= 1 ? static_cast<std::int32_t>(static_cast<std::int64_t>(code)) : 0;
+  }
+  return codes;
+}
+
+/// A quantizer from the least to the greatest value.
+template <class Value>
+UniformQuantizer quantizerOver(std::size_t count, unsigned bits, Value value) {
+  UniformQuantizer quantizer{0, 0, static_cast<std::uint8_t>(bits)};
+  if (count > 0) quantizer.min = quantizer.max = value(0);
+  for (std::size_t i = 1; i < count; ++i) {
+    quantizer.min = std::min(quantizer.min, value(i));
+    quantizer.max = std::max(quantizer.max, value(i));
+  }
+  return quantizer;
+}
+
 void checkQuantizers(const CodedArray& array, std::size_t count, const char* what) {
   bool fits = array.quantizers.size() >= count;
   for (const UniformQuantizer& quantizer : array.quantizers) fits = fits && quantizer.bits <= 32;
@@ -215,11 +244,8 @@ void Report::compareHash(const char* what, std::uint32_t stored, std::uint32_t c
 }
 
 std::uint32_t UniformQuantizer::quantize(double value) const noexcept {
-  const double maxCode = bits < 32 ? static_cast<double>((1ULL << bits) - 1) : 4294967295.0;
-  const double range = static_cast<double>(max) - static_cast<double>(min);
-  if (!(range > 0)) return 0;
-  const double code = std::floor((value - static_cast<double>(min)) * (maxCode / range) + 0.5);
-  return code > 0 ? static_cast<std::uint32_t>(std::min(code, maxCode)) : 0;
+  return static_cast<std::uint32_t>(
+      quantizeAll(*this, 1, [value](std::size_t) { return value; })[0]);
 }
 
 float UniformQuantizer::dequantize(std::uint32_t code) const noexcept {
@@ -340,25 +366,18 @@ std::vector<Vec4> decodeColours(const CodedArray& array, Generation generation, 
 CodedArray encodeCoordinates(std::span<const Vec3> values, Generation generation, unsigned bits) {
   CodedArray array;
   array.count = static_cast<std::int32_t>(values.size());
-  array.quantizers.resize(3);
-  for (std::size_t c = 0; c < 3 && !values.empty(); ++c) {
-    const auto [least, most] =
-        std::ranges::minmax(values, {}, [c](const Vec3& value) { return value[c]; });
-    array.quantizers[c] = {least[c], most[c], static_cast<std::uint8_t>(bits)};
-  }
+  for (std::size_t c = 0; c < 3; ++c)
+    array.quantizers.push_back(
+        quantizerOver(values.size(), bits, [&values, c](std::size_t i) { return values[i][c]; }));
   if (bits == 0) {
     std::vector<Codes> floats = componentBits(values);
     array.hash = losslessHash(floats, generation);
     array.codes = splitFloats(std::move(floats), generation);
     return array;
   }
-  for (UniformQuantizer& quantizer : array.quantizers)
-    quantizer.bits = static_cast<std::uint8_t>(bits);
-  array.codes.assign(3, Codes(values.size()));
-  for (std::size_t i = 0; i < values.size(); ++i)
-    for (std::size_t c = 0; c < 3; ++c)
-      array.codes[c][i] = static_cast<std::int32_t>(
-          array.quantizers[c].quantize(static_cast<double>(values[i][c])));
+  for (std::size_t c = 0; c < 3; ++c)
+    array.codes.push_back(quantizeAll(array.quantizers[c], values.size(),
+                                      [&values, c](std::size_t i) { return values[i][c]; }));
   array.hash = chainedHash(array.codes);
   return array;
 }
@@ -395,18 +414,10 @@ CodedArray encodeTexture(std::span<const float> values, unsigned components, uns
   array.count = static_cast<std::int32_t>(count);
   array.components = static_cast<std::uint8_t>(components);
   array.bits = static_cast<std::uint8_t>(bits);
-  array.codes.assign(components, Codes(count));
   for (std::size_t c = 0; c < components; ++c) {
-    UniformQuantizer quantizer{0, 0, array.bits};
-    for (std::size_t i = 0; i < count; ++i) {
-      const float value = values[i * components + c];
-      quantizer.min = i == 0 ? value : std::min(quantizer.min, value);
-      quantizer.max = i == 0 ? value : std::max(quantizer.max, value);
-    }
-    for (std::size_t i = 0; i < count; ++i)
-      array.codes[c][i] = static_cast<std::int32_t>(
-          quantizer.quantize(static_cast<double>(values[i * components + c])));
-    array.quantizers.push_back(quantizer);
+    const auto value = [&](std::size_t i) { return values[i * components + c]; };
+    array.quantizers.push_back(quantizerOver(count, bits, value));
+    array.codes.push_back(quantizeAll(array.quantizers[c], count, value));
   }
   array.hash = chainedHash(array.codes);
   return array;
@@ -418,11 +429,10 @@ CodedArray encodeColours(std::span<const Vec4> values, Generation generation, un
   array.components = 4;
   array.bits = static_cast<std::uint8_t>(bits);
   array.quantizers.assign(4, UniformQuantizer{0, 1, array.bits});
-  std::vector<Codes> codes(4, Codes(values.size()));
-  for (std::size_t i = 0; i < values.size(); ++i)
-    for (std::size_t c = 0; c < 4; ++c)
-      codes[c][i] = static_cast<std::int32_t>(
-          array.quantizers[c].quantize(static_cast<double>(values[i][c])));
+  std::vector<Codes> codes;
+  for (std::size_t c = 0; c < 4; ++c)
+    codes.push_back(quantizeAll(array.quantizers[c], values.size(),
+                                [&values, c](std::size_t i) { return values[i][c]; }));
   if (generation != Generation::v10) {
     array.codes = std::move(codes);
   } else {
