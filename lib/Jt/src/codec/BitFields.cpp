@@ -16,8 +16,8 @@ constexpr double kSymbolPrice = 0.4;
 /// The latest values, each once.
 class Window {
  public:
-  /// Place of a value, -1 when it is not there. It is the latest one then.
-  int take(std::int32_t value) {
+  /// Place of a value, kWindow when it is not there. It is the latest one then.
+  std::size_t take(std::int32_t value) {
     std::size_t place = 0;
     while (place < used_ && values_[place] != value) ++place;
     const bool isFresh = place == used_;
@@ -26,7 +26,7 @@ class Window {
     std::copy_backward(values_.begin(), values_.begin() + static_cast<std::ptrdiff_t>(place),
                        values_.begin() + static_cast<std::ptrdiff_t>(place) + 1);
     values_[0] = value;
-    return isFresh ? -1 : static_cast<int>(place);
+    return isFresh ? kWindow : place;
   }
 
  private:
@@ -89,9 +89,8 @@ class Prices {
     std::array<std::uint32_t, kWindow + 1> counts{};
     Window window;
     for (const std::uint32_t value : sample_)
-      ++counts[static_cast<std::size_t>(
-          window.take(static_cast<std::int32_t>(bitsOf(value, low, width))) + 1)];
-    return (entropy(counts) + width * static_cast<double>(counts[0])) / size() + kSymbolPrice;
+      ++counts[window.take(static_cast<std::int32_t>(bitsOf(value, low, width)))];
+    return (entropy(counts) + width * static_cast<double>(counts[kWindow])) / size() + kSymbolPrice;
   }
 
   double entropy(std::span<const std::uint32_t> counts) const {
@@ -112,8 +111,9 @@ Moves::Moves(std::span<const std::int32_t> values) {
   Window window;
   places.reserve(values.size());
   for (const std::int32_t value : values) {
-    places.push_back(window.take(value));
-    if (places.back() < 0) fresh.push_back(value);
+    const std::size_t place = window.take(value);
+    places.push_back(place == kWindow ? -1 : static_cast<std::int32_t>(place));
+    if (place == kWindow) fresh.push_back(value);
   }
 }
 
