@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "codec/Deering.h"
+#include "codec/DeeringEncoder.h"
 #include "codec/MeshDecoder.h"
 #include "codec/MeshEncoder.h"
 #include "file/ShapeSegment.h"
@@ -149,7 +149,8 @@ Mesh quantized(Mesh mesh, unsigned coordinateBits, unsigned normalBits) {
     }
   }
   const Deering deering(normalBits);
-  for (jt::Vec3f& normal : mesh.normals) normal = deering.decode(deering.encode(normal));
+  const DeeringEncoder encoder(normalBits);
+  for (jt::Vec3f& normal : mesh.normals) normal = deering.decode(encoder.encode(normal));
   return mesh;
 }
 

@@ -17,32 +17,34 @@ struct DeeringCode {
   std::uint32_t psi = 0;
 };
 
-/// Decodes and encodes directions with a number of bits an angle.
+/// Decodes directions with a number of bits an angle.
 class Deering {
  public:
-  static constexpr unsigned kMostBits = 13;  ///< a packed code takes 6 + 2 * bits of 32
+  static constexpr unsigned kMostBits = 13;       ///< a packed code takes 6 + 2 * bits of 32
+  static constexpr double kPsiMax = 0.615479709;  ///< atan(1 / sqrt(2))
+  /// Where the components of a direction of each sextant come from in the first one.
+  static constexpr std::array<std::array<std::uint8_t, 3>, 6> kFromBase{
+      {{0, 1, 2}, {2, 1, 0}, {1, 2, 0}, {1, 0, 2}, {2, 0, 1}, {0, 2, 1}}};
 
   /// @param expected codes to come; for many, the angles are tabulated. @pre bits is 1..kMostBits
   explicit Deering(unsigned bits, std::size_t expected = 0);
 
   /// A unit vector. Parts out of range are taken as their greatest value.
   std::array<float, 3> decode(const DeeringCode& code) const noexcept;
-  /// The code that decodes nearest to a vector. A zero or non-finite vector counts as +Z.
-  DeeringCode encode(const std::array<float, 3>& normal) const noexcept;
 
   DeeringCode unpack(std::uint32_t packed) const noexcept;
   std::uint32_t pack(const DeeringCode& code) const noexcept;
   bool inRange(const DeeringCode& code) const noexcept;
 
- private:
   struct Angle {
     double cosine = 0;
     double sine = 0;
   };
+  /// The angles of the first sextant. @pre step <= 2^bits
   Angle theta(std::uint32_t step) const noexcept;
   Angle psi(std::uint32_t step) const noexcept;
-  bool tryAround(std::uint32_t sextant, const std::array<double, 3>& towards, DeeringCode& best,
-                 double& nearest) const noexcept;
+
+ private:
   std::array<double, 3> direction(const DeeringCode& code) const noexcept;
 
   unsigned bits_;

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "Bytes.h"
-#include "Deering.h"
+#include "DeeringEncoder.h"
 #include "Hash.h"
 
 namespace jt::codec {
@@ -392,11 +392,12 @@ CodedArray encodeNormals(std::span<const Vec3> values, Generation generation, un
     array.codes = splitFloats(std::move(floats), generation);
     return array;
   }
-  const Deering deering(bits, values.size() * 12);  // an encoded vector is decoded that often
+  const DeeringEncoder encoder(bits, values.size());
+  const Deering deering(bits);
   const bool packed = generation == Generation::v10;
   array.codes.assign(packed ? 1 : 4, Codes(values.size()));
   for (std::size_t i = 0; i < values.size(); ++i) {
-    const DeeringCode code = deering.encode(values[i]);
+    const DeeringCode code = encoder.encode(values[i]);
     if (packed) {
       array.codes[0][i] = static_cast<std::int32_t>(deering.pack(code));
       continue;

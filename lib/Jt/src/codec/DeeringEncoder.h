@@ -1,0 +1,34 @@
+#pragma once
+
+// Finding the nearest code of a normal.
+
+#include "Deering.h"
+
+namespace jt::codec {
+
+class DeeringEncoder {
+ public:
+  /// @param expected normals to come; for many, angles are tabulated. @pre bits is 1..kMostBits
+  explicit DeeringEncoder(unsigned bits, std::size_t expected = 0);
+
+  /// The code that decodes nearest to a vector. A zero or non-finite vector counts as +Z.
+  DeeringCode encode(const std::array<float, 3>& normal) const noexcept;
+
+ private:
+  struct Nearest {
+    DeeringCode code;
+    double closeness = -2;
+  };
+  int thetaBefore(double sine) const noexcept;
+  int psiBefore(double sine) const noexcept;
+  bool tryAround(std::uint32_t sextant, const std::array<double, 3>& towards,
+                 Nearest& nearest) const noexcept;
+
+  Deering deering_;
+  int steps_;
+  // Where tabulated: the last step before the end, and the first part, of each part of the sines.
+  std::vector<int> thetaAt_;
+  std::vector<int> psiAt_;
+};
+
+}  // namespace jt::codec
