@@ -10,10 +10,11 @@ namespace {
 constexpr rlim_t kLeastSeconds = 20;
 constexpr rlim_t kBytesASecond = 100'000;
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kBoundsMemory = false;  // the sanitizer reserves far more than it uses
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kBoundsMemory = false;  // sanitizers reserve far more than they use
 #elif defined(__has_feature)
-constexpr bool kBoundsMemory = !__has_feature(address_sanitizer);
+constexpr bool kBoundsMemory =
+    !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer);
 #else
 constexpr bool kBoundsMemory = true;
 #endif
