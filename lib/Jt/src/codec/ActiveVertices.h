@@ -43,6 +43,20 @@ class ActiveVertices {
     }
     entries_.push_back(vertex);
   }
+  /// The same for a walk that keeps the number of empty slots in the vertex.
+  template <class Vertex>
+  void push(std::uint32_t number, Vertex& vertex) {
+    vertex.empty = vertex.degree;
+    push(number);
+  }
+  template <class Vertex>
+  void fill(Vertex& vertex) noexcept {
+    --vertex.empty;
+  }
+  template <class Vertex>
+  bool hasEmptySlot(const Vertex& vertex) const noexcept {
+    return vertex.empty > 0;
+  }
   /// @param vertices their `empty` is the number of empty slots
   template <class Vertex>
   void finish(std::uint32_t vertex, std::vector<Vertex>& vertices) {

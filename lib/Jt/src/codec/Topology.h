@@ -99,26 +99,27 @@ struct Surface {
   struct Vertex {
     std::uint32_t start = 0;       ///< first slot
     std::uint32_t degree = 0;      ///< number of slots
-    std::uint32_t empty = 0;       ///< slots without a corner, while the surface is made
+    std::uint32_t empty = 0;       ///< the walk's: see ActiveVertices, ActiveWindow
     std::uint32_t firstEmpty = 0;  ///< slots before this one have a corner
   };
 
   std::vector<std::uint32_t> cornerStart{0};  ///< first corner of each polygon, and the end
   std::vector<std::uint32_t> vertexOf;        ///< of each corner
-  std::vector<std::uint32_t> placeOf;         ///< of each corner: see slotOf()
+  std::unique_ptr<std::uint32_t[]> placeOf;   ///< slot of each corner in the ring of its vertex
   std::vector<Vertex> vertices;
-  std::unique_ptr<std::uint32_t[]> cornerAt;  ///< of each slot, as many as corners
+  std::unique_ptr<std::uint32_t[]> slots;  ///< as many as corners: see cornerIn()
 
   std::size_t polygonCount() const noexcept { return cornerStart.size() - 1; }
   std::size_t vertexCount() const noexcept { return vertices.size(); }
   std::uint32_t degree(std::uint32_t vertex) const noexcept { return vertices[vertex].degree; }
   std::span<const std::uint32_t> ring(std::uint32_t vertex) const noexcept {
-    return {cornerAt.get() + vertices[vertex].start, vertices[vertex].degree};
+    return {slots.get() + vertices[vertex].start, vertices[vertex].degree};
   }
-  /// Slot of a corner in the ring of its vertex. The bits above are the walk's.
-  std::uint32_t slotOf(std::uint32_t corner) const noexcept {
-    return placeOf[corner] & (kMostCorners - 1);
-  }
+
+  // A slot has the corner, and above it the number of the corner in its triangle, or kOther.
+  static constexpr unsigned kKindShift = 30;
+  static constexpr std::uint32_t kOther = 3;
+  static std::uint32_t cornerIn(std::uint32_t slot) noexcept { return slot & (kMostCorners - 1); }
 };
 
 /// The surface under one variant. Throws JtFormatError when the streams do not describe one.

@@ -25,7 +25,8 @@ class StreamPort {
     if (degrees_[context] == degrees.size()) missing("degrees");
     return static_cast<std::uint32_t>(degrees[degrees_[context]++]);
   }
-  Split split(std::uint32_t, std::uint32_t, const ActiveVertices& active) {
+  template <class Active>
+  Split split(std::uint32_t, std::uint32_t, const Active& active) {
     if (splits_ == streams_.splitSymbols.size() || splits_ == streams_.splitPositions.size())
       missing("splits");
     const std::int32_t offset = streams_.splitSymbols[splits_];
@@ -135,15 +136,25 @@ std::uint32_t countOnes(std::uint64_t mask) noexcept {
   return static_cast<std::uint32_t>(std::popcount(mask));
 }
 
+/// The records when all vertices have none, or one each.
+void startRecords(std::vector<std::uint32_t>& records, const Surface& surface,
+                  std::uint32_t countOfEach) {
+  if (countOfEach == 1) {
+    records = surface.vertexOf;
+  } else {
+    records.assign(surface.vertexOf.size(), 0);
+  }
+}
+
 /// Records of a ring: each 1 bit begins a new one; before the first, the last holds.
 template <class IsSet>
 void putRecords(std::span<const std::uint32_t> ring, std::uint32_t first, std::uint32_t count,
                 IsSet isSet, std::span<std::uint32_t> recordOf) {
   std::uint32_t record = first + count - 1;
   std::uint32_t next = first;
-  for (std::size_t slot = 0; slot < ring.size(); ++slot) {
-    if (count > 1 && isSet(slot)) record = next++;
-    recordOf[ring[slot]] = record;
+  for (std::size_t i = 0; i < ring.size(); ++i) {
+    if (count > 1 && isSet(i)) record = next++;
+    recordOf[Surface::cornerIn(ring[i])] = record;
   }
 }
 
@@ -182,9 +193,8 @@ Surface decodeSurface(const TopologyStreams& streams, Variant variant, Budget& b
   budget.spend(extent.corners * kBytesPerCorner + extent.vertices * kBytesPerVertex +
                streams.vertexValences.size() * 4);
   StreamPort port(streams);
-  Surface surface = SurfaceWalk<StreamPort>(port, variant, streams.vertexValences.size(),
-                                            extent.vertices, extent.corners)
-                        .run();
+  Surface surface =
+      walkSurface(port, variant, streams.vertexValences.size(), extent.vertices, extent.corners);
   if (!port.allTaken()) fail("bad_topology", "the mesh closes before all symbols are used");
   return surface;
 }
@@ -237,6 +247,7 @@ std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generat
   constexpr std::uint32_t kMostRecords = 0x7fffffff;
   MaskReader reader(streams, generation);
   std::vector<std::uint32_t> records;
+  std::uint32_t usual = 0;  // count of the first vertex
   total = 0;
   for (std::uint32_t v = 0; v < surface.vertexCount(); ++v) {
     const std::uint32_t degree = surface.degree(v);
@@ -250,9 +261,18 @@ std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generat
       words = reader.nextWords(degree);
       for (const std::uint32_t word : words) count += countOnes(word);
     }
-    if (count == 0) continue;
+    if (v == 0) usual = count;
+    // As long as every vertex has none, or one and so that of its own number, nothing is written.
+    if (records.empty() && count == usual && count <= 1) {
+      total += count;
+      continue;
+    }
+    if (records.empty()) startRecords(records, surface, usual);
+    if (count == 0) {
+      for (const std::uint32_t slot : surface.ring(v)) records[Surface::cornerIn(slot)] = 0;
+      continue;
+    }
     if (count > kMostRecords - total) fail("bad_topology", "too many attribute records");
-    if (records.empty()) records.resize(surface.vertexOf.size());
     if (words.empty()) {
       putRecords(
           surface.ring(v), total, count, [mask](std::size_t slot) { return (mask >> slot) & 1; },
@@ -265,6 +285,8 @@ std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generat
     total += count;
   }
   if (!reader.allTaken()) fail("bad_topology", "more attribute masks than vertices");
+  if (total == 0) return {};
+  if (records.empty()) startRecords(records, surface, usual);
   return records;
 }
 

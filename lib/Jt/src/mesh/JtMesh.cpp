@@ -19,7 +19,11 @@ std::size_t Mesh::recordCount() const noexcept {
 
 std::string Mesh::flaw() const {
   const auto outside = [](const std::vector<std::uint32_t>& indices, std::size_t count) {
-    return std::ranges::any_of(indices, [count](std::uint32_t index) { return index >= count; });
+    // To the end in any case, which lets several be compared at a time.
+    const auto limit = static_cast<std::uint32_t>(std::min<std::size_t>(count, 0xffffffffU));
+    bool any = false;
+    for (const std::uint32_t index : indices) any |= index >= limit;
+    return any;
   };
   if (kind == Kind::triangles) {
     if (corners.size() % 3 != 0) return "the corners are not three a triangle";
