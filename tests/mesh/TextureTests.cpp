@@ -5,13 +5,17 @@
 
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <map>
 
 #include "../Host/TempFolder.h"
 #include "Comparison.h"
 #include "ImageFile.h"
 #include "JtFormatError.h"
+#include "JtPartition.h"
+#include "JtStackNodeIter.h"
 #include "JtwManager.h"
+#include "MeshComponent.h"
 #include "MeshFiles.h"
 
 namespace {
@@ -68,26 +72,50 @@ class TextureTest : public testing::Test {
   static void TearDownTestSuite() { JtwManager::fini(); }
 
   /// A square of glTF that shows the whole image upright.
-  std::string makeGltf(const std::string& image) const {
+  /// @param transform members of the extension that moves the image
+  std::string makeGltf(const std::string& image, const std::string& transform = {}) const {
     const float numbers[] = {0, 0, 0,    1,    0,    0,    1,    1,    0,    0,
                              1, 0, .25F, .75F, .75F, .75F, .75F, .25F, .25F, .25F};
     const std::uint16_t indices[] = {0, 1, 2, 0, 2, 3};
     folder_.folder("in");
     folder_.file("in/square.bin", std::string(reinterpret_cast<const char*>(numbers), 80) +
                                       std::string(reinterpret_cast<const char*>(indices), 12));
-    return folder_.file(
-        "in/square.gltf",
-        R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
-        "meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"indices":2,
-        "material":0}]}],"materials":[{"pbrMetallicRoughness":{"baseColorTexture":{"index":0}}}],
-        "textures":[{"source":0}],"accessors":[
+    return folder_.file("in/square.gltf",
+                        R"({"asset":{"version":"2.0"},"extensionsUsed":["KHR_texture_transform"],
+        "scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],"meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"indices":2,
+        "material":0}]}],"materials":[{"pbrMetallicRoughness":{"baseColorTexture":{"index":0,
+        "extensions":{"KHR_texture_transform":{)" +
+                            transform + R"(}}}}}],"textures":[{"source":0}],"accessors":[
         {"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[1,1,0]},
         {"bufferView":1,"componentType":5126,"count":4,"type":"VEC2"},
         {"bufferView":2,"componentType":5123,"count":6,"type":"SCALAR"}],"bufferViews":[
         {"buffer":0,"byteOffset":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":32},
         {"buffer":0,"byteOffset":80,"byteLength":12}],
         "buffers":[{"byteLength":92,"uri":"square.bin"}],"images":[{"uri":")" +
-            image + R"("}]})");
+                            image + R"("}]})");
+  }
+
+  /// The scene that a JT file means after its texture was changed.
+  mesh::Scene changedJt(const mesh::Scene& scene,
+                        const std::function<void(JtTextureImage&)>& change) const {
+    throughJt(scene, folder_.at("in/model.jt"), {});
+    const auto location =
+        jt::make<JtFSStorageLocation>(JtString(), JtString(folder_.at("in/model.jt")));
+    for (const bool isChanged : {false, true}) {
+      JtPartition* opened = nullptr;
+      JtPartition::openPartition(location.get(), nullptr, opened);
+      const auto partition = jt::Ref<JtPartition>::adopt(opened);
+      if (isChanged) return mesh::sceneOf(*partition);
+      const auto nodes = jt::make<JtStackNodeIter>();
+      nodes->setPreVisit([&change](JtNode* node) {
+        for (int i = 0; i < node->numAttributes(); ++i)
+          if (auto* texture = jt::as<JtTextureImage>(node->attribute(i))) change(*texture);
+        return JtStackNodeIter::Next::descend;
+      });
+      nodes->run(partition.get());
+      partition->save();
+    }
+    return {};
   }
 
   mesh::Scene throughGlb(const mesh::Scene& scene) const {
@@ -171,6 +199,71 @@ TEST_F(TextureTest, AnImageThatCannotBeTakenIsANoteAndTheModelComesWithoutIt) {
     EXPECT_TRUE(scene.images.empty()) << image;
     ASSERT_EQ(scene.notes.size(), 1U) << image;
     EXPECT_NE(scene.notes[0].find("'"s + image + "'"), std::string::npos) << scene.notes[0];
+  }
+}
+
+TEST_F(TextureTest, AnImageThatIsMovedInGltfIsMovedOnAllWays) {
+  const Bytes red = rgb(255, 0, 0);
+  const Bytes green = rgb(0, 255, 0);
+  const Bytes blue = rgb(0, 0, 255);
+  const Bytes yellow = rgb(255, 255, 0);
+  const struct {
+    const char* transform;
+    std::array<Bytes, 4> colours;  // of the corners, counter-clockwise from the origin
+  } cases[] = {
+      {R"("scale":[0.5,0.5],"offset":[0.5,0])", {green, green, green, green}},
+      {R"("rotation":1.5707963267948966,"offset":[0,1])", {yellow, green, red, blue}},
+      {R"("rotation":1.5707963267948966,"scale":[1,0.5],"offset":[0.5,1])",
+       {yellow, green, green, yellow}},
+  };
+  for (const auto& [transform, colours] : cases) {
+    SCOPED_TRACE(transform);
+    const std::map<jt::Vec3f, Bytes> expected{{{0, 0, 0}, colours[0]},
+                                              {{1, 0, 0}, colours[1]},
+                                              {{1, 1, 0}, colours[2]},
+                                              {{0, 1, 0}, colours[3]}};
+    const mesh::Scene scene = mesh::loadScene(makeGltf(kPngUri, transform));
+    EXPECT_TRUE(scene.notes.empty());
+    EXPECT_EQ(coloursOf(scene), expected);
+    EXPECT_EQ(coloursOf(throughGlb(throughJt(scene, folder_.at("square.jt"), {}))), expected);
+  }
+}
+
+TEST_F(TextureTest, TheMatrixOfATextureInJtIsFollowed) {
+  const mesh::Scene scene = mesh::loadScene(makeGltf(kPngUri));
+  // A quarter turn about the origin and back into the image: (u, v) to (1 - v, u).
+  const mesh::Scene turned = changedJt(scene, [](JtTextureImage& texture) {
+    texture.setTransform({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1});
+  });
+  EXPECT_EQ(coloursOf(turned), (std::map<jt::Vec3f, Bytes>{{{0, 0, 0}, rgb(255, 255, 0)},
+                                                           {{1, 0, 0}, rgb(0, 255, 0)},
+                                                           {{1, 1, 0}, rgb(255, 0, 0)},
+                                                           {{0, 1, 0}, rgb(0, 0, 255)}}));
+}
+
+TEST_F(TextureTest, AnImageFileThatAJtFileNamesIsFoundInItsFolderOnly) {
+  folder_.folder("in/deep");
+  folder_.file("in/deep/own.png", kPng);
+  folder_.file("in/near.png", kPng);
+  folder_.file("secret.png", kPng);
+  std::filesystem::create_symlink(folder_.at("secret.png"), folder_.at("in/link.png"));
+  const mesh::Scene scene = mesh::loadScene(makeGltf(kPngUri));
+  const auto naming = [&](const std::string& name) {
+    return changedJt(scene,
+                     [&name](JtTextureImage& texture) { texture.setFileName(JtString(name)); });
+  };
+  for (const char* name : {"deep/own.png", "deep\\own.png", "C:\\pictures\\near.png"}) {
+    const mesh::Scene found = naming(name);
+    EXPECT_EQ(coloursOf(found), kColours) << name;
+    EXPECT_TRUE(found.notes.empty()) << name;
+  }
+  for (const std::string& name :
+       {"missing.png"s, "../secret.png"s, "link.png"s, folder_.at("secret.png"), "deep"s}) {
+    const mesh::Scene without = naming(name);
+    EXPECT_EQ(without.models.size(), 1U) << name;
+    EXPECT_TRUE(without.images.empty()) << name;
+    ASSERT_EQ(without.notes.size(), 1U) << name;
+    EXPECT_NE(without.notes[0].find("'" + name + "'"), std::string::npos) << without.notes[0];
   }
 }
 

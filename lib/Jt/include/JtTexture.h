@@ -20,7 +20,8 @@ struct TextureEnvironment {
   std::int32_t compressionLevel = 0;
   Rgba blendColor{};
   Rgba borderColor{};
-  std::array<float, 16> transform{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  ///< by rows
+  /// Of texture coordinates, by rows; for row vectors, as all matrices of the format.
+  std::array<float, 16> transform{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 };
 
 /// Where texture coordinates come from when the shape has none.
@@ -89,12 +90,21 @@ class JT_API JtTextureImage : public JtAttribute {
   ///   where the pixels lie
   /// Throws JtFormatError "bad_texture" for numbers outside of their ranges.
   void setPixels(jt::TexturePixels pixels, int coordinateChannel = 0);
-  /// Sets what lies beyond the image along its width and its height. No effect without pixels.
+  /// The same with an image that lies in a file of its own.
+  /// @param name relative to the folder of the JT file, with '/' between folders; not empty
+  void setFileName(const JtString& name, int coordinateChannel = 0);
+  /// Sets what lies beyond the image along its width and its height. No effect without an image.
   void setWrap(jt::TextureWrap alongWidth, jt::TextureWrap alongHeight);
+  /// Sets what texture coordinates are multiplied with: (u, v, 0, 1) as a row vector from the left,
+  /// the matrix by rows. No effect without an image.
+  void setTransform(const std::array<float, 16>& matrix);
 
   /// The finest image of a two-dimensional texture that holds its pixels with 8 unsigned bits a
   /// component: colour in either order, or grey, which becomes colour. None for all others.
   std::optional<jt::TexturePixels> pixels() const;
+  /// Name of the file that holds the finest image of a two-dimensional texture; empty where the
+  /// attribute holds it. As it is stored: any path of any system, not to be opened unseen.
+  JtString fileName() const;
   /// The texture channel, from 0 on; further down in the tree another texture of the same channel
   /// replaces this one.
   int channel() const noexcept;
@@ -103,8 +113,11 @@ class JT_API JtTextureImage : public JtAttribute {
   int coordinateChannel() const noexcept;
   /// Along width and height; what is no TextureWrap counts as the nearest of them.
   std::array<jt::TextureWrap, 2> wrap() const noexcept;
+  /// See setTransform.
+  std::array<float, 16> transform() const noexcept;
 
  private:
+  void setImage(jt::TextureImage image, bool isInline, int coordinateChannel);
   friend struct jt::file::AttributeFields;
   jt::LocalVersion version_;
   std::vector<jt::TextureBlock> blocks_;

@@ -2,20 +2,17 @@
 
 // From the import library's data to ours; used by loadScene alone.
 
-#include <filesystem>
-#include <map>
 #include <memory>
+#include <string>
 
-#include "MeshScene.h"
+#include "CoordinateMap.h"
+#include "Folder.h"
+#include "SceneImages.h"
 
 struct aiMaterial;
 struct aiMesh;
 struct aiScene;
 struct aiString;
-
-namespace Assimp {
-class IOSystem;
-}
 
 namespace mesh {
 
@@ -28,27 +25,28 @@ std::vector<std::shared_ptr<const jt::Mesh>> meshesFrom(const aiMesh& source);
 
 Material materialFrom(const aiMaterial& source);
 
-/// Finds and decodes the images that materials name: those in the file itself, and files that lie
-/// where `files` lets them be opened. What cannot be taken is left out, with a note in the scene.
+/// The file that is read.
+struct MeshFile {
+  std::string extension;  ///< lower case
+  Folder folder;
+  bool isGltf() const { return extension == "gltf" || extension == "glb" || extension == "vrm"; }
+};
+
+/// Finds and decodes the images that materials name: those in the file itself, and files in its
+/// folder. What cannot be taken is left out, with a note in the scene.
 class TextureReader {
  public:
-  /// @param folder of the mesh file
-  TextureReader(const aiScene& source, Assimp::IOSystem& files, std::filesystem::path folder,
-                Scene& scene);
+  TextureReader(const aiScene& source, const MeshFile& file, Scene& scene);
   /// The texture of the surface's own colour; none when the material has none.
-  std::optional<Texture> textureOf(const aiMaterial& material);
+  std::optional<PlacedTexture> textureOf(const aiMaterial& material);
 
  private:
-  std::optional<std::size_t> imageOf(const aiString& name);
-  jt::TexturePixels decode(const aiString& name) const;
-  jt::TexturePixels decodeFile(const std::string& name) const;
+  jt::TexturePixels decode(const aiString& name, std::size_t mostBytes) const;
 
   const aiScene& source_;
-  Assimp::IOSystem& files_;
-  std::filesystem::path folder_;
+  const MeshFile& file_;
   Scene& scene_;
-  std::map<std::string, std::optional<std::size_t>> images_;  // by name; none: cannot be taken
-  std::size_t bytesLeft_;
+  SceneImages images_;
 };
 
 /// Millimetres in the unit of length of a scene that was read from a file with that extension

@@ -22,29 +22,20 @@ namespace fs = std::filesystem;
   throw JtFormatError(code, message, {.file = path, .segment = {}, .element = {}, .offset = {}});
 }
 
-/// Opens what lies in one folder or below it: a file must not bring in others from anywhere.
+/// Opens what lies in one folder or below it.
 class FolderIO final : public Assimp::DefaultIOSystem {
  public:
-  explicit FolderIO(const std::string& file)
-      : folder_(fs::weakly_canonical(fs::absolute(file).parent_path())) {}
+  explicit FolderIO(Folder folder) : folder_(std::move(folder)) {}
 
   bool Exists(const char* file) const override {
-    return isInside(file) && DefaultIOSystem::Exists(file);
+    return folder_.contains(file) && DefaultIOSystem::Exists(file);
   }
   Assimp::IOStream* Open(const char* file, const char* mode) override {
-    return isInside(file) ? DefaultIOSystem::Open(file, mode) : nullptr;
+    return folder_.contains(file) ? DefaultIOSystem::Open(file, mode) : nullptr;
   }
 
  private:
-  bool isInside(const char* file) const {
-    std::error_code error;
-    const fs::path path = fs::weakly_canonical(fs::absolute(file, error), error);
-    if (error) return false;
-    const fs::path relative = path.lexically_relative(folder_);
-    return !relative.empty() && *relative.begin() != "..";
-  }
-
-  fs::path folder_;
+  Folder folder_;
 };
 
 jt::Matrix4 matrixFrom(const aiMatrix4x4& m) {
@@ -88,12 +79,15 @@ class SceneReader {
  public:
   explicit SceneReader(const aiScene& source) : source_(source) {}
 
-  /// @param files,folder where the images of textures lie
-  Scene read(Assimp::IOSystem& files, const fs::path& folder) {
-    TextureReader textures(source_, files, folder, scene_);
+  Scene read(const MeshFile& file) {
+    TextureReader textures(source_, file, scene_);
     for (unsigned i = 0; i < source_.mNumMaterials; ++i) {
-      scene_.materials.push_back(materialFrom(*source_.mMaterials[i]));
-      scene_.materials.back().texture = textures.textureOf(*source_.mMaterials[i]);
+      Material& material = scene_.materials.emplace_back(materialFrom(*source_.mMaterials[i]));
+      maps_.emplace_back();
+      if (const auto placed = textures.textureOf(*source_.mMaterials[i])) {
+        material.texture = placed->texture;
+        maps_.back() = placed->map;
+      }
     }
     readMeshes();
     readNodes();
@@ -109,7 +103,8 @@ class SceneReader {
       if (mesh.mMaterialIndex < scene_.materials.size()) material = mesh.mMaterialIndex;
       for (auto& made : meshesFrom(mesh)) {
         surfaces_.back().push_back({scene_.meshes.size(), material});
-        scene_.meshes.push_back(std::move(made));
+        const CoordinateMap* map = material && maps_[*material] ? &*maps_[*material] : nullptr;
+        scene_.meshes.push_back(map ? mapped(std::move(made), *map) : std::move(made));
       }
     }
   }
@@ -155,7 +150,8 @@ class SceneReader {
 
   const aiScene& source_;
   Scene scene_;
-  std::vector<std::vector<Surface>> surfaces_;  // of each mesh of the source
+  std::vector<std::optional<CoordinateMap>> maps_;  // of each material's texture
+  std::vector<std::vector<Surface>> surfaces_;      // of each mesh of the source
   std::map<std::vector<Surface>, std::size_t> models_;
 };
 
@@ -181,8 +177,8 @@ void checkIndices(const aiScene& scene) {
 }
 
 /// The scene as the import library reads it; the importer owns it.
-const aiScene& readWith(Assimp::Importer& importer, const std::string& path) {
-  importer.SetIOHandler(new FolderIO(path));  // it takes ownership
+const aiScene& readWith(Assimp::Importer& importer, const std::string& path, const Folder& folder) {
+  importer.SetIOHandler(new FolderIO(folder));  // it takes ownership
   // Pivots would make up to nine nodes of one.
   importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
   const aiScene* scene = importer.ReadFile(path, 0);
@@ -210,12 +206,13 @@ Scene loadScene(const std::string& path, double millimetres) try {
     fail("unknown_format", path,
          "the extension '" + extensionOf(path) + "' is none of a mesh file that can be read");
   checkFile(path);
+  const MeshFile file{extensionOf(path), Folder(fs::path(path).parent_path())};
   Assimp::Importer importer;
-  const aiScene& source = readWith(importer, path);
-  Scene scene = SceneReader(source).read(*importer.GetIOHandler(), fs::path(path).parent_path());
+  const aiScene& source = readWith(importer, path, file.folder);
+  Scene scene = SceneReader(source).read(file);
   if (scene.models.empty()) fail("no_geometry", path, "there is no geometry in it");
   checkNumbers(scene);
-  scene.millimetres = millimetres > 0 ? millimetres : unitOf(source, extensionOf(path));
+  scene.millimetres = millimetres > 0 ? millimetres : unitOf(source, file.extension);
   return scene;
 } catch (const JtFormatError& error) {
   throw error.within({.file = path, .segment = {}, .element = {}, .offset = {}});

@@ -1,9 +1,7 @@
 #include <assimp/material.h>
 #include <assimp/scene.h>
 
-#include <algorithm>
-#include <assimp/IOStream.hpp>
-#include <assimp/IOSystem.hpp>
+#include <cmath>
 
 #include "Assimp.h"
 #include "ImageFile.h"
@@ -11,12 +9,6 @@
 
 namespace mesh {
 namespace {
-
-namespace fs = std::filesystem;
-
-/// Of all images of a scene: what a JT file keeps of them in its scene graph must stay well below
-/// what readers take of one segment, 1 GiB.
-constexpr std::size_t kMostPixelBytes = std::size_t{512} << 20U;
 
 [[noreturn]] void fail(const std::string& message) { throw JtFormatError("bad_image", message); }
 
@@ -32,11 +24,34 @@ jt::TextureWrap wrapFrom(aiTextureMapMode mode) {
   }
 }
 
-bool isMoved(const aiMaterial& material, aiTextureType type) {
+std::optional<aiUVTransform> movementOf(const aiMaterial& material, aiTextureType type) {
   aiUVTransform transform;
-  return material.Get(AI_MATKEY_UVTRANSFORM(type, 0), transform) == aiReturn_SUCCESS &&
-         (transform.mTranslation != aiVector2D(0, 0) || transform.mScaling != aiVector2D(1, 1) ||
-          transform.mRotation != 0);
+  if (material.Get(AI_MATKEY_UVTRANSFORM(type, 0), transform) != aiReturn_SUCCESS ||
+      (transform.mTranslation == aiVector2D(0, 0) && transform.mScaling == aiVector2D(1, 1) &&
+       transform.mRotation == 0))
+    return std::nullopt;
+  return transform;
+}
+
+/// What glTF says of the transform, got back from what the import library made of it, for
+/// coordinates whose v goes up as they do in the scene. In glTF, where v goes down:
+///   u' = offset.u + scale.u cos r u + scale.v sin r v
+///   v' = offset.v - scale.u sin r u + scale.v cos r v
+CoordinateMap mapOfGltf(const aiUVTransform& made, int channel) {
+  const double sine = std::sin(-static_cast<double>(made.mRotation));
+  const double cosine = std::cos(-static_cast<double>(made.mRotation));
+  const auto scaleU = static_cast<double>(made.mScaling.x);
+  const auto scaleV = static_cast<double>(made.mScaling.y);
+  const double offsetU =
+      static_cast<double>(made.mTranslation.x) - 0.5 * scaleU * (1 - cosine + sine);
+  const double offsetV =
+      0.5 * scaleV * (sine + cosine - 1) + 1 - scaleV - static_cast<double>(made.mTranslation.y);
+  const auto row = [](double u, double v, double constant) {
+    return std::array<float, 3>{static_cast<float>(u), static_cast<float>(v),
+                                static_cast<float>(constant)};
+  };
+  return {channel, row(scaleU * cosine, -scaleV * sine, offsetU + scaleV * sine),
+          row(scaleU * sine, scaleV * cosine, 1 - offsetV - scaleV * cosine)};
 }
 
 /// Texels are rows from the top down, in their own order of components.
@@ -60,15 +75,10 @@ jt::TexturePixels pixelsFrom(const aiTexture& texture, std::size_t mostBytes) {
 
 }  // namespace
 
-TextureReader::TextureReader(const aiScene& source, Assimp::IOSystem& files, fs::path folder,
-                             Scene& scene)
-    : source_(source),
-      files_(files),
-      folder_(std::move(folder)),
-      scene_(scene),
-      bytesLeft_(kMostPixelBytes) {}
+TextureReader::TextureReader(const aiScene& source, const MeshFile& file, Scene& scene)
+    : source_(source), file_(file), scene_(scene), images_(scene) {}
 
-std::optional<Texture> TextureReader::textureOf(const aiMaterial& material) {
+std::optional<PlacedTexture> TextureReader::textureOf(const aiMaterial& material) {
   const bool hasBase = material.GetTextureCount(aiTextureType_BASE_COLOR) > 0;
   const aiTextureType type = hasBase ? aiTextureType_BASE_COLOR : aiTextureType_DIFFUSE;
   aiString name;
@@ -80,55 +90,30 @@ std::optional<Texture> TextureReader::textureOf(const aiMaterial& material) {
           aiReturn_SUCCESS ||
       name.length == 0 || mapping != aiTextureMapping_UV || channel >= kMostChannels)
     return std::nullopt;
-  const std::optional<std::size_t> image = imageOf(name);
+  const std::optional<std::size_t> image = images_.take(
+      name.C_Str(), name.C_Str(), [&](std::size_t mostBytes) { return decode(name, mostBytes); });
   if (!image) return std::nullopt;
-  if (isMoved(material, type))
-    scene_.notes.push_back("the material '" + std::string(material.GetName().C_Str()) +
-                           "' moves or scales its image; that is not taken over");
-  return Texture{*image, static_cast<int>(channel), {wrapFrom(modes[0]), wrapFrom(modes[1])}};
-}
-
-std::optional<std::size_t> TextureReader::imageOf(const aiString& name) {
-  const auto [found, isNew] = images_.try_emplace(name.C_Str());
-  if (!isNew) return found->second;
-  try {
-    auto image = std::make_shared<const jt::TexturePixels>(decode(name));
-    bytesLeft_ -= image->bytes.size();
-    found->second = scene_.images.size();
-    scene_.images.push_back(std::move(image));
-  } catch (const JtFormatError& error) {
-    scene_.notes.push_back("the image '" + std::string(name.C_Str()) +
-                           "' is left out: " + error.message());
+  PlacedTexture placed{
+      {*image, static_cast<int>(channel), {wrapFrom(modes[0]), wrapFrom(modes[1])}}, {}};
+  if (const auto movement = movementOf(material, type)) {
+    if (file_.isGltf()) {
+      placed.map = mapOfGltf(*movement, placed.texture.channel);
+    } else {  // what is the centre, and what comes first, differs between formats
+      scene_.notes.push_back("the material '" + std::string(material.GetName().C_Str()) +
+                             "' moves or scales its image; that is not taken over");
+    }
   }
-  return found->second;
+  return placed;
 }
 
-jt::TexturePixels TextureReader::decode(const aiString& name) const {
+jt::TexturePixels TextureReader::decode(const aiString& name, std::size_t mostBytes) const {
   const aiTexture* embedded = source_.GetEmbeddedTexture(name.C_Str());
-  if (!embedded) return decodeFile(name.C_Str());
+  if (!embedded) return file_.folder.decodeImage(name.C_Str(), mostBytes);
   if (!embedded->pcData) fail("it is empty");
-  if (embedded->mHeight > 0) return pixelsFrom(*embedded, bytesLeft_);
+  if (embedded->mHeight > 0) return pixelsFrom(*embedded, mostBytes);
   return decodeImage(
       std::as_bytes(std::span(reinterpret_cast<const char*>(embedded->pcData), embedded->mWidth)),
-      bytesLeft_);
-}
-
-jt::TexturePixels TextureReader::decodeFile(const std::string& name) const {
-  std::string path = name;
-  std::replace(path.begin(), path.end(), '\\', '/');
-  // What was written elsewhere may name a folder of that place; then the image often lies here.
-  for (const fs::path& file : {folder_ / path, folder_ / fs::path(path).filename()}) {
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) continue;  // opening a pipe would wait for its writer
-    const std::unique_ptr<Assimp::IOStream> stream(files_.Open(file.string().c_str(), "rb"));
-    if (!stream) continue;
-    if (stream->FileSize() > kMostPixelBytes) fail("the file is larger than 512 MiB");
-    std::vector<std::byte> bytes(stream->FileSize());
-    if (!bytes.empty() && stream->Read(bytes.data(), 1, bytes.size()) != bytes.size())
-      fail("the file cannot be read");
-    return decodeImage(bytes, bytesLeft_);
-  }
-  fail("there is no such file in the folder of the mesh file or below");
+      mostBytes);
 }
 
 }  // namespace mesh

@@ -1,7 +1,10 @@
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <map>
 
+#include "CoordinateMap.h"
+#include "Folder.h"
 #include "Jt.h"
 #include "JtFormatError.h"
 #include "JtInstance.h"
@@ -12,6 +15,7 @@
 #include "JtwNode.h"
 #include "MeshComponent.h"
 #include "NodeProperties.h"
+#include "SceneImages.h"
 #include "VisMetaDataNode.h"
 
 namespace mesh {
@@ -19,6 +23,9 @@ namespace {
 
 /// More than any real assembly; a small file can ask for any number of paths.
 constexpr std::size_t kMostPaths = 5'000'000;
+
+/// Where a surface has only a material.
+constexpr Texture kNoTexture{.image = static_cast<std::size_t>(-1)};
 
 jt::Matrix4 ownMatrix(const JtNode& node) {
   jt::Matrix4 matrix = jt::kIdentity;
@@ -45,14 +52,17 @@ Material materialOf(const JtMaterial& source) {
 template <class T>
 struct Inherited {
   const T* attribute = nullptr;
+  const JtPartition* file = nullptr;
   bool isFinal = false;
 
-  void take(const JtAttribute& candidate) {
+  /// @param of the file that the attribute is in
+  void take(const JtAttribute& candidate, const JtPartition* of) {
     const T* own = jt::as<T>(&candidate);
     if (!own || own->hasState(JtAttributeState::ignore)) return;
     if (isFinal && !own->hasState(JtAttributeState::force)) return;
     if (!isOver(*own, attribute)) return;
     attribute = own;
+    file = of;
     isFinal = own->hasState(JtAttributeState::final);
   }
 
@@ -70,6 +80,7 @@ struct Visit {
   std::size_t parent = 0;  // index in the scene
   jt::Matrix4 matrix = jt::kIdentity;
   double unit = 0;  // millimetres; 0: none is named so far
+  const JtPartition* file = nullptr;
   Inherited<JtMaterial> material;
   Inherited<JtTextureImage> texture;
   std::string name;
@@ -78,7 +89,7 @@ struct Visit {
 
 class SceneBuilder {
  public:
-  SceneBuilder(JtPartition& partition, std::size_t level) : level_(level) {
+  SceneBuilder(JtPartition& partition, std::size_t level) : level_(level), images_(scene_) {
     scene_.millimetres = 0;
     scene_.nodes.emplace_back();
     surfaces_.emplace_back();
@@ -117,6 +128,9 @@ class SceneBuilder {
  private:
   /// Adds what the node itself says to what is gathered.
   void takeOver(Visit& visit) {
+    const auto* file = jt::as<JtPartition>(visit.node);
+    // One that stands for another file is in the outer one still.
+    if (file && !file->externalPartition()) visit.file = file;
     const std::string name = JtString(JtwNode::name(visit.node)).stringToMbs();
     if (!name.empty()) visit.name = name;
     jt::Matrix4 matrix = ownMatrix(*visit.node);
@@ -145,46 +159,61 @@ class SceneBuilder {
 
   static void takeAppearance(Visit& visit) {
     for (int i = 0; i < visit.node->numAttributes(); ++i) {
-      visit.material.take(*visit.node->attribute(i));
-      visit.texture.take(*visit.node->attribute(i));
+      visit.material.take(*visit.node->attribute(i), visit.file);
+      visit.texture.take(*visit.node->attribute(i), visit.file);
     }
   }
 
-  std::optional<std::size_t> materialOf(const Visit& visit) {
-    const std::optional<Texture> texture = textureOf(visit.texture.attribute);
+  std::optional<std::size_t> materialOf(const Visit& visit, const PlacedTexture* placed) {
     const JtMaterial* material = visit.material.attribute;
-    if (!material && !texture) return std::nullopt;
+    if (!material && !placed) return std::nullopt;
+    const Texture texture = placed ? placed->texture : kNoTexture;
     const auto [found, isNew] =
         materials_.try_emplace(std::pair(material, texture), scene_.materials.size());
     if (isNew) {
       scene_.materials.push_back(material ? mesh::materialOf(*material) : Material());
-      scene_.materials.back().texture = texture;
+      if (placed) scene_.materials.back().texture = texture;
     }
     return found->second;
   }
 
-  std::optional<Texture> textureOf(const JtTextureImage* source) {
-    if (!source) return std::nullopt;
+  /// Null when there is none that can be shown.
+  const PlacedTexture* textureOf(const Inherited<JtTextureImage>& inherited) {
+    const JtTextureImage* source = inherited.attribute;
+    if (!source) return nullptr;
     const auto [found, isNew] = textures_.try_emplace(source);
-    if (!isNew) return found->second;
-    auto pixels = source->pixels();
-    if (!pixels) {
+    if (isNew)
+      if (const auto image = imageOf(*source, inherited.file))
+        found->second =
+            PlacedTexture{{*image, source->coordinateChannel(), source->wrap()}, mapOf(*source)};
+    return found->second ? &*found->second : nullptr;
+  }
+
+  static std::optional<CoordinateMap> mapOf(const JtTextureImage& source) {
+    const std::array<float, 16> m = source.transform();
+    const bool isFlat = m[3] == 0 && m[7] == 0 && m[15] != 0;
+    const CoordinateMap map{source.coordinateChannel(),
+                            {m[0] / m[15], m[4] / m[15], m[12] / m[15]},
+                            {m[1] / m[15], m[5] / m[15], m[13] / m[15]}};
+    if (!isFlat || map == CoordinateMap{.channel = map.channel}) return std::nullopt;
+    return map;
+  }
+
+  std::optional<std::size_t> imageOf(const JtTextureImage& source, const JtPartition* file) {
+    const std::string name = source.fileName().stringToMbs();
+    if (name.empty()) {
+      if (auto pixels = source.pixels()) return images_.take(*std::move(pixels));
       ++texturesLeftOut_;
       return std::nullopt;
     }
-    found->second =
-        Texture{imageWith(*std::move(pixels)), source->coordinateChannel(), source->wrap()};
-    return found->second;
-  }
-
-  /// Attributes that differ in something else may hold the same pixels.
-  std::size_t imageWith(jt::TexturePixels pixels) {
-    const auto same = std::find_if(scene_.images.begin(), scene_.images.end(),
-                                   [&pixels](const auto& image) { return *image == pixels; });
-    const auto index = static_cast<std::size_t>(same - scene_.images.begin());
-    if (same == scene_.images.end())
-      scene_.images.push_back(std::make_shared<const jt::TexturePixels>(std::move(pixels)));
-    return index;
+    const auto* location = jt::as<JtFSStorageLocation>(file ? file->storageLocation() : nullptr);
+    const std::string path = location ? location->fullFilePath() : std::string();
+    const auto folder = std::filesystem::path(path).parent_path();
+    return images_.take(folder.string() + '\n' + name, name, [&](std::size_t mostBytes) {
+      if (!location)
+        throw JtFormatError("bad_image", "the model has no folder in which it could lie");
+      return Folder(folder).decodeImage(name, mostBytes);
+    });
   }
 
   void push(const Visit& from, JtNode* child) {
@@ -250,10 +279,13 @@ class SceneBuilder {
     const std::shared_ptr<const jt::Mesh> mesh = shape.mesh();
     if (!mesh) throw JtFormatError("damaged", jt::lastError());
     if (mesh->corners.empty()) return;
-    const auto [found, isNew] = meshes_.try_emplace(mesh.get(), scene_.meshes.size());
-    if (isNew) scene_.meshes.push_back(mesh);
+    const PlacedTexture* placed = textureOf(visit.texture);
+    const std::optional<std::size_t> material = materialOf(visit, placed);
+    const auto map = placed ? placed->map : std::nullopt;
+    const auto [found, isNew] = meshes_.try_emplace(std::pair(mesh, map), scene_.meshes.size());
+    if (isNew) scene_.meshes.push_back(map ? mapped(mesh, *map) : mesh);
     const std::size_t owner = visit.matrix == jt::kIdentity ? visit.parent : addNode(visit);
-    surfaces_[owner].push_back({found->second, materialOf(visit)});
+    surfaces_[owner].push_back({found->second, material});
   }
 
   void setModel(std::size_t node) {
@@ -277,9 +309,11 @@ class SceneBuilder {
   Scene scene_;
   std::vector<Visit> pending_;
   std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
-  std::map<std::pair<const JtMaterial*, std::optional<Texture>>, std::size_t> materials_;
-  std::map<const JtTextureImage*, std::optional<Texture>> textures_;  // none: cannot be taken
-  std::map<const jt::Mesh*, std::size_t> meshes_;
+  std::map<std::pair<const JtMaterial*, Texture>, std::size_t> materials_;
+  SceneImages images_;
+  std::map<const JtTextureImage*, std::optional<PlacedTexture>> textures_;  // none: cannot be taken
+  std::map<std::pair<std::shared_ptr<const jt::Mesh>, std::optional<CoordinateMap>>, std::size_t>
+      meshes_;
   std::map<std::vector<Surface>, std::size_t> models_;
   std::size_t leftOut_ = 0;
   std::size_t texturesLeftOut_ = 0;

@@ -28,9 +28,8 @@ constexpr PixelFormat kFormats[] = {
 };
 
 /// Empty when the numbers fit together.
-std::string flawOf(const jt::TexturePixels& pixels, int coordinateChannel) {
+std::string flawOf(const jt::TexturePixels& pixels) {
   constexpr int kMostSide = 32767;
-  constexpr int kLastChannel = 7;
   constexpr std::size_t kMostBytes = 0x7fffffff;
   if (pixels.width < 1 || pixels.height < 1 || pixels.width > kMostSide ||
       pixels.height > kMostSide)
@@ -45,9 +44,6 @@ std::string flawOf(const jt::TexturePixels& pixels, int coordinateChannel) {
   if (pixels.bytes.size() != expected)
     return "a texture with " + std::to_string(pixels.bytes.size()) +
            " bytes of pixels instead of " + std::to_string(expected);
-  if (coordinateChannel < 0 || coordinateChannel > kLastChannel)
-    return "texture coordinates of channel " + std::to_string(coordinateChannel) +
-           "; there are 0 to 7";
   return {};
 }
 
@@ -80,20 +76,21 @@ std::optional<jt::TexturePixels> pixelsOf(const jt::TextureImage& image) {
   return pixels;
 }
 
+/// The image of a two-dimensional texture; null for other kinds.
+const jt::TextureImage* finestImage(const std::vector<jt::TextureBlock>& blocks) {
+  if (blocks.empty()) return nullptr;
+  const jt::TextureBlock& block = blocks.back();
+  return block.textureType == kTwoDimensional && !block.images.empty() ? &block.images.front()
+                                                                       : nullptr;
+}
+
+[[noreturn]] void refuse(const std::string& flaw) { throw JtFormatError("bad_texture", flaw); }
+
 }  // namespace
 
 void JtTextureImage::setPixels(jt::TexturePixels pixels, int coordinateChannel) {
-  if (const std::string flaw = flawOf(pixels, coordinateChannel); !flaw.empty())
-    throw JtFormatError("bad_texture", flaw);
-  if (isCarried()) return;
-  jt::TextureBlock block;
-  block.textureType = kTwoDimensional;
-  block.environment.magnificationFilter = block.environment.minificationFilter = kLinear;
-  block.environment.wrap.fill(static_cast<std::int32_t>(jt::TextureWrap::repeat));
-  block.environment.blendType = kModulate;
-  block.coordinateChannel = coordinateChannel;
-  block.inlineFlag = 1;
-  jt::TextureImage& image = block.images.emplace_back();
+  if (const std::string flaw = flawOf(pixels); !flaw.empty()) refuse(flaw);
+  jt::TextureImage image;
   image.pixelFormat = pixels.components == 4 ? kRgba : kRgb;
   image.pixelType = kUnsignedByte;
   image.width = static_cast<std::int16_t>(pixels.width);
@@ -101,6 +98,30 @@ void JtTextureImage::setPixels(jt::TexturePixels pixels, int coordinateChannel) 
   image.depth = 1;
   image.totalBytes = static_cast<std::int32_t>(pixels.bytes.size());
   image.mipmaps.push_back(std::move(pixels.bytes));
+  setImage(std::move(image), true, coordinateChannel);
+}
+
+void JtTextureImage::setFileName(const JtString& name, int coordinateChannel) {
+  if (name.isEmpty()) refuse("a texture of a file without a name");
+  jt::TextureImage image;
+  image.fileName = name;
+  setImage(std::move(image), false, coordinateChannel);
+}
+
+void JtTextureImage::setImage(jt::TextureImage image, bool isInline, int coordinateChannel) {
+  constexpr int kLastChannel = 7;
+  if (coordinateChannel < 0 || coordinateChannel > kLastChannel)
+    refuse("texture coordinates of channel " + std::to_string(coordinateChannel) +
+           "; there are 0 to 7");
+  if (isCarried()) return;
+  jt::TextureBlock block;
+  block.textureType = kTwoDimensional;
+  block.environment.magnificationFilter = block.environment.minificationFilter = kLinear;
+  block.environment.wrap.fill(static_cast<std::int32_t>(jt::TextureWrap::repeat));
+  block.environment.blendType = kModulate;
+  block.coordinateChannel = coordinateChannel;
+  block.inlineFlag = isInline ? 1 : 0;
+  block.images.push_back(std::move(image));
   blocks_.clear();
   blocks_.push_back(std::move(block));
   // Older versions of the attribute name no channel of coordinates.
@@ -116,11 +137,20 @@ void JtTextureImage::setWrap(jt::TextureWrap alongWidth, jt::TextureWrap alongHe
   touch();
 }
 
+void JtTextureImage::setTransform(const std::array<float, 16>& matrix) {
+  if (blocks_.empty() || isCarried()) return;
+  blocks_.back().environment.transform = matrix;
+  touch();
+}
+
 std::optional<jt::TexturePixels> JtTextureImage::pixels() const {
-  if (blocks_.empty()) return std::nullopt;
-  const jt::TextureBlock& block = blocks_.back();
-  if (block.textureType != kTwoDimensional || block.images.empty()) return std::nullopt;
-  return pixelsOf(block.images.front());
+  const jt::TextureImage* image = finestImage(blocks_);
+  return image ? pixelsOf(*image) : std::nullopt;
+}
+
+JtString JtTextureImage::fileName() const {
+  const jt::TextureImage* image = finestImage(blocks_);
+  return image && blocks_.back().inlineFlag == 0 ? image->fileName : JtString();
 }
 
 int JtTextureImage::channel() const noexcept {
@@ -136,4 +166,9 @@ std::array<jt::TextureWrap, 2> JtTextureImage::wrap() const noexcept {
   if (blocks_.empty()) return {jt::TextureWrap::repeat, jt::TextureWrap::repeat};
   const auto& wrap = blocks_.back().environment.wrap;
   return {wrapOf(wrap[0]), wrapOf(wrap[1])};
+}
+
+std::array<float, 16> JtTextureImage::transform() const noexcept {
+  return blocks_.empty() ? jt::TextureEnvironment().transform
+                         : blocks_.back().environment.transform;
 }
