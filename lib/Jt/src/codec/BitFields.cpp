@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace jt::codec {
 
@@ -18,15 +19,13 @@ class Window {
  public:
   /// Place of a value, kWindow when it is not there. It is the latest one then.
   std::size_t take(std::int32_t value) {
-    std::size_t place = 0;
-    while (place < used_ && values_[place] != value) ++place;
-    const bool isFresh = place == used_;
-    if (isFresh && used_ < kWindow) ++used_;
-    if (isFresh) place = used_ - 1;
-    std::copy_backward(values_.begin(), values_.begin() + static_cast<std::ptrdiff_t>(place),
-                       values_.begin() + static_cast<std::ptrdiff_t>(place) + 1);
-    values_[0] = value;
-    return isFresh ? kWindow : place;
+    std::int32_t moved = value;
+    for (std::size_t place = 0; place < used_; ++place) {
+      std::swap(values_[place], moved);
+      if (moved == value) return place;
+    }
+    if (used_ < kWindow) values_[used_++] = moved;
+    return kWindow;
   }
 
  private:
@@ -34,15 +33,15 @@ class Window {
   std::size_t used_ = 0;
 };
 
-/// A few runs of the values, enough to judge by.
-std::vector<std::uint32_t> sampleOf(std::span<const std::int32_t> values) {
-  constexpr std::size_t kRuns = 4;
+/// Runs of the values, enough to judge by. @param most runs
+std::vector<std::uint32_t> sampleOf(std::span<const std::int32_t> values, std::size_t most) {
   constexpr std::size_t kRun = 128;
-  if (values.size() <= kRuns * kRun) return {values.begin(), values.end()};
+  const std::size_t runs = std::clamp(values.size() / (2 * kRun), std::size_t{1}, most);
   std::vector<std::uint32_t> sample;
-  for (std::size_t run = 0; run < kRuns; ++run) {
-    const std::size_t from = (2 * run + 1) * values.size() / (2 * kRuns) - kRun / 2;
-    const auto part = values.subspan(from, kRun);
+  for (std::size_t run = 0; run < runs; ++run) {
+    const std::size_t length = std::min(kRun, values.size());
+    const std::size_t from = (2 * run + 1) * (values.size() - length) / (2 * runs);
+    const auto part = values.subspan(from, length);
     sample.insert(sample.end(), part.begin(), part.end());
   }
   return sample;
@@ -55,8 +54,8 @@ std::uint32_t bitsOf(std::uint32_t value, unsigned low, unsigned width) {
 /// Prices of fields, a value.
 class Prices {
  public:
-  Prices(std::span<const std::int32_t> values, std::int32_t base)
-      : sample_(sampleOf(values)), count_(static_cast<double>(values.size())) {
+  Prices(std::span<const std::int32_t> values, std::int32_t base, std::size_t runs)
+      : sample_(sampleOf(values, runs)), count_(static_cast<double>(values.size())) {
     for (std::uint32_t& value : sample_) value -= static_cast<std::uint32_t>(base);
   }
 
@@ -124,7 +123,7 @@ BitFields bestFields(std::span<const std::int32_t> values, std::int32_t base, un
     double price = std::numeric_limits<double>::infinity();
     BitField top;
   };
-  const Prices prices(values, base);
+  const Prices prices(values, base, mostFields > 1 ? 4 : 8);
   std::vector<unsigned> cuts{0};
   const unsigned step = mostFields > 1 ? (width + kMostCuts - 1) / kMostCuts : width;
   while (cuts.back() < width) cuts.push_back(std::min(width, cuts.back() + step));

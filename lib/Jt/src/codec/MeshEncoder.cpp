@@ -151,7 +151,7 @@ QuantizationParameters parametersOf(const Mesh& mesh, const EncodeOptions& optio
 void putAttributes(VertexArrays& arrays, const Mesh& mesh, std::span<const std::uint32_t> records,
                    Generation generation, const EncodeOptions& options, Report& losses) {
   if (!mesh.normals.empty())
-    arrays.normals = encodeNormals(gather(mesh.normals, records), generation, options.normalBits);
+    arrays.normals = encodeNormals(mesh.normals, records, generation, options.normalBits);
   if (!mesh.colours.empty()) {
     arrays.colours = encodeColours(gather(mesh.colours, records), generation, options.colourBits);
     losses.add("quantized", "colours are stored with " + std::to_string(options.colourBits) +

@@ -130,7 +130,9 @@ class PacketEncoder {
   bool inFields(std::span<const std::int32_t> values, const Range& range, std::uint64_t bits,
                 unsigned mostFields) {
     constexpr double kClearly = 0.97;
+    constexpr std::uint64_t kWorthATry = 700;
     constexpr std::size_t kWorthDividing = 4096;
+    if (bits < kWorthATry + values.size()) return false;
     if (values.size() < kWorthDividing) mostFields = 1;
     const std::int32_t base = std::min(range.least, 0);
     const auto width = static_cast<unsigned>(

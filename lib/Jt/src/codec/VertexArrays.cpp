@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 #include "Bytes.h"
 #include "DeeringEncoder.h"
@@ -177,6 +178,31 @@ void checkQuantizers(const CodedArray& array, std::size_t count, const char* wha
   bool fits = array.quantizers.size() >= count;
   for (const UniformQuantizer& quantizer : array.quantizers) fits = fits && quantizer.bits <= 32;
   if (!fits) fail("bad_value", std::string(what) + ": a quantizer of more than 32 bits");
+}
+
+template <class T>
+std::vector<T> gather(std::span<const T> values, std::span<const std::uint32_t> order) {
+  std::vector<T> result(order.size());
+  for (std::size_t i = 0; i < order.size(); ++i) result[i] = values[order[i]];
+  return result;
+}
+
+/// Packed codes of normals in an order; where many are used several times, each is encoded once.
+Codes packedCodes(std::span<const Vec3> normals, std::span<const std::uint32_t> order,
+                  unsigned bits) {
+  const DeeringEncoder encoder(bits, std::min(normals.size(), order.size()));
+  const Deering deering(bits);
+  Codes codes;
+  const auto add = [&](const Vec3& normal) {
+    codes.push_back(static_cast<std::int32_t>(deering.pack(encoder.encode(normal))));
+  };
+  codes.reserve(std::min(normals.size(), order.size()));
+  if (normals.size() > order.size()) {
+    for (const std::uint32_t index : order) add(normals[index]);
+    return codes;
+  }
+  for (const Vec3& normal : normals) add(normal);
+  return gather<std::int32_t>(codes, order);
 }
 
 std::array<float, 3> rgbOfHsv(float hue, float saturation, float value) {
@@ -382,28 +408,26 @@ CodedArray encodeCoordinates(std::span<const Vec3> values, Generation generation
   return array;
 }
 
-CodedArray encodeNormals(std::span<const Vec3> values, Generation generation, unsigned bits) {
+CodedArray encodeNormals(std::span<const Vec3> values, std::span<const std::uint32_t> order,
+                         Generation generation, unsigned bits) {
   CodedArray array;
-  array.count = static_cast<std::int32_t>(values.size());
+  array.count = static_cast<std::int32_t>(order.size());
   array.bits = static_cast<std::uint8_t>(bits);
   if (bits == 0) {
-    std::vector<Codes> floats = componentBits(values);
+    std::vector<Codes> floats = componentBits(gather(values, order));
     array.hash = losslessHash(floats, generation);
     array.codes = splitFloats(std::move(floats), generation);
     return array;
   }
-  const DeeringEncoder encoder(bits, values.size());
-  const Deering deering(bits);
-  const bool packed = generation == Generation::v10;
-  array.codes.assign(packed ? 1 : 4, Codes(values.size()));
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const DeeringCode code = encoder.encode(values[i]);
-    if (packed) {
-      array.codes[0][i] = static_cast<std::int32_t>(deering.pack(code));
-      continue;
+  array.codes.push_back(packedCodes(values, order, bits));
+  if (generation != Generation::v10) {
+    const Codes packed = std::exchange(array.codes, std::vector<Codes>(4, Codes(order.size())))[0];
+    const Deering deering(bits);
+    for (std::size_t i = 0; i < packed.size(); ++i) {
+      const DeeringCode code = deering.unpack(static_cast<std::uint32_t>(packed[i]));
+      const std::uint32_t parts[] = {code.sextant, code.octant, code.theta, code.psi};
+      for (std::size_t k = 0; k < 4; ++k) array.codes[k][i] = static_cast<std::int32_t>(parts[k]);
     }
-    const std::uint32_t parts[] = {code.sextant, code.octant, code.theta, code.psi};
-    for (std::size_t k = 0; k < 4; ++k) array.codes[k][i] = static_cast<std::int32_t>(parts[k]);
   }
   array.hash = chainedHash(array.codes);
   return array;

@@ -81,8 +81,10 @@ std::vector<float> decodeTexture(const CodedArray& array, Generation generation,
 std::vector<Vec4> decodeColours(const CodedArray& array, Generation generation, Report& report);
 
 /// The inverse, with hash. @param bits of a coordinate 1..32, or of an angle 1..13; 0 is lossless
+/// @param order index of the value of each record
 CodedArray encodeCoordinates(std::span<const Vec3> values, Generation generation, unsigned bits);
-CodedArray encodeNormals(std::span<const Vec3> values, Generation generation, unsigned bits);
+CodedArray encodeNormals(std::span<const Vec3> values, std::span<const std::uint32_t> order,
+                         Generation generation, unsigned bits);
 /// @pre bits is 1..24: the lossless forms are not certain enough to be written
 CodedArray encodeTexture(std::span<const float> values, unsigned components, unsigned bits);
 CodedArray encodeColours(std::span<const Vec4> values, Generation generation, unsigned bits);
