@@ -181,7 +181,8 @@ EncodedSurface encodeWhole(std::span<const std::uint32_t> corners,
                            std::span<const std::uint32_t> records, Generation generation,
                            Variant variant) {
   SurfaceSource source;
-  source.build(pairEdges(corners));
+  std::vector<std::uint32_t> mates = pairEdges(corners);
+  source.build(mates);
   EncodedSurface encoded;
   SurfaceEncoder(generation, variant).encode(source, groups, records, encoded);
   return encoded;

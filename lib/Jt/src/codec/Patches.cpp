@@ -1,6 +1,7 @@
 #include "Patches.h"
 
 #include <algorithm>
+#include <array>
 
 #include "ActiveVertices.h"
 
@@ -10,130 +11,213 @@ namespace {
 
 constexpr std::uint32_t kNone = Surface::kNone;
 
+std::uint32_t nextInTriangle(std::uint32_t corner) {
+  return corner % 3 == 2 ? corner - 2 : corner + 1;
+}
+std::uint32_t previousInTriangle(std::uint32_t corner) {
+  return corner % 3 == 0 ? corner + 2 : corner - 1;
+}
+
+/// Triangles of a mesh, of which patches take some away.
+class Remainder {
+ public:
+  explicit Remainder(std::span<const std::uint32_t> corners)
+      : corners_(corners), mates_(pairEdges(corners)), isFree_(corners.size() / 3, 1) {
+    for (const std::uint32_t position : corners) {
+      if (position >= freeAt_.size()) freeAt_.resize(2 * std::size_t{position} + 1);
+      ++freeAt_[position];
+    }
+  }
+
+  std::uint32_t position(std::uint32_t corner) const { return corners_[corner]; }
+  std::uint32_t mate(std::uint32_t corner) const { return mates_[corner]; }
+  bool isFree(std::uint32_t triangle) const { return isFree_[triangle] != 0; }
+  /// How many triangles are free at the position of a corner.
+  std::uint32_t freeAt(std::uint32_t corner) const { return freeAt_[corners_[corner]]; }
+  void take(std::uint32_t triangle) {
+    isFree_[triangle] = 0;
+    for (std::uint32_t k = 0; k < 3; ++k) --freeAt_[corners_[3 * triangle + k]];
+  }
+  void giveBack(std::uint32_t triangle) {
+    isFree_[triangle] = 1;
+    for (std::uint32_t k = 0; k < 3; ++k) ++freeAt_[corners_[3 * triangle + k]];
+  }
+
+ private:
+  std::span<const std::uint32_t> corners_;
+  std::vector<std::uint32_t> mates_;
+  std::vector<std::uint8_t> isFree_;
+  std::vector<std::uint32_t> freeAt_;
+};
+
+/// A patch while it grows: a disc, or a closed surface in the end. A disc keeps the walk from
+/// splits, and its vertices apart from each other.
+class Patch {
+ public:
+  explicit Patch(Remainder& remainder) : remainder_(remainder) {}
+
+  /// Takes the seed, then triangles that bring no new vertex, and others round the vertices in
+  /// their order: what is nearly round has the most triangles for its vertices.
+  void grow(std::uint32_t seed) {
+    triangles_.clear();
+    count_ = 0;
+    take(seed);
+    for (std::uint32_t corner = 3 * seed; corner < 3 * seed + 3; ++corner) addVertex(corner);
+    for (std::size_t k = 0; k < 3; ++k)
+      join(k, 3 * seed + static_cast<std::uint32_t>(k), (k + 1) % 3);
+    for (std::size_t v = nextVertex(); v != kNowhere; v = nextVertex())
+      if (!extend(before_[v]) && !extend(v)) lacking_[v] = 0;
+  }
+  /// In the order in which they were taken.
+  const std::vector<std::uint32_t>& triangles() const noexcept { return triangles_; }
+
+ private:
+  static constexpr std::size_t kMost = ActiveVertices::kWindow;
+  static constexpr std::size_t kNowhere = kMost;
+
+  void take(std::uint32_t triangle) {
+    remainder_.take(triangle);
+    triangles_.push_back(triangle);
+  }
+  void addVertex(std::uint32_t corner) {
+    positions_[count_] = remainder_.position(corner);
+    lacking_[count_++] = remainder_.freeAt(corner);
+  }
+  void lackOneLess(std::size_t v, bool isClosed) {
+    if (lacking_[v] > 0) lacking_[v] = isClosed ? 0 : lacking_[v] - 1;
+  }
+  std::size_t vertexAt(std::uint32_t position) const {
+    for (std::size_t v = 0; v < count_; ++v)
+      if (positions_[v] == position) return v;
+    return kNowhere;
+  }
+  std::size_t nextVertex() const {
+    std::size_t first = kNowhere;
+    for (std::size_t v = count_; v-- > 0;) {
+      if (lacking_[v] == 1) return v;
+      if (lacking_[v] > 0) first = v;
+    }
+    return first;
+  }
+
+  /// Takes the triangle across the edge of the outline that begins at a vertex, if that leaves a
+  /// disc.
+  bool extend(std::size_t a) {
+    const std::uint32_t across = remainder_.mate(corner_[a]);
+    if (across == kNone || !remainder_.isFree(across / 3)) return false;
+    const std::size_t b = next_[a];
+    const std::uint32_t atA = nextInTriangle(across);
+    const std::uint32_t atApex = previousInTriangle(across);
+    std::size_t apex = vertexAt(remainder_.position(atApex));
+    const bool isFresh = apex == kNowhere;
+    const bool closesA = !isFresh && next_[apex] == a && remainder_.mate(corner_[apex]) == atA;
+    const bool closesB = !isFresh && next_[b] == apex && remainder_.mate(corner_[b]) == atApex;
+    if (isFresh ? count_ == kMost : !closesA && !closesB) return false;
+    take(across / 3);
+    if (isFresh) {
+      apex = count_;
+      addVertex(atApex);
+    } else {
+      lackOneLess(apex, closesA && closesB);
+    }
+    lackOneLess(a, closesA);
+    lackOneLess(b, closesB);
+    if (!closesA) join(a, atA, apex);
+    if (!closesB) join(apex, atApex, b);
+    return true;
+  }
+  void join(std::size_t from, std::uint32_t corner, std::size_t to) {
+    corner_[from] = corner;
+    next_[from] = to;
+    before_[to] = from;
+  }
+
+  Remainder& remainder_;
+  std::vector<std::uint32_t> triangles_;
+  // Of each vertex:
+  std::size_t count_ = 0;
+  std::array<std::uint32_t, kMost> positions_;
+  std::array<std::uint32_t, kMost> lacking_;  // free triangles that may be had
+  std::array<std::uint32_t, kMost> corner_;   // in the patch, where the outline goes on from here
+  std::array<std::size_t, kMost> next_;       // along the outline
+  std::array<std::size_t, kMost> before_;
+};
+
+/// Cuts triangles into patches and encodes them.
 class Cutter {
  public:
   Cutter(std::span<const std::uint32_t> corners, std::span<const std::int32_t> groups,
          std::span<const std::uint32_t> records, Generation generation)
-      : corners_(corners),
-        groups_(groups),
+      : groups_(groups),
         records_(records),
-        encoder_(generation, {}),
-        mates_(pairEdges(corners)),
-        isDone_(corners.size() / 3),
-        placeOf_(corners.size() / 3, kNone) {}
+        remainder_(corners),
+        patch_(remainder_),
+        placeOf_(corners.size() / 3, kNone),
+        encoder_(generation, {}) {}
 
   EncodedSurface run() {
-    for (std::uint32_t seed = 0; seed < isDone_.size(); ++seed)
-      while (!isDone_[seed]) cut(seed);
+    // In the order of the mesh, so that the steps from patch to patch are small. Triangles that a
+    // patch gives back are behind its seed.
+    for (std::uint32_t seed = 0; seed < placeOf_.size(); ++seed)
+      if (remainder_.isFree(seed)) {
+        patch_.grow(seed);
+        encode(patch_.triangles());
+      }
     return std::move(result_);
   }
 
  private:
-  /// Encodes one patch that begins with a triangle; the triangles that spoil it are left for
-  /// others.
-  void cut(std::uint32_t seed) {
-    grow(seed);
-    for (;;) {
-      const EncodedSurface encoded = encode();
-      const bool fits =
-          encoded.corners.size() <= ActiveVertices::kWindow && encoded.streams.splitSymbols.empty();
-      if (fits || patch_.size() == 1) {
-        take(encoded);
-        break;
-      }
-      const std::size_t kept = std::max<std::size_t>(1, patch_.size() * 3 / 4);
-      for (std::size_t i = kept; i < patch_.size(); ++i) placeOf_[patch_[i]] = kNone;
-      patch_.resize(kept);
+  /// Encodes a patch, or as much of it as can be walked without a split.
+  void encode(std::span<const std::uint32_t> triangles) {
+    while (!tryEncode(triangles)) {
+      const std::size_t kept = std::max<std::size_t>(1, triangles.size() * 3 / 4);
+      for (const std::uint32_t triangle : triangles.subspan(kept)) remainder_.giveBack(triangle);
+      triangles = triangles.first(kept);
     }
-    for (const std::uint32_t triangle : patch_) {
-      isDone_[triangle] = 1;
-      placeOf_[triangle] = kNone;
-    }
-  }
-
-  void add(std::uint32_t triangle) {
-    placeOf_[triangle] = static_cast<std::uint32_t>(patch_.size());
-    patch_.push_back(triangle);
-    for (std::uint32_t corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
-      if (!isKnown(corners_[corner])) positions_.push_back(corners_[corner]);
-      const std::uint32_t mate = mates_[corner];
-      if (mate != kNone && isFree(mate / 3)) frontier_.push_back(mate / 3);
-    }
-  }
-  bool isKnown(std::uint32_t position) const {
-    return std::ranges::find(positions_, position) != positions_.end();
-  }
-  bool isFree(std::uint32_t triangle) const {
-    return !isDone_[triangle] && placeOf_[triangle] == kNone;
-  }
-  std::size_t newPositions(std::uint32_t triangle) const {
-    std::size_t count = 0;
-    for (std::uint32_t corner = 3 * triangle; corner < 3 * triangle + 3; ++corner)
-      if (!isKnown(corners_[corner])) ++count;
-    return count;
-  }
-
-  /// Takes neighbours, first those that bring no new position, then the ones that were met first.
-  void grow(std::uint32_t seed) {
-    patch_.clear();
-    positions_.clear();
-    frontier_.clear();
-    add(seed);
-    for (;;) {
-      std::erase_if(frontier_, [this](std::uint32_t triangle) { return !isFree(triangle); });
-      std::uint32_t best = kNone;
-      for (const std::uint32_t triangle : frontier_) {
-        const std::size_t fresh = newPositions(triangle);
-        if (positions_.size() + fresh > ActiveVertices::kWindow) continue;
-        if (fresh == 0 || best == kNone) best = triangle;
-        if (fresh == 0) break;
-      }
-      if (best == kNone) return;
-      add(best);
-    }
-  }
-
-  EncodedSurface encode() {
-    std::vector<std::uint32_t> mates(3 * patch_.size(), kNone);
-    std::vector<std::uint32_t> records;
-    std::vector<std::int32_t> groups;
-    for (std::size_t i = 0; i < patch_.size(); ++i) {
-      if (!groups_.empty()) groups.push_back(groups_[patch_[i]]);
-      for (std::uint32_t k = 0; k < 3; ++k) {
-        const std::uint32_t corner = 3 * patch_[i] + k;
-        if (!records_.empty()) records.push_back(records_[corner]);
-        const std::uint32_t mate = mates_[corner];
-        if (mate != kNone && placeOf_[mate / 3] != kNone)
-          mates[3 * i + k] = 3 * placeOf_[mate / 3] + mate % 3;
-      }
-    }
-    source_.build(std::move(mates));
-    EncodedSurface encoded;
-    encoder_.encode(source_, groups, records, encoded);
-    return encoded;
-  }
-
-  /// The patch's vertices are named by its own corners; the result's by those of the mesh.
-  void take(const EncodedSurface& encoded) {
     const std::size_t from = result_.corners.size();
-    result_.append(encoded);
+    result_.append(encoded_);
     for (std::size_t i = from; i < result_.corners.size(); ++i) {
       const std::uint32_t corner = result_.corners[i];
-      result_.corners[i] = 3 * patch_[corner / 3] + corner % 3;
+      result_.corners[i] = 3 * ordered_[corner / 3] + corner % 3;
     }
   }
 
-  std::span<const std::uint32_t> corners_;
+  bool tryEncode(std::span<const std::uint32_t> triangles) {
+    // A walk that begins with the latest triangle hardly ever meets a split.
+    ordered_.assign(triangles.rbegin(), triangles.rend());
+    for (std::uint32_t i = 0; i < ordered_.size(); ++i) placeOf_[ordered_[i]] = i;
+    patchMates_.clear();
+    patchGroups_.clear();
+    patchRecords_.clear();
+    for (const std::uint32_t triangle : ordered_) {
+      if (!groups_.empty()) patchGroups_.push_back(groups_[triangle]);
+      for (std::uint32_t corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
+        if (!records_.empty()) patchRecords_.push_back(records_[corner]);
+        const std::uint32_t mate = remainder_.mate(corner);
+        const std::uint32_t place = mate == kNone ? kNone : placeOf_[mate / 3];
+        patchMates_.push_back(place == kNone ? kNone : 3 * place + mate % 3);
+      }
+    }
+    for (const std::uint32_t triangle : ordered_) placeOf_[triangle] = kNone;
+    source_.build(patchMates_);
+    encoded_.clear();
+    encoder_.encode(source_, patchGroups_, patchRecords_, encoded_);
+    return encoded_.streams.splitSymbols.empty() || triangles.size() == 1;
+  }
+
   std::span<const std::int32_t> groups_;
   std::span<const std::uint32_t> records_;
-  SurfaceEncoder encoder_;
-  std::vector<std::uint32_t> mates_;
-  std::vector<std::uint8_t> isDone_;
-  std::vector<std::uint32_t> placeOf_;    // of each triangle in the patch under work
-  std::vector<std::uint32_t> patch_;      // triangles in the order in which they were taken
-  std::vector<std::uint32_t> positions_;  // of the patch
-  std::vector<std::uint32_t> frontier_;   // neighbours of the patch
+  Remainder remainder_;
+  Patch patch_;
+  std::vector<std::uint32_t> placeOf_;  // of each triangle in the patch under work
+  // That patch, and what the encoder makes of it:
+  std::vector<std::uint32_t> ordered_;
+  std::vector<std::uint32_t> patchMates_;
+  std::vector<std::int32_t> patchGroups_;
+  std::vector<std::uint32_t> patchRecords_;
   SurfaceSource source_;
+  SurfaceEncoder encoder_;
+  EncodedSurface encoded_;
   EncodedSurface result_;
 };
 

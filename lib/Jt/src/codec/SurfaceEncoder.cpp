@@ -49,7 +49,6 @@ void SurfaceEncoder::encode(const SurfaceSource& source, std::span<const std::in
   isUsed_.assign(source.polygonCount(), 0);
   vertexOf_.assign(source.cornerCount(), kNone);
   vertices_.clear();
-  active_ = ActiveVertices(variant_.finished);
   positions_.clear();
   for (std::uint32_t triangle = 0; triangle < source.triangleCount(); ++triangle) {
     if (isUsed_[triangle]) continue;

@@ -70,8 +70,8 @@ std::vector<std::uint32_t> pairEdges(std::span<const std::uint32_t> corners) {
   return edges.finish();
 }
 
-void SurfaceSource::build(std::vector<std::uint32_t> mates) {
-  mates_ = std::move(mates);
+void SurfaceSource::build(std::vector<std::uint32_t>& mates) {
+  mates_.swap(mates);
   triangles_ = static_cast<std::uint32_t>(mates_.size() / 3);
   coverStart_.assign(1, 3 * triangles_);
   coverOf_.clear();

@@ -22,8 +22,9 @@ std::vector<std::uint32_t> pairEdges(std::span<const std::uint32_t> corners);
 class SurfaceSource {
  public:
   /// Builds the surfaces of triangles. A corner keeps its number; those of covers come behind.
-  /// @param mates as pairEdges() gives them, three a triangle
-  void build(std::vector<std::uint32_t> mates);
+  /// @param mates as pairEdges() gives them, three a triangle; left with the memory of those that
+  /// were here before
+  void build(std::vector<std::uint32_t>& mates);
 
   std::size_t cornerCount() const noexcept { return mates_.size(); }
   std::size_t triangleCount() const noexcept { return triangles_; }
