@@ -242,4 +242,39 @@ TEST(Packets, WhatComesBackSoonIsWrittenByItsPlace) {
   EXPECT_LT(small.size(), 20000U);
 }
 
+/// Angles of neighbours differ by little, and each has low bits that are noise.
+TEST(Packets, HighBitsThatComeBackSoonAreFieldsOfTheirOwn) {
+  Values values;
+  std::uint32_t state = 1;
+  std::uint32_t angles[] = {20, 40};
+  for (std::size_t i = 0; i < 20000; ++i) {
+    std::uint32_t value = 0;
+    for (std::uint32_t& angle : angles) {
+      state = state * 1664525 + 1013904223;
+      angle = (angle + (state >> 30) % 3 + 63) % 64;
+      value = value << 10 | angle << 4 | (state >> 20) % 16;
+    }
+    values.push_back(static_cast<std::int32_t>(value));
+  }
+  Bytes small;
+  encodePacket(PacketKind::mk3, small, false, values, Predictor::none, PacketStyle::small);
+  EXPECT_STREQ(packetCodecName(PacketKind::mk3, small), "chopper");
+  EXPECT_EQ(decode(PacketKind::mk3, small), values);
+  EXPECT_LT(small.size(), 20000 * 15 / 8U);  // of 20 bits, 8 are noise
+}
+
+/// A symbol in the middle of the others keeps the code between two bits, until a later one settles
+/// words of them at once, upwards or downwards.
+TEST(Packets, BitsThatWaitForWordsAreSettled) {
+  for (const std::int32_t next : {0, 2}) {
+    Values values(300, 1);
+    values.insert(values.end(), 300, next);
+    values.insert(values.end(), 300, 2 - next);
+    Bytes small;
+    encodePacket(PacketKind::mk2, small, false, values, Predictor::none, PacketStyle::small);
+    EXPECT_STREQ(packetCodecName(PacketKind::mk2, small), "arithmetic");
+    EXPECT_EQ(decode(PacketKind::mk2, small), values) << next;
+  }
+}
+
 }  // namespace

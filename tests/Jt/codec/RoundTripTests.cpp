@@ -64,6 +64,14 @@ RC_GTEST_PROP(RoundTrips, CompatibleTrianglesAreTheSameUnderEveryVariant, (bool 
   }
 }
 
+/// Positions on the borders of patches are stored several times, so borders must be short.
+TEST(RoundTrips, CompatibleTrianglesTakeLessThanAPositionEach) {
+  const Mesh mesh = grid(50, 40, true, true, {}, false);
+  Report report;
+  const TopologyData data = encodeTopology(mesh, Generation::v10, {}, report);
+  EXPECT_LT(data.vertexCount, 0.95 * static_cast<double>(mesh.primitiveCount()));
+}
+
 /// A mesh whose holes and handles need splits, written under each variant.
 TEST(Variants, AFileOfAnotherVariantIsFoundOut) {
   std::vector<bool> holes(31);
