@@ -28,7 +28,9 @@ struct OwnCodec {
 constexpr OwnCodec kOwn[] = {{"compact10", Profile::compact, {10, 0, false}},
                              {"compact9", Profile::compact, {9, 5, false}},
                              {"compatible10", Profile::compatible, {10, 0, false}},
-                             {"compatible9", Profile::compatible, {9, 5, false}}};
+                             {"compatible9", Profile::compatible, {9, 5, false}},
+                             {"compact8", Profile::compact, {8, 1, false}},
+                             {"compatible8", Profile::compatible, {8, 1, false}}};
 
 void count(benchmark::State& state, const jt::Mesh& mesh, std::size_t bytes) {
   const auto triangles = static_cast<double>(mesh.corners.size() / 3);

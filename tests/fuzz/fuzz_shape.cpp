@@ -43,13 +43,11 @@ void explainAll(std::span<const std::byte> content, const Format& format) {
   std::abort();
 }
 
-void rewrite(const Mesh& mesh, codec::Profile profile) {
+void rewrite(const Mesh& mesh, const codec::EncodeOptions& options) {
   constexpr std::size_t kLargest = 3000;  // corners; the rest of the time is for other inputs
   if (mesh.corners.size() > kLargest || mesh.positions.size() > kLargest) return;
   for (const Format& format : kForms) {
     codec::Report losses;
-    codec::EncodeOptions options;
-    options.profile = profile;
     const Buffer segment = writeShapeSegment(mesh, {}, 7, format, options, losses);
     codec::VariantChoice variants;
     const DecodedShape again =
@@ -73,8 +71,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     codec::VariantChoice variants;
     const DecodedShape shape = readShape(content, format, variants, {true, kMostBytes});
     if (!shape.mesh.flaw().empty()) finding("a mesh with a flaw was read");
-    rewrite(shape.mesh, codec::Profile::compatible);
-    rewrite(shape.mesh, codec::Profile::compact);
+    rewrite(shape.mesh, {});
+    rewrite(shape.mesh, {.profile = codec::Profile::compact});
+    rewrite(shape.mesh, {.coordinateBits = 12, .normalBits = 6});
   } catch (const JtFormatError&) {
     // Refused, as it should be.
   }

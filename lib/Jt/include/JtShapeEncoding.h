@@ -7,7 +7,8 @@
 namespace jt {
 
 /// How new geometry is stored: which kind of code, and with how many bits a number. See
-/// JtPartition::setShapeEncoding.
+/// JtPartition::setShapeEncoding. 8.x files have strips in both profiles, and round all numbers of
+/// a shape or none: none where its coordinates or its normals are to be lossless.
 struct JT_API ShapeEncoding {
   enum class Profile {
     /// Small patches that every reader takes apart alike. Positions on the borders of patches are
@@ -31,7 +32,7 @@ struct JT_API ShapeEncoding {
   /// Bits of each of a normal's two angles, 1 to 13; 6 is off by about a degree. 0: lossless.
   unsigned normalBits = 0;
   /// Bits of a texture coordinate over its range in the shape, 1 to 24. 9.x and 10.x have no
-  /// lossless form that is certain enough to be written; 8.x files are always lossless.
+  /// lossless form that is certain enough to be written.
   unsigned textureBits = 16;
   /// Bits of a colour component, 1 to 8; as textureBits.
   unsigned colourBits = 8;

@@ -86,8 +86,7 @@ class Encoder {
     waiting_ += shift;
     if (waiting_ >= 32) flush();
   }
-  /// Appends the number of bits, then the words, the last one filled with zeros.
-  void finish(Bytes& out, bool bigEndian) {
+  CodeText finish() && {
     // Two more bits name a quarter inside the interval.
     low_ = (low_ + 0x4000) >> 14 << 16;
     waiting_ += 2;
@@ -96,8 +95,7 @@ class Encoder {
       if (waiting_ < 32) low_ <<= 32 - std::exchange(waiting_, 32);
       flush();
     }
-    append(out, static_cast<std::int32_t>(bits), bigEndian);
-    for (const std::uint32_t word : words_) append(out, word, bigEndian);
+    return {std::move(words_), bits};
   }
 
  private:
@@ -192,29 +190,6 @@ class ByteBitWriter {
   std::uint64_t bits_ = 0;
   unsigned have_ = 0;
 };
-
-void writeTable(PacketKind kind, const ContextTable& table, Bytes& out) {
-  const Layout layout(kind, table);
-  ByteBitWriter bits(out);
-  bits.put(static_cast<std::uint32_t>(table.entries.size()), 16);
-  if (kind == PacketKind::mk2) bits.put(layout.symbol, 6);
-  bits.put(layout.occurrences, 6);
-  bits.put(layout.value, kind == PacketKind::mk2 ? 6 : 7);
-  bits.put(static_cast<std::uint32_t>(layout.min), 32);
-  std::uint32_t symbol = 2;  // stored with 2 added, so that the escape, -2, is 0
-  for (const ContextEntry& entry : table.entries) {
-    if (kind == PacketKind::mk2) {
-      bits.put(entry.escape ? 0 : symbol++, layout.symbol);
-    } else {
-      bits.put(entry.escape ? 1 : 0, 1);
-    }
-    bits.put(entry.occurrences, layout.occurrences);
-    bits.put(entry.escape
-                 ? 0
-                 : static_cast<std::uint32_t>(entry.value) - static_cast<std::uint32_t>(layout.min),
-             layout.value);
-  }
-}
 
 /// Counts of values that may be far apart, in no order.
 std::vector<Histogram::Entry> countScattered(std::span<const std::int32_t> values,
@@ -328,9 +303,8 @@ ContextTable tableOf(const Histogram& histogram, std::uint32_t leastCount) {
   return table;
 }
 
-void writeArithmetic(PacketKind kind, const ContextTable& table,
-                     std::span<const std::int32_t> values, Bytes& out, bool bigEndian,
-                     std::vector<std::int32_t>& outOfBand) {
+CodeText arithmeticText(const ContextTable& table, std::span<const std::int32_t> values,
+                        std::vector<std::int32_t>& outOfBand) {
   const PartOf partOf(table, values.size());
   Encoder encoder(table.total);
   for (const std::int32_t value : values) {
@@ -338,8 +312,33 @@ void writeArithmetic(PacketKind kind, const ContextTable& table,
     if (partOf.isEscape(part)) outOfBand.push_back(value);
     encoder.put(part.from, part.to);
   }
-  encoder.finish(out, bigEndian);
-  writeTable(kind, table, out);
+  return std::move(encoder).finish();
+}
+
+void writeContext(PacketKind kind, const ContextTable& table, Bytes& out) {
+  const Layout layout(kind, table);
+  const bool hasSymbols = kind != PacketKind::mk3;
+  ByteBitWriter bits(out);
+  if (kind == PacketKind::mk1) bits.put(1, 8);  // table
+  bits.put(static_cast<std::uint32_t>(table.entries.size()), kind == PacketKind::mk1 ? 32 : 16);
+  if (hasSymbols) bits.put(layout.symbol, 6);
+  bits.put(layout.occurrences, 6);
+  bits.put(layout.value, hasSymbols ? 6 : 7);
+  if (kind == PacketKind::mk1) bits.put(0, 6);  // no field for the next table: it is the same
+  bits.put(static_cast<std::uint32_t>(layout.min), 32);
+  std::uint32_t symbol = 2;  // stored with 2 added, so that the escape, -2, is 0
+  for (const ContextEntry& entry : table.entries) {
+    if (hasSymbols) {
+      bits.put(entry.escape ? 0 : symbol++, layout.symbol);
+    } else {
+      bits.put(entry.escape ? 1 : 0, 1);
+    }
+    bits.put(entry.occurrences, layout.occurrences);
+    bits.put(entry.escape
+                 ? 0
+                 : static_cast<std::uint32_t>(entry.value) - static_cast<std::uint32_t>(layout.min),
+             layout.value);
+  }
 }
 
 }  // namespace jt::codec

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "Bytes.h"
+#include "Bits.h"
 #include "Contexts.h"
 
 namespace jt::codec {
@@ -51,10 +51,11 @@ ArithmeticEstimate estimateArithmetic(PacketKind kind, const Histogram& histogra
 /// escape, if there is one, comes last.
 ContextTable tableOf(const Histogram& histogram, std::uint32_t leastCount);
 
-/// Length and words of the code text of values, then the table.
+/// The code text of values.
 /// @param outOfBand the values of the escapes are appended to it
-void writeArithmetic(PacketKind kind, const ContextTable& table,
-                     std::span<const std::int32_t> values, Bytes& out, bool bigEndian,
-                     std::vector<std::int32_t>& outOfBand);
+CodeText arithmeticText(const ContextTable& table, std::span<const std::int32_t> values,
+                        std::vector<std::int32_t>& outOfBand);
+/// Appends a table as readContexts() reads it.
+void writeContext(PacketKind kind, const ContextTable& table, Bytes& out);
 
 }  // namespace jt::codec

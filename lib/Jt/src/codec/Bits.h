@@ -3,6 +3,8 @@
 // Bit streams of the integer packets.
 
 #include <algorithm>
+#include <bit>
+#include <utility>
 
 #include "Bytes.h"
 
@@ -13,6 +15,13 @@ inline std::int32_t signExtended(std::uint32_t bits, unsigned width) noexcept {
   if (width == 0) return 0;
   const unsigned unused = 32 - width;
   return static_cast<std::int32_t>(bits << unused) >> unused;
+}
+
+/// Bits of a two's complement field that holds the value; none for 0.
+inline unsigned signedWidth(std::int32_t value) noexcept {
+  if (value == 0) return 0;
+  const auto magnitude = static_cast<std::uint32_t>(value < 0 ? ~value : value);
+  return static_cast<unsigned>(std::bit_width(magnitude)) + 1;
 }
 
 /// Bits of code text: 32-bit words in file order, each from its most significant bit down.
@@ -106,6 +115,22 @@ class ByteBits {
   unsigned have_ = 0;
 };
 
+/// Bits in whole words, the last one filled with zeros.
+struct CodeText {
+  std::vector<std::uint32_t> words;
+  std::size_t bits = 0;
+
+  /// Appends the words.
+  void write(Bytes& out, bool bigEndian) const {
+    const std::size_t at = out.size();
+    out.resize(at + words.size() * 4);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+      const std::uint32_t word = inFileOrder(words[i], bigEndian);
+      std::memcpy(out.data() + at + 4 * i, &word, sizeof word);
+    }
+  }
+};
+
 /// Collects bits into 32-bit words, from the most significant bit down.
 class WordBitWriter {
  public:
@@ -126,16 +151,9 @@ class WordBitWriter {
     }
   }
   std::size_t count() const noexcept { return bits_; }
-  /// I32 number of bits, then the words, the last one filled with zeros.
-  void finish(Bytes& out, bool bigEndian) {
+  CodeText finish() && {
     if (have_ > 0) words_.push_back(pending_ << (32 - have_));
-    append(out, static_cast<std::int32_t>(bits_), bigEndian);
-    const std::size_t at = out.size();
-    out.resize(at + words_.size() * 4);
-    for (std::size_t i = 0; i < words_.size(); ++i) {
-      const std::uint32_t word = inFileOrder(words_[i], bigEndian);
-      std::memcpy(out.data() + at + 4 * i, &word, sizeof word);
-    }
+    return {std::move(words_), bits_};
   }
 
  private:

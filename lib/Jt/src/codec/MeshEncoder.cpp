@@ -2,121 +2,19 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
+#include <numeric>
 
 #include "Hash.h"
 #include "Patches.h"
+#include "Strips.h"
 #include "SurfaceEncoder.h"
+#include "Welding.h"
 
 namespace jt::codec {
 
 namespace {
 
 std::uint32_t bitsOf(float value) { return std::bit_cast<std::uint32_t>(value); }
-
-/// Mixes numbers into a hash that spreads well enough for a table.
-class Mixer {
- public:
-  void add(std::uint32_t value) noexcept {
-    state_ = (state_ ^ value) * 0x9e3779b97f4a7c15U;
-    state_ ^= state_ >> 32;
-  }
-  void add(std::span<const float> values) noexcept {
-    for (const float value : values) add(bitsOf(value));
-  }
-  std::size_t value() const noexcept { return state_; }
-
- private:
-  std::uint64_t state_ = 0;
-};
-
-bool sameBits(std::span<const float> a, std::span<const float> b) {
-  return std::memcmp(a.data(), b.data(), a.size_bytes()) == 0;
-}
-
-/// Index of the first item that equals each item; empty when no two are equal. Expected linear
-/// time.
-/// @param hash of an item by index @param equal of two items by index
-template <class Hash, class Equal>
-std::vector<std::uint32_t> firstOfEquals(std::size_t count, Hash hash, Equal equal) {
-  constexpr std::uint32_t kFree = 0xffffffffU;
-  std::size_t size = 16;
-  while (size < 2 * count) size *= 2;
-  std::vector<std::uint32_t> slots(size, kFree);
-  std::vector<std::uint32_t> first(count);
-  bool anyEqual = false;
-  for (std::uint32_t i = 0; i < count; ++i) {
-    std::size_t at = hash(i) & (size - 1);
-    while (slots[at] != kFree && !equal(slots[at], i)) at = (at + 1) & (size - 1);
-    if (slots[at] == kFree) slots[at] = i;
-    first[i] = slots[at];
-    anyEqual = anyEqual || slots[at] != i;
-  }
-  if (!anyEqual) first.clear();
-  return first;
-}
-
-/// Positions with the same coordinates, by the first of each. -0 and 0 are the same.
-std::vector<std::uint32_t> weldPositions(const Mesh& mesh) {
-  const auto normal = [&](std::uint32_t i) {
-    Vec3f p = mesh.positions[i];
-    for (float& coordinate : p) coordinate += 0.0F;
-    return p;
-  };
-  return firstOfEquals(
-      mesh.positions.size(),
-      [&](std::uint32_t i) {
-        Mixer mixer;
-        mixer.add(normal(i));
-        return mixer.value();
-      },
-      [&](std::uint32_t a, std::uint32_t b) { return sameBits(normal(a), normal(b)); });
-}
-
-std::span<const float> textureOf(const Mesh::TextureChannel& texture, std::uint32_t record) {
-  const auto components = static_cast<std::size_t>(texture.components);
-  return std::span(texture.values).subspan(record * components, components);
-}
-
-/// Records with the same attributes, by the first of each.
-std::vector<std::uint32_t> weldRecords(const Mesh& mesh) {
-  const auto hash = [&](std::uint32_t i) {
-    Mixer mixer;
-    if (!mesh.normals.empty()) mixer.add(mesh.normals[i]);
-    if (!mesh.colours.empty()) mixer.add(mesh.colours[i]);
-    for (const auto& texture : mesh.textures) mixer.add(textureOf(texture, i));
-    if (!mesh.flags.empty()) mixer.add(mesh.flags[i]);
-    return mixer.value();
-  };
-  const auto equal = [&](std::uint32_t a, std::uint32_t b) {
-    if (!mesh.normals.empty() && !sameBits(mesh.normals[a], mesh.normals[b])) return false;
-    if (!mesh.colours.empty() && !sameBits(mesh.colours[a], mesh.colours[b])) return false;
-    for (const auto& texture : mesh.textures)
-      if (!sameBits(textureOf(texture, a), textureOf(texture, b))) return false;
-    return mesh.flags.empty() || mesh.flags[a] == mesh.flags[b];
-  };
-  return firstOfEquals(mesh.recordCount(), hash, equal);
-}
-
-/// What corners name, the first of equals in place of each.
-class Welded {
- public:
-  /// @param corners must outlive this
-  Welded(const std::vector<std::uint32_t>& corners, const std::vector<std::uint32_t>& firsts)
-      : corners_(corners) {
-    if (firsts.empty()) return;
-    own_.resize(corners.size());
-    for (std::size_t i = 0; i < corners.size(); ++i) own_[i] = firsts[corners[i]];
-    corners_ = own_;
-  }
-  Welded(const Welded&) = delete;
-  Welded& operator=(const Welded&) = delete;
-  std::span<const std::uint32_t> corners() const noexcept { return corners_; }
-
- private:
-  std::vector<std::uint32_t> own_;
-  std::span<const std::uint32_t> corners_;
-};
 
 template <class T>
 std::vector<T> gather(const std::vector<T>& from, std::span<const std::uint32_t> indices) {
@@ -138,26 +36,34 @@ VertexBindings bindingsOf(const Mesh& mesh) {
   return bindings;
 }
 
-namespace {
-
-QuantizationParameters parametersOf(const Mesh& mesh, const EncodeOptions& options) {
-  return {static_cast<std::uint8_t>(options.coordinateBits),
-          static_cast<std::uint8_t>(mesh.normals.empty() ? 0 : options.normalBits),
-          static_cast<std::uint8_t>(mesh.textures.empty() ? 0 : options.textureBits),
-          static_cast<std::uint8_t>(mesh.colours.empty() ? 0 : options.colourBits)};
+QuantizationParameters quantizationOf(const VertexBindings& bindings, Generation generation,
+                                      const EncodeOptions& options) {
+  const auto bits = [](bool isThere, unsigned count) {
+    return static_cast<std::uint8_t>(isThere ? count : 0);
+  };
+  const bool isLossless =
+      options.coordinateBits == 0 || (bindings.normals() && options.normalBits == 0);
+  if (generation == Generation::v8 && isLossless) return {};
+  return {bits(true, options.coordinateBits), bits(bindings.normals(), options.normalBits),
+          bits(bindings.textures(), options.textureBits),
+          bits(bindings.colours(), options.colourBits)};
 }
 
-/// Attribute arrays of records in a new order.
-void putAttributes(VertexArrays& arrays, const Mesh& mesh, std::span<const std::uint32_t> records,
-                   Generation generation, const EncodeOptions& options, Report& losses) {
-  if (!mesh.normals.empty())
+namespace {
+
+/// Bound attribute arrays of records in a new order.
+void putAttributes(VertexArrays& arrays, const Mesh& mesh, const VertexBindings& bindings,
+                   std::span<const std::uint32_t> records, Generation generation,
+                   const EncodeOptions& options, Report& losses) {
+  if (bindings.normals())
     arrays.normals = encodeNormals(mesh.normals, records, generation, options.normalBits);
-  if (!mesh.colours.empty()) {
+  if (bindings.colours()) {
     arrays.colours = encodeColours(gather(mesh.colours, records), generation, options.colourBits);
     losses.add("quantized", "colours are stored with " + std::to_string(options.colourBits) +
                                 " bits a component");
   }
   for (const auto& texture : mesh.textures) {
+    if (!bindings.texture(static_cast<unsigned>(texture.channel))) continue;
     std::vector<float> values;
     values.reserve(records.size() * static_cast<std::size_t>(texture.components));
     for (const std::uint32_t record : records) {
@@ -169,7 +75,7 @@ void putAttributes(VertexArrays& arrays, const Mesh& mesh, std::span<const std::
     losses.add("quantized", "texture coordinates are stored with " +
                                 std::to_string(options.textureBits) + " bits");
   }
-  if (!mesh.flags.empty()) {
+  if (bindings.flags()) {
     for (const std::uint32_t record : records)
       arrays.flags.push_back(static_cast<std::int32_t>(mesh.flags[record]));
     arrays.flagCount = static_cast<std::int32_t>(arrays.flags.size());
@@ -232,8 +138,9 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
                             Report& losses) {
   checkSize(mesh);
   check(options);
+  const VertexBindings bindings = bindingsOf(mesh);
   const Welded weldedCorners(mesh.corners, weldPositions(mesh));
-  const Welded weldedRecords(mesh.records, weldRecords(mesh));
+  const Welded weldedRecords(mesh.records, weldRecords(mesh, bindings));
   const std::span<const std::uint32_t> corners = weldedCorners.corners();
   const std::span<const std::uint32_t> records = weldedRecords.corners();
   const bool compact = options.profile == Profile::compact;
@@ -243,8 +150,8 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
   TopologyData data;
   data.streams = std::move(encoded.streams);
   data.streams.hash = data.streams.compositeHash(generation);
-  data.bindings = bindingsOf(mesh);
-  data.quantization = parametersOf(mesh, options);
+  data.bindings = bindings;
+  data.quantization = quantizationOf(bindings, generation, options);
   data.vertexCount = static_cast<std::int32_t>(encoded.corners.size());
   data.attributeCount = static_cast<std::int32_t>(encoded.records.size());
   std::vector<Vec3f> positions;
@@ -252,7 +159,7 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
   for (const std::uint32_t corner : encoded.corners)
     positions.push_back(mesh.positions[corners[corner]]);
   data.arrays.coordinates = encodeCoordinates(positions, generation, options.coordinateBits);
-  putAttributes(data.arrays, mesh, encoded.records, generation, options, losses);
+  putAttributes(data.arrays, mesh, bindings, encoded.records, generation, options, losses);
   if (std::ranges::any_of(mesh.groups, [](std::int32_t group) { return group < 0; }))
     losses.add("groups", "triangles of negative face groups would be taken for covers");
   return data;
@@ -295,45 +202,105 @@ ListData encodeLists(const Mesh& mesh, Generation generation, const EncodeOption
   data.indexCount = static_cast<std::int32_t>(data.indices.size());
   data.listHash = data.computedListHash();
   data.bindings = bindingsOf(mesh);
-  data.quantization = parametersOf(mesh, options);
+  data.quantization = quantizationOf(data.bindings, generation, options);
   data.recordCount = static_cast<std::int32_t>(unique.size());
   data.uniqueCount = static_cast<std::int32_t>(positions.size());
   data.lengthHash = hash32(data.lengths, 0);
   data.arrays.coordinates = encodeCoordinates(positions, generation, options.coordinateBits);
-  if (hasAttributes) putAttributes(data.arrays, mesh, records, generation, options, losses);
+  if (hasAttributes)
+    putAttributes(data.arrays, mesh, data.bindings, records, generation, options, losses);
   return data;
 }
 
-StripData encodeStrips(const Mesh& mesh, bool bigEndian, Report& losses) {
-  checkSize(mesh);
-  StripData data;
-  const bool texture =
-      !mesh.textures.empty() && mesh.textures[0].channel == 0 && mesh.textures[0].components == 2;
-  data.textureBinding = texture ? 1 : 0;
-  data.normalBinding = mesh.normals.empty() ? 0 : 1;
-  data.colourBinding = mesh.colours.empty() ? 0 : 1;
-  if (mesh.textures.size() > (texture ? 1U : 0U))
+namespace {
+
+/// What 8.x has room for of a mesh.
+VertexBindings bindings8(const Mesh& mesh, Report& losses) {
+  VertexBindings bindings = bindingsOf(mesh);
+  bindings.bits &= ~(VertexBindings::kTextures | VertexBindings::kFlags);
+  for (const auto& texture : mesh.textures)
+    if (texture.channel == 0 && texture.components == 2) bindings.setTexture(0, 2);
+  if (mesh.textures.size() > (bindings.textures() ? 1U : 0U))
     losses.add("textures", "8.x has one texture channel of two components");
-  if (std::ranges::any_of(mesh.colours, [](const Vec4& colour) { return colour[3] != 1; }))
-    losses.add("alpha", "8.x has no alpha in vertex colours");
   if (!mesh.flags.empty()) losses.add("flags", "8.x has no vertex flags");
   if (!mesh.groups.empty()) losses.add("groups", "8.x has no face groups");
-  const bool isStrips = mesh.kind == Mesh::Kind::triangles;
-  const std::size_t primitives = mesh.primitiveCount();
-  for (std::size_t p = 0; p <= primitives; ++p)
-    data.primitives.push_back(
-        static_cast<std::int32_t>(isStrips || mesh.starts.empty() ? 3 * p : mesh.starts[p]));
+  return bindings;
+}
+
+/// The plain records of corners.
+std::vector<std::byte> recordsOf(const Mesh& mesh, const VertexBindings& bindings,
+                                 std::span<const std::uint32_t> corners, bool bigEndian) {
+  const auto texture = std::ranges::find(mesh.textures, 0, &Mesh::TextureChannel::channel);
+  std::vector<std::byte> bytes;
   const auto put = [&](std::span<const float> values) {
-    for (const float value : values) append(data.raw, bitsOf(value), bigEndian);
+    for (const float value : values) append(bytes, bitsOf(value), bigEndian);
   };
-  for (std::size_t i = 0; i < mesh.corners.size(); ++i) {
-    if (texture) put(textureOf(mesh.textures[0], mesh.records[i]));
-    if (!mesh.colours.empty()) put(std::span(mesh.colours[mesh.records[i]]).first(3));
-    if (!mesh.normals.empty()) put(mesh.normals[mesh.records[i]]);
-    put(mesh.positions[mesh.corners[i]]);
+  for (const std::uint32_t corner : corners) {
+    if (bindings.textures()) put(textureOf(*texture, mesh.records[corner]));
+    if (bindings.colours()) put(std::span(mesh.colours[mesh.records[corner]]).first(3));
+    if (bindings.normals()) put(mesh.normals[mesh.records[corner]]);
+    put(mesh.positions[mesh.corners[corner]]);
   }
-  if (data.raw.size() > 0x7fffffff)
-    fail("too_large", "more than 2 GiB of vertices; divide the shape");
+  if (bytes.size() > 0x7fffffff) fail("too_large", "more than 2 GiB of vertices; divide the shape");
+  return bytes;
+}
+
+/// Tables of the vertices that the corners name, in the order in which these come.
+void putTables(StripData& data, const Mesh& mesh, const VertexBindings& bindings,
+               std::span<const std::uint32_t> corners, std::span<const std::uint32_t> vertices,
+               const EncodeOptions& options, Report& losses) {
+  std::vector<std::int32_t> numbers(vertices.size(), -1);
+  std::vector<Vec3f> positions;
+  std::vector<std::uint32_t> records;
+  data.indices.reserve(corners.size());
+  for (const std::uint32_t corner : corners) {
+    std::int32_t& number = numbers[vertices[corner]];
+    if (number < 0) {
+      number = static_cast<std::int32_t>(positions.size());
+      positions.push_back(mesh.positions[mesh.corners[corner]]);
+      if (!mesh.records.empty()) records.push_back(mesh.records[corner]);
+    }
+    data.indices.push_back(number);
+  }
+  VertexArrays& arrays = data.arrays;
+  arrays.coordinates = encodeCoordinates(positions, Generation::v8, options.coordinateBits);
+  putAttributes(arrays, mesh, bindings, records, Generation::v8, options, losses);
+  // Readers undo a prediction to find out whether there is one: then these codes are in range.
+  for (auto& codes : arrays.normals.codes) predict(Predictor::lag1, codes);
+}
+
+}  // namespace
+
+StripData encodeStrips(const Mesh& mesh, bool bigEndian, const EncodeOptions& options,
+                       Report& losses) {
+  checkSize(mesh);
+  check(options);
+  const VertexBindings bindings = bindings8(mesh, losses);
+  StripData data;
+  data.textureBinding = bindings.textures() ? 1 : 0;
+  data.normalBinding = bindings.normals() ? 1 : 0;
+  data.colourBinding = bindings.colours() ? 1 : 0;
+  data.quantization = quantizationOf(bindings, Generation::v8, options);
+  const bool isTriangles = mesh.kind == Mesh::Kind::triangles;
+  std::vector<std::uint32_t> vertices;
+  if (isTriangles || !data.isLossless()) vertices = weldCorners(mesh, bindings);
+  Strips entries;
+  if (isTriangles) {
+    entries = makeStrips(vertices);
+  } else {
+    entries.corners.resize(mesh.corners.size());
+    std::iota(entries.corners.begin(), entries.corners.end(), 0U);
+    entries.starts = mesh.starts;
+    if (entries.starts.empty()) entries.starts = {0};
+  }
+  data.primitives.assign(entries.starts.begin(), entries.starts.end());
+  if (!data.isLossless()) {
+    putTables(data, mesh, bindings, entries.corners, vertices, options, losses);
+    return data;
+  }
+  if (std::ranges::any_of(mesh.colours, [](const Vec4& colour) { return colour[3] != 1; }))
+    losses.add("alpha", "8.x has no alpha in vertex colours of lossless shapes");
+  data.raw = recordsOf(mesh, bindings, entries.corners, bigEndian);
   data.rawSize = static_cast<std::int32_t>(data.raw.size());
   data.packedSize = -data.rawSize;
   return data;

@@ -7,13 +7,12 @@
 
 namespace jt::codec {
 
-/// How triangles of 9.x and 10.x are written.
+/// How packets are written, and triangles of 9.x and 10.x; those of 8.x are strips in both.
 enum class Profile : std::uint8_t {
-  /// Small patches that decode alike under every variant of the walk. Positions on the borders of
-  /// patches are stored once a patch.
+  /// Plain packets. Small patches that decode alike under every variant of the walk. Positions on
+  /// the borders of patches are stored once a patch.
   compatible,
-  /// Whole surfaces in arithmetic code: a fraction of the size, for readers that walk as this
-  /// library
+  /// Arithmetic code. Whole surfaces: a fraction of the size, for readers that walk as this library
   /// does.
   compact,
 };
@@ -30,6 +29,11 @@ struct EncodeOptions {
 /// The bindings of what a mesh has.
 VertexBindings bindingsOf(const Mesh& mesh);
 
+/// Bits of what is bound, as they are stored. 8.x quantizes all numbers of a shape or none: none
+/// where coordinates or normals are to be lossless.
+QuantizationParameters quantizationOf(const VertexBindings& bindings, Generation generation,
+                                      const EncodeOptions& options);
+
 /// @pre mesh.flaw() is empty. What a form cannot hold is left out, and told in `losses`. Throw
 /// JtFormatError "bad_option" for bits out of range, "too_large" for a mesh that cannot be stored.
 
@@ -39,7 +43,9 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
 /// Polylines and points of 9.x and 10.x.
 ListData encodeLists(const Mesh& mesh, Generation generation, const EncodeOptions& options,
                      Report& losses);
-/// 8.x, lossless. `raw` has the plain records in file order, for the caller to pack.
-StripData encodeStrips(const Mesh& mesh, bool bigEndian, Report& losses);
+/// All of 8.x. All triangles are kept, in another order. Of lossless data `raw` has the plain
+/// records in file order, for the caller to pack.
+StripData encodeStrips(const Mesh& mesh, bool bigEndian, const EncodeOptions& options,
+                       Report& losses);
 
 }  // namespace jt::codec

@@ -1,27 +1,25 @@
 #include <algorithm>
 #include <bit>
+#include <optional>
 #include <utility>
 
 #include "ArithmeticEncoder.h"
 #include "BitFields.h"
 #include "Bits.h"
 #include "Packets.h"
+#include "SteppedWidths.h"
 
 namespace jt::codec {
 
 namespace {
 
+constexpr std::byte kNull{0};
 constexpr std::byte kBitlength{1};
 constexpr std::byte kArithmetic{3};
 constexpr std::byte kChopper{4};
 constexpr std::byte kMoveToFront{5};
 
-/// Bits of a two's complement field that holds the value; none for 0.
-unsigned signedWidth(std::int32_t value) {
-  if (value == 0) return 0;
-  const auto magnitude = static_cast<std::uint32_t>(value < 0 ? ~value : value);
-  return static_cast<unsigned>(std::bit_width(magnitude)) + 1;
-}
+constexpr std::size_t kWorthATry = 24;  // values, for arithmetic code
 
 void putNibbles(WordBitWriter& bits, std::int32_t value) {
   const unsigned digits = std::max(1U, (signedWidth(value) + 3) / 4);
@@ -70,13 +68,12 @@ class PacketEncoder {
     const auto min = static_cast<std::uint32_t>(range.least);
     for (const std::int32_t value : values)
       bits.put(static_cast<std::uint32_t>(value) - min, range.width);
-    bits.finish(out_, bigEndian_);
+    codeText(std::move(bits).finish());
   }
 
   /// The shortest form. @param mostFields how many fields with moves to front may be tried; 0 in a
   /// packet of another, so that they do not nest without end
   void small(std::span<const std::int32_t> values, unsigned mostFields) {
-    constexpr std::size_t kWorthATry = 24;
     if (values.size() < kWorthATry) return plain(values);
     const Range range(values);
     const Choice choice = range.width > 0 ? choose(values, range) : Choice{};
@@ -176,7 +173,8 @@ class PacketEncoder {
     append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
     out_.push_back(kArithmetic);
     std::vector<std::int32_t> outOfBand;
-    writeArithmetic(kind_, table, values, out_, bigEndian_, outOfBand);
+    codeText(arithmeticText(table, values, outOfBand));
+    writeContext(kind_, table, out_);
     if (kind_ == PacketKind::mk3 && !table.hasEscape()) return;
     isNested ? plain(outOfBand) : small(outOfBand, 0);
   }
@@ -209,7 +207,87 @@ class PacketEncoder {
     return high;
   }
 
+  void codeText(const CodeText& text) {
+    append(out_, static_cast<std::int32_t>(text.bits), bigEndian_);
+    text.write(out_, bigEndian_);
+  }
+
   PacketKind kind_;
+  Bytes& out_;
+  bool bigEndian_;
+};
+
+/// Packets of Mk.1, which has each part in another place.
+class FirstPacketEncoder {
+ public:
+  FirstPacketEncoder(Bytes& out, bool bigEndian) : out_(out), bigEndian_(bigEndian) {}
+
+  void plain(std::span<const std::int32_t> values) {
+    values.empty() ? words(values) : stepped(values.size(), steppedWidths(values));
+  }
+
+  void small(std::span<const std::int32_t> values) {
+    const CodeText text = steppedWidths(values);
+    const std::uint64_t least = std::min<std::uint64_t>(text.bits + 64, 32 * values.size());
+    const std::size_t from = out_.size();
+    if (const auto table = worthwhileTable(values, least)) {
+      arithmetic(values, *table);
+      if ((out_.size() - from) * 8 < least) return;  // the estimate may have been too low
+      out_.resize(from);
+    }
+    direct(values, text);
+  }
+
+ private:
+  /// A table with which arithmetic code is likely to take less than so many bits.
+  static std::optional<ContextTable> worthwhileTable(std::span<const std::int32_t> values,
+                                                     std::uint64_t bits) {
+    if (values.size() < kWorthATry) return {};
+    const Range range(values);
+    const bool isCountable = (std::uint64_t{1} << range.width) <= 4 * values.size() + 256;
+    const auto histogram = isCountable ? Histogram(values, range.least, range.most, 0)
+                                       : Histogram::ofScattered(values);
+    if (!histogram) return {};
+    const auto estimate = estimateArithmetic(PacketKind::mk1, *histogram, range.width);
+    if (estimate.bits >= bits) return {};
+    return tableOf(*histogram, estimate.leastCount);
+  }
+
+  void words(std::span<const std::int32_t> values) {
+    out_.push_back(kNull);
+    number(values.size());
+    for (const std::int32_t value : values) append(out_, value, bigEndian_);
+  }
+
+  /// The shorter of stepped widths and plain words.
+  void direct(std::span<const std::int32_t> values, const CodeText& text) {
+    constexpr std::size_t kHead = 2;  // words that stepped widths have in front and plain ones not
+    text.words.size() + kHead < values.size() ? stepped(values.size(), text) : words(values);
+  }
+
+  void stepped(std::size_t count, const CodeText& text) {
+    out_.push_back(kBitlength);
+    codeText(count, text);
+  }
+
+  void arithmetic(std::span<const std::int32_t> values, const ContextTable& table) {
+    out_.push_back(kArithmetic);
+    writeContext(PacketKind::mk1, table, out_);
+    std::vector<std::int32_t> outOfBand;
+    const CodeText text = arithmeticText(table, values, outOfBand);
+    number(outOfBand.size());
+    if (!outOfBand.empty()) direct(outOfBand, steppedWidths(outOfBand));
+    codeText(values.size(), text);
+  }
+
+  void codeText(std::size_t count, const CodeText& text) {
+    number(text.bits);
+    number(count);
+    number(text.words.size());
+    text.write(out_, bigEndian_);
+  }
+  void number(std::size_t value) { append(out_, static_cast<std::int32_t>(value), bigEndian_); }
+
   Bytes& out_;
   bool bigEndian_;
 };
@@ -219,14 +297,13 @@ class PacketEncoder {
 void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::vector<std::int32_t> values,
                   Predictor predictor, PacketStyle style) {
   predict(predictor, values);
+  const bool isPlain = style == PacketStyle::plain;
   if (kind == PacketKind::mk1) {
-    out.push_back(std::byte{0});
-    append(out, static_cast<std::int32_t>(values.size()), bigEndian);
-    for (const std::int32_t value : values) append(out, value, bigEndian);
-    return;
+    FirstPacketEncoder encoder(out, bigEndian);
+    return isPlain ? encoder.plain(values) : encoder.small(values);
   }
   PacketEncoder encoder(kind, out, bigEndian);
-  if (style == PacketStyle::plain) return encoder.plain(values);
+  if (isPlain) return encoder.plain(values);
   // Residuals have no fields that mean something.
   encoder.small(values, predictor == Predictor::none ? kMostBitFields : 1);
 }

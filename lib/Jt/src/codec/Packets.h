@@ -38,9 +38,9 @@ class PacketBatch {
 };
 
 enum class PacketStyle : std::uint8_t {
-  plain,  ///< what every reader understands: values as they are in Mk.1, else fixed width fields
-  small,  ///< the shortest of fixed width, arithmetic code, both by high and low bits, and in 10.x
-          ///< places among the latest values
+  plain,  ///< what every reader understands: fields of one width, or of stepped widths in Mk.1
+  small,  ///< the shortest of these, arithmetic code, from Mk.2 on both by high and low bits, in
+          ///< Mk.3 places among the latest values, and in Mk.1 values as they are
 };
 
 /// Appends a packet.

@@ -19,6 +19,7 @@ struct VertexBindings {
   static constexpr std::uint64_t kColours4 = 1U << 5;
   static constexpr std::uint64_t kFlags = 1U << 6;
   static constexpr std::uint64_t kAuxiliary = std::uint64_t{1} << 63;
+  static constexpr std::uint64_t kTextures = std::uint64_t{0xffffffff} << 8;
   static constexpr unsigned kChannels = 8;
 
   std::uint64_t bits = 2;  ///< three coordinates
@@ -28,6 +29,7 @@ struct VertexBindings {
   bool colours() const noexcept { return (bits & (kColours3 | kColours4)) != 0; }
   bool flags() const noexcept { return (bits & kFlags) != 0; }
   bool auxiliary() const noexcept { return (bits & kAuxiliary) != 0; }
+  bool textures() const noexcept { return (bits & kTextures) != 0; }
   bool texture(unsigned channel) const noexcept { return (bits >> (8 + 4 * channel) & 15) != 0; }
   void setTexture(unsigned channel, unsigned components) noexcept {
     bits |= std::uint64_t{1} << (8 + 4 * channel + components - 1);

@@ -6,8 +6,8 @@
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "SceneWriter.h"
-#include "ShapeElement.h"
 #include "ShapeGeometry.h"
+#include "ShapeSegment.h"
 #include "VisMetaDataNode.h"
 
 namespace jt::file {
@@ -51,17 +51,8 @@ std::int32_t ShapePlan::segmentTypeOf(const JtShape& shape) {
 
 void ShapePlan::tellEncoding(JtVertexShape& shape, const ShapeEncoding& encoding,
                              const Format& format) {
-  const bool lossless = generationOf(format) == codec::Generation::v8;
-  const codec::VertexBindings bindings{shape.bindings_};
-  bool hasTexture = false;
-  for (unsigned channel = 0; channel < codec::VertexBindings::kChannels; ++channel)
-    hasTexture = hasTexture || bindings.texture(channel);
-  const auto bits = [&](bool isThere, unsigned count) {
-    return static_cast<std::uint8_t>(isThere && !lossless ? count : 0);
-  };
-  shape.quantization_ = {
-      bits(true, encoding.positionBits), bits(bindings.normals(), encoding.normalBits),
-      bits(hasTexture, encoding.textureBits), bits(bindings.colours(), encoding.colourBits)};
+  shape.quantization_ = codec::quantizationOf(codec::VertexBindings{shape.bindings_},
+                                              generationOf(format), optionsOf(encoding));
 }
 
 void ShapePlan::prepare(const JtNode& root, const ShapeEncoding& encoding, const Format& format) {

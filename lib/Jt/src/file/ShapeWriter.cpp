@@ -36,8 +36,9 @@ ShapeElement elementOf(const Mesh& mesh, const Format& format, const codec::Enco
   if (options.profile == codec::Profile::compact) element.packetStyle = codec::PacketStyle::small;
   const codec::Generation generation = generationOf(format);
   if (generation == codec::Generation::v8) {
-    element.strips = codec::encodeStrips(mesh, format.bigEndian, losses);
-    packRecords(element.strips, level);
+    element.strips = codec::encodeStrips(mesh, format.bigEndian, options, losses);
+    element.quantization = element.strips.quantization;
+    if (element.strips.isLossless()) packRecords(element.strips, level);
   } else if (mesh.kind == Mesh::Kind::triangles) {
     element.topology = codec::encodeTopology(mesh, generation, options, losses);
     element.bindings = element.topology.bindings;
@@ -51,6 +52,14 @@ ShapeElement elementOf(const Mesh& mesh, const Format& format, const codec::Enco
   return element;
 }
 
+/// Arithmetic code can make so little of a regular shape of 8.x that readers would not believe what
+/// it stands for. Plain packets take a bit a value at least.
+bool isTooSmall(const ShapeElement& element, std::size_t size) {
+  constexpr std::uint64_t kDecodedEntry = 164;  // bytes that the decoder asks for at most
+  const std::vector<std::int32_t>& entries = element.strips.indices;
+  return !codec::Budget::forInput(size).trySpend(kDecodedEntry * entries.size());
+}
+
 }  // namespace
 
 Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
@@ -59,9 +68,17 @@ Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
   if (const std::string flaw = mesh.flaw(); !flaw.empty()) throw JtFormatError("bad_mesh", flaw);
   ShapeElement element = elementOf(mesh, format, options, losses, level);
   const ShapeKind& kind = shapeKindOf(mesh.kind);
-  ByteSink body;
-  Writer writer(body, format);
-  kind.write(writer, element);
+  const auto bodyOf = [&] {
+    ByteSink body;
+    Writer writer(body, format);
+    kind.write(writer, element);
+    return body;
+  };
+  ByteSink body = bodyOf();
+  if (isTooSmall(element, body.size())) {
+    element.packetStyle = codec::PacketStyle::plain;
+    body = bodyOf();
+  }
   SegmentBuilder segment(format);
   segment.add(kind.guid, kShapeBaseType, body.bytes());
   return std::move(segment).finish(id, type, level);
