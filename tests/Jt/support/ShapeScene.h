@@ -6,9 +6,9 @@
 // Files around one shape segment.
 
 /// A file whose root has a shape that names segment 2, which holds `content`.
-/// @param shape what the scene graph has; its property is added
+/// @param shape what the scene graph has; its property is added @param own its further data
 inline Bytes shapeFile(const jt::file::Format& format, JtShape& shape,
-                       std::span<const std::byte> content, int type = 7) {
+                       std::span<const std::byte> content, int type = 7, const Bytes& own = {}) {
   using jt::file::Feature;
   const jt::file::ElementKind* kind = jt::file::findElementKind(shape.typeID());
   jt::file::ByteSink body;
@@ -16,6 +16,7 @@ inline Bytes shapeFile(const jt::file::Format& format, JtShape& shape,
   const jt::file::Links links;
   writer.setLinks(links);
   kind->write(writer, shape);
+  body.append(own);
   SceneBuilder scene(format);
   Fields late = scene.fields().version(2).put(std::uint32_t{0}).version(2);
   late.put(FileBuilder::id(2)).i32(type);

@@ -177,6 +177,12 @@ struct NodeFields {
   template <class Ar>
   static void run(Ar& ar, JtWireHarnessSet& shape) {
     run(ar, static_cast<JtShape&>(shape));
+    // Forms that have no wire harness take it as a null shape.
+    if constexpr (!Ar::reading) {
+      LocalVersion nullVersion;
+      if (ar.has(Feature::localVersions) && ar.fresh(shape.nodeVersion_))
+        ar.version("nullShapeVersionNumber", nullVersion, 1, 1);
+    }
   }
 
   /// Vertex bindings in the form of 8.x: normal, texture coordinate, colour; 1 is one a vertex.

@@ -5,6 +5,7 @@
 
 #include "JtInstance.h"
 #include "JtLights.h"
+#include "JtShape.h"
 #include "JtTexture.h"
 #include "SceneReader.h"
 #include "SegmentObjects.h"
@@ -33,6 +34,15 @@ bool isHeldBy(const JtType& type, const Format& format) {
       (&type == JtTextureImage::classTypeID() || type.isA(JtLight::classTypeID())))
     return false;
   return &type != JtShaderEffects::classTypeID() || !format.has(Feature::byteVersions);
+}
+
+/// The kind that stands for one that a form does not have, or null.
+const ElementKind* standInFor(const ElementKind& kind, const Format& format) {
+  // A null shape holds what a wire harness has in common with all shapes.
+  const bool isHarness = kind.type == JtWireHarnessSet::classTypeID();
+  return isHarness && format.has(Feature::localVersions)
+             ? findElementKind(JtNullShape::classTypeID())
+             : nullptr;
 }
 
 }  // namespace
@@ -510,7 +520,16 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links* link
   const std::size_t start = out.size();
   Writer writer(out, format_);
   if (const auto* material = as<JtMaterial>(&object)) noteLosses(*material);
-  writer.setConverting(from && !from->format().sameFormAs(format_));
+  const bool isConverted = from && !from->format().sameFormAs(format_);
+  writer.setConverting(isConverted);
+  const ElementKind* standIn = isConverted || !from ? standInFor(*kind, format_) : nullptr;
+  if (standIn) {
+    frame.typeId = standIn->guid;
+    result_.warnings.push_back({"not_convertible", std::string(kind->name) + " (object " +
+                                                       std::to_string(item.id) +
+                                                       ") is stored as a " + standIn->name +
+                                                       ": this version has no other form for it"});
+  }
   fields(writer, frame, true);
   links_.attributes.clear();
   links_.children.clear();

@@ -113,11 +113,19 @@ ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& e
 ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEntry& entry) {
   const SegmentContent content = from.load(entry);
   const auto elements = segmentElements(content.bytes, from.format());
+  const ShapeKind* opaque = nullptr;
+  bool hasMesh = false;
   for (const SegmentElement& element : elements) {
     const ShapeKind* kind = findShapeKind(element.frame.typeId);
-    if (!kind || !kind->convertsFields) continue;
-    return made(convertFields(element, *kind, from, entry, format_, level_));
+    if (!kind) continue;
+    if (kind->convertsFields)
+      return made(convertFields(element, *kind, from, entry, format_, level_));
+    hasMesh = hasMesh || kind->hasMesh;
+    if (!kind->hasMesh) opaque = kind;
   }
+  if (opaque && !hasMesh)
+    return dropped(std::string("a ") + opaque->name +
+                   " is not understood and has no form in the other version");
   const DecodedShape shape = readShape(content.bytes, from.format(), variantsOf(from),
                                        {true, from.limits().maxSegmentBytes});
   codec::EncodeOptions options = optionsOf(encoding_);
