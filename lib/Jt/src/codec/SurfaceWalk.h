@@ -242,7 +242,8 @@ class SurfaceWalk {
     }
     if (degree > corners_ - slots_) reject("a vertex with more polygons than are left");
     const auto v = static_cast<std::uint32_t>(surface_.vertexCount());
-    active_.push(v, surface_.vertices.emplace_back(slots_, degree, 0U, slots_));
+    surface_.vertices.push_back({slots_, degree, 0, slots_});
+    active_.push(v, surface_.vertices.back());
     std::fill_n(surface_.slots.get() + slots_, degree, Surface::kNone);
     slots_ += degree;
     link(corner, {v, 0});
