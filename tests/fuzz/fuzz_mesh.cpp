@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <numeric>
 
 #include "JtFormatError.h"
 #include "codec/MeshDecoder.h"
@@ -100,7 +101,9 @@ TopologyData elementOf(const TopologyStreams& streams, Generation generation,
   data.bindings.bits |= VertexBindings::kNormals;
   values.clear();
   for (std::uint32_t r = 0; r < records; ++r) values.push_back({static_cast<float>(r), 1, 0});
-  data.arrays.normals = encodeNormals(values, generation, 0);
+  std::vector<std::uint32_t> order(records);
+  std::iota(order.begin(), order.end(), 0U);
+  data.arrays.normals = encodeNormals(values, order, generation, 0);
   return data;
 }
 

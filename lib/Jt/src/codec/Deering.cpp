@@ -23,14 +23,12 @@ Deering::Deering(unsigned bits, std::size_t expected) : bits_(bits), steps_(1U <
   psis_ = std::move(psis);
 }
 
-Deering::Angle Deering::theta(std::uint32_t step) const noexcept {
-  if (!thetas_.empty()) return thetas_[step];
+Deering::Angle Deering::exactTheta(std::uint32_t step) const noexcept {
   const double sine = std::min(1.0, std::tan(kPsiMax * (steps_ - step) / steps_));
   return {std::sqrt(1 - sine * sine), sine};
 }
 
-Deering::Angle Deering::psi(std::uint32_t step) const noexcept {
-  if (!psis_.empty()) return psis_[step];
+Deering::Angle Deering::exactPsi(std::uint32_t step) const noexcept {
   const double angle = kPsiMax * step / steps_;
   return {std::cos(angle), std::sin(angle)};
 }

@@ -41,10 +41,16 @@ class Deering {
     double sine = 0;
   };
   /// The angles of the first sextant. @pre step <= 2^bits
-  Angle theta(std::uint32_t step) const noexcept;
-  Angle psi(std::uint32_t step) const noexcept;
+  Angle theta(std::uint32_t step) const noexcept {
+    return thetas_.empty() ? exactTheta(step) : thetas_[step];
+  }
+  Angle psi(std::uint32_t step) const noexcept {
+    return psis_.empty() ? exactPsi(step) : psis_[step];
+  }
 
  private:
+  Angle exactTheta(std::uint32_t step) const noexcept;
+  Angle exactPsi(std::uint32_t step) const noexcept;
   std::array<double, 3> direction(const DeeringCode& code) const noexcept;
 
   unsigned bits_;

@@ -12,15 +12,11 @@ using Vector = std::array<double, 3>;
 double dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 /// The sextant by the order of the absolute components; the odd one of two on a tie, since only odd
-/// ones reach the axes.
+/// ones reach the axes. By table, since which one it is cannot be foreseen.
 std::uint32_t sextantOf(const Vector& a) {
+  constexpr std::array<std::uint8_t, 8> kByOrder{4, 2, 4, 3, 0, 1, 5, 1};
   const auto [x, y, z] = a;
-  if (z >= x && x >= y) return 1;
-  if (y >= z && z >= x) return 3;
-  if (x >= y && y >= z) return 5;
-  if (x >= z && z >= y) return 0;
-  if (z >= y && y >= x) return 2;
-  return 4;
+  return kByOrder[(x >= y ? 4U : 0U) | (y >= z ? 2U : 0U) | (z >= x ? 1U : 0U)];
 }
 
 }  // namespace
@@ -31,12 +27,12 @@ DeeringEncoder::DeeringEncoder(unsigned bits, std::size_t expected)
   // The sines of theta fall, those of psi rise.
   int theta = steps_;
   int psi = 0;
-  for (int part = 0; part <= steps_; ++part) {
-    const double sine = static_cast<double>(part) / steps_;
+  for (int part = 0; part <= kParts * steps_; ++part) {
+    const double sine = static_cast<double>(part) / (kParts * steps_);
     while (theta >= 0 && deering_.theta(static_cast<std::uint32_t>(theta)).sine < sine) --theta;
     while (psi < steps_ && deering_.psi(static_cast<std::uint32_t>(psi) + 1).sine <= sine) ++psi;
-    thetaAt_.push_back(theta);
-    psiAt_.push_back(psi);
+    thetaAt_.push_back(static_cast<std::int16_t>(theta));
+    psiAt_.push_back(static_cast<std::int16_t>(psi));
   }
 }
 
@@ -63,7 +59,7 @@ DeeringCode DeeringEncoder::encode(const std::array<float, 3>& normal) const noe
 int DeeringEncoder::thetaBefore(double sine) const noexcept {
   if (thetaAt_.empty())
     return static_cast<int>(std::floor(steps_ - std::atan(sine) / Deering::kPsiMax * steps_));
-  int step = thetaAt_[static_cast<std::size_t>(std::min(1.0, sine) * steps_)];
+  int step = thetaAt_[static_cast<std::size_t>(std::min(1.0, sine) * kParts * steps_)];
   while (step >= 0 && deering_.theta(static_cast<std::uint32_t>(step)).sine < sine) --step;
   return step;
 }
@@ -72,7 +68,7 @@ int DeeringEncoder::thetaBefore(double sine) const noexcept {
 int DeeringEncoder::psiBefore(double sine) const noexcept {
   sine = std::min(1.0, sine);
   if (psiAt_.empty()) return static_cast<int>(std::asin(sine) / Deering::kPsiMax * steps_);
-  int step = psiAt_[static_cast<std::size_t>(sine * steps_)];
+  int step = psiAt_[static_cast<std::size_t>(sine * kParts * steps_)];
   while (step < steps_ && deering_.psi(static_cast<std::uint32_t>(step) + 1).sine <= sine) ++step;
   return step;
 }
@@ -88,23 +84,24 @@ bool DeeringEncoder::tryAround(std::uint32_t sextant, const Vector& towards,
   const int psi = psiBefore(base[1]);
   const int last = steps_ - 1;
   std::array<int, 2> thetas;
-  std::array<Deering::Angle, 2> angles;
+  std::array<int, 2> psis;
+  std::array<double, 4> closeness;
   for (std::size_t k = 0; k < 2; ++k) {
     thetas[k] = std::clamp(theta + static_cast<int>(k) - isOdd, 0, last);
-    angles[k] = deering_.theta(static_cast<std::uint32_t>(thetas[k] + isOdd));
+    psis[k] = std::clamp(psi + static_cast<int>(k), 0, last);
   }
-  for (int j = 0; j < 2; ++j) {
-    const auto thisPsi = static_cast<std::uint32_t>(std::clamp(psi + j, 0, last));
-    const Deering::Angle p = deering_.psi(thisPsi);
-    for (std::size_t k = 0; k < 2; ++k) {
-      const Deering::Angle t = angles[k];
-      const double closeness = dot({t.cosine * p.cosine, p.sine, t.sine * p.cosine}, base);
-      if (closeness <= nearest.closeness) continue;
-      nearest.closeness = closeness;
-      nearest.code.sextant = sextant;
-      nearest.code.theta = static_cast<std::uint32_t>(thetas[k]);
-      nearest.code.psi = thisPsi;
-    }
+  for (unsigned k = 0; k < 4; ++k) {
+    const Deering::Angle t = deering_.theta(static_cast<std::uint32_t>(thetas[k & 1] + isOdd));
+    const Deering::Angle p = deering_.psi(static_cast<std::uint32_t>(psis[k >> 1]));
+    closeness[k] = dot({t.cosine * p.cosine, p.sine, t.sine * p.cosine}, base);
+  }
+  unsigned best = 0;
+  for (unsigned k = 1; k < 4; ++k) best = closeness[k] > closeness[best] ? k : best;
+  if (closeness[best] > nearest.closeness) {
+    nearest.closeness = closeness[best];
+    nearest.code.sextant = sextant;
+    nearest.code.theta = static_cast<std::uint32_t>(thetas[best & 1]);
+    nearest.code.psi = static_cast<std::uint32_t>(psis[best >> 1]);
   }
   return psi < last && theta >= isOdd && theta < last + isOdd && theta + psi + 2 <= steps_;
 }

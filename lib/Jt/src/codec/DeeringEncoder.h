@@ -26,9 +26,11 @@ class DeeringEncoder {
 
   Deering deering_;
   int steps_;
-  // Where tabulated: the last step before the end, and the first part, of each part of the sines.
-  std::vector<int> thetaAt_;
-  std::vector<int> psiAt_;
+  // Where tabulated: where to begin the search, by the sine. Most parts hold no step, so that it
+  // ends there.
+  static constexpr int kParts = 4;  // a step
+  std::vector<std::int16_t> thetaAt_;
+  std::vector<std::int16_t> psiAt_;
 };
 
 }  // namespace jt::codec

@@ -294,9 +294,14 @@ class FirstPacketEncoder {
 
 }  // namespace
 
-void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::vector<std::int32_t> values,
-                  Predictor predictor, PacketStyle style) {
-  predict(predictor, values);
+void encodePacket(PacketKind kind, Bytes& out, bool bigEndian,
+                  std::span<const std::int32_t> values, Predictor predictor, PacketStyle style) {
+  std::vector<std::int32_t> residuals;
+  if (predictor != Predictor::none) {
+    residuals.assign(values.begin(), values.end());
+    predict(predictor, residuals);
+    values = residuals;
+  }
   const bool isPlain = style == PacketStyle::plain;
   if (kind == PacketKind::mk1) {
     FirstPacketEncoder encoder(out, bigEndian);

@@ -44,7 +44,7 @@ enum class PacketStyle : std::uint8_t {
 };
 
 /// Appends a packet.
-void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::vector<std::int32_t> values,
+void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::span<const std::int32_t> values,
                   Predictor predictor = Predictor::none, PacketStyle style = PacketStyle::plain);
 
 /// The name of the codec of a packet that begins with these bytes, for people.

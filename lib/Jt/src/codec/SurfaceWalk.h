@@ -1,7 +1,7 @@
 #pragma once
 
-// The walk that encoder and decoder of a surface do in step. What only one of them knows (symbols
-// on one side, the source mesh on the other) it asks of a port.
+// The walk that makes a surface. What it meets it asks of a port. SurfaceEncoder walks the same way
+// over a surface that is there.
 
 #include <algorithm>
 #include <memory>
