@@ -294,8 +294,8 @@ class FirstPacketEncoder {
 
 }  // namespace
 
-void encodePacket(PacketKind kind, Bytes& out, bool bigEndian,
-                  std::span<const std::int32_t> values, Predictor predictor, PacketStyle style) {
+void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::span<const std::int32_t> values,
+                  Predictor predictor, PacketStyle style) {
   std::vector<std::int32_t> residuals;
   if (predictor != Predictor::none) {
     residuals.assign(values.begin(), values.end());
