@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
 #include <numeric>
+#include <optional>
 
 #include "JtFormatError.h"
 #include "codec/MeshDecoder.h"
