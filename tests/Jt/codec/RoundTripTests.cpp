@@ -145,6 +145,7 @@ RC_GTEST_PROP(RoundTrips, PolylinesAndPointsOfEveryForm, ()) {
 
 /// The mesh as it must come back: used positions and normals moved to what their codes stand for.
 Mesh quantized(Mesh mesh, unsigned coordinateBits, unsigned normalBits) {
+  constexpr float kRounding = 4e-6F;  // of coordinates below 64
   for (std::size_t axis = 0; axis < 3; ++axis) {
     UniformQuantizer quantizer{INFINITY, -INFINITY, static_cast<std::uint8_t>(coordinateBits)};
     for (const std::uint32_t corner : mesh.corners) {
@@ -156,7 +157,7 @@ Mesh quantized(Mesh mesh, unsigned coordinateBits, unsigned normalBits) {
     for (const std::uint32_t corner : mesh.corners) {
       float& value = mesh.positions[corner][axis];
       const float moved = quantizer.dequantize(quantizer.quantize(static_cast<double>(value)));
-      RC_ASSERT(std::abs(moved - value) <= 0.501F * step + 1e-6F);
+      RC_ASSERT(std::abs(moved - value) <= 0.501F * step + kRounding);
       value = moved;
     }
   }
