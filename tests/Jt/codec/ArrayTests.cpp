@@ -100,15 +100,15 @@ RC_GTEST_PROP(Arrays, EncodedValuesDecode, (bool isTen, bool lossless)) {
   for (std::size_t i = 0; i < count; ++i)
     for (std::size_t c = 0; c < 3; ++c)
       RC_ASSERT(std::abs(back[i][c] - points[i][c]) <= (lossless ? 0 : 1e-4F));
+  std::vector<std::uint32_t> order(count);
+  std::iota(order.begin(), order.end(), 0U);
   if (lossless) {
-    std::vector<std::uint32_t> order(count);
-    std::iota(order.begin(), order.end(), 0U);
     RC_ASSERT(decodeNormals(encodeNormals(points, order, generation, 0), generation, report) ==
               points);
   }
   const auto uv = decodeTexture(encodeTexture(texture, 2, 20), generation, report);
   for (std::size_t i = 0; i < uv.size(); ++i) RC_ASSERT(std::abs(uv[i] - texture[i]) < 1e-5F);
-  CodedArray coded = encodeColours(colours, generation, 8);
+  CodedArray coded = encodeColours(colours, order, generation, 8);
   if (isTen && *rc::gen::arbitrary<bool>())  // a producer may predict them or not
     undoPrediction(Predictor::lag1, coded.codes[0]);
   const auto rgba = decodeColours(coded, generation, report);

@@ -113,15 +113,6 @@ Bytes fileWith(const Format& format, const std::vector<std::pair<int, Bytes>>& s
   return file.scene(scene.marker().table({row})).build();
 }
 
-Bytes elementOf(const Format& format, std::string_view typeId, int baseType, const Fields& body) {
-  const bool hasId = format.has(jt::file::Feature::segmentObjectIds);
-  Fields out(format);
-  out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.bytes().size()));
-  out.put(*JtGuid::parse(typeId)).put(static_cast<std::uint8_t>(baseType));
-  if (hasId) out.i32(0);
-  return out.raw(body).bytes();
-}
-
 constexpr std::string_view kXt = "873a70e0-2ac9-11d1-9b6b-0080c7bb5997";
 constexpr std::string_view kNull = "3e637aed-2a89-41f8-a9fd-553737039682";
 

@@ -289,11 +289,7 @@ TEST(Forms, OtherElementsOfAMetaDataSegmentStayWhenItsMetaDataIsEdited) {
     SCOPED_TRACE(formatText(format));
     const bool hasId = format.has(Feature::segmentObjectIds);
     const auto element = [&](std::string_view typeId, std::span<const std::byte> body) {
-      Fields out(format);
-      out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.size()));
-      out.put(*JtGuid::parse(typeId)).put(std::uint8_t{9});
-      if (hasId) out.i32(4711);
-      return out.raw(body).bytes();
+      return elementOf(format, typeId, 9, body, 4711);
     };
     const Bytes manager = element("ce357249-38fb-11d1-a506-006097bdc6e1", Fields(format).zeros(33));
     Fields bag(format);

@@ -72,12 +72,7 @@ Bytes segmentOf(const Format& format, const Case& one, bool lossless, bool packe
                                        isTen ? jt::file::Packing::xz : jt::file::Packing::zlib, 6);
     body.i32(0).i32(size).i32(static_cast<std::int32_t>(stream.size())).raw(stream.bytes());
   }
-  const bool hasId = format.has(jt::file::Feature::segmentObjectIds);
-  Fields out(format);
-  out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.bytes().size()));
-  out.put(*JtGuid::parse("e40373c2-1ad9-11d3-9daf-00a0c9c7ddc2")).put(std::uint8_t{4});
-  if (hasId) out.i32(0);
-  return out.raw(body).bytes();
+  return elementOf(format, "e40373c2-1ad9-11d3-9daf-00a0c9c7ddc2", 4, body);
 }
 
 void expectClosed(const Mesh& mesh) {

@@ -216,6 +216,17 @@ class FileBuilder {
   bool tocAtEnd_ = false;
 };
 
+/// An element of a segment around its body. @param id stored where the form has one
+inline Bytes elementOf(const jt::file::Format& format, std::string_view typeId, int baseType,
+                       std::span<const std::byte> body, std::int32_t id = 0) {
+  const bool hasId = format.has(jt::file::Feature::segmentObjectIds);
+  Fields out(format);
+  out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.size()));
+  out.put(*JtGuid::parse(typeId)).put(static_cast<std::uint8_t>(baseType));
+  if (hasId) out.i32(id);
+  return out.raw(body).bytes();
+}
+
 /// Every generation whose form differs, in both byte orders.
 inline std::vector<jt::file::Format> allFormats() {
   std::vector<jt::file::Format> formats;

@@ -12,10 +12,7 @@ inline constexpr std::string_view kPMIType = "ce357249-38fb-11d1-a506-006097bdc6
 inline Bytes pmiContent(const jt::file::Format& format, std::span<const std::byte> body) {
   const bool hasId = format.has(jt::file::Feature::segmentObjectIds);
   Fields out(format);
-  out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.size()));
-  out.put(*JtGuid::parse(kPMIType)).put(std::uint8_t{9});
-  if (hasId) out.i32(0);
-  out.raw(body);
+  out.raw(elementOf(format, kPMIType, 9, body));
   if (!hasId) return out.bytes();
   out.i32(16);
   for (int i = 0; i < 16; ++i) out.put(std::uint8_t{0xff});
@@ -29,12 +26,7 @@ inline Bytes metaDataElement(const jt::file::Format& format,
   body.version();
   for (const char* key : keys) body.put(JtString(key)).put(std::uint8_t{1}).put(JtString("x"));
   body.put(JtString());
-  const bool hasId = format.has(jt::file::Feature::segmentObjectIds);
-  Fields out(format);
-  out.i32(static_cast<std::int32_t>((hasId ? 21 : 17) + body.bytes().size()));
-  out.put(*JtGuid::parse("ce357247-38fb-11d1-a506-006097bdc6e1")).put(std::uint8_t{9});
-  if (hasId) out.i32(0);
-  return out.raw(body).bytes();
+  return elementOf(format, "ce357247-38fb-11d1-a506-006097bdc6e1", 9, body);
 }
 
 /// A partition with one Meta Data Node, whose PMI is segment 2; its metadata too when asked for.

@@ -142,15 +142,9 @@ ArithmeticStream::ArithmeticStream(WordBits bits, const ContextTable& table, Out
   }
   code_ = {text_.data(),    (text_.size() - WordBits::kRestPadding) * 8,
            entries_.data(), entryAt_.data(),
-           table.total,     (std::uint64_t{1} << kShift) / table.total + 1};
+           table.total,     TotalDivider(table.total)};
   state_.distance = code_.peek(0, 16);
   state_.at = std::min<std::size_t>(16, code_.end);
-}
-
-/// Exact: numerators n are at most 2^16 * total, so n * total < 2^46 and n * factor < 2^63.
-inline std::uint32_t ArithmeticStream::Code::dividedByTotal(
-    std::uint32_t numerator) const noexcept {
-  return static_cast<std::uint32_t>((numerator * factor) >> kShift);
 }
 
 /// The next bits, zeros past the end. @pre width is 0..32
@@ -164,8 +158,8 @@ inline std::uint32_t ArithmeticStream::Code::peek(std::size_t at, unsigned width
 inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) const noexcept {
   const std::uint32_t position = ((s.distance + 1) * total - 1) / s.width;
   const Entry& entry = entries[entryAt[position]];
-  const std::uint32_t from = dividedByTotal(s.width * entry.from);
-  const std::uint32_t to = dividedByTotal(s.width * entry.to);
+  const std::uint32_t from = divider(s.width * entry.from);
+  const std::uint32_t to = divider(s.width * entry.to);
   const std::uint32_t low = s.low + from;
   const std::uint32_t high = s.low + to - 1;
   // Bits in which both ends agree; behind the first other one low may have ones where high has

@@ -5,6 +5,8 @@
 #include <bit>
 #include <utility>
 
+#include "Arithmetic.h"
+
 namespace jt::codec {
 
 namespace {
@@ -70,12 +72,12 @@ void scale(ContextTable& table) {
 /// may still take a carry, and its width.
 class Encoder {
  public:
-  explicit Encoder(std::uint32_t total) : factor_((std::uint64_t{1} << kShift) / total + 1) {}
+  explicit Encoder(std::uint32_t total) : divider_(total) {}
 
   /// Narrows the interval to the part from `from` to `to` of the total.
   void put(std::uint32_t from, std::uint32_t to) {
-    const std::uint32_t start = dividedByTotal(width_ * from);
-    width_ = dividedByTotal(width_ * to) - start;
+    const std::uint32_t start = divider_(width_ * from);
+    width_ = divider_(width_ * to) - start;
     low_ += start;
     // Widened for as long as it lies in one half of what 16 bits tell apart, or in the middle.
     const auto most = static_cast<unsigned>(16 - std::bit_width(width_ - 1));
@@ -99,12 +101,6 @@ class Encoder {
   }
 
  private:
-  static constexpr unsigned kShift = 46;
-
-  /// Exact: numerators n are at most 2^16 * total and total < 2^15.
-  std::uint32_t dividedByTotal(std::uint32_t numerator) const noexcept {
-    return static_cast<std::uint32_t>((numerator * factor_) >> kShift);
-  }
   void flush() {
     const std::uint64_t word = low_ >> (waiting_ - 16);
     const bool carries = word >> 32 != 0;
@@ -115,7 +111,7 @@ class Encoder {
     low_ &= (std::uint64_t{1} << (16 + waiting_)) - 1;
   }
 
-  std::uint64_t factor_;
+  TotalDivider divider_;
   std::uint64_t low_ = 0;
   std::uint32_t width_ = 0x10000;
   unsigned waiting_ = 0;  // bits of the low end above its 16

@@ -149,35 +149,18 @@ void putRecords8(Mesh& mesh, const StripData& data, std::span<const std::byte> r
   }
 }
 
-bool isCover(const TopologyStreams& streams, std::size_t polygon) {
-  return (streams.vertexFlags[polygon] & 1) != 0 || streams.vertexGroups[polygon] < 0;
-}
-
 /// The polygons that are not covers, and what they become.
 struct Faces {
   std::size_t triangles = 0;
   bool onlyTriangles = true;
   bool grouped = false;
-  bool covered = false;  ///< there are covers
 
+  static bool isCover(const TopologyStreams& streams, std::size_t polygon) {
+    return (streams.vertexFlags[polygon] & 1) != 0 || streams.vertexGroups[polygon] < 0;
+  }
   Faces(const TopologyStreams& streams, const Surface& surface) {
-    // In all the usual meshes the answer is in these, without a look at each polygon.
-    std::int32_t flags = 0;
-    std::int32_t groups = 0;
-    std::int32_t otherValences = 0;
-    for (const std::int32_t flag : streams.vertexFlags) flags |= flag;
-    for (const std::int32_t group : streams.vertexGroups) groups |= group;
-    for (const std::int32_t valence : streams.vertexValences) otherValences |= valence ^ 3;
-    if ((flags & 1) == 0 && groups >= 0 && otherValences == 0) {
-      triangles = surface.polygonCount();
-      grouped = groups != 0;
-      return;
-    }
     for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-      if (isCover(streams, p)) {
-        covered = true;
-        continue;
-      }
+      if (isCover(streams, p)) continue;
       const std::uint32_t valence = surface.cornerStart[p + 1] - surface.cornerStart[p];
       onlyTriangles = onlyTriangles && valence == 3;
       if (valence < 3) continue;
@@ -192,7 +175,7 @@ void dropCovers(std::vector<std::uint32_t>& values, const TopologyStreams& strea
                 const Surface& surface) {
   std::size_t to = 0;
   for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-    if (isCover(streams, p)) continue;
+    if (Faces::isCover(streams, p)) continue;
     const std::uint32_t from = surface.cornerStart[p];
     for (std::size_t k = 0; k < 3; ++k) values[to++] = values[from + k];
   }
@@ -205,7 +188,7 @@ std::vector<std::uint32_t> fansOf(const std::vector<std::uint32_t>& values, std:
   std::vector<std::uint32_t> result;
   result.reserve(3 * triangles);
   for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-    if (isCover(streams, p)) continue;
+    if (Faces::isCover(streams, p)) continue;
     const std::uint32_t first = surface.cornerStart[p];
     for (std::uint32_t corner = first + 1; corner + 1 < surface.cornerStart[p + 1]; ++corner)
       for (const std::uint32_t of : {first, corner, corner + 1}) result.push_back(values[of]);
@@ -219,7 +202,7 @@ std::vector<std::int32_t> groupsOfTriangles(const Faces& faces, const TopologySt
   groups.reserve(faces.triangles);
   for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
     const std::uint32_t valence = surface.cornerStart[p + 1] - surface.cornerStart[p];
-    if (!isCover(streams, p) && valence >= 3)
+    if (!Faces::isCover(streams, p) && valence >= 3)
       groups.insert(groups.end(), valence - 2, streams.vertexGroups[p]);
   }
   return groups;
@@ -233,7 +216,7 @@ void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
   if (faces.grouped) mesh.groups = groupsOfTriangles(faces, streams, surface);
   mesh.corners = std::move(surface.vertexOf);
   mesh.records = std::move(records);
-  if (faces.onlyTriangles && !faces.covered) return;
+  if (faces.onlyTriangles && faces.triangles == surface.polygonCount()) return;
   for (auto* values : {&mesh.corners, &mesh.records}) {
     if (values->empty()) continue;
     if (faces.onlyTriangles) {

@@ -16,13 +16,6 @@ namespace {
 
 std::uint32_t bitsOf(float value) { return std::bit_cast<std::uint32_t>(value); }
 
-template <class T>
-std::vector<T> gather(const std::vector<T>& from, std::span<const std::uint32_t> indices) {
-  std::vector<T> result(indices.size());
-  for (std::size_t i = 0; i < indices.size(); ++i) result[i] = from[indices[i]];
-  return result;
-}
-
 }  // namespace
 
 VertexBindings bindingsOf(const Mesh& mesh) {
@@ -58,7 +51,7 @@ void putAttributes(VertexArrays& arrays, const Mesh& mesh, const VertexBindings&
   if (bindings.normals())
     arrays.normals = encodeNormals(mesh.normals, records, generation, options.normalBits);
   if (bindings.colours()) {
-    arrays.colours = encodeColours(gather(mesh.colours, records), generation, options.colourBits);
+    arrays.colours = encodeColours(mesh.colours, records, generation, options.colourBits);
     losses.add("quantized", "colours are stored with " + std::to_string(options.colourBits) +
                                 " bits a component");
   }

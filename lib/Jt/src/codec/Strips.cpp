@@ -11,13 +11,6 @@ namespace {
 
 constexpr std::uint32_t kNone = Surface::kNone;
 
-std::uint32_t nextInTriangle(std::uint32_t corner) {
-  return corner % 3 == 2 ? corner - 2 : corner + 1;
-}
-std::uint32_t previousInTriangle(std::uint32_t corner) {
-  return corner % 3 == 0 ? corner + 2 : corner - 1;
-}
-
 /// A strip through a triangle.
 struct Course {
   std::uint32_t seed = 0;                ///< corner at which the triangle begins

@@ -117,26 +117,10 @@ void SurfaceEncoder::link(std::uint32_t corner) {
   knownDegrees_ += vertex.degree;
 }
 
-/// Context of the next degree: how the degrees that are known compare with the usual ones.
-unsigned SurfaceEncoder::degreeContext() const noexcept {
-  const auto compared = [this](std::uint64_t usual) {
-    return knownDegrees_ < usual * known_ ? 0U : knownDegrees_ == usual * known_ ? 1U : 2U;
-  };
-  switch (valence_) {
-    case 3:
-      return compared(6);
-    case 4:
-      return 3 + compared(4);
-    case 5:
-      return 6;
-    default:
-      return 7;
-  }
-}
-
 /// Tells the vertex of a corner: a new one, or by a split. Returns true for a split.
 bool SurfaceEncoder::activate(std::uint32_t corner) {
-  std::vector<std::int32_t>& degrees = out_->streams.faceDegrees[degreeContext()];
+  std::vector<std::int32_t>& degrees =
+      out_->streams.faceDegrees[degreeContext(valence_, known_, knownDegrees_)];
   const bool isSplit = vertexOf_[corner] != kNone;
   if (isSplit) {
     degrees.push_back(0);
@@ -200,7 +184,7 @@ void SurfaceEncoder::putMask() {
     return static_cast<std::int32_t>(
         static_cast<std::uint32_t>(mask >> shift & ((std::uint64_t{1} << width) - 1)));
   };
-  const std::size_t context = ring_.size() < 3 ? 0 : std::min<std::size_t>(7, ring_.size() - 2);
+  const std::size_t context = maskContext(ring_.size());
   const bool isLast = context == 7;
   s.faceMasks[context].push_back(part(0, isLast && isNine_ ? 30 : 32));
   if (isLast) s.faceMasksNext.push_back(isNine_ ? part(30, 30) : part(32, 32));

@@ -49,7 +49,6 @@ class SurfaceEncoder {
   void complete();
   std::uint32_t linkForward(std::uint32_t corner);
   void link(std::uint32_t corner);
-  unsigned degreeContext() const noexcept;
   bool activate(std::uint32_t corner);
   void split(std::uint32_t corner);
   std::uint32_t positionOf(std::uint32_t corner);

@@ -43,9 +43,7 @@ class WaitingEdges {
   }
 
  private:
-  std::uint32_t endOf(std::uint32_t corner) const {
-    return corners_[corner % 3 == 2 ? corner - 2 : corner + 1];
-  }
+  std::uint32_t endOf(std::uint32_t corner) const { return corners_[nextInTriangle(corner)]; }
 
   std::span<const std::uint32_t> corners_;
   std::vector<std::uint32_t> mates_;  // of edges that wait: the next one of the list

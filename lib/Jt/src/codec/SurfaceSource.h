@@ -11,6 +11,14 @@
 
 namespace jt::codec {
 
+/// The corners beside one in its triangle, when corners are numbered three a triangle.
+inline std::uint32_t nextInTriangle(std::uint32_t corner) noexcept {
+  return corner % 3 == 2 ? corner - 2 : corner + 1;
+}
+inline std::uint32_t previousInTriangle(std::uint32_t corner) noexcept {
+  return corner % 3 == 0 ? corner + 2 : corner - 1;
+}
+
 /// The corner across the edge that begins at each corner, or Surface::kNone on a boundary. Where
 /// more than two triangles share an edge, each pairs with the first that waits for one and runs the
 /// other way; triangles that meet a position twice pair with nothing.
@@ -43,12 +51,12 @@ class SurfaceSource {
     return coverStart_[cover + 1] - coverStart_[cover];
   }
   std::uint32_t next(std::uint32_t corner) const noexcept {
-    if (!isCover(corner)) return corner % 3 == 2 ? corner - 2 : corner + 1;
+    if (!isCover(corner)) return nextInTriangle(corner);
     const std::uint32_t cover = coverOf_[corner - 3 * triangles_];
     return corner + 1 == coverStart_[cover + 1] ? coverStart_[cover] : corner + 1;
   }
   std::uint32_t previous(std::uint32_t corner) const noexcept {
-    if (!isCover(corner)) return corner % 3 == 0 ? corner + 2 : corner - 1;
+    if (!isCover(corner)) return previousInTriangle(corner);
     const std::uint32_t cover = coverOf_[corner - 3 * triangles_];
     return corner == coverStart_[cover] ? coverStart_[cover + 1] - 1 : corner - 1;
   }

@@ -17,11 +17,10 @@ struct Split {
 };
 
 /// A Port answers:
-///   bool seedLeft()                      polygons are left when the walk runs dry
-///   uint32 seed()                        valence of the polygon to begin with
-///   uint32 polygon(vertex, position)     valence of the polygon in that empty slot
-///   uint32 degree(polygon, corner, context)   of the vertex at a corner; 0: a split
-///   Split split(polygon, corner, active) behind a degree of 0
+///   bool polygonLeft()     when the walk runs dry
+///   uint32 polygon()       valence of the next one
+///   uint32 degree(context) of the vertex at the next corner; 0: a split
+///   Split split(active)    behind a degree of 0
 /// It may throw. Corners and slots that it names are checked here. It gives no more polygons, and
 /// no more degrees other than 0, than the walk was told of.
 ///
@@ -41,13 +40,13 @@ class SurfaceWalk {
   }
 
   Surface run() {
-    while (port_.seedLeft()) {
-      begin(port_.seed());
+    while (port_.polygonLeft()) {
+      begin(port_.polygon());
       for (std::uint32_t corner = first_; corner < end_; ++corner) activate(corner);
       for (std::uint32_t v = pick(); v != Surface::kNone; v = pick()) {
         while (active_.hasEmptySlot(surface_.vertices[v])) {
           const Place place{v, firstEmptySlot(surface_.vertices[v])};
-          begin(port_.polygon(v, place.position));
+          begin(port_.polygon());
           if (end_ - first_ == 3) {
             addTriangle(place);
           } else {
@@ -94,10 +93,6 @@ class SurfaceWalk {
     known_ = 0;
     knownDegrees_ = 0;
   }
-  std::uint32_t polygon() const noexcept {
-    return static_cast<std::uint32_t>(surface_.polygonCount() - 1);
-  }
-
   /// Corners of triangles need not know theirs, so that the array is made for the others only, and
   /// memory comes to be used only where they stand.
   void rememberPolygon() {
@@ -213,29 +208,11 @@ class SurfaceWalk {
     }
   }
 
-  /// Context of the next degree: how the degrees that are known compare with the usual ones.
-  unsigned degreeContext() const noexcept {
-    const auto compared = [this](std::uint64_t usual) {
-      return 1U + (knownDegrees_ > usual * known_ ? 1U : 0U) -
-             (knownDegrees_ < usual * known_ ? 1U : 0U);
-    };
-    switch (end_ - first_) {
-      case 3:
-        return compared(6);
-      case 4:
-        return 3 + compared(4);
-      case 5:
-        return 6;
-      default:
-        return 7;
-    }
-  }
-
   /// Names the vertex of a corner: a new one, or by a split. Returns true for a split.
   bool activate(std::uint32_t corner) {
-    const std::uint32_t degree = port_.degree(polygon(), corner - first_, degreeContext());
+    const std::uint32_t degree = port_.degree(degreeContext(end_ - first_, known_, knownDegrees_));
     if (degree == 0) {
-      const Split split = port_.split(polygon(), corner - first_, active_);
+      const Split split = port_.split(active_);
       if (split.position >= surface_.degree(split.vertex)) reject("a split outside the ring");
       link(corner, {split.vertex, split.position});
       return true;

@@ -7,6 +7,7 @@
 // Words: the degree of a vertex is the number of polygons round it; its ring is those polygons
 // counter- clockwise; a split is a corner at a vertex that is known but could not be deduced.
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -40,6 +41,31 @@ struct TopologyStreams {
   /// Hash over all vectors. @param padMasks the further bits count as many as the last context has
   std::uint32_t compositeHash(Generation generation, bool padMasks = true) const;
 };
+
+/// Context of the degree of a vertex at a corner of a polygon: how the degrees of the other corners
+/// that are known compare with the usual ones.
+/// @param known number of these corners @param degrees their sum
+inline unsigned degreeContext(std::uint32_t valence, std::uint32_t known,
+                              std::uint64_t degrees) noexcept {
+  const auto compared = [known, degrees](std::uint64_t usual) {
+    return 1U + (degrees > usual * known ? 1U : 0U) - (degrees < usual * known ? 1U : 0U);
+  };
+  switch (valence) {
+    case 3:
+      return compared(6);
+    case 4:
+      return 3 + compared(4);
+    case 5:
+      return 6;
+    default:
+      return 7;
+  }
+}
+
+/// Context of the attribute mask of a vertex. @pre degree is at most 64
+inline std::size_t maskContext(std::size_t degree) noexcept {
+  return degree < 3 ? 0 : std::min(TopologyStreams::kContexts - 1, degree - 2);
+}
 
 /// Two details of the walk are not settled by the definition of the format. They matter only to
 /// meshes with splits, or with more than 16 vertices under work at a time.

@@ -14,19 +14,18 @@ class StreamPort {
  public:
   explicit StreamPort(const TopologyStreams& streams) : streams_(streams) {}
 
-  bool seedLeft() const noexcept { return polygons_ < streams_.vertexValences.size(); }
-  std::uint32_t seed() { return polygon(0, 0); }
-  std::uint32_t polygon(std::uint32_t, std::uint32_t) {
-    if (!seedLeft()) missing("valences");
+  bool polygonLeft() const noexcept { return polygons_ < streams_.vertexValences.size(); }
+  std::uint32_t polygon() {
+    if (!polygonLeft()) missing("valences");
     return static_cast<std::uint32_t>(streams_.vertexValences[polygons_++]);
   }
-  std::uint32_t degree(std::uint32_t, std::uint32_t, unsigned context) {
+  std::uint32_t degree(unsigned context) {
     const auto& degrees = streams_.faceDegrees[context];
     if (degrees_[context] == degrees.size()) missing("degrees");
     return static_cast<std::uint32_t>(degrees[degrees_[context]++]);
   }
   template <class Active>
-  Split split(std::uint32_t, std::uint32_t, const Active& active) {
+  Split split(const Active& active) {
     if (splits_ == streams_.splitSymbols.size() || splits_ == streams_.splitPositions.size())
       missing("splits");
     const std::int32_t offset = streams_.splitSymbols[splits_];
@@ -92,7 +91,7 @@ class MaskReader {
 
   /// The mask of the next vertex of a degree up to 64.
   std::uint64_t next(std::uint32_t degree) {
-    const std::size_t context = degree < 3 ? 0 : std::min<std::size_t>(7, degree - 2);
+    const std::size_t context = maskContext(degree);
     const std::size_t at = used_[context]++;
     if (at >= streams_.faceMasks[context].size()) missing();
     const std::uint64_t low = bits(streams_.faceMasks[context], at);

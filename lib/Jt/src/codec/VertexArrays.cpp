@@ -448,21 +448,22 @@ CodedArray encodeTexture(std::span<const float> values, unsigned components, uns
   return array;
 }
 
-CodedArray encodeColours(std::span<const Vec4> values, Generation generation, unsigned bits) {
+CodedArray encodeColours(std::span<const Vec4> values, std::span<const std::uint32_t> order,
+                         Generation generation, unsigned bits) {
   CodedArray array;
-  array.count = static_cast<std::int32_t>(values.size());
+  array.count = static_cast<std::int32_t>(order.size());
   array.components = 4;
   array.bits = static_cast<std::uint8_t>(bits);
   array.quantizers.assign(4, UniformQuantizer{0, 1, array.bits});
   std::vector<Codes> codes;
   for (std::size_t c = 0; c < 4; ++c)
-    codes.push_back(quantizeAll(array.quantizers[c], values.size(),
-                                [&values, c](std::size_t i) { return values[i][c]; }));
+    codes.push_back(quantizeAll(array.quantizers[c], order.size(),
+                                [&](std::size_t i) { return values[order[i]][c]; }));
   if (generation != Generation::v10) {
     array.codes = std::move(codes);
   } else {
-    Codes& packed = array.codes.emplace_back(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i)
+    Codes& packed = array.codes.emplace_back(order.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
       for (std::size_t c = 0; c < 4; ++c)
         packed[i] = static_cast<std::int32_t>(static_cast<std::uint32_t>(packed[i]) << bits |
                                               static_cast<std::uint32_t>(codes[c][i]));
