@@ -1,5 +1,6 @@
 #include "EditResult.h"
 
+#include "Attachments.h"
 #include "Component.h"
 #include "JtwPMI.h"
 #include "NodeView.h"
@@ -12,9 +13,7 @@ std::vector<long> endAttachmentsTo(const Component& component,
                                    const std::unordered_set<long>& gone) {
   std::vector<long> detached;
   for (const jtw::TreeEntry& entry : component.entries()) {
-    ApiProtoKey parent;
-    AttachmentType type = ATTACHMENT_DEFAULT;
-    entry.node->getAttachmentParent(parent, type);
+    const ApiProtoKey parent = attachmentOf(*entry.node);
     if (parent.isNull() || !gone.contains(parent.getAsLong())) continue;
     entry.node->setAttachmentParent(ApiProtoKey(), ATTACHMENT_DEFAULT);
     if (entry.node->isOfTypePMI())

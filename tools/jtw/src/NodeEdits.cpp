@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ApiSysStringConvertors.h"
+#include "Attachments.h"
 #include "Component.h"
 #include "Failure.h"
 #include "JtwCollection.h"
@@ -91,22 +92,6 @@ Change changePreserved(const Target& target, const std::string& value) {
   return [&node = target.node, on] { jtw::setPreserved(node, on); };
 }
 
-/// Following attachments from `key` must not lead to the object itself.
-void checkAttachment(const Target& target, const ApiProtoKey& key) {
-  const ObjectName name(std::to_string(key.getAsLong()));
-  JtwNode* above = target.component.entries()[target.component.find(name)].node;
-  for (std::size_t step = 0; above && step <= target.component.entries().size(); ++step) {
-    if (above == &target.node)
-      failRefused(target.component.document(), "cycle", "the object would be attached to itself");
-    ApiProtoKey next;
-    AttachmentType type = ATTACHMENT_DEFAULT;
-    above->getAttachmentParent(next, type);
-    JtwNode* found = nullptr;
-    if (!next.isNull()) target.component.root().getNodeByKey(next, found);
-    above = found;
-  }
-}
-
 Change changeAttachment(const Target& target, const std::string& value) {
   ApiProtoKey key;
   std::int32_t type = ATTACHMENT_DEFAULT;
@@ -120,7 +105,11 @@ Change changeAttachment(const Target& target, const std::string& value) {
         failUsage("the type of the attachment is '" + value.substr(colon + 1) +
                   "', not a whole number");
     }
-    checkAttachment(target, key);
+    target.component.find(ObjectName(std::to_string(key.getAsLong())));  // it has to exist
+    const ApiProtoKey own = target.node.key();
+    // Nothing can be attached to an object without key.
+    if (!own.isNull())
+      Attachments(target.component, {{own.getAsLong(), key}}).check(own, "the object");
   }
   return [&node = target.node, key, type] {
     node.setAttachmentParent(key, static_cast<AttachmentType>(type));

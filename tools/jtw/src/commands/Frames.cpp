@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ApiSysStringConvertors.h"
+#include "Attachments.h"
 #include "Command.h"
 #include "Component.h"
 #include "EditResult.h"
@@ -136,8 +137,6 @@ void checkAttachments(const Component& component, const JtwNode& collection,
     const ApiProtoKey& parent = frame.secondKey;
     if (parent.isNull()) continue;
     const std::string text = "frame " + std::to_string(frame.key.getAsLong());
-    if (parent == frame.key)
-      failRefused(component.document(), "cycle", text + " would be attached to itself");
     JtwNode* found = nullptr;
     component.root().getNodeByKey(parent, found);
     const bool isOld = found && found->type() == JtwNode::JT_FRAME_NODE &&
@@ -151,29 +150,11 @@ void checkAttachments(const Component& component, const JtwNode& collection,
 
 /// Attachments of the new frames, followed through them and through what is there, end somewhere.
 void checkCycles(const Component& component, const std::vector<JtFrame>& frames) {
-  std::unordered_map<long, ApiProtoKey> listed;
-  for (const JtFrame& frame : frames) listed[frame.key.getAsLong()] = frame.secondKey;
-  const auto parentOf = [&](const ApiProtoKey& key) {
-    if (const auto found = listed.find(key.getAsLong()); found != listed.end())
-      return found->second;
-    JtwNode* node = nullptr;
-    component.root().getNodeByKey(key, node);
-    ApiProtoKey parent;
-    AttachmentType type = ATTACHMENT_DEFAULT;
-    if (node) node->getAttachmentParent(parent, type);
-    return parent;
-  };
-  std::unordered_set<long> sound;  // from these keys on there is no cycle
-  for (const JtFrame& frame : frames) {
-    std::unordered_set<long> met;
-    ApiProtoKey key = frame.key;
-    for (; !key.isNull() && !sound.contains(key.getAsLong()); key = parentOf(key))
-      if (!met.insert(key.getAsLong()).second)
-        failRefused(component.document(), "cycle",
-                    "frame " + std::to_string(frame.key.getAsLong()) +
-                        " would be attached to itself, by way of others");
-    sound.merge(met);
-  }
+  std::unordered_map<long, ApiProtoKey> changed;
+  for (const JtFrame& frame : frames) changed[frame.key.getAsLong()] = frame.secondKey;
+  Attachments attachments(component, std::move(changed));
+  for (const JtFrame& frame : frames)
+    attachments.check(frame.key, "frame " + std::to_string(frame.key.getAsLong()));
 }
 
 /// The keys of the frames that there are now and not among the new ones.
