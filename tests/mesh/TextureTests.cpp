@@ -17,6 +17,7 @@
 #include "JtwManager.h"
 #include "MeshComponent.h"
 #include "MeshFiles.h"
+#include "Png.h"
 
 namespace {
 
@@ -187,7 +188,9 @@ TEST_F(TextureTest, AnImageThatCannotBeTakenIsANoteAndTheModelComesWithoutIt) {
   folder_.folder("in");
   folder_.file("secret.png", kPng);
   std::filesystem::create_symlink(folder_.at("secret.png"), folder_.at("in/link.png"));
-  const Bytes wide = mesh::pngOf({16385, 1, 3, Bytes(16385 * 3)});
+  const Bytes pixels(16385 * 3);
+  const Bytes wide =
+      tool::encodePng({.width = 16385, .height = 1, .components = 3, .bytes = pixels});
   folder_.file("in/wide.png", {reinterpret_cast<const char*>(wide.data()), wide.size()});
   folder_.file("in/text.png", "this is no image");
   for (const std::size_t size : {0U, 4U, 20U, 45U, 60U})

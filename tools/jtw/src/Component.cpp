@@ -19,15 +19,6 @@ namespace {
 
 constexpr std::string_view kStreamPrefix = "stream:";
 
-std::string extensionOf(const std::string& path) {
-  const std::size_t dot = path.find_last_of("./");
-  if (dot == std::string::npos || path[dot] == '/') return {};
-  std::string extension = path.substr(dot + 1);
-  for (char& letter : extension)
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  return extension;
-}
-
 /// Lets the registry look into .co and .cor documents. Viewer mode does so for good once it was on,
 /// and is not wanted otherwise.
 void lookIntoCoDocuments() {
@@ -71,8 +62,9 @@ DocumentName::DocumentName(const std::string& text) : path(text) {
   if (isStream) path.erase(0, kStreamPrefix.size());
   if (path.empty()) failUsage("the name of the document is empty");
   while (path.size() > 1 && path.back() == '/') path.pop_back();
-  const std::string extension = extensionOf(path);
+  const std::string extension = ApiSysFilePath(path).extension();
   isFolder = !isStream && (extension == "kpak" || extension == "co" || extension == "cor");
+  isJt = isFolder || isStream || extension == "jt";
 }
 
 ApiDocumentRef openHostDocument(const DocumentName& name) {

@@ -32,6 +32,7 @@ struct DocumentName {
   std::string path;
   bool isStream = false;  ///< was given as stream:FILE
   bool isFolder = false;  ///< a component folder, .kpak, .co or .cor
+  bool isJt = false;      ///< one of these, or a file whose name ends in .jt
 
   explicit DocumentName(const std::string& text);
 };

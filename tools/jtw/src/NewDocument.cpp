@@ -58,8 +58,7 @@ struct Target {
 Target findTarget(const DocumentName& name, const ApiDocumentRef& document) {
   std::error_code ignored;
   if (!name.isFolder) {
-    if (!name.isStream && fs::path(name.path).extension() != ".jt")
-      failUsage("'" + name.path + "' ends neither in .kpak, .co or .cor nor in .jt");
+    if (!name.isJt) failUsage("'" + name.path + "' ends neither in .kpak, .co or .cor nor in .jt");
     if (fs::is_directory(name.path, ignored))
       failOutput("not_a_file", name.path, "there is a folder of that name");
     return {name.path, fs::exists(name.path, ignored)};

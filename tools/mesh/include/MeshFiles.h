@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "MeshScene.h"
@@ -22,9 +21,9 @@ Scene loadScene(const std::string& path, double millimetres = 0);
 /// A mesh format that can be written.
 enum class Format { glb, obj, stl, ply };
 /// By the extension of a path; throws JtFormatError "unknown_format".
-Format formatOf(std::string_view path);
+Format formatOf(const std::string& path);
 /// True for an extension that loadScene knows.
-bool canLoad(std::string_view path);
+bool canLoad(const std::string& path);
 
 /// Writes a scene: all of it, or nothing and the old file stays.
 ///

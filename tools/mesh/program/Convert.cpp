@@ -17,12 +17,7 @@
 namespace tool {
 namespace {
 
-bool isJt(const std::string& path) {
-  const DocumentName name(path);
-  if (name.isFolder || name.isStream) return true;
-  std::string end = name.path.size() < 3 ? "" : name.path.substr(name.path.size() - 3);
-  return end == ".jt" || end == ".JT" || end == ".Jt";
-}
+bool isJt(const std::string& path) { return DocumentName(path).isJt; }
 
 /// The JT file that a component folder holds, or the path itself.
 std::string jtFileOf(const std::string& path) {
@@ -61,12 +56,11 @@ void forEachNode(JtPartition& partition, const Take& take) {
 }
 
 /// Leaves one level of detail everywhere.
-void keepLevel(JtPartition& partition, std::size_t level) {
+void keepLevel(JtPartition& partition, std::uint32_t level) {
   forEachNode<JtLOD>(partition, [level](JtLOD& alternatives) {
-    const auto last = static_cast<std::size_t>(std::max(alternatives.numChildren(), 1)) - 1;
-    const int kept = static_cast<int>(std::min(level, last));
-    for (int i = static_cast<int>(last); i >= 0; --i)
-      if (i != kept) alternatives.removeChild(i);
+    const JtNode* kept = alternatives.childForLevel(level);
+    for (int i = alternatives.numChildren() - 1; i >= 0; --i)
+      if (alternatives.child(i) != kept) alternatives.removeChild(i);
     if (auto* ranged = jt::as<JtRangeLOD>(&alternatives)) ranged->setRangeLimits({});
   });
 }

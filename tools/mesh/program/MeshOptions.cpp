@@ -62,12 +62,12 @@ std::size_t levelCount(const Session& session) {
   return count;
 }
 
-std::optional<std::size_t> chosenLevel(const Session& session) {
+std::optional<std::uint32_t> chosenLevel(const Session& session) {
   const std::string* text = session.arguments().value("lod");
   if (!text) return std::nullopt;
   const auto level = parseNumber(*text);
   if (!level) failUsage("--lod is '" + *text + "', not a whole number from 0 on");
-  return level;
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(*level, UINT32_MAX));
 }
 
 jt::ShapeEncoding encoding(const Session& session) {

@@ -18,7 +18,7 @@ mesh::Scene loadMeshFile(Session& session, const std::string& path);
 /// --lods: levels of detail in all.
 std::size_t levelCount(const Session& session);
 /// --lod: the level of detail to take.
-std::optional<std::size_t> chosenLevel(const Session& session);
+std::optional<std::uint32_t> chosenLevel(const Session& session);
 /// --lossless, --bits, --profile.
 jt::ShapeEncoding encoding(const Session& session);
 

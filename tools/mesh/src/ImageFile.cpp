@@ -84,19 +84,4 @@ jt::TexturePixels decodeImage(std::span<const std::byte> file, std::size_t mostB
   fail("the image is neither PNG nor JPEG");
 }
 
-std::vector<std::byte> pngOf(const jt::TexturePixels& image) {
-  png_image header{};
-  header.version = PNG_IMAGE_VERSION;
-  header.width = static_cast<png_uint_32>(image.width);
-  header.height = static_cast<png_uint_32>(image.height);
-  header.format = image.components == 4 ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
-  std::vector<std::byte> bytes(PNG_IMAGE_PNG_SIZE_MAX(header));
-  png_alloc_size_t size = bytes.size();
-  if (!png_image_write_to_memory(&header, bytes.data(), &size, 0, image.bytes.data(),
-                                 -rowBytes(image), nullptr))
-    throw JtFormatError("too_large", std::string("an image cannot be written: ") + header.message);
-  bytes.resize(size);
-  return bytes;
-}
-
 }  // namespace mesh

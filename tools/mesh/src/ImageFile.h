@@ -22,7 +22,4 @@ constexpr std::size_t kMostPixelBytes = std::size_t{512} << 20U;
 /// image that is larger than kMostImageSide or has more than `mostBytes` bytes of pixels.
 jt::TexturePixels decodeImage(std::span<const std::byte> file, std::size_t mostBytes);
 
-/// The image as PNG. Throws JtFormatError "too_large" when there is no memory for it.
-std::vector<std::byte> pngOf(const jt::TexturePixels& image);
-
 }  // namespace mesh

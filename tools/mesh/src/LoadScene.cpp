@@ -8,8 +8,8 @@
 #include <map>
 #include <new>
 
+#include "ApiSysFilePath.h"
 #include "Assimp.h"
-#include "Extension.h"
 #include "JtFormatError.h"
 #include "MeshFiles.h"
 
@@ -196,17 +196,18 @@ const aiScene& readWith(Assimp::Importer& importer, const std::string& path, con
 
 }  // namespace
 
-bool canLoad(std::string_view path) {
-  const std::string extension = extensionOf(path);
+bool canLoad(const std::string& path) {
+  const std::string extension = ApiSysFilePath(path).extension();
   return !extension.empty() && Assimp::Importer().IsExtensionSupported("." + extension);
 }
 
 Scene loadScene(const std::string& path, double millimetres) try {
+  const std::string extension = ApiSysFilePath(path).extension();
   if (!canLoad(path))
     fail("unknown_format", path,
-         "the extension '" + extensionOf(path) + "' is none of a mesh file that can be read");
+         "the extension '" + extension + "' is none of a mesh file that can be read");
   checkFile(path);
-  const MeshFile file{extensionOf(path), Folder(fs::path(path).parent_path())};
+  const MeshFile file{extension, Folder(fs::path(path).parent_path())};
   Assimp::Importer importer;
   const aiScene& source = readWith(importer, path, file.folder);
   Scene scene = SceneReader(source).read(file);

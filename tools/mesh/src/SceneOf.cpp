@@ -89,7 +89,7 @@ struct Visit {
 
 class SceneBuilder {
  public:
-  SceneBuilder(JtPartition& partition, std::size_t level) : level_(level), images_(scene_) {
+  SceneBuilder(JtPartition& partition, std::uint32_t level) : level_(level), images_(scene_) {
     scene_.millimetres = 0;
     scene_.nodes.emplace_back();
     surfaces_.emplace_back();
@@ -231,9 +231,7 @@ class SceneBuilder {
     if (auto* shape = jt::as<JtShape>(node)) {
       addShape(visit, *shape);
     } else if (auto* alternatives = jt::as<JtLOD>(node)) {
-      const int last = alternatives->numChildren() - 1;
-      push(visit, alternatives->child(static_cast<int>(
-                      std::min(level_, static_cast<std::size_t>(std::max(last, 0))))));
+      push(visit, alternatives->childForLevel(level_));
     } else if (auto* choice = jt::as<JtSwitch>(node)) {
       push(visit, choice->representation(true));
     } else if (jt::as<JtInstance>(node)) {
@@ -305,7 +303,7 @@ class SceneBuilder {
       for (std::size_t& child : node.children) --child;
   }
 
-  std::size_t level_;
+  std::uint32_t level_;
   Scene scene_;
   std::vector<Visit> pending_;
   std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
@@ -321,7 +319,7 @@ class SceneBuilder {
 
 }  // namespace
 
-Scene sceneOf(JtPartition& partition, std::size_t level) {
+Scene sceneOf(JtPartition& partition, std::uint32_t level) {
   return SceneBuilder(partition, level).build();
 }
 

@@ -8,8 +8,8 @@
 #include <map>
 #include <sstream>
 
-#include "ImageFile.h"
 #include "JtFormatError.h"
+#include "Png.h"
 #include "Unified.h"
 #include "Writers.h"
 
@@ -120,7 +120,13 @@ class GlbWriter {
   int imageOf(std::size_t source) {
     const auto [found, isNew] = images_.try_emplace(source, static_cast<int>(model_.images.size()));
     if (isNew) {
-      const std::vector<std::byte> png = pngOf(*scene_.images[source]);
+      const jt::TexturePixels& pixels = *scene_.images[source];
+      const std::vector<std::byte> png =
+          tool::encodePng({.width = static_cast<std::size_t>(pixels.width),
+                           .height = static_cast<std::size_t>(pixels.height),
+                           .components = static_cast<std::size_t>(pixels.components),
+                           .bytes = pixels.bytes,
+                           .fromBelow = true});
       const int view = addView(png.data(), png.size(), 0);
       tinygltf::Image& image = model_.images.emplace_back();
       image.bufferView = view;

@@ -1,6 +1,6 @@
 #include <filesystem>
 
-#include "Extension.h"
+#include "ApiSysFilePath.h"
 #include "JtFormatError.h"
 #include "JtStorageManager.h"
 #include "MeshFiles.h"
@@ -37,8 +37,8 @@ std::vector<std::string> saveObj(const Scene& scene, const std::string& path) {
 
 }  // namespace
 
-Format formatOf(std::string_view path) {
-  const std::string extension = extensionOf(path);
+Format formatOf(const std::string& path) {
+  const std::string extension = ApiSysFilePath(path).extension();
   if (extension == "glb") return Format::glb;
   if (extension == "obj") return Format::obj;
   if (extension == "stl") return Format::stl;
@@ -46,7 +46,7 @@ Format formatOf(std::string_view path) {
   throw JtFormatError(
       "unknown_format",
       "the extension '" + extension + "' is none that can be written: .glb, .obj, .stl, .ply",
-      {.file = std::string(path), .segment = {}, .element = {}, .offset = {}});
+      {.file = path, .segment = {}, .element = {}, .offset = {}});
 }
 
 std::vector<std::string> writeScene(const Scene& scene, const std::string& path) {

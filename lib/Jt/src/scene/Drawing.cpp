@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <cmath>
-#include <optional>
+#include <utility>
 #include <vector>
 
 #include "JtDrawing.h"
@@ -19,8 +19,9 @@ bool isFinite(const Matrix4& matrix) {
 /// A node on the path, with what holds below it.
 struct Level {
   JtNode* node = nullptr;
-  int next = 0;
-  int end = 0;  ///< children from `next` to before `end` are shown
+  int next = 0;           ///< of the children that are still to be shown
+  bool isChoice = false;  ///< only `chosen` is
+  JtNode* chosen = nullptr;
   JtNode* part = nullptr;
   JtMaterial* material = nullptr;
   Matrix4 toRoot = kIdentity;
@@ -46,18 +47,19 @@ void addAttributes(Level& level) {
 }
 
 void chooseChildren(Level& level, std::uint32_t detail) {
-  const int count = level.node->numChildren();
-  level.end = count;
-  if (as<JtLOD>(level.node)) {
-    if (count == 0) return;
-    level.next = static_cast<int>(std::min<std::int64_t>(detail, count - 1));
-    level.end = level.next + 1;
+  if (const auto* alternatives = as<JtLOD>(level.node)) {
+    level.isChoice = true;
+    level.chosen = alternatives->childForLevel(detail);
   } else if (const auto* choice = as<JtSwitch>(level.node)) {
-    const int selected = choice->selectedChild();
-    const bool shows = selected >= 0 && selected < count;
-    level.next = shows ? selected : 0;
-    level.end = shows ? selected + 1 : 0;
+    level.isChoice = true;
+    level.chosen = choice->child(choice->selectedChild());
   }
+}
+
+/// Null when all have been shown.
+JtNode* takeChild(Level& level) {
+  if (level.isChoice) return std::exchange(level.chosen, nullptr);
+  return level.node->child(level.next++);
 }
 
 class Walk {
@@ -68,14 +70,13 @@ class Walk {
   bool run(JtNode& root) {
     if (!enter(&root, Level{})) return false;
     while (!stack_.empty()) {
-      Level& level = stack_.back();
-      if (level.next >= level.end) {
+      JtNode* child = takeChild(stack_.back());
+      if (!child) {
         stack_.pop_back();
         continue;
       }
-      JtNode* child = level.node->child(level.next++);
-      const Level above = level;
-      if (child && !enter(child, above)) return false;
+      const Level above = stack_.back();
+      if (!enter(child, above)) return false;
     }
     return true;
   }
@@ -84,7 +85,8 @@ class Walk {
   bool enter(JtNode* node, const Level& above) {
     if (node->isIgnored()) return true;
     if (++paths_ > options_.maxPaths) return false;
-    Level level{node, 0, 0, above.part, above.material, above.toRoot};
+    Level level{
+        .node = node, .part = above.part, .material = above.material, .toRoot = above.toRoot};
     if (as<VisPartNode>(node) || as<JtInstance>(node)) level.part = node;
     addAttributes(level);
     if (auto* shape = as<JtShape>(node))

@@ -3,8 +3,11 @@
 #include <string>
 #include <thread>
 
+#include "ApiSysFilePath.h"
 #include "Command.h"
 #include "InputFile.h"
+#include "JtFormatError.h"
+#include "Png.h"
 #include "Progress.h"
 #include "Session.h"
 #include "ValueText.h"
@@ -54,11 +57,18 @@ DrawingRequest readRequest(const Arguments& arguments) {
 
 /// A picture never takes the place of a JT file that was meant to be looked at.
 void checkName(const std::string& output) {
-  std::string end = output.substr(output.size() - std::min<std::size_t>(output.size(), 4));
-  for (char& letter : end)
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  if (output != "-" && end != ".png")
+  if (output != "-" && ApiSysFilePath(output).extension() != "png")
     failUsage("the picture's name is '" + output + "'; it has to end in .png");
+}
+
+std::vector<std::byte> pngOf(const Image& image, const std::string& output) {
+  try {
+    return encodePng({.width = image.width,
+                      .height = image.height,
+                      .bytes = std::as_bytes(std::span(image.rgba))});
+  } catch (const JtFormatError& error) {
+    throw saveFailure(error, output);
+  }
 }
 
 void writeResult(Session& session, const DrawingRequest& request, const Drawing& drawing,
@@ -90,7 +100,7 @@ ExitCode runSnapshot(Session& session) {
     Progress progress(session, "drawing");
     return drawScene(*partition, request, [&progress](double share) { progress.update(share); });
   }();
-  writeBytes(output, encodePng(drawing.image));
+  writeBytes(output, pngOf(drawing.image, output));
   for (const std::string& error : drawing.damaged)
     session.warn("a shape is not in the picture: " + error);
   if (drawing.shapes == 0) session.warn("there is no geometry to be seen; the picture is empty");

@@ -14,7 +14,4 @@ struct Image {
   std::vector<std::uint8_t> rgba;
 };
 
-/// The bytes of a PNG file. Throws Failure "no_memory" when they cannot be made.
-std::vector<std::byte> encodePng(const Image& image);
-
 }  // namespace tool
