@@ -15,14 +15,32 @@ namespace {
 using namespace jt::codec;
 using Values = std::vector<std::int32_t>;
 
+std::uint32_t hashOfHalves(const Values& halves) {
+  HashChain chain;
+  chain.addHalves(halves);
+  return chain.hash();
+}
+
 TEST(Hashes, PublishedAndStoredValues) {
   EXPECT_EQ(hash32({}, 0), 0xbd49d10dU);
   // Chained, as a point set with one point stores it.
   EXPECT_EQ(hash32(Values{0}, hash32(Values{0, 1}, 0)), 0xe34cace1U);
   EXPECT_EQ(hash32(Values{1, 2, 3, 4, 5}, 0), 0xbcfbbd3eU);
   EXPECT_EQ(hash32(Values{0x3f800000}, 0), 0x6524a7a7U);
-  EXPECT_EQ(hash16(Values{0, 1}, 0), 0x505c2887U);
-  EXPECT_EQ(hash16(Values{0, 1, 0, 1, 0, 1, 1}, 0), 0x9082213dU);
+  EXPECT_EQ(hashOfHalves({0, 1}), 0x505c2887U);
+  EXPECT_EQ(hashOfHalves({0, 1, 0, 1, 0, 1, 1}), 0x9082213dU);
+}
+
+RC_GTEST_PROP(Hashes, ChainsTogetherAreTheHashesOfEachAlone,
+              (const std::vector<std::vector<Values>>& arrays)) {
+  std::vector<HashChain> chains(arrays.size());
+  std::vector<std::uint32_t> expected(arrays.size());
+  for (std::size_t i = 0; i < arrays.size(); ++i)
+    for (const Values& words : arrays[i]) {
+      chains[i].add(words);
+      expected[i] = hash32(words, expected[i]);
+    }
+  RC_ASSERT(hashesOf(chains) == expected);
 }
 
 TEST(Normals, AxesAndExamplesHaveTheirCodes) {

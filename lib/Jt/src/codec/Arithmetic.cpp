@@ -130,19 +130,21 @@ ArithmeticStream::ArithmeticStream(WordBits bits, const ContextTable& table, Out
       outOfBand_(std::move(outOfBand)),
       offset_(bits.offset()),
       out_(out) {
+  const TotalDivider divider(table.total);
   entries_.reserve(table.entries.size());
   std::uint32_t from = 0;
   for (const ContextEntry& entry : table.entries) {
     const std::uint32_t to = from + entry.occurrences;
     std::fill(entryAt_.begin() + from, entryAt_.begin() + to,
               static_cast<std::uint16_t>(entries_.size()));
-    entries_.push_back({static_cast<std::uint16_t>(from), static_cast<std::uint16_t>(to),
-                        entry.value, entry.escape});
+    entries_.push_back({{divider, from}, {divider, to}, entry.value, entry.escape});
     from = to;
   }
+  const auto usual = std::ranges::max_element(table.entries, {}, &ContextEntry::occurrences);
+  isUniform_ = usual->occurrences * 16U >= table.total * 15;
   code_ = {text_.data(),    (text_.size() - WordBits::kRestPadding) * 8,
            entries_.data(), entryAt_.data(),
-           table.total,     TotalDivider(table.total)};
+           table.total,     &entries_[static_cast<std::size_t>(usual - table.entries.begin())]};
   state_.distance = code_.peek(0, 16);
   state_.at = std::min<std::size_t>(16, code_.end);
 }
@@ -158,8 +160,8 @@ inline std::uint32_t ArithmeticStream::Code::peek(std::size_t at, unsigned width
 inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) const noexcept {
   const std::uint32_t position = ((s.distance + 1) * total - 1) / s.width;
   const Entry& entry = entries[entryAt[position]];
-  const std::uint32_t from = divider(s.width * entry.from);
-  const std::uint32_t to = divider(s.width * entry.to);
+  const std::uint32_t from = entry.from.of(s.width);
+  const std::uint32_t to = entry.to.of(s.width);
   const std::uint32_t low = s.low + from;
   const std::uint32_t high = s.low + to - 1;
   // Bits in which both ends agree; behind the first other one low may have ones where high has
@@ -174,7 +176,24 @@ inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) con
   return entry;
 }
 
-template <std::size_t K>
+/// Takes the most frequent symbol if that is the next one and no bit is settled by it. Then neither
+/// a division nor a table is needed.
+inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
+  constexpr std::uint32_t kTop = 0x8000;
+  const std::uint32_t from = usual->from.of(s.width);
+  const std::uint32_t width = usual->to.of(s.width) - from;
+  const std::uint32_t low = s.low + from;
+  const std::uint32_t high = low + width - 1;
+  const std::uint32_t distance = s.distance - from;
+  const std::uint32_t open = (low ^ high) & ~((low & ~high) << 1);
+  if (distance >= width || (open & kTop) == 0) return false;
+  s.distance = distance;
+  s.width = width;
+  s.low = low;
+  return true;
+}
+
+template <std::size_t K, bool triesUsual>
 void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std::size_t count) {
   // Copies, since values that are written could not be told from what the streams hold.
   std::array<State, K> states;
@@ -186,7 +205,8 @@ void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std:
     out[k] = streams[k]->out_.data();
   }
   const auto step = [&](std::size_t k, std::size_t i) {
-    const Entry& entry = codes[k].next(states[k]);
+    const Entry& entry =
+        triesUsual && codes[k].isUsual(states[k]) ? *codes[k].usual : codes[k].next(states[k]);
     out[k][i] = entry.value;
     if (entry.escape)
       out[k][i] = streams[k]->outOfBand_.next(streams[k]->offset_ + states[k].at / 8);
@@ -201,23 +221,36 @@ void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std:
   }
 }
 
-void decodeTogether(std::span<ArithmeticStream> streams) {
-  std::vector<ArithmeticStream*> open;
-  for (ArithmeticStream& stream : streams)
-    if (stream.left() > 0) open.push_back(&stream);
+namespace {
+
+template <bool areUniform>
+void decodeAll(std::vector<ArithmeticStream*> open) {
   while (!open.empty()) {
     std::ranges::sort(open, std::ranges::greater(), &ArithmeticStream::left);
-    const std::size_t together = open.size() < 4 ? std::min<std::size_t>(open.size(), 2) : 4;
+    const std::size_t together = std::min<std::size_t>(open.size(), 4);
     const std::size_t count = open[together - 1]->left();
     if (together == 4) {
-      ArithmeticStream::run<4>({open[0], open[1], open[2], open[3]}, count);
+      ArithmeticStream::run<4, areUniform>({open[0], open[1], open[2], open[3]}, count);
+    } else if (together == 3) {
+      ArithmeticStream::run<3, areUniform>({open[0], open[1], open[2]}, count);
     } else if (together == 2) {
-      ArithmeticStream::run<2>({open[0], open[1]}, count);
+      ArithmeticStream::run<2, areUniform>({open[0], open[1]}, count);
     } else {
-      ArithmeticStream::run<1>({open[0]}, count);
+      ArithmeticStream::run<1, areUniform>({open[0]}, count);
     }
     std::erase_if(open, [](const ArithmeticStream* stream) { return stream->left() == 0; });
   }
+}
+
+}  // namespace
+
+void decodeTogether(std::span<ArithmeticStream> streams) {
+  std::vector<ArithmeticStream*> uniform;
+  std::vector<ArithmeticStream*> other;
+  for (ArithmeticStream& stream : streams)
+    if (stream.left() > 0) (stream.isUniform() ? uniform : other).push_back(&stream);
+  decodeAll<true>(std::move(uniform));
+  decodeAll<false>(std::move(other));
 }
 
 }  // namespace jt::codec

@@ -47,6 +47,20 @@ class TotalDivider {
     return static_cast<std::uint32_t>((numerator * factor_) >> kShift);
   }
 
+  /// A part of the total, ready to be scaled to an interval.
+  class Part {
+   public:
+    Part() = default;
+    Part(const TotalDivider& divider, std::uint32_t part) : factor_(part * divider.factor_) {}
+    /// width * part / total. @pre width is at most 2^16
+    std::uint32_t of(std::uint32_t width) const noexcept {
+      return static_cast<std::uint32_t>((width * factor_) >> kShift);
+    }
+
+   private:
+    std::uint64_t factor_ = 0;
+  };
+
  private:
   static constexpr unsigned kShift = 46;
   std::uint64_t factor_ = 0;
@@ -77,15 +91,19 @@ class ArithmeticStream {
                    std::span<std::int32_t> out);
 
   std::size_t left() const noexcept { return out_.size(); }
+  /// True when nearly all symbols are the same one.
+  bool isUniform() const noexcept { return isUniform_; }
   /// Decodes the next `count` values of each of K streams. Throws JtFormatError when a stream has
   /// more escapes than out-of-band values. @pre count <= left() of each
-  template <std::size_t K>
+  /// @tparam triesUsual looks for the most frequent symbol first: faster when it is nearly always
+  /// the one, slower when it is not
+  template <std::size_t K, bool triesUsual>
   static void run(const std::array<ArithmeticStream*, K>& streams, std::size_t count);
 
  private:
   struct Entry {
-    std::uint16_t from;
-    std::uint16_t to;
+    TotalDivider::Part from;
+    TotalDivider::Part to;
     std::int32_t value;
     bool escape;
   };
@@ -102,10 +120,11 @@ class ArithmeticStream {
     const Entry* entries = nullptr;
     const std::uint16_t* entryAt = nullptr;
     std::uint32_t total = 0;
-    TotalDivider divider;
+    const Entry* usual = nullptr;  // the most frequent one
 
     std::uint32_t peek(std::size_t at, unsigned width) const noexcept;
     const Entry& next(State& state) const noexcept;
+    bool isUsual(State& state) const noexcept;
   };
 
   static constexpr std::uint32_t kTotalLimit = TotalDivider::kTotalLimit;
@@ -118,6 +137,7 @@ class ArithmeticStream {
   std::span<std::int32_t> out_;  // what is still to come
   State state_;
   Code code_;
+  bool isUniform_;
 };
 
 /// Decodes streams to their ends.

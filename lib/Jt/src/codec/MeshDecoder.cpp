@@ -227,11 +227,54 @@ void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
   }
 }
 
-void checkListHashes(const ListData& data, Report& report) {
+/// An array whose hash is that of its codes.
+struct HashedCodes {
+  const char* what;
+  const CodedArray& array;
+
+  HashChain chain() const {
+    HashChain chain;
+    for (const auto& codes : array.codes) chain.add(codes);
+    return chain;
+  }
+};
+
+/// All but lossless ones of 9.x, which are hashed as what they stand for.
+std::vector<HashedCodes> hashedCodes(const VertexArrays& arrays, const VertexBindings& bindings,
+                                     Generation generation) {
+  const bool hashesLossless = generation != Generation::v9;
+  std::vector<HashedCodes> hashed;
+  hashed.reserve(2);
+  if (arrays.coordinates.count > 0 && (hashesLossless || arrays.coordinates.quantizedCoordinates()))
+    hashed.push_back({"coordinates", arrays.coordinates});
+  if (bindings.normals() && (hashesLossless || arrays.normals.bits > 0))
+    hashed.push_back({"normals", arrays.normals});
+  return hashed;
+}
+
+/// The arrays of hashedCodes() with the topology, since several hashes take little longer than one.
+void checkHashes(const TopologyData& data, Generation generation, Report& report) {
+  if (!report.checkHashes) return;
+  const std::vector<HashedCodes> arrays = hashedCodes(data.arrays, data.bindings, generation);
+  std::vector<HashChain> chains;
+  chains.reserve(arrays.size() + 1);
+  chains.push_back(data.streams.hashChain(generation));
+  for (const HashedCodes& codes : arrays) chains.push_back(codes.chain());
+  const std::vector<std::uint32_t> hashes = hashesOf(chains);
+  if (data.streams.hash != hashes[0])
+    report.compareHash("topology", data.streams.hash,
+                       data.streams.hashChain(generation, false).hash());
+  for (std::size_t i = 0; i < arrays.size(); ++i)
+    report.compareHash(arrays[i].what, arrays[i].array.hash, hashes[i + 1]);
+}
+
+void checkHashes(const ListData& data, Generation generation, Report& report) {
   if (!report.checkHashes) return;
   report.compareHash("primitive lists", data.listHash, data.computedListHash());
-  if (data.recordCount > 0)
-    report.compareHash("unique vertex list", data.lengthHash, hash32(data.lengths, 0));
+  if (data.recordCount == 0) return;
+  report.compareHash("unique vertex list", data.lengthHash, hash32(data.lengths, 0));
+  for (const HashedCodes& codes : hashedCodes(data.arrays, data.bindings, generation))
+    report.compareHash(codes.what, codes.array.hash, codes.chain().hash());
 }
 
 /// The coordinate of each record.
@@ -277,9 +320,7 @@ std::uint32_t ListData::computedListHash() const {
 Mesh decodeTopology(const TopologyData& data, Generation generation, VariantChoice& choice,
                     Budget& budget, Report& report) {
   Surface surface = decodeSurface(data.streams, choice, budget);
-  if (report.checkHashes && data.streams.hash != data.streams.compositeHash(generation, true))
-    report.compareHash("topology", data.streams.hash,
-                       data.streams.compositeHash(generation, false));
+  checkHashes(data, generation, report);
   spendMesh(budget, data.arrays, 3 * surface.vertexOf.size());
   Mesh mesh;
   if (surface.polygonCount() == 0) return mesh;
@@ -299,7 +340,7 @@ Mesh decodeLists(const ListData& data, Generation generation, Mesh::Kind kind, B
                  Report& report) {
   Mesh mesh;
   mesh.kind = kind;
-  checkListHashes(data, report);
+  checkHashes(data, generation, report);
   if (data.recordCount < 0) reject("a negative number of records");
   const auto records = static_cast<std::size_t>(data.recordCount);
   if (records == 0) {

@@ -142,7 +142,7 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
               : encodePatches(corners, mesh.groups, records, generation);
   TopologyData data;
   data.streams = std::move(encoded.streams);
-  data.streams.hash = data.streams.compositeHash(generation);
+  data.streams.hash = data.streams.hashChain(generation).hash();
   data.bindings = bindings;
   data.quantization = quantizationOf(bindings, generation, options);
   data.vertexCount = static_cast<std::int32_t>(encoded.corners.size());

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "Bytes.h"
+#include "Hash.h"
 #include "VertexArrays.h"
 
 namespace jt::codec {
@@ -38,8 +39,9 @@ struct TopologyStreams {
   std::vector<std::int32_t> splitPositions;
   std::uint32_t hash = 0;
 
-  /// Hash over all vectors. @param padMasks the further bits count as many as the last context has
-  std::uint32_t compositeHash(Generation generation, bool padMasks = true) const;
+  /// All vectors, as they are hashed. They have to outlive the result.
+  /// @param padMasks the further bits count as many as the last context has
+  HashChain hashChain(Generation generation, bool padMasks = true) const;
 };
 
 /// Context of the degree of a vertex at a corner of a polygon: how the degrees of the other corners

@@ -1,7 +1,6 @@
 #include <bit>
 #include <optional>
 
-#include "Hash.h"
 #include "JtFormatError.h"
 #include "SurfaceWalk.h"
 
@@ -159,22 +158,26 @@ void putRecords(std::span<const std::uint32_t> ring, std::uint32_t first, std::u
 
 }  // namespace
 
-std::uint32_t TopologyStreams::compositeHash(Generation generation, bool padMasks) const {
-  std::uint32_t hash = 0;
-  for (const auto& context : faceDegrees) hash = hash32(context, hash);
-  hash = hash32(vertexValences, hash);
-  hash = hash32(vertexGroups, hash);
-  hash = hash16(vertexFlags, hash);
-  for (const auto& context : faceMasks) hash = hash32(context, hash);
-  const auto padded = [&](std::vector<std::int32_t> masks) {
-    if (padMasks) masks.resize(faceMasks.back().size());
-    return hash32(masks, hash);
+HashChain TopologyStreams::hashChain(Generation generation, bool padMasks) const {
+  HashChain chain;
+  for (const auto& context : faceDegrees) chain.add(context);
+  chain.add(vertexValences);
+  chain.add(vertexGroups);
+  chain.addHalves(vertexFlags);
+  for (const auto& context : faceMasks) chain.add(context);
+  const auto addMasks = [&](const std::vector<std::int32_t>& masks) {
+    const std::size_t count = padMasks ? faceMasks.back().size() : masks.size();
+    if (count == masks.size()) return chain.add(masks);
+    std::vector<std::int32_t> padded = masks;
+    padded.resize(count);
+    chain.add(std::move(padded));
   };
-  hash = padded(faceMasksNext);
-  if (generation == Generation::v9) hash = padded(faceMasksTop);
-  hash = hash32(std::vector<std::int32_t>(highDegreeMasks.begin(), highDegreeMasks.end()), hash);
-  hash = hash32(splitSymbols, hash);
-  return hash32(splitPositions, hash);
+  addMasks(faceMasksNext);
+  if (generation == Generation::v9) addMasks(faceMasksTop);
+  chain.add(highDegreeMasks);
+  chain.add(splitSymbols);
+  chain.add(splitPositions);
+  return chain;
 }
 
 std::uint8_t VariantChoice::ofFile() {

@@ -71,7 +71,8 @@ using Vec3 = std::array<float, 3>;
 using Vec4 = std::array<float, 4>;
 
 /// The numbers of an array. Throw JtFormatError when codes and count do not fit each other; a hash
-/// that does not match is only a remark.
+/// that does not match is only a remark. Hashes of the codes of coordinates and normals as they are
+/// stored are left to the caller, who can work out several at a time.
 /// Codes of lossless texture coordinates and colours, and of 10.x packed colours, are expected with
 /// prediction in place: whether they are predicted is found out by the hash.
 std::vector<Vec3> decodeCoordinates(const CodedArray& array, Generation generation, Report& report);
