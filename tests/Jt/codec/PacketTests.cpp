@@ -225,6 +225,25 @@ RC_GTEST_PROP(Packets, SmallPacketsAreShorterAndDecode, ()) {
   RC_ASSERT(small.size() <= plain.size() + 8);
 }
 
+TEST(Packets, ValuesThatNearlyAllAreTheSameDecode) {
+  // The usual value comes before, between or behind the others in the table.
+  for (const Values& others : {Values{1}, Values{-1}, Values{-2, 1, 90000}})
+    for (const std::uint32_t every : {17U, 40U, 300U, 20000U}) {
+      Values values(50000);
+      std::uint32_t state = every;
+      for (std::int32_t& value : values) {
+        state = state * 1664525 + 1013904223;
+        if ((state >> 8) % every == 0) value = others[state % others.size()];
+      }
+      for (const auto kind : {PacketKind::mk1, PacketKind::mk2, PacketKind::mk3}) {
+        Bytes bytes;
+        encodePacket(kind, bytes, false, values, Predictor::none, PacketStyle::small);
+        EXPECT_STREQ(packetCodecName(kind, bytes), "arithmetic");
+        EXPECT_EQ(decode(kind, bytes), values) << "one in " << every;
+      }
+    }
+}
+
 TEST(Packets, SteppedWidthsFollowTheValues) {
   // Longer than what is planned at once; each width is worth a change.
   Values values(9000);
