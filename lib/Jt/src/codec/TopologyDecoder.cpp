@@ -62,16 +62,20 @@ Extent measure(const TopologyStreams& streams) {
   Extent extent;
   std::uint64_t valences = 0;
   std::uint64_t degrees = 0;
+  // All are added before any is judged, which lets several be added together.
+  std::int32_t least = 1;
   for (const std::int32_t valence : streams.vertexValences) {
-    if (valence < 1) fail("bad_topology", "a polygon without corners");
-    valences += static_cast<std::uint64_t>(valence);
+    least = std::min(least, valence);
+    valences += static_cast<std::uint32_t>(valence);
   }
+  if (least < 1) fail("bad_topology", "a polygon without corners");
   for (const auto& context : streams.faceDegrees)
     for (const std::int32_t degree : context) {
-      if (degree < 0) fail("bad_topology", "a vertex of negative degree");
-      degrees += static_cast<std::uint64_t>(degree);
+      least = std::min(least, degree);
+      degrees += static_cast<std::uint32_t>(degree);
       extent.vertices += degree > 0 ? 1 : 0;
     }
+  if (least < 0) fail("bad_topology", "a vertex of negative degree");
   if (valences != degrees || valences > Surface::kMostCorners)
     fail("bad_topology", "polygons with " + std::to_string(valences) +
                              " corners, but vertices with " + std::to_string(degrees));

@@ -19,11 +19,13 @@ std::size_t Mesh::recordCount() const noexcept {
 
 std::string Mesh::flaw() const {
   const auto outside = [](const std::vector<std::uint32_t>& indices, std::size_t count) {
-    // To the end in any case, which lets several be compared at a time.
-    const auto limit = static_cast<std::uint32_t>(std::min<std::size_t>(count, 0xffffffffU));
-    bool any = false;
-    for (const std::uint32_t index : indices) any |= index >= limit;
-    return any;
+    // The top bit tells: of the index, or of what is left up to the last one. All of them in any
+    // case, which lets several be looked at together.
+    constexpr std::uint32_t kTop = 0x80000000U;
+    const auto last = static_cast<std::uint32_t>(std::min<std::size_t>(count, kTop)) - 1;
+    std::uint32_t any = 0;
+    for (const std::uint32_t index : indices) any |= index | (last - index);
+    return (any & kTop) != 0;
   };
   if (kind == Kind::triangles) {
     if (corners.size() % 3 != 0) return "the corners are not three a triangle";
