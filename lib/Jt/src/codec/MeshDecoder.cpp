@@ -154,16 +154,36 @@ struct Faces {
   std::size_t triangles = 0;
   bool onlyTriangles = true;
   bool grouped = false;
+  bool hasCovers = false;
 
   static bool isCover(const TopologyStreams& streams, std::size_t polygon) {
     return (streams.vertexFlags[polygon] & 1) != 0 || streams.vertexGroups[polygon] < 0;
   }
   Faces(const TopologyStreams& streams, const Surface& surface) {
+    // Without a branch first: nearly all meshes have triangles and a few covers.
+    std::uint32_t others = 0;  // bits that tell of polygons with other numbers of corners
+    std::uint32_t covers = 0;
+    std::uint32_t groups = 0;
     for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-      if (isCover(streams, p)) continue;
-      const std::uint32_t valence = surface.cornerStart[p + 1] - surface.cornerStart[p];
-      onlyTriangles = onlyTriangles && valence == 3;
-      if (valence < 3) continue;
+      const bool isShown = !isCover(streams, p);
+      covers += isShown ? 0 : 1;
+      others |= isShown ? static_cast<std::uint32_t>(streams.vertexValences[p]) ^ 3U : 0;
+      groups |= isShown ? static_cast<std::uint32_t>(streams.vertexGroups[p]) : 0;
+    }
+    hasCovers = covers > 0;
+    onlyTriangles = others == 0;
+    grouped = groups != 0;
+    triangles = surface.polygonCount() - covers;
+    if (!onlyTriangles) fan(streams, surface);
+  }
+
+ private:
+  void fan(const TopologyStreams& streams, const Surface& surface) {
+    triangles = 0;
+    grouped = false;
+    for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
+      const auto valence = static_cast<std::size_t>(streams.vertexValences[p]);
+      if (isCover(streams, p) || valence < 3) continue;
       triangles += valence - 2;
       grouped = grouped || streams.vertexGroups[p] != 0;
     }
@@ -216,7 +236,7 @@ void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
   if (faces.grouped) mesh.groups = groupsOfTriangles(faces, streams, surface);
   mesh.corners = std::move(surface.vertexOf);
   mesh.records = std::move(records);
-  if (faces.onlyTriangles && faces.triangles == surface.polygonCount()) return;
+  if (faces.onlyTriangles && !faces.hasCovers) return;
   for (auto* values : {&mesh.corners, &mesh.records}) {
     if (values->empty()) continue;
     if (faces.onlyTriangles) {

@@ -110,6 +110,28 @@ class MaskReader {
     usedWords_ += words;
     return std::span(streams_.highDegreeMasks).subspan(usedWords_ - words, words);
   }
+  /// The number of 1 bits of all masks where they are as many as the vertices and every one has
+  /// none, or every one has one: what most surfaces have.
+  std::optional<std::uint32_t> onesOfEach(std::size_t vertices) const noexcept {
+    if (!streams_.highDegreeMasks.empty()) return {};
+    for (const auto* further : {&streams_.faceMasksNext, &streams_.faceMasksTop})
+      if (std::ranges::any_of(*further, [](std::int32_t mask) { return mask != 0; })) return {};
+    std::uint32_t any = 0;
+    std::uint32_t several = 0;
+    std::uint32_t none = 0;
+    std::size_t masks = 0;
+    for (const auto& context : streams_.faceMasks) {
+      masks += context.size();
+      for (const std::int32_t value : context) {
+        const auto mask = static_cast<std::uint32_t>(value);
+        any |= mask;
+        several |= mask & (mask - 1);
+        none |= mask == 0 ? 1 : 0;
+      }
+    }
+    if (masks != vertices || several != 0 || (any != 0 && none != 0)) return {};
+    return any == 0 ? 0 : 1;
+  }
   bool allTaken() const noexcept {
     bool taken = usedWords_ == streams_.highDegreeMasks.size();
     for (std::size_t i = 0; i < used_.size(); ++i)
@@ -136,16 +158,6 @@ class MaskReader {
 std::uint32_t countOnes(std::uint64_t mask) noexcept {
   if ((mask & (mask - 1)) == 0) return mask == 0 ? 0 : 1;
   return static_cast<std::uint32_t>(std::popcount(mask));
-}
-
-/// The records when all vertices have none, or one each.
-void startRecords(std::vector<std::uint32_t>& records, const Surface& surface,
-                  std::uint32_t countOfEach) {
-  if (countOfEach == 1) {
-    records = surface.vertexOf;
-  } else {
-    records.assign(surface.vertexOf.size(), 0);
-  }
 }
 
 /// Records of a ring: each 1 bit begins a new one; before the first, the last holds.
@@ -252,9 +264,12 @@ std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generat
   constexpr std::uint32_t kMaskBits = 64;
   constexpr std::uint32_t kMostRecords = 0x7fffffff;
   MaskReader reader(streams, generation);
-  std::vector<std::uint32_t> records;
-  std::uint32_t usual = 0;  // count of the first vertex
   total = 0;
+  if (const auto ones = reader.onesOfEach(surface.vertexCount())) {
+    total = *ones * static_cast<std::uint32_t>(surface.vertexCount());
+    return total == 0 ? std::vector<std::uint32_t>() : surface.vertexOf;
+  }
+  std::vector<std::uint32_t> records(surface.vertexOf.size());
   for (std::uint32_t v = 0; v < surface.vertexCount(); ++v) {
     const std::uint32_t degree = surface.degree(v);
     std::uint64_t mask = 0;
@@ -267,17 +282,7 @@ std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generat
       words = reader.nextWords(degree);
       for (const std::uint32_t word : words) count += countOnes(word);
     }
-    if (v == 0) usual = count;
-    // As long as every vertex has none, or one and so that of its own number, nothing is written.
-    if (records.empty() && count == usual && count <= 1) {
-      total += count;
-      continue;
-    }
-    if (records.empty()) startRecords(records, surface, usual);
-    if (count == 0) {
-      for (const std::uint32_t slot : surface.ring(v)) records[Surface::cornerIn(slot)] = 0;
-      continue;
-    }
+    if (count == 0) continue;
     if (count > kMostRecords - total) fail("bad_topology", "too many attribute records");
     if (words.empty()) {
       putRecords(
@@ -292,7 +297,6 @@ std::vector<std::uint32_t> decodeRecords(const TopologyStreams& streams, Generat
   }
   if (!reader.allTaken()) fail("bad_topology", "more attribute masks than vertices");
   if (total == 0) return {};
-  if (records.empty()) startRecords(records, surface, usual);
   return records;
 }
 
