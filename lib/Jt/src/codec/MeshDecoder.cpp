@@ -149,6 +149,21 @@ void putRecords8(Mesh& mesh, const StripData& data, std::span<const std::byte> r
   }
 }
 
+bool isCover(const TopologyStreams& streams, std::size_t polygon) {
+  return (streams.vertexFlags[polygon] & 1) != 0 || streams.vertexGroups[polygon] < 0;
+}
+
+/// Visits the polygons that are not covers, each with its first corner and the number of corners.
+template <class Visit>
+void forEachFace(const TopologyStreams& streams, Visit visit) {
+  std::uint32_t first = 0;
+  for (std::size_t p = 0; p < streams.vertexValences.size(); ++p) {
+    const auto valence = static_cast<std::uint32_t>(streams.vertexValences[p]);
+    if (!isCover(streams, p)) visit(p, first, valence);
+    first += valence;
+  }
+}
+
 /// The polygons that are not covers, and what they become.
 struct Faces {
   std::size_t triangles = 0;
@@ -156,75 +171,63 @@ struct Faces {
   bool grouped = false;
   bool hasCovers = false;
 
-  static bool isCover(const TopologyStreams& streams, std::size_t polygon) {
-    return (streams.vertexFlags[polygon] & 1) != 0 || streams.vertexGroups[polygon] < 0;
-  }
-  Faces(const TopologyStreams& streams, const Surface& surface) {
+  explicit Faces(const TopologyStreams& streams) {
     // Without a branch first: nearly all meshes have triangles and a few covers.
     std::uint32_t others = 0;  // bits that tell of polygons with other numbers of corners
     std::uint32_t covers = 0;
     std::uint32_t groups = 0;
-    for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-      const bool isShown = !isCover(streams, p);
-      covers += isShown ? 0 : 1;
-      others |= isShown ? static_cast<std::uint32_t>(streams.vertexValences[p]) ^ 3U : 0;
-      groups |= isShown ? static_cast<std::uint32_t>(streams.vertexGroups[p]) : 0;
+    for (std::size_t p = 0; p < streams.vertexValences.size(); ++p) {
+      const bool isFace = !isCover(streams, p);
+      covers += isFace ? 0 : 1;
+      others |= isFace ? static_cast<std::uint32_t>(streams.vertexValences[p]) ^ 3U : 0;
+      groups |= isFace ? static_cast<std::uint32_t>(streams.vertexGroups[p]) : 0;
     }
     hasCovers = covers > 0;
     onlyTriangles = others == 0;
     grouped = groups != 0;
-    triangles = surface.polygonCount() - covers;
-    if (!onlyTriangles) fan(streams, surface);
+    triangles = streams.vertexValences.size() - covers;
+    if (!onlyTriangles) countFans(streams);
   }
 
  private:
-  void fan(const TopologyStreams& streams, const Surface& surface) {
+  void countFans(const TopologyStreams& streams) {
     triangles = 0;
     grouped = false;
-    for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-      const auto valence = static_cast<std::size_t>(streams.vertexValences[p]);
-      if (isCover(streams, p) || valence < 3) continue;
+    forEachFace(streams, [&](std::size_t p, std::uint32_t, std::uint32_t valence) {
+      if (valence < 3) return;
       triangles += valence - 2;
       grouped = grouped || streams.vertexGroups[p] != 0;
-    }
+    });
   }
 };
 
 /// What is known of each corner of the surface for the corners of triangles, in place.
-void dropCovers(std::vector<std::uint32_t>& values, const TopologyStreams& streams,
-                const Surface& surface) {
+void dropCovers(std::vector<std::uint32_t>& values, const TopologyStreams& streams) {
   std::size_t to = 0;
-  for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-    if (Faces::isCover(streams, p)) continue;
-    const std::uint32_t from = surface.cornerStart[p];
-    for (std::size_t k = 0; k < 3; ++k) values[to++] = values[from + k];
-  }
+  forEachFace(streams, [&](std::size_t, std::uint32_t first, std::uint32_t) {
+    for (std::size_t k = 0; k < 3; ++k) values[to++] = values[first + k];
+  });
   values.resize(to);
 }
 
 /// The same for any polygons, of which fans are made.
 std::vector<std::uint32_t> fansOf(const std::vector<std::uint32_t>& values, std::size_t triangles,
-                                  const TopologyStreams& streams, const Surface& surface) {
+                                  const TopologyStreams& streams) {
   std::vector<std::uint32_t> result;
   result.reserve(3 * triangles);
-  for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-    if (Faces::isCover(streams, p)) continue;
-    const std::uint32_t first = surface.cornerStart[p];
-    for (std::uint32_t corner = first + 1; corner + 1 < surface.cornerStart[p + 1]; ++corner)
+  forEachFace(streams, [&](std::size_t, std::uint32_t first, std::uint32_t valence) {
+    for (std::uint32_t corner = first + 1; corner + 1 < first + valence; ++corner)
       for (const std::uint32_t of : {first, corner, corner + 1}) result.push_back(values[of]);
-  }
+  });
   return result;
 }
 
-std::vector<std::int32_t> groupsOfTriangles(const Faces& faces, const TopologyStreams& streams,
-                                            const Surface& surface) {
+std::vector<std::int32_t> groupsOfTriangles(const Faces& faces, const TopologyStreams& streams) {
   std::vector<std::int32_t> groups;
   groups.reserve(faces.triangles);
-  for (std::size_t p = 0; p < surface.polygonCount(); ++p) {
-    const std::uint32_t valence = surface.cornerStart[p + 1] - surface.cornerStart[p];
-    if (!Faces::isCover(streams, p) && valence >= 3)
-      groups.insert(groups.end(), valence - 2, streams.vertexGroups[p]);
-  }
+  forEachFace(streams, [&](std::size_t p, std::uint32_t, std::uint32_t valence) {
+    if (valence >= 3) groups.insert(groups.end(), valence - 2, streams.vertexGroups[p]);
+  });
   return groups;
 }
 
@@ -232,17 +235,17 @@ std::vector<std::int32_t> groupsOfTriangles(const Faces& faces, const TopologySt
 /// @param records of the surface's corners, or empty
 void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
                   std::vector<std::uint32_t> records) {
-  const Faces faces(streams, surface);
-  if (faces.grouped) mesh.groups = groupsOfTriangles(faces, streams, surface);
+  const Faces faces(streams);
+  if (faces.grouped) mesh.groups = groupsOfTriangles(faces, streams);
   mesh.corners = std::move(surface.vertexOf);
   mesh.records = std::move(records);
   if (faces.onlyTriangles && !faces.hasCovers) return;
   for (auto* values : {&mesh.corners, &mesh.records}) {
     if (values->empty()) continue;
     if (faces.onlyTriangles) {
-      dropCovers(*values, streams, surface);
+      dropCovers(*values, streams);
     } else {
-      *values = fansOf(*values, faces.triangles, streams, surface);
+      *values = fansOf(*values, faces.triangles, streams);
     }
   }
 }
@@ -343,7 +346,7 @@ Mesh decodeTopology(const TopologyData& data, Generation generation, VariantChoi
   checkHashes(data, generation, report);
   spendMesh(budget, data.arrays, 3 * surface.vertexOf.size());
   Mesh mesh;
-  if (surface.polygonCount() == 0) return mesh;
+  if (surface.vertexOf.empty()) return mesh;
   mesh.positions = decodeCoordinates(data.arrays.coordinates, generation, report);
   if (mesh.positions.size() != surface.vertexCount())
     fail("bad_mesh", std::to_string(mesh.positions.size()) + " coordinates for " +

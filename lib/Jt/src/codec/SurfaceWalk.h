@@ -25,17 +25,16 @@ struct Split {
 /// no more degrees other than 0, than the walk was told of.
 ///
 /// @tparam Active ActiveWindow or ActiveVertices, as the variant has it
-template <class Port, class Active>
+/// @tparam Position an integer that is large enough for a position in any ring
+template <class Port, class Active, class Position>
 class SurfaceWalk {
  public:
   /// @param corners sum of all valences, and of all degrees; at most Surface::kMostCorners
-  SurfaceWalk(Port& port, Variant variant, std::size_t polygons, std::size_t vertices,
-              std::size_t corners)
+  SurfaceWalk(Port& port, Variant variant, std::size_t vertices, std::size_t corners)
       : port_(port), variant_(variant), active_(variant.finished), corners_(corners) {
-    surface_.cornerStart.reserve(polygons + 1);
     surface_.vertices.reserve(vertices);
     surface_.vertexOf.assign(corners, Surface::kNone);
-    surface_.placeOf = std::make_unique_for_overwrite<std::uint32_t[]>(corners);
+    positionOf_ = std::make_unique_for_overwrite<Position[]>(corners);
     surface_.slots = std::make_unique_for_overwrite<std::uint32_t[]>(corners);
   }
 
@@ -69,6 +68,12 @@ class SurfaceWalk {
     std::uint32_t position;
   };
 
+  /// A polygon that is no triangle.
+  struct Other {
+    std::uint32_t first;
+    std::uint32_t end;
+  };
+
   [[noreturn]] static void reject(const char* what) {
     fail("bad_topology", std::string("the mesh does not close: ") + what);
   }
@@ -88,17 +93,9 @@ class SurfaceWalk {
     if (valence == 0 || valence > corners_ - first_)
       reject("a polygon with more corners than are left");
     end_ = first_ + valence;
-    if (valence != 3) rememberPolygon();
-    surface_.cornerStart.push_back(end_);
+    if (valence != 3) others_.push_back({first_, end_});
     known_ = 0;
     knownDegrees_ = 0;
-  }
-  /// Corners of triangles need not know theirs, so that the array is made for the others only, and
-  /// memory comes to be used only where they stand.
-  void rememberPolygon() {
-    if (!polygonOf_) polygonOf_ = std::make_unique_for_overwrite<std::uint32_t[]>(corners_);
-    std::fill(polygonOf_.get() + first_, polygonOf_.get() + end_,
-              static_cast<std::uint32_t>(surface_.polygonCount()));
   }
 
   void link(std::uint32_t corner, Place place, std::uint32_t kind) {
@@ -107,31 +104,38 @@ class SurfaceWalk {
     if (slot != Surface::kNone) reject("two polygons in one place of a ring");
     slot = corner | kind << Surface::kKindShift;
     surface_.vertexOf[corner] = place.vertex;
-    surface_.placeOf[corner] = place.position;
+    positionOf_[corner] = static_cast<Position>(place.position);
     active_.fill(vertex);
   }
   void link(std::uint32_t corner, Place place) {
-    link(corner, place, end_ - first_ == 3 ? corner - first_ : Surface::kOther);
+    link(corner, place, kindOf(corner));
     ++known_;
     knownDegrees_ += surface_.vertices[place.vertex].degree;
+  }
+  std::uint32_t kindOf(std::uint32_t corner) const noexcept {
+    if (end_ - first_ == 3) return corner - first_;
+    return corner == first_ || corner + 1 == end_ ? Surface::kEnd : 1;
   }
 
   /// The corners beside one in a slot.
   std::uint32_t before(std::uint32_t slot) const noexcept {
     const std::uint32_t corner = Surface::cornerIn(slot);
     const std::uint32_t kind = slot >> Surface::kKindShift;
-    if (kind != Surface::kOther) return kind == 0 ? corner + 2 : corner - 1;
-    const std::uint32_t polygon = polygonOf_[corner];
-    return corner == surface_.cornerStart[polygon] ? surface_.cornerStart[polygon + 1] - 1
-                                                   : corner - 1;
+    if (kind != Surface::kEnd) return kind == 0 ? corner + 2 : corner - 1;
+    const Other& polygon = otherOf(corner);
+    return (corner == polygon.first ? polygon.end : corner) - 1;
   }
   std::uint32_t after(std::uint32_t slot) const noexcept {
     const std::uint32_t corner = Surface::cornerIn(slot);
     const std::uint32_t kind = slot >> Surface::kKindShift;
-    if (kind != Surface::kOther) return kind == 2 ? corner - 2 : corner + 1;
-    const std::uint32_t polygon = polygonOf_[corner];
-    return corner + 1 == surface_.cornerStart[polygon + 1] ? surface_.cornerStart[polygon]
-                                                           : corner + 1;
+    if (kind != Surface::kEnd) return kind == 2 ? corner - 2 : corner + 1;
+    const Other& polygon = otherOf(corner);
+    return corner + 1 == polygon.end ? polygon.first : corner + 1;
+  }
+  /// Most of the time it is the latest one.
+  const Other& otherOf(std::uint32_t corner) const noexcept {
+    if (corner >= others_.back().first) return others_.back();
+    return *(std::ranges::upper_bound(others_, corner, {}, &Other::first) - 1);
   }
 
   /// Where the corner behind one at a place is, if the polygon across the edge gives it away.
@@ -143,7 +147,7 @@ class SurfaceWalk {
     const std::uint32_t there = before(across);
     next.vertex = surface_.vertexOf[there];
     if (next.vertex == Surface::kNone) return false;
-    const std::uint32_t position = surface_.placeOf[there];
+    const std::uint32_t position = positionOf_[there];
     next.position = (position == 0 ? surface_.degree(next.vertex) : position) - 1;
     return true;
   }
@@ -156,12 +160,12 @@ class SurfaceWalk {
     const std::uint32_t there = after(across);
     previous.vertex = surface_.vertexOf[there];
     if (previous.vertex == Surface::kNone) return false;
-    const std::uint32_t beyond = surface_.placeOf[there] + 1;
+    const std::uint32_t beyond = positionOf_[there] + 1;
     previous.position = beyond == surface_.degree(previous.vertex) ? 0 : beyond;
     return true;
   }
   Place placeOf(std::uint32_t corner) const noexcept {
-    return {surface_.vertexOf[corner], surface_.placeOf[corner]};
+    return {surface_.vertexOf[corner], positionOf_[corner]};
   }
 
   /// A triangle in a place: what complete() does, in the order of how often it happens.
@@ -231,7 +235,8 @@ class SurfaceWalk {
   Variant variant_;
   Active active_;
   Surface surface_;
-  std::unique_ptr<std::uint32_t[]> polygonOf_;  // of each corner outside triangles
+  std::unique_ptr<Position[]> positionOf_;  // of each corner, in the ring of its vertex
+  std::vector<Other> others_;
   std::size_t corners_;
   std::uint32_t slots_ = 0;  // of all vertices up to now
   // The polygon under work:
@@ -242,12 +247,15 @@ class SurfaceWalk {
 };
 
 /// Walks as the variant has it.
+/// @param mostDegree of any vertex
 template <class Port>
-Surface walkSurface(Port& port, Variant variant, std::size_t polygons, std::size_t vertices,
-                    std::size_t corners) {
-  if (variant.finished == Variant::Finished::removed)
-    return SurfaceWalk<Port, ActiveWindow>(port, variant, polygons, vertices, corners).run();
-  return SurfaceWalk<Port, ActiveVertices>(port, variant, polygons, vertices, corners).run();
+Surface walkSurface(Port& port, Variant variant, std::size_t vertices, std::size_t corners,
+                    std::uint32_t mostDegree) {
+  if (variant.finished != Variant::Finished::removed)
+    return SurfaceWalk<Port, ActiveVertices, std::uint32_t>(port, variant, vertices, corners).run();
+  if (mostDegree > 0xff)
+    return SurfaceWalk<Port, ActiveWindow, std::uint32_t>(port, variant, vertices, corners).run();
+  return SurfaceWalk<Port, ActiveWindow, std::uint8_t>(port, variant, vertices, corners).run();
 }
 
 }  // namespace jt::codec

@@ -131,22 +131,20 @@ struct Surface {
     std::uint32_t firstEmpty = 0;  ///< slots before this one have a corner
   };
 
-  std::vector<std::uint32_t> cornerStart{0};  ///< first corner of each polygon, and the end
-  std::vector<std::uint32_t> vertexOf;        ///< of each corner
-  std::unique_ptr<std::uint32_t[]> placeOf;   ///< slot of each corner in the ring of its vertex
+  std::vector<std::uint32_t> vertexOf;  ///< of each corner
   std::vector<Vertex> vertices;
   std::unique_ptr<std::uint32_t[]> slots;  ///< as many as corners: see cornerIn()
 
-  std::size_t polygonCount() const noexcept { return cornerStart.size() - 1; }
   std::size_t vertexCount() const noexcept { return vertices.size(); }
   std::uint32_t degree(std::uint32_t vertex) const noexcept { return vertices[vertex].degree; }
   std::span<const std::uint32_t> ring(std::uint32_t vertex) const noexcept {
     return {slots.get() + vertices[vertex].start, vertices[vertex].degree};
   }
 
-  // A slot has the corner, and above it the number of the corner in its triangle, or kOther.
+  // A slot has the corner, and above it the number of the corner in its triangle; of another
+  // polygon kEnd for its first and last one, and 1.
   static constexpr unsigned kKindShift = 30;
-  static constexpr std::uint32_t kOther = 3;
+  static constexpr std::uint32_t kEnd = 3;
   static std::uint32_t cornerIn(std::uint32_t slot) noexcept { return slot & (kMostCorners - 1); }
 };
 

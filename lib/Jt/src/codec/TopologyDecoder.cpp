@@ -56,6 +56,7 @@ class StreamPort {
 struct Extent {
   std::size_t vertices = 0;
   std::size_t corners = 0;
+  std::uint32_t mostDegree = 0;
 };
 
 Extent measure(const TopologyStreams& streams) {
@@ -69,9 +70,11 @@ Extent measure(const TopologyStreams& streams) {
     valences += static_cast<std::uint32_t>(valence);
   }
   if (least < 1) fail("bad_topology", "a polygon without corners");
+  std::int32_t most = 0;
   for (const auto& context : streams.faceDegrees)
     for (const std::int32_t degree : context) {
       least = std::min(least, degree);
+      most = std::max(most, degree);
       degrees += static_cast<std::uint32_t>(degree);
       extent.vertices += degree > 0 ? 1 : 0;
     }
@@ -83,6 +86,7 @@ Extent measure(const TopologyStreams& streams) {
       streams.vertexFlags.size() != streams.vertexValences.size())
     fail("bad_topology", "groups, flags and valences differ in number");
   extent.corners = static_cast<std::size_t>(valences);
+  extent.mostDegree = static_cast<std::uint32_t>(most);
   return extent;
 }
 
@@ -208,11 +212,9 @@ Surface decodeSurface(const TopologyStreams& streams, Variant variant, Budget& b
   const Extent extent = measure(streams);
   constexpr std::size_t kBytesPerCorner = 16;
   constexpr std::size_t kBytesPerVertex = 32;
-  budget.spend(extent.corners * kBytesPerCorner + extent.vertices * kBytesPerVertex +
-               streams.vertexValences.size() * 4);
+  budget.spend(extent.corners * kBytesPerCorner + extent.vertices * kBytesPerVertex);
   StreamPort port(streams);
-  Surface surface =
-      walkSurface(port, variant, streams.vertexValences.size(), extent.vertices, extent.corners);
+  Surface surface = walkSurface(port, variant, extent.vertices, extent.corners, extent.mostDegree);
   if (!port.allTaken()) fail("bad_topology", "the mesh closes before all symbols are used");
   return surface;
 }
