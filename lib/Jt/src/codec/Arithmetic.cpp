@@ -163,15 +163,11 @@ inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) con
   const std::uint32_t from = entry.from.of(s.width);
   const std::uint32_t to = entry.to.of(s.width);
   const std::uint32_t low = s.low + from;
-  const std::uint32_t high = s.low + to - 1;
-  // Bits in which both ends agree; behind the first other one low may have ones where high has
-  // zeros: the ends straddle the middle.
-  const auto settled = static_cast<unsigned>(std::countl_zero((low ^ high) << 16 | 0x8000U));
-  const std::uint64_t straddle = (std::uint64_t{low & ~high} << 49) << settled;
-  const unsigned shift = settled + static_cast<unsigned>(std::countl_one(straddle));
+  const std::uint32_t width = to - from;
+  const unsigned shift = wideningOf(low, width);
   s.distance = (s.distance - from) << shift | peek(s.at, shift);
   s.at = std::min(s.at + shift, end);
-  s.width = (to - from) << shift;
+  s.width = width << shift;
   s.low = (low << shift) & 0x7fff;
   return entry;
 }
@@ -179,14 +175,15 @@ inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) con
 /// Takes the most frequent symbol if that is the next one and no bit is settled by it. Then neither
 /// a division nor a table is needed.
 inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
-  constexpr std::uint32_t kTop = 0x8000;
   const std::uint32_t from = usual->from.of(s.width);
   const std::uint32_t width = usual->to.of(s.width) - from;
   const std::uint32_t low = s.low + from;
-  const std::uint32_t high = low + width - 1;
   const std::uint32_t distance = s.distance - from;
+  // What wideningOf() says, sooner: the ends differ in their top bits, and do not straddle the
+  // middle.
+  const std::uint32_t high = low + width - 1;
   const std::uint32_t open = (low ^ high) & ~((low & ~high) << 1);
-  if (distance >= width || (open & kTop) == 0) return false;
+  if (distance >= width || (open & 0x8000) == 0) return false;
   s.distance = distance;
   s.width = width;
   s.low = low;

@@ -3,6 +3,7 @@
 // Arithmetic code with 16-bit registers, as all generations have it.
 
 #include <array>
+#include <bit>
 #include <span>
 #include <vector>
 
@@ -32,6 +33,15 @@ class OutOfBand {
 /// symbols do not give just out.size() values.
 void decodeArithmetic(WordBits bits, std::span<const ContextTable> tables, std::size_t symbolCount,
                       OutOfBand& outOfBand, std::span<std::int32_t> out);
+
+/// By how many bits an interval of the 16-bit registers is widened: for as long as it lies in one
+/// half of what they tell apart, or in the middle of it.
+/// @param low its low end; only the lower 15 bits matter @param width 1 .. 2^16
+inline unsigned wideningOf(std::uint64_t low, std::uint32_t width) noexcept {
+  const auto most = static_cast<unsigned>(16 - std::bit_width(width - 1));
+  const std::uint64_t end = ((low << most) & 0x7fff) + (std::uint64_t{width} << most);
+  return most - (end > 0x10000 ? 1 : 0);
+}
 
 /// Divides by the total of a table with a multiplication, which is faster. Exact: numerators n are
 /// at most 2^16 * total, so n * total < 2^46 and n * factor < 2^63.

@@ -79,10 +79,7 @@ class Encoder {
     const std::uint32_t start = divider_(width_ * from);
     width_ = divider_(width_ * to) - start;
     low_ += start;
-    // Widened for as long as it lies in one half of what 16 bits tell apart, or in the middle.
-    const auto most = static_cast<unsigned>(16 - std::bit_width(width_ - 1));
-    const std::uint64_t end = ((low_ << most) & 0x7fff) + (std::uint64_t{width_} << most);
-    const unsigned shift = most - (end > 0x10000 ? 1 : 0);
+    const unsigned shift = wideningOf(low_, width_);
     low_ <<= shift;
     width_ <<= shift;
     waiting_ += shift;

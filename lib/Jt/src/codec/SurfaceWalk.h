@@ -25,7 +25,8 @@ struct Split {
 /// no more degrees other than 0, than the walk was told of.
 ///
 /// @tparam Active ActiveWindow or ActiveVertices, as the variant has it
-/// @tparam Position an integer that is large enough for a position in any ring
+/// @tparam Position an integer that is large enough for a position in any ring. Not of char: stores of
+/// that could change anything, as compilers see it
 template <class Port, class Active, class Position>
 class SurfaceWalk {
  public:
@@ -255,7 +256,7 @@ Surface walkSurface(Port& port, Variant variant, std::size_t vertices, std::size
     return SurfaceWalk<Port, ActiveVertices, std::uint32_t>(port, variant, vertices, corners).run();
   if (mostDegree > 0xff)
     return SurfaceWalk<Port, ActiveWindow, std::uint32_t>(port, variant, vertices, corners).run();
-  return SurfaceWalk<Port, ActiveWindow, std::uint8_t>(port, variant, vertices, corners).run();
+  return SurfaceWalk<Port, ActiveWindow, char8_t>(port, variant, vertices, corners).run();
 }
 
 }  // namespace jt::codec
