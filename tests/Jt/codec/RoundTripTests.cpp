@@ -61,8 +61,8 @@ RC_GTEST_PROP(RoundTrips, CompatibleTrianglesAreTheSameUnderEveryVariant, (bool 
   for (unsigned i = 1; i < Variant::kCount; ++i) {
     const Surface other = decodeSurface(data.streams, Variant::byIndex(i), budget);
     RC_ASSERT(other.vertexOf == first.vertexOf);
-    RC_ASSERT(std::equal(first.slots.get(), first.slots.get() + first.vertexOf.size(),
-                         other.slots.get()));
+    RC_ASSERT(std::equal(first.slots.data(), first.slots.data() + first.vertexOf.size(),
+                         other.slots.data()));
   }
 }
 

@@ -25,18 +25,21 @@ struct Split {
 /// no more degrees other than 0, than the walk was told of.
 ///
 /// @tparam Active ActiveWindow or ActiveVertices, as the variant has it
-/// @tparam Position an integer that is large enough for a position in any ring. Not of char: stores of
-/// that could change anything, as compilers see it
+/// @tparam Position an integer that is large enough for a position in any ring. Not of char: stores
+/// of that could change anything, as compilers see it
 template <class Port, class Active, class Position>
 class SurfaceWalk {
  public:
   /// @param corners sum of all valences, and of all degrees; at most Surface::kMostCorners
   SurfaceWalk(Port& port, Variant variant, std::size_t vertices, std::size_t corners)
-      : port_(port), variant_(variant), active_(variant.finished), corners_(corners) {
+      : port_(port),
+        variant_(variant),
+        active_(variant.finished),
+        positionOf_(corners),
+        corners_(corners) {
     surface_.vertices.reserve(vertices);
     surface_.vertexOf.assign(corners, Surface::kNone);
-    positionOf_ = std::make_unique_for_overwrite<Position[]>(corners);
-    surface_.slots = std::make_unique_for_overwrite<std::uint32_t[]>(corners);
+    surface_.slots = storage::WorkArray<std::uint32_t>(corners);
   }
 
   Surface run() {
@@ -226,7 +229,7 @@ class SurfaceWalk {
     const auto v = static_cast<std::uint32_t>(surface_.vertexCount());
     surface_.vertices.push_back({slots_, degree, 0, slots_});
     active_.push(v, surface_.vertices.back());
-    std::fill_n(surface_.slots.get() + slots_, degree, Surface::kNone);
+    std::fill_n(surface_.slots.data() + slots_, degree, Surface::kNone);
     slots_ += degree;
     link(corner, {v, 0});
     return false;
@@ -236,7 +239,7 @@ class SurfaceWalk {
   Variant variant_;
   Active active_;
   Surface surface_;
-  std::unique_ptr<Position[]> positionOf_;  // of each corner, in the ring of its vertex
+  storage::WorkArray<Position> positionOf_;  // of each corner, in the ring of its vertex
   std::vector<Other> others_;
   std::size_t corners_;
   std::uint32_t slots_ = 0;  // of all vertices up to now

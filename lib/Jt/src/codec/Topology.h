@@ -20,6 +20,7 @@
 #include "Bytes.h"
 #include "Hash.h"
 #include "VertexArrays.h"
+#include "storage/WorkArray.h"
 
 namespace jt::codec {
 
@@ -133,12 +134,12 @@ struct Surface {
 
   std::vector<std::uint32_t> vertexOf;  ///< of each corner
   std::vector<Vertex> vertices;
-  std::unique_ptr<std::uint32_t[]> slots;  ///< as many as corners: see cornerIn()
+  storage::WorkArray<std::uint32_t> slots;  ///< as many as corners: see cornerIn()
 
   std::size_t vertexCount() const noexcept { return vertices.size(); }
   std::uint32_t degree(std::uint32_t vertex) const noexcept { return vertices[vertex].degree; }
   std::span<const std::uint32_t> ring(std::uint32_t vertex) const noexcept {
-    return {slots.get() + vertices[vertex].start, vertices[vertex].degree};
+    return {slots.data() + vertices[vertex].start, vertices[vertex].degree};
   }
 
   // A slot has the corner, and above it the number of the corner in its triangle; of another
