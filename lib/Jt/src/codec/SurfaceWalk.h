@@ -21,8 +21,12 @@ struct Split {
 ///   uint32 polygon()       valence of the next one
 ///   uint32 degree(context) of the vertex at the next corner; 0: a split
 ///   Split split(active)    behind a degree of 0
-/// It may throw. Corners and slots that it names are checked here. It gives no more polygons, and
-/// no more degrees other than 0, than the walk was told of.
+/// It may throw. Corners and slots that it names are checked here. Its valences are 1 or more and
+/// add up to the corners that the walk was told of, its degrees to no more than these, and it gives
+/// no more degrees other than 0 than there are vertices.
+///
+/// What becomes part of the loop over triangles, and what does not, is told to compilers: their own
+/// choice changes with every line and may take a quarter more time.
 ///
 /// @tparam Active ActiveWindow or ActiveVertices, as the variant has it
 /// @tparam Position an integer that is large enough for a position in any ring. Not of char: stores
@@ -94,8 +98,6 @@ class SurfaceWalk {
 
   void begin(std::uint32_t valence) {
     first_ = end_;
-    if (valence == 0 || valence > corners_ - first_)
-      reject("a polygon with more corners than are left");
     end_ = first_ + valence;
     if (valence != 3) others_.push_back({first_, end_});
     known_ = 0;
@@ -207,7 +209,7 @@ class SurfaceWalk {
   }
 
   /// Names the corners behind the first.
-  void complete() {
+  [[gnu::noinline]] void complete() {
     std::uint32_t corner = linkForward(first_ + 1, end_);
     const std::uint32_t end = linkBackward(corner);
     while (corner < end) {
@@ -217,7 +219,7 @@ class SurfaceWalk {
   }
 
   /// Names the vertex of a corner: a new one, or by a split. Returns true for a split.
-  bool activate(std::uint32_t corner) {
+  [[gnu::always_inline]] bool activate(std::uint32_t corner) {
     const std::uint32_t degree = port_.degree(degreeContext(end_ - first_, known_, knownDegrees_));
     if (degree == 0) {
       const Split split = port_.split(active_);
@@ -225,7 +227,6 @@ class SurfaceWalk {
       link(corner, {split.vertex, split.position});
       return true;
     }
-    if (degree > corners_ - slots_) reject("a vertex with more polygons than are left");
     const auto v = static_cast<std::uint32_t>(surface_.vertexCount());
     surface_.vertices.push_back({slots_, degree, 0, slots_});
     active_.push(v, surface_.vertices.back());
