@@ -61,7 +61,9 @@ std::optional<Surface> walked(const TopologyStreams& streams, unsigned variant) 
     for (const std::uint32_t vertex : surface.vertexOf) ++degrees.at(vertex);
     for (std::uint32_t v = 0; v < degrees.size(); ++v)
       if (degrees[v] != surface.degree(v)) finding("a vertex of another degree");
-    if (surface.cornerStart.back() != surface.vertexOf.size()) finding("corners of no polygon");
+    const auto corners = std::accumulate(streams.vertexValences.begin(),
+                                         streams.vertexValences.end(), std::size_t{0});
+    if (corners != surface.vertexOf.size()) finding("corners of no polygon");
     return surface;
   } catch (const JtFormatError&) {
     return {};
