@@ -58,8 +58,8 @@ class ActiveVertices {
     return vertex.empty > 0;
   }
   /// @param vertices their `empty` is the number of empty slots
-  template <class Vertex>
-  void finish(std::uint32_t vertex, std::vector<Vertex>& vertices) {
+  template <class Vertices>
+  void finish(std::uint32_t vertex, Vertices& vertices) {
     vertices[vertex].empty = kFinished;
     if (!skips()) return;
     // Finished ones stay in the list, so that the others are linked past them.
@@ -71,8 +71,8 @@ class ActiveVertices {
   }
   /// The vertex of the window with the fewest empty slots, the later one of equals; kNone when none
   /// is left. Takes a constant time beside the removal of finished ones.
-  template <class Vertex>
-  std::uint32_t pick(const std::vector<Vertex>& vertices) {
+  template <class Vertices>
+  std::uint32_t pick(const Vertices& vertices) {
     const auto isFinished = [&vertices](std::uint32_t vertex) {
       return vertices[vertex].empty == kFinished;
     };

@@ -36,13 +36,13 @@ class ActiveWindow {
   bool hasEmptySlot(const Surface::Vertex& vertex) const noexcept {
     return entries_[vertex.empty] >= kOneSlot;
   }
-  void finish(std::uint32_t number, std::vector<Surface::Vertex>& vertices) noexcept {
+  void finish(std::uint32_t number, storage::WorkArray<Surface::Vertex>& vertices) noexcept {
     // One that is out of the window stays until the window is back.
     if (vertices[number].empty + kWindow >= size_) remove(number, vertices);
   }
   /// The vertex of the window with the fewest empty slots, the later one of equals; kNone when none
   /// is left.
-  std::uint32_t pick(std::vector<Surface::Vertex>& vertices) noexcept {
+  std::uint32_t pick(storage::WorkArray<Surface::Vertex>& vertices) noexcept {
     while (size_ > kWindow) {
       const std::uint64_t best = least(entries_.data() + size_ - kWindow);
       if (best >= kOneSlot) return vertexIn(best);
@@ -67,7 +67,7 @@ class ActiveWindow {
       for (std::size_t k = 0; k < 4; ++k) best[k] = std::min(best[k], window[i + k]);
     return std::min(std::min(best[0], best[1]), std::min(best[2], best[3]));
   }
-  void remove(std::uint32_t number, std::vector<Surface::Vertex>& vertices) noexcept {
+  void remove(std::uint32_t number, storage::WorkArray<Surface::Vertex>& vertices) noexcept {
     --size_;
     for (std::size_t i = vertices[number].empty; i < size_; ++i) {
       entries_[i] = entries_[i + 1];

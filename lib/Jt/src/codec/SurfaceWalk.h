@@ -41,7 +41,7 @@ class SurfaceWalk {
         active_(variant.finished),
         positionOf_(corners),
         corners_(corners) {
-    surface_.vertices.reserve(vertices);
+    surface_.vertices = storage::WorkArray<Surface::Vertex>(vertices);
     surface_.vertexOf.assign(corners, Surface::kNone);
     surface_.slots = storage::WorkArray<std::uint32_t>(corners);
   }
@@ -227,9 +227,9 @@ class SurfaceWalk {
       link(corner, {split.vertex, split.position});
       return true;
     }
-    const auto v = static_cast<std::uint32_t>(surface_.vertexCount());
-    surface_.vertices.push_back({slots_, degree, 0, slots_});
-    active_.push(v, surface_.vertices.back());
+    const std::uint32_t v = vertices_++;
+    surface_.vertices[v] = {slots_, degree, 0, slots_};
+    active_.push(v, surface_.vertices[v]);
     std::fill_n(surface_.slots.data() + slots_, degree, Surface::kNone);
     slots_ += degree;
     link(corner, {v, 0});
@@ -243,7 +243,8 @@ class SurfaceWalk {
   storage::WorkArray<Position> positionOf_;  // of each corner, in the ring of its vertex
   std::vector<Other> others_;
   std::size_t corners_;
-  std::uint32_t slots_ = 0;  // of all vertices up to now
+  std::uint32_t vertices_ = 0;  // up to now
+  std::uint32_t slots_ = 0;     // of these
   // The polygon under work:
   std::uint32_t first_ = 0;
   std::uint32_t end_ = 0;

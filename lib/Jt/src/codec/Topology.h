@@ -133,7 +133,7 @@ struct Surface {
   };
 
   std::vector<std::uint32_t> vertexOf;  ///< of each corner
-  std::vector<Vertex> vertices;
+  storage::WorkArray<Vertex> vertices;
   storage::WorkArray<std::uint32_t> slots;  ///< as many as corners: see cornerIn()
 
   std::size_t vertexCount() const noexcept { return vertices.size(); }
