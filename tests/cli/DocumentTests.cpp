@@ -66,6 +66,16 @@ TEST_F(Component, GetAddsTheAbsolutePlace) {
                       R"({"absLoc": [1, 0, 0, 100, 0, 1, 0, 0, 0, 0, 1, 7, 0, 0, 0, 1]})"));
 }
 
+TEST_F(Component, ItsFolderStandsForTheFileWhereFilesAreRead) {
+  for (const std::string command : {"verify", "graph", "explain", "info"}) {
+    Json ofFolder = work_.json(command + " gear.kpak");
+    Json ofFile = work_.json(command + " gear.kpak/gear.jt");
+    for (Json* answer : {&ofFolder, &ofFile}) answer->erase("file");
+    EXPECT_EQ(ofFolder.dump(), ofFile.dump()) << command;
+  }
+  EXPECT_EQ(work_.json("diff gear.kpak gear.kpak/gear.jt").at("same"), true);
+}
+
 struct Setting {
   int key;
   const char* words;

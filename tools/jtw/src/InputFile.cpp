@@ -8,12 +8,14 @@
 #include <span>
 #include <vector>
 
+#include "ApiSysFilePath.h"
 #include "Component.h"
 #include "Failure.h"
 #include "JtBufferProperty.h"
 #include "JtFactory.h"
 #include "JtFrameListProperty.h"
 #include "JtStorageManager.h"
+#include "JtwManager.h"
 #include "Session.h"
 
 namespace tool {
@@ -123,8 +125,20 @@ void showNotes(Session& session, const std::string& path, const JtPartition& par
 
 }  // namespace
 
+std::string jtFileOf(const std::string& path) {
+  if (path.empty()) return path;
+  const DocumentName name(path);
+  if (!name.isFolder || !ApiSysFilePath(path).isDirectory()) return name.path;
+  std::string location;
+  std::string file;
+  if (!JtwManager::getFileNameFromDocument(openHostDocument(name), location, file))
+    throw Failure(ExitCode::input, "not_found", "there is no JT file in it",
+                  {.file = path, .segment = {}, .element = {}, .offset = {}});
+  return location + file;
+}
+
 jt::Ref<JtStorageLocation> inputLocation(const std::string& path) {
-  return locationOf(path, kInputName);
+  return locationOf(path == "-" ? path : jtFileOf(path), kInputName);
 }
 
 jt::Ref<JtStorageLocation> outputLocation(const std::string& path) {

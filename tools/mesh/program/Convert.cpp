@@ -6,7 +6,6 @@
 #include "InputFile.h"
 #include "JtLOD.h"
 #include "JtStackNodeIter.h"
-#include "JtwManager.h"
 #include "MeshComponent.h"
 #include "MeshFiles.h"
 #include "MeshOptions.h"
@@ -18,18 +17,6 @@ namespace tool {
 namespace {
 
 bool isJt(const std::string& path) { return DocumentName(path).isJt; }
-
-/// The JT file that a component folder holds, or the path itself.
-std::string jtFileOf(const std::string& path) {
-  const DocumentName name(path);
-  if (!name.isFolder) return name.path;
-  std::string location;
-  std::string file;
-  if (!JtwManager::getFileNameFromDocument(openHostDocument(name), location, file))
-    throw Failure(ExitCode::input, "not_found", "there is no JT file in it",
-                  {.file = path, .segment = {}, .element = {}, .offset = {}});
-  return location + file;
-}
 
 jt::Ref<JtPartition> openWithParts(Session& session, const std::string& path) {
   const std::string file = jtFileOf(path);
