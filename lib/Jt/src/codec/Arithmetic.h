@@ -49,7 +49,6 @@ class TotalDivider {
  public:
   static constexpr std::uint32_t kTotalLimit = 1U << 15;
 
-  TotalDivider() = default;
   /// @pre 0 < total < kTotalLimit
   explicit TotalDivider(std::uint32_t total) : factor_((std::uint64_t{1} << kShift) / total + 1) {}
   /// @pre numerator is at most 2^16 * total
@@ -60,7 +59,6 @@ class TotalDivider {
   /// A part of the total, ready to be scaled to an interval.
   class Part {
    public:
-    Part() = default;
     Part(const TotalDivider& divider, std::uint32_t part) : factor_(part * divider.factor_) {}
     /// width * part / total. @pre width is at most 2^16
     std::uint32_t of(std::uint32_t width) const noexcept {
@@ -68,12 +66,12 @@ class TotalDivider {
     }
 
    private:
-    std::uint64_t factor_ = 0;
+    std::uint64_t factor_;
   };
 
  private:
   static constexpr unsigned kShift = 46;
-  std::uint64_t factor_ = 0;
+  std::uint64_t factor_;
 };
 
 /// Code text over one table with a total of less than 2^15, which is all that writers make, on its
@@ -88,7 +86,7 @@ class TotalDivider {
 class ArithmeticStream {
  public:
   static bool canDecode(const ContextTable& table) noexcept {
-    return table.total < kTotalLimit && table.entries.size() <= 0x10000;
+    return table.total < TotalDivider::kTotalLimit && table.entries.size() <= 0x10000;
   }
   /// Bytes that a stream holds until it is decoded.
   static std::uint64_t memoryFor(const WordBits& bits, const ContextTable& table) noexcept {
@@ -136,8 +134,6 @@ class ArithmeticStream {
     const Entry& next(State& state) const noexcept;
     bool isUsual(State& state) const noexcept;
   };
-
-  static constexpr std::uint32_t kTotalLimit = TotalDivider::kTotalLimit;
 
   std::vector<std::byte> text_;  // with zeros behind it
   std::vector<Entry> entries_;

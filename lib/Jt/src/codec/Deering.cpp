@@ -12,10 +12,9 @@ constexpr unsigned kFewBits = 8;
 
 Deering::Deering(unsigned bits, std::size_t expected) : bits_(bits), steps_(1U << bits) {
   if (bits <= kFewBits) {
-    angles_ = &ofFewBits(bits);
+    angles_ = ofFewBits(bits);
   } else if (expected >= steps_) {
-    own_ = std::make_shared<const Angles>(steps_);
-    angles_ = own_.get();
+    angles_ = std::make_shared<const Angles>(steps_);
   }
 }
 
@@ -27,10 +26,11 @@ Deering::Angles::Angles(std::uint32_t steps) {
 }
 
 /// Tables that small parts would take longer to make than to use, made once.
-const Deering::Angles& Deering::ofFewBits(unsigned bits) {
-  static const std::vector<Angles> tables = [] {
-    std::vector<Angles> made;
-    for (unsigned i = 0; i <= kFewBits; ++i) made.emplace_back(1U << i);
+std::shared_ptr<const Deering::Angles> Deering::ofFewBits(unsigned bits) {
+  static const std::vector<std::shared_ptr<const Angles>> tables = [] {
+    std::vector<std::shared_ptr<const Angles>> made;
+    for (unsigned i = 0; i <= kFewBits; ++i)
+      made.push_back(std::make_shared<const Angles>(1U << i));
     return made;
   }();
   return tables[bits];

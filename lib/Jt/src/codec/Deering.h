@@ -80,14 +80,13 @@ class Deering {
   };
   static constexpr std::array<double, 2> kSigns{-1, 1};
 
-  static const Angles& ofFewBits(unsigned bits);
+  static std::shared_ptr<const Angles> ofFewBits(unsigned bits);
   static Angle exactTheta(std::uint32_t step, std::uint32_t steps) noexcept;
   static Angle exactPsi(std::uint32_t step, std::uint32_t steps) noexcept;
 
   unsigned bits_;
   std::uint32_t steps_;
-  std::shared_ptr<const Angles> own_;
-  const Angles* angles_ = nullptr;
+  std::shared_ptr<const Angles> angles_;
 };
 
 }  // namespace jt::codec

@@ -169,7 +169,6 @@ struct Faces {
   std::size_t triangles = 0;
   bool onlyTriangles = true;
   bool grouped = false;
-  bool hasCovers = false;
 
   explicit Faces(const TopologyStreams& streams) {
     // Without a branch first: nearly all meshes have triangles and a few covers.
@@ -182,7 +181,6 @@ struct Faces {
       others |= isFace ? static_cast<std::uint32_t>(streams.vertexValences[p]) ^ 3U : 0;
       groups |= isFace ? static_cast<std::uint32_t>(streams.vertexGroups[p]) : 0;
     }
-    hasCovers = covers > 0;
     onlyTriangles = others == 0;
     grouped = groups != 0;
     triangles = streams.vertexValences.size() - covers;
@@ -239,7 +237,7 @@ void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
   if (faces.grouped) mesh.groups = groupsOfTriangles(faces, streams);
   mesh.corners = std::move(surface.vertexOf);
   mesh.records = std::move(records);
-  if (faces.onlyTriangles && !faces.hasCovers) return;
+  if (faces.onlyTriangles && mesh.corners.size() == 3 * faces.triangles) return;  // no covers
   for (auto* values : {&mesh.corners, &mesh.records}) {
     if (values->empty()) continue;
     if (faces.onlyTriangles) {
