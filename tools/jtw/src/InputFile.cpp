@@ -128,7 +128,7 @@ void showNotes(Session& session, const std::string& path, const JtPartition& par
 std::string jtFileOf(const std::string& path) {
   if (path.empty()) return path;
   const DocumentName name(path);
-  if (!name.isFolder || !ApiSysFilePath(path).isDirectory()) return name.path;
+  if (!name.isFolder || !ApiSysFilePath(path).isDirectory()) return path;
   std::string location;
   std::string file;
   if (!JtwManager::getFileNameFromDocument(openHostDocument(name), location, file))
@@ -138,7 +138,7 @@ std::string jtFileOf(const std::string& path) {
 }
 
 jt::Ref<JtStorageLocation> inputLocation(const std::string& path) {
-  return locationOf(path == "-" ? path : jtFileOf(path), kInputName);
+  return locationOf(jtFileOf(path), kInputName);
 }
 
 jt::Ref<JtStorageLocation> outputLocation(const std::string& path) {

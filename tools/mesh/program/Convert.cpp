@@ -19,7 +19,7 @@ namespace {
 bool isJt(const std::string& path) { return DocumentName(path).isJt; }
 
 jt::Ref<JtPartition> openWithParts(Session& session, const std::string& path) {
-  const std::string file = jtFileOf(path);
+  const std::string file = jtFileOf(DocumentName(path).path);
   jt::Ref<JtPartition> partition = openFile(session, file);
   if (!JtPartition::openAllPartitions(partition.get(), true))
     session.warn(file + ": some of the files that it names cannot be opened; they are left out");
@@ -83,7 +83,7 @@ ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCou
 }
 
 ExitCode jtToJt(Session& session, const std::string& input, const std::string& output) {
-  const jt::Ref<JtPartition> partition = openFile(session, jtFileOf(input));
+  const jt::Ref<JtPartition> partition = openFile(session, jtFileOf(DocumentName(input).path));
   if (const auto level = chosenLevel(session)) keepLevel(*partition, *level);
   jt::SaveOptions options;
   options.dryRun = session.arguments().has("dry-run");
