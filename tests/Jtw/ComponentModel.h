@@ -56,6 +56,7 @@ class ComponentModel {
       return false;
     Object& object = add(type, key);
     keyed_[key] = &object;
+    if (object.isPmi()) greatestOfPmi_ = std::max(greatestOfPmi_, key);
     hang(object, *parent);
     setPlace(object, place);
     return true;
@@ -100,7 +101,7 @@ class ComponentModel {
     Object* original = find(key);
     if (!original || original->type != JtwNode::JT_ENTITY_NODE || !original->parent) return 0;
     Object& copy = copyOf(*original, deep);
-    copy.key = keyed_.rbegin()->first + 1;
+    copy.key = std::max(keyed_.rbegin()->first, greatestOfPmi_) + 1;
     copy.nameWhenEmpty = nameOf(*original);
     keyed_[copy.key] = &copy;
     hang(copy, *original->parent);
@@ -204,4 +205,5 @@ class ComponentModel {
 
   std::vector<std::unique_ptr<Object>> all_;
   std::map<long, Object*> keyed_;
+  long greatestOfPmi_ = 0;  // of those that are gone, too
 };

@@ -1,9 +1,11 @@
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <limits>
 
 #include "ComponentFixture.h"
 #include "JtExportRoot.h"
+#include "JtFrameListProperty.h"
 
 namespace {
 
@@ -118,6 +120,94 @@ TEST_F(RootNodes, DeletingTakesTheObjectAndLeavesItsPmi) {
   frame(11, 2);
   EXPECT_TRUE(root_.deleteNode(key(2)));
   EXPECT_EQ(listing(root_), "(0 1 (2 4 ))");
+}
+
+TEST_F(RootNodes, ADeletedObjectIsForgottenWhereverItWasEntered) {
+  JtwBlock& two = block(2);
+  JtwBlock& three = block(3);
+  JtwBlock copy(two);
+  const auto apart = jt::make<VisMetaDataNode>();
+  const struct {
+    const char* what;
+    bool isFrame;
+    std::function<void(JtwNode&, JtwPMI*)> enter;
+  } cases[] = {
+      {"a second key", true, [](JtwNode& node, JtwPMI*) { node.setKey(key(51)); }},
+      {"a second key after reset", false,
+       [](JtwNode& node, JtwPMI*) {
+         node.reset(false);
+         node.setKey(key(51));
+       }},
+      {"a key of the map alone", false,
+       [this](JtwNode& node, JtwPMI*) { root_.addNodeToMapByKey(key(51), &node); }},
+      {"another JT node", false,
+       [this, &apart](JtwNode& node, JtwPMI*) { root_.addNodeByJtNode(apart.get(), &node); }},
+      {"listed twice", true, [&two](JtwNode&, JtwPMI* pmi) { two.addPMI(pmi); }},
+      {"a foreign list", true, [&three](JtwNode&, JtwPMI* pmi) { three.addPMI(pmi); }},
+      {"the list of a copy", true, [&](JtwNode&, JtwPMI*) { copy = two; }},
+      {"filed twice", true,
+       [&](JtwNode&, JtwPMI* pmi) {
+         root_.addJtwPMIToMap(three.jtNode(), pmi);
+         root_.addJtwPMIToMap(two.jtNode(), pmi);
+       }},
+      {"a key it was read with", true, [](JtwNode& node, JtwPMI*) { node.reset(false); }},
+  };
+  for (const auto& [what, isFrame, enter] : cases) {
+    JtwNode& node = isFrame ? static_cast<JtwNode&>(frame(50, 2)) : entity(50, 2);
+    enter(node, isFrame ? static_cast<JtwPMI*>(&node) : nullptr);
+    EXPECT_TRUE(root_.deleteNode(key(50))) << what;
+    EXPECT_FALSE(find(50) || find(51)) << what;
+    EXPECT_EQ(root_.nodeByJtNode(apart.get()), nullptr);
+    EXPECT_FALSE(two.hasPMIs() || three.hasPMIs() || copy.hasPMIs()) << what;
+    EXPECT_TRUE(root_.getJtwPMIsOfNode(two.jtNode()).empty()) << what;
+    EXPECT_TRUE(root_.getJtwPMIsOfNode(three.jtNode()).empty()) << what;
+  }
+}
+
+TEST_F(RootNodes, AFrameWithoutKeyBelongsToTheRoot) {
+  block(2);
+  JtwFrame& lost = frame(20, 2);
+  JtwFrame& regained = frame(21, 2);
+  JtwFrame copy(regained);
+  copy.reset(true);
+  EXPECT_EQ(find(21), &regained) << "the key is not the copy's";
+  lost.reset(true);
+  regained.reset(true);
+  EXPECT_TRUE(!find(20) && !find(21) && lost.key().isNull());
+  EXPECT_TRUE(regained.setKey(key(22)));
+  EXPECT_TRUE(root_.deleteNode(key(22)));
+
+  // One that was read without key is no different.
+  block(3);
+  JtFrameListProperty list;
+  list.frames().emplace_back();
+  setText(*find(3)->jtNode(), "KrWmFrames", list.toText().c_str());
+  static_cast<JtwBlock*>(find(3))->readKrFrames();
+  JtwPMI* const read = root_.getJtwPMIsOfNode(find(3)->jtNode()).at(0);
+  EXPECT_TRUE(read->setKey(key(40)));
+  EXPECT_EQ(find(40), read);
+}
+
+TEST_F(RootNodes, KeysOfDeletedPmiAreNotGivenAgain) {
+  block(2);
+  block(3, 2);
+  frame(20, 2);
+  root_.createPMIAnnotationNode(key(22), key(3), RTTran3D::unit)->setKey(key(24));
+  EXPECT_EQ(root_.PMIMaxProtoKey(), key(24));
+  EXPECT_TRUE(root_.deleteNode(key(22)));
+  EXPECT_EQ(jtw::nextFreeKey(root_), key(25));
+  entity(4);
+  EXPECT_EQ(root_.cloneEntityNode(key(4), true)->key(), key(25));
+
+  // Frames of a file that never recorded its keys, which go with what holds them.
+  JtFrameListProperty list;
+  list.frames().emplace_back().key = key(60);
+  setText(*find(3)->jtNode(), "KrWmFrames", list.toText().c_str());
+  static_cast<JtwBlock*>(find(3))->readKrFrames();
+  EXPECT_EQ(root_.PMIMaxProtoKey(), key(24)) << "reading changes nothing";
+  EXPECT_TRUE(root_.deleteNode(key(2)));
+  JtwRoot& again = reopened();
+  EXPECT_EQ(jtw::nextFreeKey(again), key(61));
 }
 
 TEST_F(RootNodes, ACopyHasAnIdentityOfItsOwnInTheSamePlace) {

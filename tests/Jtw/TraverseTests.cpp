@@ -13,10 +13,15 @@ class Traverse : public ComponentFixture {
     long stopBelow = -1;
     long endAfter = -1;
     JtwTraverse* inner = nullptr;
+    long deleteAt = -1;
+    std::vector<long> deleted;
 
     bool actOnNode(JtwNode* node) override {
       note("+", node);
       if (inner) inner->execute();
+      const bool deletes = node->key().getAsLong() == deleteAt;
+      for (const long itsKey : deletes ? deleted : std::vector<long>())
+        EXPECT_TRUE(root()->deleteNode(ApiProtoKey(itsKey)));
       return node->key().getAsLong() != stopBelow;
     }
     bool postActOnNode(JtwNode* node) override {
@@ -89,6 +94,44 @@ TEST_F(Traverse, VisitsComeDepthFirstAndAnswersSteer) {
   EXPECT_EQ(outer.log, "+2 +3 +4 -3 -2 ");
 
   EXPECT_FALSE(Walk(nullptr).execute());
+}
+
+TEST_F(Traverse, AVisitMayDeleteAnyObject) {
+  const struct {
+    long at;
+    std::vector<long> deleted;
+    const char* log;
+  } cases[] = {
+      {3, {3}, "root1 pmi1 +30 +2 pmi2 +20 +21 +22 +3 +4 -2 +5 +6 end1 "},  // a visited entity
+      {2, {2}, "root1 pmi1 +30 +2 +5 +6 end1 "},                            // a visited collection
+      {4, {2}, "root1 pmi1 +30 +2 pmi2 +20 +21 +22 +3 +4 +5 +6 end1 "},     // what is above
+      {20,
+       {21, 20},
+       "root1 pmi1 +30 +2 pmi2 +20 +22 +3 +4 -2 +5 +6 end1 "},      // itself and a later PMI
+      {20, {2}, "root1 pmi1 +30 +2 pmi2 +20 +21 +22 +5 +6 end1 "},  // the collection of a PMI
+      {5,
+       {3, 5},
+       "root1 pmi1 +30 +2 pmi2 +20 +21 +22 +3 +4 -2 +5 +6 end1 "},       // itself and a past one
+      {3, {4, 6}, "root1 pmi1 +30 +2 pmi2 +20 +21 +22 +3 -2 +5 end1 "},  // later ones
+  };
+  for (const auto& [at, deleted, log] : cases) {
+    JtwRoot& root = *registry().computeNewDocRoot(documentAt(folder_.folder("walked.kpak")));
+    root.setKey(key(1));
+    root.createBlockNode(key(2), key(1), RTTran3D::unit);
+    for (const long itsKey : {3, 4}) root.createEntityNode(key(itsKey), key(2), RTTran3D::unit);
+    for (const long itsKey : {5, 6}) root.createEntityNode(key(itsKey), key(1), RTTran3D::unit);
+    for (const long itsKey : {20, 21, 22})
+      root.createFrameNode(key(itsKey), key(2), RTTran3D::unit);
+    root.createFrameNode(key(30), key(1), RTTran3D::unit);
+    Walk walk(&root);
+    walk.withPmi = true;
+    walk.deleteAt = at;
+    walk.deleted = deleted;
+    EXPECT_TRUE(walk.execute());
+    EXPECT_EQ(walk.log, log) << at;
+    EXPECT_EQ(root.getAllNodes().size(), 10 - deleted.size());
+    registry().releaseAllRoots();
+  }
 }
 
 TEST_F(Traverse, PmiComeByTypeAndInListOrder) {

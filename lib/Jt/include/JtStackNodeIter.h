@@ -19,7 +19,9 @@ class JT_API JtStackNodeIter : public JtRefCounted {
   void setPostVisit(std::function<bool(JtNode*)> visit) { post_ = std::move(visit); }
 
   /// Walks from `start` down. Children added or removed below a node before its pre-visit returns
-  /// are taken into account. False when a visit stopped the walk.
+  /// are taken into account. A visit may also take the visited node and its siblings out of the
+  /// node above; the walk goes on with the next sibling that is left. False when a visit stopped
+  /// the walk.
   bool run(JtNode* start);
   /// The node above the one that is being visited on the current path; null at the start.
   JtNode* pathParent() const;
@@ -31,7 +33,11 @@ class JT_API JtStackNodeIter : public JtRefCounted {
     jt::Ref<JtNode> node;
     int nextChild = 0;
     bool skip = false;
+    // Compared only: the child that was visited last, and the one behind it at that time.
+    const JtNode* visited = nullptr;
+    const JtNode* following = nullptr;
   };
+  static void findPlace(Level& level);
   std::function<Next(JtNode*)> pre_;
   std::function<bool(JtNode*)> post_;
   std::vector<Level> stack_;

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <memory>
 #include <unordered_set>
-#include <vector>
 
 #include "JtwNode.h"
 
@@ -36,7 +34,7 @@ class JTW_API JtwCollection : public JtwNode {
   void setHasPreservedPMI(bool preserved);
 
   /// Reads the stored frames and makes their objects: those with a key join the PMI, the others are
-  /// kept aside. False when the metadata cannot be read or the value is of an unknown kind.
+  /// in no list. False when the metadata cannot be read or the value is of an unknown kind.
   bool loadFrames();
   /// Stores the frames among the PMI; frames without key are dropped. Without any PMI the property
   /// is removed. True unless there is no JT node.
@@ -56,16 +54,17 @@ class JTW_API JtwCollection : public JtwNode {
   bool KrFramesFound() const noexcept { return framesFound_; }
 
  protected:
-  /// Parts from the PMI and destroys the frames without key. The root calls it while all of them
-  /// are alive.
+  /// Parts from the PMI. The root calls it while all of them are alive.
   void uninit();
 
  private:
+  /// The PMI forgets one of its entries in this list.
+  void dropListing(JtwPMI& pmi);
+
   friend class JtwPMI;
   friend class JtwRoot;
 
   RWClassicTValOrderedVector<JtwPMI*> pmis_;
-  std::vector<std::shared_ptr<JtwPMI>> unkeyedFrames_;
   // Every PMI that names this collection, listed or not, so that none is left naming a dead one.
   std::unordered_set<JtwPMI*> namedBy_;
   bool framesRead_ = false;

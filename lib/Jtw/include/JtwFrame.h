@@ -10,7 +10,7 @@ class JTW_API JtwFrame : public JtwPMI {
   JtwFrame() = default;
   JtwFrame(JtwCollection* collection, JtwRoot* root) : JtwPMI(collection, root) {}
   /// From a stored record. The frame stays without key when the root maps the record's key to
-  /// another node.
+  /// another node; the root does not record the key as a new one.
   JtwFrame(JtwCollection* collection, const JtFrame& record, JtwRoot* root);
   JtwFrame(const JtwFrame&) = default;
   JtwFrame& operator=(const JtwFrame&) = default;

@@ -123,7 +123,9 @@ class JTW_API JtwNode {
   /// The root of the component; not owned.
   JtwRoot* root() const noexcept { return root_; }
 
-  /// Takes the key away and forgets what is cached.
+  /// Takes the key property away and forgets what is cached. A frame or annotation has no key
+  /// property: it keeps its key unless that is removed from the map, and belongs to the root in
+  /// either case.
   /// @param removeFromMap also take the key out of the root's map
   void reset(bool removeFromMap);
   /// Forgets the cached location, unit and colour of this wrapper.
@@ -174,7 +176,21 @@ class JTW_API JtwNode {
   void computeLocation();
   bool findOwnColor();
 
+  friend class JtwRoot;
+
+  /// How many entries of the root's maps lead to this wrapper. Copies are in no map, and assignment
+  /// changes no map.
+  struct MapEntries {
+    MapEntries() = default;
+    MapEntries(const MapEntries& /*other*/) noexcept {}
+    MapEntries& operator=(const MapEntries& /*other*/) noexcept { return *this; }
+
+    unsigned byKey = 0;
+    unsigned byJtNode = 0;
+  };
+
   jt::Ref<JtNode> jtNode_;
+  MapEntries entries_;
 
  protected:
   JtwRoot* root_ = nullptr;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "JtwLeaf.h"
 
 class JtwCollection;
@@ -30,12 +32,13 @@ class JTW_API JtwPMI : public JtwLeaf {
   /// A copy has the data and hangs on the same collection, but no list or map knows it.
   JtwPMI(const JtwPMI& other);
   JtwPMI& operator=(const JtwPMI& other);
-  /// Leaves the collection's list and the root's maps.
+  /// Leaves every list and the root's maps.
   ~JtwPMI() override;
 
   ApiProtoKey key() override { return data_.key; }
   /// False, and nothing changes, for a key that is not greater than 0 or that the root maps to a
-  /// node. A PMI that has a key takes another one too; the old entry of the map stays.
+  /// node. A PMI that has a key takes another one too; the old entry of the map stays until the PMI
+  /// is deleted. The root records the key as given (JtwRoot::PMIMaxProtoKey).
   bool setKey(const ApiProtoKey& key) override;
   RWClassicWString name() override { return data_.name; }
   void setName(const RWClassicWString& name) override { data_.name = name; }
@@ -81,14 +84,26 @@ class JTW_API JtwPMI : public JtwLeaf {
   /// The record; valid as long as the object.
   JtwNwObjData* KrData() noexcept { return &data_; }
 
+ protected:
+  /// As setKey() for a key that was read from the file: nothing is recorded.
+  bool takeStoredKey(const ApiProtoKey& key);
+
  private:
   void setCollection(JtwCollection* collection);
+  /// Leaves its collection and every other list of PMI that it is in.
+  void leaveLists();
+  /// The root forgets the key and owns the PMI without one.
+  void giveUpKey();
 
   friend class JtwCollection;
+  friend class JtwNode;
   friend class JtwRoot;
 
   JtwCollection* collection_ = nullptr;
   JtwNwObjData data_;
   int id_ = -1;
   jt::Ref<const JtNode> origin_;
+  // One element for each entry in a collection's list, so that no list keeps a dead PMI.
+  std::vector<JtwCollection*> listedIn_;
+  unsigned filings_ = 0;  // how often the root files it under a JT node
 };

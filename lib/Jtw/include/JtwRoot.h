@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "ApiDocument.h"
 #include "ApiDocumentRef.h"
@@ -117,16 +118,19 @@ class JTW_API JtwRoot : public JtwCollection {
   bool addNodeToMapByKey(const ApiProtoKey& key, JtwNode* node);
   /// The same under the wrapper's own key.
   bool addNodeToMap(JtwNode* node);
-  /// Forgets a key; the wrapper lives on and its owner is the caller unless it is also mapped by
-  /// its JT node. @return false when the key is unknown
+  /// Forgets a key; the wrapper lives on and its owner is the caller unless another key or its JT
+  /// node is mapped to it, or the root has adopted it. @return false when the key is unknown
   bool removeNodeFromMapByKey(const ApiProtoKey& key);
   /// Enters the wrapper over a JT node and takes ownership of it.
   /// @return false, changing nothing, when the JT node has a wrapper
   bool addNodeByJtNode(JtNode* jtNode, JtwNode* node);
   /// The wrapper over a JT node, not owned, or null.
   JtwNode* nodeByJtNode(JtNode* jtNode) const;
-  /// Takes a wrapper out of both maps; its owner is the caller from then on.
+  /// Takes a wrapper out of both maps, whatever keys it is mapped by; its owner is the caller from
+  /// then on.
   void forgetNode(JtwNode& node);
+  /// Takes ownership of a PMI that has no key: no map has it until it gets one. Null: nothing.
+  void adoptPMI(JtwPMI* pmi);
   /// All wrappers that have a key. Valid until a wrapper is added or removed.
   const RWClassicTValHashDictionary<ApiProtoKey, JtwNode*>& getAllNodes() const {
     return nodesByKey_;
@@ -152,7 +156,9 @@ class JTW_API JtwRoot : public JtwCollection {
   /// A copy of the entity of that key, under the same parent and with a free key; null when the key
   /// names no entity. @param withGeometry whether what lies below the part node is copied too
   JtwEntity* cloneEntityNode(const ApiProtoKey& key, const bool& withGeometry);
-  /// Deletes the object of that key with its JT node; its PMI stays with its collection.
+  /// Deletes the object of that key with its JT node; its PMI stays with its collection. Allowed
+  /// during a walk (JtwTraverse): what was deleted is not visited any more, and its wrapper is
+  /// destroyed when the walk ends.
   /// @return false when the key is unknown
   bool deleteNode(const ApiProtoKey& key);
 
@@ -164,7 +170,9 @@ class JTW_API JtwRoot : public JtwCollection {
   /// Files the PMI of a JT node under the JT node of the collection that each hangs on.
   void setJtwPMIsOfNodeToCollection(JtNode* jtNode);
 
-  /// The greatest key ever given to a PMI of this component; the null key when none is recorded.
+  /// The greatest key known to have been given to a PMI of this component, deleted ones included;
+  /// the null key when none is recorded. Recorded whenever a PMI is given a key, and for PMI that
+  /// were read from the file when they are deleted.
   ApiProtoKey PMIMaxProtoKey() const;
   /// Records it on the component node. A key that does not fit in 32 bits changes nothing.
   void setPMIMaxProtoKey(const ApiProtoKey& key);
@@ -215,6 +223,7 @@ class JTW_API JtwRoot : public JtwCollection {
 
  private:
   friend class JtwManager;
+  friend class JtwPMI;
   friend class JtwTraverse;
 
   bool initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error);
@@ -234,6 +243,17 @@ class JTW_API JtwRoot : public JtwCollection {
   void handleXformOnComponent(VisMetaDataNode* component);
   /// PMI that outlive their collection do not keep its JT node alive, and with it what hangs below.
   void partPMIsFromNode(JtwNode& node);
+  /// Takes a PMI from every JT node that it is filed under.
+  void removeJtwPMIFromMap(JtwPMI& pmi);
+  /// Raises the recorded greatest key of PMI to `key`.
+  void recordPMIKey(const ApiProtoKey& key);
+  /// Does so for the PMI that go with a node: its own and those of everything below.
+  void recordPMIKeysBelow(JtNode* node);
+  /// Takes a wrapper out of every map and list; it ends now or with the walk in progress.
+  void destroyNode(JtwNode& node);
+  bool isDeleted(const JtwNode* node) const { return !deleted_.empty() && deleted_.contains(node); }
+  void beginWalk() noexcept { ++walks_; }
+  void endWalk() noexcept;
   bool uninitialize();
   void destroyNodes();
 
@@ -245,7 +265,7 @@ class JTW_API JtwRoot : public JtwCollection {
 
   static const unsigned currentVersion_;
 
-  // A wrapper in either of the first two maps is destroyed with the root.
+  // A wrapper in either of the first two maps or in unkeyedPMIs_ is destroyed with the root.
   std::unique_ptr<jtw::WrapperTable> nodesByJtNode_;
   RWClassicTValHashDictionary<ApiProtoKey, JtwNode*> nodesByKey_{64};
   JT_LOADING_REPRESENTATION loadingRep_ = JT_LOAD_WITH_UNIT_PROPERTY;
@@ -255,6 +275,9 @@ class JTW_API JtwRoot : public JtwCollection {
   bool isNewCopy_ = false;
   RWClassicTValHashDictionary<const JtNode*, RWClassicTValOrderedVector<JtwPMI*>> pmisByJtNode_{64};
 
+  std::unordered_set<JtwNode*> unkeyedPMIs_;
+  unsigned walks_ = 0;  // walks in progress; until the last one ends, deleted wrappers are kept
+  std::unordered_map<const JtwNode*, std::unique_ptr<JtwNode>> deleted_;
   unsigned forgotten_ = 0;         // grows whenever a JT node loses its wrapper
   unsigned openError_ = 0;         // not 0 after a failed opening
   jt::Ref<JtGroup> group_;         // holds a component node that was taken out of its graph

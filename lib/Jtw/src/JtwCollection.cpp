@@ -36,18 +36,17 @@ JtwCollection::JtwCollection(JtNode* node, JtwRoot* root) : JtwNode(node, root) 
 
 JtwCollection::JtwCollection(const JtwCollection& other)
     : JtwNode(other),
-      pmis_(other.pmis_),
-      unkeyedFrames_(other.unkeyedFrames_),
       framesRead_(other.framesRead_),
       framesFound_(other.framesFound_),
-      pmisCalculated_(other.pmisCalculated_) {}
+      pmisCalculated_(other.pmisCalculated_) {
+  for (JtwPMI* pmi : other.pmis_) addPMI(pmi);
+}
 
 JtwCollection& JtwCollection::operator=(const JtwCollection& other) {
   if (this == &other) return *this;
   uninit();
   JtwNode::operator=(other);
-  pmis_ = other.pmis_;
-  unkeyedFrames_ = other.unkeyedFrames_;
+  for (JtwPMI* pmi : other.pmis_) addPMI(pmi);
   framesRead_ = other.framesRead_;
   framesFound_ = other.framesFound_;
   pmisCalculated_ = other.pmisCalculated_;
@@ -59,21 +58,36 @@ JtwCollection::~JtwCollection() { uninit(); }
 void JtwCollection::uninit() {
   // The list is emptied first, so that none of its entries has to be looked for in it.
   const auto listed = std::exchange(pmis_, {});
-  for (auto pmi = listed.rbegin(); pmi != listed.rend(); ++pmi)
+  for (auto pmi = listed.rbegin(); pmi != listed.rend(); ++pmi) {
+    dropListing(**pmi);
     if (namedBy_.contains(*pmi)) (*pmi)->clearParent();
+  }
   while (!namedBy_.empty()) (*namedBy_.begin())->clearParent();
-  unkeyedFrames_.clear();
 }
 
 // --- PMI
 
 void JtwCollection::addPMI(JtwPMI* pmi) {
-  if (pmi) pmis_.push_back(pmi);
+  if (!pmi) return;
+  pmi->listedIn_.push_back(this);
+  try {
+    pmis_.push_back(pmi);
+  } catch (...) {
+    pmi->listedIn_.pop_back();
+    throw;
+  }
 }
 
 void JtwCollection::removePMI(JtwPMI* pmi) {
   const auto found = std::find(pmis_.begin(), pmis_.end(), pmi);
-  if (found != pmis_.end()) pmis_.erase(found);
+  if (found == pmis_.end()) return;
+  pmis_.erase(found);
+  dropListing(*pmi);
+}
+
+void JtwCollection::dropListing(JtwPMI& pmi) {
+  const auto listing = std::find(pmi.listedIn_.begin(), pmi.listedIn_.end(), this);
+  if (listing != pmi.listedIn_.end()) pmi.listedIn_.erase(listing);
 }
 
 bool JtwCollection::checkForPreservePMI() {
@@ -102,7 +116,7 @@ void JtwCollection::readPMIKeysFromJT() {
   const auto keys = parseKeys(stored->stringToMbs());
   if (keys.size() != pmis_.size()) return;
   for (std::size_t i = 0; i < keys.size(); ++i)
-    if (pmis_[i]->key().isNull()) pmis_[i]->setKey(keys[i]);
+    if (pmis_[i]->key().isNull()) pmis_[i]->takeStoredKey(keys[i]);
 }
 
 // --- Frames
@@ -119,7 +133,7 @@ bool JtwCollection::loadFrames() {
     if (frame->key().getAsLong() > 0)
       addPMI(frame.release());  // its key made it the root's
     else
-      unkeyedFrames_.push_back(std::move(frame));
+      root_->adoptPMI(frame.release());
   }
   return true;
 }

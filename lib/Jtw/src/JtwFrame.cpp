@@ -7,7 +7,7 @@ JtwFrame::JtwFrame(JtwCollection* collection, const JtFrame& record, JtwRoot* ro
     : JtwPMI(collection, root) {
   setName(record.name);
   setDisplayState(record.colorSet);
-  setKey(record.key);
+  takeStoredKey(record.key);
   setAttributes(record.text);
   setAttachmentParent(record.secondKey, static_cast<AttachmentType>(record.number));
   setGlobalUniqueId(record.globalUniqueId);

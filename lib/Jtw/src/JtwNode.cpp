@@ -11,6 +11,7 @@
 #include "Jt.h"
 #include "JtGroup.h"
 #include "JtInstance.h"
+#include "JtwPMI.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
 #include "JtwSceneGraph.h"
@@ -68,8 +69,12 @@ void JtwNode::reset(bool removeFromMap) {
   const ApiProtoKey old = key();
   if (!old.isNull()) {
     // A PMI wraps the JT node of its collection, whose key is not its own.
-    if (!isOfTypePMI()) jtw::eraseProperty(jtNode(), Key::protoKey);
-    if (removeFromMap && root_) root_->removeNodeFromMapByKey(old);
+    if (isOfTypePMI()) {
+      if (removeFromMap) static_cast<JtwPMI*>(this)->giveUpKey();
+    } else {
+      jtw::eraseProperty(jtNode(), Key::protoKey);
+      if (removeFromMap && root_) root_->removeNodeFromMapByKey(old);
+    }
   }
   forgetCached();
 }

@@ -1,5 +1,7 @@
 #include "JtwPMI.h"
 
+#include <utility>
+
 #include "JtwCollection.h"
 #include "JtwPMIAnnotation.h"
 #include "JtwRoot.h"
@@ -28,9 +30,9 @@ JtwPMI& JtwPMI::operator=(const JtwPMI& other) {
 }
 
 JtwPMI::~JtwPMI() {
-  clearParent();
+  leaveLists();
   if (!root_) return;
-  if (origin_) root_->removeJtwPMIFromMap(origin_.get(), this);
+  root_->removeJtwPMIFromMap(*this);
   root_->forgetNode(*this);
 }
 
@@ -46,6 +48,12 @@ void JtwPMI::clearParent() {
   setCollection(nullptr);
 }
 
+void JtwPMI::leaveLists() {
+  clearParent();
+  for (JtwCollection* collection : std::exchange(listedIn_, {}))
+    std::erase(collection->pmis_, this);
+}
+
 void JtwPMI::setOriginJtNode(const JtNode* node) {
   if (origin_ == node) return;
   const jt::Ref<const JtNode> old = origin_;
@@ -56,12 +64,27 @@ void JtwPMI::setOriginJtNode(const JtNode* node) {
 }
 
 bool JtwPMI::setKey(const ApiProtoKey& key) {
+  if (!takeStoredKey(key)) return false;
+  root_->recordPMIKey(key);
+  return true;
+}
+
+bool JtwPMI::takeStoredKey(const ApiProtoKey& key) {
   if (!root_ || key.getAsLong() <= 0) return false;
   JtwNode* holder = nullptr;
   if (root_->getNodeByKey(key, holder) && holder) return false;
   if (!root_->addNodeToMapByKey(key, this)) return false;
   data_.key = key;
   return true;
+}
+
+void JtwPMI::giveUpKey() {
+  const ApiProtoKey old = std::exchange(data_.key, ApiProtoKey());
+  JtwNode* holder = nullptr;
+  // A copy has the key of the original, which keeps it.
+  if (!root_ || !root_->getNodeByKey(old, holder) || holder != this) return;
+  root_->adoptPMI(this);
+  root_->removeNodeFromMapByKey(old);
 }
 
 ApiProtoKey JtwPMI::parent() { return collection_ ? collection_->key() : ApiProtoKey(); }

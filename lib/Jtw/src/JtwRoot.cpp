@@ -209,6 +209,7 @@ void JtwRoot::destroyNodes() {
   std::unordered_set<JtwNode*> nodes;
   for (const auto& entry : nodesByKey_) nodes.insert(entry.second);
   nodesByJtNode_->forEach([&nodes](JtNode*, JtwNode* node) { nodes.insert(node); });
+  nodes.insert(unkeyedPMIs_.begin(), unkeyedPMIs_.end());
   nodes.erase(this);
   // Collections and PMI refer to each other: they part while all of them are alive.
   for (JtwNode* node : nodes)
@@ -218,7 +219,9 @@ void JtwRoot::destroyNodes() {
   nodesByKey_.clear();
   *nodesByJtNode_ = {};
   pmisByJtNode_.clear();
+  unkeyedPMIs_.clear();
   for (const JtwNode* node : nodes) delete node;
+  deleted_.clear();
 }
 
 bool JtwRoot::regroup(jt::Ref<JtGroup> group) {

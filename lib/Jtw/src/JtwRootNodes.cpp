@@ -117,24 +117,52 @@ bool JtwRoot::getNodeByKey(const ApiProtoKey& key, JtwNode*& node) const {
 }
 
 bool JtwRoot::addNodeToMapByKey(const ApiProtoKey& key, JtwNode* node) {
-  return node && !key.isNull() && nodesByKey_.emplace(key, node).second;
+  if (!node || key.isNull() || !nodesByKey_.emplace(key, node).second) return false;
+  ++node->entries_.byKey;
+  if (!unkeyedPMIs_.empty()) unkeyedPMIs_.erase(node);
+  return true;
 }
 
 bool JtwRoot::addNodeToMap(JtwNode* node) { return node && addNodeToMapByKey(node->key(), node); }
 
-bool JtwRoot::removeNodeFromMapByKey(const ApiProtoKey& key) { return nodesByKey_.erase(key) > 0; }
+bool JtwRoot::removeNodeFromMapByKey(const ApiProtoKey& key) {
+  const auto found = nodesByKey_.find(key);
+  if (found == nodesByKey_.end()) return false;
+  --found->second->entries_.byKey;
+  nodesByKey_.erase(found);
+  return true;
+}
 
 bool JtwRoot::addNodeByJtNode(JtNode* jtNode, JtwNode* node) {
-  return jtNode && node && nodesByJtNode_->insert(jtNode, node);
+  if (!jtNode || !node || !nodesByJtNode_->insert(jtNode, node)) return false;
+  ++node->entries_.byJtNode;
+  return true;
 }
 
 JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const { return nodesByJtNode_->find(jtNode); }
 
 void JtwRoot::forgetNode(JtwNode& node) {
   ++forgotten_;
+  unkeyedPMIs_.erase(&node);
   const auto byKey = nodesByKey_.find(node.key());
-  if (byKey != nodesByKey_.end() && byKey->second == &node) nodesByKey_.erase(byKey);
-  if (nodesByJtNode_->find(node.jtNode()) == &node) nodesByJtNode_->erase(node.jtNode());
+  if (byKey != nodesByKey_.end() && byKey->second == &node) {
+    nodesByKey_.erase(byKey);
+    --node.entries_.byKey;
+  }
+  if (nodesByJtNode_->find(node.jtNode()) == &node) {
+    nodesByJtNode_->erase(node.jtNode());
+    --node.entries_.byJtNode;
+  }
+  // It may have had other keys and another JT node before. That is rare enough for a search.
+  if (node.entries_.byKey > 0)
+    std::erase_if(nodesByKey_, [&node](const auto& entry) { return entry.second == &node; });
+  if (node.entries_.byJtNode > 0) nodesByJtNode_->eraseAll(&node);
+  node.entries_.byKey = 0;
+  node.entries_.byJtNode = 0;
+}
+
+void JtwRoot::adoptPMI(JtwPMI* pmi) {
+  if (pmi) unkeyedPMIs_.insert(pmi);
 }
 
 bool JtwRoot::getFreeApiProtoKey(ApiProtoKey& key) const {
@@ -150,7 +178,9 @@ bool JtwRoot::getFreeApiProtoKey(ApiProtoKey& key) const {
 // --- PMI by the JT node they are filed under
 
 void JtwRoot::addJtwPMIToMap(const JtNode* jtNode, JtwPMI* pmi) {
-  if (jtNode && pmi) pmisByJtNode_[jtNode].push_back(pmi);
+  if (!jtNode || !pmi) return;
+  pmisByJtNode_[jtNode].push_back(pmi);
+  ++pmi->filings_;
 }
 
 void JtwRoot::removeJtwPMIFromMap(const JtNode* jtNode, JtwPMI* pmi) {
@@ -158,8 +188,19 @@ void JtwRoot::removeJtwPMIFromMap(const JtNode* jtNode, JtwPMI* pmi) {
   if (found == pmisByJtNode_.end()) return;
   auto& pmis = found->second;
   const auto at = std::find(pmis.begin(), pmis.end(), pmi);
-  if (at != pmis.end()) pmis.erase(at);
+  if (at != pmis.end()) {
+    pmis.erase(at);
+    --pmi->filings_;
+  }
   if (pmis.empty()) pmisByJtNode_.erase(found);
+}
+
+void JtwRoot::removeJtwPMIFromMap(JtwPMI& pmi) {
+  if (pmi.origin_) removeJtwPMIFromMap(pmi.origin_.get(), &pmi);
+  if (pmi.filings_ == 0) return;
+  for (auto& [jtNode, pmis] : pmisByJtNode_) std::erase(pmis, &pmi);
+  std::erase_if(pmisByJtNode_, [](const auto& entry) { return entry.second.empty(); });
+  pmi.filings_ = 0;
 }
 
 RWClassicTValOrderedVector<JtwPMI*> JtwRoot::getJtwPMIsOfNode(const JtNode* jtNode) const {
@@ -186,6 +227,21 @@ void JtwRoot::setPMIMaxProtoKey(const ApiProtoKey& key) {
   const long value = key.getAsLong();
   if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max()) return;
   jtw::setInt(jtNode(), Key::pmiMaxProtoKey, static_cast<int>(value), true);
+}
+
+void JtwRoot::recordPMIKey(const ApiProtoKey& key) {
+  if (PMIMaxProtoKey() < key) setPMIMaxProtoKey(key);
+}
+
+void JtwRoot::recordPMIKeysBelow(JtNode* node) {
+  ApiProtoKey greatest;
+  jtw::forEachBelow(node, [this, &greatest](JtNode& below) {
+    JtwNode* wrapper = nodesByJtNode_->find(&below);
+    if (!wrapper || wrapper->isCollection() == 0) return;
+    for (JtwPMI* pmi : static_cast<JtwCollection*>(wrapper)->namedBy_)
+      greatest = std::max(greatest, pmi->key());
+  });
+  if (!greatest.isNull()) recordPMIKey(greatest);
 }
 
 // --- Making objects
@@ -238,6 +294,7 @@ JtwEntity* JtwRoot::cloneEntityNode(const ApiProtoKey& key, const bool& withGeom
   if (!getNodeByKey(key, original) || !original || original->type() != JT_ENTITY_NODE ||
       !getFreeApiProtoKey(free))
     return nullptr;
+  free = std::max(free, ++PMIMaxProtoKey());
   JtwNode* parent = original->parentNode();
   auto* group = parent ? jt::as<JtGroup>(parent->jtNode()) : nullptr;
   if (!group || group->isOpaque()) return nullptr;
@@ -265,20 +322,31 @@ bool JtwRoot::deleteNode(const ApiProtoKey& key) {
   if (!getNodeByKey(key, node) || !node || node == this) return false;
   if (node->isOfTypePMI()) {
     auto* pmi = static_cast<JtwPMI*>(node);
-    pmi->clearParent();
+    recordPMIKey(std::max(key, pmi->key()));
+    pmi->leaveLists();
     pmi->setOriginJtNode(nullptr);
+    removeJtwPMIFromMap(*pmi);
   } else if (JtNode* jtNode = node->jtNode()) {
     JtNode* above = jtNode->parent(0);
     if (above && above->isOpaque()) return false;
+    recordPMIKeysBelow(jtNode);
     setJtwPMIsOfNodeToCollection(jtNode);
     partPMIsFromNode(*node);
     jtw::cutChild(above, jtNode);
-    if (nodesByJtNode_->find(jtNode) == node) nodesByJtNode_->erase(jtNode);
   }
-  nodesByKey_.erase(key);
-  ++forgotten_;
-  delete node;
+  destroyNode(*node);
   return true;
+}
+
+void JtwRoot::destroyNode(JtwNode& node) {
+  forgetNode(node);
+  if (node.isCollection() != 0) static_cast<JtwCollection&>(node).uninit();
+  std::unique_ptr<JtwNode> ended(&node);
+  if (walks_ > 0) deleted_.emplace(&node, std::move(ended));
+}
+
+void JtwRoot::endWalk() noexcept {
+  if (--walks_ == 0) deleted_.clear();
 }
 
 // --- Writing

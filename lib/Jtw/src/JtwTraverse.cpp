@@ -24,10 +24,15 @@ using jtw::Key;
 
 /// What a walk knows while it runs.
 struct JtwTraverse::Walk {
-  explicit Walk(Walk*& slot) : slot_(slot), outer_(std::exchange(slot, this)) {}
+  Walk(Walk*& slot, JtwRoot& root) : slot_(slot), outer_(std::exchange(slot, this)), root_(root) {
+    root_.beginWalk();
+  }
   Walk(const Walk&) = delete;
   Walk& operator=(const Walk&) = delete;
-  ~Walk() { slot_ = outer_; }
+  ~Walk() {
+    slot_ = outer_;
+    root_.endWalk();
+  }
 
   /// False when the node was visited before. Only a node with several parents can be.
   bool isFirstVisit(const JtNode* node) {
@@ -46,6 +51,7 @@ struct JtwTraverse::Walk {
  private:
   Walk*& slot_;
   Walk* outer_;
+  JtwRoot& root_;
   std::unordered_set<const JtNode*> shared_;
 };
 
@@ -73,7 +79,7 @@ bool JtwTraverse::getKrTypeProperty(JtNode* node, ApiObjType& type) {
 
 bool JtwTraverse::execute() try {
   if (!root_ || !root_->jtNode()) return false;
-  Walk walk(impl_);
+  Walk walk(impl_, *root_);
   const auto iterator = jt::make<JtStackNodeIter>();
   iterator->setPreVisit([this, &walk](JtNode* node) {
     walk.path.push_back({.visited = walk.isFirstVisit(node)});
@@ -119,11 +125,12 @@ bool JtwTraverse::internalPreNode(JtNode* node) {
 
 bool JtwTraverse::internalActOnWrapper(JtwNode* wrapper) {
   if (wrapper == root_) return internalActOnRoot();
-  const bool below = actOnNode(wrapper);
-  if (wrapper->isCollection() == 0) return below;
+  // The host may delete any object while one is visited.
+  const bool below = actOnNode(wrapper) && !root_->isDeleted(wrapper);
+  if (root_->isDeleted(wrapper) || wrapper->isCollection() == 0) return below;
   auto* collection = static_cast<JtwCollection*>(wrapper);
   traversePMIs(collection, collection);
-  return below && shouldContinue(wrapper);
+  return below && !root_->isDeleted(wrapper) && shouldContinue(wrapper);
 }
 
 bool JtwTraverse::internalPostWrapper(JtwNode* wrapper) {
@@ -151,7 +158,7 @@ bool JtwTraverse::internalActOnPart(VisPartNode* part) {
   JtwEntity* const entity = made.release();
   // A part of a native file has no key, and is none the less one of the objects.
   root_->addNodeToMap(entity);
-  return actOnNode(entity);
+  return actOnNode(entity) && !root_->isDeleted(entity);
 }
 
 bool JtwTraverse::internalActOnRoot() {
@@ -213,7 +220,7 @@ void JtwTraverse::handlePMIOnExplodedNode(JtNode* node) {
   if (!wrapper || wrapper->isCollection() == 0) return;
   JtwCollection* shownAt = root_;
   for (const Walk::Step& step : impl_->path)
-    if (step.wrapper && step.wrapper->isCollection() != 0)
+    if (step.wrapper && !root_->isDeleted(step.wrapper) && step.wrapper->isCollection() != 0)
       shownAt = static_cast<JtwCollection*>(step.wrapper);
   traversePMIs(static_cast<JtwCollection*>(wrapper), shownAt);
 }
@@ -234,5 +241,6 @@ void JtwTraverse::traversePMIs(JtwCollection* collection, JtwCollection* shownAt
   };
   std::stable_sort(pmis.begin(), pmis.end(),
                    [&rank](JtwPMI* a, JtwPMI* b) { return rank(a) < rank(b); });
-  for (JtwPMI* pmi : pmis) actOnNode(pmi);
+  for (JtwPMI* pmi : pmis)
+    if (!root_->isDeleted(pmi)) actOnNode(pmi);
 }

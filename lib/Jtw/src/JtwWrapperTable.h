@@ -49,6 +49,15 @@ class WrapperTable {
     entries_[gap] = {};
   }
 
+  /// Takes a wrapper from every JT node that it is entered for.
+  void eraseAll(const JtwNode* wrapper) {
+    std::vector<const JtNode*> jtNodes;
+    forEach([&](const JtNode* jtNode, const JtwNode* entered) {
+      if (entered == wrapper) jtNodes.push_back(jtNode);
+    });
+    for (const JtNode* jtNode : jtNodes) erase(jtNode);
+  }
+
   template <class Act>
   void forEach(Act act) const {
     for (const Entry& entry : entries_)

@@ -1,5 +1,6 @@
 #include "Jt.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -59,6 +60,14 @@ void JtLib::fini() { JtResidencyRequestManager::instance().stop(); }
 
 // --- JtStackNodeIter
 
+namespace {
+
+JtNode* childAt(const JtNode& node, int index) {
+  return index < node.numChildren() ? node.child(index) : nullptr;
+}
+
+}  // namespace
+
 bool JtStackNodeIter::run(JtNode* start) {
   stack_.clear();
   if (!start) return true;
@@ -71,14 +80,36 @@ bool JtStackNodeIter::run(JtNode* start) {
   if (!enter(start)) return false;
   while (!stack_.empty()) {
     Level& level = stack_.back();
+    findPlace(level);
     if (!level.skip && level.nextChild < level.node->numChildren()) {
-      if (!enter(level.node->child(level.nextChild++))) return false;
+      JtNode* const child = level.node->child(level.nextChild++);
+      level.visited = child;
+      level.following = childAt(*level.node, level.nextChild);
+      if (!enter(child)) return false;
       continue;
     }
     if (post_ && !post_(level.node.get())) return false;
     stack_.pop_back();
   }
   return true;
+}
+
+/// Sets `nextChild` again when children were added or removed while one was visited.
+void JtStackNodeIter::findPlace(Level& level) {
+  if (level.nextChild == 0 || childAt(*level.node, level.nextChild) == level.following) return;
+  const int count = level.node->numChildren();
+  const auto find = [&](const JtNode* child) {
+    int index = 0;
+    while (index < count && level.node->child(index) != child) ++index;
+    return index;
+  };
+  const int visited = find(level.visited);
+  if (visited < count) {
+    level.nextChild = visited + 1;
+    return;
+  }
+  const int following = level.following ? find(level.following) : count;
+  level.nextChild = following < count ? following : std::min(level.nextChild - 1, count);
 }
 
 JtNode* JtStackNodeIter::pathParent() const {
