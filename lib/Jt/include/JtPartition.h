@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -66,10 +67,12 @@ struct SaveReport {
   std::vector<SaveWarning> warnings;
 };
 
-/// The text of the last failure that this thread met behind an operation that reports by its
-/// result; empty when there was none. Valid until the next failure.
+/// Why the last operation of this thread that reports by its result failed: the file and the
+/// reason. Operations that can fail begin by clearing it. Valid until the next operation.
 JT_API const std::string& lastError();
 JT_API void setLastError(std::string text);
+/// The same for an exception: its text, behind the name of the file unless it names it already.
+JT_API void setLastError(const std::exception& failure, const std::string& file);
 
 namespace file {
 class Container;
@@ -111,8 +114,10 @@ class JT_API JtPartition : public JtGroup {
   /// opened.
   static bool openAllPartitions(JtPartition* partition, bool recursive);
   /// Drops the content: children and opened files. Nodes that somebody else holds stay usable, and
-  /// background loads that still run keep what they read. What was not saved is lost.
+  /// background loads that still run keep what they read. What was not saved is lost, and a closed
+  /// partition cannot be saved.
   void close();
+  bool isClosed() const noexcept { return isClosed_; }
   /// How often the content was opened and not closed again; 0 for a closed partition.
   int openCount() const noexcept { return openCount_; }
   /// True: sub-partitions are left for openAllPartitions. Set while opening.
@@ -165,7 +170,8 @@ class JT_API JtPartition : public JtGroup {
   /// Writes the partition to `location` (null: its own). Untouched segments are copied byte for
   /// byte, the scene graph is encoded only when something in it changed. Either everything is
   /// written or the old bytes stay. Partitions below that stand for other files and were changed
-  /// are saved to their own locations first. Throws JtFormatError.
+  /// are saved to their own locations first. Throws JtFormatError: "closed" for a closed partition,
+  /// "no_location", and what JtStorageManager::save throws.
   jt::SaveReport save(JtStorageLocation* location = nullptr, const jt::SaveOptions& options = {});
   /// Writes the partition to its own location, and partitions below that stand for other files and
   /// were changed to theirs. Throws JtFormatError.
@@ -177,7 +183,7 @@ class JT_API JtPartition : public JtGroup {
   jt::SaveReport saveAs(JtNode* root, JtStorageLocation* location,
                         const jt::SaveOptions& options = {});
   /// True when the scene graph, or metadata or PMI of a node, differs from the opened file. Files
-  /// that partitions below stand for do not count.
+  /// that partitions below stand for do not count. False for a closed partition.
   bool isContentModified() const;
 
   int numChildren() const noexcept override;
@@ -187,6 +193,7 @@ class JT_API JtPartition : public JtGroup {
   void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
 
  private:
+  void requireOpen(const JtStorageLocation& target) const;
   void attachExternal(jt::Ref<JtPartition> opened);
   bool openExternal(const JtPartition& referencing, struct JtExternalFiles& files);
 
@@ -196,6 +203,7 @@ class JT_API JtPartition : public JtGroup {
   friend class jt::file::FileWriter;
 
   int openCount_ = 0;
+  bool isClosed_ = false;
   jt::FileVersion version_;
   jt::Ref<JtStorageLocation> location_;
   mutable JtString datastoreLocation_;

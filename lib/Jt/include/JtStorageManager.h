@@ -49,7 +49,8 @@ struct FilePiece {
 
 /// Something that went less well than wished although the save is done.
 struct SaveWarning {
-  std::string code;  ///< stable: "saved_not_durable", "links_broken", "attributes_not_copied"
+  /// Stable: "saved_not_durable", "saved_not_reopened", "links_broken", "attributes_not_copied".
+  std::string code;
   std::string message;
 };
 
@@ -59,10 +60,14 @@ struct StorageSaveOptions {
   /// The file that was opened; when the target is no longer this one the save fails with
   /// "changed_on_disk" and replaces nothing. Nothing: no check (a new file, another target).
   std::optional<FileIdentity> expected;
+  /// The save makes a new file: when there is one already it fails with "exists".
+  bool createOnly = false;
 };
 
 struct StorageSaveResult {
   std::vector<SaveWarning> warnings;
+  /// Of the file that was written; nothing for a stream.
+  std::optional<FileIdentity> identity;
 };
 
 }  // namespace jt
@@ -76,7 +81,8 @@ class JT_API JtStorageManager : public JtRefCounted {
 
   /// Replaces what lies at the location by the pieces, one after the other: afterwards the place
   /// holds either all of them or exactly what was there before. Throws JtFormatError with the codes
-  /// "read_only", "unwritable", "no_space", "write_failed", "changed_on_disk", "verify_failed".
+  /// "read_only", "unwritable", "no_space", "write_failed", "changed_on_disk", "exists",
+  /// "verify_failed". Once the place holds the new pieces nothing is thrown any more.
   virtual jt::StorageSaveResult save(const JtStorageLocation& location,
                                      std::span<const jt::FilePiece> pieces,
                                      const jt::StorageSaveOptions& options);

@@ -7,13 +7,32 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
+#include <cstdlib>
 #include <functional>
+#include <new>
 #include <random>
+#include <sstream>
 #include <thread>
 
 #include "JtFormatError.h"
+#include "JtPartition.h"
 #include "JtStorageManager.h"
 #include "storage/TempFolder.h"
+
+namespace {
+/// How many allocations of this thread succeed before one fails; negative: all.
+thread_local long allocationsLeft = -1;
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (allocationsLeft >= 0 && allocationsLeft-- == 0) throw std::bad_alloc();
+  if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -107,7 +126,8 @@ TEST(Save, KeepsModeOwnerListAndAttributes) {
   const std::string path = folder.write("a.jt", "old");
   const bool root = ::geteuid() == 0;
   ASSERT_TRUE(!root || ::chown(path.c_str(), 1234, 1235) == 0);
-  ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  // The bits that let a program run with the rights of its owner are not for other content.
+  ASSERT_EQ(::chmod(path.c_str(), 06750), 0);
   ::setxattr(path.c_str(), "user.origin", "press", 5, 0);
   const std::string list = accessList(6, 4, 4, 6, 0);
   ::setxattr(path.c_str(), "system.posix_acl_access", list.data(), list.size(), 0);
@@ -120,7 +140,7 @@ TEST(Save, KeepsModeOwnerListAndAttributes) {
   EXPECT_EQ(saveText(path, "new", strict), "");
   EXPECT_EQ(contentOf(path), "new");
   const struct stat after = statOf(path);
-  EXPECT_EQ(after.st_mode, before.st_mode);
+  EXPECT_EQ(after.st_mode, before.st_mode & ~mode_t{S_ISUID | S_ISGID});
   EXPECT_EQ(after.st_uid, before.st_uid);
   EXPECT_EQ(after.st_gid, before.st_gid);
   EXPECT_EQ(attribute(path, "user.origin"), origin);
@@ -249,6 +269,123 @@ TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {
   EXPECT_EQ(folder.names(), Names{"b.jt"});
 }
 
+/// Moves another file with this content to the path, as a save does.
+void replaceFile(const std::string& path, const std::string& content) {
+  std::ofstream(path + ".other") << content;
+  fs::rename(path + ".other", path);
+}
+
+TEST(Save, WaitsForTheOneThatReplacesTheSameFile) {
+  const TempFolder folder;
+  for (const bool replaced : {false, true}) {
+    const std::string path = folder.write("a.jt", "old");
+    const jt::StorageSaveOptions options{.expected = openImage(path)->identity()};
+    const int other = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    std::atomic<bool> saved = false;
+    std::thread saver([&] {
+      EXPECT_EQ(saveText(path, "new", options), replaced ? "changed_on_disk" : "");
+      saved = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(saved);
+    if (replaced) replaceFile(path, "other");
+    ::close(other);
+    saver.join();
+    EXPECT_EQ(contentOf(path), replaced ? "other" : "new");
+  }
+}
+
+TEST(Save, MakesANewFileOnlyWhereThereIsNone) {
+  const TempFolder folder;
+  const std::string path = folder / "a.jt";
+  EXPECT_EQ(saveText(path, "first", {.expected = {}, .createOnly = true}), "");
+  EXPECT_EQ(saveText(path, "second", {.expected = {}, .createOnly = true}), "exists");
+  // Made by another program while the save goes on.
+  const std::string late = folder / "late.jt";
+  const auto intruder = jt::make<Intruder>([&] { folder.write("late.jt", "other"); });
+  const jt::FilePiece piece{intruder->bytes(), intruder.get(), 0};
+  EXPECT_THROW(save(late, {&piece, 1}, {.expected = {}, .createOnly = true}), JtFormatError);
+  EXPECT_EQ(contentOf(path) + contentOf(late), "firstother");
+  EXPECT_EQ(folder.names(), (Names{"a.jt", "late.jt"}));
+}
+
+TEST(Save, FailsOfLackOfMemoryOnlyBeforeTheFileIsReplaced) {
+  const TempFolder folder;
+  const std::string path = folder.write("a.jt", "old");
+  fs::create_hard_link(path, folder / "other");  // a warning takes memory
+  const jt::FilePiece piece{bytesOf("new")};
+  const JtFSStorageLocation location("", path);
+  const auto manager = JtStorageManager::current();
+  bool isDone = false;
+  for (long n = 0; !isDone; ++n) {
+    ASSERT_LT(n, 10'000);
+    try {
+      allocationsLeft = n;
+      isDone = manager->save(location, {&piece, 1}, {}).warnings.size() == 1;
+    } catch (const std::bad_alloc&) {
+      EXPECT_EQ(contentOf(path), "old") << n;
+    }
+    allocationsLeft = -1;
+  }
+  EXPECT_EQ(contentOf(path), "new");
+  EXPECT_EQ(folder.names(), (Names{"a.jt", "other"}));
+}
+
+/// Lets somebody act right after a save, and does not open or identify what it wrote if asked to.
+class Watched : public JtStorageManager {
+ public:
+  jt::Ref<jt::FileImage> open(const JtStorageLocation& location) override {
+    if (hides) throw JtFormatError("unreadable", "hidden");
+    return JtStorageManager::open(location);
+  }
+  jt::StorageSaveResult save(const JtStorageLocation& location,
+                             std::span<const jt::FilePiece> pieces,
+                             const jt::StorageSaveOptions& options) override {
+    jt::StorageSaveResult result = JtStorageManager::save(location, pieces, options);
+    if (hides) result.identity.reset();
+    if (afterwards) afterwards();
+    return result;
+  }
+  bool hides = false;
+  std::function<void()> afterwards;
+};
+
+TEST(Save, OfAPartitionKnowsItsOwnFileFromAnother) {
+  const TempFolder folder;
+  const std::string path = folder / "a.jt";
+  fs::copy_file(JTW_TEST_DATA "/tiny95.jt", path);
+  const auto manager = jt::make<Watched>();
+  jt::installStorageManager(manager.get());
+  const auto place = jt::make<JtFSStorageLocation>("", path);
+  JtPartition* opened = nullptr;
+  JtPartition::openPartition(place.get(), nullptr, opened);
+  const auto partition = jt::Ref<JtPartition>::adopt(opened);
+  const auto saved = [&] {
+    const auto key = jt::make<JtStringPropAtom>(JtString("key"));
+    partition->addProperty(key.get(), jt::make<JtStringPropAtom>(JtString("edited")).get(), true);
+    try {
+      std::string codes;
+      for (const auto& warning : partition->save().warnings) codes += warning.code;
+      return codes;
+    } catch (const JtFormatError& error) {
+      return error.code();
+    }
+  };
+  EXPECT_EQ(saved(), "");
+  EXPECT_EQ(saved(), "") << "its own file is no other one";
+  manager->hides = true;
+  EXPECT_EQ(saved(), "saved_not_reopened") << "the save is done all the same";
+  EXPECT_EQ(saved(), "changed_on_disk");
+  manager->hides = false;
+  partition->setStorageLocation(jt::make<JtFSStorageLocation>("", folder / "b.jt").get());
+  manager->afterwards = [&] { replaceFile(folder / "b.jt", "of another program"); };
+  EXPECT_EQ(saved(), "") << "a new place";
+  EXPECT_EQ(saved(), "changed_on_disk");
+  EXPECT_EQ(contentOf(folder / "b.jt"), "of another program");
+  jt::installStorageManager(nullptr);
+}
+
 TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
   const TempFolder folder;
   const std::string path = folder.write("a.jt", "old");
@@ -288,6 +425,37 @@ TEST(Save, KeepsOneWholeContentWhenManySaveAtOnce) {
   const std::string found = contentOf(path);
   EXPECT_TRUE(found == content(found[0] - 'a'));
   EXPECT_EQ(folder.names(), Names{"a.jt"});
+}
+
+TEST(Save, OfManyAtOnceLosesNoneThatItReported) {
+  const TempFolder folder;
+  const std::string path = folder.write("a.jt", "");
+  std::array<std::string, 4> reported;
+  std::vector<std::thread> threads;
+  for (std::string& mine : reported)
+    threads.emplace_back([&mine, &path, name = 'a' + (&mine - reported.data())] {
+      for (int round = 0; round < 100; ++round) {
+        const auto image = openImage(path);
+        const auto old = image->bytes();
+        const std::string line = static_cast<char>(name) + std::to_string(round) + ' ';
+        const jt::FilePiece pieces[] = {{old, image.get(), 0}, {bytesOf(line)}};
+        try {
+          save(path, pieces, {.readBack = false, .expected = image->identity()});
+          mine += line;
+        } catch (const JtFormatError& error) {
+          EXPECT_EQ(error.code(), "changed_on_disk");
+        }
+      }
+    });
+  for (std::thread& thread : threads) thread.join();
+  const std::string found = contentOf(path);
+  for (const std::string& lines : reported) {
+    std::string mine;
+    std::istringstream words(found);
+    for (std::string word; words >> word;)
+      if (word[0] == lines[0]) mine += word + ' ';
+    EXPECT_EQ(mine, lines);
+  }
 }
 
 }  // namespace

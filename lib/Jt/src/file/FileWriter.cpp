@@ -1,6 +1,7 @@
 #include "FileWriter.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <unordered_map>
 #include <unordered_set>
@@ -97,8 +98,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     for (const Segment& segment : segments_) report_.segments.push_back(segment.action);
   }
   if (!options_.dryRun) {
-    const StorageSaveResult result = store(location, pieces);
-    report_.warnings.insert(report_.warnings.end(), result.warnings.begin(), result.warnings.end());
+    store(location, pieces);
   }
   return std::move(report_);
 }
@@ -334,19 +334,34 @@ Buffer FileWriter::frontMatter() {
   return std::move(out).take();
 }
 
-StorageSaveResult FileWriter::store(JtStorageLocation& location,
-                                    const std::vector<FilePiece>& pieces) {
+void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>& pieces) {
   const Ref<JtStorageManager> manager = JtStorageManager::current();
   StorageSaveOptions storage = options_.storage;
   const JtStorageLocation* own = partition_.storageLocation();
   const bool inPlace = own && own->displayName() == location.displayName();
   if (inPlace && !storage.expected) {
     storage.expected = partition_.savedAs_;
-    if (!storage.expected && container_) storage.expected = container_->image().identity();
+    // A partition that was given another place goes there for the first time.
+    if (!storage.expected && container_ && container_->image().name() == report_.file)
+      storage.expected = container_->image().identity();
   }
+  constexpr std::size_t kMostWarnings = 8;
+  report_.warnings.reserve(report_.warnings.size() + kMostWarnings);
+  SaveWarning notReopened{"saved_not_reopened",
+                          "saved, but the new file cannot be opened; open it again before the "
+                          "next save"};
   StorageSaveResult result = manager->save(location, pieces, storage);
-  if (inPlace) partition_.savedAs_ = manager->open(location)->identity();
-  return result;
+  // From here on the save is done, and nothing may make a failure of it.
+  if (inPlace && !result.identity && storage.expected) {
+    try {
+      result.identity = manager->open(location)->identity();
+    } catch (...) {
+      result.identity = storage.expected;
+      report_.warnings.push_back(std::move(notReopened));
+    }
+  }
+  if (inPlace) partition_.savedAs_ = result.identity;
+  std::ranges::move(result.warnings, std::back_inserter(report_.warnings));
 }
 
 }  // namespace jt::file

@@ -43,7 +43,7 @@ class FileWriter {
   Segment converted(const TocEntry& entry);
   Segment dropped(const TocEntry& entry, std::string reason) const;
   Buffer frontMatter();
-  StorageSaveResult store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
+  void store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
   std::string versionText() const;
   Buffer encodeNew(const NewSegment& segment, codec::Report& losses) const;
   void warn(const char* code, const std::string& message);

@@ -187,6 +187,7 @@ void JtPartition::close() {
   if (scene_) scene_->shapes().stopLoading();
   scene_ = nullptr;
   openCount_ = 0;
+  isClosed_ = true;
 }
 
 // --- Where and what
@@ -252,8 +253,16 @@ void JtPartition::setShapeEncoding(const std::optional<jt::ShapeEncoding>& encod
 
 bool JtPartition::isContentModified() const {
   using jt::file::SceneWriter;
-  return SceneWriter::isChanged(*this, scene_.get()) ||
-         !SceneWriter::changedMetaData(SceneWriter::nodesOf(*this)).empty();
+  return !isClosed_ && (SceneWriter::isChanged(*this, scene_.get()) ||
+                        !SceneWriter::changedMetaData(SceneWriter::nodesOf(*this)).empty());
+}
+
+/// A closed partition has no content: saving it would replace a good file by an empty one.
+void JtPartition::requireOpen(const JtStorageLocation& target) const {
+  if (isClosed_)
+    throw JtFormatError(
+        "closed", "the partition is closed; open the file again before it is saved",
+        {.file = target.displayName().stringToMbs(), .segment = {}, .element = {}, .offset = {}});
 }
 
 namespace {
@@ -288,6 +297,7 @@ jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOpti
   JtStorageLocation* target = location ? location : location_.get();
   if (!target)
     throw JtFormatError("no_location", "the partition has no storage location to be saved to");
+  requireOpen(*target);
   if (!options.dryRun) {
     // A file may stand below one that was not changed, and in many places.
     const std::vector<ExternalFile> files = externalFilesBelow(*this, options.shapeEncoding);
@@ -309,6 +319,7 @@ jt::SaveReport JtPartition::saveAs(JtNode* root, JtStorageLocation* location,
   if (!root || !location)
     throw JtFormatError("no_location", "a new file needs content and a storage location");
   if (root == this) return save(location, options);
+  requireOpen(*location);
   auto top = jt::make<JtPartition>();
   JtPropAtom* key = nullptr;
   JtPropAtom* value = nullptr;

@@ -1,3 +1,5 @@
+#include <new>
+
 #include "JtPartition.h"
 
 namespace {
@@ -12,3 +14,10 @@ std::string& slot() {
 const std::string& jt::lastError() { return slot(); }
 
 void jt::setLastError(std::string text) { slot() = std::move(text); }
+
+void jt::setLastError(const std::exception& failure, const std::string& file) {
+  std::string text =
+      dynamic_cast<const std::bad_alloc*>(&failure) ? "out of memory" : failure.what();
+  if (!file.empty() && text.find(file) == std::string::npos) text.insert(0, file + ": ");
+  slot() = std::move(text);
+}

@@ -43,6 +43,7 @@ Stored storedOf(const JtLateLoadedPropAtom& atom) {
 /// The geometry of a shape: what is held, else what `decode` makes of the stored segment.
 template <class Decode>
 std::shared_ptr<const jt::Mesh> meshOf(const JtShape& shape, const Decode& decode) {
+  jt::setLastError({});
   try {
     const JtLateLoadedPropAtom* atom = geometryAtom(shape);
     if (!atom) return {};

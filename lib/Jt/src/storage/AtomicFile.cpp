@@ -1,9 +1,12 @@
 #include "storage/AtomicFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
+#include <thread>
 
 #include "storage/Descriptor.h"
 #include "storage/FileAttributes.h"
@@ -76,15 +79,22 @@ void requireReplaceable(const Target& target, const SaveErrors& errors) {
     errors.raise("read_only", "the file is read-only; make it writable, or save elsewhere");
 }
 
-void requireUnchanged(const Target& target, const StorageSaveOptions& options,
+/// @param now what is in the place of the target
+void requireUnchanged(const std::optional<struct stat>& now, const StorageSaveOptions& options,
                       const SaveErrors& errors) {
-  if (!options.expected) return;
-  const std::optional<struct stat> now = look(target, errors);
-  if (now && identityOf(*now) == *options.expected) return;
+  if (now && options.createOnly)
+    errors.raise("exists", "there is a file of that name; nothing was replaced");
+  if (!options.expected || (now && identityOf(*now) == *options.expected)) return;
   errors.raise("changed_on_disk",
                std::string(now ? "another program changed the file since it was opened"
                                : "the file was opened, but is no longer there") +
                    "; nothing was replaced; open it again, or save elsewhere");
+}
+
+Descriptor openOldFile(const Target& target) {
+  const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  return Descriptor(
+      uninterrupted([&] { return ::openat(target.folder.get(), target.name.c_str(), flags); }));
 }
 
 Target examine(const std::string& path, const StorageSaveOptions& options,
@@ -98,12 +108,39 @@ Target examine(const std::string& path, const StorageSaveOptions& options,
   target.info = look(target, errors);
   if (target.info) {
     requireReplaceable(target, errors);
-    const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    target.file = Descriptor(
-        uninterrupted([&] { return ::openat(target.folder.get(), target.name.c_str(), flags); }));
+    target.file = openOldFile(target);
   }
-  requireUnchanged(target, options, errors);
+  requireUnchanged(target.info, options, errors);
   return target;
+}
+
+/// Waits until nobody else holds the lock on a file. Where there are no locks it goes on without.
+void waitForLock(const Descriptor& file, const SaveErrors& errors) {
+  using namespace std::chrono_literals;
+  constexpr auto kMostWaiting = 10s;  // others hold it for a rename
+  const auto end = std::chrono::steady_clock::now() + kMostWaiting;
+  while (uninterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0) {
+    if (errno != EWOULDBLOCK) return;
+    if (std::chrono::steady_clock::now() > end)
+      errors.raise("unwritable", "another program keeps the file locked; close it there");
+    std::this_thread::sleep_for(2ms);
+  }
+}
+
+/// Locks the file that is to be replaced, so that nobody else replaces it between the last look at
+/// it and the rename. Of two saves over the same file the later one finds another file there.
+void lockTarget(Target& target, const StorageSaveOptions& options, const SaveErrors& errors) {
+  constexpr int kMostTries = 1000;
+  for (int i = 0; i < kMostTries; ++i) {
+    if (target.file) waitForLock(target.file, errors);
+    const std::optional<struct stat> now = look(target, errors);
+    requireUnchanged(now, options, errors);
+    struct stat locked {};
+    if (!now || !target.file || ::fstat(target.file.get(), &locked) != 0) return;
+    if (locked.st_dev == now->st_dev && locked.st_ino == now->st_ino) return;
+    target.file = openOldFile(target);
+  }
+  errors.raise("write_failed", "other programs replace the file all the time; try again");
 }
 
 void copyAttributesOf(const Target& target, int file, const StorageSaveOptions& options,
@@ -115,7 +152,7 @@ void copyAttributesOf(const Target& target, int file, const StorageSaveOptions& 
   std::string message = "the new file lacks attributes of the old one";
   for (const std::string& one : missed) message += "; " + one;
   if (options.strictAttributes) errors.raise("attributes_not_copied", message);
-  result.warnings.push_back({"attributes_not_copied", target.path + ": " + message});
+  result.warnings.push_back({"attributes_not_copied", std::move(message)});
 }
 
 /// Fills the new file and returns once its bytes are on the medium and compared.
@@ -133,13 +170,23 @@ void fill(int file, const Target& target, const SaveContent& content,
   if (readBack) readBack->finish();
 }
 
-void syncFolder(const Target& target, StorageSaveResult& result) {
-  if (target.canSyncFolder && ::fsync(target.folder.get()) == 0) return;
-  const std::string why = target.canSyncFolder ? errorText(errno) : "the folder may not be read";
-  result.warnings.push_back(
-      {"saved_not_durable",
-       target.path + ": saved, but a power cut soon may bring back the old file: " + why});
-}
+/// The warnings that a save may end with. They are made before the file is replaced: afterwards
+/// nothing may fail, and making a text can.
+struct FinalWarnings {
+  FinalWarnings(const Target& target, StorageSaveResult& result) {
+    notDurable = {"saved_not_durable",
+                  std::string("saved, but a power cut soon may bring back the old file: ") +
+                      (target.canSyncFolder ? "the folder could not be brought to the medium"
+                                            : "the folder may not be read")};
+    if (target.info && target.info->st_nlink > 1)
+      linksBroken = {"links_broken", "the file had " + std::to_string(target.info->st_nlink) +
+                                         " names (hard links); the others keep the old content"};
+    result.warnings.reserve(result.warnings.size() + 2);
+  }
+
+  SaveWarning notDurable;
+  std::optional<SaveWarning> linksBroken;
+};
 
 void checkSources(std::span<const FilePiece> pieces) {
   const FileImage* last = nullptr;
@@ -155,7 +202,7 @@ StorageSaveResult saveFile(const std::string& path, std::span<const FilePiece> p
                            const StorageSaveOptions& options) {
   const SaveContent content(pieces);
   const SaveErrors errors(path, content.size());
-  const Target target = examine(path, options, errors);
+  Target target = examine(path, options, errors);
   checkSources(pieces);
 
   StorageSaveResult result;
@@ -163,14 +210,15 @@ StorageSaveResult saveFile(const std::string& path, std::span<const FilePiece> p
   TemporaryFile temporary(target.folder.get(), target.name, errors);
   fill(temporary.descriptor(), target, content, options, errors, result);
   temporary.close();
-  requireUnchanged(target, options, errors);
-  temporary.moveTo(target.name);
-  syncFolder(target, result);
+  FinalWarnings warnings(target, result);
+  lockTarget(target, options, errors);
+  temporary.moveTo(target.name, options.createOnly);
 
-  if (target.info && target.info->st_nlink > 1)
-    result.warnings.push_back(
-        {"links_broken", target.path + ": the file had " + std::to_string(target.info->st_nlink) +
-                             " names (hard links); the others keep the old content"});
+  target.file.close();  // and with it the lock
+  result.identity = temporary.identity();
+  if (!target.canSyncFolder || ::fsync(target.folder.get()) != 0)
+    result.warnings.push_back(std::move(warnings.notDurable));
+  if (warnings.linksBroken) result.warnings.push_back(std::move(*warnings.linksBroken));
   return result;
 }
 

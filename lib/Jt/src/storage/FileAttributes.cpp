@@ -19,7 +19,7 @@ using Bytes = std::vector<char>;
 
 constexpr const char* kAccessList = "system.posix_acl_access";
 constexpr const char* kDefaultList = "system.posix_acl_default";
-constexpr mode_t kModeBits = 07777;
+constexpr mode_t kModeBits = 07777 & ~(S_ISUID | S_ISGID);
 
 /// Asks for the size, then for the value, again should it have grown in between.
 template <class Call>
@@ -41,9 +41,9 @@ std::optional<Bytes> readAttribute(int file, const char* name) {
   return readSized([&](char* to, std::size_t size) { return ::fgetxattr(file, name, to, size); });
 }
 
-/// Signatures of the content are not for another content.
+/// Signatures and capabilities of the content are not for another content.
 bool belongsToContent(std::string_view name) {
-  return name == "security.ima" || name == "security.evm";
+  return name == "security.ima" || name == "security.evm" || name == "security.capability";
 }
 
 class Copy {
@@ -68,15 +68,14 @@ class Copy {
     if (::fstat(to_, &now) != 0) return miss("owner and mode", errno);
     hasGroup_ = now.st_gid == info_.st_gid || ::fchown(to_, uid_t(-1), info_.st_gid) == 0;
     if (!hasGroup_) miss("group " + std::to_string(info_.st_gid), errno);
-    hasOwner_ = now.st_uid == info_.st_uid || ::fchown(to_, info_.st_uid, gid_t(-1)) == 0;
-    if (!hasOwner_) miss("owner " + std::to_string(info_.st_uid), errno);
+    const bool hasOwner = now.st_uid == info_.st_uid || ::fchown(to_, info_.st_uid, gid_t(-1)) == 0;
+    if (!hasOwner) miss("owner " + std::to_string(info_.st_uid), errno);
   }
 
   void copyMode() {
     mode_t mode = info_.st_mode & kModeBits;
-    if (!hasOwner_) mode &= ~mode_t{S_ISUID};
     // The group is another one: it may do what everybody may.
-    if (!hasGroup_) mode &= ~mode_t{S_ISGID} & (~mode_t{S_IRWXG} | ((mode & S_IRWXO) << 3));
+    if (!hasGroup_) mode &= ~mode_t{S_IRWXG} | ((mode & S_IRWXO) << 3);
     if (::fchmod(to_, mode) != 0) miss("mode", errno);
   }
 
@@ -115,7 +114,6 @@ class Copy {
   const int from_;
   const struct stat& info_;
   const int to_;
-  bool hasOwner_ = false;
   bool hasGroup_ = false;
   std::vector<std::string> missed_;
 };

@@ -8,7 +8,8 @@
 namespace jt::storage {
 
 /// Gives a new file the owner, group, mode, access list and extended attributes of an old one.
-/// Where the group cannot be given, nobody gains rights by it.
+/// Rights that the old content had when executed (set-user-id, set-group-id, capabilities) are not
+/// for the new content. Where the group cannot be given, nobody gains rights by it.
 /// @param from old file, open for reading; negative when it could not be opened
 /// @param info what `stat` says of the old file
 /// @param to   new file, open for writing

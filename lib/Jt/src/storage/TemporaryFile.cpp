@@ -99,17 +99,31 @@ void TemporaryFile::close() {
   if (const int error = file_.close()) errors_.failed(error, "closing the new file");
 }
 
-void TemporaryFile::moveTo(const std::string& target) {
-  const auto isThere = [&] {
-    struct stat info {};
-    return ::fstatat(folder_, target.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
-           identityOf(info) == identity_;
+void TemporaryFile::moveTo(const std::string& target, bool createOnly) {
+  const auto look = [&](struct stat& info) {
+    return ::fstatat(folder_, target.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
   };
-  const int result =
-      uninterrupted([&] { return ::renameat(folder_, name_.c_str(), folder_, target.c_str()); });
-  const int error = errno;
+  const auto move = [&](unsigned flags) {
+    return uninterrupted(
+        [&] { return ::renameat2(folder_, name_.c_str(), folder_, target.c_str(), flags); });
+  };
+  struct stat info {};
+  int result = move(createOnly ? RENAME_NOREPLACE : 0);
+  int error = errno;
+  if (result != 0 && createOnly && (error == EINVAL || error == ENOSYS)) {
+    // The file system cannot refuse to replace: what is left is to look first.
+    error = EEXIST;
+    if (!look(info)) {
+      result = move(0);
+      error = errno;
+    }
+  }
   // Network file systems can report a failure for a rename that was done.
-  if (result != 0 && !isThere()) errors_.failed(error, "replacing the old file");
+  if (result != 0 && !(look(info) && identityOf(info) == identity_)) {
+    if (createOnly && error == EEXIST)
+      errors_.raise("exists", "another program made a file of that name; nothing was replaced");
+    errors_.failed(error, "replacing the old file");
+  }
   name_.clear();
 }
 

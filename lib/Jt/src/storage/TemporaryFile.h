@@ -23,8 +23,11 @@ class TemporaryFile {
   int descriptor() const noexcept { return file_.get(); }
   /// Closes the file, which must be done before it is moved; a failure is an error of the save.
   void close();
-  /// Puts the file in the place of the target, in one step.
-  void moveTo(const std::string& target);
+  /// Puts the file in the place of the target, in one step. Once it is there nothing is thrown.
+  /// @param createOnly fail with "exists" when there is a file of that name
+  void moveTo(const std::string& target, bool createOnly);
+  /// Of the closed file, and so of the target after the move.
+  const FileIdentity& identity() const noexcept { return identity_; }
 
   /// Removes what killed saves of the same target left in the folder. A file of a save that still
   /// runs, here or on another machine, stays. What cannot be removed stays too.
@@ -35,7 +38,7 @@ class TemporaryFile {
   const SaveErrors& errors_;
   std::string name_;  ///< empty once there is nothing to remove
   Descriptor file_;
-  FileIdentity identity_;
+  FileIdentity identity_;  ///< once it is closed
 };
 
 }  // namespace jt::storage
