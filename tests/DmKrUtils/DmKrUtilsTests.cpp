@@ -1,11 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "../Host/TempFolder.h"
 #include "DmKrUtilsComputeHierarchyComplexity.h"
+#include "DmKrUtilsFileStream.h"
 #include "DmKrUtilsGeomUtilities.h"
 #include "DmKrUtilsInterface.h"
 #include "DmKrUtilsStreamStorageLocation.h"
@@ -113,6 +118,101 @@ TEST(StreamStorage, ASaveReplacesAllOrNothing) {
     EXPECT_EQ(stream->content(), expected.content);
     EXPECT_EQ(opened->bytes().size(), 11U) << "what was opened stays";
   }
+}
+
+using Mode = DmKrUtilsFileStream::Mode;
+
+std::string contentOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What somebody reads who holds the stream.
+std::string contentOf(IStream& stream) {
+  std::string text(64, '\0');
+  std::size_t done = 0;
+  stream.Seek(0, IStreamOrigin::begin);
+  EXPECT_EQ(stream.Read(text.data(), text.size(), done), IStreamResult::ok);
+  return text.substr(0, done);
+}
+
+/// Makes the stream hold the text, uncommitted.
+void write(IStream& stream, const std::string& text) {
+  std::size_t done = 0;
+  EXPECT_EQ(stream.Seek(0, IStreamOrigin::begin), IStreamResult::ok);
+  EXPECT_EQ(stream.Write(text.data(), text.size(), done), IStreamResult::ok);
+  EXPECT_EQ(stream.SetSize(text.size()), IStreamResult::ok);
+}
+
+TEST(TransactedFile, IsChangedByACommitAlone) {
+  const TempFolder temp;
+  const std::string path = temp.file("a.jt", "the old one");
+  const auto stream = DmKrUtilsFileStream::open(path, Mode::readWrite);
+  write(*stream, "half");
+  EXPECT_EQ(contentOf(*stream), "half");
+  EXPECT_EQ(contentOf(path), "the old one");
+  EXPECT_EQ(stream->Revert(), IStreamResult::ok);
+  EXPECT_EQ(contentOf(*stream), "the old one");
+  for (const char* text : {"first", "2nd"}) {
+    write(*stream, text);
+    EXPECT_EQ(stream->Commit(), IStreamResult::ok);
+    EXPECT_EQ(contentOf(path), text);
+  }
+  write(*stream, "third");
+  EXPECT_EQ(stream->Revert(), IStreamResult::ok);
+  EXPECT_EQ(contentOf(*stream), "2nd") << "as the last commit left it";
+  IStreamStat stat;
+  EXPECT_EQ(stream->Stat(stat), IStreamResult::ok);
+  EXPECT_EQ(stat.name, path);
+  EXPECT_EQ(stat.size, 3U);
+
+  // Somebody else saved the file: it is his now.
+  temp.file("a.jt", "of another program");
+  write(*stream, "fourth");
+  EXPECT_EQ(stream->Commit(), IStreamResult::notCurrent);
+  ASSERT_TRUE(stream->failure());
+  EXPECT_EQ(stream->failure()->code(), "changed_on_disk");
+  EXPECT_EQ(contentOf(path), "of another program");
+
+  std::size_t done = 99;
+  const auto reader = DmKrUtilsFileStream::open(path, Mode::readOnly);
+  EXPECT_EQ(reader->Write("x", 1, done), IStreamResult::accessDenied);
+  EXPECT_EQ(done, 0U);
+  EXPECT_THROW(DmKrUtilsFileStream::open(temp.at("none"), Mode::readWrite), JtFormatError);
+
+  const auto first = DmKrUtilsFileStream::open(temp.at("new"), Mode::createNew);
+  const auto second = DmKrUtilsFileStream::open(temp.at("new"), Mode::createNew);
+  write(*first, "made");
+  EXPECT_EQ(contentOf(temp.at("new")), "");
+  EXPECT_EQ(first->Commit(), IStreamResult::ok);
+  write(*second, "made twice");
+  EXPECT_EQ(second->Commit(), IStreamResult::notCurrent);
+  EXPECT_EQ(contentOf(temp.at("new")), "made");
+}
+
+TEST(TransactedFile, ASaveReportsAsASaveOfAFileDoes) {
+  const TempFolder temp;
+  const std::string path = temp.file("a.jt", "the old one");
+  std::filesystem::create_hard_link(path, temp.at("other"));
+  const auto location = jt::make<DmKrUtilsStreamStorageLocation>();
+  location->setStreamObject(
+      jt::make<DmKrUtilsStreamObject>(DmKrUtilsFileStream::open(path, Mode::readWrite)).get());
+  const auto manager = DmKrUtilsStreamStorageManager::createInstance();
+  const auto content = bytesOf("new");
+  const jt::FilePiece piece{.bytes = content};
+  const auto result = manager->save(*location, {&piece, 1}, {});
+  ASSERT_EQ(result.warnings.size(), 1U);
+  EXPECT_EQ(result.warnings[0].code, "links_broken");
+  EXPECT_EQ(contentOf(path), "new");
+  temp.file("a.jt", "of another program");
+  try {
+    manager->save(*location, {&piece, 1}, {});
+    FAIL() << "it was replaced";
+  } catch (const JtFormatError& error) {
+    EXPECT_EQ(error.code(), "changed_on_disk");
+    EXPECT_EQ(error.where().file, path);
+  }
+  EXPECT_EQ(contentOf(path), "of another program");
 }
 
 TEST(StreamStorage, ALocationWithoutStreamIsNotFound) {

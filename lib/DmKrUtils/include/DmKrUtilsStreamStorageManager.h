@@ -4,7 +4,8 @@
 #include "JtStorageManager.h"
 
 /// Serves stream locations beside the file-system locations of its base. A stream is read whole
-/// when it is opened. A save keeps the old bytes in memory and puts them back when writing fails.
+/// when it is opened. A save writes, reads back and commits; when that fails it reverts. On a
+/// stream that is not transacted the old bytes, kept in memory, are written back instead.
 class DMKR_API DmKrUtilsStreamStorageManager : public JtStorageManager {
  public:
   /// A new manager.

@@ -73,12 +73,13 @@ int DmKrUtilsInterface::cleanupUnusedAttributes(JtNode* top) {
 
 jt::Ref<JtPartition> DmKrUtilsInterface::OpenJt(const RWClassicCString& path,
                                                 const jt::ReadLimits& limits) {
+  jt::setLastError({});
   JtPartition* opened = nullptr;
   try {
     const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(path));
     JtPartition::openPartition(place.get(), nullptr, opened, limits);
   } catch (const std::exception& failure) {
-    jt::setLastError(failure.what());
+    jt::setLastError(failure, path);
   }
   return jt::Ref<JtPartition>::adopt(opened);
 }

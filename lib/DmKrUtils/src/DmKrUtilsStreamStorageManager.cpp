@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "DmKrUtilsFileStream.h"
 #include "DmKrUtilsStreamStorageLocation.h"
 #include "JtFormatError.h"
 
@@ -64,7 +65,7 @@ class Stream {
     return IStreamResult::ok;
   }
 
-  /// Makes the stream hold the pieces and nothing else.
+  /// Makes the stream hold the pieces and nothing else, to be committed.
   IStreamResult write(std::span<const jt::FilePiece> pieces) const {
     if (const auto result = rewind(); result != IStreamResult::ok) return result;
     std::uint64_t total = 0;
@@ -72,9 +73,35 @@ class Stream {
       if (const auto result = writeAll(piece.bytes); result != IStreamResult::ok) return result;
       total += piece.bytes.size();
     }
-    if (const auto result = stream_->SetSize(total); result != IStreamResult::ok) return result;
-    return stream_->Commit();
+    return stream_->SetSize(total);
   }
+
+  bool holds(std::span<const jt::FilePiece> pieces) const {
+    Bytes bytes;
+    if (read(bytes) != IStreamResult::ok) return false;
+    std::span<const std::byte> rest = bytes;
+    for (const jt::FilePiece& piece : pieces) {
+      if (rest.size() < piece.bytes.size() ||
+          !std::equal(piece.bytes.begin(), piece.bytes.end(), rest.begin()))
+        return false;
+      rest = rest.subspan(piece.bytes.size());
+    }
+    return rest.empty();
+  }
+
+  IStreamResult commit() const { return stream_->Commit(); }
+
+  /// Makes the stream hold again what it held. False when that cannot be done either.
+  bool restore(const Bytes& old) const {
+    const jt::FilePiece before{.bytes = old};
+    const std::span<const jt::FilePiece> all(&before, 1);
+    stream_->Revert();
+    return holds(all) || (write(all) == IStreamResult::ok && commit() == IStreamResult::ok) ||
+           holds(all);
+  }
+
+  /// A file behind the stream; null for streams of other kinds.
+  DmKrUtilsFileStream* file() const { return dynamic_cast<DmKrUtilsFileStream*>(stream_.get()); }
 
  private:
   IStreamResult rewind() const { return stream_->Seek(0, IStreamOrigin::begin); }
@@ -94,25 +121,14 @@ class Stream {
   CComPtr<IStream> stream_;
 };
 
-bool holds(const Stream& stream, std::span<const jt::FilePiece> pieces) {
-  Bytes bytes;
-  if (stream.read(bytes) != IStreamResult::ok) return false;
-  std::span<const std::byte> rest = bytes;
-  for (const jt::FilePiece& piece : pieces) {
-    if (rest.size() < piece.bytes.size() ||
-        !std::equal(piece.bytes.begin(), piece.bytes.end(), rest.begin()))
-      return false;
-    rest = rest.subspan(piece.bytes.size());
-  }
-  return rest.empty();
-}
-
 const char* saveErrorCode(IStreamResult result) {
   switch (result) {
     case IStreamResult::mediumFull:
       return "no_space";
     case IStreamResult::accessDenied:
       return "read_only";
+    case IStreamResult::notCurrent:
+      return "changed_on_disk";
     default:
       return "write_failed";
   }
@@ -125,12 +141,15 @@ jt::StorageSaveResult saveStream(const Stream& stream, std::span<const jt::FileP
     fail("unwritable", stream.name(),
          "the old content could not be read to be kept: " + std::string(toText(result)));
 
-  const auto result = stream.write(pieces);
-  if (result == IStreamResult::ok && (!readBack || holds(stream, pieces))) return {};
+  DmKrUtilsFileStream* const file = stream.file();
+  auto result = stream.write(pieces);
+  const bool written = result == IStreamResult::ok && (!readBack || stream.holds(pieces));
+  if (written) result = stream.commit();
+  if (written && result == IStreamResult::ok)
+    return file ? file->takeCommitted() : jt::StorageSaveResult{};
 
-  const jt::FilePiece before{.bytes = old, .source = nullptr, .sourceOffset = 0};
-  const std::span<const jt::FilePiece> all(&before, 1);
-  const bool restored = stream.write(all) == IStreamResult::ok || holds(stream, all);
+  const bool restored = stream.restore(old);
+  if (written && file && file->failure()) throw JtFormatError(*file->failure());
   std::string message = result == IStreamResult::ok
                             ? "the stream does not hold what was written"
                             : "the stream could not be written: " + std::string(toText(result));

@@ -217,12 +217,14 @@ void update(JtPartition& partition, bool isInUse, Result& result) {
 
 bool DmKrUtilsUpdateJtMaterials::execute(JtPartition* partition, Result& result) const {
   result = {};
+  jt::setLastError({});
   if (!partition) return false;
   try {
     dmkr::update(*partition, isInUse_, result);
     return true;
   } catch (const std::exception& failure) {
-    jt::setLastError(failure.what());
+    const JtStorageLocation* const place = partition->storageLocation();
+    jt::setLastError(failure, place ? place->displayName().stringToMbs() : std::string());
     return false;
   }
 }

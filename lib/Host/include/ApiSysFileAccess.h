@@ -6,7 +6,7 @@
 #include "HostExport.h"
 #include "RWClassic.h"
 
-/// Questions to the file system.
+/// Access to the file system.
 class HOST_API ApiSysFileAccess {
  public:
   /// Lists the names (without folder) in `folder` that `pattern` is found in, sorted by their bytes
@@ -21,4 +21,12 @@ class HOST_API ApiSysFileAccess {
   /// system keeps it.
   /// @return false when that cannot be told; `nanoseconds` is then unchanged.
   static bool lastWriteTime(const ApiSysFilePath& path, std::int64_t& nanoseconds);
+
+  /// True when both paths lead to one file that exists, by links or otherwise.
+  static bool isSameFile(const ApiSysFilePath& a, const ApiSysFilePath& b);
+
+  /// Brings the entries of a folder to the medium, so that what was made in it is still there after
+  /// a power cut.
+  /// @return false when that failed or the folder cannot be read
+  static bool syncDir(const ApiSysFilePath& folder);
 };

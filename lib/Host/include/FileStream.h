@@ -10,29 +10,25 @@ namespace host {
 class File;
 }
 
-/// A stream over a file. Writes go to the file itself, at once and without a way back.
+/// A file that is read as a stream.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only Release() destroys it.
 class HOST_API FileStream final : public IStream {
  public:
-  enum class Mode : std::int32_t {
-    readOnly,
-    readWrite,  ///< the file must exist
-    create,     ///< read-write; made if missing, emptied if there
-  };
-
   /// Opens a regular file.
   /// @param result why the stream is null, if it is
-  static CComPtr<FileStream> open(const ApiSysFilePath& path, Mode mode, IStreamResult& result);
+  static CComPtr<FileStream> open(const ApiSysFilePath& path, IStreamResult& result);
 
   std::uint32_t AddRef() override;
   std::uint32_t Release() override;
   IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override;
+  /// Nothing can be changed: `accessDenied`.
   IStreamResult Write(const void* buffer, std::size_t size, std::size_t& done) override;
+  IStreamResult SetSize(std::uint64_t size) override;
+  /// Nothing to do: `ok`.
+  IStreamResult Commit() override;
   IStreamResult Seek(std::int64_t move, IStreamOrigin origin,
                      std::uint64_t* newPosition = nullptr) override;
   IStreamResult Stat(IStreamStat& stat) const override;
-  IStreamResult SetSize(std::uint64_t size) override;
-  IStreamResult Commit() override;
 
  private:
   FileStream(std::unique_ptr<host::File> file, RWClassicCString name);

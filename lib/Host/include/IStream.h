@@ -15,6 +15,7 @@ enum class IStreamResult : std::int32_t {
   accessDenied,     ///< the stream or file does not allow it
   notFound,         ///< no such file
   notRegular,       ///< not a regular file
+  notCurrent,       ///< somebody else changed what the stream was opened from
   mediumFull,       ///< disk full or quota reached
   outOfMemory,
   ioError,  ///< the medium failed
@@ -66,8 +67,12 @@ class HOST_API IStream {
   /// Cuts or grows (with zeros) the stream; the position is unchanged.
   virtual IStreamResult SetSize(std::uint64_t size) = 0;
 
-  /// Makes what was written durable.
+  /// Makes what was written durable. A transacted stream shows it to others only now, all of it in
+  /// one step; when that fails nothing of it is shown.
   virtual IStreamResult Commit() = 0;
+
+  /// Goes back to what the last Commit() left. Does nothing on a stream that is not transacted.
+  virtual IStreamResult Revert() { return IStreamResult::ok; }
 
  protected:
   IStream() = default;

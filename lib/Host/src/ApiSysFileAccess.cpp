@@ -16,3 +16,11 @@ bool ApiSysFileAccess::listDir(const ApiSysFilePath& folder, const RWCRegexp& pa
 bool ApiSysFileAccess::lastWriteTime(const ApiSysFilePath& path, std::int64_t& nanoseconds) {
   return host::lastWriteTime(path.asNativeString(), nanoseconds);
 }
+
+bool ApiSysFileAccess::isSameFile(const ApiSysFilePath& a, const ApiSysFilePath& b) {
+  return host::isSameFile(a.asNativeString(), b.asNativeString());
+}
+
+bool ApiSysFileAccess::syncDir(const ApiSysFilePath& folder) {
+  return host::syncFolder(folder.asNativeString());
+}

@@ -16,7 +16,7 @@ constexpr std::size_t settingsLimit = std::size_t{1} << 20;
 /// The whole text of a settings file; what is wrong is told in `error`.
 RWClassicCString readText(const ApiSysFilePath& path, RWClassicCString& error) {
   IStreamResult result = IStreamResult::ok;
-  const CComPtr<FileStream> stream = FileStream::open(path, FileStream::Mode::readOnly, result);
+  const CComPtr<FileStream> stream = FileStream::open(path, result);
   RWClassicCString text;
   std::array<char, 4096> block;
   std::size_t done = block.size();

@@ -5,8 +5,8 @@
 #include "StreamPosition.h"
 #include "platform/File.h"
 
-CComPtr<FileStream> FileStream::open(const ApiSysFilePath& path, Mode mode, IStreamResult& result) {
-  std::unique_ptr<host::File> file = host::File::open(path.asNativeString(), mode, result);
+CComPtr<FileStream> FileStream::open(const ApiSysFilePath& path, IStreamResult& result) {
+  std::unique_ptr<host::File> file = host::File::open(path.asNativeString(), result);
   if (!file) return nullptr;
   return new FileStream(std::move(file), path.asString());
 }
@@ -35,13 +35,9 @@ IStreamResult FileStream::Read(void* buffer, std::size_t size, std::size_t& done
   return result;
 }
 
-IStreamResult FileStream::Write(const void* buffer, std::size_t size, std::size_t& done) {
+IStreamResult FileStream::Write(const void* /*buffer*/, std::size_t /*size*/, std::size_t& done) {
   done = 0;
-  if (size == 0) return IStreamResult::ok;
-  if (buffer == nullptr) return IStreamResult::invalidArgument;
-  const IStreamResult result = file_->writeAt(position_, buffer, size, done);
-  position_ += done;
-  return result;
+  return IStreamResult::accessDenied;
 }
 
 IStreamResult FileStream::Seek(std::int64_t move, IStreamOrigin origin,
@@ -60,6 +56,6 @@ IStreamResult FileStream::Stat(IStreamStat& stat) const {
   return file_->stat(stat.size, stat.lastWriteTime);
 }
 
-IStreamResult FileStream::SetSize(std::uint64_t size) { return file_->setSize(size); }
+IStreamResult FileStream::SetSize(std::uint64_t /*size*/) { return IStreamResult::accessDenied; }
 
-IStreamResult FileStream::Commit() { return file_->sync(); }
+IStreamResult FileStream::Commit() { return IStreamResult::ok; }

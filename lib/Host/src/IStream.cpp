@@ -16,6 +16,8 @@ std::string_view toText(IStreamResult result) {
       return "no such file";
     case IStreamResult::notRegular:
       return "not a regular file";
+    case IStreamResult::notCurrent:
+      return "changed by another program since it was opened";
     case IStreamResult::mediumFull:
       return "no space left";
     case IStreamResult::outOfMemory:

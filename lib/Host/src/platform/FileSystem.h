@@ -21,4 +21,10 @@ bool listFolder(const std::string& folder, bool filesOnly, std::vector<std::stri
 /// Nanoseconds since 1970-01-01 UTC; false when there is no such file.
 bool lastWriteTime(const std::string& path, std::int64_t& nanoseconds);
 
+/// True when both paths lead to one file that exists.
+bool isSameFile(const std::string& a, const std::string& b);
+
+/// Brings the entries of a folder to the medium; false when that failed.
+bool syncFolder(const std::string& folder);
+
 }  // namespace host
