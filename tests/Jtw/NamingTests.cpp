@@ -124,6 +124,26 @@ TEST_F(Naming, WhereNewAndExportedFilesGo) {
   }
 }
 
+TEST_F(Naming, NoExportGoesOverItsSource) {
+  make({"part.jt", "UPPER.JT", "bare", "linked.kpak/x"});
+  fs::remove(folder_.at("linked.kpak/x"));
+  folder_.file("linked.jt");
+  fs::create_symlink("../linked.jt", folder_.at("linked.kpak/linked.jt"));
+  fs::create_hard_link(folder_.at("part.jt"), folder_.at("part.export.jt"));
+  const std::pair<const char*, const char*> cases[] = {{"part.jt", "part.export.export.jt"},
+                                                       {"./part.jt", "part.export.export.jt"},
+                                                       {"UPPER.JT", "UPPER.export.jt"},
+                                                       {"new.jt", "new.export.jt"},
+                                                       {"bare", "bare.jt"},
+                                                       {"linked.kpak", "linked.export.jt"}};
+  for (const auto& [path, exported] : cases) {
+    RWClassicCString location;
+    RWClassicCString name;
+    JtwManager::getExportLocationAndName(documentAt(folder_.at(path)), location, name);
+    EXPECT_EQ(name, exported) << path;
+  }
+}
+
 TEST_F(Naming, ANewPlainFileGoesWhereItIs) {
   const ApiDocumentRef plain = documentAt(folder_.at("plain.jt"));
   EXPECT_TRUE(registry().computeNewDocRoot(plain)->write(false)) << jt::lastError();

@@ -1,4 +1,6 @@
 #include <atomic>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "ApiClock.h"
@@ -72,6 +74,16 @@ TEST_F(Registry, ReleasingADocumentEndsWhenItsPartitionBelongsToAnother) {
   registry().insertJtPartition(two, partition.get());
   registry().releaseDocument(one);
   EXPECT_EQ(registry().findJtPartition(one), nullptr);
+
+  registry().insertJtPartition(one, partition.get());
+  registry().insertJtPartition(two, partition.get());
+  registry().insertJtPartition(two, nullptr);
+  registry().removeAllJtPartition();
+  EXPECT_EQ(registry().findJtPartition(one), nullptr);
+  EXPECT_EQ(registry().findJtPartition(two), nullptr);
+  ApiDebugOutput::clearRecent();
+  JtwManager::dumpJtwTables();
+  EXPECT_EQ(ApiDebugOutput::recent().size(), 1U) << "no document is left";
 }
 
 TEST_F(Registry, RootsAreMadeOnceAndReleasedOnce) {
@@ -93,13 +105,26 @@ TEST_F(Registry, RootsAreMadeOnceAndReleasedOnce) {
 TEST_F(Registry, AFailedOpeningSaysSoAndRegistersNothing) {
   const std::string bad = folder_.folder("bad.kpak");
   folder_.file("bad.kpak/bad.jt", "Version 9.5 JT");
-  for (const std::string& path : {folder_.at("missing.jt"), folder_.at("missing.kpak"), bad,
-                                  folder_.folder("empty.kpak"), std::string()}) {
+  constexpr auto kHasData = JtwRoot::JT_INITIALIZE_FAILED;
+  const std::pair<std::string, JtwRoot::OPEN_JT_ERR> cases[] = {
+      {folder_.at("missing.jt"), JtwRoot::JT_FILE_NOT_FOUND},
+      {folder_.at("missing.kpak"), JtwRoot::JT_PATH_NOT_FOUND},
+      {bad, kHasData},
+      {folder_.folder("empty.kpak"), JtwRoot::JT_FILE_NOT_FOUND},
+      {std::string(), JtwRoot::JT_FILE_NOT_FOUND}};
+  for (const auto& [path, reason] : cases) {
     auto error = JtwRoot::JT_PATH_NOT_FOUND;
     const ApiDocumentRef document = documentAt(path);
+    jt::setLastError("of an earlier call");
     EXPECT_EQ(registry().computeExistingDocRoot(document, JtwRoot::JT_LOAD_PLAIN, error), nullptr);
     EXPECT_EQ(error, JtwRoot::JT_INITIALIZE_FAILED) << path;
     EXPECT_EQ(registry().root(document), nullptr);
+    EXPECT_EQ(jt::lastError().find("earlier"), std::string::npos) << path;
+    EXPECT_EQ(jt::lastError().rfind(path, 0), 0U) << jt::lastError();
+    EXPECT_GT(jt::lastError().size(), path.size());
+    error = kHasData;
+    EXPECT_EQ(JtwRoot::hasJtData(document, error), reason == kHasData) << path;
+    EXPECT_EQ(error, reason) << path;
   }
 }
 
@@ -199,6 +224,79 @@ TEST_F(Registry, ClosingAllFilesWaitsForLoadingButNotForEver) {
     registry().removeAllJtPartition();
   }
   ApiClock::setSource(before);
+}
+
+TEST_F(Registry, AClosedPartitionIsNotWritten) {
+  using Close = void (*)(const ApiDocumentRef&);
+  for (const Close close :
+       {Close{[](const ApiDocumentRef& document) { registry().closeJtFile(document); }},
+        Close{[](const ApiDocumentRef&) { registry().closeAllJtFiles(); }},
+        Close{[](const ApiDocumentRef& document) { registry().exportRoot(document)->close(); }}}) {
+    const auto partition = jt::make<JtPartition>();
+    setText(add<VisMetaDataNode>(*partition, "gear"), "KrObjType", "KrComponent");
+    const ApiDocumentRef document = componentOf(*partition);
+    const std::string path = document->path() + "/gear.jt";
+    const auto size = std::filesystem::file_size(path);
+    JtwRoot* const root = open(document);
+    registry().insertJtPartition(document, root->partition());
+    close(document);
+    for (const bool asNewCopy : {false, true}) {
+      jt::setLastError("of an earlier call");
+      EXPECT_FALSE(root->write(asNewCopy));
+      EXPECT_EQ(jt::lastError().rfind(path, 0), 0U) << jt::lastError();
+    }
+    EXPECT_FALSE(registry().exportRoot(document)->write());
+    EXPECT_EQ(std::filesystem::file_size(path), size);
+    registry().removeAllJtPartition();
+    registry().releaseRoot(document);
+  }
+}
+
+TEST_F(Registry, ExportRootsWriteTheVersionOfTheRegistry) {
+  using Version = ApiGraJtVersionData;
+  const auto versionOf = [](const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string words[2];
+    file >> words[0] >> words[1];
+    return words[1];
+  };
+  const ApiDocumentRef document = documentAt(folder_.at("gear.kpak"));
+  const std::string path = folder_.at("gear.jt");
+  JtExportRoot& made = *registry().computeNewExportRoot(document);
+  for (const auto& [version, text] : {std::pair{Version::JT_VERSION_9_5, "9.5"},
+                                      {Version::JT_VERSION_8_2, "8.2"},
+                                      {Version::JT_VERSION_10_2, "10.2"}}) {
+    registry().setJtVersion(version);
+    EXPECT_TRUE(made.write()) << jt::lastError();
+    EXPECT_EQ(versionOf(path), text);
+  }
+  registry().setJtVersion(static_cast<Version::apiGraJtVersion>(7));
+  EXPECT_FALSE(made.write());
+  EXPECT_NE(jt::lastError().find("7"), std::string::npos) << jt::lastError();
+  registry().setJtVersion(Version::JT_VERSION_9_5);
+  JtExportRoot opened;
+  ASSERT_TRUE(opened.initialize(document)) << jt::lastError();
+  EXPECT_TRUE(opened.setCadSource() && opened.write()) << jt::lastError();
+  EXPECT_EQ(versionOf(path), "10.2") << "as it was read";
+  registry().setJtVersion(registry().getDefaultJtVersion());
+}
+
+TEST_F(Registry, AComponentThatIsItsPartitionIsCopied) {
+  const auto partition = jt::make<JtPartition>();
+  setText(*partition, Jt::jtPropName, "assembly");
+  for (const char* name : {"a", "b", "c"}) add<VisMetaDataNode>(*partition, name);
+  const ApiDocumentRef document = componentOf(*partition);
+  ASSERT_NE(open(document, JtwRoot::JT_LOAD_ALTERNATE_REP), nullptr);
+  JtExportRoot& root = *registry().exportRoot(document);
+  ASSERT_EQ(root.jtNode(), root.partition());
+  const auto target = jt::make<JtPartition>();
+  root.copyToPartition(target.get());
+  ASSERT_EQ(target->numChildren(), 1);
+  EXPECT_EQ(root.jtNode(), target->child(0));
+  ASSERT_EQ(root.jtNode()->numChildren(), 3);
+  EXPECT_EQ(text(*root.jtNode(), Jt::jtPropName), "assembly");
+  EXPECT_EQ(text(*root.jtNode()->child(1), Jt::jtPropName), "b");
+  EXPECT_EQ(root.partition()->numChildren(), 3) << "the source keeps what it has";
 }
 
 TEST_F(Registry, ExportRootsStampAndWriteBesideTheDocument) {

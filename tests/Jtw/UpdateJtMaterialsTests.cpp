@@ -150,6 +150,9 @@ TEST_F(MaterialUpdates, FindTheComponentInItsTwoForms) {
 
 TEST_F(MaterialUpdates, FailWithTheCodeOfWhatFailed) {
   EXPECT_EQ(update(documentAt(folder_.folder("empty.kpak"))), "false ");
+  EXPECT_EQ(jt::lastError().rfind(folder_.at("empty.kpak"), 0), 0U) << jt::lastError();
+  const std::string missing = folder_.at("missing.jt");
+  EXPECT_EQ(update(documentAt(missing)), "false JTUPDATE_OPEN_FILE_FAILED " + missing);
   const auto partition = jt::make<JtPartition>();
   component(*partition);
   const ApiDocumentRef document = componentOf(*partition);

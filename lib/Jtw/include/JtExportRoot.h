@@ -39,9 +39,10 @@ class JTW_API JtExportRoot : public JtwRoot {
   /// does not lie in a file or the name is empty.
   bool updateRelativeLocation(ApiSysFileName& newPath);
 
-  /// Writes the partition to its place; the reason of a failure is in jt::lastError().
+  /// Writes the partition to its place, in the registry's JT version when it was made anew, else in
+  /// the version that it was read in; the reason of a failure is in jt::lastError().
   bool write();
-  /// Drops the partition's content. @return true
+  /// Drops the partition's content, after which it cannot be written. @return true
   bool close();
   /// Copies the component below another partition and goes on with the copy: every wrapper stands
   /// over the copied node from then on. Nothing happens without component or target.

@@ -119,7 +119,7 @@ class JTW_API JtwManager {
   bool defaultFiltering() const { return defaultFiltering_; }
   void setDefaultFiltering(bool on) { defaultFiltering_ = on; }
 
-  /// The JT version that exporters write; at first the default one, 10.0.
+  /// The JT version of files that are exported anew; at first the default one, 10.0.
   ApiGraJtVersionData::apiGraJtVersion getJtVersion() const { return jtVersion_; }
   /// Stored as it is, without a look at the list.
   void setJtVersion(ApiGraJtVersionData::apiGraJtVersion version) { jtVersion_ = version; }
@@ -160,7 +160,8 @@ class JTW_API JtwManager {
                                     RWClassicCString& location, RWClassicCString& name);
   /// A JT file in a folder: the first by name, or the newest of them all with `manyJtFiles`.
   static bool findJtFile(const RWClassicCString& folder, RWClassicCString& name, bool manyJtFiles);
-  /// Where a document is exported to: beside it, under its base name with the JT suffix.
+  /// Where a document is exported to: beside it, under its base name with the JT suffix. Never the
+  /// document's own JT file: part.jt is exported to part.export.jt.
   static void getExportLocationAndName(const ApiDocumentRef& document, RWClassicCString& location,
                                        RWClassicCString& name);
   /// The same; false when there is no such file.

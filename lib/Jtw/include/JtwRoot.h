@@ -48,7 +48,8 @@ class JTW_API JtwRoot : public JtwCollection {
                                      ///< mode is not wrapped and keeps its transforms
   };
 
-  /// Why JT data could not be opened.
+  /// Why JT data could not be opened. An opening that failed always ends with the last value; which
+  /// of the others holds is what hasJtData() reports.
   enum OPEN_JT_ERR : unsigned {
     JT_PATH_NOT_FOUND = 0,     ///< no JT file name, and the place to look in does not exist
     JT_FILE_NOT_FOUND = 1,     ///< no JT file name in a place that exists
@@ -88,6 +89,9 @@ class JTW_API JtwRoot : public JtwCollection {
   /// The release that wrote that version of the host data; empty for an unknown version.
   static RWClassicCString getVersionAsString(unsigned version);
 
+  /// Whether the document has JT data to be opened: a stream, or a JT file.
+  /// @param error the reason when it has not, else untouched; the text is in jt::lastError()
+  static bool hasJtData(const ApiDocumentRef& document, OPEN_JT_ERR& error);
   /// Where the partition lies, not owned; null when it lies nowhere yet.
   JtStorageLocation* getStorageLocation() const;
   /// Points the partition at a file for the next write. Nothing on disk is touched.
@@ -179,8 +183,8 @@ class JTW_API JtwRoot : public JtwCollection {
 
   /// Writes the component's JT data to the file or the document's stream that it lies in.
   /// @param asNewCopy writes what lies below the component node instead of the partition as it is
-  /// @return false when the root was not opened, has no place to go to, or the save failed (the
-  /// text is then in jt::lastError(), and the old data as it was)
+  /// @return false when the root was not opened, its partition is closed, it has no place to go to,
+  /// or the save failed: the text is then in jt::lastError(), and the old data as it was
   bool write(bool asNewCopy);
 
   // --- Binary data (JtwRootBuffers.cpp)
@@ -211,7 +215,7 @@ class JTW_API JtwRoot : public JtwCollection {
   /// Replaces the partition (null: none) and forgets the component node.
   void setPartition(jt::Ref<JtPartition> partition);
   /// Saves the partition, or what lies below `node` when it is not null, in its own place.
-  bool writeToDatastore(JtNode* node);
+  bool writeToDatastore(JtNode* node, const jt::SaveOptions& options = {});
   /// Puts wrappers over other JT nodes: every wrapper over a key of the map goes to its value.
   void rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements);
 
@@ -231,9 +235,9 @@ class JTW_API JtwRoot : public JtwCollection {
   bool openOrShare(const ApiDocumentRef& document, OPEN_JT_ERR& error);
   void openPartition(const ApiDocumentRef& document, OPEN_JT_ERR& error);
   /// A new location without references, or null.
-  JtStorageLocation* computeLocation(const ApiDocumentRef& document, OPEN_JT_ERR& error);
-  bool getStreamFromDocument(const ApiDocumentRef& document, CComPtr<IStream>& stream);
-  void setJtError(const RWClassicCString& path, OPEN_JT_ERR& error);
+  static JtStorageLocation* computeLocation(const ApiDocumentRef& document, OPEN_JT_ERR& error);
+  static bool getStreamFromDocument(const ApiDocumentRef& document, CComPtr<IStream>& stream);
+  static void setJtError(const RWClassicCString& path, OPEN_JT_ERR& error);
   VisMetaDataNode* findComponentNode() const;
   void buildComponentNode();
   void markComponent(JtNode& component);

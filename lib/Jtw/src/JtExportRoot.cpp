@@ -1,5 +1,6 @@
 #include "JtExportRoot.h"
 
+#include <algorithm>
 #include <exception>
 #include <string>
 #include <unordered_map>
@@ -14,6 +15,7 @@
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
 #include "JtwProperties.h"
+#include "JtwSceneGraph.h"
 #include "VisMetaDataNode.h"
 
 namespace jtw {
@@ -35,10 +37,25 @@ Pairs pairNodes(JtNode* original, JtNode* copy) {
   return pairs;
 }
 
+/// A node with all that a partition holds and what is said of it, for a component that is its
+/// partition. The partition is empty afterwards.
+jt::Ref<JtNode> asMetaDataNode(JtPartition& partition) {
+  auto node = jt::make<VisMetaDataNode>();
+  JtPropAtom* key = nullptr;
+  JtPropAtom* value = nullptr;
+  for (int index = 0; partition.getProperty(index, key, value); ++index)
+    node->addProperty(key, value, true);
+  for (int index = 0; index < partition.numAttributes(); ++index)
+    node->appendAttribute(partition.attribute(index));
+  moveChildren(partition, *node);
+  return jt::Ref<JtNode>(node);
+}
+
 }  // namespace
 }  // namespace jtw
 
 bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
+  jt::setLastError({});
   setPartition(nullptr);
   JtwManager& manager = JtwManager::the();
   if (manager.usingJtViewer()) {
@@ -49,12 +66,15 @@ bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
   }
   RWClassicCString location;
   RWClassicCString name;
-  if (!JtwManager::getExportFileNameFromDocument(document, location, name)) return false;
+  if (!JtwManager::getExportFileNameFromDocument(document, location, name)) {
+    jt::setLastError(location + name + ": there is no such file");
+    return false;
+  }
   const auto place = jt::make<JtFSStorageLocation>(JtString(location), JtString(name));
   if (manager.usingJtViewer()) JtPartition::_autoLoadShapes = false;
   return openPartitionAt(place.get()) && initializeComponentNode(document);
 } catch (const std::exception& failure) {
-  jt::setLastError(failure.what());
+  jt::setLastError(failure, jtw::pathOf(document));
   setPartition(nullptr);
   return false;
 }
@@ -110,7 +130,22 @@ bool JtExportRoot::updateRelativeLocation(ApiSysFileName& newPath) {
   return updateStorageLocation(jtw::folderOf(place->fullFilePath()), newPath.fileName());
 }
 
-bool JtExportRoot::write() { return writeToDatastore(nullptr); }
+bool JtExportRoot::write() {
+  jt::SaveOptions options;
+  // A file that was opened keeps its version.
+  if (partition() && !partition()->container()) {
+    const auto& versions = JtwManager::the().getJtVersionList();
+    const auto wanted = JtwManager::the().getJtVersion();
+    const auto entry = std::ranges::find(versions, wanted, &ApiGraJtVersionData::version);
+    if (entry == versions.end()) {
+      jt::setLastError("the version to export, " + std::to_string(wanted) +
+                       ", is none of those in the list of JT versions");
+      return false;
+    }
+    options.version = jt::FileVersion::parse(entry->jtFormatVersion());
+  }
+  return writeToDatastore(nullptr, options);
+}
 
 bool JtExportRoot::close() {
   if (partition()) partition()->close();
@@ -119,10 +154,10 @@ bool JtExportRoot::close() {
 
 void JtExportRoot::copyToPartition(JtPartition* target) {
   if (!target || !jtNode()) return;
-  const jt::Ref<JtNode> copy = Jt::clone(jtNode());
-  auto* component = jt::as<VisMetaDataNode>(copy.get());
-  if (!component || !target->addChild(component)) return;
-  rebindNodes(jtw::pairNodes(jtNode(), component));
+  jt::Ref<JtNode> copy = Jt::clone(jtNode());
+  if (auto* partition = jt::as<JtPartition>(copy.get())) copy = jtw::asMetaDataNode(*partition);
+  if (!jt::as<VisMetaDataNode>(copy.get()) || !target->addChild(copy.get())) return;
+  rebindNodes(jtw::pairNodes(jtNode(), copy.get()));
 }
 
 bool JtExportRoot::disconnect() {

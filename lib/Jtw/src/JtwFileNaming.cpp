@@ -19,12 +19,6 @@ namespace {
 
 using Names = RWClassicTValOrderedVector<RWClassicCString>;
 
-RWClassicCString pathOf(const ApiDocumentRef& document) {
-  const auto access = DbDocument::docAccess(document, DbDocument::PATH);
-  const auto* text = dynamic_cast<const DbStringAccess*>(access.get());
-  return text ? text->getString() : RWClassicCString();
-}
-
 bool keepsManyJtFiles(const ApiDocumentRef& document) {
   return ApiDocument::kind(document) == ApiDocument::KIND_MANY_JT_FILES;
 }
@@ -73,7 +67,30 @@ bool findNewest(const RWClassicCString& folder, RWClassicCString& name) {
   return read;
 }
 
+/// True when a file at `candidate` would be the document's own JT file, whatever the path that
+/// leads to it and the case of its letters.
+bool isSourceOf(const ApiDocumentRef& document, const RWClassicCString& candidate) {
+  const auto lower = [](RWClassicCString text) {
+    for (char& letter : text)
+      if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    return text;
+  };
+  RWClassicCString location;
+  RWClassicCString name;
+  if (!JtwManager::getFileNameFromDocument(document, location, name)) return false;
+  const ApiSysFilePath source(name.empty() ? pathOf(document) : location + name);
+  const ApiSysFilePath target(candidate);
+  return lower(source.absolute().asString()) == lower(target.absolute().asString()) ||
+         ApiSysFileAccess::isSameFile(source, target);
+}
+
 }  // namespace
+
+RWClassicCString pathOf(const ApiDocumentRef& document) {
+  const auto access = DbDocument::docAccess(document, DbDocument::PATH);
+  const auto* text = dynamic_cast<const DbStringAccess*>(access.get());
+  return text ? text->getString() : RWClassicCString();
+}
 
 RWClassicCString folderOf(const RWClassicCString& path) {
   const ApiSysFilePath whole(path);
@@ -141,6 +158,9 @@ void JtwManager::getExportLocationAndName(const ApiDocumentRef& document,
   const RWClassicCString path = jtw::pathOf(document);
   location = jtw::folderOf(path);
   name = jtw::withJtSuffix(ApiSysFilePath(path).fileName());
+  // ".export" as often as it takes: the source is one file.
+  while (jtw::isSourceOf(document, location + name))
+    name = name.substr(0, name.size() - JT_SUFFIX.size()) + "export." + JT_SUFFIX;
 }
 
 bool JtwManager::getExportFileNameFromDocument(const ApiDocumentRef& document,

@@ -5,6 +5,9 @@
 
 namespace jtw {
 
+/// The document's path; empty for the null document.
+RWClassicCString pathOf(const ApiDocumentRef& document);
+
 /// The folder part of a path, with a separator at its end; empty when there is none.
 RWClassicCString folderOf(const RWClassicCString& path);
 

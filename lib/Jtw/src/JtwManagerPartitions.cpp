@@ -66,12 +66,13 @@ void JtwManager::removeJtPartitionsOfDoc(JtPartition* partition) {
 }
 
 void JtwManager::removeAllJtPartition() {
-  Partitions all;
-  all.reserve(64);
-  for (const auto& entry : docTojtPartitionsVec_)
-    std::ranges::copy_if(entry.second, std::back_inserter(all),
-                         [](const JtPartition* partition) { return partition != nullptr; });
-  for (JtPartition* partition : all) removeJtPartition(partition);
+  // One that is listed for several documents is known to belong to the last of them only.
+  for (const auto& entry : docTojtPartitionsVec_) {
+    docsWithKrSwitch_.erase(entry.first);
+    docsWithKrJt_.erase(entry.first);
+  }
+  docTojtPartitionsVec_.clear();
+  jtPartitionToDoc_.clear();
 }
 
 void JtwManager::releaseDocument(const ApiDocumentRef& document) {

@@ -95,11 +95,12 @@ void JtwRoot::setPartition(jt::Ref<JtPartition> partition) {
 }
 
 bool JtwRoot::initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
+  jt::setLastError({});
   bool opened = false;
   try {
     opened = openOrShare(document, error);
   } catch (const std::exception& failure) {
-    jt::setLastError(failure.what());
+    jt::setLastError(failure, jtw::pathOf(document));
   }
   if (!opened) {
     error = JT_INITIALIZE_FAILED;
@@ -148,7 +149,7 @@ bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
     JtPartition::openPartition(location, nullptr, opened, JtwManager::the().readLimits());
   } catch (const std::exception& failure) {
     // What counts is whether a partition came back.
-    jt::setLastError(failure.what());
+    jt::setLastError(failure, location->displayName().stringToMbs());
   }
   if (!opened) return false;
   setPartition(jt::Ref<JtPartition>::adopt(opened));
@@ -159,7 +160,11 @@ bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
 
 JtStorageLocation* JtwRoot::computeLocation(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
   CComPtr<IStream> stream;
-  if (!getStreamFromDocument(document, stream)) return nullptr;
+  if (!getStreamFromDocument(document, stream)) {
+    jt::setLastError(jtw::pathOf(document) +
+                     ": the document keeps its JT data in a stream, but has none");
+    return nullptr;
+  }
   if (stream) {
     auto* place = new DmKrUtilsStreamStorageLocation;
     place->setStreamObject(jt::make<DmKrUtilsStreamObject>(stream).get());
@@ -167,10 +172,25 @@ JtStorageLocation* JtwRoot::computeLocation(const ApiDocumentRef& document, OPEN
   }
   RWClassicCString location;
   RWClassicCString name;
-  if (JtwManager::getFileNameFromDocument(document, location, name))
+  if (JtwManager::getFileNameFromDocument(document, location, name)) {
+    // Without a name the document itself is the JT file, and missing: opening it says so.
+    if (name.empty()) name = jtw::pathOf(document);
     return new JtFSStorageLocation(JtString(location), JtString(name));
+  }
   setJtError(location, error);
+  jt::setLastError(jtw::pathOf(document) + (error == JT_PATH_NOT_FOUND
+                                                ? ": there is no such document"
+                                                : ": there is no JT file in the document"));
   return nullptr;
+}
+
+bool JtwRoot::hasJtData(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
+  auto why = JT_FILE_NOT_FOUND;
+  const jt::Ref<JtStorageLocation> place(computeLocation(document, why));
+  const auto* file = jt::as<JtFSStorageLocation>(place.get());
+  if (place && (!file || ApiSysFilePath(file->fullFilePath()).exists())) return true;
+  error = why;
+  return false;
 }
 
 bool JtwRoot::getStreamFromDocument(const ApiDocumentRef& document, CComPtr<IStream>& stream) {
@@ -229,17 +249,22 @@ bool JtwRoot::regroup(jt::Ref<JtGroup> group) {
   return group_ && group_->addChild(jtNode());
 }
 
-bool JtwRoot::writeToDatastore(JtNode* node) {
+bool JtwRoot::writeToDatastore(JtNode* node, const jt::SaveOptions& options) {
+  jt::setLastError({});
   JtStorageLocation* const place = getStorageLocation();
-  if (!place) return false;
+  if (!place) {
+    jt::setLastError(partition_ ? "the component has no place to be written to"
+                                : "the component is not open");
+    return false;
+  }
   try {
     if (node && node != partition_.get())
-      partition_->saveAs(node, place);
+      partition_->saveAs(node, place, options);
     else
-      partition_->save();
+      partition_->save(nullptr, options);
     return true;
   } catch (const std::exception& failure) {
-    jt::setLastError(failure.what());
+    jt::setLastError(failure, place->displayName().stringToMbs());
     return false;
   }
 }

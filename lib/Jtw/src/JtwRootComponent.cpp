@@ -13,6 +13,7 @@
 #include "JtwMeasurementUnits.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
+#include "JtwSceneGraph.h"
 #include "JtwTransforms.h"
 #include "JtwTraverse.h"
 #include "VisMetaDataNode.h"
@@ -32,15 +33,6 @@ void markNativeJt(JtNode& node) {
   const auto key = jt::make<JtStringPropAtom>(JtString(kOriginateFromNativeJt));
   key->setStateFlags(key->stateFlags() & ~kProducerBit);
   node.addProperty(key.get(), jt::make<JtPtrPropAtom>().get(), true);
-}
-
-/// Moves the children of `from` below `to`, in their order.
-void moveChildren(JtGroup& from, JtGroup& to) {
-  std::vector<jt::Ref<JtNode>> children;
-  children.reserve(static_cast<std::size_t>(from.numChildren()));
-  for (int index = 0; index < from.numChildren(); ++index) children.emplace_back(from.child(index));
-  for (int index = from.numChildren() - 1; index >= 0; --index) from.removeChild(index);
-  for (const auto& child : children) to.addChild(child.get());
 }
 
 /// The product of the node's transforms in list order, taking them off the node.

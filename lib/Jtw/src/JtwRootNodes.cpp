@@ -352,6 +352,9 @@ void JtwRoot::endWalk() noexcept {
 // --- Writing
 
 bool JtwRoot::write(bool asNewCopy) {
-  if (openError_ != 0) return false;
+  if (openError_ != 0) {
+    jt::setLastError("the component could not be opened, so there is nothing to write");
+    return false;
+  }
   return writeToDatastore(asNewCopy ? jtNode() : nullptr);
 }

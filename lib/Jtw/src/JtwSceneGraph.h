@@ -30,6 +30,9 @@ void forEachBelow(JtNode* start, Act act) {
 /// Takes a child away from a parent; false when it is none of its children or cannot be removed.
 bool cutChild(JtNode* parent, JtNode* child);
 
+/// Moves the children of `from` below `to`, in their order.
+void moveChildren(JtGroup& from, JtGroup& to);
+
 /// The child of that index; an instance is replaced by what it places. May be null.
 JtNode* childBehindInstance(const JtNode& node, int index);
 

@@ -7,6 +7,7 @@
 #include "DmKrUtilsInterface.h"
 #include "JtStreamMgr.h"
 #include "JtSwitch.h"
+#include "JtwFileNaming.h"
 #include "JtwManager.h"
 #include "JtwPropertyNames.h"
 #include "JtwRoot.h"
@@ -56,10 +57,16 @@ bool JtwUpdateJtMaterials::executeOnComponent(const ApiDocumentRef& doc) {
   RWClassicCString directory;
   RWClassicCString fileName;
   try {
-    return JtwManager::the().getFileNameFromDocument(doc, directory, fileName) &&
-           updateFile(directory + fileName);
+    jt::setLastError({});
+    if (!JtwManager::the().getFileNameFromDocument(doc, directory, fileName)) {
+      jt::setLastError(jtw::pathOf(doc) + ": there is no JT file in the document");
+      return false;
+    }
+    // Without a name the document itself is the JT file, and missing.
+    const RWClassicCString path = directory + fileName;
+    return updateFile(path.empty() ? jtw::pathOf(doc) : path);
   } catch (const std::exception& failure) {
-    jt::setLastError(failure.what());
+    jt::setLastError(failure, jtw::pathOf(doc));
     return false;
   }
 }
