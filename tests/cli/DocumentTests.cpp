@@ -169,6 +169,10 @@ TEST_F(Component, AStreamIsReadAndWrittenInPlace) {
   EXPECT_TRUE(matches(work_.json("set stream:part.jt 3 name=Lid"), R"({"node": {"name": "Lid"}})"));
   EXPECT_EQ(work_.json("get part.jt 3").at("name"), "Lid");
   EXPECT_EQ(work_.json("tree stream:part.jt").at("root"), work_.json("tree part.jt").at("root"));
+  fs::permissions(work_.path("part.jt"), fs::perms::owner_read);
+  const std::string before = work_.read("part.jt");
+  EXPECT_EQ(work_.json("set stream:part.jt 3 name=Hub", 4).at("code"), "read_only");
+  EXPECT_EQ(work_.read("part.jt"), before);
 }
 
 TEST(New, MakesAComponentOfEveryKind) {

@@ -7,6 +7,8 @@
 namespace cli {
 namespace {
 
+namespace fs = std::filesystem;
+
 struct Failing {
   const char* line;
   int exit;
@@ -104,6 +106,23 @@ TEST(StandardOutput, ThatTakesNothingIsAFailure) {
   work.run("help; sleep 0.3; '" JTW_TOOL
            "' explain zoo95.jt; echo $? > io/code; } 2> /dev/null | { exec 0<&-; :");
   EXPECT_EQ(work.read("io/code"), "4\n");
+}
+
+TEST(StandardOutput, ThatTakesNoReportSaysThatTheSaveIsDone) {
+  const Workspace work;
+  for (const char* line : {"new made.kpak > /dev/full", "copy tiny95.jt b.jt --json >&-",
+                           "import cube.obj cube.kpak > /dev/full"}) {
+    if (std::string(line).starts_with("import")) {
+      if (!fs::exists(fs::path(JTW_TOOL).replace_filename("jtw-mesh"))) continue;
+      work.write("cube.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    }
+    const Outcome outcome = work.run(line);
+    EXPECT_EQ(outcome.exit, 4) << line;
+    EXPECT_NE(outcome.err.find("the save is done: "), std::string::npos) << outcome.err;
+  }
+  for (const char* file : {"made.kpak/made.jt", "b.jt"}) EXPECT_TRUE(work.exists(file)) << file;
+  const Outcome refused = work.run("new made.kpak");
+  EXPECT_EQ(refused.err.find("the save is done"), std::string::npos) << refused.err;
 }
 
 TEST(StandardOutput, KeepsMessagesOut) {

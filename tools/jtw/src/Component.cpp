@@ -5,8 +5,8 @@
 
 #include "ApiErrStream.h"
 #include "ApiSysFilePath.h"
+#include "DmKrUtilsFileStream.h"
 #include "DocumentStore.h"
-#include "FileStream.h"
 #include "InputFile.h"
 #include "JtExportRoot.h"
 #include "JtwManager.h"
@@ -28,16 +28,14 @@ void lookIntoCoDocuments() {
 
 ApiDocumentRef withFileStream(const ApiDocumentRef& document, const std::string& path,
                               bool forWriting) {
-  IStreamResult result = IStreamResult::ok;
-  const auto mode = forWriting ? FileStream::Mode::readWrite : FileStream::Mode::readOnly;
-  const CComPtr<FileStream> stream = FileStream::open(ApiSysFilePath(path), mode, result);
-  if (!stream) {
-    const bool isMissing = result == IStreamResult::notFound;
-    throw Failure(forWriting && !isMissing ? ExitCode::output : ExitCode::input,
-                  isMissing ? "not_found" : "unreadable", std::string(toText(result)),
-                  {.file = path, .segment = {}, .element = {}, .offset = {}});
+  using Mode = DmKrUtilsFileStream::Mode;
+  try {
+    const auto stream =
+        DmKrUtilsFileStream::open(path, forWriting ? Mode::readWrite : Mode::readOnly);
+    return host::withStream(document, CComPtr<IStream>(stream), ApiDocument::StreamDuty::should);
+  } catch (const JtFormatError& error) {
+    throw readFailure(error, path);
   }
-  return host::withStream(document, CComPtr<IStream>(stream), ApiDocument::StreamDuty::should);
 }
 
 }  // namespace

@@ -36,12 +36,14 @@ Failure readFailure(const JtFormatError& error, const std::string& file) {
 }
 
 Failure saveFailure(const JtFormatError& error, const std::string& file) {
-  static constexpr std::array<std::string_view, 12> kOutputCodes{"read_only",
+  static constexpr std::array<std::string_view, 14> kOutputCodes{"read_only",
                                                                  "unwritable",
                                                                  "no_space",
                                                                  "write_failed",
                                                                  "verify_failed",
                                                                  "changed_on_disk",
+                                                                 "closed",
+                                                                 "exists",
                                                                  "unsupported_version",
                                                                  "attributes_not_copied",
                                                                  "not_convertible",

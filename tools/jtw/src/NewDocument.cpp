@@ -4,10 +4,11 @@
 #include <string>
 #include <system_error>
 
+#include "ApiSysFileAccess.h"
 #include "ApiSysFilePath.h"
 #include "ApiSysStringConvertors.h"
+#include "DmKrUtilsFileStream.h"
 #include "DmKrUtilsStreamStorageLocation.h"
-#include "FileStream.h"
 #include "InputFile.h"
 #include "JtwManager.h"
 #include "SaveResult.h"
@@ -24,29 +25,33 @@ namespace fs = std::filesystem;
                 {.file = file, .segment = {}, .element = {}, .offset = {}});
 }
 
-/// A file or folder that is removed again unless keep() is called.
-class Provisional {
+/// A folder that is made for a document, and removed again unless keep() is called.
+class NewFolder {
  public:
-  Provisional() = default;
-  ~Provisional() {
+  NewFolder() = default;
+  ~NewFolder() {
     std::error_code ignored;
     if (!path_.empty()) fs::remove(path_, ignored);
   }
-  Provisional(const Provisional&) = delete;
-  Provisional& operator=(const Provisional&) = delete;
+  NewFolder(const NewFolder&) = delete;
+  NewFolder& operator=(const NewFolder&) = delete;
 
-  void createFolder(const std::string& path) {
+  void create(const std::string& path) {
     std::error_code error;
     if (fs::is_directory(path, error)) return;
     if (!fs::create_directory(path, error) || error)
       failOutput("unwritable", path, error ? error.message() : "the folder cannot be made");
     path_ = path;
+    // A file is only as durable as the folders above it.
+    const fs::path parent = fs::path(path).parent_path();
+    isDurable_ = ApiSysFileAccess::syncDir(ApiSysFilePath(parent.empty() ? "." : parent.string()));
   }
-  void created(std::string path) { path_ = std::move(path); }
+  bool isDurable() const { return isDurable_; }
   void keep() { path_.clear(); }
 
  private:
   std::string path_;
+  bool isDurable_ = true;
 };
 
 /// The file that the JT data goes to, and whether something is there.
@@ -72,15 +77,15 @@ Target findTarget(const DocumentName& name, const ApiDocumentRef& document) {
   return {location + file, exists};
 }
 
-jt::Ref<JtStorageLocation> streamLocation(const Target& target, Provisional& made) {
-  IStreamResult result = IStreamResult::ok;
-  const auto mode = target.exists ? FileStream::Mode::readWrite : FileStream::Mode::create;
-  const CComPtr<FileStream> stream = FileStream::open(ApiSysFilePath(target.file), mode, result);
-  if (!stream) failOutput("unwritable", target.file, std::string(toText(result)));
-  if (!target.exists) made.created(target.file);
+jt::Ref<JtStorageLocation> streamLocation(const Target& target) try {
+  using Mode = DmKrUtilsFileStream::Mode;
+  const auto stream =
+      DmKrUtilsFileStream::open(target.file, target.exists ? Mode::readWrite : Mode::createNew);
   const auto location = jt::make<DmKrUtilsStreamStorageLocation>();
   location->setStreamObject(jt::make<DmKrUtilsStreamObject>(CComPtr<IStream>(stream)).get());
   return location;
+} catch (const JtFormatError& error) {
+  failOutput(error.code().c_str(), target.file, error.message());
 }
 
 /// What every new component has.
@@ -106,13 +111,17 @@ NewDocument::NewDocument(Session& session, const std::string& document, bool rep
   furnish(*root_, name_, unitRatio);
 }
 
-jt::SaveReport NewDocument::save(const jt::SaveOptions& options) {
-  Provisional made;
+jt::SaveReport NewDocument::save(jt::SaveOptions options) {
+  NewFolder folder;
   jt::Ref<JtStorageLocation> location = outputLocation(file_);
-  if (!options.dryRun && name_.isFolder) made.createFolder(name_.path);
-  if (!options.dryRun && name_.isStream) location = streamLocation({file_, exists_}, made);
+  if (!options.dryRun && name_.isFolder) folder.create(name_.path);
+  if (!options.dryRun && name_.isStream) location = streamLocation({file_, exists_});
+  options.storage.createOnly = !exists_;
   jt::SaveReport report = savePartition(*root_->partition(), location.get(), options, text_);
-  made.keep();
+  folder.keep();
+  if (!folder.isDurable())
+    report.warnings.push_back(
+        {"saved_not_durable", "saved, but a power cut soon may take the new folder away again"});
   return report;
 }
 

@@ -21,7 +21,7 @@ class NewDocument {
 
   JtwRoot& root() const noexcept { return *root_; }
   /// Throws Failure; a folder or file that was made for it is gone again then.
-  jt::SaveReport save(const jt::SaveOptions& options);
+  jt::SaveReport save(jt::SaveOptions options);
 
  private:
   std::string text_;

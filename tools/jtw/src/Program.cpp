@@ -89,7 +89,7 @@ ExitCode guarded(Session& session, const Work& work) {
     } catch (...) {
       // The exit code still tells.
     }
-    return failure.exit();
+    return session.exitAfter(failure);
   }
 }
 

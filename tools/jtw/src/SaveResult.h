@@ -25,6 +25,8 @@ void writeSaved(Session& session, const jt::SaveReport& report);
 /// Tells in text what a save did, or would do; the warnings go to standard error in any case.
 void showSaved(Output& out, const jt::SaveReport& report, bool dryRun);
 void showSaved(Session& session, const jt::SaveReport& report, bool dryRun);
+/// To be called right after a save: its warnings go to standard error, and a later failure says
+/// that the save is done.
 void showSaveWarnings(Session& session, const jt::SaveReport& report);
 
 /// The word for an action: what is new counts as rewritten.

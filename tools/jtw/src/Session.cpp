@@ -90,7 +90,29 @@ void Session::reportJson(const Failure& failure) {
   if (isPartlyOut) json().end();
 }
 
-void Session::report(const Failure& failure) {
+void Session::noteWritten(const std::string& file) noexcept {
+  if (++writtenCount_ > 1) return;
+  try {
+    firstWritten_ = file;
+  } catch (...) {
+    // The count is what matters.
+  }
+}
+
+ExitCode Session::exitAfter(const Failure& failure) const noexcept {
+  return writtenCount_ > 0 && failure.exit() == ExitCode::input ? ExitCode::output : failure.exit();
+}
+
+/// The failure as it is, unless a file was written: then it says so, since the exit code cannot.
+Failure Session::withWritten(const Failure& failure) const {
+  if (writtenCount_ == 0) return failure;
+  std::string message = failure.what() + ("; the save is done: " + firstWritten_);
+  if (writtenCount_ > 1) message += " and " + counted(writtenCount_ - 1, "more file");
+  return {exitAfter(failure), failure.code(), message, failure.where()};
+}
+
+void Session::report(const Failure& found) {
+  const Failure failure = withWritten(found);
   message(Ink::red, "error:", describe(failure.where(), failure.what()));
   if (failure.code() == "usage") {
     const bool hasHelp = command() && command()->run;

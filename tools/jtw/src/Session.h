@@ -45,6 +45,10 @@ class Session {
 
   /// A message on standard error, unless --quiet.
   void warn(const std::string& message);
+  /// To be called when a file was written: a failure after that is one of the report alone.
+  void noteWritten(const std::string& file) noexcept;
+  /// How the program ends after a failure: once a file was written, never with the code for inputs.
+  ExitCode exitAfter(const Failure& failure) const noexcept;
   /// Reports a failure: as text on standard error and, with --json, as JSON where results go.
   void report(const Failure& failure);
   /// Hands everything over; throws Failure "write_failed".
@@ -57,6 +61,7 @@ class Session {
   Style styleFor(const Output& output) const;
   void message(Ink ink, const char* label, const std::string& text);
   void reportJson(const Failure& failure);
+  Failure withWritten(const Failure& failure) const;
 
   CommandLine line_;
   Output standardOutput_;
@@ -66,6 +71,8 @@ class Session {
   bool json_;
   bool quiet_;
   bool progress_;
+  std::size_t writtenCount_ = 0;
+  std::string firstWritten_;
   std::string color_ = "auto";
   Style style_;
 };

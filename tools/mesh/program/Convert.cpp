@@ -123,6 +123,8 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   } catch (const JtFormatError& error) {
     throw saveFailure(error, output);
   }
+  if (!dryRun)
+    for (const std::string& file : files) session.noteWritten(file);
   const SceneCounts counts(scene);
   if (!session.wantsJson()) {
     showCounts(session, counts);

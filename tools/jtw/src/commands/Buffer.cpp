@@ -99,6 +99,7 @@ ExitCode get(Session& session, const Kind& kind, const std::string& file) {
   const Content content(component.root(), kind);
   if (!content.found) failAbsent(component, kind);
   writeBytes(file, std::as_bytes(std::span(content.data.get(), content.size)));
+  session.noteWritten(file);
   if (!session.wantsJson()) {
     session.out().line(describe(kind, content) + " written to " + printable(file));
     return ExitCode::done;

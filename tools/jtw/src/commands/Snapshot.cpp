@@ -101,6 +101,7 @@ ExitCode runSnapshot(Session& session) {
     return drawScene(*partition, request, [&progress](double share) { progress.update(share); });
   }();
   writeBytes(output, pngOf(drawing.image, output));
+  session.noteWritten(output);
   for (const std::string& error : drawing.damaged)
     session.warn("a shape is not in the picture: " + error);
   if (drawing.shapes == 0) session.warn("there is no geometry to be seen; the picture is empty");

@@ -149,6 +149,7 @@ class Batch {
     };
     const auto done = [&](std::size_t i, const std::optional<std::string>& result) {
       reports_[i] = result ? Report::unpacked(*result) : lost(i);
+      if (!dryRun && reports_[i].outcome == Outcome::updated) session_.noteWritten(document(i));
       progress.update(static_cast<double>(++done_) / static_cast<double>(names_.size()));
     };
     runInProcesses(pieces, jobs, work, done);
