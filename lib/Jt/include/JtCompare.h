@@ -57,8 +57,12 @@ class JT_API CompareSink {
 };
 
 struct CompareOptions {
-  /// How far apart numbers of nodes, attributes and meshes may be; lengths in the unit of their
-  /// node. Properties and metadata are compared exactly.
+  /// How far apart lengths may be, in millimetres: positions, translations, extents, ranges. A
+  /// rotation may move geometry by as much. Numbers without a unit (normals, colors, texture
+  /// coordinates, factors) may differ by the same number, but never by more than 0.02. With a
+  /// tolerance, areas and the extents of partitions are not compared: they follow from geometry
+  /// that is. Properties and metadata are compared exactly. What is the same within one tolerance
+  /// is the same within every greater one.
   double tolerance = 0;
   /// Keys of properties that tell siblings apart whatever their name, the first one that a node has
   /// counts.
@@ -80,7 +84,8 @@ struct CompareResult {
 /// pair of nodes is compared once, however many paths lead to it; partitions that stand for other
 /// files are compared by file name. Segments are loaded only where their bytes differ. Throws
 /// JtFormatError when a segment that must be looked at is damaged, and "too_complex" when shared
-/// nodes can be paired in unreasonably many ways.
+/// nodes can be paired in unreasonably many ways, or too many primitives of a shape lie within the
+/// tolerance of each other.
 JT_API CompareResult compare(const JtPartition& a, const JtPartition& b,
                              const CompareOptions& options, CompareSink& sink);
 

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
+#include <cmath>
 #include <limits>
+#include <random>
 
 #include "Jt.h"
 #include "JtBaseDataStream.h"
@@ -218,10 +220,30 @@ INSTANTIATE_TEST_SUITE_P(
         Edit{"matrix_within",
              [](Model& m) {
                m.matrix[12] = 10.4;
+               m.matrix[13] = -0.3;  // a value that identity matrices do not store
                m.xform->setMatrix(m.matrix);
              },
              {},
              0.5},
+        Edit{"turned_by_more_than_any_tolerance",
+             [](Model& m) {
+               m.matrix[0] = 0.9;
+               m.xform->setMatrix(m.matrix);
+             },
+             {"/Arm attribute Geometric Transform Attribute.matrix"},
+             kHuge},
+        Edit{"color_beyond_any_tolerance",
+             [](Model& m) { m.material->setDiffuseColor(0.5F, 0.25F, 0.75F, 1); },
+             {"/Arm attribute Material Attribute.diffuse"},
+             kHuge},
+        Edit{"area_beside_geometry",
+             [](Model& m) {
+               auto told = m.shape->statistics();
+               told.area = 5;
+               m.shape->setStatistics(told);
+             },
+             {},
+             1e-6},
         Edit{"matrix_not_a_number",
              [](Model& m) {
                m.matrix[12] = kNaN;
@@ -297,6 +319,60 @@ INSTANTIATE_TEST_SUITE_P(
              },
              {"/Arm/LOD/Tri-Strip Set Shape Node geometry"}}),
     [](const auto& test) { return std::string(test.param.name); });
+
+/// Small triangles with all kinds of normals, so dense that very many lie within a tolerance.
+std::shared_ptr<jt::Mesh> makeSoup(bool turned, const jt::Vec3f& by) {
+  constexpr std::uint32_t kCount = 1500;
+  auto mesh = std::make_shared<jt::Mesh>();
+  std::minstd_rand random(7);
+  const auto number = [&random] { return static_cast<float>(random() % 10007) / 10007; };
+  for (std::uint32_t i = 0; i < kCount; ++i) {
+    const jt::Vec3f at{number() + by[0], number() + by[1], 0.1F * number() + by[2]};
+    mesh->positions.push_back(at);
+    mesh->positions.push_back({at[0] + 0.004F, at[1], at[2]});
+    mesh->positions.push_back({at[0], at[1] + 0.003F, at[2]});
+    const double angle = 6.28 * static_cast<double>(number());
+    mesh->normals.push_back(
+        {static_cast<float>(std::cos(angle)), static_cast<float>(std::sin(angle)), 0});
+  }
+  for (std::uint32_t i = 0; i < kCount; ++i) {
+    const std::uint32_t triangle = turned ? i * 7 % kCount : i;
+    for (std::uint32_t corner = 0; corner < 3; ++corner) {
+      mesh->corners.push_back(3 * triangle + (turned ? corner + 1 : corner) % 3);
+      mesh->records.push_back(triangle);
+    }
+  }
+  return mesh;
+}
+
+TEST(Compare, TolerancesAreMonotonicAndInMillimetres) {
+  struct Case {
+    jt::Vec3f by;
+    const char* unit;
+    double same;  // from this tolerance on, in millimetres
+  };
+  for (const Case& one : {Case{{0, 0, 0}, "Millimeters", 0},
+                          {{0.05F, -0.03F, 0.02F}, "Millimeters", 0.06},
+                          {{0, 0.5F, 0}, "Inches", 13}}) {
+    const auto part = [&one](bool isB) {
+      const auto root = jt::make<JtPartition>();
+      const auto node = jt::make<VisPartNode>();
+      put(*node, Jt::jtPropMeasurementUnits, one.unit);
+      node->addChild(jt::makeShape(makeSoup(isB, isB ? one.by : jt::Vec3f{})).get());
+      root->addChild(node.get());
+      return root;
+    };
+    MemoryStorage storage;
+    const auto a = storage.open(storage.saved(*part(false)));
+    const auto b = storage.open(storage.saved(*part(true)));
+    for (const double tolerance : {0.0, 0.04, 0.06, 0.3, 12.0, 13.0, kHuge}) {
+      const jt::CompareOptions options{tolerance, {}, 1000};
+      EXPECT_EQ(Differences(*a, *b, options).result().isSame(), tolerance >= one.same)
+          << one.unit << ' ' << one.by[0] << ' ' << tolerance;
+      EXPECT_EQ(Differences(*b, *a, options).result().isSame(), tolerance >= one.same);
+    }
+  }
+}
 
 TEST(Compare, NotANumberEqualsItself) {
   Model a;

@@ -28,7 +28,7 @@ constexpr Option kCopyOptions[] = {
     kMaxSegment,
     kMaxDocument};
 constexpr Option kDiffOptions[] = {
-    {"tolerance", 't', "T", "how far apart numbers may be; lengths in the unit of their node (0)"},
+    {"tolerance", 't', "T", "how far apart lengths may be, in millimetres (0)"},
     {"segments", 0, nullptr, "also compare the segments byte for byte"},
     {"limit", 0, "N", "the most differences that are listed (1000)"},
     kMaxSegment,
@@ -134,9 +134,9 @@ constexpr Command kCommands[] = {
     {"diff", "A B [--tolerance T] [--segments]", "tells what is different between two JT files",
      "jtw diff gear.jt gear-new.jt --tolerance 0.01",
      "Compares what the files mean: one model in two versions of the format is the same. Meshes\n"
-     "are compared as sets of triangles. --tolerance is for nodes, attributes and meshes; "
-     "properties\n"
-     "and metadata are compared exactly. Exit code 1 when there is a difference.",
+     "are compared as sets of triangles. --tolerance is for nodes, attributes and meshes; numbers\n"
+     "without a unit may differ as much, by 0.02 at most. Properties and metadata are compared\n"
+     "exactly. Exit code 1 when there is a difference.",
      2, 2, kDiffOptions, runDiff},
     {"new", "DOC [--unit UNIT] [--force]", "makes an empty component", "jtw new gear.kpak",
      "A name that ends in .kpak, .co or .cor becomes a folder with a JT file in it. The component\n"

@@ -30,13 +30,16 @@ class Comparison {
       : graphs_{a, b, GraphFacts(a, options.identityKeys), GraphFacts(b, options.identityKeys)},
         forms_(a, b),
         report_(graphs_, options.maxDifferences, sink),
-        objects_(forms_, options.tolerance),
+        objects_(forms_),
         segments_(graphs_, options.tolerance, report_),
         properties_(forms_, report_, segments_),
+        tolerance_(options.tolerance),
         workLeft_(kWorkALink * (graphs_.factsA.edges() + graphs_.factsB.edges()) + kWorkALink) {}
 
   CompareResult run() {
-    std::vector<PairId> pending{report_.add({&graphs_.a, &graphs_.b})};
+    NodePair roots{&graphs_.a, &graphs_.b};
+    roots.millimetres = unitOf(graphs_.a, 1);
+    std::vector<PairId> pending{report_.add(roots)};
     while (!pending.empty()) {
       const PairId id = pending.back();
       pending.pop_back();
@@ -79,10 +82,23 @@ class Comparison {
       compareCarried(id, DifferenceKind::field, elementName(&a), a, b);
       return;
     }
-    objects_.compare(a, b,
+    objects_.compare(a, b, toleranceOf(id),
                      [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
                        tell(id, DifferenceKind::field, field, x, y);
                      });
+  }
+
+  /// Millimetres in the unit of length of a node.
+  /// @param inherited those of the parent's
+  double unitOf(const JtNode& node, double inherited) const {
+    const double own = graphs_.factsA.of(&node).millimetres;
+    return own > 0 ? own : inherited;
+  }
+
+  Tolerance toleranceOf(PairId id) const {
+    const NodePair& pair = report_.pair(id);
+    return {tolerance_, pair.millimetres,
+            std::max(graphs_.factsA.of(pair.a).reach, graphs_.factsB.of(pair.b).reach)};
   }
 
   void compareCarried(PairId id, DifferenceKind kind, const std::string& name,
@@ -143,8 +159,9 @@ class Comparison {
   void compareGroup(PairId id, const std::string& type, std::vector<const JtAttribute*> a,
                     std::vector<const JtAttribute*> b) {
     if (a.size() != b.size()) {
-      const auto isSame = [&](const JtAttribute* x, const JtAttribute* y) {
-        return objects_.isSame(*x, *y);
+      const auto isSame = [&, tolerance = toleranceOf(id)](const JtAttribute* x,
+                                                           const JtAttribute* y) {
+        return objects_.isSame(*x, *y, tolerance);
       };
       const auto [frontA, frontB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), isSame);
       a.erase(a.begin(), frontA);
@@ -169,7 +186,7 @@ class Comparison {
       compareCarried(id, DifferenceKind::attribute, elementName(&a), a, b);
       return;
     }
-    objects_.compare(a, b,
+    objects_.compare(a, b, toleranceOf(id),
                      [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
                        tell(id, DifferenceKind::attribute, elementName(&a) + "." + field, x, y);
                      });
@@ -199,7 +216,9 @@ class Comparison {
     for (const int index : match.onlyA) report_.tellChild(id, index, true);
     for (const int index : match.onlyB) report_.tellChild(id, index, false);
     for (const ChildMatch::Pair& pair : match.pairs) {
-      const NodePair nodes{a.child(pair.a), b.child(pair.b), id, pair.a, pair.b};
+      const NodePair nodes{
+          a.child(pair.a), b.child(pair.b), id,
+          pair.a,          pair.b,          unitOf(*a.child(pair.a), report_.pair(id).millimetres)};
       const bool isShared = nodes.a->numParents() > 1 || nodes.b->numParents() > 1;
       const bool isNew = !isShared || seenNodes_.emplace(nodes.a, nodes.b).second;
       if (!isNew && !pair.moved) continue;
@@ -226,6 +245,7 @@ class Comparison {
   PropertyComparison properties_;
   PointerPairs seenNodes_;  // only of nodes that several paths may reach
   PointerPairs seenAttributes_;
+  double tolerance_;
   std::size_t workLeft_;
 };
 

@@ -1,220 +1,124 @@
 #include "MeshMatch.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 #include <vector>
 
-#include "Values.h"
+#include "JtFormatError.h"
+#include "PrimitiveGrid.h"
+#include "Primitives.h"
 
 namespace jt::compare_detail {
 
 namespace {
 
-/// One mesh as a list of primitives: triangles, polylines, single points.
-class Primitives {
+/// Limits how many pairs of primitives are looked at. Real meshes need a few a primitive.
+class Work {
  public:
-  explicit Primitives(const Mesh& mesh) : mesh_(mesh) {}
+  explicit Work(std::size_t primitives) : left_(kPairsEach * (primitives + 1024)) {}
 
-  std::size_t count() const noexcept {
-    return mesh_.kind == Mesh::Kind::points ? mesh_.corners.size() : mesh_.primitiveCount();
-  }
-  /// Number of a primitive's first corner, and of its corners.
-  std::pair<std::size_t, std::size_t> corners(std::size_t primitive) const {
-    switch (mesh_.kind) {
-      case Mesh::Kind::triangles:
-        return {3 * primitive, 3};
-      case Mesh::Kind::polylines:
-        return {mesh_.starts[primitive], mesh_.starts[primitive + 1] - mesh_.starts[primitive]};
-      case Mesh::Kind::points:
-        break;
+  /// False when the limit is reached and the answer is known all the same; without an answer the
+  /// limit is an error.
+  bool take() {
+    if (left_ > 0) {
+      --left_;
+      return true;
     }
-    return {primitive, 1};
-  }
-  const Vec3f& position(std::size_t corner) const { return mesh_.positions[mesh_.corners[corner]]; }
-  const Mesh& mesh() const noexcept { return mesh_; }
-
- private:
-  const Mesh& mesh_;
-};
-
-template <class T, std::size_t N>
-bool areClose(const std::array<T, N>& a, const std::array<T, N>& b, double tolerance) {
-  return std::equal(a.begin(), a.end(), b.begin(),
-                    [&](T x, T y) { return isClose(x, y, tolerance); });
-}
-
-/// @pre both meshes have the same attribute arrays
-bool areCornersClose(const Primitives& a, std::size_t cornerA, const Primitives& b,
-                     std::size_t cornerB, double tolerance) {
-  if (!areClose(a.position(cornerA), b.position(cornerB), tolerance)) return false;
-  const Mesh& meshA = a.mesh();
-  const Mesh& meshB = b.mesh();
-  if (meshA.records.empty() || meshB.records.empty()) return true;
-  const std::size_t recordA = meshA.records[cornerA];
-  const std::size_t recordB = meshB.records[cornerB];
-  if (!meshA.normals.empty() &&
-      !areClose(meshA.normals[recordA], meshB.normals[recordB], tolerance))
+    if (!isDifferent_)
+      throw JtFormatError("too_complex",
+                          "too many primitives of a shape lie within the tolerance of each other");
     return false;
-  if (!meshA.colours.empty() &&
-      !areClose(meshA.colours[recordA], meshB.colours[recordB], tolerance))
-    return false;
-  for (std::size_t i = 0; i < meshA.textures.size(); ++i) {
-    const auto parts = static_cast<std::size_t>(meshA.textures[i].components);
-    for (std::size_t part = 0; part < parts; ++part)
-      if (!isClose(meshA.textures[i].values[recordA * parts + part],
-                   meshB.textures[i].values[recordB * parts + part], tolerance))
-        return false;
   }
-  return true;
-}
-
-bool arePartners(const Primitives& a, std::size_t primitiveA, const Primitives& b,
-                 std::size_t primitiveB, double tolerance) {
-  const auto [firstA, countA] = a.corners(primitiveA);
-  const auto [firstB, countB] = b.corners(primitiveB);
-  if (countA != countB) return false;
-  const std::size_t rotations = a.mesh().kind == Mesh::Kind::triangles ? 3 : 1;
-  for (std::size_t rotation = 0; rotation < rotations; ++rotation) {
-    bool fits = true;
-    for (std::size_t i = 0; fits && i < countA; ++i)
-      fits = areCornersClose(a, firstA + i, b, firstB + (i + rotation) % countB, tolerance);
-    if (fits) return true;
-  }
-  return false;
-}
-
-std::uint64_t mix(std::uint64_t hash, std::uint64_t value) noexcept {
-  hash = (hash ^ value) * 0x9e3779b97f4a7c15ULL;
-  return hash ^ (hash >> 31);
-}
-
-/// Bits that are equal for equal numbers.
-std::uint64_t exactBits(float value) noexcept {
-  if (std::isnan(value)) return 1;
-  return value == 0 ? 0 : std::bit_cast<std::uint32_t>(value);
-}
-
-/// Primitives of one mesh by where they are, so that partners are found near by.
-class Places {
- public:
-  Places(const Primitives& primitives, double tolerance) : tolerance_(tolerance) {
-    rows_.reserve(primitives.count());
-    for (std::size_t i = 0; i < primitives.count(); ++i)
-      rows_.push_back(
-          {isExact() ? exactKey(primitives, i) : cellKey(cellsOf(center(primitives, i))),
-           static_cast<std::uint32_t>(i)});
-    std::sort(rows_.begin(), rows_.end());
-  }
-
-  /// Calls visit(primitive) for what may be a partner of a primitive of another mesh, until it
-  /// returns true. Whether it did.
-  template <class Visit>
-  bool anyNear(const Primitives& other, std::size_t primitive, Visit visit) const {
-    if (isExact()) return anyInCell(exactKey(other, primitive), visit);
-    const std::array<double, 3> middle = center(other, primitive);
-    // A little more than the tolerance: sums are rounded.
-    const double reach = tolerance_ * (1 + 1e-6);
-    const Cells low = cellsOf({middle[0] - reach, middle[1] - reach, middle[2] - reach});
-    const Cells high = cellsOf({middle[0] + reach, middle[1] + reach, middle[2] + reach});
-    // Both ends along each axis: cells are wider than what is within reach.
-    for (unsigned corner = 0; corner < 8; ++corner) {
-      Cells cells = low;
-      bool isNew = true;
-      for (std::size_t axis = 0; axis < 3; ++axis) {
-        if (((corner >> axis) & 1U) == 0) continue;
-        isNew = isNew && high[axis] != low[axis];
-        cells[axis] = high[axis];
-      }
-      if (isNew && anyInCell(cellKey(cells), visit)) return true;
-    }
-    return false;
+  /// The answer is known; what is not is how many primitives have no partner.
+  void foundDifference() {
+    if (!isDifferent_) left_ /= 16;
+    isDifferent_ = true;
   }
 
  private:
-  using Cells = std::array<std::int64_t, 3>;
-  using Row = std::pair<std::uint64_t, std::uint32_t>;
-
-  bool isExact() const noexcept { return tolerance_ == 0; }
-
-  /// The same for every rotation.
-  static std::uint64_t exactKey(const Primitives& primitives, std::size_t primitive) {
-    const auto [first, count] = primitives.corners(primitive);
-    std::uint64_t sum = count;
-    for (std::size_t i = 0; i < count; ++i) {
-      std::uint64_t hash = 0;
-      for (const float value : primitives.position(first + i)) hash = mix(hash, exactBits(value));
-      sum += hash;
-    }
-    return sum;
-  }
-
-  /// Of all corners: no farther from that of a partner than the corners are.
-  static std::array<double, 3> center(const Primitives& primitives, std::size_t primitive) {
-    const auto [first, count] = primitives.corners(primitive);
-    std::array<double, 3> middle{};
-    for (std::size_t i = 0; i < count; ++i)
-      for (std::size_t axis = 0; axis < 3; ++axis)
-        middle[axis] += static_cast<double>(primitives.position(first + i)[axis]);
-    for (double& value : middle) value /= static_cast<double>(std::max<std::size_t>(count, 1));
-    return middle;
-  }
-
-  Cells cellsOf(const std::array<double, 3>& place) const {
-    constexpr double kMost = 4e18;  // what cannot be told apart any more shares a cell
-    Cells cells{};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const double cell = std::floor(place[axis] / (4 * tolerance_));
-      cells[axis] =
-          std::isnan(cell) ? 0 : static_cast<std::int64_t>(std::clamp(cell, -kMost, kMost));
-    }
-    return cells;
-  }
-
-  static std::uint64_t cellKey(const Cells& cells) {
-    std::uint64_t hash = 0;
-    for (const std::int64_t cell : cells) hash = mix(hash, static_cast<std::uint64_t>(cell));
-    return hash;
-  }
-
-  template <class Visit>
-  bool anyInCell(std::uint64_t key, Visit visit) const {
-    for (auto row = std::lower_bound(rows_.begin(), rows_.end(), Row{key, 0});
-         row != rows_.end() && row->first == key; ++row)
-      if (visit(row->second)) return true;
-    return false;
-  }
-
-  double tolerance_;
-  std::vector<Row> rows_;
+  static constexpr std::size_t kPairsEach = 1024;
+  std::size_t left_;
+  bool isDifferent_ = false;
 };
 
-/// Primitives of `a` that have no partner in `b`: their number, and the first one.
-struct Lonely {
-  std::size_t count = 0;
-  std::size_t first = 0;
-  bool gaveUp = false;  ///< too many candidates
+/// One of two meshes, and which of its primitives have a partner in the other one.
+struct Side {
+  explicit Side(const Mesh& mesh)
+      : primitives(mesh), hasPartner(primitives.count()), lonely(primitives.count()) {}
+  void mark(std::size_t primitive) {
+    if (!hasPartner[primitive]) --lonely;
+    hasPartner[primitive] = true;
+  }
+
+  Primitives primitives;
+  std::vector<bool> hasPartner;
+  std::size_t lonely;      ///< primitives without partner
+  bool isSearched = true;  ///< false: the search was given up, some of them may have one
 };
 
-/// @param work candidates that may still be looked at
-Lonely lonely(const Primitives& a, const Primitives& b, double tolerance, std::size_t& work) {
-  const Places places(b, tolerance);
-  std::vector<bool> taken(tolerance == 0 ? b.count() : 0);
-  Lonely result;
-  for (std::size_t i = 0; i < a.count() && !result.gaveUp; ++i) {
-    const bool found = places.anyNear(a, i, [&](std::size_t candidate) {
-      result.gaveUp = work == 0;
-      if (result.gaveUp) return true;
-      --work;
-      if (!taken.empty() && taken[candidate]) return false;
-      if (!arePartners(a, i, b, candidate, tolerance)) return false;
-      if (!taken.empty()) taken[candidate] = true;
+/// Each primitive with the one of the same number.
+void matchInOrder(Side& a, Side& b, const Tolerance& tolerance) {
+  for (std::size_t i = 0; i < a.hasPartner.size(); ++i)
+    if (!a.hasPartner[i] && !b.hasPartner[i] &&
+        arePartners(a.primitives, i, b.primitives, i, tolerance)) {
+      a.mark(i);
+      b.mark(i);
+    }
+}
+
+/// Primitives that are equal, one to one.
+void matchEqual(Side& a, Side& b, Work& work) {
+  constexpr std::uint32_t kEnd = 0xffffffffU;
+  struct Entry {
+    std::uint64_t hash;
+    std::uint32_t primitive;
+    std::uint32_t next;  // in the same slot
+  };
+  std::size_t slots = 16;
+  while (slots < b.lonely) slots *= 2;
+  std::vector<std::uint32_t> heads(slots, kEnd);
+  std::vector<Entry> entries;
+  entries.reserve(b.lonely);
+  for (std::size_t i = b.hasPartner.size(); i-- > 0;) {
+    if (b.hasPartner[i]) continue;
+    const std::uint64_t hash = b.primitives.hash(i);
+    std::uint32_t& head = heads[hash & (slots - 1)];
+    entries.push_back({hash, static_cast<std::uint32_t>(i), head});
+    head = static_cast<std::uint32_t>(entries.size() - 1);
+  }
+  for (std::size_t i = 0; i < a.hasPartner.size(); ++i) {
+    if (a.hasPartner[i]) continue;
+    const std::uint64_t hash = a.primitives.hash(i);
+    // Entries that were matched are taken out of their list.
+    for (std::uint32_t* at = &heads[hash & (slots - 1)]; *at != kEnd; at = &entries[*at].next) {
+      const Entry& entry = entries[*at];
+      if (!work.take()) return;
+      if (entry.hash != hash || !arePartners(a.primitives, i, b.primitives, entry.primitive, {}))
+        continue;
+      a.mark(i);
+      b.mark(entry.primitive);
+      *at = entry.next;
+      break;
+    }
+  }
+}
+
+/// A partner within the tolerance for each primitive of `a` that has none, whether it is one's
+/// already or not.
+void matchNear(Side& a, Side& b, const Tolerance& tolerance, Work& work) {
+  if (a.lonely == 0) return;
+  const PrimitiveGrid grid(b.primitives, tolerance.length);
+  for (std::size_t i = 0; i < a.hasPartner.size() && a.isSearched; ++i) {
+    if (a.hasPartner[i]) continue;
+    const bool isDecided = grid.findNear(a.primitives.center(i), [&](std::uint32_t candidate) {
+      a.isSearched = work.take();
+      if (!a.isSearched) return true;
+      if (!arePartners(a.primitives, i, b.primitives, candidate, tolerance)) return false;
+      a.mark(i);
+      b.mark(candidate);
       return true;
     });
-    if (found) continue;
-    if (result.count++ == 0) result.first = i;
+    if (!isDecided) work.foundDifference();
   }
-  return result;
 }
 
 const char* noun(Mesh::Kind kind) {
@@ -240,36 +144,36 @@ std::string summary(const Primitives& primitives) {
   return text;
 }
 
-std::string lonelyText(const Lonely& lonely) {
-  if (lonely.gaveUp) return "; too many lie within the tolerance to be told apart";
-  if (lonely.count == 0) return {};
-  return "; without partner: " + std::to_string(lonely.count) + ", the first is number " +
-         std::to_string(lonely.first);
+std::string lonelyText(const Side& side) {
+  if (side.lonely == 0) return {};
+  const std::string count = std::to_string(side.lonely);
+  if (!side.isSearched) return "; without partner: at most " + count;
+  const auto first = std::find(side.hasPartner.begin(), side.hasPartner.end(), false);
+  return "; without partner: " + count + ", the first is number " +
+         std::to_string(first - side.hasPartner.begin());
 }
 
 }  // namespace
 
 std::optional<std::pair<std::string, std::string>> meshDifference(const Mesh& a, const Mesh& b,
-                                                                  double tolerance) {
-  const Primitives primitivesA(a);
-  const Primitives primitivesB(b);
-  std::pair texts(summary(primitivesA), summary(primitivesB));
+                                                                  const Tolerance& tolerance) {
+  Side sideA(a);
+  Side sideB(b);
+  std::pair texts(summary(sideA.primitives), summary(sideB.primitives));
   if (texts.first != texts.second) return texts;  // kind, count or attributes
-  std::size_t ahead = 0;  // most meshes that are the same stand in the same order
-  while (ahead < primitivesA.count() &&
-         arePartners(primitivesA, ahead, primitivesB, ahead, tolerance))
-    ++ahead;
-  if (ahead == primitivesA.count()) return {};
-
-  // Where the tolerance is greater than the primitives, very many are near each other.
-  constexpr std::size_t kCandidatesEach = 256;
-  std::size_t work = kCandidatesEach * (primitivesA.count() + 1024);
-  const Lonely lonelyA = lonely(primitivesA, primitivesB, tolerance, work);
-  const Lonely lonelyB = lonely(primitivesB, primitivesA, tolerance, work);
-  texts.first += lonelyText(lonelyA);
-  texts.second += lonelyText(lonelyB);
-  const bool haveAll = lonelyA.count + lonelyB.count == 0 && !lonelyA.gaveUp && !lonelyB.gaveUp;
-  return haveAll ? std::nullopt : std::optional(texts);
+  Work work(sideA.lonely);
+  // Most meshes that are the same have the same order.
+  matchInOrder(sideA, sideB, {});
+  if (sideA.lonely > 0) matchEqual(sideA, sideB, work);
+  if (sideA.lonely > 0 && !tolerance.isExact()) {
+    matchInOrder(sideA, sideB, tolerance);
+    matchNear(sideA, sideB, tolerance, work);
+    matchNear(sideB, sideA, tolerance, work);
+  }
+  if (sideA.lonely + sideB.lonely == 0) return {};
+  texts.first += lonelyText(sideA);
+  texts.second += lonelyText(sideB);
+  return texts;
 }
 
 }  // namespace jt::compare_detail

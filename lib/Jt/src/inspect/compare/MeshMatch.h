@@ -7,15 +7,19 @@
 #include <utility>
 
 #include "JtMesh.h"
+#include "Tolerance.h"
 
 namespace jt::compare_detail {
 
 /// What is different between two meshes, as a text for each; nothing when each primitive of one has
 /// a partner in the other: a triangle with the same corners from any corner on, a polyline with the
-/// same corners, a point. Coordinates, normals, colours and texture coordinates of partners are at
-/// most `tolerance` apart, component by component; with a tolerance of 0 partners are one to one.
-/// Face groups and vertex flags do not count.
+/// same corners, a point. Values of partners are within the tolerance, component by component;
+/// without a tolerance partners are one to one. Meshes that are the same within one tolerance are
+/// the same within every greater one. Face groups and vertex flags do not count.
+///
+/// Expected linear time. Throws JtFormatError "too_complex" when very many primitives lie within
+/// the tolerance of each other and differ in other values.
 std::optional<std::pair<std::string, std::string>> meshDifference(const Mesh& a, const Mesh& b,
-                                                                  double tolerance);
+                                                                  const Tolerance& tolerance);
 
 }  // namespace jt::compare_detail

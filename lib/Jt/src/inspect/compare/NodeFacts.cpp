@@ -1,10 +1,12 @@
 #include "NodeFacts.h"
 
 #include <bit>
+#include <cmath>
 #include <functional>
 
 #include "Jt.h"
 #include "JtMaterial.h"
+#include "JtPartUtil.h"
 #include "JtPartition.h"
 #include "JtXform.h"
 
@@ -40,6 +42,39 @@ std::uint64_t hashOf(const Box& box) {
   for (const float value : box.min) hash = mix(hash, hashOf(value));
   for (const float value : box.max) hash = mix(hash, hashOf(value));
   return hash;
+}
+
+/// Greatest distance from the origin.
+double reachOf(const Box& box) {
+  double square = 0;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double most = std::max(std::abs(static_cast<double>(box.min[axis])),
+                                 std::abs(static_cast<double>(box.max[axis])));
+    square += most * most;
+  }
+  return std::sqrt(square);
+}
+
+/// The same for what a node shows in its parent.
+double placedReach(const JtNode& node, double reach) {
+  for (int i = 0; i < node.numAttributes(); ++i) {
+    const auto* xform = as<JtXform>(node.attribute(i));
+    if (!xform) continue;
+    const Matrix4& m = xform->matrix();
+    double scale = 0;
+    for (std::size_t row = 0; row < 3; ++row)
+      scale = std::max(scale, std::hypot(m[4 * row], m[4 * row + 1], m[4 * row + 2]));
+    reach = scale * reach + std::hypot(m[12], m[13], m[14]);
+  }
+  return reach;
+}
+
+double millimetresOf(const JtNode& node) {
+  JtPartUtil::Unit unit{};
+  double metres = 0;
+  const bool hasUnit = JtPartUtil::obtainMeasureUnit(&node, unit) &&
+                       JtPartUtil::obtainScaleToXtFromUnit(unit, metres);
+  return hasUnit ? 1000 * metres : 0;
 }
 
 }  // namespace
@@ -80,13 +115,18 @@ GraphFacts::GraphFacts(const JtNode& root, std::span<const std::string> identity
       if (isNew)
         enter(child, place->second);
       else
-        level.facts->subtree = mix(level.facts->subtree, place->second.subtree);
+        addChild(*level.facts, *child, place->second);
       continue;
     }
-    const std::uint64_t subtree = level.facts->subtree;
+    const Level done = level;
     stack.pop_back();
-    if (!stack.empty()) stack.back().facts->subtree = mix(stack.back().facts->subtree, subtree);
+    if (!stack.empty()) addChild(*stack.back().facts, *done.node, *done.facts);
   }
+}
+
+void GraphFacts::addChild(NodeFacts& facts, const JtNode& child, const NodeFacts& childFacts) {
+  facts.subtree = mix(facts.subtree, childFacts.subtree);
+  facts.reach = std::max(facts.reach, placedReach(child, childFacts.reach));
 }
 
 NodeFacts GraphFacts::describe(const JtNode& node) const {
@@ -109,10 +149,14 @@ NodeFacts GraphFacts::describe(const JtNode& node) const {
   std::uint64_t hash = std::hash<const void*>{}(node.typeID());
   hash = mix(mix(hash, node.nodeFlags()), properties);
   for (int i = 0; i < node.numAttributes(); ++i) hash = mix(hash, hashOf(*node.attribute(i)));
-  if (const auto* shape = as<JtShape>(&node)) hash = mix(hash, hashOf(shape->statistics().box));
+  if (const auto* shape = as<JtShape>(&node)) {
+    hash = mix(hash, hashOf(shape->statistics().box));
+    facts.reach = reachOf(shape->statistics().box);
+  }
   if (const auto* partition = as<JtPartition>(&node))
     hash = mix(hash, hashOf(partition->fileName()));
   facts.content = hash;
+  facts.millimetres = millimetresOf(node);
   return facts;
 }
 

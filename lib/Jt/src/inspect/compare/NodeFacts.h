@@ -19,6 +19,10 @@ struct NodeFacts {
   std::uint64_t nameHash = 0;       ///< 0 for none
   std::uint64_t content = 0;        ///< hash of the node without its children
   std::uint64_t subtree = 0;        ///< hash of the node with everything below it
+  double millimetres = 0;           ///< in the unit of length that the node names; 0: none
+  /// How far geometry of the node and below lies from its origin, before its own transforms; about
+  /// that for transforms that are no rotations.
+  double reach = 0;
 };
 
 /// Facts about every node of a graph. Hashes only decide what is held against what: equal ones do
@@ -34,6 +38,7 @@ class GraphFacts {
 
  private:
   NodeFacts describe(const JtNode& node) const;
+  static void addChild(NodeFacts& facts, const JtNode& child, const NodeFacts& childFacts);
 
   std::vector<JtString> keys_;
   std::size_t edges_ = 0;

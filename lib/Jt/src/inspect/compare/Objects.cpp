@@ -35,6 +35,35 @@ Ref<JtSceneObject> lightOf(const JtSceneObject& set, std::int32_t id) {
   return file::SceneReader::readElement(*source, element, links, kind, nullptr);
 }
 
+/// Fields that are computed from geometry, which is compared itself: an area changes with the whole
+/// outline of a shape, the extent of a file with every unit and transform on the way to it.
+bool isDerived(const JtSceneObject& object, std::string_view name) {
+  if (name == "area") return true;
+  const auto* partition = as<JtPartition>(&object);
+  return partition && ownChildren(*partition) > 0 && name.ends_with("oundingBox");
+}
+
+double limitOf(std::string_view field, const Tolerance& tolerance) {
+  static constexpr std::string_view kLengths[] = {
+      "boundingBox", "transformedBoundingBox", "untransformedBoundingBox", "rangeLimits", "center",
+      "position"};
+  const bool isLength = std::ranges::find(kLengths, field) != std::end(kLengths);
+  return isLength ? tolerance.length : tolerance.plain;
+}
+
+bool areMatricesClose(std::span<const double> a, std::span<const double> b,
+                      const Tolerance& tolerance) {
+  for (std::size_t i = 0; i < 16; ++i) {
+    const bool isLinear = i < 12 && i % 4 != 3;
+    const bool isTranslation = i >= 12 && i < 15;
+    const double limit = isLinear        ? tolerance.rotation
+                         : isTranslation ? tolerance.length
+                                         : tolerance.plain;
+    if (!isClose(a[i], b[i], limit)) return false;
+  }
+  return true;
+}
+
 /// The matrix as far as a form holds it.
 std::vector<double> matrixOf(const JtXform& xform, const file::Format& format) {
   std::vector<double> values(xform.matrix().begin(), xform.matrix().end());
@@ -104,9 +133,12 @@ void ObjectComparison::list(const JtSceneObject& object, file::FieldList& out) c
   file::FieldLister lister(out, forms_.common, forms_.sameBytes);
   // The archive only looks; field lists take what may be written to since readers need it.
   kind->list(lister, const_cast<JtSceneObject&>(object));
+  // How many of these there are may differ.
+  std::erase_if(out.fields, [this](const auto& field) { return isLeftOut(field.name); });
 }
 
-void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b, const Tell& tell) {
+void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b,
+                               const Tolerance& tolerance, const Tell& tell) {
   list(a, listA_);
   list(b, listB_);
   const char* last = "";
@@ -121,12 +153,12 @@ void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b, c
     }
     repeat = std::string_view(last) == fieldA->name ? repeat + 1 : 0;
     last = fieldA->name;
-    if (isLeftOut(last)) continue;
+    if (!tolerance.isExact() && isDerived(a, last)) continue;
     if (std::string_view(last) == "lightObjectId") {
-      compareLights(a, b, tell);
+      compareLights(a, b, tolerance, tell);
       break;
     }
-    if (sameField(listA_, *fieldA, listB_, *fieldB, tolerance_)) continue;
+    if (sameField(listA_, *fieldA, listB_, *fieldB, limitOf(last, tolerance))) continue;
     std::string name = last;
     if (repeat > 0) name += "[" + std::to_string(repeat) + "]";
     tell(name, fieldValue(listA_, *fieldA), fieldValue(listB_, *fieldB));
@@ -138,12 +170,12 @@ void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b, c
   if (!xformA || !xformB) return;
   const std::vector<double> matrixA = matrixOf(*xformA, forms_.common);
   const std::vector<double> matrixB = matrixOf(*xformB, forms_.common);
-  if (!isClose(matrixA, matrixB, tolerance_)) tell("matrix", matrixA, matrixB);
+  if (!areMatricesClose(matrixA, matrixB, tolerance)) tell("matrix", matrixA, matrixB);
 }
 
 /// Light sets name their lights by ids, which mean something in their file only.
 void ObjectComparison::compareLights(const JtSceneObject& a, const JtSceneObject& b,
-                                     const Tell& tell) {
+                                     const Tolerance& tolerance, const Tell& tell) {
   const auto& lightsA = static_cast<const JtLightSet&>(a).lightIds();
   const auto& lightsB = static_cast<const JtLightSet&>(b).lightIds();
   if (lightsA.size() != lightsB.size()) {
@@ -160,20 +192,21 @@ void ObjectComparison::compareLights(const JtSceneObject& a, const JtSceneObject
       tell(name + "type", lightA ? ComparedValue(lightA->typeID()->name()) : ComparedValue(),
            lightB ? ComparedValue(lightB->typeID()->name()) : ComparedValue());
     } else if (!as<JtLightSet>(lightA.get())) {  // sets in sets would not end
-      ObjectComparison(forms_, tolerance_)
-          .compare(*lightA, *lightB,
-                   [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
-                     tell(std::string(name).append(field), x, y);
-                   });
+      ObjectComparison(forms_).compare(
+          *lightA, *lightB, tolerance,
+          [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
+            tell(std::string(name).append(field), x, y);
+          });
     }
   }
 }
 
-bool ObjectComparison::isSame(const JtSceneObject& a, const JtSceneObject& b) {
+bool ObjectComparison::isSame(const JtSceneObject& a, const JtSceneObject& b,
+                              const Tolerance& tolerance) {
   if (isCarriedUnread(a) || isCarriedUnread(b))
     return sameCarriedBytes(a, b, forms_).value_or(true);
   bool same = true;
-  compare(a, b, [&](const auto&, const auto&, const auto&) { same = false; });
+  compare(a, b, tolerance, [&](const auto&, const auto&, const auto&) { same = false; });
   return same;
 }
 

@@ -7,6 +7,7 @@
 
 #include "JtAttribute.h"
 #include "Report.h"
+#include "Tolerance.h"
 #include "file/FieldLister.h"
 #include "file/SceneSource.h"
 
@@ -32,23 +33,24 @@ std::optional<bool> sameCarriedBytes(const JtSceneObject& a, const JtSceneObject
 
 class ObjectComparison {
  public:
-  ObjectComparison(const Forms& forms, double tolerance) : forms_(forms), tolerance_(tolerance) {}
+  explicit ObjectComparison(const Forms& forms) : forms_(forms) {}
 
   /// Told the name of a field that differs, and both values.
   using Tell = std::function<void(const std::string&, const ComparedValue&, const ComparedValue&)>;
 
   /// Compares two objects of one class, but for links, properties and what is carried unread.
-  void compare(const JtSceneObject& a, const JtSceneObject& b, const Tell& tell);
+  void compare(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance,
+               const Tell& tell);
   /// True when nothing differs. What cannot be compared is the same.
-  bool isSame(const JtSceneObject& a, const JtSceneObject& b);
+  bool isSame(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance);
 
  private:
   void list(const JtSceneObject& object, file::FieldList& out) const;
-  void compareLights(const JtSceneObject& a, const JtSceneObject& b, const Tell& tell);
+  void compareLights(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance,
+                     const Tell& tell);
   bool isLeftOut(const char* name) const;
 
   const Forms& forms_;
-  double tolerance_;
   file::FieldList listA_;
   file::FieldList listB_;
 };

@@ -21,6 +21,7 @@ struct NodePair {
   PairId parent = 0;  ///< of the root pair: 0, itself
   int indexA = 0;     ///< among the parent's children
   int indexB = 0;
+  double millimetres = 1;  ///< in the unit of length of `a`, own or inherited
 };
 
 /// The sides of the comparison.

@@ -167,7 +167,8 @@ bool SegmentComparison::compareGeometry(PairId pair) {
   shapeA->releaseMesh();
   shapeB->releaseMesh();
   if (!meshA && !meshB) return false;
-  const auto apart = meshA && meshB ? meshDifference(*meshA, *meshB, tolerance_)
+  const Tolerance tolerance(tolerance_, report_.pair(pair).millimetres, 0);
+  const auto apart = meshA && meshB ? meshDifference(*meshA, *meshB, tolerance)
                                     : std::optional(std::pair(damageA, damageB));
   if (!apart) return true;
   report_.tell(pair, DifferenceKind::geometry, {}, [&](Difference& difference) {

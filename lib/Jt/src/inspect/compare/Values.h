@@ -25,6 +25,7 @@ bool sameMetaValue(const JtMetaData::Value& a, const JtMetaData::Value& b);
 ComparedValue metaValue(const JtMetaData::Value& value);
 
 /// Compares a field that both lists have under one name.
+/// @param tolerance of real numbers
 bool sameField(const file::FieldList& a, const file::FieldList::Field& fieldA,
                const file::FieldList& b, const file::FieldList::Field& fieldB, double tolerance);
 ComparedValue fieldValue(const file::FieldList& list, const file::FieldList::Field& field);
