@@ -38,6 +38,32 @@ TEST(MeshCommands, ImportMakesAComponentThatConvertsBack) {
                            R"({"saved": {"version": "9.5"}})"));
 }
 
+TEST(MeshCommands, ImportWarnsOfEveryNumberThatItChanges) {
+  const Workspace workspace;
+  const std::string corners = "v 0 0 0\nv 10 0 0\nv 10 20 0\nvn 0 0 1\nvn 0 0 3\n";
+  workspace.write("good.obj", corners + "f 1//1 2//1 3//1\n");
+  workspace.write("bad.obj", corners + "f 1//1 2//2 3//1\nf 1//1 2//1 2//1\n");
+  struct Case {
+    const char* line;
+    const char* warning;  // empty: none
+  };
+  for (const Case& one :
+       {Case{"good.obj a.jt --lossless", ""},
+        {"good.obj a.jt --version 8.2 --bits 14,8", ""},
+        {"good.obj a.jt --version 8.2 --bits 14,0", "all numbers of a shape or none"},
+        {"good.obj a.jt --version 8.2 --bits 0,8", "all numbers of a shape or none"},
+        {"good.obj a.jt --unit um", "converted to millimetres"},
+        {"bad.obj a.jt", "no unit vectors and are scaled to length 1: 1"},
+        {"bad.obj a.jt", "triangles without extent that are left out: 1"}}) {
+    const cli::Outcome outcome = workspace.run(std::string("import --force ") + one.line);
+    EXPECT_EQ(outcome.exit, 0) << one.line;
+    if (*one.warning)
+      EXPECT_NE(outcome.err.find(one.warning), std::string::npos) << one.line << outcome.err;
+    else
+      EXPECT_EQ(outcome.err, "") << one.line;
+  }
+}
+
 TEST(MeshCommands, WhatCannotBeDoneHasItsExitCodeAndLeavesNothing) {
   const Workspace workspace;
   workspace.write("block.obj", kCube);

@@ -194,6 +194,90 @@ TEST_F(MeshTest, BadFilesEndInOneClearError) {
   EXPECT_EQ(loadError(folder_.folder("folder.obj")), "not_a_file");
 }
 
+/// A glTF file of one mesh without indices, and its buffer beside it.
+/// @param mode 4: triangles, 1: lines @param vertices position, normal and texture coordinates each
+std::string gltfFile(TempFolder& folder, int mode,
+                     const std::vector<std::array<float, 8>>& vertices) {
+  const std::string bytes(reinterpret_cast<const char*>(vertices.data()),
+                          vertices.size() * sizeof vertices[0]);
+  folder.file("mesh.bin", bytes);
+  const std::string count = std::to_string(vertices.size());
+  const auto accessor = [&count](int offset, const char* type) {
+    return R"({"bufferView":0,"componentType":5126,"byteOffset":)" + std::to_string(offset) +
+           R"(,"count":)" + count + R"(,"type":")" + type + "\"}";
+  };
+  return folder.file(
+      "mesh.gltf",
+      R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
+      "meshes":[{"primitives":[{"mode":)" +
+          std::to_string(mode) +
+          R"(,"attributes":{"POSITION":0,"NORMAL":1,"TEXCOORD_0":2}}]}],"accessors":[)" +
+          accessor(0, "VEC3") + "," + accessor(12, "VEC3") + "," + accessor(24, "VEC2") +
+          R"(],"bufferViews":[{"buffer":0,"byteStride":32,"byteLength":)" +
+          std::to_string(bytes.size()) + R"(}],"buffers":[{"uri":"mesh.bin","byteLength":)" +
+          std::to_string(bytes.size()) + "}]}");
+}
+
+TEST_F(MeshTest, ImportKeepsNumbersToTheBit) {
+  // Unit vectors but for the last digits; corners at one place that differ a little.
+  const jt::Vec3f given[] = {{0.26726124F, 0.53452248F, 0.80178374F},
+                             {0.57735F, 0.57735F, 0.57735F},
+                             {0.57735F, 0.577355F, 0.57735F},
+                             {0.48F, 0.6F, 0.64F},
+                             {0.4799F, 0.6F, 0.64F},
+                             {0, 0.28F, -0.96F}};
+  std::vector<std::array<float, 8>> vertices;
+  const float corners[6][2] = {{0, 0}, {3, 0}, {0, 2}, {3, 0}, {5, 4}, {0, 2}};
+  for (std::size_t i = 0; i < 6; ++i)
+    vertices.push_back({corners[i][0], corners[i][1], 0.1F, given[i][0], given[i][1], given[i][2],
+                        i == 3 ? 0.250004F : 0.25F, 0});
+  for (const int mode : {4, 1}) {
+    const mesh::Scene scene = mesh::loadScene(gltfFile(folder_, mode, vertices));
+    EXPECT_EQ(scene.notes, std::vector<std::string>());
+    const mesh::Scene back = throughJt(scene, folder_.at("exact.jt"), {});
+    for (const mesh::Scene* one : {&scene, &back}) {
+      ASSERT_EQ(one->meshes.size(), 1U);
+      std::vector<jt::Vec3f> expected(std::begin(given), std::end(given));
+      std::vector<jt::Vec3f> found;
+      for (const std::uint32_t record : one->meshes[0]->records)
+        found.push_back(one->meshes[0]->normals.at(record));
+      std::ranges::sort(expected);
+      std::ranges::sort(found);
+      EXPECT_EQ(found, expected) << mode;
+    }
+    // Two corners have other texture coordinates beside equal normals.
+    vertices[4][3] = vertices[3][3];
+    EXPECT_EQ(mesh::loadScene(gltfFile(folder_, mode, vertices)).meshes[0]->recordCount(), 6U);
+    vertices[4][3] = given[4][0];
+  }
+}
+
+TEST_F(MeshTest, NormalsWithoutDirectionAreReplacedOrLeftOutWithAWarning) {
+  const std::vector<std::array<float, 8>> good{
+      {0, 0, 0, 0, 0.6F, 0.8F}, {4, 0, 0, 0, 0.6F, 0.8F}, {0, 0, -3, 0, 0.6F, 0.8F}, {0, 7, 0, 1}};
+  struct Case {
+    int mode;
+    std::size_t vertices;
+    std::size_t bad;
+    std::size_t normals;  // that are left
+    std::size_t notes;
+  };
+  for (const float value : {NAN, 0.0F})
+    for (const Case& one :
+         {Case{4, 3, 1, 2, 1}, {4, 3, 3, 0, 1}, {1, 4, 1, 0, 1}, {1, 4, 4, 0, 0}}) {
+      std::vector<std::array<float, 8>> vertices(good.begin(),
+                                                 good.begin() + static_cast<long>(one.vertices));
+      for (std::size_t i = 0; i < one.bad; ++i)
+        vertices[i][3] = vertices[i][4] = vertices[i][5] = value;
+      const mesh::Scene scene = mesh::loadScene(gltfFile(folder_, one.mode, vertices));
+      const std::vector<jt::Vec3f>& normals = scene.meshes[0]->normals;
+      EXPECT_EQ(normals.size(), one.normals) << one.mode << ' ' << one.bad;
+      EXPECT_EQ(scene.notes.size(), one.notes) << one.mode << ' ' << one.bad;
+      EXPECT_EQ(std::ranges::count(normals, jt::Vec3f{0, 1, 0}), one.normals > 0 ? 1 : 0)
+          << "the normal of the triangle";
+    }
+}
+
 TEST_F(MeshTest, FilesOutsideTheFolderAreNotRead) {
   const auto gltf = [](const std::string& uri) {
     return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],

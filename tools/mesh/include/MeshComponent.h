@@ -13,13 +13,16 @@ struct BuildOptions {
   std::size_t levels = 1;  ///< of detail, see makeLevels
 };
 
+/// True when the host has a name for the unit of length of that many millimetres.
+bool isHostUnit(double millimetres);
+
 /// Fills an empty component: a node with a model and nothing below it becomes an entity, every
 /// other one a block, each with a key. The scene's root is the component itself, unless it has a
 /// placement or a model of its own. Models that several nodes use are stored once, below instance
 /// nodes. A material that covers a whole entity lies on the entity, so that the host sees its
 /// colour.
 ///
-/// The component gets the scene's unit when the host has a name for it, else everything is
+/// The component gets the scene's unit when isHostUnit says so, else everything is
 /// converted to millimetres.
 /// @param root has a key and nothing below it
 void buildComponent(Scene scene, JtwRoot& root, const BuildOptions& options = {});

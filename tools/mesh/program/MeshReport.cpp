@@ -56,6 +56,8 @@ jt::SaveReport saveComponent(Session& session, mesh::Scene scene, const std::str
   jt::SaveOptions saving;
   saving.dryRun = session.arguments().has("dry-run");
   saving.version = versionOption(session.arguments());
+  if (!mesh::isHostUnit(scene.millimetres))
+    session.warn(document + ": lengths are converted to millimetres, which rounds them");
   NewDocument made(session, document, replace);
   try {
     mesh::buildComponent(std::move(scene), made.root(), options);

@@ -2,11 +2,15 @@
 
 // From the import library's data to ours; used by loadScene alone.
 
+#include <assimp/vector3.h>
+
+#include <cmath>
 #include <memory>
 #include <string>
 
 #include "CoordinateMap.h"
 #include "Folder.h"
+#include "MeshLosses.h"
 #include "SceneImages.h"
 
 struct aiMaterial;
@@ -16,12 +20,19 @@ struct aiString;
 
 namespace mesh {
 
-/// Positions that are equal become one, records too; triangles without extent are left out, and so
-/// are normals, colours and texture coordinates with numbers that are not finite. One mesh for each
-/// kind of primitive that there is; none when nothing is left. Throws JtFormatError "bad_positions"
-/// for positions that are not finite.
+inline bool isFinite(const aiVector3D& v) {
+  return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
+}
+
+/// Without the sign of zeros, which would keep equal values apart.
+inline jt::Vec3f toVec(const aiVector3D& v) { return {v.x + 0.0F, v.y + 0.0F, v.z + 0.0F}; }
+
+/// Positions that are equal become one, records too; all values stay as they are. What is left out
+/// or changed is counted in `losses`: triangles without extent, attributes that are not finite. One
+/// mesh for each kind of primitive that there is; none when nothing is left. Throws JtFormatError
+/// "bad_positions" for positions that are not finite.
 /// @pre faces name vertices that exist
-std::vector<std::shared_ptr<const jt::Mesh>> meshesFrom(const aiMesh& source);
+std::vector<std::shared_ptr<const jt::Mesh>> meshesFrom(const aiMesh& source, MeshLosses& losses);
 
 Material materialFrom(const aiMaterial& source);
 

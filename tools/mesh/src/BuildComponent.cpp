@@ -100,12 +100,8 @@ class ComponentBuilder {
 
  private:
   void takeUnit() {
-    // What the host calls micrometres is a tenth of a millimetre; nobody else would read it so.
-    constexpr double kLeastUnit = 1;
-    const auto ratio = static_cast<float>(scene_.millimetres);
-    const bool hasName = scene_.millimetres >= kLeastUnit && jtw::unitName(ratio) != nullptr;
-    if (!hasName) convertUnit(scene_, 1);
-    root_.setMeasurementUnitRatio(hasName ? ratio : 1.0F);
+    if (!isHostUnit(scene_.millimetres)) convertUnit(scene_, 1);
+    root_.setMeasurementUnitRatio(static_cast<float>(scene_.millimetres));
   }
 
   ApiProtoKey addObject(const Node& node, const ApiProtoKey& parent) {
@@ -231,6 +227,12 @@ class ComponentBuilder {
 };
 
 }  // namespace
+
+bool isHostUnit(double millimetres) {
+  // What the host calls micrometres is a tenth of a millimetre; nobody else would read it so.
+  constexpr double kLeastUnit = 1;
+  return millimetres >= kLeastUnit && jtw::unitName(static_cast<float>(millimetres)) != nullptr;
+}
 
 void buildComponent(Scene scene, JtwRoot& root, const BuildOptions& options) {
   ComponentBuilder(std::move(scene), root, options).build();

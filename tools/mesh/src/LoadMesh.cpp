@@ -1,45 +1,17 @@
 #include <assimp/mesh.h>
 
 #include <algorithm>
-#include <cmath>
 #include <span>
 
 #include "Assimp.h"
 #include "JtFormatError.h"
+#include "LoadAttributes.h"
 #include "Unified.h"
 
 namespace mesh {
 namespace {
 
 using Index = std::uint32_t;
-
-bool isFinite(const aiVector3D& v) {
-  return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
-}
-
-template <class T>
-bool allFinite(const T* values, unsigned count, bool (*test)(const T&)) {
-  return std::all_of(values, values + count, test);
-}
-
-bool isFiniteColour(const aiColor4D& c) {
-  return std::isfinite(c.r) && std::isfinite(c.g) && std::isfinite(c.b) && std::isfinite(c.a);
-}
-
-/// Unequal zeros would keep equal points apart.
-jt::Vec3f toVec(const aiVector3D& v) { return {v.x + 0.0F, v.y + 0.0F, v.z + 0.0F}; }
-
-jt::Vec3f toUnitVec(const aiVector3D& v) {
-  const float length = v.Length();
-  if (!(length > 0)) return {0, 0, 1};
-  return {v.x / length + 0.0F, v.y / length + 0.0F, v.z / length + 0.0F};
-}
-
-std::array<float, 4> toColour(const aiColor4D& c) { return clamped({c.r, c.g, c.b, c.a}); }
-
-std::string nameOf(const aiMesh& mesh) {
-  return mesh.mName.length > 0 ? "the mesh '" + std::string(mesh.mName.C_Str()) + "'" : "a mesh";
-}
 
 /// Moves the values that are kept to their new places, `width` numbers each.
 template <class T>
@@ -79,47 +51,48 @@ std::vector<Index> weldRecords(jt::Mesh& mesh, std::size_t vertices) {
   return std::move(welding.newIndex);
 }
 
-void readAttributes(const aiMesh& source, jt::Mesh& mesh) {
-  const unsigned count = source.mNumVertices;
-  if (source.HasNormals() && mesh.kind == jt::Mesh::Kind::triangles &&
-      allFinite(source.mNormals, count, isFinite)) {
-    mesh.normals.resize(count);
-    std::transform(source.mNormals, source.mNormals + count, mesh.normals.begin(), toUnitVec);
+/// True for a line or triangle with two corners at one place.
+bool isEmpty(std::span<const unsigned> face, const std::vector<Index>& positions) {
+  for (std::size_t i = 0; i < face.size(); ++i)
+    for (std::size_t k = 0; k < i; ++k)
+      if (positions[face[i]] == positions[face[k]]) return true;
+  return false;
+}
+
+std::span<const unsigned> indicesOf(const aiFace& face) {
+  return {face.mIndices, face.mNumIndices};
+}
+
+/// Whether primitives of a kind have each vertex of the file.
+/// @param positions of each vertex
+std::vector<bool> usedVertices(const aiMesh& source, jt::Mesh::Kind kind,
+                               const std::vector<Index>& positions) {
+  const unsigned size = kind == jt::Mesh::Kind::triangles   ? 3
+                        : kind == jt::Mesh::Kind::polylines ? 2
+                                                            : 1;
+  // A cloud of points may do without faces.
+  std::vector<bool> isUsed(source.mNumVertices, source.mNumFaces == 0);
+  for (unsigned i = 0; i < source.mNumFaces; ++i) {
+    const std::span<const unsigned> face = indicesOf(source.mFaces[i]);
+    if (face.size() != size || isEmpty(face, positions)) continue;
+    for (const unsigned vertex : face) isUsed[vertex] = true;
   }
-  if (source.HasVertexColors(0) && allFinite(source.mColors[0], count, isFiniteColour)) {
-    mesh.colours.resize(count);
-    std::transform(source.mColors[0], source.mColors[0] + count, mesh.colours.begin(), toColour);
-  }
-  for (unsigned i = 0; i < source.GetNumUVChannels(); ++i) {
-    const unsigned width = std::clamp(source.mNumUVComponents[i], 1U, 3U);
-    if (!source.mTextureCoords[i] || !allFinite(source.mTextureCoords[i], count, isFinite))
-      continue;
-    auto& channel = mesh.textures.emplace_back();
-    channel.channel = static_cast<int>(i);
-    channel.components = static_cast<int>(width);
-    for (unsigned vertex = 0; vertex < count; ++vertex)
-      for (unsigned c = 0; c < width; ++c)
-        channel.values.push_back(source.mTextureCoords[i][vertex][c] + 0.0F);
-  }
+  return isUsed;
 }
 
 /// Adds primitives, as the position and the record of each vertex say.
 class PrimitiveReader {
  public:
   PrimitiveReader(const aiMesh& source, jt::Mesh& mesh, std::vector<Index> positions,
-                  std::vector<Index> records)
+                  std::vector<Index> records, MeshLosses& losses)
       : source_(source),
         mesh_(mesh),
+        losses_(losses),
         positions_(std::move(positions)),
         records_(std::move(records)) {}
 
   void read() {
-    for (unsigned i = 0; i < source_.mNumFaces; ++i) {
-      const std::span<const unsigned> face(source_.mFaces[i].mIndices,
-                                           source_.mFaces[i].mNumIndices);
-      add(face);
-    }
-    // A cloud of points may do without faces.
+    for (unsigned i = 0; i < source_.mNumFaces; ++i) add(indicesOf(source_.mFaces[i]));
     for (unsigned vertex = 0; source_.mNumFaces == 0 && vertex < positions_.size(); ++vertex)
       add({&vertex, 1});
     if (mesh_.kind != jt::Mesh::Kind::triangles && !mesh_.corners.empty())
@@ -130,10 +103,10 @@ class PrimitiveReader {
   void add(std::span<const unsigned> face) {
     if (mesh_.kind == jt::Mesh::Kind::triangles) {
       if (face.size() != 3) return;
-      const Index a = positions_[face[0]];
-      const Index b = positions_[face[1]];
-      const Index c = positions_[face[2]];
-      if (a == b || b == c || c == a) return;
+      if (isEmpty(face, positions_)) {
+        losses_.add(Loss::emptyTriangle, source_);
+        return;
+      }
     } else if (mesh_.kind == jt::Mesh::Kind::polylines) {
       addSegment(face);
       return;
@@ -147,13 +120,22 @@ class PrimitiveReader {
 
   /// A segment that begins where the last one ended goes on with its polyline.
   void addSegment(std::span<const unsigned> face) {
-    if (face.size() != 2 || positions_[face[0]] == positions_[face[1]]) return;
-    if (mesh_.corners.empty() || face[0] != lastVertex_) {
+    if (face.size() != 2) return;
+    if (isEmpty(face, positions_)) {
+      losses_.add(Loss::emptySegment, source_);
+      return;
+    }
+    if (mesh_.corners.empty() || !isLast(face[0])) {
       mesh_.starts.push_back(static_cast<Index>(mesh_.corners.size()));
       addCorner(face[0]);
     }
     addCorner(face[1]);
-    lastVertex_ = face[1];
+  }
+
+  /// True for a vertex with the position and the record of the last corner.
+  bool isLast(unsigned vertex) const {
+    return mesh_.corners.back() == positions_[vertex] &&
+           (records_.empty() || mesh_.records.back() == records_[vertex]);
   }
 
   void addCorner(unsigned vertex) {
@@ -163,21 +145,22 @@ class PrimitiveReader {
 
   const aiMesh& source_;
   jt::Mesh& mesh_;
+  MeshLosses& losses_;
   std::vector<Index> positions_;  // of each vertex of the file
   std::vector<Index> records_;
-  unsigned lastVertex_ = 0;
 };
 
-std::shared_ptr<const jt::Mesh> meshFrom(const aiMesh& source, jt::Mesh::Kind kind) {
+std::shared_ptr<const jt::Mesh> meshFrom(const aiMesh& source, jt::Mesh::Kind kind,
+                                         MeshLosses& losses) {
   auto mesh = std::make_shared<jt::Mesh>();
   mesh->kind = kind;
   mesh->positions.resize(source.mNumVertices);
   std::transform(source.mVertices, source.mVertices + source.mNumVertices, mesh->positions.begin(),
                  toVec);
-  readAttributes(source, *mesh);
   std::vector<Index> positions = weldPositions(*mesh);
+  readAttributes(source, usedVertices(source, kind, positions), *mesh, losses);
   std::vector<Index> records = weldRecords(*mesh, source.mNumVertices);
-  PrimitiveReader(source, *mesh, std::move(positions), std::move(records)).read();
+  PrimitiveReader(source, *mesh, std::move(positions), std::move(records), losses).read();
   if (mesh->corners.empty()) return nullptr;
   compact(*mesh);
   return mesh;
@@ -185,14 +168,14 @@ std::shared_ptr<const jt::Mesh> meshFrom(const aiMesh& source, jt::Mesh::Kind ki
 
 }  // namespace
 
-std::vector<std::shared_ptr<const jt::Mesh>> meshesFrom(const aiMesh& source) {
+std::vector<std::shared_ptr<const jt::Mesh>> meshesFrom(const aiMesh& source, MeshLosses& losses) {
   std::vector<std::shared_ptr<const jt::Mesh>> meshes;
   if (!source.HasPositions()) return meshes;
-  if (!allFinite(source.mVertices, source.mNumVertices, isFinite))
+  if (!std::all_of(source.mVertices, source.mVertices + source.mNumVertices, isFinite))
     throw JtFormatError("bad_positions",
                         nameOf(source) + " has positions that are not finite numbers");
   const auto add = [&](jt::Mesh::Kind kind) {
-    if (auto mesh = meshFrom(source, kind)) meshes.push_back(std::move(mesh));
+    if (auto mesh = meshFrom(source, kind, losses)) meshes.push_back(std::move(mesh));
   };
   const auto has = [&source](aiPrimitiveType type) { return (source.mPrimitiveTypes & type) != 0; };
   if (source.mNumFaces == 0) {

@@ -96,17 +96,19 @@ class SceneReader {
 
  private:
   void readMeshes() {
+    MeshLosses losses;
     for (unsigned i = 0; i < source_.mNumMeshes; ++i) {
       const aiMesh& mesh = *source_.mMeshes[i];
       surfaces_.emplace_back();
       std::optional<std::size_t> material;
       if (mesh.mMaterialIndex < scene_.materials.size()) material = mesh.mMaterialIndex;
-      for (auto& made : meshesFrom(mesh)) {
+      for (auto& made : meshesFrom(mesh, losses)) {
         surfaces_.back().push_back({scene_.meshes.size(), material});
         const CoordinateMap* map = material && maps_[*material] ? &*maps_[*material] : nullptr;
         scene_.meshes.push_back(map ? mapped(std::move(made), *map) : std::move(made));
       }
     }
+    for (std::string& note : losses.notes()) scene_.notes.push_back(std::move(note));
   }
 
   void readNodes() {
@@ -185,7 +187,9 @@ const aiScene& readWith(Assimp::Importer& importer, const std::string& path, con
   if (scene && scene->mRootNode) {
     if (scene->mNumMeshes == 0) fail("no_geometry", path, "there is no geometry in it");
     checkIndices(*scene);
-    scene = importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_JoinIdenticalVertices);
+    // Equal vertices are joined when meshes are taken over. The library would join those whose
+    // normals or texture coordinates are nearly equal, too.
+    scene = importer.ApplyPostProcessing(aiProcess_Triangulate);
   }
   if (!scene || !scene->mRootNode) {
     const std::string reason = importer.GetErrorString();

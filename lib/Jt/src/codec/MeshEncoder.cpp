@@ -274,6 +274,11 @@ StripData encodeStrips(const Mesh& mesh, bool bigEndian, const EncodeOptions& op
   data.normalBinding = bindings.normals() ? 1 : 0;
   data.colourBinding = bindings.colours() ? 1 : 0;
   data.quantization = quantizationOf(bindings, Generation::v8, options);
+  if (data.isLossless() &&
+      (options.coordinateBits > 0 || (bindings.normals() && options.normalBits > 0)))
+    losses.add("lossless",
+               "8.x rounds all numbers of a shape or none: shapes with lossless coordinates or "
+               "normals are stored without loss as a whole");
   const bool isTriangles = mesh.kind == Mesh::Kind::triangles;
   std::vector<std::uint32_t> vertices;
   if (isTriangles || !data.isLossless()) vertices = weldCorners(mesh, bindings);
