@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -209,7 +210,8 @@ class JT_API JtPartition : public JtGroup {
   mutable JtString datastoreLocation_;
   jt::Ref<jt::file::SceneSource> scene_;
   jt::Ref<JtPartition> external_;
-  std::optional<jt::FileIdentity> savedAs_;  // of the file at location_, after a save
+  // What its saves left, by path: a file that has not changed since is still its own.
+  std::map<std::string, std::optional<jt::FileIdentity>> savedAs_;
   std::vector<jt::Note> notes_;
   std::optional<jt::ShapeEncoding> shapeEncoding_;
 

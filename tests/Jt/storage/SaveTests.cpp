@@ -374,6 +374,10 @@ TEST(Save, OfAPartitionKnowsItsOwnFileFromAnother) {
   };
   EXPECT_EQ(saved(), "");
   EXPECT_EQ(saved(), "") << "its own file is no other one";
+  for (const char* name : {"c.jt", "a.jt"}) {
+    partition->setStorageLocation(jt::make<JtFSStorageLocation>("", folder / name).get());
+    EXPECT_EQ(saved(), "") << name;
+  }
   manager->hides = true;
   EXPECT_EQ(saved(), "saved_not_reopened") << "the save is done all the same";
   EXPECT_EQ(saved(), "changed_on_disk");

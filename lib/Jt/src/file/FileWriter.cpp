@@ -339,8 +339,9 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
   StorageSaveOptions storage = options_.storage;
   const JtStorageLocation* own = partition_.storageLocation();
   const bool inPlace = own && own->displayName() == location.displayName();
-  if (inPlace && !storage.expected) {
-    storage.expected = partition_.savedAs_;
+  std::optional<FileIdentity>* const saved = inPlace ? &partition_.savedAs_[report_.file] : nullptr;
+  if (saved && !storage.expected) {
+    storage.expected = *saved;
     // A partition that was given another place goes there for the first time.
     if (!storage.expected && container_ && container_->image().name() == report_.file)
       storage.expected = container_->image().identity();
@@ -352,7 +353,7 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
                           "next save"};
   StorageSaveResult result = manager->save(location, pieces, storage);
   // From here on the save is done, and nothing may make a failure of it.
-  if (inPlace && !result.identity && storage.expected) {
+  if (saved && !result.identity && storage.expected) {
     try {
       result.identity = manager->open(location)->identity();
     } catch (...) {
@@ -360,7 +361,7 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
       report_.warnings.push_back(std::move(notReopened));
     }
   }
-  if (inPlace) partition_.savedAs_ = result.identity;
+  if (saved) *saved = result.identity;
   std::ranges::move(result.warnings, std::back_inserter(report_.warnings));
 }
 

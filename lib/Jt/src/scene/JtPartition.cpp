@@ -196,10 +196,7 @@ const jt::file::Container* JtPartition::container() const noexcept {
   return scene_ ? &scene_->container() : nullptr;
 }
 
-void JtPartition::setStorageLocation(JtStorageLocation* location) {
-  location_ = location;
-  savedAs_.reset();
-}
+void JtPartition::setStorageLocation(JtStorageLocation* location) { location_ = location; }
 
 const JtString* JtPartition::getDatastoreLocation() const {
   const auto* place = jt::as<JtFSStorageLocation>(location_.get());
