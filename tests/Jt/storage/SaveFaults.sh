@@ -123,7 +123,7 @@ expect "a mode that cannot be copied" 0:new
 grep -q attributes_not_copied "$folder/out" || fail "no warning of a mode that was not copied"
 # What a file system does not offer is done otherwise.
 for injection in copy_file_range:error=EXDEV copy_file_range:error=ENOSYS copy_file_range:retval=0 \
-  fallocate:error=EOPNOTSUPP flock:error=ENOLCK; do
+  fallocate:error=EOPNOTSUPP flock:error=ENOLCK flock:error=EBADF; do
   faulty "${injection%%:*}" "${injection#*:}"
   expect "$injection" 0:new
 done

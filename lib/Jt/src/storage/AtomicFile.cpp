@@ -91,8 +91,8 @@ void requireUnchanged(const std::optional<struct stat>& now, const StorageSaveOp
                    "; nothing was replaced; open it again, or save elsewhere");
 }
 
-Descriptor openOldFile(const Target& target) {
-  const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+Descriptor openOldFile(const Target& target, int access = O_RDONLY) {
+  const int flags = access | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   return Descriptor(
       uninterrupted([&] { return ::openat(target.folder.get(), target.name.c_str(), flags); }));
 }
@@ -114,17 +114,29 @@ Target examine(const std::string& path, const StorageSaveOptions& options,
   return target;
 }
 
-/// Waits until nobody else holds the lock on a file. Where there are no locks it goes on without.
-void waitForLock(const Descriptor& file, const SaveErrors& errors) {
+/// Waits until nobody else holds the lock on a file. False, with the reason in errno, where it
+/// cannot be locked.
+bool waitForLock(const Descriptor& file, const SaveErrors& errors) {
   using namespace std::chrono_literals;
   constexpr auto kMostWaiting = 10s;  // others hold it for a rename
   const auto end = std::chrono::steady_clock::now() + kMostWaiting;
   while (uninterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0) {
-    if (errno != EWOULDBLOCK) return;
+    if (errno != EWOULDBLOCK) return false;
     if (std::chrono::steady_clock::now() > end)
       errors.raise("unwritable", "another program keeps the file locked; close it there");
     std::this_thread::sleep_for(2ms);
   }
+  return true;
+}
+
+/// Locks the old file. Where there are no locks the save goes on without.
+void lockOldFile(Target& target, const SaveErrors& errors) {
+  if (!target.file || waitForLock(target.file, errors) || errno != EBADF) return;
+  // Network file systems lock only what is open for writing.
+  Descriptor writable = openOldFile(target, O_WRONLY);
+  if (!writable) return;
+  target.file = std::move(writable);
+  waitForLock(target.file, errors);
 }
 
 /// Locks the file that is to be replaced, so that nobody else replaces it between the last look at
@@ -132,7 +144,7 @@ void waitForLock(const Descriptor& file, const SaveErrors& errors) {
 void lockTarget(Target& target, const StorageSaveOptions& options, const SaveErrors& errors) {
   constexpr int kMostTries = 1000;
   for (int i = 0; i < kMostTries; ++i) {
-    if (target.file) waitForLock(target.file, errors);
+    lockOldFile(target, errors);
     const std::optional<struct stat> now = look(target, errors);
     requireUnchanged(now, options, errors);
     struct stat locked {};
