@@ -29,4 +29,8 @@ class HOST_API ApiSysFileAccess {
   /// a power cut.
   /// @return false when that failed or the folder cannot be read
   static bool syncDir(const ApiSysFilePath& folder);
+
+  /// The folder of the program that the process runs, with a trailing separator; empty when that
+  /// cannot be told.
+  static RWClassicCString programFolder();
 };

@@ -24,3 +24,5 @@ bool ApiSysFileAccess::isSameFile(const ApiSysFilePath& a, const ApiSysFilePath&
 bool ApiSysFileAccess::syncDir(const ApiSysFilePath& folder) {
   return host::syncFolder(folder.asNativeString());
 }
+
+RWClassicCString ApiSysFileAccess::programFolder() { return host::programFolder(); }

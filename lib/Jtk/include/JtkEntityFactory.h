@@ -1,9 +1,13 @@
 #pragma once
 
-#include "JtkExport.h"
+#include "JtkEntity.h"
 
-/// Starts and stops the toolkit. Starts are counted: every successful start wants one stop. Safe
-/// from any thread.
+class JtkPMIEntity;
+class JtkPart;
+class JtkUnitHierarchy;
+
+/// Starts and stops the toolkit, and makes its objects. Starts are counted: every successful start
+/// needs one stop. Safe from any thread.
 class JTK_API JtkEntityFactory {
  public:
   /// Starts the toolkit.
@@ -16,4 +20,11 @@ class JTK_API JtkEntityFactory {
   static int fini();
   /// True between a start and the stop that belongs to it.
   static bool isRunning();
+
+  /// A part without references: the caller takes one. @param name UTF-8; the numbers are reserved
+  static JtkPart* createPart(const char* name, int reserved, int hint);
+  /// A new entity without frame, lines or text, appended to the entities of a node.
+  /// @return the entity, owned by the node; null for a null node and for a type that is no kind of
+  ///         PMI
+  static JtkPMIEntity* createPMI(JtkEntity::TypeID type, JtkUnitHierarchy* unit);
 };

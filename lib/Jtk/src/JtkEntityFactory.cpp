@@ -1,11 +1,52 @@
 #include "JtkEntityFactory.h"
 
 #include <atomic>
+#include <utility>
+
+#include "JtkPMIEntity.h"
+#include "JtkPart.h"
+#include "PMIEntities.h"
+#include "PMIKinds.h"
 
 namespace jtk {
 namespace {
+
 std::atomic<unsigned> starts{0};
+
+template <class... Args>
+jt::Ref<JtkPMIEntity> construct(JtkEntity::TypeID type, Args&&... args) {
+  const auto as = [&]<class Entity>() {
+    return jt::Ref<JtkPMIEntity>(new Entity(type, std::forward<Args>(args)...));
+  };
+  switch (type) {
+    case JtkEntity::PMI_NOTE:
+      return as.template operator()<JtkPMINote>();
+    case JtkEntity::PMI_SPOT_WELD:
+      return as.template operator()<JtkPMISpotWeld>();
+    case JtkEntity::PMI_LINE_WELD:
+      return as.template operator()<JtkPMILineWeld>();
+    case JtkEntity::PMI_MEASUREMENT_POINT:
+      return as.template operator()<JtkPMIMeasurementPoint>();
+    case JtkEntity::PMI_LOCATOR:
+      return as.template operator()<JtkPMILocator>();
+    case JtkEntity::PMI_COORDINATE_SYSTEM:
+      return as.template operator()<JtkPMICoordinateSystem>();
+    default:
+      return as.template operator()<JtkPMIPlainEntity>();
+  }
 }
+
+}  // namespace
+
+jt::Ref<JtkPMIEntity> makeEntity(JtkEntity::TypeID type, const PMIDataManager& manager,
+                                 int position) {
+  return construct(type, manager, position);
+}
+
+jt::Ref<JtkPMIEntity> makeEntity(JtkEntity::TypeID type, jt::PMIGenericEntity made) {
+  return construct(type, std::move(made));
+}
+
 }  // namespace jtk
 
 int JtkEntityFactory::init(int brepKernel, int environment, const char* path) {
@@ -22,3 +63,22 @@ int JtkEntityFactory::fini() {
 }
 
 bool JtkEntityFactory::isRunning() { return jtk::starts.load() > 0; }
+
+JtkPart* JtkEntityFactory::createPart(const char* name, int /*reserved*/, int /*hint*/) {
+  auto* part = new JtkPart;
+  part->setName(JtString(name));
+  return part;
+}
+
+JtkPMIEntity* JtkEntityFactory::createPMI(JtkEntity::TypeID type, JtkUnitHierarchy* unit) {
+  const jtk::PMIKind* kind = jtk::kindOf(type);
+  if (!kind || !unit) return nullptr;
+  jt::PMIGenericEntity made;
+  made.type = kind->code;
+  made.parentType = kind->parentCode;
+  const auto entity = jtk::makeEntity(type, std::move(made));
+  auto* visual = static_cast<JtkPMIVisualEntity*>(entity.get());
+  visual->nameKind(JtString(kind->name), JtString(jtk::groupNameOf(kind->parentCode)));
+  unit->children_.push_back(entity);
+  return entity.get();
+}

@@ -79,4 +79,10 @@ bool syncFolder(const std::string& folder) {
   return synced;
 }
 
+std::string programFolder() {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? std::string() : program.parent_path().string() + "/";
+}
+
 }  // namespace host
