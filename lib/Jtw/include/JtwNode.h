@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -136,6 +137,11 @@ class JTW_API JtwNode {
   /// The name as stored, or that of the instance above.
   RWClassicWString nameWithExtension();
 
+  /// How many entities in the PMI of the JT node the host knows: all that a walk has gathered.
+  /// PMI are written only while the host knows all entities.
+  std::size_t gatheredPMIs() const noexcept { return gatheredPMIs_; }
+  void setGatheredPMIs(std::size_t count) noexcept { gatheredPMIs_ = count; }
+
   /// The name of a JT node, without and with its file extension; empty for null.
   static RWClassicWString name(JtNode* node);
   static RWClassicWString nameWithExtension(const JtNode* node);
@@ -191,6 +197,7 @@ class JTW_API JtwNode {
 
   jt::Ref<JtNode> jtNode_;
   MapEntries entries_;
+  std::size_t gatheredPMIs_ = 0;
 
  protected:
   JtwRoot* root_ = nullptr;

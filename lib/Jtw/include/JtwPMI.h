@@ -1,5 +1,6 @@
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "JtwLeaf.h"
@@ -17,6 +18,8 @@ struct JtwNwObjData {
   ApiGlobalUniqueId globalUniqueId;
   bool preserved = false;
   RWClassicCString relStringId;
+
+  friend bool operator==(const JtwNwObjData&, const JtwNwObjData&) = default;
 };
 
 /// A frame or a piece of product and manufacturing information that hangs on a collection. It has
@@ -84,7 +87,20 @@ class JTW_API JtwPMI : public JtwLeaf {
   /// The record; valid as long as the object.
   JtwNwObjData* KrData() noexcept { return &data_; }
 
- protected:
+  /// The key that the file has for this PMI, as far as it was read or written.
+  const ApiProtoKey& storedKey() const noexcept { return storedKey_; }
+  /// Records that the PMI was read from or written to the entity with that index.
+  void setStored(int id);
+  /// Makes the next write replace everything that the host has of the entity; otherwise an entity
+  /// keeps its geometry and all of its appearance but the colour of the text.
+  void renew() noexcept { renewed_ = true; }
+  bool isRenewed() const noexcept { return renewed_; }
+  /// Attributes of the entity that the PMI had on a JT node before, names and values, for the
+  /// entity that it gets now: those that mean nothing to the host.
+  const std::vector<std::pair<JtString, JtString>>& carriedAttributes() const noexcept {
+    return carried_;
+  }
+
   /// As setKey() for a key that was read from the file: nothing is recorded.
   bool takeStoredKey(const ApiProtoKey& key);
 
@@ -102,6 +118,9 @@ class JTW_API JtwPMI : public JtwLeaf {
   JtwCollection* collection_ = nullptr;
   JtwNwObjData data_;
   int id_ = -1;
+  ApiProtoKey storedKey_;
+  bool renewed_ = false;
+  std::vector<std::pair<JtString, JtString>> carried_;
   jt::Ref<const JtNode> origin_;
   // One element for each entry in a collection's list, so that no list keeps a dead PMI.
   std::vector<JtwCollection*> listedIn_;

@@ -173,6 +173,8 @@ class JTW_API JtwRoot : public JtwCollection {
   RWClassicTValOrderedVector<JtwPMI*> getJtwPMIsOfNode(const JtNode* jtNode) const;
   /// Files the PMI of a JT node under the JT node of the collection that each hangs on.
   void setJtwPMIsOfNodeToCollection(JtNode* jtNode);
+  /// The wrappers of all JT nodes that can carry PMI, in no order.
+  std::vector<JtwNode*> pmiCarriers();
 
   /// The greatest key known to have been given to a PMI of this component, deleted ones included;
   /// the null key when none is recorded. Recorded whenever a PMI is given a key, and for PMI that
@@ -181,10 +183,12 @@ class JTW_API JtwRoot : public JtwCollection {
   /// Records it on the component node. A key that does not fit in 32 bits changes nothing.
   void setPMIMaxProtoKey(const ApiProtoKey& key);
 
-  /// Writes the component's JT data to the file or the document's stream that it lies in.
+  /// Writes changed PMI into their JT nodes (jtw::writePMIs) and then the component's JT data to
+  /// the file or the document's stream that it lies in.
   /// @param asNewCopy writes what lies below the component node instead of the partition as it is
   /// @return false when the root was not opened, its partition is closed, it has no place to go to,
-  /// or the save failed: the text is then in jt::lastError(), and the old data as it was
+  /// PMI cannot be written, or the save failed: the text is then in jt::lastError(), and the old
+  /// data as it was
   bool write(bool asNewCopy);
 
   // --- Binary data (JtwRootBuffers.cpp)

@@ -9,7 +9,9 @@
 class JtGroup;
 class JtNode;
 class JtwCollection;
+class JtwEntity;
 class JtwNode;
+class JtwPMI;
 class JtwRoot;
 class VisMetaDataNode;
 class VisPartNode;
@@ -48,9 +50,10 @@ class JTW_API JtwTraverse {
   /// Under the alternate loading representation: for an entity whose key belongs to another node.
   /// The entity is destroyed afterwards.
   virtual bool actOnNonDisplayedNode(JtwNode* node);
-  /// For a collection with PMI or frames, before those are walked; only if the answer is true they
-  /// are acted on: frames first, then annotations by their PMI type, in list order among those of
-  /// one type. The default answer is false.
+  /// For a collection or an entity with PMI or frames, before those are walked; only if the answer
+  /// is true they are acted on: frames first, then annotations by their PMI type, in list order
+  /// among those of one type. The default answer is false. PMI of a JT file are gathered before,
+  /// by the first walk: those of a part hang on the collection above it.
   virtual bool preActOnPMI(JtwNode* node);
 
   /// Runs the walk. False when the root has no JT node or the graph cannot be read.
@@ -88,7 +91,10 @@ class JTW_API JtwTraverse {
   bool needToExplodeNodes(JtNode* node) const;
   void handlePMIOnExplodedNode(JtNode* node);
   JtwCollection* makeCollection(VisMetaDataNode& node);
+  JtwCollection* nearestCollection() const;
   void traversePMIs(JtwCollection* collection, JtwCollection* shownAt);
+  void traversePMIsOfEntity(JtwEntity* entity);
+  void actOnPMIs(RWClassicTValOrderedVector<JtwPMI*> pmis);
 
   static Walk* impl_;
 

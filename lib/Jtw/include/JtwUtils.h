@@ -39,6 +39,11 @@ JTW_API bool JtwUtilsDoesPMIContatinGraphicPMI(JtNode* node);
 /// carry any), all stays as it was and the reason is in jt::lastError(). Always true.
 JTW_API bool JtwUtilsMovePMIFromNodeToParent(JtwNode* node, VisPartNode* part);
 
+/// Writes `pmis` as all the PMI of a collection or an entity into its JT node, with the mark that
+/// a collection keeps of preserved PMI; nothing for other objects. The partition still has to be
+/// saved. Where the PMI cannot be written, the reason is in jt::lastError(). Always true.
+JTW_API bool JtwUtilsWritePMIs(JtwNode* node, RWClassicTValOrderedVector<JtwPMI*> pmis);
+
 /// The node's name as stored; empty for null or a node without name.
 JTW_API RWClassicWString JtwUtilsGetNamePropertyAsRWWString(const JtNode* node);
 /// Host text as JT text. Both conversions keep every character.

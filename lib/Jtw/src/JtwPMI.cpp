@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "JtTk/JtkwPMIGathering.h"
 #include "JtwCollection.h"
 #include "JtwPMIAnnotation.h"
 #include "JtwRoot.h"
@@ -13,7 +14,13 @@ JtwPMI::JtwPMI(JtwCollection* collection, JtwRoot* root)
 }
 
 JtwPMI::JtwPMI(const JtwPMI& other)
-    : JtwLeaf(other), data_(other.data_), id_(other.id_), origin_(other.origin_) {
+    : JtwLeaf(other),
+      data_(other.data_),
+      id_(other.id_),
+      storedKey_(other.storedKey_),
+      renewed_(other.renewed_),
+      carried_(other.carried_),
+      origin_(other.origin_) {
   setCollection(other.collection_);
 }
 
@@ -25,6 +32,9 @@ JtwPMI& JtwPMI::operator=(const JtwPMI& other) {
   setCollection(other.collection_);
   data_ = other.data_;
   id_ = other.id_;
+  storedKey_ = other.storedKey_;
+  renewed_ = other.renewed_;
+  carried_ = other.carried_;
   origin_ = other.origin_;
   return *this;
 }
@@ -60,11 +70,22 @@ void JtwPMI::setOriginJtNode(const JtNode* node) {
   if (root_ && old) root_->removeJtwPMIFromMap(old.get(), this);
   origin_ = jt::Ref<const JtNode>(node);
   if (root_ && node) root_->addJtwPMIToMap(node, this);
-  if (old) id_ = -1;
+  if (!old) return;
+  if (id_ >= 0 && node) carried_ = jtw::attributesToCarry(*old, id_);
+  id_ = -1;
+}
+
+void JtwPMI::setStored(int id) {
+  id_ = id;
+  storedKey_ = data_.key;
+  renewed_ = false;
+  carried_.clear();
 }
 
 bool JtwPMI::setKey(const ApiProtoKey& key) {
+  const ApiProtoKey stored = storedKey_;
   if (!takeStoredKey(key)) return false;
+  storedKey_ = stored;
   root_->recordPMIKey(key);
   return true;
 }
@@ -75,6 +96,7 @@ bool JtwPMI::takeStoredKey(const ApiProtoKey& key) {
   if (root_->getNodeByKey(key, holder) && holder) return false;
   if (!root_->addNodeToMapByKey(key, this)) return false;
   data_.key = key;
+  storedKey_ = key;
   return true;
 }
 

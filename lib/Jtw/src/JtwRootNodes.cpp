@@ -14,6 +14,7 @@
 #include "JtwLink.h"
 #include "JtwPMI.h"
 #include "JtwPMIAnnotation.h"
+#include "JtwPMIs.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
 #include "JtwSceneGraph.h"
@@ -213,6 +214,18 @@ void JtwRoot::setJtwPMIsOfNodeToCollection(JtNode* jtNode) {
     if (pmi->collection()) pmi->setOriginJtNode(pmi->collection()->jtNode());
 }
 
+std::vector<JtwNode*> JtwRoot::pmiCarriers() {
+  std::vector<JtwNode*> carriers;
+  const auto consider = [&carriers](JtNode* node, JtwNode* wrapper) {
+    const bool canCarry =
+        wrapper->isCollection() != 0 || wrapper->type() == JtwNode::JT_ENTITY_NODE;
+    if (canCarry && jt::as<VisMetaDataNode>(node)) carriers.push_back(wrapper);
+  };
+  nodesByJtNode_->forEach(consider);
+  if (jtNode() && !nodesByJtNode_->find(jtNode())) consider(jtNode(), this);
+  return carriers;
+}
+
 void JtwRoot::partPMIsFromNode(JtwNode& node) {
   for (JtwPMI* pmi : getJtwPMIsOfNode(node.jtNode())) pmi->setOriginJtNode(nullptr);
   if (node.isCollection() == 0) return;
@@ -356,5 +369,6 @@ bool JtwRoot::write(bool asNewCopy) {
     jt::setLastError("the component could not be opened, so there is nothing to write");
     return false;
   }
+  if (!jtw::writePMIs(*this)) return false;
   return writeToDatastore(asNewCopy ? jtNode() : nullptr);
 }

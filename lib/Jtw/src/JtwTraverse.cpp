@@ -10,6 +10,7 @@
 #include "JtInstance.h"
 #include "JtPartition.h"
 #include "JtStackNodeIter.h"
+#include "JtTk/JtkwPMIGathering.h"
 #include "JtwBlock.h"
 #include "JtwEntity.h"
 #include "JtwLink.h"
@@ -127,7 +128,10 @@ bool JtwTraverse::internalActOnWrapper(JtwNode* wrapper) {
   if (wrapper == root_) return internalActOnRoot();
   // The host may delete any object while one is visited.
   const bool below = actOnNode(wrapper) && !root_->isDeleted(wrapper);
-  if (root_->isDeleted(wrapper) || wrapper->isCollection() == 0) return below;
+  if (root_->isDeleted(wrapper)) return below;
+  if (wrapper->type() == JtwNode::JT_ENTITY_NODE)
+    traversePMIsOfEntity(static_cast<JtwEntity*>(wrapper));
+  if (wrapper->isCollection() == 0) return below;
   auto* collection = static_cast<JtwCollection*>(wrapper);
   traversePMIs(collection, collection);
   return below && !root_->isDeleted(wrapper) && shouldContinue(wrapper);
@@ -158,7 +162,9 @@ bool JtwTraverse::internalActOnPart(VisPartNode* part) {
   JtwEntity* const entity = made.release();
   // A part of a native file has no key, and is none the less one of the objects.
   root_->addNodeToMap(entity);
-  return actOnNode(entity) && !root_->isDeleted(entity);
+  const bool below = actOnNode(entity) && !root_->isDeleted(entity);
+  if (!root_->isDeleted(entity)) traversePMIsOfEntity(entity);
+  return below;
 }
 
 bool JtwTraverse::internalActOnRoot() {
@@ -218,21 +224,39 @@ void JtwTraverse::handlePMIOnExplodedNode(JtNode* node) {
   // An earlier walk may have made a wrapper, and the host may have given it PMI.
   JtwNode* wrapper = root_->nodeByJtNode(node);
   if (!wrapper || wrapper->isCollection() == 0) return;
-  JtwCollection* shownAt = root_;
+  traversePMIs(static_cast<JtwCollection*>(wrapper), nearestCollection());
+}
+
+JtwCollection* JtwTraverse::nearestCollection() const {
+  JtwCollection* nearest = root_;
   for (const Walk::Step& step : impl_->path)
     if (step.wrapper && !root_->isDeleted(step.wrapper) && step.wrapper->isCollection() != 0)
-      shownAt = static_cast<JtwCollection*>(step.wrapper);
-  traversePMIs(static_cast<JtwCollection*>(wrapper), shownAt);
+      nearest = static_cast<JtwCollection*>(step.wrapper);
+  return nearest;
 }
 
 void JtwTraverse::traversePMIs(JtwCollection* collection, JtwCollection* shownAt) {
   if (!collection->PMIsCalculated()) {
     collection->readKrFrames();
+    jtw::gatherPMIs(*collection, *collection);
     collection->readPMIKeysFromJT();
     collection->setPMIsCalculated();
   }
   if (!collection->hasPMIs() || !preActOnPMI(shownAt)) return;
   auto pmis = collection->PMIs();  // a copy: the host may change the list
+  std::erase_if(pmis, [this, collection](const JtwPMI* pmi) {
+    return root_->isDeleted(pmi) || pmi->originJtNode() != collection->jtNode();
+  });
+  actOnPMIs(std::move(pmis));
+}
+
+void JtwTraverse::traversePMIsOfEntity(JtwEntity* entity) {
+  jtw::gatherPMIs(*entity, *nearestCollection());
+  auto pmis = root_->getJtwPMIsOfNode(entity->jtNode());
+  if (!pmis.empty() && preActOnPMI(entity)) actOnPMIs(std::move(pmis));
+}
+
+void JtwTraverse::actOnPMIs(RWClassicTValOrderedVector<JtwPMI*> pmis) {
   const auto rank = [](JtwPMI* pmi) {
     const bool annotated = pmi->type() == JtwNode::JT_PMI_ANNOTATION_NODE;
     const int type =

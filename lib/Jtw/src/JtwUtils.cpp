@@ -5,11 +5,14 @@
 #include "ApiSysStringConvertors.h"
 #include "Jt.h"
 #include "JtFormatError.h"
+#include "JtTk/JtkwPMIGathering.h"
 #include "JtTk/JtkwPMIReader.h"
+#include "JtwCollection.h"
 #include "JtwManager.h"
 #include "JtwNode.h"
 #include "JtwPMI.h"
 #include "JtwPMIAnnotation.h"
+#include "JtwPMIs.h"
 #include "JtwProperties.h"
 
 using jtw::Key;
@@ -45,6 +48,12 @@ bool addPMI(JtNode* node, const PMIDataManager& pmi) {
     jt::setLastError(error.what());
     return false;
   }
+}
+
+std::size_t entityCount(JtNode* node) {
+  auto* holder = jt::as<VisMetaDataNode>(node);
+  const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
+  return pmi ? pmi->pmiDataGenericArray().size() : 0;
 }
 
 }  // namespace
@@ -95,8 +104,16 @@ bool JtwUtilsMovePMIFromNodeToParent(JtwNode* node, VisPartNode* part) {
   const PMIDataManager* pmi = part->pmi();
   JtwNode* parent = node ? node->parentNode() : nullptr;
   const bool isMoved = pmi && !pmi->isEmpty() && parent;
+  const std::size_t offset = isMoved ? entityCount(parent->jtNode()) : 0;
   if (isMoved && !addPMI(parent->jtNode(), *pmi)) return true;
   part->setPMI(nullptr);
+  if (isMoved && parent->isCollection() != 0)
+    jtw::followMovedPMIs(*part, static_cast<JtwCollection&>(*parent), offset);
+  return true;
+}
+
+bool JtwUtilsWritePMIs(JtwNode* node, RWClassicTValOrderedVector<JtwPMI*> pmis) {
+  if (node) jtw::writePMIsOf(*node, pmis);
   return true;
 }
 

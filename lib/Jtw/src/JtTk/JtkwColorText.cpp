@@ -1,7 +1,12 @@
 #include "JtTk/JtkwColorText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
+#include <cstdio>
+
+#include "JtkPMIDrawing.h"
 
 namespace jtw {
 
@@ -44,6 +49,20 @@ std::optional<ApiGraColor> colorOfMultiCadText(std::string_view text) {
       return std::nullopt;
   }
   return ApiGraColor::fromUnit(diffuse[0], diffuse[1], diffuse[2], diffuse[3]);
+}
+
+std::string pmiColorText(const ApiGraColor& color) {
+  char text[11];  // black has no prefix but as many characters
+  const unsigned number = color.red() + color.green() * 256U + color.blue() * 65536U;
+  std::snprintf(text, sizeof text, "%#010x", number);
+  return text;
+}
+
+std::optional<ApiGraColor> colorOfPmiText(std::string_view text) {
+  const auto number = jtk::colorNumber(text);
+  if (!number) return std::nullopt;
+  const auto byte = [number](int shift) { return static_cast<std::uint8_t>(*number >> shift); };
+  return ApiGraColor(byte(0), byte(8), byte(16));
 }
 
 }  // namespace jtw

@@ -17,4 +17,10 @@ std::string multiCadColorText(const ApiGraColor& diffuse);
 /// missing or is no number. What follows them is not looked at.
 std::optional<ApiGraColor> colorOfMultiCadText(std::string_view text);
 
+/// A colour as attributes of PMI entities have it: "%#010x" of red + 256 * green + 65536 * blue.
+std::string pmiColorText(const ApiGraColor& color);
+
+/// The colour of such a text: a hexadecimal number, with or without "0x". Nothing for other texts.
+std::optional<ApiGraColor> colorOfPmiText(std::string_view text);
+
 }  // namespace jtw

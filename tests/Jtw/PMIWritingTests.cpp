@@ -1,0 +1,333 @@
+// Annotations on their way into the file and back; what other producers wrote comes through.
+
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include "ComponentFixture.h"
+#include "JtPMI.h"
+#include "JtkEntityFactory.h"
+#include "JtkPart.h"
+#include "JtkwPMIAppearanceData.h"
+#include "JtkwPMIFrameData.h"
+#include "JtkwPMINoteData.h"
+#include "JtkwPMIWriter.h"
+#include "JtwPMIs.h"
+#include "JtwUtils.h"
+#include "VisPartNode.h"
+
+namespace {
+
+using Graphics = ApiGraphicsPMIAnnotationData;
+
+class PMIWriting : public ComponentFixture {
+ protected:
+  JtwPMIAnnotation& note(long itsKey, const char* text, ApiPMIType type = API_PMI_NOTE,
+                         long parent = 1) {
+    JtwPMIAnnotation& made = *root_.createPMIAnnotationNode(key(itsKey), key(parent), at(3, 5, 7));
+    made.setName(L"Name " + std::to_wstring(itsKey));
+    ApiWmPMIAnnotationData data;
+    data.annotationType = type;
+    data.textLines = {text};
+    data.graphics.textHeight = 2;
+    data.graphics.geomPolylineSet = {{{1, 2, 3}, {4, 5, 6}}, {{7, 8, 9}, {1, 0, 2}, {3, 1, 4}}};
+    data.graphics.geomPolylineTypes = {Graphics::ARROW, Graphics::GENERAL_LINE};
+    made.setAnnotationData(data);
+    return made;
+  }
+  static PMIDataManager* pmiOf(JtwNode& node) {
+    return static_cast<VisMetaDataNode&>(*node.jtNode()).pmi();
+  }
+  static const jt::PMIGenericEntity& entity(JtwNode& node, std::size_t index) {
+    return pmiOf(node)->pmiDataGenericArray().at(index);
+  }
+  /// "name=value;" of each attribute in stored order.
+  static std::string attributes(const jt::PMIGenericEntity& entity) {
+    std::string all;
+    for (const jt::PMIProperty& each : entity.properties)
+      all += each.key.text.stringToMbs() + "=" + each.value.text.stringToMbs() + ";";
+    return all;
+  }
+  /// An entity of another producer: a line, a text without strokes, an attribute of its own.
+  static void addForeign(JtNode& node, std::uint16_t type, const char* name) {
+    auto& holder = static_cast<VisMetaDataNode&>(node);
+    if (!holder.pmi()) holder.setPMI(jt::make<PMIDataManager>().get());
+    PMIDataManager& pmi = *holder.pmi();
+    jt::PMIGenericEntity entity;
+    entity.type = type;
+    entity.base.frameFlag = 1;
+    entity.base.frame = {1.1F, 2.2F, 3.3F, 2.1F, 2.2F, 3.3F, 1.1F, 3.2F, 3.3F};
+    entity.lines.indices = {0, 2};
+    entity.lines.vertices = {0.1F, 0.2F, 0.3F, 1, 0, 4};
+    entity.texts.emplace_back().stringId = pmi.stringId(JtString("foreign text"));
+    entity.properties = {{{JtString("Description")}, {JtString(name)}},
+                         {{JtString("theirs")}, {JtString("kept")}}};
+    pmi.addGenericEntity(entity);
+  }
+  static JtwNode& nodeOf(JtwRoot& root, long itsKey) {
+    JtwNode* node = nullptr;
+    root.getNodeByKey(key(itsKey), node);
+    EXPECT_NE(node, nullptr) << itsKey;
+    return *node;
+  }
+  static JtwPMIAnnotation& annotation(JtwRoot& root, long itsKey) {
+    return static_cast<JtwPMIAnnotation&>(nodeOf(root, itsKey));
+  }
+  std::string file() const {
+    std::ifstream in(folder_.folder("gear.kpak") + "/gear.jt", std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+};
+
+TEST_F(PMIWriting, AnAnnotationComesBackWithEverythingTheHostGaveIt) {
+  JtwPMIAnnotation& made = note(10, "", API_PMI_GROOVE_WELD);
+  made.setAttributes("attr");
+  made.setAttachmentParent(key(1), static_cast<AttachmentType>(4));
+  made.setGlobalUniqueId(ApiGlobalUniqueId("uid"));
+  made.setRelStringId("rel");
+  made.setPreserved(true);
+  made.setDisplayState(false);
+  ApiWmPMIAnnotationData& data = made.annotationData();
+  data.layer = 0;
+  Graphics& look = data.graphics;
+  look.displayPlaneXAxis = {0, 2, 0};
+  look.displayPlaneYAxis = {0, 0, 3};
+  look.textForegroundColor = ApiGraColor(0, 0, 0);
+  look.textBackgroundColor = ApiGraColor(1, 2, 3, 0.29F);
+  look.textHasBorder = true;
+  look.fontSize = 9;
+  look.textInPlane = false;
+  look.geomColor = ApiGraColor(0, 0, 255);
+  look.geomWidth = 3;
+  look.instanceFlags = 0xff;
+  data.textLines = {"Müller", "second"};
+
+  JtwRoot& root = reopened();
+  JtwPMIAnnotation& again = annotation(root, 10);
+  EXPECT_EQ(again.name(), L"Name 10");
+  EXPECT_EQ(again.relLoc(), at(3, 5, 7));
+  EXPECT_EQ(again.attributes(), "attr");
+  EXPECT_EQ(again.relStringId(), "rel");
+  EXPECT_EQ(again.globalUniqueId().getAsString(), "uid");
+  EXPECT_TRUE(again.isPreserved(false));
+  EXPECT_FALSE(again.displayState());
+  ApiProtoKey parent;
+  auto type = ATTACHMENT_DEFAULT;
+  again.getAttachmentParent(parent, type);
+  EXPECT_EQ(parent, key(1));
+  EXPECT_EQ(type, 4);
+  const ApiWmPMIAnnotationData& read = again.annotationData();
+  EXPECT_EQ(read.annotationType, API_PMI_GROOVE_WELD);
+  EXPECT_EQ(read.textLines, (std::vector<std::string>{"Müller", "second"}));
+  EXPECT_EQ(read.layer, 0);
+  EXPECT_EQ(read.graphics.geomPolylineSet.size(), 2U);
+  EXPECT_EQ(read.graphics.geomPolylineSet[1][2], RTVec3D(3, 1, 4));
+  EXPECT_EQ(read.graphics.geomPolylineTypes[0], Graphics::ARROW);
+  EXPECT_FALSE(read.graphics.textPolylineSet.empty());
+  EXPECT_EQ(read.graphics.displayPlaneXAxis, RTVec3D(0, 2, 0));
+  EXPECT_EQ(read.graphics.displayPlaneYAxis, RTVec3D(0, 0, 3));
+  EXPECT_EQ(read.graphics.textHeight, 2);
+  EXPECT_EQ(read.graphics.instanceFlags, 0xff);
+  const std::string stored = attributes(entity(root, 0));
+  EXPECT_EQ(stored.substr(0, stored.find("KrPMIText")),
+            "PMITextForegroundColor=0000000000;PMITextBackgroundColor=0x00030201;"
+            "PMITextBackgroundOpacity=28;PMITextShowBorder=1;PMITextSize=9;PMITextInPlane=0;"
+            "PMIGeometryColor=0x00ff0000;PMIGeometryWidth=3;Description=Name 10;Layer=0;"
+            "JTTK MULTICAD VISIBILITY=FALSE;KrGmProtoKey=10;KrGmAttributes=attr;"
+            "KrWmAttachmentParent=1;KrWmAttachmentType=4;KrGlobalUniqueId=uid;"
+            "KrGmNotUnitedEntity=1;KrRelStringId=rel;");
+}
+
+TEST_F(PMIWriting, ASecondWriteChangesNoByteAndChangesAreSeen) {
+  block(2);
+  note(10, "first");
+  note(11, "second", API_PMI_DIMENSION, 2);
+  note(12, "third");
+  JtwRoot& opened = reopened();
+  annotation(opened, 10).setName(L"other");
+  ASSERT_TRUE(opened.write(false)) << jt::lastError();
+  const std::string once = file();
+  ASSERT_TRUE(opened.write(false));
+  EXPECT_TRUE(file() == once);
+  EXPECT_EQ(annotation(opened, 12).id(), 1);
+
+  opened.deleteNode(key(10));
+  annotation(opened, 12).setName(L"changed");
+  ASSERT_TRUE(opened.write(false)) << jt::lastError();
+  registry().releaseRoot(document_);
+  JtwRoot& root = *open(document_);
+  ASSERT_TRUE(jtw::loadWrappers(root));
+  EXPECT_EQ(pmiOf(root)->pmiDataGenericArray().size(), 1U);
+  EXPECT_EQ(annotation(root, 12).name(), L"changed");
+  EXPECT_EQ(annotation(root, 11).collection()->key(), key(2));
+  const std::string read = file();
+  ASSERT_TRUE(root.write(false));
+  EXPECT_TRUE(file() == read);
+
+  // Moved to another collection, and gone from the old one.
+  ASSERT_TRUE(annotation(root, 12).setParent(key(2)));
+  ASSERT_TRUE(jtw::writePMIs(root)) << jt::lastError();
+  EXPECT_EQ(pmiOf(root), nullptr);
+  EXPECT_EQ(pmiOf(nodeOf(root, 2))->pmiDataGenericArray().size(), 2U);
+}
+
+TEST_F(PMIWriting, PMIOfOthersComesThrough) {
+  addForeign(*root_.jtNode(), 0x0100, "their note");
+  addForeign(*root_.jtNode(), 0x0112, "of no kind of ours");
+  addForeign(*root_.jtNode(), 0x0104, "their axes");
+  JtwEntity& part = ComponentFixture::entity(5);
+  addForeign(*part.jtNode(), 0x0082, "on a part");
+  note(10, "ours");
+  // Nobody has gathered: nothing may be written, and nothing is lost.
+  EXPECT_FALSE(root_.write(false));
+  EXPECT_NE(jt::lastError().find("gathered"), std::string::npos);
+  EXPECT_EQ(pmiOf(root_)->pmiDataGenericArray().size(), 3U);
+
+  ASSERT_TRUE(jtw::loadWrappers(root_));
+  const std::string before = attributes(entity(root_, 0));
+  JtwRoot& root = reopened();
+  ASSERT_EQ(pmiOf(root)->pmiDataGenericArray().size(), 4U);
+  EXPECT_EQ(attributes(entity(root, 0)), before);
+  EXPECT_EQ(entity(root, 0).texts.size(), 1U);
+  // Two annotations of theirs, the one on the part hangs on the collection above it.
+  std::map<std::wstring, JtwPMI*> listed;
+  for (JtwPMI* pmi : root.PMIs()) listed[pmi->name()] = pmi;
+  ASSERT_EQ(listed.size(), 3U);
+  EXPECT_TRUE(listed.at(L"their note")->key().isNull());
+  EXPECT_EQ(listed.at(L"on a part")->originJtNode(), nodeOf(root, 5).jtNode());
+  const auto& data = static_cast<JtwPMIAnnotation*>(listed.at(L"their note"))->annotationData();
+  EXPECT_EQ(data.textLines, std::vector<std::string>{"foreign text"});
+
+  // A changed one keeps what the host does not know.
+  listed.at(L"their note")->setName(L"renamed");
+  ASSERT_TRUE(jtw::writePMIs(root));
+  EXPECT_EQ(attributes(entity(root, 0)), "Description=renamed;theirs=kept;");
+  EXPECT_EQ(entity(root, 0).lines.vertices[2], 0.3F);
+  EXPECT_EQ(entity(root, 0).texts.size(), 1U);
+}
+
+TEST_F(PMIWriting, AnExistingEntityKeepsItsGeometryUnlessItIsRenewed) {
+  note(10, "text").annotationData().graphics.instanceFlags = Graphics::FONT_SIZE;
+  ASSERT_TRUE(root_.write(false));
+  JtwPMIAnnotation& made = annotation(root_, 10);
+  const std::vector<float> lines = entity(root_, 0).lines.vertices;
+  Graphics& look = made.annotationData().graphics;
+  look.geomPolylineSet = {{{9, 9, 9}, {8, 8, 8}}};
+  look.geomPolylineTypes.clear();
+  look.textForegroundColor = ApiGraColor(255, 0, 0);
+  look.geomColor = ApiGraColor(0, 255, 0);
+  look.instanceFlags = Graphics::FOREGROUND_COLOR | Graphics::GEOM_COLOR;
+  made.setRelLoc(at(30, 50, 70));
+  ASSERT_TRUE(jtw::writePMIs(root_));
+  EXPECT_EQ(entity(root_, 0).lines.vertices, lines);
+  EXPECT_EQ(entity(root_, 0).base.frame[1], 50);
+  std::string stored = attributes(entity(root_, 0));
+  EXPECT_NE(stored.find("PMITextForegroundColor=0x000000ff"), std::string::npos);
+  EXPECT_EQ(stored.find("PMIGeometryColor"), std::string::npos);
+
+  made.renew();
+  ASSERT_TRUE(jtw::writePMIs(root_));
+  EXPECT_EQ(entity(root_, 0).lines.vertices[0], 9);
+  stored = attributes(entity(root_, 0));
+  EXPECT_NE(stored.find("PMIGeometryColor=0x0000ff00"), std::string::npos);
+  EXPECT_EQ(stored.find("PMITextSize"), std::string::npos);
+  EXPECT_EQ(stored.find("KrGmProtoKey"), stored.rfind("KrGmProtoKey"));
+}
+
+TEST_F(PMIWriting, UnitsDoNotDrift) {
+  ASSERT_TRUE(root_.setMeasurementUnitRatio(25.4F));
+  root_.forgetCached();
+  note(10, "text");
+  ASSERT_TRUE(root_.write(false));
+  EXPECT_EQ(entity(root_, 0).base.frame[0], static_cast<float>(3 / 25.4));
+  const auto* stored = pmiOf(root_);
+  for (int i = 0; i < 1000; ++i) {
+    annotation(root_, 10).setName(L"name " + std::to_wstring(i));
+    annotation(root_, 10).renew();
+    ASSERT_TRUE(jtw::writePMIs(root_));
+  }
+  const jt::Ref<PMIDataManager> first(pmiOf(root_));
+  EXPECT_NE(first.get(), stored);
+  EXPECT_EQ(first->pmiDataGenericArray().size(), 1U);
+  JtwRoot& root = reopened();
+  const std::vector<float> lines = entity(root, 0).lines.vertices;
+  annotation(root, 10).renew();
+  ASSERT_TRUE(jtw::writePMIs(root));
+  EXPECT_EQ(entity(root, 0).lines.vertices, lines);
+  EXPECT_EQ(entity(root, 0).base.frame, first->pmiDataGenericArray()[0].base.frame);
+}
+
+TEST_F(PMIWriting, FramesBesideAnnotationsHaveCoordinateSystems) {
+  JtwFrame& made = *root_.createFrameNode(key(7), key(1), at(1, 2, 3));
+  made.setName(L"axes");
+  root_.storeFrames();
+  ASSERT_TRUE(jtw::writePMIs(root_));
+  EXPECT_EQ(pmiOf(root_), nullptr);  // the list keeps it
+  note(10, "text");
+  JtwRoot& root = reopened();
+  auto& again = static_cast<JtwFrame&>(nodeOf(root, 7));
+  ASSERT_EQ(again.id(), 0);
+  EXPECT_EQ(entity(root, 0).type, 0x0104);
+  EXPECT_EQ(entity(root, 0).base.frame, (std::array<float, 9>{1, 2, 3, 2, 2, 3, 1, 3, 3}));
+  again.setRelLoc(at(4, 2, 3));
+  ASSERT_TRUE(jtw::writePMIs(root));
+  EXPECT_EQ(entity(root, 0).base.frame[0], 4);
+  root.deleteNode(key(7));
+  root.deleteNode(key(10));
+  ASSERT_TRUE(jtw::writePMIs(root));
+  EXPECT_EQ(pmiOf(root), nullptr);
+}
+
+TEST_F(PMIWriting, RecordsOfTheHostBecomeEntities) {
+  const auto part = jt::Ref<JtkPart>(JtkEntityFactory::createPart("p", 0, -1));
+  JtkwPMIWriter writer;
+  JtkwPMIAppearanceData look;
+  look.setFontSize(7);
+  JtkwPMINoteData note;
+  note.setDisplayName("n");
+  note.setRelLoc(at(5), nullptr);
+  note.setText("one");
+  note.setText("two");
+  note.setLanguage("KOR");
+  note.setAppearanceData(&look);
+  JtkPMIEntity* made = nullptr;
+  ASSERT_TRUE(writer.writePMI(note, NwObj::NOTE, part.get(), made, nullptr));
+  EXPECT_TRUE(made->isOfType(JtkEntity::PMI_NOTE));
+  EXPECT_EQ(made->data().base.textHeight, 50);
+  ASSERT_EQ(made->data().texts.size(), 2U);
+  EXPECT_EQ(made->data().texts[1].box[1], -75);
+  EXPECT_EQ(made->data().texts[1].box[5], -25);
+  EXPECT_EQ(attributes(made->data()),
+            "JTTK MULTICAD NAME=n;PMITextBackgroundOpacity=-1;PMITextSize=7;PMITextInPlane=0;"
+            "VELOR_PMI_LOCALE=104;Description=n;");
+  // The type has to fit; name and layer are written even then.
+  JtkwPMIFrameData frame;
+  frame.setDisplayName("f");
+  frame.setLayer(0);
+  EXPECT_FALSE(writer.writePMI(frame, NwObj::FRAME, part.get(), made, nullptr));
+  EXPECT_NE(attributes(made->data()).find("Description=f;Layer=0;"), std::string::npos);
+  JtkPMIEntity* none = nullptr;
+  EXPECT_FALSE(writer.writePMI(frame, NwObj::FRAME, nullptr, none, nullptr));
+  EXPECT_TRUE(writer.writePMI(frame, static_cast<NwObj::Type>(5), part.get(), none, nullptr));
+  EXPECT_EQ(none, nullptr);
+  EXPECT_EQ(part->numChildren(), 1);
+}
+
+TEST(PMIAppearance, ColoursAreReadAsTheyAreWritten) {
+  JtkwPMIAppearanceData::ColorText text;
+  for (const ApiGraColor& color :
+       {ApiGraColor(255, 0, 0), ApiGraColor(0, 0, 0), ApiGraColor(1, 2, 3)}) {
+    JtkwPMIAppearanceData::setGraColor(color, text);
+    EXPECT_EQ(text->size(), 10U);
+    ApiGraColor read(9, 9, 9);
+    JtkwPMIAppearanceData::getGraColor(text->c_str(), read);
+    EXPECT_EQ(read, color);
+  }
+  JtkwPMIAppearanceData look;
+  for (const auto& [alpha, percent] : {std::pair(0.5F, 50), {0.999F, 99}, {0.29F, 28}}) {
+    look.setTransparency(alpha);
+    EXPECT_EQ(look.textBackgroundOpacity(), percent);
+  }
+}
+
+}  // namespace
