@@ -84,53 +84,57 @@ TEST_F(Edit, WhatTheModelRefusesChangesNothing) {
   work_.write("circle.json", R"([{"key": 11, "attachment": {"parent": 21}},
                                   {"key": 21, "attachment": {"parent": 11}}])");
   work_.write("empty", "");
-  const Refused refused[] = {{"add cell.kpak block --key 3", 5, "key_in_use"},
-                             {"add cell.kpak frame --key 11", 5, "key_in_use"},
-                             {"add cell.kpak block --parent 99", 5, "unknown_key"},
-                             {"add cell.kpak block --parent 10", 5, "not_a_collection"},
-                             {"add cell.kpak frame --parent 11", 5, "not_a_collection"},
-                             {"add cell.kpak annotation --parent 3", 5, "not_supported"},
-                             {"add cell.kpak frame --parent 3 unit=Meters", 5, "not_supported"},
-                             {"add cell.kpak block --key 0", 2, "usage"},
-                             {"add cell.kpak block --key x", 2, "usage"},
-                             {"add cell.kpak wheel", 2, "usage"},
-                             {"add cell.kpak block name=a --name b", 2, "usage"},
-                             {"add cell.kpak block --loc 1,2", 2, "usage"},
-                             {"set cell.kpak 3 loc=1e39,0,0", 2, "usage"},
-                             {"frames cell.kpak 3 --set circle.json", 5, "cycle"},
-                             {"export-partition cell.kpak stream:out", 2, "usage"},
-                             {"export-partition cell.kpak other.kpak", 2, "usage"},
-                             {"add none.kpak block", 3, "not_found"},
-                             {"rm cell.kpak 99", 5, "unknown_key"},
-                             {"rm cell.kpak 1", 5, "not_supported"},
-                             {"mv cell.kpak 2 --parent 3", 5, "cycle"},
-                             {"mv cell.kpak 3 --parent 3", 5, "cycle"},
-                             {"mv cell.kpak 4 --parent 10", 5, "not_a_collection"},
-                             {"mv cell.kpak 11 --parent 10", 5, "not_a_collection"},
-                             {"mv cell.kpak 99 --parent 2", 5, "unknown_key"},
-                             {"mv cell.kpak 3 --parent 99", 5, "unknown_key"},
-                             {"mv cell.kpak root --parent 2", 5, "not_supported"},
-                             {"mv cell.kpak 3", 2, "usage"},
-                             {"clone cell.kpak 3", 5, "not_supported"},
-                             {"clone cell.kpak 10 --key 4", 5, "key_in_use"},
-                             {"clone cell.kpak 99", 5, "unknown_key"},
-                             {"frames cell.kpak 10", 5, "not_a_collection"},
-                             {"frames cell.kpak 3 --set twice.json", 5, "key_in_use"},
-                             {"frames cell.kpak 3 --set taken.json", 5, "key_in_use"},
-                             {"frames cell.kpak 3 --set lost.json", 5, "unknown_key"},
-                             {"frames cell.kpak 3 --set itself.json", 5, "cycle"},
-                             {"frames cell.kpak 3 --set none.json", 3, "not_found"},
-                             {"frames cell.kpak 3 --binary", 2, "usage"},
-                             {"frames cell.kpak --set twice.json", 2, "usage"},
-                             {"buffer cell.kpak kin get out", 5, "no_buffer"},
-                             {"buffer cell.kpak kin rm", 5, "no_buffer"},
-                             {"buffer cell.kpak kin set empty", 5, "empty_buffer"},
-                             {"buffer cell.kpak kin set none", 3, "not_found"},
-                             {"buffer cell.kpak wheel get", 2, "usage"},
-                             {"buffer cell.kpak kin", 2, "usage"},
-                             {"export-partition cell.kpak none/out.jt", 4, "unwritable"},
-                             {"export-partition cell.kpak out.jt --version 7", 2, "usage"},
-                             {"new other.kpak --unit Parsecs", 2, "usage"}};
+  const Refused refused[] = {
+      {"add cell.kpak block --key 3", 5, "key_in_use"},
+      {"add cell.kpak frame --key 11", 5, "key_in_use"},
+      {"add cell.kpak block --parent 99", 5, "unknown_key"},
+      {"add cell.kpak block --parent 10", 5, "not_a_collection"},
+      {"add cell.kpak frame --parent 11", 5, "not_a_collection"},
+      {"add cell.kpak annotation --parent 3", 2, "usage"},
+      {"add cell.kpak annotation --type Not", 2, "usage"},
+      {"add cell.kpak annotation --type 'Model View Label'", 5, "not_supported"},
+      {"set cell.kpak 10 text=x", 5, "not_supported"},
+      {"add cell.kpak frame --parent 3 unit=Meters", 5, "not_supported"},
+      {"add cell.kpak block --key 0", 2, "usage"},
+      {"add cell.kpak block --key x", 2, "usage"},
+      {"add cell.kpak wheel", 2, "usage"},
+      {"add cell.kpak block name=a --name b", 2, "usage"},
+      {"add cell.kpak block --loc 1,2", 2, "usage"},
+      {"set cell.kpak 3 loc=1e39,0,0", 2, "usage"},
+      {"frames cell.kpak 3 --set circle.json", 5, "cycle"},
+      {"export-partition cell.kpak stream:out", 2, "usage"},
+      {"export-partition cell.kpak other.kpak", 2, "usage"},
+      {"add none.kpak block", 3, "not_found"},
+      {"rm cell.kpak 99", 5, "unknown_key"},
+      {"rm cell.kpak 1", 5, "not_supported"},
+      {"mv cell.kpak 2 --parent 3", 5, "cycle"},
+      {"mv cell.kpak 3 --parent 3", 5, "cycle"},
+      {"mv cell.kpak 4 --parent 10", 5, "not_a_collection"},
+      {"mv cell.kpak 11 --parent 10", 5, "not_a_collection"},
+      {"mv cell.kpak 99 --parent 2", 5, "unknown_key"},
+      {"mv cell.kpak 3 --parent 99", 5, "unknown_key"},
+      {"mv cell.kpak root --parent 2", 5, "not_supported"},
+      {"mv cell.kpak 3", 2, "usage"},
+      {"clone cell.kpak 3", 5, "not_supported"},
+      {"clone cell.kpak 10 --key 4", 5, "key_in_use"},
+      {"clone cell.kpak 99", 5, "unknown_key"},
+      {"frames cell.kpak 10", 5, "not_a_collection"},
+      {"frames cell.kpak 3 --set twice.json", 5, "key_in_use"},
+      {"frames cell.kpak 3 --set taken.json", 5, "key_in_use"},
+      {"frames cell.kpak 3 --set lost.json", 5, "unknown_key"},
+      {"frames cell.kpak 3 --set itself.json", 5, "cycle"},
+      {"frames cell.kpak 3 --set none.json", 3, "not_found"},
+      {"frames cell.kpak 3 --binary", 2, "usage"},
+      {"frames cell.kpak --set twice.json", 2, "usage"},
+      {"buffer cell.kpak kin get out", 5, "no_buffer"},
+      {"buffer cell.kpak kin rm", 5, "no_buffer"},
+      {"buffer cell.kpak kin set empty", 5, "empty_buffer"},
+      {"buffer cell.kpak kin set none", 3, "not_found"},
+      {"buffer cell.kpak wheel get", 2, "usage"},
+      {"buffer cell.kpak kin", 2, "usage"},
+      {"export-partition cell.kpak none/out.jt", 4, "unwritable"},
+      {"export-partition cell.kpak out.jt --version 7", 2, "usage"},
+      {"new other.kpak --unit Parsecs", 2, "usage"}};
   const std::string before = bytes();
   for (const Refused& bad : refused)
     EXPECT_EQ(work_.json(bad.line, bad.exit).at("code"), bad.code) << bad.line;
@@ -313,6 +317,49 @@ TEST_F(Edit, RmTakesASharedObjectFromAllItsPlaces) {
   EXPECT_TRUE(matches(work_.json("rm part.jt 2"), R"({"removed": [2]})"));
   EXPECT_TRUE(matches(work_.json("tree part.jt").at("root"), R"({"key": 1, "children": []})"));
   EXPECT_EQ(work_.json("verify part.jt").at("findings").size(), 0U);
+}
+
+TEST_F(Edit, AnnotationsAreMadeListedChangedAndRemovedInEveryVersion) {
+  // New segments get ids at random, so a dry run reports others.
+  const auto edit = [this](const std::string& line) {
+    const std::string before = bytes();
+    EXPECT_EQ(work_.run(line + " --dry-run").exit, 0) << line;
+    EXPECT_EQ(bytes(), before) << line;
+    EXPECT_EQ(work_.run(line).exit, 0) << line;
+  };
+  edit(
+      "add cell.kpak annotation --key 20 --parent 3 --type Note --name N --text 'a \\' --text b "
+      "--loc 1,2,3 --layer 4 --size 7 --leader 10,0,0 --plane 0,1,0,0,0,1 color=#102030");
+  edit("add cell.kpak annotation --key 21 --type 'Spot Weld' --text W");
+  const std::string note = R"({"key": 20, "type": 1, "typeName": "Note", "name": "N", "owner": 3,
+      "text": ["a \\", "b"], "textHeight": 50, "frame": {"origin": [11, 2, 3], "x": [0, 1, 0],
+      "y": [0, 0, 1]}, "layer": 4, "colors": {"text": "#102030", "background": null},
+      "foreign": false})";
+  const Json listed = work_.json("pmi cell.kpak").at("annotations");
+  ASSERT_EQ(listed.size(), 2U);
+  EXPECT_TRUE(matches(listed[0].at("key") == 20 ? listed[0] : listed[1], note));
+  const Json one = work_.json("pmi cell.kpak 20");
+  EXPECT_TRUE(matches(one.at("annotations")[0], note));
+  EXPECT_EQ(work_.json("pmi cell.kpak 2").at("annotations").size(), 1U);
+
+  // What is not named stays.
+  const auto lines = one.at("annotations")[0].at("polylines").get<int>();
+  EXPECT_GT(lines, 4);
+  edit("set cell.kpak 20 text=longer backgroundColor=#ff000080 loc=5,0,0");
+  const Json changed = work_.json("pmi cell.kpak 20").at("annotations")[0];
+  EXPECT_TRUE(matches(changed, R"({"id": 0, "text": ["longer"], "layer": 4, "colors":
+      {"text": "#102030", "background": "#ff000080"}, "frame": {"origin": [5, 0, 0]}})"));
+  EXPECT_EQ(work_.run("set cell.kpak 20 name=N").exit, 0);
+  EXPECT_EQ(work_.json("pmi cell.kpak 20").at("annotations")[0], changed);
+  for (const char* version : {"9.5", "10.0", "10.2"}) {
+    const std::string copy = std::string("copy-") + version + ".jt";
+    ASSERT_EQ(work_.run("copy cell.kpak/cell.jt " + copy + " --version " + version).exit, 0);
+    EXPECT_EQ(work_.json("pmi " + copy + " 20").at("annotations")[0], changed) << version;
+  }
+  edit("rm cell.kpak 20");
+  edit("rm cell.kpak 21");
+  EXPECT_EQ(work_.json("pmi cell.kpak --all").at("annotations").size(), 0U);
+  expectSound();
 }
 
 }  // namespace

@@ -74,6 +74,13 @@ const std::string* Arguments::value(std::string_view option) const {
   return given ? &given->value : nullptr;
 }
 
+std::vector<std::string> Arguments::values(std::string_view option) const {
+  std::vector<std::string> all;
+  for (const Given& given : given_)
+    if (option == given.option->name) all.push_back(given.value);
+  return all;
+}
+
 std::optional<std::uint64_t> Arguments::byteCount(std::string_view option) const {
   const std::string* text = value(option);
   if (!text) return std::nullopt;

@@ -30,6 +30,8 @@ class Arguments {
   bool has(std::string_view option) const { return find(option) != nullptr; }
   /// The value of an option, the last one when it was given twice; null when it was not given.
   const std::string* value(std::string_view option) const;
+  /// All values of an option that may be given several times, in order.
+  std::vector<std::string> values(std::string_view option) const;
   /// A number of bytes such as 4096, 64K, 2M or 1G. Throws Failure "usage".
   std::optional<std::uint64_t> byteCount(std::string_view option) const;
   /// A whole number from 1 on. Throws Failure "usage".

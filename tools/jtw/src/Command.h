@@ -50,6 +50,7 @@ ExitCode runClone(Session& session);
 ExitCode runFrames(Session& session);
 ExitCode runBuffer(Session& session);
 ExitCode runExportPartition(Session& session);
+ExitCode runPmi(Session& session);
 ExitCode runSnapshot(Session& session);
 // These two are in the program jtw-mesh; in jtw itself they start it.
 ExitCode runImport(Session& session);

@@ -43,9 +43,19 @@ constexpr Option kAddOptions[] = {kKey,
                                   {"parent", 0, "P", "the object that it goes under (root)"},
                                   {"name", 0, "N", "the same as name=N"},
                                   {"loc", 0, "LOCATION", "the same as loc=LOCATION"},
+                                  {"type", 0, "T", "of an annotation: its type, such as Note"},
+                                  {"text", 0, "TEXT", "of an annotation: a line of its text"},
+                                  {"size", 0, "N", "the same as size=N"},
+                                  {"layer", 0, "N", "the same as layer=N"},
+                                  {"plane", 0, "X,Y", "the same as plane=x,y,z,x,y,z"},
+                                  {"leader", 0, "x,y,z", "of an annotation: moves it by so much"},
                                   kDryRun,
                                   kMaxSegment,
                                   kMaxDocument};
+constexpr Option kPmiOptions[] = {
+    {"all", 0, nullptr, "also list annotations that another program made"},
+    kMaxSegment,
+    kMaxDocument};
 constexpr Option kMvOptions[] = {
     {"parent", 0, "P", "the object that it moves under"},
     {"keep-place", 0, nullptr, "it stays where it is in the component"},
@@ -161,14 +171,18 @@ constexpr Command kCommands[] = {
      "  attributes=TEXT, uniqueId=TEXT, relStringId=TEXT\n"
      "  displayed=true|false, preserved=true|false\n"
      "  attachment=KEY | KEY:TYPE | none\n"
+     "  of annotations: text=TEXT, size=N (letters are N * 100 / 14 mm high), layer=N,\n"
+     "       backgroundColor=, geomColor=, plane=x,y,z,x,y,z (directions); color is that of the "
+     "text\n"
      "  loc=x,y,z | x,y,z,rx,ry,rz in degrees | 16 numbers of a matrix, row by row",
      3, kManyArguments, kSetOptions, runSet},
     {"add", "DOC KIND [--key K] [--parent P] [NAME=VALUE...]",
      "makes a new object in a component and saves",
      "jtw add gear.kpak block --key auto --parent 2 --name Arm --loc 100,0,50",
-     "KIND is block, link, sub-device, entity or frame. P is the key of a component, block, link "
-     "or\n"
-     "sub-device. NAME=VALUE as for set.",
+     "KIND is block, link, sub-device, entity, frame or annotation. P is the key of a component,\n"
+     "block, link or sub-device. NAME=VALUE as for set. An annotation needs a --type; several "
+     "--text\n"
+     "are several lines.",
      2, kManyArguments, kAddOptions, runAdd},
     {"rm", "DOC KEY", "removes an object and everything below it, and saves", "jtw rm gear.kpak 7",
      "KEY as for get. Objects that were attached to what is gone are no longer attached.", 2, 2,
@@ -190,6 +204,9 @@ constexpr Command kCommands[] = {
      "All members of a frame may be missing: key (the next free one), name, displayed, relLoc\n"
      "(3, 6 or 16 numbers), color {r,g,b,a}, attributes, attachment {parent,type}.",
      1, 2, kFramesOptions, runFrames},
+    {"pmi", "DOC [KEY] [--all]", "lists the annotations of a component", "jtw pmi gear.kpak --json",
+     "KEY as for get: only the annotations below that object. Lengths are in millimetres.", 1, 2,
+     kPmiOptions, runPmi},
     {"buffer", "DOC [KIND get|set|rm [FILE]]", "the binary data that the host keeps on a component",
      "jtw buffer gear.kpak kin set kin.bin",
      "KIND is kin, kin-modeling, kin-techno, mop, dot-kin, gm-kin, plc-logic or "

@@ -10,6 +10,7 @@
 #include "InputFile.h"
 #include "JtExportRoot.h"
 #include "JtwManager.h"
+#include "JtwPMIs.h"
 #include "NodeView.h"
 #include "SaveResult.h"
 #include "Session.h"
@@ -209,6 +210,7 @@ ApiProtoKey Component::newKey(const std::string& text) const {
 }
 
 jt::SaveReport Component::save(bool dryRun) {
+  if (!jtw::writePMIs(*root_)) failRefused(text_, "pmi_not_written", jt::lastError());
   jt::SaveOptions options;
   options.dryRun = dryRun;
   return savePartition(*root_->partition(), nullptr, options, text_);

@@ -16,7 +16,7 @@ std::vector<long> endAttachmentsTo(const Component& component,
     const ApiProtoKey parent = attachmentOf(*entry.node);
     if (parent.isNull() || !gone.contains(parent.getAsLong())) continue;
     entry.node->setAttachmentParent(ApiProtoKey(), ATTACHMENT_DEFAULT);
-    if (entry.node->isOfTypePMI())
+    if (entry.node->type() == JtwNode::JT_FRAME_NODE)
       if (JtwCollection* collection = static_cast<JtwPMI*>(entry.node)->collection())
         collection->storeFrames();
     detached.push_back(entry.node->key().getAsLong());

@@ -5,13 +5,14 @@
 #include <charconv>
 #include <string_view>
 
+#include "AnnotationEdits.h"
 #include "ApiSysStringConvertors.h"
 #include "Attachments.h"
 #include "Component.h"
 #include "Failure.h"
 #include "JtwCollection.h"
 #include "JtwLeaf.h"
-#include "JtwPMI.h"
+#include "JtwPMIAnnotation.h"
 #include "NodeView.h"
 #include "ValueText.h"
 
@@ -26,7 +27,11 @@ struct Target {
   std::size_t index;
   JtwNode& node;
 
-  bool isFrame() const { return node.isOfTypePMI(); }
+  bool isFrame() const { return node.type() == JtwNode::JT_FRAME_NODE; }
+  JtwPMIAnnotation* annotation() const {
+    const bool isOne = node.type() == JtwNode::JT_PMI_ANNOTATION_NODE;
+    return isOne ? static_cast<JtwPMIAnnotation*>(&node) : nullptr;
+  }
   [[noreturn]] void refuse(const std::string& what) const {
     failRefused(component.document(), "not_supported",
                 "the " + std::string(kindName(node)) + " " + what);
@@ -44,13 +49,14 @@ Change changeName(const Target& target, const std::string& value) {
 }
 
 Change changeColor(const Target& target, const std::string& value) {
+  if (target.annotation()) return prepareAnnotationChange(*target.annotation(), "color", value);
   const ApiGraColor color = parseColor("color", value);
   return [&node = target.node, color] { node.setColor(color, false, true); };
 }
 
 Change changeUnit(const Target& target, const std::string& value) {
   const float ratio = parseUnit("unit", value);
-  if (target.isFrame()) target.refuse("has no unit of its own");
+  if (target.node.isOfTypePMI()) target.refuse("has no unit of its own");
   return [&node = target.node, ratio] { node.setMeasurementUnitRatio(ratio); };
 }
 
@@ -87,8 +93,8 @@ Change changePreserved(const Target& target, const std::string& value) {
   const bool on = parseTruth("preserved", value);
   refuseFrame(target, "mark as preserved");
   const auto type = target.node.type();
-  if (type != JtwNode::JT_ENTITY_NODE && type != JtwNode::JT_BLOCK_NODE)
-    target.refuse("cannot be preserved; an entity or a block can");
+  if (type != JtwNode::JT_ENTITY_NODE && type != JtwNode::JT_BLOCK_NODE && !target.annotation())
+    target.refuse("cannot be preserved; an entity, a block or an annotation can");
   return [&node = target.node, on] { jtw::setPreserved(node, on); };
 }
 
@@ -132,9 +138,25 @@ Change changeLocation(const Target& target, const std::string& value) {
     if (!isStorable(location))
       failRefused(component.document(), "not_supported",
                   "the place cannot be told in the object's parent");
-    jtw::setPlacement(node, location);
+    if (auto* annotation = Target{component, index, node}.annotation())
+      placeAnnotation(*annotation, location);
+    else
+      jtw::setPlacement(node, location);
   };
 }
+
+template <const char* name>
+Change changeAnnotation(const Target& target, const std::string& value) {
+  JtwPMIAnnotation* annotation = target.annotation();
+  if (!annotation) target.refuse(std::string("has no ") + name + "; annotations have");
+  return prepareAnnotationChange(*annotation, name, value);
+}
+constexpr char kText[] = "text";
+constexpr char kSize[] = "size";
+constexpr char kLayer[] = "layer";
+constexpr char kBackgroundColor[] = "backgroundColor";
+constexpr char kGeomColor[] = "geomColor";
+constexpr char kPlane[] = "plane";
 
 struct Setting {
   std::string_view name;
@@ -142,9 +164,15 @@ struct Setting {
 };
 
 /// In the order in which they are applied: a location is read in the new unit.
-constexpr std::array<Setting, 10> kSettings{{
+constexpr std::array<Setting, 16> kSettings{{
     {"name", changeName},
     {"unit", changeUnit},
+    {kText, changeAnnotation<kText>},
+    {kSize, changeAnnotation<kSize>},
+    {kPlane, changeAnnotation<kPlane>},
+    {kLayer, changeAnnotation<kLayer>},
+    {kBackgroundColor, changeAnnotation<kBackgroundColor>},
+    {kGeomColor, changeAnnotation<kGeomColor>},
     {"loc", changeLocation},
     {"color", changeColor},
     {"attributes", changeAttributes},
@@ -166,8 +194,6 @@ std::size_t findSetting(std::string_view name) {
 NodeEdits::NodeEdits(const Component& component, std::size_t index,
                      std::span<const std::string> words)
     : node_(*component.entries()[index].node) {
-  if (node_.type() == JtwNode::JT_PMI_ANNOTATION_NODE)
-    failRefused(component.document(), "not_supported", "changes of an annotation cannot be saved");
   const Target target{component, index, node_};
   std::array<Change, kSettings.size()> prepared;
   for (const std::string& word : words) {
@@ -186,6 +212,8 @@ void NodeEdits::apply() {
   for (const Change& change : changes_) change();
   if (!node_.isOfTypePMI()) {
     node_.forgetCached();
+  } else if (node_.type() == JtwNode::JT_PMI_ANNOTATION_NODE) {
+    if (!changes_.empty()) static_cast<JtwPMI&>(node_).renew();
   } else if (JtwCollection* collection = static_cast<JtwPMI&>(node_).collection()) {
     collection->storeFrames();
   }

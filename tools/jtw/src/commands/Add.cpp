@@ -3,6 +3,7 @@
 #include <string_view>
 #include <vector>
 
+#include "AnnotationEdits.h"
 #include "Command.h"
 #include "Component.h"
 #include "EditResult.h"
@@ -10,10 +11,12 @@
 #include "JtwEntity.h"
 #include "JtwFrame.h"
 #include "JtwLink.h"
+#include "JtwPMIAnnotation.h"
 #include "JtwSubDevice.h"
 #include "NodeEdits.h"
 #include "NodeView.h"
 #include "Session.h"
+#include "ValueText.h"
 
 namespace tool {
 namespace {
@@ -27,7 +30,7 @@ JtwNode* make(JtwRoot& root, const ApiProtoKey& key, const ApiProtoKey& parent) 
 
 struct Kind {
   std::string_view name;
-  Creator create;  ///< null: the model makes them, but no file keeps what was made
+  Creator create;
 };
 
 constexpr std::array kKinds{
@@ -36,14 +39,14 @@ constexpr std::array kKinds{
     Kind{"sub-device", make<&JtwRoot::createSubDeviceNode>},
     Kind{"entity", make<&JtwRoot::createEntityNode>},
     Kind{"frame", make<&JtwRoot::createFrameNode>},
-    Kind{"annotation", nullptr},
+    Kind{"annotation", make<&JtwRoot::createPMIAnnotationNode>},
 };
 
 const Kind& findKind(const std::string& name) {
   std::string names;
   for (const Kind& kind : kKinds) {
     if (name == kind.name) return kind;
-    if (kind.create) names += (names.empty() ? "" : ", ") + std::string(kind.name);
+    names += (names.empty() ? "" : ", ") + std::string(kind.name);
   }
   failUsage("there is no kind '" + name + "'; those that can be added are: " + names);
 }
@@ -52,9 +55,13 @@ const Kind& findKind(const std::string& name) {
 std::vector<std::string> settingsOf(const Arguments& arguments) {
   const auto& words = arguments.positional();
   std::vector<std::string> settings(words.begin() + 2, words.end());
-  for (const char* name : {"name", "loc"})
+  for (const char* name : {"name", "loc", "size", "layer", "plane"})
     if (const std::string* value = arguments.value(name))
       settings.push_back(std::string(name) + "=" + *value);
+  std::string text;
+  for (const std::string& line : arguments.values("text"))
+    text += (text.empty() ? "" : "\n") + line;
+  if (!text.empty()) settings.push_back("text=" + text);
   return settings;
 }
 
@@ -68,8 +75,10 @@ ExitCode runAdd(Session& session) {
   const ObjectName parentName(parentText ? *parentText : "root");
 
   Component component(session, session.argument(0), !arguments.has("dry-run"));
-  if (!kind.create)
-    failRefused(component.document(), "not_supported", "an annotation cannot be saved");
+  const bool isAnnotation = kind.name == "annotation";
+  const std::string* typeName = arguments.value("type");
+  if (isAnnotation && !typeName) failUsage("an annotation needs a type: --type Note");
+  const ApiPMIType type = isAnnotation ? parseAnnotationType(component, *typeName) : API_PMI_NONE;
   const bool isAuto = !keyText || *keyText == "auto";
   const ApiProtoKey wanted = isAuto ? ApiProtoKey() : component.newKey(*keyText);
   const std::size_t parentIndex = component.findCollection(parentName, wanted);
@@ -81,7 +90,13 @@ ExitCode runAdd(Session& session) {
   component.relist();
   const std::string keyName = std::to_string(key.getAsLong());
   const std::size_t index = component.find(ObjectName(keyName));
+  JtwNode& made = *component.entries()[index].node;
+  if (isAnnotation) static_cast<JtwPMIAnnotation&>(made).annotationData().annotationType = type;
   NodeEdits(component, index, settingsOf(arguments)).apply();
+  if (const std::string* leader = arguments.value("leader"); leader && isAnnotation) {
+    const RTTran3D move = parseLocation("leader", *leader);
+    placeAnnotation(static_cast<JtwPMIAnnotation&>(made), move * made.relLoc());
+  }
   return saveAndReport(session, component,
                        "added " + std::string(kind.name) + " " + keyName + " under " +
                            std::to_string(parent.getAsLong()),

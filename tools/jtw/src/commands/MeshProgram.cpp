@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "ApiSysFileAccess.h"
 #include "Command.h"
 #include "Session.h"
 
@@ -23,8 +24,7 @@ constexpr const char* kProgram = "jtw-mesh";
 
 /// Beside this program, as in a build tree, or where an installation has it.
 std::string findProgram() {
-  std::error_code error;
-  const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
+  const fs::path folder = fs::path(ApiSysFileAccess::programFolder()).parent_path();
   for (const fs::path& candidate :
        {folder / kProgram, folder.parent_path() / "libexec" / "jtw" / kProgram})
     if (access(candidate.c_str(), X_OK) == 0) return candidate.string();

@@ -38,9 +38,8 @@ void deleteObject(Component& component, std::size_t index, const ObjectName& nam
   JtwNode& node = *component.entries()[index].node;
   if (node.type() == JtwNode::JT_ROOT_NODE)
     failRefused(component.document(), "not_supported", "the component itself cannot be removed");
-  if (node.type() == JtwNode::JT_PMI_ANNOTATION_NODE)
-    failRefused(component.document(), "not_supported", "changes of an annotation cannot be saved");
-  JtwCollection* frames = node.isOfTypePMI() ? static_cast<JtwPMI&>(node).collection() : nullptr;
+  const bool isFrame = node.type() == JtwNode::JT_FRAME_NODE;
+  JtwCollection* frames = isFrame ? static_cast<JtwPMI&>(node).collection() : nullptr;
   if (!node.isOfTypePMI() && node.jtNode()) leaveOtherPlaces(*node.jtNode());
   if (!component.ensureKey(index) || !component.root().deleteNode(node.key()))
     failRefused(component.document(), "not_supported",
