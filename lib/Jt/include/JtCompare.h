@@ -61,8 +61,8 @@ struct CompareOptions {
   /// rotation may move geometry by as much. Numbers without a unit (normals, colors, texture
   /// coordinates, factors) may differ by the same number, but never by more than 0.02. With a
   /// tolerance, areas and the extents of partitions are not compared: they follow from geometry
-  /// that is. Properties and metadata are compared exactly. What is the same within one tolerance
-  /// is the same within every greater one.
+  /// that is; nor is how geometry is stored, such as numbers of bits. Properties and metadata are
+  /// compared exactly. What is the same within one tolerance is the same within every greater one.
   double tolerance = 0;
   /// Keys of properties that tell siblings apart whatever their name, the first one that a node has
   /// counts.

@@ -350,12 +350,15 @@ TEST(Compare, TolerancesAreMonotonicAndInMillimetres) {
     jt::Vec3f by;
     const char* unit;
     double same;  // from this tolerance on, in millimetres
+    unsigned bits = 0;
   };
   for (const Case& one : {Case{{0, 0, 0}, "Millimeters", 0},
+                          {{0, 0, 0}, "Millimeters", 0.04, 8},
                           {{0.05F, -0.03F, 0.02F}, "Millimeters", 0.06},
                           {{0, 0.5F, 0}, "Inches", 13}}) {
     const auto part = [&one](bool isB) {
       const auto root = jt::make<JtPartition>();
+      root->setVersion({9, 5});  // nodes state the bits of their shape
       const auto node = jt::make<VisPartNode>();
       put(*node, Jt::jtPropMeasurementUnits, one.unit);
       node->addChild(jt::makeShape(makeSoup(isB, isB ? one.by : jt::Vec3f{})).get());
@@ -364,12 +367,14 @@ TEST(Compare, TolerancesAreMonotonicAndInMillimetres) {
     };
     MemoryStorage storage;
     const auto a = storage.open(storage.saved(*part(false)));
-    const auto b = storage.open(storage.saved(*part(true)));
+    jt::SaveOptions options;
+    options.shapeEncoding.emplace().positionBits = one.bits;
+    const auto b = storage.open(storage.saved(*part(true), options));
     for (const double tolerance : {0.0, 0.04, 0.06, 0.3, 12.0, 13.0, kHuge}) {
-      const jt::CompareOptions options{tolerance, {}, 1000};
-      EXPECT_EQ(Differences(*a, *b, options).result().isSame(), tolerance >= one.same)
+      const jt::CompareOptions within{tolerance, {}, 1000};
+      EXPECT_EQ(Differences(*a, *b, within).result().isSame(), tolerance >= one.same)
           << one.unit << ' ' << one.by[0] << ' ' << tolerance;
-      EXPECT_EQ(Differences(*b, *a, options).result().isSame(), tolerance >= one.same);
+      EXPECT_EQ(Differences(*b, *a, within).result().isSame(), tolerance >= one.same);
     }
   }
 }

@@ -108,25 +108,29 @@ std::optional<bool> sameCarriedBytes(const JtSceneObject& a, const JtSceneObject
 }
 
 /// Fields that are compared otherwise, or that only describe how their file stores things.
-bool ObjectComparison::isLeftOut(const char* name) const {
+bool ObjectComparison::isLeftOut(const JtSceneObject& object, std::string_view name,
+                                 const Tolerance& tolerance) const {
   static constexpr std::string_view kAlways[] = {"storedValuesMask", "elementValue",
                                                  "reservedBoundingBox"};
-  static constexpr std::string_view kBetweenGenerations[] = {"vertexBindings",
-                                                             "vertexBindingsAgain",
-                                                             "lastVertexBindings",
-                                                             "textureAndColorBinding",
-                                                             "quantizationParameters",
-                                                             "bitsPerVertexAndColor",
-                                                             "size",
-                                                             "compressionLevel"};
+  static constexpr std::string_view kStorage[] = {"vertexBindings",
+                                                  "vertexBindingsAgain",
+                                                  "lastVertexBindings",
+                                                  "textureAndColorBinding",
+                                                  "quantizationParameters",
+                                                  "bitsPerVertexAndColor",
+                                                  "size",
+                                                  "compressionLevel"};
   // Older than the oldest common form, so that form does not tell.
-  if (!forms_.haveReflectivity && std::string_view(name) == "reflectivity") return true;
-  return std::ranges::find(kAlways, name) != std::end(kAlways) ||
-         (!forms_.sameGeneration &&
-          std::ranges::find(kBetweenGenerations, name) != std::end(kBetweenGenerations));
+  if (!forms_.haveReflectivity && name == "reflectivity") return true;
+  if (std::ranges::find(kAlways, name) != std::end(kAlways)) return true;
+  if (!tolerance.isExact() && isDerived(object, name)) return true;
+  // With a tolerance, too: rounding is what it allows.
+  const bool countsStorage = forms_.sameGeneration && tolerance.isExact();
+  return !countsStorage && std::ranges::find(kStorage, name) != std::end(kStorage);
 }
 
-void ObjectComparison::list(const JtSceneObject& object, file::FieldList& out) const {
+void ObjectComparison::list(const JtSceneObject& object, const Tolerance& tolerance,
+                            file::FieldList& out) const {
   out.clear();
   const file::ElementKind* kind = file::findElementKind(object.typeID());
   if (!kind) return;
@@ -134,13 +138,14 @@ void ObjectComparison::list(const JtSceneObject& object, file::FieldList& out) c
   // The archive only looks; field lists take what may be written to since readers need it.
   kind->list(lister, const_cast<JtSceneObject&>(object));
   // How many of these there are may differ.
-  std::erase_if(out.fields, [this](const auto& field) { return isLeftOut(field.name); });
+  std::erase_if(out.fields,
+                [&](const auto& field) { return isLeftOut(object, field.name, tolerance); });
 }
 
 void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b,
                                const Tolerance& tolerance, const Tell& tell) {
-  list(a, listA_);
-  list(b, listB_);
+  list(a, tolerance, listA_);
+  list(b, tolerance, listB_);
   const char* last = "";
   std::size_t repeat = 0;
   for (std::size_t i = 0; i < std::max(listA_.fields.size(), listB_.fields.size()); ++i) {
@@ -153,7 +158,6 @@ void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b,
     }
     repeat = std::string_view(last) == fieldA->name ? repeat + 1 : 0;
     last = fieldA->name;
-    if (!tolerance.isExact() && isDerived(a, last)) continue;
     if (std::string_view(last) == "lightObjectId") {
       compareLights(a, b, tolerance, tell);
       break;

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "JtAttribute.h"
 #include "Report.h"
@@ -45,10 +46,11 @@ class ObjectComparison {
   bool isSame(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance);
 
  private:
-  void list(const JtSceneObject& object, file::FieldList& out) const;
+  void list(const JtSceneObject& object, const Tolerance& tolerance, file::FieldList& out) const;
   void compareLights(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance,
                      const Tell& tell);
-  bool isLeftOut(const char* name) const;
+  bool isLeftOut(const JtSceneObject& object, std::string_view name,
+                 const Tolerance& tolerance) const;
 
   const Forms& forms_;
   file::FieldList listA_;
