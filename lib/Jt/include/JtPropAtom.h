@@ -159,10 +159,10 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
   /// True when the object is in memory.
   bool isLoaded() const;
   /// The object when it is in memory, else null. Not owned.
-  const JtBase* loaded() const noexcept { return object_.get(); }
+  const JtBase* loaded() const noexcept;
   /// The object, loading it the first time: the first element of the segment that is metadata, PMI
   /// or of a type registered with JtFactory. Empty when there is no such segment or type; throws
-  /// JtFormatError when the segment is damaged.
+  /// JtFormatError when the segment is damaged. Safe from several threads.
   /// @param partition looked at when the atom was not read from a file
   /// @param wanted only an object of this type; null: any, PMI when there is nothing else
   jt::Ref<JtBase> load(const JtPartition* partition, const JtType* wanted = nullptr);
@@ -170,7 +170,10 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
  private:
   friend struct jt::file::AtomFields;
   friend class jt::file::SceneWriter;
-  friend class jt::file::ShapePlan;
+  /// Holds `object` when nothing is held yet; returns what is held if it is of the wanted type,
+  /// else `object`.
+  jt::Ref<JtBase> keep(const jt::Ref<JtBase>& object, const JtType* wanted);
+
   JtGuid segmentId_;
   std::int32_t segmentType_ = 0;
   std::int32_t payloadId_ = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 
@@ -18,9 +19,13 @@ class JT_API VisMetaDataNode : public JtGroup {
   /// Makes sure that the node's metadata segment, if it has one, is in memory; from then on
   /// property look-ups see its entries behind the node's own properties. False when the segment is
   /// missing or damaged; the reason is in `jt::lastError()`. Reads the segment the first time only.
+  /// Safe from several threads, as is ensurePMI.
   bool ensureMetaData();
   /// The metadata, or null when the node has none or it is not loaded. Not owned.
-  const JtMetaData* metaData() const noexcept { return metaData_.get(); }
+  const JtMetaData* metaData() const noexcept {
+    return metaDataState_.load(std::memory_order_acquire) == LoadState::read ? metaData_.get()
+                                                                             : nullptr;
+  }
 
   /// Makes sure that the node's PMI, if it has any, is in memory. False when the segment is missing
   /// or cannot be read; the reason is in `jt::lastError()`, and a save in the same version keeps it
@@ -51,8 +56,9 @@ class JT_API VisMetaDataNode : public JtGroup {
   friend class jt::file::SceneWriter;
   jt::LocalVersion metaVersion_;
   enum class LoadState : std::uint8_t { unread, read, failed };
-  LoadState metaDataState_ = LoadState::unread;
-  LoadState pmiState_ = LoadState::unread;
+  // What is loaded is in its place before its state says so.
+  std::atomic<LoadState> metaDataState_{LoadState::unread};
+  std::atomic<LoadState> pmiState_{LoadState::unread};
   jt::Ref<JtMetaData> metaData_;
   jt::Ref<PMIDataManager> pmi_;
   // Atoms made for metadata entries that somebody looked up.

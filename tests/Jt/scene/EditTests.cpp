@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <regex>
+#include <thread>
 
 #include "Jt.h"
 #include "JtBaseDataStream.h"
@@ -162,6 +164,7 @@ TEST(Edit, WhatIsNewGetsNewIdsAndWhatIsOldKeepsItsBytes) {
     ASSERT_TRUE(instance->appendAttribute(root->attribute(0)));
     set(*instance, "a", "b");
     set(*group, "b", "a");
+    root->growBounds();  // as the save does
     const auto again = storage.open(storage.saved(*root));
     EXPECT_EQ(SceneText::of(*again), SceneText::of(*root));
     auto after = elementsOf(*again);
@@ -252,6 +255,26 @@ TEST(Edit, APartOfASceneIsSavedAsAFileOfItsOwn) {
   }
 }
 
+TEST(Edit, MetaDataIsLoadedOnceForAllThreads) {
+  MemoryStorage storage;
+  const auto root = storage.open(testData("tiny95.jt"));
+  auto& part = dynamic_cast<VisMetaDataNode&>(*at(*root, {0, 0, 0}));
+  std::array<const JtMetaData*, 6> found{};
+  std::array<const JtPropAtom*, 6> atoms{};
+  {
+    std::vector<std::jthread> threads;
+    for (std::size_t i = 0; i < found.size(); ++i)
+      threads.emplace_back([&, i] {
+        if (!part.ensureMetaData() || !part.ensurePMI()) return;
+        found[i] = part.metaData();
+        if (found[i]) atoms[i] = part.property(found[i]->entries().front().key);
+      });
+  }
+  ASSERT_TRUE(found[0] && atoms[0]);
+  for (std::size_t i = 1; i < found.size(); ++i)
+    EXPECT_TRUE(found[i] == found[0] && atoms[i] == atoms[0]);
+}
+
 TEST(Edit, WhatComesFromAnotherFileBringsItsSegments) {
   MemoryStorage storage;
   for (const char* name : {"tiny81.jt", "tiny95.jt", "tiny95be.jt", "tiny100.jt", "tiny105.jt"})
@@ -260,6 +283,7 @@ TEST(Edit, WhatComesFromAnotherFileBringsItsSegments) {
       const auto from = storage.open(testData(name));
       const auto root = *into ? storage.open(testData(into)) : jt::make<JtPartition>();
       ASSERT_TRUE(root->addChild(at(*from, {0, 0})));
+      root->growBounds();  // as the save does
       const auto again = storage.open(storage.saved(*root));
       EXPECT_EQ(SceneText::of(*again, false), SceneText::of(*root, false));
       JtNode* instance = again->child(again->numChildren() - 1);

@@ -2,6 +2,7 @@
 
 #include "JtFormatError.h"
 #include "JtPartition.h"
+#include "LoadMutex.h"
 #include "VisPartNode.h"
 
 namespace {
@@ -16,25 +17,36 @@ const JtString& pmiKey() {
   return key;
 }
 
-/// Loads the segment that a node names under a key, the first time. False when it cannot be had.
-template <class T, class State>
-bool ensureLoaded(const JtNode& node, const JtString& key, const char* what, State& state,
-                  jt::Ref<T>& held) {
-  if (state != State::unread) return state == State::read;
-  state = State::read;
-  auto* atom = jt::as<JtLateLoadedPropAtom>(node.property(key));
-  if (!atom) return true;
+/// Loads the object of a segment. False when it cannot be had.
+template <class T>
+bool load(JtLateLoadedPropAtom& atom, const char* what, jt::Ref<T>& loaded) {
   try {
-    const jt::Ref<JtBase> object = atom->load(nullptr, T::classTypeID());
-    held = jt::Ref<T>(jt::as<T>(object.get()));
-    if (held || object) return true;
-    jt::setLastError(std::string("the ") + what + " segment " + atom->segmentId().text() +
+    const jt::Ref<JtBase> object = atom.load(nullptr, T::classTypeID());
+    loaded = jt::Ref<T>(jt::as<T>(object.get()));
+    if (object) return true;
+    jt::setLastError(std::string("the ") + what + " segment " + atom.segmentId().text() +
                      " is not in the file, or holds no " + what);
   } catch (const std::exception& error) {
     jt::setLastError(error.what());
   }
-  state = State::failed;
   return false;
+}
+
+/// Loads the segment that a node names under a key, the first time. False when it cannot be had.
+template <class T, class State>
+bool ensureLoaded(const JtNode& node, const JtString& key, const char* what,
+                  std::atomic<State>& state, jt::Ref<T>& held) {
+  if (state.load(std::memory_order_acquire) == State::unread) {
+    jt::Ref<T> loaded;
+    auto* atom = jt::as<JtLateLoadedPropAtom>(node.property(key));
+    const bool isRead = !atom || load(*atom, what, loaded);
+    const std::lock_guard lock(jt::loadMutexOf(&node));
+    if (state.load(std::memory_order_relaxed) == State::unread) {
+      held = std::move(loaded);
+      state.store(isRead ? State::read : State::failed, std::memory_order_release);
+    }
+  }
+  return state.load(std::memory_order_acquire) == State::read;
 }
 
 /// An atom with the value of a metadata entry; empty for an entry without value.
@@ -104,9 +116,10 @@ bool VisMetaDataNode::deleteProperty(const JtPropAtom* key) {
 }
 
 JtPropAtom* VisMetaDataNode::extraProperty(const JtString& key) const {
-  if (!metaData_) return nullptr;
-  const JtMetaData::Value* value = metaData_->find(key);
+  const JtMetaData* data = metaData();
+  const JtMetaData::Value* value = data ? data->find(key) : nullptr;
   if (!value) return nullptr;
+  const std::lock_guard lock(jt::loadMutexOf(this));
   if (!metaAtoms_) metaAtoms_ = std::make_unique<std::map<JtString, jt::Ref<JtPropAtom>>>();
   jt::Ref<JtPropAtom>& atom = (*metaAtoms_)[key];
   if (!atom) atom = atomOf(*value);
