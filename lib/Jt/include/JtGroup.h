@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "JtNode.h"
@@ -31,8 +32,12 @@ class JT_API JtGroup : public JtNode {
   void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
 
  private:
+  friend class Jt;
   friend class jt::file::SceneReader;
   friend struct jt::file::NodeFields;
+  /// Inserts a child that closes no cycle, whether or not the group is opaque.
+  void link(std::ptrdiff_t index, JtNode& child);
+
   jt::LocalVersion groupVersion_;
   std::vector<jt::Ref<JtNode>> children_;
 };

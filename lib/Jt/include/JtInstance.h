@@ -23,8 +23,12 @@ class JT_API JtInstance : public JtNode {
   void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
 
  private:
+  friend class Jt;
   friend class jt::file::SceneReader;
   friend struct jt::file::NodeFields;
+  /// Sets a child that closes no cycle, whether or not the instance is opaque.
+  void link(JtNode* child);
+
   jt::LocalVersion instanceVersion_;
   jt::Ref<JtNode> child_;
 };

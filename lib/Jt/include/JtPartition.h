@@ -150,9 +150,13 @@ class JT_API JtPartition : public JtGroup {
   /// The extent that the boxes of the shapes below and the transforms above them give, without the
   /// partition's own transform; nothing when there is no shape with a box.
   std::optional<jt::Box> computeBounds() const;
-  /// Makes the stored extent include the computed one. A save does it when the scene graph changed:
-  /// viewers leave out what lies outside.
-  void growBounds();
+  /// The stored extent enlarged by the computed one; nothing when that adds nothing. A save of a
+  /// changed scene graph stores it: viewers leave out what lies outside.
+  std::optional<jt::Box> grownBounds() const;
+  /// Gives the partition the extent that a save would store.
+  void growBounds() {
+    if (const auto grown = grownBounds()) setBounds(*grown);
+  }
 
   /// What was noticed while reading.
   const std::vector<jt::Note>& notes() const;
@@ -191,10 +195,13 @@ class JT_API JtPartition : public JtGroup {
   JtNode* child(int index) const noexcept override;
 
  protected:
+  /// Element data, attributes and properties; without children, files and location.
+  JtPartition(const JtPartition& other);
   void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
 
  private:
   void requireOpen(const JtStorageLocation& target) const;
+  jt::SaveReport saveOwn(JtStorageLocation& location, const jt::SaveOptions& options);
   void attachExternal(jt::Ref<JtPartition> opened);
   bool openExternal(const JtPartition& referencing, struct JtExternalFiles& files);
 
@@ -227,3 +234,13 @@ class JT_API JtPartition : public JtGroup {
   jt::CountRange polygonRange_;
   std::optional<jt::Box> untransformedBox_;
 };
+
+namespace jt {
+
+/// How many children a node has in its own file. Those of a partition that stands for another file
+/// are without what that file holds, whether or not it is open.
+JT_API int numOwnChildren(const JtNode& node) noexcept;
+/// The child of that index in the node's own file, or null.
+JT_API JtNode* ownChild(const JtNode& node, int index) noexcept;
+
+}  // namespace jt

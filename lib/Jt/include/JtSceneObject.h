@@ -7,8 +7,8 @@
 namespace jt::file {
 class SceneSource;
 class SceneReader;
+class SavePlan;
 class SceneWriter;
-class ShapePlan;
 struct NodeFields;
 struct AttributeFields;
 struct AtomFields;
@@ -34,14 +34,17 @@ class JT_API JtSceneObject : public JtBase {
   static const JtType* classTypeID();
   ~JtSceneObject() override;
 
-  /// The object id in the file that the object was read from; 0 for an object made in memory.
+  /// The object id in the file that the object was read from; 0 for an object made in memory and
+  /// for a copy.
   std::int32_t objectId() const;
   /// True when the object's own data changed since it was read, or when it was never in a file.
   bool isModified() const noexcept { return modified_; }
 
  protected:
   JtSceneObject() = default;
-  JtSceneObject(const JtSceneObject&) : JtBase() {}
+  /// A copy remembers the element of its original: the form that its fields are in and, where they
+  /// could not be read, the bytes. It is an object of its own all the same, with an id of its own.
+  JtSceneObject(const JtSceneObject& other);
   JtSceneObject& operator=(const JtSceneObject&) = delete;
   /// To be called by everything that changes the object's own data. No effect on an object that is
   /// carried unread: writing it anew would lose what it holds.
@@ -54,9 +57,10 @@ class JT_API JtSceneObject : public JtBase {
   friend class jt::file::SceneReader;
   friend class jt::file::SceneWriter;
 
-  jt::file::SceneSource* source_ = nullptr;  // one reference while set
+  jt::file::SceneSource* source_ = nullptr;  // of the object or its original; one reference
   // Index in source_; in an object without source the id that a running save gave it.
   mutable std::uint32_t element_ = 0;
   bool modified_ = true;
   bool carried_ = false;
+  bool copied_ = false;  // source_ and element_ are those of the original
 };

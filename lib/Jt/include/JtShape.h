@@ -115,7 +115,7 @@ class JT_API JtVertexShape : public JtShape {
 
  private:
   friend struct jt::file::NodeFields;
-  friend class jt::file::ShapePlan;
+  friend class jt::file::SavePlan;
   jt::LocalVersion vertexVersion_;
   std::array<std::int32_t, 3> oldBindings_{};  // 8.x: normal, texture coordinate, colour
   std::uint64_t bindings_ = 2;

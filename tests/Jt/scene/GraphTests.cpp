@@ -216,6 +216,31 @@ TEST(Graph, ACopyIsDeepAndSharesWhatNeverChanges) {
   EXPECT_FALSE(Jt::clone(nullptr));
 }
 
+TEST(Graph, APartitionKeepsItsOwnChildrenBesideTheFileThatItStandsFor) {
+  MemoryStorage storage;
+  const auto root = jt::make<JtPartition>();
+  const auto partition = jt::make<JtPartition>(root.get(), false);
+  partition->setFileName("part");
+  const auto own = jt::make<JtGroup>();
+  own->addProperty(text("k").get(), text("own").get(), true);
+  partition->addChild(own.get());
+  storage["top"] = storage.saved(*root);
+  storage["part"] = storage.saved(*jt::make<JtPartition>());
+
+  const auto top = storage.open("top");
+  for (const bool isOpen : {false, true}) {
+    if (isOpen) {
+      ASSERT_TRUE(JtPartition::openAllPartitions(top.get(), true));
+    }
+    const JtNode* stands = top->child(0);
+    EXPECT_EQ(jt::as<JtPartition>(stands->child(0)) != nullptr, isOpen);
+    EXPECT_EQ(SceneText::of(*Jt::clone(stands)), SceneText::of(*partition));
+    top->addProperty(text("edit").get(), text(isOpen ? "2" : "1").get(), true);
+    const auto again = storage.open(storage.saved(*top));
+    EXPECT_EQ(SceneText::of(*again->child(0)), SceneText::of(*partition));
+  }
+}
+
 TEST(Graph, AWalkGoesInOrderPrunesAndStops) {
   // 0 -> (1 -> (2, 3), 4, 1 again)
   std::vector<jt::Ref<JtGroup>> nodes;

@@ -25,6 +25,7 @@ TEST(RandomScene, MeansTheSameAfterEverySave) {
         const std::size_t nodes = choices.of(20);
         for (std::size_t i = 0; i < nodes; ++i) author.addNode();
       }
+      root->growBounds();  // as the save does
       const auto opened = storage.open(storage.saved(*root));
       RC_ASSERT(SceneText::of(*opened, full) == SceneText::of(*root, full));
       RC_ASSERT(opened->notes().empty());
@@ -33,6 +34,7 @@ TEST(RandomScene, MeansTheSameAfterEverySave) {
         Author author(*opened, choices);
         while (choices.any()) author.edit();
       }
+      opened->growBounds();
       const auto edited = storage.open(storage.saved(*opened));
       RC_ASSERT(SceneText::of(*edited, full) == SceneText::of(*opened, full));
       RC_ASSERT(edited->notes().empty());

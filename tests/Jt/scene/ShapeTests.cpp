@@ -188,7 +188,23 @@ TEST(Shapes, SegmentsAreSharedAndNamedByTheirLevel) {
   lod->addChild(coarse.get());
   root->addChild(lod.get());
   root->addChild(jt::makeShape(shared(square(3))).get());
+  // Whatever a save stores otherwise, the scene stays as it was made.
+  const auto geometry = [](const JtShape& shape) {
+    return jt::as<JtLateLoadedPropAtom>(shape.property(JtString("JT_LLPROP_SHAPEIMPL")));
+  };
+  const auto* atomOfB = geometry(*b);
+  const auto* coarseAtom = geometry(*coarse);
+  for (const bool dryRun : {true, false}) {
+    jt::SaveOptions options;
+    options.dryRun = dryRun;
+    storage.saved(*root, options);
+    EXPECT_FALSE(root->bounds());
+    EXPECT_EQ(geometry(*b), atomOfB);
+    EXPECT_NE(atomOfB, geometry(*a));
+    EXPECT_EQ(coarseAtom->segmentType(), 7);
+  }
   const auto again = storage.open(storage.saved(*root));
+  EXPECT_TRUE(again->bounds());
   std::vector<int> types;
   for (const auto& entry : again->container()->toc()) types.push_back(entry.type());
   EXPECT_EQ(types, (std::vector<int>{1, 7, 8, 6}));

@@ -50,6 +50,10 @@ T loadScalar(const std::byte* bytes, bool bigEndian) noexcept {
 
 JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept;
 
+/// An object as the field list of an archive takes it: only a reader changes it.
+template <class Ar, class T>
+using Of = std::conditional_t<Ar::reading, T, const T>;
+
 /// Object ids by which a node element names its attributes and children.
 struct Links {
   std::vector<std::int32_t> attributes;
@@ -351,10 +355,10 @@ class Writer {
     putCount(items.size());
     for (const T& item : items) put(item);
   }
-  template <class T, class Each>
-  void repeat(const char*, std::vector<T>& items, std::size_t, Each each) {
+  template <class Items, class Each>
+  void repeat(const char*, Items& items, std::size_t, Each each) {
     putCount(items.size());
-    for (T& item : items) each(item);
+    for (auto& item : items) each(item);
   }
   void single(const char*, const std::vector<std::int32_t>& ids) {
     put(ids.empty() ? std::int32_t{0} : ids[0]);

@@ -9,36 +9,36 @@ namespace jt::file {
 
 struct AtomFields {
   template <class Ar>
-  static void run(Ar& ar, JtPropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtPropAtom>& atom) {
     base(ar, atom);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtStringPropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtStringPropAtom>& atom) {
     typed(ar, atom);
     ar("value", atom.value_);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtInt32PropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtInt32PropAtom>& atom) {
     typed(ar, atom);
     ar("value", atom.value_);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtFloatPropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtFloatPropAtom>& atom) {
     typed(ar, atom);
     ar("value", atom.value_);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPtrPropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtPtrPropAtom>& atom) {
     typed(ar, atom);
     ar("objectId", atom.target_);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtDatePropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtDatePropAtom>& atom) {
     typed(ar, atom);
     ar("date", atom.value_);
     if (!ar.has(Feature::byteVersions)) return;
@@ -50,13 +50,13 @@ struct AtomFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtVector4fPropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtVector4fPropAtom>& atom) {
     typed(ar, atom);
     ar("value", atom.value_);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtLateLoadedPropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtLateLoadedPropAtom>& atom) {
     typed(ar, atom);
     ar("segmentId", atom.segmentId_);
     ar("segmentType", atom.segmentType_);
@@ -71,12 +71,12 @@ struct AtomFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtOpaquePropAtom& atom) {
+  static void run(Ar& ar, Of<Ar, JtOpaquePropAtom>& atom) {
     base(ar, atom);
   }
 
   template <class Ar>
-  static void surplus(Ar& ar, JtPropAtom& atom) {
+  static void surplus(Ar& ar, Of<Ar, JtPropAtom>& atom) {
     if constexpr (Ar::reading) {
       atom.surplus_ = readSurplus(ar);
     } else if (atom.surplus_ && !isFresh(ar, atom)) {
@@ -90,12 +90,12 @@ struct AtomFields {
     return !Ar::reading && ar.fresh(atom.baseVersion_);
   }
   template <class Ar>
-  static void base(Ar& ar, JtPropAtom& atom) {
+  static void base(Ar& ar, Of<Ar, JtPropAtom>& atom) {
     ar.version("baseVersionNumber", atom.baseVersion_, 1, 2);
     ar("stateFlags", atom.stateFlags_);
   }
   template <class Ar>
-  static void typed(Ar& ar, JtPropAtom& atom) {
+  static void typed(Ar& ar, Of<Ar, JtPropAtom>& atom) {
     base(ar, atom);
     ar.version("versionNumber", atom.version_, 1, 2);
   }

@@ -16,7 +16,7 @@ namespace jt::file {
 
 struct AttributeFields {
   template <class Ar>
-  static void run(Ar& ar, JtMaterial& material) {
+  static void run(Ar& ar, Of<Ar, JtMaterial>& material) {
     base(ar, material);
     ar.version("versionNumber", material.version_, 2, 1);
     dataFlags(ar, material);
@@ -42,7 +42,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtXform& xform) {
+  static void run(Ar& ar, Of<Ar, JtXform>& xform) {
     base(ar, xform);
     ar.version("versionNumber", xform.version_, 1, 1);
     std::uint16_t mask = maskOf(xform);
@@ -74,7 +74,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtDrawStyle& style) {
+  static void run(Ar& ar, Of<Ar, JtDrawStyle>& style) {
     base(ar, style);
     ar.version("versionNumber", style.version_, 1, 1);
     ar("dataFlags", style.flags_);
@@ -82,7 +82,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtLineStyle& style) {
+  static void run(Ar& ar, Of<Ar, JtLineStyle>& style) {
     base(ar, style);
     ar.version("versionNumber", style.version_, 1, 1);
     ar("dataFlags", style.flags_);
@@ -91,7 +91,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPointStyle& style) {
+  static void run(Ar& ar, Of<Ar, JtPointStyle>& style) {
     base(ar, style);
     ar.version("versionNumber", style.version_, 1, 1);
     ar("dataFlags", style.flags_);
@@ -100,7 +100,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtLightSet& set) {
+  static void run(Ar& ar, Of<Ar, JtLightSet>& set) {
     base(ar, set);
     ar.version("versionNumber", set.version_, 1, 1);
     ar.list("lightObjectId", set.lights_);
@@ -108,7 +108,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtInfiniteLight& light) {
+  static void run(Ar& ar, Of<Ar, JtInfiniteLight>& light) {
     lightData(ar, light);
     ar.version("versionNumber", light.version_, 1, 1);
     ar("direction", light.direction_);
@@ -116,7 +116,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPointLight& light) {
+  static void run(Ar& ar, Of<Ar, JtPointLight>& light) {
     lightData(ar, light);
     ar.version("versionNumber", light.version_, 1, 1);
     ar("position", light.position_);
@@ -128,7 +128,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtTextureImage& texture) {
+  static void run(Ar& ar, Of<Ar, JtTextureImage>& texture) {
     if (!ar.has(Feature::localVersions))
       ar.fail("versionNumber", "textures of 8.x are not decoded");
     base(ar, texture);
@@ -155,7 +155,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtShaderEffects& effects) {
+  static void run(Ar& ar, Of<Ar, JtShaderEffects>& effects) {
     base(ar, effects);
     ar.version("versionNumber", effects.version_, 1, 1);
     ar("enableFlag", effects.enable_);
@@ -171,12 +171,12 @@ struct AttributeFields {
 
   /// An attribute whose fields are not known: only what all attributes begin with.
   template <class Ar>
-  static void run(Ar& ar, JtOpaqueAttribute& attribute) {
+  static void run(Ar& ar, Of<Ar, JtOpaqueAttribute>& attribute) {
     base(ar, attribute);
   }
 
   template <class Ar>
-  static void surplus(Ar& ar, JtAttribute& attribute) {
+  static void surplus(Ar& ar, Of<Ar, JtAttribute>& attribute) {
     if constexpr (Ar::reading) {
       attribute.surplus_ = readSurplus(ar);
     } else if (attribute.surplus_ && !isFresh(ar, attribute)) {
@@ -191,7 +191,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void base(Ar& ar, JtAttribute& attribute) {
+  static void base(Ar& ar, Of<Ar, JtAttribute>& attribute) {
     ar.version("baseVersionNumber", attribute.baseVersion_, 1,
                ar.has(Feature::attributeTail) ? 2 : 1);
     ar("stateFlags", attribute.stateFlags_);
@@ -201,7 +201,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void tail(Ar& ar, JtAttribute& attribute) {
+  static void tail(Ar& ar, Of<Ar, JtAttribute>& attribute) {
     if (!ar.has(Feature::fieldFinal)) return;
     if (isFresh(ar, attribute)) {
       if (ar.has(Feature::attributeTail)) ar.fresh("reserved", std::int32_t{-1});
@@ -212,7 +212,7 @@ struct AttributeFields {
 
   /// 8.x may store three of the colours as one grey value; the length tells whether it does.
   template <class Ar>
-  static void dataFlags(Ar& ar, JtMaterial& material) {
+  static void dataFlags(Ar& ar, Of<Ar, JtMaterial>& material) {
     constexpr std::size_t kColors = 4 * 16 + 4;
     std::uint16_t flags = material.dataFlags_;
     if constexpr (!Ar::reading)
@@ -229,7 +229,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void color(Ar& ar, const char* name, Rgba& value, int isGrey) {
+  static void color(Ar& ar, const char* name, Of<Ar, Rgba>& value, int isGrey) {
     if (!isGrey || !ar.has(Feature::materialPattern)) {
       ar(name, value);
       return;
@@ -248,7 +248,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void lightData(Ar& ar, JtLight& light) {
+  static void lightData(Ar& ar, Of<Ar, JtLight>& light) {
     if (!ar.has(Feature::localVersions)) ar.fail("versionNumber", "lights of 8.x are not decoded");
     base(ar, light);
     ar.version("lightVersionNumber", light.lightVersion_, 1, 1);
@@ -266,7 +266,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void shadowAlpha(Ar& ar, JtLight& light) {
+  static void shadowAlpha(Ar& ar, Of<Ar, JtLight>& light) {
     std::array<float, 2> factors = light.shadowAlpha_.value_or(std::array<float, 2>{1, 1});
     ar("shadowAlphaFactors", factors);
     if constexpr (Ar::reading) light.shadowAlpha_ = factors;
@@ -274,7 +274,7 @@ struct AttributeFields {
 
   /// 9.x: version 2 of a light appends the shadow factors that 10.x has in the light data.
   template <class Ar>
-  static void lightTail(Ar& ar, JtLight& light) {
+  static void lightTail(Ar& ar, Of<Ar, JtLight>& light) {
     if (!ar.has(Feature::byteVersions)) {
       if constexpr (Ar::reading) {
         light.shadowAlpha_.reset();
@@ -287,7 +287,8 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void textureBlock(Ar& ar, TextureBlock& block, bool channelFirst, bool channelLast) {
+  static void textureBlock(Ar& ar, Of<Ar, TextureBlock>& block, bool channelFirst,
+                           bool channelLast) {
     ar("textureType", block.textureType);
     textureEnvironment(ar, block.environment);
     ar("textureGenerationModes", block.generation.modes);
@@ -297,12 +298,12 @@ struct AttributeFields {
     ar("reserved", block.reserved);
     ar("inlineFlag", block.inlineFlag);
     ar.repeat("image", block.images, 4,
-              [&](TextureImage& image) { textureImage(ar, image, block.inlineFlag != 0); });
+              [&](auto& image) { textureImage(ar, image, block.inlineFlag != 0); });
     if (channelLast) ar("textureCoordinateChannel", block.coordinateChannel);
   }
 
   template <class Ar>
-  static void textureEnvironment(Ar& ar, TextureEnvironment& environment) {
+  static void textureEnvironment(Ar& ar, Of<Ar, TextureEnvironment>& environment) {
     ar("borderMode", environment.borderMode);
     ar("magnificationFilter", environment.magnificationFilter);
     ar("minificationFilter", environment.minificationFilter);
@@ -315,7 +316,7 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void textureImage(Ar& ar, TextureImage& image, bool isInline) {
+  static void textureImage(Ar& ar, Of<Ar, TextureImage>& image, bool isInline) {
     if (!isInline) {
       ar("externalStorageName", image.fileName);
       return;

@@ -10,6 +10,14 @@ namespace jt::file {
 
 namespace {
 
+/// The object as a T. What is written comes from anywhere, so its class is not taken on trust.
+template <class T>
+const T& checked(const JtSceneObject& object) {
+  if (const T* known = as<T>(&object)) return *known;
+  throw JtFormatError("not_writable", std::string("an object of type ") + object.typeID()->name() +
+                                          " cannot be written as a " + T::classTypeID()->name());
+}
+
 template <class T, class Fields>
 constexpr ElementKind makeKind(const JtGuid& guid, const char* name, std::uint8_t baseType,
                                ElementClass elementClass) {
@@ -27,14 +35,16 @@ constexpr ElementKind makeKind(const JtGuid& guid, const char* name, std::uint8_
             Fields::run(ar, static_cast<T&>(object));
             Fields::surplus(ar, static_cast<T&>(object));
           },
-          [](Writer& ar, JtSceneObject& object) {
-            Fields::run(ar, static_cast<T&>(object));
-            Fields::surplus(ar, static_cast<T&>(object));
+          [](Writer& ar, const JtSceneObject& object) {
+            const T& known = checked<T>(object);
+            Fields::run(ar, known);
+            Fields::surplus(ar, known);
           },
-          [](FieldLister& ar, JtSceneObject& object) {
-            Fields::run(ar, static_cast<T&>(object));
+          [](FieldLister& ar, const JtSceneObject& object) {
+            const T& known = checked<T>(object);
+            Fields::run(ar, known);
             ar.beginSurplus();
-            Fields::surplus(ar, static_cast<T&>(object));
+            Fields::surplus(ar, known);
           }};
 }
 

@@ -22,8 +22,8 @@ struct ElementKind {
   Ref<JtSceneObject> (*create)();
   void (*read)(Reader&, JtSceneObject&);
   void (*trace)(TracingReader&, JtSceneObject&);
-  void (*write)(Writer&, JtSceneObject&);
-  void (*list)(FieldLister&, JtSceneObject&);
+  void (*write)(Writer&, const JtSceneObject&);
+  void (*list)(FieldLister&, const JtSceneObject&);
 };
 
 /// The kind with that object type id, or null.

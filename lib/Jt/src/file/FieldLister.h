@@ -94,10 +94,10 @@ class FieldLister {
         &items != static_cast<const void*>(&links_.children))
       values(name, std::span<const T>(items));
   }
-  template <class T, class Each>
-  void repeat(const char* name, std::vector<T>& items, std::size_t, Each each) {
+  template <class Items, class Each>
+  void repeat(const char* name, Items& items, std::size_t, Each each) {
     (*this)(name, static_cast<std::int64_t>(items.size()));
-    for (T& item : items) each(item);
+    for (auto& item : items) each(item);
   }
   static void single(const char*, const std::vector<std::int32_t>&) {}
   static void version(const char*, const LocalVersion&, int, int) {}

@@ -7,9 +7,9 @@
 #include <unordered_set>
 
 #include "ParallelFor.h"
+#include "SavePlan.h"
 #include "SegmentObjects.h"
 #include "ShapeGeometry.h"
-#include "ShapePlan.h"
 #include "ShapeSegment.h"
 
 namespace jt::file {
@@ -35,7 +35,8 @@ std::unordered_set<JtGuid> segmentsNamedIn(SceneSource& source) {
 
 }  // namespace
 
-FileWriter::FileWriter(JtPartition& partition, JtPartition& top, const SaveOptions& options)
+FileWriter::FileWriter(const JtPartition& partition, const JtPartition& top,
+                       const SaveOptions& options)
     : partition_(partition),
       top_(top),
       options_(options),
@@ -77,12 +78,13 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
       report_.segments.push_back(copied(entry).action);
     pieces.push_back({container_->image().bytes(), &container_->image(), 0});
   } else {
-    if (!container_ || SceneWriter::isChanged(top_, source_)) top_.growBounds();
-    ShapePlan::prepare(top_, encoding_, format_);
-    for (ChangedObject& changed : SceneWriter::changedMetaData(SceneWriter::nodesOf(top_)))
+    const auto nodes = SceneWriter::nodesOf(top_);
+    const SavePlan plan(top_, nodes, !container_ || SceneWriter::isChanged(top_, source_),
+                        encoding_, format_);
+    for (ChangedObject& changed : SceneWriter::changedMetaData(nodes))
       converter_.setChanged(*changed.entry, std::move(changed.object), changed.reason);
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
-    takeScene(SceneWriter(top_, source_, format_, places_).encode());
+    takeScene(SceneWriter(top_, source_, format_, plan, places_).encode());
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
     std::vector<const Segment*> order;
@@ -339,9 +341,9 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
   StorageSaveOptions storage = options_.storage;
   const JtStorageLocation* own = partition_.storageLocation();
   const bool inPlace = own && own->displayName() == location.displayName();
-  std::optional<FileIdentity>* const saved = inPlace ? &partition_.savedAs_[report_.file] : nullptr;
-  if (saved && !storage.expected) {
-    storage.expected = *saved;
+  if (inPlace && !storage.expected) {
+    const auto known = partition_.savedAs_.find(report_.file);
+    if (known != partition_.savedAs_.end()) storage.expected = known->second;
     // A partition that was given another place goes there for the first time.
     if (!storage.expected && container_ && container_->image().name() == report_.file)
       storage.expected = container_->image().identity();
@@ -353,7 +355,7 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
                           "next save"};
   StorageSaveResult result = manager->save(location, pieces, storage);
   // From here on the save is done, and nothing may make a failure of it.
-  if (saved && !result.identity && storage.expected) {
+  if (inPlace && !result.identity && storage.expected) {
     try {
       result.identity = manager->open(location)->identity();
     } catch (...) {
@@ -361,7 +363,7 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
       report_.warnings.push_back(std::move(notReopened));
     }
   }
-  if (saved) *saved = result.identity;
+  if (inPlace) savedAs_ = result.identity;
   std::ranges::move(result.warnings, std::back_inserter(report_.warnings));
 }
 

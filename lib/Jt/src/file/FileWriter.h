@@ -16,10 +16,12 @@ class FileWriter {
   /// @param partition whose file the segments come from
   /// @param top       what becomes the scene graph: the partition itself, or a partition made for a
   ///                  part of it
-  FileWriter(JtPartition& partition, JtPartition& top, const SaveOptions& options);
+  FileWriter(const JtPartition& partition, const JtPartition& top, const SaveOptions& options);
 
   /// Writes, unless the options ask for a dry run. Throws JtFormatError.
   SaveReport save(JtStorageLocation& location);
+  /// The identity of the partition's own file after a save to it; nothing after other saves.
+  const std::optional<FileIdentity>& savedAs() const noexcept { return savedAs_; }
 
  private:
   struct Segment {
@@ -49,8 +51,8 @@ class FileWriter {
   void warn(const char* code, const std::string& message);
   void takeScene(EncodedScene scene);
 
-  JtPartition& partition_;
-  JtPartition& top_;
+  const JtPartition& partition_;
+  const JtPartition& top_;
   const SaveOptions& options_;
   const Container* container_;
   SceneSource* source_;
@@ -67,6 +69,7 @@ class FileWriter {
   std::vector<Segment> segments_;  // in the order of the table of contents
   std::vector<Segment> gaps_;
   SaveReport report_;
+  std::optional<FileIdentity> savedAs_;
 };
 
 }  // namespace jt::file

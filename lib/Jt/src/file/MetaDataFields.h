@@ -9,7 +9,7 @@ namespace jt::file {
 
 struct MetaDataFields {
   template <class Ar>
-  static void run(Ar& ar, JtMetaData& data) {
+  static void run(Ar& ar, Of<Ar, JtMetaData>& data) {
     ar.version("versionNumber", data.version_, 1, 1);
     if constexpr (Ar::reading) {
       read(ar, data);
@@ -79,7 +79,7 @@ struct MetaDataFields {
   }
 
   template <class Ar>
-  static void value(Ar& ar, JtMetaData::Value& value) {
+  static void value(Ar& ar, Of<Ar, JtMetaData::Value>& value) {
     std::visit(
         [&](auto& held) {
           if constexpr (!std::is_same_v<std::decay_t<decltype(held)>, std::monostate>)

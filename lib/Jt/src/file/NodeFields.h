@@ -20,29 +20,29 @@ namespace jt::file {
 
 struct NodeFields {
   template <class Ar>
-  static void run(Ar& ar, JtNode& node) {
+  static void run(Ar& ar, Of<Ar, JtNode>& node) {
     ar.version("versionNumber", node.nodeVersion_, 1, 1);
     ar("nodeFlags", node.nodeFlags_);
     ar.list("attributeObjectId", ar.links().attributes);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtGroup& group) {
-    run(ar, static_cast<JtNode&>(group));
+  static void run(Ar& ar, Of<Ar, JtGroup>& group) {
+    run(ar, static_cast<Of<Ar, JtNode>&>(group));
     ar.version("groupVersionNumber", group.groupVersion_, 1, 1);
     ar.list("childNodeObjectId", ar.links().children);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtInstance& instance) {
-    run(ar, static_cast<JtNode&>(instance));
+  static void run(Ar& ar, Of<Ar, JtInstance>& instance) {
+    run(ar, static_cast<Of<Ar, JtNode>&>(instance));
     ar.version("instanceVersionNumber", instance.instanceVersion_, 1, 1);
     ar.single("childNodeObjectId", ar.links().children);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPartition& partition) {
-    run(ar, static_cast<JtGroup&>(partition));
+  static void run(Ar& ar, Of<Ar, JtPartition>& partition) {
+    run(ar, static_cast<Of<Ar, JtGroup>&>(partition));
     PartitionForm form = partitionForm(ar, partition);
     if (form.version) ar("partitionVersionNumber", *form.version);
     ar("partitionFlags", form.flags);
@@ -64,12 +64,12 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, VisMetaDataNode& node) {
+  static void run(Ar& ar, Of<Ar, VisMetaDataNode>& node) {
     metaData(ar, node, 0);
   }
 
   template <class Ar>
-  static void run(Ar& ar, VisPartNode& part) {
+  static void run(Ar& ar, Of<Ar, VisPartNode>& part) {
     constexpr std::size_t kReserved = 4;
     metaData(ar, part, 2 + kReserved);
     lateVersion(ar, "partVersionNumber", part.partVersion_, kReserved);
@@ -77,8 +77,8 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtLOD& lod) {
-    run(ar, static_cast<JtGroup&>(lod));
+  static void run(Ar& ar, Of<Ar, JtLOD>& lod) {
+    run(ar, static_cast<Of<Ar, JtGroup>&>(lod));
     ar.version("lodVersionNumber", lod.lodVersion_, 1, 1);
     if (ar.has(Feature::lodReserved)) {
       ar.list("reservedFloats", lod.reservedFloats_);
@@ -87,27 +87,27 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtRangeLOD& lod) {
-    run(ar, static_cast<JtLOD&>(lod));
+  static void run(Ar& ar, Of<Ar, JtRangeLOD>& lod) {
+    run(ar, static_cast<Of<Ar, JtLOD>&>(lod));
     ar.version("rangeLodVersionNumber", lod.rangeVersion_, 1, 1);
     ar.list("rangeLimits", lod.limits_);
     ar("center", lod.center_);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtSwitch& node) {
-    run(ar, static_cast<JtGroup&>(node));
+  static void run(Ar& ar, Of<Ar, JtSwitch>& node) {
+    run(ar, static_cast<Of<Ar, JtGroup>&>(node));
     ar.version("switchVersionNumber", node.switchVersion_, 1, 1);
     ar("selectedChild", node.selected_);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtShape& shape) {
-    run(ar, static_cast<JtNode&>(shape));
+  static void run(Ar& ar, Of<Ar, JtShape>& shape) {
+    run(ar, static_cast<Of<Ar, JtNode>&>(shape));
     ar.version("shapeVersionNumber", shape.shapeVersion_, 1, 1);
     if (ar.has(Feature::shapeReservedBox)) {
       // Real files repeat the box here.
-      Box& reserved = isFresh(ar, shape) ? shape.statistics_.box : shape.reservedBox_;
+      auto& reserved = isFresh(ar, shape) ? shape.statistics_.box : shape.reservedBox_;
       ar("reservedBoundingBox", reserved);
     }
     ar("untransformedBoundingBox", shape.statistics_.box);
@@ -120,39 +120,39 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtVertexShape& shape) {
+  static void run(Ar& ar, Of<Ar, JtVertexShape>& shape) {
     vertexShape(ar, shape, false);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtTriStripSet& shape) {
+  static void run(Ar& ar, Of<Ar, JtTriStripSet>& shape) {
     vertexShape(ar, shape, false);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPolygonSet& shape) {
+  static void run(Ar& ar, Of<Ar, JtPolygonSet>& shape) {
     vertexShape(ar, shape, false);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPolylineSet& shape) {
+  static void run(Ar& ar, Of<Ar, JtPolylineSet>& shape) {
     sparseShape(ar, shape, ar.has(Feature::bindingsTwice));
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPointSet& shape) {
+  static void run(Ar& ar, Of<Ar, JtPointSet>& shape) {
     sparseShape(ar, shape, ar.has(Feature::wideBindings));
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtNullShape& shape) {
-    run(ar, static_cast<JtShape&>(shape));
+  static void run(Ar& ar, Of<Ar, JtNullShape>& shape) {
+    run(ar, static_cast<Of<Ar, JtShape>&>(shape));
     lateVersion(ar, "nullShapeVersionNumber", shape.nullVersion_, 0);
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtPrimitiveSet& shape) {
-    run(ar, static_cast<JtShape&>(shape));
+  static void run(Ar& ar, Of<Ar, JtPrimitiveSet>& shape) {
+    run(ar, static_cast<Of<Ar, JtShape>&>(shape));
     ar.version("primitiveVersionNumber", shape.primitiveVersion_, 1, 1);
     const bool byteVersions = ar.has(Feature::byteVersions);
     if (byteVersions) {
@@ -175,8 +175,8 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void run(Ar& ar, JtWireHarnessSet& shape) {
-    run(ar, static_cast<JtShape&>(shape));
+  static void run(Ar& ar, Of<Ar, JtWireHarnessSet>& shape) {
+    run(ar, static_cast<Of<Ar, JtShape>&>(shape));
     // Forms that have no wire harness take it as a null shape.
     if constexpr (!Ar::reading) {
       LocalVersion nullVersion;
@@ -200,7 +200,7 @@ struct NodeFields {
 
   /// What follows the last known field.
   template <class Ar>
-  static void surplus(Ar& ar, JtNode& node) {
+  static void surplus(Ar& ar, Of<Ar, JtNode>& node) {
     if constexpr (Ar::reading) {
       node.surplus_ = readSurplus(ar);
     } else if (node.surplus_ && !ar.fresh(node.nodeVersion_)) {
@@ -269,7 +269,8 @@ struct NodeFields {
 
   /// A version that 8.x files may or may not have: there when more than `behind` bytes are left.
   template <class Ar>
-  static void lateVersion(Ar& ar, const char* name, LocalVersion& version, std::size_t behind) {
+  static void lateVersion(Ar& ar, const char* name, Of<Ar, LocalVersion>& version,
+                          std::size_t behind) {
     if (ar.has(Feature::localVersions)) {
       ar.version(name, version, 1, 1);
       return;
@@ -286,8 +287,8 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void metaData(Ar& ar, VisMetaDataNode& node, std::size_t behind) {
-    run(ar, static_cast<JtGroup&>(node));
+  static void metaData(Ar& ar, Of<Ar, VisMetaDataNode>& node, std::size_t behind) {
+    run(ar, static_cast<Of<Ar, JtGroup>&>(node));
     lateVersion(ar, "metaDataVersionNumber", node.metaVersion_, behind);
   }
 
@@ -298,8 +299,8 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void vertexShape(Ar& ar, JtVertexShape& shape, bool sparse) {
-    run(ar, static_cast<JtShape&>(shape));
+  static void vertexShape(Ar& ar, Of<Ar, JtVertexShape>& shape, bool sparse) {
+    run(ar, static_cast<Of<Ar, JtShape>&>(shape));
     ar.version("vertexShapeVersionNumber", shape.vertexVersion_, 2, 1);
     if (ar.has(Feature::wideBindings)) {
       ar("vertexBindings", shape.bindings_);
@@ -338,7 +339,7 @@ struct NodeFields {
   }
 
   template <class Ar>
-  static void sparseShape(Ar& ar, JtSparseShape& shape, bool endsWithBindings) {
+  static void sparseShape(Ar& ar, Of<Ar, JtSparseShape>& shape, bool endsWithBindings) {
     vertexShape(ar, shape, true);
     ar.version("sparseShapeVersionNumber", shape.sparseVersion_, 2, 1);
     ar("areaFactor", shape.areaFactor_);

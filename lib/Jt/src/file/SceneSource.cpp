@@ -218,7 +218,10 @@ Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
       object = nullptr;  // damaged: carried as it is
     }
   }
-  if (!object) object = unknownAtomKind().create();
+  if (!object) {
+    object = unknownAtomKind().create();
+    object->carried_ = true;
+  }
   bind(*object, element);
   slot = static_cast<JtPropAtom*>(object.get());
   return Ref<JtPropAtom>(slot);

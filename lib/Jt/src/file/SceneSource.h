@@ -119,9 +119,11 @@ class SceneSource : public JtRefCounted {
   void bind(JtSceneObject& object, std::uint32_t element) noexcept;
   /// Called by objects that end.
   void forget(const JtSceneObject& object) noexcept;
+  /// True for the object of an element of that source; copies of it do not count.
   static bool isFrom(const JtSceneObject& object, const SceneSource* source) noexcept {
-    return object.source_ == source && source;
+    return object.source_ == source && source && !object.copied_;
   }
+  /// Source and element of an object, or of the original of a copy.
   static std::uint32_t elementOf(const JtSceneObject& object) noexcept { return object.element_; }
   static SceneSource* sourceOf(const JtSceneObject& object) noexcept { return object.source_; }
 

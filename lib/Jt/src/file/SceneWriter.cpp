@@ -17,12 +17,7 @@ namespace {
 
 constexpr const char* kMetaDataKey = "JT_LLPROP_METADATA";
 constexpr const char* kPMIKey = "JT_LLPROP_PMI";
-
-/// A partition that stands for another file ends its own file here.
-int ownChildren(const JtNode& node) {
-  const auto* partition = as<JtPartition>(&node);
-  return partition && partition->externalPartition() ? 0 : node.numChildren();
-}
+const Links kNoLinks;  // of property atoms
 
 Format formOf(const SceneSource* source, const Format& fallback) {
   return source ? source->format() : fallback;
@@ -48,11 +43,12 @@ const ElementKind* standInFor(const ElementKind& kind, const Format& format) {
 }  // namespace
 
 SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& format,
-                         SegmentPlaces& places)
+                         const SavePlan& plan, SegmentPlaces& places)
     : root_(root),
       source_(source),
       format_(format),
       sameForm_(formOf(source, format).sameFormAs(format)),
+      plan_(plan),
       places_(places) {
   if (source_) {
     nextId_ = source_->maxObjectId();
@@ -74,8 +70,8 @@ std::vector<const JtNode*> SceneWriter::nodesOf(const JtNode& root) {
     const JtNode* node = pending.back();
     pending.pop_back();
     order.push_back(node);
-    for (int i = ownChildren(*node) - 1; i >= 0; --i) {
-      const JtNode* child = node->child(i);
+    for (int i = numOwnChildren(*node) - 1; i >= 0; --i) {
+      const JtNode* child = ownChild(*node, i);
       if (child->numParents() < 2 || seen.insert(child).second) pending.push_back(child);
     }
   }
@@ -314,14 +310,16 @@ std::int32_t SceneWriter::newTextId(const JtStringPropAtom& text, bool& isNew) {
   return known;
 }
 
-std::int32_t SceneWriter::atomId(const JtPropAtom& atom) {
+std::int32_t SceneWriter::atomId(const JtPropAtom& named) {
+  const SavePlan::NewGeometry* geometry = plan_.newGeometryOf(named);
+  const JtPropAtom& atom = geometry ? *geometry->atom : named;
   if (isOwn(atom)) {
     const std::uint32_t element = SceneSource::elementOf(atom);
     liveAtoms_[element - source_->firstAtom()] = true;
     return source_->objectId(element);
   }
   // An atom that only one property holds cannot be met again: it needs no place in the table.
-  const bool isShared = atom.refCount() > 1;
+  const bool isShared = atom.refCount() > 1 || geometry;
   if (isShared)
     if (const std::int32_t known = ids_.at(&atom)) return known;
   const auto* text = as<JtStringPropAtom>(&atom);
@@ -343,27 +341,29 @@ void SceneWriter::addAtom(const JtPropAtom& atom, std::int32_t id) {
   if (const auto* late = as<JtLateLoadedPropAtom>(&atom)) {
     addLateLoaded(*late, id);
   } else {
-    writeObject(*atomsOut_, item, nullptr);
+    writeObject(*atomsOut_, item, kNoLinks);
   }
 }
 
 void SceneWriter::addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t id) {
   SceneSource* from = SceneSource::sourceOf(late);
-  if (as<PMIDataManager>(late.loaded()) && !from)
-    const_cast<JtLateLoadedPropAtom&>(late).segmentType_ = newPMISegmentType();
+  const bool isNewPMI = !from && as<PMIDataManager>(late.loaded());
+  const SavePlan::NewGeometry* geometry = plan_.newGeometryOf(late);
+  const std::int32_t type = isNewPMI   ? newPMISegmentType()
+                            : geometry ? geometry->segmentType
+                                       : late.segmentType();
   const JtGuid segment =
       from ? newIdOf(late, nullptr).value_or(late.segmentId()) : places_.idOfNew(late.segmentId());
   result_.namedSegments.push_back(segment);
-  if (!from && late.object_)
-    result_.newSegments.push_back({segment, late.segmentType(), late.object_});
+  if (!from && late.object_) result_.newSegments.push_back({segment, type, late.object_});
   Ref<const JtLateLoadedPropAtom> written(&late);
-  if (segment != late.segmentId()) {
-    const auto renamed = make<JtLateLoadedPropAtom>(late);
-    renamed->segmentId_ = segment;
-    if (from) from->bind(*renamed, SceneSource::elementOf(late));
-    written = renamed;
+  if (segment != late.segmentId() || type != late.segmentType()) {
+    const auto changed = make<JtLateLoadedPropAtom>(late);
+    changed->segmentId_ = segment;
+    changed->segmentType_ = type;
+    written = changed;
   }
-  writeObject(*atomsOut_, {written.get(), SceneSource::kNone, id}, nullptr);
+  writeObject(*atomsOut_, {written.get(), SceneSource::kNone, id}, kNoLinks);
 }
 
 /// The id of the segment of a file in the new file; nothing when that will not have it.
@@ -469,15 +469,17 @@ void SceneWriter::nameSegmentsOfUnreadAtoms() {
 
 void SceneWriter::writeItem(ByteSink& out, const Item& item) {
   const JtSceneObject* object = item.object;
-  const bool copies =
-      sameForm_ && item.element != SceneSource::kNone && (!object || !object->isModified());
+  const Ref<JtSceneObject> planned = object ? plan_.copyOf(*object) : nullptr;
+  const bool copies = sameForm_ && item.element != SceneSource::kNone && !planned &&
+                      (!object || !object->isModified());
   if (copies) {
     const auto bytes = source_->elementBytes(item.element);
     out.append(bytes);
     return;
   }
   if (object) {
-    writeObject(out, item, nullptr);
+    fillLinks(*object);
+    writeObject(out, planned ? Item{planned.get(), item.element, item.id} : item, links_);
     return;
   }
   // An element of the source that nobody holds goes into another form.
@@ -491,11 +493,11 @@ void SceneWriter::writeItem(ByteSink& out, const Item& item) {
   if (!damage.empty()) {
     leaveOut(damage, item.id);
   } else if (!skipsInConversion(bound)) {
-    writeObject(out, bound, &links);
+    writeObject(out, bound, links);
   }
 }
 
-void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links* links) {
+void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& links) {
   const JtSceneObject& object = *item.object;
   const SceneSource* from = SceneSource::sourceOf(object);
   const ElementKind* kind = findElementKind(object.typeID());
@@ -505,20 +507,21 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links* link
     const ElementFrame read = from->frame(SceneSource::elementOf(object));
     frame.typeId = read.typeId;
     frame.baseType = read.baseType;
-    if (!from->kind(SceneSource::elementOf(object))) {
-      kind = as<JtGroup>(&object)       ? &unknownGroupKind()
-             : as<JtNode>(&object)      ? &unknownNodeKind()
-             : as<JtAttribute>(&object) ? &unknownAttributeKind()
-                                        : &unknownAtomKind();
-    } else if (!kind) {
-      kind = from->kind(SceneSource::elementOf(object));
-    }
+    // Its class decides what is written: a damaged element has another one than its type id says.
+    if (!kind && as<JtOpaqueAttribute>(&object)) kind = &unknownAttributeKind();
+    if (!kind && as<JtOpaquePropAtom>(&object)) kind = &unknownAtomKind();
   }
   if (!kind)
     throw JtFormatError("not_writable", std::string("objects of type ") + object.typeID()->name() +
                                             " cannot be stored in a scene graph");
   const std::size_t start = out.size();
   Writer writer(out, format_);
+  if (object.carried_) {
+    frame.length = from->frame(SceneSource::elementOf(object)).length;
+    fields(writer, frame, true);
+    writer.append(from->body(SceneSource::elementOf(object)));
+    return;
+  }
   if (const auto* material = as<JtMaterial>(&object)) noteLosses(*material);
   const bool isConverted = from && !from->format().sameFormAs(format_);
   writer.setConverting(isConverted);
@@ -531,11 +534,8 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links* link
                                                        ": this version has no other form for it"});
   }
   fields(writer, frame, true);
-  links_.attributes.clear();
-  links_.children.clear();
-  if (!links) fillLinks(object, links_);
-  writer.setLinks(links ? *links : links_);
-  kind->write(writer, const_cast<JtSceneObject&>(object));  // a Writer only looks
+  writer.setLinks(links);
+  kind->write(writer, object);
   const std::size_t length = out.size() - start - kLengthSize;
   if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
     throw JtFormatError("too_large", "an element of 2 GiB cannot be stored");
@@ -562,15 +562,17 @@ void SceneWriter::tellLosses() {
                                 " materials was left out: 8.x and 9.x have none"});
 }
 
-void SceneWriter::fillLinks(const JtSceneObject& object, Links& links) const {
+void SceneWriter::fillLinks(const JtSceneObject& object) {
+  links_.attributes.clear();
+  links_.children.clear();
   const auto* node = as<JtNode>(&object);
   if (!node) return;
   const int attributes = node->numAttributes();
   for (int i = 0; i < attributes; ++i)
     if (leftOut_.empty() || !leftOut_.contains(node->attribute(i)))
-      links.attributes.push_back(idOf(*node->attribute(i)));
-  const int children = ownChildren(*node);
-  for (int i = 0; i < children; ++i) links.children.push_back(idOf(*node->child(i)));
+      links_.attributes.push_back(idOf(*node->attribute(i)));
+  const int children = numOwnChildren(*node);
+  for (int i = 0; i < children; ++i) links_.children.push_back(idOf(*ownChild(*node, i)));
 }
 
 }  // namespace jt::file

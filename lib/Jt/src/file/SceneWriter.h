@@ -9,6 +9,7 @@
 #include "IdTables.h"
 #include "JtMaterial.h"
 #include "JtPartition.h"
+#include "SavePlan.h"
 #include "SceneSource.h"
 #include "SegmentPlaces.h"
 
@@ -39,8 +40,10 @@ class SceneWriter {
  public:
   /// @param root   top of what is written; a partition that stands for another file is a leaf
   /// @param source the file whose ids, order and unread elements are kept; null for a new file
+  /// @param plan   what is stored otherwise than the graph has it; must outlive the writer
   /// @param places tells the ids of segments; must outlive the writer
-  SceneWriter(const JtNode& root, SceneSource* source, const Format& format, SegmentPlaces& places);
+  SceneWriter(const JtNode& root, SceneSource* source, const Format& format, const SavePlan& plan,
+              SegmentPlaces& places);
 
   /// Throws JtFormatError "not_convertible" when an element cannot be put into this form.
   EncodedScene encode();
@@ -65,7 +68,7 @@ class SceneWriter {
   void copyPairs(std::uint32_t pairs);
   void keepDanglingPairs(std::uint32_t pairs);
   void putId(std::int32_t id);
-  std::int32_t atomId(const JtPropAtom& atom);
+  std::int32_t atomId(const JtPropAtom& named);
   std::int32_t newTextId(const JtStringPropAtom& text, bool& isNew);
   void addAtom(const JtPropAtom& atom, std::int32_t id);
   std::int32_t newPMISegmentType() const;
@@ -81,9 +84,9 @@ class SceneWriter {
   bool hasOwnSlot(const JtSceneObject& object) const;
 
   void writeItem(ByteSink& out, const Item& item);
-  /// @param links ids of attributes and children; null: those of the objects that it holds
-  void writeObject(ByteSink& out, const Item& item, const Links* links);
-  void fillLinks(const JtSceneObject& object, Links& links) const;
+  /// @param links ids of its attributes and children
+  void writeObject(ByteSink& out, const Item& item, const Links& links);
+  void fillLinks(const JtSceneObject& object);
   bool namesLostSegment(const Property& property) const;
   std::optional<JtGuid> newIdOf(const JtLateLoadedPropAtom& late, const JtType* wanted) const;
   void addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t id);
@@ -99,6 +102,7 @@ class SceneWriter {
   SceneSource* source_;
   Format format_;
   bool sameForm_;
+  const SavePlan& plan_;
   SegmentPlaces& places_;
   EncodedScene result_;
   std::int32_t nextId_ = 1;

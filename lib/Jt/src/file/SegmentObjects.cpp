@@ -25,8 +25,7 @@ ByteSink bodyOf(const JtBase& object, const Format& format, codec::Report* losse
   if (const auto* data = as<JtMetaData>(&object)) {
     Writer writer(body, format);
     writer.setConverting(true);
-    JtMetaData copy(*data);
-    MetaDataFields::run(writer, copy);
+    MetaDataFields::run(writer, *data);
     return body;
   }
   JtBaseDataStream stream(format.bigEndian);

@@ -4,7 +4,7 @@
 #include "JtInspect.h"
 #include "JtShape.h"
 #include "file/SceneWriter.h"
-#include "file/ShapePlan.h"
+#include "file/SavePlan.h"
 
 namespace jt {
 
@@ -36,7 +36,7 @@ ShapeSummary summarizeShapes(const JtPartition& partition) {
                                       countOf(statistics.vertices)};
     if (statistics.vertices.max < 0 || statistics.polygons.max < 0) ++summary.uncounted;
     const auto place =
-        static_cast<std::size_t>(file::ShapePlan::segmentTypeOf(*shape) - kWithoutLevel);
+        static_cast<std::size_t>(file::SavePlan::segmentTypeOf(*shape) - kWithoutLevel);
     add(levels[place], counts);
     add(summary.all, counts);
     if (place < 2) {

@@ -94,11 +94,11 @@ std::optional<jt::Box> JtPartition::computeBounds() const {
   return whole.isValid() ? std::optional<Box>(whole) : std::nullopt;
 }
 
-void JtPartition::growBounds() {
+std::optional<jt::Box> JtPartition::grownBounds() const {
   const auto computed = computeBounds();
-  if (!computed) return;
-  Box grown = bounds().value_or(*computed);
-  const Box before = grown;
+  if (!computed) return {};
+  const auto stored = bounds();
+  Box grown = stored.value_or(*computed);
   include(grown, *computed);
-  if (!bounds() || !(grown == before)) setBounds(grown);
+  return stored == grown ? std::nullopt : std::optional<Box>(grown);
 }

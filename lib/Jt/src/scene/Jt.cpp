@@ -18,16 +18,6 @@ JtString Jt::name(const JtNode* node) {
   return text ? text->value() : JtString();
 }
 
-namespace {
-
-/// Children that belong to the node's own file: what another file hangs in stays there.
-int ownChildren(const JtNode* node) {
-  const auto* partition = jt::as<JtPartition>(node);
-  return partition && !partition->fileName().isEmpty() ? 0 : node->numChildren();
-}
-
-}  // namespace
-
 jt::Ref<JtNode> Jt::clone(const JtNode* node) {
   if (!node) return {};
   // Copies first, links second: depth does not matter, and a shared node stays shared.
@@ -37,18 +27,19 @@ jt::Ref<JtNode> Jt::clone(const JtNode* node) {
     if (copies.contains(order[i])) continue;
     const jt::Ref<JtBase> copy = order[i]->clone();
     copies.emplace(order[i], jt::Ref<JtNode>(static_cast<JtNode*>(copy.get())));
-    for (int child = 0; child < ownChildren(order[i]); ++child)
-      if (!copies.contains(order[i]->child(child))) order.push_back(order[i]->child(child));
+    for (int index = 0; index < jt::numOwnChildren(*order[i]); ++index) {
+      const JtNode* child = jt::ownChild(*order[i], index);
+      if (!copies.contains(child)) order.push_back(child);
+    }
   }
-  // From the bottom up, so that the search for cycles finds nothing above.
   std::unordered_set<const JtNode*> linked;
-  for (auto original = order.rbegin(); original != order.rend(); ++original) {
-    if (!linked.insert(*original).second) continue;
-    for (int child = 0; child < ownChildren(*original); ++child) {
-      JtNode* below = copies.at((*original)->child(child)).get();
-      JtNode* above = copies.at(*original).get();
-      if (auto* group = jt::as<JtGroup>(above)) group->addChild(below);
-      if (auto* instance = jt::as<JtInstance>(above)) instance->setChild(below);
+  for (const JtNode* original : order) {
+    if (!linked.insert(original).second) continue;
+    JtNode* above = copies.at(original).get();
+    for (int index = 0; index < jt::numOwnChildren(*original); ++index) {
+      JtNode& below = *copies.at(jt::ownChild(*original, index));
+      if (auto* group = jt::as<JtGroup>(above)) group->link(index, below);
+      if (auto* instance = jt::as<JtInstance>(above)) instance->link(&below);
     }
   }
   return copies.at(node);

@@ -60,18 +60,20 @@ bool JtGroup::addChild(JtNode* child) {
 
 bool JtGroup::insertChild(int index, JtNode* child) {
   if (!mayTakeChild(*this, child)) return false;
-  const auto at =
-      std::clamp<std::ptrdiff_t>(index, 0, static_cast<std::ptrdiff_t>(children_.size()));
-  // Both links or none, also when there is no memory.
-  attach(*child, *this);
-  try {
-    children_.insert(children_.begin() + at, jt::Ref<JtNode>(child));
-  } catch (...) {
-    detach(*child, *this);
-    throw;
-  }
+  link(std::clamp<std::ptrdiff_t>(index, 0, static_cast<std::ptrdiff_t>(children_.size())), *child);
   touch();
   return true;
+}
+
+/// Both links or none, also when there is no memory.
+void JtGroup::link(std::ptrdiff_t index, JtNode& child) {
+  attach(child, *this);
+  try {
+    children_.insert(children_.begin() + index, jt::Ref<JtNode>(&child));
+  } catch (...) {
+    detach(child, *this);
+    throw;
+  }
 }
 
 bool JtGroup::removeChild(int index) {
@@ -106,9 +108,13 @@ jt::Ref<JtBase> JtInstance::clone() const { return jt::Ref<JtBase>(new JtInstanc
 
 bool JtInstance::setChild(JtNode* child) {
   if (isOpaque() || (child && !mayTakeChild(*this, child))) return false;
+  link(child);
+  touch();
+  return true;
+}
+
+void JtInstance::link(JtNode* child) {
   if (child) attach(*child, *this);  // first: it may run out of memory
   if (child_) detach(*child_, *this);
   child_ = child;
-  touch();
-  return true;
 }

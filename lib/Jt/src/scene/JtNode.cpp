@@ -25,9 +25,11 @@ auto findKey(const std::vector<jt::Property>& properties, const JtString& key) {
 JtNode::JtNode(const JtNode& other)
     : JtSceneObject(other),
       nodeVersion_(other.nodeVersion_),
+      opaque_(other.opaque_),
       nodeFlags_(other.nodeFlags_),
       attributes_(other.attributes_),
-      properties_(other.properties()) {}
+      properties_(other.properties()),
+      surplus_(other.surplus_) {}
 
 JtNode::~JtNode() = default;
 

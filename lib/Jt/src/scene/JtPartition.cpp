@@ -43,21 +43,21 @@ JtPartition::~JtPartition() {
   dismantle(children);
 }
 
-jt::Ref<JtBase> JtPartition::clone() const {
-  auto copy = jt::make<JtPartition>();
-  copy->fileName_ = fileName_;
-  copy->version_ = version_;
-  if (const auto box = bounds()) copy->setBounds(*box);
-  copy->area_ = area_;
-  copy->vertexRange_ = vertexRange_;
-  copy->nodeRange_ = nodeRange_;
-  copy->polygonRange_ = polygonRange_;
-  JtPropAtom* key = nullptr;
-  JtPropAtom* value = nullptr;
-  for (int i = 0; getProperty(i, key, value); ++i) copy->addProperty(key, value, true);
-  for (int i = 0; i < numAttributes(); ++i) copy->appendAttribute(attribute(i));
-  return copy;
-}
+JtPartition::JtPartition(const JtPartition& other)
+    : JtGroup(other),
+      version_(other.version_),
+      partitionVersion_(other.partitionVersion_),
+      partitionFlags_(other.partitionFlags_),
+      fileName_(other.fileName_),
+      box1_(other.box1_),
+      box2BeforeArea_(other.box2BeforeArea_),
+      area_(other.area_),
+      vertexRange_(other.vertexRange_),
+      nodeRange_(other.nodeRange_),
+      polygonRange_(other.polygonRange_),
+      untransformedBox_(other.untransformedBox_) {}
+
+jt::Ref<JtBase> JtPartition::clone() const { return jt::Ref<JtBase>(new JtPartition(*this)); }
 
 void JtPartition::releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept {
   JtGroup::releaseChildren(out);
@@ -72,6 +72,16 @@ int JtPartition::numChildren() const noexcept { return external_ ? 1 : JtGroup::
 JtNode* JtPartition::child(int index) const noexcept {
   if (!external_) return JtGroup::child(index);
   return index == 0 ? external_.get() : nullptr;
+}
+
+int jt::numOwnChildren(const JtNode& node) noexcept {
+  const auto* partition = as<JtPartition>(&node);
+  return partition ? partition->JtGroup::numChildren() : node.numChildren();
+}
+
+JtNode* jt::ownChild(const JtNode& node, int index) noexcept {
+  const auto* partition = as<JtPartition>(&node);
+  return partition ? partition->JtGroup::child(index) : node.child(index);
 }
 
 // --- Opening
@@ -305,10 +315,22 @@ jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOpti
         throw JtFormatError("no_location", "a partition file has no storage location");
       jt::SaveOptions inherited;
       inherited.shapeEncoding = file->encoding;
-      jt::file::FileWriter(other, other, inherited).save(*other.location_);
+      other.saveOwn(*other.location_, inherited);
     }
   }
-  return jt::file::FileWriter(*this, *this, options).save(*target);
+  return saveOwn(*target, options);
+}
+
+/// The file of this partition alone.
+jt::SaveReport JtPartition::saveOwn(JtStorageLocation& location, const jt::SaveOptions& options) {
+  const bool inPlace = location_ && location_->displayName() == location.displayName();
+  // Made before the save: once that is done, nothing may make a failure of it.
+  std::optional<jt::FileIdentity>* const saved =
+      inPlace ? &savedAs_[location.displayName().stringToMbs()] : nullptr;
+  jt::file::FileWriter writer(*this, *this, options);
+  jt::SaveReport report = writer.save(location);
+  if (saved && writer.savedAs()) *saved = writer.savedAs();
+  return report;
 }
 
 jt::SaveReport JtPartition::saveAs(JtNode* root, JtStorageLocation* location,

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <functional>
 
+#include "JtPartition.h"
+
 namespace jt::compare_detail {
 
 namespace {
@@ -12,10 +14,10 @@ constexpr int kNone = -1;
 /// The children of one node and their partners.
 struct Side {
   Side(const JtNode& node, const GraphFacts& graph) {
-    const int count = ownChildren(node);
+    const int count = numOwnChildren(node);
     for (int i = 0; i < count; ++i) {
-      children.push_back(node.child(i));
-      facts.push_back(&graph.of(node.child(i)));
+      children.push_back(ownChild(node, i));
+      facts.push_back(&graph.of(ownChild(node, i)));
     }
     partner.assign(children.size(), kNone);
   }

@@ -5,6 +5,7 @@
 #include "Jt.h"
 #include "JtCompare.h"
 #include "JtInspect.h"
+#include "JtPartition.h"
 #include "Properties.h"
 #include "Segments.h"
 
@@ -206,7 +207,7 @@ class Comparison {
     const JtNode& a = *report_.pair(id).a;
     const JtNode& b = *report_.pair(id).b;
     const auto work =
-        static_cast<std::size_t>(ownChildren(a)) + static_cast<std::size_t>(ownChildren(b));
+        static_cast<std::size_t>(numOwnChildren(a)) + static_cast<std::size_t>(numOwnChildren(b));
     if (work == 0) return;
     if (work > workLeft_)
       throw JtFormatError("too_complex",
@@ -216,9 +217,10 @@ class Comparison {
     for (const int index : match.onlyA) report_.tellChild(id, index, true);
     for (const int index : match.onlyB) report_.tellChild(id, index, false);
     for (const ChildMatch::Pair& pair : match.pairs) {
-      const NodePair nodes{
-          a.child(pair.a), b.child(pair.b), id,
-          pair.a,          pair.b,          unitOf(*a.child(pair.a), report_.pair(id).millimetres)};
+      const JtNode& childA = *ownChild(a, pair.a);
+      const NodePair nodes{&childA, ownChild(b, pair.b),
+                           id,      pair.a,
+                           pair.b,  unitOf(childA, report_.pair(id).millimetres)};
       const bool isShared = nodes.a->numParents() > 1 || nodes.b->numParents() > 1;
       const bool isNew = !isShared || seenNodes_.emplace(nodes.a, nodes.b).second;
       if (!isNew && !pair.moved) continue;

@@ -79,11 +79,6 @@ double millimetresOf(const JtNode& node) {
 
 }  // namespace
 
-int ownChildren(const JtNode& node) {
-  const auto* partition = as<JtPartition>(&node);
-  return partition && partition->externalPartition() ? 0 : node.numChildren();
-}
-
 std::uint64_t hashOf(const JtPropAtom& atom) {
   if (const auto* text = as<JtStringPropAtom>(&atom)) return hashOf(text->value());
   if (const auto* number = as<JtInt32PropAtom>(&atom))
@@ -108,8 +103,8 @@ GraphFacts::GraphFacts(const JtNode& root, std::span<const std::string> identity
   enter(&root, facts_[&root]);
   while (!stack.empty()) {
     Level& level = stack.back();
-    if (level.next < ownChildren(*level.node)) {
-      const JtNode* child = level.node->child(level.next++);
+    if (level.next < numOwnChildren(*level.node)) {
+      const JtNode* child = ownChild(*level.node, level.next++);
       ++edges_;
       const auto [place, isNew] = facts_.try_emplace(child);
       if (isNew)

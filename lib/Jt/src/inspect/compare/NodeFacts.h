@@ -45,9 +45,6 @@ class GraphFacts {
   std::unordered_map<const JtNode*, NodeFacts> facts_;
 };
 
-/// Children in the node's own file: none of a partition that stands for another one.
-int ownChildren(const JtNode& node);
-
 /// Hash of an atom's value; segments and carried bytes do not show.
 std::uint64_t hashOf(const JtPropAtom& atom);
 

@@ -135,8 +135,7 @@ void ObjectComparison::list(const JtSceneObject& object, const Tolerance& tolera
   const file::ElementKind* kind = file::findElementKind(object.typeID());
   if (!kind) return;
   file::FieldLister lister(out, forms_.common, forms_.sameBytes);
-  // The archive only looks; field lists take what may be written to since readers need it.
-  kind->list(lister, const_cast<JtSceneObject&>(object));
+  kind->list(lister, object);
   // How many of these there are may differ.
   std::erase_if(out.fields,
                 [&](const auto& field) { return isLeftOut(object, field.name, tolerance); });

@@ -1,6 +1,7 @@
 #include "Report.h"
 
 #include "JtInspect.h"
+#include "JtPartition.h"
 #include "Values.h"
 
 namespace jt::compare_detail {
@@ -20,8 +21,8 @@ std::string baseName(const JtNode& node, const GraphFacts& facts) {
 bool Report::isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts) {
   const auto [entry, isNew] = names_.try_emplace(&parent);
   auto& names = entry->second;
-  for (int i = 0; isNew && i < ownChildren(parent); ++i) {
-    const JtNode* child = parent.child(i);
+  for (int i = 0; isNew && i < numOwnChildren(parent); ++i) {
+    const JtNode* child = ownChild(parent, i);
     const auto [named, isFirst] = names.emplace(baseName(*child, facts), child);
     if (!isFirst && named->second != child) named->second = nullptr;
   }
@@ -29,7 +30,7 @@ bool Report::isRepeated(const JtNode& parent, const std::string& name, const Gra
 }
 
 std::string Report::step(const JtNode& parent, int index, const GraphFacts& facts) {
-  const JtNode& node = *parent.child(index);
+  const JtNode& node = *ownChild(parent, index);
   std::string text = baseName(node, facts);
   if (!isRepeated(parent, text, facts)) return text;
   if (const JtPropAtom* key = facts.of(&node).key) return text + "[" + atomText(*key) + "]";
@@ -59,7 +60,7 @@ void Report::tellChild(PairId parent, int index, bool inA) {
     const JtNode& holder = inA ? *pairs_[parent].a : *pairs_[parent].b;
     if (difference.path == "/") difference.path.clear();
     difference.path += "/" + step(holder, index, inA ? graphs_.factsA : graphs_.factsB);
-    (inA ? difference.a : difference.b) = elementName(holder.child(index));
+    (inA ? difference.a : difference.b) = elementName(ownChild(holder, index));
   });
 }
 

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <map>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "Format.h"
+#include "JtPartition.h"
+#include "JtShapeEncoding.h"
+
+namespace jt::file {
+
+/// What a save stores otherwise than the model has it. The model itself is only read: a dry run, a
+/// failed save and a save to another file leave it as it was.
+class SavePlan {
+ public:
+  /// Plans nothing: everything is stored as it is.
+  SavePlan() = default;
+  /// @param top       what is saved
+  /// @param nodes     its nodes
+  /// @param isChanged whether the scene graph is stored with changes
+  SavePlan(const JtPartition& top, const std::vector<const JtNode*>& nodes, bool isChanged,
+           const ShapeEncoding& encoding, const Format& format);
+
+  /// The copy that is stored in place of an object; empty when it is stored as it is. Children are
+  /// those of the object.
+  Ref<JtSceneObject> copyOf(const JtSceneObject& object) const;
+  /// Geometry that gets a segment.
+  struct NewGeometry {
+    const JtLateLoadedPropAtom* atom = nullptr;  ///< what is stored: one atom for a mesh and a type
+    std::int32_t segmentType = 0;
+  };
+  /// What is stored of an atom with new geometry; null for all others.
+  const NewGeometry* newGeometryOf(const JtPropAtom& atom) const;
+
+  /// Type of the segment of a shape by its place: 7 and the level below the nearest LOD node, 6
+  /// without one.
+  static std::int32_t segmentTypeOf(const JtShape& shape);
+
+ private:
+  void planShape(const JtShape& shape, const ShapeEncoding& encoding, const Format& format);
+
+  const JtPartition* top_ = nullptr;
+  std::optional<Box> bounds_;  // of top_, when it grows
+  std::unordered_map<const JtSceneObject*, std::array<std::uint8_t, 4>> quantization_;
+  std::unordered_map<const JtPropAtom*, NewGeometry> geometry_;
+  // First atom by mesh and segment type.
+  std::map<std::pair<const Mesh*, std::int32_t>, const JtLateLoadedPropAtom*> byMesh_;
+};
+
+}  // namespace jt::file
