@@ -134,7 +134,7 @@ TEST_P(Edits, AreFoundOnceInBothDirections) {
     const auto a = storage.open(storage.saved(*model.root));
     Model edited;
     GetParam().apply(edited);
-    edited.root->setBounds(*model.root->bounds());  // the save has worked it out
+    edited.root->setBounds(*a->bounds());  // the save has worked it out
     const jt::CompareOptions options{GetParam().tolerance, {"Key"}, 1000};
     EXPECT_EQ(Differences(*a, *edited.root, options).lines(), GetParam().expected);
     // Paths are those of the first file, names that differ too.

@@ -40,7 +40,7 @@ Ref<JtSceneObject> lightOf(const JtSceneObject& set, std::int32_t id) {
 bool isDerived(const JtSceneObject& object, std::string_view name) {
   if (name == "area") return true;
   const auto* partition = as<JtPartition>(&object);
-  return partition && ownChildren(*partition) > 0 && name.ends_with("oundingBox");
+  return partition && numOwnChildren(*partition) > 0 && name.ends_with("oundingBox");
 }
 
 double limitOf(std::string_view field, const Tolerance& tolerance) {
