@@ -378,6 +378,8 @@ TEST(Save, OfAPartitionKnowsItsOwnFileFromAnother) {
     partition->setStorageLocation(jt::make<JtFSStorageLocation>("", folder / name).get());
     EXPECT_EQ(saved(), "") << name;
   }
+  for (int i = 0; i < 2; ++i)
+    EXPECT_NO_THROW(partition->saveAs(partition->child(0), partition->storageLocation()));
   manager->hides = true;
   EXPECT_EQ(saved(), "saved_not_reopened") << "the save is done all the same";
   EXPECT_EQ(saved(), "changed_on_disk");

@@ -298,6 +298,19 @@ std::vector<ExternalFile> externalFilesBelow(JtPartition& top,
   return files;
 }
 
+/// Saves, and keeps in `savedAs` what lies in the partition's own place then, whatever was saved.
+jt::SaveReport saveAndRemember(jt::file::FileWriter writer, JtStorageLocation& location,
+                               const JtStorageLocation* own,
+                               std::map<std::string, std::optional<jt::FileIdentity>>& savedAs) {
+  const bool inPlace = own && own->displayName() == location.displayName();
+  // Made before the save: once that is done, nothing may make a failure of it.
+  std::optional<jt::FileIdentity>* const saved =
+      inPlace ? &savedAs[location.displayName().stringToMbs()] : nullptr;
+  jt::SaveReport report = writer.save(location);
+  if (saved && writer.savedAs()) *saved = writer.savedAs();
+  return report;
+}
+
 }  // namespace
 
 jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOptions& options) {
@@ -323,14 +336,7 @@ jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOpti
 
 /// The file of this partition alone.
 jt::SaveReport JtPartition::saveOwn(JtStorageLocation& location, const jt::SaveOptions& options) {
-  const bool inPlace = location_ && location_->displayName() == location.displayName();
-  // Made before the save: once that is done, nothing may make a failure of it.
-  std::optional<jt::FileIdentity>* const saved =
-      inPlace ? &savedAs_[location.displayName().stringToMbs()] : nullptr;
-  jt::file::FileWriter writer(*this, *this, options);
-  jt::SaveReport report = writer.save(location);
-  if (saved && writer.savedAs()) *saved = writer.savedAs();
-  return report;
+  return saveAndRemember({*this, *this, options}, location, location_.get(), savedAs_);
 }
 
 jt::SaveReport JtPartition::saveAs(JtNode* root, JtStorageLocation* location,
@@ -345,5 +351,5 @@ jt::SaveReport JtPartition::saveAs(JtNode* root, JtStorageLocation* location,
   for (int i = 0; getProperty(i, key, value); ++i) top->addProperty(key, value, true);
   if (const auto box = bounds()) top->setBounds(*box);
   top->addChild(root);
-  return jt::file::FileWriter(*this, *top, options).save(*location);
+  return saveAndRemember({*this, *top, options}, *location, location_.get(), savedAs_);
 }

@@ -4,6 +4,7 @@
 #include "JtPartition.h"
 #include "LoadMutex.h"
 #include "VisPartNode.h"
+#include "file/SceneSource.h"
 
 namespace {
 
@@ -17,6 +18,13 @@ const JtString& pmiKey() {
   return key;
 }
 
+/// Why the object of a segment cannot be had, behind the name of its file.
+void reportFailure(const JtLateLoadedPropAtom& atom, const char* what, const char* why) {
+  const jt::file::SceneSource* source = jt::file::SceneSource::sourceOf(atom);
+  jt::setLastError((source ? source->container().image().name() + ": " : std::string()) + "the " +
+                   what + " segment " + atom.segmentId().text() + why + what);
+}
+
 /// Loads the object of a segment. False when it cannot be had.
 template <class T>
 bool load(JtLateLoadedPropAtom& atom, const char* what, jt::Ref<T>& loaded) {
@@ -24,8 +32,7 @@ bool load(JtLateLoadedPropAtom& atom, const char* what, jt::Ref<T>& loaded) {
     const jt::Ref<JtBase> object = atom.load(nullptr, T::classTypeID());
     loaded = jt::Ref<T>(jt::as<T>(object.get()));
     if (object) return true;
-    jt::setLastError(std::string("the ") + what + " segment " + atom.segmentId().text() +
-                     " is not in the file, or holds no " + what);
+    reportFailure(atom, what, " is not in the file, or holds no ");
   } catch (const std::exception& error) {
     jt::setLastError(error.what());
   }
@@ -36,9 +43,13 @@ bool load(JtLateLoadedPropAtom& atom, const char* what, jt::Ref<T>& loaded) {
 template <class T, class State>
 bool ensureLoaded(const JtNode& node, const JtString& key, const char* what,
                   std::atomic<State>& state, jt::Ref<T>& held) {
-  if (state.load(std::memory_order_acquire) == State::unread) {
+  const State before = state.load(std::memory_order_acquire);
+  if (before == State::read) return true;
+  auto* atom = jt::as<JtLateLoadedPropAtom>(node.property(key));
+  if (before == State::failed && atom)
+    reportFailure(*atom, what, " was damaged when it was read first, or held no ");
+  if (before == State::unread) {
     jt::Ref<T> loaded;
-    auto* atom = jt::as<JtLateLoadedPropAtom>(node.property(key));
     const bool isRead = !atom || load(*atom, what, loaded);
     const std::lock_guard lock(jt::loadMutexOf(&node));
     if (state.load(std::memory_order_relaxed) == State::unread) {
