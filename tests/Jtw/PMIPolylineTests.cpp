@@ -102,8 +102,17 @@ TEST(PMIPolylines, SequencesThatDoNotFitChangeNothing) {
     EXPECT_FALSE(data.setTextPolylines({p, p}, indices));
   }
   EXPECT_FALSE(data.setPolylines({p, p}, {0, 2}, {Type{1}, Type{1}}));
-  EXPECT_FALSE(data.setGeomPolylineSet({{p}, {p}}, {Type{1}}));
+  EXPECT_FALSE(data.setGeomPolylineSet({{p}}, {Type{1}, Type{1}}));
   EXPECT_EQ(data.getPolylineOfType(Type{5}), (Data::Polylines{{p}}));
+}
+
+TEST(PMIPolylines, LinesWithoutATypeAreGeneralLines) {
+  const RTVec3D p(1, 2, 3);
+  Data data;
+  ASSERT_TRUE(data.setGeomPolylineSet({{p}, {p, p}, {}}, {Type{5}}));
+  EXPECT_EQ(data.types(), (Data::PolylineTypes{Type{5}, ApiGraphicsPMIAnnotationData::GENERAL_LINE,
+                                               ApiGraphicsPMIAnnotationData::GENERAL_LINE}));
+  EXPECT_EQ(data.getGeomPolylineSet(), (Data::Polylines{{p}, {p, p}, {}}));
 }
 
 }  // namespace

@@ -32,6 +32,13 @@ TEST_F(PMIUtils, MulticadGeometryIsFoundByItsWholeName) {
   EXPECT_TRUE(JtwUtilsDoesPMIContainMulticadGeom(part("Multicad Geometry").get()));
   for (const char* other : {"Multicad Geometry ", "multicad geometry", "Multicad", ""})
     EXPECT_FALSE(JtwUtilsDoesPMIContainMulticadGeom(part(other).get())) << other;
+  const auto shown = part("");
+  jt::PMIGenericEntity& entity = *shown->pmi()->editGenericEntity(0);
+  entity.texts.emplace_back().stringId = shown->pmi()->stringId(JtString("Multicad Geometry"));
+  entity.typeNameId = entity.texts[0].stringId;
+  EXPECT_FALSE(JtwUtilsDoesPMIContainMulticadGeom(shown.get())) << "a text is no name";
+  entity.properties.push_back({{JtString("name")}, {JtString("Multicad Geometry")}});
+  EXPECT_TRUE(JtwUtilsDoesPMIContainMulticadGeom(shown.get()));
   EXPECT_FALSE(JtwUtilsDoesPMIContainMulticadGeom(nullptr));
   EXPECT_FALSE(JtwUtilsDoesPMIContainMulticadGeom(jt::make<VisPartNode>().get()));
   EXPECT_FALSE(JtwUtilsDoesPMIContainMulticadGeom(jt::make<JtGroup>().get()));

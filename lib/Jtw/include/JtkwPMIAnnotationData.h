@@ -42,8 +42,8 @@ class JTW_API JtkwPMIAnnotationData : public JtkwPMIData {
   const Indices& indices() const { return lines_.indices(); }
   /// One for each line.
   const PolylineTypes& types() const { return types_; }
-  /// Takes flat sequences, `types` with one element for each line or none at all: all lines are
-  /// general ones then. False, and nothing changes, when the sequences do not fit together.
+  /// Takes flat sequences. `types` has at most one element for each line; lines without one are
+  /// general lines. False, and nothing changes, when the sequences do not fit together.
   bool setPolylines(const Points& vertices, const Indices& indices, const PolylineTypes& types);
   /// The same from polylines.
   bool setGeomPolylineSet(const Polylines& polylines, const PolylineTypes& types);

@@ -17,7 +17,7 @@ void JtkwPMIAnnotationData::getPlanarOrientation(RTVec3D& x, RTVec3D& y) const {
 }
 
 bool JtkwPMIAnnotationData::takeLines(jtw::PolylineStore lines, const PolylineTypes& types) {
-  if (!types.empty() && types.size() != lines.size()) return false;
+  if (types.size() > lines.size()) return false;
   types_ = types;
   types_.resize(lines.size(), ApiGraphicsPMIAnnotationData::GENERAL_LINE);
   lines_ = std::move(lines);

@@ -1,6 +1,7 @@
 #include "JtkwPMIReader.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace {
 
@@ -23,6 +24,16 @@ bool isGraphic(const jt::PMIGenericEntity& entity) {
   const bool isOther = entity.type == kCoordinateSystem || entity.type == kPartTransform ||
                        entity.type == kModelViewStyle;
   return !isOther && isDrawn(entity);
+}
+
+/// The property that names an entity. PMIEntity::name() falls back on its text or type, which do
+/// not name it.
+bool isNamed(const PMIEntity& entity, std::string_view name) {
+  for (const char* key : {"Description", "name"}) {
+    const JtString* value = entity.property(JtString(key));
+    if (value && !value->isEmpty()) return value->stringToMbs() == name;
+  }
+  return false;
 }
 
 }  // namespace
@@ -49,7 +60,7 @@ bool JtkwPMIReader::hasGenericEntity(const char* name) const {
   for (int i = 0; i < count; ++i) {
     const PMITypedID id =
         PMIDataManager::constructPMITypedID(static_cast<int>(PMIKind::genericEntity), i);
-    if (pmi_->pmiEntity(id).name().stringToMbs() == name) return true;
+    if (isNamed(pmi_->pmiEntity(id), name)) return true;
   }
   return false;
 }

@@ -12,7 +12,8 @@ class JtkwPMIReader {
   /// True when there is something to draw: an annotation with text, lines or filled areas.
   /// Coordinate systems, part transforms and the styles of views are no graphics.
   bool hasGraphicPMI() const;
-  /// True when a generic entity has exactly this name.
+  /// True when the property that names a generic entity ("Description", else "name") is exactly
+  /// `name`. The entity's texts and type do not count.
   bool hasGenericEntity(const char* name) const;
 
  private:
