@@ -11,6 +11,7 @@
 #include "Jt.h"
 #include "JtGroup.h"
 #include "JtInstance.h"
+#include "JtwHostText.h"
 #include "JtwPMI.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
@@ -29,7 +30,7 @@ bool fitsStoredKey(long key) {
 
 RWClassicCString stringOf(const JtNode* node, Key key) {
   const JtString* value = jtw::stringProperty(node, key);
-  return value ? value->stringToMbs() : RWClassicCString();
+  return value ? jtw::hostTextFromJt(*value) : RWClassicCString();
 }
 
 }  // namespace
@@ -232,7 +233,7 @@ void JtwNode::setAttributes(const RWClassicCString& text) {
   if (text.empty())
     jtw::eraseProperty(jtNode(), Key::attributes);
   else
-    jtw::setString(jtNode(), Key::attributes, JtString(text), true);
+    jtw::setString(jtNode(), Key::attributes, jtw::hostTextToJt(text), true);
 }
 
 ApiGlobalUniqueId JtwNode::globalUniqueId() {
@@ -240,13 +241,14 @@ ApiGlobalUniqueId JtwNode::globalUniqueId() {
 }
 
 void JtwNode::setGlobalUniqueId(const ApiGlobalUniqueId& id) {
-  if (!id.isNull()) jtw::setString(jtNode(), Key::globalUniqueId, JtString(id.getAsString()), true);
+  if (id.isNull()) return;
+  jtw::setString(jtNode(), Key::globalUniqueId, jtw::hostTextToJt(id.getAsString()), true);
 }
 
 RWClassicCString JtwNode::relStringId() const { return stringOf(jtNode(), Key::relStringId); }
 
 void JtwNode::setRelStringId(const RWClassicCString& id) {
-  if (!id.empty()) jtw::setString(jtNode(), Key::relStringId, JtString(id), true);
+  if (!id.empty()) jtw::setString(jtNode(), Key::relStringId, jtw::hostTextToJt(id), true);
 }
 
 void JtwNode::getAttachmentParent(ApiProtoKey& key, AttachmentType& type) {
