@@ -204,19 +204,48 @@ TEST(FrameList, TextAndStreamGiveTheFramesBack) {
   EXPECT_EQ(back.secondKey, frame.secondKey);
   EXPECT_EQ(back.number, 3);
   EXPECT_TRUE(back.colorSet);
-  EXPECT_TRUE(back.globalUniqueId.isNull()) << "not part of the stream";
-  EXPECT_FALSE(read.frames()[1].colorSet);
+  EXPECT_EQ(back.globalUniqueId.getAsString(), "id");
+  EXPECT_FALSE(read.frames()[1].colorSet || !read.frames()[1].globalUniqueId.isNull());
   EXPECT_EQ(static_cast<const JtFrameListProperty&>(*list.clone()).toText(), list.toText());
 
   const std::string text = list.toText();
+  list.frames()[0].globalUniqueId = ApiGlobalUniqueId();
+  const std::string withoutIds = list.toText();
+  EXPECT_EQ(text, withoutIds + " 1 0 2:id") << "readers that know no ids stop in front of them";
   for (std::size_t length = 0; length < text.size(); ++length) {
     JtFrameListProperty cut;
-    cut.fromText(std::string_view(text).substr(0, length));
+    const bool isWhole =
+        length == 0 || length == withoutIds.size() || length == withoutIds.size() + 1;
+    EXPECT_EQ(cut.fromText(std::string_view(text).substr(0, length)), isWhole) << length;
     EXPECT_LE(cut.frames().size(), 2U);
   }
   JtFrameListProperty lying;
-  lying.fromText("2147483647" + text.substr(1));
+  EXPECT_FALSE(lying.fromText("2147483647" + text.substr(1)));
   EXPECT_EQ(lying.frames().size(), 2U);
+}
+
+TEST(FrameList, ATextThatIsNoListIsWrittenAsItWas) {
+  JtFrameListProperty list;
+  list.frames().resize(2);
+  const std::string good = list.toText();
+  for (const std::string& text :
+       {std::string("-1"), std::string("x"), "99" + good.substr(1), good + " more", good + " 0",
+        good + " 3 0 1:a 1 1:b 2 1:c", good + " 1 2 1:a", good + " 2 1 1:a 0 1:b",
+        good + " 1 0 2:a", good + " 1 0 1:a 7"}) {
+    JtBaseDataStream stored;
+    stored.write(JtString(text));
+    JtBaseDataStream in(stored.written(), false);
+    JtFrameListProperty read;
+    EXPECT_TRUE(read.deserialize(in));
+    EXPECT_FALSE(read.isReadable()) << text;
+    JtBaseDataStream out;
+    EXPECT_TRUE(static_cast<const JtFrameListProperty&>(*read.clone()).serialize(out));
+    EXPECT_EQ(out.written(), stored.written()) << text;
+  }
+  JtBaseDataStream empty(std::span<const std::byte>{}, false);
+  JtBaseDataStream out;
+  EXPECT_TRUE(list.deserialize(empty));
+  EXPECT_FALSE(list.isReadable() || list.serialize(out));
 }
 
 TEST(FrameList, TheUniqueIdTravelsInAStepOfItsOwn) {

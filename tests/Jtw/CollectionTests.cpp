@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "ComponentFixture.h"
+#include "JtBaseDataStream.h"
 #include "JtFrame.h"
 #include "JtFrameListProperty.h"
 #include "JtwFrameLists.h"
@@ -42,6 +43,7 @@ TEST_F(Collection, FramesComeBackAsTheyWere) {
   made.setDisplayState(false);
   made.setAttributes("a b");
   made.setAttachmentParent(key(2), static_cast<AttachmentType>(3));
+  made.setGlobalUniqueId(ApiGlobalUniqueId("u-20"));
   const RTTran3D place = made.relLoc();
   EXPECT_TRUE(root_.storeFrames());
 
@@ -59,6 +61,7 @@ TEST_F(Collection, FramesComeBackAsTheyWere) {
   EXPECT_EQ(read.color(isDefault), ApiGraColor(10, 20, 30, 0.25F));
   EXPECT_FALSE(isDefault || read.displayState());
   EXPECT_EQ(read.attributes(), "a b");
+  EXPECT_EQ(read.globalUniqueId().getAsString(), "u-20");
   ApiProtoKey parent;
   auto type = ATTACHMENT_DEFAULT;
   read.getAttachmentParent(parent, type);
@@ -101,11 +104,54 @@ TEST_F(Collection, FrameListsAreReadInEveryFormAndRefusedInOthers) {
   EXPECT_TRUE(none.loadFrames());
   EXPECT_FALSE(store(3, jt::make<JtInt32PropAtom>(1)).loadFrames());
   EXPECT_FALSE(store(4, jt::make<JtLateLoadedPropAtom>(jt::make<VisPartNode>())).loadFrames());
-  EXPECT_TRUE(store(5, jt::make<JtStringPropAtom>(JtString("99 damaged"))).loadFrames());
   JtwBlock& late =
       store(6, jt::make<JtLateLoadedPropAtom>(frameList({record(40, L"a"), record(41, L"b")})));
   EXPECT_TRUE(late.loadFrames());
   EXPECT_EQ(keysOf(late), "40 41 ");
+}
+
+TEST_F(Collection, AListThatCannotBeReadIsNotStoredOver) {
+  const auto damaged = jt::make<JtFrameListProperty>();
+  JtBaseDataStream stored;
+  stored.write(JtString("2 damaged"));
+  JtBaseDataStream in(stored.written(), false);
+  damaged->deserialize(in);
+  const auto textAtom = [](const char* text) {
+    return jt::Ref<JtPropAtom>(jt::make<JtStringPropAtom>(JtString(text)).get());
+  };
+  const struct {
+    jt::Ref<JtPropAtom> value;
+    const char* reason;
+  } cases[] = {
+      {textAtom("99 damaged"), "no frame list"},
+      {textAtom("0 and more"), "no frame list"},
+      {jt::Ref<JtPropAtom>(jt::make<JtLateLoadedPropAtom>(damaged).get()), "no frame list"},
+      {jt::Ref<JtPropAtom>(jt::make<JtInt32PropAtom>(7).get()), "neither a text"},
+  };
+  long itsKey = 10;
+  for (const auto& [value, reason] : cases) {
+    JtwBlock& made = block(itsKey);
+    made.jtNode()->addProperty(jt::make<JtStringPropAtom>(JtString("KrWmFrames")).get(),
+                               value.get(), true);
+    EXPECT_FALSE(made.loadFrames()) << itsKey;
+    EXPECT_EQ(jtw::storedFrames(made).form, jtw::FrameForm::unreadable) << itsKey;
+    EXPECT_NE(jt::lastError().find(reason), std::string::npos) << jt::lastError();
+    EXPECT_TRUE(made.readKrFrames().empty());
+    for (const bool isEmpty : {true, false}) {
+      if (!isEmpty) frame(itsKey + 1, itsKey);
+      EXPECT_FALSE(made.storeFrames() || jtw::storeFramesInTheirForm(made)) << itsKey;
+      EXPECT_EQ(made.jtNode()->property(JtString("KrWmFrames")), value.get());
+    }
+    itsKey += 10;
+  }
+  JtwRoot& again = reopened();
+  JtwNode* late = nullptr;
+  again.getNodeByKey(key(30), late);
+  EXPECT_EQ(jtw::storedFrames(static_cast<JtwBlock&>(*late)).form, jtw::FrameForm::unreadable);
+  // A list that is replaced as a whole is another matter.
+  const JtFrame frames[] = {record(50, L"new")};
+  EXPECT_TRUE(jtw::replaceFrames(static_cast<JtwBlock&>(*late), frames, jtw::FrameForm::text));
+  EXPECT_EQ(jtw::storedFrames(static_cast<JtwBlock&>(*late)).list->frames().size(), 1U);
 }
 
 TEST_F(Collection, FrameListsAreReplacedInEitherForm) {
@@ -141,6 +187,12 @@ TEST_F(Collection, FrameListsAreReplacedInEitherForm) {
     const auto stored = jtw::storedFrames(static_cast<JtwBlock&>(*found));
     EXPECT_EQ(stored.form, form);
     EXPECT_EQ(stored.list->frames()[1].name, L"b");
+    // Changing one of them keeps the form.
+    static_cast<JtwBlock&>(*found).PMIs()[1]->setName(L"c");
+    EXPECT_TRUE(jtw::storeFramesInTheirForm(static_cast<JtwBlock&>(*found)));
+    const auto changed = jtw::storedFrames(static_cast<JtwBlock&>(*found));
+    EXPECT_EQ(changed.form, form);
+    EXPECT_EQ(changed.list->frames()[1].name, L"c");
   }
 }
 

@@ -134,7 +134,6 @@ class ComponentModel {
       object->nameWhenEmpty.clear();
       if (object->key != 0) keyed_[object->key] = object;
       if (!object->isPmi()) continue;
-      object->id.clear();  // not part of a frame list
       if (!object->color) object->color = ApiGraColor();
     }
   }

@@ -20,6 +20,9 @@ class HOST_API IdxIFile {
 
   bool good() const { return good_; }
 
+  /// True when nothing but blanks is left. They are skipped.
+  bool atEnd();
+
   /// How many characters are left. A value takes at least one, so a count read from the stream is
   /// wrong when it is greater: check before reserving room for it.
   std::size_t remaining() const { return rest_.size(); }

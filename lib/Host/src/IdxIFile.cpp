@@ -38,6 +38,11 @@ void IdxIFile::skipBlanks() {
   rest_.remove_prefix(static_cast<std::size_t>(first - rest_.begin()));
 }
 
+bool IdxIFile::atEnd() {
+  skipBlanks();
+  return rest_.empty();
+}
+
 template <class Number>
 bool IdxIFile::number(Number& value) {
   if (!good_) return false;

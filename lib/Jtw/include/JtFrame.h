@@ -12,7 +12,8 @@
 
 /// One record of a frame list: a named coordinate frame of a component. A plain value that can be
 /// put into an indexed text stream: key, name, text, location, colour, flag, second key, number.
-/// The unique id and the preserved mark are not in the stream.
+/// The unique id is a step of its own (getDerivedCommands), which JtFrameListProperty runs; the
+/// preserved mark is not stored.
 class JTW_API JtFrame : public IdxObject {
  public:
   RWClassicWString name;
@@ -34,6 +35,6 @@ class JTW_API JtFrame : public IdxObject {
 
   void save(IdxOFile& out) const override;
   void restore(IdxIFile& in) override;
-  /// Adds the step for the unique id, for streams whose owner wants it.
+  /// Adds the step for the unique id.
   void getDerivedCommands(IdxIOCommands& commands) override;
 };

@@ -7,10 +7,10 @@
 
 #include "JtwFrame.h"
 #include "JtwFrameLists.h"
+#include "JtwFrameWriting.h"
 #include "JtwPMI.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
-#include "VisMetaDataNode.h"
 
 using jtw::Key;
 
@@ -123,9 +123,6 @@ void JtwCollection::readPMIKeysFromJT() {
 
 bool JtwCollection::loadFrames() {
   if (!jtNode() || !root_) return false;
-  // A component that is the partition itself has no metadata to wait for.
-  auto* metaDataNode = jt::as<VisMetaDataNode>(jtNode());
-  if (metaDataNode && !metaDataNode->ensureMetaData()) return false;
   const jtw::StoredFrames stored = jtw::storedFrames(*this);
   if (!stored.list) return stored.form == jtw::FrameForm::none;
   for (const JtFrame& record : stored.list->frames()) {
@@ -150,14 +147,6 @@ const RWClassicTValOrderedVector<JtwPMI*>& JtwCollection::readKrFrames() {
 bool JtwCollection::storeFrames() {
   framesRead_ = true;
   if (!jtNode()) return false;
-  if (pmis_.empty()) {
-    jtw::eraseProperty(jtNode(), Key::frames);
-    return true;
-  }
-  const auto list = jt::make<JtFrameListProperty>();
-  for (JtwPMI* pmi : pmis_)
-    if (pmi->type() == JT_FRAME_NODE)
-      static_cast<JtwFrame*>(pmi)->convertToJtFrame(list->frames().emplace_back());
-  jtw::setString(jtNode(), Key::frames, JtString(list->toText()), true);
-  return true;
+  return jtw::storedFrames(*this).form != jtw::FrameForm::unreadable &&
+         jtw::writeFrames(*this, jtw::FrameForm::text);
 }

@@ -2,11 +2,14 @@
 
 #include <limits>
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "JtFormatError.h"
 #include "JtPropAtom.h"
 #include "JtwFrame.h"
+#include "JtwFrameWriting.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
 #include "VisMetaDataNode.h"
@@ -32,27 +35,67 @@ bool keysAreFree(const JtwCollection& collection, std::span<const JtFrame> frame
   return true;
 }
 
+StoredFrames unreadable(const std::string& reason) {
+  jt::setLastError(reason);
+  return {FrameForm::unreadable, {}};
+}
+
+StoredFrames readable(FrameForm form, jt::Ref<JtFrameListProperty> list) {
+  if (!list->isReadable()) return unreadable("the text is no frame list as a whole");
+  return {form, std::move(list)};
+}
+
 }  // namespace
 
 StoredFrames storedFrames(const JtwCollection& collection) {
-  if (auto* node = jt::as<VisMetaDataNode>(collection.jtNode())) node->ensureMetaData();
-  JtPropAtom* value = findProperty(collection.jtNode(), Key::frames);
-  if (!value) return {};
+  JtNode* const node = collection.jtNode();
+  return node ? storedFrames(*node, collection.root() ? collection.root()->partition() : nullptr)
+              : StoredFrames();
+}
+
+StoredFrames storedFrames(JtNode& node, const JtPartition* partition) {
+  // A component that is the partition itself has no metadata to wait for.
+  auto* holder = jt::as<VisMetaDataNode>(&node);
+  const bool isKnown = !holder || holder->ensureMetaData();
+  JtPropAtom* value = findProperty(&node, Key::frames);
+  if (!value) return {isKnown ? FrameForm::none : FrameForm::unreadable, {}};
   if (const auto* text = jt::as<JtStringPropAtom>(value)) {
     auto list = jt::make<JtFrameListProperty>();
     list->fromText(text->value().stringToMbs());
-    return {FrameForm::text, list};
+    return readable(FrameForm::text, std::move(list));
   }
   auto* late = jt::as<JtLateLoadedPropAtom>(value);
-  if (!late || !collection.root()) return {FrameForm::unreadable, {}};
+  if (!late) return unreadable("the value of the property is neither a text nor late-loaded");
   try {
-    const auto loaded = late->load(collection.root()->partition());
+    const auto loaded = late->load(partition);
     jt::Ref<JtFrameListProperty> list(jt::as<JtFrameListProperty>(loaded.get()));
-    return {list ? FrameForm::lateLoaded : FrameForm::unreadable, list};
+    if (!list) return unreadable("the late-loaded segment is missing or holds no frame list");
+    return readable(FrameForm::lateLoaded, std::move(list));
   } catch (const JtFormatError& error) {
-    jt::setLastError(error.what());
-    return {FrameForm::unreadable, {}};
+    return unreadable(error.what());
   }
+}
+
+bool writeFrames(JtwCollection& collection, FrameForm form) {
+  if (collection.PMIs().empty()) {
+    eraseProperty(collection.jtNode(), Key::frames);
+    return true;
+  }
+  const auto list = jt::make<JtFrameListProperty>();
+  for (JtwPMI* pmi : collection.PMIs())
+    if (pmi->type() == JtwNode::JT_FRAME_NODE)
+      static_cast<JtwFrame*>(pmi)->convertToJtFrame(list->frames().emplace_back());
+  if (form != FrameForm::lateLoaded)
+    return setString(collection.jtNode(), Key::frames, JtString(list->toText()), true);
+  return collection.jtNode()->addProperty(keyAtom(Key::frames),
+                                          jt::make<JtLateLoadedPropAtom>(list).get(), true);
+}
+
+bool storeFramesInTheirForm(JtwCollection& collection) {
+  if (!collection.jtNode()) return false;
+  collection.readKrFrames();
+  const FrameForm form = storedFrames(collection).form;
+  return form != FrameForm::unreadable && writeFrames(collection, form);
 }
 
 bool replaceFrames(JtwCollection& collection, std::span<const JtFrame> frames, FrameForm form) {
@@ -66,11 +109,7 @@ bool replaceFrames(JtwCollection& collection, std::span<const JtFrame> frames, F
     auto frame = std::make_unique<JtwFrame>(&collection, record, root);
     collection.addPMI(frame.release());  // its key made it the root's
   }
-  if (!collection.storeFrames()) return false;
-  const StoredFrames stored = storedFrames(collection);
-  if (form != FrameForm::lateLoaded || !stored.list) return true;
-  return collection.jtNode()->addProperty(keyAtom(Key::frames),
-                                          jt::make<JtLateLoadedPropAtom>(stored.list).get(), true);
+  return writeFrames(collection, form);
 }
 
 }  // namespace jtw

@@ -2,12 +2,30 @@
 
 #include "Attachments.h"
 #include "Component.h"
+#include "JtwCollection.h"
+#include "JtwFrameLists.h"
 #include "JtwPMI.h"
 #include "NodeView.h"
 #include "SaveResult.h"
 #include "Session.h"
 
 namespace tool {
+
+void failUnreadableFrames(const Component& component, JtwNode& collection) {
+  throw Failure(
+      ExitCode::input, "bad_frames",
+      "the frame list of object " + objectText(collection) + " cannot be read: " + jt::lastError(),
+      {.file = component.document(), .segment = {}, .element = {}, .offset = {}});
+}
+
+void storeFrames(const Component& component, JtwCollection* collection) {
+  if (!collection || jtw::storeFramesInTheirForm(*collection)) return;
+  if (jtw::storedFrames(*collection).form == jtw::FrameForm::unreadable)
+    failUnreadableFrames(component, *collection);
+  failRefused(component.document(), "not_supported",
+              "the frames of object " + objectText(*collection) +
+                  " cannot be stored: it is not part of this file");
+}
 
 std::vector<long> endAttachmentsTo(const Component& component,
                                    const std::unordered_set<long>& gone) {
@@ -17,8 +35,7 @@ std::vector<long> endAttachmentsTo(const Component& component,
     if (parent.isNull() || !gone.contains(parent.getAsLong())) continue;
     entry.node->setAttachmentParent(ApiProtoKey(), ATTACHMENT_DEFAULT);
     if (entry.node->type() == JtwNode::JT_FRAME_NODE)
-      if (JtwCollection* collection = static_cast<JtwPMI*>(entry.node)->collection())
-        collection->storeFrames();
+      storeFrames(component, static_cast<JtwPMI*>(entry.node)->collection());
     detached.push_back(entry.node->key().getAsLong());
   }
   return detached;

@@ -8,6 +8,9 @@
 
 #include "Failure.h"
 
+class JtwCollection;
+class JtwNode;
+
 namespace tool {
 
 class Component;
@@ -15,6 +18,13 @@ class JsonWriter;
 class Session;
 
 // What the commands that change a component have in common: they save, and tell what they did.
+
+/// Fails because the stored frame list of an object cannot be read; jt::lastError() has the reason.
+[[noreturn]] void failUnreadableFrames(const Component& component, JtwNode& collection);
+
+/// Stores the frames of a collection, in the form in which the file has them. Throws Failure when
+/// the stored list cannot be read, since its frames would be lost. Null: nothing.
+void storeFrames(const Component& component, JtwCollection* collection);
 
 /// Ends the attachments of the listed objects to those with these keys, which are gone.
 /// @return the keys of the objects that were attached to one

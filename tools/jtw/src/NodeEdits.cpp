@@ -9,6 +9,7 @@
 #include "ApiSysStringConvertors.h"
 #include "Attachments.h"
 #include "Component.h"
+#include "EditResult.h"
 #include "Failure.h"
 #include "JtwCollection.h"
 #include "JtwLeaf.h"
@@ -73,7 +74,6 @@ const std::string& parseId(const char* name, const std::string& value) {
 
 Change changeUniqueId(const Target& target, const std::string& value) {
   parseId("uniqueId", value);
-  refuseFrame(target, "unique id");
   return [&node = target.node, value] { node.setGlobalUniqueId(ApiGlobalUniqueId(value)); };
 }
 
@@ -193,7 +193,7 @@ std::size_t findSetting(std::string_view name) {
 
 NodeEdits::NodeEdits(const Component& component, std::size_t index,
                      std::span<const std::string> words)
-    : node_(*component.entries()[index].node) {
+    : component_(component), node_(*component.entries()[index].node) {
   const Target target{component, index, node_};
   std::array<Change, kSettings.size()> prepared;
   for (const std::string& word : words) {
@@ -214,8 +214,8 @@ void NodeEdits::apply() {
     node_.forgetCached();
   } else if (node_.type() == JtwNode::JT_PMI_ANNOTATION_NODE) {
     if (!changes_.empty()) static_cast<JtwPMI&>(node_).renew();
-  } else if (JtwCollection* collection = static_cast<JtwPMI&>(node_).collection()) {
-    collection->storeFrames();
+  } else {
+    storeFrames(component_, static_cast<JtwPMI&>(node_).collection());
   }
 }
 

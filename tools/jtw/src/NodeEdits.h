@@ -21,9 +21,11 @@ class NodeEdits {
   /// the model refuses.
   NodeEdits(const Component& component, std::size_t index, std::span<const std::string> words);
 
+  /// Throws Failure when the object is a frame and its list cannot be stored.
   void apply();
 
  private:
+  const Component& component_;
   JtwNode& node_;
   std::vector<std::function<void()>> changes_;
 };

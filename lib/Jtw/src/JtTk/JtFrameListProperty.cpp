@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "ApiLogLogger.h"
 #include "IdxIFile.h"
 #include "IdxOFile.h"
+#include "IdxObject.h"
 #include "JtBaseDataStream.h"
-#include "JtString.h"
 
 namespace jtw {
 namespace {
@@ -23,6 +24,12 @@ int countAsInt(std::size_t count) {
     ApiLogLogger::instance("ApiBaseToolsLogger")
         ->addLogCall("", __FILE__, __LINE__, 2, "Data lost from converting size_t to int.");
   return static_cast<int>(count);
+}
+
+IdxIOCommands derivedCommands(JtFrame& frame) {
+  IdxIOCommands commands;
+  frame.getDerivedCommands(commands);
+  return commands;
 }
 
 }  // namespace
@@ -41,14 +48,18 @@ jt::Ref<JtBase> JtFrameListProperty::clone() const {
 }
 
 bool JtFrameListProperty::serialize(JtBaseDataStream& stream) const {
+  if (!isReadable_) return !unreadable_.isEmpty() && stream.write(unreadable_);
   return stream.write(JtString(toText()));
 }
 
 bool JtFrameListProperty::deserialize(JtBaseDataStream& stream) {
   JtString text;
-  if (stream.read(text)) fromText(text.stringToMbs());
+  isReadable_ = stream.read(text) && isReadable_;
+  if (!isReadable_ || !fromText(text.stringToMbs())) unreadable_ = text;
   return true;
 }
+
+// --- Writing
 
 RWClassicCString JtFrameListProperty::toText() const {
   RWClassicCString text;
@@ -56,14 +67,37 @@ RWClassicCString JtFrameListProperty::toText() const {
   IdxOFile out(text, 80);
   out << jtw::countAsInt(frames_.size());
   for (const JtFrame& frame : frames_) out << frame;
+  writeIds(out);
   return text;
 }
 
-void JtFrameListProperty::fromText(std::string_view text) {
+void JtFrameListProperty::writeIds(IdxOFile& out) const {
+  std::vector<std::pair<int, JtFrame>> marked;  // copies: the commands refer to what they read into
+  for (std::size_t i = 0; i < frames_.size(); ++i)
+    if (!frames_[i].globalUniqueId.isNull()) marked.emplace_back(static_cast<int>(i), frames_[i]);
+  if (marked.empty()) return;
+  out << jtw::countAsInt(marked.size());
+  for (auto& [index, frame] : marked) {
+    out << index;
+    for (const auto& command : jtw::derivedCommands(frame))
+      if (command->applies()) command->write(out);
+  }
+}
+
+// --- Reading
+
+bool JtFrameListProperty::fromText(std::string_view text) {
   IdxIFile in(text);
+  const std::size_t first = frames_.size();
+  isReadable_ =
+      isReadable_ && (in.atEnd() || (readFrames(in) && (in.atEnd() || readIds(in, first))));
+  return isReadable_;
+}
+
+bool JtFrameListProperty::readFrames(IdxIFile& in) {
   int count = 0;
   in >> count;
-  if (!in.good() || count <= 0) return;
+  if (!in.good() || count < 0) return false;
   const auto most = static_cast<std::size_t>(count);
   // Room only for as many as the text can hold: a greater count is a lie.
   constexpr std::size_t kLeastCharacters = 50;
@@ -72,7 +106,25 @@ void JtFrameListProperty::fromText(std::string_view text) {
   for (std::size_t i = 0; i < most; ++i) {
     JtFrame frame;
     in >> frame;
-    if (!in.good()) return;
+    if (!in.good()) return false;
     frames_.push_back(std::move(frame));
   }
+  return true;
+}
+
+bool JtFrameListProperty::readIds(IdxIFile& in, std::size_t first) {
+  const auto count = static_cast<int>(frames_.size() - first);
+  int marked = 0;
+  in >> marked;
+  if (!in.good() || marked < 1 || marked > count) return false;
+  for (int previous = -1; marked > 0; --marked) {
+    int index = -1;
+    in >> index;
+    if (!in.good() || index <= previous || index >= count) return false;
+    previous = index;
+    for (const auto& command :
+         jtw::derivedCommands(frames_[first + static_cast<std::size_t>(index)]))
+      if (!command->read(in)) return false;
+  }
+  return in.atEnd();
 }

@@ -34,11 +34,7 @@ struct FrameList {
 
 FrameList listOf(const Component& component, JtwNode& node) {
   const jtw::StoredFrames stored = jtw::storedFrames(static_cast<JtwCollection&>(node));
-  if (stored.form == FrameForm::unreadable)
-    throw Failure(
-        ExitCode::input, "bad_frames",
-        "the frame list of object " + objectText(node) + " cannot be read: " + jt::lastError(),
-        {.file = component.document(), .segment = {}, .element = {}, .offset = {}});
+  if (stored.form == FrameForm::unreadable) failUnreadableFrames(component, node);
   FrameList list{&node, stored.form, {}};
   if (stored.list) list.frames.assign(stored.list->frames().begin(), stored.list->frames().end());
   return list;
@@ -175,6 +171,9 @@ ExitCode replaceList(Session& session, Component& component, const ObjectName& n
   checkCycles(component, frames);
   const auto form = session.arguments().has("binary") ? FrameForm::lateLoaded : FrameForm::text;
   const std::unordered_set<long> gone = keysThatGo(collection, frames);
+  if (jtw::storedFrames(collection).form == FrameForm::unreadable)
+    session.warn(component.document() + ": the frame list of object " + objectText(node) +
+                 " could not be read and is replaced: " + jt::lastError());
   if (!jtw::replaceFrames(collection, frames, form))
     failRefused(component.document(), "key_in_use",
                 "every frame needs a key of its own, from 1 on, that no other object has");

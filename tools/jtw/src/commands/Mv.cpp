@@ -12,11 +12,11 @@ namespace tool {
 namespace {
 
 /// Hangs the object under its new parent, which is none of those below it.
-bool reparent(JtwNode& node, JtwNode& parent) {
+bool reparent(const Component& component, JtwNode& node, JtwNode& parent) {
   if (!node.isOfTypePMI()) return node.setParent(parent.key());
   JtwCollection* old = static_cast<JtwPMI&>(node).collection();
   if (!node.setParent(parent.key())) return false;
-  if (old) old->storeFrames();
+  storeFrames(component, old);
   return true;
 }
 
@@ -49,7 +49,7 @@ ExitCode runMv(Session& session) {
   const RTTran3D place =
       keepsPlace ? node.absLoc() : listedLocation(node, component.listedParent(index));
   const float unit = node.measurementUnitRatio();
-  if (!component.ensureKey(index) || !reparent(node, parent))
+  if (!component.ensureKey(index) || !reparent(component, node, parent))
     refuse(component, "object " + name.text +
                           " cannot be moved there: one of the two is not part of this file, or it "
                           "stands above the other in a second place");
@@ -57,7 +57,7 @@ ExitCode runMv(Session& session) {
   const RTTran3D location = keepsPlace ? parent.absLoc().inverse() * place : place;
   if (!isStorable(location)) refuse(component, "its place cannot be told in its new parent");
   jtw::setPlacement(node, location);
-  if (node.isOfTypePMI()) static_cast<JtwCollection&>(parent).storeFrames();
+  if (node.isOfTypePMI()) storeFrames(component, &static_cast<JtwCollection&>(parent));
   if (node.measurementUnitRatio() != unit)
     session.warn(component.document() + ": object " + name.text +
                  " has no unit of its own and is read in that of its new parent");

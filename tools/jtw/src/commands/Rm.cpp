@@ -44,7 +44,7 @@ void deleteObject(Component& component, std::size_t index, const ObjectName& nam
   if (!component.ensureKey(index) || !component.root().deleteNode(node.key()))
     failRefused(component.document(), "not_supported",
                 "object " + name.text + " cannot be removed: it is not part of this file");
-  if (frames) frames->storeFrames();
+  storeFrames(component, frames);
 }
 
 }  // namespace
