@@ -164,8 +164,13 @@ TEST_F(Node, LocationsAreMillimetresAndRelativeToTheKeyedParent) {
   JtwBlock& keyed = block(2);
   keyed.setRelLoc(at(100));
   JtwEntity& below = entity(3, 2);
+  EXPECT_EQ(below.relLoc(), RTTran3D::unit);
   below.setRelLoc(at(7));
   EXPECT_EQ(below.relLoc(), RTTran3D::unit);  // cached before the move
+  below.setRelLoc(RTTran3D::unit);
+  below.forgetCached();
+  EXPECT_EQ(below.relLoc(), RTTran3D::unit) << "moved back, whatever is cached";
+  below.setRelLoc(at(7));
   keyed.forgetCached();
   below.forgetCached();
   EXPECT_EQ(below.relLoc(), at(7));
@@ -208,6 +213,54 @@ TEST_F(Node, PlacingKeepsWhatStandsBetweenNodeAndParent) {
   EXPECT_NEAR(seen.relLoc().getTranslation().x, 254, 1e-4);
   direct.forgetCached();
   EXPECT_NEAR(jtw::placement(seen, direct).getTranslation().x, 1 - 20, 1e-4);
+}
+
+TEST_F(Node, TheComponentIsPlacedWhereItWasTold) {
+  move(*root_.partition(), 3);
+  root_.forgetCached();
+  for (const double x : {5.0, 5.0, 7.0, 0.0}) {
+    root_.setRelLoc(at(x));
+    root_.forgetCached();
+    EXPECT_EQ(root_.internalRelLoc(), at(x));
+    EXPECT_EQ(root_.relLoc(), RTTran3D::unit);
+  }
+}
+
+TEST_F(Node, NewObjectsAreWhereTheyWereMade) {
+  JtwBlock& two = block(2);
+  two.setMeasurementUnitRatio(25.4F);
+  for (int type = 1; type <= 6; ++type) {
+    JtwNode* const made = jtw::createNode(root_, static_cast<JtwNode::JT_NODE_TYPE>(type),
+                                          key(10 + type), key(2), at(254, 1, 2));
+    ASSERT_TRUE(made) << type;
+    EXPECT_EQ(made->type(), static_cast<JtwNode::JT_NODE_TYPE>(type));
+    EXPECT_NEAR(made->relLoc().getTranslation().x, 254, 1e-4) << type;
+  }
+  EXPECT_EQ(jtw::createNode(root_, JtwNode::JT_ROOT_NODE, key(20), key(2), at(1)), nullptr);
+  EXPECT_EQ(jtw::createNode(root_, JtwNode::JT_LINK_NODE, key(11), key(2), at(1)), nullptr);
+  // The root's own creators take the unit of the parent.
+  EXPECT_NEAR(root_.createLinkNode(key(20), key(2), at(10))->relLoc().getTranslation().x, 254,
+              1e-4);
+  EXPECT_NEAR(root_.createApxEntityNode(key(2), at(10))->relLoc().getTranslation().x, 254, 1e-4);
+}
+
+TEST_F(Node, TextsComeBackByteForByte) {
+  JtwEntity& two = entity(2);
+  for (const char* text :
+       {"plain", "gr\xc3\xbc\xc3\x9f \xf0\x9f\x98\x80", "gr\xfc\xdf", "\xff\xc3\xa9\x80",
+        "\xed\xb3\xa9", "\xed\xa0\x80\x80", "\xf4\x90\x80\x80", "cut \xe2\x82", "\xc0\xaf"}) {
+    two.setAttributes(text);
+    two.setRelStringId(text);
+    two.setGlobalUniqueId(ApiGlobalUniqueId(text));
+    EXPECT_EQ(two.attributes(), text);
+    EXPECT_EQ(two.relStringId(), text);
+    EXPECT_EQ(two.globalUniqueId().getAsString(), text);
+  }
+  two.setAttributes("gr\xfc\xdf");
+  JtwRoot& again = reopened();
+  JtwNode* read = nullptr;
+  again.getNodeByKey(key(2), read);
+  EXPECT_EQ(read->attributes(), "gr\xfc\xdf");
 }
 
 TEST_F(Node, UnitsAreStoredByNameAndRuleEverythingBelow) {

@@ -5,7 +5,9 @@
 #include <iterator>
 #include <span>
 
+#include "DmKrUtilsInterface.h"
 #include "DocumentStore.h"
+#include "JtStorageManager.h"
 #include "JtSwitch.h"
 #include "MemoryStream.h"
 #include "RegistryFixture.h"
@@ -265,6 +267,29 @@ TEST_F(Opening, TheViewersPartitionIsSharedUnlessItIsClosedOrTooLarge) {
     registry().removeAllJtPartition();
     registry().setUsingJtViewer(false);
   }
+}
+
+/// A storage manager that throws what no one expects.
+class StrangeStorage : public JtStorageManager {
+ public:
+  StrangeStorage() = default;
+  jt::Ref<jt::FileImage> open(const JtStorageLocation& /*location*/) override { throw 7; }
+};
+
+TEST_F(Opening, AnyExceptionIsAFailedOpening) {
+  const ApiDocumentRef document = componentOf(*hostComponent());
+  const std::string exported = folder_.at("gear.jt");
+  std::filesystem::copy(folder_.at("gear.kpak/gear.jt"), exported);
+  const jt::Ref<JtStorageManager> manager = JtStorageManager::current();
+  jt::installStorageManager(jt::make<StrangeStorage>().get());
+  auto error = JtwRoot::JT_PATH_NOT_FOUND;
+  EXPECT_EQ(registry().computeExistingDocRoot(document, JtwRoot::JT_LOAD_PLAIN, error), nullptr);
+  EXPECT_EQ(error, JtwRoot::JT_INITIALIZE_FAILED);
+  EXPECT_NE(jt::lastError().find("unknown type"), std::string::npos);
+  EXPECT_EQ(registry().computeExistingExportRoot(document, JtwRoot::JT_LOAD_PLAIN), nullptr);
+  EXPECT_FALSE(DmKrUtilsInterface::OpenJt(exported, {}));
+  jt::installStorageManager(manager.get());
+  EXPECT_NE(open(document), nullptr);
 }
 
 TEST_F(Opening, AStreamIsReadInPlaceOfAFile) {

@@ -1,6 +1,7 @@
 #include "DmKrUtilsInterface.h"
 
 #include <exception>
+#include <stdexcept>
 #include <unordered_set>
 #include <vector>
 
@@ -80,6 +81,8 @@ jt::Ref<JtPartition> DmKrUtilsInterface::OpenJt(const RWClassicCString& path,
     JtPartition::openPartition(place.get(), nullptr, opened, limits);
   } catch (const std::exception& failure) {
     jt::setLastError(failure, path);
+  } catch (...) {
+    jt::setLastError(std::runtime_error("an exception of unknown type was thrown"), path);
   }
   return jt::Ref<JtPartition>::adopt(opened);
 }

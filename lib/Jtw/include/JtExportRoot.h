@@ -32,7 +32,8 @@ class JTW_API JtExportRoot : public JtwRoot {
   /// Stores a text on the node of that key; false when there is none.
   bool setExternalID(const ApiProtoKey& key, RWClassicWString& id);
   bool setOriginalName(const ApiProtoKey& key, RWClassicWString& name);
-  /// Tells whether a frame could be made below `parentKey`; makes none.
+  /// Reports whether a frame could be made below `parentKey`; makes none, so that the other
+  /// arguments, the location (millimetres) too, have no effect.
   bool createPMIFrame(const ApiProtoKey& key, const ApiProtoKey& parentKey,
                       const RTTran3D& location, RWClassicWString& name, ApiGraColor& color);
   /// Gives the file the name that `newPath` ends with; the folder stays. False when the partition

@@ -73,9 +73,12 @@ class JTW_API JtwNode {
   /// Stores the unit of that ratio and removes the units of everything below. False, and nothing
   /// changes, when no unit has exactly this ratio. The cached ratio stays.
   virtual bool setMeasurementUnitRatio(float ratio);
-  /// Places the node relative to its component parent by writing the node's own transform. The
-  /// numbers are stored as they are given, in the node's unit of length, in single precision. The
-  /// cached location stays.
+  /// Places the node relative to its component parent by writing the node's own transform, in
+  /// single precision. The translation is in the node's unit of length, unlike that of relLoc():
+  /// see jtw::setPlacement() for millimetres. Nothing is written when the location equals the one
+  /// that the node has now, whatever is cached: a node that has moved is moved back. What is cached
+  /// stays, so that relLoc() shows the change after forgetCached(). The component itself is placed
+  /// relative to its file; see JtwRoot::internalRelLoc().
   virtual void setRelLoc(const RTTran3D& location);
   /// The host's text; empty when there is none.
   virtual RWClassicCString attributes();

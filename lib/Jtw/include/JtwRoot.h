@@ -109,7 +109,8 @@ class JTW_API JtwRoot : public JtwCollection {
   /// The identity too; see internalRelLoc().
   RTTran3D relLoc() override;
   /// What the component node's own transforms, and those above it, amount to, in millimetres. Not
-  /// the identity only when they were not pushed down to the children while opening.
+  /// the identity only when they were not pushed down to the children while opening, or after
+  /// setRelLoc(), which sets it. Cached as relLoc() of other nodes is.
   RTTran3D internalRelLoc();
 
   // --- Wrappers and nodes (JtwRootNodes.cpp)
@@ -143,6 +144,9 @@ class JTW_API JtwRoot : public JtwCollection {
   /// The creators make a JT node (frames and annotations: none) with its wrapper under the wrapper
   /// of `parentKey`. The root owns the result. Null, changing nothing, when `key` is in use or
   /// `parentKey` unknown, or when a frame's or annotation's parent is no collection.
+  /// @param relLoc the place relative to the parent. The translation is in the unit of length that
+  /// the new node has from its parent, as in JtwNode::setRelLoc(); that of a frame or annotation is
+  /// in millimetres. jtw::createNode() takes millimetres for all kinds.
   JtwEntity* createEntityNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
                               const RTTran3D& relLoc);
   JtwBlock* createBlockNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
@@ -155,7 +159,7 @@ class JTW_API JtwRoot : public JtwCollection {
                             const RTTran3D& relLoc);
   JtwPMIAnnotation* createPMIAnnotationNode(const ApiProtoKey& key, const ApiProtoKey& parentKey,
                                             const RTTran3D& relLoc);
-  /// An entity without a key, for approximated geometry.
+  /// An entity without a key, for approximated geometry; placed as those of the other creators.
   JtwEntity* createApxEntityNode(const ApiProtoKey& parentKey, const RTTran3D& relLoc);
   /// A copy of the entity of that key, under the same parent and with a free key; null when the key
   /// names no entity. @param withGeometry whether what lies below the part node is copied too
@@ -228,6 +232,9 @@ class JTW_API JtwRoot : public JtwCollection {
 
   /// The colour of the component node or the nearest one above it; the search ends here.
   ApiGraColor evaluateColor(bool& isDefault) override;
+
+  /// What jt::lastError() says after an exception that is no std::exception.
+  static constexpr const char* kUnknownException = "an exception of unknown type was thrown";
 
  private:
   friend class JtwManager;

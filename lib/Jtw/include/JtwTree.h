@@ -4,9 +4,9 @@
 
 #include "ApiProtoKey.h"
 #include "JtwExport.h"
+#include "JtwNode.h"
 #include "RTTran3D.h"
 
-class JtwNode;
 class JtwRoot;
 
 // The component as a tree of wrappers, for listings. The wrappers must have been made before: by a
@@ -39,6 +39,12 @@ JTW_API RTTran3D placement(JtwNode& node, JtwNode& parent);
 /// Places a node relative to its component parent, the translation in millimetres whatever the
 /// node's unit is, and forgets its cached location.
 JTW_API void setPlacement(JtwNode& node, const RTTran3D& millimetres);
+
+/// A new object as the creator of its kind in JtwRoot makes it, but placed in millimetres whatever
+/// unit its parent has. Null, changing nothing, where that creator returns null and for
+/// JT_ROOT_NODE.
+JTW_API JtwNode* createNode(JtwRoot& root, JtwNode::JT_NODE_TYPE type, const ApiProtoKey& key,
+                            const ApiProtoKey& parentKey, const RTTran3D& millimetres);
 
 /// The key for the next new object: one above every key in use and above every one that a PMI ever
 /// had; 1 for a component without keys.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -75,6 +76,10 @@ bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
   return openPartitionAt(place.get()) && initializeComponentNode(document);
 } catch (const std::exception& failure) {
   jt::setLastError(failure, jtw::pathOf(document));
+  setPartition(nullptr);
+  return false;
+} catch (...) {
+  jt::setLastError(std::runtime_error(kUnknownException), jtw::pathOf(document));
   setPartition(nullptr);
   return false;
 }

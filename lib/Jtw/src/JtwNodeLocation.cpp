@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstddef>
+#include <tuple>
 #include <vector>
 
 #include "Jt.h"
@@ -112,16 +113,11 @@ RTTran3D JtwNode::absLoc() {
 
 void JtwNode::setRelLoc(const RTTran3D& location) {
   if (!jtNode_) return;
-  // The host may hold on to the cached location, but the move starts from where the node is now.
-  const bool wasValid = locationValid_;
-  const RTTran3D cached = relLoc_;
-  const float cachedRatio = unitRatio_;
+  // The host may hold on to what is cached, but the move starts from where the node is now.
+  const auto cached = std::tuple(relLoc_, unitRatio_, locationValid_);
   locationValid_ = false;
-  const RTTran3D current = relLoc();
-  if (wasValid) {
-    relLoc_ = cached;
-    unitRatio_ = cachedRatio;
-  }
+  const RTTran3D current = JtwNode::relLoc();  // that of a root too, whose relLoc() is the identity
+  std::tie(relLoc_, unitRatio_, locationValid_) = cached;
   if (location == current) return;
   RTTran3D local = location;
   if (findRealParent() != getGmParent(jtNode()))

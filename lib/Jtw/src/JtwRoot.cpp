@@ -3,6 +3,7 @@
 #include "JtwRoot.h"
 
 #include <exception>
+#include <stdexcept>
 #include <unordered_set>
 #include <utility>
 
@@ -101,6 +102,8 @@ bool JtwRoot::initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
     opened = openOrShare(document, error);
   } catch (const std::exception& failure) {
     jt::setLastError(failure, jtw::pathOf(document));
+  } catch (...) {
+    jt::setLastError(std::runtime_error(kUnknownException), jtw::pathOf(document));
   }
   if (!opened) {
     error = JT_INITIALIZE_FAILED;
@@ -150,6 +153,8 @@ bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
   } catch (const std::exception& failure) {
     // What counts is whether a partition came back.
     jt::setLastError(failure, location->displayName().stringToMbs());
+  } catch (...) {
+    jt::setLastError(std::runtime_error(kUnknownException), location->displayName().stringToMbs());
   }
   if (!opened) return false;
   setPartition(jt::Ref<JtPartition>::adopt(opened));
@@ -265,8 +270,10 @@ bool JtwRoot::writeToDatastore(JtNode* node, const jt::SaveOptions& options) {
     return true;
   } catch (const std::exception& failure) {
     jt::setLastError(failure, place->displayName().stringToMbs());
-    return false;
+  } catch (...) {
+    jt::setLastError(std::runtime_error(kUnknownException), place->displayName().stringToMbs());
   }
+  return false;
 }
 
 void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements) {

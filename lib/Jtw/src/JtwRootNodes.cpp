@@ -70,6 +70,7 @@ Wrapper* placeNew(JtwRoot& root, std::unique_ptr<Wrapper> wrapper, const ApiProt
   Provisional made(root, std::move(wrapper));
   if (!made->setKey(key) || !made.enterByJtNode() || !made->setParent(parentKey)) return nullptr;
   made->setRelLoc(relLoc);
+  made->forgetCached();
   if (kind.value() != ApiObjType::NONE)
     jtw::setString(made->jtNode(), Key::objType, JtString(kind.text()), true);
   return made.keep();
@@ -298,6 +299,7 @@ JtwEntity* JtwRoot::createApxEntityNode(const ApiProtoKey& parentKey, const RTTr
   Provisional made(*this, std::make_unique<JtwEntity>(part.get(), this, L""));
   if (!made.enterByJtNode() || !made->setParent(parentKey)) return nullptr;
   made->setRelLoc(relLoc);
+  made->forgetCached();
   return made.keep();
 }
 

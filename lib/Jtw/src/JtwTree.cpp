@@ -6,9 +6,13 @@
 
 #include "JtStackNodeIter.h"
 #include "JtwBlock.h"
-#include "JtwPMI.h"
+#include "JtwEntity.h"
+#include "JtwFrame.h"
+#include "JtwLink.h"
+#include "JtwPMIAnnotation.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
+#include "JtwSubDevice.h"
 #include "JtwTransforms.h"
 #include "JtwTraverse.h"
 #include "JtwUnits.h"
@@ -106,6 +110,31 @@ void setPlacement(JtwNode& node, const RTTran3D& millimetres) {
   local.setTranslation(local.getTranslation() * (1.0 / ratio));
   setLocalTransform(*jtNode, local);
   node.forgetCached();
+}
+
+JtwNode* createNode(JtwRoot& root, JtwNode::JT_NODE_TYPE type, const ApiProtoKey& key,
+                    const ApiProtoKey& parentKey, const RTTran3D& millimetres) {
+  const auto make = [&]() -> JtwNode* {
+    switch (type) {
+      case JtwNode::JT_LINK_NODE:
+        return root.createLinkNode(key, parentKey, RTTran3D());
+      case JtwNode::JT_ENTITY_NODE:
+        return root.createEntityNode(key, parentKey, RTTran3D());
+      case JtwNode::JT_FRAME_NODE:
+        return root.createFrameNode(key, parentKey, RTTran3D());
+      case JtwNode::JT_BLOCK_NODE:
+        return root.createBlockNode(key, parentKey, RTTran3D());
+      case JtwNode::JT_SUB_DEVICE_NODE:
+        return root.createSubDeviceNode(key, parentKey, RTTran3D());
+      case JtwNode::JT_PMI_ANNOTATION_NODE:
+        return root.createPMIAnnotationNode(key, parentKey, RTTran3D());
+      default:
+        return nullptr;
+    }
+  };
+  JtwNode* const made = make();
+  if (made) setPlacement(*made, millimetres);
+  return made;
 }
 
 ApiProtoKey nextFreeKey(const JtwRoot& root) {
