@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "DocumentStore.h"
+#include "JtPropAtom.h"
 #include "JtwBlock.h"
 #include "JtwEntity.h"
 #include "JtwFrame.h"
 #include "JtwManager.h"
+#include "JtwTree.h"
 #include "Program.h"
 
 namespace cli {
@@ -149,12 +151,41 @@ TEST_F(Component, SetWithOneBadValueChangesNothing) {
                              {"1 name=a preserved=true", 5},
                              {"1 name=a loc=1,2,3", 5},
                              {"4 name=a unit=Meters", 5},
-                             {"4 name=a uniqueId=u", 5},
                              {"4 name=a preserved=true", 5}};
   for (const Refused& bad : refused)
     EXPECT_EQ(work_.run(std::string("set gear.kpak ") + bad.words).exit, bad.exit) << bad.words;
   EXPECT_EQ(work_.run("set gear.kpak 3 name=a --dry-run").exit, 0);
   EXPECT_EQ(bytes(), before);
+}
+
+TEST_F(Component, AFrameListThatCannotBeReadIsKept) {
+  EXPECT_EQ(work_.run("mv gear.kpak 4 --parent 5").exit, 0);
+  JtwManager::init();
+  auto error = JtwRoot::JT_INITIALIZE_FAILED;
+  JtwRoot& root = *JtwManager::the().computeExistingDocRoot(
+      host::openDocument(work_.path("gear.kpak").string()).document, JtwRoot::JT_LOAD_PLAIN, error);
+  jtw::loadWrappers(root);
+  JtwNode* arm = nullptr;
+  root.getNodeByKey(ApiProtoKey(2), arm);
+  arm->jtNode()->addProperty(jt::make<JtStringPropAtom>(JtString("KrWmFrames")).get(),
+                             jt::make<JtStringPropAtom>(JtString("2 cut")).get(), true);
+  EXPECT_TRUE(root.write(false));
+  JtwManager::fini();
+
+  const std::string before = bytes();
+  for (const char* line : {"frames gear.kpak", "frames gear.kpak 2", "mv gear.kpak 4 --parent 2",
+                           "add gear.kpak frame --parent 2"}) {
+    EXPECT_EQ(work_.json(line, 3).at("code"), "bad_frames") << line;
+    EXPECT_EQ(bytes(), before) << line;
+  }
+  work_.write("list.json", R"([{"name": "new", "uniqueId": "u-1"}])");
+  const Outcome replaced = work_.run("frames gear.kpak 2 --set list.json");
+  EXPECT_EQ(replaced.exit, 0);
+  EXPECT_NE(replaced.err.find("is replaced"), std::string::npos) << replaced.err;
+  EXPECT_TRUE(matches(work_.json("frames gear.kpak 2"),
+                      R"({"frames": [{"name": "new", "uniqueId": "u-1"}]})"));
+  EXPECT_EQ(work_.run("set gear.kpak 4 uniqueId=u-4").exit, 0);
+  EXPECT_EQ(work_.json("get gear.kpak 4").at("uniqueId"), "u-4");
 }
 
 TEST_F(Component, NamesCannotDriveTheTerminal) {

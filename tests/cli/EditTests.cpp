@@ -213,6 +213,10 @@ TEST_F(Edit, FrameListsGoRound) {
     EXPECT_EQ(get(3).at("children").size(), 5U) << form;
     work_.write("shown.json", again.dump());
     shown = again;
+    // A change of one frame keeps the form of the list.
+    EXPECT_EQ(work_.run("set cell.kpak 42 name=one").exit, 0);
+    EXPECT_EQ(work_.json("frames cell.kpak 3").at("form"), form);
+    EXPECT_EQ(work_.run("set cell.kpak 42 name=").exit, 0);
     expectSound();
   }
   EXPECT_EQ(work_.run("copy cell.kpak/cell.jt old.jt --version 9.5").exit, 0);
@@ -245,7 +249,8 @@ TEST_F(Edit, BadFramesAreToldByTheirPlace) {
       {"[{\"color\": {\"rg\": 1}}]", "frame 1: color"},
       {"[{\"attachment\": {\"kind\": 1}}]", "frame 1: attachment"},
       {"[{\"displayed\": 1}]", "frame 1: displayed"},
-      {"[{\"uniqueId\": \"u\"}]", "frame 1: uniqueId"},
+      {"[{\"uniqueId\": 1}]", "frame 1: uniqueId"},
+      {"[{\"id\": \"u\"}]", "frame 1: id"},
       {"[[[[[[[[[[[[]]]]]]]]]]]]", "nested"}};
   for (const auto& [text, place] : lists) {
     work_.write("bad.json", text);

@@ -216,6 +216,8 @@ class JTW_API JtwRoot : public JtwCollection {
   JtwRoot& operator=(const JtwRoot& other);
 
   /// Finds the component node in the partition or builds it, and records the document's structure.
+  /// Built means: the only child becomes the component, unless it is a part; otherwise a new node
+  /// takes all children. The component's transforms go down to its children.
   bool initializeComponentNode(const ApiDocumentRef& document);
   /// Opens what lies at `location` with all its sub-partitions and keeps it as the partition.
   /// @return whether it could be opened; the reason is in jt::lastError()

@@ -115,12 +115,14 @@ void readMember(const std::string& name, const Json& value, const std::string& w
     frame.color = readColor(value, where);
   } else if (name == "attributes") {
     frame.text = readText(value, where);
+  } else if (name == "uniqueId") {
+    frame.globalUniqueId = ApiGlobalUniqueId(readText(value, where));
   } else if (name == "attachment") {
     readAttachment(value, where, frame);
   } else {
     throw RecordError{where +
                       " is unknown: a frame has key, name, displayed, relLoc, color, attributes, "
-                      "attachment"};
+                      "uniqueId, attachment"};
   }
 }
 
@@ -176,6 +178,7 @@ void writeFrameRecords(JsonWriter& json, const std::vector<JtFrame>& frames) {
     json.numbers("relLoc", frame.location.values());
     writeColor(json, frame.color);
     json.textOrNull("attributes", frame.text);
+    json.textOrNull("uniqueId", frame.globalUniqueId.getAsString());
     json.key("attachment");
     if (frame.secondKey.isNull() && frame.number == 0) {
       json.null();
