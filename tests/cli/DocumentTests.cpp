@@ -178,6 +178,9 @@ TEST_F(Component, AFrameListThatCannotBeReadIsKept) {
     EXPECT_EQ(work_.json(line, 3).at("code"), "bad_frames") << line;
     EXPECT_EQ(bytes(), before) << line;
   }
+  EXPECT_TRUE(
+      matches(work_.json("verify gear.kpak", 1),
+              R"({"sound": false, "findings": [{"severity": "error", "code": "bad_frames"}]})"));
   work_.write("list.json", R"([{"name": "new", "uniqueId": "u-1"}])");
   const Outcome replaced = work_.run("frames gear.kpak 2 --set list.json");
   EXPECT_EQ(replaced.exit, 0);
@@ -186,6 +189,7 @@ TEST_F(Component, AFrameListThatCannotBeReadIsKept) {
                       R"({"frames": [{"name": "new", "uniqueId": "u-1"}]})"));
   EXPECT_EQ(work_.run("set gear.kpak 4 uniqueId=u-4").exit, 0);
   EXPECT_EQ(work_.json("get gear.kpak 4").at("uniqueId"), "u-4");
+  EXPECT_EQ(work_.json("verify gear.kpak").at("sound"), true);
 }
 
 TEST_F(Component, NamesCannotDriveTheTerminal) {

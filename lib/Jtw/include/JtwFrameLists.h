@@ -1,14 +1,15 @@
 #pragma once
 
 #include <span>
+#include <vector>
 
 #include "JtFrame.h"
 #include "JtFrameListProperty.h"
+#include "JtPartition.h"
 #include "JtRefCounted.h"
 #include "JtwExport.h"
 
 class JtNode;
-class JtPartition;
 class JtwCollection;
 
 // The frame lists of collections as they are stored, for listings and for lists that are replaced
@@ -34,6 +35,10 @@ struct StoredFrames {
 JTW_API StoredFrames storedFrames(const JtwCollection& collection);
 /// The same for a JT node; late-loaded lists are loaded through `partition`.
 JTW_API StoredFrames storedFrames(JtNode& node, const JtPartition* partition);
+
+/// A finding for each frame list below a partition that cannot be read, each node once. Nodes whose
+/// metadata cannot be read are left out: that is a fault of its own.
+JTW_API std::vector<jt::Note> verifyFrameLists(JtPartition& partition);
 
 /// Stores the frames among the collection's PMI as JtwCollection::storeFrames() does, but in the
 /// form that the stored list has now: a late-loaded list stays one.

@@ -12,6 +12,7 @@
 #include "JtwFrameWriting.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
+#include "JtwSceneGraph.h"
 #include "VisMetaDataNode.h"
 
 namespace jtw {
@@ -74,6 +75,24 @@ StoredFrames storedFrames(JtNode& node, const JtPartition* partition) {
   } catch (const JtFormatError& error) {
     return unreadable(error.what());
   }
+}
+
+std::vector<jt::Note> verifyFrameLists(JtPartition& partition) {
+  std::vector<jt::Note> findings;
+  forEachBelow(&partition, [&](JtNode& node) {
+    auto* holder = jt::as<VisMetaDataNode>(&node);
+    if (!holder || !holder->ensureMetaData()) return;
+    if (storedFrames(node, &partition).form != FrameForm::unreadable) return;
+    const ApiProtoKey key(intProperty(&node, Key::protoKey).value_or(0));
+    const std::string object = key.isNull() ? "node #" + std::to_string(node.objectId())
+                                            : "object " + std::to_string(key.getAsLong());
+    findings.push_back({true,
+                        "bad_frames",
+                        {},
+                        {},
+                        "the frame list of " + object + " cannot be read: " + jt::lastError()});
+  });
+  return findings;
 }
 
 bool writeFrames(JtwCollection& collection, FrameForm form) {

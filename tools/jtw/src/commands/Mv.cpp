@@ -16,7 +16,7 @@ bool reparent(const Component& component, JtwNode& node, JtwNode& parent) {
   if (!node.isOfTypePMI()) return node.setParent(parent.key());
   JtwCollection* old = static_cast<JtwPMI&>(node).collection();
   if (!node.setParent(parent.key())) return false;
-  storeFrames(component, old);
+  if (node.type() == JtwNode::JT_FRAME_NODE) storeFrames(component, old);
   return true;
 }
 
@@ -57,7 +57,8 @@ ExitCode runMv(Session& session) {
   const RTTran3D location = keepsPlace ? parent.absLoc().inverse() * place : place;
   if (!isStorable(location)) refuse(component, "its place cannot be told in its new parent");
   jtw::setPlacement(node, location);
-  if (node.isOfTypePMI()) storeFrames(component, &static_cast<JtwCollection&>(parent));
+  if (node.type() == JtwNode::JT_FRAME_NODE)
+    storeFrames(component, &static_cast<JtwCollection&>(parent));
   if (node.measurementUnitRatio() != unit)
     session.warn(component.document() + ": object " + name.text +
                  " has no unit of its own and is read in that of its new parent");

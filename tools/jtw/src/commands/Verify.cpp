@@ -1,10 +1,14 @@
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Command.h"
+#include "Component.h"
 #include "InputFile.h"
+#include "JtFormatError.h"
 #include "JtInspect.h"
+#include "JtwFrameLists.h"
 #include "Progress.h"
 #include "Session.h"
 
@@ -28,10 +32,29 @@ struct Verdict {
   }
 };
 
+/// What the host keeps in a file is looked at through the component model.
+void addFrameFindings(Session& session, JtStorageLocation& location,
+                      std::vector<jt::Note>& findings) {
+  const Library library(session);
+  try {
+    JtPartition* opened = nullptr;
+    JtPartition::openPartition(&location, nullptr, opened, readLimits(session));
+    const auto partition = jt::Ref<JtPartition>::adopt(opened);
+    if (!partition) return;
+    for (jt::Note& finding : jtw::verifyFrameLists(*partition))
+      findings.push_back(std::move(finding));
+  } catch (const JtFormatError&) {
+    // Is among the findings already.
+  }
+}
+
 Verdict examine(Session& session, const std::string& path) {
   Progress progress(session, "verify " + path);
-  return {path, jt::verify(*inputLocation(path), readLimits(session),
-                           [&progress](double share) { progress.update(share); })};
+  const jt::Ref<JtStorageLocation> location = inputLocation(path);
+  Verdict verdict{path, jt::verify(*location, readLimits(session),
+                                   [&progress](double share) { progress.update(share); })};
+  addFrameFindings(session, *location, verdict.findings);
+  return verdict;
 }
 
 void writeVerdict(JsonWriter& json, const Verdict& verdict) {
