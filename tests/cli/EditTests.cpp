@@ -356,11 +356,22 @@ TEST_F(Edit, AnnotationsAreMadeListedChangedAndRemovedInEveryVersion) {
       {"text": "#102030", "background": "#ff000080"}, "frame": {"origin": [5, 0, 0]}})"));
   EXPECT_EQ(work_.run("set cell.kpak 20 name=N").exit, 0);
   EXPECT_EQ(work_.json("pmi cell.kpak 20").at("annotations")[0], changed);
-  for (const char* version : {"9.5", "10.0", "10.2"}) {
+  for (const char* version : {"8.2", "9.5", "10.0", "10.2"}) {
     const std::string copy = std::string("copy-") + version + ".jt";
     ASSERT_EQ(work_.run("copy cell.kpak/cell.jt " + copy + " --version " + version).exit, 0);
     EXPECT_EQ(work_.json("pmi " + copy + " 20").at("annotations")[0], changed) << version;
   }
+  // A difference names the annotation; a picture shows it unless it is told not to.
+  EXPECT_EQ(work_.run("set copy-10.0.jt 20 layer=5").exit, 0);
+  EXPECT_TRUE(matches(work_.json("diff cell.kpak/cell.jt copy-10.0.jt", 1), R"({"differences":
+      [{"what": "property", "name": "JT_LLPROP_PMI[20].Layer", "a": "4", "b": "5"}]})"));
+  const auto drawn = [this](const char* options) {
+    return work_.json(std::string("snapshot cell.kpak/cell.jt a.png --size 40x30 ") + options)
+        .at("annotationLines")
+        .get<int>();
+  };
+  EXPECT_GT(drawn(""), 5);
+  EXPECT_EQ(drawn("--pmi off"), 0);
   edit("rm cell.kpak 20");
   edit("rm cell.kpak 21");
   EXPECT_EQ(work_.json("pmi cell.kpak --all").at("annotations").size(), 0U);

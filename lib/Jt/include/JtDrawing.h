@@ -28,6 +28,9 @@ struct DrawingOptions {
   /// Paths after which the walk gives up: shared nodes can be reached by more paths than a machine
   /// could ever draw.
   std::uint64_t maxPaths = 50'000'000;
+  /// Called for each node that is shown, before what is below it, with the matrix that takes it to
+  /// the root; may be empty.
+  std::function<void(JtNode&, const Matrix4& toRoot)> onNode{};
 };
 
 /// Visits the shapes that a viewer shows, in the order of the graph: of level-of-detail nodes one

@@ -32,6 +32,7 @@ struct PMILine {
 
 /// The lines of all entities that are visible. Text without strokes is drawn with the built-in
 /// font. Coordinate systems, part transforms and view styles are not drawn.
-JTK_API std::vector<PMILine> drawnLines(const PMIDataManager& pmi);
+/// @param facing false: text that faces the viewer is drawn in the plane of its entity instead
+JTK_API std::vector<PMILine> drawnLines(const PMIDataManager& pmi, bool facing = true);
 
 }  // namespace jtk

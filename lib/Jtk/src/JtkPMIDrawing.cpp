@@ -113,11 +113,12 @@ void appendPolylines(const std::vector<std::int32_t>& indices, std::size_t verti
 /// Draws one entity.
 class EntityDrawing {
  public:
-  EntityDrawing(const PMIDataManager& pmi, const jt::PMIGenericEntity& entity,
+  EntityDrawing(const PMIDataManager& pmi, const jt::PMIGenericEntity& entity, bool facing,
                 std::vector<PMILine>& out)
       : pmi_(pmi), entity_(entity), out_(out), plane_(entity.base) {
     const JtString* inPlane = attributeOf(entity, "PMITextInPlane");
-    isFlat_ = inPlane ? *inPlane == JtString("0") : (entity.userFlags & 0x0001) != 0;
+    const bool isFlat = inPlane ? *inPlane == JtString("0") : (entity.userFlags & 0x0001) != 0;
+    isFlat_ = facing && isFlat;
     lineColor_ = colorOf(entity, {"PMIGeometryColor", "PMIGeometryColour"});
     textColor_ =
         colorOf(entity, {"PMITextForegroundColor", "PMITextForegroundColour", "textColour"});
@@ -207,10 +208,10 @@ std::optional<std::uint32_t> colorNumber(std::string_view text) {
   return error == std::errc() ? std::optional(number) : std::nullopt;
 }
 
-std::vector<PMILine> drawnLines(const PMIDataManager& pmi) {
+std::vector<PMILine> drawnLines(const PMIDataManager& pmi, bool facing) {
   std::vector<PMILine> lines;
   for (const jt::PMIGenericEntity& entity : pmi.pmiDataGenericArray())
-    if (isVisible(entity)) EntityDrawing(pmi, entity, lines).run();
+    if (isVisible(entity)) EntityDrawing(pmi, entity, facing, lines).run();
   return lines;
 }
 

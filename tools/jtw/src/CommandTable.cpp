@@ -85,6 +85,7 @@ constexpr Option kSnapshotOptions[] = {
     {"size", 0, "WxH", "width and height in pixels (1024x768)"},
     {"view", 0, "VIEW", "iso (default), front, back, top, bottom, left or right"},
     {"background", 0, "COLOR", "#rrggbb[aa], r,g,b[,a] or transparent (white)"},
+    {"pmi", 0, "on|off", "whether annotations are drawn (on)"},
     kMaxSegment,
     kMaxDocument};
 

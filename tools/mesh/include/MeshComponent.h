@@ -32,6 +32,7 @@ void buildComponent(Scene scene, JtwRoot& root, const BuildOptions& options = {}
 /// coarsest. Instances are merged with what they stand for; hidden nodes are left out. Throws
 /// JtFormatError for geometry that cannot be read, and "too_large" for a graph that unfolds into
 /// more than five million nodes.
-Scene sceneOf(JtPartition& partition, std::uint32_t level = 0);
+/// @param withAnnotations the lines of PMI become polylines of the nodes that carry them
+Scene sceneOf(JtPartition& partition, std::uint32_t level = 0, bool withAnnotations = false);
 
 }  // namespace mesh

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "ApiSysFilePath.h"
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
@@ -99,11 +100,12 @@ ExitCode jtToJt(Session& session, const std::string& input, const std::string& o
   return reportJt(session, report, nullptr);
 }
 
-mesh::Scene readScene(Session& session, const std::string& input) {
+mesh::Scene readScene(Session& session, const std::string& input, bool withAnnotations) {
   if (!isJt(input)) return loadMeshFile(session, input);
   const jt::Ref<JtPartition> partition = openWithParts(session, input);
   try {
-    mesh::Scene scene = mesh::sceneOf(*partition, chosenLevel(session).value_or(0));
+    mesh::Scene scene =
+        mesh::sceneOf(*partition, chosenLevel(session).value_or(0), withAnnotations);
     showNotes(session, input, scene);
     return scene;
   } catch (const JtFormatError& error) {
@@ -112,7 +114,9 @@ mesh::Scene readScene(Session& session, const std::string& input) {
 }
 
 ExitCode toMesh(Session& session, const std::string& input, const std::string& output) {
-  const mesh::Scene scene = readScene(session, input);
+  // The other formats have no lines, or no color for them.
+  const bool withAnnotations = ApiSysFilePath(output).extension() == "glb";
+  const mesh::Scene scene = readScene(session, input, withAnnotations);
   if (scene.models.empty())
     throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it",
                   {.file = input, .segment = {}, .element = {}, .offset = {}});

@@ -12,6 +12,7 @@
 #include "JtPartUtil.h"
 #include "JtShape.h"
 #include "JtSwitch.h"
+#include "JtkPMIDrawing.h"
 #include "JtwNode.h"
 #include "MeshComponent.h"
 #include "NodeProperties.h"
@@ -89,7 +90,8 @@ struct Visit {
 
 class SceneBuilder {
  public:
-  SceneBuilder(JtPartition& partition, std::uint32_t level) : level_(level), images_(scene_) {
+  SceneBuilder(JtPartition& partition, std::uint32_t level, bool withAnnotations)
+      : level_(level), withAnnotations_(withAnnotations), images_(scene_) {
     scene_.millimetres = 0;
     scene_.nodes.emplace_back();
     surfaces_.emplace_back();
@@ -240,6 +242,7 @@ class SceneBuilder {
       pushChildren(visit);
     } else if (isObject(visit)) {
       visit.parent = addNode(visit);
+      if (withAnnotations_) addAnnotations(visit.parent, *node);
       readProperties(*node, scene_.nodes[visit.parent].properties);
       visit.matrix = jt::kIdentity;
       visit.name.clear();
@@ -256,6 +259,43 @@ class SceneBuilder {
     if (jt::as<JtPartition>(visit.node)) return false;
     return visit.node->numChildren() > 1 &&
            (!Jt::name(visit.node).isEmpty() || visit.matrix != jt::kIdentity);
+  }
+
+  /// One mesh of polylines for each color.
+  void addAnnotations(std::size_t owner, JtNode& node) {
+    auto* holder = jt::as<VisMetaDataNode>(&node);
+    const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
+    if (!pmi) return;
+    const auto [found, isNew] = annotations_.try_emplace(pmi);
+    if (isNew) found->second = annotationSurfaces(*pmi);
+    surfaces_[owner].insert(surfaces_[owner].end(), found->second.begin(), found->second.end());
+  }
+
+  std::vector<Surface> annotationSurfaces(const PMIDataManager& pmi) {
+    std::map<std::array<float, 3>, std::shared_ptr<jt::Mesh>> byColor;
+    for (const jtk::PMILine& line : jtk::drawnLines(pmi, false)) {
+      auto& mesh = byColor[line.color];
+      if (!mesh) {
+        mesh = std::make_shared<jt::Mesh>();
+        mesh->kind = jt::Mesh::Kind::polylines;
+        mesh->starts = {0};
+      }
+      for (const auto& point : line.points) {
+        mesh->corners.push_back(static_cast<std::uint32_t>(mesh->positions.size()));
+        mesh->positions.push_back(point);
+      }
+      mesh->starts.push_back(static_cast<std::uint32_t>(mesh->corners.size()));
+    }
+    std::vector<Surface> surfaces;
+    for (const auto& [color, mesh] : byColor) {
+      Material material;
+      material.name = "annotations";
+      material.diffuse = {color[0], color[1], color[2], 1};
+      surfaces.push_back({scene_.meshes.size(), scene_.materials.size()});
+      scene_.meshes.push_back(mesh);
+      scene_.materials.push_back(std::move(material));
+    }
+    return surfaces;
   }
 
   std::size_t addNode(const Visit& visit) {
@@ -304,6 +344,7 @@ class SceneBuilder {
   }
 
   std::uint32_t level_;
+  bool withAnnotations_;
   Scene scene_;
   std::vector<Visit> pending_;
   std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
@@ -313,14 +354,15 @@ class SceneBuilder {
   std::map<std::pair<std::shared_ptr<const jt::Mesh>, std::optional<CoordinateMap>>, std::size_t>
       meshes_;
   std::map<std::vector<Surface>, std::size_t> models_;
+  std::map<const PMIDataManager*, std::vector<Surface>> annotations_;
   std::size_t leftOut_ = 0;
   std::size_t texturesLeftOut_ = 0;
 };
 
 }  // namespace
 
-Scene sceneOf(JtPartition& partition, std::uint32_t level) {
-  return SceneBuilder(partition, level).build();
+Scene sceneOf(JtPartition& partition, std::uint32_t level, bool withAnnotations) {
+  return SceneBuilder(partition, level, withAnnotations).build();
 }
 
 }  // namespace mesh

@@ -89,6 +89,7 @@ class Walk {
         .node = node, .part = above.part, .material = above.material, .toRoot = above.toRoot};
     if (as<VisPartNode>(node) || as<JtInstance>(node)) level.part = node;
     addAttributes(level);
+    if (options_.onNode) options_.onNode(*node, level.toRoot);
     if (auto* shape = as<JtShape>(node))
       return visit_({shape, level.part, level.material, &level.toRoot});
     chooseChildren(level, options_.levelOfDetail);

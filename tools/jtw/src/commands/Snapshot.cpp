@@ -48,6 +48,10 @@ DrawingRequest readRequest(const Arguments& arguments) {
   static_cast<void>(Camera(request.view));  // a wrong name is told before a file is read
   if (const std::string* color = arguments.value("background"))
     request.background = parseBackground(*color);
+  if (const std::string* pmi = arguments.value("pmi")) {
+    if (*pmi != "on" && *pmi != "off") failUsage("--pmi is '" + *pmi + "', not on or off");
+    request.withAnnotations = *pmi == "on";
+  }
   if (const auto jobs = arguments.positiveNumber("jobs"))
     request.jobs = static_cast<unsigned>(std::min<std::uint64_t>(*jobs, 256));
   else
@@ -85,6 +89,7 @@ void writeResult(Session& session, const DrawingRequest& request, const Drawing&
   json.member("polylines", drawing.polylines);
   json.member("points", drawing.points);
   json.member("damaged", drawing.damaged.size());
+  json.member("annotationLines", drawing.annotationLines);
   session.endResult();
 }
 
@@ -104,7 +109,8 @@ ExitCode runSnapshot(Session& session) {
   session.noteWritten(output);
   for (const std::string& error : drawing.damaged)
     session.warn("a shape is not in the picture: " + error);
-  if (drawing.shapes == 0) session.warn("there is no geometry to be seen; the picture is empty");
+  if (drawing.shapes == 0 && drawing.annotationLines == 0)
+    session.warn("there is no geometry to be seen; the picture is empty");
   if (session.wantsJson()) {
     writeResult(session, request, drawing, output);
   } else if (output != "-") {

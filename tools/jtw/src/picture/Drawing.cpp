@@ -6,6 +6,7 @@
 #include <thread>
 #include <unordered_map>
 
+#include "Annotations.h"
 #include "Failure.h"
 #include "Jt.h"
 #include "JtDrawing.h"
@@ -26,8 +27,12 @@ struct Item {
 
 class Scene {
  public:
-  Scene(JtPartition& partition, std::uint32_t levelOfDetail) {
-    const jt::DrawingOptions options{.levelOfDetail = levelOfDetail};
+  Scene(JtPartition& partition, const DrawingRequest& request) {
+    jt::DrawingOptions options{.levelOfDetail = request.levelOfDetail};
+    if (request.withAnnotations)
+      options.onNode = [this](JtNode& node, const jt::Matrix4& toRoot) {
+        annotations_.add(node, toRoot);
+      };
     const bool complete = jt::visitDrawnShapes(
         partition, options, [this](const jt::DrawnShape& drawn) { return add(drawn); });
     if (!complete)
@@ -41,6 +46,7 @@ class Scene {
               std::vector<std::string>& damaged);
 
   const std::vector<Item>& items() const noexcept { return items_; }
+  const Annotations& annotations() const noexcept { return annotations_; }
   const jt::Mesh* mesh(const Item& item) const { return meshes_[item.mesh].get(); }
 
  private:
@@ -59,6 +65,7 @@ class Scene {
   std::vector<JtShape*> shapes_;
   std::vector<std::shared_ptr<const jt::Mesh>> meshes_;
   std::vector<Item> items_;
+  Annotations annotations_;
 };
 
 void Scene::decode(unsigned jobs, const std::function<void(double)>& progress,
@@ -205,7 +212,7 @@ Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
                   const std::function<void(double)>& progress) {
   Camera camera(request.view);
   Drawing drawing;
-  Scene scene(partition, request.levelOfDetail);
+  Scene scene(partition, request);
   scene.decode(
       request.jobs, [&progress](double share) { progress(share / 2); }, drawing.damaged);
 
@@ -215,6 +222,7 @@ Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
     const Placement placement(camera, item.toRoot);
     for (const jt::Vec3f& position : mesh->positions) camera.include(placement.inView(position));
   }
+  scene.annotations().include(camera);
   Rasterizer canvas(request.width, request.height, request.background);
   camera.fit(canvas.width(), canvas.height());
 
@@ -223,6 +231,8 @@ Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
   for (const Rasterizer::Pass pass :
        {Rasterizer::Pass::opaque, Rasterizer::Pass::nearest, Rasterizer::Pass::mix}) {
     canvas.begin(pass);
+    if (pass == Rasterizer::Pass::opaque)
+      scene.annotations().draw(canvas, camera, canvas.width() / static_cast<double>(request.width));
     for (const Item& item : scene.items()) {
       if (isOpaque(item) != (pass == Rasterizer::Pass::opaque)) continue;
       if (const jt::Mesh* mesh = scene.mesh(item)) painter.paint(item, *mesh);
@@ -233,6 +243,7 @@ Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
   }
   for (const Item& item : scene.items())
     if (const jt::Mesh* mesh = scene.mesh(item)) count(*mesh, drawing);
+  drawing.annotationLines = scene.annotations().size();
   drawing.image = canvas.image();
   return drawing;
 }

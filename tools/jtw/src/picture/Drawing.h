@@ -18,6 +18,7 @@ struct DrawingRequest {
   Color background{1, 1, 1, 1};
   std::uint32_t levelOfDetail = 0;
   unsigned jobs = 1;  ///< threads that decode shapes
+  bool withAnnotations = true;
 };
 
 /// What is in a picture; shapes count as often as they occur.
@@ -27,6 +28,7 @@ struct Drawing {
   std::size_t triangles = 0;
   std::size_t polylines = 0;
   std::size_t points = 0;
+  std::size_t annotationLines = 0;
   std::vector<std::string> damaged;  ///< shapes that could not be decoded: what is wrong with each
 };
 

@@ -35,6 +35,7 @@ class GraphFacts {
   const NodeFacts& of(const JtNode* node) const { return facts_.at(node); }
   /// Links from nodes to children.
   std::size_t edges() const noexcept { return edges_; }
+  std::span<const JtString> identityKeys() const noexcept { return keys_; }
 
  private:
   NodeFacts describe(const JtNode& node) const;

@@ -8,6 +8,7 @@
 #include "JtCompare.h"
 #include "JtShape.h"
 #include "MeshMatch.h"
+#include "PMIEntities.h"
 #include "Values.h"
 #include "file/ElementTable.h"
 #include "file/SegmentObjects.h"
@@ -148,6 +149,13 @@ void SegmentComparison::compareLate(PairId pair, const std::string& key,
     }
     if (isShape && compareGeometry(pair)) return;
     if (sameContent(placeA, placeB)) return;
+    const Ref<JtBase> pmiA = isShape ? nullptr : placeA.load(PMIDataManager::classTypeID());
+    const Ref<JtBase> pmiB = isShape ? nullptr : placeB.load(PMIDataManager::classTypeID());
+    const auto* managerA = as<PMIDataManager>(pmiA.get());
+    const auto* managerB = as<PMIDataManager>(pmiB.get());
+    if (managerA && managerB &&
+        reportPMIEntities(report_, pair, *managerA, *managerB, graphs_.factsA.identityKeys()))
+      return;
   }
   report_.tell(pair, DifferenceKind::property, key, [&](Difference& difference) {
     difference.a = placeA.text();

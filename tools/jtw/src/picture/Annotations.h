@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "JtNode.h"
+#include "JtXform.h"
+#include "JtkPMIDrawing.h"
+#include "Rasterizer.h"
+
+namespace tool {
+
+/// The lines of the annotations in a picture.
+class Annotations {
+ public:
+  /// Takes the annotations of a node where it occurs. @param toRoot for row vectors
+  void add(JtNode& node, const jt::Matrix4& toRoot);
+
+  /// Makes room for all lines.
+  void include(Camera& camera) const;
+  /// @param samples of the canvas along each side of a pixel
+  void draw(Rasterizer& canvas, const Camera& camera, double samples) const;
+  /// How many lines there are, each occurrence counted.
+  std::size_t size() const noexcept;
+
+ private:
+  using Lines = std::shared_ptr<const std::vector<jtk::PMILine>>;
+  struct Occurrence {
+    Lines lines;
+    jt::Matrix4 toRoot;
+  };
+  static std::vector<Vector> inView(const Occurrence& occurrence, const jtk::PMILine& line,
+                                    const Camera& camera);
+
+  std::vector<Occurrence> occurrences_;
+  std::unordered_map<const PMIDataManager*, Lines> drawn_;
+};
+
+}  // namespace tool
