@@ -1,13 +1,17 @@
 // Annotations on their way into the file and back; what other producers wrote comes through.
 
+#include <array>
+#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <random>
 
 #include "ComponentFixture.h"
 #include "JtPMI.h"
 #include "JtkEntityFactory.h"
 #include "JtkPart.h"
+#include "JtkStrokeFont.h"
 #include "JtkwPMIAppearanceData.h"
 #include "JtkwPMIFrameData.h"
 #include "JtkwPMINoteData.h"
@@ -206,6 +210,17 @@ TEST_F(PMIWriting, PMIOfOthersComesThrough) {
   EXPECT_EQ(entity(root, 0).texts.size(), 1U);
 }
 
+TEST_F(PMIWriting, ACopiedPartHasPMIWithoutKeys) {
+  addForeign(*ComponentFixture::entity(5).jtNode(), 0x0100, "theirs");
+  auto& stored = *pmiOf(nodeOf(root_, 5))->editGenericEntity(0);
+  stored.properties.push_back({{JtString("KrGmProtoKey")}, {JtString("30")}});
+  JtwEntity* copy = root_.cloneEntityNode(key(5), true);
+  ASSERT_NE(copy, nullptr);
+  EXPECT_EQ(attributes(entity(*copy, 0)), "Description=theirs;theirs=kept;");
+  EXPECT_EQ(attributes(entity(nodeOf(root_, 5), 0)),
+            "Description=theirs;theirs=kept;KrGmProtoKey=30;");
+}
+
 TEST_F(PMIWriting, AnExistingEntityKeepsItsGeometryUnlessItIsRenewed) {
   note(10, "text").annotationData().graphics.instanceFlags = Graphics::FONT_SIZE;
   ASSERT_TRUE(root_.write(false));
@@ -311,6 +326,120 @@ TEST_F(PMIWriting, RecordsOfTheHostBecomeEntities) {
   EXPECT_TRUE(writer.writePMI(frame, static_cast<NwObj::Type>(5), part.get(), none, nullptr));
   EXPECT_EQ(none, nullptr);
   EXPECT_EQ(part->numChildren(), 1);
+}
+
+// Random edits and saves beside a plain model of what the annotations are.
+TEST_F(PMIWriting, RandomEditsAndSavesKeepWhatTheModelSays) {
+  struct Model {
+    std::wstring name;
+    std::string text;
+    int layer = -1;
+    double x = 0;
+    ApiPMIType type = API_PMI_NOTE;
+    long parent = 1;
+    bool operator==(const Model&) const = default;
+  };
+  const jt::FileVersion versions[] = {{8, 2}, {9, 5}, {10, 0}, {10, 2}};
+  for (unsigned seed = 1; seed <= 8; ++seed) {
+    std::mt19937 random(seed);
+    const auto below = [&random](unsigned n) { return static_cast<long>(random() % n); };
+    const auto document = documentAt(folder_.folder("r" + std::to_string(seed) + ".kpak"));
+    JtwRoot* root = registry().computeNewDocRoot(document);
+    root->setKey(key(1));
+    root->setMeasurementUnitRatio(std::array{1.0F, 25.4F, 1000.0F}[seed % 3]);
+    root->createBlockNode(key(2), key(1), at(5));
+    addForeign(*nodeOf(*root, 2).jtNode(), 0x0100, "theirs");
+    ASSERT_TRUE(jtw::loadWrappers(*root));
+    std::map<long, Model> model;
+    long next = 10;
+    const auto some = [&] {
+      return std::next(model.begin(), below(static_cast<unsigned>(model.size())));
+    };
+    const auto check = [&] {
+      std::map<long, Model> read;
+      for (const auto& [itsKey, node] : root->getAllNodes()) {
+        if (node->type() != JtwNode::JT_PMI_ANNOTATION_NODE) continue;
+        auto& each = static_cast<JtwPMIAnnotation&>(*node);
+        const ApiWmPMIAnnotationData& data = each.annotationData();
+        read[itsKey.getAsLong()] = {
+            each.name(),         data.textLines.empty() ? "" : data.textLines[0],
+            data.layer,          std::round(each.relLoc().getTranslation().x * 1000) / 1000,
+            data.annotationType, each.parent().getAsLong()};
+      }
+      EXPECT_TRUE(read == model) << "seed " << seed;
+      ASSERT_GE(pmiOf(nodeOf(*root, 2))->pmiDataGenericArray().size(), 1U);
+      EXPECT_EQ(attributes(entity(nodeOf(*root, 2), 0)), "Description=theirs;theirs=kept;");
+    };
+    for (int step = 0; step < 40; ++step) {
+      const long choice = below(9);
+      if (choice < 3 || model.empty()) {
+        const Model made{L"n" + std::to_wstring(next),
+                         "t",
+                         below(5) == 0 ? 3 : -1,
+                         0.25,
+                         std::array{API_PMI_NOTE, API_PMI_DIMENSION,
+                                    API_PMI_CLINCH_WELD}[static_cast<std::size_t>(below(3))],
+                         1 + below(2)};
+        auto& node = *root->createPMIAnnotationNode(key(next), key(made.parent), at(made.x));
+        node.setName(made.name);
+        node.annotationData().annotationType = made.type;
+        node.annotationData().textLines = {made.text};
+        node.annotationData().layer = made.layer;
+        model[next++] = made;
+      } else if (choice == 3) {
+        const auto gone = some();
+        root->deleteNode(key(gone->first));
+        model.erase(gone);
+      } else if (choice < 7) {
+        auto& [itsKey, changed] = *some();
+        JtwPMIAnnotation& node = annotation(*root, itsKey);
+        changed.name += L"*";
+        node.setName(changed.name);
+        changed.x = static_cast<double>(below(1000)) / 4;
+        node.setRelLoc(at(changed.x));
+        if (choice == 4) {
+          changed.text = "text " + std::to_string(step);
+          node.annotationData().textLines = {changed.text};
+          node.annotationData().graphics.textPolylineSet.clear();
+          node.renew();
+        }
+      } else {
+        ASSERT_TRUE(jtw::writePMIs(*root)) << jt::lastError();
+        jt::SaveOptions options;
+        options.version = versions[below(4)];
+        root->partition()->save(nullptr, options);
+        registry().releaseRoot(document);
+        root = open(document);
+        ASSERT_NE(root, nullptr);
+        ASSERT_TRUE(jtw::loadWrappers(*root));
+      }
+      check();
+    }
+    registry().releaseRoot(document);
+  }
+}
+
+TEST(StrokeFont, HasLatin1AndComesBackFromItsFile) {
+  const JtkStrokeFont& font = JtkStrokeFont::builtIn();
+  for (char32_t c = 0x21; c < 0x100; ++c) {
+    if (c >= 0x7f && c <= 0xa0) continue;
+    ASSERT_TRUE(font.glyphs().contains(c)) << static_cast<int>(c);
+    EXPECT_FALSE(font.glyphs().at(c).strokes.empty()) << static_cast<int>(c);
+  }
+  JtkStrokeFont own;
+  own.setGlyph(U'A', {2, {{{0, 0}, {1, 3}}}});
+  std::vector<std::byte> bytes = own.toBytes();
+  const auto read = JtkStrokeFont::fromBytes(bytes);
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->width(JtString("AA"), 10), 40);
+  const auto strokes = read->layOut(JtString("AA"), 10);
+  ASSERT_EQ(strokes.size(), 2U);
+  EXPECT_EQ(strokes[1][1], (JtkStrokeFont::Point{30, 30}));
+  EXPECT_FALSE(read->layOut(JtString("\xe6\xbc\xa2"), 1).empty());  // a box
+  for (std::size_t size = 0; size < bytes.size(); ++size)
+    EXPECT_FALSE(JtkStrokeFont::fromBytes(std::span(bytes).first(size))) << size;
+  bytes.push_back(std::byte{0});
+  EXPECT_FALSE(JtkStrokeFont::fromBytes(bytes));
 }
 
 TEST(PMIAppearance, ColoursAreReadAsTheyAreWritten) {

@@ -15,6 +15,7 @@
 #include "JtStorageLocation.h"
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
+#include "JtwPMIs.h"
 #include "JtwProperties.h"
 #include "JtwSceneGraph.h"
 #include "VisMetaDataNode.h"
@@ -136,6 +137,7 @@ bool JtExportRoot::updateRelativeLocation(ApiSysFileName& newPath) {
 }
 
 bool JtExportRoot::write() {
+  if (!jtw::writePMIs(*this)) return false;
   jt::SaveOptions options;
   // A file that was opened keeps its version.
   if (partition() && !partition()->container()) {

@@ -8,6 +8,7 @@
 #include "ApiObjType.h"
 #include "Jt.h"
 #include "JtFormatError.h"
+#include "JtTk/JtkwPMIGathering.h"
 #include "JtwBlock.h"
 #include "JtwEntity.h"
 #include "JtwFrame.h"
@@ -104,6 +105,7 @@ void stripIdentity(JtNode* copy) {
     jtw::eraseProperty(&node, Key::globalUniqueId);
     jtw::eraseProperty(&node, Key::frames);
     jtw::eraseProperty(&node, Key::pmiProtoKeys);
+    jtw::stripPMIIdentity(node);
   });
 }
 

@@ -13,7 +13,9 @@
 #include "JtTk/JtkwColorText.h"
 #include "JtTk/JtkwPMIAttributes.h"
 #include "JtTk/JtkwPMIText.h"
+#include "JtkEntityFactory.h"
 #include "JtkPMIEntity.h"
+#include "JtkPart.h"
 #include "JtkwPMITypeMaps.h"
 #include "JtwFrame.h"
 #include "JtwPMIAnnotation.h"
@@ -284,6 +286,19 @@ std::vector<std::pair<JtString, JtString>> attributesToCarry(const JtNode& node,
   const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
   if (!pmi || static_cast<std::size_t>(id) >= pmi->pmiDataGenericArray().size()) return {};
   return foreignAttributes(pmi->pmiDataGenericArray()[static_cast<std::size_t>(id)]);
+}
+
+void stripPMIIdentity(JtNode& copy) {
+  auto* holder = jt::as<VisMetaDataNode>(&copy);
+  PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
+  if (!pmi) return;
+  const auto part = jt::Ref<JtkPart>(JtkEntityFactory::createPart("DEFAULT", 0, -1));
+  part->load(pmi);
+  for (int i = 0; i < part->numChildren(); ++i)
+    for (const Key key : {Key::protoKey, Key::globalUniqueId})
+      static_cast<JtkPMIGenericEntity*>(part->child(i))->removeAttrProperty(JtString(keyName(key)));
+  jt::Ref<PMIDataManager> stripped;
+  if (part->updatePMIDataManager(stripped) == 1 && stripped != pmi) holder->setPMI(stripped.get());
 }
 
 void followMovedPMIs(const JtNode& part, JtwCollection& parent, std::size_t offset) {

@@ -57,6 +57,10 @@ ApiProtoKey keyOf(const jt::PMIGenericEntity& entity);
 /// they are not written either then.
 bool gatherPMIs(JtwNode& carrier, JtwCollection& collection);
 
+/// Takes the prototype keys and unique ids away from the entities of a copied node. PMI that cannot
+/// be read or changed stay as they are.
+void stripPMIIdentity(JtNode& copy);
+
 /// Lets the annotations of `part` follow its entities, which were appended to those of `parent`
 /// behind the first `offset`, and gathers those that nobody had gathered.
 void followMovedPMIs(const JtNode& part, JtwCollection& parent, std::size_t offset);
