@@ -7,6 +7,8 @@
 #include "JtwNode.h"
 #include "RTTran3D.h"
 
+class JtNode;
+class JtPartition;
 class JtwRoot;
 
 // The component as a tree of wrappers, for listings. The wrappers must have been made before: by a
@@ -45,6 +47,9 @@ JTW_API void setPlacement(JtwNode& node, const RTTran3D& millimetres);
 /// JT_ROOT_NODE.
 JTW_API JtwNode* createNode(JtwRoot& root, JtwNode::JT_NODE_TYPE type, const ApiProtoKey& key,
                             const ApiProtoKey& parentKey, const RTTran3D& millimetres);
+
+/// The first JT node below a partition that carries that key; null when none does.
+JTW_API JtNode* nodeOfKey(JtPartition& partition, const ApiProtoKey& key);
 
 /// The key for the next new object: one above every key in use and above every one that a PMI ever
 /// had; 1 for a component without keys.

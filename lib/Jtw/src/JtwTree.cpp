@@ -12,6 +12,7 @@
 #include "JtwPMIAnnotation.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
+#include "JtwSceneGraph.h"
 #include "JtwSubDevice.h"
 #include "JtwTransforms.h"
 #include "JtwTraverse.h"
@@ -135,6 +136,15 @@ JtwNode* createNode(JtwRoot& root, JtwNode::JT_NODE_TYPE type, const ApiProtoKey
   JtwNode* const made = make();
   if (made) setPlacement(*made, millimetres);
   return made;
+}
+
+JtNode* nodeOfKey(JtPartition& partition, const ApiProtoKey& key) {
+  JtNode* found = nullptr;
+  forEachBelow(&partition, [&](JtNode& node) {
+    const auto stored = intProperty(&node, Key::protoKey);
+    if (!found && stored && ApiProtoKey(*stored) == key) found = &node;
+  });
+  return found;
 }
 
 ApiProtoKey nextFreeKey(const JtwRoot& root) {

@@ -7,7 +7,10 @@
 #include "Component.h"
 #include "GraphValues.h"
 #include "JsonWriter.h"
+#include "JtFormatError.h"
+#include "JtStorageLocation.h"
 #include "JtwLeaf.h"
+#include "JtwManager.h"
 
 namespace tool {
 namespace {
@@ -97,8 +100,29 @@ void writeColor(JsonWriter& json, const ApiGraColor& color, std::optional<bool> 
   json.end();
 }
 
+namespace {
+
+/// The id of a new object, which only the file that it was saved to knows.
+std::int32_t savedIdOf(JtwNode& node) {
+  JtStorageLocation* const location = node.root() ? node.root()->getStorageLocation() : nullptr;
+  if (!location || node.key().isNull()) return 0;
+  try {
+    JtPartition* opened = nullptr;
+    JtPartition::openPartition(location, nullptr, opened, JtwManager::the().readLimits());
+    const auto saved = jt::Ref<JtPartition>::adopt(opened);
+    const JtNode* found = saved ? jtw::nodeOfKey(*saved, node.key()) : nullptr;
+    return found ? found->objectId() : 0;
+  } catch (const JtFormatError&) {
+    return 0;  // there is no such file, yet
+  }
+}
+
+}  // namespace
+
 std::int32_t nodeIdOf(JtwNode& node) {
-  return node.isOfTypePMI() || !node.jtNode() ? 0 : node.jtNode()->objectId();
+  if (node.isOfTypePMI() || !node.jtNode()) return 0;
+  const std::int32_t id = node.jtNode()->objectId();
+  return id != 0 ? id : savedIdOf(node);
 }
 
 std::string objectText(JtwNode& node) {

@@ -19,7 +19,8 @@ class JsonWriter;
 
 /// "component", "block", "link", "sub-device", "entity", "frame" or "annotation".
 const char* kindName(JtwNode& node);
-/// The object id of its node; 0 for a frame or annotation, and for a node that no file had yet.
+/// The object id of its node, for a new object that in the file that it was saved to; 0 for a frame
+/// or annotation, and for a node that no file has.
 std::int32_t nodeIdOf(JtwNode& node);
 /// What names the object on the command line: its key, "#ID" where it has none, "-" where it has
 /// neither.
