@@ -60,8 +60,11 @@ void saveAndCompare(JtPartition& partition, const jt::SaveOptions& options) {
   const auto again = opened(stream);
   if (options.version || !saved.warnings.empty()) return;
   partition.growBounds();  // as the save does
-  if (SceneText::of(*again) != SceneText::of(partition))
-    report("the saved file means something else");
+  const std::string kept = SceneText::of(*again);
+  const std::string held = SceneText::of(partition);
+  if (kept == held) return;
+  std::fprintf(stderr, "held: %s\n\nsaved: %s\n\n", held.c_str(), kept.c_str());
+  report("the saved file means something else");
 }
 
 class Session {

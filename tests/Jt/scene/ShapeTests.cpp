@@ -10,6 +10,7 @@
 #include "Jt.h"
 #include "JtInspect.h"
 #include "JtLOD.h"
+#include "JtMaterial.h"
 #include "JtResidencyRequestManager.h"
 #include "file/ShapeSegment.h"
 #include "support/Differences.h"
@@ -188,6 +189,8 @@ TEST(Shapes, SegmentsAreSharedAndNamedByTheirLevel) {
   lod->addChild(coarse.get());
   root->addChild(lod.get());
   root->addChild(jt::makeShape(shared(square(3))).get());
+  root->appendAttribute(jt::make<JtMaterial>().get());
+  coarse->appendAttribute(jt::make<JtMaterial>().get());
   // Whatever a save stores otherwise, the scene stays as it was made.
   const auto geometry = [](const JtShape& shape) {
     return jt::as<JtLateLoadedPropAtom>(shape.property(JtString("JT_LLPROP_SHAPEIMPL")));
@@ -205,6 +208,8 @@ TEST(Shapes, SegmentsAreSharedAndNamedByTheirLevel) {
   }
   const auto again = storage.open(storage.saved(*root));
   EXPECT_TRUE(again->bounds());
+  EXPECT_EQ(again->numAttributes(), 1);
+  EXPECT_EQ(again->child(0)->child(1)->numAttributes(), 1);
   std::vector<int> types;
   for (const auto& entry : again->container()->toc()) types.push_back(entry.type());
   EXPECT_EQ(types, (std::vector<int>{1, 7, 8, 6}));

@@ -24,8 +24,13 @@ class SavePlan {
   SavePlan(const JtPartition& top, const std::vector<const JtNode*>& nodes, bool isChanged,
            const ShapeEncoding& encoding, const Format& format);
 
+  /// True for an object in whose place a copy is stored.
+  bool changes(const JtSceneObject& object) const {
+    return (&object == top_ && bounds_) ||
+           (!quantization_.empty() && quantization_.contains(&object));
+  }
   /// The copy that is stored in place of an object; empty when it is stored as it is. Children are
-  /// those of the object.
+  /// those of the object. While it lives, attributes of the object have one owner more.
   Ref<JtSceneObject> copyOf(const JtSceneObject& object) const;
   /// Geometry that gets a segment.
   struct NewGeometry {

@@ -15,6 +15,10 @@
 
 namespace jt::file {
 
+/// Keys of the segments of a VisMetaDataNode.
+inline constexpr const char* kMetaDataKey = "JT_LLPROP_METADATA";
+inline constexpr const char* kPMIKey = "JT_LLPROP_PMI";
+
 /// A segment that the scene graph names and that no file has yet.
 struct NewSegment {
   JtGuid id;
