@@ -50,6 +50,7 @@ jt::Ref<JtPartition> opened(const CComPtr<MemoryStream>& stream) {
 /// Saves into memory and reads back. What was saved without a warning in the form that it has must
 /// mean the same.
 void saveAndCompare(JtPartition& partition, const jt::SaveOptions& options) {
+  const bool isChanged = partition.isContentModified();
   const auto stream = MemoryStream::create();
   jt::SaveReport saved;
   try {
@@ -59,7 +60,7 @@ void saveAndCompare(JtPartition& partition, const jt::SaveOptions& options) {
   }
   const auto again = opened(stream);
   if (options.version || !saved.warnings.empty()) return;
-  partition.growBounds();  // as the save does
+  if (isChanged) partition.growBounds();  // as the save does
   const std::string kept = SceneText::of(*again);
   const std::string held = SceneText::of(partition);
   if (kept == held) return;
