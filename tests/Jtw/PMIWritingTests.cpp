@@ -8,6 +8,7 @@
 #include <random>
 
 #include "ComponentFixture.h"
+#include "JtBufferProperty.h"
 #include "JtPMI.h"
 #include "JtkEntityFactory.h"
 #include "JtkPart.h"
@@ -208,6 +209,24 @@ TEST_F(PMIWriting, PMIOfOthersComesThrough) {
   EXPECT_EQ(attributes(entity(root, 0)), "Description=renamed;theirs=kept;");
   EXPECT_EQ(entity(root, 0).lines.vertices[2], 0.3F);
   EXPECT_EQ(entity(root, 0).texts.size(), 1U);
+}
+
+TEST_F(PMIWriting, PMIThatCannotBeReadAreKeptAndNotWritten) {
+  auto content = jt::make<JtBufferProperty>();
+  content->setData("no PMI");
+  const auto late = jt::make<JtLateLoadedPropAtom>(content, 3);
+  root_.jtNode()->addProperty(jt::make<JtStringPropAtom>(JtString("JT_LLPROP_PMI")).get(),
+                              late.get(), true);
+  EXPECT_TRUE(jtw::loadWrappers(root_));
+  EXPECT_TRUE(root_.write(false)) << jt::lastError();
+  note(10, "text");
+  const std::string before = file();
+  EXPECT_FALSE(root_.write(false));
+  EXPECT_NE(jt::lastError(), "");
+  EXPECT_TRUE(file() == before);
+  root_.deleteNode(key(10));
+  EXPECT_TRUE(root_.write(false)) << jt::lastError();
+  EXPECT_EQ(root_.jtNode()->property(JtString("JT_LLPROP_PMI")), late.get());
 }
 
 TEST_F(PMIWriting, ACopiedPartHasPMIWithoutKeys) {

@@ -213,9 +213,10 @@ PMISpace pmiSpace(JtwNode& carrier, JtwCollection& collection) {
 }
 
 const JtString* attributeOf(const jt::PMIGenericEntity& entity, const char* name) {
-  const JtString key(name);
+  // Compared in place: a key made for each look-up would be most of what reading costs.
+  const std::string_view ascii(name);
   for (const jt::PMIProperty& property : entity.properties)
-    if (property.key.text == key) return &property.value.text;
+    if (std::ranges::equal(property.key.text.units(), ascii)) return &property.value.text;
   return nullptr;
 }
 
