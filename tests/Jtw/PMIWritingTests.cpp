@@ -229,6 +229,26 @@ TEST_F(PMIWriting, PMIThatCannotBeReadAreKeptAndNotWritten) {
   EXPECT_EQ(root_.jtNode()->property(JtString("JT_LLPROP_PMI")), late.get());
 }
 
+TEST_F(PMIWriting, PMIOfADeletedPartStaysInPlace) {
+  JtwEntity& part =
+      *root_.createEntityNode(key(5), key(1), RTTran3D::fromPlacement(10, 20, 30, 0, 0, 90));
+  addForeign(*part.jtNode(), 0x0082, "on a part");
+  ASSERT_TRUE(jtw::loadWrappers(root_));
+  ASSERT_EQ(root_.PMIs().size(), 1U);
+  const RTVec3D place = root_.PMIs()[0]->absLoc().getTranslation();
+  EXPECT_NEAR(place.x, 10 - 2.2, 1e-5);
+  EXPECT_NEAR(place.y, 20 + 1.1, 1e-5);
+  root_.deleteNode(key(5));
+  ASSERT_TRUE(jtw::writePMIs(root_)) << jt::lastError();
+  const jt::PMIGenericEntity& moved = entity(root_, 0);
+  EXPECT_NE(attributes(moved).find("theirs=kept"), std::string::npos);
+  EXPECT_NEAR(moved.base.frame[0], place.x, 1e-5);
+  EXPECT_NEAR(moved.base.frame[3] - moved.base.frame[0], 0, 1e-5);
+  EXPECT_NEAR(moved.base.frame[4] - moved.base.frame[1], 1, 1e-5);
+  EXPECT_NEAR(moved.lines.vertices[0], 10 - 0.2, 1e-5);
+  EXPECT_NEAR(moved.lines.vertices[1], 20 + 0.1, 1e-5);
+}
+
 TEST_F(PMIWriting, ACopiedPartHasPMIWithoutKeys) {
   addForeign(*ComponentFixture::entity(5).jtNode(), 0x0100, "theirs");
   auto& stored = *pmiOf(nodeOf(root_, 5))->editGenericEntity(0);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "ApiGraphicsPMIAnnotationData.h"
 #include "JtwExport.h"
+#include "RTTran3D.h"
 #include "RWClassic.h"
 
 class JtwNode;
@@ -17,6 +19,9 @@ namespace jtw {
 /// @return false, with the reason in jt::lastError(), when the PMI of a JT node cannot be written;
 ///         those of the others are
 JTW_API bool writePMIs(JtwRoot& root);
+
+/// Takes everything that an annotation is drawn with, its plane included, through a transform.
+JTW_API void transformGraphics(ApiGraphicsPMIAnnotationData& graphics, const RTTran3D& by);
 
 /// Writes `pmis` as all the PMI of one object, with the marks that a collection keeps of them;
 /// nothing for objects that are neither collections nor entities. Result as writePMIs().

@@ -63,6 +63,14 @@ bool differ(JtwNode& carrier, const std::vector<JtwPMI*>& pmis) {
 
 }  // namespace
 
+void transformGraphics(ApiGraphicsPMIAnnotationData& graphics, const RTTran3D& by) {
+  for (auto* lines : {&graphics.geomPolylineSet, &graphics.textPolylineSet})
+    for (auto& line : *lines)
+      for (RTVec3D& point : line) point = by.transformPoint(point);
+  for (RTVec3D* axis : {&graphics.displayPlaneXAxis, &graphics.displayPlaneYAxis})
+    *axis = by.transformDirection(*axis);
+}
+
 bool writePMIsOf(JtwNode& node, const RWClassicTValOrderedVector<JtwPMI*>& pmis) {
   const bool isCollection = node.isCollection() != 0;
   if (!isCollection && node.type() != JtwNode::JT_ENTITY_NODE) return true;

@@ -213,8 +213,17 @@ RWClassicTValOrderedVector<JtwPMI*> JtwRoot::getJtwPMIsOfNode(const JtNode* jtNo
 }
 
 void JtwRoot::setJtwPMIsOfNodeToCollection(JtNode* jtNode) {
-  for (JtwPMI* pmi : getJtwPMIsOfNode(jtNode))
-    if (pmi->collection()) pmi->setOriginJtNode(pmi->collection()->jtNode());
+  JtwNode* carrier = nodesByJtNode_->find(jtNode);
+  const bool isEntity = carrier && carrier->type() == JT_ENTITY_NODE;
+  for (JtwPMI* pmi : getJtwPMIsOfNode(jtNode)) {
+    JtwCollection* collection = pmi->collection();
+    if (!collection) continue;
+    // The lines of an annotation are in the coordinates of the node that carries it.
+    if (isEntity && pmi->type() == JT_PMI_ANNOTATION_NODE)
+      jtw::transformGraphics(static_cast<JtwPMIAnnotation*>(pmi)->annotationData().graphics,
+                             jtw::placement(*carrier, *collection));
+    pmi->setOriginJtNode(collection->jtNode());
+  }
 }
 
 std::vector<JtwNode*> JtwRoot::pmiCarriers() {

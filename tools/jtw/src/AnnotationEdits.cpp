@@ -8,6 +8,7 @@
 #include "Failure.h"
 #include "JtkwPMITypeMaps.h"
 #include "JtwPMIAnnotation.h"
+#include "JtwPMIs.h"
 #include "ValueText.h"
 
 namespace tool {
@@ -121,11 +122,6 @@ const Setting* findSetting(std::string_view name) {
   return nullptr;
 }
 
-void transform(RTTwoLevelRWTOrderedVector<RTVec3D>& lines, const RTTran3D& by) {
-  for (auto& line : lines)
-    for (RTVec3D& point : line) point = by.transformPoint(point);
-}
-
 }  // namespace
 
 ApiPMIType parseAnnotationType(const Component& component, const std::string& name) {
@@ -156,13 +152,7 @@ std::function<void()> prepareAnnotationChange(JtwPMIAnnotation& annotation, std:
 
 void placeAnnotation(JtwPMIAnnotation& annotation, const RTTran3D& location) {
   ApiWmPMIAnnotationData& data = annotation.annotationData();
-  const RTTran3D move = location * annotation.relLoc().inverse();
-  transform(data.graphics.geomPolylineSet, move);
-  transform(data.graphics.textPolylineSet, move);
-  RTVec3D& x = data.graphics.displayPlaneXAxis;
-  RTVec3D& y = data.graphics.displayPlaneYAxis;
-  x = move.transformDirection(x);
-  y = move.transformDirection(y);
+  jtw::transformGraphics(data.graphics, location * annotation.relLoc().inverse());
   forgetStrokes(data);
   // A file keeps the rotation in the plane alone.
   annotation.setRelLoc(RTTran3D::fromTranslation(location.getTranslation()));
