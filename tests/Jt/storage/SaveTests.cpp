@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -62,6 +63,34 @@ std::string saveText(const std::string& path, const std::string& text,
 } catch (const JtFormatError& error) {
   EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();
   return error.code();
+}
+
+TEST(Save, TakesItsPiecesFromMoreFilesThanThereAreDescriptors) {
+  constexpr std::size_t kFiles = 300;
+  const TempFolder folder;
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit few{100, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+  std::vector<jt::Ref<jt::FileImage>> images;
+  std::vector<jt::FilePiece> pieces;
+  std::string expected;
+  for (std::size_t i = 0; i < kFiles; ++i) {
+    const std::string content(i % 3 == 0 ? 70'000 : 5, static_cast<char>('a' + i % 20));
+    images.push_back(openImage(folder.write("in/" + std::to_string(i), content)));
+    pieces.push_back({images.back()->bytes(), images.back().get(), 0});
+    expected += content;
+  }
+  // Another file in the place of one that was opened: its bytes are those of the opening.
+  folder.write("new", "other bytes");
+  fs::rename(folder / "new", folder / "in/250");
+  EXPECT_TRUE(save(folder / "out", pieces).warnings.empty());
+  EXPECT_EQ(contentOf(folder / "out"), expected);
+  fs::resize_file(folder / "in/251", 4);
+  EXPECT_THROW(save(folder / "out", pieces), JtFormatError);
+  EXPECT_EQ(contentOf(folder / "out"), expected);
+  images.clear();
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
 }
 
 TEST(Save, WritesAllPiecesInOrder) {

@@ -2,6 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
 
 #include "JtFormatError.h"
 
@@ -22,6 +27,18 @@ void requireRegular(const std::string& path, const struct stat& info) {
                       {.file = path, .segment = {}, .element = {}, .offset = {}});
 }
 
+/// Descriptors that stay open, of all files of the process.
+std::atomic<long> keptDescriptors{0};
+
+/// A share of what the process may open: others need descriptors too.
+long mostKept() {
+  constexpr long kMost = 64;
+  constexpr rlim_t kShare = 4;
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return kMost;
+  return static_cast<long>(std::min<rlim_t>(limit.rlim_cur / kShare, kMost));
+}
+
 }  // namespace
 
 Ref<MappedFile> MappedFile::open(const std::string& path) {
@@ -33,38 +50,61 @@ Ref<MappedFile> MappedFile::open(const std::string& path) {
   Ref<MappedFile> result(new MappedFile(path));
   const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   result->file_ = Descriptor(uninterrupted([&] { return ::open(path.c_str(), flags); }));
-  if (!result->file_ || ::fstat(result->descriptor(), &info) != 0) failOpen(path, errno);
+  if (!result->file_ || ::fstat(result->file_.get(), &info) != 0) failOpen(path, errno);
   requireRegular(path, info);
   result->identity_ = identityOf(info);
+  result->isKept_ = ++keptDescriptors <= mostKept();
+  if (!result->isKept_) --keptDescriptors;
   if (info.st_size == 0) return result;
 
   const auto size = static_cast<std::size_t>(info.st_size);
-  void* start = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, result->descriptor(), 0);
+  void* start = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, result->file_.get(), 0);
   if (start == MAP_FAILED) failOpen(path, errno);
   result->start_ = static_cast<const std::byte*>(start);
   result->size_ = size;
+  if (!result->isKept_) result->file_ = Descriptor();
   return result;
 }
 
 MappedFile::~MappedFile() {
   if (start_) ::munmap(const_cast<std::byte*>(start_), size_);
+  if (isKept_) --keptDescriptors;
 }
 
 void MappedFile::checkPresent() const {
   struct stat info {};
-  if (::fstat(descriptor(), &info) == 0 && static_cast<std::uint64_t>(info.st_size) >= size_)
-    return;
-  failShorter(static_cast<std::uint64_t>(info.st_size));
+  if (file_) {
+    if (::fstat(file_.get(), &info) != 0) info.st_size = 0;
+  } else if (::stat(path_.c_str(), &info) != 0 || info.st_dev != identity_.device ||
+             info.st_ino != identity_.inode) {
+    return;  // another file has the name: whatever happens to that one, the mapping stays
+  }
+  if (static_cast<std::uint64_t>(info.st_size) < size_)
+    failShorter(static_cast<std::uint64_t>(info.st_size));
 }
 
-void MappedFile::readAt(std::uint64_t offset, std::span<std::byte> out) const {
+MappedFile::Access::Access(const MappedFile& file) : file_(file), number_(file.file_.get()) {
+  if (number_ >= 0) return;
+  const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  reopened_ = Descriptor(uninterrupted([&] { return ::open(file.path_.c_str(), flags); }));
+  struct stat info {};
+  if (reopened_ && ::fstat(reopened_.get(), &info) == 0 && info.st_dev == file.identity_.device &&
+      info.st_ino == file.identity_.inode)
+    number_ = reopened_.get();
+}
+
+void MappedFile::Access::readAt(std::uint64_t offset, std::span<std::byte> out) const {
+  if (number_ < 0) {
+    std::memcpy(out.data(), file_.start_ + offset, out.size());
+    return;
+  }
   while (!out.empty()) {
     const ssize_t count = uninterrupted(
-        [&] { return ::pread(descriptor(), out.data(), out.size(), static_cast<off_t>(offset)); });
+        [&] { return ::pread(number_, out.data(), out.size(), static_cast<off_t>(offset)); });
     if (count < 0)
       throw JtFormatError("unreadable", "cannot be read: " + errorText(errno),
-                          {.file = path_, .segment = {}, .element = {}, .offset = offset});
-    if (count == 0) failShorter(offset);
+                          {.file = file_.path_, .segment = {}, .element = {}, .offset = offset});
+    if (count == 0) file_.failShorter(offset);
     out = out.subspan(static_cast<std::size_t>(count));
     offset += static_cast<std::uint64_t>(count);
   }

@@ -88,7 +88,7 @@ void ReadBack::compareNext(std::span<std::byte> found) {
     const auto part =
         static_cast<std::size_t>(std::min<std::uint64_t>(run.size - inRun_, found.size()));
     const std::byte* wanted = run.memory ? run.memory + inRun_ : wanted_.data();
-    if (run.file) run.file->readAt(run.offset + inRun_, std::span(wanted_).first(part));
+    if (run.file) source_.of(*run.file).readAt(run.offset + inRun_, std::span(wanted_).first(part));
     if (std::memcmp(found.data(), wanted, part) != 0)
       errors_.raise("verify_failed",
                     "the new file, read back, differs from what was written in bytes " +

@@ -43,6 +43,7 @@ class ReadBack {
   std::uint64_t compared_ = 0;
   std::vector<std::byte> found_;
   std::vector<std::byte> wanted_;
+  OpenedSource source_;
   std::exception_ptr failure_;
 
   std::mutex mutex_;

@@ -47,7 +47,7 @@ class Writer {
     const std::size_t place = buffer_.size();
     buffer_.resize(place + size);
     if (run.file)
-      run.file->readAt(run.offset, std::span(buffer_).subspan(place));
+      source_.of(*run.file).readAt(run.offset, std::span(buffer_).subspan(place));
     else
       std::memcpy(buffer_.data() + place, run.memory, size);
   }
@@ -72,12 +72,13 @@ class Writer {
   /// Bytes copied: fewer than all when the system cannot copy between these two files.
   std::uint64_t copyInSystem(const ContentRun& run) {
     std::uint64_t done = 0;
-    while (done < run.size) {
+    const int source = source_.of(*run.file).descriptor();
+    while (source >= 0 && done < run.size) {
       const ssize_t count = uninterrupted([&] {
         // Fresh offsets a try: the call may move them.
         auto from = static_cast<off64_t>(run.offset + done);
         auto to = static_cast<off64_t>(position_);
-        return ::copy_file_range(run.file->descriptor(), &from, file_, &to,
+        return ::copy_file_range(source, &from, file_, &to,
                                  static_cast<std::size_t>(std::min(run.size - done, kStep)), 0);
       });
       // Nothing copied: reading tells whether the file ended or the system does not support it.
@@ -98,7 +99,7 @@ class Writer {
     while (done < run.size) {
       buffer_.resize(
           static_cast<std::size_t>(std::min<std::uint64_t>(run.size - done, kBufferSize)));
-      run.file->readAt(run.offset + done, buffer_);
+      source_.of(*run.file).readAt(run.offset + done, buffer_);
       done += buffer_.size();
       flush();
     }
@@ -118,6 +119,7 @@ class Writer {
   const SaveErrors& errors_;
   const std::function<void(std::uint64_t)>& progress_;
   std::vector<std::byte> buffer_;
+  OpenedSource source_;
   std::uint64_t position_ = 0;
   std::uint64_t announced_ = 0;
 };
@@ -133,6 +135,15 @@ void reserveRoom(int file, std::uint64_t size, const SaveErrors& errors) {
 }
 
 }  // namespace
+
+const MappedFile::Access& OpenedSource::of(const MappedFile& file) {
+  if (file_ != &file) {
+    access_.reset();
+    access_.emplace(file);
+    file_ = &file;
+  }
+  return *access_;
+}
 
 SaveContent::SaveContent(std::span<const FilePiece> pieces) {
   runs_.reserve(pieces.size());

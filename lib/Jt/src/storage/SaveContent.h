@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -18,6 +19,17 @@ struct ContentRun {
   const MappedFile* file = nullptr;   ///< null: in memory
   std::uint64_t offset = 0;           ///< in `file`
   const std::byte* memory = nullptr;  ///< when there is no `file`
+};
+
+/// The opened file that runs are read from, one at a time: the runs may come from more files than
+/// there are descriptors.
+class OpenedSource {
+ public:
+  const MappedFile::Access& of(const MappedFile& file);
+
+ private:
+  const MappedFile* file_ = nullptr;
+  std::optional<MappedFile::Access> access_;
 };
 
 /// What a save writes: the pieces that it was given, neighbours joined.
