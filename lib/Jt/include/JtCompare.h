@@ -82,10 +82,10 @@ struct CompareResult {
 /// Compares two opened files, or partitions made in memory. Children are matched by identity key,
 /// then by content, then by name and type, then by place; what one side lacks is one difference. A
 /// pair of nodes is compared once, however many paths lead to it; partitions that stand for other
-/// files are compared by file name. Segments are loaded only where their bytes differ. Throws
-/// JtFormatError when a segment that must be looked at is damaged, and "too_complex" when shared
-/// nodes can be paired in unreasonably many ways, or too many primitives of a shape lie within the
-/// tolerance of each other.
+/// files are compared by what is in the files where both are open, else by file name. Segments are
+/// loaded only where their bytes differ. Throws JtFormatError when a segment that must be looked at
+/// is damaged, and "too_complex" when shared nodes can be paired in unreasonably many ways, or too
+/// many primitives of a shape lie within the tolerance of each other.
 JT_API CompareResult compare(const JtPartition& a, const JtPartition& b,
                              const CompareOptions& options, CompareSink& sink);
 

@@ -32,6 +32,8 @@ struct ReadLimits {
   std::uint64_t maxDocumentBytes = 4ULL << 30;  ///< inflated bytes of all segments in memory
   std::uint32_t maxZlibRatio = 1032;            ///< inflated bytes a stored byte
   std::uint32_t maxLzmaRatio = 8192;            ///< inflated bytes a stored byte
+  /// Also open part files that a symbolic link leads out of the folder of the file that names them.
+  bool followLinks = false;
 };
 
 /// Something noticed in a file that does not keep it from being read.
@@ -58,6 +60,8 @@ struct SaveOptions {
   bool rewriteSceneGraph = false;      ///< encode the scene graph anew although nothing changed
   int compressionLevel = 6;            ///< zlib level, 1 to 12
   std::optional<ShapeEncoding> shapeEncoding;  ///< for a partition that has none of its own
+  /// Also save the opened part files that were changed, to their own places.
+  bool partFiles = true;
   StorageSaveOptions storage;
 };
 
@@ -66,6 +70,16 @@ struct SaveReport {
   FileVersion version;
   std::vector<SegmentAction> segments;
   std::vector<SaveWarning> warnings;
+  std::vector<SaveReport> alsoSaved;  ///< of the part files that were saved first
+};
+
+/// Why the file that a partition stands for is not open.
+struct PartFailure {
+  std::string file;  ///< path; as the partition names it when no path comes of that
+  /// "external_missing", "external_outside", "external_cycle", "no_location", or that of the error
+  /// which opening the file gave
+  std::string code;
+  std::string message;
 };
 
 /// Why the last operation of this thread that reports by its result failed: the file and the
@@ -110,9 +124,9 @@ class JT_API JtPartition : public JtGroup {
   static void openPartition(JtStorageLocation* location, JtGroup* parent, JtPartition*& out,
                             const jt::ReadLimits& limits = {});
   /// Opens the partitions below `partition` that stand for other files, theirs too when
-  /// `recursive`. Each file is opened once, however often it is named. Missing and damaged files
-  /// leave their partition without content; the partition's notes tell. False when any could not be
-  /// opened.
+  /// `recursive`. Each file is opened once, however often it is named. Missing and damaged files,
+  /// and those that only a link leads to, out of the folder, leave their partition without content;
+  /// notes and partFailure() say why. False when any could not be opened.
   static bool openAllPartitions(JtPartition* partition, bool recursive);
   /// Drops the content: children and opened files. Nodes that somebody else holds stay usable, and
   /// background loads that still run keep what they read. What was not saved is lost, and a closed
@@ -144,6 +158,8 @@ class JT_API JtPartition : public JtGroup {
   void setFileName(const JtString& name);
   /// The opened file behind a partition with a file name; null when it is not open.
   JtPartition* externalPartition() const noexcept { return external_.get(); }
+  /// Why it is not open after openAllPartitions; nothing when it is, or when nobody tried.
+  const std::optional<jt::PartFailure>& partFailure() const noexcept { return partFailure_; }
   /// Extent of everything below; nothing when unknown.
   std::optional<jt::Box> bounds() const;
   void setBounds(const jt::Box& box);
@@ -174,9 +190,10 @@ class JT_API JtPartition : public JtGroup {
   void setShapeEncoding(const std::optional<jt::ShapeEncoding>& encoding);
   /// Writes the partition to `location` (null: its own). Untouched segments are copied byte for
   /// byte, the scene graph is encoded only when something in it changed. Either everything is
-  /// written or the old bytes stay. Partitions below that stand for other files and were changed
-  /// are saved to their own locations first. Throws JtFormatError: "closed" for a closed partition,
-  /// "no_location", and what JtStorageManager::save throws.
+  /// written or the old bytes stay. Part files that were changed are saved to their own locations
+  /// first, unless the options say otherwise; everything is worked out before the first of several
+  /// files is written. Throws JtFormatError: "closed" for a closed partition, "no_location", and
+  /// what JtStorageManager::save throws.
   jt::SaveReport save(JtStorageLocation* location = nullptr, const jt::SaveOptions& options = {});
   /// Writes the partition to its own location, and partitions below that stand for other files and
   /// were changed to theirs. Throws JtFormatError.
@@ -202,6 +219,8 @@ class JT_API JtPartition : public JtGroup {
  private:
   void requireOpen(const JtStorageLocation& target) const;
   jt::SaveReport saveOwn(JtStorageLocation& location, const jt::SaveOptions& options);
+  std::vector<jt::SaveReport> savePartFiles(JtStorageLocation& target,
+                                            const jt::SaveOptions& options);
   void attachExternal(jt::Ref<JtPartition> opened);
   bool openExternal(const JtPartition& referencing, struct JtExternalFiles& files);
 
@@ -219,6 +238,7 @@ class JT_API JtPartition : public JtGroup {
   jt::Ref<JtPartition> external_;
   // What its saves left, by path: a file that has not changed since is still its own.
   std::map<std::string, std::optional<jt::FileIdentity>> savedAs_;
+  std::optional<jt::PartFailure> partFailure_;
   std::vector<jt::Note> notes_;
   std::optional<jt::ShapeEncoding> shapeEncoding_;
 

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "ApiProtoKey.h"
 #include "JtwExport.h"
 #include "JtwNode.h"
 #include "RTTran3D.h"
+#include "RWClassic.h"
 
 class JtNode;
 class JtPartition;
@@ -30,6 +33,26 @@ JTW_API bool loadWrappers(JtwRoot& root);
 /// then the frames and annotations in list order. A wrapper stands under the nearest wrapper above
 /// it on the first path; each occurs once, whether it has a key or not.
 JTW_API std::vector<TreeEntry> tree(JtwRoot& root, JtwNode& start);
+
+/// One place of an object in the component.
+struct TreePlace {
+  JtwNode* node = nullptr;
+  int depth = 0;          ///< 0 for the component
+  std::size_t first = 0;  ///< index in the list of the object's first place; its own for that
+  /// Object ids that lead to the object's JT node in this place: of the partitions that stand for
+  /// the files on the way, of nodes where a further place begins, and at last its own. For a frame
+  /// or annotation, to the collection's. Empty when one of the nodes has no id.
+  std::vector<std::int32_t> ids{};
+  /// In a further place: relative to the object that it is listed under, in millimetres.
+  RTTran3D relLoc{};
+  /// In a further place of an object that has its name from where it is placed.
+  RWClassicWString name{};
+};
+
+/// All places of all objects: as tree(), and where a node is met again, on another path, it and
+/// everything below it once more. Once the list has `most` entries, what is met again is listed
+/// without what is below it, so that an assembly of assemblies stays within bounds.
+JTW_API std::vector<TreePlace> treePlaces(JtwRoot& root, std::size_t most);
 
 /// The direct children of a node in the order of tree().
 JTW_API std::vector<JtwNode*> children(JtwRoot& root, JtwNode& node);

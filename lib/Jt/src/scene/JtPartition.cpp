@@ -8,6 +8,7 @@
 #include "JtFormatError.h"
 #include "file/FileWriter.h"
 #include "file/SceneReader.h"
+#include "storage/RelativePath.h"
 
 bool JtPartition::_autoLoadShapes = true;
 
@@ -101,9 +102,13 @@ void JtPartition::openPartition(JtStorageLocation* location, JtGroup* parent, Jt
   out = opened.get();
 }
 
-/// The files met while partitions are opened, so that each is opened once.
+/// The files met while partitions are opened, so that each is tried once.
 struct JtExternalFiles {
-  std::map<std::string, jt::Ref<JtPartition>> opened;
+  struct Entry {
+    jt::Ref<JtPartition> opened;
+    std::optional<JtFormatError> error;
+  };
+  std::map<std::string, Entry> byPath;
 };
 
 void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
@@ -133,32 +138,45 @@ bool standsAbove(const JtNode* node, const JtNode* partition) {
 /// known.
 bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& files) {
   const std::string name = fileName_.stringToMbs();
-  const auto fail = [&](const char* code, const std::string& why) {
+  std::string file = name;
+  partFailure_.reset();
+  const auto fail = [&](const std::string& code, const std::string& why) {
+    partFailure_ = {file, code, why};
     notes_.push_back({true, code, {}, {}, "partition file \"" + name + "\": " + why});
     jt::setLastError(notes_.back().message);
     return false;
   };
-  const JtStorageLocation* base = referencing.location_.get();
+  JtStorageLocation* const base = referencing.location_.get();
   if (!base) return fail("no_location", "the place of the referencing file is not known");
+  const jt::ReadLimits limits =
+      referencing.scene_ ? referencing.container()->limits() : jt::ReadLimits{};
   try {
     const jt::Ref<JtStorageLocation> place = JtStorageManager::current()->resolve(*base, fileName_);
-    if (!place)
-      return fail("external_missing",
-                  "it was not found beside the referencing file, or points outside its folder");
-    jt::Ref<JtPartition>& opened = files.opened[place->displayName().stringToMbs()];
-    if (!opened) {
-      JtPartition* raw = nullptr;
-      openPartition(place.get(), nullptr, raw,
-                    referencing.scene_ ? referencing.container()->limits() : jt::ReadLimits{});
-      opened = raw;
-      raw->unref();
+    if (!place && jt::as<JtFSStorageLocation>(base))
+      return fail("external_outside", "it lies outside the folder of the referencing file");
+    if (!place) return fail("external_missing", "the referencing file has no folder to look in");
+    file = place->displayName().stringToMbs();
+    if (!limits.followLinks && jt::storage::leadsOutside(*base, *place))
+      return fail("external_outside",
+                  "a link leads out of the folder of the referencing file; it is not followed");
+    const auto [entry, isNew] = files.byPath.try_emplace(file);
+    if (isNew) {
+      try {
+        JtPartition* raw = nullptr;
+        openPartition(place.get(), nullptr, raw, limits);
+        entry->second.opened = jt::Ref<JtPartition>::adopt(raw);
+      } catch (const JtFormatError& error) {
+        entry->second.error = error;
+      }
     }
+    if (entry->second.error) throw *entry->second.error;
+    const jt::Ref<JtPartition>& opened = entry->second.opened;
     if (standsAbove(opened.get(), this))
       return fail("external_cycle", "it contains the referencing file");
     attachExternal(opened);
     return true;
   } catch (const JtFormatError& error) {
-    return fail(error.code().c_str(), error.what());
+    return fail(error.code(), error.what());
   }
 }
 
@@ -166,9 +184,10 @@ bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
   if (!partition) return false;
   JtExternalFiles files;
   if (partition->location_)
-    files.opened[partition->location_->displayName().stringToMbs()] = partition;
+    files.byPath[partition->location_->displayName().stringToMbs()].opened = partition;
   bool allOpened = true;
   std::vector<JtPartition*> pending{partition};
+  std::unordered_set<const JtPartition*> seen{partition};
   for (std::size_t i = 0; i < pending.size(); ++i) {
     JtPartition* file = pending[i];
     for (const JtNode* node : jt::file::SceneWriter::nodesOf(*file)) {
@@ -182,8 +201,7 @@ bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
                                    inner->notes_.end());
         continue;
       }
-      if (recursive &&
-          std::find(pending.begin(), pending.end(), inner->external_.get()) == pending.end())
+      if (recursive && seen.insert(inner->external_.get()).second)
         pending.push_back(inner->external_.get());
     }
   }
@@ -318,20 +336,40 @@ jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOpti
   if (!target)
     throw JtFormatError("no_location", "the partition has no storage location to be saved to");
   requireOpen(*target);
-  if (!options.dryRun) {
-    // A file may stand below one that was not changed, and in many places.
-    const std::vector<ExternalFile> files = externalFilesBelow(*this, options.shapeEncoding);
-    for (auto file = files.rbegin(); file != files.rend(); ++file) {
-      JtPartition& other = *file->partition;
-      if (!other.isContentModified()) continue;
-      if (!other.location_)
-        throw JtFormatError("no_location", "a partition file has no storage location");
-      jt::SaveOptions inherited;
-      inherited.shapeEncoding = file->encoding;
-      other.saveOwn(*other.location_, inherited);
-    }
-  }
-  return saveOwn(*target, options);
+  std::vector<jt::SaveReport> parts;
+  if (options.partFiles) parts = savePartFiles(*target, options);
+  jt::SaveReport report = saveOwn(*target, options);
+  report.alsoSaved = std::move(parts);
+  return report;
+}
+
+/// A file may hang below one that was not changed, and in many places.
+std::vector<jt::SaveReport> JtPartition::savePartFiles(JtStorageLocation& target,
+                                                       const jt::SaveOptions& options) {
+  std::vector<ExternalFile> changed = externalFilesBelow(*this, options.shapeEncoding);
+  std::erase_if(changed,
+                [](const ExternalFile& file) { return !file.partition->isContentModified(); });
+  std::reverse(changed.begin(), changed.end());
+  const auto write = [&](const ExternalFile& file, bool dryRun) {
+    JtPartition& other = *file.partition;
+    if (!other.location_)
+      throw JtFormatError("no_location", "a partition file has no storage location");
+    jt::SaveOptions inherited;
+    inherited.dryRun = dryRun;
+    inherited.compressionLevel = options.compressionLevel;
+    inherited.shapeEncoding = file.encoding;
+    return other.saveOwn(*other.location_, inherited);
+  };
+  std::vector<jt::SaveReport> reports;
+  for (const ExternalFile& file : changed) reports.push_back(write(file, true));
+  if (options.dryRun || changed.empty()) return reports;
+  // What cannot be encoded is found before the first file is written.
+  jt::SaveOptions trial = options;
+  trial.dryRun = true;
+  saveOwn(target, trial);
+  reports.clear();
+  for (const ExternalFile& file : changed) reports.push_back(write(file, false));
+  return reports;
 }
 
 /// The file of this partition alone.

@@ -115,4 +115,17 @@ std::optional<std::string> findRelative(const std::string& folder, std::string_v
   return join(*named);
 }
 
+bool leadsOutside(const JtStorageLocation& base, const JtStorageLocation& place) {
+  const auto* from = as<JtFSStorageLocation>(&base);
+  const auto* to = as<JtFSStorageLocation>(&place);
+  if (!from || !to) return false;
+  std::error_code error;
+  const fs::path folder =
+      fs::canonical(fs::absolute(from->fullFilePath(), error).parent_path(), error);
+  const fs::path target = error ? fs::path() : fs::canonical(to->fullFilePath(), error);
+  if (error) return false;
+  return std::mismatch(folder.begin(), folder.end(), target.begin(), target.end()).first !=
+         folder.end();
+}
+
 }  // namespace jt::storage

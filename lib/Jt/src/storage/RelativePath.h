@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "JtStorageLocation.h"
+
 namespace jt::storage {
 
 /// Finds the file that another file names by a path relative to its folder. Names in files come
@@ -14,5 +16,9 @@ namespace jt::storage {
 ///   case only, else the one of that name in `folder` itself; when there is no file, as it is
 ///   named. Nothing for absolute paths, drive letters, URLs and paths that leave `folder`.
 std::optional<std::string> findRelative(const std::string& folder, std::string_view path);
+
+/// True when symbolic links lead from `place` to something outside the folder of `base`. False for
+/// places that are no files, or not there.
+bool leadsOutside(const JtStorageLocation& base, const JtStorageLocation& place);
 
 }  // namespace jt::storage

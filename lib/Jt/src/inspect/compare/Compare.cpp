@@ -23,6 +23,14 @@ struct PointerPairHash {
 };
 using PointerPairs = std::unordered_set<std::pair<const void*, const void*>, PointerPairHash>;
 
+/// Opened part files that two nodes of one place stand for.
+struct PartPair {
+  const JtPartition* a = nullptr;
+  const JtPartition* b = nullptr;
+  std::string path;        ///< of the nodes
+  double millimetres = 1;  ///< in the unit of length that holds at the nodes
+};
+
 /// Walks both graphs at once, pair by pair.
 class Comparison {
  public:
@@ -37,9 +45,10 @@ class Comparison {
         tolerance_(options.tolerance),
         workLeft_(kWorkALink * (graphs_.factsA.edges() + graphs_.factsB.edges()) + kWorkALink) {}
 
-  CompareResult run() {
+  /// @param millimetres in the unit of length that holds where the files name none
+  CompareResult run(double millimetres) {
     NodePair roots{&graphs_.a, &graphs_.b};
-    roots.millimetres = unitOf(graphs_.a, 1);
+    roots.millimetres = unitOf(graphs_.a, millimetres);
     std::vector<PairId> pending{report_.add(roots)};
     while (!pending.empty()) {
       const PairId id = pending.back();
@@ -53,6 +62,7 @@ class Comparison {
     segments_.compareUnnamed();
     return report_.result();
   }
+  std::vector<PartPair> takeParts() { return std::move(parts_); }
 
  private:
   // Shared nodes can be held against each other in many ways; real files stay far below.
@@ -68,6 +78,24 @@ class Comparison {
     }
     compareAttributes(id, a, b);
     properties_.compare(id, a, b);
+    comparePartFiles(id, a, b);
+  }
+
+  /// Files that could not be opened on both sides are compared by name alone.
+  void comparePartFiles(PairId id, const JtNode& a, const JtNode& b) {
+    const auto* partA = as<JtPartition>(&a);
+    const auto* partB = as<JtPartition>(&b);
+    if (id == 0 || !partA || !partB) return;
+    const JtPartition* fileA = openFileOf(a);
+    const JtPartition* fileB = openFileOf(b);
+    if (fileA && fileB) {
+      parts_.push_back({fileA, fileB, report_.path(id), report_.pair(id).millimetres});
+    } else if ((fileA && partB->partFailure()) || (fileB && partA->partFailure())) {
+      const auto state = [](const JtPartition* file) {
+        return std::string(file ? "read" : "not readable");
+      };
+      tell(id, DifferenceKind::field, "partFile", state(fileA), state(fileB));
+    }
   }
 
   /// Elements of unknown types are plain nodes and groups in memory; only their file knows more.
@@ -83,8 +111,10 @@ class Comparison {
       compareCarried(id, DifferenceKind::field, elementName(&a), a, b);
       return;
     }
+    const bool areOpenFiles = openFileOf(a) && openFileOf(b);
     objects_.compare(a, b, toleranceOf(id),
                      [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
+                       if (areOpenFiles && field == "fileName") return;  // what is in them counts
                        tell(id, DifferenceKind::field, field, x, y);
                      });
   }
@@ -100,6 +130,12 @@ class Comparison {
     const NodePair& pair = report_.pair(id);
     return {tolerance_, pair.millimetres,
             std::max(graphs_.factsA.of(pair.a).reach, graphs_.factsB.of(pair.b).reach)};
+  }
+
+  /// The opened file that a partition stands for, or null.
+  static const JtPartition* openFileOf(const JtNode& node) {
+    const auto* partition = as<JtPartition>(&node);
+    return partition ? partition->externalPartition() : nullptr;
   }
 
   void compareCarried(PairId id, DifferenceKind kind, const std::string& name,
@@ -248,10 +284,50 @@ class Comparison {
   PointerPairs seenNodes_;  // only of nodes that several paths may reach
   PointerPairs seenAttributes_;
   double tolerance_;
+  std::vector<PartPair> parts_;
   std::size_t workLeft_;
 };
 
+/// Passes the differences of a part file on, with the path of the nodes that stand for it.
+class PartSink : public CompareSink {
+ public:
+  PartSink(CompareSink& sink, const std::string& path) : sink_(sink), path_(path) {}
+  void difference(const Difference& difference) override {
+    if (path_.empty()) return sink_.difference(difference);
+    Difference ofPart = difference;
+    ofPart.path = ofPart.path == "/" ? path_ : path_ + ofPart.path;
+    sink_.difference(ofPart);
+  }
+
+ private:
+  CompareSink& sink_;
+  const std::string& path_;
+};
+
 }  // namespace
+
+/// The files, and the part files that hang in one place of both: each pair once.
+CompareResult compareAssemblies(const JtPartition& a, const JtPartition& b,
+                                const CompareOptions& options, CompareSink& sink) {
+  CompareResult all;
+  std::vector<PartPair> pending{{&a, &b, {}, 1}};
+  PointerPairs seen{{&a, &b}};
+  for (std::size_t i = 0; i < pending.size(); ++i) {
+    const PartPair pair = pending[i];
+    CompareOptions left = options;
+    left.maxDifferences -= std::min<std::uint64_t>(left.maxDifferences, all.differences);
+    PartSink partSink(sink, pair.path);
+    Comparison comparison(*pair.a, *pair.b, left, partSink);
+    const CompareResult result = comparison.run(pair.millimetres);
+    all.differences += result.differences;
+    all.skipped += result.skipped;
+    for (PartPair& part : comparison.takeParts()) {
+      if (!pair.path.empty()) part.path = pair.path + part.path;
+      if (seen.emplace(part.a, part.b).second) pending.push_back(std::move(part));
+    }
+  }
+  return all;
+}
 
 }  // namespace compare_detail
 
@@ -283,7 +359,7 @@ const char* differenceName(DifferenceKind kind) noexcept {
 
 CompareResult compare(const JtPartition& a, const JtPartition& b, const CompareOptions& options,
                       CompareSink& sink) {
-  return compare_detail::Comparison(a, b, options, sink).run();
+  return compare_detail::compareAssemblies(a, b, options, sink);
 }
 
 }  // namespace jt

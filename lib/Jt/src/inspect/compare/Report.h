@@ -60,10 +60,12 @@ class Report {
   void skip() noexcept { ++result_.skipped; }
   const CompareResult& result() const noexcept { return result_; }
 
+  /// Names of the nodes down to a pair's node, each behind a '/'; "/" for the roots.
+  std::string path(PairId pair);
+
   static constexpr PairId kFile = 0xffffffffU;
 
  private:
-  std::string path(PairId pair);
   std::string step(const JtNode& parent, int index, const GraphFacts& facts);
   bool isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts);
 
