@@ -10,34 +10,44 @@ constexpr Option kMaxSegment{"max-segment", 0, "BYTES",
                              "the most that one segment may unpack to (1G)"};
 constexpr Option kMaxDocument{"max-document", 0, "BYTES",
                               "the most that all segments may unpack to (4G)"};
+constexpr Option kFollowLinks{"follow-links", 0, nullptr,
+                              "open part files that a link leads out of the folder to"};
+constexpr Option kTopOnly{"top-only", 0, nullptr,
+                          "leave the part files where they are; OUT refers to them by name"};
 constexpr Option kDryRun{"dry-run", 0, nullptr, "report what would be done, write nothing"};
 
 constexpr Option kInfoOptions[] = {
-    {"segments", 0, nullptr, "list the segments"}, kMaxSegment, kMaxDocument};
-constexpr Option kGraphOptions[] = {
-    {"metadata", 0, nullptr, "load the metadata segments too"}, kMaxSegment, kMaxDocument};
+    {"segments", 0, nullptr, "list the segments"}, kMaxSegment, kMaxDocument, kFollowLinks};
+constexpr Option kGraphOptions[] = {{"metadata", 0, nullptr, "load the metadata segments too"},
+                                    {"parts", 0, nullptr, "list the nodes of the part files too"},
+                                    kMaxSegment,
+                                    kMaxDocument,
+                                    kFollowLinks};
 constexpr Option kExplainOptions[] = {
     {"segment", 0, "N|ID",
      "only this segment: its row in the table of contents, from 0, or its id"},
     kMaxSegment,
     kMaxDocument};
-constexpr Option kLimitOptions[] = {kMaxSegment, kMaxDocument};
+constexpr Option kLimitOptions[] = {kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kCopyOptions[] = {
     {"version", 0, "V", "8.1, 8.2, 9.5, 10.0 or 10.2; without it that of IN"},
+    kTopOnly,
     kDryRun,
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kDiffOptions[] = {
     {"tolerance", 't', "T", "how far apart lengths may be, in millimetres (0)"},
     {"segments", 0, nullptr, "also compare the segments byte for byte"},
     {"limit", 0, "N", "the most differences that are listed (1000)"},
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kNewOptions[] = {
     {"unit", 0, "UNIT", "its unit of length, named as for set (Millimeters)"},
     {"force", 0, nullptr, "replace a component that is there already"},
     kDryRun};
-constexpr Option kSetOptions[] = {kDryRun, kMaxSegment, kMaxDocument};
+constexpr Option kSetOptions[] = {kDryRun, kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kKey{"key", 0, "K", "the key of the new object; 'auto', the next free one (auto)"};
 constexpr Option kAddOptions[] = {kKey,
                                   {"parent", 0, "P", "the object that it goes under (root)"},
@@ -51,35 +61,42 @@ constexpr Option kAddOptions[] = {kKey,
                                   {"leader", 0, "x,y,z", "of an annotation: moves it by so much"},
                                   kDryRun,
                                   kMaxSegment,
-                                  kMaxDocument};
+                                  kMaxDocument,
+                                  kFollowLinks};
 constexpr Option kPmiOptions[] = {
     {"all", 0, nullptr, "also list annotations that another program made"},
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kMvOptions[] = {
     {"parent", 0, "P", "the object that it moves under"},
     {"keep-place", 0, nullptr, "it stays where it is in the component"},
     kDryRun,
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kCloneOptions[] = {
     kKey,
     {"without-geometry", 0, nullptr, "what lies below the entity's node is not copied"},
     kDryRun,
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kFramesOptions[] = {
     {"set", 0, "FILE",
      "put the frames in FILE, or on standard input, in the place of those of KEY"},
     {"binary", 0, nullptr, "with --set: store the list in a segment of its own, loaded on demand"},
     kDryRun,
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kExportOptions[] = {
     {"version", 0, "V", "the JT version to write; without it that of DOC"},
+    kTopOnly,
     kDryRun,
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 
 constexpr Option kSnapshotOptions[] = {
     {"size", 0, "WxH", "width and height in pixels (1024x768)"},
@@ -87,7 +104,8 @@ constexpr Option kSnapshotOptions[] = {
     {"background", 0, "COLOR", "#rrggbb[aa], r,g,b[,a] or transparent (white)"},
     {"pmi", 0, "on|off", "whether annotations are drawn (on)"},
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 
 constexpr Option kUnit{
     "unit", 0, "U",
@@ -119,16 +137,20 @@ constexpr Option kConvertOptions[] = {
     kLossless,
     kBits,
     kProfile,
+    kTopOnly,
     kDryRun,
     kMaxSegment,
-    kMaxDocument};
+    kMaxDocument,
+    kFollowLinks};
 
 constexpr Command kCommands[] = {
     {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
-     "Reads nothing but the header, the table of contents and the scene graph.", 1, 1, kInfoOptions,
-     runInfo},
-    {"graph", "FILE [--metadata]", "the scene graph of a JT file as it is stored",
-     "jtw graph gear.jt", "", 1, 1, kGraphOptions, runGraph},
+     "Reads nothing but the header, the table of contents and the scene graph, of the part files "
+     "too.",
+     1, 1, kInfoOptions, runInfo},
+    {"graph", "FILE [--metadata] [--parts]", "the scene graph of a JT file as it is stored",
+     "jtw graph gear.jt", "Part files are named, and with --parts their nodes are listed as well.",
+     1, 1, kGraphOptions, runGraph},
     {"explain", "FILE[@OFFSET] [--segment N|ID]", "what each byte of a JT file means",
      "jtw explain gear.jt@0x6d",
      "With @OFFSET only the field at that byte, and what it belongs to. In a compressed segment\n"
@@ -140,7 +162,8 @@ constexpr Command kCommands[] = {
     {"copy", "IN OUT [--version V]", "reads a JT file, writes it again and tells what was done",
      "jtw copy gear.jt gear95.jt --version 9.5",
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
-     "OUT is standard input or output; the report then goes to standard error.",
+     "OUT is standard input or output; the report then goes to standard error.\n"
+     "The part files of an assembly come along, to the same places beside OUT.",
      2, 2, kCopyOptions, runCopy},
     {"diff", "A B [--tolerance T] [--segments]", "tells what is different between two JT files",
      "jtw diff gear.jt gear-new.jt --tolerance 0.01",
@@ -153,12 +176,13 @@ constexpr Command kCommands[] = {
      "A name that ends in .kpak, .co or .cor becomes a folder with a JT file in it. The component\n"
      "gets the key 1 and the name of the document.",
      1, 1, kNewOptions, runNew},
-    {"tree", "DOC", "a component as the host sees it", "jtw tree gear.kpak", "", 1, 1,
+    {"tree", "DOC", "a component as the host sees it", "jtw tree gear.kpak",
+     "Lists every place of every object; '= ADDRESS' marks those that are listed again.", 1, 1,
      kLimitOptions, runTree},
     {"get", "DOC KEY", "one object of a component", "jtw get gear.kpak 7 --json",
-     "KEY is the key of the object, 'root' for the component itself, or '#ID' as tree shows it for "
-     "an\n"
-     "object without key.",
+     "KEY is the key of the object, 'root' for the component itself, or another address that tree\n"
+     "shows: '#ID' by the id of its node, '#A/ID' for node ID of the part file that node A stands "
+     "for.",
      2, 2, kLimitOptions, runGet},
     {"set", "DOC KEY NAME=VALUE...", "changes one object of a component and saves",
      "jtw set gear.kpak 7 name=Gripper color=#ff8000 loc=100,0,50,0,0,90",
@@ -218,8 +242,10 @@ constexpr Command kCommands[] = {
     {"export-partition", "DOC OUT [--version V]",
      "writes a copy of a component into a JT file of its own",
      "jtw export-partition gear.kpak gear-export.jt",
-     "The copy carries the producer and the date, and opens as a component again.", 2, 2,
-     kExportOptions, runExportPartition},
+     "The copy carries the producer and the date, and opens as a component again. The part "
+     "files\n"
+     "of an assembly come along, to the same places beside OUT.",
+     2, 2, kExportOptions, runExportPartition},
     {"snapshot", "FILE OUT.png [--size WxH] [--view VIEW] [--background COLOR]",
      "a picture of what a JT file holds", "jtw snapshot gear.jt gear.png --view front",
      "Shows the finest level of detail, shaded, fitted to the view; up is +z. Shapes that cannot "

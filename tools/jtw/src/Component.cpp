@@ -1,15 +1,20 @@
 #include "Component.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
+#include <unordered_set>
 
 #include "ApiErrStream.h"
 #include "ApiSysFilePath.h"
+#include "ApiSysStringConvertors.h"
 #include "DmKrUtilsFileStream.h"
 #include "DocumentStore.h"
 #include "InputFile.h"
 #include "JtExportRoot.h"
+#include "JtStackNodeIter.h"
 #include "JtwManager.h"
+#include "JtwPMI.h"
 #include "JtwPMIs.h"
 #include "NodeView.h"
 #include "SaveResult.h"
@@ -114,19 +119,21 @@ Component::Component(Session& session, const std::string& document, bool forWrit
   root_ = JtwManager::the().computeExistingDocRoot(document_, JtwRoot::JT_LOAD_WITH_UNIT_PROPERTY,
                                                    error);
   if (!root_) failToOpen(document_, name);
-  for (const jt::Note& note : root_->partition()->notes())
-    session.warn(
-        describe({.file = text_, .segment = note.segment, .element = {}, .offset = note.offset},
-                 note.message));
+  showNotes(session, text_, root_->partition()->notes());
   if (!jtw::loadWrappers(*root_))
     throw Failure(ExitCode::input, "not_a_component", "the component cannot be walked",
                   {.file = text_, .segment = {}, .element = {}, .offset = {}});
-  entries_ = jtw::tree(*root_, *root_);
+  relist();
 }
 
 Component::~Component() = default;
 
 JtExportRoot& Component::exportRoot() const { return *JtwManager::the().exportRoot(document_); }
+
+std::string Component::file() const {
+  const JtStorageLocation* place = root_->partition()->storageLocation();
+  return place ? place->displayName().stringToMbs() : text_;
+}
 
 std::optional<int> Component::structure() const {
   ApiDocument::Structure structure{};
@@ -136,24 +143,160 @@ std::optional<int> Component::structure() const {
 
 ObjectName::ObjectName(const std::string& name) : text(name) {
   if (text == "root") return;
-  if (text.starts_with('#')) {
-    nodeId = static_cast<std::int32_t>(parseKey(text.substr(1)).getAsLong());
-    if (*nodeId <= 0) failUsage("'" + text + "' is no object id: '#' and a number from 1 on");
-  } else {
+  if (!text.starts_with('#')) {
     key = parseKey(text);
+    return;
   }
+  const std::size_t colon = std::min(text.find(':'), text.size());
+  for (std::size_t start = 1; start <= colon;) {
+    const std::size_t end = std::min(text.find('/', start), colon);
+    const long id = parseKey(text.substr(start, end - start)).getAsLong();
+    if (id <= 0) failUsage("'" + text + "' is no address: an object id is a number from 1 on");
+    nodeIds.push_back(static_cast<std::int32_t>(id));
+    start = end + 1;
+  }
+  if (colon < text.size()) key = parseKey(text.substr(colon + 1));
 }
+
+namespace {
+
+/// The node with that id in the file of `start`, at `start` or below it; null when there is none.
+JtNode* findBelow(JtNode& start, std::int32_t id) {
+  const auto iterator = jt::make<JtStackNodeIter>();
+  std::unordered_set<const JtNode*> shared;
+  JtNode* found = nullptr;
+  iterator->setPreVisit([&](JtNode* node) {
+    using Next = JtStackNodeIter::Next;
+    if (node->numParents() > 1 && !shared.insert(node).second) return Next::skipChildren;
+    if (node->objectId() == id) found = node;
+    if (found) return Next::stop;
+    const auto* partition = jt::as<JtPartition>(node);
+    return partition && partition->externalPartition() ? Next::skipChildren : Next::descend;
+  });
+  iterator->run(&start);
+  return found;
+}
+
+/// The node that the ids lead to; null when they lead nowhere.
+JtNode* follow(JtPartition& top, const std::vector<std::int32_t>& ids) {
+  JtNode* at = &top;
+  JtNode* found = nullptr;
+  for (const std::int32_t id : ids) {
+    found = findBelow(*at, id);
+    if (!found) return nullptr;
+    auto* partition = jt::as<JtPartition>(found);
+    at = partition && partition->externalPartition() ? partition->externalPartition() : found;
+  }
+  return found;
+}
+
+/// The ids that lead to a node: of the partitions that stand for the files on the way, and its own;
+/// nothing when one has none.
+std::vector<std::int32_t> idsTo(const JtNode* node) {
+  std::vector<std::int32_t> ids{node->objectId()};
+  for (const JtNode* at = node; at->parent(0); at = at->parent(0)) {
+    const auto* holder = jt::as<JtPartition>(at->parent(0));
+    if (holder && holder->externalPartition() == at) ids.insert(ids.begin(), holder->objectId());
+  }
+  if (std::ranges::find(ids, 0) != ids.end()) ids.clear();
+  return ids;
+}
+
+std::string addressOf(const std::vector<std::int32_t>& ids, JtwNode& node) {
+  if (ids.empty()) return {};
+  std::string text;
+  for (const std::int32_t id : ids) text += (text.empty() ? "#" : "/") + std::to_string(id);
+  if (!node.isOfTypePMI()) return text;
+  return node.key().isNull() ? std::string() : text + ":" + std::to_string(node.key().getAsLong());
+}
+
+/// The node that holds an object: its own, or that of the collection of a frame or annotation.
+const JtNode* holderOf(JtwNode& node) {
+  if (!node.isOfTypePMI()) return node.jtNode();
+  JtwCollection* collection = static_cast<JtwPMI&>(node).collection();
+  return collection ? collection->jtNode() : nullptr;
+}
+
+}  // namespace
 
 std::size_t Component::find(const ObjectName& name) const {
   if (name.text == "root") return 0;
-  for (std::size_t i = 0; i < entries_.size(); ++i) {
-    const JtwNode& node = *entries_[i].node;
-    if (name.nodeId ? node.jtNode() && node.jtNode()->objectId() == *name.nodeId
-                    : !name.key.isNull() && entries_[i].node->key() == name.key)
-      return i;
+  if (name.nodeIds.empty()) {
+    const auto first = firstOfKey_.find(name.key.getAsLong());
+    if (first != firstOfKey_.end()) return first->second;
+  } else if (const JtNode* holder = follow(*root_->partition(), name.nodeIds)) {
+    const bool isFrame = !name.key.isNull();
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      JtwNode& node = *entries_[i].node;
+      const bool isNamed = !isFrame || node.key() == name.key;
+      if (node.isOfTypePMI() == isFrame && isNamed && holderOf(node) == holder) return i;
+    }
   }
   failRefused(text_, "unknown_key",
               "the component has no object " + name.text + "; `jtw tree` lists those that it has");
+}
+
+std::string Component::address(std::size_t index) const {
+  JtwNode& node = *entries_[index].node;
+  const ApiProtoKey key = node.key();
+  if (!key.isNull()) {
+    const auto first = firstOfKey_.find(key.getAsLong());
+    if (first == firstOfKey_.end() || first->second == index)
+      return std::to_string(key.getAsLong());
+  } else if (index == 0) {
+    return "root";
+  }
+  const JtNode* holder = holderOf(node);
+  return holder ? addressOf(idsTo(holder), node) : std::string();
+}
+
+std::uint64_t Component::placeCount(std::size_t index) const {
+  const JtNode* holder = holderOf(*entries_[index].node);
+  return holder ? jt::placesOf(*holder, *root_->jtNode()) : 1;
+}
+
+std::vector<ListedObject> Component::listing(std::size_t index) const {
+  std::vector<ListedObject> listed;
+  std::vector<JtwNode*> path;  // of what is listed, by depth
+  for (std::size_t i = index; i < endOfSubtree(index); ++i) {
+    path.resize(static_cast<std::size_t>(entries_[i].depth - entries_[index].depth));
+    listed.push_back({.node = entries_[i].node,
+                      .parent = path.empty() ? listedParent(index) : path.back(),
+                      .depth = entries_[i].depth,
+                      .address = address(i)});
+    path.push_back(entries_[i].node);
+  }
+  return listed;
+}
+
+std::vector<ListedObject> Component::allPlaces() const {
+  constexpr std::size_t kMost = 200'000;
+  std::vector<ListedObject> listed;
+  std::vector<JtwNode*> path;
+  for (const jtw::TreePlace& place : jtw::treePlaces(*root_, kMost)) {
+    path.resize(static_cast<std::size_t>(place.depth));
+    ListedObject object{
+        .node = place.node, .parent = path.empty() ? nullptr : path.back(), .depth = place.depth};
+    path.push_back(place.node);
+    const bool isFirst = place.first == listed.size();
+    const ApiProtoKey key = place.node->key();
+    const auto named = key.isNull() ? firstOfKey_.end() : firstOfKey_.find(key.getAsLong());
+    const bool isNamedByKey =
+        isFirst && named != firstOfKey_.end() && entries_[named->second].node == place.node;
+    if (isNamedByKey)
+      object.address = std::to_string(key.getAsLong());
+    else if (listed.empty())
+      object.address = "root";
+    else
+      object.address = addressOf(place.ids, *place.node);
+    if (!isFirst) {
+      object.sameAs = listed[place.first].address;
+      object.relLoc = place.relLoc;
+      object.name = ApiSysStringConvertors::UnicodeToRWCString(place.name);
+    }
+    listed.push_back(std::move(object));
+  }
+  return listed;
 }
 
 bool Component::ensureKey(std::size_t index, const ApiProtoKey& reserved) {
@@ -162,6 +305,18 @@ bool Component::ensureKey(std::size_t index, const ApiProtoKey& reserved) {
   ApiProtoKey key = jtw::nextFreeKey(*root_);
   if (key == reserved) ++key;
   return node.setKey(key);
+}
+
+bool Component::ensureOwnKey(std::size_t index, const ApiProtoKey& reserved) {
+  if (!ensureKey(index, reserved)) return false;
+  JtwNode* const node = entries_[index].node;
+  JtwNode* holder = nullptr;
+  root_->getNodeByKey(node->key(), holder);
+  if (holder && holder != node)
+    failRefused(text_, "key_in_use",
+                "the key " + std::to_string(node->key().getAsLong()) +
+                    " is that of another object too, of another file; open the part file alone");
+  return true;
 }
 
 JtwNode* Component::listedParent(std::size_t index) const {
@@ -176,7 +331,13 @@ std::size_t Component::endOfSubtree(std::size_t index) const {
   return end;
 }
 
-void Component::relist() { entries_ = jtw::tree(*root_, *root_); }
+void Component::relist() {
+  entries_ = jtw::tree(*root_, *root_);
+  firstOfKey_.clear();
+  for (std::size_t i = 0; i < entries_.size(); ++i)
+    if (const ApiProtoKey key = entries_[i].node->key(); !key.isNull())
+      firstOfKey_.emplace(key.getAsLong(), i);
+}
 
 std::size_t Component::findCollection(const ObjectName& name, const ApiProtoKey& reserved) {
   const std::size_t index = find(name);
@@ -184,7 +345,7 @@ std::size_t Component::findCollection(const ObjectName& name, const ApiProtoKey&
   if (!node.isCollection())
     failRefused(text_, "not_a_collection",
                 "object " + name.text + " cannot hold others: it is of the kind " + kindName(node));
-  if (!ensureKey(index, reserved))
+  if (!ensureOwnKey(index, reserved))
     failRefused(text_, "no_free_key", "object " + name.text + " has no key and cannot get one");
   return index;
 }

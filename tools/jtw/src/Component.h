@@ -7,9 +7,10 @@
 
 #include "ApiDocumentRef.h"
 #include "ApiProtoKey.h"
-#include "JtPartition.h"
+#include "JtAssembly.h"
 #include "JtwRoot.h"
 #include "JtwTree.h"
+#include "NodeView.h"
 
 class JtExportRoot;
 
@@ -38,11 +39,14 @@ struct DocumentName {
 };
 
 /// An object as the command line names it: a key, "root" for the component itself, or "#ID" with
-/// the object id of its node, as `graph` and `tree` show it for objects without key.
+/// the object id of its node. "#A/B/ID" is node ID below node B below node A: where A or B stands
+/// for a part file, the ids that follow are those of that file. "#ID:KEY" is the frame with that
+/// key of the collection. These are the addresses that `tree` shows for objects that their key
+/// alone does not name.
 struct ObjectName {
   std::string text;
-  ApiProtoKey key;  ///< null for the other two forms
-  std::optional<std::int32_t> nodeId;
+  ApiProtoKey key;                    ///< of the object, or of a frame; null where none is named
+  std::vector<std::int32_t> nodeIds;  ///< the last one is that of the object's node
 
   /// Throws Failure "usage".
   explicit ObjectName(const std::string& text);
@@ -65,14 +69,30 @@ class Component {
   /// "component with host data" or not, as the registry has it: 0 or 1; nothing when it is unknown.
   std::optional<int> structure() const;
 
+  /// Path of the JT file that it was opened from; of a stream, the name of that.
+  std::string file() const;
+  /// The part files that it refers to.
+  std::vector<jt::PartFile> partFiles() const { return jt::partFilesOf(*root_->partition()); }
+
   /// All objects, parents before children.
   const std::vector<jtw::TreeEntry>& entries() const noexcept { return entries_; }
   /// Index in entries() of an object. Throws Failure "unknown_key".
   std::size_t find(const ObjectName& name) const;
+  /// What names the entry on the command line; empty for a frame without key.
+  std::string address(std::size_t index) const;
+  /// In how many places of the component the entry's object is shown.
+  std::uint64_t placeCount(std::size_t index) const;
+  /// The entry and everything that is listed below it, each object once.
+  std::vector<ListedObject> listing(std::size_t index) const;
+  /// All places of all objects; see jtw::treePlaces.
+  std::vector<ListedObject> allPlaces() const;
   /// Gives the object the next free key when it has none: files from elsewhere have no keys. False
   /// when the model refuses.
   /// @param reserved a key that it must not take
   bool ensureKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
+  /// The same for an object that the model is told to change by its key: refused when that key
+  /// names another object, as keys of several files may. Throws Failure "key_in_use".
+  bool ensureOwnKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
   /// The object under which that entry is listed; null for the component itself.
   JtwNode* listedParent(std::size_t index) const;
   /// One past the last entry that is listed below that one.
@@ -96,6 +116,7 @@ class Component {
   ApiDocumentRef document_;
   JtwRoot* root_ = nullptr;
   std::vector<jtw::TreeEntry> entries_;
+  std::unordered_map<long, std::size_t> firstOfKey_;
 };
 
 /// The document behind a name. Throws Failure "bad_document".

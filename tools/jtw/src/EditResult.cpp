@@ -42,27 +42,31 @@ std::vector<long> endAttachmentsTo(const Component& component,
 }
 
 void writeNodeResult(JsonWriter& json, const Component& component, std::size_t index) {
-  JtwNode& node = *component.entries()[index].node;
+  const ListedObject object{.node = component.entries()[index].node,
+                            .parent = component.listedParent(index),
+                            .address = component.address(index)};
   json.key("node");
   json.beginObject();
-  writeNodeMembers(json, node, component.listedParent(index));
-  json.numbers("absLoc", node.absLoc().values());
+  writeNodeMembers(json, object);
+  json.numbers("absLoc", object.node->absLoc().values());
   json.end();
 }
 
 ExitCode saveAndReport(Session& session, Component& component, const std::string& line,
-                       const ResultMembers& members) {
+                       const ResultMembers& members, std::uint64_t places) {
   const bool dryRun = session.arguments().has("dry-run");
   const jt::SaveReport report = component.save(dryRun);
   showSaveWarnings(session, report);
   if (!session.wantsJson()) {
     if (!line.empty()) session.out().line(printable(line));
+    if (places > 1) session.out().line("changes the component in " + counted(places, "place"));
     showSaved(session, report, dryRun);
     return ExitCode::done;
   }
   session.beginResult();
   session.json().member("document", component.document());
   members(session.json());
+  session.json().member("places", places);
   writeSaved(session, report);
   session.endResult();
   return ExitCode::done;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <unordered_set>
@@ -38,8 +39,10 @@ void writeNodeResult(JsonWriter& json, const Component& component, std::size_t i
 using ResultMembers = std::function<void(JsonWriter&)>;
 
 /// Saves the component, unless --dry-run was given, and reports: as text `line`, unless it is
-/// empty, and what was saved; as JSON "document", the members, and "saved". Throws Failure.
+/// empty, and what was saved; as JSON "document", the members, "places", "saved" and "alsoSaved".
+/// Throws Failure.
+/// @param places in how many places of the component the change shows; see Component::placeCount
 ExitCode saveAndReport(Session& session, Component& component, const std::string& line,
-                       const ResultMembers& members);
+                       const ResultMembers& members, std::uint64_t places = 1);
 
 }  // namespace tool

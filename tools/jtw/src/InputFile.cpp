@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -109,20 +110,6 @@ jt::Ref<JtStorageLocation> locationOf(const std::string& path, const char* pipe)
   return jt::make<PipeLocation>(pipe);
 }
 
-/// The first notes; `verify` is there for all of them.
-void showNotes(Session& session, const std::string& path, const JtPartition& partition) {
-  constexpr std::size_t kShown = 10;
-  std::size_t count = 0;
-  for (const jt::Note& note : partition.notes()) {
-    if (++count > kShown) continue;
-    session.warn(
-        describe({.file = path, .segment = note.segment, .element = {}, .offset = note.offset},
-                 note.message));
-  }
-  if (count > kShown)
-    session.warn(path + ": " + std::to_string(count - kShown) + " more; see 'jtw verify'");
-}
-
 }  // namespace
 
 std::string jtFileOf(const std::string& path) {
@@ -181,11 +168,22 @@ void writeBytes(const std::string& path, std::span<const std::byte> bytes) try {
   throw saveFailure(error, path);
 }
 
+void showNotes(Session& session, const std::string& path, std::span<const jt::Note> notes) {
+  constexpr std::size_t kShown = 10;
+  for (const jt::Note& note : notes.first(std::min(notes.size(), kShown)))
+    session.warn(
+        describe({.file = path, .segment = note.segment, .element = {}, .offset = note.offset},
+                 note.message));
+  if (notes.size() > kShown)
+    session.warn(path + ": " + std::to_string(notes.size() - kShown) + " more; see 'jtw verify'");
+}
+
 jt::ReadLimits readLimits(const Session& session) {
   jt::ReadLimits limits;
   const Arguments& arguments = session.arguments();
   limits.maxSegmentBytes = arguments.byteCount("max-segment").value_or(limits.maxSegmentBytes);
   limits.maxDocumentBytes = arguments.byteCount("max-document").value_or(limits.maxDocumentBytes);
+  limits.followLinks = arguments.has("follow-links");
   return limits;
 }
 
@@ -205,7 +203,7 @@ jt::Ref<JtPartition> openFile(Session& session, const std::string& path) {
   }
   jt::Ref<JtPartition> partition(opened);
   opened->unref();
-  showNotes(session, path, *partition);
+  showNotes(session, path, partition->notes());
   return partition;
 }
 

@@ -30,8 +30,11 @@ std::vector<std::byte> readBytes(const std::string& path);
 /// Writes a FILE as it is, whole or not at all; "-" is standard output. Throws Failure.
 void writeBytes(const std::string& path, std::span<const std::byte> bytes);
 
-/// The options --max-segment and --max-document.
+/// The options --max-segment, --max-document and --follow-links.
 jt::ReadLimits readLimits(const Session& session);
+
+/// Tells the first notes about a file on standard error; `verify` is there for all of them.
+void showNotes(Session& session, const std::string& path, std::span<const jt::Note> notes);
 
 /// Opens a JT file: header, table of contents, scene graph. What was noticed while reading goes to
 /// standard error. Throws Failure.

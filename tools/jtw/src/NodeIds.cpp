@@ -5,7 +5,12 @@
 
 namespace tool {
 
-NodeIds::NodeIds(JtPartition& partition) {
+int NodeIds::childCount(const JtNode& node) const {
+  const auto* partition = jt::as<JtPartition>(&node);
+  return !withParts_ && partition && partition->externalPartition() ? 0 : node.numChildren();
+}
+
+NodeIds::NodeIds(JtPartition& partition, bool withParts) : withParts_(withParts) {
   std::vector<JtNode*> pending{&partition};
   ids_.emplace(&partition, 0);
   std::int64_t greatest = 0;
@@ -14,7 +19,7 @@ NodeIds::NodeIds(JtPartition& partition) {
     pending.pop_back();
     nodes_.push_back(node);
     greatest = std::max<std::int64_t>(greatest, node->objectId());
-    for (int i = node->numChildren() - 1; i >= 0; --i)
+    for (int i = childCount(*node) - 1; i >= 0; --i)
       if (ids_.emplace(node->child(i), 0).second) pending.push_back(node->child(i));
   }
   std::unordered_set<std::int64_t> taken;

@@ -4,13 +4,13 @@
 #include <string>
 
 #include "ApiSysStringConvertors.h"
-#include "Component.h"
 #include "GraphValues.h"
 #include "JsonWriter.h"
 #include "JtFormatError.h"
 #include "JtStorageLocation.h"
 #include "JtwLeaf.h"
 #include "JtwManager.h"
+#include "JtwTree.h"
 
 namespace tool {
 namespace {
@@ -137,18 +137,22 @@ RTTran3D listedLocation(JtwNode& node, JtwNode* parent) {
   return !parent || parent == node.parentNode() ? node.relLoc() : jtw::placement(node, *parent);
 }
 
-void writeNodeMembers(JsonWriter& json, JtwNode& node, JtwNode* parent) {
+void writeNodeMembers(JsonWriter& json, const ListedObject& object) {
+  JtwNode& node = *object.node;
   json.member("kind", kindName(node));
   const ApiProtoKey key = node.key();
   json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
   const std::int32_t id = nodeIdOf(node);
   json.member("nodeId", id == 0 ? std::optional<std::int32_t>() : std::optional<std::int32_t>(id));
-  json.textOrNull("name", nameOf(node));
+  json.textOrNull("address", object.address);
+  json.textOrNull("sameAs", object.sameAs);
+  json.textOrNull("name", object.name.empty() ? nameOf(node) : object.name);
   const char* unit = unitOf(node);
   json.textOrNull("unit", unit ? unit : "");
   const float ratio = node.measurementUnitRatio();
   json.member("unitRatio", ratio > 0 ? std::optional<float>(ratio) : std::optional<float>());
-  json.numbers("relLoc", listedLocation(node, parent).values());
+  json.numbers("relLoc",
+               (object.relLoc ? *object.relLoc : listedLocation(node, object.parent)).values());
   bool isDefault = true;
   const ApiGraColor color = colorOf(node, isDefault);
   writeColor(json, color, isDefault);
@@ -161,27 +165,25 @@ void writeNodeMembers(JsonWriter& json, JtwNode& node, JtwNode* parent) {
   writeAttachment(json, node);
 }
 
-void writeChildren(JsonWriter& json, const Component& component, std::size_t index) {
-  const auto& entries = component.entries();
-  const int top = entries[index].depth;
-  std::vector<JtwNode*> path{entries[index].node};
+void writeChildren(JsonWriter& json, std::span<const ListedObject> listing) {
+  std::size_t open = 0;  // objects whose children are being written
   json.key("children");
   json.beginArray();
   const auto closeDownTo = [&](std::size_t levels) {
-    for (; path.size() > levels; path.pop_back()) {
+    for (; open > levels; --open) {
       json.end();  // children
       json.end();  // the object
     }
   };
-  for (std::size_t i = index + 1; i < entries.size() && entries[i].depth > top; ++i) {
-    closeDownTo(static_cast<std::size_t>(entries[i].depth - top));
+  for (const ListedObject& object : listing.subspan(1)) {
+    closeDownTo(static_cast<std::size_t>(object.depth - listing[0].depth - 1));
     json.beginObject();
-    writeNodeMembers(json, *entries[i].node, path.back());
+    writeNodeMembers(json, object);
     json.key("children");
     json.beginArray();
-    path.push_back(entries[i].node);
+    ++open;
   }
-  closeDownTo(1);
+  closeDownTo(0);
   json.end();
 }
 

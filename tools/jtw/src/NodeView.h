@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "ApiGraColor.h"
@@ -12,7 +13,6 @@ class JtwNode;
 
 namespace tool {
 
-class Component;
 class JsonWriter;
 
 // What is shown of an object of a component.
@@ -22,8 +22,7 @@ const char* kindName(JtwNode& node);
 /// The object id of its node, for a new object that in the file that it was saved to; 0 for a frame
 /// or annotation, and for a node that no file has.
 std::int32_t nodeIdOf(JtwNode& node);
-/// What names the object on the command line: its key, "#ID" where it has none, "-" where it has
-/// neither.
+/// Its key, "#ID" where it has none, "-" where it has neither: what names it in a single file.
 std::string objectText(JtwNode& node);
 /// The object's name in UTF-8.
 std::string nameOf(JtwNode& node);
@@ -38,10 +37,22 @@ const char* unitOf(JtwNode& node);
 /// Its place relative to the object that it is listed under.
 RTTran3D listedLocation(JtwNode& node, JtwNode* parent);
 
+/// A line of a listing: an object in one of its places.
+struct ListedObject {
+  JtwNode* node = nullptr;
+  JtwNode* parent = nullptr;  ///< under which it is listed; null for the component itself
+  int depth = 0;              ///< 0 for the start of the listing
+  std::string address{};      ///< see ObjectName; empty for a frame without key
+  // Of a place where an object is listed again:
+  std::string sameAs{};              ///< its address in the first place; empty for that
+  std::optional<RTTran3D> relLoc{};  ///< relative to `parent`, in millimetres
+  std::string name{};                ///< when it has its name from where it is placed
+};
+
 /// Writes the members of an object, without its children, into the object that is open.
-void writeNodeMembers(JsonWriter& json, JtwNode& node, JtwNode* parent);
-/// Writes the member "children": everything that is listed below an entry. Needs no call stack,
-/// however deep the component is.
-void writeChildren(JsonWriter& json, const Component& component, std::size_t index);
+void writeNodeMembers(JsonWriter& json, const ListedObject& object);
+/// Writes the member "children" of the first object of a listing: all others, nested. Needs no call
+/// stack, however deep the component is.
+void writeChildren(JsonWriter& json, std::span<const ListedObject> listing);
 
 }  // namespace tool

@@ -66,8 +66,9 @@ void writeSaved(Session& session, const jt::SaveReport& report) {
   writeSaved(session.json(), report);
 }
 
-void writeSaved(JsonWriter& json, const jt::SaveReport& report) {
-  json.key("saved");
+namespace {
+
+void writeReport(JsonWriter& json, const jt::SaveReport& report) {
   json.beginObject();
   json.member("file", report.file);
   json.member("version", report.version.text());
@@ -80,6 +81,17 @@ void writeSaved(JsonWriter& json, const jt::SaveReport& report) {
   writeList(json, "dropped", report,
             [](const auto& action) { return action.kind == Kind::dropped; });
   json.end();
+  json.end();
+}
+
+}  // namespace
+
+void writeSaved(JsonWriter& json, const jt::SaveReport& report) {
+  json.key("saved");
+  writeReport(json, report);
+  json.key("alsoSaved");
+  json.beginArray();
+  for (const jt::SaveReport& part : report.alsoSaved) writeReport(json, part);
   json.end();
 }
 
@@ -98,12 +110,14 @@ void showSaved(Output& out, const jt::SaveReport& report, bool dryRun) {
       out.line("  " + padRight(actionName(action.kind), 9) + " " +
                printable(jt::segmentName(action.type)) + " " + action.id.text() +
                (action.reason.empty() ? "" : ": " + printable(action.reason)));
+  for (const jt::SaveReport& part : report.alsoSaved) showSaved(out, part, dryRun);
 }
 
 void showSaveWarnings(Session& session, const jt::SaveReport& report) {
   if (!session.arguments().has("dry-run")) session.noteWritten(report.file);
   for (const jt::SaveWarning& warning : report.warnings)
     session.warn(report.file + ": " + warning.message);
+  for (const jt::SaveReport& part : report.alsoSaved) showSaveWarnings(session, part);
 }
 
 }  // namespace tool

@@ -19,7 +19,7 @@ std::optional<jt::FileVersion> versionOption(const Arguments& arguments);
 jt::SaveReport savePartition(JtPartition& partition, JtStorageLocation* location,
                              const jt::SaveOptions& options, const std::string& name);
 
-/// Writes the member "saved" of a result.
+/// Writes the members "saved" and "alsoSaved" of a result.
 void writeSaved(JsonWriter& json, const jt::SaveReport& report);
 void writeSaved(Session& session, const jt::SaveReport& report);
 /// Tells in text what a save did, or would do; the warnings go to standard error in any case.

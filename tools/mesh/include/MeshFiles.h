@@ -25,6 +25,9 @@ Format formatOf(const std::string& path);
 /// True for an extension that loadScene knows.
 bool canLoad(const std::string& path);
 
+/// The files that writeScene makes of a scene: `path` and, of an OBJ with materials, their list.
+std::vector<std::string> filesOf(const Scene& scene, const std::string& path);
+
 /// Writes a scene: all of it, or nothing and the old file stays.
 ///
 /// GLB keeps the tree, names, instances, materials and properties (`extras`), in metres. The other

@@ -2,6 +2,7 @@
 #include <unordered_set>
 
 #include "ApiSysFilePath.h"
+#include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
@@ -11,6 +12,7 @@
 #include "MeshFiles.h"
 #include "MeshOptions.h"
 #include "MeshReport.h"
+#include "PartCopies.h"
 #include "SaveResult.h"
 #include "Session.h"
 
@@ -19,17 +21,9 @@ namespace {
 
 bool isJt(const std::string& path) { return DocumentName(path).isJt; }
 
-jt::Ref<JtPartition> openWithParts(Session& session, const std::string& path) {
-  const std::string file = jtFileOf(DocumentName(path).path);
-  jt::Ref<JtPartition> partition = openFile(session, file);
-  if (!JtPartition::openAllPartitions(partition.get(), true))
-    session.warn(file + ": some of the files that it names cannot be opened; they are left out");
-  return partition;
-}
-
-/// Calls `take` for every node below the partition of that class, once.
+/// Calls `take` for every node of that class in the assembly's files, once.
 template <class T, class Take>
-void forEachNode(JtPartition& partition, const Take& take) {
+void forEachNode(JtPartition& assembly, const Take& take) {
   std::vector<jt::Ref<T>> found;
   std::unordered_set<const JtNode*> seen;  // of the nodes that several paths reach
   const auto iterator = jt::make<JtStackNodeIter>();
@@ -39,7 +33,7 @@ void forEachNode(JtPartition& partition, const Take& take) {
     if (auto* wanted = jt::as<T>(node)) found.emplace_back(wanted);
     return JtStackNodeIter::Next::descend;
   });
-  iterator->run(&partition);
+  iterator->run(&assembly);
   for (const jt::Ref<T>& node : found) take(*node);
 }
 
@@ -65,7 +59,8 @@ void renewShapes(JtPartition& partition, const std::string& path) {
   });
 }
 
-ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCounts* counts) {
+ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCounts* counts,
+                  const std::vector<jt::PartFile>& parts) {
   if (!session.wantsJson()) {
     if (counts) {
       showCounts(session, *counts);
@@ -73,39 +68,55 @@ ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCou
     } else {
       showSaved(session, report, session.arguments().has("dry-run"));
     }
-    return ExitCode::done;
+    return exitCodeOf(parts);
   }
   session.beginResult();
   session.json().member("file", session.argument(0));
   if (counts) writeCounts(session, *counts);
   writeSaved(session, report);
+  writeFiles(session.json(), parts);
   session.endResult();
-  return ExitCode::done;
+  return exitCodeOf(parts);
 }
 
 ExitCode jtToJt(Session& session, const std::string& input, const std::string& output) {
-  const jt::Ref<JtPartition> partition = openFile(session, jtFileOf(DocumentName(input).path));
-  if (const auto level = chosenLevel(session)) keepLevel(*partition, *level);
+  const std::string file = jtFileOf(DocumentName(input).path);
+  const OpenedAssembly opened = session.arguments().has("top-only")
+                                    ? OpenedAssembly{openFile(session, file), {}}
+                                    : openAssembly(session, file);
+  const auto level = chosenLevel(session);
+  if (level) keepLevel(*opened.top, *level);
   jt::SaveOptions options;
   options.dryRun = session.arguments().has("dry-run");
   options.version = versionOption(session.arguments());
+  options.shapeEncoding = encoding(session);
   const bool asksForForm = session.arguments().has("bits") || session.arguments().has("profile") ||
                            session.arguments().has("lossless");
-  partition->setShapeEncoding(encoding(session));
-  if (asksForForm || (options.version && *options.version != partition->version()))
-    renewShapes(*partition, input);
-  const jt::Ref<JtStorageLocation> location = outputLocation(output);
-  const jt::SaveReport report = savePartition(*partition, location.get(), options, output);
+  const auto differs = [&](const JtPartition& partition) {
+    return options.version && *options.version != partition.version();
+  };
+  const bool anyDiffers =
+      differs(*opened.top) || std::ranges::any_of(opened.parts, [&](const jt::PartFile& part) {
+        return part.partition && differs(*part.partition);
+      });
+  if (asksForForm || anyDiffers) renewShapes(*opened.top, input);
+  const bool changesParts = level || asksForForm || options.version;
+  const jt::SaveReport report =
+      saveCopy(*opened.top, *opened.top, opened.parts,
+               {.input = file, .output = output, .changesParts = changesParts}, options);
   showSaveWarnings(session, report);
-  return reportJt(session, report, nullptr);
+  return reportJt(session, report, nullptr, opened.parts);
 }
 
-mesh::Scene readScene(Session& session, const std::string& input, bool withAnnotations) {
+mesh::Scene readScene(Session& session, const std::string& input, bool withAnnotations,
+                      std::vector<jt::PartFile>& parts) {
   if (!isJt(input)) return loadMeshFile(session, input);
-  const jt::Ref<JtPartition> partition = openWithParts(session, input);
+  OpenedAssembly opened = openAssembly(session, jtFileOf(DocumentName(input).path));
   try {
     mesh::Scene scene =
-        mesh::sceneOf(*partition, chosenLevel(session).value_or(0), withAnnotations);
+        mesh::sceneOf(*opened.top, chosenLevel(session).value_or(0), withAnnotations);
+    for (jt::PartFile& part : opened.parts)
+      parts.push_back({std::move(part.file), part.state, std::move(part.error), nullptr, {}});
     showNotes(session, input, scene);
     return scene;
   } catch (const JtFormatError& error) {
@@ -116,14 +127,15 @@ mesh::Scene readScene(Session& session, const std::string& input, bool withAnnot
 ExitCode toMesh(Session& session, const std::string& input, const std::string& output) {
   // The other formats have no lines, or no color for them.
   const bool withAnnotations = ApiSysFilePath(output).extension() == "glb";
-  const mesh::Scene scene = readScene(session, input, withAnnotations);
+  std::vector<jt::PartFile> parts;
+  const mesh::Scene scene = readScene(session, input, withAnnotations, parts);
   if (scene.models.empty())
     throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it",
                   {.file = input, .segment = {}, .element = {}, .offset = {}});
   const bool dryRun = session.arguments().has("dry-run");
-  std::vector<std::string> files{output};
+  const std::vector<std::string> files = mesh::filesOf(scene, output);
   try {
-    if (!dryRun) files = mesh::writeScene(scene, output);
+    if (!dryRun) mesh::writeScene(scene, output);
   } catch (const JtFormatError& error) {
     throw saveFailure(error, output);
   }
@@ -134,7 +146,7 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
     showCounts(session, counts);
     for (const std::string& file : files)
       session.out().line((dryRun ? "would save " : "saved ") + printable(file));
-    return ExitCode::done;
+    return exitCodeOf(parts);
   }
   JsonWriter& json = session.json();
   session.beginResult();
@@ -149,8 +161,18 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   for (const std::string& file : files) json.value(file);
   json.end();
   json.end();
+  json.key("alsoSaved");
+  json.beginArray();
+  for (const std::string& file : std::span(files).subspan(1)) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("file", file);
+    json.nullMember("version");
+    json.end();
+  }
+  json.end();
+  writeFiles(json, parts);
   session.endResult();
-  return ExitCode::done;
+  return exitCodeOf(parts);
 }
 
 /// Options that would change nothing are told, not passed over.
@@ -161,9 +183,10 @@ void checkOptions(const Session& session, bool fromJt, bool toJt) {
   if (fromJt)
     for (const char* name : {"unit", "lods"}) refuse(name, "mesh files that are read");
   else
-    refuse("lod", "JT files that are read");
+    for (const char* name : {"lod", "top-only", "follow-links"})
+      refuse(name, "JT files that are read");
   if (!toJt)
-    for (const char* name : {"version", "bits", "lossless", "profile"})
+    for (const char* name : {"version", "bits", "lossless", "profile", "top-only"})
       refuse(name, "JT files that are written");
 }
 
@@ -188,7 +211,7 @@ ExitCode runConvert(Session& session) {
   mesh::Scene scene = loadMeshFile(session, input);
   const SceneCounts counts(scene);
   const jt::SaveReport report = saveComponent(session, std::move(scene), output, true);
-  return reportJt(session, report, &counts);
+  return reportJt(session, report, &counts, {});
 }
 
 }  // namespace tool

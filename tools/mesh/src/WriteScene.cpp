@@ -16,12 +16,10 @@ void save(const std::string& path, const std::string& content) {
 }
 
 /// The OBJ file names its material list, so that one comes first.
-std::vector<std::string> saveObj(const Scene& scene, const std::string& path) {
-  if (scene.materials.empty()) {
-    save(path, objOf(scene, {}));
-    return {path};
-  }
-  const std::filesystem::path library = std::filesystem::path(path).replace_extension(".mtl");
+void saveObj(const Scene& scene, const std::string& path) {
+  const std::vector<std::string> files = filesOf(scene, path);
+  if (files.size() == 1) return save(path, objOf(scene, {}));
+  const std::filesystem::path library = files[1];
   std::error_code ignored;
   const bool isNew = !std::filesystem::exists(library, ignored);
   const std::string content = objOf(scene, library.filename().string());
@@ -32,7 +30,6 @@ std::vector<std::string> saveObj(const Scene& scene, const std::string& path) {
     if (isNew) std::filesystem::remove(library, ignored);
     throw;
   }
-  return {path, library.string()};
 }
 
 }  // namespace
@@ -49,6 +46,11 @@ Format formatOf(const std::string& path) {
       {.file = path, .segment = {}, .element = {}, .offset = {}});
 }
 
+std::vector<std::string> filesOf(const Scene& scene, const std::string& path) {
+  if (formatOf(path) != Format::obj || scene.materials.empty()) return {path};
+  return {path, std::filesystem::path(path).replace_extension(".mtl").string()};
+}
+
 std::vector<std::string> writeScene(const Scene& scene, const std::string& path) {
   constexpr double kMetre = 1000;
   const Format format = formatOf(path);
@@ -60,7 +62,8 @@ std::vector<std::string> writeScene(const Scene& scene, const std::string& path)
       save(path, glbOf(converted));
       break;
     case Format::obj:
-      return saveObj(converted, path);
+      saveObj(converted, path);
+      break;
     case Format::stl:
       save(path, stlOf(converted));
       break;
@@ -68,7 +71,7 @@ std::vector<std::string> writeScene(const Scene& scene, const std::string& path)
       save(path, plyOf(converted));
       break;
   }
-  return {path};
+  return filesOf(scene, path);
 }
 
 }  // namespace mesh

@@ -97,14 +97,16 @@ ExitCode runAdd(Session& session) {
     const RTTran3D move = parseLocation("leader", *leader);
     placeAnnotation(static_cast<JtwPMIAnnotation&>(made), move * made.relLoc());
   }
-  return saveAndReport(session, component,
-                       "added " + std::string(kind.name) + " " + keyName + " under " +
-                           std::to_string(parent.getAsLong()),
-                       [&](JsonWriter& json) {
-                         json.member("key", key.getAsLong());
-                         json.member("parent", parent.getAsLong());
-                         writeNodeResult(json, component, index);
-                       });
+  return saveAndReport(
+      session, component,
+      "added " + std::string(kind.name) + " " + keyName + " under " +
+          std::to_string(parent.getAsLong()),
+      [&](JsonWriter& json) {
+        json.member("key", key.getAsLong());
+        json.member("parent", parent.getAsLong());
+        writeNodeResult(json, component, index);
+      },
+      component.placeCount(index));
 }
 
 }  // namespace tool

@@ -24,7 +24,7 @@ ExitCode runClone(Session& session) {
                     "; only an entity can be copied");
   const bool isAuto = !keyText || *keyText == "auto";
   const ApiProtoKey wanted = isAuto ? ApiProtoKey() : component.newKey(*keyText);
-  component.ensureKey(index, wanted);
+  component.ensureOwnKey(index, wanted);
   const ApiProtoKey key = isAuto ? component.newKey("auto") : wanted;
   JtwEntity* copy =
       component.root().cloneEntityNode(original.key(), !arguments.has("without-geometry"));
@@ -39,11 +39,13 @@ ExitCode runClone(Session& session) {
   const std::string keyName = std::to_string(key.getAsLong());
   const std::size_t copyIndex = component.find(ObjectName(keyName));
   NodeEdits(component, copyIndex, std::span(arguments.positional()).subspan(2)).apply();
-  return saveAndReport(session, component, "copied entity " + name.text + " to " + keyName,
-                       [&](JsonWriter& json) {
-                         json.member("key", key.getAsLong());
-                         writeNodeResult(json, component, copyIndex);
-                       });
+  return saveAndReport(
+      session, component, "copied entity " + name.text + " to " + keyName,
+      [&](JsonWriter& json) {
+        json.member("key", key.getAsLong());
+        writeNodeResult(json, component, copyIndex);
+      },
+      component.placeCount(copyIndex));
 }
 
 }  // namespace tool

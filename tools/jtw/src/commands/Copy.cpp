@@ -1,6 +1,8 @@
+#include "Assembly.h"
 #include "Command.h"
 #include "InputFile.h"
 #include "JtInspect.h"
+#include "PartCopies.h"
 #include "SaveResult.h"
 #include "Session.h"
 
@@ -15,7 +17,8 @@ jt::SaveOptions saveOptions(const Arguments& arguments) {
   return options;
 }
 
-void writeResult(Session& session, const std::string& input, const jt::SaveReport& report) {
+void writeResult(Session& session, const std::string& input, const jt::SaveReport& report,
+                 const std::vector<jt::PartFile>& parts) {
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("file", input);
@@ -31,6 +34,7 @@ void writeResult(Session& session, const std::string& input, const jt::SaveRepor
   }
   json.end();
   writeSaved(session, report);
+  writeFiles(json, parts);
   session.endResult();
 }
 
@@ -41,16 +45,19 @@ ExitCode runCopy(Session& session) {
   const std::string& output = session.argument(1);
   const jt::SaveOptions options = saveOptions(session.arguments());
   claimOutput(session, output, options.dryRun);
-  const jt::Ref<JtPartition> partition = openFile(session, input);
-  const jt::Ref<JtStorageLocation> location = outputLocation(output);
-  jt::SaveReport report = savePartition(*partition, location.get(), options, output);
-  if (output == "-") report.file = output;
+  // Beside standard input there are no part files, and beside standard output no place for them.
+  const bool isTopOnly = session.arguments().has("top-only") || input == "-" || output == "-";
+  const OpenedAssembly opened =
+      isTopOnly ? OpenedAssembly{openFile(session, input), {}} : openAssembly(session, input);
+  jt::SaveReport report = saveCopy(
+      *opened.top, *opened.top, opened.parts,
+      {.input = input, .output = output, .changesParts = options.version.has_value()}, options);
   showSaveWarnings(session, report);
   if (session.wantsJson())
-    writeResult(session, input, report);
+    writeResult(session, input, report, opened.parts);
   else
     showSaved(session, report, options.dryRun);
-  return ExitCode::done;
+  return exitCodeOf(opened.parts);
 }
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
@@ -91,7 +92,7 @@ const char* stateName(jt::SegmentState state) {
   return "";
 }
 
-void writeAnswer(Session& session, const Answer& answer) {
+void writeAnswer(Session& session, const Answer& answer, const std::vector<jt::PartFile>& parts) {
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("same", answer.result.isSame());
@@ -122,6 +123,7 @@ void writeAnswer(Session& session, const Answer& answer) {
     }
     json.end();
   }
+  writeFiles(json, parts);
   session.endResult();
 }
 
@@ -170,22 +172,24 @@ ExitCode runDiff(Session& session) {
   const Library library(session);  // knows the host's buffers
   const std::string& pathA = session.argument(0);
   const std::string& pathB = session.argument(1);
-  const jt::Ref<JtPartition> a = openFile(session, pathA);
-  const jt::Ref<JtPartition> b = openFile(session, pathB);
+  const OpenedAssembly a = openAssembly(session, pathA);
+  const OpenedAssembly b = openAssembly(session, pathB);
 
   Answer answer;
   Collector collector;
-  answer.result = jt::compare(*a, *b, options, collector);
+  answer.result = jt::compare(*a.top, *b.top, options, collector);
   answer.differences = collector.all();
-  if (arguments.has("segments")) answer.segments = jt::compareSegments(*a, *b);
+  if (arguments.has("segments")) answer.segments = jt::compareSegments(*a.top, *b.top);
   if (answer.result.skipped > 0)
     session.warn(counted(static_cast<std::size_t>(answer.result.skipped), "thing") +
                  " of unknown meaning not compared, since the files have different versions");
+  std::vector<jt::PartFile> parts = a.parts;
+  parts.insert(parts.end(), b.parts.begin(), b.parts.end());
   if (session.wantsJson())
-    writeAnswer(session, answer);
+    writeAnswer(session, answer, parts);
   else
     showAnswer(session, answer);
-  return answer.result.isSame() ? ExitCode::done : ExitCode::no;
+  return answer.result.isSame() ? exitCodeOf(parts) : ExitCode::no;
 }
 
 }  // namespace tool

@@ -1,9 +1,11 @@
 #include <string>
 
+#include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
 #include "JtExportRoot.h"
+#include "PartCopies.h"
 #include "SaveResult.h"
 #include "Session.h"
 
@@ -25,19 +27,24 @@ ExitCode runExportPartition(Session& session) {
   root.setCadSource();
   root.setTranslationDate();
 
-  const jt::Ref<JtStorageLocation> location = outputLocation(output);
-  jt::SaveReport report = savePartition(*target, location.get(), options, output);
-  if (output == "-") report.file = output;
+  const bool isTopOnly = session.arguments().has("top-only") || output == "-";
+  const std::vector<jt::PartFile> parts =
+      isTopOnly ? std::vector<jt::PartFile>() : component.partFiles();
+  const jt::SaveReport report = saveCopy(
+      *target, *root.partition(), parts,
+      {.input = component.file(), .output = output, .changesParts = options.version.has_value()},
+      options);
   showSaveWarnings(session, report);
   if (!session.wantsJson()) {
     showSaved(session, report, options.dryRun);
-    return ExitCode::done;
+    return exitCodeOf(parts);
   }
   session.beginResult();
   session.json().member("document", component.document());
   writeSaved(session, report);
+  writeFiles(session.json(), parts);
   session.endResult();
-  return ExitCode::done;
+  return exitCodeOf(parts);
 }
 
 }  // namespace tool

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ApiSysStringConvertors.h"
+#include "Assembly.h"
 #include "Attachments.h"
 #include "Command.h"
 #include "Component.h"
@@ -28,14 +29,17 @@ const char* formName(FrameForm form) { return form == FrameForm::lateLoaded ? "b
 /// One collection with its list, as it stands in the file.
 struct FrameList {
   JtwNode* collection = nullptr;
+  std::string address;
   FrameForm form = FrameForm::none;
   std::vector<JtFrame> frames;
 };
 
-FrameList listOf(const Component& component, JtwNode& node) {
+FrameList listOf(const Component& component, std::size_t index) {
+  JtwNode& node = *component.entries()[index].node;
+  const std::string address = component.address(index);
   const jtw::StoredFrames stored = jtw::storedFrames(static_cast<JtwCollection&>(node));
   if (stored.form == FrameForm::unreadable) failUnreadableFrames(component, node);
-  FrameList list{&node, stored.form, {}};
+  FrameList list{&node, address, stored.form, {}};
   if (stored.list) list.frames.assign(stored.list->frames().begin(), stored.list->frames().end());
   return list;
 }
@@ -43,6 +47,7 @@ FrameList listOf(const Component& component, JtwNode& node) {
 void writeList(JsonWriter& json, const FrameList& list) {
   const ApiProtoKey key = list.collection->key();
   json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
+  json.textOrNull("address", list.address);
   json.textOrNull("form", list.form == FrameForm::none ? "" : formName(list.form));
   writeFrameRecords(json, list.frames);
 }
@@ -61,15 +66,15 @@ std::string frameText(const JtFrame& frame) {
 
 void showList(Session& session, const FrameList& list) {
   JtwNode& node = *list.collection;
-  std::string line = objectText(node) + "  " + kindName(node) + "  " + nameOf(node) + ": " +
+  std::string line = list.address + "  " + kindName(node) + "  " + nameOf(node) + ": " +
                      counted(list.frames.size(), "frame");
   if (list.form != FrameForm::none) line += std::string(", ") + formName(list.form);
   session.out().line(printable(line));
   for (const JtFrame& frame : list.frames) session.out().line(printable(frameText(frame)));
 }
 
-ExitCode showOne(Session& session, const Component& component, JtwNode& collection) {
-  const FrameList list = listOf(component, collection);
+ExitCode showOne(Session& session, const Component& component, std::size_t index) {
+  const FrameList list = listOf(component, index);
   if (!session.wantsJson()) {
     showList(session, list);
     return ExitCode::done;
@@ -77,15 +82,16 @@ ExitCode showOne(Session& session, const Component& component, JtwNode& collecti
   session.beginResult();
   session.json().member("document", component.document());
   writeList(session.json(), list);
+  writeFiles(session.json(), component.partFiles());
   session.endResult();
   return ExitCode::done;
 }
 
 ExitCode showAll(Session& session, const Component& component) {
   std::vector<FrameList> lists;
-  for (const jtw::TreeEntry& entry : component.entries()) {
-    if (!entry.node->isCollection()) continue;
-    FrameList list = listOf(component, *entry.node);
+  for (std::size_t i = 0; i < component.entries().size(); ++i) {
+    if (!component.entries()[i].node->isCollection()) continue;
+    FrameList list = listOf(component, i);
     if (list.form != FrameForm::none) lists.push_back(std::move(list));
   }
   if (!session.wantsJson()) {
@@ -103,6 +109,7 @@ ExitCode showAll(Session& session, const Component& component) {
     json.end();
   }
   json.end();
+  writeFiles(json, component.partFiles());
   session.endResult();
   return ExitCode::done;
 }
@@ -164,27 +171,29 @@ std::unordered_set<long> keysThatGo(JtwCollection& collection, const std::vector
 
 ExitCode replaceList(Session& session, Component& component, const ObjectName& name,
                      std::vector<JtFrame> frames) {
-  JtwNode& node = *component.entries()[component.findCollection(name)].node;
-  auto& collection = static_cast<JtwCollection&>(node);
+  const std::size_t index = component.findCollection(name);
+  auto& collection = static_cast<JtwCollection&>(*component.entries()[index].node);
+  const std::uint64_t places = component.placeCount(index);
   completeKeys(component, frames);
   checkAttachments(component, collection, frames);
   checkCycles(component, frames);
   const auto form = session.arguments().has("binary") ? FrameForm::lateLoaded : FrameForm::text;
   const std::unordered_set<long> gone = keysThatGo(collection, frames);
   if (jtw::storedFrames(collection).form == FrameForm::unreadable)
-    session.warn(component.document() + ": the frame list of object " + objectText(node) +
+    session.warn(component.document() + ": the frame list of object " + component.address(index) +
                  " could not be read and is replaced: " + jt::lastError());
   if (!jtw::replaceFrames(collection, frames, form))
     failRefused(component.document(), "key_in_use",
                 "every frame needs a key of its own, from 1 on, that no other object has");
   component.relist();
   const std::vector<long> detached = endAttachmentsTo(component, gone);
-  return saveAndReport(session, component,
-                       "object " + name.text + " has " + counted(frames.size(), "frame"),
-                       [&](JsonWriter& json) {
-                         writeList(json, listOf(component, node));
-                         json.numbers("detached", detached);
-                       });
+  return saveAndReport(
+      session, component, "object " + name.text + " has " + counted(frames.size(), "frame"),
+      [&](JsonWriter& json) {
+        writeList(json, listOf(component, component.find(name)));
+        json.numbers("detached", detached);
+      },
+      places);
 }
 
 }  // namespace
@@ -206,12 +215,13 @@ ExitCode runFrames(Session& session) {
   Component component(session, session.argument(0), file && !arguments.has("dry-run"));
   if (file) return replaceList(session, component, *name, std::move(frames));
   if (!name) return showAll(session, component);
-  JtwNode& node = *component.entries()[component.find(*name)].node;
+  const std::size_t index = component.find(*name);
+  JtwNode& node = *component.entries()[index].node;
   if (!node.isCollection())
     failRefused(
         component.document(), "not_a_collection",
         "object " + name->text + " cannot hold frames: it is of the kind " + kindName(node));
-  return showOne(session, component, node);
+  return showOne(session, component, index);
 }
 
 }  // namespace tool

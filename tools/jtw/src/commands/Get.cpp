@@ -1,5 +1,6 @@
 #include <string>
 
+#include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
 #include "NodeView.h"
@@ -18,14 +19,17 @@ std::string matrixText(const RTTran3D& location) {
   return text;
 }
 
-void showNode(Session& session, JtwNode& node, JtwNode* parent) {
+void showNode(Session& session, const ListedObject& object, std::uint64_t places) {
+  JtwNode& node = *object.node;
+  JtwNode* const parent = object.parent;
   Output& out = session.out();
   const auto row = [&out](const char* name, const std::string& text) {
     if (!text.empty()) out.line("  " + padRight(name, 14) + text);
   };
-  out.line(session.style().paint(Ink::bold, std::string(kindName(node)) + " " + objectText(node)));
+  out.line(session.style().paint(Ink::bold, std::string(kindName(node)) + " " + object.address));
   row("name", printable(nameOf(node)));
   row("parent", parent && !parent->key().isNull() ? std::to_string(parent->key().getAsLong()) : "");
+  row("places", places > 1 ? std::to_string(places) : "");
   const char* unit = unitOf(node);
   row("unit", unit ? unit : "");
   bool isDefault = true;
@@ -45,18 +49,20 @@ ExitCode runGet(Session& session) {
   const ObjectName name(session.argument(1));
   const Component component(session, session.argument(0), false);
   const std::size_t index = component.find(name);
-  JtwNode& node = *component.entries()[index].node;
-  JtwNode* parent = component.listedParent(index);
+  const std::vector<ListedObject> listing = component.listing(index);
+  const std::uint64_t places = component.placeCount(index);
   if (!session.wantsJson()) {
-    showNode(session, node, parent);
+    showNode(session, listing[0], places);
     return ExitCode::done;
   }
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("document", component.document());
-  writeNodeMembers(json, node, parent);
-  json.numbers("absLoc", node.absLoc().values());
-  writeChildren(json, component, index);
+  writeNodeMembers(json, listing[0]);
+  json.numbers("absLoc", listing[0].node->absLoc().values());
+  json.member("places", places);
+  writeChildren(json, listing);
+  writeFiles(json, component.partFiles());
   session.endResult();
   return ExitCode::done;
 }

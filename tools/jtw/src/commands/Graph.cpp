@@ -2,9 +2,9 @@
 #include <set>
 #include <string>
 
+#include "Assembly.h"
 #include "Command.h"
 #include "GraphValues.h"
-#include "InputFile.h"
 #include "Jt.h"
 #include "JtInspect.h"
 #include "NodeIds.h"
@@ -65,9 +65,11 @@ void writeNode(Session& session, JtNode& node, const NodeIds& ids, bool withMeta
   json.member("id", ids.of(&node));
   json.member("type", jt::elementName(&node));
   json.textOrNull("name", Jt::name(&node).stringToMbs());
+  if (const auto* partition = jt::as<JtPartition>(&node))
+    json.textOrNull("fileName", partition->fileName().stringToMbs());
   json.key("children");
   json.beginArray(JsonWriter::Layout::line);
-  for (int i = 0; i < node.numChildren(); ++i) json.value(ids.of(node.child(i)));
+  for (int i = 0; i < ids.childCount(node); ++i) json.value(ids.of(node.child(i)));
   json.end();
   json.key("attributes");
   json.beginArray();
@@ -84,9 +86,12 @@ void showNode(Session& session, JtNode& node, const NodeIds& ids, bool withMetaD
   std::string head = std::to_string(ids.of(&node)) + "  " + printable(jt::elementName(&node));
   if (!name.empty()) head += "  \"" + printable(name) + "\"";
   out.line(session.style().paint(Ink::bold, head));
-  if (node.numChildren() > 0) {
+  if (const auto* partition = jt::as<JtPartition>(&node);
+      partition && !partition->fileName().isEmpty())
+    out.line("    file: " + printable(partition->fileName().stringToMbs()));
+  if (ids.childCount(node) > 0) {
     out.write("    children:");
-    for (int i = 0; i < node.numChildren(); ++i)
+    for (int i = 0; i < ids.childCount(node); ++i)
       out.write(" " + std::to_string(ids.of(node.child(i))));
     out.line("");
   }
@@ -110,11 +115,11 @@ void showNode(Session& session, JtNode& node, const NodeIds& ids, bool withMetaD
 ExitCode runGraph(Session& session) {
   const std::string& path = session.argument(0);
   const bool withMetaData = session.arguments().has("metadata");
-  const jt::Ref<JtPartition> partition = openFile(session, path);
-  const NodeIds ids(*partition);
+  const OpenedAssembly opened = openAssembly(session, path);
+  const NodeIds ids(*opened.top, session.arguments().has("parts"));
   if (!session.wantsJson()) {
     for (JtNode* node : ids.nodes()) showNode(session, *node, ids, withMetaData);
-    return ExitCode::done;
+    return exitCodeOf(opened.parts);
   }
   JsonWriter& json = session.json();
   session.beginResult();
@@ -123,8 +128,9 @@ ExitCode runGraph(Session& session) {
   json.beginArray();
   for (JtNode* node : ids.nodes()) writeNode(session, *node, ids, withMetaData);
   json.end();
+  writeFiles(json, opened.parts);
   session.endResult();
-  return ExitCode::done;
+  return exitCodeOf(opened.parts);
 }
 
 }  // namespace tool

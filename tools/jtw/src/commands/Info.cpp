@@ -2,6 +2,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "Assembly.h"
 #include "Command.h"
 #include "InputFile.h"
 #include "Jt.h"
@@ -10,6 +11,26 @@
 
 namespace tool {
 namespace {
+
+/// Sums over a file and its part files, each counted once.
+struct Totals {
+  std::size_t files = 0;
+  std::uint64_t bytes = 0;
+  std::size_t nodes = 0;
+  std::size_t shapes = 0;
+  std::uint64_t triangles = 0;  ///< of the finest level
+  std::uint64_t vertices = 0;
+
+  void add(const JtPartition& partition) {
+    const jt::ShapeSummary ofShapes = jt::summarizeShapes(partition);
+    ++files;
+    bytes += jt::summarizeFile(partition).size;
+    nodes += jt::summarizeGraph(partition).nodes;
+    shapes += ofShapes.all.shapes;
+    triangles += ofShapes.triangles;
+    vertices += ofShapes.vertices;
+  }
+};
 
 /// What `info` tells.
 struct Facts {
@@ -21,6 +42,8 @@ struct Facts {
   std::string unit;  ///< empty: none is named
   std::optional<jt::Box> bounds;
   std::optional<std::vector<jt::SegmentInfo>> segments;
+  Totals totals;
+  std::vector<jt::PartFile> parts;
 };
 
 std::string stringProperty(const JtNode& node, const char* key) {
@@ -49,7 +72,8 @@ std::string findUnit(const JtPartition& partition) {
   return {};
 }
 
-Facts gather(const JtPartition& partition, bool withSegments) {
+Facts gather(const OpenedAssembly& opened, bool withSegments) {
+  const JtPartition& partition = *opened.top;
   Facts facts{.file = jt::summarizeFile(partition),
               .graph = jt::summarizeGraph(partition),
               .shapes = jt::summarizeShapes(partition),
@@ -57,7 +81,12 @@ Facts gather(const JtPartition& partition, bool withSegments) {
               .native = partition.property(JtString("KrOriginateFromNativeJt")) != nullptr,
               .unit = findUnit(partition),
               .bounds = partition.bounds(),
-              .segments = {}};
+              .segments = {},
+              .totals = {},
+              .parts = opened.parts};
+  facts.totals.add(partition);
+  for (const jt::PartFile& part : facts.parts)
+    if (part.partition) facts.totals.add(*part.partition);
   if (withSegments) facts.segments = jt::listSegments(partition);
   return facts;
 }
@@ -160,6 +189,16 @@ void writeFacts(Session& session, const std::string& path, const Facts& facts) {
     json.null();
   }
   if (facts.segments) writeSegments(json, *facts.segments);
+  json.key("totals");
+  json.beginObject(JsonWriter::Layout::line);
+  json.member("files", facts.totals.files);
+  json.member("bytes", facts.totals.bytes);
+  json.member("nodes", facts.totals.nodes);
+  json.member("shapes", facts.totals.shapes);
+  json.member("triangles", facts.totals.triangles);
+  json.member("vertices", facts.totals.vertices);
+  json.end();
+  writeFiles(json, facts.parts);
   session.endResult();
 }
 
@@ -188,6 +227,15 @@ void showShapes(Output& out, const jt::ShapeSummary& shapes) {
              " bytes  " + counted(level.triangles, "triangle"));
 }
 
+void showParts(Output& out, const Facts& facts) {
+  const Totals& totals = facts.totals;
+  out.line("  with parts  " + counted(totals.files, "file") + ", " + counted(totals.bytes, "byte") +
+           ", " + counted(totals.nodes, "node") + ", " + counted(totals.shapes, "shape") + ", " +
+           counted(totals.triangles, "triangle"));
+  for (const jt::PartFile& part : facts.parts)
+    out.line("    " + padRight(jt::stateName(part.state), 8) + " " + printable(part.file));
+}
+
 void showFacts(Session& session, const std::string& path, const Facts& facts) {
   Output& out = session.out();
   out.line(session.style().paint(Ink::bold, printable(path)));
@@ -207,6 +255,7 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
   out.line("  bounds      " + (facts.bounds
                                    ? point(facts.bounds->min) + "  to  " + point(facts.bounds->max)
                                    : std::string("unknown")));
+  if (!facts.parts.empty()) showParts(out, facts);
   if (!facts.segments) return;
   out.line("\n  offset      length      compression  segment");
   for (const jt::SegmentInfo& segment : *facts.segments)
@@ -219,13 +268,13 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
 
 ExitCode runInfo(Session& session) {
   const std::string& path = session.argument(0);
-  const jt::Ref<JtPartition> partition = openFile(session, path);
-  const Facts facts = gather(*partition, session.arguments().has("segments"));
+  const OpenedAssembly opened = openAssembly(session, path);
+  const Facts facts = gather(opened, session.arguments().has("segments"));
   if (session.wantsJson())
     writeFacts(session, path, facts);
   else
     showFacts(session, path, facts);
-  return ExitCode::done;
+  return exitCodeOf(facts.parts);
 }
 
 }  // namespace tool

@@ -45,11 +45,12 @@ ExitCode runMv(Session& session) {
     failRefused(component.document(), "cycle",
                 "object " + name.text + " would be moved below itself");
 
+  const std::uint64_t places = component.placeCount(index);
   const bool keepsPlace = arguments.has("keep-place");
   const RTTran3D place =
       keepsPlace ? node.absLoc() : listedLocation(node, component.listedParent(index));
   const float unit = node.measurementUnitRatio();
-  if (!component.ensureKey(index) || !reparent(component, node, parent))
+  if (!component.ensureOwnKey(index) || !reparent(component, node, parent))
     refuse(component, "object " + name.text +
                           " cannot be moved there: one of the two is not part of this file, or it "
                           "stands above the other in a second place");
@@ -66,12 +67,13 @@ ExitCode runMv(Session& session) {
   component.relist();
   const ApiProtoKey key = node.key();
   const std::string keyName = std::to_string(key.getAsLong());
-  return saveAndReport(session, component,
-                       "moved " + keyName + " under " + std::to_string(parent.key().getAsLong()),
-                       [&](JsonWriter& json) {
-                         json.member("parent", parent.key().getAsLong());
-                         writeNodeResult(json, component, component.find(ObjectName(keyName)));
-                       });
+  return saveAndReport(
+      session, component, "moved " + keyName + " under " + std::to_string(parent.key().getAsLong()),
+      [&](JsonWriter& json) {
+        json.member("parent", parent.key().getAsLong());
+        writeNodeResult(json, component, component.find(ObjectName(keyName)));
+      },
+      places);
 }
 
 }  // namespace tool

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "ApiSysStringConvertors.h"
+#include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
 #include "JtkwPMITypeMaps.h"
@@ -149,6 +150,7 @@ void writeListing(Session& session, const Component& component, const Listing& l
     json.end();
   }
   json.end();
+  writeFiles(session.json(), component.partFiles());
   session.endResult();
 }
 
@@ -189,7 +191,7 @@ ExitCode runPmi(Session& session) {
     writeListing(session, component, listing);
   else
     showListing(session, listing, withForeign);
-  return ExitCode::done;
+  return exitCodeOf(component.partFiles());
 }
 
 }  // namespace tool

@@ -40,8 +40,9 @@ void deleteObject(Component& component, std::size_t index, const ObjectName& nam
     failRefused(component.document(), "not_supported", "the component itself cannot be removed");
   const bool isFrame = node.type() == JtwNode::JT_FRAME_NODE;
   JtwCollection* frames = isFrame ? static_cast<JtwPMI&>(node).collection() : nullptr;
+  const bool hasKey = component.ensureOwnKey(index);
   if (!node.isOfTypePMI() && node.jtNode()) leaveOtherPlaces(*node.jtNode());
-  if (!component.ensureKey(index) || !component.root().deleteNode(node.key()))
+  if (!hasKey || !component.root().deleteNode(node.key()))
     failRefused(component.document(), "not_supported",
                 "object " + name.text + " cannot be removed: it is not part of this file");
   storeFrames(component, frames);
@@ -57,6 +58,7 @@ ExitCode runRm(Session& session) {
   const std::string what =
       std::string(kindName(*component.entries()[index].node)) + " " + name.text;
   const std::size_t before = component.entries().size();
+  const std::uint64_t places = component.placeCount(index);
   deleteObject(component, index, name);
   component.relist();
 
@@ -71,10 +73,13 @@ ExitCode runRm(Session& session) {
   if (count > 1) line += " and " + std::to_string(count - 1) + " below it";
   if (!detached.empty())
     line += "; " + counted(detached.size(), "object") + " no longer attached to what is gone";
-  return saveAndReport(session, component, line, [&](JsonWriter& json) {
-    json.numbers("removed", removed);
-    json.numbers("detached", detached);
-  });
+  return saveAndReport(
+      session, component, line,
+      [&](JsonWriter& json) {
+        json.numbers("removed", removed);
+        json.numbers("detached", detached);
+      },
+      places);
 }
 
 }  // namespace tool

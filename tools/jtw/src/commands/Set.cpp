@@ -17,8 +17,9 @@ ExitCode runSet(Session& session) {
   edits.apply();
   if (!component.ensureKey(index))
     session.warn(component.document() + ": the object has no key, and none could be given to it");
-  return saveAndReport(session, component, "",
-                       [&](JsonWriter& json) { writeNodeResult(json, component, index); });
+  return saveAndReport(
+      session, component, "", [&](JsonWriter& json) { writeNodeResult(json, component, index); },
+      component.placeCount(index));
 }
 
 }  // namespace tool

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "ApiSysFilePath.h"
+#include "Assembly.h"
 #include "Command.h"
 #include "InputFile.h"
 #include "JtFormatError.h"
@@ -76,7 +77,7 @@ std::vector<std::byte> pngOf(const Image& image, const std::string& output) {
 }
 
 void writeResult(Session& session, const DrawingRequest& request, const Drawing& drawing,
-                 const std::string& output) {
+                 const std::string& output, const std::vector<jt::PartFile>& parts) {
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("file", session.argument(0));
@@ -90,6 +91,7 @@ void writeResult(Session& session, const DrawingRequest& request, const Drawing&
   json.member("points", drawing.points);
   json.member("damaged", drawing.damaged.size());
   json.member("annotationLines", drawing.annotationLines);
+  writeFiles(json, parts);
   session.endResult();
 }
 
@@ -100,10 +102,10 @@ ExitCode runSnapshot(Session& session) {
   const DrawingRequest request = readRequest(session.arguments());
   checkName(output);
   claimOutput(session, output, false);
-  const jt::Ref<JtPartition> partition = openFile(session, session.argument(0));
+  const OpenedAssembly opened = openAssembly(session, session.argument(0));
   const Drawing drawing = [&] {
     Progress progress(session, "drawing");
-    return drawScene(*partition, request, [&progress](double share) { progress.update(share); });
+    return drawScene(*opened.top, request, [&progress](double share) { progress.update(share); });
   }();
   writeBytes(output, pngOf(drawing.image, output));
   session.noteWritten(output);
@@ -112,12 +114,12 @@ ExitCode runSnapshot(Session& session) {
   if (drawing.shapes == 0 && drawing.annotationLines == 0)
     session.warn("there is no geometry to be seen; the picture is empty");
   if (session.wantsJson()) {
-    writeResult(session, request, drawing, output);
+    writeResult(session, request, drawing, output, opened.parts);
   } else if (output != "-") {
     session.out().line(output + ": " + std::to_string(drawing.shapes) + " shapes, " +
                        std::to_string(drawing.triangles) + " triangles");
   }
-  return drawing.damaged.empty() ? ExitCode::done : ExitCode::no;
+  return drawing.damaged.empty() ? exitCodeOf(opened.parts) : ExitCode::no;
 }
 
 }  // namespace tool

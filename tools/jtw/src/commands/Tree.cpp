@@ -1,6 +1,7 @@
 #include <string>
 #include <vector>
 
+#include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
 #include "NodeView.h"
@@ -10,7 +11,7 @@ namespace tool {
 namespace {
 
 /// For every entry, whether nothing else follows under the same parent.
-std::vector<bool> lastOnes(const std::vector<jtw::TreeEntry>& entries) {
+std::vector<bool> lastOnes(const std::vector<ListedObject>& entries) {
   std::vector<bool> isLast(entries.size());
   std::vector<bool> seen;  // by depth: something of that depth follows, under the same parent
   for (std::size_t i = entries.size(); i-- > 0;) {
@@ -32,8 +33,7 @@ std::string attachmentText(JtwNode& node) {
   return type == ATTACHMENT_DEFAULT ? text : text + ":" + std::to_string(static_cast<int>(type));
 }
 
-void showTree(Session& session, const Component& component) {
-  const auto& entries = component.entries();
+void showTree(Session& session, const std::vector<ListedObject>& entries) {
   const Style& style = session.style();
   const std::vector<bool> isLast = lastOnes(entries);
   std::string branches;                 // of what the current entry stands under
@@ -45,13 +45,15 @@ void showTree(Session& session, const Component& component) {
     branches.resize(lengths[depth]);
     std::string line;
     if (depth > 0) line = branches + (isLast[i] ? "└─ " : "├─ ");
-    line += style.paint(Ink::yellow, objectText(node)) + "  " +
-            style.paint(Ink::dim, kindName(node)) + "  " +
-            style.paint(Ink::bold, printable(nameOf(node)));
+    line +=
+        style.paint(Ink::yellow, entries[i].address.empty() ? "-" : entries[i].address) + "  " +
+        style.paint(Ink::dim, kindName(node)) + "  " +
+        style.paint(Ink::bold, printable(entries[i].name.empty() ? nameOf(node) : entries[i].name));
     if (const char* unit = unitOf(node)) line += std::string("  ") + unit;
     bool isDefault = true;
     const ApiGraColor color = colorOf(node, isDefault);
     if (!isDefault) line += "  " + style.paint(Ink::cyan, colorText(color));
+    if (!entries[i].sameAs.empty()) line += "  = " + entries[i].sameAs;
     session.out().line(line + attachmentText(node));
     if (depth > 0) branches += isLast[i] ? "   " : "│  ";
     lengths.push_back(branches.size());
@@ -62,9 +64,11 @@ void showTree(Session& session, const Component& component) {
 
 ExitCode runTree(Session& session) {
   const Component component(session, session.argument(0), false);
+  const std::vector<ListedObject> places = component.allPlaces();
+  const std::vector<jt::PartFile> parts = component.partFiles();
   if (!session.wantsJson()) {
-    showTree(session, component);
-    return ExitCode::done;
+    showTree(session, places);
+    return exitCodeOf(parts);
   }
   JsonWriter& json = session.json();
   session.beginResult();
@@ -72,11 +76,12 @@ ExitCode runTree(Session& session) {
   json.member("structure", component.structure());
   json.key("root");
   json.beginObject();
-  writeNodeMembers(json, component.root(), nullptr);
-  writeChildren(json, component, 0);
+  writeNodeMembers(json, places[0]);
+  writeChildren(json, places);
   json.end();
+  writeFiles(json, parts);
   session.endResult();
-  return ExitCode::done;
+  return exitCodeOf(parts);
 }
 
 }  // namespace tool
