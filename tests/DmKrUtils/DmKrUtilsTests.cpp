@@ -249,9 +249,10 @@ TEST(CleanUp, RemovesOnlyWhatHasNoEffect) {
     attribute->setState(state, true);
     return attribute;
   };
-  const auto material = [](float red) {
+  const auto material = [](float red, bool isFinal = false) {
     auto made = jt::make<JtMaterial>();
     made->setDiffuseColor(red, 0, 0);
+    made->setFinal(isFinal);
     return jt::Ref<JtAttribute>(made);
   };
   const auto xform = [](double x) {
@@ -273,7 +274,7 @@ TEST(CleanUp, RemovesOnlyWhatHasNoEffect) {
       {"repeated material", {material(1), xform(1), material(1)}, 2},
       {"another material", {material(1), material(0)}, 2},
       {"back to the first", {material(1), material(0), material(1)}, 3},
-      {"final material", {flagged(material(1), State::final), material(1)}, 2},
+      {"final material", {material(1, true), material(1)}, 2},
       {"repeats an ignored one", {flagged(material(1), State::ignore), material(1)}, 1},
   };
   for (const Case& expected : cases) {

@@ -64,6 +64,19 @@ TEST(MeshCommands, ImportWarnsOfEveryNumberThatItChanges) {
   }
 }
 
+TEST(MeshCommands, ObjectsThatAreNotDisplayedAreNotShownNorConverted) {
+  const Workspace workspace;
+  workspace.write("two.obj",
+                  std::string(kCube) + "o plate\nv 0 0 9\nv 1 0 9\nv 1 1 9\nf 9 10 11\n");
+  workspace.json("import two.obj two.kpak");
+  for (const auto& [edit, triangles] : {std::pair("set two.kpak 2 displayed=false", 1),
+                                        std::pair("set two.kpak 2 displayed=true", 13)}) {
+    workspace.json(edit);
+    EXPECT_EQ(workspace.json("snapshot two.kpak out.png")["triangles"], triangles);
+    EXPECT_EQ(workspace.json("convert two.kpak out.obj")["scene"]["triangles"], triangles);
+  }
+}
+
 TEST(MeshCommands, WhatCannotBeDoneHasItsExitCodeAndLeavesNothing) {
   const Workspace workspace;
   workspace.write("block.obj", kCube);

@@ -13,8 +13,7 @@ namespace {
 
 /// No flag that could give the attribute a part in how others act.
 bool isPlain(const JtAttribute& attribute) {
-  return !attribute.hasState(JtAttributeState::final) &&
-         !attribute.hasState(JtAttributeState::force) && attribute.inhibitFlags() == 0 &&
+  return !attribute.hasState(JtAttributeState::force) && attribute.inhibitFlags() == 0 &&
          attribute.finalFlags() == 0;
 }
 

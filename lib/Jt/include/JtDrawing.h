@@ -13,12 +13,12 @@
 
 namespace jt {
 
-/// A shape on one path from the root. Nothing is owned; pointers hold while the graph is unchanged.
+/// A shape on one path from the root. Nothing is owned; pointers hold during the visit.
 struct DrawnShape {
   JtShape* shape = nullptr;
-  JtNode* part = nullptr;           ///< nearest part node or instance above, or null
-  JtMaterial* material = nullptr;   ///< what the path hands down; null: none
-  const Matrix4* toRoot = nullptr;  ///< row vectors: p(root) = p(shape) * toRoot
+  JtNode* part = nullptr;                ///< nearest part node or instance above, or null
+  const JtMaterial* material = nullptr;  ///< what the path hands down; null: none
+  const Matrix4* toRoot = nullptr;       ///< row vectors: p(root) = p(shape) * toRoot
 };
 
 struct DrawingOptions {
@@ -31,13 +31,14 @@ struct DrawingOptions {
   /// Called for each node that is shown, before what is below it, with the matrix that takes it to
   /// the root; may be empty.
   std::function<void(JtNode&, const Matrix4& toRoot)> onNode{};
+  /// True for a node that is not shown, nor what is below it; may be empty. Nodes with the flag
+  /// "ignore" are never shown.
+  std::function<bool(const JtNode&)> isHidden{};
 };
 
 /// Visits the shapes that a viewer shows, in the order of the graph: of level-of-detail nodes one
-/// child, of switches the selected one, nothing below a node that is ignored. Attributes add up as
-/// ISO 14306 has it: matrices are multiplied, of materials the one nearest to the shape holds,
-/// unless one above is final and the nearer does not force. A matrix with a value that is no number
-/// counts as identity. Depth of the graph does not matter.
+/// child, of switches the selected one, nothing below a node that is hidden. Attributes add up as
+/// PathAttributes has it. Depth of the graph does not matter.
 /// @return false when `visit` returned false or `maxPaths` was reached
 JT_API bool visitDrawnShapes(JtNode& root, const DrawingOptions& options,
                              const std::function<bool(const DrawnShape&)>& visit);

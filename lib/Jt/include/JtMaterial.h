@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "JtAttribute.h"
 
@@ -14,10 +15,18 @@ using Rgba = std::array<float, 4>;
 /// What a material may leave to what it inherits: its own value is then not taken.
 enum class JtMaterialField : std::uint8_t {
   ambient,
+  specular,  ///< with shininess and bumpiness
+  emission,
+  blending,  ///< with the blend factors
+  overrideVertexColors,
+  reflectivity,
   diffuse,  ///< red, green and blue
   alpha,    ///< the opacity in the diffuse colour
-  overrideVertexColors,
 };
+
+namespace jt {
+constexpr std::size_t kMaterialFields = 8;
+}  // namespace jt
 
 /// Material attribute: how a surface reflects light.
 class JT_API JtMaterial : public JtAttribute {
@@ -58,6 +67,11 @@ class JT_API JtMaterial : public JtAttribute {
   bool states(JtMaterialField field) const noexcept;
   /// Makes the material's own value of a field count.
   void state(JtMaterialField field);
+  /// True when descendants cannot override a field, unless they force.
+  bool isFinal(JtMaterialField field) const noexcept;
+  using JtAttribute::isFinal;
+  /// Copies the value of a field, whether `from` states it or not.
+  void takeField(JtMaterialField field, const JtMaterial& from);
 
   /// True when one of the two can stand for the other wherever it is listed: all values are equal
   /// bit for bit, the flags too. How a file stores them does not matter.
@@ -75,7 +89,7 @@ class JT_API JtMaterial : public JtAttribute {
  private:
   friend struct jt::file::AttributeFields;
   void clearPattern(std::uint8_t bit);
-  std::uint32_t inhibitBits(JtMaterialField field) const noexcept;
+  std::span<const jt::FieldBits> fieldBits() const noexcept override;
   std::array<std::uint32_t, 20> values() const noexcept;
 
   jt::LocalVersion version_;

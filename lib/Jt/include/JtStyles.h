@@ -23,6 +23,7 @@ class JT_API JtDrawStyle : public JtAttribute {
 
  private:
   friend struct jt::file::AttributeFields;
+  std::span<const jt::FieldBits> fieldBits() const noexcept override;
   jt::LocalVersion version_;
   std::uint8_t flags_ = 0x0a;
 };

@@ -117,6 +117,7 @@ class JT_API JtTextureImage : public JtAttribute {
   std::array<float, 16> transform() const noexcept;
 
  private:
+  std::span<const jt::FieldBits> fieldBits() const noexcept override;
   void setImage(jt::TextureImage image, bool isInline, int coordinateChannel);
   friend struct jt::file::AttributeFields;
   jt::LocalVersion version_;

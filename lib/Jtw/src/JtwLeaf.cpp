@@ -13,8 +13,10 @@ void JtwLeaf::setDisplayState(bool displayed) {
   jtw::setInt(jtNode(), Key::visibility, displayed ? 1 : 0, true);
 }
 
-bool JtwLeaf::displayState() {
-  return jtw::intProperty(jtNode(), Key::visibility).value_or(1) != 0;
+bool JtwLeaf::displayState() { return isDisplayed(jtNode()); }
+
+bool JtwLeaf::isDisplayed(const JtNode* node) {
+  return jtw::intProperty(node, Key::visibility).value_or(1) != 0;
 }
 
 const ApiGraColor& JtwLeaf::color(bool& isDefault) {

@@ -7,8 +7,8 @@
 #include "ApiObjType.h"
 #include "DmKrUtilsGeomUtilities.h"
 #include "DmKrUtilsInterface.h"
+#include "JtPathAttributes.h"
 #include "JtSwitch.h"
-#include "JtXform.h"
 #include "JtwManager.h"
 #include "JtwMeasurementUnits.h"
 #include "JtwProperties.h"
@@ -35,22 +35,18 @@ void markNativeJt(JtNode& node) {
   node.addProperty(key.get(), jt::make<JtPtrPropAtom>().get(), true);
 }
 
-/// The product of the node's transforms in list order, taking them off the node.
+/// The node's own transform, taking its attributes off the node.
 /// @return false when it has none that acts
 bool takeTransforms(JtNode& node, jt::Matrix4& product) {
-  product = jt::kIdentity;
+  bool isFinal = false;
+  product = jt::localTransform(node, isFinal);
   bool found = false;
-  for (int index = 0; index < node.numAttributes(); ++index) {
+  for (int index = node.numAttributes() - 1; index >= 0; --index) {
     const auto* xform = jt::as<JtXform>(node.attribute(index));
-    jt::Matrix4 matrix;
-    if (!DmKrUtilsGeomUtilities::getJtMatrix4fOfXform(xform, matrix) ||
-        xform->hasState(JtAttributeState::ignore))
-      continue;
-    found = true;
-    product = jt::multiply(product, matrix);
+    if (!xform) continue;
+    found = found || !xform->hasState(JtAttributeState::ignore);
+    node.removeAttribute(index);
   }
-  for (int index = node.numAttributes() - 1; index >= 0; --index)
-    if (jt::as<JtXform>(node.attribute(index))) node.removeAttribute(index);
   return found;
 }
 

@@ -5,7 +5,9 @@
 #include <nlohmann/json.hpp>
 
 #include "JtInspect.h"
+#include "JtMaterial.h"
 #include "file/ShapeSegment.h"
+#include "support/Differences.h"
 #include "support/Meshes.h"
 #include "support/ShapeFiles.h"
 #include "support/ShapeScene.h"
@@ -164,6 +166,61 @@ TEST(Conversion, WhatAnotherVersionCannotHoldIsDroppedWithAReason) {
       const auto tail = element.body.last(data.size());
       EXPECT_TRUE(std::ranges::equal(tail, std::as_bytes(std::span(data))));
     }
+  }
+}
+
+/// A material of one colour under its head of flags.
+Fields materialOf(const Format& format, Fields head, float red) {
+  head.version(format.major == 9 ? 2 : 1).put(std::uint16_t{0x39a0});
+  for (int color = 0; color < 4; ++color) head.f32({red, 0, 0, 1});
+  head.f32({30});
+  if (format.major > 8) head.f32({0});
+  if (format.major > 9) head.f32({1});
+  return head;
+}
+
+TEST(Conversion, FlagsOfFieldsMeanTheSameInEveryVersion) {
+  // Flags of 10.x: bit 0 ambient, bit 6 diffuse, bit 7 alpha.
+  struct Case {
+    FileVersion from;
+    FileVersion to;
+    std::uint8_t state;
+    std::uint32_t inhibit;
+    std::uint32_t final;
+    std::uint32_t inhibitThere;
+    std::uint32_t finalThere;
+    bool warns = false;
+  };
+  const Case cases[] = {
+      {{9, 5}, {10, 0}, 9, 0x000, 0, 0x00, 0xff},  // final is for the whole attribute
+      {{8, 2}, {10, 2}, 9, 0x002, 0, 0xc0, 0xff},  // one bit for diffuse and alpha
+      {{9, 5}, {10, 0}, 8, 0x101, 0, 0x81, 0x00},  // alpha and ambient
+      {{10, 0}, {9, 5}, 8, 0x041, 0xff, 0x41, 0xff},
+      {{10, 0}, {8, 1}, 8, 0x0c1, 0x00, 0xc1, 0x00},
+      {{10, 0}, {9, 5}, 8, 0x000, 0x40, 0x00, 0xff, true},  // older ones have no part of it
+      {{10, 0}, {10, 2}, 9, 0x041, 0x40, 0x41, 0x40},       // state bit 0 means nothing in 10.x
+  };
+  MemoryStorage storage;
+  for (const Case& given : cases) {
+    SCOPED_TRACE(given.from.text() + " to " + given.to.text() + " final " +
+                 std::to_string(given.final));
+    const Format format = formatOf(given.from);
+    Fields head(format);
+    head.version().put(given.state).put(given.inhibit);
+    if (given.from.major == 10) head.put(given.final);
+    SceneBuilder scene(format);
+    scene.partition(1, {2}).group(2, {}, {3});
+    scene.element(SceneBuilder::kMaterial, 3, 3, materialOf(format, head, 0.25F));
+    const auto root =
+        storage.open(FileBuilder(format).scene(scene.marker().marker().table({})).build());
+    const Saved saved = saveAs(storage, *root, given.to);
+    const auto* material = jt::as<JtMaterial>(saved.root->child(0)->attribute(0));
+    ASSERT_NE(material, nullptr);
+    EXPECT_EQ(material->inhibitFlags(), given.inhibitThere);
+    EXPECT_EQ(material->finalFlags(), given.finalThere);
+    EXPECT_EQ(material->isFinal(), given.finalThere == 0xff);
+    EXPECT_EQ(!saved.warnings.empty(), given.warns);
+    EXPECT_EQ(Differences(*root, *saved.root).lines(), std::vector<std::string>{});
   }
 }
 

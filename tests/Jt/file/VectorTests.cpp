@@ -289,7 +289,7 @@ TEST(Vectors, AnExternalPartitionIsFoundBesideTheFileAndStandsWhereItsInstancesP
   // (1, 0, 0) as a row vector.
   EXPECT_EQ((std::array{m[0] + m[12], m[1] + m[13], m[2] + m[14]}), (std::array{5.0, 1.0, 0.0}));
   const auto* material = object<JtMaterial>(*root, 6);
-  EXPECT_TRUE(material->blending() && material->hasState(JtAttributeState::final));
+  EXPECT_TRUE(material->blending() && material->isFinal());
   EXPECT_EQ(material->diffuse(), (jt::Rgba{1, 0, 0, 0.5F}));
   const auto* outer = jt::as<JtPartition>(second->child(0));
   ASSERT_NE(outer, nullptr);

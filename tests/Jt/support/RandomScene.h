@@ -65,6 +65,7 @@ class Author {
 
   void change(JtAttribute& attribute) {
     attribute.setState(JtAttributeState::ignore, choices_.oneIn(2));
+    attribute.setFinal(choices_.oneIn(3));
     if (auto* xform = jt::as<JtXform>(&attribute)) {
       jt::Matrix4 matrix = jt::kIdentity;
       while (choices_.oneIn(2)) matrix[choices_.of(16)] = choices_.real();

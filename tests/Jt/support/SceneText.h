@@ -80,8 +80,7 @@ class SceneText {
 
   void describe(const JtAttribute& attribute) {
     add(" ", jt::elementName(&attribute), " state ", attribute.stateFlags(), " inhibit ",
-        attribute.inhibitFlags());
-    if (full_) add(" final ", attribute.finalFlags());
+        attribute.inhibitFlags(), " final ", attribute.finalFlags());
     if (const auto* xform = jt::as<JtXform>(&attribute)) add(" matrix ", xform->matrix());
     if (const auto* material = jt::as<JtMaterial>(&attribute)) {
       add(" colors ", material->ambient(), material->diffuse(), material->specular(),

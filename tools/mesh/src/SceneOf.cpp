@@ -10,10 +10,11 @@
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtPartUtil.h"
+#include "JtPathAttributes.h"
 #include "JtShape.h"
 #include "JtSwitch.h"
 #include "JtkPMIDrawing.h"
-#include "JtwNode.h"
+#include "JtwLeaf.h"
 #include "MeshComponent.h"
 #include "NodeProperties.h"
 #include "SceneImages.h"
@@ -28,16 +29,6 @@ constexpr std::size_t kMostPaths = 5'000'000;
 /// Where a surface has only a material.
 constexpr Texture kNoTexture{.image = static_cast<std::size_t>(-1)};
 
-jt::Matrix4 ownMatrix(const JtNode& node) {
-  jt::Matrix4 matrix = jt::kIdentity;
-  for (int i = 0; i < node.numAttributes(); ++i) {
-    const auto* transform = jt::as<JtXform>(node.attribute(i));
-    if (transform && !transform->hasState(JtAttributeState::ignore))
-      matrix = jt::multiply(matrix, transform->matrix());
-  }
-  return matrix;
-}
-
 Material materialOf(const JtMaterial& source) {
   const float shininess = source.shininess();
   return {{},
@@ -49,41 +40,13 @@ Material materialOf(const JtMaterial& source) {
           std::nullopt};
 }
 
-/// The attribute of a class that a node has, from itself or from above.
-template <class T>
-struct Inherited {
-  const T* attribute = nullptr;
-  const JtPartition* file = nullptr;
-  bool isFinal = false;
-
-  /// @param of the file that the attribute is in
-  void take(const JtAttribute& candidate, const JtPartition* of) {
-    const T* own = jt::as<T>(&candidate);
-    if (!own || own->hasState(JtAttributeState::ignore)) return;
-    if (isFinal && !own->hasState(JtAttributeState::force)) return;
-    if (!isOver(*own, attribute)) return;
-    attribute = own;
-    file = of;
-    isFinal = own->hasState(JtAttributeState::final);
-  }
-
- private:
-  static bool isOver(const JtMaterial&, const JtMaterial*) { return true; }
-  /// Of several texture channels the first one has the surface's own colour.
-  static bool isOver(const JtTextureImage& own, const JtTextureImage* above) {
-    return !above || own.channel() <= above->channel();
-  }
-};
-
 /// A node on one path, with what is gathered above it and not yet in a node of the scene.
 struct Visit {
   JtNode* node = nullptr;
   std::size_t parent = 0;  // index in the scene
   jt::Matrix4 matrix = jt::kIdentity;
   double unit = 0;  // millimetres; 0: none is named so far
-  const JtPartition* file = nullptr;
-  Inherited<JtMaterial> material;
-  Inherited<JtTextureImage> texture;
+  jt::PathAttributes attributes;
   std::string name;
   std::vector<Property> properties;
 };
@@ -113,7 +76,7 @@ class SceneBuilder {
                             "the scene graph unfolds into more than 5000000 nodes; take it apart");
       Visit visit = std::move(pending_.back());
       pending_.pop_back();
-      if (!visit.node->isIgnored()) process(visit);
+      if (!visit.node->isIgnored() && JtwLeaf::isDisplayed(visit.node)) process(visit);
     }
     for (std::size_t i = 0; i < scene_.nodes.size(); ++i) setModel(i);
     dropIdleRoot();
@@ -130,15 +93,11 @@ class SceneBuilder {
  private:
   /// Adds what the node itself says to what is gathered.
   void takeOver(Visit& visit) {
-    const auto* file = jt::as<JtPartition>(visit.node);
-    // One that stands for another file is in the outer one still.
-    if (file && !file->externalPartition()) visit.file = file;
     const std::string name = JtString(JtwNode::name(visit.node)).stringToMbs();
     if (!name.empty()) visit.name = name;
-    jt::Matrix4 matrix = ownMatrix(*visit.node);
+    jt::Matrix4 matrix = visit.attributes.enter(*visit.node);
     takeUnit(visit, matrix);
     visit.matrix = jt::multiply(matrix, visit.matrix);
-    takeAppearance(visit);
   }
 
   /// A node in another unit than what it hangs under is scaled.
@@ -159,28 +118,22 @@ class SceneBuilder {
     matrix = jt::multiply(matrix, scale);
   }
 
-  static void takeAppearance(Visit& visit) {
-    for (int i = 0; i < visit.node->numAttributes(); ++i) {
-      visit.material.take(*visit.node->attribute(i), visit.file);
-      visit.texture.take(*visit.node->attribute(i), visit.file);
-    }
-  }
-
   std::optional<std::size_t> materialOf(const Visit& visit, const PlacedTexture* placed) {
-    const JtMaterial* material = visit.material.attribute;
-    if (!material && !placed) return std::nullopt;
+    const jt::InheritedMaterial& material = visit.attributes.material();
+    if (material.isNone() && !placed) return std::nullopt;
     const Texture texture = placed ? placed->texture : kNoTexture;
     const auto [found, isNew] =
         materials_.try_emplace(std::pair(material, texture), scene_.materials.size());
     if (isNew) {
-      scene_.materials.push_back(material ? mesh::materialOf(*material) : Material());
+      const auto source = material.material();
+      scene_.materials.push_back(source ? mesh::materialOf(*source) : Material());
       if (placed) scene_.materials.back().texture = texture;
     }
     return found->second;
   }
 
   /// Null when there is none that can be shown.
-  const PlacedTexture* textureOf(const Inherited<JtTextureImage>& inherited) {
+  const PlacedTexture* textureOf(const jt::InheritedTexture& inherited) {
     const JtTextureImage* source = inherited.attribute;
     if (!source) return nullptr;
     const auto [found, isNew] = textures_.try_emplace(source);
@@ -317,7 +270,7 @@ class SceneBuilder {
     const std::shared_ptr<const jt::Mesh> mesh = shape.mesh();
     if (!mesh) throw JtFormatError("damaged", jt::lastError());
     if (mesh->corners.empty()) return;
-    const PlacedTexture* placed = textureOf(visit.texture);
+    const PlacedTexture* placed = textureOf(visit.attributes.texture());
     const std::optional<std::size_t> material = materialOf(visit, placed);
     const auto map = placed ? placed->map : std::nullopt;
     const auto [found, isNew] = meshes_.try_emplace(std::pair(mesh, map), scene_.meshes.size());
@@ -348,7 +301,7 @@ class SceneBuilder {
   Scene scene_;
   std::vector<Visit> pending_;
   std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
-  std::map<std::pair<const JtMaterial*, Texture>, std::size_t> materials_;
+  std::map<std::pair<jt::InheritedMaterial, Texture>, std::size_t> materials_;
   SceneImages images_;
   std::map<const JtTextureImage*, std::optional<PlacedTexture>> textures_;  // none: cannot be taken
   std::map<std::pair<std::shared_ptr<const jt::Mesh>, std::optional<CoordinateMap>>, std::size_t>

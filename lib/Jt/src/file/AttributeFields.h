@@ -194,10 +194,20 @@ struct AttributeFields {
   static void base(Ar& ar, Of<Ar, JtAttribute>& attribute) {
     ar.version("baseVersionNumber", attribute.baseVersion_, 1,
                ar.has(Feature::attributeTail) ? 2 : 1);
-    ar("stateFlags", attribute.stateFlags_);
-    ar("fieldInhibitFlags", attribute.inhibitFlags_);
-    if (ar.has(Feature::fieldFinal)) ar("fieldFinalFlags", attribute.finalFlags_);
-    if constexpr (Ar::reading) attribute.fieldFlagsOf10_ = ar.has(Feature::fieldFinal);
+    const bool form10 = ar.has(Feature::fieldFinal);
+    std::uint8_t state = attribute.stateFlagsIn(form10);
+    const bool isAsRead = form10 == attribute.fieldFlagsOf10_ && !isFresh(ar, attribute);
+    std::uint32_t inhibited = isAsRead ? attribute.inhibitFlags_ : attribute.inhibitFlagsIn(form10);
+    std::uint32_t final = attribute.finalFlags();
+    ar("stateFlags", state);
+    ar("fieldInhibitFlags", inhibited);
+    if (form10) ar("fieldFinalFlags", final);
+    if constexpr (Ar::reading) {
+      attribute.fieldFlagsOf10_ = form10;
+      attribute.stateFlags_ = state;
+      attribute.inhibitFlags_ = inhibited;
+      attribute.finalFlags_ = form10 ? final : 0;
+    }
   }
 
   template <class Ar>

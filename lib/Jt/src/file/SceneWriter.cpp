@@ -303,7 +303,7 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& link
     writer.append(from->body(SceneSource::elementOf(object)));
     return;
   }
-  if (const auto* material = as<JtMaterial>(&object)) noteLosses(*material);
+  if (const auto* attribute = as<JtAttribute>(&object)) noteLosses(*attribute);
   const bool isConverted = from && !from->format().sameFormAs(format_);
   writer.setConverting(isConverted);
   const ElementKind* standIn = isConverted || !from ? standInFor(*kind, format_) : nullptr;
@@ -324,7 +324,13 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& link
   std::memcpy(out.data() + start, &stored, sizeof stored);
 }
 
-/// Counts what a material has and this form does not hold.
+/// Counts what an attribute has and this form does not hold.
+void SceneWriter::noteLosses(const JtAttribute& attribute) {
+  const bool isFinalInPart = attribute.finalFlags() != 0 && !attribute.isFinal();
+  if (isFinalInPart && !format_.has(Feature::fieldFinal)) ++lostFinalFields_;
+  if (const auto* material = as<JtMaterial>(&attribute)) noteLosses(*material);
+}
+
 void SceneWriter::noteLosses(const JtMaterial& material) {
   const bool reflects = format_.has(Feature::materialReflectivity);
   if (!reflects && material.reflectivity() != 0) ++lostReflectivities_;
@@ -337,6 +343,11 @@ void SceneWriter::tellLosses() {
     result_.warnings.push_back({"not_convertible", "the reflectivity of " +
                                                        std::to_string(lostReflectivities_) +
                                                        " materials was left out: 8.x has none"});
+  if (lostFinalFields_ > 0)
+    result_.warnings.push_back(
+        {"not_convertible", std::to_string(lostFinalFields_) +
+                                " attributes with some final fields became final in all fields: "
+                                "8.x and 9.x do not tell fields apart"});
   if (lostBumps_ > 0)
     result_.warnings.push_back(
         {"not_convertible", "the bumpiness of " + std::to_string(lostBumps_) +

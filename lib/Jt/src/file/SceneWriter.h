@@ -95,6 +95,7 @@ class SceneWriter {
   std::optional<JtGuid> newIdOf(const JtLateLoadedPropAtom& late, const JtType* wanted) const;
   void addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t id);
   bool skipsInConversion(const Item& item);
+  void noteLosses(const JtAttribute& attribute);
   void noteLosses(const JtMaterial& material);
   void tellLosses();
   /// True for an object made in memory that this form cannot hold; says so.
@@ -121,6 +122,7 @@ class SceneWriter {
   std::unordered_set<const JtSceneObject*> leftOut_;  // what this form cannot hold
   std::size_t lostReflectivities_ = 0;
   std::size_t lostBumps_ = 0;
+  std::size_t lostFinalFields_ = 0;
   PointerIds<JtSceneObject> ids_;  // of shared objects that are not from the source
   std::int32_t firstNewId_ = 1;
   std::vector<const JtString*> newTextOf_;  // by id - firstNewId_

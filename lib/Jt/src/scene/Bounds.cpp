@@ -1,12 +1,14 @@
 // Extent of a scene from the boxes that its shapes store.
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <unordered_map>
+#include <vector>
 
 #include "JtPartition.h"
-#include "JtXform.h"
+#include "JtPathAttributes.h"
 
 namespace {
 
@@ -53,40 +55,46 @@ Box ownBox(const JtNode& node) {
   return standsForFile ? partition->bounds().value_or(Box{}) : Box{};
 }
 
-Box withOwnTransforms(Box box, const JtNode& node) {
-  for (int i = 0; i < node.numAttributes(); ++i)
-    if (const auto* xform = jt::as<JtXform>(node.attribute(i)))
-      box = transformed(box, xform->matrix());
-  return box;
-}
-
 }  // namespace
 
 std::optional<jt::Box> JtPartition::computeBounds() const {
   // Each node once, children first, with a stack of its own: depth and shared nodes do not matter.
-  std::unordered_map<const JtNode*, Box> boxes;
+  // Below a final transform others do not count, so a node may have two boxes.
+  std::array<std::unordered_map<const JtNode*, Box>, 2> boxes;
   struct Level {
+    Level(const JtNode& own, bool isFinalAbove)
+        : node(&own),
+          isFinal(isFinalAbove),
+          toParent(jt::localTransform(own, isFinal)),
+          known(isFinalAbove ? 1 : 0),
+          box(ownBox(own)) {}
     const JtNode* node;
-    int next;
+    bool isFinal;
+    jt::Matrix4 toParent;
+    std::size_t known;  ///< of `boxes`
+    int next = 0;
     Box box;
   };
-  std::vector<Level> stack{{this, 0, {}}};
+  std::vector<Level> stack;
+  stack.emplace_back(*this, false);
+  stack.back().box = {};
   for (;;) {
     Level& level = stack.back();
     const auto* partition = jt::as<JtPartition>(level.node);
     const bool isLeaf = partition && !partition->fileName().isEmpty();
     if (!isLeaf && level.next < level.node->numChildren()) {
       const JtNode* child = level.node->child(level.next++);
-      if (const auto known = boxes.find(child); known != boxes.end()) {
-        include(level.box, known->second);
+      const auto& known = boxes[level.isFinal ? 1 : 0];
+      if (const auto found = known.find(child); found != known.end()) {
+        include(level.box, found->second);
       } else {
-        stack.push_back({child, 0, ownBox(*child)});
+        stack.emplace_back(*child, level.isFinal);
       }
       continue;
     }
     if (stack.size() == 1) break;
-    const Box box = withOwnTransforms(level.box, *level.node);
-    boxes.emplace(level.node, box);
+    const Box box = transformed(level.box, level.toParent);
+    boxes[level.known].emplace(level.node, box);
     stack.pop_back();
     include(stack.back().box, box);
   }

@@ -1,20 +1,15 @@
-#include <algorithm>
-#include <cmath>
 #include <utility>
 #include <vector>
 
 #include "JtDrawing.h"
 #include "JtInstance.h"
 #include "JtLOD.h"
+#include "JtPathAttributes.h"
 #include "JtSwitch.h"
 #include "VisPartNode.h"
 
 namespace jt {
 namespace {
-
-bool isFinite(const Matrix4& matrix) {
-  return std::all_of(matrix.begin(), matrix.end(), [](double v) { return std::isfinite(v); });
-}
 
 /// A node on the path, with what holds below it.
 struct Level {
@@ -23,28 +18,8 @@ struct Level {
   bool isChoice = false;  ///< only `chosen` is
   JtNode* chosen = nullptr;
   JtNode* part = nullptr;
-  JtMaterial* material = nullptr;
-  Matrix4 toRoot = kIdentity;
+  PathAttributes attributes;
 };
-
-void inherit(Level& level, JtMaterial* material) {
-  if (material->hasState(JtAttributeState::ignore)) return;
-  const bool kept = level.material && level.material->hasState(JtAttributeState::final) &&
-                    !material->hasState(JtAttributeState::force);
-  if (!kept) level.material = material;
-}
-
-void addAttributes(Level& level) {
-  for (int i = 0; i < level.node->numAttributes(); ++i) {
-    JtAttribute* attribute = level.node->attribute(i);
-    if (const auto* xform = as<JtXform>(attribute)) {
-      if (!xform->hasState(JtAttributeState::ignore) && isFinite(xform->matrix()))
-        level.toRoot = multiply(xform->matrix(), level.toRoot);
-    } else if (auto* material = as<JtMaterial>(attribute)) {
-      inherit(level, material);
-    }
-  }
-}
 
 void chooseChildren(Level& level, std::uint32_t detail) {
   if (const auto* alternatives = as<JtLOD>(level.node)) {
@@ -83,17 +58,18 @@ class Walk {
 
  private:
   bool enter(JtNode* node, const Level& above) {
-    if (node->isIgnored()) return true;
+    if (node->isIgnored() || (options_.isHidden && options_.isHidden(*node))) return true;
     if (++paths_ > options_.maxPaths) return false;
-    Level level{
-        .node = node, .part = above.part, .material = above.material, .toRoot = above.toRoot};
+    Level level{.node = node, .part = above.part, .attributes = above.attributes};
     if (as<VisPartNode>(node) || as<JtInstance>(node)) level.part = node;
-    addAttributes(level);
-    if (options_.onNode) options_.onNode(*node, level.toRoot);
-    if (auto* shape = as<JtShape>(node))
-      return visit_({shape, level.part, level.material, &level.toRoot});
+    level.attributes.enter(*node);
+    if (options_.onNode) options_.onNode(*node, level.attributes.toRoot());
+    if (auto* shape = as<JtShape>(node)) {
+      const Ref<const JtMaterial> material = level.attributes.material().material();
+      return visit_({shape, level.part, material.get(), &level.attributes.toRoot()});
+    }
     chooseChildren(level, options_.levelOfDetail);
-    stack_.push_back(level);
+    stack_.push_back(std::move(level));
     return true;
   }
 

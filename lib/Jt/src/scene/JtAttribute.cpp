@@ -1,5 +1,6 @@
 #include "JtAttribute.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "JtMaterial.h"
@@ -13,18 +14,71 @@ void JtAttribute::setState(JtAttributeState state, bool on) {
   touch();
 }
 
-void JtAttribute::clearInhibitFlags(std::uint32_t bits) {
+namespace {
+
+/// State flag of 8.x and 9.x: final in all fields. Without meaning from 10.x on.
+constexpr std::uint8_t kFinalBefore10 = 0x01;
+
+}  // namespace
+
+std::uint32_t JtAttribute::allFields() const noexcept {
+  std::uint32_t all = 0;
+  for (const jt::FieldBits& field : fieldBits()) all |= field.from10;
+  return all != 0 ? all : ~std::uint32_t{0};
+}
+
+std::uint32_t JtAttribute::finalFlags() const noexcept {
+  if (fieldFlagsOf10_) return finalFlags_;
+  return (stateFlags_ & kFinalBefore10) != 0 ? allFields() : 0;
+}
+
+bool JtAttribute::isFinal() const noexcept {
+  const std::uint32_t flags = finalFlags();
+  if (fieldBits().empty()) return flags != 0;
+  return (flags & allFields()) == allFields();
+}
+
+void JtAttribute::setFinal(bool on) {
+  if (isCarried()) return;
+  if (fieldFlagsOf10_) {
+    finalFlags_ = on ? allFields() : 0;
+  } else {
+    stateFlags_ = static_cast<std::uint8_t>(on ? stateFlags_ | kFinalBefore10
+                                               : stateFlags_ & ~kFinalBefore10);
+  }
+  touch();
+}
+
+std::uint8_t JtAttribute::stateFlagsIn(bool form10) const noexcept {
+  if (form10 == fieldFlagsOf10_) return stateFlags_;
+  const unsigned others = stateFlags_ & ~unsigned{kFinalBefore10};
+  const bool isFinalBefore10 = !form10 && finalFlags_ != 0;
+  return static_cast<std::uint8_t>(isFinalBefore10 ? others | kFinalBefore10 : others);
+}
+
+std::uint32_t JtAttribute::inhibitFlagsIn(bool form10) const noexcept {
+  const auto fields = fieldBits();
+  if (fields.empty() || (form10 && fieldFlagsOf10_)) return inhibitFlags_;
+  std::uint32_t inhibited = 0;
+  std::uint32_t stated = 0;
+  for (const jt::FieldBits& field : fields) {
+    const std::uint32_t own = fieldFlagsOf10_ ? field.from10 : field.before10;
+    const std::uint32_t other = form10 ? field.from10 : field.before10;
+    ((inhibitFlags_ & own) != 0 ? inhibited : stated) |= other;
+  }
+  return inhibited & ~stated;
+}
+
+void JtAttribute::stateField(const jt::FieldBits& field) {
+  const std::uint32_t bits = fieldFlagsOf10_ ? field.from10 : field.before10;
   if (isCarried() || (inhibitFlags_ & bits) == 0) return;
   inhibitFlags_ &= ~bits;
   touch();
 }
 
 bool JtAttribute::isBaseEqualTo(const JtAttribute& other) const noexcept {
-  const bool hasFieldFlags = (inhibitFlags_ | finalFlags_) != 0;
-  return stateFlags_ == other.stateFlags_ && inhibitFlags_ == other.inhibitFlags_ &&
-         finalFlags_ == other.finalFlags_ &&
-         (!hasFieldFlags || fieldFlagsOf10_ == other.fieldFlagsOf10_) &&
-         tail_.value_or(-1) == other.tail_.value_or(-1) &&
+  return stateFlags() == other.stateFlags() && inhibitFlags() == other.inhibitFlags() &&
+         finalFlags() == other.finalFlags() && tail_.value_or(-1) == other.tail_.value_or(-1) &&
          (surplus_ == other.surplus_ ||
           (surplus_ && other.surplus_ && *surplus_ == *other.surplus_));
 }
@@ -53,27 +107,72 @@ void JtMaterial::setBlending(bool on) {
   touch();
 }
 
-std::uint32_t JtMaterial::inhibitBits(JtMaterialField field) const noexcept {
-  // Before 10.x one bit stands for diffuse colour and alpha together; 9.5 adds one for each.
-  const bool is10 = hasFieldFlagsOf10();
-  switch (field) {
-    case JtMaterialField::ambient:
-      return 0x001;
-    case JtMaterialField::diffuse:
-      return is10 ? 0x040 : 0x082;
-    case JtMaterialField::alpha:
-      return is10 ? 0x080 : 0x102;
-    case JtMaterialField::overrideVertexColors:
-      return is10 ? 0x010 : 0x020;
-  }
-  return 0;
+namespace {
+
+// In the order of JtMaterialField. Before 10.x bit 1 is for diffuse colour and alpha together; 9.5
+// adds one for each.
+constexpr std::array<jt::FieldBits, jt::kMaterialFields> kMaterialBits{{{0x001, 0x01},
+                                                                        {0x004, 0x02},
+                                                                        {0x008, 0x04},
+                                                                        {0x010, 0x08},
+                                                                        {0x020, 0x10},
+                                                                        {0x040, 0x20},
+                                                                        {0x082, 0x40},
+                                                                        {0x102, 0x80}}};
+
+const jt::FieldBits& bitsOf(JtMaterialField field) {
+  return kMaterialBits[static_cast<std::size_t>(field)];
 }
+
+constexpr unsigned kOverrideFlag = 0x0020;
+/// Blending and its factors.
+constexpr unsigned kBlendFlags = 0xffd0;
+
+}  // namespace
+
+std::span<const jt::FieldBits> JtMaterial::fieldBits() const noexcept { return kMaterialBits; }
 
 bool JtMaterial::states(JtMaterialField field) const noexcept {
-  return (inhibitFlags() & inhibitBits(field)) == 0;
+  return (inhibitFlags() & bitsOf(field).from10) == 0;
 }
 
-void JtMaterial::state(JtMaterialField field) { clearInhibitFlags(inhibitBits(field)); }
+bool JtMaterial::isFinal(JtMaterialField field) const noexcept {
+  return (finalFlags() & bitsOf(field).from10) != 0;
+}
+
+void JtMaterial::state(JtMaterialField field) { stateField(bitsOf(field)); }
+
+void JtMaterial::takeField(JtMaterialField field, const JtMaterial& from) {
+  const auto takeFlags = [&](unsigned mask) {
+    dataFlags_ = static_cast<std::uint16_t>((dataFlags_ & ~mask) | (from.dataFlags_ & mask));
+    touch();
+  };
+  switch (field) {
+    case JtMaterialField::ambient:
+      return setAmbientColor(from.ambient_[0], from.ambient_[1], from.ambient_[2],
+                             from.ambient_[3]);
+    case JtMaterialField::specular:
+      setShininess(from.shininess_);
+      setBumpiness(from.bumpiness_);
+      return setSpecularColor(from.specular_[0], from.specular_[1], from.specular_[2],
+                              from.specular_[3]);
+    case JtMaterialField::emission:
+      return setEmissionColor(from.emission_[0], from.emission_[1], from.emission_[2],
+                              from.emission_[3]);
+    case JtMaterialField::blending:
+      return takeFlags(kBlendFlags);
+    case JtMaterialField::overrideVertexColors:
+      return takeFlags(kOverrideFlag);
+    case JtMaterialField::reflectivity:
+      return setReflectivity(from.reflectivity());
+    case JtMaterialField::diffuse:
+      std::copy_n(from.diffuse_.begin(), 3, diffuse_.begin());
+      return touch();
+    case JtMaterialField::alpha:
+      diffuse_[3] = from.diffuse_[3];
+      return touch();
+  }
+}
 
 std::array<std::uint32_t, 20> JtMaterial::values() const noexcept {
   // The low bits tell how 8.x files store the colours.
@@ -132,8 +231,8 @@ void JtMaterial::setBumpiness(float bumpiness) {
 }
 
 void JtMaterial::setOverrideVertexColors(bool on) {
-  constexpr std::uint16_t kOverride = 0x0020;
-  dataFlags_ = static_cast<std::uint16_t>(on ? dataFlags_ | kOverride : dataFlags_ & ~kOverride);
+  dataFlags_ =
+      static_cast<std::uint16_t>(on ? dataFlags_ | kOverrideFlag : dataFlags_ & ~kOverrideFlag);
   touch();
 }
 
@@ -159,6 +258,12 @@ jt::Matrix4 jt::multiply(const Matrix4& a, const Matrix4& b) {
 }
 
 // --- Styles
+
+std::span<const jt::FieldBits> JtDrawStyle::fieldBits() const noexcept {
+  static constexpr jt::FieldBits kBits[] = {{0x01, 0x01}, {0x02, 0x02}, {0x04, 0x04},
+                                            {0x08, 0x08}, {0x10, 0x10}, {0x20, 0x20}};
+  return kBits;
+}
 
 void JtDrawStyle::set(Flag flag, bool on) {
   const auto bit = static_cast<std::uint8_t>(flag);

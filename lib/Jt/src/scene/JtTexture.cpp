@@ -88,6 +88,14 @@ const jt::TextureImage* finestImage(const std::vector<jt::TextureBlock>& blocks)
 
 }  // namespace
 
+std::span<const jt::FieldBits> JtTextureImage::fieldBits() const noexcept {
+  // The last one, the compression level, moved.
+  static constexpr jt::FieldBits kBits[] = {{0x01, 0x01}, {0x02, 0x02}, {0x04, 0x04},
+                                            {0x08, 0x08}, {0x10, 0x10}, {0x20, 0x20},
+                                            {0x40, 0x40}, {0x100, 0x80}};
+  return kBits;
+}
+
 void JtTextureImage::setPixels(jt::TexturePixels pixels, int coordinateChannel) {
   if (const std::string flaw = flawOf(pixels); !flaw.empty()) refuse(flaw);
   jt::TextureImage image;

@@ -11,6 +11,7 @@
 #include "Jt.h"
 #include "JtDrawing.h"
 #include "JtMesh.h"
+#include "JtwLeaf.h"
 
 namespace tool {
 namespace {
@@ -29,6 +30,7 @@ class Scene {
  public:
   Scene(JtPartition& partition, const DrawingRequest& request) {
     jt::DrawingOptions options{.levelOfDetail = request.levelOfDetail};
+    options.isHidden = [](const JtNode& node) { return !JtwLeaf::isDisplayed(&node); };
     if (request.withAnnotations)
       options.onNode = [this](JtNode& node, const jt::Matrix4& toRoot) {
         annotations_.add(node, toRoot);
