@@ -1,12 +1,13 @@
-// The body of a PMI element, in the form that the first byte chooses: told, read, written back, put
-// into the other forms, merged with itself, and one entity taken away. Content that is not written
-// back as it was, or that cannot be read again, is a finding.
+// The body of a PMI element, in the form that the first byte chooses: reported, read, written back,
+// written in the other forms, merged with itself, and edited. A finding is content that is not
+// written back as it was, that some version cannot hold, or that cannot be read again.
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include "file/PMIElement.h"
+#include "file/PMITags.h"
 
 namespace {
 
@@ -25,42 +26,74 @@ class Silent : public FieldListener {
   void field(std::size_t, std::size_t, const char*, const char*, const std::string&) override {}
 };
 
-/// What the content is in another form; false when it cannot be in that form.
-bool rewritten(const PMIData& data, const Format& format, PMIData& again) {
+/// The content as it is read from another form.
+PMIData rewritten(const PMIData& data, const Format& format) {
   ByteSink out;
   codec::Report losses;
   try {
     writePMI(out, data, format, losses);
   } catch (const JtFormatError&) {
-    return false;
+    finding("a version cannot hold the content");
   }
-  again = readPMI(out.bytes(), format, 0);
-  return true;
+  try {
+    return readPMI(out.bytes(), format, 0);
+  } catch (const JtFormatError&) {
+    finding("what was written cannot be read");
+  }
+}
+
+std::size_t entityCount(const PMIData& data) { return PMIAccess::make(data)->entities().size(); }
+
+std::size_t linkCount(const PMIData& data) {
+  const auto links = PMIAccess::make(data)->links();
+  return static_cast<std::size_t>(std::ranges::count_if(
+      links, [](const auto& link) { return link.source && link.destination; }));
 }
 
 void convert(const PMIData& data) {
+  const bool isUnderstood = [&] {
+    PMIData copy(data);
+    return !copy.form.opaqueRest && (copy.cadTags.flag == 0 || decodeCadTags(copy));
+  }();
   for (const Format& format : kForms) {
-    PMIData again;
-    if (rewritten(data, format, again) &&
-        again.genericEntities.size() != data.genericEntities.size())
+    const PMIData again = rewritten(data, format);
+    if (entityCount(again) != entityCount(data))
       finding("entities are lost on the way to another version");
+    if (isUnderstood && linkCount(again) != linkCount(data))
+      finding("links are lost on the way to another version");
   }
+}
+
+/// One entity in a view more, one entity less.
+void addAndRemove(PMIDataManager& manager) {
+  PMIGenericEntity entity;
+  entity.texts.emplace_back().stringId = manager.stringId(JtString("added"));
+  entity.texts[0].indices = {0, 20000, 40000};
+  entity.texts[0].vertices.resize(80000);
+  const std::size_t links = linkCount(manager.data());
+  const PMITypedID view = manager.addModelView({});
+  manager.addAssociation(manager.addGenericEntity(entity), view, 98);
+  if (linkCount(manager.data()) <= links) finding("an added link leads nowhere");
+  manager.removeGenericEntity(0);
 }
 
 void edit(const PMIData& data, const Format& format) {
   const Ref<PMIDataManager> manager = PMIAccess::make(data);
-  const std::size_t count = data.genericEntities.size();
+  const std::size_t count = entityCount(data);
   try {
     manager->merge(*PMIAccess::make(data));
-    if (manager->pmiDataGenericArray().size() != 2 * count) finding("a merge loses entities");
+    if (entityCount(manager->data()) != 2 * count) finding("a merge loses entities");
     manager->removeGenericEntity(0);
+    addAndRemove(*manager);
+    const std::size_t edited = entityCount(manager->data());
+    if (entityCount(rewritten(manager->data(), format)) != edited)
+      finding("edited entities are not read again");
+    manager->makeGeneric();
+    if (manager->pmiDataGenericArray().size() != edited)
+      finding("entities are lost on the way to generic ones");
   } catch (const JtFormatError&) {
-    return;
+    return;  // not editable
   }
-  PMIData again;
-  if (rewritten(manager->data(), format, again) &&
-      again.genericEntities.size() != manager->pmiDataGenericArray().size())
-    finding("edited entities are not read again");
 }
 
 }  // namespace
@@ -74,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
       tracePMI(body, format, 0, silent);
     } catch (const JtFormatError&) {
-      // Told as far as it goes.
+      // Reported as far as it goes.
     }
     const PMIData read = readPMI(body, format, 0);
     ByteSink out;

@@ -4,6 +4,9 @@
 // coordinate systems, and what links them.
 
 #include <cstdint>
+#include <optional>
+#include <span>
+#include <unordered_map>
 #include <vector>
 
 #include "JtBase.h"
@@ -22,6 +25,20 @@ enum class PMIKind : std::uint8_t {
   brepFace = 16,
   modelView = 17,
   genericEntity = 18,
+  // Entities of the fixed kinds of versions 8 and 9. Their numbers in files are not known; these
+  // are this library's own and are never stored.
+  lineWeld = 64,
+  spotWeld,
+  surfaceFinish,
+  measurementPoint,
+  referenceGeometry,
+  datumTarget,
+  featureControlFrame,
+  locator,
+  dimension,
+  datumFeatureSymbol,
+  note,
+  coordinateSystem,
 };
 
 /// A kind with a position among the entities of that kind, packed as in the ends of associations.
@@ -35,8 +52,8 @@ struct JT_API PMITypedID {
   friend bool operator==(const PMITypedID&, const PMITypedID&) = default;
 };
 
-/// One entity of a manager, looked at. Valid until an entity is added to or removed from the
-/// manager, or it ends.
+/// One entity of a manager, looked at. Valid until an entity or a view is added to or removed from
+/// the manager, or it ends.
 class JT_API PMIEntity {
  public:
   PMIEntity() = default;
@@ -44,15 +61,27 @@ class JT_API PMIEntity {
   bool isValid() const noexcept { return properties_ != nullptr; }
   PMITypedID id() const noexcept { return id_; }
   /// What people call the entity. Of a view its name without quotation marks. Of a generic entity
-  /// the property "Description", else "name", else its first text, else the name of its type.
+  /// the property "Description", else "name", else its first text, else the name of its type. Of an
+  /// entity of a fixed kind its text, else the name of its type.
   JtString name() const;
-  /// In stored order. @pre isValid()
+  /// Code of the type: 0x0082 dimension, 0x0100 note, 0x0104 coordinate system, ... Entities of
+  /// fixed kinds have the code of the generic entity that they correspond to; 0 for views.
+  std::uint16_t typeCode() const;
+  /// Name of the type, such as "Notes"; that of a generic entity may be empty.
+  JtString typeName() const;
+  /// The entity as a generic one; an entity of a fixed kind is converted, its lines from the plane
+  /// of its frame to x, y, z in the unit of the node. Text ids are those of the manager; the names
+  /// of a converted entity's types are -1, see typeName(). @pre isValid(), no view
+  jt::PMIGenericEntity asGeneric() const;
+  /// In stored order; none for fixed kinds. @pre isValid()
   const std::vector<jt::PMIProperty>& properties() const noexcept { return *properties_; }
   /// The first value under a key, or null.
   const JtString* property(const JtString& key) const;
 
  private:
   friend class PMIDataManager;
+  const jt::PMIGenericEntity* generic() const;
+  JtString text(std::int32_t id) const;
   const PMIDataManager* manager_ = nullptr;
   PMITypedID id_;
   const std::vector<jt::PMIProperty>* properties_ = nullptr;
@@ -84,8 +113,11 @@ class JT_API PMIDataManager : public JtBase {
   /// The id of the entity at a position. @param kind 18: generic entities, 17: model views
   /// @pre 0 <= index <= PMITypedID::kMaxIndex
   static PMITypedID constructPMITypedID(int kind, int index) noexcept;
-  /// The generic entity or model view with that id; not valid for others.
+  /// The entity or model view with that id; not valid for B-rep elements.
   PMIEntity pmiEntity(PMITypedID id) const;
+  /// All entities that can be shown: the generic ones in stored order, then those of fixed kinds,
+  /// kind by kind. Views and design groups are none.
+  std::vector<PMITypedID> entities() const;
 
   /// Text of the string table; null when there is none with that id.
   const JtString* string(std::int32_t id) const;
@@ -93,24 +125,59 @@ class JT_API PMIDataManager : public JtBase {
   std::int32_t stringId(const JtString& text);
 
   /// Adds an entity; its string ids must be those of this manager. The content of an old file is
-  /// raised to the PMI version that has generic entities. Throws JtFormatError "not_editable" when
-  /// the element has more than this library can keep consistent.
+  /// raised to the PMI version that has generic entities. An entity may have any number of points:
+  /// a save divides it where indices of the version are too narrow. A new manager gives CAD tags to
+  /// what is added. Throws JtFormatError "not_editable" when the element has more than this library
+  /// can keep consistent.
   PMITypedID addGenericEntity(jt::PMIGenericEntity entity);
   /// Removes an entity with the associations that it is an end of. False when there is none at that
   /// position. Throws as addGenericEntity.
   bool removeGenericEntity(int index);
+  /// Removes several entities at once, in time linear in what the manager holds. Positions are
+  /// those before the call; those of no entity are skipped. Returns how many were removed. Throws
+  /// as addGenericEntity.
+  int removeGenericEntities(std::span<const int> indices);
   /// An entity to be changed, or null; counts as a change of the manager.
   jt::PMIGenericEntity* editGenericEntity(int index);
-  /// Links two entities. @param reason 98: `source` is shown in the model view `destination`
-  void addAssociation(PMITypedID source, PMITypedID destination, std::int32_t reason);
+  /// Adds a model view behind the others; its name is a string id of this manager. Versions 8 and 9
+  /// have no place for its properties. Throws as addGenericEntity.
+  PMITypedID addModelView(jt::PMIModelView view);
+  /// A view to be changed, or null; counts as a change of the manager.
+  jt::PMIModelView* editModelView(int index);
+  /// Turns all entities of fixed kinds, coordinate systems included, into generic ones, which
+  /// follow those that are there. Links and CAD tags stay with them, except links that name them in
+  /// a way that is not known. Throws as addGenericEntity.
+  void makeGeneric();
 
-  /// Adds everything that another manager has; its entities follow those of the same kind. Ends of
-  /// associations are renumbered; associations between kinds whose numbers are not known are left
-  /// out. Throws JtFormatError "not_editable", without effect then.
+  /// Links two entities. @param reason 98: `source` is shown in the model view `destination`
+  /// Throws JtFormatError "not_editable" for ends of fixed kinds; see makeGeneric().
+  void addAssociation(PMITypedID source, PMITypedID destination, std::int32_t reason);
+  /// Both ends of an association as ids; nothing for ends in other managers and ends that name
+  /// nothing here. B-rep elements have the index that is stored.
+  struct Link {
+    std::optional<PMITypedID> source;
+    std::optional<PMITypedID> destination;
+    std::int32_t reason = 0;
+  };
+  /// The associations, in stored order.
+  std::vector<Link> links() const;
+
+  /// Adds everything that another manager has; its entities follow those of the same kind, as
+  /// generic ones where this manager is of version 10. Ends of associations are renumbered;
+  /// associations between kinds whose numbers are not known are left out. Throws JtFormatError
+  /// "not_editable", without effect then.
   void merge(const PMIDataManager& other);
 
  private:
   friend struct jt::file::PMIAccess;
+  /// Makes the content one that an entity or a view can be added to. @param count those of its kind
+  void prepareForNew(std::size_t count);
+  /// Gives a new CAD tag to what is added at a place in the order of tags, if there are tags.
+  void addTag(std::size_t place);
   jt::PMIData data_;
+  // The first id of each text, as far as texts were looked up; texts are only ever appended.
+  std::unordered_map<std::u16string, std::int32_t> textIds_;
+  std::size_t indexedTexts_ = 0;
+  std::int32_t greatestTag_ = -1;  // of the CAD tags of 32 bits; -1: not known
   bool modified_ = false;
 };

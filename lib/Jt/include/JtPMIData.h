@@ -161,14 +161,20 @@ struct PMIFont {
   PMIPolygons polygons;  ///< one element for each character
 };
 
-/// Numbers that producers give to entities, faces and edges, to find them again.
+/// A number that a producer gives to an entity, a face or an edge, to find it again.
+struct PMICadTag {
+  std::int64_t number = 0;
+  bool isWide = false;  ///< stored in 64 bits, else in 32
+  friend bool operator==(const PMICadTag&, const PMICadTag&) = default;
+};
+
 struct PMICadTags {
   std::uint32_t flag = 0;             ///< 1: the rest is stored
   std::vector<std::int32_t> indices;  ///< into the tags, one for each entity in a fixed order
   LocalVersion version;
   std::vector<std::byte> coded;  ///< the tags as stored, behind their length
   /// The tags when they were decoded or are new; then these are stored.
-  std::optional<std::vector<std::int32_t>> tags;
+  std::optional<std::vector<PMICadTag>> tags;
 };
 
 /// What one element was found to do where producers differ. Elements are written back so.
@@ -182,7 +188,7 @@ struct PMIForm {
 };
 
 /// How the bytes that an element was read from are laid out.
-enum class PMILayout : std::uint8_t { none, typed8, typed9, generic };
+enum class PMILayout : std::uint8_t { none, typed8, typed9, generic10, generic105 };
 
 struct PMIData {
   enum Flat {
@@ -218,6 +224,9 @@ struct PMIData {
   std::vector<PMIFont> fonts;
   std::vector<std::byte> surplus;  ///< what follows and is not understood
 
+  /// The areas belong to the generic entities one by one. Nothing in the format says so; the same
+  /// number of both in what was read is taken as a sign.
+  bool hasAreaForEachEntity = false;
   PMIForm form;
   PMILayout layout = PMILayout::none;
   bool bigEndian = false;  ///< byte order of the bytes that are kept as they are

@@ -56,9 +56,7 @@ void JtkUnitHierarchy::apply(PMIDataManager& manager) const {
   for (const auto& child : children_)
     if (child->position() >= 0 && child->isChanged())
       *manager.editGenericEntity(child->position()) = child->resolved(manager);
-  auto gone = removed_;
-  std::ranges::sort(gone, std::greater());
-  for (const int position : gone) manager.removeGenericEntity(position);
+  manager.removeGenericEntities(removed_);
   for (const auto& child : children_) {
     if (child->position() >= 0) continue;
     jt::PMIGenericEntity entity = child->resolved(manager);

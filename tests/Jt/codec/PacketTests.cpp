@@ -4,7 +4,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "JtFormatError.h"
-#include "codec/Packets.h"
+#include "codec/Packets64.h"
 
 namespace {
 
@@ -311,6 +311,73 @@ TEST(Packets, BitsThatWaitForWordsAreSettled) {
     EXPECT_STREQ(packetCodecName(PacketKind::mk2, small), "arithmetic");
     EXPECT_EQ(decode(PacketKind::mk2, small), values) << next;
   }
+}
+
+// --- 64 bits, and segments that are compressed as a whole
+
+constexpr std::int64_t kWide = (std::int64_t{1} << 40) + 5;
+
+TEST(Packets, ValuesOf64BitsInEveryCodec) {
+  const struct {
+    const char* name;
+    std::vector<std::int64_t> values;
+    const char* hex;
+  } packets[] = {
+      {"null",
+       {-(std::int64_t{1} << 50) + 1, 6},
+       "020000000010000000010000000000fcff0600000000000000"},
+      {"fixed",
+       {-3, 900, 12, -3, 77},
+       "0500000001b3000000feffff7fffffffffc2010080000000001e381c0000000a00"},
+      {"variable",
+       {5, -(std::int64_t{1} << 45), 5 + (std::int64_t{1} << 33), 4},
+       "0400000001e00000000200008000000080bbbbbb00ffffffa88cffdffd00000010c3111105"},
+      {"arithmetic with escape",
+       {7, -9, 7, kWide, 7, -9, 3, kWide},
+       "0800000003210000000080795a000000000004094fffffffbffffffffd0000000900300000010002000000"
+       "000020000000e800010000000300000000000000"},
+      {"chopper",
+       {17179869289, 106, 34359738475},
+       "03000000040a64000000000000002c03000000018700000000000000000000000100000000000000000000"
+       "24030000000187000000020000000000008003000000000000800000000c"},
+      {"move-to-front",
+       {256, 44, 256, 256, 44},
+       "0500000005020000000191000000160000000000000080000000000000000000006a05000000018b000000"
+       "ffffff7fffffffff00000080000000800000c004"},
+      {"empty", {}, "00000000"}};
+  for (const auto& packet : packets) {
+    SCOPED_TRACE(packet.name);
+    const Bytes bytes = fromHex(packet.hex);
+    const auto decode64 = [&](std::size_t size) {
+      const std::unique_ptr<std::byte[]> exact(new std::byte[size]);  // for sanitizers
+      std::copy_n(bytes.begin(), size, exact.get());
+      ByteCursor cursor({exact.get(), size}, false);
+      Budget budget(1 << 20);
+      auto values = decodePacket64(cursor, budget, OutOfBandForm::plain);
+      EXPECT_EQ(cursor.left(), 0U);
+      return values;
+    };
+    EXPECT_EQ(decode64(bytes.size()), packet.values);
+    for (std::size_t size = 0; size < bytes.size(); ++size)
+      EXPECT_THROW(decode64(size), JtFormatError) << size;
+    for (const bool big : {false, true}) {
+      Bytes written;
+      encodePacket64(written, big, packet.values);
+      ByteCursor cursor(written, big);
+      Budget budget(1 << 20);
+      EXPECT_EQ(decodePacket64(cursor, budget, OutOfBandForm::nested), packet.values);
+    }
+  }
+}
+
+TEST(Packets, OutOfBandValuesArePlainInCompressedSegments) {
+  const Bytes bytes =
+      fromHex("0a000000 03 10000000 0000a0ac 0003101000000054440180 01000000 905f0100");
+  ByteCursor cursor(bytes, false);
+  Budget budget(1 << 20);
+  EXPECT_EQ(decodePacket(PacketKind::mk3, cursor, budget, Predictor::none, OutOfBandForm::plain),
+            kW);
+  EXPECT_EQ(cursor.left(), 0U);
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ TEST(SharedSegment, EveryElementGoesIntoAnotherVersion) {
     std::size_t warnings;
   } cases[] = {{kNote8, nine, {}, "keep drop 1", 0},   {kNote9, eight, {}, "keep drop 1", 0},
                {kDim9, ten, {}, "keep drop 1", 0},     {kDim105, nine, {}, "keep drop 1", 0},
-               {kNote9, ten, {}, "keep drop ", 1},     {kDim9, eight, {}, "keep drop ", 1},
+               {kNote9, ten, {}, "keep drop 2", 0},    {kDim9, eight, {}, "keep drop 1", 0},
                {kDim9, ten, unknown, "keep drop 1", 1}};
   for (const auto& [from, to, further, content, warnings] : cases) {
     SCOPED_TRACE(std::string(from.name) + " to " + formatText(to));

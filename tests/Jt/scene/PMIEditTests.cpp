@@ -140,6 +140,53 @@ TEST(PMIEdit, DirectEndsAreRenumbered) {
   EXPECT_EQ(summaryOf(*pmi), (Lines{"a", "c", "a>c"}));
 }
 
+TEST(PMIEdit, NewManagersNameTheirEntitiesByTag) {
+  for (const Format& format : allFormats()) {
+    SCOPED_TRACE(formatText(format));
+    const auto made = jt::make<PMIDataManager>();
+    std::vector<PMITypedID> entities;
+    entities.push_back(made->addGenericEntity(entityNamed(*made, "a")));
+    const auto view = [&](const char* name) {
+      jt::PMIModelView view;
+      view.nameId = made->stringId(JtString(name));
+      return made->addModelView(view);
+    };
+    const PMITypedID front = view("Front");
+    entities.push_back(made->addGenericEntity(entityNamed(*made, "b")));
+    const PMITypedID top = view("\"Top\"");  // behind entities that have tags
+    made->editModelView(1)->isActive = 1;
+    EXPECT_EQ(made->editModelView(2), nullptr);
+    made->addAssociation(entities[1], front, 98);
+    made->addAssociation(entities[0], top, 98);
+    ByteSink body;
+    jt::codec::Report losses;
+    writePMI(body, made->data(), format, losses);
+    const auto saved = PMIAccess::make(readPMI(body.bytes(), format, 0));
+    EXPECT_EQ(summaryOf(*saved), (Lines{"a", "b", "b>Front", "a>Top"}));
+    for (const jt::PMIAssociation& link : saved->data().associations)
+      EXPECT_TRUE((link.source & link.destination & PMITypedID::kIndirect) != 0);
+    EXPECT_EQ(saved->data().modelViews.at(1).isActive, 1);
+    EXPECT_EQ(saved->links().at(0).destination, front);
+  }
+}
+
+TEST(PMIEdit, TextsAndTagsAreFoundInWhatWasRead) {
+  MemoryStorage storage;
+  const auto root = storage.open(fileOf(kDim9));
+  PMIDataManager& pmi = *pmiNode(*root).pmi();
+  EXPECT_EQ(pmi.stringId(JtString("50")), 1);
+  EXPECT_EQ(pmi.stringId(JtString("new")), 4);
+  const auto other = jt::make<PMIDataManager>();
+  other->addGenericEntity(entityNamed(*other, "merged"));
+  pmi.merge(*other);
+  EXPECT_EQ(pmi.stringId(JtString("new")), 4);
+  EXPECT_EQ(pmi.stringId(JtString("Top")), 0);
+  pmi.addGenericEntity(entityNamed(pmi, "added"));
+  const auto tags = *pmi.data().cadTags.tags;
+  ASSERT_EQ(tags.size(), 4U);
+  EXPECT_EQ(tags[3].number, 1002) << "the first that is free";
+}
+
 TEST(PMIEdit, MergedPMIKeepItsNamesAndLinks) {
   const auto made = jt::make<PMIDataManager>();
   const PMITypedID mine = made->addGenericEntity(entityNamed(*made, "mine"));
@@ -161,13 +208,21 @@ TEST(PMIEdit, MergedPMIKeepItsNamesAndLinks) {
   }
 }
 
-TEST(PMIEdit, PMIThatCannotBeMergedLeavesTheManagerAlone) {
+TEST(PMIEdit, EntitiesOfFixedKindsAreMergedAsGenericOnes) {
   MemoryStorage storage;
   const auto nine = storage.open(fileOf(kNote9));
   const auto ten = storage.open(fileOf(kDim105));
   PMIDataManager& pmi = *pmiNode(*ten).pmi();
-  EXPECT_EQ(errorCode([&] { pmi.merge(*pmiNode(*nine).pmi()); }), "not_editable");
-  EXPECT_FALSE(pmi.isModified());
+  pmi.merge(*pmiNode(*nine).pmi());
+  const auto again = storage.open(storage.saved(*ten));
+  EXPECT_EQ(summaryOf(*pmiNode(*again).pmi()),
+            (Lines{kDimension, "Check burr", "CSYS1", std::string(kDimension) + ">Top"}));
+  PMIDataManager& typed = *pmiNode(*nine).pmi();
+  const PMITypedID note = typed.entities().at(0);
+  EXPECT_EQ(note.kind(), PMIKind::note);
+  EXPECT_EQ(errorCode([&] { typed.addAssociation(note, note, 10); }), "not_editable");
+  typed.makeGeneric();
+  EXPECT_EQ(summaryOf(typed), (Lines{"Check burr", "CSYS1"}));
 }
 
 TEST(PMIEdit, NodesGetAndLoseTheirPMI) {
@@ -225,21 +280,6 @@ TEST(PMIEdit, WhatAnotherVersionHasNoPlaceForIsToldOrRefused) {
   ByteSink out;
   writePMI(out, data, {9, 5, false}, losses);
   EXPECT_EQ(losses.remarks.size(), 3U);
-  const Format eight{8, 1, false};
-  const Format ten{10, 0, false};
-  const auto refusal = [&](const PMIData& content, const Format& format) {
-    return errorCode([&] { writePMI(out, content, format, losses); });
-  };
-  EXPECT_EQ(refusal(data, eight), "not_convertible") << "CAD tags";
-  EXPECT_EQ(refusal(readPMI(kNote9.body(), kNote9.format, 0), ten), "not_convertible");
-  MemoryStorage storage;
-  jt::SaveOptions options;
-  options.version = jt::FileVersion{10, 0};
-  const auto again = storage.open(storage.saved(*storage.open(fileOf(kNote9)), options));
-  EXPECT_EQ(storage.report().segments.at(1).kind, jt::SegmentAction::Kind::dropped);
-  EXPECT_EQ(pmiNode(*again).property("JT_LLPROP_PMI"), nullptr);
-  data.genericEntities[0].lines.indices = {0, 40000};
-  EXPECT_EQ(refusal(data, {9, 5, false}), "bad_value") << "indices have 16 bits";
 }
 
 TEST(PMIEdit, TheNameOfAnEntity) {

@@ -48,8 +48,9 @@ class Width {
 /// Reads one packet and what is nested in it.
 class PacketReader {
  public:
-  PacketReader(PacketKind kind, ByteCursor& cursor, Budget& budget, PacketBatch& batch)
-      : kind_(kind), cursor_(cursor), budget_(budget), batch_(batch) {}
+  PacketReader(PacketKind kind, ByteCursor& cursor, Budget& budget, PacketBatch& batch,
+               OutOfBandForm form)
+      : kind_(kind), cursor_(cursor), budget_(budget), batch_(batch), form_(form) {}
 
   /// Values that are complete when the batch has been finished.
   void packet(Values& values) {
@@ -72,7 +73,7 @@ class PacketReader {
   /// A nested packet that is needed at once.
   Values complete() {
     PacketBatch batch;
-    PacketReader reader(kind_, cursor_, budget_, batch);
+    PacketReader reader(kind_, cursor_, budget_, batch, form_);
     reader.depth_ = depth_;
     Values values;
     reader.packet(values);
@@ -269,10 +270,16 @@ class PacketReader {
     }
   }
 
+  /// What arithmetic code has no symbol for.
+  Values unmatched() {
+    const bool isPlain = kind_ == PacketKind::mk3 && form_ == OutOfBandForm::plain;
+    return isPlain ? words(cursor_.count("out-of-band count")) : complete();
+  }
+
   void arithmetic(Values& values, std::size_t count) {
     const WordBits bits = codeText(cursor_.count("code text length"));
     const std::vector<ContextTable> tables = readContexts(kind_, cursor_, budget_);
-    OutOfBand outOfBand(kind_ == PacketKind::mk2 || tables[0].hasEscape() ? complete() : Values());
+    OutOfBand outOfBand(kind_ == PacketKind::mk2 || tables[0].hasEscape() ? unmatched() : Values());
     if (bits.left() == 0 && outOfBand.all().size() == count) {
       values = outOfBand.all();
       return;
@@ -359,12 +366,13 @@ class PacketReader {
   ByteCursor& cursor_;
   Budget& budget_;
   PacketBatch& batch_;
+  OutOfBandForm form_;
   int depth_ = 0;
 };
 
 void PacketBatch::add(PacketKind kind, ByteCursor& cursor, Budget& budget, Predictor predictor,
-                      std::vector<std::int32_t>& values) {
-  PacketReader(kind, cursor, budget, *this).packet(values);
+                      std::vector<std::int32_t>& values, OutOfBandForm form) {
+  PacketReader(kind, cursor, budget, *this, form).packet(values);
   if (predictor != Predictor::none && !values.empty())
     steps_.emplace_back([predictor, &values] { undoPrediction(predictor, values); });
 }
@@ -377,10 +385,10 @@ void PacketBatch::finish() {
 }
 
 std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budget& budget,
-                                       Predictor predictor) {
+                                       Predictor predictor, OutOfBandForm form) {
   Values values;
   PacketBatch batch;
-  batch.add(kind, cursor, budget, predictor, values);
+  batch.add(kind, cursor, budget, predictor, values, form);
   batch.finish();
   return values;
 }

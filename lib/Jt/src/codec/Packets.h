@@ -14,10 +14,17 @@
 
 namespace jt::codec {
 
+/// How Mk.3 packets store the values that arithmetic code has no symbol for.
+enum class OutOfBandForm : std::uint8_t {
+  nested,  ///< in a packet: segments that are stored as they are
+  plain,   ///< as words behind their count: segments that are compressed as a whole
+};
+
 /// Reads a packet and undoes its prediction. Safe on untrusted bytes: throws JtFormatError with the
 /// offset; takes time and memory linear in the input and in what the budget allows.
 std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budget& budget,
-                                       Predictor predictor = Predictor::none);
+                                       Predictor predictor = Predictor::none,
+                                       OutOfBandForm form = OutOfBandForm::nested);
 
 /// Packets that are read one after the other and decoded at the end, all at once, which is faster
 /// for arithmetic code.
@@ -27,7 +34,7 @@ class PacketBatch {
   /// on untrusted bytes as decodePacket() is.
   /// @param values must stay where it is until then
   void add(PacketKind kind, ByteCursor& cursor, Budget& budget, Predictor predictor,
-           std::vector<std::int32_t>& values);
+           std::vector<std::int32_t>& values, OutOfBandForm form = OutOfBandForm::nested);
   /// Decodes what was added. Throws JtFormatError.
   void finish();
 

@@ -42,12 +42,17 @@ struct Format {
   bool sameFormAs(const Format& other) const noexcept {
     return row() == other.row() && bigEndian == other.bigEndian;
   }
-  /// True when the segments beside the scene graph look alike.
+  /// True when the segments beside the scene graph look alike; but see samePMIAs().
   bool sameSegmentsAs(const Format& other) const noexcept {
     using enum Feature;
     for (const Feature feature : {lzma, segmentObjectIds, localVersions, byteVersions})
       if (has(feature) != other.has(feature)) return false;
     return bigEndian == other.bigEndian;
+  }
+
+  /// True when PMI looks alike in segments that do. @pre sameSegmentsAs(other)
+  bool samePMIAs(const Format& other) const noexcept {
+    return has(Feature::shortPMIFlags) == other.has(Feature::shortPMIFlags);
   }
 
   bool has(Feature feature) const noexcept {

@@ -1,18 +1,15 @@
 #include "PMIConversion.h"
 
 #include <algorithm>
-#include <numeric>
+#include <map>
 
-#include "codec/Packets.h"
+#include "PMIGeneric.h"
+#include "PMISplit.h"
+#include "PMITags.h"
 
 namespace jt::file {
 
 namespace {
-
-[[noreturn]] void notConvertible(const std::string& reason) {
-  throw JtFormatError("not_convertible",
-                      "the PMI cannot be converted to another version: " + reason);
-}
 
 bool isZero(const std::vector<std::byte>& bytes) {
   return std::ranges::all_of(bytes, [](std::byte byte) { return byte == std::byte{0}; });
@@ -31,34 +28,33 @@ class Conversion {
 
   void run() {
     const PMILayout target = layoutOf(format_);
-    if (data_.layout == PMILayout::none) {
-      if (target != PMILayout::generic) {
-        toTyped(target);
-      } else if (hasTypedPMI(data_)) {
-        refuseTyped();
-      }
-    } else if (data_.layout == target) {
-      if (data_.bigEndian == format_.bigEndian) return;
-      keptBytes();
-      return;
-    } else {
-      keptBytes();
-      if (target == PMILayout::generic) {
-        toGeneric();
-      } else {
-        toTyped(target);
-      }
-    }
-    data_.form = usualPMIForm(format_);
-    data_.surplus = usualEnd(format_);
-    forget(data_.version);
-    forget(data_.cadTags.version);
-    forget(data_.polygons.version);
-    for (PMIFont& font : data_.fonts) forget(font.polygons.version);
-    data_.viewProperties.clear();
+    if (data_.layout != target || data_.bigEndian != format_.bigEndian) convert(target);
+    splitLongEntities(data_, format_);
   }
 
  private:
+  void convert(PMILayout target) {
+    const bool isNew = data_.layout == PMILayout::none;
+    if (!isNew) keptBytes(target);
+    if (data_.layout != target) {
+      if (!isGeneric(target)) {
+        toTyped();
+      } else if (!isGeneric(data_.layout)) {
+        toGeneric();
+      }
+      const bool opaqueRest = data_.form.opaqueRest;
+      data_.form = usualPMIForm(format_);
+      data_.form.opaqueRest = opaqueRest;
+      if (!opaqueRest) data_.surplus = usualEnd(format_);
+      forget(data_.version);
+      forget(data_.cadTags.version);
+      forget(data_.polygons.version);
+      for (PMIFont& font : data_.fonts) forget(font.polygons.version);
+    }
+    data_.layout = target;
+    data_.bigEndian = format_.bigEndian;
+  }
+
   static void forget(LocalVersion& version) { version = {}; }
 
   void lose(const std::string& what) {
@@ -66,31 +62,77 @@ class Conversion {
   }
 
   /// What was kept as bytes does not mean the same in another form.
-  void keptBytes() {
-    if (data_.form.opaqueRest) notConvertible("what follows its entities is not understood");
-    if (data_.cadTags.flag == 1 && !data_.cadTags.tags && !decodeCadTags(data_))
-      notConvertible("its CAD tags cannot be decoded");
-    if (!isZero(data_.surplus)) {
-      lose("bytes at the end of the PMI, whose meaning is not known");
-      data_.surplus = usualEnd(format_);
+  void keptBytes(PMILayout target) {
+    const bool isLayoutKept = isGeneric(data_.layout) && isGeneric(target);
+    if (data_.form.opaqueRest && isLayoutKept && data_.bigEndian == format_.bigEndian) return;
+    if (data_.form.opaqueRest) {
+      losses_.add("not_convertible",
+                  "areas, CAD tags and fonts of PMI were left out: they are not understood");
+      data_.form.opaqueRest = false;
+      data_.surplus.clear();
+      dropLinks([](PMIKind) { return true; });
+    } else if (data_.cadTags.flag == 1 && !data_.cadTags.tags && !decodeCadTags(data_)) {
+      losses_.add("not_convertible", "CAD tags of PMI got new numbers: they cannot be decoded");
+      renewTags();
     }
+    if (isZero(data_.surplus)) return;
+    lose("bytes at the end of the PMI, whose meaning is not known,");
+    data_.surplus = usualEnd(format_);
   }
 
-  [[noreturn]] static void refuseTyped() {
-    notConvertible("version 10 has no entities of fixed kinds, and these would change their look");
+  /// Removes associations with an end that is a CAD tag.
+  template <class Predicate>
+  void dropLinks(const Predicate& isDropped) {
+    const auto hasEnd = [&](std::uint32_t end, std::int32_t owner) {
+      return owner == -1 && (end & PMITypedID::kIndirect) != 0 && isDropped(PMITypedID{end}.kind());
+    };
+    const auto count = std::erase_if(data_.associations, [&](const PMIAssociation& link) {
+      return hasEnd(link.source, link.sourceOwner) ||
+             hasEnd(link.destination, link.destinationOwner);
+    });
+    if (count > 0) lose("associations of PMI whose ends are CAD tags");
+  }
+
+  /// New tags for the entities. Those of faces and edges are numbers of the producer: lost.
+  void renewTags() {
+    dropLinks([](PMIKind kind) { return kind <= PMIKind::brepFace; });
+    std::map<std::int32_t, std::int32_t> newIndices;
+    for (std::int32_t& index : data_.cadTags.indices)
+      index =
+          newIndices.try_emplace(index, static_cast<std::int32_t>(newIndices.size())).first->second;
+    const auto renew = [&](std::uint32_t& end, std::int32_t owner) {
+      if (owner != -1 || (end & PMITypedID::kIndirect) == 0) return;
+      const auto found = newIndices.find(PMITypedID{end}.index());
+      const auto index = static_cast<std::uint32_t>(
+          found == newIndices.end() ? static_cast<std::int32_t>(PMITypedID::kMaxIndex)
+                                    : found->second);
+      end = (end & ~PMITypedID::kMaxIndex) | index;
+    };
+    for (PMIAssociation& link : data_.associations) {
+      renew(link.source, link.sourceOwner);
+      renew(link.destination, link.destinationOwner);
+    }
+    auto& tags = data_.cadTags.tags.emplace();
+    for (std::size_t i = 1; i <= newIndices.size(); ++i)
+      tags.push_back({static_cast<std::int64_t>(i)});
   }
 
   void toGeneric() {
-    if (hasTypedPMI(data_)) refuseTyped();
+    makeGeneric(data_);
     for (std::size_t i = 0; i < data_.viewProperties.size(); ++i)
       data_.modelViews[i].properties.push_back(std::move(data_.viewProperties[i]));
+    data_.viewProperties.clear();
+    const auto hasWideCharacter = [](const PMIFont& font) {
+      return std::ranges::any_of(font.characters,
+                                 [](std::int32_t unit) { return unit < 0 || unit > 0xffff; });
+    };
+    if (std::erase_if(data_.fonts, hasWideCharacter) > 0)
+      lose("fonts of PMI with characters beyond 16 bits");
   }
 
-  void toTyped(PMILayout target) {
-    if (target == PMILayout::typed8 && data_.cadTags.flag == 1)
-      notConvertible("it has CAD tags, and how 8.x codes them is not known");
+  void toTyped() {
     data_.pmiVersion = std::max<std::int16_t>(data_.pmiVersion, 8);
-    data_.latin1 = data_.latin1 && data_.layout != PMILayout::generic;
+    data_.latin1 = data_.latin1 && !isGeneric(data_.layout);
     bool hasWidths = false;
     for (PMIGenericEntity& entity : data_.genericEntities) {
       hasWidths = hasWidths || !entity.lines.widths.empty();
@@ -101,11 +143,13 @@ class Conversion {
       hasProperties = hasProperties || !view.properties.empty();
       view.properties.clear();
     }
+    data_.viewProperties.clear();
     if (hasWidths) lose("the widths of PMI lines");
     if (hasProperties) lose("the properties of PMI model views");
     if (!data_.polygons.filled.empty()) lose("the filled areas of PMI");
     if (!data_.fonts.empty()) lose("the fonts of PMI");
     data_.polygons = {};
+    data_.hasAreaForEachEntity = false;
     data_.fonts.clear();
   }
 
@@ -113,15 +157,6 @@ class Conversion {
   const Format& format_;
   codec::Report& losses_;
 };
-
-codec::PacketKind packetsOf(PMILayout layout) {
-  return layout == PMILayout::generic ? codec::PacketKind::mk3 : codec::PacketKind::mk2;
-}
-codec::Predictor predictorOf(PMILayout layout) {
-  return layout == PMILayout::generic ? codec::Predictor::none : codec::Predictor::lag1;
-}
-
-constexpr std::int32_t kShortTag = 1;  // 32 bits
 
 }  // namespace
 
@@ -139,87 +174,13 @@ bool hasTypedPMI(const PMIData& data) {
 }
 
 PMILayout layoutOf(const Format& format) noexcept {
-  if (format.has(Feature::genericPMI)) return PMILayout::generic;
+  if (format.has(Feature::shortPMIFlags)) return PMILayout::generic105;
+  if (format.has(Feature::genericPMI)) return PMILayout::generic10;
   return format.has(Feature::localVersions) ? PMILayout::typed9 : PMILayout::typed8;
 }
 
 void convertPMI(PMIData& data, const Format& format, codec::Report& losses) {
   Conversion(data, format, losses).run();
-}
-
-std::vector<std::size_t> taggedByKind(const PMIData& data) {
-  const auto flat = [&](PMIData::Flat kind) { return data.flat[kind].size(); };
-  const auto solid = [&](PMIData::Solid kind) { return data.solid[kind].size(); };
-  return {flat(PMIData::lineWeld),
-          solid(PMIData::spotWeld),
-          flat(PMIData::surfaceFinish),
-          solid(PMIData::measurementPoint),
-          solid(PMIData::referenceGeometry),
-          flat(PMIData::datumTarget),
-          flat(PMIData::featureControlFrame),
-          flat(PMIData::locator),
-          flat(PMIData::dimension),
-          flat(PMIData::datumFeatureSymbol),
-          flat(PMIData::note),
-          data.modelViews.size(),
-          data.designGroups.size(),
-          data.coordinateSystems.size(),
-          data.genericEntities.size()};
-}
-
-std::size_t taggedEntities(const PMIData& data) {
-  const std::vector<std::size_t> counts = taggedByKind(data);
-  return std::accumulate(counts.begin(), counts.end(), std::size_t{0});
-}
-
-bool decodeCadTags(PMIData& data) {
-  if (data.layout != PMILayout::typed9 && data.layout != PMILayout::generic) return false;
-  const bool isGeneric = data.layout == PMILayout::generic;
-  PMICadTags& stored = data.cadTags;
-  try {
-    codec::ByteCursor cursor(stored.coded, data.bigEndian);
-    codec::Budget budget = codec::Budget::forInput(stored.coded.size());
-    const auto packet = [&] {
-      return codec::decodePacket(packetsOf(data.layout), cursor, budget, predictorOf(data.layout));
-    };
-    if (cursor.i32("inner version") != 1) return false;
-    const std::size_t count = isGeneric ? 0 : cursor.count("tag count");
-    const std::vector<std::int32_t> types =
-        isGeneric || count > 0 ? packet() : std::vector<std::int32_t>();
-    const bool areShort = std::ranges::all_of(types, [](auto type) { return type == kShortTag; });
-    if (!areShort || (!isGeneric && types.size() != count)) return false;
-    std::vector<std::int32_t> tags = isGeneric || count > 0 ? packet() : types;
-    if (isGeneric && cursor.count("64-bit tags") != 0) return false;
-    if (tags.size() != types.size() || cursor.left() != 0) return false;
-    stored.tags = std::move(tags);
-    return true;
-  } catch (const JtFormatError&) {
-    return false;
-  }
-}
-
-void encodeCadTags(PMIData& data, const Format& format) {
-  const PMILayout layout = layoutOf(format);
-  if (layout == PMILayout::typed8) notConvertible("how 8.x codes CAD tags is not known");
-  const std::vector<std::int32_t>& tags = *data.cadTags.tags;
-  const std::vector<std::int32_t> types(tags.size(), kShortTag);
-  codec::Bytes out;
-  const auto packet = [&](const std::vector<std::int32_t>& values) {
-    codec::encodePacket(packetsOf(layout), out, format.bigEndian, values, predictorOf(layout));
-  };
-  codec::append(out, std::int32_t{1}, format.bigEndian);
-  if (layout == PMILayout::generic) {
-    packet(types);
-    packet(tags);
-    codec::append(out, std::int32_t{0}, format.bigEndian);  // no tags of 64 bits
-  } else {
-    codec::append(out, static_cast<std::int32_t>(tags.size()), format.bigEndian);
-    if (!tags.empty()) {
-      packet(types);
-      packet(tags);
-    }
-  }
-  data.cadTags.coded = std::move(out);
 }
 
 }  // namespace jt::file

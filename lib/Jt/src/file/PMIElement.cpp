@@ -5,7 +5,8 @@
 
 #include "PMIConversion.h"
 #include "PMIFields.h"
-#include "scene/PMITags.h"
+#include "PMISplit.h"
+#include "PMITags.h"
 
 namespace jt::file {
 
@@ -81,6 +82,21 @@ PMIData readAs(const PMIForm& form, Reader& reader) {
   return data;
 }
 
+/// Content with the entities that a save divided, if it is certain that it would divide them again.
+PMIData wholeEntities(PMIData data, std::span<const std::byte> body, const Format& format) {
+  if (!hasSplitEntities(data)) return data;
+  PMIData whole(data);
+  joinSplitEntities(whole);
+  ByteSink written;
+  codec::Report losses;
+  try {
+    writePMI(written, whole, format, losses);
+  } catch (const JtFormatError&) {
+    return data;
+  }
+  return std::ranges::equal(written.bytes(), body) ? whole : data;
+}
+
 }  // namespace
 
 PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base) {
@@ -94,9 +110,11 @@ PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size
       PMIData data = readAs(form, reader);
       data.layout = layoutOf(format);
       data.bigEndian = format.bigEndian;
+      data.hasAreaForEachEntity = !data.polygons.vertexCounts.empty() &&
+                                  data.polygons.vertexCounts.size() == data.genericEntities.size();
       // Only the generic layout has an end that nobody knows.
       const bool fits = data.surplus.empty() || format.has(Feature::genericPMI) || form.opaqueRest;
-      if (fits) return data;
+      if (fits) return wholeEntities(std::move(data), body, format);
       if (!withSurplus) withSurplus = std::move(data);
     } catch (const JtFormatError& error) {
       if (failure && reader.offset() <= farthest) continue;
@@ -141,7 +159,13 @@ void writeComparablePMI(ByteSink& out, PMIData data) {
   data.layout = PMILayout::none;  // what is new gets the usual form
   data.bigEndian = false;
   codec::Report losses;
-  writePMI(out, data, hasTypedPMI(data) ? Format{9, 5, false} : Format{10, 5, false}, losses);
+  writePMI(out, data, {10, 5, false}, losses);
+}
+
+const JtString* findProperty(const std::vector<PMIProperty>& properties, const JtString& key) {
+  for (const PMIProperty& property : properties)
+    if (property.key.text == key) return &property.value.text;
+  return nullptr;
 }
 
 std::vector<std::string> narrowStrings(const PMIData& data) {

@@ -18,8 +18,8 @@ PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size
 /// Tells the fields of a body. Throws JtFormatError after those that can be read.
 void tracePMI(std::span<const std::byte> body, const Format& format, std::size_t base,
               FieldListener& listener);
-/// Appends the body of an element. What the version cannot hold is left out and told in `losses`.
-/// Throws JtFormatError "not_convertible" when nothing sound would be left.
+/// Appends the body of an element in the form of any version. What the version cannot hold is left
+/// out and listed in `losses`.
 void writePMI(ByteSink& out, const PMIData& data, const Format& format, codec::Report& losses);
 
 /// Appends the content in a form that depends on what it is, not on the file it is from. Throws
@@ -36,11 +36,13 @@ struct PMIAccess {
 std::vector<std::string> narrowStrings(const PMIData& data);
 void setNarrowStrings(PMIData& data, const std::vector<std::string>& stored);
 
-/// How many entities have a place in the list of CAD tags, by kind, in the order of that list.
-std::vector<std::size_t> taggedByKind(const PMIData& data);
-std::size_t taggedEntities(const PMIData& data);
-/// Makes `cadTags.tags` what the stored bytes say. False when they cannot be decoded surely: 8.x,
-/// 64-bit tags. @pre the flag is 1
-bool decodeCadTags(PMIData& data);
+/// True for entities that the generic layout has no place for.
+bool hasTypedPMI(const PMIData& data);
+inline bool isGeneric(PMILayout layout) {
+  return layout == PMILayout::generic10 || layout == PMILayout::generic105;
+}
+
+/// The first value under a key, or null.
+const JtString* findProperty(const std::vector<PMIProperty>& properties, const JtString& key);
 
 }  // namespace jt::file

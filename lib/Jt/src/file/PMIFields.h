@@ -6,6 +6,7 @@
 
 #include "PMIElement.h"
 #include "PMIEntityFields.h"
+#include "PMIKinds.h"
 
 namespace jt::file {
 
@@ -84,7 +85,7 @@ struct PMIFields {
     if constexpr (Ar::reading) setNarrowStrings(data, stored);
   }
 
-  /// What stands behind the generic entities.
+  /// What follows the generic entities.
   template <class Ar>
   static void rest(Ar& ar, PMIParts<Ar>& parts, PMIData& data) {
     if (parts.isGeneric()) parts.polygons(data.polygons);
@@ -113,8 +114,8 @@ struct PMIFields {
     if (tags.flag == 0) return;
     ar.list("cadTagIndex", tags.indices);
     if constexpr (Ar::reading)
-      if (tags.indices.size() != taggedEntities(data))
-        ar.fail("cadTagIndex", "expected " + std::to_string(taggedEntities(data)) +
+      if (const std::size_t total = PMITagPlaces(data).total; tags.indices.size() != total)
+        ar.fail("cadTagIndex", "expected " + std::to_string(total) +
                                    " indices, one for each entity, found " +
                                    std::to_string(tags.indices.size()));
     ar.version("cadTagVersion", tags.version, 1, 1);

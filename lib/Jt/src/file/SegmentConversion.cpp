@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "JtPMI.h"
 #include "ParallelFor.h"
 #include "SegmentObjects.h"
 #include "XtBrep.h"
@@ -16,7 +17,9 @@ ConvertedSegment dropped(std::string reason) {
   return result;
 }
 
-ConvertedSegment made(Buffer bytes, std::string reason = "the version changes") {
+constexpr const char* kVersionReason = "the version changes";
+
+ConvertedSegment made(Buffer bytes, std::string reason = kVersionReason) {
   ConvertedSegment result;
   result.bytes = std::move(bytes);
   result.reason = std::move(reason);
@@ -39,11 +42,27 @@ Buffer convertFields(const SegmentElement& element, const ShapeKind& kind, const
   return std::move(segment).finish(entry.id, entry.type(), level);
 }
 
-/// Why an element cannot be in another version, for somebody who does not know the code.
+/// Adds the PMI of a segment unless it is among the objects already. False when there is none; PMI
+/// that cannot be read stays as it is.
+bool addPMI(const Container& from, const TocEntry& entry, std::vector<Ref<JtBase>>& objects) {
+  constexpr std::int32_t kPMISegment = 3;
+  constexpr std::int32_t kMetaDataSegment = 4;
+  if (entry.type() != kPMISegment && entry.type() != kMetaDataSegment) return false;
+  const JtType* type = PMIDataManager::classTypeID();
+  const auto isPMI = [&](const Ref<JtBase>& object) { return object->typeID() == type; };
+  if (std::ranges::any_of(objects, isPMI)) return true;
+  try {
+    Ref<JtBase> pmi = readSegmentObject(from, entry, type);
+    if (!pmi) return false;
+    objects.push_back(std::move(pmi));
+    return true;
+  } catch (const JtFormatError&) {
+    return false;
+  }
+}
+
 std::string reasonOf(const JtFormatError& error) {
-  return error.code() == "not_convertible"
-             ? error.message()
-             : "it cannot be read, so it cannot be converted: " + error.message();
+  return "it cannot be read, so it cannot be converted: " + error.message();
 }
 
 }  // namespace
@@ -100,14 +119,21 @@ ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& e
                                         const Changes* changes) {
   if (!from.format().sameSegmentsAs(format_))
     return isShapeSegment(entry.type()) ? makeShape(from, entry) : makeOther(from, entry, changes);
-  if (!changes) {
+  std::vector<Ref<JtBase>> objects = changes ? changes->objects : std::vector<Ref<JtBase>>();
+  const bool convertsPMI = !from.format().samePMIAs(format_) && addPMI(from, entry, objects);
+  if (objects.empty()) {
     ConvertedSegment same;
     same.isSame = true;
     return same;
   }
-  std::vector<const JtBase*> objects;
-  for (const Ref<JtBase>& object : changes->objects) objects.push_back(object.get());
-  return made(replaceSegmentObjects(from, entry, objects, level_), changes->reason);
+  codec::Report losses;
+  std::vector<const JtBase*> replaced;
+  for (const Ref<JtBase>& object : objects) replaced.push_back(object.get());
+  ConvertedSegment result =
+      made(replaceSegmentObjects(from, entry, replaced, format_, level_, &losses),
+           changes && !convertsPMI ? changes->reason : kVersionReason);
+  result.losses = std::move(losses.remarks);
+  return result;
 }
 
 ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEntry& entry) {
@@ -160,21 +186,13 @@ ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEnt
     losses.add("not_convertible",
                "an element of segment " + entry.id.text() + " was left out: " + why);
   };
-  const auto add = [&](const JtBase& object) {
-    try {
-      segment.add(object, &losses);
-    } catch (const JtFormatError& error) {
-      if (error.code() != "not_convertible") throw;
-      leaveOut(object.typeID()->guid(), error.message());
-    }
-  };
   const auto elements = segmentElements(content.bytes, from.format());
   for (const SegmentElement& element : elements) {
     const JtGuid& typeId = element.frame.typeId;
     const auto mine = std::ranges::find_if(
         changed, [&](const Ref<JtBase>& object) { return object->typeID()->guid() == typeId; });
     if (mine != changed.end()) {
-      add(**mine);
+      segment.add(**mine, &losses);
       changed.erase(mine);
       continue;
     }
@@ -199,7 +217,7 @@ ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEnt
       leaveOut(typeId, reasonOf(error));
     }
   }
-  for (const Ref<JtBase>& object : changed) add(*object);
+  for (const Ref<JtBase>& object : changed) segment.add(*object, &losses);
   if (segment.isEmpty()) return dropped(reason.empty() ? "it holds no element" : reason);
   ConvertedSegment result = made(std::move(segment).finish(entry.id, entry.type(), level_));
   result.leftOut = std::move(leftOut);

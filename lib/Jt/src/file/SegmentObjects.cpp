@@ -149,8 +149,8 @@ Buffer SegmentBuilder::finish(const JtGuid& id, std::int32_t type, int level) &&
 }
 
 Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
-                             std::span<const JtBase* const> objects, int level) {
-  const Format& format = container.format();
+                             std::span<const JtBase* const> objects, const Format& format,
+                             int level, codec::Report* losses) {
   const SegmentContent old = container.load(entry);
   std::vector<const JtBase*> left(objects.begin(), objects.end());
   ByteSink content;
@@ -164,12 +164,12 @@ Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
     });
     if (object == left.end()) continue;
     writer.append(old.bytes.subspan(copied, element.offset - copied));
-    writeElement(writer, element.frame, bodyOf(**object, format, nullptr).bytes());
+    writeElement(writer, element.frame, bodyOf(**object, format, losses).bytes());
     copied = end;
     left.erase(object);
   }
   SegmentBuilder further(format);
-  for (const JtBase* object : left) further.add(*object);
+  for (const JtBase* object : left) further.add(*object, losses);
   if (left.size() == objects.size())
     return std::move(further).finish(entry.id, entry.type(), level);
   writer.append(old.bytes.subspan(copied, end - copied));

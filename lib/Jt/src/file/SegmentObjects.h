@@ -57,8 +57,11 @@ class SegmentBuilder {
 /// A segment of a file with objects, of a type each, in the place of the elements that they were
 /// read from. Other elements of the segment and what follows them stay as they are. A segment with
 /// no element of these types is replaced.
+/// @param format of the new segment, of which sameSegmentsAs() is true
+/// @param losses takes what the form cannot hold; may be null
 Buffer replaceSegmentObjects(const Container& container, const TocEntry& entry,
-                             std::span<const JtBase* const> objects, int level);
+                             std::span<const JtBase* const> objects, const Format& format,
+                             int level, codec::Report* losses);
 
 /// The element that ends a list.
 void writeEndMarker(ByteSink& out, const Format& format);

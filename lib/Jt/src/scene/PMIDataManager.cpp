@@ -4,7 +4,8 @@
 #include "JtFormatError.h"
 #include "JtPMI.h"
 #include "file/PMIElement.h"
-#include "scene/PMITags.h"
+#include "file/PMIGeneric.h"
+#include "file/PMITags.h"
 
 jt::Ref<PMIDataManager> jt::file::PMIAccess::make(PMIData data) {
   auto manager = jt::make<PMIDataManager>();
@@ -12,36 +13,70 @@ jt::Ref<PMIDataManager> jt::file::PMIAccess::make(PMIData data) {
   return manager;
 }
 
+namespace {
+
+/// A text without the quotation marks that some producers put around it.
+JtString unquoted(const JtString& text) {
+  std::u16string_view inner(text.units());
+  if (inner.size() >= 2 && inner.front() == u'"' && inner.back() == u'"')
+    inner = inner.substr(1, inner.size() - 2);
+  return JtString(std::u16string(inner));
+}
+
+const std::vector<jt::PMIProperty>& noProperties() {
+  static const std::vector<jt::PMIProperty> none;
+  return none;
+}
+
+}  // namespace
+
 // --- PMIEntity
+
+const jt::PMIGenericEntity* PMIEntity::generic() const {
+  if (!isValid() || id_.kind() != PMIKind::genericEntity) return nullptr;
+  return &manager_->data().genericEntities[static_cast<std::size_t>(id_.index())];
+}
+
+JtString PMIEntity::text(std::int32_t id) const {
+  const JtString* found = manager_->string(id);
+  return found ? *found : JtString();
+}
+
+jt::PMIGenericEntity PMIEntity::asGeneric() const {
+  if (const auto* entity = generic()) return *entity;
+  return jt::file::genericForm(manager_->data(), id_.kind(), static_cast<std::size_t>(id_.index()));
+}
+
+std::uint16_t PMIEntity::typeCode() const {
+  if (!isValid() || id_.kind() == PMIKind::modelView) return 0;
+  const auto* entity = generic();
+  return entity ? entity->type : asGeneric().type;
+}
+
+JtString PMIEntity::typeName() const {
+  if (!isValid() || id_.kind() == PMIKind::modelView) return {};
+  if (const auto* entity = generic()) return text(entity->typeNameId);
+  const jt::file::PMIFixedKind& kind = *jt::file::findFixedKind(id_.kind());
+  return JtString(jt::file::genericTypeNames(asGeneric(), kind).type);
+}
 
 JtString PMIEntity::name() const {
   if (!isValid()) return {};
-  const jt::PMIData& data = manager_->data();
-  const auto index = static_cast<std::size_t>(id_.index());
-  const auto text = [&](std::int32_t id) {
-    const JtString* found = manager_->string(id);
-    return found ? *found : JtString();
-  };
-  if (id_.kind() == PMIKind::modelView) {
-    const JtString quoted = text(data.modelViews[index].nameId);
-    std::u16string_view name(quoted.units());
-    if (name.size() >= 2 && name.front() == u'"' && name.back() == u'"')
-      name = name.substr(1, name.size() - 2);
-    return JtString(std::u16string(name));
-  }
+  if (id_.kind() == PMIKind::modelView)
+    return unquoted(
+        text(manager_->data().modelViews[static_cast<std::size_t>(id_.index())].nameId));
+  const jt::PMIGenericEntity entity = asGeneric();
   for (const char* key : {"Description", "name"})
-    if (const JtString* value = property(key); value && !value->isEmpty()) return *value;
-  const jt::PMIGenericEntity& entity = data.genericEntities[index];
+    if (const JtString* value = jt::file::findProperty(entity.properties, JtString(key));
+        value && !value->isEmpty())
+      return *value;
   for (const jt::PMIText& line : entity.texts)
     if (JtString shown = text(line.stringId); !shown.isEmpty()) return shown;
-  return text(entity.typeNameId);
+  return typeName();
 }
 
 const JtString* PMIEntity::property(const JtString& key) const {
-  if (!isValid()) return nullptr;
-  for (const jt::PMIProperty& property : *properties_)
-    if (property.key.text == key) return &property.value.text;
-  return nullptr;
+  return isValid() ? jt::file::findProperty(*properties_, key) : nullptr;
 }
 
 // --- PMIDataManager
@@ -58,7 +93,7 @@ bool PMIDataManager::serialize(JtBaseDataStream& stream) const {
   }
 }
 
-bool PMIDataManager::isEmpty() const { return jt::file::taggedEntities(data_) == 0; }
+bool PMIDataManager::isEmpty() const { return jt::file::PMITagPlaces(data_).total == 0; }
 
 PMITypedID PMIDataManager::constructPMITypedID(int kind, int index) noexcept {
   return {(static_cast<std::uint32_t>(kind) & 0x7fU) << 24 |
@@ -70,12 +105,28 @@ PMIEntity PMIDataManager::pmiEntity(PMITypedID id) const {
   entity.manager_ = this;
   entity.id_ = id;
   const auto index = static_cast<std::size_t>(id.index());
-  if ((id.word & PMITypedID::kIndirect) != 0) return entity;
-  if (id.kind() == PMIKind::genericEntity && index < data_.genericEntities.size())
+  const bool exists =
+      (id.word & PMITypedID::kIndirect) == 0 && index < jt::file::countOf(data_, id.kind());
+  if (!exists) return entity;
+  if (id.kind() == PMIKind::genericEntity) {
     entity.properties_ = &data_.genericEntities[index].properties;
-  if (id.kind() == PMIKind::modelView && index < data_.modelViews.size())
+  } else if (id.kind() == PMIKind::modelView) {
     entity.properties_ = &data_.modelViews[index].properties;
+  } else {
+    entity.properties_ = &noProperties();
+  }
   return entity;
+}
+
+std::vector<PMITypedID> PMIDataManager::entities() const {
+  std::vector<PMITypedID> ids;
+  const auto add = [&](PMIKind kind) {
+    const std::size_t count = jt::file::countOf(data_, kind);
+    for (std::size_t i = 0; i < count; ++i) ids.push_back(jt::file::typedID(kind, i));
+  };
+  add(PMIKind::genericEntity);
+  for (const jt::file::PMIFixedKind& fixed : jt::file::pmiFixedKinds()) add(fixed.kind);
+  return ids;
 }
 
 const JtString* PMIDataManager::string(std::int32_t id) const {
@@ -84,46 +135,72 @@ const JtString* PMIDataManager::string(std::int32_t id) const {
 }
 
 std::int32_t PMIDataManager::stringId(const JtString& text) {
-  const auto found = std::ranges::find(data_.strings, text);
-  const auto id = static_cast<std::int32_t>(found - data_.strings.begin());
-  if (found == data_.strings.end()) {
+  const std::vector<JtString>& strings = data_.strings;
+  for (; indexedTexts_ < strings.size(); ++indexedTexts_)
+    textIds_.try_emplace(strings[indexedTexts_].units(), static_cast<std::int32_t>(indexedTexts_));
+  const auto id = static_cast<std::int32_t>(strings.size());
+  const auto [known, isNew] = textIds_.try_emplace(text.units(), id);
+  if (isNew) {
     data_.strings.push_back(text);
+    ++indexedTexts_;
     modified_ = true;
   }
-  return id;
+  return known->second;
+}
+
+void PMIDataManager::prepareForNew(std::size_t count) {
+  jt::file::requireEditable(data_);
+  if (count > PMITypedID::kMaxIndex)
+    throw JtFormatError("too_large", "a node can have 16777216 PMI entities of a kind");
+  if (data_.layout == jt::PMILayout::none) jt::file::ensureTags(data_);
+  jt::file::raisePMIVersion(data_);
+}
+
+void PMIDataManager::addTag(std::size_t place) {
+  if (data_.cadTags.flag != 1) return;
+  auto& tags = *data_.cadTags.tags;
+  auto& indices = data_.cadTags.indices;
+  indices.insert(indices.begin() + static_cast<std::ptrdiff_t>(place),
+                 static_cast<std::int32_t>(tags.size()));
+  tags.push_back({jt::file::newTag(tags, greatestTag_)});
 }
 
 PMITypedID PMIDataManager::addGenericEntity(jt::PMIGenericEntity entity) {
-  jt::requireEditable(data_);
   const std::size_t index = data_.genericEntities.size();
-  if (index > PMITypedID::kMaxIndex)
-    throw JtFormatError("too_large", "a node can have 16777216 PMI entities of a kind");
-  jt::raisePMIVersion(data_);
-  const bool hasAreas = jt::hasAreaForEachEntity(data_);
+  prepareForNew(index);
   data_.genericEntities.push_back(std::move(entity));
-  if (hasAreas) data_.polygons.vertexCounts.push_back(0);
-  if (data_.cadTags.flag == 1) {
-    data_.cadTags.indices.push_back(static_cast<std::int32_t>(data_.cadTags.tags->size()));
-    data_.cadTags.tags->push_back(jt::unusedTag(*data_.cadTags.tags));
-  }
+  if (data_.hasAreaForEachEntity) data_.polygons.vertexCounts.push_back(0);
+  addTag(data_.cadTags.indices.size());
   modified_ = true;
-  return constructPMITypedID(static_cast<int>(PMIKind::genericEntity), static_cast<int>(index));
+  return jt::file::typedID(PMIKind::genericEntity, index);
+}
+
+PMITypedID PMIDataManager::addModelView(jt::PMIModelView view) {
+  const std::size_t index = data_.modelViews.size();
+  prepareForNew(index);
+  addTag(*jt::file::PMITagPlaces(data_).first(PMIKind::modelView) + index);
+  data_.modelViews.push_back(std::move(view));
+  if (data_.layout == jt::PMILayout::typed9 && data_.version.value > 1)
+    data_.viewProperties.resize(data_.modelViews.size());
+  modified_ = true;
+  return jt::file::typedID(PMIKind::modelView, index);
 }
 
 bool PMIDataManager::removeGenericEntity(int index) {
-  const auto at = static_cast<std::size_t>(index);
-  if (index < 0 || at >= data_.genericEntities.size()) return false;
-  jt::requireEditable(data_);
-  jt::removeEnds(data_, at);
-  if (data_.cadTags.flag == 1) {
-    auto& indices = data_.cadTags.indices;
-    const std::size_t first = indices.size() - data_.genericEntities.size();
-    indices.erase(indices.begin() + static_cast<std::ptrdiff_t>(first + at));
-  }
-  if (jt::hasAreaForEachEntity(data_)) jt::removeArea(data_.polygons, at);
-  data_.genericEntities.erase(data_.genericEntities.begin() + index);
+  return removeGenericEntities(std::span(&index, 1)) == 1;
+}
+
+int PMIDataManager::removeGenericEntities(std::span<const int> indices) {
+  std::vector<bool> isRemoved(data_.genericEntities.size());
+  for (const int index : indices)
+    if (index >= 0 && static_cast<std::size_t>(index) < isRemoved.size())
+      isRemoved[static_cast<std::size_t>(index)] = true;
+  const auto count = static_cast<int>(std::ranges::count(isRemoved, true));
+  if (count == 0) return 0;
+  jt::file::requireEditable(data_);
+  jt::file::removeGeneric(data_, isRemoved);
   modified_ = true;
-  return true;
+  return count;
 }
 
 jt::PMIGenericEntity* PMIDataManager::editGenericEntity(int index) {
@@ -132,11 +209,39 @@ jt::PMIGenericEntity* PMIDataManager::editGenericEntity(int index) {
   return &data_.genericEntities[static_cast<std::size_t>(index)];
 }
 
+jt::PMIModelView* PMIDataManager::editModelView(int index) {
+  if (index < 0 || static_cast<std::size_t>(index) >= data_.modelViews.size()) return nullptr;
+  modified_ = true;
+  return &data_.modelViews[static_cast<std::size_t>(index)];
+}
+
+void PMIDataManager::makeGeneric() {
+  if (!jt::file::hasTypedPMI(data_)) return;
+  jt::file::requireEditable(data_);
+  jt::file::makeGeneric(data_);
+  modified_ = true;
+}
+
 void PMIDataManager::addAssociation(PMITypedID source, PMITypedID destination,
                                     std::int32_t reason) {
+  for (const PMITypedID end : {source, destination})
+    if (jt::file::findFixedKind(end.kind()))
+      throw JtFormatError("not_editable",
+                          "an entity of a fixed kind cannot be linked: how files name it is not "
+                          "known");
   data_.associations.push_back(
-      {jt::storedEnd(data_, source), jt::storedEnd(data_, destination), reason});
+      {jt::file::storedEnd(data_, source), jt::file::storedEnd(data_, destination), reason});
   modified_ = true;
+}
+
+std::vector<PMIDataManager::Link> PMIDataManager::links() const {
+  const jt::file::PMIEnds ends(data_);
+  std::vector<Link> links;
+  links.reserve(data_.associations.size());
+  for (const jt::PMIAssociation& link : data_.associations)
+    links.push_back({ends.resolve(link.source, link.sourceOwner),
+                     ends.resolve(link.destination, link.destinationOwner), link.reason});
+  return links;
 }
 
 void PMIDataManager::merge(const PMIDataManager& other) {
@@ -144,8 +249,9 @@ void PMIDataManager::merge(const PMIDataManager& other) {
     data_ = other.data_;
   } else {
     jt::PMIData merged(data_);  // a failure leaves the manager as it was
-    jt::mergePMI(merged, other.data_);
+    jt::file::mergePMI(merged, other.data_);
     data_ = std::move(merged);
   }
+  greatestTag_ = -1;
   modified_ = true;
 }

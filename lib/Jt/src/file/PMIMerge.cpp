@@ -3,27 +3,17 @@
 #include <numeric>
 
 #include "JtFormatError.h"
+#include "PMIElement.h"
+#include "PMIGeneric.h"
 #include "PMITags.h"
-#include "file/PMIConversion.h"
 
-namespace jt {
+namespace jt::file {
 
 namespace {
 
 template <class T>
 void append(std::vector<T>& to, std::vector<T>& from) {
   to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
-}
-
-/// Gives every entity of a manager without CAD tags one.
-void ensureTags(PMIData& data) {
-  if (data.cadTags.flag == 1) return;
-  data.cadTags = {};
-  data.cadTags.flag = 1;
-  data.cadTags.indices.resize(file::taggedEntities(data));
-  std::iota(data.cadTags.indices.begin(), data.cadTags.indices.end(), 0);
-  data.cadTags.tags.emplace(data.cadTags.indices.size());
-  std::iota(data.cadTags.tags->begin(), data.cadTags.tags->end(), 1);
 }
 
 class Merge {
@@ -57,10 +47,7 @@ class Merge {
   void check() {
     requireEditable(to_);
     requireEditable(from_);
-    if (file::hasTypedPMI(from_) && to_.layout == PMILayout::generic)
-      throw JtFormatError("not_editable",
-                          "PMI of a file of version 8 or 9 with entities of fixed kinds cannot be "
-                          "added to PMI of version 10");
+    if (isGeneric(to_.layout)) makeGeneric(from_);
     const auto isTooLarge = [](std::size_t a, std::size_t b) {
       return a + b > PMITypedID::kMaxIndex;
     };
@@ -128,8 +115,9 @@ class Merge {
       case PMIKind::brepEdge:
       case PMIKind::brepFace:
         return 0;
+      default:
+        return {};
     }
-    return {};
   }
 
   void associations() {
@@ -147,24 +135,22 @@ class Merge {
     }
   }
 
-  /// The list of CAD tags has the kinds one behind the other.
   void tags() {
-    const auto ownCounts = file::taggedByKind(to_);
-    const auto counts = file::taggedByKind(from_);
+    const PMITagPlaces ownPlaces(to_);
+    const PMITagPlaces places(from_);
     const auto offset = static_cast<std::uint32_t>(to_.cadTags.tags->size());
     // Unsigned, since an index from a file may be any number.
     for (std::int32_t& index : from_.cadTags.indices)
       index = static_cast<std::int32_t>(static_cast<std::uint32_t>(index) + offset);
     std::vector<std::int32_t> merged;
-    auto own = to_.cadTags.indices.begin();
-    auto other = from_.cadTags.indices.begin();
-    for (std::size_t kind = 0; kind < counts.size(); ++kind) {
-      const auto ownEnd = own + static_cast<std::ptrdiff_t>(ownCounts[kind]);
-      const auto otherEnd = other + static_cast<std::ptrdiff_t>(counts[kind]);
-      merged.insert(merged.end(), own, ownEnd);
-      merged.insert(merged.end(), other, otherEnd);
-      own = ownEnd;
-      other = otherEnd;
+    const auto add = [&](const std::vector<std::int32_t>& indices, PMITagPlaces::Run run) {
+      const auto begin = indices.begin();
+      merged.insert(merged.end(), begin + static_cast<std::ptrdiff_t>(run.begin),
+                    begin + static_cast<std::ptrdiff_t>(run.end));
+    };
+    for (std::size_t i = 0; i < places.runs().size(); ++i) {
+      add(to_.cadTags.indices, ownPlaces.runs()[i]);
+      add(from_.cadTags.indices, places.runs()[i]);
     }
     to_.cadTags.indices = std::move(merged);
     append(*to_.cadTags.tags, *from_.cadTags.tags);
@@ -173,13 +159,15 @@ class Merge {
   void areas() {
     if (to_.polygons.vertexCounts.empty() && from_.polygons.vertexCounts.empty()) return;
     const auto pad = [](PMIData& data) {
-      if (data.polygons.vertexCounts.empty())
-        data.polygons.vertexCounts.resize(data.genericEntities.size());
+      if (!data.polygons.vertexCounts.empty()) return;
+      data.polygons.vertexCounts.resize(data.genericEntities.size());
+      data.hasAreaForEachEntity = true;
     };
     pad(to_);
     pad(from_);
     append(to_.polygons.vertexCounts, from_.polygons.vertexCounts);
     append(to_.polygons.filled, from_.polygons.filled);
+    to_.hasAreaForEachEntity = to_.hasAreaForEachEntity && from_.hasAreaForEachEntity;
   }
 
   /// Version 9 may store one property for each view, for all of them or for none.
@@ -204,4 +192,4 @@ class Merge {
 
 void mergePMI(PMIData& to, PMIData from) { Merge(to, from).run(); }
 
-}  // namespace jt
+}  // namespace jt::file
