@@ -16,8 +16,8 @@ constexpr std::array<char, 8> kMagic{'J', 'T', 'W', 'F', 'O', 'N', 'T', 1};
 
 template <class T>
 void append(std::vector<std::byte>& out, const T& value) {
-  const auto bytes = std::as_bytes(std::span(&value, 1));
-  out.insert(out.end(), bytes.begin(), bytes.end());
+  // Byte by byte: g++ 12 sees an overflow in vector::insert() here that is not there.
+  for (const std::byte byte : std::as_bytes(std::span(&value, 1))) out.push_back(byte);
 }
 
 /// Reads values one after the other; the first that is not there makes it bad for good.
