@@ -27,13 +27,14 @@ namespace {
 thread_local long allocationsLeft = -1;
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: g++ would take the free() below for one that does not match its new.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (allocationsLeft >= 0 && allocationsLeft-- == 0) throw std::bad_alloc();
   if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
   throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -343,7 +344,8 @@ TEST(Save, FailsOfLackOfMemoryOnlyBeforeTheFileIsReplaced) {
   const TempFolder folder;
   const std::string path = folder.write("a.jt", "old");
   fs::create_hard_link(path, folder / "other");  // a warning takes memory
-  const jt::FilePiece piece{bytesOf("new")};
+  const std::string text = "new";
+  const jt::FilePiece piece{bytesOf(text)};
   const JtFSStorageLocation location("", path);
   const auto manager = JtStorageManager::current();
   bool isDone = false;

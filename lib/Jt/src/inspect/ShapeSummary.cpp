@@ -3,8 +3,8 @@
 
 #include "JtInspect.h"
 #include "JtShape.h"
-#include "file/SceneWriter.h"
 #include "file/SavePlan.h"
+#include "file/SceneWriter.h"
 
 namespace jt {
 
