@@ -160,7 +160,7 @@ void JtwManager::getExportLocationAndName(const ApiDocumentRef& document,
   name = jtw::withJtSuffix(ApiSysFilePath(path).fileName());
   // ".export" as often as it takes: the source is one file.
   while (jtw::isSourceOf(document, location + name))
-    name = name.substr(0, name.size() - JT_SUFFIX.size()) + "export." + JT_SUFFIX;
+    name.insert(name.size() - JT_SUFFIX.size(), "export.");
 }
 
 bool JtwManager::getExportFileNameFromDocument(const ApiDocumentRef& document,

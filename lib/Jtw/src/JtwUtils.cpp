@@ -112,6 +112,8 @@ bool JtwUtilsMovePMIFromNodeToParent(JtwNode* node, VisPartNode* part) {
   return true;
 }
 
+// The host's interface has the list by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool JtwUtilsWritePMIs(JtwNode* node, RWClassicTValOrderedVector<JtwPMI*> pmis) {
   if (node) jtw::writePMIsOf(*node, pmis);
   return true;

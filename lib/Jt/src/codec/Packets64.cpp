@@ -175,7 +175,7 @@ class Reader {
     const WordBits bits = codeText();
     const Context table = context();
     const bool hasEscape = std::ranges::find(table.escapes, true) != table.escapes.end();
-    const Values rest = hasEscape ? outOfBand() : Values();
+    Values rest = hasEscape ? outOfBand() : Values();
     if (bits.left() == 0 && rest.size() == count) return rest;
     Values values = make(count);
     budget_.spend(std::uint64_t{count} * sizeof(std::int32_t), cursor_.offset());

@@ -153,6 +153,7 @@ void encodeCadTags(PMIData& data, const Format& format) {
     if (!wide.empty()) {
       for (const unsigned shift : {0U, 32U}) {
         std::vector<std::int32_t> words;
+        words.reserve(wide.size());
         for (const std::int64_t tag : wide)
           words.push_back(static_cast<std::int32_t>(tag >> shift));
         packet(words);

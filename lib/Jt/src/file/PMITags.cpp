@@ -44,6 +44,7 @@ std::int32_t newTag(const std::vector<PMICadTag>& tags, std::int32_t& greatest) 
   }
   if (greatest < kLimit) return ++greatest;
   std::vector<std::int64_t> numbers;
+  numbers.reserve(tags.size());
   for (const PMICadTag& tag : tags) numbers.push_back(tag.number);
   std::ranges::sort(numbers);
   std::int32_t free = 1;

@@ -128,6 +128,7 @@ ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& e
   }
   codec::Report losses;
   std::vector<const JtBase*> replaced;
+  replaced.reserve(objects.size());
   for (const Ref<JtBase>& object : objects) replaced.push_back(object.get());
   ConvertedSegment result =
       made(replaceSegmentObjects(from, entry, replaced, format_, level_, &losses),

@@ -361,6 +361,7 @@ std::vector<jt::SaveReport> JtPartition::savePartFiles(JtStorageLocation& target
     return other.saveOwn(*other.location_, inherited);
   };
   std::vector<jt::SaveReport> reports;
+  reports.reserve(changed.size());
   for (const ExternalFile& file : changed) reports.push_back(write(file, true));
   if (options.dryRun || changed.empty()) return reports;
   // What cannot be encoded is found before the first file is written.
