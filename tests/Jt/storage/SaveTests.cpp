@@ -33,6 +33,12 @@ thread_local long allocationsLeft = -1;
   if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
   throw std::bad_alloc();
 }
+// Sanitizers have one of their own, whose memory would not be of malloc().
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept try {
+  return operator new(size);
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
