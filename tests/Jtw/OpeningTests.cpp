@@ -269,7 +269,7 @@ TEST_F(Opening, TheViewersPartitionIsSharedUnlessItIsClosedOrTooLarge) {
   }
 }
 
-/// A storage manager that throws what no one expects.
+/// A storage manager that throws a type not derived from std::exception.
 class StrangeStorage : public JtStorageManager {
  public:
   StrangeStorage() = default;

@@ -366,7 +366,7 @@ TEST_F(Edit, AnnotationsAreMadeListedChangedAndRemovedInEveryVersion) {
     ASSERT_EQ(work_.run("copy cell.kpak/cell.jt " + copy + " --version " + version).exit, 0);
     EXPECT_EQ(work_.json("pmi " + copy + " 20").at("annotations")[0], changed) << version;
   }
-  // A difference names the annotation; a picture shows it unless it is told not to.
+  // A difference names the annotation; a picture shows it unless --pmi is off.
   EXPECT_EQ(work_.run("set copy-10.0.jt 20 layer=5").exit, 0);
   EXPECT_TRUE(matches(work_.json("diff cell.kpak/cell.jt copy-10.0.jt", 1), R"({"differences":
       [{"what": "property", "name": "JT_LLPROP_PMI[20].Layer", "a": "4", "b": "5"}]})"));

@@ -31,6 +31,6 @@ class HOST_API ApiSysFileAccess {
   static bool syncDir(const ApiSysFilePath& folder);
 
   /// The folder of the program that the process runs, with a trailing separator; empty when that
-  /// cannot be told.
+  /// is unknown.
   static RWClassicCString programFolder();
 };

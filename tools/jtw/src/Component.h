@@ -90,8 +90,8 @@ class Component {
   /// when the model refuses.
   /// @param reserved a key that it must not take
   bool ensureKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
-  /// The same for an object that the model is told to change by its key: refused when that key
-  /// names another object, as keys of several files may. Throws Failure "key_in_use".
+  /// The same for an object that is edited by its key: refused when that key also names an object
+  /// of another file. Throws Failure "key_in_use".
   bool ensureOwnKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
   /// The object under which that entry is listed; null for the component itself.
   JtwNode* listedParent(std::size_t index) const;

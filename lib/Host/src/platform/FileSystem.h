@@ -27,7 +27,7 @@ bool isSameFile(const std::string& a, const std::string& b);
 /// Brings the entries of a folder to the medium; false when that failed.
 bool syncFolder(const std::string& folder);
 
-/// The folder of the running program with a trailing separator; empty if it cannot be told.
+/// The folder of the running program with a trailing separator; empty if unknown.
 std::string programFolder();
 
 }  // namespace host

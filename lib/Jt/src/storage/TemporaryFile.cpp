@@ -111,7 +111,7 @@ void TemporaryFile::moveTo(const std::string& target, bool createOnly) {
   int result = move(createOnly ? RENAME_NOREPLACE : 0);
   int error = errno;
   if (result != 0 && createOnly && (error == EINVAL || error == ENOSYS)) {
-    // The file system cannot refuse to replace: what is left is to look first.
+    // This file system cannot rename without replacing, so check first.
     error = EEXIST;
     if (!look(info)) {
       result = move(0);
