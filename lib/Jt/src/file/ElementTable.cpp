@@ -176,13 +176,13 @@ const ElementKind* findElementKind(const JtType* type) {
 
 const ElementKind& unknownNodeKind() noexcept {
   static const ElementKind kind =
-      makeKind<JtNode, NodeFields>({}, "Unknown Node", 0, ElementClass::node);
+      makeKind<JtNode, NodeFields>({}, "Unknown Node", kNodeBaseType, ElementClass::node);
   return kind;
 }
 
 const ElementKind& unknownGroupKind() noexcept {
   static const ElementKind kind =
-      makeKind<JtGroup, NodeFields>({}, "Unknown Group Node", 1, ElementClass::node);
+      makeKind<JtGroup, NodeFields>({}, "Unknown Group Node", kGroupBaseType, ElementClass::node);
   return kind;
 }
 

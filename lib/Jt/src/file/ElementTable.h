@@ -31,6 +31,10 @@ const ElementKind* findElementKind(const JtGuid& guid);
 /// The kind whose class is exactly `type`, or null.
 const ElementKind* findElementKind(const JtType* type);
 
+/// Base types of elements without children and with children.
+inline constexpr std::uint8_t kNodeBaseType = 0;
+inline constexpr std::uint8_t kGroupBaseType = 1;
+
 /// Kinds that stand in for elements that are not in the table or cannot be read.
 const ElementKind& unknownNodeKind() noexcept;   ///< JtNode: base node data, the rest is surplus
 const ElementKind& unknownGroupKind() noexcept;  ///< JtGroup: with children

@@ -236,6 +236,10 @@ class Continuations {
 void splitLongEntities(PMIData& data, const Format& format) {
   for (PMIGenericEntity& entity : data.genericEntities) splitTexts(entity.texts);
   if (format.has(Feature::genericPMI)) return;  // lines have 32-bit indices
+  // Tags are decoded only for new entities: as they were read they are written byte for byte.
+  if (std::ranges::all_of(data.genericEntities,
+                          [](const auto& entity) { return isReached(entity.lines.indices); }))
+    return;
   Continuations continuations(data);
   const std::size_t count = data.genericEntities.size();
   for (std::size_t i = 0; i < count; ++i) {

@@ -4,12 +4,6 @@
 
 namespace jt::file {
 
-namespace {
-
-bool isGroupLike(std::uint8_t baseType) { return baseType == 1; }
-
-}  // namespace
-
 Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint32_t element,
                                             Links& links, const ElementKind*& kind,
                                             std::string* damaged) {
@@ -41,7 +35,7 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
   if (elementClass == ElementClass::node) {
     const ElementKind& group = unknownGroupKind();
     const ElementKind& node = unknownNodeKind();
-    for (const ElementKind* candidate : {isGroupLike(baseType) ? &group : &node, &node}) try {
+    for (const ElementKind* candidate : {baseType == kGroupBaseType ? &group : &node, &node}) try {
         kind = candidate;
         auto object = attempt(*candidate);
         // An unknown group is believed when its children exist.
