@@ -290,8 +290,8 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& link
     frame.baseType = read.baseType;
     // The children that an unread group names are in the file it comes from. Elsewhere their ids
     // may be those of other nodes.
-    if (from != source_ && read.baseType == kGroupBaseType && as<JtNode>(&object) &&
-        !as<JtGroup>(&object))
+    if (from != source_ && !object.carried_ && read.baseType == kGroupBaseType &&
+        as<JtNode>(&object) && !as<JtGroup>(&object))
       frame.baseType = kNodeBaseType;
     // Its class decides what is written: a damaged element has another one than its type id says.
     if (!kind && as<JtOpaqueAttribute>(&object)) kind = &unknownAttributeKind();
