@@ -50,12 +50,13 @@ class JT_API VisMetaDataNode : public JtGroup {
   VisMetaDataNode(const VisMetaDataNode& other)
       : JtGroup(other), metaVersion_(other.metaVersion_) {}
   JtPropAtom* extraProperty(const JtString& key) const override;
+  /// Of a segment that is loaded on demand.
+  enum class LoadState : std::uint8_t { unread, read, failed };
 
  private:
   friend struct jt::file::NodeFields;
   friend class jt::file::SceneWriter;
   jt::LocalVersion metaVersion_;
-  enum class LoadState : std::uint8_t { unread, read, failed };
   // What is loaded is in its place before its state says so.
   std::atomic<LoadState> metaDataState_{LoadState::unread};
   std::atomic<LoadState> pmiState_{LoadState::unread};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "JtWireframe.h"
 #include "VisMetaDataNode.h"
 
 /// The root of one part: metadata, PMI, precise geometry, and the shapes below it.
@@ -12,12 +13,26 @@ class JT_API VisPartNode : public VisMetaDataNode {
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override;
 
+  /// Makes sure that the part's wireframe is in memory. Returns 1 on success; 0 when the part has
+  /// none, or it cannot be read: the reason is then in `jt::lastError()`, and a save in the same
+  /// version keeps it as it is. Reads the segment the first time only. Safe from several threads.
+  int ensureWFRep();
+  /// The wireframe, which is loaded when it is not in memory; null when the part has none or it
+  /// cannot be read. Not owned. A change is saved with the part's file.
+  JtWireframeRep* wfRep();
+  /// Gives the part this wireframe in the place of what it had; null: none. The part takes a
+  /// reference. The save drops a segment that nothing else names.
+  void setWFRep(JtWireframeRep* wires);
+
  protected:
   VisPartNode(const VisPartNode& other)
       : VisMetaDataNode(other), partVersion_(other.partVersion_), reserved_(other.reserved_) {}
 
  private:
   friend struct jt::file::NodeFields;
+  friend class jt::file::SceneWriter;
   jt::LocalVersion partVersion_;
   std::int32_t reserved_ = 0;
+  std::atomic<LoadState> wiresState_{LoadState::unread};
+  jt::Ref<JtWireframeRep> wires_;
 };

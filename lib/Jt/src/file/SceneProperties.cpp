@@ -2,7 +2,8 @@
 
 #include "SceneReader.h"
 #include "SceneWriter.h"
-#include "VisMetaDataNode.h"
+#include "SegmentObjects.h"
+#include "VisPartNode.h"
 
 namespace jt::file {
 
@@ -140,14 +141,21 @@ std::optional<JtGuid> SceneWriter::newIdOf(const JtLateLoadedPropAtom& late,
 }
 
 /// True for a late-loaded value of which the new file will not have what its key stands for.
-bool SceneWriter::namesLostSegment(const Property& property) const {
+bool SceneWriter::namesLostSegment(const Property& property) {
   const auto* late = as<JtLateLoadedPropAtom>(property.value.get());
-  if (!late || !SceneSource::sourceOf(*late)) return false;
+  if (!late) return false;
+  if (!SceneSource::sourceOf(*late)) {
+    const JtBase* object = late->loaded();
+    const bool isLost = object && !hasForm(*object, format_);
+    if (isLost) ++lostObjects_;
+    return isLost;
+  }
   const auto* key = as<JtStringPropAtom>(property.key.get());
-  const JtType* wanted = !key                                     ? nullptr
-                         : key->value() == JtString(kPMIKey)      ? PMIDataManager::classTypeID()
-                         : key->value() == JtString(kMetaDataKey) ? JtMetaData::classTypeID()
-                                                                  : nullptr;
+  const JtType* wanted = !key                                      ? nullptr
+                         : key->value() == JtString(kPMIKey)       ? PMIDataManager::classTypeID()
+                         : key->value() == JtString(kMetaDataKey)  ? JtMetaData::classTypeID()
+                         : key->value() == JtString(kWireframeKey) ? JtWireframeRep::classTypeID()
+                                                                   : nullptr;
   return !newIdOf(*late, wanted);
 }
 

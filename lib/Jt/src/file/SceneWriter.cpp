@@ -9,7 +9,7 @@
 #include "JtTexture.h"
 #include "SceneReader.h"
 #include "SegmentObjects.h"
-#include "VisMetaDataNode.h"
+#include "VisPartNode.h"
 
 namespace jt::file {
 
@@ -102,6 +102,9 @@ std::vector<ChangedObject> SceneWriter::changedMetaData(const std::vector<const 
       add(kMetaDataKey, holder->metaData_, "its metadata was changed");
     if (holder->pmi_ && holder->pmi_->isModified())
       add(kPMIKey, holder->pmi_, "its PMI was changed");
+    const auto* part = as<VisPartNode>(node);
+    if (part && part->wires_ && part->wires_->isModified())
+      add(kWireframeKey, part->wires_, "its wireframe was changed");
   }
   return changed;
 }
@@ -348,6 +351,10 @@ void SceneWriter::tellLosses() {
     result_.warnings.push_back({"not_convertible", "the reflectivity of " +
                                                        std::to_string(lostReflectivities_) +
                                                        " materials was left out: 8.x has none"});
+  if (lostObjects_ > 0)
+    result_.warnings.push_back({"not_convertible", std::to_string(lostObjects_) +
+                                                       " new objects were left out: they have no "
+                                                       "known form in this version"});
   if (lostFinalFields_ > 0)
     result_.warnings.push_back(
         {"not_convertible", std::to_string(lostFinalFields_) +

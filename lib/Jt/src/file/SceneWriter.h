@@ -18,6 +18,7 @@ namespace jt::file {
 /// Keys of the segments of a VisMetaDataNode.
 inline constexpr const char* kMetaDataKey = "JT_LLPROP_METADATA";
 inline constexpr const char* kPMIKey = "JT_LLPROP_PMI";
+inline constexpr const char* kWireframeKey = "JT_LLPROP_WFREP";
 
 /// A segment that the scene graph names and that no file has yet.
 struct NewSegment {
@@ -91,7 +92,7 @@ class SceneWriter {
   /// @param links ids of its attributes and children
   void writeObject(ByteSink& out, const Item& item, const Links& links);
   void fillLinks(const JtSceneObject& object);
-  bool namesLostSegment(const Property& property) const;
+  bool namesLostSegment(const Property& property);
   std::optional<JtGuid> newIdOf(const JtLateLoadedPropAtom& late, const JtType* wanted) const;
   void addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t id);
   bool skipsInConversion(const Item& item);
@@ -123,6 +124,7 @@ class SceneWriter {
   std::size_t lostReflectivities_ = 0;
   std::size_t lostBumps_ = 0;
   std::size_t lostFinalFields_ = 0;
+  std::size_t lostObjects_ = 0;
   PointerIds<JtSceneObject> ids_;  // of shared objects that are not from the source
   std::int32_t firstNewId_ = 1;
   std::vector<const JtString*> newTextOf_;  // by id - firstNewId_

@@ -193,8 +193,13 @@ ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEnt
     const auto mine = std::ranges::find_if(
         changed, [&](const Ref<JtBase>& object) { return object->typeID()->guid() == typeId; });
     if (mine != changed.end()) {
-      segment.add(**mine, &losses);
+      const Ref<JtBase> object = std::move(*mine);
       changed.erase(mine);
+      if (hasForm(*object, format_)) {
+        segment.add(*object, &losses);
+      } else {
+        leaveOut(typeId, "it has no known form in this version");
+      }
       continue;
     }
     try {

@@ -7,6 +7,7 @@
 #include "JtFactory.h"
 #include "MetaDataFields.h"
 #include "PMIElement.h"
+#include "WireframeElement.h"
 
 namespace jt::file {
 
@@ -20,6 +21,10 @@ ByteSink bodyOf(const JtBase& object, const Format& format, codec::Report* losse
   if (const auto* pmi = as<PMIDataManager>(&object)) {
     codec::Report untold;
     writePMI(body, pmi->data(), format, losses ? *losses : untold);
+    return body;
+  }
+  if (const auto* wires = as<JtWireframeRep>(&object)) {
+    writeWireframe(body, wires->data(), format);
     return body;
   }
   if (const auto* data = as<JtMetaData>(&object)) {
@@ -46,6 +51,11 @@ void writeElement(Writer& writer, ElementFrame frame, std::span<const std::byte>
 }
 
 }  // namespace
+
+bool hasForm(const JtBase& object, const Format& format) {
+  const auto* wires = as<JtWireframeRep>(&object);
+  return !wires || canWriteWireframe(wires->data(), format);
+}
 
 std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
                                             const Format& format, std::size_t* end) {
@@ -95,6 +105,8 @@ Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& forma
   }
   if (element.frame.typeId == PMIDataManager::classTypeID()->guid())
     return PMIAccess::make(readPMI(element.body, format, element.bodyOffset));
+  if (element.frame.typeId == JtWireframeRep::classTypeID()->guid())
+    return WireframeAccess::make(readWireframe(element.body, format, element.bodyOffset));
   Ref<JtBase> object = JtFactory::create(element.frame.typeId);
   if (!object) return {};
   JtBaseDataStream stream(element.body, format.bigEndian);

@@ -23,12 +23,15 @@ struct SegmentElement {
 std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
                                             const Format& format, std::size_t* end = nullptr);
 
-/// An element as an object: metadata, PMI, and the types that an application registered with
-/// JtFactory. Empty for other types. Throws JtFormatError when it is damaged.
+/// False for an object whose form in a version is not known; others can be added to any segment.
+bool hasForm(const JtBase& object, const Format& format);
+
+/// An element as an object: metadata, PMI, wireframes, and the types that an application registered
+/// with JtFactory. Empty for other types. Throws JtFormatError when it is damaged.
 Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& format);
 
-/// The first element whose type is known to JtFactory or is metadata, as an object; PMI when there
-/// is no other. Empty when there is none. Throws JtFormatError when it is damaged.
+/// The first element whose type is known to JtFactory, or is metadata or a wireframe, as an object;
+/// PMI when there is no other. Empty when there is none. Throws JtFormatError when it is damaged.
 /// @param wanted only an element of this type; null: any
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
                               const JtType* wanted = nullptr);

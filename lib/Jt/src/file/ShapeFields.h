@@ -4,6 +4,7 @@
 // fields too: read and written by the codecs, told with their first values.
 
 #include "Archive.h"
+#include "PacketText.h"
 #include "ShapeElement.h"
 #include "codec/Packets.h"
 
@@ -94,15 +95,6 @@ struct ShapeFields {
     }
   }
 
-  template <class T>
-  static std::string listText(const std::vector<T>& values, const char* codecName) {
-    constexpr std::size_t kShown = 8;
-    std::string text = std::to_string(values.size()) + " values, " + codecName;
-    for (std::size_t i = 0; i < values.size() && i < kShown; ++i)
-      text += (i == 0 ? ": " : " ") + std::to_string(values[i]);
-    return values.size() > kShown ? text + " ..." : text;
-  }
-
   /// A packet of the generation's form.
   template <class Ar>
   static void packet(Ar& ar, ShapeElement& e, const char* name, Values& values,
@@ -114,7 +106,7 @@ struct ShapeFields {
       if constexpr (Ar::tracing) e.packets.finish();  // values that are told are needed at once
       const auto bytes = ar.rest();
       ar.taken(name, "packet", cursor.consumed(),
-               [&] { return listText(values, codec::packetCodecName(kind, bytes)); });
+               [&] { return packetText(values, codec::packetCodecName(kind, bytes)); });
     } else {
       codec::Bytes bytes;
       codec::encodePacket(kind, bytes, ar.format().bigEndian, values, predictor, e.packetStyle);
@@ -141,7 +133,7 @@ struct ShapeFields {
       values.resize(count);
       for (std::size_t i = 0; i < count; ++i)
         values[i] = loadScalar<std::uint32_t>(stored.data() + 4 * i, ar.format().bigEndian);
-      ar.taken(name, "VecU32", cursor.consumed(), [&] { return listText(values, "plain"); });
+      ar.taken(name, "VecU32", cursor.consumed(), [&] { return packetText(values, "plain"); });
     } else {
       ar.list(name, values);
     }

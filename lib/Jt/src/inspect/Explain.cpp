@@ -5,6 +5,7 @@
 #include "file/PMIElement.h"
 #include "file/SegmentObjects.h"
 #include "file/ShapeTable.h"
+#include "file/WireframeElement.h"
 
 namespace jt {
 
@@ -154,16 +155,18 @@ class Explainer {
     const ShapeKind* shape = findShapeKind(typeId);
     const bool isMetaData = typeId == JtMetaData::classTypeID()->guid();
     const bool isPMI = typeId == PMIDataManager::classTypeID()->guid();
+    const bool isWireframe = typeId == JtWireframeRep::classTypeID()->guid();
     const std::int32_t objectId = hasId
                                       ? loadScalar<std::int32_t>(rest.data() + kFrameSizeWithoutId,
                                                                  container_.format().bigEndian)
                                       : 0;
     listener_.enter(position + " " +
-                        (kind         ? kind->name
-                         : shape      ? shape->name
-                         : isMetaData ? "Property Proxy Meta Data"
-                         : isPMI      ? "PMI Manager Meta Data"
-                                      : "Unknown Element"),
+                        (kind          ? kind->name
+                         : shape       ? shape->name
+                         : isMetaData  ? "Property Proxy Meta Data"
+                         : isPMI       ? "PMI Manager Meta Data"
+                         : isWireframe ? "Wireframe Rep"
+                                       : "Unknown Element"),
                     objectId);
     auto reader = tracer(rest.first(size), at);
     ElementFrame frame;
@@ -171,7 +174,9 @@ class Explainer {
     if (shape) {
       shapeBody(reader, *shape);
     } else if (isPMI) {
-      pmiBody(reader);
+      tracedBody(reader, tracePMI);
+    } else if (isWireframe) {
+      tracedBody(reader, traceWireframe);
     } else {
       body(reader, kind, isMetaData);
     }
@@ -199,11 +204,12 @@ class Explainer {
     listener_.bytes(reader.offset(), reader.rest(), "data");
   }
 
-  /// Fields of a PMI element, as far as they can be read.
-  void pmiBody(const TracingReader& reader) {
+  /// Fields of PMI or a wireframe, as far as they can be read.
+  template <class Trace>
+  void tracedBody(const TracingReader& reader, const Trace& trace) {
     std::size_t end = reader.offset();
     try {
-      tracePMI(reader.rest(), container_.format(), reader.offset(), listener_);
+      trace(reader.rest(), container_.format(), reader.offset(), listener_);
       return;
     } catch (const JtFormatError& error) {
       end = static_cast<std::size_t>(error.where().offset.value_or(end));

@@ -9,6 +9,7 @@
 #include "file/SceneWriter.h"
 #include "file/SegmentObjects.h"
 #include "file/ShapeSegment.h"
+#include "file/WireframeElement.h"
 #include "inspect/ShapeCheck.h"
 
 namespace jt {
@@ -152,6 +153,7 @@ class Verifier {
       for (const SegmentElement& element : segmentElements(content.bytes, container_->format())) {
         metaData(entry, element);
         pmi(entry, element);
+        wireframe(entry, element);
       }
     } catch (const JtFormatError& error) {
       add(error.within(container_->position(entry)));
@@ -222,6 +224,20 @@ class Verifier {
             "the PMI would be written in another form when it is edited");
     } catch (const JtFormatError& error) {
       add(false, "unreadable_pmi", entry, error.where().offset.value_or(element.bodyOffset),
+          error.message() + "; it is carried as it is");
+    }
+  }
+
+  /// Nor is a wireframe that cannot be read, for the same reason. The form of 8.x is not known.
+  void wireframe(const TocEntry& entry, const SegmentElement& element) {
+    const Format& format = container_->format();
+    if (element.frame.typeId != JtWireframeRep::classTypeID()->guid() ||
+        !format.has(Feature::localVersions))
+      return;
+    try {
+      readWireframe(element.body, format, element.bodyOffset);
+    } catch (const JtFormatError& error) {
+      add(false, "unreadable_wireframe", entry, error.where().offset.value_or(element.bodyOffset),
           error.message() + "; it is carried as it is");
     }
   }

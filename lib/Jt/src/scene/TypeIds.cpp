@@ -8,6 +8,7 @@
 #include "JtStyles.h"
 #include "JtSwitch.h"
 #include "JtTexture.h"
+#include "JtWireframe.h"
 #include "JtXform.h"
 #include "VisPartNode.h"
 
@@ -142,6 +143,13 @@ const JtType* PMIDataManager::classTypeID() {
   static const JtType type("PMIDataManager", JtBase::classTypeID(),
                            *JtGuid::parse("ce357249-38fb-11d1-a506-006097bdc6e1"),
                            &create<PMIDataManager>, sizeof(PMIDataManager));
+  return &type;
+}
+
+const JtType* JtWireframeRep::classTypeID() {
+  static const JtType type("JtWireframeRep", JtBase::classTypeID(),
+                           *JtGuid::parse("873a70d0-2ac8-11d1-9b6b-0080c7bb5997"),
+                           &create<JtWireframeRep>, sizeof(JtWireframeRep));
   return &type;
 }
 

@@ -18,6 +18,11 @@ const JtString& pmiKey() {
   return key;
 }
 
+const JtString& wireframeKey() {
+  static const JtString key("JT_LLPROP_WFREP");
+  return key;
+}
+
 /// Why the object of a segment cannot be had, behind the name of its file.
 void reportFailure(const JtLateLoadedPropAtom& atom, const char* what, const char* why) {
   const jt::file::SceneSource* source = jt::file::SceneSource::sourceOf(atom);
@@ -107,6 +112,28 @@ void VisMetaDataNode::setPMI(PMIDataManager* pmi) {
   }
   pmi_ = jt::Ref<PMIDataManager>(pmi);
   pmiState_ = LoadState::read;
+}
+
+int VisPartNode::ensureWFRep() {
+  return ensureLoaded(*this, wireframeKey(), "wireframe", wiresState_, wires_) && wires_ ? 1 : 0;
+}
+
+JtWireframeRep* VisPartNode::wfRep() {
+  ensureWFRep();
+  return wires_.get();
+}
+
+void VisPartNode::setWFRep(JtWireframeRep* wires) {
+  constexpr std::int32_t kWireframeSegment = 18;
+  const auto key = jt::make<JtStringPropAtom>(wireframeKey());
+  if (wires) {
+    const auto atom = jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(wires), kWireframeSegment);
+    JtGroup::addProperty(key.get(), atom.get(), true);
+  } else {
+    deleteProperty(key.get());
+  }
+  wires_ = jt::Ref<JtWireframeRep>(wires);
+  wiresState_ = LoadState::read;
 }
 
 bool VisMetaDataNode::addProperty(const JtString& key, JtPropAtom* value, bool replace) {
