@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "JtExport.h"
+#include "JtStorageLocation.h"
+
+namespace jt {
+
+/// A name as the name of a file: letters, digits, blanks and ".", "_", "-" stay, every other
+/// character becomes "_"; names that a system reserves get a "_" in front; at most 120 bytes of
+/// UTF-8. Never empty, never hidden, never leads to another folder.
+JT_API std::string safeFileName(const JtString& name);
+
+/// Makes a folder when it is not there; the one that it is in must be. Throws JtFormatError
+/// "unwritable".
+JT_API void makeFolder(const std::string& path);
+
+/// The folder with the part files of an assembly that is being written: it is named after the
+/// assembly's file and lies beside it. Part files get names that no file there has. Until commit()
+/// they belong to nobody: the destructor removes them. After it the part files of an older assembly
+/// of that name are gone instead.
+class JT_API PartFolder {
+ public:
+  /// Looks at the assembly that is there, if any.
+  explicit PartFolder(const JtFSStorageLocation& assembly);
+  ~PartFolder();
+  PartFolder(const PartFolder&) = delete;
+  PartFolder& operator=(const PartFolder&) = delete;
+
+  /// A place for a part file, in a folder that is made when it is not there. Throws JtFormatError
+  /// "unwritable". @param dryRun chooses a name only
+  Ref<JtFSStorageLocation> add(const JtString& partName, bool dryRun = false);
+  /// The name by which the assembly refers to the file that was added last.
+  const std::string& reference() const noexcept { return reference_; }
+  /// To be called when the assembly is written.
+  void commit() noexcept;
+
+ private:
+  std::string folder_;  ///< path, with a separator at the end
+  std::string prefix_;  ///< from the assembly to the folder
+  std::string reference_;
+  bool madeFolder_ = false;
+  std::vector<std::string> added_;                ///< names in the folder
+  std::vector<std::string> old_;                  ///< likewise, of the older assembly
+  std::unordered_set<std::string> used_;          ///< in lower case
+  std::unordered_map<std::string, int> numbers_;  ///< the last one that was given to a name
+};
+
+}  // namespace jt

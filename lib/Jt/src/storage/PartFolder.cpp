@@ -1,0 +1,149 @@
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+#include "JtAssembly.h"
+#include "JtFormatError.h"
+#include "JtPartFolder.h"
+#include "storage/SaveErrors.h"
+
+namespace fs = std::filesystem;
+
+namespace jt {
+namespace {
+
+constexpr std::size_t kMostNameBytes = 120;
+
+/// A byte of a name that may stay: bytes of other than ASCII characters do.
+bool isSafe(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= 0x80 || std::isalnum(byte) || c == ' ' || c == '.' || c == '_' || c == '-';
+}
+
+std::string lower(std::string text) {
+  std::ranges::transform(text, text.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return text;
+}
+
+bool isReserved(const std::string& name) {
+  constexpr std::array<std::string_view, 4> kDevices{"con", "prn", "aux", "nul"};
+  const std::string stem = lower(name.substr(0, name.find('.')));
+  if (std::ranges::find(kDevices, stem) != kDevices.end()) return true;
+  return stem.size() == 4 && (stem.starts_with("com") || stem.starts_with("lpt")) &&
+         std::isdigit(static_cast<unsigned char>(stem[3]));
+}
+
+/// Cuts a text in front of a character, never within one.
+void cut(std::string& text, std::size_t bytes) {
+  if (text.size() <= bytes) return;
+  while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xc0U) == 0x80U) --bytes;
+  text.resize(bytes);
+}
+
+void trim(std::string& text) {
+  while (!text.empty() && (text.back() == ' ' || text.back() == '.')) text.pop_back();
+  text.erase(0, std::min(text.find_first_not_of(" ."), text.size()));
+}
+
+/// The names of the files that an assembly on disk refers to; none when it cannot be read.
+std::vector<std::string> referencesOf(const std::string& path) {
+  std::vector<std::string> names;
+  std::error_code error;
+  if (!fs::is_regular_file(path, error)) return names;
+  try {
+    const auto place = make<JtFSStorageLocation>(JtString(), JtString(path));
+    JtPartition* opened = nullptr;
+    const bool loadsAhead = std::exchange(JtPartition::_autoLoadShapes, false);
+    try {
+      JtPartition::openPartition(place.get(), nullptr, opened);
+    } catch (const JtFormatError&) {
+    }
+    JtPartition::_autoLoadShapes = loadsAhead;
+    const auto top = Ref<JtPartition>::adopt(opened);
+    if (!top) return names;
+    for (const PartFile& file : partFilesOf(*top)) names.push_back(file.file);
+  } catch (const std::exception&) {
+    names.clear();
+  }
+  return names;
+}
+
+}  // namespace
+
+std::string safeFileName(const JtString& name) {
+  std::string safe = name.stringToMbs();
+  std::ranges::replace_if(
+      safe, [](char c) { return !isSafe(c); }, '_');
+  cut(safe, kMostNameBytes);
+  trim(safe);
+  if (safe.empty()) safe = "part";
+  if (isReserved(safe)) safe.insert(0, "_");
+  return safe;
+}
+
+void makeFolder(const std::string& path) {
+  std::error_code error;
+  if (fs::is_directory(path, error)) return;
+  fs::create_directory(path, error);
+  if (error) storage::SaveErrors(path, 0).failed(error.value(), "making the folder");
+}
+
+PartFolder::PartFolder(const JtFSStorageLocation& assembly) {
+  const fs::path path(assembly.fullFilePath());
+  std::string name = path.stem().string();
+  if (name == path.filename().string()) name += "_parts";  // a file without extension
+  prefix_ = name + "/";
+  folder_ = (path.parent_path() / name).string() + "/";
+  for (const std::string& reference : referencesOf(path.string())) {
+    const std::string file = reference.starts_with(prefix_) ? reference.substr(prefix_.size()) : "";
+    if (!file.empty() && file.find_first_of("/\\") == std::string::npos && file[0] != '.')
+      old_.push_back(file);
+  }
+}
+
+PartFolder::~PartFolder() {
+  std::error_code ignored;
+  for (const std::string& name : added_) fs::remove(folder_ + name, ignored);
+  if (madeFolder_) fs::remove(folder_.substr(0, folder_.size() - 1), ignored);  // when it is empty
+}
+
+Ref<JtFSStorageLocation> PartFolder::add(const JtString& partName, bool dryRun) {
+  std::error_code error;
+  if (!dryRun && !madeFolder_ && added_.empty()) {
+    const std::string folder = folder_.substr(0, folder_.size() - 1);
+    madeFolder_ = fs::create_directory(folder, error);
+    if (!error && fs::is_symlink(fs::symlink_status(folder)))
+      error = {ENOTDIR, std::generic_category()};
+    if (error)
+      storage::SaveErrors(folder, 0).failed(error.value(), "making the folder of the part files");
+  }
+  const std::string stem = safeFileName(partName);
+  std::string name = stem + ".jt";
+  const auto isTaken = [&](const std::string& candidate) {
+    std::error_code ignored;
+    return used_.contains(lower(candidate)) ||
+           fs::exists(fs::symlink_status(folder_ + candidate, ignored));
+  };
+  for (int& number = numbers_.try_emplace(lower(stem), 1).first->second; isTaken(name);)
+    name = stem + " (" + std::to_string(++number) + ").jt";
+  used_.insert(lower(name));
+  if (!dryRun) added_.push_back(name);
+  reference_ = prefix_ + name;
+  return make<JtFSStorageLocation>(JtString(folder_), JtString(name));
+}
+
+void PartFolder::commit() noexcept {
+  std::error_code ignored;
+  for (const std::string& name : old_)
+    if (std::ranges::find(added_, name) == added_.end()) fs::remove(folder_ + name, ignored);
+  added_.clear();
+  old_.clear();
+  madeFolder_ = false;
+}
+
+}  // namespace jt
