@@ -35,13 +35,21 @@ class JTK_API JtkEntity : public JtkRefCounted {
     PMI_COORDINATE_NOTE = 123,
     PMI_EMARKING = 128,
     PMI_COORDINATE_SYSTEM = 138,
+
+    // Types of this library.
+    INSTANCE = 201,   ///< hierarchy node that stands for another one
+    PROPERTY = 202,   ///< property of a hierarchy node
+    ATTRIBUTE = 203,  ///< any attribute of a hierarchy node
+    TRANSFORM = 204,  ///< transform attribute of a hierarchy node
+    BREP = 205,       ///< precise geometry of a part
   };
 
   /// The type that this entity was made as.
   virtual TypeID typeID() const noexcept = 0;
 
-  /// True when this entity is of the type: when it was made as it, and for every piece of PMI also
-  /// when `type` is PMI_ENTITY. Nothing is of the type PMI_NONE.
+  /// True when this entity is of the type: when it was made as it, for every piece of PMI also when
+  /// `type` is PMI_ENTITY, and for every attribute also when it is ATTRIBUTE. Nothing is of the
+  /// type PMI_NONE.
   bool isOfType(TypeID type) const noexcept;
 
  protected:

@@ -1,9 +1,17 @@
 #pragma once
 
+#include "JtString.h"
 #include "JtkEntity.h"
 
+class JtkAssembly;
+class JtkCADExporter;
+class JtkHierarchy;
+class JtkInstance;
+class JtkMaterial;
 class JtkPMIEntity;
 class JtkPart;
+class JtkProperty;
+class JtkTransform;
 class JtkUnitHierarchy;
 
 /// Starts and stops the toolkit, and makes its objects. Starts are counted: every successful start
@@ -21,8 +29,21 @@ class JTK_API JtkEntityFactory {
   /// True between a start and the stop that belongs to it.
   static bool isRunning();
 
-  /// A part without references: the caller takes one. @param name UTF-8; the numbers are reserved
+  // What is made has no reference: the caller takes one.
+
+  /// @param name to display; the numbers are reserved and have no effect
+  static JtkAssembly* createAssembly(const JtString& name, int reserved, int hint);
+  /// @param name UTF-8; the numbers are reserved and have no effect
   static JtkPart* createPart(const char* name, int reserved, int hint);
+  /// @param child see JtkInstance::setChild()
+  static JtkInstance* createInstance(const JtString& name, JtkHierarchy* child);
+  /// @param kind of JtkProperty::Kind
+  static JtkProperty* createProperty(const JtString& key, const JtString& value, int kind = 0);
+  static JtkProperty* createProperty(const JtString& key, int value);
+  /// @param matrix row after row, for row vectors: the translation is in the last row
+  static JtkTransform* createTransform(const float (&matrix)[4][4]);
+  static JtkMaterial* createMaterial();
+  static JtkCADExporter* createCADExporter();
   /// A new entity without frame, lines or text, appended to the entities of a node.
   /// @return the entity, owned by the node; null for a null node and for a type that is no kind of
   ///         PMI

@@ -1,18 +1,64 @@
 #pragma once
 
-#include "JtString.h"
-#include "JtkEntity.h"
+#include <vector>
 
-/// A node of a toolkit hierarchy.
+#include "JtString.h"
+#include "JtkAttribute.h"
+#include "JtkEntity.h"
+#include "JtkProperty.h"
+
+/// A node of a toolkit hierarchy: an assembly, a part or an instance of one.
 class JTK_API JtkHierarchy : public JtkEntity {
  public:
   /// The name to display.
   const JtString& name() const noexcept { return name_; }
   void setName(const JtString& name) { name_ = name; }
+  /// The file that an export writes, relative to its output folder; empty: the exporter chooses.
+  const JtString& fileName() const noexcept { return fileName_; }
+  void setFileName(const JtString& name) { fileName_ = name; }
+
+  /// Adds a property; one with the same key is replaced. The node takes a reference.
+  /// @return 1; 0 for null
+  int addProperty(JtkProperty* property);
+  int numProperties() const noexcept { return static_cast<int>(properties_.size()); }
+  /// Not owned; null when there is none.
+  JtkProperty* property(int index) const noexcept;
+  JtkProperty* property(const JtString& key) const noexcept;
+  /// @return 1; 0 when the node does not have it
+  int removeProperty(const JtkProperty* property);
+
+  /// Appends an attribute; the node takes a reference. @return 1; 0 for null
+  int addAttribute(JtkAttribute* attribute);
+  /// Counts the attributes of a type, JtkEntity::ATTRIBUTE for all.
+  int numAttributes(TypeID type = ATTRIBUTE) const noexcept;
+  /// The attribute of that index among those of the type; not owned, null when there is none.
+  JtkAttribute* attribute(TypeID type, int index) const noexcept;
+  /// @return 1; 0 when the node does not have it
+  int removeAttribute(const JtkAttribute* attribute);
+
+  /// Sets the unit of length as a code of jtk::UnitCode. It is a label: no length is converted.
+  /// @return 1; 0 for a code that is none, without effect
+  int setUnits(int code);
+  /// 0 when the node has no unit.
+  int units() const noexcept { return units_; }
+
+  /// True for a node that viewers do not show, nor what is below it.
+  bool isHidden() const noexcept { return hidden_; }
+  void setHidden(bool on) noexcept { hidden_ = on; }
 
  protected:
   ~JtkHierarchy() override;
 
+  /// Moves the references on the nodes below to `out`.
+  virtual void releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& /*out*/) noexcept {}
+  /// Drops nodes and, where that ends them, everything below, without recursion.
+  static void dismantle(std::vector<jt::Ref<JtkHierarchy>> nodes) noexcept;
+
  private:
   JtString name_;
+  JtString fileName_;
+  std::vector<jt::Ref<JtkProperty>> properties_;
+  std::vector<jt::Ref<JtkAttribute>> attributes_;
+  int units_ = 0;
+  bool hidden_ = false;
 };

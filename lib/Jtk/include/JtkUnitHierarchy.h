@@ -30,6 +30,8 @@ class JTK_API JtkUnitHierarchy : public JtkHierarchy {
   int numChildren() const noexcept { return static_cast<int>(children_.size()); }
   /// @return null when there is no such child
   JtkPMIEntity* child(int index) const;
+  /// Counts the entities of a type, JtkEntity::PMI_ENTITY for all.
+  int numEntities(TypeID type) const noexcept;
   /// Removes an entity. @return 1; 0 when it is not a child of this node
   int removePMI(JtkPMIEntity* entity);
   /// Removes several at the cost of one. @return how many were children of this node

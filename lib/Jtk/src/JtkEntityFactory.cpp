@@ -3,8 +3,13 @@
 #include <atomic>
 #include <utility>
 
+#include "JtkAssembly.h"
+#include "JtkCADExporter.h"
+#include "JtkInstance.h"
+#include "JtkMaterial.h"
 #include "JtkPMIEntity.h"
 #include "JtkPart.h"
+#include "JtkTransform.h"
 #include "PMIEntities.h"
 #include "PMIKinds.h"
 
@@ -64,11 +69,45 @@ int JtkEntityFactory::fini() {
 
 bool JtkEntityFactory::isRunning() { return jtk::starts.load() > 0; }
 
+JtkAssembly* JtkEntityFactory::createAssembly(const JtString& name, int /*reserved*/,
+                                              int /*hint*/) {
+  auto* assembly = new JtkAssembly;
+  assembly->setName(name);
+  return assembly;
+}
+
 JtkPart* JtkEntityFactory::createPart(const char* name, int /*reserved*/, int /*hint*/) {
   auto* part = new JtkPart;
   part->setName(JtString(name));
   return part;
 }
+
+JtkInstance* JtkEntityFactory::createInstance(const JtString& name, JtkHierarchy* child) {
+  auto* instance = new JtkInstance;
+  instance->setName(name);
+  instance->setChild(child);
+  return instance;
+}
+
+JtkProperty* JtkEntityFactory::createProperty(const JtString& key, const JtString& value,
+                                              int kind) {
+  return new JtkProperty(key, jt::make<JtStringPropAtom>(value), kind);
+}
+
+JtkProperty* JtkEntityFactory::createProperty(const JtString& key, int value) {
+  return new JtkProperty(key, jt::make<JtInt32PropAtom>(value));
+}
+
+JtkTransform* JtkEntityFactory::createTransform(const float (&matrix)[4][4]) {
+  jt::Matrix4 values;
+  for (std::size_t i = 0; i < values.size(); ++i)
+    values[i] = static_cast<double>(matrix[i / 4][i % 4]);
+  return new JtkTransform(values);
+}
+
+JtkMaterial* JtkEntityFactory::createMaterial() { return new JtkMaterial; }
+
+JtkCADExporter* JtkEntityFactory::createCADExporter() { return new JtkCADExporter; }
 
 JtkPMIEntity* JtkEntityFactory::createPMI(JtkEntity::TypeID type, JtkUnitHierarchy* unit) {
   const jtk::PMIKind* kind = jtk::kindOf(type);

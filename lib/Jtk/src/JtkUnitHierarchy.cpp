@@ -8,12 +8,9 @@
 #include "JtFormatError.h"
 #include "JtPartition.h"
 #include "JtkPMIEntity.h"
-#include "JtkPart.h"
 #include "PMIEntities.h"
 
-JtkHierarchy::~JtkHierarchy() = default;
 JtkUnitHierarchy::~JtkUnitHierarchy() = default;
-JtkPart::~JtkPart() = default;
 
 int JtkUnitHierarchy::load(PMIDataManager* manager) {
   loaded_ = jt::Ref<PMIDataManager>(manager);
@@ -31,6 +28,11 @@ int JtkUnitHierarchy::load(PMIDataManager* manager) {
 JtkPMIEntity* JtkUnitHierarchy::child(int index) const {
   if (index < 0 || index >= numChildren()) return nullptr;
   return children_[static_cast<std::size_t>(index)].get();
+}
+
+int JtkUnitHierarchy::numEntities(TypeID type) const noexcept {
+  return static_cast<int>(
+      std::ranges::count_if(children_, [&](const auto& entity) { return entity->isOfType(type); }));
 }
 
 int JtkUnitHierarchy::removePMI(JtkPMIEntity* entity) { return removePMIs({&entity, 1}); }

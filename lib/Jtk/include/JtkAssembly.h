@@ -1,0 +1,26 @@
+#pragma once
+
+#include <vector>
+
+#include "JtkUnitHierarchy.h"
+
+/// A node with nodes below it; made by JtkEntityFactory::createAssembly().
+class JTK_API JtkAssembly final : public JtkUnitHierarchy {
+ public:
+  TypeID typeID() const noexcept override { return ASSEMBLY; }
+
+  /// Appends a node; the assembly takes a reference. A node may be below several others, and below
+  /// one several times. @return 1; 0 for null, the assembly itself and what it is below of
+  int addChild(JtkHierarchy* node);
+  int numChildNodes() const noexcept { return static_cast<int>(nodes_.size()); }
+  /// Not owned; null when there is none.
+  JtkHierarchy* childNode(int index) const noexcept;
+
+ private:
+  friend class JtkEntityFactory;
+  JtkAssembly() = default;
+  ~JtkAssembly() override;
+  void releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& out) noexcept override;
+
+  std::vector<jt::Ref<JtkHierarchy>> nodes_;
+};

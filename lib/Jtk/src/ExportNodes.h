@@ -1,0 +1,27 @@
+#pragma once
+
+#include "JtGroup.h"
+#include "JtPartition.h"
+#include "JtkHierarchy.h"
+#include "JtkPart.h"
+#include "VisPartNode.h"
+
+// Nodes of a hierarchy as nodes of the scene graph.
+
+namespace jtk {
+
+/// What a node has of its own: name, unit, properties, PMI, the mark of hidden nodes.
+void writeValues(JtkHierarchy& from, JtNode& to);
+/// Placement and appearance.
+void writeAttributes(const JtkHierarchy& from, JtNode& to);
+/// The shapes of a part below `to`, levels of detail below an LOD node.
+void writeShapes(const JtkPart& from, JtGroup& to);
+/// The precise geometry of a part as properties.
+void writeBreps(const JtkPart& from, JtNode& to);
+
+/// Triangles of the finest level of detail.
+std::uint64_t triangleCount(const JtkPart& part);
+/// About how many bytes of memory the geometry takes when it is decoded.
+std::uint64_t sizeOf(const JtkPart& part);
+
+}  // namespace jtk

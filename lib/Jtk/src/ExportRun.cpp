@@ -1,0 +1,452 @@
+#include "ExportRun.h"
+
+#include <algorithm>
+#include <limits>
+#include <string_view>
+#include <unordered_set>
+
+#include "ExportNodes.h"
+#include "Jt.h"
+#include "JtFormatError.h"
+#include "JtStorageManager.h"
+#include "JtkInstance.h"
+
+namespace {
+
+std::vector<JtkHierarchy*> nodesBelow(const JtkHierarchy& node) {
+  std::vector<JtkHierarchy*> below;
+  if (node.isOfType(JtkEntity::ASSEMBLY)) {
+    const auto& assembly = static_cast<const JtkAssembly&>(node);
+    for (int i = 0; i < assembly.numChildNodes(); ++i) below.push_back(assembly.childNode(i));
+  } else if (node.isOfType(JtkEntity::INSTANCE)) {
+    if (JtkHierarchy* child = static_cast<const JtkInstance&>(node).child()) below.push_back(child);
+  }
+  return below;
+}
+
+std::uint64_t saturatingSum(std::uint64_t a, std::uint64_t b) {
+  return a > std::numeric_limits<std::uint64_t>::max() - b
+             ? std::numeric_limits<std::uint64_t>::max()
+             : a + b;
+}
+
+std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b) {
+  return b != 0 && a > std::numeric_limits<std::uint64_t>::max() / b
+             ? std::numeric_limits<std::uint64_t>::max()
+             : a * b;
+}
+
+/// True for failures of the place that is written to, which no other content can cure.
+bool isOutputFailure(const std::string& code) {
+  constexpr std::string_view kCodes[] = {"no_space", "unwritable",      "write_failed", "read_only",
+                                         "exists",   "changed_on_disk", "verify_failed"};
+  return std::ranges::find(kCodes, code) != std::end(kCodes);
+}
+
+const JtString& nameOf(const JtkPart& part) {
+  return part.sceneGraphName().isEmpty() ? part.name() : part.sceneGraphName();
+}
+
+std::uint64_t bytesOf(const JtStorageLocation& location) {
+  return JtStorageManager::current()->open(location)->bytes().size();
+}
+
+jt::Ref<JtPartition> newPartition(jt::FileVersion version) {
+  auto partition = jt::make<JtPartition>(nullptr, true);
+  partition->setVersion(version);
+  return partition;
+}
+
+}  // namespace
+
+jt::SaveOptions JtkExportRun::saveOptions() const {
+  jt::SaveOptions options;
+  options.version = exporter_.version_;
+  options.dryRun = exporter_.dryRun_;
+  options.shapeEncoding = exporter_.encoding_;
+  options.partFiles = false;
+  return options;
+}
+
+/// The file of the root. It may lie in one folder inside the output folder, never elsewhere.
+jt::Ref<JtFSStorageLocation> JtkExportRun::targetOf(const JtkHierarchy& root) const {
+  std::string folder = exporter_.folder_.stringToMbs();
+  std::ranges::replace(folder, '\\', '/');
+  if (folder.empty()) folder = "./";
+  if (folder.back() != '/') folder += '/';
+  std::string name = root.fileName().stringToMbs();
+  std::ranges::replace(name, '\\', '/');
+  if (name.empty()) {
+    name = jt::safeFileName(root.name());
+    if (!name.ends_with(".jt")) name += ".jt";
+  }
+  const std::size_t slash = name.find('/');
+  const std::string inner = slash == std::string::npos ? "" : name.substr(0, slash);
+  const std::string file = name.substr(slash == std::string::npos ? 0 : slash + 1);
+  const auto isBad = [](const std::string& part) {
+    return part.empty() || part == "." || part == ".." ||
+           part.find_first_of(std::string_view("/:\0", 3)) != std::string::npos;
+  };
+  if (isBad(file) || (slash != std::string::npos && isBad(inner)))
+    throw JtFormatError("bad_file_name", "\"" + name + "\" is no name for a file in " + folder);
+  if (!inner.empty() && !exporter_.dryRun_) jt::makeFolder(folder + inner);
+  return jt::make<JtFSStorageLocation>(JtString(inner.empty() ? folder : folder + inner + "/"),
+                                       JtString(file));
+}
+
+jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
+  const auto target = targetOf(root);
+  if (exporter_.partFiles_)
+    folder_ = std::make_unique<jt::PartFolder>(*target);
+  else
+    spool_ = std::make_unique<jt::Spool>(*target);
+  countPlaces(root);
+
+  const auto top = newPartition(exporter_.version_);
+  const JtString& name = root.name().isEmpty() ? root.fileName() : root.name();
+  top->addProperty(jt::make<JtStringPropAtom>(JtString(Jt::jtPropName)).get(),
+                   jt::make<JtStringPropAtom>(name).get(), true);
+  open_.push_back({&root, top.get(), nullptr});
+  while (!open_.empty()) {
+    const Item item = open_.back();
+    open_.pop_back();
+    write(item);
+  }
+  flush();
+  top->growBounds();
+  report_.saved = top->save(target.get(), saveOptions());
+  if (folder_) folder_->commit();
+  for (jt::SaveWarning& warning : warnings_) report_.saved.warnings.push_back(std::move(warning));
+  report_.files.push_back({report_.saved.file, {}, folder_ ? 0 : report_.parts});
+  if (!exporter_.dryRun_) report_.files.back().bytes = bytesOf(*target);
+  return std::move(report_);
+}
+
+/// Finds an order with every node before those below it, and counts paths from the root.
+void JtkExportRun::countPlaces(JtkHierarchy& root) {
+  struct Step {
+    JtkHierarchy* node;
+    bool isDone;
+  };
+  std::vector<Step> open{{&root, false}};
+  std::unordered_set<const JtkHierarchy*> seen;
+  while (!open.empty()) {
+    const Step step = open.back();
+    open.pop_back();
+    if (step.isDone) {
+      order_.push_back(step.node);
+      continue;
+    }
+    if (!seen.insert(step.node).second) continue;
+    open.push_back({step.node, true});
+    for (JtkHierarchy* below : nodesBelow(*step.node)) open.push_back({below, false});
+  }
+  std::ranges::reverse(order_);
+  places_[&root] = 1;
+  for (const JtkHierarchy* node : order_) {
+    for (const JtkHierarchy* below : nodesBelow(*node)) {
+      std::uint64_t& paths = places_[below];
+      paths = saturatingSum(paths, places_[node]);
+      ++parents_[below];
+    }
+    if (!node->isOfType(JtkEntity::PART)) continue;
+    ++report_.parts;
+    report_.instances = saturatingSum(report_.instances, places_[node]);
+  }
+}
+
+/// Puts a node below another one: a shared one as an instance.
+void JtkExportRun::place(const Item& item, JtNode& node) const {
+  if (item.instance) {
+    item.instance->setChild(&node);
+    return;
+  }
+  const auto parents = parents_.find(item.from);
+  if (parents == parents_.end() || parents->second < 2) {
+    item.group->addChild(&node);
+    return;
+  }
+  const auto instance = jt::make<JtInstance>();
+  instance->setChild(&node);
+  item.group->addChild(instance.get());
+}
+
+void JtkExportRun::write(const Item& item) {
+  const auto known = made_.find(item.from);
+  if (known != made_.end()) {
+    place(item, *known->second);
+    return;
+  }
+  const jt::Ref<JtNode> node = nodeOf(*item.from);
+  made_[item.from] = node;
+  place(item, *node);
+  const auto below = nodesBelow(*item.from);
+  for (std::size_t i = below.size(); i-- > 0;)
+    open_.push_back({below[i], jt::as<JtGroup>(node.get()), jt::as<JtInstance>(node.get())});
+}
+
+jt::Ref<JtNode> JtkExportRun::nodeOf(JtkHierarchy& from) {
+  if (from.isOfType(JtkEntity::PART)) return partNode(static_cast<JtkPart&>(from));
+  jt::Ref<JtNode> node;
+  if (from.isOfType(JtkEntity::INSTANCE))
+    node = jt::make<JtInstance>();
+  else
+    node = jt::make<VisMetaDataNode>();
+  count(from);
+  jtk::writeValues(from, *node);
+  jtk::writeAttributes(from, *node);
+  return node;
+}
+
+void JtkExportRun::count(JtkHierarchy& from) {
+  if (from.isOfType(JtkEntity::INSTANCE)) return;
+  report_.annotations +=
+      static_cast<std::uint64_t>(static_cast<JtkUnitHierarchy&>(from).numChildren());
+}
+
+// --- Parts
+
+jt::Ref<JtNode> JtkExportRun::partNode(JtkPart& part) {
+  const auto call = [&](JtkCADExporter::PartCallback callback) {
+    return !callback || callback(&part, &exporter_) == JtkCADExporter::kGoOn;
+  };
+  if (!call(exporter_.before_)) throw JtFormatError("stopped", "the export was stopped at a part");
+  jt::Ref<JtNode> node;
+  try {
+    checkShapes(part);
+    count(part);
+    report_.triangles = saturatingSum(report_.triangles,
+                                      saturatingProduct(jtk::triangleCount(part), places_[&part]));
+    node = folder_ ? partInFile(part) : partInSpool(part);
+  } catch (...) {
+    call(exporter_.after_);  // whatever it says: the export has failed already
+    throw;
+  }
+  if (!call(exporter_.after_)) throw JtFormatError("stopped", "the export was stopped at a part");
+  forgetUnused(part.geometrySource());
+  part.setGeometrySource(nullptr);
+  ++partsDone_;
+  showProgress();
+  return node;
+}
+
+/// Takes shapes out whose geometry cannot be read.
+void JtkExportRun::checkShapes(JtkPart& part) {
+  for (const auto list : {JtkPart::ShapeList::SURFACES, JtkPart::ShapeList::LINES})
+    for (int lod = part.numLODs(list); lod-- > 0;)
+      for (int i = part.numShapes(lod, list); i-- > 0;) {
+        const JtShape& shape = *part.shape(lod, i, list);
+        const bool isDecoded = shape.takes() || jt::as<JtPrimitiveSet>(&shape);
+        if (!isDecoded || !shape.hasMesh()) continue;
+        if (shape.mesh()) {
+          shape.releaseMesh();
+          continue;
+        }
+        leaveOut(nameOf(part), "geometry", jt::lastError());
+        part.removeShape(lod, i, list);
+      }
+  if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) {
+    const auto note = [&](const JtkBrep* brep) {
+      if (brep) partOfBrep_[brep->atom()->segmentId()] = nameOf(part);
+    };
+    note(part.brep());
+    note(part.wireframeBrep());
+    for (int i = 0; i < part.numIndexedBreps(); ++i) note(part.indexedBrep(i));
+  }
+}
+
+/// A source that nobody else holds cannot be met again: its geometry need not be kept for others.
+void JtkExportRun::forgetUnused(const JtNode* source) {
+  if (!source) return;
+  std::erase_if(sources_, [&](const jt::Ref<JtNode>& held) {
+    // One reference here, one of the part.
+    if (held != source || held->refCount() > 2) return false;
+    contentBySource_.erase(source);
+    std::erase_if(filesBySource_, [&](const auto& entry) { return entry.first.first == source; });
+    return true;
+  });
+}
+
+// --- Part files
+
+/// Where the part has its file; what differs between places of the file is on an instance above it.
+jt::Ref<JtNode> JtkExportRun::partInFile(JtkPart& part) {
+  PartFile file;
+  FileKey key{part.geometrySource(), nameOf(part).units()};
+  for (int i = 0; i < part.numProperties(); ++i) {
+    const JtkProperty& property = *part.property(i);
+    key.second += u'\0' + property.key().units() + u'\0' + property.stringValue().units();
+    if (property.valueType() != JtkProperty::ValueType::STRING) key.first = nullptr;
+  }
+  if (part.numChildren() > 0 || part.isHidden()) key.first = nullptr;
+  const auto known = key.first ? filesBySource_.find(key) : filesBySource_.end();
+  if (known != filesBySource_.end()) {
+    file = known->second;
+  } else {
+    file = writePartFile(part);
+    if (key.first) {
+      filesBySource_[key] = file;
+      sources_.emplace_back(const_cast<JtNode*>(key.first));
+    }
+  }
+  ++report_.files[file.file].parts;
+  auto reference = jt::make<JtPartition>();
+  reference->setFileName(JtString(file.reference));
+  if (file.bounds) reference->setBounds(*file.bounds);
+  if (part.numAttributes() == 0 && known == filesBySource_.end()) return jt::Ref<JtNode>(reference);
+  auto instance = jt::make<JtInstance>();
+  jtk::writeAttributes(part, *instance);
+  instance->setChild(reference.get());
+  return jt::Ref<JtNode>(instance);
+}
+
+JtkExportRun::PartFile JtkExportRun::writePartFile(JtkPart& part) {
+  const auto content = newPartition(exporter_.version_);
+  const auto node = jt::make<VisPartNode>();
+  jtk::writeValues(part, *node);
+  jtk::writeShapes(part, *node);
+  if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) jtk::writeBreps(part, *node);
+  content->addChild(node.get());
+  content->growBounds();
+  const auto place = folder_->add(nameOf(part), exporter_.dryRun_);
+  jt::SaveReport saved;
+  try {
+    saved = content->save(place.get(), saveOptions());
+  } catch (const JtFormatError& error) {
+    if (isOutputFailure(error.code())) throw;
+    leaveOut(nameOf(part), "geometry", error.what());
+    while (node->removeChild(0)) {
+    }
+    saved = content->save(place.get(), saveOptions());
+  }
+  noteDropped(saved);
+  jtk::ExportedFile& file = report_.files.emplace_back();
+  file.file = saved.file;
+  if (!exporter_.dryRun_) file.bytes = bytesOf(*place);
+  bytesDone_ += file.bytes.value_or(0);
+  report_.alsoSaved.push_back(std::move(saved));
+  return {folder_->reference(), content->bounds(), report_.files.size() - 1};
+}
+
+// --- One file
+
+jt::Ref<JtNode> JtkExportRun::partInSpool(JtkPart& part) {
+  auto node = jt::make<VisPartNode>();
+  jtk::writeValues(part, *node);
+  jtk::writeAttributes(part, *node);
+  JtNode* source = const_cast<JtNode*>(part.geometrySource());
+  std::shared_ptr<Content>* known = nullptr;
+  if (source) {
+    const auto [entry, isNew] = contentBySource_.try_emplace(source);
+    if (isNew) sources_.emplace_back(source);
+    known = &entry->second;
+    if (*known) {
+      if ((*known)->isStored)
+        deliver(**known, *node);
+      else
+        (*known)->receivers.push_back(node);
+      return jt::Ref<JtNode>(node);
+    }
+  }
+  const auto content = std::make_shared<Content>();
+  if (known) *known = content;
+  content->shell = jt::make<VisPartNode>();
+  content->receivers.push_back(node);
+  content->part = nameOf(part);
+  jtk::writeShapes(part, *content->shell);
+  if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) jtk::writeBreps(part, *content->shell);
+  pending_.push_back(content);
+  pendingBytes_ += jtk::sizeOf(part);
+  constexpr std::uint64_t kMostPending = 4U << 20U;
+  if (pendingBytes_ >= kMostPending) flush();
+  return jt::Ref<JtNode>(node);
+}
+
+/// Stores the geometry that waits. Where it cannot be stored together each part is tried alone.
+void JtkExportRun::flush() {
+  const auto contents = std::move(pending_);
+  pending_.clear();
+  pendingBytes_ = 0;
+  if (contents.empty()) return;
+  try {
+    store(contents);
+    return;
+  } catch (const JtFormatError& error) {
+    if (isOutputFailure(error.code())) throw;
+  }
+  for (const auto& content : contents) {
+    try {
+      store({content});
+    } catch (const JtFormatError& error) {
+      if (isOutputFailure(error.code())) throw;
+      leaveOut(content->part, "geometry", error.what());
+      content->isStored = true;
+      content->shell = nullptr;
+      content->receivers.clear();
+    }
+  }
+}
+
+void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) {
+  const auto volume = newPartition(exporter_.version_);
+  for (const auto& content : contents) volume->addChild(content->shell.get());
+  jt::SaveReport report;
+  jt::Ref<JtPartition> stored = volume;
+  if (exporter_.dryRun_) {
+    report = volume->save(jt::make<JtFSStorageLocation>(JtString(), JtString("spool.jt")).get(),
+                          saveOptions());
+  } else {
+    stored = spool_->store(*volume, saveOptions(), report);
+    bytesDone_ += bytesOf(*stored->storageLocation());
+  }
+  noteDropped(report);
+  noteWarnings(report);
+  for (std::size_t i = 0; i < contents.size(); ++i) {
+    Content& content = *contents[i];
+    JtNode* shell = stored->child(static_cast<int>(i));
+    if (!shell) throw JtFormatError("verify_failed", "the spool lost a part");
+    for (int index = 0; index < shell->numChildren(); ++index)
+      content.shapes.emplace_back(shell->child(index));
+    JtPropAtom* key = nullptr;
+    JtPropAtom* value = nullptr;
+    for (int index = 0; shell->getProperty(index, key, value); ++index)
+      content.breps.push_back({jt::Ref<JtPropAtom>(key), jt::Ref<JtPropAtom>(value)});
+    content.isStored = true;
+    content.shell = nullptr;
+    for (const auto& part : content.receivers) deliver(content, *part);
+    content.receivers.clear();
+  }
+}
+
+void JtkExportRun::deliver(const Content& content, VisPartNode& part) {
+  for (const auto& shape : content.shapes) part.addChild(shape.get());
+  for (const jt::Property& brep : content.breps)
+    part.JtNode::addProperty(brep.key.get(), brep.value.get(), true);
+}
+
+// --- The report
+
+void JtkExportRun::noteDropped(const jt::SaveReport& report) {
+  for (const jt::SegmentAction& action : report.segments) {
+    if (action.kind != jt::SegmentAction::Kind::dropped) continue;
+    const auto part = partOfBrep_.find(action.id);
+    if (part != partOfBrep_.end()) leaveOut(part->second, "exact geometry", action.reason);
+  }
+}
+
+void JtkExportRun::noteWarnings(const jt::SaveReport& report) {
+  for (const jt::SaveWarning& warning : report.warnings) {
+    const bool isKnown = std::ranges::any_of(warnings_, [&](const jt::SaveWarning& other) {
+      return other.code == warning.code && other.message == warning.message;
+    });
+    if (!isKnown) warnings_.push_back(warning);
+  }
+}
+
+void JtkExportRun::leaveOut(const JtString& part, const char* what, std::string reason) {
+  report_.leftOut.push_back({part, what, std::move(reason)});
+}
+
+void JtkExportRun::showProgress() const {
+  if (exporter_.progress_) exporter_.progress_({partsDone_, report_.parts, bytesDone_});
+}

@@ -1,0 +1,22 @@
+#include "JtkCADImporter.h"
+
+#include "SceneImport.h"
+
+JtkCADImporter::JtkCADImporter() = default;
+JtkCADImporter::~JtkCADImporter() = default;
+
+int JtkCADImporter::setLoadOption(int option) {
+  if (option != TESSELLATION && option != EXACT && option != STRUCTURE) return 0;
+  load_ = option;
+  return 1;
+}
+
+int JtkCADImporter::setOption(Option option, int value) {
+  if (option != FIRST_RESERVED && option != SECOND_RESERVED) return 0;
+  reserved_[option - 1] = value;
+  return 1;
+}
+
+jt::Ref<JtkHierarchy> JtkCADImporter::importHierarchy(JtNode* node) const {
+  return JtkSceneImport(*this).run(node);
+}
