@@ -88,6 +88,7 @@ inline constexpr const char* kMeasurementUnitProp = "KrMeasurementUnitProp";
 inline constexpr const char* kCadSource = "CadSource";
 inline constexpr const char* kCadSourceValue = "KrJtExport";
 inline constexpr const char* kTranslationDate = "TranslationDate";
+inline constexpr const char* kReleaseVersion = "KrVersion";
 inline constexpr const char* kSourceExternalId = "KrSourceExternalID";
 inline constexpr const char* kSourceOriginalName = "KrSourceOriginalName";
 

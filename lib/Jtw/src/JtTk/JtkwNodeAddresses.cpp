@@ -1,0 +1,81 @@
+#include "JtkwNodeAddresses.h"
+
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "JtkAssembly.h"
+#include "JtkEntityFactory.h"
+#include "JtkInstance.h"
+#include "JtkPart.h"
+
+namespace jtw {
+namespace {
+
+/// How often each node was stored and not taken yet.
+std::unordered_map<std::uint64_t, std::uint64_t>& storedNodes() {
+  static auto* const nodes = new std::unordered_map<std::uint64_t, std::uint64_t>;
+  return *nodes;
+}
+
+/// Reads an integer property and removes it. Nothing when there is none.
+bool take(JtkPart& part, const char* key, std::uint32_t& value, bool& isRemoved) {
+  JtkProperty* property = part.property(JtString(key));
+  if (!property) return false;
+  value = static_cast<std::uint32_t>(property->integerValue());
+  isRemoved = part.removeProperty(property) == 1;
+  return true;
+}
+
+}  // namespace
+
+void storeNodeAddress(JtkPart& part, JtNode& node) {
+  jt::Ref<JtNode> earlier;
+  takeNodeAddress(part, earlier);
+  const auto address = reinterpret_cast<std::uintptr_t>(&node);
+  const auto low = static_cast<std::uint32_t>(address);
+  const auto high = static_cast<std::uint32_t>(static_cast<std::uint64_t>(address) >> 32U);
+  node.ref();
+  ++storedNodes()[address];
+  part.addProperty(JtkEntityFactory::createProperty(JtString(kNodeAddress), static_cast<int>(low)));
+  if (high != 0)
+    part.addProperty(
+        JtkEntityFactory::createProperty(JtString(kNodeAddressHigh), static_cast<int>(high)));
+}
+
+bool takeNodeAddress(JtkPart& part, jt::Ref<JtNode>& node) {
+  std::uint32_t low = 0;
+  std::uint32_t high = 0;
+  bool isRemoved = false;
+  take(part, kNodeAddress, low, isRemoved);
+  take(part, kNodeAddressHigh, high, isRemoved);
+  const std::uint64_t address = (std::uint64_t{high} << 32U) | low;
+  const auto stored = storedNodes().find(address);
+  if (address != 0 && stored != storedNodes().end()) {
+    if (--stored->second == 0) storedNodes().erase(stored);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): how the toolkit's parts carry it.
+    node = jt::Ref<JtNode>::adopt(reinterpret_cast<JtNode*>(address));
+  }
+  return isRemoved;
+}
+
+void dropNodeAddresses(JtkHierarchy& top) {
+  std::vector<JtkHierarchy*> open{&top};
+  std::unordered_set<const JtkHierarchy*> seen;
+  while (!open.empty()) {
+    JtkHierarchy* node = open.back();
+    open.pop_back();
+    if (!node || !seen.insert(node).second) continue;
+    if (node->isOfType(JtkEntity::PART)) {
+      jt::Ref<JtNode> stored;
+      takeNodeAddress(static_cast<JtkPart&>(*node), stored);
+    } else if (node->isOfType(JtkEntity::INSTANCE)) {
+      open.push_back(static_cast<JtkInstance*>(node)->child());
+    } else {
+      auto* assembly = static_cast<JtkAssembly*>(node);
+      for (int i = 0; i < assembly->numChildNodes(); ++i) open.push_back(assembly->childNode(i));
+    }
+  }
+}
+
+}  // namespace jtw
