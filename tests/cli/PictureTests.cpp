@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "Jt.h"
+#include "JtDrawing.h"
 #include "JtMaterial.h"
 #include "JtMesh.h"
 #include "JtPartition.h"
@@ -113,6 +114,64 @@ TEST_F(Picture, WhatIsNearerHidesAndWhatIsTranslucentMixes) {
   EXPECT_GT(mixed[1], 40);
   EXPECT_GT(mixed[2], 100);
   EXPECT_EQ(mixed[3], 255);
+}
+
+/// A part with a frame of 40 by 20 and an arc as wires, red, moved along x. @param inShapes also as
+/// polylines
+void addWires(JtPartition& partition, double x, bool inShapes) {
+  auto wires = jt::make<JtWireframeRep>();
+  wires->addEdge(jt::polylineCurve({{0, 0, 0}, {40, 0, 0}, {40, 0, 20}, {0, 0, 20}, {0, 0, 0}}));
+  wires->addEdge(jt::arcCurve({30, 0, 10}, {30, 0, 20}, {20, 0, 20}, std::sqrt(0.5)));
+  auto part = jt::make<VisPartNode>();
+  part->setWFRep(wires.get());
+  if (inShapes) part->addChild(jt::makeShape(jt::wireMesh(*part)).get());
+  jt::Matrix4 matrix = jt::kIdentity;
+  matrix[12] = x;
+  part->appendAttribute(jt::make<JtXform>(matrix).get());
+  auto material = jt::make<JtMaterial>();
+  material->setDiffuseColor(1, 0, 0, 1);
+  part->appendAttribute(material.get());
+  partition.addChild(part.get());
+}
+
+TEST_F(Picture, ShowsWiresWherePolylinesDoNot) {
+  auto partition = jt::make<JtPartition>();
+  addWires(*partition, 100, false);
+  save(*partition);
+  EXPECT_EQ(work_.json("snapshot boxes.jt out.png --size 200x120 --view front")["wires"], 2);
+  const Pixels pixels = decode(work_.read("out.png"));
+  std::size_t red = 0;
+  for (std::size_t y = 0; y < pixels.height; ++y)
+    for (std::size_t x = 0; x < pixels.width; ++x) {
+      const auto pixel = pixels.at(x, y);
+      if (pixel[0] > pixel[1] + 100) ++red;
+    }
+  EXPECT_GT(red, 500U);  // around the frame
+  EXPECT_LT(red, 2400U);
+  EXPECT_EQ(work_.json("snapshot boxes.jt out.png --wires off")["wires"], 0);
+  work_.json("convert boxes.jt out.obj");
+  const std::string lines = work_.read("out.obj");
+  EXPECT_NE(lines.find("v 140 0 20\n"), std::string::npos) << lines;
+  EXPECT_NE(lines.find("\nl 1 2 3 4 5\n"), std::string::npos) << lines;
+  work_.json("convert boxes.jt out.glb");
+  work_.json("convert out.glb again.jt");
+  EXPECT_EQ(work_.json("snapshot again.jt out.png")["polylines"], 2);
+  EXPECT_EQ(work_.run("convert boxes.jt out.stl").exit, 3) << "there are no lines in STL";
+
+  addWires(*partition, 0, true);
+  save(*partition);
+  EXPECT_TRUE(matches(work_.json("snapshot boxes.jt out.png"),
+                      R"({"wires": 2, "shapes": 1, "polylines": 2})"));
+  const Json listed = work_.json("wires boxes.jt");
+  ASSERT_EQ(listed["parts"].size(), 2U);
+  EXPECT_TRUE(matches(listed["parts"][0], R"({"key": null, "error": null, "wires": [
+      {"id": 0, "cadTag": null, "degree": 1, "rational": false, "controlPoints": 5, "closed": true,
+       "length": 120, "start": [0, 0, 0], "end": [0, 0, 0]},
+      {"id": 1, "degree": 2, "rational": true, "closed": false, "start": [30, 0, 10],
+       "end": [20, 0, 20]}]})"));
+  EXPECT_NEAR(listed["parts"][0]["wires"][1]["length"].get<double>(), 15.708, 0.02);
+  const std::string address = listed["parts"][1]["address"];
+  EXPECT_EQ(work_.json("wires boxes.jt '" + address + "'")["parts"].size(), 1U);
 }
 
 TEST_F(Picture, TellsWhatCannotBeShown) {

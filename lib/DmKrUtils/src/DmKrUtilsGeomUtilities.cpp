@@ -8,6 +8,10 @@ bool DmKrUtilsGeomUtilities::getJtMatrix4fOfXform(const JtXform* xform, jt::Matr
   return true;
 }
 
+const JtWireframeRep* DmKrUtilsGeomUtilities::getJtWFRepOfVisPartNode(const VisPartNode* part) {
+  return part ? part->loadedWFRep() : nullptr;
+}
+
 RTTran3D DmKrUtilsGeomUtilities::toTran3D(const jt::Matrix4& matrix) {
   return RTTran3D(matrix).transposed();
 }

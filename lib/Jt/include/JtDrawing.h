@@ -5,11 +5,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 
 #include "JtExport.h"
 #include "JtMaterial.h"
 #include "JtShape.h"
 #include "JtXform.h"
+#include "VisPartNode.h"
 
 namespace jt {
 
@@ -21,6 +23,21 @@ struct DrawnShape {
   const Matrix4* toRoot = nullptr;       ///< row vectors: p(root) = p(shape) * toRoot
 };
 
+/// The wires of a part on one path from the root. Nothing is owned; pointers hold during the call.
+struct DrawnWires {
+  VisPartNode* part = nullptr;
+  const JtMaterial* material = nullptr;  ///< what the path hands down; null: none
+  const Matrix4* toRoot = nullptr;       ///< row vectors: p(root) = p(part) * toRoot
+};
+
+/// True for a part whose wires are shown: one that has some in a form that is known, and no
+/// polyline sets, which would show them already. Nothing is loaded.
+JT_API bool showsWires(const VisPartNode& part);
+/// The wires of a part as polylines within the usual tolerance of WireTolerance, in the
+/// coordinates of the part: one for each curve that a wire has. Empty when there are none, or when
+/// they cannot be read; the reason is in lastError().
+JT_API std::shared_ptr<const Mesh> wireMesh(VisPartNode& part);
+
 struct DrawingOptions {
   /// Child of each level-of-detail node that is followed, 0 the finest; of nodes with fewer
   /// children the last.
@@ -31,6 +48,8 @@ struct DrawingOptions {
   /// Called for each node that is shown, before what is below it, with the matrix that takes it to
   /// the root; may be empty.
   std::function<void(JtNode&, const Matrix4& toRoot)> onNode{};
+  /// Called for each part whose wires are shown, before what is below it; may be empty.
+  std::function<void(const DrawnWires&)> onWires{};
   /// True for a node that is not shown, nor what is below it; may be empty. Nodes with the flag
   /// "ignore" are never shown.
   std::function<bool(const JtNode&)> isHidden{};

@@ -20,6 +20,10 @@ class JT_API VisPartNode : public VisMetaDataNode {
   /// The wireframe, which is loaded when it is not in memory; null when the part has none or it
   /// cannot be read. Not owned. A change is saved with the part's file.
   JtWireframeRep* wfRep();
+  /// The wireframe when it is in memory, else null. Not owned.
+  const JtWireframeRep* loadedWFRep() const noexcept {
+    return wiresState_.load(std::memory_order_acquire) == LoadState::read ? wires_.get() : nullptr;
+  }
   /// Gives the part this wireframe in the place of what it had; null: none. The part takes a
   /// reference. The save drops a segment that nothing else names.
   void setWFRep(JtWireframeRep* wires);

@@ -51,6 +51,7 @@ ExitCode runFrames(Session& session);
 ExitCode runBuffer(Session& session);
 ExitCode runExportPartition(Session& session);
 ExitCode runPmi(Session& session);
+ExitCode runWires(Session& session);
 ExitCode runSnapshot(Session& session);
 // These two are in the program jtw-mesh; in jtw itself they start it.
 ExitCode runImport(Session& session);

@@ -103,6 +103,7 @@ constexpr Option kSnapshotOptions[] = {
     {"view", 0, "VIEW", "iso (default), front, back, top, bottom, left or right"},
     {"background", 0, "COLOR", "#rrggbb[aa], r,g,b[,a] or transparent (white)"},
     {"pmi", 0, "on|off", "whether annotations are drawn (on)"},
+    {"wires", 0, "on|off", "whether wires of parts without polyline sets are drawn (on)"},
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
@@ -232,6 +233,11 @@ constexpr Command kCommands[] = {
     {"pmi", "DOC [KEY] [--all]", "lists the annotations of a component", "jtw pmi gear.kpak --json",
      "KEY as for get: only the annotations below that object. Lengths are in millimetres.", 1, 2,
      kPmiOptions, runPmi},
+    {"wires", "DOC [KEY]", "lists the wires of the parts of a component",
+     "jtw wires gear.kpak --json",
+     "Exact curves, in the coordinates and the unit of their part. KEY as for get: only the parts\n"
+     "below that object.",
+     1, 2, kLimitOptions, runWires},
     {"buffer", "DOC [KIND get|set|rm [FILE]]", "the binary data that the host keeps on a component",
      "jtw buffer gear.kpak kin set kin.bin",
      "KIND is kin, kin-modeling, kin-techno, mop, dot-kin, gm-kin, plc-logic or "

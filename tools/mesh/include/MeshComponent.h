@@ -27,12 +27,17 @@ bool isHostUnit(double millimetres);
 /// @param root has a key and nothing below it
 void buildComponent(Scene scene, JtwRoot& root, const BuildOptions& options = {});
 
+/// What becomes polylines of the nodes that carry it.
+struct SceneLines {
+  bool ofAnnotations = false;  ///< the lines of PMI
+  bool ofWires = false;        ///< the wires of parts without polyline sets
+};
+
 /// The tree of a JT file with all its geometry, other files that it hangs in included. Of
 /// alternatives one is taken: of a switch the selected one, of levels of detail `level` or the
 /// coarsest. Instances are merged with what they stand for; hidden nodes are left out. Throws
 /// JtFormatError for geometry that cannot be read, and "too_large" for a graph that unfolds into
 /// more than five million nodes.
-/// @param withAnnotations the lines of PMI become polylines of the nodes that carry them
-Scene sceneOf(JtPartition& partition, std::uint32_t level = 0, bool withAnnotations = false);
+Scene sceneOf(JtPartition& partition, std::uint32_t level = 0, const SceneLines& lines = {});
 
 }  // namespace mesh

@@ -108,13 +108,12 @@ ExitCode jtToJt(Session& session, const std::string& input, const std::string& o
   return reportJt(session, report, nullptr, opened.parts);
 }
 
-mesh::Scene readScene(Session& session, const std::string& input, bool withAnnotations,
+mesh::Scene readScene(Session& session, const std::string& input, const mesh::SceneLines& lines,
                       std::vector<jt::PartFile>& parts) {
   if (!isJt(input)) return loadMeshFile(session, input);
   OpenedAssembly opened = openAssembly(session, jtFileOf(DocumentName(input).path));
   try {
-    mesh::Scene scene =
-        mesh::sceneOf(*opened.top, chosenLevel(session).value_or(0), withAnnotations);
+    mesh::Scene scene = mesh::sceneOf(*opened.top, chosenLevel(session).value_or(0), lines);
     for (jt::PartFile& part : opened.parts)
       parts.push_back({std::move(part.file), part.state, std::move(part.error), nullptr, {}});
     showNotes(session, input, scene);
@@ -125,10 +124,12 @@ mesh::Scene readScene(Session& session, const std::string& input, bool withAnnot
 }
 
 ExitCode toMesh(Session& session, const std::string& input, const std::string& output) {
-  // The other formats have no lines, or no color for them.
-  const bool withAnnotations = ApiSysFilePath(output).extension() == "glb";
+  // The other formats have no lines; annotations need a color of their own as well.
+  const std::string extension = ApiSysFilePath(output).extension();
+  const mesh::SceneLines lines{.ofAnnotations = extension == "glb",
+                               .ofWires = extension == "glb" || extension == "obj"};
   std::vector<jt::PartFile> parts;
-  const mesh::Scene scene = readScene(session, input, withAnnotations, parts);
+  const mesh::Scene scene = readScene(session, input, lines, parts);
   if (scene.models.empty())
     throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it",
                   {.file = input, .segment = {}, .element = {}, .offset = {}});

@@ -6,6 +6,7 @@
 #include "CoordinateMap.h"
 #include "Folder.h"
 #include "Jt.h"
+#include "JtDrawing.h"
 #include "JtFormatError.h"
 #include "JtInstance.h"
 #include "JtLOD.h"
@@ -18,7 +19,7 @@
 #include "MeshComponent.h"
 #include "NodeProperties.h"
 #include "SceneImages.h"
-#include "VisMetaDataNode.h"
+#include "VisPartNode.h"
 
 namespace mesh {
 namespace {
@@ -53,8 +54,8 @@ struct Visit {
 
 class SceneBuilder {
  public:
-  SceneBuilder(JtPartition& partition, std::uint32_t level, bool withAnnotations)
-      : level_(level), withAnnotations_(withAnnotations), images_(scene_) {
+  SceneBuilder(JtPartition& partition, std::uint32_t level, const SceneLines& lines)
+      : level_(level), lines_(lines), images_(scene_) {
     scene_.millimetres = 0;
     scene_.nodes.emplace_back();
     surfaces_.emplace_back();
@@ -195,7 +196,8 @@ class SceneBuilder {
       pushChildren(visit);
     } else if (isObject(visit)) {
       visit.parent = addNode(visit);
-      if (withAnnotations_) addAnnotations(visit.parent, *node);
+      if (lines_.ofAnnotations) addAnnotations(visit.parent, *node);
+      if (lines_.ofWires) addWires(visit);
       readProperties(*node, scene_.nodes[visit.parent].properties);
       visit.matrix = jt::kIdentity;
       visit.name.clear();
@@ -222,6 +224,23 @@ class SceneBuilder {
     const auto [found, isNew] = annotations_.try_emplace(pmi);
     if (isNew) found->second = annotationSurfaces(*pmi);
     surfaces_[owner].insert(surfaces_[owner].end(), found->second.begin(), found->second.end());
+  }
+
+  /// The wires of a part on the node that was made for it.
+  void addWires(const Visit& visit) {
+    auto* part = jt::as<VisPartNode>(visit.node);
+    if (!part || !jt::showsWires(*part)) return;
+    const auto [found, isNew] = wires_.try_emplace(part);
+    if (isNew) {
+      const auto mesh = jt::wireMesh(*part);
+      if (!mesh) scene_.notes.push_back("wires are left out: " + jt::lastError());
+      if (mesh && !mesh->corners.empty()) {
+        found->second = scene_.meshes.size();
+        scene_.meshes.push_back(mesh);
+      }
+    }
+    if (found->second)
+      surfaces_[visit.parent].push_back({*found->second, materialOf(visit, nullptr)});
   }
 
   std::vector<Surface> annotationSurfaces(const PMIDataManager& pmi) {
@@ -297,7 +316,7 @@ class SceneBuilder {
   }
 
   std::uint32_t level_;
-  bool withAnnotations_;
+  SceneLines lines_;
   Scene scene_;
   std::vector<Visit> pending_;
   std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
@@ -308,14 +327,15 @@ class SceneBuilder {
       meshes_;
   std::map<std::vector<Surface>, std::size_t> models_;
   std::map<const PMIDataManager*, std::vector<Surface>> annotations_;
+  std::map<const VisPartNode*, std::optional<std::size_t>> wires_;  // mesh; none: nothing to show
   std::size_t leftOut_ = 0;
   std::size_t texturesLeftOut_ = 0;
 };
 
 }  // namespace
 
-Scene sceneOf(JtPartition& partition, std::uint32_t level, bool withAnnotations) {
-  return SceneBuilder(partition, level, withAnnotations).build();
+Scene sceneOf(JtPartition& partition, std::uint32_t level, const SceneLines& lines) {
+  return SceneBuilder(partition, level, lines).build();
 }
 
 }  // namespace mesh

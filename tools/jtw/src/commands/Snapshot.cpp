@@ -42,6 +42,14 @@ Color parseBackground(const std::string& text) {
   return {red, green, blue, static_cast<float>(color.getAlpha())};
 }
 
+/// "on" or "off"; on when it is not given.
+bool isOn(const Arguments& arguments, const char* name) {
+  const std::string* value = arguments.value(name);
+  if (value && *value != "on" && *value != "off")
+    failUsage("--" + std::string(name) + " is '" + *value + "', not on or off");
+  return !value || *value == "on";
+}
+
 DrawingRequest readRequest(const Arguments& arguments) {
   DrawingRequest request;
   if (const std::string* size = arguments.value("size")) parseSize(*size, request);
@@ -49,10 +57,8 @@ DrawingRequest readRequest(const Arguments& arguments) {
   static_cast<void>(Camera(request.view));  // a wrong name is told before a file is read
   if (const std::string* color = arguments.value("background"))
     request.background = parseBackground(*color);
-  if (const std::string* pmi = arguments.value("pmi")) {
-    if (*pmi != "on" && *pmi != "off") failUsage("--pmi is '" + *pmi + "', not on or off");
-    request.withAnnotations = *pmi == "on";
-  }
+  request.withAnnotations = isOn(arguments, "pmi");
+  request.withWires = isOn(arguments, "wires");
   if (const auto jobs = arguments.positiveNumber("jobs"))
     request.jobs = static_cast<unsigned>(std::min<std::uint64_t>(*jobs, 256));
   else
@@ -91,6 +97,7 @@ void writeResult(Session& session, const DrawingRequest& request, const Drawing&
   json.member("points", drawing.points);
   json.member("damaged", drawing.damaged.size());
   json.member("annotationLines", drawing.annotationLines);
+  json.member("wires", drawing.wires);
   writeFiles(json, parts);
   session.endResult();
 }
@@ -111,7 +118,7 @@ ExitCode runSnapshot(Session& session) {
   session.noteWritten(output);
   for (const std::string& error : drawing.damaged)
     session.warn("a shape is not in the picture: " + error);
-  if (drawing.shapes == 0 && drawing.annotationLines == 0)
+  if (drawing.shapes == 0 && drawing.annotationLines == 0 && drawing.wires == 0)
     session.warn("there is no geometry to be seen; the picture is empty");
   if (session.wantsJson()) {
     writeResult(session, request, drawing, output, opened.parts);

@@ -18,9 +18,20 @@ namespace {
 
 constexpr std::size_t kManyShapes = 2'000'000;
 
-/// A shape to be drawn, with its own material or that of the path.
+/// What a mesh comes from: one of them.
+struct Source {
+  JtShape* shape;
+  VisPartNode* partWithWires;
+
+  std::shared_ptr<const jt::Mesh> mesh() const {
+    return shape ? shape->mesh() : jt::wireMesh(*partWithWires);
+  }
+};
+
+/// A mesh to be drawn, with its own material or that of the path.
 struct Item {
-  std::size_t mesh;  ///< in the list of different shapes
+  std::size_t mesh;  ///< in the list of different ones
+  bool isWires;
   jt::Matrix4 toRoot;
   Color color;
   bool usesVertexColors;
@@ -35,8 +46,14 @@ class Scene {
       options.onNode = [this](JtNode& node, const jt::Matrix4& toRoot) {
         annotations_.add(node, toRoot);
       };
-    const bool complete = jt::visitDrawnShapes(
-        partition, options, [this](const jt::DrawnShape& drawn) { return add(drawn); });
+    if (request.withWires)
+      options.onWires = [this](const jt::DrawnWires& drawn) {
+        add(drawn.part, {nullptr, drawn.part}, drawn.material, *drawn.toRoot);
+      };
+    const bool complete =
+        jt::visitDrawnShapes(partition, options, [this](const jt::DrawnShape& drawn) {
+          return add(drawn.shape, {drawn.shape, nullptr}, drawn.material, *drawn.toRoot);
+        });
     if (!complete)
       throw Failure(ExitCode::refused, "too_many_shapes",
                     "the scene has more than " + std::to_string(kManyShapes) +
@@ -52,19 +69,21 @@ class Scene {
   const jt::Mesh* mesh(const Item& item) const { return meshes_[item.mesh].get(); }
 
  private:
-  bool add(const jt::DrawnShape& drawn) {
+  /// @param node the shape, or the part that has the wires
+  bool add(const JtNode* node, const Source& source, const JtMaterial* material,
+           const jt::Matrix4& toRoot) {
     if (items_.size() == kManyShapes) return false;
-    const auto [known, isNew] = indices_.try_emplace(drawn.shape, shapes_.size());
-    if (isNew) shapes_.push_back(drawn.shape);
+    const auto [known, isNew] = indices_.try_emplace(node, sources_.size());
+    if (isNew) sources_.push_back(source);
     constexpr Color kNoMaterial{0.72F, 0.74F, 0.78F, 1};
-    items_.push_back({known->second, *drawn.toRoot,
-                      drawn.material ? drawn.material->diffuse() : kNoMaterial,
-                      !drawn.material || !drawn.material->overrideVertexColors()});
+    items_.push_back({known->second, !source.shape, toRoot,
+                      material ? material->diffuse() : kNoMaterial,
+                      !material || !material->overrideVertexColors()});
     return true;
   }
 
-  std::unordered_map<const JtShape*, std::size_t> indices_;
-  std::vector<JtShape*> shapes_;
+  std::unordered_map<const JtNode*, std::size_t> indices_;
+  std::vector<Source> sources_;
   std::vector<std::shared_ptr<const jt::Mesh>> meshes_;
   std::vector<Item> items_;
   Annotations annotations_;
@@ -72,24 +91,24 @@ class Scene {
 
 void Scene::decode(unsigned jobs, const std::function<void(double)>& progress,
                    std::vector<std::string>& damaged) {
-  meshes_.resize(shapes_.size());
+  meshes_.resize(sources_.size());
   std::atomic<std::size_t> next{0};
   std::mutex reporting;
   const auto work = [&](bool reports) {
-    for (std::size_t i = next++; i < shapes_.size(); i = next++) {
+    for (std::size_t i = next++; i < sources_.size(); i = next++) {
       jt::setLastError({});
-      meshes_[i] = shapes_[i]->mesh();
+      meshes_[i] = sources_[i].mesh();
       const std::string error = meshes_[i] ? meshes_[i]->flaw() : jt::lastError();
       if (!error.empty()) {
         meshes_[i].reset();
         const std::lock_guard lock(reporting);
         damaged.push_back(error);
       }
-      if (reports) progress(static_cast<double>(i + 1) / static_cast<double>(shapes_.size()));
+      if (reports) progress(static_cast<double>(i + 1) / static_cast<double>(sources_.size()));
     }
   };
   std::vector<std::jthread> helpers;
-  for (unsigned job = 1; job < std::min<std::size_t>(jobs, shapes_.size()); ++job)
+  for (unsigned job = 1; job < std::min<std::size_t>(jobs, sources_.size()); ++job)
     helpers.emplace_back(work, false);
   work(true);
 }
@@ -200,7 +219,11 @@ class Painter {
 
 bool isOpaque(const Item& item) { return item.color[3] >= 0.996F; }
 
-void count(const jt::Mesh& mesh, Drawing& drawing) {
+void count(const Item& item, const jt::Mesh& mesh, Drawing& drawing) {
+  if (item.isWires) {
+    drawing.wires += mesh.primitiveCount();
+    return;
+  }
   ++drawing.shapes;
   std::size_t& primitives = mesh.kind == jt::Mesh::Kind::triangles   ? drawing.triangles
                             : mesh.kind == jt::Mesh::Kind::polylines ? drawing.polylines
@@ -244,7 +267,7 @@ Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
     }
   }
   for (const Item& item : scene.items())
-    if (const jt::Mesh* mesh = scene.mesh(item)) count(*mesh, drawing);
+    if (const jt::Mesh* mesh = scene.mesh(item)) count(item, *mesh, drawing);
   drawing.annotationLines = scene.annotations().size();
   drawing.image = canvas.image();
   return drawing;

@@ -19,6 +19,7 @@ struct DrawingRequest {
   std::uint32_t levelOfDetail = 0;
   unsigned jobs = 1;  ///< threads that decode shapes
   bool withAnnotations = true;
+  bool withWires = true;
 };
 
 /// What is in a picture; shapes count as often as they occur.
@@ -29,7 +30,9 @@ struct Drawing {
   std::size_t polylines = 0;
   std::size_t points = 0;
   std::size_t annotationLines = 0;
-  std::vector<std::string> damaged;  ///< shapes that could not be decoded: what is wrong with each
+  std::size_t wires = 0;
+  std::vector<std::string>
+      damaged;  ///< shapes and wires that cannot be decoded: the reason of each
 };
 
 /// A picture of all that a viewer would show, fitted to the view. Throws Failure: "usage" for an
