@@ -165,7 +165,8 @@ TEST_F(Picture, ShowsWiresWherePolylinesDoNot) {
   const Json listed = work_.json("wires boxes.jt");
   ASSERT_EQ(listed["parts"].size(), 2U);
   EXPECT_TRUE(matches(listed["parts"][0], R"({"key": null, "error": null, "wires": [
-      {"id": 0, "cadTag": null, "degree": 1, "rational": false, "controlPoints": 5, "closed": true,
+      {"id": 0, "name": null, "color": {"r": 1, "g": 0, "b": 0, "a": 1},
+       "cadTag": null, "degree": 1, "rational": false, "controlPoints": 5, "closed": true,
        "length": 120, "start": [0, 0, 0], "end": [0, 0, 0]},
       {"id": 1, "degree": 2, "rational": true, "closed": false, "start": [30, 0, 10],
        "end": [20, 0, 20]}]})"));

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <vector>
+
 #include "JtPropAtom.h"
 #include "JtString.h"
-#include "JtkEntity.h"
+#include "JtkWire.h"
 
-/// Precise geometry of a part: a handle on the segment that holds it. The bytes are carried.
+/// Precise geometry of a part: a handle on the segment that holds it, whose bytes are carried; of a
+/// wireframe that an importer has read, also its wires.
 class JTK_API JtkBrep final : public JtkEntity {
  public:
   /// @param key  of the part node's property that names the segment
@@ -18,6 +21,13 @@ class JTK_API JtkBrep final : public JtkEntity {
   /// Type of the segment: 17 XT, 18 wireframe, 2 JT B-rep, ...
   int segmentType() const noexcept { return atom_->segmentType(); }
 
+  /// How many entities of a type there are: wires.
+  int numEntities(TypeID type) const noexcept;
+  /// Not owned; null when there is none.
+  JtkEntity* entity(TypeID type, int index) const noexcept;
+  /// Appends a wire and takes a reference. What is stored does not change. @param wire not null
+  void addWire(JtkWire* wire) { wires_.emplace_back(wire); }
+
   /// True for types of segments with precise geometry.
   static bool isSegmentType(int type) noexcept;
 
@@ -26,4 +36,5 @@ class JTK_API JtkBrep final : public JtkEntity {
 
   JtString key_;
   jt::Ref<JtLateLoadedPropAtom> atom_;
+  std::vector<jt::Ref<JtkWire>> wires_;
 };

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "JtNode.h"
+#include "JtkBrep.h"
 #include "JtkHierarchy.h"
+#include "VisPartNode.h"
 
 /// Makes toolkit hierarchies of scene graphs. Assemblies, parts and instances become nodes; groups
 /// without attributes and names, and partitions, give their place to what is below them; of a
@@ -52,6 +53,11 @@ class JTK_API JtkCADImporter {
   /// The hierarchy of a node and what is below it; empty for null and for a node that is skipped.
   /// What cannot be read of it is left out, the reason is in jt::lastError().
   jt::Ref<JtkHierarchy> importHierarchy(JtNode* node) const;
+  /// The wireframe of a part with a wire for each edge, in stored order. Files have neither names
+  /// nor materials of wires.
+  /// @return 1; 0 for null and for a part without a wireframe that can be read: the reason is in
+  ///         jt::lastError(), and `brep` is as before
+  int importWFRep(VisPartNode* part, jt::Ref<JtkBrep>& brep) const;
 
  private:
   friend class JtkSceneImport;

@@ -13,6 +13,7 @@ class JTK_API JtkEntity : public JtkRefCounted {
     MATERIAL = 29,  ///< material attribute of a hierarchy node
     ASSEMBLY = 35,  ///< hierarchy node with children
     PART = 36,      ///< hierarchy node with geometry
+    WIRE = 39,      ///< curve of a B-rep
 
     PMI_NONE = 97,  ///< no type: marks table rows and records that have no entity type of their own
     PMI_ENTITY = 98,  ///< any piece of PMI: every type from here to PMI_COORDINATE_SYSTEM is of it

@@ -94,7 +94,7 @@ bool JtwUtilsShouldExcludePMI(JtwPMI* pmi, bool& exclude) {
 }
 
 bool JtwUtilsDoesPMIContainMulticadGeom(JtNode* node) {
-  return JtkwPMIReader(node).hasGenericEntity("Multicad Geometry");
+  return JtkwPMIReader(node).hasGenericEntity(kMulticadGeometry);
 }
 
 bool JtwUtilsDoesPMIContatinGraphicPMI(JtNode* node) { return JtkwPMIReader(node).hasGraphicPMI(); }

@@ -55,12 +55,17 @@ bool JtkwPMIReader::hasGraphicPMI() const {
                              [&](const auto& kind) { return std::ranges::any_of(kind, hasLines); });
 }
 
-bool JtkwPMIReader::hasGenericEntity(const char* name) const {
+std::vector<int> JtkwPMIReader::genericEntities(const char* name) const {
+  std::vector<int> positions;
   const int count = pmi_ ? static_cast<int>(pmi_->pmiDataGenericArray().size()) : 0;
   for (int i = 0; i < count; ++i) {
     const PMITypedID id =
         PMIDataManager::constructPMITypedID(static_cast<int>(PMIKind::genericEntity), i);
-    if (isNamed(pmi_->pmiEntity(id), name)) return true;
+    if (isNamed(pmi_->pmiEntity(id), name)) positions.push_back(i);
   }
-  return false;
+  return positions;
+}
+
+bool JtkwPMIReader::hasGenericEntity(const char* name) const {
+  return !genericEntities(name).empty();
 }

@@ -7,6 +7,8 @@
 #include "Component.h"
 #include "JtPartition.h"
 #include "JtWireframe.h"
+#include "JtkwWireframePropReader.h"
+#include "JtwEntity.h"
 #include "NodeView.h"
 #include "Session.h"
 #include "ValueText.h"
@@ -20,6 +22,8 @@ using Point = std::array<double, 3>;
 /// One wire, as it is listed.
 struct Wire {
   std::int32_t id = 0;
+  std::string name;
+  ApiGraColor color;
   std::optional<std::int64_t> cadTag;
   const jt::WireCurve* curve = nullptr;
   double length = 0;  ///< of its polyline
@@ -49,18 +53,23 @@ void measure(Wire& wire) {
                               points[i + 1][2] - points[i][2]);
 }
 
-PartWires wiresOf(std::size_t entry, VisPartNode& part) {
+PartWires wiresOf(std::size_t entry, JtwNode& node, VisPartNode& part) {
   PartWires listed{.entry = entry, .wires = {}, .error = {}};
   jt::setLastError({});
-  const JtWireframeRep* rep = part.wfRep();
-  if (!rep) {
+  if (part.ensureWFRep() != 1) {
     listed.error = jt::lastError();
     return listed;
   }
+  const JtWireframeRep* rep = part.wfRep();
+  const bool isEntity = node.type() == JtwNode::JT_ENTITY_NODE;
+  JtkwWireframePropReader reader;
+  reader.execute(isEntity ? static_cast<JtwEntity*>(&node) : nullptr, &part);
   const std::vector<std::int32_t> ids = rep->edgeIds();
   for (int i = 0; i < rep->numEdges(); ++i) {
     Wire& wire = listed.wires.emplace_back();
     wire.id = ids[static_cast<std::size_t>(i)];
+    wire.name = JtString(reader.getName(wire.id)).stringToMbs();
+    wire.color = reader.getColor(wire.id);
     wire.cadTag = rep->cadTag(i);
     wire.curve = &rep->curveOf(i);
     measure(wire);
@@ -74,7 +83,7 @@ std::vector<PartWires> gather(const Component& component, std::size_t first, std
     const jtw::TreeEntry& entry = component.entries()[i];
     auto* part = jt::as<VisPartNode>(entry.node->jtNode());
     if (!part) continue;
-    PartWires listed = wiresOf(i, *part);
+    PartWires listed = wiresOf(i, *entry.node, *part);
     if (!listed.wires.empty() || !listed.error.empty()) parts.push_back(std::move(listed));
   }
   return parts;
@@ -83,6 +92,8 @@ std::vector<PartWires> gather(const Component& component, std::size_t first, std
 void writeWire(JsonWriter& json, const Wire& wire) {
   json.beginObject();
   json.member("id", wire.id);
+  json.textOrNull("name", wire.name);
+  writeColor(json, wire.color);
   json.member("cadTag", wire.cadTag);
   json.member("degree", wire.curve->degree);
   json.member("rational", !wire.curve->weights.empty());
