@@ -124,6 +124,37 @@ class JT_API JtTextureImage : public JtAttribute {
   std::vector<jt::TextureBlock> blocks_;
 };
 
+namespace jt {
+/// The body that texture coordinates are projected from, and its place.
+struct TextureMapping {
+  enum class Kind : std::uint8_t { plane, cylinder, sphere, triPlanar };
+  Kind kind = Kind::plane;
+  std::uint8_t baseType = 9;  ///< of the element that it is stored as
+  std::int32_t objectId = 0;  ///< likewise
+  LocalVersion version;       ///< likewise
+  std::array<double, 16> matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  ///< by rows
+  std::int32_t coordinateSystem = 2;  ///< 0 undefined, 1 viewpoint, 2 model, 3 world
+};
+}  // namespace jt
+
+/// Texture coordinate generator attribute of 9.x and 10.x files.
+class JT_API JtTextureCoordinateGenerator : public JtAttribute {
+ public:
+  static const JtType* classTypeID();
+  const JtType* typeID() const override { return classTypeID(); }
+  /// The texture coordinate channel that is generated.
+  std::int32_t channel() const noexcept { return channel_; }
+  /// None when it is of a kind that is not known here: it is then carried as it is, and a save in
+  /// another version leaves the attribute out with a warning.
+  const std::optional<jt::TextureMapping>& mapping() const noexcept { return mapping_; }
+
+ private:
+  friend struct jt::file::AttributeFields;
+  jt::LocalVersion version_;
+  std::int32_t channel_ = 0;
+  std::optional<jt::TextureMapping> mapping_;
+};
+
 /// Shader effects attribute of 8.x and 9.x files.
 class JT_API JtShaderEffects : public JtAttribute {
  public:

@@ -6,6 +6,7 @@
 
 #include "JtInspect.h"
 #include "JtMaterial.h"
+#include "JtTexture.h"
 #include "file/ShapeSegment.h"
 #include "support/Differences.h"
 #include "support/Meshes.h"
@@ -57,6 +58,25 @@ void expectSameExtent(const jt::Mesh& a, const jt::Mesh& b, float tolerance) {
   EXPECT_NEAR(left.area, right.area, 100 * tolerance);
 }
 
+/// Forms of vertex colors that 8.x does not tell apart.
+std::uint64_t colorBits(FileVersion version) {
+  using Bindings = jt::codec::VertexBindings;
+  return version.major == 8 ? Bindings::kColours3 | Bindings::kColours4 : 0;
+}
+
+/// The bits that the node of a shape names.
+jt::codec::QuantizationParameters quantizationOf(const JtShape& shape, FileVersion version) {
+  jt::file::FieldList list;
+  const Format format = formatOf(version);
+  jt::file::FieldLister lister(list, format, false);
+  jt::file::findElementKind(shape.typeID())->list(lister, shape);
+  jt::codec::QuantizationParameters bits{};
+  for (const auto& field : list.fields)
+    if (field.name == std::string_view("quantizationParameters"))
+      std::ranges::copy(list.integersOf(field), bits.begin());
+  return bits;
+}
+
 TEST(Conversion, ShapesAreTheSameInEveryVersion) {
   MemoryStorage storage;
   for (const ShapeVector& vector : shapeVectors()) {
@@ -81,14 +101,23 @@ TEST(Conversion, ShapesAreTheSameInEveryVersion) {
         expectSameExtent(*shape->mesh(), decoded.mesh, 1e-3F);
       }
       const auto* vertexShape = jt::as<JtVertexShape>(static_cast<const JtBase*>(shape));
-      EXPECT_EQ((vertexShape->vertexBindings() & 8) != 0, !decoded.mesh.normals.empty());
+      if (!isCopied) {  // the node says what its segment has
+        EXPECT_EQ(vertexShape->vertexBindings() & ~colorBits(version),
+                  jt::codec::bindingsOf(*shape->mesh()).bits & ~colorBits(version));
+      }
       // 8.x rounds all numbers or none.
       const bool isRounded =
           decoded.bits[0] > 0 && (decoded.mesh.normals.empty() || decoded.bits[1] > 0);
       const auto& container = *saved.root->container();
-      EXPECT_EQ(
-          readShapeSegment(container, container.toc()[1], variants).bits,
-          version.major > 8 || isRounded ? decoded.bits : jt::codec::QuantizationParameters{});
+      const auto bits = readShapeSegment(container, container.toc()[1], variants).bits;
+      EXPECT_EQ(bits, version.major > 8 || isRounded ? decoded.bits
+                                                     : jt::codec::QuantizationParameters{});
+      if (!isCopied && version.major < 10) {
+        EXPECT_EQ(quantizationOf(*shape, version), bits);
+      }
+      const bool becomesLarger = std::ranges::find(saved.warnings, "compatible_form",
+                                                   &jt::SaveWarning::code) != saved.warnings.end();
+      EXPECT_EQ(becomesLarger, !isCopied && generation > 8 && !vector.hasPlainPackets);
     }
   }
 }
@@ -221,6 +250,54 @@ TEST(Conversion, FlagsOfFieldsMeanTheSameInEveryVersion) {
     EXPECT_EQ(material->isFinal(), given.finalThere == 0xff);
     EXPECT_EQ(!saved.warnings.empty(), given.warns);
     EXPECT_EQ(Differences(*root, *saved.root).lines(), std::vector<std::string>{});
+  }
+}
+
+TEST(Conversion, TextureCoordinateGeneratorsKeepTheirMapping) {
+  using Mapping = jt::TextureMapping;
+  constexpr std::string_view kGenerator = "aa1b831d-6e47-4fee-a865-cd7e1f2f39dc";
+  constexpr std::pair<std::string_view, std::optional<Mapping::Kind>> kMappings[] = {
+      {"a3cfb921-bdeb-48d7-b396-8b8d0ef485a0", Mapping::Kind::plane},
+      {"3e70739d-8cb0-41ef-845c-a198d4003b3f", Mapping::Kind::cylinder},
+      {"72475fd1-2823-4219-a06c-d9e6e39a45c1", Mapping::Kind::sphere},
+      {"92f5b094-6499-4d2d-92aa-60d05a4432cf", Mapping::Kind::triPlanar},
+      {SceneBuilder::kUnknown, std::nullopt}};
+  MemoryStorage storage;
+  for (const Format& format : allFormats()) {
+    if (format.major == 8) continue;
+    for (const auto& [id, kind] : kMappings) {
+      Fields mapping(format);
+      mapping.version();
+      for (int i = 0; i < 16; ++i) mapping.put(0.1 * i);
+      mapping.i32(3);
+      Fields generator = Fields(format).attribute().version().i32(5);
+      generator.raw(elementOf(format, id, 9, mapping, 71));
+      if (format.has(jt::file::Feature::attributeTail)) generator.i32(-1);
+      SceneBuilder scene(format);
+      scene.partition(1, {2}).group(2, {}, {3}).element(kGenerator, 3, 3, generator);
+      const auto root =
+          storage.open(FileBuilder(format).scene(scene.marker().marker().table({})).build());
+      for (const FileVersion version : kVersions) {
+        SCOPED_TRACE(formatText(format) + " to " + version.text() + " " + std::string(id));
+        const Saved saved = saveAs(storage, *root, version);
+        Format to = formatOf(version);
+        to.bigEndian = format.bigEndian;
+        const bool isKept = to.sameFormAs(format) || (kind && version.major > 8);
+        EXPECT_EQ(saved.warnings.empty(), isKept);
+        ASSERT_EQ(saved.root->child(0)->numAttributes(), isKept ? 1 : 0);
+        if (!isKept) continue;
+        const auto* copy = jt::as<JtTextureCoordinateGenerator>(saved.root->child(0)->attribute(0));
+        ASSERT_NE(copy, nullptr);
+        EXPECT_EQ(copy->channel(), 5);
+        ASSERT_EQ(copy->mapping().has_value(), kind.has_value());
+        if (!kind) continue;
+        EXPECT_EQ(copy->mapping()->kind, *kind);
+        EXPECT_EQ(copy->mapping()->objectId, 71);
+        EXPECT_EQ(copy->mapping()->matrix[9], 0.1 * 9);
+        EXPECT_EQ(copy->mapping()->coordinateSystem, 3);
+        EXPECT_EQ(Differences(*root, *saved.root).lines(), std::vector<std::string>{});
+      }
+    }
   }
 }
 

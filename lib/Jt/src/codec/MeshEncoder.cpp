@@ -29,6 +29,15 @@ VertexBindings bindingsOf(const Mesh& mesh) {
   return bindings;
 }
 
+VertexBindings bindingsOf(const Mesh& mesh, Generation generation) {
+  VertexBindings bindings = bindingsOf(mesh);
+  if (generation != Generation::v8) return bindings;
+  bindings.bits &= ~(VertexBindings::kTextures | VertexBindings::kFlags);
+  for (const auto& texture : mesh.textures)
+    if (texture.channel == 0 && texture.components == 2) bindings.setTexture(0, 2);
+  return bindings;
+}
+
 QuantizationParameters quantizationOf(const VertexBindings& bindings, Generation generation,
                                       const EncodeOptions& options) {
   const auto bits = [](bool isThere, unsigned count) {
@@ -83,7 +92,7 @@ EncodedSurface encodeWhole(std::span<const std::uint32_t> corners,
   std::vector<std::uint32_t> mates = pairEdges(corners);
   source.build(mates);
   EncodedSurface encoded;
-  SurfaceEncoder(generation, variant).encode(source, groups, records, encoded);
+  SurfaceEncoder(generation, variant, false).encode(source, groups, records, encoded);
   return encoded;
 }
 
@@ -207,17 +216,12 @@ ListData encodeLists(const Mesh& mesh, Generation generation, const EncodeOption
 
 namespace {
 
-/// What 8.x has room for of a mesh.
-VertexBindings bindings8(const Mesh& mesh, Report& losses) {
-  VertexBindings bindings = bindingsOf(mesh);
-  bindings.bits &= ~(VertexBindings::kTextures | VertexBindings::kFlags);
-  for (const auto& texture : mesh.textures)
-    if (texture.channel == 0 && texture.components == 2) bindings.setTexture(0, 2);
+/// Warns of what 8.x has no room for.
+void noteLosses8(const Mesh& mesh, const VertexBindings& bindings, Report& losses) {
   if (mesh.textures.size() > (bindings.textures() ? 1U : 0U))
     losses.add("textures", "8.x has one texture channel of two components");
   if (!mesh.flags.empty()) losses.add("flags", "8.x has no vertex flags");
   if (!mesh.groups.empty()) losses.add("groups", "8.x has no face groups");
-  return bindings;
 }
 
 /// The plain records of corners.
@@ -268,7 +272,8 @@ StripData encodeStrips(const Mesh& mesh, bool bigEndian, const EncodeOptions& op
                        Report& losses) {
   checkSize(mesh);
   check(options);
-  const VertexBindings bindings = bindings8(mesh, losses);
+  const VertexBindings bindings = bindingsOf(mesh, Generation::v8);
+  noteLosses8(mesh, bindings, losses);
   StripData data;
   data.textureBinding = bindings.textures() ? 1 : 0;
   data.normalBinding = bindings.normals() ? 1 : 0;

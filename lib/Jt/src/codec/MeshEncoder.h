@@ -28,6 +28,8 @@ struct EncodeOptions {
 
 /// The bindings of what a mesh has.
 VertexBindings bindingsOf(const Mesh& mesh);
+/// The bindings of what a generation stores of it: 8.x has no flags and one texture channel.
+VertexBindings bindingsOf(const Mesh& mesh, Generation generation);
 
 /// Bits of what is bound, as they are stored. 8.x quantizes all numbers of a shape or none: none
 /// where coordinates or normals are to be lossless.

@@ -180,6 +180,9 @@ class PacketReader {
     values.clear();
     if (count == 0) return;
     const std::uint8_t codec = cursor_.u8("codec");
+    const bool isPlain = codec == static_cast<std::uint8_t>(Codec::null) ||
+                         codec == static_cast<std::uint8_t>(Codec::bitlength);
+    batch_.hasSmall_ = batch_.hasSmall_ || !isPlain;
     switch (static_cast<Codec>(codec)) {
       case Codec::null:
         cursor_.i32("code text length");  // bits or bytes: producers disagree, the count decides
@@ -294,20 +297,12 @@ class PacketReader {
     }
   }
 
-  void expectCount(const Values& values, std::size_t count) const {
-    if (values.size() != count)
-      fail("bad_packet",
-           "expected a nested packet of " + std::to_string(count) + " values, found " +
-               std::to_string(values.size()),
-           cursor_.offset());
-  }
-
   /// High and low bits in packets of their own.
   void chopped(Values& values, std::size_t count) {
     const unsigned chop = cursor_.u8("chop bits");
     if (chop == 0 && kind_ == PacketKind::mk2) {
       packet(values);
-      expectCount(values, count);
+      expectCount(values.size(), count, cursor_);
       return;
     }
     const std::int32_t bias = cursor_.i32("value bias");
@@ -318,8 +313,8 @@ class PacketReader {
            cursor_.offset());
     packet(values);
     const std::shared_ptr<const Values> low = nested();
-    expectCount(values, count);
-    expectCount(*low, count);
+    expectCount(values.size(), count, cursor_);
+    expectCount(low->size(), count, cursor_);
     const unsigned shift = span - chop;
     batch_.steps_.emplace_back([&values, low, shift, bias] {
       for (std::size_t i = 0; i < values.size(); ++i) {
@@ -333,7 +328,7 @@ class PacketReader {
   void movedToFront(Values& values, std::size_t count) {
     const std::shared_ptr<Values> fresh = nested();
     packet(values);
-    expectCount(values, count);
+    expectCount(values.size(), count, cursor_);
     batch_.steps_.emplace_back([&values, fresh, offset = cursor_.offset()] {
       undoMoves(values, OutOfBand(std::move(*fresh)), offset);
     });
@@ -375,6 +370,14 @@ void PacketBatch::add(PacketKind kind, ByteCursor& cursor, Budget& budget, Predi
   PacketReader(kind, cursor, budget, *this, form).packet(values);
   if (predictor != Predictor::none && !values.empty())
     steps_.emplace_back([predictor, &values] { undoPrediction(predictor, values); });
+}
+
+void expectCount(std::size_t found, std::size_t expected, const ByteCursor& cursor) {
+  if (found != expected)
+    fail("bad_packet",
+         "expected a nested packet of " + std::to_string(expected) + " values, found " +
+             std::to_string(found),
+         cursor.offset());
 }
 
 void PacketBatch::finish() {

@@ -37,11 +37,14 @@ class PacketBatch {
            std::vector<std::int32_t>& values, OutOfBandForm form = OutOfBandForm::nested);
   /// Decodes what was added. Throws JtFormatError.
   void finish();
+  /// True when a packet of Mk.2 or Mk.3 is in a code that only PacketStyle::small uses.
+  bool hasSmall() const noexcept { return hasSmall_; }
 
  private:
   friend class PacketReader;
   std::vector<ArithmeticStream> streams_;
   std::vector<std::function<void()>> steps_;  // behind the streams, in order
+  bool hasSmall_ = false;
 };
 
 enum class PacketStyle : std::uint8_t {
@@ -53,6 +56,10 @@ enum class PacketStyle : std::uint8_t {
 /// Appends a packet.
 void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::span<const std::int32_t> values,
                   Predictor predictor = Predictor::none, PacketStyle style = PacketStyle::plain);
+
+/// Throws JtFormatError "bad_packet" unless a nested packet that was just read has as many values
+/// as the outer one expects.
+void expectCount(std::size_t found, std::size_t expected, const ByteCursor& cursor);
 
 /// The name of the codec of a packet that begins with these bytes, for people.
 const char* packetCodecName(PacketKind kind, std::span<const std::byte> packet);

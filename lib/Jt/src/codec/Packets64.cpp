@@ -5,6 +5,7 @@
 #include <bit>
 
 #include "Arithmetic.h"
+#include "Packets.h"
 
 namespace jt::codec {
 
@@ -192,14 +193,6 @@ class Reader {
     return values;
   }
 
-  void expectCount(const Values& values, std::size_t count) const {
-    if (values.size() != count)
-      fail("bad_packet",
-           "expected a nested packet of " + std::to_string(count) + " values, found " +
-               std::to_string(values.size()),
-           cursor_.offset());
-  }
-
   Values chopped(std::size_t count) {
     const unsigned chop = cursor_.u8("chop bits");
     const std::int64_t bias = wideScalar(cursor_, "value bias");
@@ -210,8 +203,8 @@ class Reader {
            cursor_.offset());
     Values values = packet();
     const Values low = packet();
-    expectCount(values, count);
-    expectCount(low, count);
+    expectCount(values.size(), count, cursor_);
+    expectCount(low.size(), count, cursor_);
     const unsigned shift = span - chop;
     for (std::size_t i = 0; i < count; ++i)
       values[i] =
@@ -224,7 +217,7 @@ class Reader {
     constexpr std::size_t kWindow = 16;
     const Values fresh = packet();
     Values values = packet();
-    expectCount(values, count);
+    expectCount(values.size(), count, cursor_);
     std::array<std::int64_t, kWindow> window{};
     std::size_t used = 0;
     std::size_t taken = 0;

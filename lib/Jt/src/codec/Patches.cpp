@@ -146,7 +146,7 @@ class Cutter {
         remainder_(corners),
         patch_(remainder_),
         placeOf_(corners.size() / 3, kNone),
-        encoder_(generation, {}) {}
+        encoder_(generation, {}, true) {}
 
   EncodedSurface run() {
     // In the order of the mesh, so that the steps from patch to patch are small. Triangles that a

@@ -174,7 +174,7 @@ void SurfaceEncoder::discover(std::uint32_t corner) {
 }
 
 /// Bit k of a mask is set where slot k has another record than the slot before it. A cover takes
-/// the record of the slot before.
+/// the record of the slot before. Slot 0 is set in every mask of the compatible profile.
 void SurfaceEncoder::putMask() {
   if (ring_.size() > kLongRing) return putLongMask();
   std::uint64_t mask = 0;
@@ -206,8 +206,9 @@ void SurfaceEncoder::forEachRecord(Act act) {
   std::uint32_t record = records_[ring_[last]];
   bool any = false;
   for (std::size_t slot = 0; slot < ring_.size(); ++slot) {
-    if (source_->isCover(ring_[slot]) || records_[ring_[slot]] == record) continue;
-    record = records_[ring_[slot]];
+    const bool isFirst = slot == 0 && beginsMasks_;
+    if (!isFirst && (source_->isCover(ring_[slot]) || records_[ring_[slot]] == record)) continue;
+    if (!source_->isCover(ring_[slot])) record = records_[ring_[slot]];
     out_->records.push_back(record);
     act(slot);
     any = true;

@@ -27,8 +27,10 @@ struct EncodedSurface {
 /// source knows what the walk would have to deduce, so that nothing is built.
 class SurfaceEncoder {
  public:
-  SurfaceEncoder(Generation generation, Variant variant)
-      : isNine_(generation == Generation::v9), variant_(variant) {}
+  /// @param beginsMasks whether each ring begins with a record of its own. Else slots in front of
+  /// the first record take the last one, which readers may see otherwise.
+  SurfaceEncoder(Generation generation, Variant variant, bool beginsMasks)
+      : isNine_(generation == Generation::v9), beginsMasks_(beginsMasks), variant_(variant) {}
 
   /// Appends the surfaces of a source.
   /// @param groups of the triangles; empty when all are 0
@@ -59,6 +61,7 @@ class SurfaceEncoder {
   void forEachRecord(Act act);
 
   bool isNine_;
+  bool beginsMasks_;
   Variant variant_;
   const SurfaceSource* source_ = nullptr;
   std::span<const std::int32_t> groups_;

@@ -2,6 +2,7 @@
 
 // Field lists of the attribute elements, in the order and with the names of ISO 14306.
 
+#include <algorithm>
 #include <bit>
 
 #include "Archive.h"
@@ -152,6 +153,21 @@ struct AttributeFields {
     for (std::size_t i = first; i < texture.blocks_.size(); ++i)
       textureBlock(ar, texture.blocks_[i], oneBlock, !oneBlock && (stubs > 0 || i == 2));
     tail(ar, texture);
+  }
+
+  template <class Ar>
+  static void run(Ar& ar, Of<Ar, JtTextureCoordinateGenerator>& generator) {
+    base(ar, generator);
+    if (!ar.has(Feature::localVersions)) return;
+    ar.version("versionNumber", generator.version_, 1, 1);
+    ar("textureCoordinateChannel", generator.channel_);
+    if constexpr (Ar::reading) {
+      generator.mapping_.reset();
+      if (holdsMapping(ar.rest(), ar.format())) generator.mapping_.emplace();
+    }
+    if (!generator.mapping_) return;  // its bytes are trailing bytes
+    textureMapping(ar, *generator.mapping_);
+    tail(ar, generator);
   }
 
   template <class Ar>
@@ -310,6 +326,44 @@ struct AttributeFields {
     ar.repeat("image", block.images, 4,
               [&](auto& image) { textureImage(ar, image, block.inlineFlag != 0); });
     if (channelLast) ar("textureCoordinateChannel", block.coordinateChannel);
+  }
+
+  /// Object type ids of mappings, by TextureMapping::Kind.
+  static const std::array<JtGuid, 4>& mappingIds() {
+    static const std::array<JtGuid, 4> ids{*JtGuid::parse("a3cfb921-bdeb-48d7-b396-8b8d0ef485a0"),
+                                           *JtGuid::parse("3e70739d-8cb0-41ef-845c-a198d4003b3f"),
+                                           *JtGuid::parse("72475fd1-2823-4219-a06c-d9e6e39a45c1"),
+                                           *JtGuid::parse("92f5b094-6499-4d2d-92aa-60d05a4432cf")};
+    return ids;
+  }
+  /// Bytes of a mapping element behind its length.
+  static std::int32_t mappingLength(const Format& format) noexcept {
+    constexpr std::int32_t kFrame = 16 + 1 + 4;
+    return kFrame + (format.has(Feature::byteVersions) ? 1 : 2) + 16 * 8 + 4;
+  }
+  static bool holdsMapping(std::span<const std::byte> rest, const Format& format) {
+    const std::int32_t length = mappingLength(format);
+    return rest.size() >= 4 + static_cast<std::size_t>(length) &&
+           loadScalar<std::int32_t>(rest.data(), format.bigEndian) == length &&
+           std::ranges::find(mappingIds(), loadGuid(rest.data() + 4, format.bigEndian)) !=
+               mappingIds().end();
+  }
+
+  /// A complete element inside of the attribute's own.
+  template <class Ar>
+  static void textureMapping(Ar& ar, Of<Ar, TextureMapping>& mapping) {
+    std::int32_t length = mappingLength(ar.format());
+    ar("mappingElementLength", length);
+    JtGuid id = mappingIds()[static_cast<std::size_t>(mapping.kind)];
+    ar("mappingTypeId", id);
+    if constexpr (Ar::reading)
+      mapping.kind = static_cast<TextureMapping::Kind>(std::ranges::find(mappingIds(), id) -
+                                                       mappingIds().begin());
+    ar("mappingBaseType", mapping.baseType);
+    ar("mappingObjectId", mapping.objectId);
+    ar.version("mappingVersionNumber", mapping.version, 1, 1);
+    ar("mappingMatrix", mapping.matrix);
+    ar("coordinateSystem", mapping.coordinateSystem);
   }
 
   template <class Ar>

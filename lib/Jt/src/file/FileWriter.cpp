@@ -79,11 +79,11 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     pieces.push_back({container_->image().bytes(), &container_->image(), 0});
   } else {
     const auto nodes = SceneWriter::nodesOf(top_);
-    const SavePlan plan(top_, nodes, !container_ || SceneWriter::isChanged(top_, source_),
-                        encoding_, format_);
     for (ChangedObject& changed : SceneWriter::changedMetaData(nodes))
       converter_.setChanged(*changed.entry, std::move(changed.object), changed.reason);
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
+    const SavePlan plan(top_, nodes, !container_ || SceneWriter::isChanged(top_, source_),
+                        encoding_, format_, converter_);
     takeScene(SceneWriter(top_, source_, format_, plan, places_).encode());
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});

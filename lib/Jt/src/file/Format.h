@@ -40,8 +40,10 @@ struct Format {
 
   /// True when files of both look alike but for the number: elements need not be converted.
   bool sameFormAs(const Format& other) const noexcept {
-    return row() == other.row() && bigEndian == other.bigEndian;
+    return sameGenerationAs(other) && bigEndian == other.bigEndian;
   }
+  /// True when both have all features alike; the byte order may differ.
+  bool sameGenerationAs(const Format& other) const noexcept { return row() == other.row(); }
   /// True when the segments beside the scene graph look alike; but see samePMIAs().
   bool sameSegmentsAs(const Format& other) const noexcept {
     using enum Feature;

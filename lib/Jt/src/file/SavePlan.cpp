@@ -4,6 +4,7 @@
 
 #include "JtInstance.h"
 #include "JtLOD.h"
+#include "SceneSource.h"
 #include "ShapeGeometry.h"
 #include "ShapeSegment.h"
 #include "VisMetaDataNode.h"
@@ -22,16 +23,18 @@ int levelOf(const JtLOD& lod, const JtNode& child) {
   return kLastLevel;
 }
 
-/// The atom of geometry that is still to be stored, or null.
-const JtLateLoadedPropAtom* unstoredGeometry(const JtShape& shape) {
+/// The atom of a shape's geometry, or null.
+const JtLateLoadedPropAtom* geometryOf(const JtShape& shape) {
   JtPropAtom* key = nullptr;
   JtPropAtom* value = nullptr;
   for (int i = 0; shape.getProperty(i, key, value); ++i) {
     const auto* late = as<JtLateLoadedPropAtom>(value);
-    if (late && as<ShapeGeometry>(late->loaded())) return late;
+    if (late && isShapeSegment(late->segmentType())) return late;
   }
   return nullptr;
 }
+
+bool isUnstored(const JtLateLoadedPropAtom& atom) { return as<ShapeGeometry>(atom.loaded()); }
 
 }  // namespace
 
@@ -48,28 +51,47 @@ std::int32_t SavePlan::segmentTypeOf(const JtShape& shape) {
 }
 
 SavePlan::SavePlan(const JtPartition& top, const std::vector<const JtNode*>& nodes, bool isChanged,
-                   const ShapeEncoding& encoding, const Format& format)
+                   const ShapeEncoding& encoding, const Format& format, SegmentConverter& converter)
     : top_(&top), bounds_(isChanged ? top.grownBounds() : std::nullopt) {
   for (const JtNode* node : nodes) {
     const auto* shape = as<JtShape>(node);
-    if (shape && (shape->isModified() || shape->propertiesModified()))
-      planShape(*shape, encoding, format);
+    if (!shape) continue;
+    const bool isChangedShape = shape->isModified() || shape->propertiesModified();
+    const SceneSource* source = SceneSource::sourceOf(*shape);
+    if (!isChangedShape && source && source->format().sameSegmentsAs(format)) continue;
+    const JtLateLoadedPropAtom* atom = geometryOf(*shape);
+    if (!atom) continue;
+    const auto* vertexShape = as<JtVertexShape>(shape);
+    if (isUnstored(*atom)) {
+      planNew(*shape, *atom, encoding, format);
+    } else if (vertexShape) {
+      planConverted(*vertexShape, *atom, converter);
+    }
   }
 }
 
-void SavePlan::planShape(const JtShape& shape, const ShapeEncoding& encoding,
-                         const Format& format) {
-  const JtLateLoadedPropAtom* atom = unstoredGeometry(shape);
-  if (!atom) return;
-  if (const auto* vertexShape = as<JtVertexShape>(&shape))
-    quantization_[vertexShape] =
-        codec::quantizationOf(codec::VertexBindings{vertexShape->vertexBindings()},
-                              generationOf(format), optionsOf(encoding));
+void SavePlan::planNew(const JtShape& shape, const JtLateLoadedPropAtom& atom,
+                       const ShapeEncoding& encoding, const Format& format) {
+  const Mesh* mesh = as<ShapeGeometry>(atom.loaded())->mesh().get();
+  if (as<JtVertexShape>(&shape)) {
+    const codec::Generation generation = generationOf(format);
+    const codec::VertexBindings bindings = codec::bindingsOf(*mesh, generation);
+    shapes_[&shape] = {bindings, codec::quantizationOf(bindings, generation, optionsOf(encoding))};
+  }
   const std::int32_t type = segmentTypeOf(shape);
-  const Mesh* mesh = as<ShapeGeometry>(atom->loaded())->mesh().get();
   const JtLateLoadedPropAtom*& first = byMesh_[{mesh, type}];
-  if (!first) first = atom;
-  geometry_.try_emplace(atom, NewGeometry{first, type});
+  if (!first) first = &atom;
+  geometry_.try_emplace(&atom, NewGeometry{first, type});
+}
+
+/// The node of geometry that is encoded anew follows its segment.
+void SavePlan::planConverted(const JtVertexShape& shape, const JtLateLoadedPropAtom& atom,
+                             SegmentConverter& converter) {
+  const SceneSource* source = SceneSource::sourceOf(atom);
+  const TocEntry* entry = source ? source->container().find(atom.segmentId()) : nullptr;
+  if (!entry) return;
+  const std::optional<ShapeStorage>& stored = converter.convert(source->container(), *entry).shape;
+  if (stored) shapes_[&shape] = *stored;
 }
 
 Ref<JtSceneObject> SavePlan::copyOf(const JtSceneObject& object) const {
@@ -78,11 +100,12 @@ Ref<JtSceneObject> SavePlan::copyOf(const JtSceneObject& object) const {
     copy->setBounds(*bounds_);
     return copy;
   }
-  const auto told = quantization_.empty() ? quantization_.end() : quantization_.find(&object);
-  if (told == quantization_.end()) return {};
+  const auto planned = shapes_.empty() ? shapes_.end() : shapes_.find(&object);
+  if (planned == shapes_.end()) return {};
   const Ref<JtBase> made = object.clone();
   auto* copy = as<JtVertexShape>(made.get());
-  copy->quantization_ = told->second;
+  copy->setVertexBindings(planned->second.bindings.bits);
+  copy->quantization_ = planned->second.quantization;
   return copy;
 }
 

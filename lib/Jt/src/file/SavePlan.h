@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <map>
 #include <optional>
 #include <unordered_map>
@@ -9,6 +8,7 @@
 #include "Format.h"
 #include "JtPartition.h"
 #include "JtShapeEncoding.h"
+#include "SegmentConversion.h"
 
 namespace jt::file {
 
@@ -21,13 +21,13 @@ class SavePlan {
   /// @param top       what is saved
   /// @param nodes     its nodes
   /// @param isChanged whether the scene graph is stored with changes
+  /// @param converter of the save; knows all changed objects
   SavePlan(const JtPartition& top, const std::vector<const JtNode*>& nodes, bool isChanged,
-           const ShapeEncoding& encoding, const Format& format);
+           const ShapeEncoding& encoding, const Format& format, SegmentConverter& converter);
 
   /// True for an object in whose place a copy is stored.
   bool changes(const JtSceneObject& object) const {
-    return (&object == top_ && bounds_) ||
-           (!quantization_.empty() && quantization_.contains(&object));
+    return (&object == top_ && bounds_) || (!shapes_.empty() && shapes_.contains(&object));
   }
   /// The copy that is stored in place of an object; empty when it is stored as it is. Children are
   /// those of the object. While it lives, attributes of the object have one owner more.
@@ -45,11 +45,14 @@ class SavePlan {
   static std::int32_t segmentTypeOf(const JtShape& shape);
 
  private:
-  void planShape(const JtShape& shape, const ShapeEncoding& encoding, const Format& format);
+  void planNew(const JtShape& shape, const JtLateLoadedPropAtom& atom,
+               const ShapeEncoding& encoding, const Format& format);
+  void planConverted(const JtVertexShape& shape, const JtLateLoadedPropAtom& atom,
+                     SegmentConverter& converter);
 
   const JtPartition* top_ = nullptr;
   std::optional<Box> bounds_;  // of top_, when it grows
-  std::unordered_map<const JtSceneObject*, std::array<std::uint8_t, 4>> quantization_;
+  std::unordered_map<const JtSceneObject*, ShapeStorage> shapes_;
   std::unordered_map<const JtPropAtom*, NewGeometry> geometry_;
   // First atom by mesh and segment type.
   std::map<std::pair<const Mesh*, std::int32_t>, const JtLateLoadedPropAtom*> byMesh_;

@@ -22,9 +22,16 @@ Format formOf(const SceneSource* source, const Format& fallback) {
 /// False for kinds that a form does not have, or whose fields in it are not known.
 bool isHeldBy(const JtType& type, const Format& format) {
   if (!format.has(Feature::localVersions) &&
-      (&type == JtTextureImage::classTypeID() || type.isA(JtLight::classTypeID())))
+      (&type == JtTextureImage::classTypeID() ||
+       &type == JtTextureCoordinateGenerator::classTypeID() || type.isA(JtLight::classTypeID())))
     return false;
   return &type != JtShaderEffects::classTypeID() || !format.has(Feature::byteVersions);
+}
+
+/// False for an object that was read in part; the rest is carried in the form of its file.
+bool isWhole(const JtSceneObject& object) {
+  const auto* generator = as<JtTextureCoordinateGenerator>(&object);
+  return !generator || generator->mapping();
 }
 
 /// The kind that stands for one that a form does not have, or null.
@@ -218,9 +225,10 @@ bool SceneWriter::skipsInConversion(const Item& item) {
   if (!from) return item.object && skipsNew(*item.object);
   if (from->format().sameFormAs(format_)) return false;
   const ElementKind* kind = from->kind(element);
-  const bool isUnderstood = kind && kind->type != JtOpaqueAttribute::classTypeID() &&
-                            (!item.object || item.object->typeID() == kind->type) &&
-                            isHeldBy(*kind->type, format_);
+  const bool isUnderstood =
+      kind && kind->type != JtOpaqueAttribute::classTypeID() &&
+      (!item.object || (item.object->typeID() == kind->type && isWhole(*item.object))) &&
+      isHeldBy(*kind->type, format_);
   if (isUnderstood) return false;
   const std::string what =
       kind ? kind->name : "an element of unknown type " + from->frame(element).typeId.text();

@@ -164,6 +164,12 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   losses.remarks = shape.remarks;
   ConvertedSegment result =
       made(writeShapeSegment(shape.mesh, entry.id, entry.type(), format_, options, losses, level_));
+  const codec::Generation generation = generationOf(format_);
+  const codec::VertexBindings bindings = codec::bindingsOf(shape.mesh, generation);
+  result.shape = ShapeStorage{bindings, codec::quantizationOf(bindings, generation, options)};
+  if (shape.isCompact && options.profile == codec::Profile::compatible)
+    losses.add("compatible_form",
+               "shapes in the compact form are stored in the compatible form, which is larger");
   if (shape.kind->isPrimitives)
     losses.add("primitives", "primitives are stored as triangles in another version");
   if (elements.size() > 1)

@@ -12,6 +12,12 @@
 
 namespace jt::file {
 
+/// What the node of a shape says of its segment.
+struct ShapeStorage {
+  codec::VertexBindings bindings;
+  codec::QuantizationParameters quantization{};
+};
+
 /// What became of a segment.
 struct ConvertedSegment {
   bool isSame = false;          ///< both forms hold it in the same bytes
@@ -19,6 +25,7 @@ struct ConvertedSegment {
   std::string reason;           ///< why it is not the same
   std::vector<JtGuid> leftOut;  ///< types of elements that are not in `bytes`
   std::vector<codec::Remark> losses;
+  std::optional<ShapeStorage> shape;  ///< of geometry that was encoded anew
 
   bool isDropped() const noexcept { return !isSame && !bytes; }
 };

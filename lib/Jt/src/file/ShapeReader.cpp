@@ -133,7 +133,8 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
     } else {
       mesh = meshOf(element, format, variants, report);
     }
-    return {found.kind, std::move(mesh), std::move(report.remarks), bitsOf(element)};
+    return {found.kind, std::move(mesh), std::move(report.remarks), bitsOf(element),
+            element.packets.hasSmall()};
   } catch (const JtFormatError& error) {
     throw error.within({{}, {}, found.kind->name, found.stored.bodyOffset});
   }

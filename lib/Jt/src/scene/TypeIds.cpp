@@ -95,6 +95,9 @@ const JtType* JtPointLight::classTypeID() {
 const JtType* JtTextureImage::classTypeID() {
   return concrete<JtTextureImage, JtAttribute>("JtTextureImage");
 }
+const JtType* JtTextureCoordinateGenerator::classTypeID() {
+  return concrete<JtTextureCoordinateGenerator, JtAttribute>("JtTextureCoordinateGenerator");
+}
 const JtType* JtShaderEffects::classTypeID() {
   return concrete<JtShaderEffects, JtAttribute>("JtShaderEffects");
 }

@@ -18,13 +18,6 @@ file::Format formOf(const JtPartition& partition) {
   return {partition.version().major, partition.version().minor, false};
 }
 
-bool alike(const file::Format& a, const file::Format& b) {
-  for (int feature = 0; feature <= static_cast<int>(file::Feature::partitionVersion); ++feature)
-    if (a.has(static_cast<file::Feature>(feature)) != b.has(static_cast<file::Feature>(feature)))
-      return false;
-  return true;
-}
-
 /// The light with an object id, made for the occasion; empty when there is none.
 Ref<JtSceneObject> lightOf(const JtSceneObject& set, std::int32_t id) {
   const file::SceneSource* source = file::SceneSource::sourceOf(set);
@@ -77,7 +70,7 @@ std::vector<double> matrixOf(const JtXform& xform, const file::Format& format) {
 Forms::Forms(const JtPartition& a, const JtPartition& b) {
   const file::Format formA = formOf(a);
   const file::Format formB = formOf(b);
-  sameGeneration = alike(formA, formB);
+  sameGeneration = formA.sameGenerationAs(formB);
   sameBytes = sameGeneration && formA.bigEndian == formB.bigEndian;
   haveReflectivity = formA.has(file::Feature::materialReflectivity) &&
                      formB.has(file::Feature::materialReflectivity);
