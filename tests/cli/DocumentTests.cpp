@@ -217,8 +217,8 @@ TEST(New, MakesAComponentOfEveryKind) {
     EXPECT_TRUE(matches(work.json("new --dry-run " + document), R"({"key": 1})")) << name;
     EXPECT_EQ(work.run("get " + document + " 1").exit, 3) << name;
     const Json made = work.json("new " + document);
-    EXPECT_EQ(work.json("info " + made.at("saved").at("file").get<std::string>()).at("component"),
-              true);
+    EXPECT_TRUE(matches(work.json("info " + made.at("saved").at("file").get<std::string>()),
+                        R"({"component": true, "native": false})"));
     EXPECT_TRUE(
         matches(work.json("get " + document + " 1"),
                 R"({"kind": "component", "key": 1, "unit": "Millimeters", "children": []})"));

@@ -184,6 +184,19 @@ TEST(Info, TellsWhatTheSceneGraphSays) {
                                           {"type": 4, "name": "Meta Data", "count": 1}]}})"));
 }
 
+TEST(Copy, ReportsWhatAVersionChangeLeavesOut) {
+  const Workspace work;
+  EXPECT_TRUE(matches(work.json("info zoo95.jt"),
+                      R"({"graph": {"attributes": 8, "unlistedAttributes": 7}})"));
+  std::string leftOut;
+  const Json report = work.json("copy zoo95.jt out.jt --version 10.0");
+  for (const Json& warning : report.at("warnings"))
+    if (warning.at("code") == "not_convertible") leftOut += warning.at("message");
+  for (const char* kind : {"Shader Effects", "Vertex Shader", "Fragment Shader"})
+    EXPECT_NE(leftOut.find(kind), std::string::npos) << leftOut;
+  EXPECT_TRUE(work.json("copy zoo95.jt out.jt --version 9.5").at("warnings").empty());
+}
+
 TEST(Verify, AnswersForSeveralFiles) {
   const Workspace work;
   work.write("cut.jt", work.read("tiny95.jt").substr(0, 700));

@@ -27,6 +27,8 @@ TEST(MeshCommands, ImportMakesAComponentThatConvertsBack) {
                            R"({"root": {"kind": "component", "key": 1, "unit": "Inches",
                    "children": [{"kind": "entity", "key": 2, "name": "block"}]}})"));
   EXPECT_EQ(workspace.run("verify block.kpak/block.jt").exit, 0);
+  EXPECT_EQ(workspace.json("info block.kpak")["native"], false);
+  EXPECT_EQ(workspace.json("update-materials block.kpak")["result"], "already-updated");
   for (const char* name : {"out.glb", "out.obj", "out.stl", "out.ply", "again.jt"}) {
     const Json out = workspace.json(std::string("convert block.kpak ") + name);
     EXPECT_EQ(out["saved"]["file"], name);
@@ -57,6 +59,9 @@ TEST(MeshCommands, ImportWarnsOfEveryNumberThatItChanges) {
         {"bad.obj a.jt", "triangles without extent that are left out: 1"}}) {
     const cli::Outcome outcome = workspace.run(std::string("import --force ") + one.line);
     EXPECT_EQ(outcome.exit, 0) << one.line;
+    const Json warnings = workspace.json(std::string("import --force ") + one.line)["warnings"];
+    EXPECT_EQ(warnings.empty(), !*one.warning) << warnings;
+    EXPECT_NE(warnings.dump().find(one.warning), std::string::npos) << warnings;
     if (*one.warning)
       EXPECT_NE(outcome.err.find(one.warning), std::string::npos) << one.line << outcome.err;
     else

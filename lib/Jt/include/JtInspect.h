@@ -56,8 +56,9 @@ JT_API std::vector<SegmentInfo> listSegments(const JtPartition& partition);
 struct GraphSummary {
   std::size_t nodes = 0;
   std::map<std::string, std::size_t> nodesByType;  ///< element name, count
-  std::size_t attributes = 0;
-  std::size_t propertyAtoms = 0;  ///< in the file; 0 for a partition made in memory
+  std::size_t attributes = 0;                      ///< that nodes list
+  std::size_t unlistedAttributes = 0;  ///< that were read and no node listed, lights among them
+  std::size_t propertyAtoms = 0;       ///< in the file; 0 for a partition made in memory
   std::size_t properties = 0;
   std::size_t depth = 0;  ///< nodes on the longest path from the root
 };

@@ -11,6 +11,7 @@
 #include "DmKrUtilsStreamStorageLocation.h"
 #include "InputFile.h"
 #include "JtwManager.h"
+#include "JtwNewComponent.h"
 #include "SaveResult.h"
 #include "Session.h"
 
@@ -112,6 +113,9 @@ NewDocument::NewDocument(Session& session, const std::string& document, bool rep
 }
 
 jt::SaveReport NewDocument::save(jt::SaveOptions options) {
+  if (!jtw::completeNewComponent(*root_))
+    throw Failure(ExitCode::input, "not_updated", "the materials cannot be completed",
+                  {.file = file_, .segment = {}, .element = {}, .offset = {}});
   NewFolder folder;
   jt::Ref<JtStorageLocation> location = outputLocation(file_);
   if (!options.dryRun && name_.isFolder) folder.create(name_.path);

@@ -116,7 +116,7 @@ void showSaved(Output& out, const jt::SaveReport& report, bool dryRun) {
 void showSaveWarnings(Session& session, const jt::SaveReport& report) {
   if (!session.arguments().has("dry-run")) session.noteWritten(report.file);
   for (const jt::SaveWarning& warning : report.warnings)
-    session.warn(report.file + ": " + warning.message);
+    session.warn(report.file + ": " + warning.message, warning.code);
   for (const jt::SaveReport& part : report.alsoSaved) showSaveWarnings(session, part);
 }
 

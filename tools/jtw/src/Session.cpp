@@ -50,7 +50,18 @@ void Session::beginResult() {
   json().member("schema", "jtw." + std::string(command() ? command()->name : "version") + "/1");
 }
 
-void Session::endResult() { json().end(); }
+void Session::endResult() {
+  json().key("warnings");
+  json().beginArray();
+  for (const Warning& warning : warnings_) {
+    json().beginObject(JsonWriter::Layout::line);
+    json().textOrNull("code", warning.code);
+    json().member("message", warning.message);
+    json().end();
+  }
+  json().end();
+  json().end();
+}
 
 void Session::message(Ink ink, const char* label, const std::string& text) {
   try {
@@ -63,7 +74,8 @@ void Session::message(Ink ink, const char* label, const std::string& text) {
   }
 }
 
-void Session::warn(const std::string& message) {
+void Session::warn(const std::string& message, const std::string& code) {
+  if (json_) warnings_.push_back({code, message});
   if (!quiet_) this->message(Ink::yellow, "warning:", message);
 }
 

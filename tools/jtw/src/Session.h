@@ -3,6 +3,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "Arguments.h"
 #include "Failure.h"
@@ -41,10 +42,12 @@ class Session {
 
   /// Begins the one object of the results, with its schema.
   void beginResult();
+  /// Ends it, with the warnings so far as its last member.
   void endResult();
 
-  /// A message on standard error, unless --quiet.
-  void warn(const std::string& message);
+  /// A message on standard error, unless --quiet, and a member of the results.
+  /// @param code stable name of the reason, for programs; empty when there is none
+  void warn(const std::string& message, const std::string& code = {});
   /// To be called when a file was written: a failure after that is one of the report alone.
   void noteWritten(const std::string& file) noexcept;
   /// How the program ends after a failure: once a file was written, never with the code for inputs.
@@ -63,6 +66,11 @@ class Session {
   void reportJson(const Failure& failure);
   Failure withWritten(const Failure& failure) const;
 
+  struct Warning {
+    std::string code;
+    std::string message;
+  };
+
   CommandLine line_;
   Output standardOutput_;
   Output standardError_;
@@ -71,6 +79,7 @@ class Session {
   bool json_;
   bool quiet_;
   bool progress_;
+  std::vector<Warning> warnings_;
   std::size_t writtenCount_ = 0;
   std::string firstWritten_;
   std::string color_ = "auto";

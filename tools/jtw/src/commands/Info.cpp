@@ -7,6 +7,7 @@
 #include "InputFile.h"
 #include "Jt.h"
 #include "JtInspect.h"
+#include "JtwNewComponent.h"
 #include "Session.h"
 
 namespace tool {
@@ -78,7 +79,7 @@ Facts gather(const OpenedAssembly& opened, bool withSegments) {
               .graph = jt::summarizeGraph(partition),
               .shapes = jt::summarizeShapes(partition),
               .component = holdsComponent(partition),
-              .native = partition.property(JtString("KrOriginateFromNativeJt")) != nullptr,
+              .native = jtw::isMarkedNative(partition),
               .unit = findUnit(partition),
               .bounds = partition.bounds(),
               .segments = {},
@@ -138,6 +139,7 @@ void writeGraph(JsonWriter& json, const jt::GraphSummary& graph) {
   for (const auto& [type, count] : graph.nodesByType) json.member(type, count);
   json.end();
   json.member("attributes", graph.attributes);
+  json.member("unlistedAttributes", graph.unlistedAttributes);
   json.member("propertyAtoms", graph.propertyAtoms);
   json.member("properties", graph.properties);
   json.member("depth", graph.depth);
@@ -208,8 +210,12 @@ std::string point(const std::array<float, 3>& place) {
 
 void showGraph(Output& out, const jt::GraphSummary& graph) {
   out.line("  graph       " + counted(graph.nodes, "node") + ", " + counted(graph.depth, "level") +
-           ", " + counted(graph.attributes, "attribute") + ", " + std::to_string(graph.properties) +
-           " properties, " + counted(graph.propertyAtoms, "property atom"));
+           ", " + counted(graph.attributes, "attribute") +
+           (graph.unlistedAttributes > 0
+                ? " and " + std::to_string(graph.unlistedAttributes) + " that no node lists"
+                : "") +
+           ", " + std::to_string(graph.properties) + " properties, " +
+           counted(graph.propertyAtoms, "property atom"));
   for (const auto& [type, count] : graph.nodesByType)
     out.line("    " + padRight(printable(type), 30) + padLeft(std::to_string(count), 10));
 }
