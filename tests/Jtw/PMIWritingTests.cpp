@@ -1,7 +1,9 @@
 // Annotations on their way into the file and back; what other producers wrote comes through.
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -10,6 +12,7 @@
 #include "ComponentFixture.h"
 #include "JtBufferProperty.h"
 #include "JtPMI.h"
+#include "JtStorageLocation.h"
 #include "JtkEntityFactory.h"
 #include "JtkPart.h"
 #include "JtkStrokeFont.h"
@@ -24,6 +27,26 @@
 namespace {
 
 using Graphics = ApiGraphicsPMIAnnotationData;
+
+/// What the entities of a manager are called, how many are of fixed kinds, and what is linked.
+struct PMISummary {
+  std::vector<std::string> names;
+  std::size_t fixed = 0;
+  std::size_t links = 0;
+  bool operator==(const PMISummary&) const = default;
+  friend void PrintTo(const PMISummary& summary, std::ostream* out) {
+    *out << testing::PrintToString(summary.names) << " " << summary.fixed << " " << summary.links;
+  }
+
+  static PMISummary of(const PMIDataManager& pmi) {
+    PMISummary summary;
+    for (const PMITypedID id : pmi.entities())
+      summary.names.push_back(pmi.pmiEntity(id).name().stringToMbs());
+    summary.fixed = summary.names.size() - pmi.pmiDataGenericArray().size();
+    summary.links = pmi.links().size();
+    return summary;
+  }
+};
 
 class PMIWriting : public ComponentFixture {
  protected:
@@ -78,10 +101,11 @@ class PMIWriting : public ComponentFixture {
   static JtwPMIAnnotation& annotation(JtwRoot& root, long itsKey) {
     return static_cast<JtwPMIAnnotation&>(nodeOf(root, itsKey));
   }
-  std::string file() const {
-    std::ifstream in(folder_.folder("gear.kpak") + "/gear.jt", std::ios::binary);
+  static std::string textOf(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
   }
+  std::string file() const { return textOf(folder_.folder("gear.kpak") + "/gear.jt"); }
 };
 
 TEST_F(PMIWriting, AnAnnotationComesBackWithEverythingTheHostGaveIt) {
@@ -209,6 +233,95 @@ TEST_F(PMIWriting, PMIOfOthersComesThrough) {
   EXPECT_EQ(attributes(entity(root, 0)), "Description=renamed;theirs=kept;");
   EXPECT_EQ(entity(root, 0).lines.vertices[2], 0.3F);
   EXPECT_EQ(entity(root, 0).texts.size(), 1U);
+}
+
+// Entities of 8.x and 9.x that are no generic ones: listed, left alone, made generic by an edit.
+TEST_F(PMIWriting, EntitiesOfFixedKindsAreListedAndKept) {
+  for (const char* name : {"typed81", "typed95"}) {
+    SCOPED_TRACE(name);
+    const std::string path = folder_.at(std::string(name) + ".jt");
+    std::filesystem::copy_file(std::string(JTW_TEST_DATA "/") + name + ".jt", path);
+    const ApiDocumentRef document = documentAt(path);
+    JtwRoot* root = nullptr;
+    JtwCollection* carrier = nullptr;
+    std::map<std::string, JtwPMI*> byText;
+    const auto openAgain = [&] {
+      registry().releaseRoot(document);
+      root = open(document);
+      ASSERT_TRUE(root && jtw::loadWrappers(*root));
+      byText.clear();
+      for (const jtw::TreeEntry& entry : jtw::tree(*root, *root)) {
+        if (entry.node->type() != JtwNode::JT_PMI_ANNOTATION_NODE) continue;
+        auto& each = static_cast<JtwPMIAnnotation&>(*entry.node);
+        const auto& lines = each.annotationData().textLines;
+        byText[lines.empty() ? JtwUtilsGetRWWStringAsJtString(each.name()).stringToMbs()
+                             : lines[0]] = &each;
+        carrier = each.collection();
+      }
+    };
+    openAgain();
+    ASSERT_EQ(byText.size(), 12U);
+    const PMISummary before = PMISummary::of(*pmiOf(*carrier));
+    EXPECT_EQ(before.fixed, 13U);
+    EXPECT_EQ(byText.at("a note")->id(), 12);
+    EXPECT_EQ(jtw::otherPMIs(*carrier, *carrier).size(), 3U);
+    ASSERT_TRUE(root->write(false));
+    const std::string untouched = textOf(path);
+
+    // Another annotation: theirs are stored as they were, and follow it.
+    ASSERT_TRUE(carrier->setKey(key(50)));
+    auto* added = root->createPMIAnnotationNode(key(60), key(50), at(3, 5, 7));
+    added->annotationData().textLines = {"ours"};
+    added->annotationData().annotationType = API_PMI_NOTE;
+    ASSERT_TRUE(root->write(false)) << jt::lastError();
+    EXPECT_EQ(added->id(), 2);
+    EXPECT_EQ(byText.at("a note")->id(), 13);
+    openAgain();
+    PMISummary expected = before;
+    expected.names.insert(expected.names.begin() + 2, "Note");
+    EXPECT_EQ(PMISummary::of(*pmiOf(*carrier)), expected);
+    const std::string once = textOf(path);
+    ASSERT_TRUE(root->write(false));
+    EXPECT_TRUE(textOf(path) == once);
+
+    // An edit of one of theirs, and one of them deleted: the others keep what they are.
+    byText.at("a note")->setName(L"renamed");
+    ASSERT_TRUE(byText.at("a dimension")->setKey(key(70)) && root->deleteNode(key(70)));
+    ASSERT_TRUE(root->write(false)) << jt::lastError();
+    expected.fixed = 0;
+    std::erase(expected.names, "a dimension");
+    std::ranges::replace(expected.names, std::string("a note"), std::string("renamed"));
+    openAgain();
+    EXPECT_EQ(PMISummary::of(*pmiOf(*carrier)), expected);
+    EXPECT_EQ(byText.at("a note")->name(), L"renamed");
+    const auto& changed = entity(*carrier, static_cast<std::size_t>(byText.at("a note")->id()));
+    EXPECT_EQ(pmiOf(*carrier)->string(changed.typeNameId)->stringToMbs(), "Note");
+    EXPECT_EQ(changed.lines.vertices.size(), 15U);
+    registry().releaseRoot(document);
+  }
+}
+
+TEST_F(PMIWriting, AnAnnotationThatASaveDividesIsOneAnnotationAgain) {
+  auto& data = note(10, "text").annotationData();
+  auto& line = data.graphics.geomPolylineSet.emplace_back();
+  for (int i = 0; i < 40000; ++i) line.emplace_back(i, 2 * i, i % 7);
+  data.graphics.geomPolylineTypes.clear();
+  for (const jt::FileVersion version : {jt::FileVersion{8, 2}, {9, 5}}) {
+    ASSERT_TRUE(jtw::writePMIs(root_)) << jt::lastError();
+    jt::SaveOptions options;
+    options.version = version;
+    const std::string path = folder_.at("long" + version.text() + ".jt");
+    const auto location = jt::make<JtFSStorageLocation>(JtString(), JtString(path));
+    root_.partition()->save(location.get(), options);
+    const ApiDocumentRef document = documentAt(path);
+    JtwRoot& root = *open(document);
+    ASSERT_TRUE(jtw::loadWrappers(root));
+    ASSERT_EQ(root.PMIs().size(), 1U);
+    const auto& read = static_cast<JtwPMIAnnotation*>(root.PMIs()[0])->annotationData().graphics;
+    ASSERT_EQ(read.geomPolylineSet.size(), 3U);
+    EXPECT_TRUE(read.geomPolylineSet[2] == line);
+    registry().releaseRoot(document);
+  }
 }
 
 TEST_F(PMIWriting, PMIThatCannotBeReadAreKeptAndNotWritten) {

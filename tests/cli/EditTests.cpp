@@ -330,13 +330,6 @@ TEST_F(Edit, RmTakesASharedObjectFromAllItsPlaces) {
 }
 
 TEST_F(Edit, AnnotationsAreMadeListedChangedAndRemovedInEveryVersion) {
-  // New segments get ids at random, so a dry run reports others.
-  const auto edit = [this](const std::string& line) {
-    const std::string before = bytes();
-    EXPECT_EQ(work_.run(line + " --dry-run").exit, 0) << line;
-    EXPECT_EQ(bytes(), before) << line;
-    EXPECT_EQ(work_.run(line).exit, 0) << line;
-  };
   edit(
       "add cell.kpak annotation --key 20 --parent 3 --type Note --name N --text 'a \\' --text b "
       "--loc 1,2,3 --layer 4 --size 7 --leader 10,0,0 --plane 0,1,0,0,0,1 color=#102030");
@@ -381,6 +374,44 @@ TEST_F(Edit, AnnotationsAreMadeListedChangedAndRemovedInEveryVersion) {
   edit("rm cell.kpak 21");
   EXPECT_EQ(work_.json("pmi cell.kpak --all").at("annotations").size(), 0U);
   expectSound();
+}
+
+// What others made comes through in every version, and the same command gives the same bytes.
+TEST_F(Edit, AnnotationsAreAddedBesidePMIOfOtherPrograms) {
+  for (const char* version : {"8.1", "8.2", "9.5", "10.0", "10.2"}) {
+    SCOPED_TRACE(version);
+    const std::string source = version == std::string("8.1") ? "typed81.jt" : "typed95.jt";
+    const auto run = [this](const std::string& line) {
+      EXPECT_EQ(work_.run(line).exit, 0) << line;
+    };
+    run("copy " + source + " before.jt --version " + version);
+    run("set before.jt '#2' name=host");  // a component from here on
+    const Json before = work_.json("pmi before.jt --all");
+    EXPECT_EQ(before.at("annotations").size(), 12U);
+    EXPECT_TRUE(matches(before.at("coordinateSystems"),
+                        R"([{"key": null, "name": "their axes", "foreign": true}])"));
+    EXPECT_EQ(before.at("others").size(), 2U);
+    EXPECT_EQ(work_.json("snapshot before.jt a.png --size 40x30").at("annotationLines"), 23);
+    const std::string add = " annotation --parent '#2' --key 20 --type Dimension --text T --name N";
+    for (const char* copy : {"once.jt", "twice.jt"}) {
+      run(std::string("copy before.jt ") + copy + "");
+      run(std::string("add ") + copy + add);
+    }
+    EXPECT_TRUE(work_.read("once.jt") == work_.read("twice.jt"));
+    const auto changes = [this] {
+      std::string names;
+      const Json all = work_.json("diff before.jt once.jt", 1).at("differences");
+      for (const Json& change : all)
+        if (const std::string name = change.at("name"); name.starts_with("JT_")) names += name;
+      return names;
+    };
+    EXPECT_EQ(changes(), "JT_LLPROP_PMI[20]");
+    run("set once.jt 20 text=longer");
+    run("rm once.jt 20");
+    EXPECT_EQ(changes(), "");
+    for (const char* list : {"annotations", "coordinateSystems", "others", "views"})
+      EXPECT_EQ(work_.json("pmi once.jt --all").at(list), before.at(list));
+  }
 }
 
 }  // namespace

@@ -29,6 +29,8 @@ struct JtGuid {
   JT_API static std::optional<JtGuid> parse(std::string_view text);
   /// A new random identifier (version 4).
   JT_API static JtGuid random();
+  /// An identifier (version 8) that follows from another one and a number: always the same.
+  JT_API static JtGuid derived(const JtGuid& from, std::uint64_t number);
 };
 
 template <>

@@ -148,6 +148,9 @@ class JT_API PMIDataManager : public JtBase {
   /// follow those that are there. Links and CAD tags stay with them, except links that name them in
   /// a way that is not known. Throws as addGenericEntity.
   void makeGeneric();
+  /// This manager when it has generic entities alone; else a copy that has all entities() as
+  /// generic ones, in that order. The copy is for reading: it is made of what cannot be edited too.
+  jt::Ref<const PMIDataManager> generic() const;
 
   /// Links two entities. @param reason 98: `source` is shown in the model view `destination`
   /// Throws JtFormatError "not_editable" for ends of fixed kinds; see makeGeneric().

@@ -17,7 +17,7 @@ JTK_API JtkEntity::TypeID typeOfEntityCode(std::uint16_t code) noexcept;
 
 }  // namespace jtk
 
-/// A piece of PMI: one generic entity of a PMI data manager. It is made by
+/// A piece of PMI: one entity of a PMI data manager, as a generic one. It is made by
 /// JtkEntityFactory::createPMI() or JtkUnitHierarchy::load(). Setting a value that the entity has
 /// already is no change. Coordinates are in the unit of the JT node.
 class JTK_API JtkPMIEntity : public JtkEntity {
@@ -32,9 +32,10 @@ class JTK_API JtkPMIEntity : public JtkEntity {
   JtString name() const;
   void setName(const JtString& name);
 
-  /// Index of the entity in the manager that it was loaded from or last written to; -1: none yet.
+  /// Index among the entities() of the manager that it was loaded from or last written to; -1: none
+  /// yet.
   int position() const noexcept { return position_; }
-  /// That manager; null: none yet.
+  /// That manager as PMIDataManager::generic() gives it; null: none yet.
   const PMIDataManager* manager() const noexcept { return manager_.get(); }
   /// True when it differs from what was loaded.
   bool isChanged() const noexcept { return own_ != nullptr || position_ < 0; }

@@ -9,9 +9,10 @@
 
 class JtkPMIEntity;
 
-/// A node that can carry PMI: one child for each generic entity of its PMI data manager, in the
-/// order of the manager. What else the manager holds (typed entities of old files, views, design
-/// groups, bytes that are not understood) is kept when the manager is rebuilt.
+/// A node that can carry PMI: one child for each of PMIDataManager::entities(), in that order. An
+/// entity of a fixed kind shows as the generic one that it corresponds to; when one of them is
+/// changed or removed, all become generic ones. What else the manager holds (views, design groups,
+/// bytes that are not understood) is kept when the manager is rebuilt.
 class JTK_API JtkUnitHierarchy : public JtkHierarchy {
  public:
   /// Takes the entities of a manager in place of the present ones; null: none. The manager is read
@@ -44,8 +45,11 @@ class JTK_API JtkUnitHierarchy : public JtkHierarchy {
   friend class JtkEntityFactory;
   void apply(PMIDataManager& manager) const;
   bool isChanged() const;
+  bool isFixed(int position) const;
+  bool changesFixed() const;
 
   jt::Ref<PMIDataManager> loaded_;
+  jt::Ref<const PMIDataManager> shown_;  // loaded_ with generic entities alone
   std::vector<jt::Ref<JtkPMIEntity>> children_;
   std::vector<int> removed_;  // positions in the loaded manager
 };

@@ -210,8 +210,9 @@ std::optional<std::uint32_t> colorNumber(std::string_view text) {
 
 std::vector<PMILine> drawnLines(const PMIDataManager& pmi, bool facing) {
   std::vector<PMILine> lines;
-  for (const jt::PMIGenericEntity& entity : pmi.pmiDataGenericArray())
-    if (isVisible(entity)) EntityDrawing(pmi, entity, facing, lines).run();
+  const jt::Ref<const PMIDataManager> shown = pmi.generic();
+  for (const jt::PMIGenericEntity& entity : shown->pmiDataGenericArray())
+    if (isVisible(entity)) EntityDrawing(*shown, entity, facing, lines).run();
   return lines;
 }
 

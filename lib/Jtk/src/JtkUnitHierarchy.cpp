@@ -14,14 +14,15 @@ JtkUnitHierarchy::~JtkUnitHierarchy() = default;
 
 int JtkUnitHierarchy::load(PMIDataManager* manager) {
   loaded_ = jt::Ref<PMIDataManager>(manager);
+  shown_ = manager ? manager->generic() : nullptr;
   children_.clear();
   removed_.clear();
   if (!manager) return 1;
-  const auto& entities = manager->pmiDataGenericArray();
+  const auto& entities = shown_->pmiDataGenericArray();
   children_.reserve(entities.size());
   for (std::size_t i = 0; i < entities.size(); ++i)
     children_.push_back(
-        jtk::makeEntity(jtk::typeOfEntityCode(entities[i].type), *manager, static_cast<int>(i)));
+        jtk::makeEntity(jtk::typeOfEntityCode(entities[i].type), *shown_, static_cast<int>(i)));
   return 1;
 }
 
@@ -51,10 +52,24 @@ bool JtkUnitHierarchy::isChanged() const {
          std::ranges::any_of(children_, [](const auto& child) { return child->isChanged(); });
 }
 
+bool JtkUnitHierarchy::isFixed(int position) const {
+  return loaded_ && position >= static_cast<int>(loaded_->pmiDataGenericArray().size());
+}
+
+bool JtkUnitHierarchy::changesFixed() const {
+  const auto isChangedFixed = [this](const auto& child) {
+    return child->isChanged() && isFixed(child->position());
+  };
+  return std::ranges::any_of(removed_, [this](int position) { return isFixed(position); }) ||
+         std::ranges::any_of(children_, isChangedFixed);
+}
+
 void JtkUnitHierarchy::apply(PMIDataManager& manager) const {
+  if (changesFixed()) manager.makeGeneric();
   std::int32_t label = 0;
-  for (const jt::PMIGenericEntity& entity : manager.pmiDataGenericArray())
-    label = std::max(label, entity.base.userLabel);
+  if (shown_)
+    for (const jt::PMIGenericEntity& entity : shown_->pmiDataGenericArray())
+      label = std::max(label, entity.base.userLabel);
   for (const auto& child : children_)
     if (child->position() >= 0 && child->isChanged())
       *manager.editGenericEntity(child->position()) = child->resolved(manager);
@@ -75,14 +90,19 @@ int JtkUnitHierarchy::updatePMIDataManager(jt::Ref<PMIDataManager>& manager) {
       if (loaded_)
         rebuilt = jt::Ref<PMIDataManager>(jt::as<PMIDataManager>(loaded_->clone().get()));
       apply(*rebuilt);
+      // Entities of fixed kinds follow all generic ones, new ones too.
+      if (!changesFixed())
+        std::ranges::stable_partition(
+            children_, [this](const auto& child) { return !isFixed(child->position()); });
       loaded_ = std::move(rebuilt);
     } catch (const JtFormatError& error) {
       jt::setLastError(error.what());
       return 0;
     }
+    shown_ = loaded_->generic();
     removed_.clear();
     for (std::size_t i = 0; i < children_.size(); ++i)
-      children_[i]->settle(*loaded_, static_cast<int>(i));
+      children_[i]->settle(*shown_, static_cast<int>(i));
   }
   manager = loaded_;
   return 1;

@@ -48,20 +48,47 @@ std::size_t removableEntities(const PMIDataManager& pmi) {
 bool differ(JtwNode& carrier, const std::vector<JtwPMI*>& pmis) {
   auto* holder = jt::as<VisMetaDataNode>(carrier.jtNode());
   if (pmis.empty() && carrier.gatheredPMIs() == 0) return false;
-  const PMIDataManager* stored = holder->pmi();
+  const PMIDataManager* pmi = holder->pmi();
+  const auto stored = pmi ? pmi->generic() : nullptr;
   std::size_t claimed = 0;
-  for (JtwPMI* pmi : pmis) {
-    if (pmi->id() < 0) {
-      if (!isAnnotation(pmi) || canBeWritten(static_cast<JtwPMIAnnotation&>(*pmi))) return true;
+  for (JtwPMI* each : pmis) {
+    if (each->id() < 0) {
+      if (!isAnnotation(each) || canBeWritten(static_cast<JtwPMIAnnotation&>(*each))) return true;
       continue;
     }
-    if (!stored || !isAsStored(*pmi, *stored, pmiSpace(carrier, *pmi->collection()))) return true;
+    if (!stored || !isAsStored(*each, *stored, pmiSpace(carrier, *each->collection()))) return true;
     ++claimed;
   }
   return stored && removableEntities(*stored) > claimed;
 }
 
 }  // namespace
+
+std::vector<OtherPMI> otherPMIs(JtwNode& carrier, JtwCollection& collection) {
+  auto* holder = jt::as<VisMetaDataNode>(carrier.jtNode());
+  const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
+  if (!pmi) return {};
+  const auto shown = pmi->generic();
+  const auto& entities = shown->pmiDataGenericArray();
+  std::vector<bool> isHosts(entities.size());
+  for (const JtwPMI* listed : carrier.root()->getJtwPMIsOfNode(holder))
+    if (listed->id() >= 0 && static_cast<std::size_t>(listed->id()) < entities.size())
+      isHosts[static_cast<std::size_t>(listed->id())] = true;
+  const PMISpace space = pmiSpace(carrier, collection);
+  std::vector<OtherPMI> others;
+  for (std::size_t i = 0; i < entities.size(); ++i) {
+    if (isHosts[i]) continue;
+    const int id = static_cast<int>(i);
+    const PMIEntity view = shown->pmiEntity(
+        PMIDataManager::constructPMITypedID(static_cast<int>(PMIKind::genericEntity), id));
+    const bool isSystem =
+        jtk::typeOfEntityCode(entities[i].type) == JtkEntity::PMI_COORDINATE_SYSTEM;
+    others.push_back({id, entities[i].type, view.typeName().stringToMbs(),
+                      view.name().stringToMbs(), isSystem,
+                      readCoordinateSystem(entities[i], space)});
+  }
+  return others;
+}
 
 void transformGraphics(ApiGraphicsPMIAnnotationData& graphics, const RTTran3D& by) {
   for (auto* lines : {&graphics.geomPolylineSet, &graphics.textPolylineSet})

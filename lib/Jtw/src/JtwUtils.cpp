@@ -37,6 +37,7 @@ bool addPMI(JtNode* node, const PMIDataManager& pmi) {
   if (!holder->ensurePMI()) return false;
   try {
     if (PMIDataManager* own = holder->pmi()) {
+      own->makeGeneric();  // so that its entities keep their positions
       own->merge(pmi);
     } else {
       const auto made = jt::make<PMIDataManager>();
@@ -53,7 +54,7 @@ bool addPMI(JtNode* node, const PMIDataManager& pmi) {
 std::size_t entityCount(JtNode* node) {
   auto* holder = jt::as<VisMetaDataNode>(node);
   const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
-  return pmi ? pmi->pmiDataGenericArray().size() : 0;
+  return pmi ? pmi->entities().size() : 0;
 }
 
 }  // namespace

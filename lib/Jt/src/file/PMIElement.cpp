@@ -7,6 +7,7 @@
 #include "PMIFields.h"
 #include "PMISplit.h"
 #include "PMITags.h"
+#include "PMITexts.h"
 
 namespace jt::file {
 
@@ -34,51 +35,36 @@ std::vector<PMIForm> candidates(const Format& format) {
   return forms;
 }
 
-class IdCheck {
- public:
-  explicit IdCheck(const PMIData& data) : data_(data) {}
-
-  void run() const {
-    for (const auto& kind : data_.flat)
-      for (const PMI2DEntity& entity : kind) texts(entity.texts);
-    for (const auto& kind : data_.solid)
-      for (const PMI3DEntity& entity : kind) id(entity.stringId);
-    for (const PMIDesignGroup& group : data_.designGroups) {
-      id(group.nameId);
-      for (const auto& value : group.attributes)
-        for (const std::int32_t each : {value.stringId, value.labelId, value.descriptionId})
-          id(each);
-    }
-    for (const PMICoordinateSystem& system : data_.coordinateSystems) id(system.nameId);
-    for (const PMIAssociation& link : data_.associations)
-      for (const std::int32_t owner : {link.sourceOwner, link.destinationOwner}) id(owner);
-    for (const auto& pair : data_.userAttributes)
-      for (const std::int32_t each : pair) id(each);
-    for (const PMIModelView& view : data_.modelViews) id(view.nameId);
-    for (const PMIGenericEntity& entity : data_.genericEntities) {
-      texts(entity.texts);
-      id(entity.typeNameId);
-      id(entity.parentTypeNameId);
-    }
-  }
-
- private:
-  void texts(const std::vector<PMIText>& texts) const {
-    for (const PMIText& text : texts) id(text.stringId);
-  }
-  void id(std::int32_t id) const {
-    if (id >= -1 && (id < 0 || static_cast<std::size_t>(id) < data_.strings.size())) return;
+void checkTextIds(const PMIData& data) {
+  const auto count = static_cast<std::int64_t>(data.strings.size());
+  eachTextId(data, [count](std::int32_t id) {
+    if (id >= -1 && id < count) return;
     throw JtFormatError("bad_value", "PMI names text " + std::to_string(id) + ", but there are " +
-                                         std::to_string(data_.strings.size()));
-  }
-  const PMIData& data_;
-};
+                                         std::to_string(count));
+  });
+}
+
+/// Leaves the texts that something names, in the order in which they are named.
+void sortTexts(PMIData& data) {
+  std::vector<std::int32_t> newIds(data.strings.size(), -1);
+  std::vector<JtString> strings;
+  eachTextId(data, [&](std::int32_t& id) {
+    if (id < 0) return;
+    std::int32_t& newId = newIds.at(static_cast<std::size_t>(id));
+    if (newId < 0) {
+      newId = static_cast<std::int32_t>(strings.size());
+      strings.push_back(data.strings[static_cast<std::size_t>(id)]);
+    }
+    id = newId;
+  });
+  data.strings = std::move(strings);
+}
 
 PMIData readAs(const PMIForm& form, Reader& reader) {
   PMIData data;
   data.form = form;
   PMIFields::run(reader, data);
-  IdCheck(data).run();
+  checkTextIds(data);
   return data;
 }
 
@@ -158,6 +144,9 @@ void writeComparablePMI(ByteSink& out, PMIData data) {
   data.pmiVersion = 8;
   data.layout = PMILayout::none;  // what is new gets the usual form
   data.bigEndian = false;
+  // Bytes that are not understood may name texts, but hardly when all are 0.
+  if (std::ranges::all_of(data.surplus, [](std::byte byte) { return byte == std::byte{0}; }))
+    sortTexts(data);
   codec::Report losses;
   writePMI(out, data, {10, 5, false}, losses);
 }

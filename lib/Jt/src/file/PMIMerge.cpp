@@ -6,6 +6,7 @@
 #include "PMIElement.h"
 #include "PMIGeneric.h"
 #include "PMITags.h"
+#include "PMITexts.h"
 
 namespace jt::file {
 
@@ -70,35 +71,10 @@ class Merge {
     }
   }
 
-  void renumber(std::int32_t& id) const {
-    if (id >= 0) id = stringIds_.at(static_cast<std::size_t>(id));
-  }
-
   void renumberStrings() {
-    const auto texts = [this](std::vector<PMIText>& lines) {
-      for (PMIText& line : lines) renumber(line.stringId);
-    };
-    for (auto& kind : from_.flat)
-      for (PMI2DEntity& entity : kind) texts(entity.texts);
-    for (auto& kind : from_.solid)
-      for (PMI3DEntity& entity : kind) renumber(entity.stringId);
-    for (PMICoordinateSystem& system : from_.coordinateSystems) renumber(system.nameId);
-    for (PMIDesignGroup& group : from_.designGroups) {
-      renumber(group.nameId);
-      for (auto& value : group.attributes)
-        for (std::int32_t* id : {&value.stringId, &value.labelId, &value.descriptionId})
-          renumber(*id);
-    }
-    for (PMIAssociation& link : from_.associations)
-      for (std::int32_t* owner : {&link.sourceOwner, &link.destinationOwner}) renumber(*owner);
-    for (auto& pair : from_.userAttributes)
-      for (std::int32_t& id : pair) renumber(id);
-    for (PMIModelView& view : from_.modelViews) renumber(view.nameId);
-    for (PMIGenericEntity& entity : from_.genericEntities) {
-      texts(entity.texts);
-      renumber(entity.typeNameId);
-      renumber(entity.parentTypeNameId);
-    }
+    eachTextId(from_, [this](std::int32_t& id) {
+      if (id >= 0) id = stringIds_.at(static_cast<std::size_t>(id));
+    });
   }
 
   /// How far the index of an end moves; nothing when the numbers of its kind are not known.

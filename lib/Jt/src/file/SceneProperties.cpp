@@ -116,8 +116,8 @@ void SceneWriter::addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t i
   const std::int32_t type = isNewPMI   ? newPMISegmentType()
                             : geometry ? geometry->segmentType
                                        : late.segmentType();
-  const JtGuid segment =
-      from ? newIdOf(late, nullptr).value_or(late.segmentId()) : places_.idOfNew(late.segmentId());
+  const JtGuid segment = from ? newIdOf(late, nullptr).value_or(late.segmentId())
+                              : places_.idOfNew(late.segmentId(), id);
   result_.namedSegments.push_back(segment);
   if (!from && late.object_) result_.newSegments.push_back({segment, type, late.object_});
   Ref<const JtLateLoadedPropAtom> written(&late);

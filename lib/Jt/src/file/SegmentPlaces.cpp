@@ -17,7 +17,16 @@ std::optional<JtGuid> SegmentPlaces::idOf(const Container& from, const TocEntry&
   return result.isDropped() ? std::nullopt : std::optional(id);
 }
 
-JtGuid SegmentPlaces::idOfNew(const JtGuid& id) { return take(id) ? id : JtGuid::random(); }
+JtGuid SegmentPlaces::idOfNew(const JtGuid& id, std::int32_t atom) {
+  return takeFree(own_ ? JtGuid::derived(own_->sceneEntry().id, static_cast<std::uint32_t>(atom))
+                       : id);
+}
+
+/// The id itself where it is free, else one that follows from it.
+JtGuid SegmentPlaces::takeFree(JtGuid id) {
+  while (!take(id)) id = JtGuid::derived(id, 0);
+  return id;
+}
 
 bool SegmentPlaces::take(const JtGuid& id) {
   return !(own_ && own_->find(id)) && taken_.insert(id).second;
@@ -31,7 +40,7 @@ JtGuid SegmentPlaces::place(const Container& from, const TocEntry& entry) {
     if (isSame(*foreign_[index].from, *foreign_[index].entry, from, entry))
       return foreign_[index].id;
   namesakes.push_back(foreign_.size());
-  foreign_.push_back({&from, &entry, idOfNew(entry.id)});
+  foreign_.push_back({&from, &entry, takeFree(entry.id)});
   return foreign_.back().id;
 }
 

@@ -28,8 +28,10 @@ class SegmentPlaces {
   /// The id of a segment in the new file; nothing when that will not have it.
   /// @param wanted the element that matters; null: any
   std::optional<JtGuid> idOf(const Container& from, const TocEntry& entry, const JtType* wanted);
-  /// The id of a segment that no file has yet.
-  JtGuid idOfNew(const JtGuid& id);
+  /// The id of a segment that no file has yet. It follows from the file that is saved, so that the
+  /// same change gives the same bytes. @param id what a new file names it @param atom object id of
+  /// the value that names it
+  JtGuid idOfNew(const JtGuid& id, std::int32_t atom);
   /// Those of other files that idOf was asked for, each once, also those that cannot be converted.
   const std::vector<Foreign>& foreign() const noexcept { return foreign_; }
 
@@ -37,6 +39,7 @@ class SegmentPlaces {
   JtGuid place(const Container& from, const TocEntry& entry);
   std::span<const std::byte> bytesOf(const Container& from, const TocEntry& entry);
   bool take(const JtGuid& id);
+  JtGuid takeFree(JtGuid id);
   bool isSame(const Container& a, const TocEntry& entryA, const Container& b,
               const TocEntry& entryB);
 

@@ -222,6 +222,13 @@ void PMIDataManager::makeGeneric() {
   modified_ = true;
 }
 
+jt::Ref<const PMIDataManager> PMIDataManager::generic() const {
+  if (!jt::file::hasTypedPMI(data_)) return jt::Ref<const PMIDataManager>(this);
+  jt::PMIData data(data_);
+  jt::file::makeGeneric(data);
+  return jt::file::PMIAccess::make(std::move(data));
+}
+
 void PMIDataManager::addAssociation(PMITypedID source, PMITypedID destination,
                                     std::int32_t reason) {
   for (const PMITypedID end : {source, destination})

@@ -285,8 +285,12 @@ std::vector<std::pair<JtString, JtString>> attributesToCarry(const JtNode& node,
   // The PMI of a JT node are loaded on demand; that is no change of the node.
   auto* holder = jt::as<VisMetaDataNode>(const_cast<JtNode*>(&node));
   const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
-  if (!pmi || static_cast<std::size_t>(id) >= pmi->pmiDataGenericArray().size()) return {};
-  return foreignAttributes(pmi->pmiDataGenericArray()[static_cast<std::size_t>(id)]);
+  if (!pmi) return {};
+  const jt::Ref<const PMIDataManager> shown = pmi->generic();
+  const auto& entities = shown->pmiDataGenericArray();
+  const auto position = static_cast<std::size_t>(id);
+  return position < entities.size() ? foreignAttributes(entities[position])
+                                    : std::vector<std::pair<JtString, JtString>>();
 }
 
 void stripPMIIdentity(JtNode& copy) {
@@ -306,7 +310,8 @@ void followMovedPMIs(const JtNode& part, JtwCollection& parent, std::size_t offs
   auto* holder = jt::as<VisMetaDataNode>(parent.jtNode());
   const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
   if (!pmi || parent.gatheredPMIs() != offset) return;
-  const auto& entities = pmi->pmiDataGenericArray();
+  const jt::Ref<const PMIDataManager> shown = pmi->generic();
+  const auto& entities = shown->pmiDataGenericArray();
   const PMISpace space = pmiSpace(parent, parent);
   for (JtwPMI* moved : parent.root()->getJtwPMIsOfNode(&part)) {
     const std::size_t position = offset + static_cast<std::size_t>(moved->id());
@@ -314,7 +319,7 @@ void followMovedPMIs(const JtNode& part, JtwCollection& parent, std::size_t offs
         position >= entities.size())
       continue;
     moved->setOriginJtNode(holder);
-    PMIState state = readAnnotation(*pmi, entities[position], space);
+    PMIState state = readAnnotation(*shown, entities[position], space);
     moved->setRelLoc(state.relLoc);
     static_cast<JtwPMIAnnotation*>(moved)->annotationData() = std::move(state.data);
     moved->setStored(static_cast<int>(position));
@@ -329,7 +334,8 @@ bool gatherPMIs(JtwNode& carrier, JtwCollection& collection) {
   if (!holder->ensurePMI()) return false;
   const PMIDataManager* pmi = holder->pmi();
   if (!pmi) return true;
-  const auto& entities = pmi->pmiDataGenericArray();
+  const jt::Ref<const PMIDataManager> shown = pmi->generic();
+  const auto& entities = shown->pmiDataGenericArray();
   const std::size_t known = carrier.gatheredPMIs();
   if (known >= entities.size()) return true;
 
@@ -348,7 +354,7 @@ bool gatherPMIs(JtwNode& carrier, JtwCollection& collection) {
     } else if (type != JtkEntity::PMI_ENTITY) {
       auto annotation = std::make_unique<JtwPMIAnnotation>(&collection, carrier.root());
       annotation->setOriginJtNode(holder);
-      fill(*annotation, readAnnotation(*pmi, entity, space), static_cast<int>(i));
+      fill(*annotation, readAnnotation(*shown, entity, space), static_cast<int>(i));
       if (annotation->key().isNull()) carrier.root()->adoptPMI(annotation.get());
       collection.addPMI(annotation.release());  // the root owns it
     }

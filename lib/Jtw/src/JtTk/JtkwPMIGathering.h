@@ -40,6 +40,7 @@ PMIState readAnnotation(const PMIDataManager& pmi, const jt::PMIGenericEntity& e
 RTTran3D readCoordinateSystem(const jt::PMIGenericEntity& entity, const PMISpace& space);
 
 /// True while the file has exactly what the host has of a PMI with an id.
+/// @param stored with generic entities alone, see PMIDataManager::generic()
 bool isAsStored(JtwPMI& pmi, const PMIDataManager& stored, const PMISpace& space);
 /// True for entities that are the host's to remove when no PMI has their index as id.
 bool isRemovable(const jt::PMIGenericEntity& entity);

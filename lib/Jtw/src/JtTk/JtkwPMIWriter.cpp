@@ -64,7 +64,7 @@ bool JtkwPMIWriter::execute(const RWClassicTValOrderedVector<JtwPMI*>& pmis, JtN
   if (!holder->ensurePMI()) return false;
   PMIDataManager* const present = holder->pmi();
   if (!present && pmis.empty()) return true;
-  if (present && present->pmiDataGenericArray().size() > carrier_->gatheredPMIs())
+  if (present && present->entities().size() > carrier_->gatheredPMIs())
     return refuse("the PMI of the node was not gathered: writing would delete what it has");
 
   const auto part = jt::Ref<JtkPart>(JtkEntityFactory::createPart("DEFAULT", 0, -1));
@@ -87,7 +87,7 @@ bool JtkwPMIWriter::execute(const RWClassicTValOrderedVector<JtwPMI*>& pmis, JtN
   if (rebuilt && isSpent(*rebuilt)) rebuilt = nullptr;
   if (rebuilt != present) holder->setPMI(rebuilt.get());
   for (const auto& [pmi, entity] : written_) pmi->setStored(entity->position());
-  carrier_->setGatheredPMIs(rebuilt ? rebuilt->pmiDataGenericArray().size() : 0);
+  carrier_->setGatheredPMIs(rebuilt ? rebuilt->entities().size() : 0);
   written_.clear();
   existing_.clear();
   return true;

@@ -9,6 +9,7 @@
 #include "JtkwPMITypeMaps.h"
 #include "JtwFrame.h"
 #include "JtwPMIAnnotation.h"
+#include "JtwPMIs.h"
 #include "NodeView.h"
 #include "Session.h"
 #include "VisMetaDataNode.h"
@@ -23,12 +24,19 @@ struct View {
   std::string name;
 };
 
+/// PMI that is no object of the host.
+struct Other {
+  jtw::OtherPMI pmi;
+  ApiProtoKey owner;
+};
+
 /// What is listed.
 struct Listing {
   std::vector<JtwPMIAnnotation*> annotations;
   std::vector<JtwFrame*> coordinateSystems;
+  std::vector<Other> others;
   std::vector<View> views;
-  std::size_t foreign = 0;  ///< annotations that are not the host's, listed or not
+  std::size_t foreign = 0;  ///< PMI that are not the host's, listed or not
 };
 
 void addViews(JtwNode& node, std::vector<View>& views) {
@@ -40,6 +48,17 @@ void addViews(JtwNode& node, std::vector<View>& views) {
                                                               static_cast<int>(i));
     views.push_back({pmi->data().modelViews[i].viewId, pmi->pmiEntity(id).name().stringToMbs()});
   }
+}
+
+void addOthers(JtwNode& carrier, JtwCollection& collection, std::vector<Other>& others) {
+  for (jtw::OtherPMI& pmi : jtw::otherPMIs(carrier, collection))
+    others.push_back({std::move(pmi), collection.key()});
+}
+
+JtwCollection& collectionOf(const Component& component, std::size_t index) {
+  JtwNode* node = component.entries()[index].node;
+  if (node->isCollection() == 0) node = component.listedParent(index);
+  return node && node->isCollection() != 0 ? static_cast<JtwCollection&>(*node) : component.root();
 }
 
 Listing list(const Component& component, std::size_t first, std::size_t end, bool withForeign) {
@@ -56,8 +75,11 @@ Listing list(const Component& component, std::size_t first, std::size_t end, boo
       if (frame.id() >= 0) listing.coordinateSystems.push_back(&frame);
     } else {
       addViews(node, listing.views);
+      addOthers(node, collectionOf(component, i), listing.others);
     }
   }
+  listing.foreign += listing.others.size();
+  if (!withForeign) listing.others.clear();
   return listing;
 }
 
@@ -138,6 +160,32 @@ void writeListing(Session& session, const Component& component, const Listing& l
     json.textOrNull("name", nameOf(*frame));
     const RTTran3D place = frame->relLoc();
     writeFrame(json, place.getTranslation(), place.xAxis(), place.yAxis());
+    json.member("foreign", false);
+    json.end();
+  }
+  for (const Other& other : listing.others) {
+    if (!other.pmi.isCoordinateSystem) continue;
+    json.beginObject();
+    json.key("key");
+    json.null();
+    json.member("id", other.pmi.id);
+    json.textOrNull("name", other.pmi.name);
+    const RTTran3D& place = other.pmi.location;
+    writeFrame(json, place.getTranslation(), place.xAxis(), place.yAxis());
+    json.member("foreign", true);
+    json.end();
+  }
+  json.end();
+  json.key("others");
+  json.beginArray();
+  for (const Other& other : listing.others) {
+    if (other.pmi.isCoordinateSystem) continue;
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("id", other.pmi.id);
+    json.member("code", static_cast<int>(other.pmi.code));
+    json.textOrNull("typeName", other.pmi.typeName);
+    json.textOrNull("name", other.pmi.name);
+    json.member("owner", keyOrNull(other.owner));
     json.end();
   }
   json.end();
@@ -174,6 +222,11 @@ void showListing(Session& session, const Listing& listing, bool withForeign) {
   for (JtwPMIAnnotation* annotation : listing.annotations) out.line(printable(lineOf(*annotation)));
   for (JtwFrame* frame : listing.coordinateSystems)
     out.line(printable(objectText(*frame) + "  Coordinate System  " + nameOf(*frame)));
+  for (const Other& other : listing.others) {
+    const std::string typeName =
+        other.pmi.typeName.empty() ? "type " + std::to_string(other.pmi.code) : other.pmi.typeName;
+    out.line(printable("-  " + typeName + "  " + other.pmi.name));
+  }
   for (const View& view : listing.views) out.line(printable("view  " + view.name));
   if (!withForeign && listing.foreign > 0)
     out.line(counted(listing.foreign, "annotation") + " of other producers; --all lists them");

@@ -114,8 +114,12 @@ class Reporting {
 
 }  // namespace
 
-bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& a,
-                       const PMIDataManager& b, std::span<const JtString> identityKeys) {
+bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& storedA,
+                       const PMIDataManager& storedB, std::span<const JtString> identityKeys) {
+  const Ref<const PMIDataManager> shownA = storedA.generic();
+  const Ref<const PMIDataManager> shownB = storedB.generic();
+  const PMIDataManager& a = *shownA;
+  const PMIDataManager& b = *shownB;
   Reporting reporting(report, pair);
   const std::vector<Named> inA = namedEntities(a, identityKeys);
   const std::vector<Named> inB = namedEntities(b, identityKeys);
