@@ -5,6 +5,7 @@
 
 #include "PMIConversion.h"
 #include "PMIFields.h"
+#include "PMIGeneric.h"
 #include "PMISplit.h"
 #include "PMITags.h"
 #include "PMITexts.h"
@@ -144,9 +145,12 @@ void writeComparablePMI(ByteSink& out, PMIData data) {
   data.pmiVersion = 8;
   data.layout = PMILayout::none;  // what is new gets the usual form
   data.bigEndian = false;
+  makeGeneric(data);
   // Bytes that are not understood may name texts, but hardly when all are 0.
-  if (std::ranges::all_of(data.surplus, [](std::byte byte) { return byte == std::byte{0}; }))
+  if (std::ranges::all_of(data.surplus, [](std::byte byte) { return byte == std::byte{0}; })) {
+    data.surplus.clear();
     sortTexts(data);
+  }
   codec::Report losses;
   writePMI(out, data, {10, 5, false}, losses);
 }
