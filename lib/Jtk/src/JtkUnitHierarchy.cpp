@@ -92,8 +92,8 @@ int JtkUnitHierarchy::updatePMIDataManager(jt::Ref<PMIDataManager>& manager) {
       apply(*rebuilt);
       // Entities of fixed kinds follow all generic ones, new ones too.
       if (!changesFixed())
-        std::ranges::stable_partition(
-            children_, [this](const auto& child) { return !isFixed(child->position()); });
+        std::stable_partition(children_.begin(), children_.end(),
+                              [this](const auto& child) { return !isFixed(child->position()); });
       loaded_ = std::move(rebuilt);
     } catch (const JtFormatError& error) {
       jt::setLastError(error.what());
