@@ -36,3 +36,8 @@ if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/jtw.pc.in ${CMAKE_CURRENT_BINARY_DIR}/jtw.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/jtw.pc DESTINATION ${pkgconfig_dir})
+
+# Formats that the program reads.
+if(JTW_BUILD_TOOL)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/schemas/ DESTINATION ${CMAKE_INSTALL_DATADIR}/jtw/schemas)
+endif()

@@ -50,6 +50,8 @@ ExitCode runClone(Session& session);
 ExitCode runFrames(Session& session);
 ExitCode runBuffer(Session& session);
 ExitCode runExportPartition(Session& session);
+ExitCode runExport(Session& session);
+ExitCode runAssemble(Session& session);
 ExitCode runPmi(Session& session);
 ExitCode runWires(Session& session);
 ExitCode runSnapshot(Session& session);

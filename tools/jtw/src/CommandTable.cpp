@@ -90,9 +90,21 @@ constexpr Option kFramesOptions[] = {
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
-constexpr Option kExportOptions[] = {
+constexpr Option kPartitionOptions[] = {
     {"version", 0, "V", "the JT version to write; without it that of DOC"},
     kTopOnly,
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument,
+    kFollowLinks};
+
+constexpr Option kExportOptions[] = {
+    {"version", 0, "V", "8.2, 9.5, 10.0 or 10.2; without it that of DOC, for a plan 10.0"},
+    {"monolithic", 0, nullptr, "everything in one file; the default"},
+    {"per-part", 0, nullptr, "a file for each part, in a folder beside OUT and named after it"},
+    {"exact", 0, nullptr, "precise geometry too"},
+    {"exclude-pmi", 0, "TYPE,...", "leave out annotations of these types and groups"},
+    {"layer", 0, "N", "the layer of the root"},
     kDryRun,
     kMaxSegment,
     kMaxDocument,
@@ -245,13 +257,28 @@ constexpr Command kCommands[] = {
      "FILE is what is read or written; without it, or with '-', standard input or output. Without\n"
      "KIND, lists what there is.",
      1, 4, kSetOptions, runBuffer},
+    {"export", "DOC OUT.jt [--version V] [--per-part] [--exact]",
+     "exports a component as JT files for other systems", "jtw export cell.kpak out.jt --per-part",
+     "The export has no data of the host, and all lengths are in millimetres. Precise geometry is "
+     "left\n"
+     "out where the version has no form for it, which is reported for each part.",
+     2, 2, kExportOptions, runExport},
+    {"assemble", "PLAN.json OUT.jt [--version V] [--per-part] [--exact]",
+     "puts components, JT files and meshes together as a plan says",
+     "jtw assemble cell.json cell.jt",
+     "PLAN is {\"schema\": \"jtw.plan/1\", \"name\", \"unit\", \"items\": [{\"id\", \"parent\", "
+     "\"source\",\n"
+     "\"name\", \"place\", \"color\", \"layer\", \"unit\"}]}; docs/cli.md explains it. Sources are "
+     "relative to\n"
+     "the plan. '-' is standard input.",
+     2, 2, kExportOptions, runAssemble},
     {"export-partition", "DOC OUT [--version V]",
      "writes a copy of a component into a JT file of its own",
      "jtw export-partition gear.kpak gear-export.jt",
      "The copy carries the producer and the date, and opens as a component again. The part "
      "files\n"
      "of an assembly come along, to the same places beside OUT.",
-     2, 2, kExportOptions, runExportPartition},
+     2, 2, kPartitionOptions, runExportPartition},
     {"snapshot", "FILE OUT.png [--size WxH] [--view VIEW] [--background COLOR]",
      "a picture of what a JT file holds", "jtw snapshot gear.jt gear.png --view front",
      "Shows the finest level of detail, shaded, fitted to the view; up is +z. Shapes that cannot "

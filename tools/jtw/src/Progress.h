@@ -16,8 +16,9 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// @param share what is done, 0 to 1
-  void update(double share);
+  /// @param share  what is done, 0 to 1
+  /// @param detail shown behind it
+  void update(double share, const std::string& detail = {});
 
  private:
   using Clock = std::chrono::steady_clock;

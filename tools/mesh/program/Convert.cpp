@@ -9,6 +9,7 @@
 #include "JtLOD.h"
 #include "JtStackNodeIter.h"
 #include "MeshComponent.h"
+#include "MeshConversion.h"
 #include "MeshFiles.h"
 #include "MeshOptions.h"
 #include "MeshReport.h"
@@ -213,6 +214,14 @@ ExitCode runConvert(Session& session) {
   const SceneCounts counts(scene);
   const jt::SaveReport report = saveComponent(session, std::move(scene), output, true);
   return reportJt(session, report, &counts, {});
+}
+
+void convertMeshFile(const std::string& mesh, const std::string& jtFile) {
+  const char* const words[] = {"convert", mesh.c_str(), jtFile.c_str(), "--quiet"};
+  const auto exit = static_cast<ExitCode>(runProgram(words));
+  if (exit != ExitCode::done)
+    throw Failure(exit, "not_convertible", "the mesh cannot be converted",
+                  {.file = mesh, .segment = {}, .element = {}, .offset = {}});
 }
 
 }  // namespace tool

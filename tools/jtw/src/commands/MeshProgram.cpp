@@ -2,6 +2,7 @@
 // mesh files is linked dynamically, and this program starts quickly because it is not. A reader
 // that a damaged file brings down takes down that program alone, and this one tells.
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 
 #include "ApiSysFileAccess.h"
 #include "Command.h"
+#include "MeshConversion.h"
 #include "Session.h"
 
 namespace tool {
@@ -43,10 +45,11 @@ std::string findProgram() {
                 where);
 }
 
-ExitCode delegate(Session& session) {
+/// Runs the program. @param file that it reads, for messages
+ExitCode runMeshProgram(std::span<const char* const> arguments, const std::string& file) {
   const std::string program = findProgram();
   std::vector<char*> words{const_cast<char*>(program.c_str())};
-  for (const char* word : session.words()) words.push_back(const_cast<char*>(word));
+  for (const char* word : arguments) words.push_back(const_cast<char*>(word));
   words.push_back(nullptr);
   const pid_t child = fork();
   if (child == 0) {
@@ -58,13 +61,41 @@ ExitCode delegate(Session& session) {
     if (errno != EINTR) break;
   if (child < 0 || (WIFEXITED(status) && WEXITSTATUS(status) == 127))
     throw Failure(ExitCode::input, "not_installed", program + " cannot be started");
-  if (WIFSIGNALED(status)) failSignal(session.argument(0), WTERMSIG(status));
+  if (WIFSIGNALED(status)) failSignal(file, WTERMSIG(status));
   return static_cast<ExitCode>(WEXITSTATUS(status));
 }
 
 }  // namespace
 
-ExitCode runImport(Session& session) { return delegate(session); }
-ExitCode runConvert(Session& session) { return delegate(session); }
+ExitCode runImport(Session& session) {
+  return runMeshProgram(session.words(), session.argument(0));
+}
+ExitCode runConvert(Session& session) {
+  return runMeshProgram(session.words(), session.argument(0));
+}
+
+void convertMeshFile(const std::string& mesh, const std::string& jtFile) {
+  // Its results would stand among those of this program.
+  const char* const arguments[] = {"convert", mesh.c_str(), jtFile.c_str(), "--quiet"};
+  const int standardOutput = dup(STDOUT_FILENO);
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  dup2(nowhere, STDOUT_FILENO);
+  close(nowhere);
+  const auto restore = [&] {
+    dup2(standardOutput, STDOUT_FILENO);
+    close(standardOutput);
+  };
+  ExitCode exit = ExitCode::input;
+  try {
+    exit = runMeshProgram(arguments, mesh);
+  } catch (...) {
+    restore();
+    throw;
+  }
+  restore();
+  if (exit != ExitCode::done)
+    throw Failure(exit, "not_convertible", "the mesh cannot be converted",
+                  {.file = mesh, .segment = {}, .element = {}, .offset = {}});
+}
 
 }  // namespace tool

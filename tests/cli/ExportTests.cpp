@@ -1,0 +1,160 @@
+// `export` and `assemble`: what is written, what is refused, what is left out.
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "AssemblyFiles.h"
+#include "Program.h"
+
+namespace cli {
+namespace {
+
+class Export : public testing::Test {
+ protected:
+  Workspace work_;
+
+  static std::string plan(const std::string& items, const std::string& more = "") {
+    return R"({"schema": "jtw.plan/1", )" + more + R"("items": [)" + items + "]}";
+  }
+  Json bounds(const std::string& file) const { return work_.json("info " + file).at("bounds"); }
+};
+
+TEST_F(Export, WritesWholeAssembliesInOneFileAndInPartFiles) {
+  AssemblyFiles{.cells = 2, .partsPerCell = 3}.write(work_.path("in"));
+  for (const std::string way : {"--monolithic", "--per-part"}) {
+    for (const std::string version : {"8.2", "9.5", "10.0", "10.2"}) {
+      const Json done =
+          work_.json("export in/hall.jt out.jt " + way + " --layer 4 --version " + version);
+      const Json& exported = done.at("exported");
+      EXPECT_EQ(exported.at("parts"), 6) << exported;
+      EXPECT_EQ(exported.at("instances"), 12) << exported;
+      EXPECT_TRUE(done.at("leftOut").empty()) << done;
+      EXPECT_EQ(done.at("files").size(), 8U);
+      EXPECT_EQ(exported.at("files").size(), way == "--per-part" ? 7U : 1U);
+      for (const Json& file : exported.at("files"))
+        EXPECT_EQ(file.at("bytes"), std::filesystem::file_size(work_.path(file.at("file"))));
+      EXPECT_EQ(work_.json("info out.jt").at("version"), version);
+      EXPECT_TRUE(matches(bounds("out.jt"), R"({"min": [-5, -99, 6], "max": [27, 103, 9]})"));
+      EXPECT_EQ(work_.run("verify out.jt").exit, 0);
+    }
+  }
+  // The same again replaces the part files; a dry run and a refusal replace nothing.
+  const std::string before = work_.read("out.jt");
+  EXPECT_EQ(
+      work_.json("export in/hall.jt out.jt --per-part --dry-run").at("exported").at("files").size(),
+      7U);
+  EXPECT_EQ(work_.run("export in/hall.jt missing/out.jt").exit, 4);
+  EXPECT_EQ(work_.run("export nowhere.jt out.jt").exit, 3);
+  for (const char* wrong : {"out.kpak", "-", "out.jt --version 7.0", "out.jt --layer x",
+                            "out.jt --exclude-pmi Nonsense", "out.jt --per-part --monolithic"})
+    EXPECT_EQ(work_.run(std::string("export in/hall.jt ") + wrong).exit, 2) << wrong;
+  EXPECT_EQ(work_.read("out.jt"), before);
+}
+
+TEST_F(Export, ReportsGeometryThatCannotBeReadAndWritesTheRest) {
+  const Json done = work_.json("export zoo95.jt out.jt", 1);
+  ASSERT_FALSE(done.at("leftOut").empty());
+  EXPECT_EQ(done.at("leftOut")[0].at("what"), "geometry");
+  EXPECT_EQ(work_.run("verify out.jt").exit, 0);
+}
+
+TEST_F(Export, LeavesOutAnnotationsOfExcludedTypesAndGroups) {
+  ASSERT_EQ(work_.run("new gear.kpak").exit, 0);
+  for (const char* type : {"Note", "'Fillet Weld'", "Dimension"})
+    ASSERT_EQ(work_.run(std::string("add gear.kpak annotation --text A --type ") + type).exit, 0);
+  const auto count = [&](const std::string& excluded) {
+    work_.json("export gear.kpak out.jt" + excluded);
+    return work_.json("pmi out.jt --all").at("annotations").size();
+  };
+  EXPECT_EQ(count(""), 3U);
+  EXPECT_EQ(count(" --exclude-pmi 'Line Weld Entities'"), 2U);
+  EXPECT_EQ(count(" --exclude-pmi Note,Dimension"), 1U);
+}
+
+TEST_F(Export, AssemblesWhatAPlanSays) {
+  AssemblyFiles{.cells = 1, .partsPerCell = 2}.write(work_.path("in"));
+  work_.write("plan.json",
+              plan(R"({"id": "row", "name": "Row", "place": {"translate": [0, 0, 500]}},
+                {"parent": "row", "source": "in/cell0/part1.jt", "name": "A", "unit": "Inches",
+                 "place": {"translate": [1, 2, 3], "rotate": [0, 0, 90]}, "color": "#ff0000"},
+                {"source": "in/cell0/part1.jt", "name": "B", "layer": 7,
+                 "place": [0,0,-2,9, 0,2,0,8, 2,0,0,7, 0,0,0,1]})",
+                   R"("name": "Hall", "unit": "Centimeters", )"));
+  const Json done = work_.json("assemble plan.json out.jt");
+  EXPECT_TRUE(matches(done.at("exported"), R"({"parts": 1, "instances": 2})"));
+  const Json graph = work_.json("graph out.jt");
+  const auto find = [&](const std::string& name) -> Json {
+    Json found;
+    for (const Json& node : graph.at("nodes"))
+      if (node.at("name") == name) found = node;
+    return found;
+  };
+  EXPECT_EQ(find("Hall").at("properties").at("JT_PROP_MEASUREMENT_UNITS"), "Centimeters");
+  EXPECT_EQ(find("A").at("properties").at("JT_PROP_MEASUREMENT_UNITS"), "Inches");
+  EXPECT_EQ(find("B").at("properties").at("Layer"), "7");
+  EXPECT_TRUE(matches(find("B").at("attributes")[0],
+                      R"({"matrix": [0,0,-2,9, 0,2,0,8, 2,0,0,7, 0,0,0,1]})"));
+  EXPECT_TRUE(matches(find("A").at("attributes")[0],
+                      R"({"matrix": [0,-1,0,1, 1,0,0,2, 0,0,1,3, 0,0,0,1]})"));
+  EXPECT_TRUE(matches(find("A").at("attributes")[1], R"({"diffuse": {"r": 1, "g": 0, "b": 0}})"));
+  EXPECT_EQ(find("A").at("children"), find("B").at("children")) << "one part for both";
+}
+
+TEST_F(Export, NamesTheItemAndTheMemberThatIsWrong) {
+  work_.write("part.jt", work_.read("tiny95.jt"));
+  const struct {
+    std::string text;
+    const char* place;
+  } mistakes[] = {
+      {"[]", "the plan"},
+      {R"({"items": []})", "schema"},
+      {R"({"schema": "jtw.plan/2", "items": []})", "schema"},
+      {R"({"schema": "jtw.plan/1"})", "items"},
+      {R"({"schema": "jtw.plan/1", "items": {}})", "items"},
+      {plan("", R"("extra": 1, )"), "'extra'"},
+      {plan("", R"("name": 1, )"), "name"},
+      {plan("", R"("unit": "Ells", )"), "unit"},
+      {plan("1"), "items[0]"},
+      {plan(R"({"kind": 1})"), "'kind'"},
+      {plan(R"({}, {"id": 7})"), "items[1].id"},
+      {plan(R"({"id": "a"}, {"id": "a"})"), "items[1].id"},
+      {plan(R"({"parent": "a"}, {"id": "a"})"), "items[0].parent"},
+      {plan(R"({"id": "a", "parent": "a"})"), "items[0].parent"},
+      {plan(R"({"id": "a", "source": "part.jt"}, {"parent": "a"})"), "items[1].parent"},
+      {plan(R"({"parent": 3})"), "items[0].parent"},
+      {plan(R"({"source": ""})"), "items[0].source"},
+      {plan(R"({"source": ["x"]})"), "items[0].source"},
+      {plan(R"({"name": {}})"), "items[0].name"},
+      {plan(R"({"place": 1})"), "items[0].place"},
+      {plan(R"({"place": [1, 2, 3]})"), "items[0].place"},
+      {plan(R"({"place": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,"x",1]})"), "items[0].place[14]"},
+      {plan(R"({"place": [1,0,0,0, 0,1,0,0, 0,0,1,0, 1,0,0,1]})"), "items[0].place"},
+      {plan(R"({"place": [0,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]})"), "items[0].place"},
+      {plan(R"({"place": {"move": [1, 2, 3]}})"), "items[0].place"},
+      {plan(R"({"place": {"translate": [1, 2]}})"), "items[0].place.translate"},
+      {plan(R"({"place": {"rotate": [1, 2, null]}})"), "items[0].place.rotate[2]"},
+      {plan(R"({"place": {"translate": [1e39, 2, 3]}})"), "items[0].place"},
+      {plan(R"({"color": "red"})"), "items[0].color"},
+      {plan(R"({"color": 5})"), "items[0].color"},
+      {plan(R"({"layer": 1.5})"), "items[0].layer"},
+      {plan(R"({"layer": 1e10})"), "items[0].layer"},
+      {plan(R"({"unit": "mm"})"), "items[0].unit"},
+  };
+  for (const auto& [text, place] : mistakes) {
+    work_.write("plan.json", text);
+    const Json error = work_.json("assemble plan.json out.jt", 5);
+    EXPECT_EQ(error.at("code"), "bad_plan") << text;
+    EXPECT_NE(error.at("message").get<std::string>().find(place), std::string::npos) << text << '\n'
+                                                                                     << error;
+  }
+  for (const std::string& text : {std::string("{"), std::string(), plan(R"({"source": "no.jt"})"),
+                                  plan(R"({"source": "no.stl"})")}) {
+    work_.write("plan.json", text);
+    EXPECT_EQ(work_.run("assemble plan.json out.jt").exit, 3) << text;
+  }
+  EXPECT_FALSE(work_.exists("out.jt"));
+}
+
+}  // namespace
+}  // namespace cli

@@ -1,0 +1,216 @@
+#include "ExportJob.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <unordered_set>
+
+#include "Component.h"
+#include "InputFile.h"
+#include "JtFormatError.h"
+#include "JtkAssembly.h"
+#include "JtkInstance.h"
+#include "JtkPMIEntity.h"
+#include "JtkPart.h"
+#include "JtkwPMITypeMaps.h"
+#include "Progress.h"
+#include "SaveResult.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+ApiPMIType parseType(const std::string& name) {
+  const JtkwPMITypeMaps& maps = JtkwPMITypeMaps::the();
+  std::string names;
+  for (int i = 0; i < API_PMI_TYPE_COUNT; ++i) {
+    const auto type = static_cast<ApiPMIType>(i);
+    if (maps.getPMITypeName(type) == name) return type;
+    names += (names.empty() ? "" : ", ") + maps.getPMITypeName(type);
+  }
+  failUsage("--exclude-pmi has '" + name + "'; the types are " + names);
+}
+
+std::vector<ApiPMIType> parseTypes(const std::string& text) {
+  std::vector<ApiPMIType> types;
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find(',', start), text.size());
+    types.push_back(parseType(text.substr(start, end - start)));
+    start = end + 1;
+  }
+  return types;
+}
+
+std::uint32_t parseVersion(const std::string& text) {
+  const auto version = jt::FileVersion::parse(text);
+  if (version == jt::FileVersion{8, 1} || version == jt::FileVersion{8, 2})
+    return ApiGraJtVersionData::JT_VERSION_8_2;
+  if (version == jt::FileVersion{9, 5}) return ApiGraJtVersionData::JT_VERSION_9_5;
+  if (version == jt::FileVersion{10, 0}) return ApiGraJtVersionData::JT_VERSION_10_0;
+  if (version == jt::FileVersion{10, 2}) return ApiGraJtVersionData::JT_VERSION_10_2;
+  failUsage("--version is '" + text + "', not 8.2, 9.5, 10.0 or 10.2");
+}
+
+int parseLayer(const std::string& text) {
+  int layer = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), layer);
+  if (error != std::errc() || end != text.data() + text.size())
+    failUsage("--layer is '" + text + "', not a whole number");
+  return layer;
+}
+
+bool isExcluded(const JtkPMIEntity& entity, const std::vector<ApiPMIType>& types) {
+  const JtkwPMITypeMaps& maps = JtkwPMITypeMaps::the();
+  const ApiPMIType type = maps.getApiPMITypeFromJtTk(entity.typeID(), entity.data().type);
+  return std::ranges::any_of(
+      types, [&](ApiPMIType excluded) { return maps.isAncestorOfType(type, excluded); });
+}
+
+[[noreturn]] void failExport(const JtkwExportRoot& root, const std::string& output) {
+  const JtFormatError error(root.errorCode(), jt::lastError());
+  Failure failure = saveFailure(error, output);
+  const bool isName = root.errorCode() == "bad_file_name";
+  throw Failure(isName ? ExitCode::output : failure.exit(), failure.code(), failure.what(),
+                failure.where());
+}
+
+void writeResult(Session& session, const jtk::ExportReport& report, const char* argument,
+                 const std::vector<jt::PartFile>& parts) {
+  JsonWriter& json = session.json();
+  session.beginResult();
+  json.member(argument, session.argument(0));
+  json.key("exported");
+  json.beginObject();
+  json.key("files");
+  json.beginArray();
+  for (const jtk::ExportedFile& file : report.files) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("file", file.file);
+    json.member("bytes", file.bytes);
+    json.member("parts", file.parts);
+    json.end();
+  }
+  json.end();
+  json.member("parts", report.parts);
+  json.member("instances", report.instances);
+  json.member("triangles", report.triangles);
+  json.member("annotations", report.annotations);
+  json.end();
+  json.key("leftOut");
+  json.beginArray();
+  for (const jtk::LeftOut& left : report.leftOut) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("part", left.part.stringToMbs());
+    json.member("what", left.what);
+    json.textOrNull("reason", left.reason);
+    json.end();
+  }
+  json.end();
+  jt::SaveReport saved = report.saved;
+  saved.alsoSaved = report.alsoSaved;
+  writeSaved(session, saved);
+  writeFiles(json, parts);
+  session.endResult();
+}
+
+void showResult(Session& session, const jtk::ExportReport& report, bool dryRun) {
+  const auto count = [](std::uint64_t number, const char* noun) {
+    return counted(static_cast<std::size_t>(number), noun);
+  };
+  session.out().line((dryRun ? "would save " : "saved ") + printable(report.saved.file) +
+                     ", version " + report.saved.version.text() + ": " +
+                     count(report.parts, "part") + " in " + count(report.instances, "place") +
+                     ", " + count(report.triangles, "triangle") + ", " +
+                     count(report.annotations, "annotation"));
+  if (report.files.size() > 1)
+    session.out().line("  with " + count(report.files.size() - 1, "part file"));
+}
+
+}  // namespace
+
+ExportWishes::ExportWishes(Session& session) : output(session.argument(1)) {
+  const Arguments& arguments = session.arguments();
+  if (output == "-") failUsage("an export is written as files; '-' is none");
+  if (DocumentName(output).isFolder || DocumentName(output).isStream)
+    failUsage("'" + output + "' is no name for a JT file");
+  if (arguments.has("per-part") && arguments.has("monolithic"))
+    failUsage("--per-part and --monolithic exclude each other");
+  data.setTargetJtFormat(arguments.has("per-part") ? ApiApproxJtExportData::PART_FILES
+                                                   : ApiApproxJtExportData::SINGLE_FILE);
+  data.setIncludeExactGeom(arguments.has("exact"));
+  if (const std::string* text = arguments.value("version")) data.setJtVersion(parseVersion(*text));
+  if (const std::string* text = arguments.value("layer")) layer = parseLayer(*text);
+  if (const std::string* text = arguments.value("exclude-pmi")) excludedPMI = parseTypes(*text);
+  dryRun = arguments.has("dry-run");
+}
+
+std::string ExportWishes::fileName() const {
+  return std::filesystem::path(output).filename().string();
+}
+
+void readSource(Session& session, const std::string& path, ExportSource& source) {
+  source.opened = openAssembly(session, jtFileOf(DocumentName(path).path));
+  if (!source.root.importHierarchy(ApiKey(1), ApiKey(0), source.opened.top.get()))
+    throw Failure(ExitCode::input, "empty", "there is nothing to export in it",
+                  {.file = path, .segment = {}, .element = {}, .offset = {}});
+}
+
+void excludePMI(JtkHierarchy& top, const std::vector<ApiPMIType>& types) {
+  if (types.empty()) return;
+  std::vector<JtkHierarchy*> open{&top};
+  std::unordered_set<const JtkHierarchy*> seen;
+  while (!open.empty()) {
+    JtkHierarchy* node = open.back();
+    open.pop_back();
+    if (!node || !seen.insert(node).second) continue;
+    if (node->isOfType(JtkEntity::INSTANCE)) {
+      open.push_back(static_cast<JtkInstance*>(node)->child());
+      continue;
+    }
+    auto& unit = static_cast<JtkUnitHierarchy&>(*node);
+    std::vector<JtkPMIEntity*> excluded;
+    for (int i = 0; i < unit.numChildren(); ++i)
+      if (isExcluded(*unit.child(i), types)) excluded.push_back(unit.child(i));
+    unit.removePMIs(excluded);
+    if (!node->isOfType(JtkEntity::ASSEMBLY)) continue;
+    auto& assembly = static_cast<JtkAssembly&>(*node);
+    for (int i = 0; i < assembly.numChildNodes(); ++i) open.push_back(assembly.childNode(i));
+  }
+}
+
+ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes& wishes,
+                     const char* argument, const std::vector<jt::PartFile>& parts) {
+  root.setCadSource();
+  root.setTranslationDate();
+  Progress progress(session, "exporting " + wishes.output);
+  root.setWriteOptions(
+      {.dryRun = wishes.dryRun,
+       .progress =
+           [&progress](const jtk::ExportProgress& now) {
+             const double share = static_cast<double>(now.parts) / static_cast<double>(now.ofParts);
+             constexpr double kMegabyte = 1e6;
+             progress.update(
+                 share,
+                 counted(now.parts, "part") + ", " +
+                     std::to_string(static_cast<int>(static_cast<double>(now.bytes) / kMegabyte)) +
+                     " MB");
+           },
+       .shapeEncoding = {}});
+  if (!root.write(wishes.data)) failExport(root, wishes.output);
+  const jtk::ExportReport& report = root.report();
+  jt::SaveReport saved = report.saved;
+  saved.alsoSaved = report.alsoSaved;
+  showSaveWarnings(session, saved);
+  for (const jtk::LeftOut& left : report.leftOut)
+    session.warn("part '" + printable(left.part.stringToMbs()) + "': " + left.what +
+                 " left out: " + left.reason);
+  if (session.wantsJson())
+    writeResult(session, report, argument, parts);
+  else
+    showResult(session, report, wishes.dryRun);
+  const bool isDamaged = std::ranges::any_of(
+      report.leftOut, [](const jtk::LeftOut& left) { return left.what == "geometry"; });
+  return isDamaged ? ExitCode::no : exitCodeOf(parts);
+}
+
+}  // namespace tool

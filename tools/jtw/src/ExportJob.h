@@ -1,0 +1,61 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ApiPMIType.h"
+#include "Assembly.h"
+#include "Failure.h"
+#include "JtkwComponentExportRoot.h"
+
+namespace tool {
+
+class Session;
+
+// What `export` and `assemble` have in common.
+
+/// Readers of sources, started for as long as the object lives.
+class ExportImporter {
+ public:
+  ExportImporter() { root_.initImporter(); }
+  ~ExportImporter() { root_.deleteImporter(); }
+  ExportImporter(const ExportImporter&) = delete;
+  ExportImporter& operator=(const ExportImporter&) = delete;
+
+ private:
+  JtkwComponentExportRoot root_;
+};
+
+/// The options of an export. Throws Failure "usage" when it is made.
+struct ExportWishes {
+  explicit ExportWishes(Session& session);
+
+  std::string output;
+  /// "out.jt", the name of the file in its folder.
+  std::string fileName() const;
+
+  ApiApproxJtExportData data;
+  std::optional<int> layer;
+  std::vector<ApiPMIType> excludedPMI;
+  bool dryRun = false;
+};
+
+/// A source of an export: a JT file with its part files, and what the toolkit made of it.
+struct ExportSource {
+  OpenedAssembly opened;
+  JtkwComponentExportRoot root;  ///< keeps the hierarchy until it is written
+};
+
+/// Opens a component or a JT file and imports it. Throws Failure.
+void readSource(Session& session, const std::string& path, ExportSource& source);
+
+/// Takes PMI of these types, and of those that they are groups of, out of a hierarchy.
+void excludePMI(JtkHierarchy& top, const std::vector<ApiPMIType>& types);
+
+/// Stamps the document, writes it and reports. Throws Failure.
+/// @param argument name of the member of the result with the first argument
+/// @param parts    part files that were read
+ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes& wishes,
+                     const char* argument, const std::vector<jt::PartFile>& parts);
+
+}  // namespace tool
