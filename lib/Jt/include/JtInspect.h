@@ -20,6 +20,8 @@ namespace jt {
 JT_API std::string elementName(const JtSceneObject* object);
 /// Name of a segment type ("Logical Scene Graph", "Shape LOD0"), "Unknown" for others.
 JT_API const char* segmentName(std::int32_t type);
+/// True for types of segments with exact geometry: XT, JT and STEP B-reps, wireframes, ULP, LWPA.
+JT_API bool isExactGeometry(std::int32_t type) noexcept;
 
 /// One row of the table of contents.
 struct SegmentInfo {

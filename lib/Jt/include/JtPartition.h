@@ -65,12 +65,22 @@ struct SaveOptions {
   StorageSaveOptions storage;
 };
 
+/// Exact geometry of a part that a save leaves out.
+struct LostGeometry {
+  std::string part;         ///< name of the part's node; may be empty
+  std::int32_t nodeId = 0;  ///< in the file that the node was read from; 0: none
+  JtGuid segment;
+  std::int32_t type = 0;  ///< of the segment: 2, 17, 18, ...
+  std::string reason;
+};
+
 struct SaveReport {
   std::string file;
   FileVersion version;
   std::vector<SegmentAction> segments;
   std::vector<SaveWarning> warnings;
-  std::vector<SaveReport> alsoSaved;  ///< of the part files that were saved first
+  std::vector<LostGeometry> lostGeometry;  ///< of every part; its segments are dropped
+  std::vector<SaveReport> alsoSaved;       ///< of the part files that were saved first
 };
 
 /// Why the file that a partition stands for is not open.

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "JtInspect.h"
+
 JtkPart::~JtkPart() = default;
 JtkBrep::~JtkBrep() = default;
 JtkWire::~JtkWire() = default;
@@ -17,22 +19,7 @@ JtkEntity* JtkBrep::entity(TypeID type, int index) const noexcept {
   return wires_[static_cast<std::size_t>(index)].get();
 }
 
-bool JtkBrep::isSegmentType(int type) noexcept {
-  switch (type) {
-    case 2:   // JT B-rep
-    case 17:  // XT B-rep
-    case 18:  // wireframe
-    case 20:  // ULP
-    case 23:
-    case 24:  // LWPA
-    case 30:  // multi-body XT B-rep
-    case 32:  // STEP B-rep
-    case 33:
-      return true;
-    default:
-      return false;
-  }
-}
+bool JtkBrep::isSegmentType(int type) noexcept { return jt::isExactGeometry(type); }
 
 int JtkPart::numLODs(ShapeList list) const noexcept {
   return static_cast<int>(levels_[static_cast<std::size_t>(list)].size());

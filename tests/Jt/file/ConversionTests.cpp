@@ -4,9 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "JtDrawing.h"
 #include "JtInspect.h"
 #include "JtMaterial.h"
 #include "JtTexture.h"
+#include "VisPartNode.h"
 #include "file/ShapeSegment.h"
 #include "support/Differences.h"
 #include "support/Meshes.h"
@@ -186,6 +188,10 @@ TEST(Conversion, WhatAnotherVersionCannotHoldIsDroppedWithAReason) {
       EXPECT_EQ(saved.segment(5).kind, isSame ? Kind::copied : Kind::dropped);
       for (const jt::SegmentAction& action : saved.segments)
         EXPECT_EQ(action.kind == Kind::copied, action.reason.empty()) << action.reason;
+      const auto& lost = storage.report().lostGeometry;
+      ASSERT_EQ(lost.size(), holdsXt ? 0U : 1U);
+      for (const jt::LostGeometry& each : lost)
+        EXPECT_EQ(std::tuple(each.nodeId, each.type), std::tuple(1, 17));
       // Nothing names what is not there.
       EXPECT_EQ(saved.root->numProperties(), isSame ? 4 : holdsXt ? 2 : 1);
       if (!holdsXt || isSame) continue;
@@ -196,6 +202,35 @@ TEST(Conversion, WhatAnotherVersionCannotHoldIsDroppedWithAReason) {
       EXPECT_TRUE(std::ranges::equal(tail, std::as_bytes(std::span(data))));
     }
   }
+}
+
+TEST(Conversion, XtThatNamesBodiesOfAPoolMovesWithThePoolOnly) {
+  MemoryStorage storage;
+  const auto property = [](JtNode& from, const char* key) { return from.property(JtString(key)); };
+  for (const bool isSubordinate : {true, false})
+    for (const bool withPool : {true, false}) {
+      SCOPED_TRACE(testing::Message() << isSubordinate << withPool);
+      const Format format{10, 0, false};
+      Fields xt(format);
+      xt.put(std::uint8_t{1}).put(std::uint8_t{isSubordinate}).zeros(30);
+      const auto source = storage.open(fileWith(
+          format, {{17, elementOf(format, kXt, 9, xt)},
+                   {30, elementOf(format, SceneBuilder::kUnknown, 9, Fields(format).zeros(9))}}));
+      const auto target = jt::make<JtPartition>();
+      const auto part = jt::make<VisPartNode>();
+      part->addProperty(JtString("JT_PROP_NAME"),
+                        jt::make<JtStringPropAtom>(JtString("gear")).get(), true);
+      part->addProperty(JtString("key2"), property(*source, "key2"), true);
+      if (withPool) part->addProperty(JtString("key3"), property(*source, "key3"), true);
+      target->addChild(part.get());
+      const auto saved = storage.open(storage.saved(*target));
+      const bool isKept = withPool || !isSubordinate;
+      EXPECT_EQ(property(*saved->child(0), "key2") != nullptr, isKept);
+      EXPECT_EQ(property(*saved->child(0), "key3") != nullptr, withPool);
+      const auto& lost = storage.report().lostGeometry;
+      ASSERT_EQ(lost.size(), isKept ? 0U : 1U);
+      for (const jt::LostGeometry& each : lost) EXPECT_EQ(each.part, "gear");
+    }
 }
 
 /// A material of one colour under its head of flags.
@@ -299,6 +334,45 @@ TEST(Conversion, TextureCoordinateGeneratorsKeepTheirMapping) {
       }
     }
   }
+}
+
+/// A red occurrence, final or not, of a green shape.
+jt::Ref<JtPartition> redOverGreen(bool isFinal) {
+  auto root = jt::make<JtPartition>();
+  const auto outer = jt::make<JtGroup>();
+  const auto shape = jt::make<JtNullShape>();
+  const auto red = jt::make<JtMaterial>();
+  red->setDiffuseColor(1, 0, 0, 1);
+  red->setFinal(isFinal);
+  const auto green = jt::make<JtMaterial>();
+  green->setDiffuseColor(0, 1, 0, 1);
+  outer->appendAttribute(red.get());
+  shape->appendAttribute(green.get());
+  outer->addChild(shape.get());
+  root->addChild(outer.get());
+  return root;
+}
+
+TEST(Conversion, AFinalMaterialIsFinalInTheFileThePictureAndAComparison) {
+  MemoryStorage storage;
+  for (const FileVersion from : kVersions)
+    for (const FileVersion to : kVersions) {
+      SCOPED_TRACE(from.text() + " to " + to.text());
+      const Saved first = saveAs(storage, *redOverGreen(true), from);
+      const Saved second = saveAs(storage, *first.root, to);
+      for (const Saved* saved : {&first, &second}) {
+        const JtAttribute& red = *saved->root->child(0)->attribute(0);
+        EXPECT_TRUE(red.isFinal());
+        jt::Rgba shown{};
+        jt::visitDrawnShapes(*saved->root, {}, [&](const jt::DrawnShape& drawn) {
+          shown = drawn.material->diffuse();
+          return true;
+        });
+        EXPECT_EQ(shown, (jt::Rgba{1, 0, 0, 1}));
+      }
+      EXPECT_EQ(Differences(*first.root, *second.root).lines(), std::vector<std::string>{});
+      EXPECT_FALSE(Differences(*redOverGreen(false), *second.root).lines().empty());
+    }
 }
 
 TEST(Conversion, AWireHarnessBecomesANullShape) {

@@ -18,7 +18,9 @@
 #include <thread>
 
 #include "JtFormatError.h"
+#include "JtMesh.h"
 #include "JtPartition.h"
+#include "JtShape.h"
 #include "JtStorageManager.h"
 #include "storage/TempFolder.h"
 
@@ -72,13 +74,57 @@ std::string saveText(const std::string& path, const std::string& text,
   return error.code();
 }
 
+/// A limit of open files for as long as it lives.
+class FewDescriptors {
+ public:
+  explicit FewDescriptors(rlim_t count) {
+    EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &before_), 0);
+    const rlimit few{count, before_.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+  }
+  ~FewDescriptors() { EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before_), 0); }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST(Save, JoinsPartsOfMoreFilesThanThereAreDescriptors) {
+  constexpr int kFiles = 100;
+  const TempFolder folder;
+  const FewDescriptors few(64);
+  const auto all = jt::make<JtPartition>();
+  for (int i = 0; i < kFiles; ++i) {
+    auto mesh = std::make_shared<jt::Mesh>();
+    mesh->positions = {{0, 0, 0}, {1, 0, 0}, {0, 2, static_cast<float>(i)}};
+    mesh->corners = {0, 1, 2};
+    const auto made = jt::make<JtPartition>();
+    made->addChild(jt::makeShape(mesh).get());
+    const auto place = jt::make<JtFSStorageLocation>("", folder / (std::to_string(i) + ".jt"));
+    made->save(place.get());
+    JtPartition* opened = nullptr;
+    ASSERT_NO_THROW(JtPartition::openPartition(place.get(), nullptr, opened)) << i;
+    all->addChild(jt::as<JtNode>(opened->child(0)->clone().get()));
+    opened->unref();
+  }
+  const auto target = jt::make<JtFSStorageLocation>("", folder / "all.jt");
+  all->save(target.get());
+  JtPartition* joined = nullptr;
+  JtPartition::openPartition(target.get(), nullptr, joined);
+  ASSERT_EQ(joined->numChildren(), kFiles);
+  for (int i = 0; i < kFiles; ++i) {
+    const auto mesh = jt::as<JtShape>(joined->child(i))->mesh();
+    ASSERT_TRUE(mesh) << jt::lastError();
+    EXPECT_EQ(mesh->positions.at(2)[2], static_cast<float>(i));
+  }
+  joined->unref();
+}
+
 TEST(Save, TakesItsPiecesFromMoreFilesThanThereAreDescriptors) {
   constexpr std::size_t kFiles = 300;
   const TempFolder folder;
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-  const rlimit few{100, before.rlim_max};
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+  const FewDescriptors few(100);
   std::vector<jt::Ref<jt::FileImage>> images;
   std::vector<jt::FilePiece> pieces;
   std::string expected;
@@ -96,8 +142,6 @@ TEST(Save, TakesItsPiecesFromMoreFilesThanThereAreDescriptors) {
   fs::resize_file(folder / "in/251", 4);
   EXPECT_THROW(save(folder / "out", pieces), JtFormatError);
   EXPECT_EQ(contentOf(folder / "out"), expected);
-  images.clear();
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
 }
 
 TEST(Save, WritesAllPiecesInOrder) {

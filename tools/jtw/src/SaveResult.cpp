@@ -14,6 +14,13 @@ bool isRewritten(const jt::SegmentAction& action) {
   return action.kind == Kind::rewritten || action.kind == Kind::added;
 }
 
+/// What names a part in a message.
+std::string partText(const jt::LostGeometry& lost) {
+  const std::string node = lost.nodeId == 0 ? "" : "#" + std::to_string(lost.nodeId);
+  if (lost.part.empty()) return "part " + (node.empty() ? "without name" : node);
+  return "part '" + lost.part + "'" + (node.empty() ? "" : " (" + node + ")");
+}
+
 template <class Matches>
 void writeList(JsonWriter& json, const char* name, const jt::SaveReport& report,
                const Matches& matches) {
@@ -81,6 +88,18 @@ void writeReport(JsonWriter& json, const jt::SaveReport& report) {
   writeList(json, "dropped", report,
             [](const auto& action) { return action.kind == Kind::dropped; });
   json.end();
+  json.key("lostGeometry");
+  json.beginArray();
+  for (const jt::LostGeometry& lost : report.lostGeometry) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.textOrNull("part", lost.part);
+    json.member("node", lost.nodeId == 0 ? std::nullopt : std::optional<int>(lost.nodeId));
+    json.member("segment", lost.segment.text());
+    json.member("type", lost.type);
+    json.textOrNull("reason", lost.reason);
+    json.end();
+  }
+  json.end();
   json.end();
 }
 
@@ -117,6 +136,10 @@ void showSaveWarnings(Session& session, const jt::SaveReport& report) {
   if (!session.arguments().has("dry-run")) session.noteWritten(report.file);
   for (const jt::SaveWarning& warning : report.warnings)
     session.warn(report.file + ": " + warning.message, warning.code);
+  for (const jt::LostGeometry& lost : report.lostGeometry)
+    session.warn(report.file + ": the " + jt::segmentName(lost.type) + " of " + partText(lost) +
+                     " is left out: " + lost.reason,
+                 "geometry_left_out");
   for (const jt::SaveReport& part : report.alsoSaved) showSaveWarnings(session, part);
 }
 

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "JtInspect.h"
 #include "ParallelFor.h"
 #include "SavePlan.h"
 #include "SegmentObjects.h"
@@ -31,6 +32,30 @@ std::unordered_set<JtGuid> segmentsNamedIn(SceneSource& source) {
     if (const auto* late = as<JtLateLoadedPropAtom>(atom.get())) named.insert(late->segmentId());
   }
   return named;
+}
+
+/// Visits the late-loaded values of nodes.
+template <class Visit>
+void eachLateLoaded(const std::vector<const JtNode*>& nodes, const Visit& visit) {
+  for (const JtNode* node : nodes) {
+    JtPropAtom* key = nullptr;
+    JtPropAtom* value = nullptr;
+    for (int i = 0; node->getProperty(i, key, value); ++i)
+      if (const auto* late = as<JtLateLoadedPropAtom>(value)) visit(*node, *late);
+  }
+}
+
+/// True when a node names a MultiXT segment of that file.
+bool namesPoolOf(const Container& file, const std::vector<const JtNode*>& nodes) {
+  constexpr std::int32_t kMultiXt = 30;
+  bool isNamed = false;
+  eachLateLoaded(nodes, [&](const JtNode&, const JtLateLoadedPropAtom& late) {
+    const SceneSource* source = SceneSource::sourceOf(late);
+    const TocEntry* entry =
+        source && &source->container() == &file ? file.find(late.segmentId()) : nullptr;
+    isNamed = isNamed || (entry && entry->type() == kMultiXt);
+  });
+  return isNamed;
 }
 
 }  // namespace
@@ -81,6 +106,10 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     const auto nodes = SceneWriter::nodesOf(top_);
     for (ChangedObject& changed : SceneWriter::changedMetaData(nodes))
       converter_.setChanged(*changed.entry, std::move(changed.object), changed.reason);
+    converter_.setHasPools([&](const Container& from) {
+      // Those of the file itself stay, whether they are named or not.
+      return &from == container_ || namesPoolOf(from, nodes);
+    });
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
     const SavePlan plan(top_, nodes, !container_ || SceneWriter::isChanged(top_, source_),
                         encoding_, format_, converter_);
@@ -98,11 +127,31 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
       pieces.push_back(
           {segment->bytes, segment->source, segment->source ? segment->sourceOffset : 0});
     for (const Segment& segment : segments_) report_.segments.push_back(segment.action);
+    noteLostGeometry(nodes);
+    converter_.setHasPools({});
   }
   if (!options_.dryRun) {
     store(location, pieces);
   }
   return std::move(report_);
+}
+
+/// Reports what is dropped for each part that has it.
+void FileWriter::noteLostGeometry(const std::vector<const JtNode*>& nodes) {
+  std::unordered_map<JtGuid, const SegmentAction*> lost;
+  for (const SegmentAction& action : report_.segments)
+    if (action.kind == SegmentAction::Kind::dropped && isExactGeometry(action.type))
+      lost.emplace(action.id, &action);
+  if (lost.empty()) return;
+  const JtString nameKey("JT_PROP_NAME");
+  eachLateLoaded(nodes, [&](const JtNode& node, const JtLateLoadedPropAtom& late) {
+    const auto found = lost.find(late.segmentId());
+    if (found == lost.end()) return;
+    const auto* name = as<JtStringPropAtom>(node.property(nameKey));
+    report_.lostGeometry.push_back({name ? name->value().stringToMbs() : std::string(),
+                                    node.objectId(), found->first, found->second->type,
+                                    found->second->reason});
+  });
 }
 
 void FileWriter::takeScene(EncodedScene scene) {

@@ -49,6 +49,7 @@ class FileWriter {
   std::string versionText() const;
   Buffer encodeNew(const NewSegment& segment, codec::Report& losses) const;
   void warn(const char* code, const std::string& message);
+  void noteLostGeometry(const std::vector<const JtNode*>& nodes);
   void takeScene(EncodedScene scene);
 
   const JtPartition& partition_;

@@ -115,10 +115,30 @@ codec::VariantChoice& SegmentConverter::variantsOf(const Container& from) {
   return *variants;
 }
 
+/// True for XT geometry whose bodies are in a segment that stays behind.
+bool SegmentConverter::lacksPool(const Container& from, const TocEntry& entry) const {
+  constexpr std::int32_t kXt = 17;
+  constexpr std::int32_t kMultiXt = 30;
+  if (entry.type() != kXt || !hasPools_) return false;
+  const auto isPool = [](const TocEntry& other) { return other.type() == kMultiXt; };
+  if (std::ranges::none_of(from.toc(), isPool) || hasPools_(from)) return false;
+  try {
+    const SegmentContent content = from.load(entry);
+    const auto elements = segmentElements(content.bytes, from.format());
+    return std::ranges::any_of(elements, [&](const SegmentElement& element) {
+      return isSubordinateXt(element, from.format());
+    });
+  } catch (const JtFormatError&) {
+    return false;  // carried as it is
+  }
+}
+
 ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& entry,
                                         const Changes* changes) {
   if (!from.format().sameSegmentsAs(format_))
     return isShapeSegment(entry.type()) ? makeShape(from, entry) : makeOther(from, entry, changes);
+  if (lacksPool(from, entry))
+    return dropped("its bodies are in a MultiXT segment of its file, which does not come along");
   std::vector<Ref<JtBase>> objects = changes ? changes->objects : std::vector<Ref<JtBase>>();
   const bool convertsPMI = !from.format().samePMIAs(format_) && addPMI(from, entry, objects);
   if (objects.empty()) {

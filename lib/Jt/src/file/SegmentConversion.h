@@ -2,6 +2,7 @@
 
 // Segments of one version of the format in the form of another.
 
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -42,6 +43,10 @@ class SegmentConverter {
   /// An object that takes the place of the element that it was read from. To be called before any
   /// conversion. Throws JtFormatError, "segment_shared" when another object takes the same place.
   void setChanged(const TocEntry& entry, Ref<JtBase> object, const char* reason);
+  /// Whether the MultiXT segments of a file are to be in the new file; until it is set, all are.
+  void setHasPools(std::function<bool(const Container&)> hasPools) {
+    hasPools_ = std::move(hasPools);
+  }
   /// Throws for objects that were changed, never for the segment's own content. Safe from several
   /// threads.
   const ConvertedSegment& convert(const Container& from, const TocEntry& entry);
@@ -58,10 +63,12 @@ class SegmentConverter {
   ConvertedSegment makeOther(const Container& from, const TocEntry& entry,
                              const Changes* changes) const;
   codec::VariantChoice& variantsOf(const Container& from);
+  bool lacksPool(const Container& from, const TocEntry& entry) const;
 
   const Format format_;
   const ShapeEncoding encoding_;
   const int level_;
+  std::function<bool(const Container&)> hasPools_;
   std::unordered_map<const TocEntry*, Changes> changes_;
   std::mutex mutex_;
   std::unordered_map<const TocEntry*, std::unique_ptr<ConvertedSegment>> done_;

@@ -71,6 +71,12 @@ const JtGuid& xtBrepTypeId() noexcept {
   return id;
 }
 
+bool isSubordinateXt(const SegmentElement& element, const Format& format) {
+  constexpr std::size_t kFlag = 1;  // behind the version
+  return element.frame.typeId == xtBrepTypeId() && format.has(Feature::byteVersions) &&
+         element.body.size() > kFlag && element.body[kFlag] != std::byte{0};
+}
+
 std::optional<Buffer> convertXtBrep(const SegmentElement& element, const Format& from,
                                     const Format& to) {
   if (to.has(Feature::byteVersions)) return {};

@@ -10,6 +10,10 @@ namespace jt::file {
 
 const JtGuid& xtBrepTypeId() noexcept;
 
+/// True for an element that has no geometry of its own: it names bodies that a MultiXT segment of
+/// its file holds.
+bool isSubordinateXt(const SegmentElement& element, const Format& format);
+
 /// The body of an element with the same geometry in the form of 8.x or 9.x. Nothing for a target
 /// whose form is not known whole (10.x ends with a collection of unknown layout), and where the
 /// geometry is not found. Throws JtFormatError for a damaged frame.

@@ -37,6 +37,23 @@ std::string elementName(const JtSceneObject* object) {
 
 const char* segmentName(std::int32_t type) { return file::segmentTypeName(type); }
 
+bool isExactGeometry(std::int32_t type) noexcept {
+  switch (type) {
+    case 2:   // JT B-rep
+    case 17:  // XT B-rep
+    case 18:  // wireframe
+    case 20:  // ULP
+    case 23:  // smart topology table
+    case 24:  // LWPA
+    case 30:  // MultiXT B-rep
+    case 32:  // STEP B-rep, by edition
+    case 33:
+      return true;
+    default:
+      return false;
+  }
+}
+
 FileSummary summarizeFile(const JtPartition& partition) {
   const file::Container& container = *partition.container();
   FileSummary summary;
