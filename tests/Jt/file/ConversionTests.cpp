@@ -75,7 +75,7 @@ jt::codec::QuantizationParameters quantizationOf(const JtShape& shape, FileVersi
   jt::codec::QuantizationParameters bits{};
   for (const auto& field : list.fields)
     if (field.name == std::string_view("quantizationParameters"))
-      std::ranges::copy(list.integersOf(field), bits.begin());
+      std::copy_n(list.integersOf(field).begin(), bits.size(), bits.begin());
   return bits;
 }
 
