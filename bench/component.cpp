@@ -182,11 +182,3 @@ BENCHMARK(locateAndColor)->RangeMultiplier(10)->Range(100, 10000)->Unit(benchmar
 BENCHMARK(saveAfterEdits)->Arg(0)->Arg(1000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  JtwManager::init();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  JtwManager::fini();
-  return 0;
-}

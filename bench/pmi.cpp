@@ -123,11 +123,3 @@ BENCHMARK(readAnnotations)->Apply(counts);
 BENCHMARK(changeOne)->Apply(counts);
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  JtwManager::init();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  JtwManager::fini();
-  return 0;
-}

@@ -40,6 +40,25 @@ TEST(MeshCommands, ImportMakesAComponentThatConvertsBack) {
                            R"({"saved": {"version": "9.5"}})"));
 }
 
+TEST(MeshCommands, AnnotationsGoIntoGlbAsLines) {
+  const Workspace workspace;
+  workspace.json("convert typed95.jt out.glb");
+  const std::string glb = workspace.read("out.glb");
+  constexpr std::size_t kChunk = 20;  // header, and length and type of the first chunk
+  ASSERT_GT(glb.size(), kChunk);
+  const Json gltf = Json::parse(glb.substr(
+      kChunk, static_cast<unsigned char>(glb[12]) + 256U * static_cast<unsigned char>(glb[13])));
+  std::size_t ends = 0;
+  for (const Json& mesh : gltf.at("meshes"))
+    for (const Json& primitive : mesh.at("primitives")) {
+      EXPECT_EQ(primitive.at("mode"), 1);
+      const auto indices = primitive.at("indices").get<std::size_t>();
+      ends += gltf.at("accessors").at(indices).at("count").get<std::size_t>();
+    }
+  // Nine lines of one segment and nine of two, three of solid kinds and two of generic entities.
+  EXPECT_EQ(ends, 2U * (9 + 18 + 3 + 2));
+}
+
 TEST(MeshCommands, ImportWarnsOfEveryNumberThatItChanges) {
   const Workspace workspace;
   const std::string corners = "v 0 0 0\nv 10 0 0\nv 10 20 0\nvn 0 0 1\nvn 0 0 3\n";

@@ -1,11 +1,23 @@
 // The body of a PMI element, in the form that the first byte chooses: reported, read, written back,
-// written in the other forms, merged with itself, and edited. A finding is content that is not
-// written back as it was, that some version cannot hold, or that cannot be read again.
+// written in the other forms, merged with itself, and edited; then it is the PMI of a component,
+// whose annotations are read, changed and written back. A finding is content that is not written
+// back as it was, that some version cannot hold, that cannot be read again, or that an edit of
+// other PMI changes.
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
+#include "ApiDocument.h"
+#include "ApiDocumentRef.h"
+#include "DmKrUtilsStreamStorageLocation.h"
+#include "DocumentStore.h"
+#include "JtwManager.h"
+#include "JtwPMIAnnotation.h"
+#include "JtwPMIs.h"
+#include "JtwTree.h"
+#include "MemoryStream.h"
+#include "VisMetaDataNode.h"
 #include "file/PMIElement.h"
 #include "file/PMITags.h"
 
@@ -96,10 +108,121 @@ void edit(const PMIData& data, const Format& format) {
   }
 }
 
+// --- The component that has the PMI
+
+using Stream = CComPtr<MemoryStream>;
+using EntityBytes = std::vector<std::byte>;
+
+/// A file with one node that has the content.
+Stream fileWith(const PMIData& data, const Format& format) {
+  const auto partition = make<JtPartition>();
+  const auto node = make<VisMetaDataNode>();
+  partition->addChild(node.get());
+  node->setPMI(PMIAccess::make(data).get());
+  SaveOptions options;
+  options.version =
+      FileVersion{format.major, format.minor == 5 && format.major == 10 ? 2 : format.minor};
+  const auto stream = MemoryStream::create();
+  const auto location = make<DmKrUtilsStreamStorageLocation>();
+  location->setStreamObject(new DmKrUtilsStreamObject(CComPtr<IStream>(stream.get())));
+  partition->save(location.get(), options);
+  return stream;
+}
+
+/// An opened component with its annotations.
+class Opened {
+ public:
+  explicit Opened(const Stream& stream)
+      : document_(host::withStream(ApiDocumentRef(std::make_shared<ApiDocument>("fuzzed")),
+                                   CComPtr<IStream>(stream.get()),
+                                   ApiDocument::StreamDuty::should)) {
+    auto error = JtwRoot::JT_PATH_NOT_FOUND;
+    root_ = JtwManager::the().computeExistingDocRoot(document_, JtwRoot::JT_LOAD_WITH_UNIT_PROPERTY,
+                                                     error);
+    if (!root_ || !jtw::loadWrappers(*root_)) finding("a component cannot be opened");
+    for (const jtw::TreeEntry& entry : jtw::tree(*root_, *root_))
+      if (entry.node->type() == JtwNode::JT_PMI_ANNOTATION_NODE)
+        annotations.push_back(static_cast<JtwPMIAnnotation*>(entry.node));
+  }
+  Opened(const Opened&) = delete;
+  Opened& operator=(const Opened&) = delete;
+  ~Opened() { JtwManager::the().releaseRoot(document_); }
+
+  JtwRoot& root() { return *root_; }
+  const PMIDataManager* pmi() {
+    auto* holder = as<VisMetaDataNode>(root_->jtNode());
+    return holder ? holder->pmi() : nullptr;
+  }
+  /// The entities as generic ones: their codes, lines and properties, in order.
+  std::vector<EntityBytes> entities() {
+    std::vector<EntityBytes> all;
+    if (!pmi()) return all;
+    const auto shown = pmi()->generic();
+    for (const PMIGenericEntity& entity : shown->pmiDataGenericArray()) {
+      EntityBytes& text = all.emplace_back();
+      const auto add = [&text](const auto& numbers) {
+        const auto bytes = std::as_bytes(std::span(numbers));
+        text.insert(text.end(), bytes.begin(), bytes.end());
+      };
+      add(std::array{entity.type, entity.parentType, entity.userFlags});
+      add(entity.base.frame);
+      add(entity.lines.vertices);
+      add(entity.lines.indices);
+      for (const PMIProperty& property : entity.properties) {
+        add(property.key.text.units());
+        add(property.value.text.units());
+      }
+    }
+    return all;
+  }
+
+  std::vector<JtwPMIAnnotation*> annotations;
+
+ private:
+  ApiDocumentRef document_;
+  JtwRoot* root_ = nullptr;
+};
+
+/// One annotation is added and one renamed: all others stay.
+void annotate(const PMIData& data, const Format& format) {
+  const Stream stream = fileWith(data, format);
+  std::vector<EntityBytes> expected;
+  bool isWritten = false;
+  {
+    Opened opened(stream);
+    expected = opened.entities();
+    if (!opened.root().write(false)) finding("an unchanged component cannot be written");
+    if (opened.entities() != expected) finding("writing changed PMI that nobody changed");
+    opened.root().setKey(ApiProtoKey(1));
+    JtwPMIAnnotation* made = opened.root().createPMIAnnotationNode(
+        ApiProtoKey(99), opened.root().key(), RTTran3D::fromTranslation({1, 2, 3}));
+    if (!made) return;
+    made->annotationData().annotationType = API_PMI_NOTE;
+    made->annotationData().textLines = {"added"};
+    if (!opened.annotations.empty()) {
+      const auto changed = static_cast<std::ptrdiff_t>(opened.annotations[0]->id());
+      opened.annotations[0]->setName(L"renamed");
+      expected.erase(expected.begin() + changed);
+    }
+    isWritten = opened.root().write(false);
+  }
+  if (!isWritten) return;
+  Opened again(stream);
+  const std::vector<EntityBytes> found = again.entities();
+  auto at = found.begin();
+  for (const EntityBytes& entity : expected) {
+    at = std::find(at, found.end(), entity);
+    if (at == found.end()) finding("an edit changed PMI of others");
+    ++at;
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
+  static const bool isReady = (JtwManager::init(), true);
+  (void)isReady;
   const Format& format = kForms[data[0] % std::size(kForms)];
   const auto body = std::as_bytes(std::span(data, size)).subspan(1);
   try {
@@ -116,6 +239,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!std::ranges::equal(out.bytes(), body)) finding("not written back as it was read");
     convert(read);
     edit(read, format);
+    annotate(read, format);
   } catch (const JtFormatError&) {
     return 0;
   }

@@ -17,6 +17,7 @@ class JT_API JtLightSet : public JtAttribute {
 
  private:
   friend struct jt::file::AttributeFields;
+  friend class jt::file::SceneWriter;
   jt::LocalVersion version_;
   std::vector<std::int32_t> lights_;
 };

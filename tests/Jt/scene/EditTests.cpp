@@ -11,6 +11,7 @@
 #include "JtBaseDataStream.h"
 #include "JtFactory.h"
 #include "JtInstance.h"
+#include "JtLights.h"
 #include "VisPartNode.h"
 #include "file/SceneSource.h"
 #include "support/FileBuilder.h"
@@ -291,6 +292,43 @@ TEST(Edit, WhatComesFromAnotherFileBringsItsSegments) {
       ASSERT_TRUE(part && part->ensureMetaData() && part->metaData());
       EXPECT_EQ(part->metaData()->entries().size(), 3U);
     }
+}
+
+// Light sets and object references name objects by their ids, which are others in another file.
+TEST(Edit, ObjectsThatValuesNameComeAlongUnderTheirNewIds) {
+  MemoryStorage storage;
+  for (const char* into : {"tiny95.jt", "tiny100.jt", ""}) {
+    SCOPED_TRACE(into);
+    const auto from = storage.open(testData("zoo95.jt"));
+    const auto root = *into ? storage.open(testData(into)) : jt::make<JtPartition>();
+    const auto named = jt::Ref<JtNode>(at(*from, {1}));  // which its own first child names
+    for (int i = 0; i < from->numAttributes(); ++i)
+      if (jt::as<JtLightSet>(from->attribute(i))) named->appendAttribute(from->attribute(i));
+    ASSERT_TRUE(root->addChild(named.get()));
+    const auto again = storage.open(storage.saved(*root));
+    const JtNode* group = again->child(again->numChildren() - 1);
+    const JtLightSet* lights = nullptr;
+    for (int i = 0; i < group->numAttributes(); ++i)
+      if (const auto* set = jt::as<JtLightSet>(group->attribute(i))) lights = set;
+    ASSERT_TRUE(lights && lights->lightIds().size() == 2);
+    const SceneSource* scene = SceneSource::sourceOf(*again);
+    std::string kinds;
+    for (const std::int32_t id : lights->lightIds()) {
+      const std::uint32_t element = scene->find(id);
+      ASSERT_NE(element, SceneSource::kNone) << id;
+      kinds += scene->kind(element)->name + std::string(";");
+    }
+    EXPECT_EQ(kinds, "Infinite Light Attribute;Point Light Attribute;");
+    JtPropAtom* key = nullptr;
+    JtPropAtom* value = nullptr;
+    int pointers = 0;
+    for (int i = 0; group->child(0)->getProperty(i, key, value); ++i)
+      if (const auto* pointer = jt::as<JtPtrPropAtom>(value)) {
+        EXPECT_EQ(pointer->targetId(), group->objectId());
+        ++pointers;
+      }
+    EXPECT_EQ(pointers, 1);
+  }
 }
 
 /// A scene as text, without what one of the versions on its way does not hold.

@@ -110,6 +110,22 @@ TEST(PMIEdit, MetaDataAndPMIOfOneSegmentAreSavedTogether) {
   EXPECT_EQ(summaryOf(*saved.pmi()), summaryOf(*node.pmi()));
 }
 
+TEST(PMIEdit, ACopyOfANodeHasTheChangesOfMetaDataAndPMI) {
+  MemoryStorage storage;
+  Fields content(kDim9.format);
+  content.raw(metaDataElement(kDim9.format, {"keep", "drop"})).raw(kDim9.content());
+  const auto root = storage.open(pmiFile(kDim9.format, content.bytes(), true));
+  VisMetaDataNode& node = pmiNode(*root);
+  ASSERT_TRUE(node.ensureMetaData() && node.pmi()) << jt::lastError();
+  ASSERT_TRUE(node.deleteProperty(jt::make<JtStringPropAtom>(JtString("drop")).get()));
+  node.pmi()->addGenericEntity(entityNamed(*node.pmi(), "burr"));
+  const jt::Ref<JtBase> copied = node.clone();
+  auto& copy = *jt::as<VisMetaDataNode>(copied.get());
+  ASSERT_TRUE(copy.ensureMetaData() && copy.pmi());
+  EXPECT_EQ(copy.metaData()->entries().size(), 1U);
+  EXPECT_EQ(summaryOf(*copy.pmi()), summaryOf(*node.pmi()));
+}
+
 TEST(PMIEdit, AnEntityLeavesWithItsAssociationsAndItsTag) {
   for (const PMIVector& vector : {kDim9, kDim105}) {
     SCOPED_TRACE(vector.name);

@@ -31,6 +31,9 @@ struct AtomFields {
     ar("value", atom.value_);
   }
 
+  /// Lets a copy that is written to another file name its object by the id there.
+  static void setTarget(JtPtrPropAtom& atom, std::int32_t id) { atom.target_ = id; }
+
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtPtrPropAtom>& atom) {
     typed(ar, atom);

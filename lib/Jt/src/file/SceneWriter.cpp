@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "AtomFields.h"
 #include "JtInstance.h"
 #include "JtLights.h"
 #include "JtShape.h"
@@ -209,6 +210,7 @@ void SceneWriter::collectGraph() {
       meet(attribute, hasOwnSlot(attribute) || ids_.at(&attribute) == 0);
     }
   }
+  takeLights(added);
   graph_.reserve(count + added.size());
   for (std::uint32_t element = 0; element < count; ++element) {
     const Item item{live[element], element, source_->objectId(element)};
@@ -216,6 +218,69 @@ void SceneWriter::collectGraph() {
   }
   graph_.insert(graph_.end(), added.begin(), added.end());
   std::erase_if(graph_, [&](const Item& item) { return skipsInConversion(item); });
+}
+
+/// The id in the new file of an object of another file; 0 for one that does not come along.
+std::int32_t SceneWriter::newIdOf(const SceneSource& from, std::int32_t id) {
+  const auto note = [this](const JtSceneObject& object) {
+    const SceneSource* source = SceneSource::sourceOf(object);
+    if (source && source != source_)
+      newIdOf_.try_emplace({source, source->objectId(SceneSource::elementOf(object))},
+                           idOf(object));
+  };
+  if (!knowsNewIds_)
+    for (const JtNode* node : nodes_) {
+      note(*node);
+      for (int i = 0; i < node->numAttributes(); ++i) note(*node->attribute(i));
+    }
+  knowsNewIds_ = true;
+  const auto found = newIdOf_.find({&from, id});
+  return found == newIdOf_.end() ? 0 : found->second;
+}
+
+/// Light sets name their lights by id, and often nothing else does. Those of sets from other files
+/// come along.
+void SceneWriter::takeLights(std::vector<Item>& added) {
+  for (const JtNode* node : nodes_)
+    for (int i = 0; i < node->numAttributes(); ++i) {
+      const auto* set = as<JtLightSet>(node->attribute(i));
+      SceneSource* from = set ? SceneSource::sourceOf(*set) : nullptr;
+      if (!from || from == source_) continue;
+      for (const std::int32_t id : set->lightIds()) {
+        const std::uint32_t element = from->find(id);
+        if (element >= from->firstAtom() || newIdOf(*from, id) != 0) continue;
+        Links links;
+        const ElementKind* kind = nullptr;
+        std::string damage;
+        const Ref<JtSceneObject> light =
+            SceneReader::readElement(*from, element, links, kind, &damage);
+        if (!damage.empty() || !JtType::isA(light.get(), JtLight::classTypeID())) continue;
+        from->bind(*light, element);
+        lights_.push_back(light);
+        const std::int32_t taken = newId();
+        setNewId(*light, taken);
+        newIdOf_[{from, id}] = taken;
+        added.push_back({light.get(), SceneSource::kNone, taken});
+      }
+    }
+}
+
+/// A copy of an object of another file that names objects by their new ids; empty when it names
+/// none.
+Ref<JtSceneObject> SceneWriter::withNewIds(const JtSceneObject& object) {
+  const SceneSource* from = SceneSource::sourceOf(object);
+  if (!from || from == source_) return {};
+  if (const auto* set = as<JtLightSet>(&object)) {
+    auto copy = make<JtLightSet>(*set);
+    for (std::int32_t& id : copy->lights_) id = newIdOf(*from, id);
+    return copy;
+  }
+  if (const auto* pointer = as<JtPtrPropAtom>(&object)) {
+    auto copy = make<JtPtrPropAtom>(*pointer);
+    AtomFields::setTarget(*copy, newIdOf(*from, pointer->targetId()));
+    return copy;
+  }
+  return {};
 }
 
 /// True for what another form cannot hold; says so. Only what is understood can be converted.
@@ -332,7 +397,8 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& link
   }
   fields(writer, frame, true);
   writer.setLinks(links);
-  kind->write(writer, object);
+  const Ref<JtSceneObject> moved = withNewIds(object);
+  kind->write(writer, moved ? *moved : object);
   const std::size_t length = out.size() - start - kLengthSize;
   if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
     throw JtFormatError("too_large", "an element of 2 GiB cannot be stored");

@@ -3,6 +3,7 @@
 // Scene graph to bytes. Elements that were read and not touched are copied as they are when the
 // form is the same; everything else runs through its field list.
 
+#include <map>
 #include <unordered_set>
 #include <vector>
 
@@ -92,6 +93,9 @@ class SceneWriter {
   /// @param links ids of its attributes and children
   void writeObject(ByteSink& out, const Item& item, const Links& links);
   void fillLinks(const JtSceneObject& object);
+  std::int32_t newIdOf(const SceneSource& from, std::int32_t id);
+  void takeLights(std::vector<Item>& added);
+  Ref<JtSceneObject> withNewIds(const JtSceneObject& object);
   bool namesLostSegment(const Property& property);
   std::optional<JtGuid> newIdOf(const JtLateLoadedPropAtom& late, const JtType* wanted) const;
   void addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t id);
@@ -131,6 +135,10 @@ class SceneWriter {
   RecentTexts newTexts_;                    // equal texts share one atom
   std::vector<bool> liveAtoms_;             // by element - firstAtom
   std::vector<Ref<JtPropAtom>> kept_;       // what ids_ points at
+  std::vector<Ref<JtSceneObject>> lights_;  // that light sets of other files name
+  // New ids of objects of other files; filled when a value first names one.
+  std::map<std::pair<const SceneSource*, std::int32_t>, std::int32_t> newIdOf_;
+  bool knowsNewIds_ = false;
 };
 
 }  // namespace jt::file
