@@ -200,7 +200,11 @@ class BasicReader {
     if (has(Feature::byteVersions)) {
       as<std::uint8_t>(name, version.value);
     } else {
+      const std::byte* const field = at_;
       (*this)(name, version.value);
+      if (version.value > LocalVersion::kAbsent) return;
+      at_ = field;  // the two least numbers mean something else in memory
+      fail(name, "a version cannot be " + std::to_string(version.value));
     }
   }
   /// A last field that older forms lack: read when there are bytes for it.
