@@ -2,6 +2,7 @@
 // curves evaluated, written in every form and read again. A finding is content that changes on the
 // way.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -28,6 +29,9 @@ Buffer written(const WireframeData& data, const Format& format) {
   writeWireframe(out, data, format);
   return std::move(out).take();
 }
+
+/// Knots that descend can be read in more than one way.
+bool hasOrder(const WireCurve& curve) { return std::ranges::is_sorted(curve.knots); }
 
 /// Numbers need not be equal to themselves, so that contents are compared as bytes.
 bool isSame(const WireframeData& a, const WireframeData& b, const Format& format) {
@@ -58,7 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
       const Buffer stored = written(read, other);
       const WireframeData again = readWireframe(stored.bytes(), other, 0);
-      if (!isSame(read, again, other)) finding("a wireframe changes on its way through a file");
+      const bool isClear = std::ranges::all_of(read.curves, hasOrder);
+      if (isClear && !isSame(read, again, other))
+        finding("a wireframe changes on its way through a file");
     } catch (const JtFormatError& error) {
       finding(error.what());
     }

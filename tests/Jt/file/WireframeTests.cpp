@@ -155,6 +155,17 @@ TEST(Wireframe, EveryFieldIsReadInTheOrderOfItsGeneration) {
   }
 }
 
+TEST(Wireframe, AnOddNumberOfPairedKnotsIsCompleted) {
+  Layout layout;
+  layout.counts[0] = 5;  // three inner knots, of which one pair is stored
+  layout.points.insert(layout.points.end(), {1, 2, 3});
+  const WireframeData data = readWireframe(layout.body(k100), k100, 0);
+  EXPECT_EQ(data.curves[0].knots, (std::vector<double>{0, 0, 0.5, 0.5, 0.5, 1, 1}));
+  ByteSink out;
+  writeWireframe(out, data, k100);
+  EXPECT_EQ(readWireframe(out.bytes(), k100, 0).curves, data.curves);
+}
+
 TEST(Wireframe, TheHandMadeElementIsALine) {
   const Bytes content = testData("wires/line10.bin");
   const auto elements = segmentElements(content, k100);

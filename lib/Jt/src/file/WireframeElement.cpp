@@ -138,7 +138,7 @@ class Decoder {
       const std::size_t count =
           (isPaired(kind) ? interior / 2 : interior) + (isRanged(kind) ? 2 : 0);
       if (count > left.size()) badKnots();
-      storedKnots(curve, left.first(count), kind);
+      storedKnots(curve, left.first(count), kind, interior);
       left = left.subspan(count);
     }
     if (!left.empty()) badKnots();
@@ -169,7 +169,8 @@ class Decoder {
     curve.areKnotsAssumed = count > 0;
   }
 
-  static void storedKnots(WireCurve& curve, std::span<const double> stored, std::size_t kind) {
+  static void storedKnots(WireCurve& curve, std::span<const double> stored, std::size_t kind,
+                          std::size_t count) {
     double first = 0;
     double last = 1;
     if (isRanged(kind)) {
@@ -181,6 +182,8 @@ class Decoder {
     }
     std::vector<double> interior;
     for (const double knot : stored) interior.insert(interior.end(), isPaired(kind) ? 2 : 1, knot);
+    // Pairs of an odd number leave one out.
+    interior.resize(count, interior.empty() ? (first + last) / 2 : interior.back());
     setKnots(curve, first, last, interior);
   }
 
