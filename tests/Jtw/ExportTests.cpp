@@ -7,6 +7,7 @@
 #include "ApiErrStream.h"
 #include "ApiGraMaterial.h"
 #include "JtAssembly.h"
+#include "JtBaseDataStream.h"
 #include "JtDrawing.h"
 #include "JtInstance.h"
 #include "JtLOD.h"
@@ -18,6 +19,7 @@
 #include "JtkXTEntityFactory.h"
 #include "JtkwComponentExportRoot.h"
 #include "JtkwEntityCreationData.h"
+#include "JtkwPMIFrameData.h"
 #include "RegistryFixture.h"
 
 namespace {
@@ -372,6 +374,86 @@ TEST_F(ToolkitExport, GivesPartFilesSafeNamesAndReplacesAnOlderExportAsAWhole) {
   // Nothing else is left beside the target.
   for (const auto& entry : fs::directory_iterator(folder_.path()))
     EXPECT_NE(entry.path().filename().string()[0], '.') << entry.path();
+}
+
+TEST_F(ToolkitExport, KeepsExactGeometryOrReportsThePartThatLosesIt) {
+  // A 9.5 file with a segment of the type of XT B-reps, which no reader knows the content of.
+  struct Body : JtBase {
+    const JtType* typeID() const override {
+      static const JtType type("Body", JtBase::classTypeID(), {0x4a540000, 1, 2, {}});
+      return &type;
+    }
+    bool serialize(JtBaseDataStream& stream) const override { return stream.write(JtString("x")); }
+  };
+  const auto made = jt::make<JtPartition>();
+  made->setVersion({9, 5});
+  const auto exact = part("solid", 3);
+  exact->addProperty(JtString("JT_LLPROP_XTBREP"),
+                     jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(new Body), 17).get(), true);
+  made->addChild(exact.get());
+  const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(pathOf("solid.jt")));
+  made->save(place.get());
+  for (const int format : {kOneFile, kPartFiles}) {
+    for (const bool isExact : {true, false}) {
+      for (const std::uint32_t version : {1U, 2U}) {
+        const auto source = reopened(pathOf("solid.jt"));
+        JtkwExportRoot root;
+        root.initializeJtkRoot(ApiKey(1), L"x", pathOf("exact.jt"));
+        root.createEntityNode(ApiKey(1), data(L"bolt", source->child(0)));
+        ApiApproxJtExportData wishes;
+        wishes.setTargetJtFormat(format);
+        wishes.setJtVersion(version);
+        wishes.setIncludeExactGeom(isExact);
+        ASSERT_TRUE(root.write(wishes)) << jt::lastError();
+        const auto top = reopened(pathOf("exact.jt"));
+        auto* written = find<VisPartNode>(*top, "bolt");
+        ASSERT_TRUE(written);
+        const bool isKept = isExact && version == 1;
+        EXPECT_EQ(written->property(JtString("JT_LLPROP_XTBREP")) != nullptr, isKept);
+        ASSERT_EQ(root.report().leftOut.size(), isExact && !isKept ? 1U : 0U);
+        if (!root.report().leftOut.empty()) {
+          EXPECT_EQ(root.report().leftOut[0].part, JtString("bolt"));
+          EXPECT_EQ(root.report().leftOut[0].what, "exact geometry");
+        }
+      }
+    }
+  }
+}
+
+TEST_F(ToolkitExport, RefusesASecondWriteInsideTheFirst) {
+  JtkwExportRoot inner;
+  inner.initializeJtkRoot(ApiKey(1), L"inner", pathOf("inner.jt"));
+  JtkwExportRoot outer;
+  const auto node = part("a", 1);
+  outer.initializeJtkRoot(ApiKey(1), L"outer", pathOf("outer.jt"));
+  outer.createEntityNode(ApiKey(1), data(L"a", node.get()));
+  int refused = 0;
+  outer.setWriteOptions({.dryRun = false,
+                         .progress =
+                             [&](const jtk::ExportProgress&) {
+                               if (!write(inner, kOneFile)) ++refused;
+                             },
+                         .shapeEncoding = {}});
+  EXPECT_TRUE(write(outer, kOneFile)) << jt::lastError();
+  EXPECT_EQ(refused, 1);
+  EXPECT_TRUE(write(inner, kOneFile)) << "a refusal takes nothing: " << jt::lastError();
+}
+
+TEST_F(ToolkitExport, WritesPMIOfAssembliesOnly) {
+  JtkwExportRoot root;
+  const auto node = part("a", 1);
+  root.initializeJtkRoot(ApiKey(1), L"x", pathOf("pmi.jt"));
+  root.createEntityNode(ApiKey(1), data(L"a", node.get(), 2));
+  JtkwPMIFrameData frame;
+  EXPECT_TRUE(root.createPMIData(NwObj::COORDINATE_SYSTEM, ApiKey(1), frame));
+  EXPECT_TRUE(root.createPMIData(NwObj::COORDINATE_SYSTEM, ApiKey(2), frame));
+  EXPECT_FALSE(root.createPMIData(NwObj::COORDINATE_SYSTEM, ApiKey(3), frame));
+  ASSERT_TRUE(write(root, kOneFile)) << jt::lastError();
+  const auto top = reopened(pathOf("pmi.jt"));
+  auto* written = find<VisMetaDataNode>(*top, "x");
+  ASSERT_TRUE(written && written->pmi());
+  EXPECT_EQ(written->pmi()->pmiDataGenericArray().size(), 1U);
+  EXPECT_FALSE(find<VisPartNode>(*top, "a")->pmi());
 }
 
 TEST_F(ToolkitExport, RefusesFileNamesThatLeaveTheFolder) {

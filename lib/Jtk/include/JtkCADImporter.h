@@ -33,8 +33,8 @@ class JTK_API JtkCADImporter {
   /// Called for each node of the scene graph before it becomes one of the hierarchy. It may change
   /// the node, or put another in its place.
   using PreActionCallback = int (*)(JtNode*&);
-  /// Called for each node after that, with what was made of it, twice: the last argument is the
-  /// same object.
+  /// Called for each node after that, with what was made of it; the last argument is the same
+  /// object as the second.
   using PostActionCallback = int (*)(JtNode*, JtkHierarchy*, JtkRefCounted*&);
 
   JtkCADImporter();

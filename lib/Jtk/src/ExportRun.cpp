@@ -122,28 +122,29 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
   return std::move(report_);
 }
 
-/// Finds an order with every node before those below it, and counts paths from the root.
+/// Counts the paths from the root, in an order with every node before those below it.
 void JtkExportRun::countPlaces(JtkHierarchy& root) {
   struct Step {
     JtkHierarchy* node;
     bool isDone;
   };
   std::vector<Step> open{{&root, false}};
+  std::vector<JtkHierarchy*> order;
   std::unordered_set<const JtkHierarchy*> seen;
   while (!open.empty()) {
     const Step step = open.back();
     open.pop_back();
     if (step.isDone) {
-      order_.push_back(step.node);
+      order.push_back(step.node);
       continue;
     }
     if (!seen.insert(step.node).second) continue;
     open.push_back({step.node, true});
     for (JtkHierarchy* below : nodesBelow(*step.node)) open.push_back({below, false});
   }
-  std::ranges::reverse(order_);
+  std::ranges::reverse(order);
   places_[&root] = 1;
-  for (const JtkHierarchy* node : order_) {
+  for (const JtkHierarchy* node : order) {
     for (const JtkHierarchy* below : nodesBelow(*node)) {
       std::uint64_t& paths = places_[below];
       paths = saturatingSum(paths, places_[node]);
@@ -257,14 +258,15 @@ void JtkExportRun::checkShapes(JtkPart& part) {
 
 /// A source that nobody else holds cannot be met again: its geometry need not be kept for others.
 void JtkExportRun::forgetUnused(const JtNode* source) {
-  if (!source) return;
-  std::erase_if(sources_, [&](const jt::Ref<JtNode>& held) {
-    // One reference here, one of the part.
-    if (held != source || held->refCount() > 2) return false;
-    contentBySource_.erase(source);
-    std::erase_if(filesBySource_, [&](const auto& entry) { return entry.first.first == source; });
-    return true;
-  });
+  const auto held = source ? sources_.find(source) : sources_.end();
+  // One reference here, one of the part.
+  if (held == sources_.end() || held->second->refCount() > 2) return;
+  contentBySource_.erase(source);
+  const auto first = filesBySource_.lower_bound({source, {}});
+  auto end = first;
+  while (end != filesBySource_.end() && end->first.first == source) ++end;
+  filesBySource_.erase(first, end);
+  sources_.erase(held);
 }
 
 // --- Part files
@@ -286,7 +288,7 @@ jt::Ref<JtNode> JtkExportRun::partInFile(JtkPart& part) {
     file = writePartFile(part);
     if (key.first) {
       filesBySource_[key] = file;
-      sources_.emplace_back(const_cast<JtNode*>(key.first));
+      sources_.emplace(key.first, const_cast<JtNode*>(key.first));
     }
   }
   ++report_.files[file.file].parts;
@@ -338,7 +340,7 @@ jt::Ref<JtNode> JtkExportRun::partInSpool(JtkPart& part) {
   std::shared_ptr<Content>* known = nullptr;
   if (source) {
     const auto [entry, isNew] = contentBySource_.try_emplace(source);
-    if (isNew) sources_.emplace_back(source);
+    if (isNew) sources_.emplace(source, source);
     known = &entry->second;
     if (*known) {
       if ((*known)->isStored)

@@ -72,7 +72,6 @@ class JtkExportRun {
 
   JtkCADExporter& exporter_;
   jtk::ExportReport report_;
-  std::vector<JtkHierarchy*> order_;  ///< every node before those below it
   std::unordered_map<const JtkHierarchy*, std::uint64_t> places_;  ///< paths from the root
   std::unordered_map<const JtkHierarchy*, int> parents_;
   std::unordered_map<const JtkHierarchy*, jt::Ref<JtNode>> made_;
@@ -84,8 +83,8 @@ class JtkExportRun {
   std::vector<std::shared_ptr<Content>> pending_;
   std::uint64_t pendingBytes_ = 0;
   std::unordered_map<const JtNode*, std::shared_ptr<Content>> contentBySource_;
-  std::vector<jt::Ref<JtNode>> sources_;             ///< those that the maps name
-  std::unordered_map<JtGuid, JtString> partOfBrep_;  ///< by segment
+  std::unordered_map<const JtNode*, jt::Ref<JtNode>> sources_;  ///< those that the maps name
+  std::unordered_map<JtGuid, JtString> partOfBrep_;             ///< by segment
   std::vector<jt::SaveWarning> warnings_;
   std::uint64_t partsDone_ = 0;
   std::uint64_t bytesDone_ = 0;
