@@ -125,7 +125,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     });
     for (const Segment* segment : order)
       pieces.push_back(
-          {segment->bytes, segment->source, segment->source ? segment->sourceOffset : 0});
+          {segment->bytes, segment->source, segment->source ? segment->offsetInSource : 0});
     for (const Segment& segment : segments_) report_.segments.push_back(segment.action);
     noteLostGeometry(nodes);
     converter_.setHasPools({});
@@ -175,6 +175,7 @@ FileWriter::Segment FileWriter::copied(const TocEntry& entry) const {
           container_->segmentBytes(entry),
           &container_->image(),
           entry.offset,
+          entry.offset,
           false};
 }
 
@@ -184,6 +185,7 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
                   std::move(bytes),
                   {},
                   nullptr,
+                  0,
                   entry.offset,
                   false};
   segment.bytes = segment.owned.bytes();
@@ -277,6 +279,10 @@ void FileWriter::planForeign() {
     if (id == entry->id) {
       addSegment(id, entry->type(), {}, "it comes from another file");
       segments_.back().bytes = bytes;
+      if (result.isSame) {  // copied by the system, without being brought into memory
+        segments_.back().source = &from->image();
+        segments_.back().offsetInSource = entry->offset;
+      }
     } else {
       addSegment(id, entry->type(), renamedSegment(bytes, id, format_),
                  "it comes from another file, and its id " + entry->id.text() +
@@ -327,6 +333,7 @@ void FileWriter::planGaps() {
       gap.bytes =
           all.subspan(static_cast<std::size_t>(at), static_cast<std::size_t>(range.begin - at));
       gap.source = &container_->image();
+      gap.offsetInSource = at;
       gap.sourceOffset = at;
       gap.isGap = true;
     }

@@ -28,9 +28,10 @@ class FileWriter {
     SegmentAction action;
     Buffer owned;  ///< when it is not copied
     std::span<const std::byte> bytes;
-    const FileImage* source = nullptr;
-    std::uint64_t sourceOffset = 0;
-    bool isGap = false;  ///< bytes between segments: no row in the table of contents
+    const FileImage* source = nullptr;  ///< the opened file that the bytes are in; null: memory
+    std::uint64_t offsetInSource = 0;
+    std::uint64_t sourceOffset = 0;  ///< its place among the segments of the partition's own file
+    bool isGap = false;              ///< bytes between segments: no row in the table of contents
   };
 
   void checkVersion() const;
