@@ -7,6 +7,7 @@
 
 #include "DmKrUtilsInterface.h"
 #include "DocumentStore.h"
+#include "JtPathAttributes.h"
 #include "JtStorageManager.h"
 #include "JtSwitch.h"
 #include "MemoryStream.h"
@@ -155,6 +156,30 @@ TEST_F(Opening, TheTransformGoesDownToTheChildren) {
   EXPECT_EQ(matrix(node.child(3)), moved(1, 2)) << "a group in front of the shared part";
   EXPECT_EQ(node.child(3)->child(0)->numAttributes(), 0);
   EXPECT_EQ(matrix(node.child(4)), moved(1, 2));
+}
+
+TEST_F(Opening, AFinalTransformGoesDownAsAFinalOne) {
+  const auto partition = hostComponent();
+  auto& component = static_cast<JtGroup&>(*partition->child(0));
+  place(component, moved(1, 2));
+  const auto xformOf = [](const JtNode& node) {
+    return const_cast<JtXform*>(jt::as<JtXform>(node.attribute(node.numAttributes() - 1)));
+  };
+  xformOf(component)->setFinal(true);
+  place(add<VisPartNode>(component, "overridden"), moved(10, 0));
+  auto& forcing = add<VisPartNode>(component, "forcing");
+  place(forcing, moved(20, 0));
+  xformOf(forcing)->setForce(true);
+  add<VisPartNode>(component, "plain");
+
+  JtwRoot* const root = open(componentOf(*partition));
+  ASSERT_NE(root, nullptr) << jt::lastError();
+  const jt::Matrix4 expected[] = {moved(1, 2), moved(21, 2), moved(1, 2)};
+  for (int i = 0; i < 3; ++i) {
+    bool isFinal = false;
+    EXPECT_EQ(jt::localTransform(*root->jtNode()->child(i + 1), isFinal), expected[i]) << i;
+    EXPECT_TRUE(isFinal) << i;
+  }
 }
 
 TEST_F(Opening, AnUnnamedFileDoesNotTakeTheNameOfWhatItHolds) {

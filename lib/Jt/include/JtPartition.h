@@ -136,7 +136,8 @@ class JT_API JtPartition : public JtGroup {
   /// Opens the partitions below `partition` that stand for other files, theirs too when
   /// `recursive`. Each file is opened once, however often it is named. Missing and damaged files,
   /// and those that only a link leads to, out of the folder, leave their partition without content;
-  /// notes and partFailure() say why. False when any could not be opened.
+  /// notes and partFailure() say why. False when any could not be opened; jt::lastError() has the
+  /// reason of the last one.
   static bool openAllPartitions(JtPartition* partition, bool recursive);
   /// Drops the content: children and opened files. Nodes that somebody else holds stay usable, and
   /// background loads that still run keep what they read. What was not saved is lost, and a closed

@@ -35,11 +35,16 @@ void markNativeJt(JtNode& node) {
   node.addProperty(key.get(), jt::make<JtPtrPropAtom>().get(), true);
 }
 
+/// A transform that goes down from the component to what it holds.
+struct Placement {
+  jt::Matrix4 matrix;
+  bool isFinal = false;  ///< transforms below it count only when they force
+};
+
 /// The node's own transform, taking its attributes off the node.
 /// @return false when it has none that acts
-bool takeTransforms(JtNode& node, jt::Matrix4& product) {
-  bool isFinal = false;
-  product = jt::localTransform(node, isFinal);
+bool takeTransforms(JtNode& node, Placement& own) {
+  own.matrix = jt::localTransform(node, own.isFinal);
   bool found = false;
   for (int index = node.numAttributes() - 1; index >= 0; --index) {
     const auto* xform = jt::as<JtXform>(node.attribute(index));
@@ -50,11 +55,22 @@ bool takeTransforms(JtNode& node, jt::Matrix4& product) {
   return found;
 }
 
+/// Takes off the transforms that do not count below a final one.
+void removeOverridden(JtNode& node) {
+  for (int index = node.numAttributes() - 1; index >= 0; --index) {
+    const auto* xform = jt::as<JtXform>(node.attribute(index));
+    if (xform && !xform->hasState(JtAttributeState::force)) node.removeAttribute(index);
+  }
+}
+
 /// Places what the node holds by `outer` beyond its own first transform.
-void placeNode(JtNode& node, const jt::Matrix4& outer) {
+void placeNode(JtNode& node, const Placement& outer) {
+  if (outer.isFinal) removeOverridden(node);
   const int index = firstAttribute<JtXform>(&node);
   if (index < 0) {
-    node.appendAttribute(jt::make<JtXform>(outer).get());
+    const auto xform = jt::make<JtXform>(outer.matrix);
+    if (outer.isFinal) xform->setFinal(true);
+    node.appendAttribute(xform.get());
     return;
   }
   const auto* own = static_cast<const JtXform*>(node.attribute(index));
@@ -63,7 +79,8 @@ void placeNode(JtNode& node, const jt::Matrix4& outer) {
   // A copy: other nodes may list the same attribute.
   const jt::Ref<JtBase> placed = own->clone();
   auto* xform = static_cast<JtXform*>(placed.get());
-  DmKrUtilsInterface::setMatrix(xform, jt::multiply(matrix, outer));
+  DmKrUtilsInterface::setMatrix(xform, jt::multiply(matrix, outer.matrix));
+  if (outer.isFinal) xform->setFinal(true);
   node.replaceAttribute(index, xform);
 }
 
@@ -77,7 +94,7 @@ bool needsGroupOfItsOwn(const JtNode& child, const JtNode& parent) {
 
 /// Places everything below `parent` by `outer`. A child that is listed twice is placed once; one
 /// that must not be placed itself gets a group in front of each of its places.
-void placeChildren(JtGroup& parent, const jt::Matrix4& outer) {
+void placeChildren(JtGroup& parent, const Placement& outer) {
   std::vector<jt::Ref<JtNode>> children;
   std::unordered_map<const JtNode*, bool> grouped;
   bool anyGroup = false;
@@ -203,7 +220,7 @@ void JtwRoot::handleKrJtSwitch() {
 }
 
 void JtwRoot::handleXformOnComponent(VisMetaDataNode* component) {
-  jt::Matrix4 outer;
+  jtw::Placement outer;
   if (!component || component->isOpaque() || !jtw::takeTransforms(*component, outer)) return;
   jtw::placeChildren(*component, outer);
 }

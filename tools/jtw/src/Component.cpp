@@ -319,10 +319,15 @@ bool Component::ensureOwnKey(std::size_t index, const ApiProtoKey& reserved) {
   return true;
 }
 
-JtwNode* Component::listedParent(std::size_t index) const {
+std::optional<std::size_t> Component::listedParentIndex(std::size_t index) const {
   for (std::size_t i = index; i-- > 0;)
-    if (entries_[i].depth < entries_[index].depth) return entries_[i].node;
-  return nullptr;
+    if (entries_[i].depth < entries_[index].depth) return i;
+  return {};
+}
+
+JtwNode* Component::listedParent(std::size_t index) const {
+  const std::optional<std::size_t> parent = listedParentIndex(index);
+  return parent ? entries_[*parent].node : nullptr;
 }
 
 std::size_t Component::endOfSubtree(std::size_t index) const {

@@ -95,6 +95,8 @@ class Component {
   bool ensureOwnKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
   /// The object under which that entry is listed; null for the component itself.
   JtwNode* listedParent(std::size_t index) const;
+  /// Its index; nothing for the component.
+  std::optional<std::size_t> listedParentIndex(std::size_t index) const;
   /// One past the last entry that is listed below that one.
   std::size_t endOfSubtree(std::size_t index) const;
   /// Lists the objects anew, after some were made, moved or removed.

@@ -56,6 +56,8 @@ class PartCopies {
 
   /// Makes a graph refer to the copies.
   void redirect(JtPartition& graph) const;
+  /// True when files are in the places of the copies.
+  bool replacesAny() const;
   /// Writes the part files that could be read. Throws Failure.
   std::vector<jt::SaveReport> save(const jt::SaveOptions& options);
   void keep() noexcept { made_.clear(); }
@@ -128,6 +130,12 @@ void PartCopies::makeFolders(const fs::path& folder) {
   made_.push_back(folder);
 }
 
+bool PartCopies::replacesAny() const {
+  std::error_code error;
+  return std::ranges::any_of(copies_,
+                             [&](const Copy& copy) { return fs::exists(copy.target, error); });
+}
+
 std::vector<jt::SaveReport> PartCopies::save(const jt::SaveOptions& options) {
   jt::SaveOptions ofPart = options;
   ofPart.partFiles = false;
@@ -152,9 +160,16 @@ jt::SaveReport saveCopy(JtPartition& graph, JtPartition& assembly,
   const jt::Ref<JtStorageLocation> location = outputLocation(names.output);
   PartCopies copies(assembly, parts, names);
   copies.redirect(graph);
-  std::vector<jt::SaveReport> saved = copies.save(options);
   jt::SaveOptions ofTop = options;
   ofTop.partFiles = false;
+  if (copies.replacesAny() && !options.dryRun) {
+    // A replaced file does not come back: what cannot be encoded is found before the first one is.
+    jt::SaveOptions trial = ofTop;
+    trial.dryRun = true;
+    copies.save(trial);
+    savePartition(graph, location.get(), trial, names.output);
+  }
+  std::vector<jt::SaveReport> saved = copies.save(options);
   jt::SaveReport report = savePartition(graph, location.get(), ofTop, names.output);
   copies.keep();
   if (names.output == "-") report.file = names.output;

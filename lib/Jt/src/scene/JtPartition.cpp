@@ -181,6 +181,7 @@ bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& 
 }
 
 bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
+  jt::setLastError({});
   if (!partition) return false;
   JtExternalFiles files;
   if (partition->location_)

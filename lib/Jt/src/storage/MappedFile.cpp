@@ -74,7 +74,9 @@ MappedFile::~MappedFile() {
 void MappedFile::checkPresent() const {
   struct stat info {};
   if (file_) {
-    if (::fstat(file_.get(), &info) != 0) info.st_size = 0;
+    if (::fstat(file_.get(), &info) != 0)
+      throw JtFormatError("unreadable", "cannot be looked at: " + errorText(errno),
+                          {.file = path_, .segment = {}, .element = {}, .offset = {}});
   } else if (::stat(path_.c_str(), &info) != 0 || info.st_dev != identity_.device ||
              info.st_ino != identity_.inode) {
     return;  // another file has the name: whatever happens to that one, the mapping stays

@@ -25,6 +25,9 @@ ExitCode runClone(Session& session) {
   const bool isAuto = !keyText || *keyText == "auto";
   const ApiProtoKey wanted = isAuto ? ApiProtoKey() : component.newKey(*keyText);
   component.ensureOwnKey(index, wanted);
+  // An object without a key is no parent to the component model: the copy would go further up.
+  if (const auto parent = component.listedParentIndex(index); parent && *parent > 0)
+    component.ensureOwnKey(*parent, wanted);
   const ApiProtoKey key = isAuto ? component.newKey("auto") : wanted;
   JtwEntity* copy =
       component.root().cloneEntityNode(original.key(), !arguments.has("without-geometry"));

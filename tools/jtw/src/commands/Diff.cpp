@@ -41,6 +41,11 @@ struct Answer {
   jt::CompareResult result;
   std::vector<jt::Difference> differences;
   std::vector<jt::ComparedSegment> segments;
+  std::vector<jt::PartFile> parts;  ///< of both sides
+
+  bool isWhole() const { return exitCodeOf(parts) == ExitCode::done; }
+  /// Files that could not be compared may differ.
+  bool isSame() const { return result.isSame() && isWhole(); }
 };
 
 /// Matrices are for row vectors in the scene graph and for column vectors here.
@@ -92,10 +97,10 @@ const char* stateName(jt::SegmentState state) {
   return "";
 }
 
-void writeAnswer(Session& session, const Answer& answer, const std::vector<jt::PartFile>& parts) {
+void writeAnswer(Session& session, const Answer& answer) {
   JsonWriter& json = session.json();
   session.beginResult();
-  json.member("same", answer.result.isSame());
+  json.member("same", answer.isSame());
   json.member("count", answer.result.differences);
   json.member("skipped", answer.result.skipped);
   json.key("differences");
@@ -123,7 +128,7 @@ void writeAnswer(Session& session, const Answer& answer, const std::vector<jt::P
     }
     json.end();
   }
-  writeFiles(json, parts);
+  writeFiles(json, answer.parts);
   session.endResult();
 }
 
@@ -155,9 +160,10 @@ void showAnswer(Session& session, const Answer& answer) {
   for (const jt::ComparedSegment& segment : answer.segments)
     out.line("segment " + segment.id.text() + "  " + padRight(stateName(segment.state), 7) + "  " +
              jt::segmentName(segment.type));
-  out.line(answer.result.isSame()
-               ? session.style().paint(Ink::green, "same")
-               : counted(static_cast<std::size_t>(answer.result.differences), "difference"));
+  const std::size_t count = answer.result.differences;
+  out.line(answer.isSame() ? session.style().paint(Ink::green, "same")
+                           : counted(count, "difference") +
+                                 (answer.isWhole() ? "" : ", and part files that cannot be read"));
 }
 
 }  // namespace
@@ -183,13 +189,13 @@ ExitCode runDiff(Session& session) {
   if (answer.result.skipped > 0)
     session.warn(counted(static_cast<std::size_t>(answer.result.skipped), "thing") +
                  " of unknown meaning not compared, since the files have different versions");
-  std::vector<jt::PartFile> parts = a.parts;
-  parts.insert(parts.end(), b.parts.begin(), b.parts.end());
+  answer.parts = a.parts;
+  answer.parts.insert(answer.parts.end(), b.parts.begin(), b.parts.end());
   if (session.wantsJson())
-    writeAnswer(session, answer, parts);
+    writeAnswer(session, answer);
   else
     showAnswer(session, answer);
-  return answer.result.isSame() ? exitCodeOf(parts) : ExitCode::no;
+  return answer.isSame() ? ExitCode::done : ExitCode::no;
 }
 
 }  // namespace tool
