@@ -52,6 +52,30 @@ TEST_F(Export, WritesWholeAssembliesInOneFileAndInPartFiles) {
   EXPECT_EQ(work_.read("out.jt"), before);
 }
 
+TEST_F(Export, NeverReplacesOrRemovesAFileThatItReads) {
+  AssemblyFiles{.cells = 1, .partsPerCell = 2}.write(work_.path("in"));
+  std::filesystem::create_symlink("in/cell0/part1.jt", work_.path("link.jt"));
+  work_.run("export in/hall.jt out.jt --per-part");
+  const std::string first = work_.json("tree out.jt").at("files")[0].at("file");
+  work_.write("plan.json", plan(R"({"source": "in/cell0/part0.jt"})"));
+  work_.write("older.json", plan("{\"source\": \"" + first + "\"}"));
+  const char* const inputs[] = {"in/hall.jt", "in/cell0/part1.jt", "plan.json", "out.jt"};
+  std::vector<std::string> before;
+  for (const char* input : inputs) before.push_back(work_.read(input));
+  before.push_back(work_.read(first));
+  for (const char* command :
+       {"export in/hall.jt in/hall.jt", "export in/hall.jt in/../in/cell0/part1.jt",
+        "export in/hall.jt link.jt", "assemble plan.json plan.json",
+        "assemble plan.json in/cell0/part0.jt", "assemble older.json out.jt --per-part"}) {
+    const Outcome outcome = work_.run(command);
+    EXPECT_EQ(outcome.exit, 2) << command << outcome.err;
+    EXPECT_NE(outcome.err.find("is read for the export"), std::string::npos) << outcome.err;
+  }
+  for (std::size_t i = 0; i < std::size(inputs); ++i)
+    EXPECT_EQ(work_.read(inputs[i]), before[i]) << inputs[i];
+  EXPECT_EQ(work_.read(first), before.back());
+}
+
 TEST_F(Export, ReportsGeometryThatCannotBeReadAndWritesTheRest) {
   const Json done = work_.json("export zoo95.jt out.jt", 1);
   ASSERT_FALSE(done.at("leftOut").empty());

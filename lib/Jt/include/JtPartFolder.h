@@ -19,10 +19,12 @@ JT_API std::string safeFileName(const JtString& name);
 /// "unwritable".
 JT_API void makeFolder(const std::string& path);
 
-/// The folder with the part files of an assembly that is being written: it is named after the
-/// assembly's file and lies beside it. Part files get names that no file there has. Until commit()
-/// they belong to nobody: the destructor removes them. After it the part files of an older assembly
-/// of that name are gone instead.
+/// The folder for the part files of an assembly's file: beside it, and named after it.
+JT_API std::string partFolderOf(const std::string& assembly);
+
+/// The folder with the part files of an assembly that is being written. Part files get names that
+/// no file there has. Until commit() they belong to nobody: the destructor removes them. After it
+/// the part files of an older assembly of that name are gone instead.
 class JT_API PartFolder {
  public:
   /// Looks at the assembly that is there, if any.

@@ -8,6 +8,7 @@
 #include "Component.h"
 #include "InputFile.h"
 #include "JtFormatError.h"
+#include "JtPartFolder.h"
 #include "JtkAssembly.h"
 #include "JtkInstance.h"
 #include "JtkPMIEntity.h"
@@ -67,7 +68,9 @@ bool isExcluded(const JtkPMIEntity& entity, const std::vector<ApiPMIType>& types
 }
 
 [[noreturn]] void failExport(const JtkwExportRoot& root, const std::string& output) {
-  const JtFormatError error(root.errorCode(), jt::lastError());
+  std::string reason = jt::lastError();
+  if (reason.starts_with(output + ": ")) reason.erase(0, output.size() + 2);
+  const JtFormatError error(root.errorCode(), std::move(reason));
   Failure failure = saveFailure(error, output);
   const bool isName = root.errorCode() == "bad_file_name";
   throw Failure(isName ? ExitCode::output : failure.exit(), failure.code(), failure.what(),
@@ -144,12 +147,25 @@ ExportWishes::ExportWishes(Session& session) : output(session.argument(1)) {
   dryRun = arguments.has("dry-run");
 }
 
-std::string ExportWishes::fileName() const {
-  return std::filesystem::path(output).filename().string();
+void ExportWishes::requireOther(const std::string& input) const {
+  namespace fs = std::filesystem;
+  const fs::path target(output);
+  std::error_code ignored;
+  if (fs::equivalent(target, input, ignored))
+    failUsage("'" + output + "' is read for the export; name another file");
+  // Part files of an older export are removed at the end.
+  const bool hasPartFiles = data.targetJtFormat() == ApiApproxJtExportData::PART_FILES;
+  if (hasPartFiles &&
+      fs::equivalent(jt::partFolderOf(output), fs::path(input).parent_path(), ignored))
+    failUsage("'" + input + "' is read for the export and is in the folder of its part files");
 }
 
-void readSource(Session& session, const std::string& path, ExportSource& source) {
-  source.opened = openAssembly(session, jtFileOf(DocumentName(path).path));
+void readSource(Session& session, const std::string& path, const ExportWishes& wishes,
+                ExportSource& source) {
+  const std::string file = jtFileOf(DocumentName(path).path);
+  wishes.requireOther(file);
+  source.opened = openAssembly(session, file);
+  for (const jt::PartFile& part : source.opened.parts) wishes.requireOther(part.file);
   if (!source.root.importHierarchy(ApiKey(1), ApiKey(0), source.opened.top.get()))
     throw Failure(ExitCode::input, "empty", "there is nothing to export in it",
                   {.file = path, .segment = {}, .element = {}, .offset = {}});

@@ -31,8 +31,8 @@ struct ExportWishes {
   explicit ExportWishes(Session& session);
 
   std::string output;
-  /// "out.jt", the name of the file in its folder.
-  std::string fileName() const;
+  /// Throws Failure "usage" for a file that is read and that the export would replace or remove.
+  void requireOther(const std::string& input) const;
 
   ApiApproxJtExportData data;
   std::optional<int> layer;
@@ -46,8 +46,10 @@ struct ExportSource {
   JtkwComponentExportRoot root;  ///< keeps the hierarchy until it is written
 };
 
-/// Opens a component or a JT file and imports it. Throws Failure.
-void readSource(Session& session, const std::string& path, ExportSource& source);
+/// Opens a component or a JT file and imports it. Throws Failure, also when the export would
+/// replace one of its files.
+void readSource(Session& session, const std::string& path, const ExportWishes& wishes,
+                ExportSource& source);
 
 /// Takes PMI of these types, and of those that they are groups of, out of a hierarchy.
 void excludePMI(JtkHierarchy& top, const std::vector<ApiPMIType>& types);

@@ -93,12 +93,17 @@ void makeFolder(const std::string& path) {
   if (error) storage::SaveErrors(path, 0).failed(error.value(), "making the folder");
 }
 
-PartFolder::PartFolder(const JtFSStorageLocation& assembly) {
-  const fs::path path(assembly.fullFilePath());
+std::string partFolderOf(const std::string& assembly) {
+  const fs::path path(assembly);
   std::string name = path.stem().string();
   if (name == path.filename().string()) name += "_parts";  // a file without extension
-  prefix_ = name + "/";
-  folder_ = (path.parent_path() / name).string() + "/";
+  return (path.parent_path() / name).string();
+}
+
+PartFolder::PartFolder(const JtFSStorageLocation& assembly) {
+  const fs::path path(assembly.fullFilePath());
+  folder_ = partFolderOf(path.string()) + "/";
+  prefix_ = fs::path(partFolderOf(path.string())).filename().string() + "/";
   for (const std::string& reference : referencesOf(path.string())) {
     const std::string file = reference.starts_with(prefix_) ? reference.substr(prefix_.size()) : "";
     if (!file.empty() && file.find_first_of("/\\") == std::string::npos && file[0] != '.')

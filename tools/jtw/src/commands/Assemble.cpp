@@ -54,7 +54,7 @@ class Sources {
   Sources(Session& session, fs::path folder) : session_(session), folder_(std::move(folder)) {}
 
   /// The hierarchy of a source. Throws Failure.
-  JtkHierarchy* get(const std::string& name, const std::vector<ApiPMIType>& excludedPMI) {
+  JtkHierarchy* get(const std::string& name, const ExportWishes& wishes) {
     const std::string path = (folder_ / name).lexically_normal().string();
     auto& source = sources_[path];
     if (!source) {
@@ -64,11 +64,12 @@ class Sources {
         if (!fs::exists(path))
           throw Failure(ExitCode::input, "not_found", "there is no such file",
                         {.file = path, .segment = {}, .element = {}, .offset = {}});
+        wishes.requireOther(path);
         file = scratch_.place(sources_.size());
         convertMeshFile(path, file);
       }
-      readSource(session_, file, *source);
-      excludePMI(*source->root.jtkRoot(), excludedPMI);
+      readSource(session_, file, wishes, *source);
+      excludePMI(*source->root.jtkRoot(), wishes.excludedPMI);
       for (const jt::PartFile& part : source->opened.parts) parts_.push_back(part);
     }
     return source->root.jtkRoot();
@@ -99,7 +100,7 @@ void addItem(JtkwExportRoot& root, const AssemblyPlan::Item& item, std::size_t i
   } else {
     JtkHierarchy* content = nullptr;
     try {
-      content = sources.get(item.source, wishes.excludedPMI);
+      content = sources.get(item.source, wishes);
     } catch (const Failure& failure) {
       throw Failure(failure.exit(), failure.code(),
                     "items[" + std::to_string(index) + "].source: " + failure.what(),
@@ -121,6 +122,7 @@ void addItem(JtkwExportRoot& root, const AssemblyPlan::Item& item, std::size_t i
 ExitCode runAssemble(Session& session) {
   const ExportWishes wishes(session);
   const std::string& file = session.argument(0);
+  if (file != "-") wishes.requireOther(file);
   const std::vector<std::byte> bytes = readBytes(file);
   const AssemblyPlan plan =
       readPlan(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()), file);

@@ -26,7 +26,7 @@ ExitCode runExport(Session& session) {
   const Library library(session);
   const ExportImporter importer;
   ExportSource source;
-  readSource(session, document, source);
+  readSource(session, document, wishes, source);
   if (wishes.data.getJtVersion() == ApiApproxJtExportData::NO_VERSION)
     wishes.data.setJtVersion(versionLike(source.opened.top->version()));
 
