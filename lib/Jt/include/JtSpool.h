@@ -29,7 +29,6 @@ class JT_API Spool {
   class Folder;
   std::string target_;
   std::unique_ptr<Folder> folder_;
-  std::uint64_t count_ = 0;
 };
 
 }  // namespace jt

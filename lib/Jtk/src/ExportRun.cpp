@@ -47,8 +47,13 @@ const JtString& nameOf(const JtkPart& part) {
   return part.sceneGraphName().isEmpty() ? part.name() : part.sceneGraphName();
 }
 
-std::uint64_t bytesOf(const JtStorageLocation& location) {
-  return JtStorageManager::current()->open(location)->bytes().size();
+/// For the report only: the file is complete whether or not its size can be found.
+std::optional<std::uint64_t> bytesOf(const JtStorageLocation& location) {
+  try {
+    return JtStorageManager::current()->open(location)->bytes().size();
+  } catch (const JtFormatError&) {
+    return {};
+  }
 }
 
 jt::Ref<JtPartition> newPartition(jt::FileVersion version) {
@@ -399,7 +404,7 @@ void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) 
                           saveOptions());
   } else {
     stored = spool_->store(*volume, saveOptions(), report);
-    bytesDone_ += bytesOf(*stored->storageLocation());
+    bytesDone_ += bytesOf(*stored->storageLocation()).value_or(0);
   }
   noteDropped(report);
   noteWarnings(report);

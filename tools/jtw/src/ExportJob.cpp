@@ -72,8 +72,9 @@ bool isExcluded(const JtkPMIEntity& entity, const std::vector<ApiPMIType>& types
   if (reason.starts_with(output + ": ")) reason.erase(0, output.size() + 2);
   const JtFormatError error(root.errorCode(), std::move(reason));
   Failure failure = saveFailure(error, output);
-  const bool isName = root.errorCode() == "bad_file_name";
-  throw Failure(isName ? ExitCode::output : failure.exit(), failure.code(), failure.what(),
+  // What a source lacks is left out. What fails is the target, or the spool beside it.
+  const bool isOutput = failure.exit() == ExitCode::input || root.errorCode() == "bad_file_name";
+  throw Failure(isOutput ? ExitCode::output : failure.exit(), failure.code(), failure.what(),
                 failure.where());
 }
 

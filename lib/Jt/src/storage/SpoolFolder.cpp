@@ -67,19 +67,27 @@ class Spool::Folder {
                                             "making a folder in the same folder");
     lock_ = lock(path_);
   }
+  /// Removes the files by their names, and tries twice: a folder that cannot be listed is no reason
+  /// to leave it.
   ~Folder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    std::error_code error;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      for (std::uint64_t number = 0; number < count_; ++number) fs::remove(place(number), error);
+      if (fs::remove(path_, error)) return;
+    }
+    fs::remove_all(path_, error);
   }
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
 
+  std::string nextPlace() { return place(count_++); }
+
+ private:
   std::string place(std::uint64_t number) const {
     return (path_ / (std::to_string(number) + ".jt")).string();
   }
-
- private:
   fs::path path_;
+  std::uint64_t count_ = 0;
   storage::Descriptor lock_;
 };
 
@@ -89,7 +97,7 @@ Spool::~Spool() = default;
 Ref<JtPartition> Spool::store(JtPartition& content, const SaveOptions& options,
                               SaveReport& report) {
   if (!folder_) folder_ = std::make_unique<Folder>(target_);
-  const auto place = make<JtFSStorageLocation>(JtString(), JtString(folder_->place(count_++)));
+  const auto place = make<JtFSStorageLocation>(JtString(), JtString(folder_->nextPlace()));
   SaveOptions spooled = options;
   spooled.partFiles = false;
   spooled.storage.readBack = false;  // the file that is made of it is read back
