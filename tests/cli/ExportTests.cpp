@@ -1,4 +1,4 @@
-// `export` and `assemble`: what is written, what is refused, what is left out.
+// The commands `export` and `assemble`: results, refusals, and reports of what is left out.
 
 #include <gtest/gtest.h>
 

@@ -15,6 +15,7 @@ class JTK_API JtkAssembly final : public JtkUnitHierarchy {
   int numChildNodes() const noexcept { return static_cast<int>(nodes_.size()); }
   /// Not owned; null when there is none.
   JtkHierarchy* childNode(int index) const noexcept;
+  std::vector<JtkHierarchy*> nodesBelow() const override;
 
  private:
   friend class JtkEntityFactory;

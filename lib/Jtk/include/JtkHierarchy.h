@@ -46,6 +46,9 @@ class JTK_API JtkHierarchy : public JtkEntity {
   bool isHidden() const noexcept { return hidden_; }
   void setHidden(bool on) noexcept { hidden_ = on; }
 
+  /// The nodes directly below, in order, one that is there several times as often; not owned.
+  virtual std::vector<JtkHierarchy*> nodesBelow() const { return {}; }
+
  protected:
   ~JtkHierarchy() override;
 
@@ -62,3 +65,8 @@ class JTK_API JtkHierarchy : public JtkEntity {
   int units_ = 0;
   bool hidden_ = false;
 };
+
+namespace jtk {
+/// A node and all below it, each once, in no particular order; not owned.
+JTK_API std::vector<JtkHierarchy*> distinctNodes(JtkHierarchy& top);
+}  // namespace jtk

@@ -11,6 +11,7 @@ class JTK_API JtkInstance final : public JtkHierarchy {
   JtkHierarchy* child() const noexcept { return child_.get(); }
   /// The instance takes a reference. @return 1; 0 for a node that this instance is below of
   int setChild(JtkHierarchy* node);
+  std::vector<JtkHierarchy*> nodesBelow() const override;
 
  private:
   friend class JtkEntityFactory;

@@ -9,20 +9,8 @@
 #include "Jt.h"
 #include "JtFormatError.h"
 #include "JtStorageManager.h"
-#include "JtkInstance.h"
 
 namespace {
-
-std::vector<JtkHierarchy*> nodesBelow(const JtkHierarchy& node) {
-  std::vector<JtkHierarchy*> below;
-  if (node.isOfType(JtkEntity::ASSEMBLY)) {
-    const auto& assembly = static_cast<const JtkAssembly&>(node);
-    for (int i = 0; i < assembly.numChildNodes(); ++i) below.push_back(assembly.childNode(i));
-  } else if (node.isOfType(JtkEntity::INSTANCE)) {
-    if (JtkHierarchy* child = static_cast<const JtkInstance&>(node).child()) below.push_back(child);
-  }
-  return below;
-}
 
 std::uint64_t saturatingSum(std::uint64_t a, std::uint64_t b) {
   return a > std::numeric_limits<std::uint64_t>::max() - b
@@ -145,12 +133,12 @@ void JtkExportRun::countPlaces(JtkHierarchy& root) {
     }
     if (!seen.insert(step.node).second) continue;
     open.push_back({step.node, true});
-    for (JtkHierarchy* below : nodesBelow(*step.node)) open.push_back({below, false});
+    for (JtkHierarchy* below : step.node->nodesBelow()) open.push_back({below, false});
   }
   std::ranges::reverse(order);
   places_[&root] = 1;
   for (const JtkHierarchy* node : order) {
-    for (const JtkHierarchy* below : nodesBelow(*node)) {
+    for (const JtkHierarchy* below : node->nodesBelow()) {
       std::uint64_t& paths = places_[below];
       paths = saturatingSum(paths, places_[node]);
       ++parents_[below];
@@ -186,7 +174,7 @@ void JtkExportRun::write(const Item& item) {
   const jt::Ref<JtNode> node = nodeOf(*item.from);
   made_[item.from] = node;
   place(item, *node);
-  const auto below = nodesBelow(*item.from);
+  const auto below = item.from->nodesBelow();
   for (std::size_t i = below.size(); i-- > 0;)
     open_.push_back({below[i], jt::as<JtGroup>(node.get()), jt::as<JtInstance>(node.get())});
 }

@@ -1,6 +1,6 @@
 #include "JtkAssembly.h"
 
-#include <unordered_set>
+#include <algorithm>
 #include <utility>
 
 #include "JtkInstance.h"
@@ -8,22 +8,8 @@
 namespace {
 
 /// True when `wanted` is `top` or is below it.
-bool isWithin(const JtkHierarchy* wanted, const JtkHierarchy* top) {
-  std::vector<const JtkHierarchy*> open{top};
-  std::unordered_set<const JtkHierarchy*> seen;
-  while (!open.empty()) {
-    const JtkHierarchy* node = open.back();
-    open.pop_back();
-    if (node == wanted) return true;
-    if (!node || node->isOfType(JtkEntity::PART) || !seen.insert(node).second) continue;
-    if (node->isOfType(JtkEntity::INSTANCE)) {
-      open.push_back(static_cast<const JtkInstance*>(node)->child());
-      continue;
-    }
-    const auto* assembly = static_cast<const JtkAssembly*>(node);
-    for (int i = 0; i < assembly->numChildNodes(); ++i) open.push_back(assembly->childNode(i));
-  }
-  return false;
+bool isWithin(const JtkHierarchy* wanted, JtkHierarchy& top) {
+  return std::ranges::count(jtk::distinctNodes(top), wanted) > 0;
 }
 
 }  // namespace
@@ -31,7 +17,7 @@ bool isWithin(const JtkHierarchy* wanted, const JtkHierarchy* top) {
 JtkAssembly::~JtkAssembly() { dismantle(std::move(nodes_)); }
 
 int JtkAssembly::addChild(JtkHierarchy* node) {
-  if (!node || isWithin(this, node)) return 0;
+  if (!node || isWithin(this, *node)) return 0;
   nodes_.emplace_back(node);
   return 1;
 }
@@ -39,6 +25,13 @@ int JtkAssembly::addChild(JtkHierarchy* node) {
 JtkHierarchy* JtkAssembly::childNode(int index) const noexcept {
   if (index < 0 || index >= numChildNodes()) return nullptr;
   return nodes_[static_cast<std::size_t>(index)].get();
+}
+
+std::vector<JtkHierarchy*> JtkAssembly::nodesBelow() const {
+  std::vector<JtkHierarchy*> below;
+  below.reserve(nodes_.size());
+  for (const auto& node : nodes_) below.push_back(node.get());
+  return below;
 }
 
 void JtkAssembly::releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& out) noexcept {
@@ -53,9 +46,14 @@ JtkInstance::~JtkInstance() {
 }
 
 int JtkInstance::setChild(JtkHierarchy* node) {
-  if (node && isWithin(this, node)) return 0;
+  if (node && isWithin(this, *node)) return 0;
   child_ = jt::Ref<JtkHierarchy>(node);
   return 1;
+}
+
+std::vector<JtkHierarchy*> JtkInstance::nodesBelow() const {
+  if (!child_) return {};
+  return {child_.get()};
 }
 
 void JtkInstance::releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& out) noexcept {

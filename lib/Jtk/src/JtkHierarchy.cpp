@@ -1,6 +1,7 @@
 #include "JtkHierarchy.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 #include "JtkXTEntityFactory.h"
@@ -70,4 +71,13 @@ int JtkHierarchy::setUnits(int code) {
   if (code != jtk::NO_UNIT && jtk::unitOfCode(code) == JtPartUtil::unknown) return 0;
   units_ = code;
   return 1;
+}
+
+std::vector<JtkHierarchy*> jtk::distinctNodes(JtkHierarchy& top) {
+  std::vector<JtkHierarchy*> nodes{&top};
+  std::unordered_set<const JtkHierarchy*> seen{&top};
+  for (std::size_t i = 0; i < nodes.size(); ++i)
+    for (JtkHierarchy* below : nodes[i]->nodesBelow())
+      if (seen.insert(below).second) nodes.push_back(below);
+  return nodes;
 }

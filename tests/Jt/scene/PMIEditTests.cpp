@@ -94,15 +94,25 @@ TEST(PMIEdit, AChangeBelowAnUntouchedPartFileIsSaved) {
   EXPECT_EQ(summaryOf(*pmiNode(*again).pmi()), summaryOf(pmi));
 }
 
-TEST(PMIEdit, MetaDataAndPMIOfOneSegmentAreSavedTogether) {
-  MemoryStorage storage;
+/// The file of a node whose metadata and PMI are in one segment.
+Bytes fileOfMetaDataAndPMI() {
   Fields content(kDim9.format);
   content.raw(metaDataElement(kDim9.format, {"keep", "drop"})).raw(kDim9.content());
-  const auto root = storage.open(pmiFile(kDim9.format, content.bytes(), true));
-  VisMetaDataNode& node = pmiNode(*root);
+  return pmiFile(kDim9.format, content.bytes(), true);
+}
+
+/// Removes one entry of its metadata and adds an entity.
+void changeMetaDataAndPMI(VisMetaDataNode& node) {
   ASSERT_TRUE(node.ensureMetaData() && node.pmi()) << jt::lastError();
   ASSERT_TRUE(node.deleteProperty(jt::make<JtStringPropAtom>(JtString("drop")).get()));
   node.pmi()->addGenericEntity(entityNamed(*node.pmi(), "burr"));
+}
+
+TEST(PMIEdit, MetaDataAndPMIOfOneSegmentAreSavedTogether) {
+  MemoryStorage storage;
+  const auto root = storage.open(fileOfMetaDataAndPMI());
+  VisMetaDataNode& node = pmiNode(*root);
+  ASSERT_NO_FATAL_FAILURE(changeMetaDataAndPMI(node));
   const auto again = storage.open(storage.saved(*root));
   VisMetaDataNode& saved = pmiNode(*again);
   ASSERT_TRUE(saved.ensureMetaData() && saved.pmi()) << jt::lastError();
@@ -112,13 +122,9 @@ TEST(PMIEdit, MetaDataAndPMIOfOneSegmentAreSavedTogether) {
 
 TEST(PMIEdit, ACopyOfANodeHasTheChangesOfMetaDataAndPMI) {
   MemoryStorage storage;
-  Fields content(kDim9.format);
-  content.raw(metaDataElement(kDim9.format, {"keep", "drop"})).raw(kDim9.content());
-  const auto root = storage.open(pmiFile(kDim9.format, content.bytes(), true));
+  const auto root = storage.open(fileOfMetaDataAndPMI());
   VisMetaDataNode& node = pmiNode(*root);
-  ASSERT_TRUE(node.ensureMetaData() && node.pmi()) << jt::lastError();
-  ASSERT_TRUE(node.deleteProperty(jt::make<JtStringPropAtom>(JtString("drop")).get()));
-  node.pmi()->addGenericEntity(entityNamed(*node.pmi(), "burr"));
+  ASSERT_NO_FATAL_FAILURE(changeMetaDataAndPMI(node));
   const jt::Ref<JtBase> copied = node.clone();
   auto& copy = *jt::as<VisMetaDataNode>(copied.get());
   ASSERT_TRUE(copy.ensureMetaData() && copy.pmi());

@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
-#include <unordered_set>
 
 #include "Component.h"
 #include "InputFile.h"
 #include "JtFormatError.h"
 #include "JtPartFolder.h"
-#include "JtkAssembly.h"
-#include "JtkInstance.h"
 #include "JtkPMIEntity.h"
 #include "JtkPart.h"
 #include "JtkwPMITypeMaps.h"
@@ -174,24 +171,13 @@ void readSource(Session& session, const std::string& path, const ExportWishes& w
 
 void excludePMI(JtkHierarchy& top, const std::vector<ApiPMIType>& types) {
   if (types.empty()) return;
-  std::vector<JtkHierarchy*> open{&top};
-  std::unordered_set<const JtkHierarchy*> seen;
-  while (!open.empty()) {
-    JtkHierarchy* node = open.back();
-    open.pop_back();
-    if (!node || !seen.insert(node).second) continue;
-    if (node->isOfType(JtkEntity::INSTANCE)) {
-      open.push_back(static_cast<JtkInstance*>(node)->child());
-      continue;
-    }
+  for (JtkHierarchy* node : jtk::distinctNodes(top)) {
+    if (node->isOfType(JtkEntity::INSTANCE)) continue;
     auto& unit = static_cast<JtkUnitHierarchy&>(*node);
     std::vector<JtkPMIEntity*> excluded;
     for (int i = 0; i < unit.numChildren(); ++i)
       if (isExcluded(*unit.child(i), types)) excluded.push_back(unit.child(i));
     unit.removePMIs(excluded);
-    if (!node->isOfType(JtkEntity::ASSEMBLY)) continue;
-    auto& assembly = static_cast<JtkAssembly&>(*node);
-    for (int i = 0; i < assembly.numChildNodes(); ++i) open.push_back(assembly.childNode(i));
   }
 }
 

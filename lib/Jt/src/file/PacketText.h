@@ -1,6 +1,6 @@
 #pragma once
 
-// Packets as people are told of them.
+// The text that shows the values of a packet to people.
 
 #include <string>
 #include <vector>

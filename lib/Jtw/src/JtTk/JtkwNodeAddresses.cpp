@@ -1,12 +1,8 @@
 #include "JtkwNodeAddresses.h"
 
 #include <unordered_map>
-#include <unordered_set>
-#include <vector>
 
-#include "JtkAssembly.h"
 #include "JtkEntityFactory.h"
-#include "JtkInstance.h"
 #include "JtkPart.h"
 
 namespace jtw {
@@ -60,21 +56,10 @@ bool takeNodeAddress(JtkPart& part, jt::Ref<JtNode>& node) {
 }
 
 void dropNodeAddresses(JtkHierarchy& top) {
-  std::vector<JtkHierarchy*> open{&top};
-  std::unordered_set<const JtkHierarchy*> seen;
-  while (!open.empty()) {
-    JtkHierarchy* node = open.back();
-    open.pop_back();
-    if (!node || !seen.insert(node).second) continue;
-    if (node->isOfType(JtkEntity::PART)) {
-      jt::Ref<JtNode> stored;
-      takeNodeAddress(static_cast<JtkPart&>(*node), stored);
-    } else if (node->isOfType(JtkEntity::INSTANCE)) {
-      open.push_back(static_cast<JtkInstance*>(node)->child());
-    } else {
-      auto* assembly = static_cast<JtkAssembly*>(node);
-      for (int i = 0; i < assembly->numChildNodes(); ++i) open.push_back(assembly->childNode(i));
-    }
+  for (JtkHierarchy* node : jtk::distinctNodes(top)) {
+    if (!node->isOfType(JtkEntity::PART)) continue;
+    jt::Ref<JtNode> stored;
+    takeNodeAddress(static_cast<JtkPart&>(*node), stored);
   }
 }
 
