@@ -25,7 +25,8 @@ inline std::size_t mutateScene(std::uint8_t* data, std::size_t size, std::size_t
     const Repacked file(Bytes(bytes.begin(), bytes.end()), smallLimits());
     const std::size_t used = file.payload.size();
     std::vector<std::uint8_t> payload(std::max(2 * used, std::size_t{4096}));
-    std::memcpy(payload.data(), file.payload.data(), used);
+    std::ranges::copy(std::as_bytes(std::span(file.payload)),
+                      std::as_writable_bytes(std::span(payload)).begin());
     payload.resize(LLVMFuzzerMutate(payload.data(), used, payload.size()));
     const auto changed = std::as_bytes(std::span(payload));
     const Bytes out = file.with(Bytes(changed.begin(), changed.end()));
