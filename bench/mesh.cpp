@@ -11,7 +11,7 @@
 
 #include "MeshSamples.h"
 #include "OtherCodecs.h"
-#include "file/ShapeSegment.h"
+#include "file/shapes/ShapeSegment.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <optional>
 
 #include "JtFormatError.h"
-#include "codec/MeshDecoder.h"
-#include "codec/MeshEncoder.h"
+#include "codec/shape/MeshDecoder.h"
+#include "codec/shape/MeshEncoder.h"
 #include "support/MeshContent.h"
 
 namespace {

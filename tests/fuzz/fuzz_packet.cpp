@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "JtFormatError.h"
-#include "codec/Packets.h"
+#include "codec/packet/Packets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace jt::codec;

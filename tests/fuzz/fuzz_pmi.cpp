@@ -18,8 +18,8 @@
 #include "JtwTree.h"
 #include "MemoryStream.h"
 #include "VisMetaDataNode.h"
-#include "file/PMIElement.h"
-#include "file/PMITags.h"
+#include "file/pmi/PMIElement.h"
+#include "file/pmi/PMITags.h"
 
 namespace {
 

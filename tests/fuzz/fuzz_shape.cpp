@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "file/SegmentObjects.h"
-#include "file/ShapeSegment.h"
+#include "file/segments/SegmentObjects.h"
+#include "file/shapes/ShapeSegment.h"
 
 namespace {
 

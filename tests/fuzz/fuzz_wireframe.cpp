@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "file/WireframeElement.h"
+#include "file/segments/WireframeElement.h"
 
 namespace {
 

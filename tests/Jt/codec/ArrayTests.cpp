@@ -6,9 +6,9 @@
 #include <cmath>
 #include <numeric>
 
-#include "codec/DeeringEncoder.h"
-#include "codec/Hash.h"
-#include "codec/VertexArrays.h"
+#include "base/Hash.h"
+#include "codec/vertex/DeeringEncoder.h"
+#include "codec/vertex/VertexArrays.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "JtFormatError.h"
-#include "codec/Packets64.h"
+#include "codec/packet/Packets64.h"
 
 namespace {
 

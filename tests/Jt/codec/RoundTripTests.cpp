@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "codec/DeeringEncoder.h"
-#include "codec/MeshDecoder.h"
-#include "codec/MeshEncoder.h"
-#include "file/ShapeSegment.h"
+#include "codec/shape/MeshDecoder.h"
+#include "codec/shape/MeshEncoder.h"
+#include "codec/vertex/DeeringEncoder.h"
+#include "file/shapes/ShapeSegment.h"
 #include "support/Meshes.h"
 
 namespace {

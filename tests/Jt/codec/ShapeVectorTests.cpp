@@ -6,8 +6,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "file/SegmentObjects.h"
-#include "file/ShapeSegment.h"
+#include "file/segments/SegmentObjects.h"
+#include "file/shapes/ShapeSegment.h"
 #include "support/ShapeFiles.h"
 
 namespace {

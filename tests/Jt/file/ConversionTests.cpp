@@ -9,7 +9,7 @@
 #include "JtMaterial.h"
 #include "JtTexture.h"
 #include "VisPartNode.h"
-#include "file/ShapeSegment.h"
+#include "file/shapes/ShapeSegment.h"
 #include "support/Differences.h"
 #include "support/Meshes.h"
 #include "support/ShapeFiles.h"

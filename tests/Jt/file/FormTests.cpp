@@ -8,7 +8,7 @@
 #include "JtMaterial.h"
 #include "JtXform.h"
 #include "VisMetaDataNode.h"
-#include "file/MetaDataFields.h"
+#include "file/elements/MetaDataFields.h"
 #include "support/FileBuilder.h"
 #include "support/SceneText.h"
 

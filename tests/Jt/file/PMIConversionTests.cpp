@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include "codec/Packets.h"
-#include "file/PMIFields.h"
-#include "file/PMIGeneric.h"
-#include "file/PMITags.h"
-#include "file/SegmentObjects.h"
+#include "codec/packet/Packets.h"
+#include "file/pmi/PMIFields.h"
+#include "file/pmi/PMIGeneric.h"
+#include "file/pmi/PMITags.h"
+#include "file/segments/SegmentObjects.h"
 #include "support/Differences.h"
 #include "support/PMIBodies.h"
 

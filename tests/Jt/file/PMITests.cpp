@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "file/PMITags.h"
+#include "file/pmi/PMITags.h"
 #include "support/PMIBodies.h"
 #include "support/Survival.h"
 

@@ -6,8 +6,8 @@
 #include <map>
 #include <numbers>
 
-#include "file/Compression.h"
-#include "file/ShapeSegment.h"
+#include "file/container/Compression.h"
+#include "file/shapes/ShapeSegment.h"
 #include "support/ShapeScene.h"
 
 namespace {

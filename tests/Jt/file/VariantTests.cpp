@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "JtInspect.h"
-#include "file/ShapeCache.h"
-#include "file/ShapeSegment.h"
+#include "file/shapes/ShapeCache.h"
+#include "file/shapes/ShapeSegment.h"
 #include "support/FileBuilder.h"
 #include "support/Meshes.h"
 

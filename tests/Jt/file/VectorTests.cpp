@@ -9,8 +9,8 @@
 #include "JtLights.h"
 #include "JtPartUtil.h"
 #include "VisPartNode.h"
-#include "file/MetaDataFields.h"
-#include "file/SceneReader.h"
+#include "file/elements/MetaDataFields.h"
+#include "file/graph/SceneReader.h"
 #include "support/FileBuilder.h"
 #include "support/SceneText.h"
 

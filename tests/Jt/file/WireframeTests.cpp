@@ -8,10 +8,10 @@
 #include <numbers>
 
 #include "VisPartNode.h"
-#include "codec/FloatPackets.h"
-#include "codec/Packets.h"
-#include "codec/Packets64.h"
-#include "file/WireframeElement.h"
+#include "codec/packet/FloatPackets.h"
+#include "codec/packet/Packets.h"
+#include "codec/packet/Packets64.h"
+#include "file/segments/WireframeElement.h"
 #include "support/Differences.h"
 #include "support/FileBuilder.h"
 

@@ -13,7 +13,7 @@
 #include "JtInstance.h"
 #include "JtLights.h"
 #include "VisPartNode.h"
-#include "file/SceneSource.h"
+#include "file/graph/SceneSource.h"
 #include "support/FileBuilder.h"
 #include "support/SceneText.h"
 

@@ -12,7 +12,7 @@
 #include "JtLOD.h"
 #include "JtMaterial.h"
 #include "JtResidencyRequestManager.h"
-#include "file/ShapeSegment.h"
+#include "file/shapes/ShapeSegment.h"
 #include "support/Differences.h"
 #include "support/Meshes.h"
 #include "support/ShapeFiles.h"

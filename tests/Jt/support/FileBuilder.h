@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "file/Container.h"
-#include "file/SceneSource.h"
-#include "file/SegmentObjects.h"
+#include "file/container/Container.h"
+#include "file/graph/SceneSource.h"
+#include "file/segments/SegmentObjects.h"
 #include "support/MemoryStorage.h"
 
 // JT files put together piece by piece, sound or not, in any generation and byte order.

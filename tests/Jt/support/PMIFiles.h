@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VisMetaDataNode.h"
-#include "file/PMIElement.h"
+#include "file/pmi/PMIElement.h"
 #include "support/FileBuilder.h"
 
 // Files with PMI.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "file/ElementTable.h"
+#include "file/elements/ElementTable.h"
 #include "support/FileBuilder.h"
 
 // Files around one shape segment.

@@ -1,11 +1,11 @@
 #include <cstring>
 
 #include "JtInspect.h"
-#include "file/MetaDataFields.h"
-#include "file/PMIElement.h"
-#include "file/SegmentObjects.h"
-#include "file/ShapeTable.h"
-#include "file/WireframeElement.h"
+#include "file/elements/MetaDataFields.h"
+#include "file/pmi/PMIElement.h"
+#include "file/segments/SegmentObjects.h"
+#include "file/segments/WireframeElement.h"
+#include "file/shapes/ShapeTable.h"
 
 namespace jt {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "JtFormatError.h"
-#include "file/SegmentObjects.h"
+#include "file/segments/SegmentObjects.h"
 
 namespace jt {
 

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "file/Container.h"
-#include "file/ShapeSegment.h"
+#include "file/container/Container.h"
+#include "file/shapes/ShapeSegment.h"
 
 namespace jt {
 

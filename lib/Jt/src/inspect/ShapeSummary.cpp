@@ -3,8 +3,8 @@
 
 #include "JtInspect.h"
 #include "JtShape.h"
-#include "file/SavePlan.h"
-#include "file/SceneWriter.h"
+#include "file/save/SavePlan.h"
+#include "file/save/SceneWriter.h"
 
 namespace jt {
 

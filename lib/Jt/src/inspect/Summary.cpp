@@ -3,7 +3,7 @@
 #include <unordered_set>
 
 #include "JtInspect.h"
-#include "file/SceneWriter.h"
+#include "file/save/SceneWriter.h"
 
 namespace jt {
 

@@ -2,14 +2,14 @@
 #include <unordered_set>
 
 #include "JtInspect.h"
-#include "file/MetaDataFields.h"
-#include "file/PMIElement.h"
-#include "file/ParallelFor.h"
-#include "file/SceneReader.h"
-#include "file/SceneWriter.h"
-#include "file/SegmentObjects.h"
-#include "file/ShapeSegment.h"
-#include "file/WireframeElement.h"
+#include "base/ParallelFor.h"
+#include "file/elements/MetaDataFields.h"
+#include "file/graph/SceneReader.h"
+#include "file/pmi/PMIElement.h"
+#include "file/save/SceneWriter.h"
+#include "file/segments/SegmentObjects.h"
+#include "file/segments/WireframeElement.h"
+#include "file/shapes/ShapeSegment.h"
 #include "inspect/ShapeCheck.h"
 
 namespace jt {

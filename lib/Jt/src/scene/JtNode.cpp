@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "file/SceneSource.h"
+#include "file/graph/SceneSource.h"
 
 namespace {
 

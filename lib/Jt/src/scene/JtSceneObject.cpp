@@ -1,6 +1,6 @@
 #include "JtSceneObject.h"
 
-#include "file/SceneSource.h"
+#include "file/graph/SceneSource.h"
 
 JtSceneObject::JtSceneObject(const JtSceneObject& other)
     : source_(other.source_),

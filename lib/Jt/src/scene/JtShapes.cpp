@@ -4,7 +4,7 @@
 #include "JtShape.h"
 #include "JtShapeEncoding.h"
 #include "JtSwitch.h"
-#include "file/NodeFields.h"
+#include "file/elements/NodeFields.h"
 
 void JtRangeLOD::setRangeLimits(std::vector<float> limits) {
   limits_ = std::move(limits);

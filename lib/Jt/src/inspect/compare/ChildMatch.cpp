@@ -1,4 +1,4 @@
-#include "ChildMatch.h"
+#include "inspect/compare/ChildMatch.h"
 
 #include <algorithm>
 #include <functional>

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "NodeFacts.h"
+#include "inspect/compare/NodeFacts.h"
 
 namespace jt::compare_detail {
 

@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "ChildMatch.h"
 #include "Jt.h"
 #include "JtCompare.h"
 #include "JtInspect.h"
 #include "JtPartition.h"
-#include "Properties.h"
-#include "Segments.h"
+#include "inspect/compare/ChildMatch.h"
+#include "inspect/compare/Properties.h"
+#include "inspect/compare/Segments.h"
 
 namespace jt {
 

@@ -1,11 +1,11 @@
-#include "MeshMatch.h"
+#include "inspect/compare/MeshMatch.h"
 
 #include <algorithm>
 #include <vector>
 
 #include "JtFormatError.h"
-#include "PrimitiveGrid.h"
-#include "Primitives.h"
+#include "inspect/compare/PrimitiveGrid.h"
+#include "inspect/compare/Primitives.h"
 
 namespace jt::compare_detail {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "JtMesh.h"
-#include "Tolerance.h"
+#include "inspect/compare/Tolerance.h"
 
 namespace jt::compare_detail {
 

@@ -1,4 +1,4 @@
-#include "NodeFacts.h"
+#include "inspect/compare/NodeFacts.h"
 
 #include <bit>
 #include <cmath>

@@ -1,13 +1,13 @@
-#include "Objects.h"
+#include "inspect/compare/Objects.h"
 
 #include <algorithm>
 #include <string_view>
 
 #include "JtLights.h"
 #include "JtXform.h"
-#include "Values.h"
-#include "file/ElementTable.h"
-#include "file/SceneReader.h"
+#include "file/elements/ElementTable.h"
+#include "file/graph/SceneReader.h"
+#include "inspect/compare/Values.h"
 
 namespace jt::compare_detail {
 

@@ -7,10 +7,10 @@
 #include <string_view>
 
 #include "JtAttribute.h"
-#include "Report.h"
-#include "Tolerance.h"
-#include "file/FieldLister.h"
-#include "file/SceneSource.h"
+#include "file/archive/FieldLister.h"
+#include "file/graph/SceneSource.h"
+#include "inspect/compare/Report.h"
+#include "inspect/compare/Tolerance.h"
 
 namespace jt::compare_detail {
 

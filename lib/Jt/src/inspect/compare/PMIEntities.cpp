@@ -1,4 +1,4 @@
-#include "PMIEntities.h"
+#include "inspect/compare/PMIEntities.h"
 
 #include <algorithm>
 #include <map>

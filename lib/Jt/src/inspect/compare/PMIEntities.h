@@ -5,7 +5,7 @@
 #include <span>
 
 #include "JtPMI.h"
-#include "Report.h"
+#include "inspect/compare/Report.h"
 
 namespace jt::compare_detail {
 

@@ -1,4 +1,4 @@
-#include "PrimitiveGrid.h"
+#include "inspect/compare/PrimitiveGrid.h"
 
 #include <algorithm>
 #include <cmath>

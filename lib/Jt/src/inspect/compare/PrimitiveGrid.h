@@ -9,7 +9,7 @@
 #include <span>
 #include <vector>
 
-#include "Primitives.h"
+#include "inspect/compare/Primitives.h"
 
 namespace jt::compare_detail {
 

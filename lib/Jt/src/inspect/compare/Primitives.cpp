@@ -1,10 +1,10 @@
-#include "Primitives.h"
+#include "inspect/compare/Primitives.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 
-#include "Values.h"
+#include "inspect/compare/Values.h"
 
 namespace jt::compare_detail {
 

@@ -1,12 +1,12 @@
-#include "Properties.h"
+#include "inspect/compare/Properties.h"
 
 #include <algorithm>
 #include <unordered_map>
 
 #include "Jt.h"
 #include "JtTexture.h"
-#include "Values.h"
 #include "VisMetaDataNode.h"
+#include "inspect/compare/Values.h"
 
 namespace jt::compare_detail {
 

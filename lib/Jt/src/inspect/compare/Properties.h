@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "Objects.h"
-#include "Report.h"
-#include "Segments.h"
+#include "inspect/compare/Objects.h"
+#include "inspect/compare/Report.h"
+#include "inspect/compare/Segments.h"
 
 namespace jt::compare_detail {
 

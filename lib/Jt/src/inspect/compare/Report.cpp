@@ -1,8 +1,8 @@
-#include "Report.h"
+#include "inspect/compare/Report.h"
 
 #include "JtInspect.h"
 #include "JtPartition.h"
-#include "Values.h"
+#include "inspect/compare/Values.h"
 
 namespace jt::compare_detail {
 

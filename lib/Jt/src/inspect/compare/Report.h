@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "JtCompare.h"
-#include "NodeFacts.h"
+#include "inspect/compare/NodeFacts.h"
 
 namespace jt::compare_detail {
 

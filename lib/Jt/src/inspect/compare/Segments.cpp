@@ -1,4 +1,4 @@
-#include "Segments.h"
+#include "inspect/compare/Segments.h"
 
 #include <algorithm>
 #include <map>
@@ -7,11 +7,11 @@
 #include "JtBaseDataStream.h"
 #include "JtCompare.h"
 #include "JtShape.h"
-#include "MeshMatch.h"
-#include "PMIEntities.h"
-#include "Values.h"
-#include "file/ElementTable.h"
-#include "file/SegmentObjects.h"
+#include "file/elements/ElementTable.h"
+#include "file/segments/SegmentObjects.h"
+#include "inspect/compare/MeshMatch.h"
+#include "inspect/compare/PMIEntities.h"
+#include "inspect/compare/Values.h"
 
 namespace jt::compare_detail {
 

@@ -8,8 +8,8 @@
 
 #include "JtMetaData.h"
 #include "JtPropAtom.h"
-#include "Report.h"
-#include "file/Container.h"
+#include "file/container/Container.h"
+#include "inspect/compare/Report.h"
 
 namespace jt::compare_detail {
 

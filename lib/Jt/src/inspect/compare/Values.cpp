@@ -1,4 +1,4 @@
-#include "Values.h"
+#include "inspect/compare/Values.h"
 
 #include <algorithm>
 #include <cmath>

@@ -7,7 +7,7 @@
 #include "JtCompare.h"
 #include "JtMetaData.h"
 #include "JtPropAtom.h"
-#include "file/FieldLister.h"
+#include "file/archive/FieldLister.h"
 
 namespace jt::compare_detail {
 

@@ -1,0 +1,22 @@
+#include "base/PageMemory.h"
+
+#include <sys/mman.h>
+
+namespace jt::storage {
+
+std::byte* mapPages(std::size_t size) noexcept {
+  void* pages = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (pages == MAP_FAILED) return nullptr;
+  madvise(pages, size, MADV_HUGEPAGE);  // only a wish
+  return static_cast<std::byte*>(pages);
+}
+
+std::byte* remapPages(std::byte* pages, std::size_t oldSize, std::size_t newSize) noexcept {
+  void* moved = mremap(pages, oldSize, newSize, MREMAP_MAYMOVE);
+  return moved == MAP_FAILED ? nullptr : static_cast<std::byte*>(moved);
+}
+
+void unmapPages(std::byte* pages, std::size_t size) noexcept { munmap(pages, size); }
+
+}  // namespace jt::storage

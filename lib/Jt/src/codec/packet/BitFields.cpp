@@ -1,0 +1,154 @@
+#include "codec/packet/BitFields.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace jt::codec {
+
+namespace {
+
+constexpr std::size_t kWindow = 16;
+// What a symbol of arithmetic code has to save, in bits, to be worth the time that it takes.
+constexpr double kSymbolPrice = 0.4;
+
+/// The latest values, each once.
+class Window {
+ public:
+  /// Place of a value, kWindow when it is not there. It is the latest one then.
+  std::size_t take(std::int32_t value) {
+    std::int32_t moved = value;
+    for (std::size_t place = 0; place < used_; ++place) {
+      std::swap(values_[place], moved);
+      if (moved == value) return place;
+    }
+    if (used_ < kWindow) values_[used_++] = moved;
+    return kWindow;
+  }
+
+ private:
+  std::array<std::int32_t, kWindow> values_;
+  std::size_t used_ = 0;
+};
+
+/// Runs of the values, enough to judge by. @param most runs
+std::vector<std::uint32_t> sampleOf(std::span<const std::int32_t> values, std::size_t most) {
+  constexpr std::size_t kRun = 128;
+  const std::size_t runs = std::clamp(values.size() / (2 * kRun), std::size_t{1}, most);
+  std::vector<std::uint32_t> sample;
+  for (std::size_t run = 0; run < runs; ++run) {
+    const std::size_t length = std::min(kRun, values.size());
+    const std::size_t from = (2 * run + 1) * (values.size() - length) / (2 * runs);
+    const auto part = values.subspan(from, length);
+    sample.insert(sample.end(), part.begin(), part.end());
+  }
+  return sample;
+}
+
+std::uint32_t bitsOf(std::uint32_t value, unsigned low, unsigned width) {
+  return value >> low & (width < 32 ? (1U << width) - 1 : ~0U);
+}
+
+/// Prices of fields, a value.
+class Prices {
+ public:
+  Prices(std::span<const std::int32_t> values, std::int32_t base, std::size_t runs)
+      : sample_(sampleOf(values, runs)), count_(static_cast<double>(values.size())) {
+    for (std::uint32_t& value : sample_) value -= static_cast<std::uint32_t>(base);
+  }
+
+  /// The cheapest form of a field.
+  double best(unsigned low, unsigned width, BitField::Form& form) const {
+    // Heads of packets and tables, in bits.
+    constexpr double kPlain = 100;
+    constexpr double kSmall = 350;
+    constexpr double kMoved = 600;
+    const double prices[] = {width + kPlain / count_, small(low, width) + kSmall / count_,
+                             moved(low, width) + kMoved / count_};
+    const auto* const least = std::ranges::min_element(prices);
+    form = static_cast<BitField::Form>(least - prices);
+    return *least;
+  }
+
+ private:
+  static constexpr unsigned kNarrow = 6;
+
+  /// Of few values, since a sample does not tell how many there are of many.
+  double small(unsigned low, unsigned width) const {
+    if (width > kNarrow) return std::numeric_limits<double>::infinity();
+    std::array<std::uint32_t, 1U << kNarrow> counts{};
+    for (const std::uint32_t value : sample_) ++counts[bitsOf(value, low, width)];
+    const auto distinct = std::ranges::count_if(counts, [](std::uint32_t n) { return n > 0; });
+    // A sample looks more orderly than the whole by some bits for each value that there is.
+    return (entropy(counts) + 0.7 * static_cast<double>(distinct)) / size() + kSymbolPrice;
+  }
+  double moved(unsigned low, unsigned width) const {
+    std::array<std::uint32_t, kWindow + 1> counts{};
+    Window window;
+    for (const std::uint32_t value : sample_)
+      ++counts[window.take(static_cast<std::int32_t>(bitsOf(value, low, width)))];
+    return (entropy(counts) + width * static_cast<double>(counts[kWindow])) / size() + kSymbolPrice;
+  }
+
+  double entropy(std::span<const std::uint32_t> counts) const {
+    double bits = 0;
+    for (const std::uint32_t count : counts)
+      if (count > 0) bits += count * std::log2(size() / count);
+    return bits;
+  }
+  double size() const { return static_cast<double>(sample_.size()); }
+
+  std::vector<std::uint32_t> sample_;
+  double count_;
+};
+
+}  // namespace
+
+Moves::Moves(std::span<const std::int32_t> values) {
+  Window window;
+  places.reserve(values.size());
+  for (const std::int32_t value : values) {
+    const std::size_t place = window.take(value);
+    places.push_back(place == kWindow ? -1 : static_cast<std::int32_t>(place));
+    if (place == kWindow) fresh.push_back(value);
+  }
+}
+
+BitFields bestFields(std::span<const std::int32_t> values, std::int32_t base, unsigned width,
+                     unsigned mostFields) {
+  constexpr unsigned kMostCuts = 10;
+  struct Best {
+    double price = std::numeric_limits<double>::infinity();
+    BitField top;
+  };
+  const Prices prices(values, base, mostFields > 1 ? 4 : 8);
+  std::vector<unsigned> cuts{0};
+  const unsigned step = mostFields > 1 ? (width + kMostCuts - 1) / kMostCuts : width;
+  while (cuts.back() < width) cuts.push_back(std::min(width, cuts.back() + step));
+  // What is below each cut, in so many fields.
+  std::array<std::vector<Best>, kMostBitFields + 1> best;
+  best.fill(std::vector<Best>(cuts.size()));
+  best[0][0].price = 0;
+  for (std::size_t high = 1; high < cuts.size(); ++high)
+    for (std::size_t low = 0; low < high; ++low) {
+      BitField field{cuts[low], cuts[high] - cuts[low]};
+      const double price = prices.best(field.low, field.width, field.form);
+      for (std::size_t count = 0; count < mostFields; ++count)
+        if (best[count][low].price + price < best[count + 1][high].price)
+          best[count + 1][high] = {best[count][low].price + price, field};
+    }
+  std::size_t count = 1;
+  for (std::size_t more = 2; more <= mostFields; ++more)
+    if (best[more].back().price < best[count].back().price) count = more;
+  BitFields result{{}, best[count].back().price};
+  for (unsigned high = width; high > 0; --count) {
+    const std::size_t cut = (high + step - 1) / step;
+    result.fields.push_back(best[count][cut].top);
+    high = result.fields.back().low;
+  }
+  return result;
+}
+
+}  // namespace jt::codec

@@ -1,0 +1,293 @@
+#include "file/container/Container.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace jt::file {
+
+namespace {
+
+constexpr std::string_view kCheckBytes = " \n\r\n ";
+
+struct VersionNumbers {
+  int major = 0;
+  int minor = 0;
+};
+
+std::optional<VersionNumbers> parseVersion(std::string_view text) {
+  constexpr std::string_view kWord = "Version ";
+  if (text.substr(0, kWord.size()) != kWord) return {};
+  std::size_t at = text.find_first_not_of(' ', kWord.size());
+  const auto number = [&](int& value) {
+    const std::size_t first = at;
+    for (value = 0; at < text.size() && text[at] >= '0' && text[at] <= '9' && at - first < 4; ++at)
+      value = 10 * value + (text[at] - '0');
+    return at > first;
+  };
+  VersionNumbers version;
+  if (at == std::string_view::npos || !number(version.major)) return {};
+  if (at >= text.size() || text[at++] != '.' || !number(version.minor)) return {};
+  return version;
+}
+
+std::string hex(std::uint64_t value) {
+  char text[24];
+  std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
+  return text;
+}
+
+[[noreturn]] void throwTextMode(const FilePosition& where) {
+  throw JtFormatError(
+      "text_mode",
+      "the file was damaged by a transfer in text mode: transfer it again in binary mode", where);
+}
+
+}  // namespace
+
+const char* segmentTypeName(std::int32_t type) noexcept {
+  static constexpr const char* lods[] = {"Shape LOD0", "Shape LOD1", "Shape LOD2", "Shape LOD3",
+                                         "Shape LOD4", "Shape LOD5", "Shape LOD6", "Shape LOD7",
+                                         "Shape LOD8", "Shape LOD9"};
+  if (type >= 7 && type <= 16) return lods[type - 7];
+  switch (type) {
+    case 1:
+      return "Logical Scene Graph";
+    case 2:
+      return "JT B-Rep";
+    case 3:
+      return "PMI Data";
+    case 4:
+      return "Meta Data";
+    case 6:
+      return "Shape";
+    case 17:
+      return "XT B-Rep";
+    case 18:
+      return "Wireframe Representation";
+    case 20:
+      return "ULP";
+    case 23:
+      return "Smart Topology Table";
+    case 24:
+      return "LWPA";
+    case 30:
+      return "MultiXT B-Rep";
+    case 31:
+      return "Info";
+    case 32:
+    case 33:
+      return "STEP B-Rep";
+    default:
+      return "Unknown";
+  }
+}
+
+std::string segmentText(std::int32_t type, const JtGuid& id) {
+  return id.text() + " (type " + std::to_string(type) + ", " + segmentTypeName(type) + ")";
+}
+
+Container::Container(Ref<FileImage> image, const ReadLimits& limits)
+    : image_(std::move(image)), limits_(limits) {}
+
+Ref<Container> Container::open(Ref<FileImage> image, const ReadLimits& limits) {
+  Ref<Container> container(new Container(std::move(image), limits));
+  try {
+    container->readHeader();
+    try {
+      container->readToc();
+    } catch (const JtFormatError& error) {
+      // Bytes that were dropped or doubled move all that follows them.
+      if (!container->checkBytesOk_) throwTextMode(error.where());
+      throw;
+    }
+  } catch (const JtFormatError& error) {
+    throw error.within({container->image_->name(), {}, {}, {}});
+  }
+  return container;
+}
+
+void Container::note(bool isError, const char* code, std::uint64_t offset, std::string message) {
+  notes_.push_back({isError, code, {}, offset, std::move(message)});
+}
+
+std::string Container::versionText() const {
+  const auto bytes = image_->bytes();
+  return {reinterpret_cast<const char*>(bytes.data()), kVersionTextSize};
+}
+
+void Container::readHeader() {
+  const auto bytes = image_->bytes();
+  if (bytes.empty())
+    throw JtFormatError("empty", "expected a JT file, found an empty one", {{}, {}, {}, 0});
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
+                              std::min(bytes.size(), kVersionTextSize));
+  const auto version = parseVersion(text);
+  if (!version)
+    throw JtFormatError("not_jt", "expected a JT file, which begins with \"Version M.n JT\"",
+                        {{}, {}, {}, 0});
+  if (version->major < 8 || version->major > 10)
+    throw JtFormatError("unsupported_version",
+                        "JT version " + std::to_string(version->major) + "." +
+                            std::to_string(version->minor) +
+                            " cannot be read; versions 8.0 to 10.x can",
+                        {{}, {}, {}, 0});
+  format_ = {version->major, version->minor, false};
+  const std::size_t headerSize = FileHeader::size(format_);
+  if (bytes.size() < headerSize)
+    throw JtFormatError("truncated",
+                        "file truncated: the header takes " + std::to_string(headerSize) +
+                            " bytes, found " + std::to_string(bytes.size()),
+                        {{}, {}, {}, bytes.size()});
+  checkBytesOk_ = text.substr(kVersionTextSize - kCheckBytes.size()) == kCheckBytes;
+  const auto order = std::to_integer<int>(bytes[kVersionTextSize]);
+  if (order > 1) {
+    if (!checkBytesOk_) throwTextMode({{}, {}, "byteOrder", kVersionTextSize});
+    throw JtFormatError("bad_byte_order",
+                        "expected byte order 0 or 1, found " + std::to_string(order),
+                        {{}, {}, "byteOrder", kVersionTextSize});
+  }
+  if (!checkBytesOk_)
+    note(false, "header_check_bytes", 75,
+         "the five check bytes of the version text are not as they should be");
+  format_.bigEndian = order == 1;
+  Reader reader(bytes.subspan(kVersionTextSize, headerSize - kVersionTextSize), format_,
+                kVersionTextSize);
+  fields(reader, header_);
+  if (header_.reserved != 0)
+    note(false, "header_reserved", 81,
+         "the reserved field of the header is " + std::to_string(header_.reserved) + ", not 0");
+}
+
+void Container::readToc() {
+  const auto bytes = image_->bytes();
+  const std::size_t headerSize = FileHeader::size(format_);
+  const std::uint64_t at = header_.tocOffset;
+  // A negative 32-bit offset has become a huge one and fails here too.
+  if (at < headerSize || at > bytes.size() || bytes.size() - at < 4)
+    throw JtFormatError(at < headerSize ? "bad_toc_offset" : "truncated",
+                        "expected the table of contents between offset " +
+                            std::to_string(headerSize) + " and the end of the file at " +
+                            std::to_string(bytes.size()) + ", found its offset to be " +
+                            std::to_string(at) +
+                            (at < headerSize ? "" : "; the file is truncated or damaged"),
+                        {{}, {}, "tocOffset", 85});
+  const auto count = loadScalar<std::int32_t>(bytes.data() + at, format_.bigEndian);
+  const std::size_t entrySize = TocEntry::size(format_);
+  const std::uint64_t room = (bytes.size() - at - 4) / entrySize;
+  if (count < 1 || static_cast<std::uint64_t>(count) > room)
+    throw JtFormatError("bad_toc_count",
+                        "the table of contents names " + std::to_string(count) +
+                            " segments, but there is room for 1 to " + std::to_string(room) +
+                            "; the file is truncated or damaged",
+                        {{}, {}, "entryCount", at});
+  toc_.resize(static_cast<std::size_t>(count));
+  Reader reader(bytes.subspan(at + 4, static_cast<std::size_t>(count) * entrySize), format_,
+                at + 4);
+  std::uint64_t total = 0;
+  for (TocEntry& entry : toc_) {
+    const std::size_t row = reader.offset();
+    fields(reader, entry);
+    if (entry.offset < headerSize || entry.length < kSegmentHeaderSize ||
+        entry.offset > bytes.size() || bytes.size() - entry.offset < entry.length) {
+      const bool beyond = entry.offset >= headerSize && entry.length >= kSegmentHeaderSize;
+      throw JtFormatError(beyond ? "truncated" : "bad_toc_entry",
+                          "segment " + segmentText(entry.type(), entry.id) + " should take " +
+                              std::to_string(entry.length) + " bytes at offset " +
+                              hex(entry.offset) + ", but the file ends at " + hex(bytes.size()) +
+                              (beyond ? "; the file is truncated or damaged" : ""),
+                          {{}, {}, "segmentOffset", row});
+    }
+    total += entry.length;
+  }
+  if (total > bytes.size())
+    note(true, "segments_overlap", at,
+         "the segments of the table of contents weigh " + std::to_string(total) +
+             " bytes, more than the file: some overlap");
+}
+
+const TocEntry& Container::sceneEntry() const {
+  const TocEntry* byType = nullptr;
+  for (const TocEntry& entry : toc_) {
+    if (entry.id == header_.sceneId && header_.reserved == 0) return entry;
+    if (entry.type() == 1 && !byType) byType = &entry;
+  }
+  if (byType) return *byType;
+  throw JtFormatError("no_scene_graph",
+                      "expected the scene graph segment " + header_.sceneId.text() +
+                          " in the table of contents, found none",
+                      {image_->name(), {}, {}, 89});
+}
+
+const TocEntry* Container::find(const JtGuid& id) const {
+  std::call_once(indexed_, [&] {
+    index_.reserve(toc_.size());
+    for (std::size_t i = 0; i < toc_.size(); ++i)
+      index_.emplace(toc_[i].id, static_cast<std::uint32_t>(i));
+  });
+  const auto found = index_.find(id);
+  return found == index_.end() ? nullptr : &toc_[found->second];
+}
+
+std::span<const std::byte> Container::segmentBytes(const TocEntry& entry) const {
+  image_->checkPresent();
+  return image_->bytes().subspan(static_cast<std::size_t>(entry.offset), entry.length);
+}
+
+SegmentHeader Container::segmentHeader(const TocEntry& entry) const {
+  Reader reader(segmentBytes(entry), format_);
+  SegmentHeader header;
+  fields(reader, header);
+  return header;
+}
+
+std::optional<PackingHeader> Container::packingHeader(const TocEntry& entry) const {
+  const auto bytes = segmentBytes(entry);
+  if (isShapeSegment(segmentHeader(entry).type) ||
+      bytes.size() < kSegmentHeaderSize + kPackingHeaderSize)
+    return {};
+  Reader reader(bytes.subspan(kSegmentHeaderSize), format_);
+  PackingHeader header;
+  fields(reader, header);
+  const std::uint64_t body = bytes.size() - kSegmentHeaderSize - kPackingHeaderSize;
+  const bool plausible = (header.flag == 0 || header.flag == 2 || header.flag == 3) &&
+                         header.algorithm >= 1 && header.algorithm <= 3 && header.length >= 1 &&
+                         static_cast<std::uint64_t>(header.length) - 1 <= body;
+  if (!plausible) return {};
+  return header;
+}
+
+FilePosition Container::position(const TocEntry& entry, std::optional<std::uint64_t> offset) const {
+  return {image_->name(), segmentText(entry.type(), entry.id), {}, offset};
+}
+
+SegmentContent Container::load(const TocEntry& entry) const {
+  const auto bytes = segmentBytes(entry);
+  SegmentContent content;
+  const auto packing = packingHeader(entry);
+  if (!packing) {
+    content.bytes = bytes.subspan(kSegmentHeaderSize);
+    content.fileOffset = static_cast<std::size_t>(entry.offset) + kSegmentHeaderSize;
+    return content;
+  }
+  const auto stream = bytes.subspan(kSegmentHeaderSize + kPackingHeaderSize,
+                                    static_cast<std::size_t>(packing->length) - 1);
+  content.packing = static_cast<Packing>(packing->algorithm);
+  if (content.packing == Packing::stored) {
+    content.bytes = stream;
+    content.fileOffset =
+        static_cast<std::size_t>(entry.offset) + kSegmentHeaderSize + kPackingHeaderSize;
+    return content;
+  }
+  try {
+    content.owned = unpack(stream, content.packing, limits_,
+                           std::min(limits_.maxSegmentBytes, limits_.maxDocumentBytes))
+                        .bytes;
+  } catch (const JtFormatError& error) {
+    throw error.within(position(entry, entry.offset + kSegmentHeaderSize + kPackingHeaderSize));
+  }
+  content.bytes = content.owned.bytes();
+  content.packed = true;
+  return content;
+}
+
+}  // namespace jt::file

@@ -1,0 +1,163 @@
+#pragma once
+
+// A JT file as a container: header, table of contents, segments. Nothing of a segment is read
+// before it is asked for.
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "JtPartition.h"
+#include "JtStorageManager.h"
+#include "file/archive/Archive.h"
+#include "file/archive/Format.h"
+#include "file/container/Compression.h"
+
+namespace jt::file {
+
+inline constexpr std::size_t kVersionTextSize = 80;
+inline constexpr std::size_t kSegmentHeaderSize = 24;
+inline constexpr std::size_t kPackingHeaderSize = 9;
+
+/// The file header behind the version text.
+struct FileHeader {
+  std::uint8_t byteOrder = 0;
+  std::int32_t reserved = 0;
+  std::uint64_t tocOffset = 0;
+  JtGuid sceneId;
+
+  static std::size_t size(const Format& format) { return format.has(Feature::wideToc) ? 109 : 105; }
+};
+
+template <class Ar>
+void fields(Ar& ar, FileHeader& header) {
+  ar("byteOrder", header.byteOrder);
+  ar("reserved", header.reserved);
+  if (ar.has(Feature::wideToc)) {
+    ar("tocOffset", header.tocOffset);
+  } else {
+    ar.template as<std::int32_t>("tocOffset", header.tocOffset);
+  }
+  ar("lsgSegmentId", header.sceneId);
+}
+
+/// One row of the table of contents.
+struct TocEntry {
+  JtGuid id;
+  std::uint64_t offset = 0;
+  std::uint32_t length = 0;
+  std::uint32_t attributes = 0;
+
+  std::int32_t type() const noexcept { return static_cast<std::int32_t>(attributes >> 24); }
+  static std::size_t size(const Format& format) { return format.has(Feature::wideToc) ? 32 : 28; }
+};
+
+template <class Ar>
+void fields(Ar& ar, TocEntry& entry) {
+  ar("segmentId", entry.id);
+  if (ar.has(Feature::wideToc)) {
+    ar("segmentOffset", entry.offset);
+  } else {
+    ar.template as<std::int32_t>("segmentOffset", entry.offset);
+  }
+  ar("segmentLength", entry.length);
+  ar("segmentAttributes", entry.attributes);
+}
+
+/// What every segment begins with.
+struct SegmentHeader {
+  JtGuid id;
+  std::int32_t type = 0;
+  std::int32_t length = 0;
+};
+
+template <class Ar>
+void fields(Ar& ar, SegmentHeader& header) {
+  ar("segmentId", header.id);
+  ar("segmentType", header.type);
+  ar("segmentLength", header.length);
+}
+
+/// How a segment is packed; stands between segment header and first element.
+struct PackingHeader {
+  std::uint32_t flag = 0;
+  std::int32_t length = 0;  ///< of the stream, and the algorithm byte
+  std::uint8_t algorithm = 1;
+};
+
+template <class Ar>
+void fields(Ar& ar, PackingHeader& header) {
+  ar("compressionFlag", header.flag);
+  ar("compressedDataLength", header.length);
+  ar("compressionAlgorithm", header.algorithm);
+}
+
+/// Types whose segments are shapes; those are never packed as a whole.
+inline bool isShapeSegment(std::int32_t type) noexcept { return type >= 6 && type <= 16; }
+
+/// Name of a segment type, such as "Logical Scene Graph".
+const char* segmentTypeName(std::int32_t type) noexcept;
+
+/// The unpacked content of a segment: bytes of its own, or a view into the file.
+struct SegmentContent {
+  std::span<const std::byte> bytes;
+  Buffer owned;         ///< where `bytes` lies when the segment was packed
+  bool packed = false;  ///< offsets count in the unpacked bytes
+  Packing packing = Packing::stored;
+  std::size_t fileOffset = 0;  ///< of the content when it is not packed
+};
+
+class Container : public JtRefCounted {
+ public:
+  /// Reads header and table of contents. Throws JtFormatError.
+  static Ref<Container> open(Ref<FileImage> image, const ReadLimits& limits);
+
+  const FileImage& image() const noexcept { return *image_; }
+  const Format& format() const noexcept { return format_; }
+  const ReadLimits& limits() const noexcept { return limits_; }
+  const FileHeader& header() const noexcept { return header_; }
+  /// The 80 bytes in front, as they are.
+  std::string versionText() const;
+  const std::vector<TocEntry>& toc() const noexcept { return toc_; }
+  const std::vector<Note>& notes() const noexcept { return notes_; }
+
+  /// The scene graph's row. Throws JtFormatError when there is none.
+  const TocEntry& sceneEntry() const;
+  /// The first row with that id, or null.
+  const TocEntry* find(const JtGuid& id) const;
+
+  /// The whole segment, header included.
+  std::span<const std::byte> segmentBytes(const TocEntry& entry) const;
+  /// The content behind the headers, unpacked. Throws JtFormatError with segment and offset.
+  SegmentContent load(const TocEntry& entry) const;
+  /// The two headers of a segment as they stand; the packing header only where there is one.
+  SegmentHeader segmentHeader(const TocEntry& entry) const;
+  std::optional<PackingHeader> packingHeader(const TocEntry& entry) const;
+
+  /// "file, segment" for an error inside a segment.
+  FilePosition position(const TocEntry& entry, std::optional<std::uint64_t> offset = {}) const;
+
+ private:
+  Container(Ref<FileImage> image, const ReadLimits& limits);
+  void readHeader();
+  void readToc();
+  void note(bool isError, const char* code, std::uint64_t offset, std::string message);
+
+  Ref<FileImage> image_;
+  ReadLimits limits_;
+  Format format_;
+  FileHeader header_;
+  bool checkBytesOk_ = true;
+  std::vector<TocEntry> toc_;
+  std::vector<Note> notes_;
+  mutable std::once_flag indexed_;
+  mutable std::unordered_map<JtGuid, std::uint32_t> index_;
+};
+
+/// "type 7 Shape LOD0, {id}"
+std::string segmentText(std::int32_t type, const JtGuid& id);
+
+}  // namespace jt::file

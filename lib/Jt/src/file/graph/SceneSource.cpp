@@ -1,0 +1,255 @@
+#include "file/graph/SceneSource.h"
+
+#include <algorithm>
+
+namespace jt::file {
+
+bool isEndMarker(const JtGuid& typeId) noexcept {
+  return typeId.data1 == 0xffffffffU && typeId.data2 == 0xffffU && typeId.data3 == 0xffffU &&
+         std::all_of(typeId.data4.begin(), typeId.data4.end(),
+                     [](auto byte) { return byte == 0xff; });
+}
+
+Ref<SceneSource> SceneSource::open(Ref<Container> container) {
+  Ref<SceneSource> source(new SceneSource);
+  source->container_ = std::move(container);
+  source->shapes_ = std::make_unique<ShapeCache>(*source->container_);
+  source->entry_ = &source->container_->sceneEntry();
+  source->content_ = source->container_->load(*source->entry_);
+  try {
+    if (source->content_.bytes.size() >= kNone)
+      throw JtFormatError("too_large", "scene graphs of 4 GiB and more cannot be read");
+    source->scan();
+  } catch (const JtFormatError& error) {
+    throw error.within(source->container_->position(*source->entry_));
+  }
+  return source;
+}
+
+void SceneSource::note(bool isError, const char* code, std::size_t offset, std::string message) {
+  constexpr std::size_t kMostNotes = 1000;  // a hostile file may have millions of flaws
+  if (notes_.size() < kMostNotes)
+    notes_.push_back(
+        {isError, code, segmentText(entry_->type(), entry_->id), offset, std::move(message)});
+}
+
+void SceneSource::scan() {
+  std::size_t at = scanElements(0, false);
+  firstAtom_ = elementCount();
+  if (at < bytes().size()) {
+    at = scanElements(at, true);
+  } else {
+    note(false, "no_atoms", at, "the scene graph ends without property atoms");
+  }
+  indexIds();
+  scanTable(at);
+}
+
+/// Finds the elements up to the end marker; returns the offset behind it.
+std::size_t SceneSource::scanElements(std::size_t at, bool lastList) {
+  const auto all = bytes();
+  const bool big = format().bigEndian;
+  while (at < all.size()) {
+    const std::size_t left = all.size() - at;
+    const auto length = left >= kLengthSize ? loadScalar<std::int32_t>(all.data() + at, big) : -1;
+    if (length < static_cast<std::int32_t>(kMarkerLength) ||
+        static_cast<std::size_t>(length) > left - kLengthSize)
+      throw JtFormatError("bad_element_length",
+                          "expected an element of 16 to " +
+                              std::to_string(left < 4 ? 0 : left - 4) +
+                              " bytes, found a length of " + std::to_string(length),
+                          {{}, {}, "elementLength", at});
+    const auto size = kLengthSize + static_cast<std::size_t>(length);
+    const JtGuid typeId = loadGuid(all.data() + at + kLengthSize, big);
+    if (isEndMarker(typeId)) {
+      if (static_cast<std::size_t>(length) != kMarkerLength)
+        throw JtFormatError("bad_element_length",
+                            "an end marker takes 16 bytes, found " + std::to_string(length),
+                            {{}, {}, "elementLength", at});
+      return at + size;
+    }
+    if (size < kFrameSize)
+      throw JtFormatError("bad_element_length",
+                          "an element takes at least 21 bytes, found " + std::to_string(length),
+                          {{}, {}, "elementLength", at});
+    offsets_.push_back(static_cast<std::uint32_t>(at));
+    ids_.push_back(loadScalar<std::int32_t>(all.data() + at + kFrameSizeWithoutId, big));
+    at += size;
+  }
+  note(true, "no_end_marker", at,
+       lastList ? "the property atoms end without a marker"
+                : "the graph elements end without a marker");
+  return at;
+}
+
+void SceneSource::indexIds() {
+  for (const std::int32_t id : ids_) maxId_ = std::max(maxId_, id);
+  const bool isDense = static_cast<std::size_t>(maxId_) <= 4 * ids_.size() + 1024;
+  if (isDense) {
+    dense_.assign(static_cast<std::size_t>(maxId_) + 1, kNone);
+  } else {
+    sparse_.reserve(ids_.size());
+  }
+  for (std::uint32_t element = 0; element < elementCount(); ++element) {
+    const std::int32_t id = ids_[element];
+    if (id <= 0) {
+      note(true, "bad_object_id", offsets_[element],
+           "object ids are positive, found " + std::to_string(id));
+      if (!isDense) continue;
+    }
+    bool isNew = false;
+    if (id > 0 && isDense) {
+      std::uint32_t& slot = dense_[static_cast<std::size_t>(id)];
+      isNew = slot == kNone;
+      if (isNew) slot = element;
+    } else if (id > 0) {
+      isNew = sparse_.emplace(id, element).second;
+    }
+    if (id > 0 && !isNew)
+      note(true, "duplicate_object_id", offsets_[element],
+           "object id " + std::to_string(id) + " is used twice; the first element counts");
+  }
+}
+
+std::uint32_t SceneSource::find(std::int32_t objectId) const noexcept {
+  if (objectId <= 0 || objectId > maxId_) return kNone;
+  if (!dense_.empty()) return dense_[static_cast<std::size_t>(objectId)];
+  const auto found = sparse_.find(objectId);
+  return found == sparse_.end() ? kNone : found->second;
+}
+
+void SceneSource::scanTable(std::size_t at) {
+  const auto all = bytes();
+  tableOffset_ = at;
+  surplusOffset_ = all.size();
+  constexpr std::size_t kHead = 6;
+  if (at == all.size()) {
+    note(false, "no_property_table", at, "the scene graph ends without a property table");
+    return;
+  }
+  const auto need = [&](std::size_t size, const char* what) {
+    if (size > all.size() - at)
+      throw JtFormatError("truncated",
+                          std::string("expected ") + what + " of the property table, found " +
+                              std::to_string(all.size() - at) + " bytes",
+                          {{}, {}, "property table", at});
+  };
+  const bool big = format().bigEndian;
+  const auto int32 = [&](const char* what) {
+    need(4, what);
+    const auto value = loadScalar<std::int32_t>(all.data() + at, big);
+    at += 4;
+    return value;
+  };
+  need(kHead, "version and count");
+  tableVersion_ = loadScalar<std::int16_t>(all.data() + at, big);
+  at += 2;
+  const std::int32_t count = int32("the count");
+  if (count < 0 || static_cast<std::size_t>(count) > (all.size() - at) / 8)
+    throw JtFormatError("bad_count",
+                        "the property table names " + std::to_string(count) +
+                            " elements, but there is room for " +
+                            std::to_string((all.size() - at) / 8),
+                        {{}, {}, "elementCount", at - 4});
+  rows_.reserve(static_cast<std::size_t>(count));
+  for (std::int32_t i = 0; i < count; ++i) {
+    PropertyRow row{int32("an element id"), 0};
+    row.pairs = static_cast<std::uint32_t>(at);
+    noteMissing(row.owner);
+    while (const std::int32_t key = int32("a key id")) {
+      noteMissing(key);
+      noteMissing(int32("a value id"));
+    }
+    rows_.push_back(row);
+  }
+  surplusOffset_ = at;
+  if (at < all.size())
+    note(false, "surplus_bytes", at,
+         std::to_string(all.size() - at) + " bytes follow the property table");
+}
+
+std::span<const std::byte> SceneSource::elementBytes(std::uint32_t element) const noexcept {
+  const std::size_t at = offsets_[element];
+  const auto length = loadScalar<std::int32_t>(content_.bytes.data() + at, format().bigEndian);
+  return content_.bytes.subspan(at, kLengthSize + static_cast<std::size_t>(length));
+}
+
+std::span<const std::byte> SceneSource::body(std::uint32_t element) const noexcept {
+  return elementBytes(element).subspan(kFrameSize);
+}
+
+ElementFrame SceneSource::frame(std::uint32_t element) const {
+  Reader reader(elementBytes(element), format());
+  ElementFrame result;
+  fields(reader, result, true);
+  return result;
+}
+
+const ElementKind* SceneSource::kind(std::uint32_t element) const {
+  return findElementKind(
+      loadGuid(content_.bytes.data() + offsets_[element] + kLengthSize, format().bigEndian));
+}
+
+bool SceneSource::isNode(std::uint32_t element) const {
+  if (element >= firstAtom_) return false;
+  const ElementKind* known = kind(element);
+  const ElementClass elementClass =
+      known ? known->elementClass : classOfBaseType(frame(element).baseType);
+  return elementClass == ElementClass::node;
+}
+
+Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
+  const std::lock_guard lock(atomsMutex_);
+  if (atoms_.empty()) atoms_.resize(elementCount() - firstAtom_);
+  JtPropAtom*& slot = atoms_[element - firstAtom_];
+  if (slot && slot->tryRef()) {
+    Ref<JtPropAtom> held(slot);
+    slot->unref();
+    return held;
+  }
+  const ElementKind* known = kind(element);
+  Ref<JtSceneObject> object;
+  if (known && known->elementClass == ElementClass::atom) {
+    object = known->create();
+    try {
+      Reader reader(body(element), format(), offsets_[element] + kFrameSize);
+      known->read(reader, *object);
+    } catch (const JtFormatError&) {
+      object = nullptr;  // damaged: carried as it is
+    }
+  }
+  if (!object) {
+    object = unknownAtomKind().create();
+    object->carried_ = true;
+  }
+  bind(*object, element);
+  slot = static_cast<JtPropAtom*>(object.get());
+  return Ref<JtPropAtom>(slot);
+}
+
+std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
+  std::vector<Property> result;
+  eachPair(pairs, [&](std::int32_t keyId, std::int32_t valueId) {
+    const std::uint32_t key = find(keyId);
+    const std::uint32_t value = find(valueId);
+    if (key == kNone || value == kNone || key < firstAtom_ || value < firstAtom_) return;
+    result.push_back({atom(key), atom(value)});
+  });
+  return result;
+}
+
+void SceneSource::bind(JtSceneObject& object, std::uint32_t element) noexcept {
+  ref();
+  object.source_ = this;
+  object.element_ = element;
+  object.modified_ = false;
+}
+
+void SceneSource::forget(const JtSceneObject& object) noexcept {
+  if (object.element_ < firstAtom_) return;
+  const std::lock_guard lock(atomsMutex_);
+  JtPropAtom*& slot = atoms_[object.element_ - firstAtom_];
+  if (slot == &object) slot = nullptr;
+}
+
+}  // namespace jt::file

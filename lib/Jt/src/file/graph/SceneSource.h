@@ -1,0 +1,167 @@
+#pragma once
+
+// The unpacked scene graph segment of one file, indexed by element. Nodes and attributes are made
+// from it when the file is opened; property atoms and the properties of a node are made when
+// somebody asks for them, and until then stay the bytes that they are.
+
+#include <cstdint>
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "JtNode.h"
+#include "file/container/Container.h"
+#include "file/elements/ElementTable.h"
+#include "file/shapes/ShapeCache.h"
+
+namespace jt::file {
+
+/// The frame that every element begins with.
+struct ElementFrame {
+  std::int32_t length = 0;  ///< bytes behind this field
+  JtGuid typeId;
+  std::uint8_t baseType = 0;
+  std::int32_t objectId = 0;
+};
+
+inline constexpr std::size_t kLengthSize = 4;
+inline constexpr std::size_t kMarkerLength = 16;           ///< length of the end-of-elements marker
+inline constexpr std::size_t kFrameSize = 4 + 16 + 1 + 4;  ///< with object id
+inline constexpr std::size_t kFrameSizeWithoutId = 4 + 16 + 1;
+
+template <class Ar>
+void fields(Ar& ar, ElementFrame& frame, bool hasObjectId) {
+  ar("elementLength", frame.length);
+  ar("objectTypeId", frame.typeId);
+  ar("objectBaseType", frame.baseType);
+  if (hasObjectId) ar("objectId", frame.objectId);
+}
+
+bool isEndMarker(const JtGuid& typeId) noexcept;
+
+/// Row of the property table: where the pairs of one element begin.
+struct PropertyRow {
+  std::int32_t owner = 0;
+  std::uint32_t pairs = 0;  ///< offset in the segment
+};
+
+class SceneSource : public JtRefCounted {
+ public:
+  static constexpr std::uint32_t kNone = 0xffffffffU;
+
+  /// Unpacks the scene graph of a file and finds its elements. Throws JtFormatError.
+  static Ref<SceneSource> open(Ref<Container> container);
+
+  const Container& container() const noexcept { return *container_; }
+  const Format& format() const noexcept { return container_->format(); }
+  std::span<const std::byte> bytes() const noexcept { return content_.bytes; }
+  const TocEntry& entry() const noexcept { return *entry_; }
+
+  std::uint32_t elementCount() const noexcept {
+    return static_cast<std::uint32_t>(offsets_.size());
+  }
+  /// Elements before this index are nodes and attributes, those from it on are atoms.
+  std::uint32_t firstAtom() const noexcept { return firstAtom_; }
+  std::int32_t objectId(std::uint32_t element) const noexcept { return ids_[element]; }
+  std::int32_t maxObjectId() const noexcept { return maxId_; }
+  /// Ids above the greatest one that the file names although no element has them. A new object with
+  /// such an id would be taken for what the file has lost.
+  const std::vector<std::int32_t>& missingIds() const noexcept { return missingIds_; }
+  void noteMissing(std::int32_t id) {
+    if (id > maxId_) missingIds_.push_back(id);
+  }
+  /// The element with that id (the first, if several have it), or kNone.
+  std::uint32_t find(std::int32_t objectId) const noexcept;
+
+  std::size_t offset(std::uint32_t element) const noexcept { return offsets_[element]; }
+  /// Frame and body.
+  std::span<const std::byte> elementBytes(std::uint32_t element) const noexcept;
+  /// What is behind the frame.
+  std::span<const std::byte> body(std::uint32_t element) const noexcept;
+  ElementFrame frame(std::uint32_t element) const;
+  /// The kind of an element by its type id alone, null when it is not known.
+  const ElementKind* kind(std::uint32_t element) const;
+
+  /// Graph elements that nothing led to when the graph was made; they are written back unread.
+  bool isStray(std::uint32_t element) const noexcept {
+    return element < strays_.size() && strays_[element];
+  }
+  void setStrays(std::vector<bool> strays) { strays_ = std::move(strays); }
+  /// True for a graph element that is a node, as far as its type tells.
+  bool isNode(std::uint32_t element) const;
+
+  const std::vector<PropertyRow>& rows() const noexcept { return rows_; }
+  /// Calls visit(keyId, valueId) for each pair of a row.
+  template <class Visit>
+  void eachPair(std::uint32_t pairs, Visit visit) const {
+    const std::byte* at = content_.bytes.data() + pairs;
+    const bool big = format().bigEndian;
+    for (std::int32_t key; (key = loadScalar<std::int32_t>(at, big)) != 0; at += 8)
+      visit(key, loadScalar<std::int32_t>(at + 4, big));
+  }
+  std::size_t tableOffset() const noexcept { return tableOffset_; }
+  std::int16_t tableVersion() const noexcept { return tableVersion_; }
+  /// Bytes behind the property table, normally none.
+  std::span<const std::byte> surplus() const noexcept {
+    return content_.bytes.subspan(surplusOffset_);
+  }
+
+  /// The atom of an element, made when nobody holds it. Never null. Safe from several threads.
+  Ref<JtPropAtom> atom(std::uint32_t element);
+  /// The properties of a row; pairs that name missing atoms are left out.
+  std::vector<Property> properties(std::uint32_t pairs);
+
+  /// Held while a node takes its properties over from the table.
+  std::mutex& propertiesMutex() noexcept { return propertiesMutex_; }
+
+  /// Makes an object belong to an element of this source.
+  void bind(JtSceneObject& object, std::uint32_t element) noexcept;
+  /// Called by objects that end.
+  void forget(const JtSceneObject& object) noexcept;
+  /// True for the object of an element of that source; copies of it do not count.
+  static bool isFrom(const JtSceneObject& object, const SceneSource* source) noexcept {
+    return object.source_ == source && source && !object.copied_;
+  }
+  /// Source and element of an object, or of the original of a copy.
+  static std::uint32_t elementOf(const JtSceneObject& object) noexcept { return object.element_; }
+  static SceneSource* sourceOf(const JtSceneObject& object) noexcept { return object.source_; }
+
+  /// The decoded shapes of the file.
+  ShapeCache& shapes() noexcept { return *shapes_; }
+
+  FilePosition position(std::size_t offset) const { return container_->position(*entry_, offset); }
+  std::vector<Note>& notes() noexcept { return notes_; }
+  void note(bool isError, const char* code, std::size_t offset, std::string message);
+
+ private:
+  SceneSource() = default;
+  void scan();
+  std::size_t scanElements(std::size_t at, bool lastList);
+  void scanTable(std::size_t at);
+  void indexIds();
+
+  Ref<Container> container_;
+  std::unique_ptr<ShapeCache> shapes_;
+  const TocEntry* entry_ = nullptr;
+  SegmentContent content_;
+  std::vector<std::uint32_t> offsets_;
+  std::vector<std::int32_t> ids_;
+  std::uint32_t firstAtom_ = 0;
+  std::int32_t maxId_ = 0;
+  std::vector<std::int32_t> missingIds_;
+  std::vector<std::uint32_t> dense_;                        // id -> element, where ids are dense
+  std::unordered_map<std::int32_t, std::uint32_t> sparse_;  // the same where they are not
+  std::vector<PropertyRow> rows_;
+  std::size_t tableOffset_ = 0;
+  std::size_t surplusOffset_ = 0;
+  std::int16_t tableVersion_ = 1;
+  std::vector<Note> notes_;
+  std::vector<bool> strays_;
+
+  std::mutex propertiesMutex_;
+  std::mutex atomsMutex_;
+  std::vector<JtPropAtom*> atoms_;  // by element - firstAtom_; not owned
+};
+
+}  // namespace jt::file

@@ -1,9 +1,0 @@
-#include "JtStreamMgr.h"
-
-#include "file/Container.h"
-
-jt::FileVersion JtStreamMgr::getVersion() const {
-  const jt::file::Container* file = partition_.container();
-  if (!file) return partition_.version();
-  return {.major = file->format().major, .minor = file->format().minor};
-}
