@@ -1,9 +1,17 @@
 # jtw_test(NAME SOURCES ... LINK ...)
 # A GoogleTest program whose cases are ctest's tests, named NAME.Suite.Case, with the label NAME. It is
-# given GoogleTest's main, and the folder of the test data as the macro JTW_TEST_DATA.
+# given GoogleTest's main, and the folder of the test data as the macro JTW_TEST_DATA. Cases have the
+# labels of tests/Goals.cmake as well.
 
 find_package(GTest REQUIRED)
 include(GoogleTest)
+
+# Seconds for one test. The long forms take up to hours; the build has to be configured with the same
+# JTW_LONG_TESTS in the environment as the tests are run with.
+set(JTW_TEST_TIMEOUT 300)
+if(DEFINED ENV{JTW_LONG_TESTS})
+  set(JTW_TEST_TIMEOUT 36000)
+endif()
 
 function(jtw_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
@@ -17,5 +25,14 @@ function(jtw_test name)
     TEST_PREFIX "${name}."
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 300 LABELS ${name})
+    PROPERTIES TIMEOUT ${JTW_TEST_TIMEOUT} LABELS ${name})
+  # ctest knows the names of the cases, CMake does not.
+  set(labels ${CMAKE_CURRENT_BINARY_DIR}/${name}_labels.cmake)
+  file(GENERATE OUTPUT ${labels} CONTENT "\
+include(\"${PROJECT_SOURCE_DIR}/tests/Goals.cmake\")
+foreach(test IN LISTS ${name}_TESTS)
+  jtw_label_test(\"\${test}\" ${name})
+endforeach()
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${labels})
 endfunction()

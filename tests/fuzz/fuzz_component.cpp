@@ -19,7 +19,7 @@
 #include "JtwManager.h"
 #include "JtwTree.h"
 #include "MemoryStream.h"
-#include "SceneMutator.h"
+#include "SegmentMutator.h"
 #include "support/Choices.h"
 #include "support/SceneText.h"
 
@@ -232,7 +232,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   return 0;
 }
 
-/// The file and the edits are changed apart, the file mostly in its inflated scene graph.
+/// The file and the edits are changed apart, the file mostly in the unpacked content of a segment.
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t maxSize, unsigned seed) {
   if (size < 2) return LLVMFuzzerMutate(data, size, maxSize);
@@ -246,7 +246,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
   }
   const std::size_t room = maxSize > edits + 1 ? maxSize - edits - 1 : 0;
   if (file > room) return size;
-  if (seed % 3 == 1) file = mutateScene(data, file, room);
+  if (seed % 3 == 1) file = mutateSegment(data, file, room, seed / 3);
   if (seed % 3 == 2) file = LLVMFuzzerMutate(data, file, room);
   std::copy(script.begin(), script.end(), data + file);
   data[file + edits] = static_cast<std::uint8_t>(edits);

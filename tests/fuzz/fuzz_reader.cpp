@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "SceneMutator.h"
+#include "SegmentMutator.h"
 #include "support/Survival.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -17,8 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   return 0;
 }
 
-/// Every second time the inflated scene graph is changed.
+/// Every second time the unpacked content of a segment is changed.
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t maxSize, unsigned seed) {
-  return seed % 2 == 0 ? LLVMFuzzerMutate(data, size, maxSize) : mutateScene(data, size, maxSize);
+  return seed % 2 == 0 ? LLVMFuzzerMutate(data, size, maxSize)
+                       : mutateSegment(data, size, maxSize, seed / 2);
 }

@@ -13,7 +13,7 @@
 #include "codec/packet/Packets64.h"
 #include "file/segments/WireframeElement.h"
 #include "support/Differences.h"
-#include "support/FileBuilder.h"
+#include "support/ShapeScene.h"
 
 namespace {
 
@@ -366,19 +366,7 @@ TEST(Wireframe, ThePartReturns1ForWiresOnly) {
   layout.curveOf[1] = 88;
   const Bytes damaged =
       elementOf(k100, "873a70d0-2ac8-11d1-9b6b-0080c7bb5997", 9, layout.body(k100));
-  SceneBuilder scene(k100);
-  Fields late = scene.fields().version(2).put(std::uint32_t{0}).version(2);
-  late.put(FileBuilder::id(2)).i32(18).i32(0);
-  scene.partition(1, {2})
-      .element("ce357244-38fb-11d1-a506-006097bdc6e1", 1, 2,
-               scene.fields().group({}).version().version().i32(0))
-      .marker()
-      .text(90, "JT_LLPROP_WFREP")
-      .element(SceneBuilder::kLate, 8, 91, late)
-      .marker()
-      .table({{2, 90, 91}});
-  const Bytes file = FileBuilder(k100).scene(scene).packed(2, 18, damaged).build();
-  const auto root = storage.open(file);
+  const auto root = storage.open(wireFile(k100, damaged));
   EXPECT_EQ(partOf(*root).ensureWFRep(), 0);
   EXPECT_NE(jt::lastError().find("curve 88"), std::string::npos) << jt::lastError();
   // What cannot be read is kept by a save in the same version.

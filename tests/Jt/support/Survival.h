@@ -35,12 +35,13 @@ inline void loadEverything(JtPartition& root) {
 
 /// What became of an input: the code of the error that kept it from being opened or saved, "" when
 /// both worked, "differs" when the saved file means something else. @param save whether to go as
-/// far as that
+/// far as that @param isSound set to whether `verify` finds nothing; may be null
 inline std::string survive(MemoryStorage& storage, const Bytes& file, bool save = true,
-                           const jt::ReadLimits& limits = {}) {
+                           const jt::ReadLimits& limits = {}, bool* isSound = nullptr) {
   storage["opened"] = file;
   const MemoryLocation place("opened");
-  jt::verify(place, limits);
+  const bool isClean = jt::verify(place, limits).empty();
+  if (isSound) *isSound = isClean;
   NullSink sink;
   jt::ExplainOptions options;
   options.limits = limits;
