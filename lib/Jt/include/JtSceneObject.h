@@ -16,6 +16,8 @@ struct AtomFields;
 
 namespace jt {
 
+class ObjectSource;
+
 /// Local version of an element's data as ISO 14306 counts it. Unset in new objects: the writer then
 /// takes the version that real files of the target generation have.
 struct LocalVersion {
@@ -53,11 +55,12 @@ class JT_API JtSceneObject : public JtBase {
   bool isCarried() const noexcept { return carried_; }
 
  private:
+  friend class jt::ObjectSource;
   friend class jt::file::SceneSource;
   friend class jt::file::SceneReader;
   friend class jt::file::SceneWriter;
 
-  jt::file::SceneSource* source_ = nullptr;  // of the object or its original; one reference
+  jt::ObjectSource* source_ = nullptr;  // of the object or its original; one reference
   // Index in source_; in an object without source the id that a running save gave it.
   mutable std::uint32_t element_ = 0;
   bool modified_ = true;

@@ -97,7 +97,7 @@ void JtPartition::openPartition(JtStorageLocation* location, JtGroup* parent, Jt
   jt::Ref<JtPartition> opened = jt::file::SceneReader(source).read();
   opened->location_ = location;
   if (parent) parent->addChild(opened.get());
-  if (_autoLoadShapes) jt::file::ShapeCache::loadAhead(source);
+  if (_autoLoadShapes) source->loadShapesAhead();
   opened->ref();
   out = opened.get();
 }

@@ -2,6 +2,7 @@
 
 #include "JtPartition.h"
 #include "document/LoadMutex.h"
+#include "file/graph/SceneSource.h"
 #include "file/segments/SegmentObjects.h"
 
 JtLateLoadedPropAtom::JtLateLoadedPropAtom(jt::Ref<JtBase> object, std::int32_t segmentType)

@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "JtInspect.h"
+#include "file/elements/ElementTable.h"
 #include "file/elements/MetaDataFields.h"
 #include "file/pmi/PMIElement.h"
 #include "file/segments/SegmentObjects.h"
@@ -130,15 +131,10 @@ class Explainer {
   /// Tells one element; returns the offset behind it, or where it stands when it cannot be one.
   std::size_t element(std::size_t at, std::size_t number, bool hasId, bool& isMarker) {
     const auto rest = content_.subspan(at);
-    const auto length = rest.size() >= kLengthSize
-                            ? loadScalar<std::int32_t>(rest.data(), container_.format().bigEndian)
-                            : -1;
-    if (length < static_cast<std::int32_t>(kMarkerLength) ||
-        static_cast<std::size_t>(length) > rest.size() - kLengthSize)
-      return at;
-    const std::size_t size = kLengthSize + static_cast<std::size_t>(length);
-    const JtGuid typeId = loadGuid(rest.data() + kLengthSize, container_.format().bigEndian);
-    isMarker = isEndMarker(typeId);
+    const auto extent = findElement(content_, at, container_.format());
+    if (!extent) return at;
+    const auto [size, typeId, marks] = *extent;
+    isMarker = marks;
     const std::size_t frameSize = hasId ? kFrameSize : kFrameSizeWithoutId;
     const std::string position = "elements[" + std::to_string(number) + "]";
     if (isMarker || size < frameSize) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "file/graph/SceneSource.h"
+#include "scene/ObjectSource.h"
 
 namespace {
 
@@ -96,7 +96,7 @@ bool JtNode::removeAttribute(int index) {
 
 std::vector<jt::Property>& JtNode::properties() const {
   if (propertyRow_.load(std::memory_order_acquire) != 0) {
-    auto* source = jt::file::SceneSource::sourceOf(*this);
+    jt::ObjectSource* source = jt::ObjectSource::of(*this);
     const std::lock_guard lock(source->propertiesMutex());
     if (const std::uint32_t row = propertyRow_.load(std::memory_order_relaxed)) {
       properties_ = source->properties(row);

@@ -1,6 +1,6 @@
 #include "JtSceneObject.h"
 
-#include "file/graph/SceneSource.h"
+#include "scene/ObjectSource.h"
 
 JtSceneObject::JtSceneObject(const JtSceneObject& other)
     : source_(other.source_),

@@ -4,7 +4,7 @@
 #include "JtShape.h"
 #include "JtShapeEncoding.h"
 #include "JtSwitch.h"
-#include "file/elements/NodeFields.h"
+#include "codec/shape/VertexBindings.h"
 
 void JtRangeLOD::setRangeLimits(std::vector<float> limits) {
   limits_ = std::move(limits);
@@ -63,6 +63,6 @@ void JtShape::setStatistics(const jt::ShapeStatistics& statistics) {
 void JtVertexShape::setVertexBindings(std::uint64_t bindings) {
   bindings_ = bindings;
   if (bindingsAgain_) bindingsAgain_ = bindings;
-  oldBindings_ = jt::file::NodeFields::oldBindings(bindings);
+  oldBindings_ = jt::codec::VertexBindings{bindings}.oldForm();
   touch();
 }

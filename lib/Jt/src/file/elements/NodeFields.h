@@ -13,7 +13,7 @@
 #include "JtSwitch.h"
 #include "VisMetaDataNode.h"
 #include "VisPartNode.h"
-#include "codec/shape/ShapeData.h"
+#include "codec/shape/VertexBindings.h"
 #include "file/archive/Archive.h"
 
 namespace jt::file {
@@ -185,19 +185,6 @@ struct NodeFields {
     }
   }
 
-  /// Vertex bindings in the form of 8.x: normal, texture coordinate, colour; 1 is one a vertex.
-  static std::array<std::int32_t, 3> oldBindings(std::uint64_t bits) noexcept {
-    const codec::VertexBindings bindings{bits};
-    return {bindings.normals() ? 1 : 0, bindings.texture(0) ? 1 : 0, bindings.colours() ? 1 : 0};
-  }
-  static std::uint64_t bindings(const std::array<std::int32_t, 3>& old) noexcept {
-    codec::VertexBindings bindings;
-    if (old[0] != 0) bindings.bits |= codec::VertexBindings::kNormals;
-    if (old[1] != 0) bindings.setTexture(0, 2);
-    if (old[2] != 0) bindings.bits |= codec::VertexBindings::kColours3;
-    return bindings.bits;
-  }
-
   /// What follows the last known field.
   template <class Ar>
   static void surplus(Ar& ar, Of<Ar, JtNode>& node) {
@@ -304,10 +291,12 @@ struct NodeFields {
     ar.version("vertexShapeVersionNumber", shape.vertexVersion_, 2, 1);
     if (ar.has(Feature::wideBindings)) {
       ar("vertexBindings", shape.bindings_);
-      if constexpr (Ar::reading) shape.oldBindings_ = oldBindings(shape.bindings_);
+      if constexpr (Ar::reading)
+        shape.oldBindings_ = codec::VertexBindings{shape.bindings_}.oldForm();
     } else {
       ar("normalTextureAndColorBinding", shape.oldBindings_);
-      if constexpr (Ar::reading) shape.bindings_ = bindings(shape.oldBindings_);
+      if constexpr (Ar::reading)
+        shape.bindings_ = codec::VertexBindings::fromOldForm(shape.oldBindings_).bits;
     }
     if (ar.has(Feature::vertexQuantization)) ar("quantizationParameters", shape.quantization_);
     if (!ar.has(Feature::bindingsTwice)) return;

@@ -2,13 +2,9 @@
 
 #include <algorithm>
 
-namespace jt::file {
+#include "JtResidencyRequestManager.h"
 
-bool isEndMarker(const JtGuid& typeId) noexcept {
-  return typeId.data1 == 0xffffffffU && typeId.data2 == 0xffffU && typeId.data3 == 0xffffU &&
-         std::all_of(typeId.data4.begin(), typeId.data4.end(),
-                     [](auto byte) { return byte == 0xff; });
-}
+namespace jt::file {
 
 Ref<SceneSource> SceneSource::open(Ref<Container> container) {
   Ref<SceneSource> source(new SceneSource);
@@ -50,31 +46,19 @@ std::size_t SceneSource::scanElements(std::size_t at, bool lastList) {
   const auto all = bytes();
   const bool big = format().bigEndian;
   while (at < all.size()) {
-    const std::size_t left = all.size() - at;
-    const auto length = left >= kLengthSize ? loadScalar<std::int32_t>(all.data() + at, big) : -1;
-    if (length < static_cast<std::int32_t>(kMarkerLength) ||
-        static_cast<std::size_t>(length) > left - kLengthSize)
-      throw JtFormatError("bad_element_length",
-                          "expected an element of 16 to " +
-                              std::to_string(left < 4 ? 0 : left - 4) +
-                              " bytes, found a length of " + std::to_string(length),
-                          {{}, {}, "elementLength", at});
-    const auto size = kLengthSize + static_cast<std::size_t>(length);
-    const JtGuid typeId = loadGuid(all.data() + at + kLengthSize, big);
-    if (isEndMarker(typeId)) {
-      if (static_cast<std::size_t>(length) != kMarkerLength)
-        throw JtFormatError("bad_element_length",
-                            "an end marker takes 16 bytes, found " + std::to_string(length),
-                            {{}, {}, "elementLength", at});
-      return at + size;
+    const ElementExtent element = elementAt(all, at, format(), kFrameSize);
+    const std::size_t next = at + element.size;
+    if (element.isEndMarker) {
+      if (element.size != kLengthSize + kMarkerLength)
+        throw JtFormatError(
+            "bad_element_length",
+            "an end marker takes 16 bytes, found " + std::to_string(element.size - kLengthSize),
+            {{}, {}, "elementLength", at});
+      return next;
     }
-    if (size < kFrameSize)
-      throw JtFormatError("bad_element_length",
-                          "an element takes at least 21 bytes, found " + std::to_string(length),
-                          {{}, {}, "elementLength", at});
     offsets_.push_back(static_cast<std::uint32_t>(at));
     ids_.push_back(loadScalar<std::int32_t>(all.data() + at + kFrameSizeWithoutId, big));
-    at += size;
+    at = next;
   }
   note(true, "no_end_marker", at,
        lastList ? "the property atoms end without a marker"
@@ -236,6 +220,17 @@ std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
     result.push_back({atom(key), atom(value)});
   });
   return result;
+}
+
+void SceneSource::loadShapesAhead() {
+  // Requests of a size that makes asking cheap and stopping quick.
+  constexpr std::size_t kShapes = 16;
+  const std::vector<TocEntry>& toc = container_->toc();
+  const auto isShape = [](const TocEntry& entry) { return isShapeSegment(entry.type()); };
+  if (std::ranges::none_of(toc, isShape)) return;
+  for (std::size_t first = 0; first < toc.size(); first += kShapes)
+    JtResidencyRequestManager::instance().request(
+        [source = Ref<SceneSource>(this), first] { source->shapes().loadRange(first, kShapes); });
 }
 
 void SceneSource::bind(JtSceneObject& object, std::uint32_t element) noexcept {

@@ -12,33 +12,12 @@
 
 #include "JtNode.h"
 #include "file/container/Container.h"
+#include "file/container/ElementFrame.h"
 #include "file/elements/ElementTable.h"
 #include "file/shapes/ShapeCache.h"
+#include "scene/ObjectSource.h"
 
 namespace jt::file {
-
-/// The frame that every element begins with.
-struct ElementFrame {
-  std::int32_t length = 0;  ///< bytes behind this field
-  JtGuid typeId;
-  std::uint8_t baseType = 0;
-  std::int32_t objectId = 0;
-};
-
-inline constexpr std::size_t kLengthSize = 4;
-inline constexpr std::size_t kMarkerLength = 16;           ///< length of the end-of-elements marker
-inline constexpr std::size_t kFrameSize = 4 + 16 + 1 + 4;  ///< with object id
-inline constexpr std::size_t kFrameSizeWithoutId = 4 + 16 + 1;
-
-template <class Ar>
-void fields(Ar& ar, ElementFrame& frame, bool hasObjectId) {
-  ar("elementLength", frame.length);
-  ar("objectTypeId", frame.typeId);
-  ar("objectBaseType", frame.baseType);
-  if (hasObjectId) ar("objectId", frame.objectId);
-}
-
-bool isEndMarker(const JtGuid& typeId) noexcept;
 
 /// Row of the property table: where the pairs of one element begin.
 struct PropertyRow {
@@ -46,7 +25,7 @@ struct PropertyRow {
   std::uint32_t pairs = 0;  ///< offset in the segment
 };
 
-class SceneSource : public JtRefCounted {
+class SceneSource final : public ObjectSource {
  public:
   static constexpr std::uint32_t kNone = 0xffffffffU;
 
@@ -63,7 +42,7 @@ class SceneSource : public JtRefCounted {
   }
   /// Elements before this index are nodes and attributes, those from it on are atoms.
   std::uint32_t firstAtom() const noexcept { return firstAtom_; }
-  std::int32_t objectId(std::uint32_t element) const noexcept { return ids_[element]; }
+  std::int32_t objectId(std::uint32_t element) const noexcept override { return ids_[element]; }
   std::int32_t maxObjectId() const noexcept { return maxId_; }
   /// Ids above the greatest one that the file names although no element has them. A new object with
   /// such an id would be taken for what the file has lost.
@@ -109,26 +88,26 @@ class SceneSource : public JtRefCounted {
 
   /// The atom of an element, made when nobody holds it. Never null. Safe from several threads.
   Ref<JtPropAtom> atom(std::uint32_t element);
-  /// The properties of a row; pairs that name missing atoms are left out.
-  std::vector<Property> properties(std::uint32_t pairs);
-
-  /// Held while a node takes its properties over from the table.
-  std::mutex& propertiesMutex() noexcept { return propertiesMutex_; }
+  std::vector<Property> properties(std::uint32_t pairs) override;
 
   /// Makes an object belong to an element of this source.
   void bind(JtSceneObject& object, std::uint32_t element) noexcept;
-  /// Called by objects that end.
-  void forget(const JtSceneObject& object) noexcept;
+  void forget(const JtSceneObject& object) noexcept override;
   /// True for the object of an element of that source; copies of it do not count.
   static bool isFrom(const JtSceneObject& object, const SceneSource* source) noexcept {
     return object.source_ == source && source && !object.copied_;
   }
-  /// Source and element of an object, or of the original of a copy.
+  /// Source and element of an object, or of the original of a copy. Scenes have no other sources.
   static std::uint32_t elementOf(const JtSceneObject& object) noexcept { return object.element_; }
-  static SceneSource* sourceOf(const JtSceneObject& object) noexcept { return object.source_; }
+  static SceneSource* sourceOf(const JtSceneObject& object) noexcept {
+    return static_cast<SceneSource*>(ObjectSource::of(object));
+  }
 
   /// The decoded shapes of the file.
   ShapeCache& shapes() noexcept { return *shapes_; }
+  /// Asks the residency manager to decode all shapes of the file. What is damaged counts as a
+  /// failure there. Ends early when the limit is reached or after ShapeCache::stopLoading.
+  void loadShapesAhead();
 
   FilePosition position(std::size_t offset) const { return container_->position(*entry_, offset); }
   std::vector<Note>& notes() noexcept { return notes_; }
@@ -159,7 +138,6 @@ class SceneSource : public JtRefCounted {
   std::vector<Note> notes_;
   std::vector<bool> strays_;
 
-  std::mutex propertiesMutex_;
   std::mutex atomsMutex_;
   std::vector<JtPropAtom*> atoms_;  // by element - firstAtom_; not owned
 };

@@ -64,33 +64,19 @@ std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
   std::vector<SegmentElement> elements;
   std::size_t at = 0;
   while (at < content.size()) {
-    const std::size_t left = content.size() - at;
-    const auto length =
-        left >= kLengthSize ? loadScalar<std::int32_t>(content.data() + at, format.bigEndian) : -1;
-    if (length < static_cast<std::int32_t>(kMarkerLength) ||
-        static_cast<std::size_t>(length) > left - kLengthSize)
-      throw JtFormatError("bad_element_length",
-                          "expected an element of 16 to " +
-                              std::to_string(left < 4 ? 0 : left - 4) +
-                              " bytes, found a length of " + std::to_string(length),
-                          {{}, {}, "elementLength", at});
-    const std::size_t size = kLengthSize + static_cast<std::size_t>(length);
-    if (isEndMarker(loadGuid(content.data() + at + kLengthSize, format.bigEndian))) {
-      at += size;
+    const ElementExtent extent = elementAt(content, at, format, frameSize);
+    const std::size_t next = at + extent.size;
+    if (extent.isEndMarker) {
+      at = next;
       break;
     }
-    if (size < frameSize)
-      throw JtFormatError("bad_element_length",
-                          "an element takes at least " + std::to_string(frameSize - kLengthSize) +
-                              " bytes, found " + std::to_string(length),
-                          {{}, {}, "elementLength", at});
     SegmentElement& element = elements.emplace_back();
     Reader reader(content.subspan(at, frameSize), format, at);
     fields(reader, element.frame, hasId);
     element.offset = at;
     element.bodyOffset = at + frameSize;
-    element.body = content.subspan(at + frameSize, size - frameSize);
-    at += size;
+    element.body = content.subspan(at + frameSize, extent.size - frameSize);
+    at = next;
   }
   if (end) *end = at;
   return elements;

@@ -6,7 +6,7 @@
 #include "JtBase.h"
 #include "codec/vertex/VertexArrays.h"
 #include "file/container/Container.h"
-#include "file/graph/SceneSource.h"
+#include "file/container/ElementFrame.h"
 
 namespace jt::file {
 

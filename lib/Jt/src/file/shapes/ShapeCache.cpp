@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "JtResidencyRequestManager.h"
-#include "file/graph/SceneSource.h"
 #include "file/shapes/ShapeSegment.h"
 
 namespace jt::file {
@@ -72,17 +70,6 @@ void ShapeCache::release(const TocEntry& entry) {
   released = std::move(slot.kept);
   slot.kept = nullptr;
   keptBytes_ -= std::exchange(slot.bytes, 0);
-}
-
-void ShapeCache::loadAhead(const Ref<SceneSource>& source) {
-  // Requests of a size that makes asking cheap and stopping quick.
-  constexpr std::size_t kShapes = 16;
-  const std::size_t total = source->container().toc().size();
-  const auto isShape = [](const TocEntry& entry) { return isShapeSegment(entry.type()); };
-  if (std::ranges::none_of(source->container().toc(), isShape)) return;
-  for (std::size_t first = 0; first < total; first += kShapes)
-    JtResidencyRequestManager::instance().request(
-        [source, first] { source->shapes().loadRange(first, kShapes); });
 }
 
 void ShapeCache::loadRange(std::size_t first, std::size_t count) {

@@ -15,8 +15,6 @@
 
 namespace jt::file {
 
-class SceneSource;
-
 /// Bytes that a mesh takes in memory.
 std::uint64_t memoryOf(const Mesh& mesh) noexcept;
 
@@ -32,9 +30,9 @@ class ShapeCache {
   std::shared_ptr<const Mesh> mesh(const TocEntry& entry);
   /// Lets go of the geometry of a segment.
   void release(const TocEntry& entry);
-  /// Asks the residency manager to decode all shapes of a file. What is damaged counts as a failure
-  /// there. Ends early when the limit is reached or after `stopLoading`.
-  static void loadAhead(const Ref<SceneSource>& source);
+  /// Decodes the shapes of a range of the table of contents. Ends early when the limit is reached
+  /// or after `stopLoading`. Throws the last JtFormatError when all that could be decoded is.
+  void loadRange(std::size_t first, std::size_t count);
   void stopLoading() noexcept { isStopped_.store(true, std::memory_order_relaxed); }
   /// How the file's surfaces are walked.
   codec::VariantChoice& variants() noexcept { return variants_; }
@@ -48,7 +46,6 @@ class ShapeCache {
     std::uint64_t bytes = 0;              // of `kept`
   };
   bool isFull() const;
-  void loadRange(std::size_t first, std::size_t count);
   void keep(Slot& slot, const std::shared_ptr<const Mesh>& mesh);
 
   const Container& container_;

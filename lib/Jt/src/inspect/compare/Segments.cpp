@@ -8,6 +8,7 @@
 #include "JtCompare.h"
 #include "JtShape.h"
 #include "file/elements/ElementTable.h"
+#include "file/graph/SceneSource.h"
 #include "file/segments/SegmentObjects.h"
 #include "inspect/compare/MeshMatch.h"
 #include "inspect/compare/PMIEntities.h"

@@ -1,0 +1,53 @@
+#pragma once
+
+// Elements of a segment: where they lie, and the frame that each begins with.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "JtGuid.h"
+#include "file/archive/Archive.h"
+
+namespace jt::file {
+
+/// The frame that every element begins with.
+struct ElementFrame {
+  std::int32_t length = 0;  ///< bytes behind this field
+  JtGuid typeId;
+  std::uint8_t baseType = 0;
+  std::int32_t objectId = 0;
+};
+
+inline constexpr std::size_t kLengthSize = 4;
+inline constexpr std::size_t kMarkerLength = 16;           ///< length of the end-of-elements marker
+inline constexpr std::size_t kFrameSize = 4 + 16 + 1 + 4;  ///< with object id
+inline constexpr std::size_t kFrameSizeWithoutId = 4 + 16 + 1;
+
+template <class Ar>
+void fields(Ar& ar, ElementFrame& frame, bool hasObjectId) {
+  ar("elementLength", frame.length);
+  ar("objectTypeId", frame.typeId);
+  ar("objectBaseType", frame.baseType);
+  if (hasObjectId) ar("objectId", frame.objectId);
+}
+
+/// An element of a segment's content, or the marker that ends a list of elements.
+struct ElementExtent {
+  std::size_t size = 0;  ///< frame and body
+  JtGuid typeId;
+  bool isEndMarker = false;
+};
+
+/// The element at an offset; empty when its length cannot be. The element may be shorter than a
+/// frame.
+std::optional<ElementExtent> findElement(std::span<const std::byte> content, std::size_t at,
+                                         const Format& format) noexcept;
+
+/// The element or marker at an offset. Throws JtFormatError when its length cannot be.
+/// @param frameSize the fewest bytes of an element that is no marker
+ElementExtent elementAt(std::span<const std::byte> content, std::size_t at, const Format& format,
+                        std::size_t frameSize);
+
+}  // namespace jt::file

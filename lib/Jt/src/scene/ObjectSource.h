@@ -1,0 +1,33 @@
+#pragma once
+
+// What a scene asks of the file that its objects were read from.
+
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "JtNode.h"
+#include "JtRefCounted.h"
+
+namespace jt {
+
+/// The source of the objects of a scene. Each object that was read holds one reference and the
+/// index of its element.
+class ObjectSource : public JtRefCounted {
+ public:
+  virtual std::int32_t objectId(std::uint32_t element) const noexcept = 0;
+  /// Called by objects that end.
+  virtual void forget(const JtSceneObject& object) noexcept = 0;
+  /// The properties of a row of the property table; pairs that name missing atoms are left out.
+  virtual std::vector<Property> properties(std::uint32_t row) = 0;
+
+  /// Held while a node takes its properties over from the table.
+  std::mutex& propertiesMutex() noexcept { return propertiesMutex_; }
+  /// Source of an object, or of the original of a copy; null for objects made in memory.
+  static ObjectSource* of(const JtSceneObject& object) noexcept { return object.source_; }
+
+ private:
+  std::mutex propertiesMutex_;
+};
+
+}  // namespace jt
