@@ -1,17 +1,23 @@
 // The export through the toolkit: what becomes of a hierarchy, and of the scene graphs behind it.
 
+#include <array>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 
 #include "ApiClock.h"
 #include "ApiErrStream.h"
 #include "ApiGraMaterial.h"
+#include "FileSizeLimit.h"
 #include "JtAssembly.h"
 #include "JtBaseDataStream.h"
 #include "JtDrawing.h"
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtMesh.h"
+#include "JtTexture.h"
 #include "JtkAssembly.h"
 #include "JtkEntityFactory.h"
 #include "JtkMaterial.h"
@@ -97,6 +103,13 @@ class ToolkitExport : public RegistryFixture {
     wishes.setJtVersion(version);
     return root.write(wishes);
   }
+  static bool writeExact(JtkwExportRoot& root, int format, std::uint32_t version, bool isExact) {
+    ApiApproxJtExportData wishes;
+    wishes.setTargetJtFormat(format);
+    wishes.setJtVersion(version);
+    wishes.setIncludeExactGeom(isExact);
+    return root.write(wishes);
+  }
 };
 
 constexpr int kPartFiles = 0;
@@ -111,6 +124,7 @@ TEST_F(ToolkitExport, WritesTheHierarchyInOneFileAndInPartFilesOfEveryVersion) {
       ASSERT_TRUE(root.initializeJtkRoot(ApiKey(1), L"cell.jt", path));
       ASSERT_TRUE(root.createAssemblyNode(ApiKey(2), ApiKey(1), L"Arm",
                                           RTTran3D::fromTranslation({10, 0, 0})));
+      ASSERT_TRUE(root.setMeasurementUnitRatio(ApiKey(2), 1e6F));  // kilometres are called metres
       const auto node = part("source", 3);
       setText(*node, "KrGmProtoKey", "secret");
       auto bolt = data(L"bölt", node.get(), 3);
@@ -130,7 +144,9 @@ TEST_F(ToolkitExport, WritesTheHierarchyInOneFileAndInPartFilesOfEveryVersion) {
       EXPECT_EQ(text(*cell, "CadSource"), "KrJtExport");
       EXPECT_EQ(text(*cell, "KrVersion"), "1.0");
       auto* written = find<VisPartNode>(*top, "bölt");
-      ASSERT_TRUE(written);
+      auto* arm = find<VisMetaDataNode>(*top, "Arm");
+      ASSERT_TRUE(written && arm);
+      EXPECT_EQ(text(*arm, Jt::jtPropMeasurementUnits), "Meters");
       EXPECT_EQ(text(*written, "Layer"), "7");
       EXPECT_EQ(text(*written, Jt::jtPropMeasurementUnits), "Millimeters");
       for (const char* hidden : {"JtNodeAddress", "JtNodeAddressLHS", "KrGmProtoKey"})
@@ -162,6 +178,10 @@ TEST_F(ToolkitExport, KeepsTheOrdersAndQuirksOfRootOperations) {
   JtkHierarchy* node = nullptr;
   EXPECT_TRUE(root.getNodeByKey(ApiKey(6), node));
   EXPECT_EQ(node->numAttributes(), 0) << "the identity adds no transform";
+  // A key that is used again is that of the later node.
+  EXPECT_TRUE(root.createAssemblyNode(ApiKey(7), ApiKey(1), L"first", RTTran3D::unit));
+  EXPECT_TRUE(root.createAssemblyNode(ApiKey(7), ApiKey(1), L"second", RTTran3D::unit));
+  EXPECT_TRUE(root.getNodeByKey(ApiKey(7), node) && node->name() == JtString("second"));
   EXPECT_FALSE(root.setLayer(ApiKey(99), 1) || root.setMeasurementUnitRatio(ApiKey(99), 1));
 
   const struct {
@@ -195,6 +215,11 @@ TEST_F(ToolkitExport, KeepsTheOrdersAndQuirksOfRootOperations) {
   JtkwExportRoot bare;
   bare.initializeJtkRoot(ApiKey(1), L"x", "cell.jt");
   EXPECT_EQ(bare.getFileName(), "cell.jt");
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_.path());
+  EXPECT_TRUE(write(bare, kPartFiles)) << jt::lastError();
+  fs::current_path(before);
+  EXPECT_TRUE(fs::exists(pathOf("cell.jt")));
 }
 
 TEST_F(ToolkitExport, StampsTheLocalTimeWithoutPadding) {
@@ -313,27 +338,31 @@ TEST_F(ToolkitExport, ImportsComponentsWithNamesUnitsInstancesAndLevels) {
 }
 
 TEST_F(ToolkitExport, StoresTheGeometryOfASharedNodeOnce) {
+  constexpr int kParts = 3;
+  constexpr int kPlaces = 60;
   for (const int format : {kOneFile, kPartFiles}) {
     JtkwExportRoot root;
-    const auto node = part("gear", 3, 500);
+    std::vector<jt::Ref<VisPartNode>> nodes;
+    for (int i = 0; i < kParts; ++i) nodes.push_back(part("gear", static_cast<float>(3 + i), 500));
     root.initializeJtkRoot(ApiKey(1), L"many.jt", pathOf("many.jt"));
-    for (int i = 0; i < 200; ++i) {
-      auto entity = data(L"gear", node.get());
+    for (int i = 0; i < kParts * kPlaces; ++i) {
+      auto entity = data(L"gear", nodes[static_cast<std::size_t>(i % kParts)].get());
       entity.setRelLoc(RTTran3D::fromTranslation({double(i), 0, 0}));
       root.createEntityNode(ApiKey(1), entity);
     }
     ASSERT_TRUE(write(root, format)) << jt::lastError();
+    EXPECT_EQ(root.report().triangles, 500U * kParts * kPlaces);
     const auto top = reopened(pathOf("many.jt"));
-    EXPECT_EQ(extent(*top), "(0 0 0)-(202 6 502)");
+    EXPECT_EQ(extent(*top), "(0 0 0)-(184 10 504)");
     std::set<const void*> meshes;
     int drawn = 0;
     jt::visitDrawnShapes(*top, {}, [&](const jt::DrawnShape& shape) {
       meshes.insert(shape.shape->mesh().get());
       return ++drawn > 0;
     });
-    EXPECT_EQ(drawn, 200);
-    EXPECT_EQ(meshes.size(), 1U);
-    EXPECT_EQ(jt::partFilesOf(*top).size(), format == kPartFiles ? 1U : 0U);
+    EXPECT_EQ(drawn, kParts * kPlaces);
+    EXPECT_EQ(meshes.size(), std::size_t{kParts});
+    EXPECT_EQ(jt::partFilesOf(*top).size(), format == kPartFiles ? kParts : 0U);
   }
 }
 
@@ -345,7 +374,8 @@ TEST_F(ToolkitExport, GivesPartFilesSafeNamesAndReplacesAnOlderExportAsAWhole) {
       names.insert(entry.path().filename().string());
     return names;
   };
-  const wchar_t* const names[] = {L"../up", L"a/b", L"a\\b", L"CON", L"", L"Gear", L"gear"};
+  const wchar_t* const names[] = {L"../up", L"a/b",  L"a\\b", L"CON",
+                                  L"",      L"Gear", L"gear", L"gear"};
   for (int round = 0; round < 3; ++round) {
     JtkwExportRoot root;
     root.initializeJtkRoot(ApiKey(1), L"safe.jt", path);
@@ -355,7 +385,7 @@ TEST_F(ToolkitExport, GivesPartFilesSafeNamesAndReplacesAnOlderExportAsAWhole) {
       root.createEntityNode(ApiKey(1), data(name, nodes.back().get()));
     }
     ASSERT_TRUE(write(root, kPartFiles)) << jt::lastError();
-    EXPECT_EQ(extent(*reopened(path)), "(0 0 0)-(7 14 8)");
+    EXPECT_EQ(extent(*reopened(path)), "(0 0 0)-(8 16 9)");
     EXPECT_EQ(filesNow().size(), std::size(names)) << "older part files are gone";
   }
   const auto before = filesNow();
@@ -369,27 +399,42 @@ TEST_F(ToolkitExport, GivesPartFilesSafeNamesAndReplacesAnOlderExportAsAWhole) {
   EXPECT_FALSE(write(root, kPartFiles));
   EXPECT_EQ(root.errorCode(), "read_only");
   EXPECT_EQ(filesNow(), before);
-  EXPECT_EQ(extent(*reopened(path)), "(0 0 0)-(7 14 8)");
+  EXPECT_EQ(extent(*reopened(path)), "(0 0 0)-(8 16 9)");
   EXPECT_EQ(node->refCount(), 1) << "a failed write keeps no node";
   // Nothing else is left beside the target.
   for (const auto& entry : fs::directory_iterator(folder_.path()))
     EXPECT_NE(entry.path().filename().string()[0], '.') << entry.path();
 }
 
+/// A segment with an element of a type that no reader knows the content of.
+struct Body : JtBase {
+  Body(const char* elementType, std::vector<std::byte> content)
+      : type("Body", JtBase::classTypeID(), *JtGuid::parse(elementType)),
+        bytes(std::move(content)) {}
+  const JtType* typeID() const override { return &type; }
+  bool serialize(JtBaseDataStream& stream) const override { return stream.writeRaw(bytes); }
+  JtType type;
+  std::vector<std::byte> bytes;
+};
+
+void addSegment(JtNode& node, const char* key, int segmentType, const char* elementType,
+                std::vector<std::byte> bytes) {
+  const jt::Ref<JtBase> body(new Body(elementType, std::move(bytes)));
+  node.addProperty(jt::make<JtStringPropAtom>(JtString(key)).get(),
+                   jt::make<JtLateLoadedPropAtom>(body, segmentType).get(), true);
+}
+
+constexpr const char* kXtKey = "JT_LLPROP_XTBREP";
+constexpr const char* kPoolKey = "JT_LLPROP_MULTIXTBREP";
+constexpr const char* kXtType = "873a70e0-2ac9-11d1-9b6b-0080c7bb5997";
+constexpr const char* kPoolType = "49829521-1835-49c3-8bef-ddc43bfe5e88";
+constexpr auto kLost = "JTEXPORT_EXACT_GEOMETRY_LEFT_OUT";
+
 TEST_F(ToolkitExport, KeepsExactGeometryOrReportsThePartThatLosesIt) {
-  // A 9.5 file with a segment of the type of XT B-reps, which no reader knows the content of.
-  struct Body : JtBase {
-    const JtType* typeID() const override {
-      static const JtType type("Body", JtBase::classTypeID(), {0x4a540000, 1, 2, {}});
-      return &type;
-    }
-    bool serialize(JtBaseDataStream& stream) const override { return stream.write(JtString("x")); }
-  };
   const auto made = jt::make<JtPartition>();
   made->setVersion({9, 5});
   const auto exact = part("solid", 3);
-  exact->addProperty(JtString("JT_LLPROP_XTBREP"),
-                     jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(new Body), 17).get(), true);
+  addSegment(*exact, kXtKey, 17, "4a540000-0001-0002-0000-000000000000", {std::byte{7}});
   made->addChild(exact.get());
   const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(pathOf("solid.jt")));
   made->save(place.get());
@@ -399,24 +444,152 @@ TEST_F(ToolkitExport, KeepsExactGeometryOrReportsThePartThatLosesIt) {
         const auto source = reopened(pathOf("solid.jt"));
         JtkwExportRoot root;
         root.initializeJtkRoot(ApiKey(1), L"x", pathOf("exact.jt"));
-        root.createEntityNode(ApiKey(1), data(L"bolt", source->child(0)));
-        ApiApproxJtExportData wishes;
-        wishes.setTargetJtFormat(format);
-        wishes.setJtVersion(version);
-        wishes.setIncludeExactGeom(isExact);
-        ASSERT_TRUE(root.write(wishes)) << jt::lastError();
+        for (const wchar_t* name : {L"bolt", L"nut", L"bolt"})
+          root.createEntityNode(ApiKey(1), data(name, source->child(0)));
+        ApiErrStream::clearRecent();
+        ASSERT_TRUE(writeExact(root, format, version, isExact)) << jt::lastError();
         const auto top = reopened(pathOf("exact.jt"));
-        auto* written = find<VisPartNode>(*top, "bolt");
-        ASSERT_TRUE(written);
         const bool isKept = isExact && version == 1;
-        EXPECT_EQ(written->property(JtString("JT_LLPROP_XTBREP")) != nullptr, isKept);
-        ASSERT_EQ(root.report().leftOut.size(), isExact && !isKept ? 1U : 0U);
-        if (!root.report().leftOut.empty()) {
-          EXPECT_EQ(root.report().leftOut[0].part, JtString("bolt"));
-          EXPECT_EQ(root.report().leftOut[0].what, "exact geometry");
+        const auto errors = ApiErrStream::recent();
+        ASSERT_EQ(root.report().leftOut.size(), isExact && !isKept ? 2U : 0U);
+        ASSERT_EQ(errors.size(), root.report().leftOut.size()) << "one for each name";
+        for (std::size_t i = 0; i < 2; ++i) {
+          const std::string name = i == 0 ? "bolt" : "nut";
+          auto* written = find<VisPartNode>(*top, name);
+          ASSERT_TRUE(written);
+          EXPECT_EQ(written->property(JtString(kXtKey)) != nullptr, isKept);
+          if (errors.empty()) continue;
+          EXPECT_EQ(root.report().leftOut[i].part.stringToMbs(), name);
+          EXPECT_EQ(root.report().leftOut[i].what, "exact geometry");
+          EXPECT_EQ(errors[i].code, kLost);
+          EXPECT_EQ(errors[i].arguments.at(0), name);
+          EXPECT_EQ(errors[i].arguments.at(1), root.report().leftOut[i].reason);
         }
       }
     }
+  }
+}
+
+TEST_F(ToolkitExport, BringsTheSegmentAlongThatExactGeometryNamesBodiesIn) {
+  // Two parts name bodies of a segment that only the assembly names.
+  const auto assembly = jt::make<VisMetaDataNode>();
+  for (const char* name : {"left", "right"}) {
+    const auto made = part(name, 3);
+    addSegment(*made, kXtKey, 17, kXtType, std::vector<std::byte>(40, std::byte{1}));
+    assembly->addChild(made.get());
+  }
+  addSegment(*assembly, kPoolKey, 30, kPoolType, {std::byte{9}});
+  const auto made = jt::make<JtPartition>();
+  made->addChild(assembly.get());
+  const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(pathOf("pool.jt")));
+  made->save(place.get());
+  for (const int format : {kOneFile, kPartFiles})
+    for (const std::uint32_t version : {1U, 2U}) {  // 9.5 has no form for them
+      const auto source = reopened(pathOf("pool.jt"));
+      JtkwExportRoot root;
+      root.initializeJtkRoot(ApiKey(1), L"x", pathOf("out.jt"));
+      for (int i = 0; i < 2; ++i)
+        root.createEntityNode(ApiKey(1),
+                              data(i == 0 ? L"left" : L"right", source->child(0)->child(i)));
+      ASSERT_TRUE(writeExact(root, format, version, true)) << jt::lastError();
+      const auto top = reopened(pathOf("out.jt"));
+      std::set<std::string> pools;
+      for (const char* name : {"left", "right"}) {
+        const auto* written = find<VisPartNode>(*top, name);
+        ASSERT_TRUE(written);
+        const auto* pool = jt::as<JtLateLoadedPropAtom>(written->property(JtString(kPoolKey)));
+        EXPECT_EQ(pool != nullptr, version == 2);
+        EXPECT_EQ(written->property(JtString(kXtKey)) != nullptr, version == 2);
+        if (pool) pools.insert(pool->segmentId().text());
+      }
+      EXPECT_EQ(pools.size(), version == 2 ? 1U : 0U) << "one segment for both";
+      std::set<std::string> told;
+      for (const jtk::LeftOut& left : root.report().leftOut) told.insert(left.part.stringToMbs());
+      EXPECT_EQ(told.size(), version == 2 ? 0U : 2U);
+    }
+}
+
+TEST_F(ToolkitExport, FailsWholeForASourceThatCannotBeReadAndForAFullDisk) {
+  const auto contentOf = [&](const std::string& name) {
+    std::ifstream file(pathOf(name), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  const auto made = jt::make<JtPartition>();
+  for (const float size : {2.0F, 5.0F}) made->addChild(part("old", size, 4000).get());
+  const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(pathOf("source.jt")));
+  made->save(place.get());
+  const auto exported = [&](const jt::Ref<JtPartition>& source, int format, std::string& code) {
+    JtkwExportRoot root;
+    root.initializeJtkRoot(ApiKey(1), L"hall.jt", pathOf("hall.jt"));
+    for (int i = 0; i < 2; ++i) root.createEntityNode(ApiKey(1), data(L"part", source->child(i)));
+    const bool isWritten = write(root, format);
+    code = root.errorCode();
+    return isWritten;
+  };
+  const auto namesNow = [&] {
+    std::set<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(folder_.path()))
+      names.insert(fs::relative(entry.path(), folder_.path()).string());
+    return names;
+  };
+  std::string code;
+  for (const int format : {kOneFile, kPartFiles}) {
+    ASSERT_TRUE(exported(reopened(pathOf("source.jt")), format, code)) << jt::lastError();
+    const std::string before = contentOf("hall.jt");
+    const auto names = namesNow();
+    for (const std::uintmax_t limit : {100U, 5000U, 60'000U}) {
+      const auto source = reopened(pathOf("source.jt"));
+      const FileSizeLimit full(limit);
+      EXPECT_FALSE(exported(source, format, code)) << limit;
+      EXPECT_TRUE(code == "write_failed" || code == "no_space") << code;
+    }
+    const std::string whole = contentOf("source.jt");
+    const auto source = reopened(pathOf("source.jt"));
+    fs::resize_file(pathOf("source.jt"), whole.size() / 2);
+    EXPECT_FALSE(exported(source, format, code));
+    EXPECT_EQ(code, "source_unreadable") << jt::lastError();
+    folder_.file("source.jt", whole);
+    EXPECT_TRUE(contentOf("hall.jt") == before);
+    EXPECT_EQ(namesNow(), names);
+  }
+}
+
+TEST_F(ToolkitExport, ReportsGeometryBehindMoreThanAMillionPaths) {
+  if (!std::getenv("JTW_LONG_TESTS")) GTEST_SKIP() << "JTW_LONG_TESTS is not set";
+  // Twenty levels of two groups each have a million paths.
+  const auto node = part("maze", 1);
+  std::array<jt::Ref<JtGroup>, 2> level{jt::make<JtGroup>(), jt::make<JtGroup>()};
+  for (const auto& group : level) node->addChild(group.get());
+  for (int depth = 0; depth < 20; ++depth) {
+    const std::array<jt::Ref<JtGroup>, 2> below{jt::make<JtGroup>(), jt::make<JtGroup>()};
+    for (const auto& group : level)
+      for (const auto& child : below) group->addChild(child.get());
+    level = below;
+  }
+  JtkwExportRoot root;
+  root.initializeJtkRoot(ApiKey(1), L"x", pathOf("maze.jt"));
+  root.createEntityNode(ApiKey(1), data(L"maze", node.get()));
+  ASSERT_TRUE(write(root, kOneFile)) << jt::lastError();
+  ASSERT_EQ(root.report().leftOut.size(), 1U);
+  EXPECT_EQ(root.report().leftOut[0].what, "geometry");
+}
+
+TEST_F(ToolkitExport, ReportsTexturesWhoseImageTheFileDoesNotLeadTo) {
+  const auto node = part("plank", 1);
+  const auto texture = jt::make<JtTextureImage>();
+  texture->setFileName(JtString("images/oak.png"));
+  node->appendAttribute(texture.get());
+  for (const bool isThere : {false, true}) {
+    if (isThere) folder_.folder("images");
+    if (isThere) folder_.file("images/oak.png", "pixels");
+    JtkwComponentExportRoot root;
+    root.initImporter();
+    root.initializeJtkRoot(ApiKey(1), L"x", pathOf("plank.jt"));
+    ASSERT_TRUE(root.importHierarchy(ApiKey(2), ApiKey(1), node.get()));
+    ASSERT_TRUE(write(root, kOneFile)) << jt::lastError();
+    root.deleteImporter();
+    ASSERT_EQ(root.report().leftOut.size(), isThere ? 0U : 1U);
+    for (const auto& left : root.report().leftOut) EXPECT_EQ(left.what, "texture image");
   }
 }
 

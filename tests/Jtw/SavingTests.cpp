@@ -1,9 +1,6 @@
 // What a component held and no edit touched is there after a save; a save that failed leaves the
 // old file, and the next one everything.
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -13,6 +10,7 @@
 
 #include "../Jt/support/SceneText.h"
 #include "ComponentFixture.h"
+#include "FileSizeLimit.h"
 #include "JtBufferProperty.h"
 #include "JtStorageManager.h"
 
@@ -116,26 +114,6 @@ TEST_F(Saving, WhatNoEditTouchedIsThereAfterIt) {
   }
   EXPECT_GE(files, 10);
 }
-
-/// Lets the process write files of no more than so many bytes.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(std::uintmax_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &old_);
-    const rlimit limit{static_cast<rlim_t>(bytes), old_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &old_);
-    std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit old_{};
-  void (*handler_)(int);
-};
 
 TEST_F(Saving, AfterAFailureTheSameSaveLosesAndDoublesNothing) {
   const std::string path = folder_.at("gear.kpak/gear.jt");

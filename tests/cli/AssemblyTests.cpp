@@ -227,6 +227,12 @@ TEST(LargeAssembly, HasMorePartFilesThanThereAreDescriptors) {
   EXPECT_EQ(run("copy in/hall.jt out/hall.jt").exit, 0);
   EXPECT_EQ(run("diff in/hall.jt out/hall.jt").exit, 0);
   EXPECT_EQ(run("set in/hall.jt root name=Large").exit, 0);
+  EXPECT_EQ(run("export in/hall.jt parts.jt --per-part").exit, 0);
+  EXPECT_EQ(run("export parts.jt whole.jt").exit, 0);
+  EXPECT_EQ(run("set parts.jt root name=Larger").exit, 0);
+  EXPECT_EQ(work.json("info parts.jt").at("files").size(), one.partsPerCell);
+  EXPECT_TRUE(
+      holds(work.json("info whole.jt").at("bounds"), work.json("info parts.jt").at("bounds")));
 }
 
 }  // namespace

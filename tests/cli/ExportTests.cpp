@@ -2,10 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 #include "AssemblyFiles.h"
+#include "Jt.h"
+#include "JtBaseDataStream.h"
+#include "JtPartition.h"
 #include "Program.h"
+#include "VisPartNode.h"
 
 namespace cli {
 namespace {
@@ -83,6 +88,67 @@ TEST_F(Export, ReportsGeometryThatCannotBeReadAndWritesTheRest) {
   EXPECT_EQ(work_.run("verify out.jt").exit, 0);
 }
 
+TEST_F(Export, EndsWhereAPartFileCannotBeRead) {
+  AssemblyFiles{.cells = 1, .partsPerCell = 3}.write(work_.path("in"));
+  work_.run("export in/hall.jt out.jt --per-part");
+  const std::string before = work_.read("out.jt");
+  const std::string part = "in/cell0/part1.jt";
+  const std::string whole = work_.read(part);
+  // One that is missing or damaged is left out; a loop of links is an error of the system.
+  std::filesystem::remove(work_.path(part));
+  EXPECT_EQ(work_.run("export in/hall.jt less.jt").exit, 1);
+  std::filesystem::create_symlink("part1.jt", work_.path(part));
+  for (const char* way : {"", " --per-part"}) {
+    const Json error = work_.json(std::string("export in/hall.jt out.jt") + way, 3);
+    EXPECT_EQ(error.at("code"), "source_unreadable") << error;
+  }
+  EXPECT_EQ(work_.read("out.jt"), before);
+  std::filesystem::remove(work_.path(part));
+  work_.write(part, whole);
+  EXPECT_EQ(work_.run("export in/hall.jt out.jt --per-part").exit, 0);
+}
+
+/// A segment of exact geometry that no version but its own has a form for.
+struct Body : JtBase {
+  const JtType* typeID() const override {
+    static const JtType type("Body", JtBase::classTypeID(), {0x4a540000, 1, 2, {}});
+    return &type;
+  }
+  bool serialize(JtBaseDataStream& stream) const override { return stream.write(JtString("x")); }
+};
+
+TEST_F(Export, AndCopyReportExactGeometryThatTheVersionCannotHold) {
+  const auto top = jt::make<JtPartition>();
+  top->setVersion({9, 5});
+  for (const char* name : {"bolt", "nut"}) {
+    const auto part = jt::make<VisPartNode>();
+    part->addProperty(JtString(Jt::jtPropName), jt::make<JtStringPropAtom>(JtString(name)).get(),
+                      true);
+    part->addProperty(JtString("JT_LLPROP_XTBREP"),
+                      jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(new Body), 17).get(), true);
+    top->addChild(part.get());
+  }
+  top->save(
+      jt::make<JtFSStorageLocation>(JtString(), JtString(work_.path("in.jt").string())).get());
+  const Outcome copied = work_.run("copy in.jt out.jt --version 10.0");
+  const Json lost = work_.json("copy in.jt out.jt --version 10.0").at("saved").at("lostGeometry");
+  EXPECT_EQ(lost.size(), 2U);
+  EXPECT_TRUE(matches(lost[1], R"({"part": "nut", "type": 17})"));
+  EXPECT_NE(copied.err.find("of part 'nut' (#" + lost[1].at("node").dump() +
+                            ") is left out: " + lost[1].at("reason").get<std::string>()),
+            std::string::npos)
+      << copied.err;
+  for (const std::string way : {"", " --per-part"}) {
+    const Json left = work_.json("export in.jt out.jt --exact --version 10.0" + way).at("leftOut");
+    EXPECT_TRUE(matches(left, R"([{"part": "bolt", "what": "exact geometry"},
+                                  {"part": "nut", "what": "exact geometry"}])"));
+    const std::string said = work_.run("export in.jt out.jt --exact --version 10.0" + way).err;
+    EXPECT_EQ(std::ranges::count(said, '\n'), 2) << said;
+    EXPECT_TRUE(
+        work_.json("export in.jt out.jt --exact --version 9.5" + way).at("leftOut").empty());
+  }
+}
+
 TEST_F(Export, LeavesOutAnnotationsOfExcludedTypesAndGroups) {
   ASSERT_EQ(work_.run("new gear.kpak").exit, 0);
   for (const char* type : {"Note", "'Fillet Weld'", "Dimension"})
@@ -123,6 +189,18 @@ TEST_F(Export, AssemblesWhatAPlanSays) {
                       R"({"matrix": [0,-1,0,1, 1,0,0,2, 0,0,1,3, 0,0,0,1]})"));
   EXPECT_TRUE(matches(find("A").at("attributes")[1], R"({"diffuse": {"r": 1, "g": 0, "b": 0}})"));
   EXPECT_EQ(find("A").at("children"), find("B").at("children")) << "one part for both";
+}
+
+TEST_F(Export, AssemblesMeshFiles) {
+  if (!std::filesystem::exists(std::filesystem::path(JTW_TOOL).replace_filename("jtw-mesh")))
+    GTEST_SKIP() << "jtw-mesh was not built";
+  std::filesystem::create_directory(work_.path("models"));
+  work_.write("models/wedge.obj", "v 0 0 0\nv 4 0 0\nv 0 5 0\nv 0 0 6\nf 1 2 3\nf 1 2 4\n");
+  work_.write("models/plan.json", plan(R"({"source": "wedge.obj", "name": "A"},
+                {"source": "wedge.obj", "name": "B", "place": {"translate": [10, 20, 30]}})"));
+  const Json done = work_.json("assemble models/plan.json out.jt");
+  EXPECT_TRUE(matches(done.at("exported"), R"({"parts": 1, "instances": 2, "triangles": 4})"));
+  EXPECT_TRUE(matches(bounds("out.jt"), R"({"min": [0, 0, 0], "max": [14, 25, 36]})"));
 }
 
 TEST_F(Export, NamesTheItemAndTheMemberThatIsWrong) {

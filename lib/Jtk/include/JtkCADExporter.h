@@ -26,7 +26,7 @@ struct ExportedFile {
 /// Something of a part that is not in the exported files.
 struct LeftOut {
   JtString part;
-  std::string what;  ///< "exact geometry", "geometry"
+  std::string what;  ///< "exact geometry", "geometry", "texture image"
   std::string reason;
 };
 

@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "JtShape.h"
@@ -29,6 +31,10 @@ class JTK_API JtkPart final : public JtkUnitHierarchy {
   /// exporter stores the geometry once. The part takes a reference.
   const JtNode* geometrySource() const noexcept { return source_.get(); }
   void setGeometrySource(JtNode* node) { source_ = jt::Ref<JtNode>(node); }
+
+  /// Why shapes of the source are not in the part; empty: they all are.
+  const std::string& missingShapes() const noexcept { return missing_; }
+  void setMissingShapes(std::string reason) { missing_ = std::move(reason); }
 
   // --- Shapes
 
@@ -75,6 +81,7 @@ class JTK_API JtkPart final : public JtkUnitHierarchy {
 
   JtString sceneGraphName_;
   jt::Ref<JtNode> source_;
+  std::string missing_;
   std::array<std::vector<Level>, 2> levels_;  // by ShapeList
   std::vector<float> rangeLimits_;
   jt::Ref<JtkBrep> brep_;

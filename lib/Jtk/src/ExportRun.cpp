@@ -1,6 +1,7 @@
 #include "ExportRun.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <limits>
 #include <string_view>
 #include <unordered_set>
@@ -8,7 +9,9 @@
 #include "ExportNodes.h"
 #include "Jt.h"
 #include "JtFormatError.h"
+#include "JtSourceFile.h"
 #include "JtStorageManager.h"
+#include "JtTexture.h"
 
 namespace {
 
@@ -42,6 +45,44 @@ std::optional<std::uint64_t> bytesOf(const JtStorageLocation& location) {
   } catch (const JtFormatError&) {
     return {};
   }
+}
+
+using DroppedSegments = std::unordered_map<JtGuid, std::string>;
+
+/// Segments that a save left out, with the reasons.
+DroppedSegments droppedSegments(const jt::SaveReport& report) {
+  DroppedSegments dropped;
+  for (const jt::SegmentAction& action : report.segments)
+    if (action.kind == jt::SegmentAction::Kind::dropped) dropped.emplace(action.id, action.reason);
+  return dropped;
+}
+
+/// Why precise geometry that a node names was left out, once for each reason.
+std::vector<std::string> lostBreps(const JtNode& node, const DroppedSegments& dropped) {
+  std::vector<std::string> reasons;
+  if (dropped.empty()) return reasons;
+  JtPropAtom* key = nullptr;
+  JtPropAtom* value = nullptr;
+  for (int i = 0; node.getProperty(i, key, value); ++i) {
+    const auto* late = jt::as<JtLateLoadedPropAtom>(value);
+    if (!late || !JtkBrep::isSegmentType(late->segmentType())) continue;
+    const auto found = dropped.find(late->segmentId());
+    if (found != dropped.end() && std::ranges::find(reasons, found->second) == reasons.end())
+      reasons.push_back(found->second);
+  }
+  return reasons;
+}
+
+/// The file with the image of a texture, when a file at `place` does not lead to it; else empty.
+std::string lostImage(const JtAttribute& attribute, const JtStorageLocation& place) {
+  const auto* texture = jt::as<JtTextureImage>(&attribute);
+  const JtString name = texture ? texture->fileName() : JtString();
+  if (name.isEmpty()) return {};
+  const auto found = JtStorageManager::current()->resolve(place, name);
+  const auto* file = dynamic_cast<const JtFSStorageLocation*>(found.get());
+  std::error_code ignored;
+  if (file && std::filesystem::exists(file->fullFilePath(), ignored)) return {};
+  return name.stringToMbs();
 }
 
 jt::Ref<JtPartition> newPartition(jt::FileVersion version) {
@@ -88,7 +129,9 @@ jt::Ref<JtFSStorageLocation> JtkExportRun::targetOf(const JtkHierarchy& root) co
 }
 
 jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
-  const auto target = targetOf(root);
+  place_ = targetOf(root);
+  const auto& target = place_;
+  target_ = target->fullFilePath();
   if (exporter_.partFiles_)
     folder_ = std::make_unique<jt::PartFolder>(*target);
   else
@@ -107,7 +150,12 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
   }
   flush();
   top->growBounds();
-  report_.saved = top->save(target.get(), saveOptions());
+  try {
+    report_.saved = top->save(target.get(), saveOptions());
+  } catch (const JtFormatError& error) {
+    isFinal(error);  // a source may have values that are copied only now
+    throw;
+  }
   if (folder_) folder_->commit();
   for (jt::SaveWarning& warning : warnings_) report_.saved.warnings.push_back(std::move(warning));
   report_.files.push_back({report_.saved.file, {}, folder_ ? 0 : report_.parts});
@@ -149,14 +197,18 @@ void JtkExportRun::countPlaces(JtkHierarchy& root) {
   }
 }
 
+bool JtkExportRun::isShared(const JtkHierarchy& node) const {
+  const auto parents = parents_.find(&node);
+  return parents != parents_.end() && parents->second > 1;
+}
+
 /// Puts a node below another one: a shared one as an instance.
 void JtkExportRun::place(const Item& item, JtNode& node) const {
   if (item.instance) {
     item.instance->setChild(&node);
     return;
   }
-  const auto parents = parents_.find(item.from);
-  if (parents == parents_.end() || parents->second < 2) {
+  if (!isShared(*item.from)) {
     item.group->addChild(&node);
     return;
   }
@@ -172,7 +224,7 @@ void JtkExportRun::write(const Item& item) {
     return;
   }
   const jt::Ref<JtNode> node = nodeOf(*item.from);
-  made_[item.from] = node;
+  if (isShared(*item.from)) made_[item.from] = node;
   place(item, *node);
   const auto below = item.from->nodesBelow();
   for (std::size_t i = below.size(); i-- > 0;)
@@ -189,6 +241,7 @@ jt::Ref<JtNode> JtkExportRun::nodeOf(JtkHierarchy& from) {
   count(from);
   jtk::writeValues(from, *node);
   jtk::writeAttributes(from, *node);
+  noteTextures(*node, nullptr, from.name(), *place_);
   return node;
 }
 
@@ -207,10 +260,7 @@ jt::Ref<JtNode> JtkExportRun::partNode(JtkPart& part) {
   if (!call(exporter_.before_)) throw JtFormatError("stopped", "the export was stopped at a part");
   jt::Ref<JtNode> node;
   try {
-    checkShapes(part);
     count(part);
-    report_.triangles = saturatingSum(report_.triangles,
-                                      saturatingProduct(jtk::triangleCount(part), places_[&part]));
     node = folder_ ? partInFile(part) : partInSpool(part);
   } catch (...) {
     call(exporter_.after_);  // whatever it says: the export has failed already
@@ -224,41 +274,65 @@ jt::Ref<JtNode> JtkExportRun::partNode(JtkPart& part) {
   return node;
 }
 
-/// Takes shapes out whose geometry cannot be read.
-void JtkExportRun::checkShapes(JtkPart& part) {
+void JtkExportRun::countTriangles(const JtkPart& part, std::uint64_t triangles) {
+  report_.triangles =
+      saturatingSum(report_.triangles, saturatingProduct(triangles, places_[&part]));
+}
+
+/// Takes shapes out whose geometry cannot be decoded. Throws JtFormatError when their file cannot
+/// be read.
+/// @param place the file that they will be in
+void JtkExportRun::checkGeometry(JtkPart& part, const JtStorageLocation& place) {
+  const auto noteFile = [&](const JtSceneObject& object) {
+    if (const jt::FileImage* file = jt::fileOf(object)) readFiles_.insert(file);
+  };
+  if (!part.missingShapes().empty())
+    leaveOut(part.geometrySource(), nameOf(part), "geometry", part.missingShapes());
   for (const auto list : {JtkPart::ShapeList::SURFACES, JtkPart::ShapeList::LINES})
     for (int lod = part.numLODs(list); lod-- > 0;)
       for (int i = part.numShapes(lod, list); i-- > 0;) {
         const JtShape& shape = *part.shape(lod, i, list);
+        noteFile(shape);
+        noteTextures(shape, part.geometrySource(), nameOf(part), place);
         const bool isDecoded = shape.takes() || jt::as<JtPrimitiveSet>(&shape);
         if (!isDecoded || !shape.hasMesh()) continue;
         if (shape.mesh()) {
           shape.releaseMesh();
           continue;
         }
-        leaveOut(nameOf(part), "geometry", jt::lastError());
+        if (jt::isReadFailure(jt::lastErrorCode())) failAtSource(jt::lastError());
+        leaveOut(part.geometrySource(), nameOf(part), "geometry", jt::lastError());
         part.removeShape(lod, i, list);
       }
-  if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) {
-    const auto note = [&](const JtkBrep* brep) {
-      if (brep) partOfBrep_[brep->atom()->segmentId()] = nameOf(part);
-    };
-    note(part.brep());
-    note(part.wireframeBrep());
-    for (int i = 0; i < part.numIndexedBreps(); ++i) note(part.indexedBrep(i));
-  }
+  if (exporter_.geometry_ != JtkCADExporter::EXACT_GEOMETRY) return;
+  if (part.brep()) noteFile(*part.brep()->atom());
+  if (part.wireframeBrep()) noteFile(*part.wireframeBrep()->atom());
+  for (int i = 0; i < part.numIndexedBreps(); ++i)
+    if (const JtkBrep* brep = part.indexedBrep(i)) noteFile(*brep->atom());
 }
 
-/// A source that nobody else holds cannot be met again: its geometry need not be kept for others.
+/// Memory holds what is being written, not what was read for it before.
+void JtkExportRun::releaseSources() {
+  for (const jt::FileImage* file : readFiles_) jt::releasePages(*file);
+  readFiles_.clear();
+}
+
+/// A source that nobody else holds cannot be met again: nothing need be kept for others.
 void JtkExportRun::forgetUnused(const JtNode* source) {
-  const auto held = source ? sources_.find(source) : sources_.end();
+  const auto held = sources_.find(source);
   // One reference here, one of the part.
-  if (held == sources_.end() || held->second->refCount() > 2) return;
+  if (!source || (held != sources_.end() && held->second->refCount() > 2)) return;
+  const auto eraseFrom = [&](auto& map, auto first, const auto& sourceOf) {
+    auto end = first;
+    while (end != map.end() && sourceOf(*end) == source) ++end;
+    map.erase(first, end);
+  };
+  eraseFrom(reported_, reported_.lower_bound({source, {}, {}, {}}),
+            [](const auto& entry) { return std::get<0>(entry); });
+  if (held == sources_.end()) return;
   contentBySource_.erase(source);
-  const auto first = filesBySource_.lower_bound({source, {}});
-  auto end = first;
-  while (end != filesBySource_.end() && end->first.first == source) ++end;
-  filesBySource_.erase(first, end);
+  eraseFrom(filesBySource_, filesBySource_.lower_bound({source, {}}),
+            [](const auto& entry) { return entry.first.first; });
   sources_.erase(held);
 }
 
@@ -285,17 +359,22 @@ jt::Ref<JtNode> JtkExportRun::partInFile(JtkPart& part) {
     }
   }
   ++report_.files[file.file].parts;
+  countTriangles(part, file.triangles);
   auto reference = jt::make<JtPartition>();
   reference->setFileName(JtString(file.reference));
   if (file.bounds) reference->setBounds(*file.bounds);
   if (part.numAttributes() == 0 && known == filesBySource_.end()) return jt::Ref<JtNode>(reference);
   auto instance = jt::make<JtInstance>();
   jtk::writeAttributes(part, *instance);
+  noteTextures(*instance, part.geometrySource(), nameOf(part), *place_);
   instance->setChild(reference.get());
   return jt::Ref<JtNode>(instance);
 }
 
 JtkExportRun::PartFile JtkExportRun::writePartFile(JtkPart& part) {
+  const auto place = folder_->add(nameOf(part), exporter_.dryRun_);
+  checkGeometry(part, *place);
+  const std::uint64_t triangles = jtk::triangleCount(part);
   const auto content = newPartition(exporter_.version_);
   const auto node = jt::make<VisPartNode>();
   jtk::writeValues(part, *node);
@@ -303,24 +382,25 @@ JtkExportRun::PartFile JtkExportRun::writePartFile(JtkPart& part) {
   if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) jtk::writeBreps(part, *node);
   content->addChild(node.get());
   content->growBounds();
-  const auto place = folder_->add(nameOf(part), exporter_.dryRun_);
   jt::SaveReport saved;
   try {
     saved = content->save(place.get(), saveOptions());
   } catch (const JtFormatError& error) {
-    if (isOutputFailure(error.code())) throw;
-    leaveOut(nameOf(part), "geometry", error.what());
+    if (isFinal(error)) throw;
+    leaveOut(part.geometrySource(), nameOf(part), "geometry", error.what());
     while (node->removeChild(0)) {
     }
     saved = content->save(place.get(), saveOptions());
   }
-  noteDropped(saved);
+  for (const auto& reason : lostBreps(*node, droppedSegments(saved)))
+    leaveOut(part.geometrySource(), nameOf(part), "exact geometry", reason);
   jtk::ExportedFile& file = report_.files.emplace_back();
   file.file = saved.file;
   if (!exporter_.dryRun_) file.bytes = bytesOf(*place);
   bytesDone_ += file.bytes.value_or(0);
   report_.alsoSaved.push_back(std::move(saved));
-  return {folder_->reference(), content->bounds(), report_.files.size() - 1};
+  releaseSources();
+  return {folder_->reference(), content->bounds(), report_.files.size() - 1, triangles};
 }
 
 // --- One file
@@ -329,6 +409,7 @@ jt::Ref<JtNode> JtkExportRun::partInSpool(JtkPart& part) {
   auto node = jt::make<VisPartNode>();
   jtk::writeValues(part, *node);
   jtk::writeAttributes(part, *node);
+  noteTextures(*node, part.geometrySource(), nameOf(part), *place_);
   JtNode* source = const_cast<JtNode*>(part.geometrySource());
   std::shared_ptr<Content>* known = nullptr;
   if (source) {
@@ -336,18 +417,22 @@ jt::Ref<JtNode> JtkExportRun::partInSpool(JtkPart& part) {
     if (isNew) sources_.emplace(source, source);
     known = &entry->second;
     if (*known) {
+      countTriangles(part, (*known)->triangles);
       if ((*known)->isStored)
-        deliver(**known, *node);
+        deliver(**known, *node, nameOf(part));
       else
-        (*known)->receivers.push_back(node);
+        (*known)->receivers.emplace_back(node, nameOf(part));
       return jt::Ref<JtNode>(node);
     }
   }
   const auto content = std::make_shared<Content>();
   if (known) *known = content;
+  checkGeometry(part, *place_);
+  content->source = source;
+  content->triangles = jtk::triangleCount(part);
+  countTriangles(part, content->triangles);
   content->shell = jt::make<VisPartNode>();
-  content->receivers.push_back(node);
-  content->part = nameOf(part);
+  content->receivers.emplace_back(node, nameOf(part));
   jtk::writeShapes(part, *content->shell);
   if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) jtk::writeBreps(part, *content->shell);
   pending_.push_back(content);
@@ -365,21 +450,21 @@ void JtkExportRun::flush() {
   if (contents.empty()) return;
   try {
     store(contents);
+    releaseSources();
     return;
   } catch (const JtFormatError& error) {
-    if (isOutputFailure(error.code())) throw;
+    if (isFinal(error)) throw;
   }
   for (const auto& content : contents) {
     try {
       store({content});
     } catch (const JtFormatError& error) {
-      if (isOutputFailure(error.code())) throw;
-      leaveOut(content->part, "geometry", error.what());
-      content->isStored = true;
-      content->shell = nullptr;
-      content->receivers.clear();
+      if (isFinal(error)) throw;
+      content->leftOut.emplace_back("geometry", error.what());
+      hand(*content);
     }
   }
+  releaseSources();
 }
 
 void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) {
@@ -394,39 +479,53 @@ void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) 
     stored = spool_->store(*volume, saveOptions(), report);
     bytesDone_ += bytesOf(*stored->storageLocation()).value_or(0);
   }
-  noteDropped(report);
   noteWarnings(report);
+  const auto dropped = droppedSegments(report);
   for (std::size_t i = 0; i < contents.size(); ++i) {
     Content& content = *contents[i];
     JtNode* shell = stored->child(static_cast<int>(i));
     if (!shell) throw JtFormatError("verify_failed", "the spool lost a part");
+    for (const auto& reason : lostBreps(*content.shell, dropped))
+      content.leftOut.emplace_back("exact geometry", reason);
     for (int index = 0; index < shell->numChildren(); ++index)
       content.shapes.emplace_back(shell->child(index));
     JtPropAtom* key = nullptr;
     JtPropAtom* value = nullptr;
     for (int index = 0; shell->getProperty(index, key, value); ++index)
       content.breps.push_back({jt::Ref<JtPropAtom>(key), jt::Ref<JtPropAtom>(value)});
-    content.isStored = true;
-    content.shell = nullptr;
-    for (const auto& part : content.receivers) deliver(content, *part);
-    content.receivers.clear();
+    hand(content);
   }
 }
 
-void JtkExportRun::deliver(const Content& content, VisPartNode& part) {
+/// Gives stored geometry to the parts that wait for it.
+void JtkExportRun::hand(Content& content) {
+  content.isStored = true;
+  content.shell = nullptr;
+  for (const auto& [part, name] : content.receivers) deliver(content, *part, name);
+  content.receivers.clear();
+}
+
+void JtkExportRun::deliver(const Content& content, VisPartNode& part, const JtString& name) {
   for (const auto& shape : content.shapes) part.addChild(shape.get());
   for (const jt::Property& brep : content.breps)
     part.JtNode::addProperty(brep.key.get(), brep.value.get(), true);
+  for (const auto& [what, reason] : content.leftOut) leaveOut(content.source, name, what, reason);
 }
 
 // --- The report
 
-void JtkExportRun::noteDropped(const jt::SaveReport& report) {
-  for (const jt::SegmentAction& action : report.segments) {
-    if (action.kind != jt::SegmentAction::Kind::dropped) continue;
-    const auto part = partOfBrep_.find(action.id);
-    if (part != partOfBrep_.end()) leaveOut(part->second, "exact geometry", action.reason);
-  }
+void JtkExportRun::failAtSource(const std::string& reason) {
+  throw JtFormatError("source_unreadable", reason);
+}
+
+/// True for an error that no other content of the part can cure; throws for one of a source.
+bool JtkExportRun::isFinal(const JtFormatError& error) const {
+  if (!jt::isReadFailure(error.code())) return isOutputFailure(error.code());
+  const std::string& file = error.where().file;
+  const bool isOwn = file.empty() || file == target_ || (spool_ && spool_->owns(file)) ||
+                     (folder_ && folder_->owns(file));
+  if (!isOwn) failAtSource(error.what());
+  return true;
 }
 
 void JtkExportRun::noteWarnings(const jt::SaveReport& report) {
@@ -438,8 +537,18 @@ void JtkExportRun::noteWarnings(const jt::SaveReport& report) {
   }
 }
 
-void JtkExportRun::leaveOut(const JtString& part, const char* what, std::string reason) {
-  report_.leftOut.push_back({part, what, std::move(reason)});
+void JtkExportRun::noteTextures(const JtNode& node, const JtNode* source, const JtString& name,
+                                const JtStorageLocation& place) {
+  for (int i = 0; i < node.numAttributes(); ++i)
+    if (const std::string image = lostImage(*node.attribute(i), place); !image.empty())
+      leaveOut(source, name, "texture image",
+               "it is the file \"" + image + "\", which the exported file does not lead to");
+}
+
+void JtkExportRun::leaveOut(const JtNode* source, const JtString& part, const char* what,
+                            const std::string& reason) {
+  if (source && !reported_.emplace(source, part.units(), what, reason).second) return;
+  report_.leftOut.push_back({part, what, reason});
 }
 
 void JtkExportRun::showProgress() const {

@@ -3,11 +3,14 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "JtFormatError.h"
 #include "JtInstance.h"
 #include "JtPartFolder.h"
 #include "JtSpool.h"
@@ -33,44 +36,57 @@ class JtkExportRun {
   };
   /// Geometry on its way through the spool.
   struct Content {
-    jt::Ref<VisPartNode> shell;                   ///< with the geometry as it is now
-    std::vector<jt::Ref<JtNode>> shapes;          ///< once it is stored
-    std::vector<jt::Property> breps;              ///< likewise
-    std::vector<jt::Ref<VisPartNode>> receivers;  ///< parts that wait for it
-    JtString part;                                ///< the first of them
+    jt::Ref<VisPartNode> shell;           ///< with the geometry as it is now
+    std::vector<jt::Ref<JtNode>> shapes;  ///< once it is stored
+    std::vector<jt::Property> breps;      ///< likewise
+    std::vector<std::pair<jt::Ref<VisPartNode>, JtString>> receivers;  ///< parts that wait for it
+    std::vector<std::pair<const char*, std::string>> leftOut;  ///< what, and why; once it is stored
+    const JtNode* source = nullptr;
+    std::uint64_t triangles = 0;
     bool isStored = false;
   };
   struct PartFile {
     std::string reference;
     std::optional<jt::Box> bounds;
     std::size_t file;  ///< index in the report
+    std::uint64_t triangles;
   };
   using FileKey = std::pair<const JtNode*, std::u16string>;
 
   void countPlaces(JtkHierarchy& root);
   void write(const Item& item);
   void place(const Item& item, JtNode& node) const;
+  bool isShared(const JtkHierarchy& node) const;
   jt::Ref<JtNode> nodeOf(JtkHierarchy& from);
   jt::Ref<JtNode> partNode(JtkPart& part);
-  void checkShapes(JtkPart& part);
+  void checkGeometry(JtkPart& part, const JtStorageLocation& place);
+  void releaseSources();
   void count(JtkHierarchy& from);
+  void countTriangles(const JtkPart& part, std::uint64_t triangles);
 
   jt::Ref<JtNode> partInFile(JtkPart& part);
   PartFile writePartFile(JtkPart& part);
   jt::Ref<JtNode> partInSpool(JtkPart& part);
   void flush();
   void store(const std::vector<std::shared_ptr<Content>>& contents);
-  static void deliver(const Content& content, VisPartNode& part);
+  void hand(Content& content);
+  void deliver(const Content& content, VisPartNode& part, const JtString& name);
   void forgetUnused(const JtNode* source);
 
-  void noteDropped(const jt::SaveReport& report);
+  [[noreturn]] static void failAtSource(const std::string& reason);
+  bool isFinal(const JtFormatError& error) const;
   void noteWarnings(const jt::SaveReport& report);
-  void leaveOut(const JtString& part, const char* what, std::string reason);
+  void noteTextures(const JtNode& node, const JtNode* source, const JtString& name,
+                    const JtStorageLocation& place);
+  void leaveOut(const JtNode* source, const JtString& part, const char* what,
+                const std::string& reason);
   void showProgress() const;
   jt::Ref<JtFSStorageLocation> targetOf(const JtkHierarchy& root) const;
   jt::SaveOptions saveOptions() const;
 
   JtkCADExporter& exporter_;
+  jt::Ref<JtFSStorageLocation> place_;  ///< of the file of the root
+  std::string target_;                  ///< its path
   jtk::ExportReport report_;
   std::unordered_map<const JtkHierarchy*, std::uint64_t> places_;  ///< paths from the root
   std::unordered_map<const JtkHierarchy*, int> parents_;
@@ -84,7 +100,9 @@ class JtkExportRun {
   std::uint64_t pendingBytes_ = 0;
   std::unordered_map<const JtNode*, std::shared_ptr<Content>> contentBySource_;
   std::unordered_map<const JtNode*, jt::Ref<JtNode>> sources_;  ///< those that the maps name
-  std::unordered_map<JtGuid, JtString> partOfBrep_;             ///< by segment
+  std::set<const jt::FileImage*> readFiles_;  ///< that parts on their way are read from
+  /// What was reported of sources: one that is in many places is reported once for each name.
+  std::set<std::tuple<const JtNode*, std::u16string, std::string, std::string>> reported_;
   std::vector<jt::SaveWarning> warnings_;
   std::uint64_t partsDone_ = 0;
   std::uint64_t bytesDone_ = 0;

@@ -5,6 +5,7 @@
 
 #include "ExportRun.h"
 #include "JtFormatError.h"
+#include "JtSourceFile.h"
 #include "JtkHierarchy.h"
 
 JtkCADExporter::~JtkCADExporter() = default;
@@ -57,8 +58,8 @@ int JtkCADExporter::exportHierarchy(JtkHierarchy* root) {
     errorCode_ = error.code();
     jt::setLastError(error.what());
   } catch (const std::exception& error) {
-    errorCode_ = "failed";
-    jt::setLastError(error.what());
+    jt::setLastError(error, {});
+    errorCode_ = jt::lastErrorCode().empty() ? "failed" : jt::lastErrorCode();
   }
   return 0;
 }

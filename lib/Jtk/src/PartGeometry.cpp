@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "JtLOD.h"
@@ -108,6 +109,9 @@ void addShapes(JtkPart& part, JtNode& node, double scale) {
       pushChildren(step, isTop, open);
     isTop = false;
   }
+  if (!open.empty())
+    part.setMissingShapes("the part has more than " + std::to_string(kMostPaths) +
+                          " places of groups and shapes");
 }
 
 }  // namespace jtk

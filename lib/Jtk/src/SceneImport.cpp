@@ -1,6 +1,8 @@
 #include "SceneImport.h"
 
+#include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "Jt.h"
@@ -8,6 +10,7 @@
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtPartition.h"
+#include "JtSourceFile.h"
 #include "JtSwitch.h"
 #include "JtkEntityFactory.h"
 #include "JtkMaterial.h"
@@ -230,6 +233,27 @@ void JtkSceneImport::takePMI(JtkUnitHierarchy& made, JtNode& node, double scale)
   }
 }
 
+/// Takes the segments along that XT geometry names bodies in. Other nodes of the file may name
+/// them.
+void JtkSceneImport::takeBodyPools(JtkPart& part) {
+  std::unordered_set<JtGuid> known;
+  std::vector<const JtkBrep*> breps{part.brep()};
+  for (int i = 0; i < part.numIndexedBreps(); ++i) breps.push_back(part.indexedBrep(i));
+  for (const JtkBrep* brep : breps)
+    if (brep) known.insert(brep->atom()->segmentId());
+  int number = 1;
+  for (const JtkBrep* brep : breps) {
+    if (!brep) continue;
+    for (const auto& pool : jt::bodyPoolsOf(*brep->atom())) {
+      if (!known.insert(pool->segmentId()).second) continue;
+      std::string key = "JT_LLPROP_MULTIXTBREP";
+      if (number++ > 1) key += std::to_string(number - 1);
+      part.setIndexedBrep(part.numIndexedBreps(),
+                          jt::make<JtkBrep>(JtString(key), pool.get()).get());
+    }
+  }
+}
+
 void JtkSceneImport::takeBreps(JtkPart& part, const JtNode& node) {
   JtPropAtom* key = nullptr;
   JtPropAtom* value = nullptr;
@@ -247,4 +271,5 @@ void JtkSceneImport::takeBreps(JtkPart& part, const JtNode& node) {
     else
       part.setIndexedBrep(part.numIndexedBreps(), brep.get());
   }
+  takeBodyPools(part);
 }

@@ -33,6 +33,7 @@ class JtkSceneImport {
   void takeAttribute(JtkHierarchy& made, JtAttribute& attribute, double scale) const;
   void takePMI(JtkUnitHierarchy& made, JtNode& node, double scale) const;
   static void takeBreps(JtkPart& part, const JtNode& node);
+  static void takeBodyPools(JtkPart& part);
 
   const JtkCADImporter& importer_;
   jt::Ref<JtkHierarchy> top_;

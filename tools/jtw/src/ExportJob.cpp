@@ -8,6 +8,7 @@
 #include "InputFile.h"
 #include "JtFormatError.h"
 #include "JtPartFolder.h"
+#include "JtSourceFile.h"
 #include "JtkPMIEntity.h"
 #include "JtkPart.h"
 #include "JtkwPMITypeMaps.h"
@@ -66,6 +67,8 @@ bool isExcluded(const JtkPMIEntity& entity, const std::vector<ApiPMIType>& types
 
 [[noreturn]] void failExport(const JtkwExportRoot& root, const std::string& output) {
   std::string reason = jt::lastError();
+  if (root.errorCode() == "source_unreadable")
+    throw Failure(ExitCode::input, root.errorCode(), reason + "; nothing was exported");
   if (reason.starts_with(output + ": ")) reason.erase(0, output.size() + 2);
   const JtFormatError error(root.errorCode(), std::move(reason));
   Failure failure = saveFailure(error, output);
@@ -163,7 +166,13 @@ void readSource(Session& session, const std::string& path, const ExportWishes& w
   const std::string file = jtFileOf(DocumentName(path).path);
   wishes.requireOther(file);
   source.opened = openAssembly(session, file);
-  for (const jt::PartFile& part : source.opened.parts) wishes.requireOther(part.file);
+  for (const jt::PartFile& part : source.opened.parts) {
+    wishes.requireOther(part.file);
+    for (const JtPartition* holder : part.holders)
+      if (const auto& failure = holder->partFailure(); failure && jt::isReadFailure(failure->code))
+        throw Failure(ExitCode::input, "source_unreadable", failure->message,
+                      {.file = part.file, .segment = {}, .element = {}, .offset = {}});
+  }
   if (!source.root.importHierarchy(ApiKey(1), ApiKey(0), source.opened.top.get()))
     throw Failure(ExitCode::input, "empty", "there is nothing to export in it",
                   {.file = path, .segment = {}, .element = {}, .offset = {}});
@@ -203,6 +212,9 @@ ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes&
   const jtk::ExportReport& report = root.report();
   jt::SaveReport saved = report.saved;
   saved.alsoSaved = report.alsoSaved;
+  // What is left out is reported below, for each part.
+  saved.lostGeometry.clear();
+  for (jt::SaveReport& part : saved.alsoSaved) part.lostGeometry.clear();
   showSaveWarnings(session, saved);
   for (const jtk::LeftOut& left : report.leftOut)
     session.warn("part '" + printable(left.part.stringToMbs()) + "': " + left.what +

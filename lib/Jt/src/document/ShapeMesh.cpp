@@ -4,6 +4,7 @@
 
 #include "JtFormatError.h"
 #include "JtPartition.h"
+#include "JtSourceFile.h"
 #include "file/graph/SceneSource.h"
 #include "file/shapes/ShapeGeometry.h"
 #include "file/shapes/ShapeSegment.h"
@@ -56,9 +57,9 @@ std::shared_ptr<const jt::Mesh> meshOf(const JtShape& shape, const Decode& decod
           stored.source ? stored.source->position(0) : jt::FilePosition{});
     return decode(stored);
   } catch (const JtFormatError& error) {
-    jt::setLastError(error.what());
+    jt::setLastError(error.what(), error.code());
   } catch (const std::bad_alloc&) {
-    jt::setLastError("a shape needs more memory than there is");
+    jt::setLastError("a shape needs more memory than there is", "out_of_memory");
   }
   return {};
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "JtFormatError.h"
+#include "JtSourceFile.h"
 
 namespace jt::storage {
 namespace {
@@ -121,3 +122,9 @@ void MappedFile::failShorter(std::uint64_t size) const {
 }
 
 }  // namespace jt::storage
+
+void jt::releasePages(const FileImage& image) noexcept {
+  const auto* file = dynamic_cast<const storage::MappedFile*>(&image);
+  const std::span<const std::byte> bytes = file ? file->bytes() : std::span<const std::byte>();
+  if (!bytes.empty()) ::madvise(const_cast<std::byte*>(bytes.data()), bytes.size(), MADV_DONTNEED);
+}

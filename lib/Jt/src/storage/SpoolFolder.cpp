@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "JtFormatError.h"
+#include "JtSourceFile.h"
 #include "JtSpool.h"
 #include "storage/Descriptor.h"
 #include "storage/SaveErrors.h"
@@ -81,6 +82,9 @@ class Spool::Folder {
   Folder& operator=(const Folder&) = delete;
 
   std::string nextPlace() { return place(count_++); }
+  bool owns(const std::string& file) const noexcept {
+    return file.starts_with(path_.native() + "/");
+  }
 
  private:
   std::string place(std::uint64_t number) const {
@@ -93,6 +97,8 @@ class Spool::Folder {
 
 Spool::Spool(const JtFSStorageLocation& target) : target_(target.fullFilePath()) {}
 Spool::~Spool() = default;
+
+bool Spool::owns(const std::string& file) const noexcept { return folder_ && folder_->owns(file); }
 
 Ref<JtPartition> Spool::store(JtPartition& content, const SaveOptions& options,
                               SaveReport& report) {
@@ -111,6 +117,8 @@ Ref<JtPartition> Spool::store(JtPartition& content, const SaveOptions& options,
     throw;
   }
   JtPartition::_autoLoadShapes = loadsAhead;
+  // Around each page that is looked at the system maps many others.
+  if (const FileImage* image = fileOf(*opened)) releasePages(*image);
   return Ref<JtPartition>::adopt(opened);
 }
 

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <utility>
 #include <vector>
 
 #include "ApiClock.h"
+#include "ApiErrStream.h"
 #include "ApiGraMaterial.h"
 #include "ApiSysFilePath.h"
 #include "ApiSysStringConvertors.h"
@@ -71,6 +73,16 @@ int versionOption(std::uint32_t version) {
       return JtkCADExporter::VERSION_10_2;
     default:
       return JtkCADExporter::VERSION_10_0;
+  }
+}
+
+void reportLeftOut(const jtk::ExportReport& report) {
+  for (const jtk::LeftOut& left : report.leftOut) {
+    std::string code = "JTEXPORT_" + left.what + "_LEFT_OUT";
+    for (char& c : code)
+      c = c == ' ' ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    apiErr << ApiErrCode(code) << ApiErrPosition(__FILE__, "JtkwExportRoot::write", __LINE__)
+           << left.part.stringToMbs() << left.reason << endErr;
   }
 }
 
@@ -414,6 +426,7 @@ bool JtkwExportRoot::write(const ApiApproxJtExportData& exportData) {
   prepare(*exporter, exportData);
   const bool isWritten = exporter->exportHierarchy(tree_->root.get()) == 1;
   report_ = exporter->report();
+  reportLeftOut(report_);
   errorCode_ = exporter->errorCode();
   nodes_.clear();
   tree_->clear();

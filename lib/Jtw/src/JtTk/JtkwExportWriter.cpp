@@ -32,6 +32,7 @@ void moveContents(JtkPart& from, JtkPart& to, bool exact) {
       if (from.indexedBrep(i)) to.setIndexedBrep(i, from.takeIndexedBrep(i).get());
   }
   to.setRangeLimits(from.rangeLimits());
+  to.setMissingShapes(from.missingShapes());
   for (const ShapeList list : kLists)
     visitBackwards(from, list, [&](int lod, int i) {
       to.addShape(from.takeShape(lod, i, list).get(), lod, list);

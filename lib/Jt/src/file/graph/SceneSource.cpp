@@ -1,6 +1,7 @@
 #include "file/graph/SceneSource.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "JtResidencyRequestManager.h"
 
@@ -209,6 +210,23 @@ Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
   bind(*object, element);
   slot = static_cast<JtPropAtom*>(object.get());
   return Ref<JtPropAtom>(slot);
+}
+
+const std::vector<std::uint32_t>& SceneSource::poolAtoms() {
+  constexpr std::int32_t kMultiXt = 30;
+  std::call_once(poolsFound_, [this] {
+    std::unordered_set<JtGuid> open;
+    for (const TocEntry& entry : container_->toc())
+      if (entry.type() == kMultiXt) open.insert(entry.id);
+    const ElementKind* lateLoaded = findElementKind(JtLateLoadedPropAtom::classTypeID());
+    for (std::uint32_t element = firstAtom_; element < elementCount() && !open.empty(); ++element) {
+      if (kind(element) != lateLoaded) continue;
+      const Ref<JtPropAtom> named = atom(element);
+      const auto* late = as<JtLateLoadedPropAtom>(named.get());
+      if (late && open.erase(late->segmentId()) > 0) poolAtoms_.push_back(element);
+    }
+  });
+  return poolAtoms_;
 }
 
 std::vector<Property> SceneSource::properties(std::uint32_t pairs) {

@@ -88,6 +88,8 @@ class SceneSource final : public ObjectSource {
 
   /// The atom of an element, made when nobody holds it. Never null. Safe from several threads.
   Ref<JtPropAtom> atom(std::uint32_t element);
+  /// Elements of atoms that name MultiXT segments, one for each segment. Safe from several threads.
+  const std::vector<std::uint32_t>& poolAtoms();
   std::vector<Property> properties(std::uint32_t pairs) override;
 
   /// Makes an object belong to an element of this source.
@@ -140,6 +142,8 @@ class SceneSource final : public ObjectSource {
 
   std::mutex atomsMutex_;
   std::vector<JtPropAtom*> atoms_;  // by element - firstAtom_; not owned
+  std::once_flag poolsFound_;
+  std::vector<std::uint32_t> poolAtoms_;
 };
 
 }  // namespace jt::file

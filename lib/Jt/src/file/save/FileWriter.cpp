@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -10,6 +11,7 @@
 #include "base/ParallelFor.h"
 #include "file/save/SavePlan.h"
 #include "file/segments/SegmentObjects.h"
+#include "file/segments/XtBrep.h"
 #include "file/shapes/ShapeGeometry.h"
 #include "file/shapes/ShapeSegment.h"
 
@@ -45,17 +47,15 @@ void eachLateLoaded(const std::vector<const JtNode*>& nodes, const Visit& visit)
   }
 }
 
-/// True when a node names a MultiXT segment of that file.
-bool namesPoolOf(const Container& file, const std::vector<const JtNode*>& nodes) {
-  constexpr std::int32_t kMultiXt = 30;
-  bool isNamed = false;
+/// The files that nodes name MultiXT segments of.
+std::unordered_set<const Container*> filesOfPools(const std::vector<const JtNode*>& nodes) {
+  std::unordered_set<const Container*> files;
   eachLateLoaded(nodes, [&](const JtNode&, const JtLateLoadedPropAtom& late) {
     const SceneSource* source = SceneSource::sourceOf(late);
-    const TocEntry* entry =
-        source && &source->container() == &file ? file.find(late.segmentId()) : nullptr;
-    isNamed = isNamed || (entry && entry->type() == kMultiXt);
+    const TocEntry* entry = source ? source->container().find(late.segmentId()) : nullptr;
+    if (entry && entry->type() == kMultiXtSegment) files.insert(&source->container());
   });
-  return isNamed;
+  return files;
 }
 
 }  // namespace
@@ -106,9 +106,12 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     const auto nodes = SceneWriter::nodesOf(top_);
     for (ChangedObject& changed : SceneWriter::changedMetaData(nodes))
       converter_.setChanged(*changed.entry, std::move(changed.object), changed.reason);
+    std::optional<std::unordered_set<const Container*>> named;
     converter_.setHasPools([&](const Container& from) {
       // Those of the file itself stay, whether they are named or not.
-      return &from == container_ || namesPoolOf(from, nodes);
+      if (&from == container_) return true;
+      if (!named) named = filesOfPools(nodes);
+      return named->contains(&from);
     });
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
     const SavePlan plan(top_, nodes, !container_ || SceneWriter::isChanged(top_, source_),

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "JtPMI.h"
+#include "JtSourceFile.h"
 #include "base/ParallelFor.h"
 #include "file/segments/SegmentObjects.h"
 #include "file/segments/XtBrep.h"
@@ -92,7 +93,7 @@ const ConvertedSegment& SegmentConverter::convert(const Container& from, const T
   try {
     *result = make(from, entry, changes);
   } catch (const JtFormatError& error) {
-    if (changes) throw;
+    if (changes || isReadFailure(error.code())) throw;
     *result = dropped(reasonOf(error));
   }
   const std::lock_guard lock(mutex_);
@@ -117,20 +118,7 @@ codec::VariantChoice& SegmentConverter::variantsOf(const Container& from) {
 
 /// True for XT geometry whose bodies are in a segment that stays behind.
 bool SegmentConverter::lacksPool(const Container& from, const TocEntry& entry) const {
-  constexpr std::int32_t kXt = 17;
-  constexpr std::int32_t kMultiXt = 30;
-  if (entry.type() != kXt || !hasPools_) return false;
-  const auto isPool = [](const TocEntry& other) { return other.type() == kMultiXt; };
-  if (std::ranges::none_of(from.toc(), isPool) || hasPools_(from)) return false;
-  try {
-    const SegmentContent content = from.load(entry);
-    const auto elements = segmentElements(content.bytes, from.format());
-    return std::ranges::any_of(elements, [&](const SegmentElement& element) {
-      return isSubordinateXt(element, from.format());
-    });
-  } catch (const JtFormatError&) {
-    return false;  // carried as it is
-  }
+  return hasPools_ && namesPooledBodies(from, entry) && !hasPools_(from);
 }
 
 ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& entry,

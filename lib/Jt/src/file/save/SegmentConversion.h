@@ -47,8 +47,8 @@ class SegmentConverter {
   void setHasPools(std::function<bool(const Container&)> hasPools) {
     hasPools_ = std::move(hasPools);
   }
-  /// Throws for objects that were changed, never for the segment's own content. Safe from several
-  /// threads.
+  /// Throws for objects that were changed and for a file that the system cannot read, never for the
+  /// segment's own content. Safe from several threads.
   const ConvertedSegment& convert(const Container& from, const TocEntry& entry);
   /// Converts the shapes of a file on all cores.
   void convertShapes(const Container& from);

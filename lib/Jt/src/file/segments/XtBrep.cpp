@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
+#include "JtFormatError.h"
+#include "JtSourceFile.h"
+
 namespace jt::file {
 
 namespace {
@@ -71,10 +74,24 @@ const JtGuid& xtBrepTypeId() noexcept {
   return id;
 }
 
-bool isSubordinateXt(const SegmentElement& element, const Format& format) {
-  constexpr std::size_t kFlag = 1;  // behind the version
-  return element.frame.typeId == xtBrepTypeId() && format.has(Feature::byteVersions) &&
-         element.body.size() > kFlag && element.body[kFlag] != std::byte{0};
+bool namesPooledBodies(const Container& file, const TocEntry& entry) {
+  constexpr std::int32_t kXt = 17;
+  const auto isPool = [](const TocEntry& other) { return other.type() == kMultiXtSegment; };
+  if (entry.type() != kXt || !file.format().has(Feature::byteVersions) ||
+      std::ranges::none_of(file.toc(), isPool))
+    return false;
+  try {
+    const SegmentContent content = file.load(entry);
+    const auto elements = segmentElements(content.bytes, file.format());
+    return std::ranges::any_of(elements, [](const SegmentElement& element) {
+      constexpr std::size_t kFlag = 1;  // behind the version
+      return element.frame.typeId == xtBrepTypeId() && element.body.size() > kFlag &&
+             element.body[kFlag] != std::byte{0};
+    });
+  } catch (const JtFormatError& error) {
+    if (isReadFailure(error.code())) throw;
+    return false;
+  }
 }
 
 std::optional<Buffer> convertXtBrep(const SegmentElement& element, const Format& from,

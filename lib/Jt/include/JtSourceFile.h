@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "JtPropAtom.h"
+#include "JtStorageManager.h"
+
+// The files that scene graphs were read from: what of them is in memory, whether they can still be
+// read, and what belongs together in them.
+
+namespace jt {
+
+/// The opened file that a node, an attribute or a property value was read from, also for a copy of
+/// it; null for one that was made in memory. Not owned.
+JT_API const FileImage* fileOf(const JtSceneObject& object) noexcept;
+/// Gives the memory back that bytes of a mapped file took which were looked at; they are read anew
+/// when they are looked at again. Spans stay valid. No effect on other images.
+JT_API void releasePages(const FileImage& image) noexcept;
+
+/// True for the code of an error that a system call or another program caused, whatever is in the
+/// file: "unreadable", "changed_on_disk", "out_of_memory".
+JT_API bool isReadFailure(std::string_view code) noexcept;
+/// The stable code that came with lastError(); empty for none.
+JT_API const std::string& lastErrorCode();
+JT_API void setLastError(std::string text, std::string code);
+
+/// What a node needs besides an XT segment that names bodies in MultiXT segments of its file: the
+/// values of that file that name those, one each. Empty for geometry of its own and for segments
+/// that no value names. Throws JtFormatError when the system cannot read the file.
+JT_API std::vector<Ref<JtLateLoadedPropAtom>> bodyPoolsOf(const JtLateLoadedPropAtom& xt);
+
+}  // namespace jt
