@@ -92,7 +92,7 @@ bool showsWires(const VisPartNode& part) {
   const auto* late = as<JtLateLoadedPropAtom>(part.property(JtString(file::kWireframeKey)));
   const file::SceneSource* source = late ? file::SceneSource::sourceOf(*late) : nullptr;
   const bool hasKnownForm =
-      !source || source->container().format().has(file::Feature::localVersions);
+      !source || source->container().format().has(file::Feature::readableWireframes);
   if (!late || !hasKnownForm) return false;
   std::vector<const JtNode*> pending{&part};
   std::unordered_set<const JtNode*> seen;

@@ -232,7 +232,7 @@ class Verifier {
   void wireframe(const TocEntry& entry, const SegmentElement& element) {
     const Format& format = container_->format();
     if (element.frame.typeId != JtWireframeRep::classTypeID()->guid() ||
-        !format.has(Feature::localVersions))
+        !format.has(Feature::readableWireframes))
       return;
     try {
       readWireframe(element.body, format, element.bodyOffset);

@@ -44,7 +44,7 @@ struct AtomFields {
   static void run(Ar& ar, Of<Ar, JtDatePropAtom>& atom) {
     typed(ar, atom);
     ar("date", atom.value_);
-    if (!ar.has(Feature::byteVersions)) return;
+    if (!ar.has(Feature::utcOffset)) return;
     if (isFresh(ar, atom)) {
       if (ar.has(Feature::attributeTail)) ar.fresh("utcOffset", 0.0F);
     } else {

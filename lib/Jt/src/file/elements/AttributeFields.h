@@ -130,11 +130,11 @@ struct AttributeFields {
 
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtTextureImage>& texture) {
-    if (!ar.has(Feature::localVersions))
+    if (!ar.has(Feature::readableTextures))
       ar.fail("versionNumber", "textures of 8.x are not decoded");
     base(ar, texture);
     ar.version("versionNumber", texture.version_, 3, 1);
-    const bool oneBlock = ar.has(Feature::byteVersions);
+    const bool oneBlock = ar.has(Feature::oneTextureBlock);
     if constexpr (Ar::reading) {
       const int blocks = oneBlock ? 1 : texture.version_.value;
       if (blocks < 1 || blocks > 3)
@@ -158,7 +158,7 @@ struct AttributeFields {
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtTextureCoordinateGenerator>& generator) {
     base(ar, generator);
-    if (!ar.has(Feature::localVersions)) return;
+    if (!ar.has(Feature::readableTextures)) return;
     ar.version("versionNumber", generator.version_, 1, 1);
     ar("textureCoordinateChannel", generator.channel_);
     if constexpr (Ar::reading) {
@@ -275,7 +275,7 @@ struct AttributeFields {
 
   template <class Ar>
   static void lightData(Ar& ar, Of<Ar, JtLight>& light) {
-    if (!ar.has(Feature::localVersions)) ar.fail("versionNumber", "lights of 8.x are not decoded");
+    if (!ar.has(Feature::readableLights)) ar.fail("versionNumber", "lights of 8.x are not decoded");
     base(ar, light);
     ar.version("lightVersionNumber", light.lightVersion_, 1, 1);
     ar("ambient", light.ambient_);
@@ -288,7 +288,7 @@ struct AttributeFields {
               "expected 1 to 3, found " + std::to_string(light.coordinateSystem_));
     ar("shadowCasterFlag", light.shadowCaster_);
     ar("shadowOpacity", light.shadowOpacity_);
-    if (ar.has(Feature::byteVersions)) shadowAlpha(ar, light);
+    if (ar.has(Feature::shadowInLightData)) shadowAlpha(ar, light);
   }
 
   template <class Ar>
@@ -301,7 +301,7 @@ struct AttributeFields {
   /// 9.x: version 2 of a light appends the shadow factors that 10.x has in the light data.
   template <class Ar>
   static void lightTail(Ar& ar, Of<Ar, JtLight>& light) {
-    if (!ar.has(Feature::byteVersions)) {
+    if (!ar.has(Feature::shadowInLightData)) {
       if constexpr (Ar::reading) {
         light.shadowAlpha_.reset();
         if (ar.left() >= 8) shadowAlpha(ar, light);
@@ -393,7 +393,7 @@ struct AttributeFields {
     ar("height", image.height);
     ar("depth", image.depth);
     ar("numberBorderTexels", image.borderTexels);
-    if (ar.has(Feature::byteVersions)) {
+    if (ar.has(Feature::wideSharedFlag)) {
       ar("sharedImageFlag", image.shared);
     } else {
       ar.template as<std::uint8_t>("sharedImageFlag", image.shared);

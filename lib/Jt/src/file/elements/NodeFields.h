@@ -154,13 +154,12 @@ struct NodeFields {
   static void run(Ar& ar, Of<Ar, JtPrimitiveSet>& shape) {
     run(ar, static_cast<Of<Ar, JtShape>&>(shape));
     ar.version("primitiveVersionNumber", shape.primitiveVersion_, 1, 1);
-    const bool byteVersions = ar.has(Feature::byteVersions);
-    if (byteVersions) {
+    if (ar.has(Feature::primitiveBindings)) {
       ar("vertexBindings", shape.bindings_);
     } else {
       ar("textureAndColorBinding", shape.oldBindings_);
     }
-    if (ar.has(Feature::localVersions)) {
+    if (ar.has(Feature::textureGeneration)) {
       std::int32_t generation = shape.textureGeneration_.value_or(0);
       ar("textureGenerationType", generation);
       if constexpr (Ar::reading) shape.textureGeneration_ = generation;
@@ -180,7 +179,7 @@ struct NodeFields {
     // Forms that have no wire harness take it as a null shape.
     if constexpr (!Ar::reading) {
       LocalVersion nullVersion;
-      if (ar.has(Feature::localVersions) && ar.fresh(shape.nodeVersion_))
+      if (!ar.has(Feature::wireHarnesses) && ar.fresh(shape.nodeVersion_))
         ar.version("nullShapeVersionNumber", nullVersion, 1, 1);
     }
   }
@@ -222,12 +221,12 @@ struct NodeFields {
     if (format.has(Feature::partitionVersion)) {
       form.version = 1;
       form.box1 = extent;
-    } else if (format.has(Feature::byteVersions)) {
+    } else if (format.has(Feature::onePartitionBox)) {
       form.flags = 0;
       form.box1 = extent;
     } else {
       // 9.x files hold an inverted box in front and the extent at the end; 8.x the extent twice.
-      if (!format.has(Feature::localVersions)) form.box1 = extent;
+      if (format.has(Feature::partitionBoxTwice)) form.box1 = extent;
       form.untransformed = extent;
     }
     return form;

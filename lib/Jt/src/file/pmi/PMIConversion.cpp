@@ -176,7 +176,7 @@ bool hasTypedPMI(const PMIData& data) {
 PMILayout layoutOf(const Format& format) noexcept {
   if (format.has(Feature::shortPMIFlags)) return PMILayout::generic105;
   if (format.has(Feature::genericPMI)) return PMILayout::generic10;
-  return format.has(Feature::localVersions) ? PMILayout::typed9 : PMILayout::typed8;
+  return format.has(Feature::typedPMITail) ? PMILayout::typed9 : PMILayout::typed8;
 }
 
 void convertPMI(PMIData& data, const Format& format, codec::Report& losses) {

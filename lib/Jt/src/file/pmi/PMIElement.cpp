@@ -30,7 +30,7 @@ std::vector<PMIForm> candidates(const Format& format) {
           form.byteFlags = isGeneric && usual.byteFlags != otherFlags;
           form.ownersAlways = !isGeneric && otherFlags;
           form.lengthAtOnce = otherLength;
-          const bool lengthCounts = format.has(Feature::localVersions) && !isGeneric && !opaqueRest;
+          const bool lengthCounts = format.has(Feature::typedPMITail) && !isGeneric && !opaqueRest;
           if (!otherLength || lengthCounts) forms.push_back(form);
         }
   return forms;

@@ -92,7 +92,7 @@ struct PMIFields {
     if (parts.isFrom(8)) cadTags(ar, data);
     if (parts.isGeneric()) {
       fonts(ar, parts, data);
-    } else if (ar.has(Feature::localVersions) && data.version.value > 1) {
+    } else if (ar.has(Feature::typedPMITail) && data.version.value > 1) {
       if constexpr (Ar::reading) data.viewProperties.resize(data.modelViews.size());
       for (PMIProperty& property : data.viewProperties) parts.property(property);
       parts.polygons(data.polygons);

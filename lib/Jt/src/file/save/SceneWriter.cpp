@@ -22,11 +22,11 @@ Format formOf(const SceneSource* source, const Format& fallback) {
 
 /// False for kinds that a form does not have, or whose fields in it are not known.
 bool isHeldBy(const JtType& type, const Format& format) {
-  if (!format.has(Feature::localVersions) &&
-      (&type == JtTextureImage::classTypeID() ||
-       &type == JtTextureCoordinateGenerator::classTypeID() || type.isA(JtLight::classTypeID())))
-    return false;
-  return &type != JtShaderEffects::classTypeID() || !format.has(Feature::byteVersions);
+  if (&type == JtTextureImage::classTypeID() ||
+      &type == JtTextureCoordinateGenerator::classTypeID())
+    return format.has(Feature::readableTextures);
+  if (type.isA(JtLight::classTypeID())) return format.has(Feature::readableLights);
+  return &type != JtShaderEffects::classTypeID() || format.has(Feature::shaderEffects);
 }
 
 /// False for an object that was read in part; the rest is carried in the form of its file.
@@ -39,7 +39,7 @@ bool isWhole(const JtSceneObject& object) {
 const ElementKind* standInFor(const ElementKind& kind, const Format& format) {
   // A null shape holds what a wire harness has in common with all shapes.
   const bool isHarness = kind.type == JtWireHarnessSet::classTypeID();
-  return isHarness && format.has(Feature::localVersions)
+  return isHarness && !format.has(Feature::wireHarnesses)
              ? findElementKind(JtNullShape::classTypeID())
              : nullptr;
 }

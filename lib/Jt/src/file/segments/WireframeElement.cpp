@@ -257,7 +257,7 @@ PMICadTags convertedTags(const WireframeData& data, const Format& format) {
 WireframeData readWireframe(std::span<const std::byte> body, const Format& format,
                             std::size_t base) {
   WireframeData data = [&] {
-    if (!format.has(Feature::byteVersions))
+    if (!format.has(Feature::mk3Packets))
       return readAs(codec::OutOfBandForm::plain, body, format, base);
     try {
       return readAs(codec::OutOfBandForm::plain, body, format, base);
@@ -294,7 +294,7 @@ void traceWireframe(std::span<const std::byte> body, const Format& format, std::
 bool canWriteWireframe(const WireframeData& data, const Format& format) noexcept {
   const bool isSameForm = data.layout == layoutOf(format) && data.bigEndian == format.bigEndian;
   const bool isUnderstood = data.surplus.empty() && (data.cadTags.flag == 0 || data.cadTags.tags);
-  return format.has(Feature::localVersions) && (isUnderstood || isSameForm);
+  return format.has(Feature::readableWireframes) && (isUnderstood || isSameForm);
 }
 
 void writeWireframe(ByteSink& out, const WireframeData& data, const Format& format) {

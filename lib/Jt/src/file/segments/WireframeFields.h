@@ -14,7 +14,7 @@ namespace jt::file {
 struct WireframeFields {
   template <class Ar>
   static void run(Ar& ar, Of<Ar, WireframeElement>& e) {
-    if (!ar.has(Feature::localVersions))
+    if (!ar.has(Feature::readableWireframes))
       throw JtFormatError("unknown_form", "the form of wireframes in 8.x is not known",
                           {{}, {}, {}, ar.offset()});
     ar.version("versionNumber", e.version, 1, 1);
@@ -44,7 +44,7 @@ struct WireframeFields {
   template <class Ar>
   static Coding codingOf(const Ar& ar, PacketKind kind9, Predictor predictor9,
                          Predictor predictor10) {
-    if (ar.has(Feature::byteVersions)) return {PacketKind::mk3, predictor10};
+    if (ar.has(Feature::mk3Packets)) return {PacketKind::mk3, predictor10};
     return {kind9, predictor9};
   }
 
@@ -98,10 +98,10 @@ struct WireframeFields {
   template <class Ar>
   static void doubles(Ar& ar, Of<Ar, WireframeElement>& e, const char* name,
                       Of<Ar, std::vector<double>>& values) {
-    const bool isTen = ar.has(Feature::byteVersions);
+    const bool packed = ar.has(Feature::mk3Packets);
     if constexpr (Ar::reading) {
       codec::ByteCursor cursor(ar.rest(), ar.format().bigEndian, ar.offset());
-      if (isTen) {
+      if (packed) {
         const auto bits = codec::decodePacket64(cursor, e.budget, e.outOfBand);
         values.clear();
         values.reserve(bits.size());
@@ -112,7 +112,7 @@ struct WireframeFields {
       ar.taken(name, "packet", cursor.consumed(), [&] { return packetText(values, "doubles"); });
     } else {
       codec::Bytes bytes;
-      if (isTen) {
+      if (packed) {
         std::vector<std::int64_t> bits;
         bits.reserve(values.size());
         for (const double each : values) bits.push_back(std::bit_cast<std::int64_t>(each));

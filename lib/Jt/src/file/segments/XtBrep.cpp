@@ -23,7 +23,7 @@ void oldFields(Ar& ar, XtFrame& frame) {
   ar("versionNumber", frame.version);
   ar("kernelMajorVersion", frame.kernelMajor);
   ar("kernelMinorVersion", frame.kernelMinor);
-  if (ar.has(Feature::localVersions)) ar("kernelBuildNumber", frame.kernelBuild);
+  if (ar.has(Feature::xtBuildNumber)) ar("kernelBuildNumber", frame.kernelBuild);
   ar.counted("xtData", frame.data);
 }
 
@@ -77,7 +77,7 @@ const JtGuid& xtBrepTypeId() noexcept {
 bool namesPooledBodies(const Container& file, const TocEntry& entry) {
   constexpr std::int32_t kXt = 17;
   const auto isPool = [](const TocEntry& other) { return other.type() == kMultiXtSegment; };
-  if (entry.type() != kXt || !file.format().has(Feature::byteVersions) ||
+  if (entry.type() != kXt || !file.format().has(Feature::xtSubordinates) ||
       std::ranges::none_of(file.toc(), isPool))
     return false;
   try {
@@ -96,10 +96,10 @@ bool namesPooledBodies(const Container& file, const TocEntry& entry) {
 
 std::optional<Buffer> convertXtBrep(const SegmentElement& element, const Format& from,
                                     const Format& to) {
-  if (to.has(Feature::byteVersions)) return {};
+  if (to.has(Feature::xtSubordinates)) return {};
   XtFrame frame;
   Reader reader(element.body, from, element.bodyOffset);
-  if (from.has(Feature::byteVersions)) {
+  if (from.has(Feature::xtSubordinates)) {
     if (!readTen(reader, frame)) return {};
   } else {
     oldFields(reader, frame);

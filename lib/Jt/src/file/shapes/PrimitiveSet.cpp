@@ -13,7 +13,8 @@ namespace {
 constexpr std::int32_t kMostPlain = 4;  // lossy primitives that are stored field by field
 
 bool hasColours(const ShapeElement& element, const Format& format) {
-  return format.has(Feature::byteVersions) ? element.bindings.colours() : element.primitive[1] != 0;
+  return format.has(Feature::primitiveBindings) ? element.bindings.colours()
+                                                : element.primitive[1] != 0;
 }
 
 Primitive::Type typeOf(Reader& ar) {

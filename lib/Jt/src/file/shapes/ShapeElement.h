@@ -17,9 +17,9 @@ namespace jt::file {
 
 /// The generation whose codecs a form uses.
 inline codec::Generation generationOf(const Format& format) noexcept {
-  return !format.has(Feature::localVersions)  ? codec::Generation::v8
-         : !format.has(Feature::byteVersions) ? codec::Generation::v9
-                                              : codec::Generation::v10;
+  return !format.has(Feature::topology)     ? codec::Generation::v8
+         : !format.has(Feature::mk3Packets) ? codec::Generation::v9
+                                            : codec::Generation::v10;
 }
 
 struct ShapeElement {

@@ -32,13 +32,12 @@ struct ShapeFields {
   /// The head of a primitive set; its parameters stay bytes.
   template <class Ar>
   static void primitiveSet(Ar& ar, ShapeElement& e) {
-    const bool isTen = ar.has(Feature::byteVersions);
     if (ar.has(Feature::localVersions)) {
       ar.version("baseShapeVersion", e.baseVersion, 1, 1);
     } else {
       ar("versionNumber", e.oldVersion);
     }
-    if (isTen) {
+    if (ar.has(Feature::primitiveBindings)) {
       ar.version("basePrimitiveSetVersion", e.vertexVersion, 1, 1);
       ar("vertexBindings", e.bindings.bits);
       ar("textureCoordGenType", e.primitiveGeneration);
@@ -64,7 +63,7 @@ struct ShapeFields {
 
   template <class Ar>
   static void parts(Ar& ar, ShapeElement& e) {
-    if (!ar.has(Feature::localVersions)) {
+    if (!ar.has(Feature::topology)) {
       ar("vertexShapeLodVersion", e.oldVertexVersion);
       ar("bindingAttributes", e.oldBindings);
       ar("quantizationParameters", e.quantization);
@@ -76,7 +75,7 @@ struct ShapeFields {
     ar.version("baseShapeLodVersion", e.baseVersion, 1, 1);
     ar.version("vertexShapeLodVersion", e.vertexVersion, 1, 1);
     ar("vertexBindings", e.bindings.bits);
-    if (ar.has(Feature::byteVersions)) {
+    if (ar.has(Feature::nestedCollections)) {
       nested(ar, e);
     } else {
       collection(ar, e);
@@ -232,7 +231,7 @@ struct ShapeFields {
     packet(ar, e, "vertexFlags", s.vertexFlags, Predictor::lag1);
     for (Values& masks : s.faceMasks) packet(ar, e, "faceAttributeMasks", masks);
     packet(ar, e, "faceAttributeMasksNext", s.faceMasksNext);
-    if (!ar.has(Feature::byteVersions)) packet(ar, e, "faceAttributeMasksTop", s.faceMasksTop);
+    if (ar.has(Feature::topMasks)) packet(ar, e, "faceAttributeMasksTop", s.faceMasksTop);
     words(ar, e, "highDegreeFaceAttributeMasks", s.highDegreeMasks);
     packet(ar, e, "splitFaceSymbols", s.splitSymbols, Predictor::lag1);
     packet(ar, e, "splitFacePositions", s.splitPositions);
@@ -251,9 +250,9 @@ struct ShapeFields {
   template <class Ar>
   static void lists(Ar& ar, ShapeElement& e) {
     codec::ListData& l = e.lists;
-    const bool isTen = ar.has(Feature::byteVersions);
-    const Predictor predictor = isTen ? Predictor::lag1 : Predictor::none;
-    l.hasGroups = isTen || e.kind == Mesh::Kind::polylines;
+    const bool predicted = ar.has(Feature::predictedLists);
+    const Predictor predictor = predicted ? Predictor::lag1 : Predictor::none;
+    l.hasGroups = ar.has(Feature::groupedPoints) || e.kind == Mesh::Kind::polylines;
     if (l.hasGroups) ar("faceGroupCount", l.groupCount);
     ar("primitiveCount", l.primitiveCount);
     ar("vertexIndexCount", l.indexCount);
@@ -265,7 +264,7 @@ struct ShapeFields {
     ar("quantizationParameters", l.quantization);
     ar("vertexRecordCount", l.recordCount);
     if (l.recordCount <= 0) return;
-    if (!isTen) ar("uniqueCoordinateCount", l.uniqueCount);
+    if (ar.has(Feature::uniqueCoordinates)) ar("uniqueCoordinateCount", l.uniqueCount);
     packet(ar, e, "uniqueCoordinateLengths", l.lengths);
     ar("uniqueVertexHash", l.lengthHash);
     arrays(ar, e, l.arrays, l.bindings);
@@ -307,7 +306,7 @@ struct ShapeFields {
     ar("normalCount", a.count);
     ar("normalComponents", a.components);
     ar("normalBits", a.bits);
-    const bool packed = ar.has(Feature::byteVersions);
+    const bool packed = ar.has(Feature::packedNormals);
     const std::size_t quantized = packed ? 1 : 4;
     packets(ar, e, "normalCodes", a.codes, a.bits == 0 ? vectors(ar, a, true) : quantized,
             Predictor::none);
@@ -342,7 +341,7 @@ struct ShapeFields {
     ar("colourBits", a.bits);
     if (a.bits == 0) {
       packets(ar, e, "colourCodes", a.codes, vectors(ar, a, true), Predictor::none);
-    } else if (ar.has(Feature::byteVersions)) {
+    } else if (ar.has(Feature::packedColors)) {
       colourQuantizers(ar, a);
       packets(ar, e, "colourCodes", a.codes, 1, Predictor::none);
     } else {
