@@ -143,12 +143,19 @@ Ref<JtFSStorageLocation> PartFolder::add(const JtString& partName, bool dryRun) 
 }
 
 void PartFolder::commit() noexcept {
-  std::error_code ignored;
-  for (const std::string& name : old_)
-    if (std::ranges::find(added_, name) == added_.end()) fs::remove(folder_ + name, ignored);
+  const std::vector<std::string> added = std::move(added_);
+  const std::vector<std::string> old = std::move(old_);
   added_.clear();
   old_.clear();
   madeFolder_ = false;
+  try {
+    std::error_code ignored;
+    const std::unordered_set<std::string_view> kept(added.begin(), added.end());
+    for (const std::string& name : old)
+      if (!kept.contains(name)) fs::remove(folder_ + name, ignored);
+  } catch (const std::exception&) {
+    // Out of memory: old part files stay, which nothing refers to any more.
+  }
 }
 
 }  // namespace jt
