@@ -38,8 +38,6 @@ class JT_API PartFolder {
   Ref<JtFSStorageLocation> add(const JtString& partName, bool dryRun = false);
   /// The name by which the assembly refers to the file that was added last.
   const std::string& reference() const noexcept { return reference_; }
-  /// True for the path of a file in the folder.
-  bool owns(const std::string& file) const noexcept { return file.starts_with(folder_); }
   /// To be called when the assembly is written.
   void commit() noexcept;
 

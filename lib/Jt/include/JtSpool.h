@@ -25,9 +25,6 @@ class JT_API Spool {
   /// @param report receives what the encoding did
   Ref<JtPartition> store(JtPartition& content, const SaveOptions& options, SaveReport& report);
 
-  /// True for the path of a file of the spool.
-  bool owns(const std::string& file) const noexcept;
-
  private:
   class Folder;
   std::string target_;

@@ -131,7 +131,6 @@ jt::Ref<JtFSStorageLocation> JtkExportRun::targetOf(const JtkHierarchy& root) co
 jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
   place_ = targetOf(root);
   const auto& target = place_;
-  target_ = target->fullFilePath();
   if (exporter_.partFiles_)
     folder_ = std::make_unique<jt::PartFolder>(*target);
   else
@@ -240,6 +239,7 @@ jt::Ref<JtNode> JtkExportRun::nodeOf(JtkHierarchy& from) {
     node = jt::make<VisMetaDataNode>();
   count(from);
   jtk::writeValues(from, *node);
+  noteFiles(*node);
   jtk::writeAttributes(from, *node);
   noteTextures(*node, nullptr, from.name(), *place_);
   return node;
@@ -283,9 +283,6 @@ void JtkExportRun::countTriangles(const JtkPart& part, std::uint64_t triangles) 
 /// be read.
 /// @param place the file that they will be in
 void JtkExportRun::checkGeometry(JtkPart& part, const JtStorageLocation& place) {
-  const auto noteFile = [&](const JtSceneObject& object) {
-    if (const jt::FileImage* file = jt::fileOf(object)) readFiles_.insert(file);
-  };
   if (!part.missingShapes().empty())
     leaveOut(part.geometrySource(), nameOf(part), "geometry", part.missingShapes());
   for (const auto list : {JtkPart::ShapeList::SURFACES, JtkPart::ShapeList::LINES})
@@ -311,9 +308,23 @@ void JtkExportRun::checkGeometry(JtkPart& part, const JtStorageLocation& place) 
     if (const JtkBrep* brep = part.indexedBrep(i)) noteFile(*brep->atom());
 }
 
+void JtkExportRun::noteFile(const JtSceneObject& object) {
+  const jt::FileImage* file = jt::fileOf(object);
+  if (!file || readFiles_.contains(file)) return;
+  readFiles_.emplace(file, const_cast<jt::FileImage*>(file));
+  sourceFiles_.insert(file->name());
+}
+
+/// The files that values of a node are copied from.
+void JtkExportRun::noteFiles(const JtNode& node) {
+  JtPropAtom* key = nullptr;
+  JtPropAtom* value = nullptr;
+  for (int i = 0; node.getProperty(i, key, value); ++i) noteFile(*value);
+}
+
 /// Memory holds what is being written, not what was read for it before.
 void JtkExportRun::releaseSources() {
-  for (const jt::FileImage* file : readFiles_) jt::releasePages(*file);
+  for (const auto& [file, held] : readFiles_) jt::releasePages(*file);
   readFiles_.clear();
 }
 
@@ -378,6 +389,7 @@ JtkExportRun::PartFile JtkExportRun::writePartFile(JtkPart& part) {
   const auto content = newPartition(exporter_.version_);
   const auto node = jt::make<VisPartNode>();
   jtk::writeValues(part, *node);
+  noteFiles(*node);
   jtk::writeShapes(part, *node);
   if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) jtk::writeBreps(part, *node);
   content->addChild(node.get());
@@ -408,6 +420,7 @@ JtkExportRun::PartFile JtkExportRun::writePartFile(JtkPart& part) {
 jt::Ref<JtNode> JtkExportRun::partInSpool(JtkPart& part) {
   auto node = jt::make<VisPartNode>();
   jtk::writeValues(part, *node);
+  noteFiles(*node);
   jtk::writeAttributes(part, *node);
   noteTextures(*node, part.geometrySource(), nameOf(part), *place_);
   JtNode* source = const_cast<JtNode*>(part.geometrySource());
@@ -521,10 +534,7 @@ void JtkExportRun::failAtSource(const std::string& reason) {
 /// True for an error that no other content of the part can cure; throws for one of a source.
 bool JtkExportRun::isFinal(const JtFormatError& error) const {
   if (!jt::isReadFailure(error.code())) return isOutputFailure(error.code());
-  const std::string& file = error.where().file;
-  const bool isOwn = file.empty() || file == target_ || (spool_ && spool_->owns(file)) ||
-                     (folder_ && folder_->owns(file));
-  if (!isOwn) failAtSource(error.what());
+  if (sourceFiles_.contains(error.where().file)) failAtSource(error.what());
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -60,6 +61,8 @@ class JtkExportRun {
   jt::Ref<JtNode> nodeOf(JtkHierarchy& from);
   jt::Ref<JtNode> partNode(JtkPart& part);
   void checkGeometry(JtkPart& part, const JtStorageLocation& place);
+  void noteFile(const JtSceneObject& object);
+  void noteFiles(const JtNode& node);
   void releaseSources();
   void count(JtkHierarchy& from);
   void countTriangles(const JtkPart& part, std::uint64_t triangles);
@@ -86,7 +89,6 @@ class JtkExportRun {
 
   JtkCADExporter& exporter_;
   jt::Ref<JtFSStorageLocation> place_;  ///< of the file of the root
-  std::string target_;                  ///< its path
   jtk::ExportReport report_;
   std::unordered_map<const JtkHierarchy*, std::uint64_t> places_;  ///< paths from the root
   std::unordered_map<const JtkHierarchy*, int> parents_;
@@ -100,7 +102,9 @@ class JtkExportRun {
   std::uint64_t pendingBytes_ = 0;
   std::unordered_map<const JtNode*, std::shared_ptr<Content>> contentBySource_;
   std::unordered_map<const JtNode*, jt::Ref<JtNode>> sources_;  ///< those that the maps name
-  std::set<const jt::FileImage*> readFiles_;  ///< that parts on their way are read from
+  /// Files that parts on their way are read from, held until their pages are given back.
+  std::unordered_map<const jt::FileImage*, jt::Ref<jt::FileImage>> readFiles_;
+  std::unordered_set<std::string> sourceFiles_;  ///< names of all of them
   /// What was reported of sources: one that is in many places is reported once for each name.
   std::set<std::tuple<const JtNode*, std::u16string, std::string, std::string>> reported_;
   std::vector<jt::SaveWarning> warnings_;

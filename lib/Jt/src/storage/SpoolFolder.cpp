@@ -82,9 +82,6 @@ class Spool::Folder {
   Folder& operator=(const Folder&) = delete;
 
   std::string nextPlace() { return place(count_++); }
-  bool owns(const std::string& file) const noexcept {
-    return file.starts_with(path_.native() + "/");
-  }
 
  private:
   std::string place(std::uint64_t number) const {
@@ -97,8 +94,6 @@ class Spool::Folder {
 
 Spool::Spool(const JtFSStorageLocation& target) : target_(target.fullFilePath()) {}
 Spool::~Spool() = default;
-
-bool Spool::owns(const std::string& file) const noexcept { return folder_ && folder_->owns(file); }
 
 Ref<JtPartition> Spool::store(JtPartition& content, const SaveOptions& options,
                               SaveReport& report) {
