@@ -37,6 +37,7 @@ set(JTW_GOALS
     # Memory
     "G11|^jt_file_tests\\.Hostile\\.Bombs"
     "G11|^cli_tests\\.Limits\\."
+    "G11|^jt_file_tests\\.Limits\\."
     # Work that grows with the input
     "G12|LinearWork$"
     "G12|LinearTime$"

@@ -69,7 +69,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     explainAll(content, format);
     codec::VariantChoice variants;
-    const DecodedShape shape = readShape(content, format, variants, {true, kMostBytes});
+    const DecodedShape shape =
+        readShape(content, format, variants, {.limits = {.maxSegmentBytes = kMostBytes}});
     if (!shape.mesh.flaw().empty()) finding("a mesh with a flaw was read");
     rewrite(shape.mesh, {});
     rewrite(shape.mesh, {.profile = codec::Profile::compact});

@@ -8,6 +8,7 @@
 
 #include "JtAttribute.h"
 #include "JtInlineList.h"
+#include "JtParentList.h"
 #include "JtPropAtom.h"
 #include "JtSceneObject.h"
 
@@ -90,7 +91,7 @@ class JT_API JtNode : public JtSceneObject {
   /// The value under a key text outside the property table, or null. See VisMetaDataNode.
   virtual JtPropAtom* extraProperty(const JtString& /*key*/) const { return nullptr; }
   void attachTo(JtNode& parent) { parents_.push_back(&parent); }
-  void detachFrom(const JtNode& parent) noexcept;
+  void detachFrom(const JtNode& parent) noexcept { parents_.remove(&parent); }
   static void attach(JtNode& child, JtNode& parent) { child.attachTo(parent); }
   static void detach(JtNode& child, const JtNode& parent) noexcept { child.detachFrom(parent); }
   /// Moves the references on all children to `out`; part of taking a deep graph down without
@@ -112,7 +113,7 @@ class JT_API JtNode : public JtSceneObject {
   std::uint32_t nodeFlags_ = 0;
   // Row of the file's property table that still holds the properties; 0 when they are in memory.
   mutable std::atomic<std::uint32_t> propertyRow_{0};
-  jt::InlineList<JtNode*> parents_;
+  jt::ParentList parents_;
   jt::InlineList<jt::Ref<JtAttribute>> attributes_;
   mutable std::vector<jt::Property> properties_;
   std::shared_ptr<const std::vector<std::byte>> surplus_;  // bytes after the last known field

@@ -172,13 +172,15 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
   friend class jt::file::SceneWriter;
   /// Holds `object` when nothing is held yet; returns what is held if it is of the wanted type,
   /// else `object`.
-  jt::Ref<JtBase> keep(const jt::Ref<JtBase>& object, const JtType* wanted);
+  jt::Ref<JtBase> keep(const jt::Ref<JtBase>& object, const JtType* wanted,
+                       std::shared_ptr<const void> memory = {});
 
   JtGuid segmentId_;
   std::int32_t segmentType_ = 0;
   std::int32_t payloadId_ = 0;
   std::optional<std::int32_t> reserved_;
   jt::Ref<JtBase> object_;
+  std::shared_ptr<const void> memory_;  // counts the object as long as it is held
 };
 
 /// An atom of a kind that this library does not know, or that is damaged: carried as it is.

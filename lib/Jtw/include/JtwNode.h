@@ -16,6 +16,10 @@
 
 class JtwRoot;
 
+namespace jtw {
+struct WalkMemo;
+}
+
 /// One object of an opened component as the host sees it: a wrapper over one JT node. What the host
 /// knows of the object (key, name, unit, place, colour, ...) stands in properties and attributes of
 /// the JT node and is saved with it; the wrapper only caches what is found by walking up the scene
@@ -180,8 +184,8 @@ class JTW_API JtwNode {
 
  private:
   bool endsWalk(const JtNode* node) const;
-  /// The JT node and those above it, up to and without the component parent.
-  std::vector<JtNode*> walkToParent() const;
+  /// What the root remembers of walks, or null.
+  jtw::WalkMemo* memo() const noexcept;
   void computeLocation();
   bool findOwnColor();
 

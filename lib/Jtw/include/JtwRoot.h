@@ -31,8 +31,10 @@ class JtwSubDevice;
 class VisMetaDataNode;
 
 namespace jtw {
+class Reading;
 class WrapperTable;
-}
+struct WalkMemo;
+}  // namespace jtw
 
 /// The top of the wrapper tree of one host document: it holds the partition with the document's JT
 /// data, the JT node that stands for the component in it, and every wrapper made over that. Roots
@@ -240,8 +242,10 @@ class JTW_API JtwRoot : public JtwCollection {
 
  private:
   friend class JtwManager;
+  friend class JtwNode;
   friend class JtwPMI;
   friend class JtwTraverse;
+  friend class jtw::Reading;
 
   bool initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error);
   bool initializeAsNew(const ApiDocumentRef& document);
@@ -284,6 +288,7 @@ class JTW_API JtwRoot : public JtwCollection {
 
   // A wrapper in either of the first two maps or in unkeyedPMIs_ is destroyed with the root.
   std::unique_ptr<jtw::WrapperTable> nodesByJtNode_;
+  std::unique_ptr<jtw::WalkMemo> memo_;  // while somebody only reads
   RWClassicTValHashDictionary<ApiProtoKey, JtwNode*> nodesByKey_{64};
   JT_LOADING_REPRESENTATION loadingRep_ = JT_LOAD_WITH_UNIT_PROPERTY;
   jt::Ref<JtPartition> partition_;

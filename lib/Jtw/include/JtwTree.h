@@ -19,6 +19,20 @@ class JtwRoot;
 
 namespace jtw {
 
+/// While one lives, the root remembers what walks up the graph find, so that an object of a deep
+/// component is listed as soon as another one. Nothing of the component may be changed meanwhile,
+/// and they do not nest.
+class JTW_API Reading {
+ public:
+  explicit Reading(JtwRoot& root);
+  ~Reading();
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+ private:
+  JtwRoot& root_;
+};
+
 /// One line of a listing.
 struct TreeEntry {
   JtwNode* node = nullptr;

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "JtwEraseOne.h"
 #include "JtwFrame.h"
 #include "JtwFrameLists.h"
 #include "JtwFrameWriting.h"
@@ -79,10 +80,9 @@ void JtwCollection::addPMI(JtwPMI* pmi) {
 }
 
 void JtwCollection::removePMI(JtwPMI* pmi) {
-  const auto found = std::find(pmis_.begin(), pmis_.end(), pmi);
-  if (found == pmis_.end()) return;
-  pmis_.erase(found);
-  dropListing(*pmi);
+  if (!pmi) return;
+  const bool isListedOnce = std::ranges::count(pmi->listedIn_, this) == 1;
+  if (jtw::eraseOne(pmis_, pmi, isListedOnce)) dropListing(*pmi);
 }
 
 void JtwCollection::dropListing(JtwPMI& pmi) {

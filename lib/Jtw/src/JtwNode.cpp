@@ -18,6 +18,7 @@
 #include "JtwSceneGraph.h"
 #include "JtwSharedAtoms.h"
 #include "JtwUtils.h"
+#include "JtwWalkMemo.h"
 #include "VisPartNode.h"
 
 using jtw::Key;
@@ -92,19 +93,25 @@ bool JtwNode::endsWalk(const JtNode* node) const {
   return (root_ && node == root_->jtNode()) || jtw::carriesKey(node);
 }
 
-JtNode* JtwNode::getGmParent(JtNode* node) {
-  JtNode* up = node ? node->parent(0) : nullptr;
-  while (up && !endsWalk(up)) up = up->parent(0);
-  return up;
-}
+jtw::WalkMemo* JtwNode::memo() const noexcept { return root_ ? root_->memo_.get() : nullptr; }
 
-std::vector<JtNode*> JtwNode::walkToParent() const {
-  std::vector<JtNode*> path;
-  for (JtNode* node = jtNode(); node; node = node->parent(0)) {
-    if (!path.empty() && endsWalk(node)) break;
-    path.push_back(node);
+JtNode* JtwNode::getGmParent(JtNode* node) {
+  jtw::WalkMemo* const memo = this->memo();
+  std::vector<const JtNode*> passed;
+  while (node) {
+    if (memo) {
+      if (const auto known = memo->parents.find(node); known != memo->parents.end()) {
+        node = known->second;
+        break;
+      }
+      passed.push_back(node);
+    }
+    node = node->parent(0);
+    if (node && endsWalk(node)) break;
   }
-  return path;
+  if (memo)
+    for (const JtNode* below : passed) memo->parents.emplace(below, node);
+  return node;
 }
 
 ApiProtoKey JtwNode::parent() { return keyImpl(getGmParent(jtNode())); }

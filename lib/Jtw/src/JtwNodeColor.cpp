@@ -1,3 +1,4 @@
+#include <optional>
 #include <vector>
 
 #include "JtMaterial.h"
@@ -5,6 +6,7 @@
 #include "JtwRoot.h"
 #include "JtwSceneGraph.h"
 #include "JtwTransforms.h"
+#include "JtwWalkMemo.h"
 
 int JtwNode::getColorAttrIndex(JtNode* node) { return jtw::firstAttribute<JtMaterial>(node); }
 
@@ -20,14 +22,27 @@ bool JtwNode::computeNodeColor(JtNode* node, ApiGraColor& color) {
 }
 
 bool JtwNode::findOwnColor() {
-  for (JtNode* node = jtNode(); node; node = node->parent(0)) {
-    if (node != jtNode() && endsWalk(node)) return false;
-    if (computeNodeColor(node, color_)) {
-      colorIsDefault_ = false;
-      return true;
+  jtw::WalkMemo* const memo = this->memo();
+  std::vector<const JtNode*> passed;
+  std::optional<ApiGraColor> found;
+  for (JtNode* node = jtNode(); node && !found; node = node->parent(0)) {
+    if (node != jtNode() && endsWalk(node)) break;
+    if (memo) {
+      if (const auto known = memo->colors.find(node); known != memo->colors.end()) {
+        found = known->second;
+        break;
+      }
+      passed.push_back(node);
     }
+    ApiGraColor color;
+    if (computeNodeColor(node, color)) found = color;
   }
-  return false;
+  if (memo)
+    for (const JtNode* below : passed) memo->colors.emplace(below, found);
+  if (!found) return false;
+  color_ = *found;
+  colorIsDefault_ = false;
+  return true;
 }
 
 ApiGraColor JtwNode::evaluateColor(bool& isDefault) {

@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <cstddef>
+#include <optional>
 #include <tuple>
 #include <vector>
 
@@ -12,6 +12,7 @@
 #include "JtwSceneGraph.h"
 #include "JtwTransforms.h"
 #include "JtwUnits.h"
+#include "JtwWalkMemo.h"
 
 namespace {
 
@@ -62,27 +63,31 @@ void JtwNode::removeMeasurementUnitsProperty(JtNode* node) {
 int JtwNode::getXformAttrIndex(JtNode* node) { return jtw::firstAttribute<JtXform>(node); }
 
 void JtwNode::computeLocation() {
-  const std::vector<JtNode*> path = walkToParent();
-  std::vector<float> ratios(path.size(), 0.0F);
-  if (!JtwManager::the().usingJtViewer())
-    std::transform(path.begin(), path.end(), ratios.begin(),
-                   [](const JtNode* node) { return jtw::ownUnitRatio(node).value_or(0.0F); });
-
-  JtwNode* above = parentNode();
-  float ratio = above ? above->measurementUnitRatio() : 1.0F;
-  for (std::size_t i = ratios.size(); i-- > 0;) {
-    if (ratios[i] < kLeastRatio)
-      ratios[i] = ratio;
-    else
-      ratio = ratios[i];
+  jtw::WalkMemo* const memo = this->memo();
+  jtw::WalkMemo::Place place;
+  JtwNode* const above = parentNode();
+  if (above) place.ratio = above->measurementUnitRatio();
+  std::vector<const JtNode*> path;  // up to and without the component parent
+  for (const JtNode* node = jtNode(); node; node = node->parent(0)) {
+    if (!path.empty() && endsWalk(node)) break;
+    if (memo)
+      if (const auto known = memo->places.find(node); known != memo->places.end()) {
+        place = known->second;
+        break;
+      }
+    path.push_back(node);
   }
-  unitRatio_ = ratio;
-
-  RTTran3D location;
-  for (std::size_t i = 0; i < path.size(); ++i)
-    if (getXformAttrIndex(path[i]) >= 0)
-      location = jtw::localTransform(path[i], static_cast<double>(ratios[i])) * location;
-  relLoc_ = above && above == root_ ? root_->internalRelLoc() * location : location;
+  const bool takesUnits = !JtwManager::the().usingJtViewer();
+  for (; !path.empty(); path.pop_back()) {
+    const JtNode* const node = path.back();
+    const float own = takesUnits ? jtw::ownUnitRatio(node).value_or(0.0F) : 0.0F;
+    if (own >= kLeastRatio) place.ratio = own;
+    if (jtw::firstAttribute<JtXform>(node) >= 0)
+      place.location = place.location * jtw::localTransform(node, static_cast<double>(place.ratio));
+    if (memo) memo->places.emplace(node, place);
+  }
+  unitRatio_ = place.ratio;
+  relLoc_ = above && above == root_ ? root_->internalRelLoc() * place.location : place.location;
   locationValid_ = true;
 }
 
@@ -98,16 +103,26 @@ RTTran3D JtwNode::relLoc() {
 }
 
 RTTran3D JtwNode::absLoc() {
+  jtw::WalkMemo* const memo = this->memo();
   std::vector<JtwNode*> chain;
+  std::optional<RTTran3D> known;
   JtwNode* top = this;
   JtwNode* up = parentNode();
   for (; up; up = up->parentNode()) {
+    if (memo)
+      if (const auto found = memo->absLocs.find(top); found != memo->absLocs.end()) {
+        known = found->second;
+        break;
+      }
     chain.push_back(top);
     top = up;
     if (up == root_) break;
   }
-  RTTran3D location = up ? up->absLoc() : RTTran3D();
-  for (; !chain.empty(); chain.pop_back()) location *= chain.back()->relLoc();
+  RTTran3D location = known ? *known : up ? up->absLoc() : RTTran3D();
+  for (; !chain.empty(); chain.pop_back()) {
+    location *= chain.back()->relLoc();
+    if (memo) memo->absLocs.emplace(chain.back(), location);
+  }
   return location;
 }
 

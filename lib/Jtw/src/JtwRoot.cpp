@@ -16,6 +16,7 @@
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
 #include "JtwPMI.h"
+#include "JtwWalkMemo.h"
 #include "JtwWrapperTable.h"
 
 const unsigned JtwRoot::currentVersion_ = 2;

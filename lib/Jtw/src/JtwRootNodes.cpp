@@ -11,6 +11,7 @@
 #include "JtTk/JtkwPMIGathering.h"
 #include "JtwBlock.h"
 #include "JtwEntity.h"
+#include "JtwEraseOne.h"
 #include "JtwFrame.h"
 #include "JtwLink.h"
 #include "JtwPMI.h"
@@ -191,11 +192,7 @@ void JtwRoot::removeJtwPMIFromMap(const JtNode* jtNode, JtwPMI* pmi) {
   const auto found = pmisByJtNode_.find(jtNode);
   if (found == pmisByJtNode_.end()) return;
   auto& pmis = found->second;
-  const auto at = std::find(pmis.begin(), pmis.end(), pmi);
-  if (at != pmis.end()) {
-    pmis.erase(at);
-    --pmi->filings_;
-  }
+  if (jtw::eraseOne(pmis, pmi, pmi->filings_ == 1)) --pmi->filings_;
   if (pmis.empty()) pmisByJtNode_.erase(found);
 }
 

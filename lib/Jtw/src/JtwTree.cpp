@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <unordered_set>
 
 #include "JtStackNodeIter.h"
@@ -17,6 +18,7 @@
 #include "JtwTransforms.h"
 #include "JtwTraverse.h"
 #include "JtwUnits.h"
+#include "JtwWalkMemo.h"
 
 namespace jtw {
 
@@ -76,6 +78,10 @@ class Listing {
 };
 
 }  // namespace
+
+Reading::Reading(JtwRoot& root) : root_(root) { root_.memo_ = std::make_unique<WalkMemo>(); }
+
+Reading::~Reading() { root_.memo_.reset(); }
 
 bool loadWrappers(JtwRoot& root) { return Loading(&root).execute(); }
 

@@ -15,16 +15,21 @@ class Fields {
   explicit Fields(const jt::file::Format& format) : format_(format) {}
   template <class T>
   Fields& put(T value) {
-    jt::file::ByteSink sink;
-    jt::file::Writer(sink, format_)("", value);
-    return raw(sink.bytes());
+    if constexpr (std::is_arithmetic_v<T>) {
+      value = jt::file::reorder(value, format_.bigEndian);
+      return raw(std::as_bytes(std::span(&value, 1)));
+    } else {
+      jt::file::ByteSink sink;
+      jt::file::Writer(sink, format_)("", value);
+      return raw(sink.bytes());
+    }
   }
   Fields& i32(std::int32_t value) { return put(value); }
   Fields& f32(std::initializer_list<float> values) {
     for (const float value : values) put(value);
     return *this;
   }
-  Fields& ids(std::initializer_list<std::int32_t> values) {
+  Fields& ids(const std::vector<std::int32_t>& values) {
     i32(static_cast<std::int32_t>(values.size()));
     for (const std::int32_t value : values) i32(value);
     return *this;
@@ -45,11 +50,11 @@ class Fields {
     jt::file::Writer(sink, format_).version("", version, 1, 1);
     return raw(sink.bytes());
   }
-  Fields& node(std::initializer_list<std::int32_t> attributes = {}) {
+  Fields& node(const std::vector<std::int32_t>& attributes = {}) {
     return version().put(std::uint32_t{0}).ids(attributes);
   }
-  Fields& group(std::initializer_list<std::int32_t> children,
-                std::initializer_list<std::int32_t> attributes = {}) {
+  Fields& group(const std::vector<std::int32_t>& children,
+                const std::vector<std::int32_t>& attributes = {}) {
     return node(attributes).version().ids(children);
   }
   /// What all attributes begin with.
@@ -82,12 +87,12 @@ class SceneBuilder {
     stream_.put(static_cast<std::uint8_t>(baseType)).i32(id).raw(body);
     return *this;
   }
-  SceneBuilder& partition(std::int32_t id, std::initializer_list<std::int32_t> children,
+  SceneBuilder& partition(std::int32_t id, const std::vector<std::int32_t>& children,
                           const char* fileName = "") {
     return element(kPartition, 1, id, fields().group(children).partition(fileName));
   }
-  SceneBuilder& group(std::int32_t id, std::initializer_list<std::int32_t> children,
-                      std::initializer_list<std::int32_t> attributes = {}) {
+  SceneBuilder& group(std::int32_t id, const std::vector<std::int32_t>& children,
+                      const std::vector<std::int32_t>& attributes = {}) {
     return element(kGroup, 1, id, fields().group(children, attributes));
   }
   SceneBuilder& text(std::int32_t id, const char* value) {

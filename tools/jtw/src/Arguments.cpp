@@ -17,6 +17,7 @@ constexpr Option kGlobalOptions[] = {
     {"no-progress", 0, nullptr, "no progress display"},
     {"color", 0, "auto|always|never", "colours in text; auto: on a terminal without NO_COLOR"},
     {"jobs", 'j', "N", "threads for work that can be divided"},
+    {"max-input", 0, "BYTES", "the most that is read from standard input (1G)"},
     {"version", 0, nullptr, "the version of the program"},
     {"help", 'h', nullptr, "help, of the program or of the command"},
 };

@@ -9,7 +9,10 @@ namespace {
 constexpr Option kMaxSegment{"max-segment", 0, "BYTES",
                              "the most that one segment may unpack to (1G)"};
 constexpr Option kMaxDocument{"max-document", 0, "BYTES",
-                              "the most that all segments may unpack to (4G)"};
+                              "the most memory that the content of a file may take (128M and 256\n"
+                              "bytes for each of its own, at most 4G)"};
+constexpr Option kMaxPlaces{"max-places", 0, "N",
+                            "the most objects that are shown, each where it occurs (1000000)"};
 constexpr Option kFollowLinks{"follow-links", 0, nullptr,
                               "open part files that a link leads out of the folder to"};
 constexpr Option kTopOnly{"top-only", 0, nullptr,
@@ -116,6 +119,7 @@ constexpr Option kSnapshotOptions[] = {
     {"background", 0, "COLOR", "#rrggbb[aa], r,g,b[,a] or transparent (white)"},
     {"pmi", 0, "on|off", "whether annotations are drawn (on)"},
     {"wires", 0, "on|off", "whether wires of parts without polyline sets are drawn (on)"},
+    kMaxPlaces,
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
@@ -131,6 +135,11 @@ constexpr Option kBits{"bits", 0, "P,N",
                        "bits of a coordinate (1 to 24) and of a normal (1 to 13); 0: lossless"};
 constexpr Option kProfile{"profile", 0, "compatible|compact",
                           "geometry in a form that every reader takes alike, or in the smallest"};
+constexpr Option kMaxMemory{
+    "max-memory", 0, "BYTES",
+    "the most memory that reading a mesh file may take (half of the machine's)"};
+constexpr Option kMaxSeconds{
+    "max-seconds", 0, "N", "how long reading a mesh file may take (60, and more for large files)"};
 constexpr Option kImportOptions[] = {
     kUnit,
     kLods,
@@ -139,7 +148,9 @@ constexpr Option kImportOptions[] = {
     kProfile,
     kVersion,
     {"force", 0, nullptr, "replace a component that is there already"},
-    kDryRun};
+    kDryRun,
+    kMaxMemory,
+    kMaxSeconds};
 constexpr Option kConvertOptions[] = {
     kVersion,
     {"lod", 0, "N",
@@ -152,6 +163,11 @@ constexpr Option kConvertOptions[] = {
     kProfile,
     kTopOnly,
     kDryRun,
+    kMaxPlaces,
+    {"max-triangles", 0, "N",
+     "the most triangles of an OBJ, STL or PLY file, which has no instances (50000000)"},
+    kMaxMemory,
+    kMaxSeconds,
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};

@@ -16,8 +16,10 @@ Failure fromFormatError(ExitCode exit, const JtFormatError& error, const std::st
   jt::FilePosition where = error.where();
   if (where.file.empty()) where.file = file;
   std::string message = error.message();
-  if (exit == ExitCode::input && error.code() == "too_large")
+  if (exit == ExitCode::input && error.code() == "too_large" && where.file != "standard input")
     message += "; options: --max-segment, --max-document";
+  if (exit == ExitCode::input && error.code() == "too_many_places")
+    message += "; option: --max-places";
   return {exit, error.code(), message, std::move(where)};
 }
 

@@ -56,6 +56,8 @@ class PipeImage final : public jt::FileImage {
   std::vector<std::byte> bytes_;
 };
 
+std::uint64_t mostInput = std::uint64_t{1} << 30;
+
 std::vector<std::byte> readStandardInput() {
   constexpr std::size_t kFirstSize = std::size_t{1} << 16;
   std::vector<std::byte> bytes(kFirstSize);
@@ -63,6 +65,9 @@ std::vector<std::byte> readStandardInput() {
   while (const std::size_t count =
              std::fread(bytes.data() + filled, 1, bytes.size() - filled, stdin)) {
     filled += count;
+    if (filled > mostInput)
+      fail("too_large", kInputName,
+           "it is longer than " + std::to_string(mostInput) + " bytes; option: --max-input");
     if (filled == bytes.size()) bytes.resize(filled * 2);
   }
   if (std::ferror(stdin) != 0) fail("unreadable", kInputName, std::strerror(errno));
@@ -178,11 +183,17 @@ void showNotes(Session& session, const std::string& path, std::span<const jt::No
     session.warn(path + ": " + std::to_string(notes.size() - kShown) + " more; see 'jtw verify'");
 }
 
+std::uint64_t mostPlaces(const Arguments& arguments) {
+  return arguments.positiveNumber("max-places").value_or(1'000'000);
+}
+
+void limitStandardInput(std::uint64_t bytes) { mostInput = bytes; }
+
 jt::ReadLimits readLimits(const Session& session) {
   jt::ReadLimits limits;
   const Arguments& arguments = session.arguments();
   limits.maxSegmentBytes = arguments.byteCount("max-segment").value_or(limits.maxSegmentBytes);
-  limits.maxDocumentBytes = arguments.byteCount("max-document").value_or(limits.maxDocumentBytes);
+  limits.maxDocumentBytes = arguments.byteCount("max-document");
   limits.followLinks = arguments.has("follow-links");
   return limits;
 }

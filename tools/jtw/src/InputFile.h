@@ -11,6 +11,7 @@
 
 namespace tool {
 
+class Arguments;
 class Session;
 
 /// The JT file that a component folder holds, or the path itself when it is none. Throws Failure.
@@ -32,6 +33,11 @@ void writeBytes(const std::string& path, std::span<const std::byte> bytes);
 
 /// The options --max-segment, --max-document and --follow-links.
 jt::ReadLimits readLimits(const Session& session);
+
+/// The option --max-places: the most objects that are drawn or exported, each where it occurs.
+std::uint64_t mostPlaces(const Arguments& arguments);
+/// The most that is read from standard input from now on.
+void limitStandardInput(std::uint64_t bytes);
 
 /// Tells the first notes about a file on standard error; `verify` is there for all of them.
 void showNotes(Session& session, const std::string& path, std::span<const jt::Note> notes);

@@ -1,5 +1,6 @@
 #include "JsonWriter.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "Utf8.h"
@@ -7,8 +8,9 @@
 namespace tool {
 
 void JsonWriter::breakLine(std::size_t depth) {
+  constexpr std::size_t kMostIndented = 20;  // a deep tree would be made of blanks
   out_.write("\n");
-  for (std::size_t i = 0; i < depth; ++i) out_.write("  ");
+  for (std::size_t i = 0; i < std::min(depth, kMostIndented); ++i) out_.write("  ");
 }
 
 void JsonWriter::separate() {

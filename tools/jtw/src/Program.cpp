@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "Command.h"
+#include "InputFile.h"
 #include "Session.h"
 
 namespace tool {
@@ -38,6 +39,7 @@ bool hasOwnVersionOption(const Command& command) {
 ExitCode run(Session& session) {
   const Command* command = session.command();
   const Arguments& arguments = session.arguments();
+  if (const auto most = arguments.byteCount("max-input")) limitStandardInput(*most);
   if (!command) return runWithoutCommand(session);
   if (arguments.has("help")) {
     showHelp(session, command);

@@ -114,13 +114,31 @@ mesh::Scene readScene(Session& session, const std::string& input, const mesh::Sc
   if (!isJt(input)) return loadMeshFile(session, input);
   OpenedAssembly opened = openAssembly(session, jtFileOf(DocumentName(input).path));
   try {
-    mesh::Scene scene = mesh::sceneOf(*opened.top, chosenLevel(session).value_or(0), lines);
+    mesh::Scene scene = mesh::sceneOf(*opened.top, chosenLevel(session).value_or(0), lines,
+                                      mostPlaces(session.arguments()));
     for (jt::PartFile& part : opened.parts)
       parts.push_back({std::move(part.file), part.state, std::move(part.error), nullptr, {}});
     showNotes(session, input, scene);
     return scene;
   } catch (const JtFormatError& error) {
     throw readFailure(error, input);
+  }
+}
+
+/// The formats without instances repeat a mesh wherever it occurs.
+void checkTriangles(const Session& session, const mesh::Scene& scene, const std::string& input) {
+  const std::uint64_t most =
+      session.arguments().positiveNumber("max-triangles").value_or(50'000'000);
+  std::uint64_t count = 0;
+  for (const mesh::Node& node : scene.nodes) {
+    if (!node.model) continue;
+    for (const mesh::Surface& surface : scene.models[*node.model].surfaces)
+      count += scene.meshes[surface.mesh]->primitiveCount();
+    if (count > most)
+      throw Failure(ExitCode::input, "too_many_triangles",
+                    "the meshes add up to more than " + std::to_string(most) +
+                        " triangles, each counted where it occurs; option: --max-triangles",
+                    {.file = input, .segment = {}, .element = {}, .offset = {}});
   }
 }
 
@@ -134,6 +152,7 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   if (scene.models.empty())
     throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it",
                   {.file = input, .segment = {}, .element = {}, .offset = {}});
+  if (extension != "glb") checkTriangles(session, scene, input);
   const bool dryRun = session.arguments().has("dry-run");
   const std::vector<std::string> files = mesh::filesOf(scene, output);
   try {
@@ -183,10 +202,14 @@ void checkOptions(const Session& session, bool fromJt, bool toJt) {
     if (session.arguments().has(name)) failUsage(std::string("--") + name + " is for " + what);
   };
   if (fromJt)
-    for (const char* name : {"unit", "lods"}) refuse(name, "mesh files that are read");
+    for (const char* name : {"unit", "lods", "max-memory", "max-seconds"})
+      refuse(name, "mesh files that are read");
   else
-    for (const char* name : {"lod", "top-only", "follow-links"})
+    for (const char* name : {"lod", "top-only", "follow-links", "max-places"})
       refuse(name, "JT files that are read");
+  if (toJt)
+    for (const char* name : {"max-places", "max-triangles"})
+      refuse(name, "mesh files that are written");
   if (!toJt)
     for (const char* name : {"version", "bits", "lossless", "profile", "top-only"})
       refuse(name, "JT files that are written");

@@ -45,12 +45,17 @@ std::optional<std::size_t> parseNumber(std::string_view text) {
 
 mesh::Scene loadMeshFile(Session& session, const std::string& path) {
   const double unit = unitOption(session);
-  const ReaderLimits limits(path);
+  const Arguments& arguments = session.arguments();
+  const ReaderLimits limits(path, arguments.byteCount("max-memory"),
+                            arguments.positiveNumber("max-seconds"));
   try {
     mesh::Scene scene = mesh::loadScene(path, unit);
     showNotes(session, path, scene);
     return scene;
   } catch (const JtFormatError& error) {
+    if (error.code() == "too_large")
+      throw Failure(ExitCode::input, error.code(), error.message() + "; option: --max-memory",
+                    error.where());
     throw readFailure(error, path);
   }
 }

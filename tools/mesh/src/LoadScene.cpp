@@ -22,19 +22,25 @@ namespace fs = std::filesystem;
   throw JtFormatError(code, message, {.file = path, .segment = {}, .element = {}, .offset = {}});
 }
 
-/// Opens what lies in one folder or below it.
+/// Opens files that lie in one folder or below it. What is no regular file may never end: a pipe
+/// waits for its writer.
 class FolderIO final : public Assimp::DefaultIOSystem {
  public:
   explicit FolderIO(Folder folder) : folder_(std::move(folder)) {}
 
   bool Exists(const char* file) const override {
-    return folder_.contains(file) && DefaultIOSystem::Exists(file);
+    return isAllowed(file) && DefaultIOSystem::Exists(file);
   }
   Assimp::IOStream* Open(const char* file, const char* mode) override {
-    return folder_.contains(file) ? DefaultIOSystem::Open(file, mode) : nullptr;
+    return isAllowed(file) ? DefaultIOSystem::Open(file, mode) : nullptr;
   }
 
  private:
+  bool isAllowed(const char* file) const {
+    std::error_code error;
+    return folder_.contains(file) && fs::is_regular_file(file, error);
+  }
+
   Folder folder_;
 };
 
@@ -193,6 +199,7 @@ const aiScene& readWith(Assimp::Importer& importer, const std::string& path, con
   }
   if (!scene || !scene->mRootNode) {
     const std::string reason = importer.GetErrorString();
+    if (reason.find("bad_alloc") != std::string::npos) throw std::bad_alloc();
     fail("damaged", path, reason.empty() ? "it cannot be read" : "it cannot be read: " + reason);
   }
   return *scene;
@@ -222,7 +229,7 @@ Scene loadScene(const std::string& path, double millimetres) try {
 } catch (const JtFormatError& error) {
   throw error.within({.file = path, .segment = {}, .element = {}, .offset = {}});
 } catch (const std::bad_alloc&) {
-  fail("too_large", path, "it asks for more memory than there is");
+  fail("too_large", path, "it asks for more memory than reading it may take");
 } catch (const std::exception& error) {
   // The import library lets some of its own through.
   fail("damaged", path, std::string("it cannot be read: ") + error.what());

@@ -24,9 +24,6 @@
 namespace mesh {
 namespace {
 
-/// More than any real assembly; a small file can ask for any number of paths.
-constexpr std::size_t kMostPaths = 5'000'000;
-
 /// Where a surface has only a material.
 constexpr Texture kNoTexture{.image = static_cast<std::size_t>(-1)};
 
@@ -54,8 +51,9 @@ struct Visit {
 
 class SceneBuilder {
  public:
-  SceneBuilder(JtPartition& partition, std::uint32_t level, const SceneLines& lines)
-      : level_(level), lines_(lines), images_(scene_) {
+  SceneBuilder(JtPartition& partition, std::uint32_t level, const SceneLines& lines,
+               std::uint64_t mostPlaces)
+      : level_(level), lines_(lines), mostPlaces_(mostPlaces), images_(scene_) {
     scene_.millimetres = 0;
     scene_.nodes.emplace_back();
     surfaces_.emplace_back();
@@ -70,11 +68,10 @@ class SceneBuilder {
   }
 
   Scene build() {
-    std::size_t paths = 0;
+    constexpr std::uint64_t kNodesOfPlace = 8;  // groups, instances, levels of detail
+    std::uint64_t paths = 0;
     while (!pending_.empty()) {
-      if (++paths > kMostPaths)
-        throw JtFormatError("too_large",
-                            "the scene graph unfolds into more than 5000000 nodes; take it apart");
+      if (paths++ / kNodesOfPlace >= mostPlaces_) failPlaces();
       Visit visit = std::move(pending_.back());
       pending_.pop_back();
       if (!visit.node->isIgnored() && JtwLeaf::isDisplayed(visit.node)) process(visit);
@@ -92,6 +89,24 @@ class SceneBuilder {
   }
 
  private:
+  [[noreturn]] void failPlaces() const {
+    throw JtFormatError("too_many_places", "the scene graph unfolds into more than " +
+                                               std::to_string(mostPlaces_) +
+                                               " objects, each counted where it occurs");
+  }
+
+  /// A small file can ask for any number of places, and for its properties in each.
+  void countPlace(const std::string& name, const std::vector<Property>& properties) {
+    constexpr std::size_t kTextOfPlace = 256;  // bytes
+    std::size_t text = name.size();
+    for (const auto& [key, value] : properties) {
+      text += key.size();
+      if (const auto* content = std::get_if<std::string>(&value)) text += content->size();
+    }
+    places_ += 1 + properties.size() / 4 + text / kTextOfPlace;
+    if (places_ > mostPlaces_) failPlaces();
+  }
+
   /// Adds what the node itself says to what is gathered.
   void takeOver(Visit& visit) {
     const std::string name = JtString(JtwNode::name(visit.node)).stringToMbs();
@@ -193,12 +208,14 @@ class SceneBuilder {
     } else if (jt::as<JtInstance>(node)) {
       // The occurrence and what occurs are one node.
       readProperties(*node, visit.properties);
+      countPlace(visit.name, visit.properties);
       pushChildren(visit);
     } else if (isObject(visit)) {
       visit.parent = addNode(visit);
       if (lines_.ofAnnotations) addAnnotations(visit.parent, *node);
       if (lines_.ofWires) addWires(visit);
       readProperties(*node, scene_.nodes[visit.parent].properties);
+      countPlace(visit.name, scene_.nodes[visit.parent].properties);
       visit.matrix = jt::kIdentity;
       visit.name.clear();
       visit.properties.clear();
@@ -294,6 +311,7 @@ class SceneBuilder {
     const auto map = placed ? placed->map : std::nullopt;
     const auto [found, isNew] = meshes_.try_emplace(std::pair(mesh, map), scene_.meshes.size());
     if (isNew) scene_.meshes.push_back(map ? mapped(mesh, *map) : mesh);
+    countPlace(visit.name, visit.properties);
     const std::size_t owner = visit.matrix == jt::kIdentity ? visit.parent : addNode(visit);
     surfaces_[owner].push_back({found->second, material});
   }
@@ -317,6 +335,8 @@ class SceneBuilder {
 
   std::uint32_t level_;
   SceneLines lines_;
+  const std::uint64_t mostPlaces_;
+  std::uint64_t places_ = 0;
   Scene scene_;
   std::vector<Visit> pending_;
   std::vector<std::vector<Surface>> surfaces_;  // of each node of the scene
@@ -334,8 +354,9 @@ class SceneBuilder {
 
 }  // namespace
 
-Scene sceneOf(JtPartition& partition, std::uint32_t level, const SceneLines& lines) {
-  return SceneBuilder(partition, level, lines).build();
+Scene sceneOf(JtPartition& partition, std::uint32_t level, const SceneLines& lines,
+              std::uint64_t mostPlaces) {
+  return SceneBuilder(partition, level, lines, mostPlaces).build();
 }
 
 }  // namespace mesh

@@ -10,10 +10,10 @@ void fail(const char* code, const std::string& message, std::optional<std::size_
   throw JtFormatError(code, message, {{}, {}, {}, offset});
 }
 
-Budget Budget::forInput(std::size_t size, std::uint64_t most) {
+Budget Budget::forInput(std::size_t size, std::uint64_t most, MemoryShare* memory) {
   constexpr std::uint64_t kFloor = 1 << 20;  // small shapes may be all zero-width packets
   constexpr std::uint64_t kRatio = 1032;
-  return Budget(std::min(most, kFloor + kRatio * size));
+  return Budget(std::min(most, kFloor + kRatio * size), memory);
 }
 
 void Budget::spend(std::uint64_t bytes, std::optional<std::size_t> offset) {
@@ -22,6 +22,7 @@ void Budget::spend(std::uint64_t bytes, std::optional<std::size_t> offset) {
          "decoded data would take " + std::to_string(bytes) + " bytes, the limit leaves " +
              std::to_string(left_),
          offset);
+  if (memory_) memory_->take(bytes, offset);
   left_ -= bytes;
 }
 

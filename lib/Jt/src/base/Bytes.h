@@ -13,6 +13,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/MemoryBudget.h"
+
 namespace jt::codec {
 
 using Bytes = std::vector<std::byte>;
@@ -27,20 +29,29 @@ using Bytes = std::vector<std::byte>;
 /// every loop that consumes no input runs over something that was charged.
 class Budget {
  public:
-  explicit Budget(std::uint64_t bytes) : left_(bytes) {}
+  /// @param memory counts what is spent too; null, or outlives the budget and its copies
+  explicit Budget(std::uint64_t bytes, MemoryShare* memory = nullptr)
+      : left_(bytes), memory_(memory) {}
   /// What an input of that size may grow to: as much as a zlib stream could, within `most`.
-  static Budget forInput(std::size_t size, std::uint64_t most = std::uint64_t{1} << 30);
+  static Budget forInput(std::size_t size, std::uint64_t most = std::uint64_t{1} << 30,
+                         MemoryShare* memory = nullptr);
   /// Throws JtFormatError "too_large" when more than what is left would be taken.
   void spend(std::uint64_t bytes, std::optional<std::size_t> offset = {});
   /// False, and nothing is taken, when that is more than what is left.
   bool trySpend(std::uint64_t bytes) noexcept {
-    if (bytes > left_) return false;
+    if (bytes > left_ || (memory_ && !memory_->tryTake(bytes))) return false;
     left_ -= bytes;
     return true;
+  }
+  /// Takes back what was spent since `before` was copied from this budget: the attempt is over.
+  void returnTo(const Budget& before) noexcept {
+    if (memory_) memory_->give(before.left_ - left_);
+    left_ = before.left_;
   }
 
  private:
   std::uint64_t left_;
+  MemoryShare* memory_;
 };
 
 /// @return the scalar with its bytes turned round when `bigEndian` is not the machine's order

@@ -29,6 +29,14 @@ std::optional<jt::FileVersion> jt::FileVersion::parse(std::string_view text) {
   return version;
 }
 
+std::uint64_t jt::ReadLimits::documentBytes(std::uint64_t fileSize) const noexcept {
+  constexpr std::uint64_t kFloor = 128ULL << 20;
+  constexpr std::uint64_t kRatio = 256;
+  constexpr std::uint64_t kMost = 4ULL << 30;
+  if (maxDocumentBytes) return *maxDocumentBytes;
+  return fileSize >= (kMost - kFloor) / kRatio ? kMost : kFloor + kRatio * fileSize;
+}
+
 // --- Life
 
 JtPartition::JtPartition() = default;
@@ -109,6 +117,13 @@ struct JtExternalFiles {
     std::optional<JtFormatError> error;
   };
   std::map<std::string, Entry> byPath;
+
+  /// True when `opened` is the root of `file` or stands above it.
+  bool isAbove(const JtPartition& opened, const JtPartition& file);
+
+ private:
+  const JtPartition* lowest_ = nullptr;  // the file whose ancestors are known
+  std::unordered_set<const JtNode*> above_;
 };
 
 void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
@@ -118,21 +133,28 @@ void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
 
 namespace {
 
-/// True when `node` is `partition`'s root or stands above it.
-bool standsAbove(const JtNode* node, const JtNode* partition) {
-  std::vector<const JtNode*> pending{partition};
-  std::map<const JtNode*, bool> seen;
+/// A node and everything above it.
+std::unordered_set<const JtNode*> ancestorsOf(const JtNode& node) {
+  std::vector<const JtNode*> pending{&node};
+  std::unordered_set<const JtNode*> seen{&node};
   while (!pending.empty()) {
     const JtNode* current = pending.back();
     pending.pop_back();
-    if (current == node) return true;
     for (int i = 0; i < current->numParents(); ++i)
-      if (seen.emplace(current->parent(i), true).second) pending.push_back(current->parent(i));
+      if (seen.insert(current->parent(i)).second) pending.push_back(current->parent(i));
   }
-  return false;
+  return seen;
 }
 
 }  // namespace
+
+bool JtExternalFiles::isAbove(const JtPartition& opened, const JtPartition& file) {
+  if (lowest_ != &file) {
+    above_ = ancestorsOf(file);
+    lowest_ = &file;
+  }
+  return above_.contains(&opened);
+}
 
 /// Opens the file that this partition stands for. The location of the referencing file must be
 /// known.
@@ -171,7 +193,8 @@ bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& 
     }
     if (entry->second.error) throw *entry->second.error;
     const jt::Ref<JtPartition>& opened = entry->second.opened;
-    if (standsAbove(opened.get(), this))
+    // What was opened just now stands above nothing.
+    if (!isNew && files.isAbove(*opened, referencing))
       return fail("external_cycle", "it contains the referencing file");
     attachExternal(opened);
     return true;

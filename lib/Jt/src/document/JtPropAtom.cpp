@@ -17,9 +17,13 @@ const JtBase* JtLateLoadedPropAtom::loaded() const noexcept {
   return object_.get();
 }
 
-jt::Ref<JtBase> JtLateLoadedPropAtom::keep(const jt::Ref<JtBase>& object, const JtType* wanted) {
+jt::Ref<JtBase> JtLateLoadedPropAtom::keep(const jt::Ref<JtBase>& object, const JtType* wanted,
+                                           std::shared_ptr<const void> memory) {
   const std::lock_guard lock(jt::loadMutexOf(this));
-  if (!object_) object_ = object;
+  if (!object_) {
+    object_ = object;
+    memory_ = std::move(memory);
+  }
   return object_ && (!wanted || JtType::isA(object_.get(), wanted)) ? object_ : object;
 }
 
@@ -34,7 +38,9 @@ jt::Ref<JtBase> JtLateLoadedPropAtom::load(const JtPartition* partition, const J
     if (!container) continue;
     const jt::file::TocEntry* entry = container->find(segmentId_);
     if (!entry) continue;
-    return keep(jt::file::readSegmentObject(*container, *entry, wanted), wanted);
+    const auto memory = std::make_shared<jt::MemoryShare>(container->share());
+    return keep(jt::file::readSegmentObject(*container, *entry, wanted, memory.get()), wanted,
+                memory);
   }
   return {};
 }

@@ -125,7 +125,10 @@ class Explainer {
 
  private:
   TracingReader tracer(std::span<const std::byte> bytes, std::size_t base) {
-    return {bytes, container_.format(), base, &listener_};
+    memory_.clear();  // what was read last is gone
+    TracingReader reader(bytes, container_.format(), base, &listener_);
+    reader.countIn(memory_);
+    return reader;
   }
 
   /// Tells one element; returns the offset behind it, or where it stands when it cannot be one.
@@ -188,6 +191,7 @@ class Explainer {
       } else if (kind) {
         // Lengths decide between forms, so the fields must see nothing but the body.
         TracingReader inner(reader.rest(), container_.format(), reader.offset(), &listener_);
+        inner.countIn(memory_);
         const Ref<JtSceneObject> scratch = kind->create();
         kind->trace(inner, *scratch);
         return;
@@ -205,7 +209,7 @@ class Explainer {
   void tracedBody(const TracingReader& reader, const Trace& trace) {
     std::size_t end = reader.offset();
     try {
-      trace(reader.rest(), container_.format(), reader.offset(), listener_);
+      trace(reader.rest(), container_.format(), reader.offset(), listener_, &memory_);
       return;
     } catch (const JtFormatError& error) {
       end = static_cast<std::size_t>(error.where().offset.value_or(end));
@@ -219,7 +223,8 @@ class Explainer {
   void shapeBody(const TracingReader& reader, const ShapeKind& kind) {
     TracingReader inner(reader.rest(), container_.format(), reader.offset(), &listener_);
     ShapeElement scratch(
-        codec::Budget::forInput(inner.left(), container_.limits().maxSegmentBytes));
+        codec::Budget::forInput(inner.left(), container_.limits().maxSegmentBytes, &memory_));
+    inner.countIn(memory_);
     scratch.kind = kind.kind;
     try {
       kind.trace(inner, scratch);
@@ -286,6 +291,7 @@ class Explainer {
   ExplainSink& sink_;
   PathListener listener_;
   std::span<const std::byte> content_;
+  MemoryShare memory_ = container_.share();  // of the element that is read
 };
 
 std::size_t askedSegment(const Container& container, const ExplainOptions& options) {

@@ -43,9 +43,9 @@ class ShapeChecker {
             "element of unknown type " + element.frame.typeId.text() + ", carried as it is");
     }
     if (!hasMesh) return;
-    const DecodedShape decoded =
-        readShape(content.bytes, container_.format(), variants_,
-                  {.checkHashes = true, .maxBytes = container_.limits().maxSegmentBytes});
+    MemoryShare memory = container_.share();
+    const DecodedShape decoded = readShape(content.bytes, container_.format(), variants_,
+                                           {.limits = container_.limits(), .memory = &memory});
     for (const codec::Remark& remark : decoded.remarks) {
       const bool isDamage = std::string_view(remark.code) == "hash_mismatch";
       add(isDamage, isDamage ? remark.code : "unusual_shape", {}, remark.message);

@@ -19,6 +19,7 @@ namespace {
 using namespace file;
 
 constexpr std::size_t kMostFindings = 10000;  // a hostile file may have millions of flaws
+constexpr std::size_t kGrowth = 2;            // room of a sink for each of its bytes
 constexpr std::size_t kBlock = 64;            // segments whose shapes are decoded side by side
 
 class Verifier {
@@ -72,11 +73,13 @@ class Verifier {
   void elements() {
     ByteSink again;
     Links links;
+    MemoryShare memory = container_->share();
     for (std::uint32_t element = 0; element < source_->elementCount(); ++element) {
       const ElementKind* kind = nullptr;
       std::string damage;
       const Ref<JtSceneObject> object =
-          SceneReader::readElement(*source_, element, links, kind, &damage);
+          SceneReader::readElement(*source_, element, links, kind, &damage, &memory);
+      memory.clear();  // gone with the next element
       const bool isAtom = element >= source_->firstAtom();
       if (!damage.empty()) {
         if (isAtom)
@@ -197,9 +200,12 @@ class Verifier {
   void metaData(const TocEntry& entry, const SegmentElement& element) {
     if (element.frame.typeId != JtMetaData::classTypeID()->guid()) return;
     JtMetaData data;
+    MemoryShare memory = container_->share();
     Reader reader(element.body, container_->format(), element.bodyOffset);
+    reader.countIn(memory);
     MetaDataFields::run(reader, data);
     ByteSink again;
+    memory.take(kGrowth * element.body.size());
     Writer writer(again, container_->format());
     MetaDataFields::run(writer, data);
     if (!std::ranges::equal(again.bytes(), element.body))
@@ -212,16 +218,20 @@ class Verifier {
     if (element.frame.typeId != PMIDataManager::classTypeID()->guid()) return;
     const Format& format = container_->format();
     try {
-      const PMIData data = readPMI(element.body, format, element.bodyOffset);
+      MemoryShare memory = container_->share();
+      const PMIData data = readPMI(element.body, format, element.bodyOffset, &memory);
       if (data.form.opaqueRest)
         add(false, "unknown_pmi_end", entry, element.bodyOffset,
             "what follows the entities of the PMI is not understood; it is carried as it is");
+      memory.take(memory.used() + kGrowth * element.body.size());  // writing makes a copy
       ByteSink again;
       codec::Report losses;
       writePMI(again, data, format, losses);
       if (!std::ranges::equal(again.bytes(), element.body))
         add(false, "unusual_form", entry, element.offset,
             "the PMI would be written in another form when it is edited");
+    } catch (const DocumentLimitError&) {
+      throw;
     } catch (const JtFormatError& error) {
       add(false, "unreadable_pmi", entry, error.where().offset.value_or(element.bodyOffset),
           error.message() + "; it is carried as it is");
@@ -235,7 +245,10 @@ class Verifier {
         !format.has(Feature::readableWireframes))
       return;
     try {
-      readWireframe(element.body, format, element.bodyOffset);
+      MemoryShare memory = container_->share();
+      readWireframe(element.body, format, element.bodyOffset, &memory);
+    } catch (const DocumentLimitError&) {
+      throw;
     } catch (const JtFormatError& error) {
       add(false, "unreadable_wireframe", entry, error.where().offset.value_or(element.bodyOffset),
           error.message() + "; it is carried as it is");

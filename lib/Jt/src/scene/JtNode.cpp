@@ -39,16 +39,6 @@ JtNode* JtNode::parent(int index) const noexcept {
   return index >= 0 && index < numParents() ? parents_[static_cast<std::size_t>(index)] : nullptr;
 }
 
-/// Searched from the back: a graph that is taken down lets go of its last links first, so that a
-/// node with many parents is not searched again and again.
-void JtNode::detachFrom(const JtNode& parent) noexcept {
-  for (std::size_t i = parents_.size(); i-- > 0;)
-    if (parents_[i] == &parent) {
-      parents_.erase(i);
-      return;
-    }
-}
-
 void JtNode::dismantle(std::vector<jt::Ref<JtNode>>& children) noexcept {
   while (!children.empty()) {
     const jt::Ref<JtNode> node = std::move(children.back());

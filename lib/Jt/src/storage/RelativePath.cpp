@@ -1,8 +1,16 @@
 #include "storage/RelativePath.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cstdint>
+#include <ctime>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <span>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "JtString.h"
@@ -58,43 +66,96 @@ char16_t lower(char16_t c) {
   return c;
 }
 
-bool sameLetters(const std::string& a, const std::string& b) {
-  const JtString left(a), right(b);
-  return std::equal(left.units().begin(), left.units().end(), right.units().begin(),
-                    right.units().end(),
-                    [](char16_t x, char16_t y) { return lower(x) == lower(y); });
-}
-
 bool isThere(const fs::path& path) {
   std::error_code error;
   return fs::exists(path, error);
 }
 
-/// Entries of a folder that differ from `name` in case at most, the equal one first.
-Parts candidates(const fs::path& folder, const std::string& name) {
-  Parts found;
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    std::string other = entry->path().filename().string();
-    if (sameLetters(other, name)) found.push_back(std::move(other));
-  }
-  std::sort(found.begin(), found.end());
-  std::stable_partition(found.begin(), found.end(), [&](const auto& one) { return one == name; });
-  return found;
+/// A name in lower case.
+std::u16string folded(const std::string& name) {
+  std::u16string units = JtString(name).units();
+  std::ranges::transform(units, units.begin(), lower);
+  return units;
 }
 
-/// Replaces the components from `index` on by those on disk.
-bool matchIgnoringCase(const fs::path& folder, Parts& parts, std::size_t index) {
-  if (index == parts.size()) return true;
-  const std::string wanted = parts[index];
-  for (const std::string& one : candidates(folder, wanted)) {
-    parts[index] = one;
-    if (matchIgnoringCase(folder / one, parts, index + 1)) return true;
-  }
-  parts[index] = wanted;
-  return false;
+/// What makes one folder, whatever name or link leads to it, and its state.
+struct FolderState {
+  dev_t device = 0;
+  ino_t inode = 0;
+  std::int64_t seconds = 0;
+  std::int64_t nanoseconds = 0;
+  friend auto operator<=>(const FolderState&, const FolderState&) = default;
+};
+
+std::optional<FolderState> stateOf(const fs::path& folder) {
+  struct stat status {};
+  if (stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return std::nullopt;
+  return FolderState{status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
+
+/// Names in the folders that were looked into last, so that a folder is not read again for each of
+/// many names. A folder that changed is read again.
+class FolderNames {
+ public:
+  /// Entries of a folder that differ from `name` in case at most, the equal one first.
+  Parts find(const fs::path& folder, const FolderState& state, const std::string& name) {
+    const std::lock_guard lock(mutex_);
+    if (!state_ || *state_ != state) read(folder, state);
+    Parts found;
+    for (auto [at, end] = names_.equal_range(folded(name)); at != end; ++at)
+      found.push_back(at->second);
+    std::ranges::sort(found);
+    std::stable_partition(found.begin(), found.end(),
+                          [&](const std::string& one) { return one == name; });
+    return found;
+  }
+
+ private:
+  void read(const fs::path& folder, const FolderState& state) {
+    state_.reset();
+    names_.clear();
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+      std::string name = entry->path().filename().string();
+      std::u16string key = folded(name);
+      names_.emplace(std::move(key), std::move(name));
+    }
+    // The clock of a file system ticks slowly: what changes within a tick does not show.
+    constexpr std::int64_t kSettled = 2;
+    if (std::time(nullptr) - state.seconds >= kSettled) state_ = state;
+  }
+
+  std::mutex mutex_;
+  std::optional<FolderState> state_;  // of the folder that was read
+  std::unordered_multimap<std::u16string, std::string> names_;
+};
+
+/// Finds the components of a path on disk, whatever their case.
+class Matcher {
+ public:
+  explicit Matcher(Parts& parts) : parts_(parts) {}
+
+  /// Replaces the components from `index` on by those on disk.
+  bool match(const fs::path& folder, std::size_t index) {
+    static FolderNames names;
+    if (index == parts_.size()) return true;
+    const auto state = stateOf(folder);
+    // Links may lead to one folder on many ways; what was not found there is not there.
+    if (!state || !tried_.emplace(*state, index).second) return false;
+    const std::string wanted = parts_[index];
+    for (const std::string& one : names.find(folder, *state, wanted)) {
+      parts_[index] = one;
+      if (match(folder / one, index + 1)) return true;
+    }
+    parts_[index] = wanted;
+    return false;
+  }
+
+ private:
+  Parts& parts_;
+  std::set<std::pair<FolderState, std::size_t>> tried_;
+};
 
 }  // namespace
 
@@ -110,7 +171,7 @@ std::optional<std::string> findRelative(const std::string& folder, std::string_v
   for (const Parts& wanted : {*named, last}) {
     if (isThere(start / join(wanted))) return join(wanted);
     Parts parts = wanted;
-    if (matchIgnoringCase(start, parts, 0)) return join(parts);
+    if (Matcher(parts).match(start, 0)) return join(parts);
   }
   return join(*named);
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <set>
 #include <string>
+#include <unordered_map>
 
 #include "Assembly.h"
 #include "Command.h"
@@ -18,14 +19,13 @@ namespace {
 void writeProperties(JsonWriter& json, const JtNode& node) {
   json.key("properties");
   json.beginObject(JsonWriter::Layout::line);
-  std::multiset<std::string> seen;
+  std::unordered_map<std::string, std::size_t> seen;
   for (int i = 0; i < node.numProperties(); ++i) {
     JtPropAtom* key = nullptr;
     JtPropAtom* value = nullptr;
     if (!node.getProperty(i, key, value)) continue;
     std::string name = atomText(key);
-    const std::size_t before = seen.count(name);
-    seen.insert(name);
+    const std::size_t before = seen[name]++;
     if (before > 0) name += " #" + std::to_string(before + 1);
     json.key(name);
     writeAtom(json, value);

@@ -36,9 +36,9 @@ std::string findProgram() {
 
 [[noreturn]] void failSignal(const std::string& file, int signal) {
   const jt::FilePosition where{.file = file, .segment = {}, .element = {}, .offset = {}};
-  if (signal == SIGXCPU)
-    throw Failure(ExitCode::input, "too_slow", "reading it takes too long; it is likely damaged",
-                  where);
+  if (signal == SIGXCPU || signal == SIGALRM)
+    throw Failure(ExitCode::input, "too_slow",
+                  "reading it takes too long; it is likely damaged; option: --max-seconds", where);
   throw Failure(ExitCode::input, "damaged",
                 "its reader broke down (signal " + std::to_string(signal) +
                     "); the file is damaged, or of a form that is not known",

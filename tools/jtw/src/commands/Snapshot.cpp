@@ -59,6 +59,7 @@ DrawingRequest readRequest(const Arguments& arguments) {
     request.background = parseBackground(*color);
   request.withAnnotations = isOn(arguments, "pmi");
   request.withWires = isOn(arguments, "wires");
+  request.mostPlaces = mostPlaces(arguments);
   if (const auto jobs = arguments.positiveNumber("jobs"))
     request.jobs = static_cast<unsigned>(std::min<std::uint64_t>(*jobs, 256));
   else

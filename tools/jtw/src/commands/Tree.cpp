@@ -4,6 +4,7 @@
 #include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
+#include "JtwTree.h"
 #include "NodeView.h"
 #include "Session.h"
 
@@ -33,18 +34,41 @@ std::string attachmentText(JtwNode& node) {
   return type == ATTACHMENT_DEFAULT ? text : text + ":" + std::to_string(static_cast<int>(type));
 }
 
+/// The branches in front of an entry. Deep down the depth stands for them: lines would be made of
+/// nothing else.
+class Branches {
+ public:
+  std::string enter(std::size_t depth, bool isLast) {
+    const std::string own = isLast ? "└─ " : "├─ ";
+    if (depth == 0) return start(depth, "", {});
+    if (depth > kDeepest) return "[" + std::to_string(depth) + "] " + own;
+    return start(depth, isLast ? "   " : "│  ", own);
+  }
+
+ private:
+  static constexpr std::size_t kDeepest = 40;
+
+  std::string start(std::size_t depth, const char* below, const std::string& own) {
+    lengths_.resize(depth + 1);
+    branches_.resize(lengths_[depth]);
+    std::string line = branches_ + own;
+    branches_ += below;
+    lengths_.push_back(branches_.size());
+    return line;
+  }
+
+  std::string branches_;                 // of what the current entry stands under
+  std::vector<std::size_t> lengths_{0};  // of `branches_`, by depth
+};
+
 void showTree(Session& session, const std::vector<ListedObject>& entries) {
   const Style& style = session.style();
   const std::vector<bool> isLast = lastOnes(entries);
-  std::string branches;                 // of what the current entry stands under
-  std::vector<std::size_t> lengths{0};  // of `branches`, by depth
+  Branches branches;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     JtwNode& node = *entries[i].node;
     const auto depth = static_cast<std::size_t>(entries[i].depth);
-    lengths.resize(depth + 1);
-    branches.resize(lengths[depth]);
-    std::string line;
-    if (depth > 0) line = branches + (isLast[i] ? "└─ " : "├─ ");
+    std::string line = branches.enter(depth, isLast[i]);
     line +=
         style.paint(Ink::yellow, entries[i].address.empty() ? "-" : entries[i].address) + "  " +
         style.paint(Ink::dim, kindName(node)) + "  " +
@@ -55,8 +79,6 @@ void showTree(Session& session, const std::vector<ListedObject>& entries) {
     if (!isDefault) line += "  " + style.paint(Ink::cyan, colorText(color));
     if (!entries[i].sameAs.empty()) line += "  = " + entries[i].sameAs;
     session.out().line(line + attachmentText(node));
-    if (depth > 0) branches += isLast[i] ? "   " : "│  ";
-    lengths.push_back(branches.size());
   }
 }
 
@@ -64,6 +86,7 @@ void showTree(Session& session, const std::vector<ListedObject>& entries) {
 
 ExitCode runTree(Session& session) {
   const Component component(session, session.argument(0), false);
+  const jtw::Reading reading(component.root());
   const std::vector<ListedObject> places = component.allPlaces();
   const std::vector<jt::PartFile> parts = component.partFiles();
   if (!session.wantsJson()) {

@@ -24,6 +24,8 @@ class Annotations {
   void draw(Rasterizer& canvas, const Camera& camera, double samples) const;
   /// How many lines there are, each occurrence counted.
   std::size_t size() const noexcept;
+  /// How many nodes with lines there are, each occurrence counted.
+  std::size_t occurrences() const noexcept { return occurrences_.size(); }
 
  private:
   using Lines = std::shared_ptr<const std::vector<jtk::PMILine>>;

@@ -16,7 +16,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kManyShapes = 2'000'000;
+constexpr std::uint64_t kNodesOfPlace = 8;  // groups, instances, levels of detail
 
 /// What a mesh comes from: one of them.
 struct Source {
@@ -39,12 +39,13 @@ struct Item {
 
 class Scene {
  public:
-  Scene(JtPartition& partition, const DrawingRequest& request) {
-    jt::DrawingOptions options{.levelOfDetail = request.levelOfDetail};
+  Scene(JtPartition& partition, const DrawingRequest& request) : most_(request.mostPlaces) {
+    jt::DrawingOptions options{.levelOfDetail = request.levelOfDetail,
+                               .maxPaths = std::max(most_, kNodesOfPlace * most_)};
     options.isHidden = [](const JtNode& node) { return !JtwLeaf::isDisplayed(&node); };
     if (request.withAnnotations)
       options.onNode = [this](JtNode& node, const jt::Matrix4& toRoot) {
-        annotations_.add(node, toRoot);
+        if (!isFull()) annotations_.add(node, toRoot);
       };
     if (request.withWires)
       options.onWires = [this](const jt::DrawnWires& drawn) {
@@ -54,10 +55,10 @@ class Scene {
         jt::visitDrawnShapes(partition, options, [this](const jt::DrawnShape& drawn) {
           return add(drawn.shape, {drawn.shape, nullptr}, drawn.material, *drawn.toRoot);
         });
-    if (!complete)
-      throw Failure(ExitCode::refused, "too_many_shapes",
-                    "the scene has more than " + std::to_string(kManyShapes) +
-                        " shapes, each occurrence counted; draw a part of it");
+    if (!complete || isFull())
+      throw Failure(ExitCode::input, "too_many_places",
+                    "the scene graph unfolds into more than " + std::to_string(most_) +
+                        " objects, each counted where it occurs; option: --max-places");
   }
 
   /// Decodes each shape once, on `jobs` threads.
@@ -69,10 +70,11 @@ class Scene {
   const jt::Mesh* mesh(const Item& item) const { return meshes_[item.mesh].get(); }
 
  private:
+  bool isFull() const noexcept { return items_.size() + annotations_.occurrences() > most_; }
   /// @param node the shape, or the part that has the wires
   bool add(const JtNode* node, const Source& source, const JtMaterial* material,
            const jt::Matrix4& toRoot) {
-    if (items_.size() == kManyShapes) return false;
+    if (isFull()) return false;
     const auto [known, isNew] = indices_.try_emplace(node, sources_.size());
     if (isNew) sources_.push_back(source);
     constexpr Color kNoMaterial{0.72F, 0.74F, 0.78F, 1};
@@ -82,6 +84,7 @@ class Scene {
     return true;
   }
 
+  const std::uint64_t most_;
   std::unordered_map<const JtNode*, std::size_t> indices_;
   std::vector<Source> sources_;
   std::vector<std::shared_ptr<const jt::Mesh>> meshes_;

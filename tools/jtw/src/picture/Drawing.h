@@ -20,6 +20,7 @@ struct DrawingRequest {
   unsigned jobs = 1;  ///< threads that decode shapes
   bool withAnnotations = true;
   bool withWires = true;
+  std::uint64_t mostPlaces = 1'000'000;  ///< shapes, annotated nodes and wires where they occur
 };
 
 /// What is in a picture; shapes count as often as they occur.
@@ -36,7 +37,7 @@ struct Drawing {
 };
 
 /// A picture of all that a viewer would show, fitted to the view. Throws Failure: "usage" for an
-/// unknown view, "too_many_shapes" when shared parts add up to more than can be drawn.
+/// unknown view, "too_many_places" when shared parts add up to more than may be drawn.
 /// @param progress told the share that is done, 0..1
 Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
                   const std::function<void(double)>& progress);

@@ -222,13 +222,14 @@ Surface decodeSurface(const TopologyStreams& streams, Variant variant, Budget& b
 std::uint8_t fittingVariants(const TopologyStreams& streams, Budget budget) {
   unsigned fitting = 0;
   for (unsigned i = 0; i < Variant::kCount; ++i) {
+    Budget again = budget;
     try {
-      Budget again = budget;
       decodeSurface(streams, Variant::byIndex(i), again);
       fitting |= 1U << i;
     } catch (const JtFormatError&) {
       // Not this one.
     }
+    again.returnTo(budget);
   }
   return static_cast<std::uint8_t>(fitting);
 }
@@ -236,7 +237,7 @@ std::uint8_t fittingVariants(const TopologyStreams& streams, Budget budget) {
 Surface decodeSurface(const TopologyStreams& streams, VariantChoice& choice, Budget& budget) {
   const Budget before = budget;
   const auto decodeAs = [&](unsigned index) {
-    budget = before;
+    budget.returnTo(before);
     Surface surface = decodeSurface(streams, Variant::byIndex(index), budget);
     if (index != 0) choice.met(index);
     return surface;

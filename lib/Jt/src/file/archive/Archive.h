@@ -22,6 +22,7 @@
 #include "JtShape.h"
 #include "JtString.h"
 #include "base/Buffer.h"
+#include "base/MemoryBudget.h"
 #include "file/archive/Format.h"
 
 namespace jt::file {
@@ -114,6 +115,13 @@ class BasicReader {
   BasicReader(std::span<const std::byte>, Format&&, std::size_t = 0, FieldListener* = nullptr,
               Links* = nullptr) = delete;
 
+  /// Counts from now on what texts, lists and bytes that are read take in memory; lasts as long as
+  /// the reader reads.
+  void countIn(MemoryShare& memory) noexcept { memory_ = &memory; }
+  /// To be called for memory that a field list takes itself.
+  void hold(std::size_t bytes) const {
+    if (memory_) memory_->take(bytes, offset());
+  }
   const Format& format() const noexcept { return format_; }
   bool has(Feature feature) const noexcept { return format_.has(feature); }
   std::size_t left() const noexcept { return static_cast<std::size_t>(end_ - at_); }
@@ -153,6 +161,7 @@ class BasicReader {
   }
   void operator()(const char* name, JtString& value) {
     const std::size_t count = readCount(name, 2);
+    if (count > kShortText) hold(2 * count + kBlockCost);
     std::u16string units(count, u'\0');
     for (std::size_t i = 0; i < count; ++i)
       units[i] = static_cast<char16_t>(loadScalar<std::uint16_t>(at_ + 2 * i, format_.bigEndian));
@@ -176,7 +185,9 @@ class BasicReader {
   /// I32 count, then the items.
   template <Scalar T>
   void list(const char* name, std::vector<T>& items) {
-    items.resize(readCount(name, sizeof(T)));
+    const std::size_t count = readCount(name, sizeof(T));
+    hold(count * sizeof(T));
+    items.resize(count);
     for (T& item : items) (*this)(name, item);
   }
   /// I32 count, then as many items; each takes at least `minItemSize` bytes.
@@ -184,7 +195,10 @@ class BasicReader {
   void repeat(const char* name, std::vector<T>& items, std::size_t minItemSize, Each each) {
     const std::size_t count = readCount(name, minItemSize);
     items.clear();
-    for (std::size_t i = 0; i < count; ++i) each(items.emplace_back());
+    for (std::size_t i = 0; i < count; ++i) {
+      hold(kGrowth * sizeof(T));
+      each(items.emplace_back());
+    }
   }
   /// One object id in a list of its own.
   void single(const char* name, std::vector<std::int32_t>& ids) {
@@ -216,6 +230,7 @@ class BasicReader {
   /// I32 count, then as many single-byte characters.
   void narrow(const char* name, std::string& text) {
     const std::size_t count = readCount(name, 1);
+    hold(count);
     text.assign(reinterpret_cast<const char*>(at_), count);
     trace(name, "String", count, [&] { return JtString(text).stringToMbs(); });
     at_ += count;
@@ -223,6 +238,7 @@ class BasicReader {
   /// `count` bytes as they are.
   void raw(const char* name, std::vector<std::byte>& bytes, std::size_t count) {
     need(name, count);
+    hold(count);
     bytes.assign(at_, at_ + count);
     trace(name, "bytes", count, [&] { return valueText(at_, count); });
     at_ += count;
@@ -279,6 +295,10 @@ class BasicReader {
     if constexpr (Tracing)
       if (listener_) listener_->field(offset(), size, name, type, text());
   }
+  static constexpr std::size_t kShortText = 7;  // units that a string holds in itself
+  static constexpr std::size_t kBlockCost = 16;
+  static constexpr std::size_t kGrowth = 2;  // a list that grows has up to twice the room
+
   const std::byte* begin_;
   const std::byte* at_;
   const std::byte* end_;
@@ -287,6 +307,7 @@ class BasicReader {
   FieldListener* listener_;
   Links* links_;
   std::optional<Links> ownLinks_;
+  MemoryShare* memory_ = nullptr;
 };
 
 /// What follows the last known field of an element, to be kept; null when nothing does.

@@ -87,7 +87,9 @@ std::string segmentText(std::int32_t type, const JtGuid& id) {
 }
 
 Container::Container(Ref<FileImage> image, const ReadLimits& limits)
-    : image_(std::move(image)), limits_(limits) {}
+    : image_(std::move(image)),
+      limits_(limits),
+      memory_(std::make_shared<MemoryBudget>(limits.documentBytes(image_->bytes().size()))) {}
 
 Ref<Container> Container::open(Ref<FileImage> image, const ReadLimits& limits) {
   Ref<Container> container(new Container(std::move(image), limits));
@@ -199,6 +201,13 @@ void Container::readToc() {
     }
     total += entry.length;
   }
+  // A save writes each of them, and whoever reads all would read the same bytes again and again.
+  constexpr std::uint64_t kMostShared = 8;
+  if (total / kMostShared > bytes.size())
+    throw JtFormatError("segments_overlap",
+                        "the segments of the table of contents weigh " + std::to_string(total) +
+                            " bytes, more than eight times what the file has",
+                        {{}, {}, "segmentLength", at});
   if (total > bytes.size())
     note(true, "segments_overlap", at,
          "the segments of the table of contents weigh " + std::to_string(total) +
@@ -279,9 +288,11 @@ SegmentContent Container::load(const TocEntry& entry) const {
     return content;
   }
   try {
-    content.owned = unpack(stream, content.packing, limits_,
-                           std::min(limits_.maxSegmentBytes, limits_.maxDocumentBytes))
-                        .bytes;
+    content.owned =
+        unpack(stream, content.packing, limits_, std::min(limits_.maxSegmentBytes, memory_->left()))
+            .bytes;
+    content.memory = share();
+    content.memory.take(content.owned.size());
   } catch (const JtFormatError& error) {
     throw error.within(position(entry, entry.offset + kSegmentHeaderSize + kPackingHeaderSize));
   }

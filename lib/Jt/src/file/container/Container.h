@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -108,6 +109,7 @@ struct SegmentContent {
   bool packed = false;  ///< offsets count in the unpacked bytes
   Packing packing = Packing::stored;
   std::size_t fileOffset = 0;  ///< of the content when it is not packed
+  MemoryShare memory;          ///< of `owned`
 };
 
 class Container : public JtRefCounted {
@@ -118,6 +120,10 @@ class Container : public JtRefCounted {
   const FileImage& image() const noexcept { return *image_; }
   const Format& format() const noexcept { return format_; }
   const ReadLimits& limits() const noexcept { return limits_; }
+  /// What may be held for the file.
+  MemoryBudget& memory() const noexcept { return *memory_; }
+  /// A share of that with nothing taken yet.
+  MemoryShare share() const noexcept { return MemoryShare(memory_); }
   const FileHeader& header() const noexcept { return header_; }
   /// The 80 bytes in front, as they are.
   std::string versionText() const;
@@ -148,6 +154,7 @@ class Container : public JtRefCounted {
 
   Ref<FileImage> image_;
   ReadLimits limits_;
+  std::shared_ptr<MemoryBudget> memory_;
   Format format_;
   FileHeader header_;
   bool checkBytesOk_ = true;

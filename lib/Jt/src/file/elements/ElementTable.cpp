@@ -26,6 +26,7 @@ constexpr ElementKind makeKind(const JtGuid& guid, const char* name, std::uint8_
           baseType,
           elementClass,
           T::classTypeID(),
+          sizeof(T),
           [] { return Ref<JtSceneObject>(new T); },
           [](Reader& ar, JtSceneObject& object) {
             Fields::run(ar, static_cast<T&>(object));

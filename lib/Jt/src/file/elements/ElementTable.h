@@ -19,6 +19,7 @@ struct ElementKind {
   std::uint8_t baseType;
   ElementClass elementClass;
   const JtType* type;
+  std::size_t size;  ///< of an object
   Ref<JtSceneObject> (*create)();
   void (*read)(Reader&, JtSceneObject&);
   void (*trace)(TracingReader&, JtSceneObject&);

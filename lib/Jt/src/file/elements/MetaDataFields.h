@@ -39,6 +39,7 @@ struct MetaDataFields {
       JtString key;
       ar("propertyKey", key);
       if (key.isEmpty()) return;
+      ar.hold(2 * sizeof(JtMetaData::Entry));  // a list that grows has up to twice the room
       JtMetaData::Entry& entry = data.entries_.emplace_back();
       entry.key = std::move(key);
       std::uint8_t stored = 0;

@@ -4,9 +4,19 @@
 
 namespace jt::file {
 
+namespace {
+
+constexpr std::size_t kBlockCost = 16;      // of a block of memory, beside its bytes
+constexpr std::size_t kWorkOfElement = 64;  // in the arrays of a reader
+constexpr std::size_t kWorkOfLink = 16;
+constexpr std::size_t kMemoryOfLink = 24;      // a child knows its parents
+constexpr std::size_t kMemoryOfIndexed = 160;  // and finds them among very many
+
+}  // namespace
+
 Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint32_t element,
                                             Links& links, const ElementKind*& kind,
-                                            std::string* damaged) {
+                                            std::string* damaged, MemoryShare* memory) {
   const auto baseType = std::to_integer<std::uint8_t>(source.elementBytes(element)[kFrameSize - 5]);
   const bool isAtom = element >= source.firstAtom();
   kind = source.kind(element);
@@ -16,15 +26,19 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
   const auto attempt = [&](const ElementKind& candidate) -> Ref<JtSceneObject> {
     links.attributes.clear();
     links.children.clear();
+    if (memory) memory->take(candidate.size + kBlockCost);
     Ref<JtSceneObject> object = candidate.create();
     Reader reader(source.body(element), source.format(), source.offset(element) + kFrameSize,
                   nullptr, &links);
+    if (memory) reader.countIn(*memory);
     candidate.read(reader, *object);
     return object;
   };
   if (kind) {
     try {
       return attempt(*kind);
+    } catch (const DocumentLimitError&) {
+      throw;
     } catch (const JtFormatError& error) {
       if (damaged) *damaged = std::string(kind->name) + ": " + error.message();
     }
@@ -46,6 +60,8 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
           continue;
         }
         return object;
+      } catch (const DocumentLimitError&) {
+        throw;
       } catch (const JtFormatError&) {
       }
   }
@@ -86,6 +102,7 @@ Ref<JtPartition> SceneReader::read() {
 
 void SceneReader::makeObjects() {
   const std::uint32_t count = source_->firstAtom();
+  work_.take(std::uint64_t{count} * kWorkOfElement);
   owned_.resize(count);
   objects_.resize(count);
   nodes_.resize(count);
@@ -96,7 +113,7 @@ void SceneReader::makeObjects() {
   for (std::uint32_t element = 0; element < count; ++element) {
     const ElementKind* kind = nullptr;
     damaged.clear();
-    owned_[element] = readElement(*source_, element, links, kind, &damaged);
+    owned_[element] = readElement(*source_, element, links, kind, &damaged, &source_->memory());
     objects_[element] = owned_[element].get();
     source_->bind(*objects_[element], element);
     if (!damaged.empty())
@@ -107,6 +124,9 @@ void SceneReader::makeObjects() {
     if (kind->elementClass != ElementClass::node) continue;
     nodes_[element] = static_cast<JtNode*>(objects_[element]);
     nodes_[element]->opaque_ = !damaged.empty() || nodes_[element]->carried_;
+    const std::size_t linkCount = links.attributes.size() + links.children.size();
+    work_.take(linkCount * kWorkOfLink);
+    source_->memory().take(linkCount * kMemoryOfLink);
     NodeLinks& mine = links_[element];
     mine.attributes = {static_cast<std::uint32_t>(attributeIds_.size()),
                        static_cast<std::uint32_t>(links.attributes.size())};
@@ -221,6 +241,8 @@ void SceneReader::assembleNode(std::uint32_t element, JtNode& node) {
     const std::uint32_t target = childElements_[i];
     if (target == SceneSource::kNone) continue;
     hasParent_[target] = true;
+    if (nodes_[target]->numParents() + 1 >= static_cast<int>(ParentList::kIndexFrom))
+      source_->memory().take(kMemoryOfIndexed);
     nodes_[target]->attachTo(node);
     if (group) {
       group->children_.push_back(take<JtNode>(target));

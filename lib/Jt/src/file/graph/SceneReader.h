@@ -9,7 +9,8 @@ namespace jt::file {
 /// Makes the nodes and attributes of a scene graph segment and links them.
 class SceneReader {
  public:
-  explicit SceneReader(Ref<SceneSource> source) : source_(std::move(source)) {}
+  explicit SceneReader(Ref<SceneSource> source)
+      : source_(std::move(source)), work_(source_->container().share()) {}
 
   /// The root partition, bound to the source. Links that would close a cycle or that name nothing
   /// are left out and noted. Throws JtFormatError when there is no node at all.
@@ -17,9 +18,10 @@ class SceneReader {
 
   /// One element as an object of its own, bound to nothing: known kinds by their fields, the rest
   /// as unknown objects. Never null. `damaged` gets the reason when a known kind could not be read.
+  /// Throws DocumentLimitError. @param memory counts the object; null: it is gone soon
   static Ref<JtSceneObject> readElement(const SceneSource& source, std::uint32_t element,
                                         Links& links, const ElementKind*& kind,
-                                        std::string* damaged);
+                                        std::string* damaged, MemoryShare* memory = nullptr);
 
  private:
   /// A span of the flat id lists below.
@@ -54,6 +56,7 @@ class SceneReader {
   // Everything is decided in these arrays, by element; the objects themselves, which lie all over
   // the memory, are touched twice: when they are made and when they are put together.
   Ref<SceneSource> source_;
+  MemoryShare work_;                       // of these arrays
   std::vector<Ref<JtSceneObject>> owned_;  // nodes and attributes, until they find an owner
   std::vector<JtSceneObject*> objects_;
   std::vector<JtNode*> nodes_;  // the same where it is a node, else null

@@ -13,6 +13,7 @@ Ref<SceneSource> SceneSource::open(Ref<Container> container) {
   source->shapes_ = std::make_unique<ShapeCache>(*source->container_);
   source->entry_ = &source->container_->sceneEntry();
   source->content_ = source->container_->load(*source->entry_);
+  source->memory_ = source->container_->share();
   try {
     if (source->content_.bytes.size() >= kNone)
       throw JtFormatError("too_large", "scene graphs of 4 GiB and more cannot be read");
@@ -38,8 +39,21 @@ void SceneSource::scan() {
   } else {
     note(false, "no_atoms", at, "the scene graph ends without property atoms");
   }
+  countTables();
   indexIds();
   scanTable(at);
+}
+
+/// Also the atoms and properties that are made later: whoever could open a file gets at all of
+/// them.
+void SceneSource::countTables() {
+  constexpr std::uint64_t kIndexed = 64;  // of an element: offset, id, place in the index
+  constexpr std::uint64_t kAtom = 160;    // the largest kind and what a block of memory costs
+  constexpr std::uint64_t kProperty = 3;  // times what a pair takes in the file
+  const std::uint64_t all = bytes().size();
+  const std::uint64_t count = elementCount();
+  const std::uint64_t firstAtom = firstAtom_ < count ? offsets_[firstAtom_] : all;
+  memory_.take(count * kIndexed + (count - firstAtom_) * kAtom + kProperty * (all - firstAtom));
 }
 
 /// Finds the elements up to the end marker; returns the offset behind it.

@@ -105,6 +105,10 @@ class SceneSource final : public ObjectSource {
     return static_cast<SceneSource*>(ObjectSource::of(object));
   }
 
+  /// Counts what lives as long as the source: its tables, and the objects that are bound to it. For
+  /// the thread that opens the file.
+  MemoryShare& memory() noexcept { return memory_; }
+
   /// The decoded shapes of the file.
   ShapeCache& shapes() noexcept { return *shapes_; }
   /// Asks the residency manager to decode all shapes of the file. What is damaged counts as a
@@ -121,11 +125,13 @@ class SceneSource final : public ObjectSource {
   std::size_t scanElements(std::size_t at, bool lastList);
   void scanTable(std::size_t at);
   void indexIds();
+  void countTables();
 
   Ref<Container> container_;
   std::unique_ptr<ShapeCache> shapes_;
   const TocEntry* entry_ = nullptr;
   SegmentContent content_;
+  MemoryShare memory_;
   std::vector<std::uint32_t> offsets_;
   std::vector<std::int32_t> ids_;
   std::uint32_t firstAtom_ = 0;

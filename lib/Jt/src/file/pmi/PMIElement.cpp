@@ -86,13 +86,19 @@ PMIData wholeEntities(PMIData data, std::span<const std::byte> body, const Forma
 
 }  // namespace
 
-PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base) {
+PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base,
+                MemoryShare* memory) {
   std::optional<PMIData> withSurplus;
   std::optional<JtFormatError> failure;
   std::size_t farthest = 0;
   for (const PMIForm& form : candidates(format)) {
     if (form.opaqueRest && withSurplus) break;
     Reader reader(body, format, base);
+    const std::uint64_t before = memory ? memory->used() : 0;
+    if (memory) reader.countIn(*memory);
+    const auto forget = [&] {
+      if (memory) memory->give(memory->used() - before);
+    };
     try {
       PMIData data = readAs(form, reader);
       data.layout = layoutOf(format);
@@ -102,8 +108,15 @@ PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size
       // Only the generic layout has an end that nobody knows.
       const bool fits = data.surplus.empty() || format.has(Feature::genericPMI) || form.opaqueRest;
       if (fits) return wholeEntities(std::move(data), body, format);
-      if (!withSurplus) withSurplus = std::move(data);
+      if (withSurplus) {
+        forget();
+      } else {
+        withSurplus = std::move(data);
+      }
+    } catch (const DocumentLimitError&) {
+      throw;
     } catch (const JtFormatError& error) {
+      forget();
       if (failure && reader.offset() <= farthest) continue;
       farthest = reader.offset();
       failure = error;
@@ -115,16 +128,17 @@ PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size
 }
 
 void tracePMI(std::span<const std::byte> body, const Format& format, std::size_t base,
-              FieldListener& listener) {
+              FieldListener& listener, MemoryShare* memory) {
   PMIData data;
   std::optional<JtFormatError> damage;
   try {
-    data.form = readPMI(body, format, base).form;
+    data.form = readPMI(body, format, base, memory).form;
   } catch (const JtFormatError& error) {
     damage = error;
     data.form = usualPMIForm(format);
   }
   TracingReader reader(body, format, base, &listener);
+  if (memory) reader.countIn(*memory);
   PMIFields::run(reader, data);
   if (damage) throw JtFormatError(damage->code(), damage->message(), {{}, {}, {}, reader.offset()});
 }

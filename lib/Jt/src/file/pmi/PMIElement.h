@@ -14,10 +14,12 @@ namespace jt::file {
 
 /// Reads an element's body: tries the forms that producers use until one fits. Throws JtFormatError
 /// "bad_pmi" when none does. @param base offset of the body, for messages
-PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base);
+/// @param memory counts the result; may be null
+PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base,
+                MemoryShare* memory = nullptr);
 /// Tells the fields of a body. Throws JtFormatError after those that can be read.
 void tracePMI(std::span<const std::byte> body, const Format& format, std::size_t base,
-              FieldListener& listener);
+              FieldListener& listener, MemoryShare* memory = nullptr);
 /// Appends the body of an element in the form of any version. What the version cannot hold is left
 /// out and listed in `losses`.
 void writePMI(ByteSink& out, const PMIData& data, const Format& format, codec::Report& losses);

@@ -57,7 +57,8 @@ bool addPMI(const Container& from, const TocEntry& entry, std::vector<Ref<JtBase
     if (!pmi) return false;
     objects.push_back(std::move(pmi));
     return true;
-  } catch (const JtFormatError&) {
+  } catch (const JtFormatError& error) {
+    if (error.code() == "too_large") throw;  // raising a limit keeps it
     return false;
   }
 }
@@ -93,7 +94,7 @@ const ConvertedSegment& SegmentConverter::convert(const Container& from, const T
   try {
     *result = make(from, entry, changes);
   } catch (const JtFormatError& error) {
-    if (changes || isReadFailure(error.code())) throw;
+    if (changes || isReadFailure(error.code()) || error.code() == "too_large") throw;
     *result = dropped(reasonOf(error));
   }
   const std::lock_guard lock(mutex_);
@@ -161,8 +162,9 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   if (opaque && !hasMesh)
     return dropped(std::string("a ") + opaque->name +
                    " is not understood and has no form in the other version");
+  MemoryShare memory = from.share();
   const DecodedShape shape = readShape(content.bytes, from.format(), variantsOf(from),
-                                       {true, from.limits().maxSegmentBytes});
+                                       {.limits = from.limits(), .memory = &memory});
   codec::EncodeOptions options = optionsOf(encoding_);
   options.coordinateBits = shape.bits[0];
   options.normalBits = shape.bits[1];
@@ -234,6 +236,7 @@ ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEnt
                            " of this version is not understood well enough to be put into the "
                            "other one");
     } catch (const JtFormatError& error) {
+      if (error.code() == "too_large") throw;
       leaveOut(typeId, reasonOf(error));
     }
   }

@@ -82,19 +82,22 @@ std::vector<SegmentElement> segmentElements(std::span<const std::byte> content,
   return elements;
 }
 
-Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& format) {
+Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& format,
+                              MemoryShare* memory) {
   if (element.frame.typeId == JtMetaData::classTypeID()->guid()) {
     auto data = make<JtMetaData>();
     Reader reader(element.body, format, element.bodyOffset);
+    if (memory) reader.countIn(*memory);
     MetaDataFields::run(reader, *data);
     return data;
   }
   if (element.frame.typeId == PMIDataManager::classTypeID()->guid())
-    return PMIAccess::make(readPMI(element.body, format, element.bodyOffset));
+    return PMIAccess::make(readPMI(element.body, format, element.bodyOffset, memory));
   if (element.frame.typeId == JtWireframeRep::classTypeID()->guid())
-    return WireframeAccess::make(readWireframe(element.body, format, element.bodyOffset));
+    return WireframeAccess::make(readWireframe(element.body, format, element.bodyOffset, memory));
   Ref<JtBase> object = JtFactory::create(element.frame.typeId);
   if (!object) return {};
+  if (memory) memory->take(element.body.size());
   JtBaseDataStream stream(element.body, format.bigEndian);
   if (!object->deserialize(stream))
     throw JtFormatError("bad_object",
@@ -106,7 +109,9 @@ Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& forma
 }
 
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
-                              const JtType* wanted) {
+                              const JtType* wanted, MemoryShare* memory) {
+  MemoryShare transient = container.share();
+  if (!memory) memory = &transient;
   try {
     const SegmentContent content = container.load(entry);
     const auto elements = segmentElements(content.bytes, container.format());
@@ -115,7 +120,8 @@ Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
         const JtGuid& type = element.frame.typeId;
         const bool isPMI = type == PMIDataManager::classTypeID()->guid();
         if (isPMI != takesPMI || (wanted && type != wanted->guid())) continue;
-        if (Ref<JtBase> object = readSegmentObject(element, container.format())) return object;
+        if (Ref<JtBase> object = readSegmentObject(element, container.format(), memory))
+          return object;
       }
   } catch (const JtFormatError& error) {
     throw error.within(container.position(entry));

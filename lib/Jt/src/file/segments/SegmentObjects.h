@@ -28,13 +28,16 @@ bool hasForm(const JtBase& object, const Format& format);
 
 /// An element as an object: metadata, PMI, wireframes, and the types that an application registered
 /// with JtFactory. Empty for other types. Throws JtFormatError when it is damaged.
-Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& format);
+/// @param memory counts the object; null: it is gone soon
+Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& format,
+                              MemoryShare* memory = nullptr);
 
 /// The first element whose type is known to JtFactory, or is metadata or a wireframe, as an object;
 /// PMI when there is no other. Empty when there is none. Throws JtFormatError when it is damaged.
 /// @param wanted only an element of this type; null: any
+/// @param memory counts the object; null: the container's budget, until this returns
 Ref<JtBase> readSegmentObject(const Container& container, const TocEntry& entry,
-                              const JtType* wanted = nullptr);
+                              const JtType* wanted = nullptr, MemoryShare* memory = nullptr);
 
 /// A segment of new elements in the form of a file.
 class SegmentBuilder {

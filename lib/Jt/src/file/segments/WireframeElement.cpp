@@ -222,17 +222,23 @@ void addStored(WireframeElement& e, const WireCurve& curve, std::int32_t index) 
   if (!isUnit) e.knots.push_back(last);
 }
 
+/// Most that the packets of an element may take, whatever the limits of the document.
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 30;
+
 WireframeData readAs(codec::OutOfBandForm form, std::span<const std::byte> body,
-                     const Format& format, std::size_t base) {
-  WireframeElement element(codec::Budget::forInput(body.size()));
+                     const Format& format, std::size_t base, MemoryShare* memory) {
+  WireframeElement element(codec::Budget::forInput(body.size(), kMostBytes, memory));
   element.outOfBand = form;
   Reader reader(body, format, base);
+  if (memory) reader.countIn(*memory);
   try {
     WireframeFields::run(reader, element);
     WireframeData data = Decoder(element).run();
     data.layout = layoutOf(format);
     data.bigEndian = format.bigEndian;
     return data;
+  } catch (const DocumentLimitError&) {
+    throw;
   } catch (const JtFormatError& error) {
     throw error.where().offset
         ? error
@@ -254,16 +260,18 @@ PMICadTags convertedTags(const WireframeData& data, const Format& format) {
 
 }  // namespace
 
-WireframeData readWireframe(std::span<const std::byte> body, const Format& format,
-                            std::size_t base) {
+WireframeData readWireframe(std::span<const std::byte> body, const Format& format, std::size_t base,
+                            MemoryShare* memory) {
   WireframeData data = [&] {
     if (!format.has(Feature::mk3Packets))
-      return readAs(codec::OutOfBandForm::plain, body, format, base);
+      return readAs(codec::OutOfBandForm::plain, body, format, base, memory);
     try {
-      return readAs(codec::OutOfBandForm::plain, body, format, base);
+      return readAs(codec::OutOfBandForm::plain, body, format, base, memory);
+    } catch (const DocumentLimitError&) {
+      throw;
     } catch (const JtFormatError& error) {
       try {
-        return readAs(codec::OutOfBandForm::nested, body, format, base);
+        return readAs(codec::OutOfBandForm::nested, body, format, base, memory);
       } catch (const JtFormatError&) {
         throw error;  // of the form that is expected
       }
@@ -281,9 +289,10 @@ WireframeData readWireframe(std::span<const std::byte> body, const Format& forma
 }
 
 void traceWireframe(std::span<const std::byte> body, const Format& format, std::size_t base,
-                    FieldListener& listener) {
+                    FieldListener& listener, MemoryShare* memory) {
   TracingReader reader(body, format, base, &listener);
-  WireframeElement element(codec::Budget::forInput(body.size()));
+  if (memory) reader.countIn(*memory);
+  WireframeElement element(codec::Budget::forInput(body.size(), kMostBytes, memory));
   try {
     WireframeFields::run(reader, element);
   } catch (const JtFormatError& error) {

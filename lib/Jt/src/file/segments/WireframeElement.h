@@ -47,12 +47,12 @@ struct WireframeElement {
 };
 
 /// Reads an element's body. Throws JtFormatError, "unknown_form" for 8.x.
-/// @param base offset of the body, for messages
-WireframeData readWireframe(std::span<const std::byte> body, const Format& format,
-                            std::size_t base);
+/// @param base offset of the body, for messages @param memory counts the result; may be null
+WireframeData readWireframe(std::span<const std::byte> body, const Format& format, std::size_t base,
+                            MemoryShare* memory = nullptr);
 /// Reports the fields of a body to a listener. Throws JtFormatError after those that can be read.
 void traceWireframe(std::span<const std::byte> body, const Format& format, std::size_t base,
-                    FieldListener& listener);
+                    FieldListener& listener, MemoryShare* memory = nullptr);
 /// False for 8.x, and for content with bytes that are not understood and would need another form.
 bool canWriteWireframe(const WireframeData& data, const Format& format) noexcept;
 /// Appends the body of an element. Throws JtFormatError "not_convertible" when it cannot be.

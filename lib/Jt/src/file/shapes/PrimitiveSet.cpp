@@ -26,7 +26,8 @@ Primitive::Type typeOf(Reader& ar) {
 }
 
 /// Records of 60 bytes, or of 48 without colour.
-std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& format) {
+std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& format,
+                                  const ReadLimits& limits, codec::Budget& budget) {
   Reader ar(element.surplus, format);
   std::int32_t plainSize = 0;
   std::int32_t packedSize = 0;
@@ -37,10 +38,9 @@ std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& for
   if (packedSize > 0) {
     if (plainSize < 0 || static_cast<std::size_t>(packedSize) > records.size())
       ar.fail("compressedDataSize", "the sizes of the primitives do not fit their bytes");
-    codec::Budget budget = element.budget;
     budget.spend(static_cast<std::uint64_t>(plainSize));
     unpacked = unpack(records.first(static_cast<std::size_t>(packedSize)),
-                      format.has(Feature::lzma) ? Packing::xz : Packing::zlib, ReadLimits{},
+                      format.has(Feature::lzma) ? Packing::xz : Packing::zlib, limits,
                       static_cast<std::uint64_t>(plainSize))
                    .bytes;
     records = unpacked.bytes();
@@ -58,6 +58,7 @@ std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& for
   if (records.size() % size != 0)
     ar.fail("vertexData", "the primitives are no whole number of records");
   Reader in(records, format);
+  budget.spend(records.size() / size * sizeof(Primitive));
   std::vector<Primitive> primitives(records.size() / size);
   for (Primitive& primitive : primitives) {
     std::int32_t reserved = 0;
@@ -93,8 +94,10 @@ std::vector<Primitive> lossyOf(const ShapeElement& element, const Format& format
 
 }  // namespace
 
-std::vector<Primitive> primitivesOf(const ShapeElement& element, const Format& format) {
-  return element.bitsPerVertex == 0 ? losslessOf(element, format) : lossyOf(element, format);
+std::vector<Primitive> primitivesOf(const ShapeElement& element, const Format& format,
+                                    const ReadLimits& limits, codec::Budget& budget) {
+  return element.bitsPerVertex == 0 ? losslessOf(element, format, limits, budget)
+                                    : lossyOf(element, format);
 }
 
 }  // namespace jt::file

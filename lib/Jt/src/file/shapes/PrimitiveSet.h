@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "JtPartition.h"
 #include "file/shapes/ShapeElement.h"
 
 namespace jt::file {
@@ -23,7 +24,8 @@ struct Primitive {
 
 /// The primitives of an element. Throws JtFormatError for a damaged one, "no_geometry" for the
 /// lossy form of more than four primitives, whose layout is not certain.
-std::vector<Primitive> primitivesOf(const ShapeElement& element, const Format& format);
+std::vector<Primitive> primitivesOf(const ShapeElement& element, const Format& format,
+                                    const ReadLimits& limits, codec::Budget& budget);
 
 /// The surfaces as triangles, face group i for primitive i; colours where all have one.
 /// @param tolerance greatest distance between a curved surface and its triangles; 0: a hundredth of

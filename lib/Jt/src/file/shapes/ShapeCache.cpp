@@ -21,8 +21,22 @@ std::uint64_t memoryOf(const Mesh& mesh) noexcept {
   return bytes;
 }
 
+namespace {
+
+/// A mesh that counts against the document's memory as long as somebody holds it.
+struct CountedMesh {
+  Mesh mesh;
+  MemoryShare memory;
+};
+
+}  // namespace
+
 ShapeCache::ShapeCache(const Container& container)
-    : container_(container), variants_([&container] { return examineVariants(container); }) {}
+    : container_(container), variants_([&container] { return examineVariants(container); }) {
+  container_.memory().setReclaimer([this] { dropUnused(); });
+}
+
+ShapeCache::~ShapeCache() { container_.memory().setReclaimer({}); }
 
 std::shared_ptr<const Mesh> ShapeCache::mesh(const TocEntry& entry) {
   std::shared_ptr<Slot> slot;
@@ -33,43 +47,44 @@ std::shared_ptr<const Mesh> ShapeCache::mesh(const TocEntry& entry) {
     slot = place;
   }
   const std::lock_guard decoding(slot->decoding);
-  if (auto mesh = slot->mesh.lock()) {
-    keep(*slot, mesh);
-    return mesh;
-  }
-  if (slot->damage) throw JtFormatError(*slot->damage);
-  try {
-    auto mesh = std::make_shared<const Mesh>(
-        std::move(readShapeSegment(container_, entry, variants_).mesh));
-    slot->mesh = mesh;
-    keep(*slot, mesh);
-    return mesh;
-  } catch (const JtFormatError& error) {
-    slot->damage = error;
-    throw;
-  }
+  auto mesh = slot->mesh.lock();
+  if (!mesh && slot->damage) throw JtFormatError(*slot->damage);
+  if (!mesh) try {
+      mesh = decode(entry);
+      slot->mesh = mesh;
+    } catch (const JtFormatError& error) {
+      if (error.code() != "too_large") slot->damage = error;  // memory may be free another time
+      throw;
+    }
+  const std::lock_guard lock(mutex_);
+  slot->kept = mesh;
+  return mesh;
 }
 
-void ShapeCache::keep(Slot& slot, const std::shared_ptr<const Mesh>& mesh) {
+std::shared_ptr<const Mesh> ShapeCache::decode(const TocEntry& entry) {
+  auto counted = std::make_shared<CountedMesh>();
+  counted->memory = container_.share();
+  counted->mesh = std::move(readShapeSegment(container_, entry, variants_).mesh);
+  try {
+    counted->memory.take(memoryOf(counted->mesh));
+  } catch (const DocumentLimitError& error) {
+    throw error.within(container_.position(entry));
+  }
+  return {counted, &counted->mesh};
+}
+
+/// Lets go of what nobody uses.
+void ShapeCache::dropUnused() noexcept {
   const std::lock_guard lock(mutex_);
-  if (slot.kept) return;
-  const std::uint64_t bytes = memoryOf(*mesh);
-  const std::uint64_t limit = container_.limits().maxDocumentBytes;
-  if (bytes > limit || keptBytes_ > limit - bytes) return;  // its holders keep it
-  slot.kept = mesh;
-  slot.bytes = bytes;
-  keptBytes_ += bytes;
+  for (const auto& [entry, slot] : slots_)
+    if (slot->kept.use_count() == 1) slot->kept.reset();
 }
 
 void ShapeCache::release(const TocEntry& entry) {
   std::shared_ptr<const Mesh> released;  // ends behind the lock
   const std::lock_guard lock(mutex_);
   const auto found = slots_.find(&entry);
-  if (found == slots_.end()) return;
-  Slot& slot = *found->second;
-  released = std::move(slot.kept);
-  slot.kept = nullptr;
-  keptBytes_ -= std::exchange(slot.bytes, 0);
+  if (found != slots_.end()) released = std::move(found->second->kept);
 }
 
 void ShapeCache::loadRange(std::size_t first, std::size_t count) {
@@ -88,13 +103,11 @@ void ShapeCache::loadRange(std::size_t first, std::size_t count) {
   if (damage) std::rethrow_exception(damage);
 }
 
-/// True when what is kept has reached the limit: loading ahead is of no more use.
+/// True when memory is short: loading ahead is of no more use.
 bool ShapeCache::isFull() const {
   // Room that no usual shape would fit in is none.
   constexpr std::uint64_t kLeast = 1 << 20;
-  const std::lock_guard lock(mutex_);
-  const std::uint64_t limit = container_.limits().maxDocumentBytes;
-  return limit < kLeast || keptBytes_ > limit - kLeast;
+  return container_.memory().left() < kLeast;
 }
 
 }  // namespace jt::file

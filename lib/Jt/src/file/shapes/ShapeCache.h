@@ -19,12 +19,15 @@ namespace jt::file {
 std::uint64_t memoryOf(const Mesh& mesh) noexcept;
 
 /// Decodes each shape segment once, however many shapes and threads ask for it, and keeps what was
-/// decoded within the file's limit for all segments together. All operations are safe from any
+/// decoded until the file's memory is wanted for something else. All operations are safe from any
 /// thread.
 class ShapeCache {
  public:
   /// @param container outlives the cache
   explicit ShapeCache(const Container& container);
+  ~ShapeCache();
+  ShapeCache(const ShapeCache&) = delete;
+  ShapeCache& operator=(const ShapeCache&) = delete;
 
   /// The geometry of a segment; never null. Throws JtFormatError for a damaged one, every time.
   std::shared_ptr<const Mesh> mesh(const TocEntry& entry);
@@ -43,16 +46,15 @@ class ShapeCache {
     std::weak_ptr<const Mesh> mesh;       // also when it is not kept
     std::shared_ptr<const Mesh> kept;     // guarded by the cache's mutex
     std::optional<JtFormatError> damage;  // guarded by `decoding`, as `mesh`
-    std::uint64_t bytes = 0;              // of `kept`
   };
   bool isFull() const;
-  void keep(Slot& slot, const std::shared_ptr<const Mesh>& mesh);
+  std::shared_ptr<const Mesh> decode(const TocEntry& entry);
+  void dropUnused() noexcept;
 
   const Container& container_;
   codec::VariantChoice variants_;
   mutable std::mutex mutex_;
   std::unordered_map<const TocEntry*, std::shared_ptr<Slot>> slots_;
-  std::uint64_t keptBytes_ = 0;
   std::atomic<bool> isStopped_{false};
 };
 

@@ -12,26 +12,25 @@ namespace jt::file {
 namespace {
 
 /// The plain records of 8.x lossless data, packed or not.
-std::span<const std::byte> plainRecords(const codec::StripData& strips, const ShapeElement& element,
-                                        Buffer& unpacked) {
+std::span<const std::byte> plainRecords(const codec::StripData& strips, const ReadLimits& limits,
+                                        codec::Budget& budget, Buffer& unpacked) {
   if (strips.packedSize <= 0) return strips.raw;
   if (strips.rawSize < 0)
     throw JtFormatError("bad_count", "a negative size of the vertex data",
                         {{}, {}, "uncompressedDataSize", {}});
-  codec::Budget budget = element.budget;
   const auto size = static_cast<std::uint64_t>(strips.rawSize);
   budget.spend(size);
-  unpacked = unpack(strips.raw, Packing::zlib, ReadLimits{}, size).bytes;
+  unpacked = unpack(strips.raw, Packing::zlib, limits, size).bytes;
   return unpacked.bytes();
 }
 
 Mesh meshOf(ShapeElement& element, const Format& format, codec::VariantChoice& variants,
-            codec::Report& report) {
+            const ReadLimits& limits, codec::Report& report) {
   const codec::Generation generation = generationOf(format);
   if (generation == codec::Generation::v8) {
     Buffer unpacked;
     const auto records = element.strips.isLossless()
-                             ? plainRecords(element.strips, element, unpacked)
+                             ? plainRecords(element.strips, limits, element.budget, unpacked)
                              : std::span<const std::byte>();
     return codec::decodeStrips(element.strips, records, format.bigEndian, element.kind,
                                element.budget, report);
@@ -93,10 +92,13 @@ FoundElement findElement(std::span<const std::byte> content, const Format& forma
   throw JtFormatError("no_geometry", "the segment has no element with geometry that can be read");
 }
 
-ShapeElement readElement(const FoundElement& found, const Format& format, std::uint64_t maxBytes) {
-  ShapeElement element(codec::Budget::forInput(found.stored.body.size(), maxBytes));
+ShapeElement readElement(const FoundElement& found, const Format& format, const ReadLimits& limits,
+                         MemoryShare* memory) {
+  ShapeElement element(
+      codec::Budget::forInput(found.stored.body.size(), limits.maxSegmentBytes, memory));
   element.kind = found.kind->kind;
   Reader reader(found.stored.body, format, found.stored.bodyOffset);
+  if (memory) reader.countIn(*memory);
   found.kind->read(reader, element);
   return element;
 }
@@ -107,8 +109,9 @@ std::uint8_t variantsOf(const Container& container, const TocEntry& entry) {
     const SegmentContent content = container.load(entry);
     const FoundElement found = findElement(content.bytes, container.format());
     if (found.kind->isPrimitives || found.kind->kind != Mesh::Kind::triangles) return 0;
+    MemoryShare memory = container.share();
     const ShapeElement element =
-        readElement(found, container.format(), container.limits().maxSegmentBytes);
+        readElement(found, container.format(), container.limits(), &memory);
     return codec::fittingVariants(element.topology.streams, element.budget);
   } catch (const JtFormatError&) {
     return 0;
@@ -123,15 +126,17 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
   codec::Report report;
   report.checkHashes = options.checkHashes;
   try {
-    ShapeElement element = readElement(found, format, options.maxBytes);
+    ShapeElement element = readElement(found, format, options.limits, options.memory);
     Mesh mesh;
     if (found.kind->isPrimitives) {
       // Whoever asks for a tolerance has a reason: then only the memory is limited.
-      codec::Budget budget =
-          options.tolerance > 0 ? codec::Budget(options.maxBytes) : element.budget;
-      mesh = tessellate(primitivesOf(element, format), options.tolerance, budget);
+      codec::Budget budget = options.tolerance > 0
+                                 ? codec::Budget(options.limits.maxSegmentBytes, options.memory)
+                                 : element.budget;
+      mesh = tessellate(primitivesOf(element, format, options.limits, budget), options.tolerance,
+                        budget);
     } else {
-      mesh = meshOf(element, format, variants, report);
+      mesh = meshOf(element, format, variants, options.limits, report);
     }
     return {found.kind, std::move(mesh), std::move(report.remarks), bitsOf(element),
             element.packets.hasSmall()};
@@ -159,8 +164,10 @@ std::uint8_t examineVariants(const Container& container) {
 DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
                               codec::VariantChoice& variants, float tolerance) {
   try {
-    return readShape(container.load(entry).bytes, container.format(), variants,
-                     {true, container.limits().maxSegmentBytes, tolerance});
+    MemoryShare memory = container.share();
+    const SegmentContent content = container.load(entry);
+    return readShape(content.bytes, container.format(), variants,
+                     {true, container.limits(), tolerance, &memory});
   } catch (const JtFormatError& error) {
     throw error.within(container.position(entry));
   }

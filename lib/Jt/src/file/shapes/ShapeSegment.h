@@ -25,8 +25,9 @@ struct DecodedShape {
 
 struct ShapeReadOptions {
   bool checkHashes = true;
-  std::uint64_t maxBytes = std::uint64_t{1} << 30;  ///< memory that the decoded shape may take
-  float tolerance = 0;  ///< of primitives that become triangles, see tessellate
+  ReadLimits limits;              ///< of the file; a decoded shape may take maxSegmentBytes
+  float tolerance = 0;            ///< of primitives that become triangles, see tessellate
+  MemoryShare* memory = nullptr;  ///< counts what decoding takes, the result included; may be null
 };
 
 /// The first element with geometry in the content of a shape segment. Safe on untrusted bytes:

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "Jt.h"
@@ -155,13 +156,26 @@ class Comparison {
         compareAttribute(id, *a.attribute(i), *b.attribute(i));
       return;
     }
-    std::vector<const JtAttribute*> leftA = attributesOf(a);
-    std::vector<const JtAttribute*> leftB = attributesOf(b);
-    while (!leftA.empty() || !leftB.empty()) {
-      const std::string type = elementName((leftA.empty() ? leftB : leftA).front());
-      compareGroup(id, type, taken(leftA, type), taken(leftB, type));
-    }
+    std::vector<AttributeGroup> groups;  // in the order in which the types come up
+    std::unordered_map<std::string, std::size_t> indices;
+    for (const JtNode* node : {&a, &b})
+      for (int i = 0; i < node->numAttributes(); ++i) {
+        const JtAttribute* attribute = node->attribute(i);
+        const auto [index, isNew] = indices.try_emplace(elementName(attribute), groups.size());
+        if (isNew) groups.push_back({index->first, {}, {}});
+        AttributeGroup& group = groups[index->second];
+        (node == &a ? group.a : group.b).push_back(attribute);
+      }
+    for (AttributeGroup& group : groups)
+      compareGroup(id, group.type, std::move(group.a), std::move(group.b));
   }
+
+  /// The attributes of one type.
+  struct AttributeGroup {
+    std::string type;
+    std::vector<const JtAttribute*> a;
+    std::vector<const JtAttribute*> b;
+  };
 
   /// True when the attributes of both stand side by side, as they nearly always do.
   static bool haveTheSameTypes(const JtNode& a, const JtNode& b) {
@@ -170,25 +184,6 @@ class Comparison {
       if (a.attribute(i)->typeID() != b.attribute(i)->typeID() || isCarriedUnread(*a.attribute(i)))
         return false;
     return true;
-  }
-
-  static std::vector<const JtAttribute*> attributesOf(const JtNode& node) {
-    std::vector<const JtAttribute*> all;
-    all.reserve(static_cast<std::size_t>(node.numAttributes()));
-    for (int i = 0; i < node.numAttributes(); ++i) all.push_back(node.attribute(i));
-    return all;
-  }
-
-  /// Takes the attributes of one type out of a list.
-  static std::vector<const JtAttribute*> taken(std::vector<const JtAttribute*>& from,
-                                               const std::string& type) {
-    std::vector<const JtAttribute*> group;
-    std::erase_if(from, [&](const JtAttribute* attribute) {
-      const bool isOne = elementName(attribute) == type;
-      if (isOne) group.push_back(attribute);
-      return isOne;
-    });
-    return group;
   }
 
   /// Attributes of one type, in order. Where there are more on one side, those that are alike from
