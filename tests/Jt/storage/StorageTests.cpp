@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <filesystem>
 #include <thread>
 
 #include "JtFormatError.h"
@@ -83,6 +84,22 @@ TEST(Resolve, FindsWhatAFileNamesAndNothingOutside) {
     if (!expected) continue;
     EXPECT_EQ(found->displayName().stringToMbs(), folder / (std::string("top/") + expected));
   }
+}
+
+/// Two links of like names to their own folder: as many ways as there are numbers of 60 bits.
+TEST(Resolve, LinksToAFolderMeanNoMoreWorkThanOne) {
+  const TempFolder folder;
+  folder.write("asm.jt", "");
+  folder.write("Bolt.jt", "");
+  for (const char* link : {"a", "A"}) std::filesystem::create_symlink(".", folder / link);
+  const JtFSStorageLocation base(folder / "", "asm.jt");
+  std::string way;
+  for (int level = 0; level < 60; ++level) way += level % 3 == 0 ? "A/" : "a/";
+  const auto place = [&](const std::string& name) {
+    return JtStorageManager::current()->resolve(base, JtString(way + name))->displayName();
+  };
+  EXPECT_TRUE(place("none.jt").stringToMbs().ends_with("A/a/a/none.jt"));
+  EXPECT_TRUE(place("bolt.jt").stringToMbs().ends_with("/Bolt.jt"));
 }
 
 class HostLocation : public JtStorageLocation {
