@@ -14,6 +14,7 @@
 #include "JtAssembly.h"
 #include "JtBaseDataStream.h"
 #include "JtDrawing.h"
+#include "JtExportRoot.h"
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtMesh.h"
@@ -430,14 +431,34 @@ constexpr const char* kXtType = "873a70e0-2ac9-11d1-9b6b-0080c7bb5997";
 constexpr const char* kPoolType = "49829521-1835-49c3-8bef-ddc43bfe5e88";
 constexpr auto kLost = "JTEXPORT_EXACT_GEOMETRY_LEFT_OUT";
 
-TEST_F(ToolkitExport, KeepsExactGeometryOrReportsThePartThatLosesIt) {
+/// A 9.5 file of a part with exact geometry.
+void writeSolid(const jt::Ref<VisPartNode>& part, const std::string& path) {
   const auto made = jt::make<JtPartition>();
   made->setVersion({9, 5});
-  const auto exact = part("solid", 3);
-  addSegment(*exact, kXtKey, 17, "4a540000-0001-0002-0000-000000000000", {std::byte{7}});
-  made->addChild(exact.get());
-  const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(pathOf("solid.jt")));
-  made->save(place.get());
+  addSegment(*part, kXtKey, 17, "4a540000-0001-0002-0000-000000000000", {std::byte{7}});
+  made->addChild(part.get());
+  made->save(jt::make<JtFSStorageLocation>(JtString(), JtString(path)).get());
+}
+
+TEST_F(ToolkitExport, PartitionExportsReportExactGeometryThatTheyLose) {
+  writeSolid(part("solid", 3), pathOf("solid.jt"));
+  const auto source = reopened(pathOf("solid.jt"));
+  JtExportRoot& root = *registry().computeNewExportRoot(documentAt(folder_.at("gear.kpak")));
+  root.partition()->addChild(source->child(0));
+  ApiErrStream::clearRecent();
+  for (const std::size_t lost : {0U, 1U}) {
+    registry().setJtVersion(lost == 0 ? ApiGraJtVersionData::JT_VERSION_9_5
+                                      : ApiGraJtVersionData::JT_VERSION_10_0);
+    EXPECT_TRUE(root.write()) << jt::lastError();
+    ASSERT_EQ(ApiErrStream::recent().size(), lost);
+  }
+  EXPECT_EQ(ApiErrStream::recent()[0].code, kLost);
+  EXPECT_EQ(ApiErrStream::recent()[0].arguments.at(0), "solid");
+  registry().setJtVersion(registry().getDefaultJtVersion());
+}
+
+TEST_F(ToolkitExport, KeepsExactGeometryOrReportsThePartThatLosesIt) {
+  writeSolid(part("solid", 3), pathOf("solid.jt"));
   for (const int format : {kOneFile, kPartFiles}) {
     for (const bool isExact : {true, false}) {
       for (const std::uint32_t version : {1U, 2U}) {

@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "ApiErrStream.h"
 #include "ApiSysFilePath.h"
 #include "DbDocument.h"
 #include "DmKrUtilsComputeHierarchyComplexity.h"
@@ -26,6 +27,14 @@ namespace {
 
 /// The viewer's partition is not shared beyond this many nodes.
 constexpr std::uint64_t kComplexityLimit = 100000;
+
+/// Tells the user what the version of the file has no form for.
+void reportLost(const jt::SaveReport& report) {
+  for (const jt::LostGeometry& lost : report.lostGeometry)
+    apiErr << ApiErrCode("JTEXPORT_EXACT_GEOMETRY_LEFT_OUT")
+           << ApiErrPosition(__FILE__, "JtwRoot::writeToDatastore", __LINE__) << lost.part
+           << lost.reason << endErr;
+}
 
 }  // namespace
 }  // namespace jtw
@@ -264,10 +273,8 @@ bool JtwRoot::writeToDatastore(JtNode* node, const jt::SaveOptions& options) {
     return false;
   }
   try {
-    if (node && node != partition_.get())
-      partition_->saveAs(node, place, options);
-    else
-      partition_->save(nullptr, options);
+    jtw::reportLost(node && node != partition_.get() ? partition_->saveAs(node, place, options)
+                                                     : partition_->save(nullptr, options));
     return true;
   } catch (const std::exception& failure) {
     jt::setLastError(failure, place->displayName().stringToMbs());
