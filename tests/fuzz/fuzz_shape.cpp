@@ -69,8 +69,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     explainAll(content, format);
     codec::VariantChoice variants;
-    const DecodedShape shape =
-        readShape(content, format, variants, {.limits = {.maxSegmentBytes = kMostBytes}});
+    ReadLimits limits;
+    limits.maxSegmentBytes = kMostBytes;
+    const DecodedShape shape = readShape(content, format, variants, {.limits = limits});
     if (!shape.mesh.flaw().empty()) finding("a mesh with a flaw was read");
     rewrite(shape.mesh, {});
     rewrite(shape.mesh, {.profile = codec::Profile::compact});
