@@ -20,6 +20,7 @@
 #include "JtwTree.h"
 #include "MemoryStream.h"
 #include "SegmentMutator.h"
+#include "StartedLibrary.h"
 #include "support/Choices.h"
 #include "support/SceneText.h"
 
@@ -218,12 +219,7 @@ void run(const CComPtr<MemoryStream>& stream, Choices& choices) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  static const bool isReady = [] {
-    JtwManager::init();
-    JtPartition::_autoLoadShapes = false;
-    return true;
-  }();
-  (void)isReady;
+  startLibrary();
   const std::size_t edits = std::min<std::size_t>(data[size - 1], size - 1);
   const auto bytes = std::as_bytes(std::span(data, size - 1 - edits));
   std::vector<std::uint32_t> numbers(data + bytes.size(), data + size - 1);

@@ -14,8 +14,8 @@
 
 #include "JtDrawing.h"
 #include "JtkwComponentExportRoot.h"
-#include "JtwManager.h"
 #include "SegmentMutator.h"
+#include "StartedLibrary.h"
 
 namespace {
 
@@ -116,12 +116,7 @@ void exportFile(const Folder& folder, unsigned choice) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  static const bool isReady = [] {
-    JtwManager::init();
-    JtPartition::_autoLoadShapes = false;
-    return true;
-  }();
-  (void)isReady;
+  startLibrary();
   static const Folder folder;
   folder.empty();
   std::ofstream(folder.at("in.jt"), std::ios::binary)

@@ -17,6 +17,7 @@
 #include "JtwPMIs.h"
 #include "JtwTree.h"
 #include "MemoryStream.h"
+#include "StartedLibrary.h"
 #include "VisMetaDataNode.h"
 #include "file/pmi/PMIElement.h"
 #include "file/pmi/PMITags.h"
@@ -221,8 +222,7 @@ void annotate(const PMIData& data, const Format& format) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  static const bool isReady = (JtwManager::init(), true);
-  (void)isReady;
+  startLibrary();
   const Format& format = kForms[data[0] % std::size(kForms)];
   const auto body = std::as_bytes(std::span(data, size)).subspan(1);
   try {

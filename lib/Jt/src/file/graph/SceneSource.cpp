@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "JtResidencyRequestManager.h"
+#include "file/segments/XtBrep.h"
 
 namespace jt::file {
 
@@ -227,11 +228,10 @@ Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
 }
 
 const std::vector<std::uint32_t>& SceneSource::poolAtoms() {
-  constexpr std::int32_t kMultiXt = 30;
   std::call_once(poolsFound_, [this] {
     std::unordered_set<JtGuid> open;
     for (const TocEntry& entry : container_->toc())
-      if (entry.type() == kMultiXt) open.insert(entry.id);
+      if (entry.type() == kMultiXtSegment) open.insert(entry.id);
     const ElementKind* lateLoaded = findElementKind(JtLateLoadedPropAtom::classTypeID());
     for (std::uint32_t element = firstAtom_; element < elementCount() && !open.empty(); ++element) {
       if (kind(element) != lateLoaded) continue;

@@ -73,7 +73,7 @@ std::shared_ptr<const Mesh> ShapeCache::decode(const TocEntry& entry) {
   return {counted, &counted->mesh};
 }
 
-/// Lets go of what nobody uses.
+/// Drops the decoded meshes that nobody else holds.
 void ShapeCache::dropUnused() noexcept {
   const std::lock_guard lock(mutex_);
   for (const auto& [entry, slot] : slots_)
