@@ -158,14 +158,16 @@ class Comparison {
     }
     std::vector<AttributeGroup> groups;  // in the order in which the types come up
     std::unordered_map<std::string, std::size_t> indices;
-    for (const JtNode* node : {&a, &b})
-      for (int i = 0; i < node->numAttributes(); ++i) {
-        const JtAttribute* attribute = node->attribute(i);
+    for (const bool inA : {true, false}) {  // both may be one node
+      const JtNode& node = inA ? a : b;
+      for (int i = 0; i < node.numAttributes(); ++i) {
+        const JtAttribute* attribute = node.attribute(i);
         const auto [index, isNew] = indices.try_emplace(elementName(attribute), groups.size());
         if (isNew) groups.push_back({index->first, {}, {}});
         AttributeGroup& group = groups[index->second];
-        (node == &a ? group.a : group.b).push_back(attribute);
+        (inA ? group.a : group.b).push_back(attribute);
       }
+    }
     for (AttributeGroup& group : groups)
       compareGroup(id, group.type, std::move(group.a), std::move(group.b));
   }
