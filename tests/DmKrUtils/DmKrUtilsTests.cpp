@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -41,6 +42,7 @@ class FaultyStream final : public IStream {
     return left;
   }
   IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override {
+    largestRead = std::max(largestRead, size);
     return inner_->Read(buffer, size, done);
   }
   IStreamResult Write(const void* buffer, std::size_t size, std::size_t& done) override {
@@ -60,7 +62,11 @@ class FaultyStream final : public IStream {
   IStreamResult Seek(std::int64_t move, IStreamOrigin origin, std::uint64_t* place) override {
     return inner_->Seek(move, origin, place);
   }
-  IStreamResult Stat(IStreamStat& stat) const override { return inner_->Stat(stat); }
+  IStreamResult Stat(IStreamStat& stat) const override {
+    const IStreamResult result = inner_->Stat(stat);
+    if (reported > 0) stat.size = reported;
+    return result;
+  }
   IStreamResult SetSize(std::uint64_t size) override { return inner_->SetSize(size); }
   IStreamResult Commit() override { return IStreamResult::ok; }
 
@@ -72,6 +78,8 @@ class FaultyStream final : public IStream {
   int failures = 0;
   std::size_t room = 0;
   int garble = 0;
+  std::uint64_t reported = 0;  // the size that it reports; 0: the true one
+  std::size_t largestRead = 0;
 
  private:
   ~FaultyStream() override = default;
@@ -213,6 +221,34 @@ TEST(TransactedFile, ASaveReportsAsASaveOfAFileDoes) {
     EXPECT_EQ(error.where().file, path);
   }
   EXPECT_EQ(contentOf(path), "of another program");
+}
+
+TEST(StreamStorage, TheSizeThatAStreamReportsIsNoReasonForMemory) {
+  const CComPtr<FaultyStream> stream(new FaultyStream(std::string(300'000, 'x')));
+  const auto location = jt::make<DmKrUtilsStreamStorageLocation>();
+  location->setStreamObject(jt::make<DmKrUtilsStreamObject>(stream).get());
+  const auto manager = DmKrUtilsStreamStorageManager::createInstance();
+  const auto code = [&] {
+    try {
+      return std::to_string(manager->open(*location)->bytes().size());
+    } catch (const JtFormatError& error) {
+      return error.code();
+    }
+  };
+  EXPECT_EQ(code(), "300000");
+  stream->reported = 3ULL << 30;
+  EXPECT_EQ(code(), "unreadable") << "it ends early";
+  EXPECT_LT(stream->largestRead, 600'000U);
+  stream->reported = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_EQ(code(), "too_large");
+  const jt::FilePiece piece{.bytes = std::as_bytes(std::span("new"))};
+  EXPECT_THROW(manager->save(*location, {&piece, 1}, {}), JtFormatError);
+  EXPECT_EQ(stream->content(), std::string(300'000, 'x'));
+  stream->reported = 0;
+  manager->setMaxStreamBytes(299'999);
+  EXPECT_EQ(code(), "too_large");
+  manager->setMaxStreamBytes(300'000);
+  EXPECT_EQ(code(), "300000");
 }
 
 TEST(StreamStorage, ALocationWithoutStreamIsNotFound) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "DmKrUtilsExport.h"
 #include "JtStorageManager.h"
 
@@ -19,6 +21,12 @@ class DMKR_API DmKrUtilsStreamStorageManager : public JtStorageManager {
   jt::Ref<JtStorageLocation> resolve(const JtStorageLocation& base,
                                      const JtString& relativePath) override;
 
+  /// The largest stream that is read, in bytes; 4 GiB at first. Opening or saving to a larger one
+  /// throws JtFormatError "too_large". Memory is taken as the stream delivers, not as it reports.
+  void setMaxStreamBytes(std::uint64_t bytes) noexcept { maxStreamBytes_ = bytes; }
+
  private:
   DmKrUtilsStreamStorageManager() = default;
+
+  std::uint64_t maxStreamBytes_ = 4ULL << 30;
 };

@@ -1,7 +1,7 @@
 #include "DmKrUtilsStreamStorageManager.h"
 
 #include <algorithm>
-#include <limits>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,29 +39,39 @@ const DmKrUtilsStreamStorageLocation* asStream(const JtStorageLocation& location
 /// The stream of a location, with the name that messages show.
 class Stream {
  public:
-  explicit Stream(const DmKrUtilsStreamStorageLocation& location)
-      : name_(location.displayName().stringToMbs()),
+  Stream(const DmKrUtilsStreamStorageLocation& location, std::uint64_t mostBytes)
+      : mostBytes_(mostBytes),
+        name_(location.displayName().stringToMbs()),
         stream_(location.streamObject() ? location.streamObject()->stream() : nullptr) {
     if (!stream_) fail("not_found", name_, "the document has no stream");
   }
 
   const std::string& name() const { return name_; }
 
+  /// Reads in blocks no larger than what has been read before: a stream may report any size.
+  /// Throws JtFormatError "too_large".
   IStreamResult read(Bytes& bytes) const {
+    constexpr std::uint64_t kFirstBlock = 1U << 16;
     IStreamStat stat;
     if (const auto result = stream_->Stat(stat); result != IStreamResult::ok) return result;
-    if (stat.size > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()))
-      return IStreamResult::outOfMemory;
+    if (stat.size > mostBytes_)
+      fail("too_large", name_,
+           "the stream has " + std::to_string(stat.size) + " bytes, more than the " +
+               std::to_string(mostBytes_) + " that are read (setMaxStreamBytes)");
     if (const auto result = rewind(); result != IStreamResult::ok) return result;
-    bytes.resize(static_cast<std::size_t>(stat.size));
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
+    bytes.clear();
+    std::uint64_t filled = 0;
+    while (filled < stat.size) {
+      const std::uint64_t block = std::min(stat.size - filled, std::max(kFirstBlock, filled));
+      bytes.resize(static_cast<std::size_t>(filled + block));
       std::size_t done = 0;
-      const auto result = stream_->Read(bytes.data() + filled, bytes.size() - filled, done);
+      const auto result =
+          stream_->Read(bytes.data() + filled, static_cast<std::size_t>(block), done);
       if (result != IStreamResult::ok) return result;
       if (done == 0) return IStreamResult::ioError;  // shorter than it said
-      filled += done;
+      filled += std::min<std::uint64_t>(done, block);
     }
+    bytes.resize(static_cast<std::size_t>(filled));
     return IStreamResult::ok;
   }
 
@@ -117,6 +127,7 @@ class Stream {
     return IStreamResult::ok;
   }
 
+  std::uint64_t mostBytes_;
   std::string name_;
   CComPtr<IStream> stream_;
 };
@@ -169,7 +180,7 @@ jt::Ref<DmKrUtilsStreamStorageManager> DmKrUtilsStreamStorageManager::createInst
 jt::Ref<jt::FileImage> DmKrUtilsStreamStorageManager::open(const JtStorageLocation& location) {
   const auto* place = dmkr::asStream(location);
   if (!place) return JtStorageManager::open(location);
-  const dmkr::Stream stream(*place);
+  const dmkr::Stream stream(*place, maxStreamBytes_);
   dmkr::Bytes bytes;
   if (const auto result = stream.read(bytes); result != IStreamResult::ok)
     dmkr::fail("unreadable", stream.name(),
@@ -182,7 +193,7 @@ jt::StorageSaveResult DmKrUtilsStreamStorageManager::save(const JtStorageLocatio
                                                           const jt::StorageSaveOptions& options) {
   const auto* place = dmkr::asStream(location);
   if (!place) return JtStorageManager::save(location, pieces, options);
-  return dmkr::saveStream(dmkr::Stream(*place), pieces, options.readBack);
+  return dmkr::saveStream(dmkr::Stream(*place, maxStreamBytes_), pieces, options.readBack);
 }
 
 jt::Ref<JtStorageLocation> DmKrUtilsStreamStorageManager::resolve(const JtStorageLocation& base,
