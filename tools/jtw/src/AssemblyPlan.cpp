@@ -184,7 +184,7 @@ AssemblyPlan readPlan(const std::string& text, const std::string& file) {
   } catch (const Json::parse_error& error) {
     // Not the parser's own text: it quotes bytes of the file.
     throw Failure(ExitCode::input, "not_json",
-                  "this is no JSON, from byte " + std::to_string(error.byte) + " on", where);
+                  "this is not JSON from byte " + std::to_string(error.byte) + " on", where);
   } catch (const Json::exception&) {
     throw Failure(ExitCode::input, "not_json", "a number in it is too large", where);
   }

@@ -16,10 +16,8 @@ Failure fromFormatError(ExitCode exit, const JtFormatError& error, const std::st
   jt::FilePosition where = error.where();
   if (where.file.empty()) where.file = file;
   std::string message = error.message();
-  if (exit == ExitCode::input && error.code() == "too_large" && where.file != "standard input")
-    message += "; options: --max-segment, --max-document";
-  if (exit == ExitCode::input && error.code() == "too_many_places")
-    message += "; option: --max-places";
+  const bool hasOwnOption = where.file == "standard input" && error.code() == "too_large";
+  if (exit == ExitCode::input && !hasOwnOption) message += limitOptions(error.code());
   return {exit, error.code(), message, std::move(where)};
 }
 
@@ -55,6 +53,12 @@ Failure saveFailure(const JtFormatError& error, const std::string& file) {
   const bool outputTooLarge = error.code() == "too_large" && error.where().segment.empty();
   const bool isOutput = outputTooLarge || contains(kOutputCodes, error.code());
   return fromFormatError(isOutput ? ExitCode::output : ExitCode::input, error, file);
+}
+
+const char* limitOptions(const std::string& code) {
+  if (code == "too_large") return "; options: --max-segment, --max-document";
+  if (code == "too_many_places") return "; option: --max-places";
+  return "";
 }
 
 bool isUnreadable(const std::string& code) {

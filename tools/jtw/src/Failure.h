@@ -47,6 +47,10 @@ Failure readFailure(const JtFormatError& error, const std::string& file);
 /// What a failed save becomes: the fault of the output, unless the error is about what was read.
 Failure saveFailure(const JtFormatError& error, const std::string& file);
 
+/// The end of a message: the options that raise the limit which an error with that code names.
+/// Empty for other errors.
+const char* limitOptions(const std::string& code);
+
 /// True for a file that is missing, or no JT file at all, by the code of the error.
 bool isUnreadable(const std::string& code);
 

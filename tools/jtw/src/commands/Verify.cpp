@@ -75,6 +75,11 @@ std::vector<jt::PartFile> listParts(JtStorageLocation& location, const jt::ReadL
   }
 }
 
+void nameOptions(std::vector<jt::Note>& findings) {
+  for (jt::Note& finding : findings)
+    if (finding.isError) finding.message += limitOptions(finding.code);
+}
+
 std::vector<jt::Note> examinePart(const jt::PartFile& part, const jt::ReadLimits& limits) {
   using State = jt::PartFile::State;
   std::vector<jt::Note> findings;
@@ -86,6 +91,7 @@ std::vector<jt::Note> examinePart(const jt::PartFile& part, const jt::ReadLimits
   if (part.state != State::read && isSound(findings))
     findings.push_back(
         {true, std::string("part_") + jt::stateName(part.state), {}, {}, part.error});
+  nameOptions(findings);
   return findings;
 }
 
@@ -100,6 +106,7 @@ Verdict examine(Session& session, const std::string& path) {
       path, jt::verify(*location, limits, [&](double done) { progress.update(done * share); }), {}};
   const Library library(session);
   addFrameFindings(*location, limits, verdict.findings);
+  nameOptions(verdict.findings);
   for (jt::PartFile& part : parts) {
     part.partition = nullptr;
     part.holders.clear();
