@@ -18,6 +18,7 @@
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtMesh.h"
+#include "JtPathAttributes.h"
 #include "JtTexture.h"
 #include "JtkAssembly.h"
 #include "JtkEntityFactory.h"
@@ -489,6 +490,92 @@ TEST_F(ToolkitExport, KeepsExactGeometryOrReportsThePartThatLosesIt) {
       }
     }
   }
+}
+
+/// "17 (1 2 3) hidden" for each property that names precise geometry, sorted.
+std::multiset<std::string> solidsOf(const JtNode& top) {
+  std::multiset<std::string> found;
+  struct Step {
+    const JtNode* node;
+    jt::Matrix4 toRoot;
+    bool isHidden;
+  };
+  std::vector<Step> open{{&top, jt::kIdentity, false}};
+  while (!open.empty()) {
+    Step step = open.back();
+    open.pop_back();
+    bool isFinal = false;
+    step.toRoot = jt::multiply(jt::localTransform(*step.node, isFinal), step.toRoot);
+    step.isHidden = step.isHidden || step.node->isIgnored();
+    JtPropAtom* key = nullptr;
+    JtPropAtom* value = nullptr;
+    for (int i = 0; step.node->getProperty(i, key, value); ++i) {
+      const auto* late = jt::as<JtLateLoadedPropAtom>(value);
+      if (!late || late->segmentType() < 17) continue;
+      const jt::Matrix4& m = step.toRoot;
+      char text[120];
+      std::snprintf(text, sizeof text, "%d x%g (%g %g %g)%s", late->segmentType(), m[0], m[12],
+                    m[13], m[14], step.isHidden ? " hidden" : "");
+      found.insert(text);
+    }
+    for (int i = 0; i < step.node->numChildren(); ++i)
+      open.push_back({step.node->child(i), step.toRoot, step.isHidden});
+  }
+  return found;
+}
+
+TEST_F(ToolkitExport, TakesExactGeometryOfNodesBelowAPartAlong) {
+  constexpr const char* kOther = "4a540000-0001-0002-0000-000000000000";
+  const auto move = [](double x, double y, double z) {
+    return jt::make<JtXform>(jt::Matrix4{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, x, y, z, 1});
+  };
+  const auto solid = part("solid", 3);
+  setText(*solid, Jt::jtPropMeasurementUnits, "Centimeters");
+  solid->appendAttribute(move(5, 6, 7).get());
+  const auto moved = jt::make<JtGroup>();
+  const auto plain = jt::make<JtGroup>();
+  const auto hidden = jt::make<JtGroup>();
+  moved->appendAttribute(move(1, 2, 3).get());
+  hidden->setIgnored(true);
+  for (const auto& group : {moved, plain, hidden}) {
+    addSegment(*group, kXtKey, 17, kOther, {std::byte{7}});
+    solid->addChild(group.get());
+  }
+  addSegment(*hidden, "JT_LLPROP_WFREP", 18, kOther, {std::byte{5}});
+  addSegment(*solid->child(0), kXtKey, 17, kOther, {std::byte{9}});
+  moved->addChild(plain.get());
+  const auto assembly = jt::make<VisMetaDataNode>();
+  addSegment(*assembly, kXtKey, 17, kOther, {std::byte{8}});
+  assembly->addChild(solid.get());
+  const auto made = jt::make<JtPartition>();
+  made->setVersion({9, 5});
+  made->addChild(assembly.get());
+  const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(pathOf("nested.jt")));
+  made->save(place.get());
+  const std::multiset<std::string> kAll{"17 x1 (0 0 0)",           "17 x1 (50 60 70)",
+                                        "17 x1 (50 60 70)",        "17 x1 (60 80 100)",
+                                        "17 x1 (60 80 100)",       "17 x1 (50 60 70) hidden",
+                                        "18 x10 (50 60 70) hidden"};
+  for (const int format : {kOneFile, kPartFiles})
+    for (const bool isExact : {true, false})
+      for (const std::uint32_t version : {1U, 2U}) {  // 10.0 has no form for them
+        const auto source = reopened(pathOf("nested.jt"));
+        JtkwComponentExportRoot root;
+        root.initImporter();
+        root.initializeJtkRoot(ApiKey(1), L"x", pathOf("out.jt"));
+        ASSERT_TRUE(root.importHierarchy(ApiKey(2), ApiKey(1), source->child(0)));
+        ASSERT_TRUE(writeExact(root, format, version, isExact)) << jt::lastError();
+        root.deleteImporter();
+        const auto top = reopened(pathOf("out.jt"));
+        const bool isKept = isExact && version == 1;
+        EXPECT_EQ(solidsOf(*top), isKept ? kAll : std::multiset<std::string>{});
+        std::multiset<std::string> lost;
+        for (const jtk::LeftOut& left : root.report().leftOut)
+          lost.insert(left.part.stringToMbs() + " " + left.what);
+        EXPECT_EQ(lost.contains("solid exact geometry"), isExact && !isKept);
+        EXPECT_EQ(lost.empty(), isKept || !isExact);
+        EXPECT_EQ(lost.size(), isExact && !isKept ? 3U : 0U) << "two kinds of the part, one above";
+      }
 }
 
 TEST_F(ToolkitExport, BringsTheSegmentAlongThatExactGeometryNamesBodiesIn) {

@@ -4,6 +4,7 @@
 
 #include "JtPropAtom.h"
 #include "JtString.h"
+#include "JtXform.h"
 #include "JtkWire.h"
 
 /// Precise geometry of a part: a handle on the segment that holds it, whose bytes are carried; of a
@@ -21,6 +22,15 @@ class JTK_API JtkBrep final : public JtkEntity {
   /// Type of the segment: 17 XT, 18 wireframe, 2 JT B-rep, ...
   int segmentType() const noexcept { return atom_->segmentType(); }
 
+  /// Where the geometry lies in its part, in millimetres for row vectors; the identity as a rule.
+  const jt::Matrix4& placement() const noexcept { return placement_; }
+  /// True when the geometry is not shown.
+  bool isHidden() const noexcept { return isHidden_; }
+  void setPlacement(const jt::Matrix4& placement, bool isHidden) {
+    placement_ = placement;
+    isHidden_ = isHidden;
+  }
+
   /// How many entities of a type there are: wires.
   int numEntities(TypeID type) const noexcept;
   /// Not owned; null when there is none.
@@ -37,4 +47,6 @@ class JTK_API JtkBrep final : public JtkEntity {
   JtString key_;
   jt::Ref<JtLateLoadedPropAtom> atom_;
   std::vector<jt::Ref<JtkWire>> wires_;
+  jt::Matrix4 placement_ = jt::kIdentity;
+  bool isHidden_ = false;
 };

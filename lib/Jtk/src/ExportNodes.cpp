@@ -86,9 +86,24 @@ void writeShapes(const JtkPart& from, JtGroup& to) {
   to.addChild(lod.get());
 }
 
-void writeBreps(const JtkPart& from, JtNode& to) {
+void writeBreps(const JtkPart& from, JtGroup& to) {
   const auto write = [&](const JtkBrep* brep) {
-    if (brep) to.addProperty(jt::make<JtStringPropAtom>(brep->key()).get(), brep->atom(), true);
+    if (!brep) return;
+    JtNode* holder = &to;
+    const bool isPlain = brep->placement() == jt::kIdentity && !brep->isHidden();
+    if (!isPlain || to.property(brep->key())) {
+      // Wireframes are drawn of parts.
+      constexpr int kWireframe = 18;
+      const jt::Ref<JtGroup> own = brep->segmentType() == kWireframe
+                                       ? jt::Ref<JtGroup>(jt::make<VisPartNode>())
+                                       : jt::make<JtGroup>();
+      if (brep->placement() != jt::kIdentity)
+        own->appendAttribute(jt::make<JtXform>(brep->placement()).get());
+      own->setIgnored(brep->isHidden());
+      to.addChild(own.get());
+      holder = own.get();
+    }
+    holder->addProperty(jt::make<JtStringPropAtom>(brep->key()).get(), brep->atom(), true);
   };
   write(from.brep());
   write(from.wireframeBrep());

@@ -16,8 +16,9 @@ void writeValues(JtkHierarchy& from, JtNode& to);
 void writeAttributes(const JtkHierarchy& from, JtNode& to);
 /// The shapes of a part below `to`, levels of detail below an LOD node.
 void writeShapes(const JtkPart& from, JtGroup& to);
-/// The precise geometry of a part as properties.
-void writeBreps(const JtkPart& from, JtNode& to);
+/// The precise geometry of a part as properties: of `to`, or of a node of its own below `to` where
+/// it is placed or hidden, and where the key is in use.
+void writeBreps(const JtkPart& from, JtGroup& to);
 
 /// Triangles of the finest level of detail.
 std::uint64_t triangleCount(const JtkPart& part);

@@ -12,6 +12,7 @@
 #include "JtSourceFile.h"
 #include "JtStorageManager.h"
 #include "JtTexture.h"
+#include "PartBreps.h"
 
 namespace {
 
@@ -57,10 +58,9 @@ DroppedSegments droppedSegments(const jt::SaveReport& report) {
   return dropped;
 }
 
-/// Why precise geometry that a node names was left out, once for each reason.
-std::vector<std::string> lostBreps(const JtNode& node, const DroppedSegments& dropped) {
-  std::vector<std::string> reasons;
-  if (dropped.empty()) return reasons;
+/// Adds why precise geometry that a node names was left out, once for each reason.
+void addLostBreps(const JtNode& node, const DroppedSegments& dropped,
+                  std::vector<std::string>& reasons) {
   JtPropAtom* key = nullptr;
   JtPropAtom* value = nullptr;
   for (int i = 0; node.getProperty(i, key, value); ++i) {
@@ -70,7 +70,20 @@ std::vector<std::string> lostBreps(const JtNode& node, const DroppedSegments& dr
     if (found != dropped.end() && std::ranges::find(reasons, found->second) == reasons.end())
       reasons.push_back(found->second);
   }
+}
+
+/// Why precise geometry of a part was left out, once for each reason.
+std::vector<std::string> lostBreps(const JtNode& part, const DroppedSegments& dropped) {
+  std::vector<std::string> reasons;
+  if (dropped.empty()) return reasons;
+  addLostBreps(part, dropped, reasons);
+  for (int i = 0; i < part.numChildren(); ++i) addLostBreps(*part.child(i), dropped, reasons);
   return reasons;
+}
+
+/// True for a node that held precise geometry, which was left out.
+bool isEmptied(const JtNode& node) {
+  return jt::as<JtGroup>(&node) && node.numChildren() == 0 && node.numProperties() == 0;
 }
 
 /// The file with the image of a texture, when a file at `place` does not lead to it; else empty.
@@ -156,6 +169,12 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
     throw;
   }
   if (folder_) folder_->commit();
+  const auto dropped = droppedSegments(report_.saved);
+  for (const auto& [node, nodeName] : solidNodes_) {
+    std::vector<std::string> reasons;
+    addLostBreps(*node, dropped, reasons);
+    for (const auto& reason : reasons) leaveOut(nullptr, nodeName, "exact geometry", reason);
+  }
   for (jt::SaveWarning& warning : warnings_) report_.saved.warnings.push_back(std::move(warning));
   report_.files.push_back({report_.saved.file, {}, folder_ ? 0 : report_.parts});
   if (!exporter_.dryRun_) report_.files.back().bytes = bytesOf(*target);
@@ -239,6 +258,10 @@ jt::Ref<JtNode> JtkExportRun::nodeOf(JtkHierarchy& from) {
     node = jt::make<VisMetaDataNode>();
   count(from);
   jtk::writeValues(from, *node);
+  if (exporter_.geometry_ != JtkCADExporter::EXACT_GEOMETRY)
+    jtk::removeBreps(*node);
+  else if (jtk::hasBreps(*node))
+    solidNodes_.emplace_back(node, from.name());
   noteFiles(*node);
   jtk::writeAttributes(from, *node);
   noteTextures(*node, nullptr, from.name(), *place_);
@@ -501,7 +524,7 @@ void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) 
     for (const auto& reason : lostBreps(*content.shell, dropped))
       content.leftOut.emplace_back("exact geometry", reason);
     for (int index = 0; index < shell->numChildren(); ++index)
-      content.shapes.emplace_back(shell->child(index));
+      if (!isEmptied(*shell->child(index))) content.shapes.emplace_back(shell->child(index));
     JtPropAtom* key = nullptr;
     JtPropAtom* value = nullptr;
     for (int index = 0; shell->getProperty(index, key, value); ++index)

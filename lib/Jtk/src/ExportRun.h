@@ -94,6 +94,8 @@ class JtkExportRun {
   std::unordered_map<const JtkHierarchy*, int> parents_;
   std::unordered_map<const JtkHierarchy*, jt::Ref<JtNode>> made_;
   std::vector<Item> open_;
+  /// Assemblies and instances with precise geometry of their own, and their names.
+  std::vector<std::pair<jt::Ref<JtNode>, JtString>> solidNodes_;
 
   std::unique_ptr<jt::PartFolder> folder_;
   std::map<FileKey, PartFile> filesBySource_;

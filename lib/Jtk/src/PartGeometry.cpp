@@ -9,6 +9,7 @@
 #include "JtPathAttributes.h"
 #include "JtSwitch.h"
 #include "NodeUnits.h"
+#include "PartBreps.h"
 
 namespace jtk {
 namespace {
@@ -50,9 +51,19 @@ void addShape(JtkPart& part, const JtShape& shape, const Step& step, double scal
   auto* own = jt::as<JtShape>(copy.get());
   if (!own) return;
   if (step.hasAttributes) takePath(*own, step);
+  removeBreps(*own);
   if (scale != 1) scaleShape(*own, scale);
   if (step.isHidden) own->setIgnored(true);
   part.addShape(own, std::max(step.lod, 0), JtkPart::listOf(*own));
+}
+
+/// A part keeps its own transforms, those below it go to the geometry.
+void addBrepsOf(JtkPart& part, const Step& step, bool isPart, double scale) {
+  if (!hasBreps(*step.node)) return;
+  jt::PathAttributes path = step.path;
+  if (!isPart) path.enter(*step.node);
+  addBreps(part, *step.node, path.toRoot(), scale,
+           !isPart && (step.isHidden || step.node->isIgnored()));
 }
 
 /// The step from a node to one of its children.
@@ -90,13 +101,14 @@ void pushChildren(const Step& step, bool isTop, std::vector<Step>& open) {
 
 }  // namespace
 
-void addShapes(JtkPart& part, JtNode& node, double scale) {
+void addGeometry(JtkPart& part, JtNode& node, double scale, bool isExact) {
   constexpr std::size_t kMostPaths = 1'000'000;
   std::vector<Step> open{{&node, -1, false, {}, {}, false}};
   bool isTop = !jt::as<JtShape>(&node) && !jt::as<JtLOD>(&node);
   for (std::size_t paths = 0; !open.empty() && paths < kMostPaths; ++paths) {
     const Step step = std::move(open.back());
     open.pop_back();
+    if (isExact) addBrepsOf(part, step, isTop, scale);
     if (const auto* lod = jt::as<JtRangeLOD>(step.node);
         lod && part.rangeLimits().empty() && !lod->rangeLimits().empty()) {
       std::vector<float> limits = lod->rangeLimits();
@@ -109,6 +121,7 @@ void addShapes(JtkPart& part, JtNode& node, double scale) {
       pushChildren(step, isTop, open);
     isTop = false;
   }
+  if (isExact) addBodyPools(part);
   if (!open.empty())
     part.setMissingShapes("the part has more than " + std::to_string(kMostPaths) +
                           " places of groups and shapes");

@@ -1,8 +1,6 @@
 #include "SceneImport.h"
 
-#include <string>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 
 #include "Jt.h"
@@ -10,7 +8,6 @@
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtPartition.h"
-#include "JtSourceFile.h"
 #include "JtSwitch.h"
 #include "JtkEntityFactory.h"
 #include "JtkMaterial.h"
@@ -18,6 +15,7 @@
 #include "JtkXTEntityFactory.h"
 #include "NodeUnits.h"
 #include "PMIScale.h"
+#include "PartBreps.h"
 #include "PartGeometry.h"
 #include "VisPartNode.h"
 
@@ -46,7 +44,8 @@ bool hasGeometryOnly(const JtNode& top) {
 
 /// True for a node that says nothing itself: what is below takes its place.
 bool isTransparent(const JtNode& node) {
-  if (isStructure(node) || isGeometry(node) || node.numAttributes() > 0 || node.isIgnored())
+  if (isStructure(node) || isGeometry(node) || node.numAttributes() > 0 || node.isIgnored() ||
+      jtk::hasBreps(node))
     return false;
   return jt::as<JtPartition>(&node) || jt::as<JtSwitch>(&node) || Jt::name(&node).isEmpty();
 }
@@ -162,8 +161,8 @@ jt::Ref<JtkHierarchy> JtkSceneImport::make(JtNode& node, double scale) const {
     JtkPart* part = JtkEntityFactory::createPart(name.stringToMbs().c_str(), 0, 0);
     made = jt::Ref<JtkHierarchy>(part);
     part->setSceneGraphName(name);
-    if (importer_.load_ != JtkCADImporter::STRUCTURE) jtk::addShapes(*part, node, scale);
-    if (importer_.load_ == JtkCADImporter::EXACT) takeBreps(*part, node);
+    const bool isExact = importer_.load_ == JtkCADImporter::EXACT;
+    if (importer_.load_ != JtkCADImporter::STRUCTURE) jtk::addGeometry(*part, node, scale, isExact);
   } else if (jt::as<JtInstance>(&node)) {
     made = jt::Ref<JtkHierarchy>(JtkEntityFactory::createInstance(name, nullptr));
   } else {
@@ -197,7 +196,11 @@ void JtkSceneImport::takeProperty(JtkHierarchy& made, const JtString& key,
   if (key == name || key == units || isAddressKey(key)) return;
   if (const auto* late = jt::as<JtLateLoadedPropAtom>(&value)) {
     const bool isShape = late->segmentType() >= 6 && late->segmentType() <= 16;
-    if (isShape || JtkBrep::isSegmentType(late->segmentType())) return;
+    const bool isBrep = JtkBrep::isSegmentType(late->segmentType());
+    // That of parts is loaded with their shapes.
+    if (isShape || (isBrep && (made.isOfType(JtkEntity::PART) ||
+                               importer_.load_ == JtkCADImporter::TESSELLATION)))
+      return;
   }
   const auto property = jt::make<JtkProperty>(key, jt::Ref<JtPropAtom>(&value));
   if (!importer_.onProperty_ || importer_.onProperty_(property.get(), &made) != 0)
@@ -231,45 +234,4 @@ void JtkSceneImport::takePMI(JtkUnitHierarchy& made, JtNode& node, double scale)
   } catch (const JtFormatError& error) {
     jt::setLastError(error.what());
   }
-}
-
-/// Takes the segments along that XT geometry names bodies in. Other nodes of the file may name
-/// them.
-void JtkSceneImport::takeBodyPools(JtkPart& part) {
-  std::unordered_set<JtGuid> known;
-  std::vector<const JtkBrep*> breps{part.brep()};
-  for (int i = 0; i < part.numIndexedBreps(); ++i) breps.push_back(part.indexedBrep(i));
-  for (const JtkBrep* brep : breps)
-    if (brep) known.insert(brep->atom()->segmentId());
-  int number = 1;
-  for (const JtkBrep* brep : breps) {
-    if (!brep) continue;
-    for (const auto& pool : jt::bodyPoolsOf(*brep->atom())) {
-      if (!known.insert(pool->segmentId()).second) continue;
-      std::string key = "JT_LLPROP_MULTIXTBREP";
-      if (number++ > 1) key += std::to_string(number - 1);
-      part.setIndexedBrep(part.numIndexedBreps(),
-                          jt::make<JtkBrep>(JtString(key), pool.get()).get());
-    }
-  }
-}
-
-void JtkSceneImport::takeBreps(JtkPart& part, const JtNode& node) {
-  JtPropAtom* key = nullptr;
-  JtPropAtom* value = nullptr;
-  constexpr int kXT = 17;
-  constexpr int kWireframe = 18;
-  for (int i = 0; node.getProperty(i, key, value); ++i) {
-    const auto* text = jt::as<JtStringPropAtom>(key);
-    auto* late = jt::as<JtLateLoadedPropAtom>(value);
-    if (!text || !late || !JtkBrep::isSegmentType(late->segmentType())) continue;
-    const auto brep = jt::make<JtkBrep>(text->value(), late);
-    if (late->segmentType() == kXT && !part.brep())
-      part.setBrep(brep.get());
-    else if (late->segmentType() == kWireframe && !part.wireframeBrep())
-      part.setWireframeBrep(brep.get());
-    else
-      part.setIndexedBrep(part.numIndexedBreps(), brep.get());
-  }
-  takeBodyPools(part);
 }

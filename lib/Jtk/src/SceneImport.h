@@ -32,8 +32,6 @@ class JtkSceneImport {
   void takeProperty(JtkHierarchy& made, const JtString& key, JtPropAtom& value) const;
   void takeAttribute(JtkHierarchy& made, JtAttribute& attribute, double scale) const;
   void takePMI(JtkUnitHierarchy& made, JtNode& node, double scale) const;
-  static void takeBreps(JtkPart& part, const JtNode& node);
-  static void takeBodyPools(JtkPart& part);
 
   const JtkCADImporter& importer_;
   jt::Ref<JtkHierarchy> top_;
