@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <set>
 
 #include "ApiClock.h"
@@ -662,6 +663,31 @@ TEST_F(ToolkitExport, FailsWholeForASourceThatCannotBeReadAndForAFullDisk) {
   }
 }
 
+/// A kind of shape that no form of the format knows.
+struct StrangeShape : JtNullShape {
+  const JtType* typeID() const override {
+    static const JtType type("StrangeShape", JtNullShape::classTypeID(), *JtGuid::parse(kPoolType));
+    return &type;
+  }
+  jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new StrangeShape(*this)); }
+};
+
+TEST_F(ToolkitExport, LeavesOutGeometryThatHasNoForm) {
+  const std::vector<jt::Ref<VisPartNode>> nodes{part("a", 2), part("b", 4), part("c", 3)};
+  nodes[1]->addChild(jt::Ref<JtNode>(new StrangeShape()).get());
+  for (const int format : {kOneFile, kPartFiles}) {
+    JtkwExportRoot root;
+    root.initializeJtkRoot(ApiKey(1), L"x", pathOf("x.jt"));
+    for (const wchar_t* name : {L"a", L"b", L"c"})
+      root.createEntityNode(ApiKey(1),
+                            data(name, nodes[static_cast<std::size_t>(name[0] - L'a')].get()));
+    ASSERT_TRUE(write(root, format)) << jt::lastError();
+    ASSERT_EQ(root.report().leftOut.size(), 1U);
+    EXPECT_EQ(root.report().leftOut[0].part.stringToMbs(), "b");
+    EXPECT_EQ(extent(*reopened(pathOf("x.jt"))), "(0 0 0)-(3 6 4)");
+  }
+}
+
 TEST_F(ToolkitExport, ReportsGeometryBehindMoreThanAMillionPaths) {
   if (!std::getenv("JTW_LONG_TESTS")) GTEST_SKIP() << "JTW_LONG_TESTS is not set";
   // Twenty levels of two groups each have a million paths.
@@ -682,22 +708,62 @@ TEST_F(ToolkitExport, ReportsGeometryBehindMoreThanAMillionPaths) {
   EXPECT_EQ(root.report().leftOut[0].what, "geometry");
 }
 
-TEST_F(ToolkitExport, ReportsTexturesWhoseImageTheFileDoesNotLeadTo) {
-  const auto node = part("plank", 1);
-  const auto texture = jt::make<JtTextureImage>();
-  texture->setFileName(JtString("images/oak.png"));
-  node->appendAttribute(texture.get());
-  for (const bool isThere : {false, true}) {
-    if (isThere) folder_.folder("images");
-    if (isThere) folder_.file("images/oak.png", "pixels");
+TEST_F(ToolkitExport, CopiesImagesOfTexturesOrReportsThem) {
+  folder_.folder("src");
+  folder_.folder("src/images");
+  folder_.folder("out");
+  folder_.file("src/images/oak.png", "pixels");
+  folder_.file("src/images/key.txt", "secret");
+  bool isFull = false;
+  const auto exported = [&](const JtString& image, int format, std::string& left) {
+    const auto node = part("plank", 1);
+    const auto texture = jt::make<JtTextureImage>();
+    texture->setFileName(image);
+    node->child(0)->appendAttribute(texture.get());
+    const auto made = jt::make<JtPartition>();
+    made->addChild(node.get());
+    const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(pathOf("src/plank.jt")));
+    made->save(place.get());
+    const auto source = reopened(pathOf("src/plank.jt"));
     JtkwComponentExportRoot root;
     root.initImporter();
-    root.initializeJtkRoot(ApiKey(1), L"x", pathOf("plank.jt"));
-    ASSERT_TRUE(root.importHierarchy(ApiKey(2), ApiKey(1), node.get()));
-    ASSERT_TRUE(write(root, kOneFile)) << jt::lastError();
+    root.initializeJtkRoot(ApiKey(1), L"hall.jt", pathOf("out/hall.jt"));
+    EXPECT_TRUE(root.importHierarchy(ApiKey(2), ApiKey(1), source->child(0)));
+    std::optional<FileSizeLimit> limit;
+    if (isFull) limit.emplace(100);
+    const bool isWritten = write(root, format);
     root.deleteImporter();
-    ASSERT_EQ(root.report().leftOut.size(), isThere ? 0U : 1U);
-    for (const auto& left : root.report().leftOut) EXPECT_EQ(left.what, "texture image");
+    left.clear();
+    for (const jtk::LeftOut& one : root.report().leftOut) left += one.what + ": " + one.reason;
+    return isWritten;
+  };
+  const auto contentOf = [&](const std::string& name) {
+    std::ifstream file(pathOf(name), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  std::string left;
+  const struct {
+    int format;
+    std::string folder;
+  } cases[] = {{kOneFile, "out/"}, {kPartFiles, "out/hall/"}};
+  for (const auto& [format, folder] : cases) {
+    isFull = true;
+    EXPECT_FALSE(exported(JtString("images\\oak.png"), format, left));
+    isFull = false;
+    EXPECT_FALSE(fs::exists(pathOf(folder + "images"))) << "a failed export leaves no image";
+    for (int again = 0; again < 2; ++again) {
+      ASSERT_TRUE(exported(JtString("images\\oak.png"), format, left)) << jt::lastError();
+      EXPECT_EQ(left, "");
+      EXPECT_EQ(contentOf(folder + "images/oak.png"), "pixels");
+    }
+    folder_.file(folder + "images/oak.png", "of somebody else");
+    for (const char* name :
+         {"images/oak.png", "images/key.txt", "../src/images/oak.png", "no.png"}) {
+      ASSERT_TRUE(exported(JtString(name), format, left)) << jt::lastError();
+      EXPECT_TRUE(left.starts_with("texture image: ")) << name << left;
+    }
+    EXPECT_EQ(contentOf(folder + "images/oak.png"), "of somebody else");
+    EXPECT_FALSE(fs::exists(pathOf(folder + "images/key.txt")));
   }
 }
 

@@ -11,6 +11,13 @@
 namespace jtk {
 namespace {
 
+constexpr int spoolFilesOf(std::uint64_t bytes) {
+  int files = 0;
+  for (std::uint64_t stored = 0; stored < bytes; ++files) stored += spoolGroupSize(stored);
+  return files;
+}
+static_assert(spoolFilesOf(std::uint64_t(20) << 40U) < 62'000, "20 TiB need too many files");
+
 constexpr const char* kPMIKey = "JT_LLPROP_PMI";
 
 void setText(JtNode& node, const char* key, const JtString& text) {

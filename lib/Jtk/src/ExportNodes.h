@@ -24,5 +24,12 @@ void writeBreps(const JtkPart& from, JtGroup& to);
 std::uint64_t triangleCount(const JtkPart& part);
 /// About how many bytes of memory the geometry takes when it is decoded.
 std::uint64_t sizeOf(const JtkPart& part);
+/// How much geometry is to go into the next file of a spool. The system maps some 65,000 files: the
+/// more is stored, the larger a file gets, so that no disk has room for as many.
+constexpr std::uint64_t spoolGroupSize(std::uint64_t stored) {
+  constexpr std::uint64_t kLeast = 4U << 20U;
+  constexpr std::uint64_t kFilesOfLeast = 8192;
+  return std::max(kLeast, stored / kFilesOfLeast);
+}
 
 }  // namespace jtk

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 
 #include "ExportNodes.h"
 #include "Jt.h"
@@ -86,18 +87,6 @@ bool isEmptied(const JtNode& node) {
   return jt::as<JtGroup>(&node) && node.numChildren() == 0 && node.numProperties() == 0;
 }
 
-/// The file with the image of a texture, when a file at `place` does not lead to it; else empty.
-std::string lostImage(const JtAttribute& attribute, const JtStorageLocation& place) {
-  const auto* texture = jt::as<JtTextureImage>(&attribute);
-  const JtString name = texture ? texture->fileName() : JtString();
-  if (name.isEmpty()) return {};
-  const auto found = JtStorageManager::current()->resolve(place, name);
-  const auto* file = dynamic_cast<const JtFSStorageLocation*>(found.get());
-  std::error_code ignored;
-  if (file && std::filesystem::exists(file->fullFilePath(), ignored)) return {};
-  return name.stringToMbs();
-}
-
 jt::Ref<JtPartition> newPartition(jt::FileVersion version) {
   auto partition = jt::make<JtPartition>(nullptr, true);
   partition->setVersion(version);
@@ -168,6 +157,7 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
     isFinal(error);  // a source may have values that are copied only now
     throw;
   }
+  images_.commit();
   if (folder_) folder_->commit();
   const auto dropped = droppedSegments(report_.saved);
   for (const auto& [node, nodeName] : solidNodes_) {
@@ -264,7 +254,7 @@ jt::Ref<JtNode> JtkExportRun::nodeOf(JtkHierarchy& from) {
     solidNodes_.emplace_back(node, from.name());
   noteFiles(*node);
   jtk::writeAttributes(from, *node);
-  noteTextures(*node, nullptr, from.name(), *place_);
+  bringTextures(*node, nullptr, from.name(), *place_);
   return node;
 }
 
@@ -313,7 +303,7 @@ void JtkExportRun::checkGeometry(JtkPart& part, const JtStorageLocation& place) 
       for (int i = part.numShapes(lod, list); i-- > 0;) {
         const JtShape& shape = *part.shape(lod, i, list);
         noteFile(shape);
-        noteTextures(shape, part.geometrySource(), nameOf(part), place);
+        bringTextures(shape, part.geometrySource(), nameOf(part), place);
         const bool isDecoded = shape.takes() || jt::as<JtPrimitiveSet>(&shape);
         if (!isDecoded || !shape.hasMesh()) continue;
         if (shape.mesh()) {
@@ -333,9 +323,7 @@ void JtkExportRun::checkGeometry(JtkPart& part, const JtStorageLocation& place) 
 
 void JtkExportRun::noteFile(const JtSceneObject& object) {
   const jt::FileImage* file = jt::fileOf(object);
-  if (!file || readFiles_.contains(file)) return;
-  readFiles_.emplace(file, const_cast<jt::FileImage*>(file));
-  sourceFiles_.insert(file->name());
+  if (file && readFiles_.try_emplace(file, file).second) sourceFiles_.insert(file->name());
 }
 
 /// The files that values of a node are copied from.
@@ -400,7 +388,7 @@ jt::Ref<JtNode> JtkExportRun::partInFile(JtkPart& part) {
   if (part.numAttributes() == 0 && known == filesBySource_.end()) return jt::Ref<JtNode>(reference);
   auto instance = jt::make<JtInstance>();
   jtk::writeAttributes(part, *instance);
-  noteTextures(*instance, part.geometrySource(), nameOf(part), *place_);
+  bringTextures(*instance, part.geometrySource(), nameOf(part), *place_);
   instance->setChild(reference.get());
   return jt::Ref<JtNode>(instance);
 }
@@ -445,7 +433,7 @@ jt::Ref<JtNode> JtkExportRun::partInSpool(JtkPart& part) {
   jtk::writeValues(part, *node);
   noteFiles(*node);
   jtk::writeAttributes(part, *node);
-  noteTextures(*node, part.geometrySource(), nameOf(part), *place_);
+  bringTextures(*node, part.geometrySource(), nameOf(part), *place_);
   JtNode* source = const_cast<JtNode*>(part.geometrySource());
   std::shared_ptr<Content>* known = nullptr;
   if (source) {
@@ -473,34 +461,47 @@ jt::Ref<JtNode> JtkExportRun::partInSpool(JtkPart& part) {
   if (exporter_.geometry_ == JtkCADExporter::EXACT_GEOMETRY) jtk::writeBreps(part, *content->shell);
   pending_.push_back(content);
   pendingBytes_ += jtk::sizeOf(part);
-  constexpr std::uint64_t kMostPending = 4U << 20U;
-  if (pendingBytes_ >= kMostPending) flush();
+  if (pendingBytes_ >= jtk::spoolGroupSize(storedBytes_)) flush();
   return jt::Ref<JtNode>(node);
 }
 
-/// Stores the geometry that waits. Where it cannot be stored together each part is tried alone.
+/// Stores the geometry that waits, in one file: the system maps some tens of thousands.
 void JtkExportRun::flush() {
-  const auto contents = std::move(pending_);
+  auto contents = std::move(pending_);
   pending_.clear();
-  pendingBytes_ = 0;
+  storedBytes_ += std::exchange(pendingBytes_, 0);
   if (contents.empty()) return;
   try {
     store(contents);
-    releaseSources();
-    return;
   } catch (const JtFormatError& error) {
     if (isFinal(error)) throw;
-  }
-  for (const auto& content : contents) {
-    try {
-      store({content});
-    } catch (const JtFormatError& error) {
-      if (isFinal(error)) throw;
-      content->leftOut.emplace_back("geometry", error.what());
-      hand(*content);
-    }
+    std::erase_if(contents, [&](const auto& content) { return !hasForm(*content); });
+    if (!contents.empty()) store(contents);
   }
   releaseSources();
+}
+
+/// Encodes without storing anything.
+jt::SaveReport JtkExportRun::encode(JtPartition& content) const {
+  jt::SaveOptions options = saveOptions();
+  options.dryRun = true;
+  return content.save(jt::make<JtFSStorageLocation>(JtString(), JtString("spool.jt")).get(),
+                      options);
+}
+
+/// False for geometry that cannot be encoded: it is left out.
+bool JtkExportRun::hasForm(Content& content) {
+  const auto alone = newPartition(exporter_.version_);
+  alone->addChild(content.shell.get());
+  try {
+    encode(*alone);
+    return true;
+  } catch (const JtFormatError& error) {
+    if (isFinal(error)) throw;
+    content.leftOut.emplace_back("geometry", error.what());
+    hand(content);
+    return false;
+  }
 }
 
 void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) {
@@ -509,8 +510,7 @@ void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) 
   jt::SaveReport report;
   jt::Ref<JtPartition> stored = volume;
   if (exporter_.dryRun_) {
-    report = volume->save(jt::make<JtFSStorageLocation>(JtString(), JtString("spool.jt")).get(),
-                          saveOptions());
+    report = encode(*volume);
   } else {
     stored = spool_->store(*volume, saveOptions(), report);
     bytesDone_ += bytesOf(*stored->storageLocation()).value_or(0);
@@ -570,12 +570,16 @@ void JtkExportRun::noteWarnings(const jt::SaveReport& report) {
   }
 }
 
-void JtkExportRun::noteTextures(const JtNode& node, const JtNode* source, const JtString& name,
-                                const JtStorageLocation& place) {
-  for (int i = 0; i < node.numAttributes(); ++i)
-    if (const std::string image = lostImage(*node.attribute(i), place); !image.empty())
+void JtkExportRun::bringTextures(const JtNode& node, const JtNode* source, const JtString& name,
+                                 const JtStorageLocation& place) {
+  for (int i = 0; i < node.numAttributes(); ++i) {
+    const JtAttribute& attribute = *node.attribute(i);
+    if (const std::string reason = images_.bring(attribute, place); !reason.empty())
       leaveOut(source, name, "texture image",
-               "it is the file \"" + image + "\", which the exported file does not lead to");
+               "it is the file \"" +
+                   static_cast<const JtTextureImage&>(attribute).fileName().stringToMbs() +
+                   "\": " + reason);
+  }
 }
 
 void JtkExportRun::leaveOut(const JtNode* source, const JtString& part, const char* what,

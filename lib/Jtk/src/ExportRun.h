@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "ExportImages.h"
 #include "JtFormatError.h"
 #include "JtInstance.h"
 #include "JtPartFolder.h"
@@ -23,7 +24,8 @@
 /// One run of an exporter.
 class JtkExportRun {
  public:
-  explicit JtkExportRun(JtkCADExporter& exporter) : exporter_(exporter) {}
+  explicit JtkExportRun(JtkCADExporter& exporter)
+      : exporter_(exporter), images_(exporter.dryRun_) {}
 
   /// Throws JtFormatError.
   jtk::ExportReport run(JtkHierarchy& root);
@@ -71,6 +73,8 @@ class JtkExportRun {
   PartFile writePartFile(JtkPart& part);
   jt::Ref<JtNode> partInSpool(JtkPart& part);
   void flush();
+  jt::SaveReport encode(JtPartition& content) const;
+  bool hasForm(Content& content);
   void store(const std::vector<std::shared_ptr<Content>>& contents);
   void hand(Content& content);
   void deliver(const Content& content, VisPartNode& part, const JtString& name);
@@ -79,8 +83,8 @@ class JtkExportRun {
   [[noreturn]] static void failAtSource(const std::string& reason);
   bool isFinal(const JtFormatError& error) const;
   void noteWarnings(const jt::SaveReport& report);
-  void noteTextures(const JtNode& node, const JtNode* source, const JtString& name,
-                    const JtStorageLocation& place);
+  void bringTextures(const JtNode& node, const JtNode* source, const JtString& name,
+                     const JtStorageLocation& place);
   void leaveOut(const JtNode* source, const JtString& part, const char* what,
                 const std::string& reason);
   void showProgress() const;
@@ -98,14 +102,16 @@ class JtkExportRun {
   std::vector<std::pair<jt::Ref<JtNode>, JtString>> solidNodes_;
 
   std::unique_ptr<jt::PartFolder> folder_;
+  jtk::ExportImages images_;  // ends before the folder, which may hold some
   std::map<FileKey, PartFile> filesBySource_;
   std::unique_ptr<jt::Spool> spool_;
   std::vector<std::shared_ptr<Content>> pending_;
   std::uint64_t pendingBytes_ = 0;
+  std::uint64_t storedBytes_ = 0;  ///< estimated as pendingBytes_ is
   std::unordered_map<const JtNode*, std::shared_ptr<Content>> contentBySource_;
   std::unordered_map<const JtNode*, jt::Ref<JtNode>> sources_;  ///< those that the maps name
   /// Files that parts on their way are read from, held until their pages are given back.
-  std::unordered_map<const jt::FileImage*, jt::Ref<jt::FileImage>> readFiles_;
+  std::unordered_map<const jt::FileImage*, jt::Ref<const jt::FileImage>> readFiles_;
   std::unordered_set<std::string> sourceFiles_;  ///< names of all of them
   /// What was reported of sources: one that is in many places is reported once for each name.
   std::set<std::tuple<const JtNode*, std::u16string, std::string, std::string>> reported_;

@@ -117,6 +117,8 @@ void addGeometry(JtkPart& part, JtNode& node, double scale, bool isExact) {
     }
     if (const auto* shape = jt::as<JtShape>(step.node))
       addShape(part, *shape, step, scale);
+    else if (step.node->isOpaque())
+      part.setMissingShapes("the part has a node of a type that is not known");
     else
       pushChildren(step, isTop, open);
     isTop = false;
