@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <ranges>
 #include <string_view>
 
 #include "JtFormatError.h"
@@ -54,7 +53,7 @@ bool isWithin(const std::string& file, const std::string& base) {
 
 ExportImages::~ExportImages() {
   std::error_code ignored;
-  for (const std::string& path : std::views::reverse(made_)) fs::remove(path, ignored);
+  for (std::size_t i = made_.size(); i-- > 0;) fs::remove(made_[i], ignored);
 }
 
 std::string ExportImages::bring(const JtAttribute& attribute, const JtStorageLocation& place) {
@@ -111,9 +110,9 @@ void ExportImages::makeFolders(const std::string& file) {
   for (fs::path folder = fs::path(file).parent_path();
        !folder.empty() && !fs::exists(folder, ignored); folder = folder.parent_path())
     missing.push_back(folder);
-  for (const fs::path& folder : std::views::reverse(missing)) {
-    jt::makeFolder(folder.string());
-    made_.push_back(folder.string());
+  for (std::size_t i = missing.size(); i-- > 0;) {
+    jt::makeFolder(missing[i].string());
+    made_.push_back(missing[i].string());
   }
 }
 
