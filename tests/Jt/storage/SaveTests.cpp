@@ -297,12 +297,14 @@ class Intruder : public jt::FileImage {
   explicit Intruder(std::function<void()> act) : act_(std::move(act)) {}
   std::span<const std::byte> bytes() const override { return bytesOf(text_); }
   std::optional<jt::FileIdentity> identity() const override { return std::nullopt; }
-  void checkPresent() const override { act_(); }
+  void checkPresent() const override {
+    if (act_) std::exchange(act_, nullptr)();
+  }
   std::string name() const override { return "intruder"; }
 
  private:
   std::string text_ = "new";
-  std::function<void()> act_;
+  mutable std::function<void()> act_;
 };
 
 TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {

@@ -4,10 +4,13 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <thread>
 
+#include "JtFileGuard.h"
 #include "JtFormatError.h"
 #include "JtResidencyRequestManager.h"
 #include "JtStorageManager.h"
@@ -51,6 +54,58 @@ TEST(OpenedFile, KeepsItsBytesWithoutItsNameAndNoticesThatTheyAreGone) {
   EXPECT_EQ(std::memcmp(image->bytes().data(), "bytes", 5), 0);
   fs::resize_file(folder / "b.jt", 4);
   EXPECT_EQ(codeOf([&] { image->checkPresent(); }), "changed_on_disk");
+}
+
+/// Where a file changes in place its mapping has bytes of both states, or no pages at all.
+TEST(OpenedFile, SurvivesAndReportsChangesInPlace) {
+  jt::guardMappedFiles();
+  jt::takeFileChange();  // of tests before
+  const TempFolder folder;
+  const std::string bytes(3 * 4096 + 5, 'x');
+  const std::string path = folder.write("a.jt", bytes);
+  const auto change = [] {
+    const auto error = jt::takeFileChange();
+    return error ? error->code() + " " + error->where().file : std::string();
+  };
+  auto shrunk = openImage(path);
+  auto other = openImage(folder.write("other.jt", bytes));
+  fs::resize_file(path, 4096);
+  EXPECT_EQ(shrunk->bytes()[4095], std::byte{'x'});
+  EXPECT_EQ(shrunk->bytes()[2 * 4096], std::byte{0});
+  EXPECT_EQ(shrunk->bytes().back(), std::byte{0});
+  // The missing pages stay missing when the file has its old size again.
+  fs::resize_file(path, bytes.size());
+  EXPECT_EQ(codeOf([&] { shrunk->checkPresent(); }), "changed_on_disk");
+  EXPECT_EQ(change(), "changed_on_disk " + path);
+  shrunk = nullptr;
+  EXPECT_EQ(change(), "changed_on_disk " + path) << "of a closed file";
+  EXPECT_EQ(change(), "");
+
+  // Replaced, as saves do it, the opened file is as it was.
+  fs::rename(folder.write("new.jt", "short"), folder / "other.jt");
+  EXPECT_EQ(change(), "");
+  other->checkPresent();
+  other = openImage(folder / "other.jt");
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));  // times of files have steps
+  folder.write("other.jt", "twice");
+  EXPECT_EQ(codeOf([&] { other->checkPresent(); }), "changed_on_disk");
+
+  // A copy of what is gone is no copy.
+  const jt::FilePiece piece{other->bytes(), other.get(), 0};
+  EXPECT_EQ(codeOf([&] {
+              JtStorageManager::current()->save(JtFSStorageLocation(folder / "", "copy.jt"),
+                                                {&piece, 1}, {});
+            }),
+            "changed_on_disk");
+  EXPECT_FALSE(fs::exists(folder / "copy.jt"));
+  other = nullptr;
+  EXPECT_EQ(change(), "changed_on_disk " + (folder / "other.jt"));
+}
+
+/// Faults that are none of a mapped file end as they did before.
+TEST(OpenedFile, LeavesOtherFaultsAlone) {
+  jt::guardMappedFiles();
+  EXPECT_EXIT(::raise(SIGBUS), testing::KilledBySignal(SIGBUS), "");
 }
 
 TEST(Resolve, FindsWhatAFileNamesAndNothingOutside) {

@@ -57,7 +57,7 @@ ExitCode run(Session& session) {
 }
 
 /// The failure behind the exception that is being handled.
-Failure currentFailure() {
+Failure caughtFailure() {
   try {
     throw;
   } catch (const Failure& failure) {
@@ -73,6 +73,14 @@ Failure currentFailure() {
   }
 }
 
+/// As caughtFailure, unless a file changed meanwhile: then that is the cause.
+Failure currentFailure(const Session& session) {
+  Failure failure = caughtFailure();
+  if (const auto change = session.inputChange(); change && failure.code() != change->code())
+    return readFailure(*change, {});
+  return failure;
+}
+
 bool asksForJson(std::span<const char* const> words) {
   for (const std::string_view word : words)
     if (word == "--json") return true;
@@ -83,9 +91,11 @@ bool asksForJson(std::span<const char* const> words) {
 template <class Work>
 ExitCode guarded(Session& session, const Work& work) {
   try {
-    return work();
+    const ExitCode exit = work();
+    if (const auto change = session.inputChange()) throw JtFormatError(*change);
+    return exit;
   } catch (...) {
-    const Failure failure = currentFailure();
+    const Failure failure = currentFailure(session);
     try {
       session.report(failure);
     } catch (...) {

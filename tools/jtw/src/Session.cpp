@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "Command.h"
+#include "JtFileGuard.h"
 
 namespace tool {
 
@@ -51,6 +52,8 @@ void Session::beginResult() {
 }
 
 void Session::endResult() {
+  // While the object is open, the failure becomes a member of it.
+  if (const auto change = inputChange()) throw JtFormatError(*change);
   json().key("warnings");
   json().beginArray();
   for (const Warning& warning : warnings_) {
@@ -113,6 +116,10 @@ void Session::noteWritten(const std::string& file) noexcept {
 
 ExitCode Session::exitAfter(const Failure& failure) const noexcept {
   return writtenCount_ > 0 && failure.exit() == ExitCode::input ? ExitCode::output : failure.exit();
+}
+
+std::optional<JtFormatError> Session::inputChange() const {
+  return writtenCount_ > 0 ? std::nullopt : jt::takeFileChange();
 }
 
 /// The failure as it is, unless a file was written: then it says so, since the exit code cannot.

@@ -50,6 +50,9 @@ class Session {
   void warn(const std::string& message, const std::string& code = {});
   /// To be called when a file was written: a failure after that is one of the report alone.
   void noteWritten(const std::string& file) noexcept;
+  /// The change of a file that was read, once; see jt::takeFileChange. Nothing after a write: what
+  /// was written was read before, and checked.
+  std::optional<JtFormatError> inputChange() const;
   /// How the program ends after a failure: once a file was written, never with the code for inputs.
   ExitCode exitAfter(const Failure& failure) const noexcept;
   /// Reports a failure: as text on standard error and, with --json, as JSON where results go.

@@ -3,6 +3,7 @@
 
 #include <csignal>
 
+#include "JtFileGuard.h"
 #include "Session.h"
 
 namespace {
@@ -24,6 +25,9 @@ int main(int argc, char** argv) {
   reserveStandardStreams();
   // A closed pipe shows as a failed write, which has an exit code of its own.
   std::signal(SIGPIPE, SIG_IGN);
+  // So does a file that would become larger than the limit of the process.
+  std::signal(SIGXFSZ, SIG_IGN);
+  jt::guardMappedFiles();
   const int skipped = argc > 0 ? 1 : 0;
   return tool::runProgram({argv + skipped, argv + argc});
 }

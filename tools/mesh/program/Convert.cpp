@@ -119,6 +119,7 @@ mesh::Scene readScene(Session& session, const std::string& input, const mesh::Sc
     for (jt::PartFile& part : opened.parts)
       parts.push_back({std::move(part.file), part.state, std::move(part.error), nullptr, {}});
     showNotes(session, input, scene);
+    if (const auto change = session.inputChange()) throw JtFormatError(*change);
     return scene;
   } catch (const JtFormatError& error) {
     throw readFailure(error, input);

@@ -221,6 +221,7 @@ StorageSaveResult saveFile(const std::string& path, std::span<const FilePiece> p
   TemporaryFile::removeAbandoned(target.folder.get(), target.name);
   TemporaryFile temporary(target.folder.get(), target.name, errors);
   fill(temporary.descriptor(), target, content, options, errors, result);
+  checkSources(pieces);  // what was encoded from them may be of changed bytes as well
   temporary.close();
   FinalWarnings warnings(target, result);
   lockTarget(target, options, errors);

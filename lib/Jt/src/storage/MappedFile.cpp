@@ -8,8 +8,8 @@
 #include <atomic>
 #include <cstring>
 
-#include "JtFormatError.h"
 #include "JtSourceFile.h"
+#include "storage/OpenFiles.h"
 
 namespace jt::storage {
 namespace {
@@ -63,27 +63,76 @@ Ref<MappedFile> MappedFile::open(const std::string& path) {
   if (start == MAP_FAILED) failOpen(path, errno);
   result->start_ = static_cast<const std::byte*>(start);
   result->size_ = size;
+  addOpenFile(*result);
   if (!result->isKept_) result->file_ = Descriptor();
   return result;
 }
 
 MappedFile::~MappedFile() {
-  if (start_) ::munmap(const_cast<std::byte*>(start_), size_);
+  if (start_) {
+    removeOpenFile(*this);
+    ::munmap(const_cast<std::byte*>(start_), size_);
+  }
   if (isKept_) --keptDescriptors;
 }
 
-void MappedFile::checkPresent() const {
+MappedFile::Look MappedFile::look() const noexcept {
+  const bool lostPages = hasLostPages_.load(std::memory_order_acquire);
+  const State otherwise = lostPages ? State::unreadable : State::same;
   struct stat info {};
   if (file_) {
-    if (::fstat(file_.get(), &info) != 0)
-      throw JtFormatError("unreadable", "cannot be looked at: " + errorText(errno),
-                          {.file = path_, .segment = {}, .element = {}, .offset = {}});
+    if (::fstat(file_.get(), &info) != 0) return {State::unreadable, 0};
   } else if (::stat(path_.c_str(), &info) != 0 || info.st_dev != identity_.device ||
              info.st_ino != identity_.inode) {
-    return;  // another file has the name: whatever happens to that one, the mapping stays
+    return {otherwise, 0};  // another file has the name
   }
-  if (static_cast<std::uint64_t>(info.st_size) < size_)
-    failShorter(static_cast<std::uint64_t>(info.st_size));
+  const FileIdentity now = identityOf(info);
+  if (now.size < size_) return {State::shorter, now.size};
+  return {now == identity_ ? otherwise : State::changed, now.size};
+}
+
+JtFormatError MappedFile::errorOf(const std::string& path, const Look& look,
+                                  std::uint64_t sizeBefore) {
+  const FilePosition where{.file = path, .segment = {}, .element = {}, .offset = {}};
+  if (look.state == State::unreadable)
+    return {"unreadable", "the system cannot read the file any more; check the medium", where};
+  const std::string what = look.state == State::shorter
+                               ? "the file had " + std::to_string(sizeBefore) +
+                                     " bytes when it was opened and has " +
+                                     std::to_string(look.size) + " now"
+                               : std::string("the file is not the one that was opened any more");
+  return {"changed_on_disk", what + ": another program changed it; open it again before going on",
+          where};
+}
+
+void MappedFile::checkPresent() const {
+  if (const Look now = look(); now.state != State::same) throw errorOf(path_, now, size_);
+}
+
+void MappedFile::linkBefore(MappedFile* next) noexcept {
+  next_ = next;
+  if (next) next->previous_ = this;
+}
+
+void MappedFile::unlink() noexcept {
+  if (previous_) previous_->next_ = next_;
+  if (next_) next_->previous_ = previous_;
+}
+
+bool MappedFile::contains(const std::byte* place) const noexcept {
+  // The last page is mapped whole.
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  return place >= start_ && place < start_ + (size_ + page - 1) / page * page;
+}
+
+bool MappedFile::replacePages(const std::byte* place) noexcept {
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  const auto from = static_cast<std::size_t>(place - start_) / page * page;
+  void* const pages = ::mmap(const_cast<std::byte*>(start_ + from), size_ - from, PROT_READ,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+  if (pages == MAP_FAILED) return false;
+  hasLostPages_.store(true, std::memory_order_release);
+  return true;
 }
 
 MappedFile::Access::Access(const MappedFile& file) : file_(file), number_(file.file_.get()) {
@@ -107,18 +156,10 @@ void MappedFile::Access::readAt(std::uint64_t offset, std::span<std::byte> out) 
     if (count < 0)
       throw JtFormatError("unreadable", "cannot be read: " + errorText(errno),
                           {.file = file_.path_, .segment = {}, .element = {}, .offset = offset});
-    if (count == 0) file_.failShorter(offset);
+    if (count == 0) throw errorOf(file_.path_, {State::shorter, offset}, file_.size_);
     out = out.subspan(static_cast<std::size_t>(count));
     offset += static_cast<std::uint64_t>(count);
   }
-}
-
-void MappedFile::failShorter(std::uint64_t size) const {
-  throw JtFormatError("changed_on_disk",
-                      "the file had " + std::to_string(size_) +
-                          " bytes when it was opened and has " + std::to_string(size) +
-                          " now: another program changed it; open it again before going on",
-                      {.file = path_, .segment = {}, .element = {}, .offset = {}});
 }
 
 }  // namespace jt::storage

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 
+#include "JtFormatError.h"
 #include "JtStorageManager.h"
 #include "storage/Descriptor.h"
 
@@ -27,6 +30,26 @@ class MappedFile final : public FileImage {
   void checkPresent() const override;
   std::string name() const override { return path_; }
 
+  /// What has become of the file since it was opened.
+  enum class State { same, shorter, changed, unreadable };
+  struct Look {
+    State state = State::same;
+    std::uint64_t size = 0;  ///< now
+  };
+  /// Looks at the file. Without a descriptor, one that has lost its name counts as the same.
+  Look look() const noexcept;
+  /// @pre look.state is not same
+  static JtFormatError errorOf(const std::string& path, const Look& look, std::uint64_t sizeBefore);
+  std::string path() && noexcept { return std::move(path_); }
+
+  // For the list of open files.
+  MappedFile* next() const noexcept { return next_; }
+  void linkBefore(MappedFile* next) noexcept;
+  void unlink() noexcept;
+  bool contains(const std::byte* place) const noexcept;
+  /// Replaces the pages from `place` on by zeros. Async-signal-safe.
+  bool replacePages(const std::byte* place) noexcept;
+
   /// A way to the bytes beside the mapping, for copying. Must not outlive the file.
   class Access {
    public:
@@ -45,7 +68,6 @@ class MappedFile final : public FileImage {
 
  private:
   explicit MappedFile(std::string path) : path_(std::move(path)) {}
-  [[noreturn]] void failShorter(std::uint64_t size) const;
 
   std::string path_;
   Descriptor file_;
@@ -53,6 +75,9 @@ class MappedFile final : public FileImage {
   FileIdentity identity_;
   const std::byte* start_ = nullptr;
   std::size_t size_ = 0;
+  std::atomic<bool> hasLostPages_{false};  ///< some bytes of the mapping are zeros by now
+  MappedFile* previous_ = nullptr;
+  MappedFile* next_ = nullptr;
 };
 
 }  // namespace jt::storage

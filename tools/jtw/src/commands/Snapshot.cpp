@@ -115,6 +115,7 @@ ExitCode runSnapshot(Session& session) {
     Progress progress(session, "drawing");
     return drawScene(*opened.top, request, [&progress](double share) { progress.update(share); });
   }();
+  if (const auto change = session.inputChange()) throw readFailure(*change, {});
   writeBytes(output, pngOf(drawing.image, output));
   session.noteWritten(output);
   for (const std::string& error : drawing.damaged)

@@ -103,8 +103,10 @@ Ref<Container> Container::open(Ref<FileImage> image, const ReadLimits& limits) {
       throw;
     }
   } catch (const JtFormatError& error) {
+    container->image_->checkPresent();  // a change of the file is the cause, not the fault found
     throw error.within({container->image_->name(), {}, {}, {}});
   }
+  container->image_->checkPresent();
   return container;
 }
 
@@ -294,8 +296,10 @@ SegmentContent Container::load(const TocEntry& entry) const {
     content.memory = share();
     content.memory.take(content.owned.size());
   } catch (const JtFormatError& error) {
+    image_->checkPresent();
     throw error.within(position(entry, entry.offset + kSegmentHeaderSize + kPackingHeaderSize));
   }
+  image_->checkPresent();
   content.bytes = content.owned.bytes();
   content.packed = true;
   return content;

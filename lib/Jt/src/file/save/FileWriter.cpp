@@ -412,6 +412,8 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
   SaveWarning notReopened{"saved_not_reopened",
                           "saved, but the new file cannot be opened; open it again before the "
                           "next save"};
+  // What was encoded may come from bytes that changed meanwhile.
+  if (container_) container_->image().checkPresent();
   StorageSaveResult result = manager->save(location, pieces, storage);
   // From here on the save is done, and nothing may make a failure of it.
   if (inPlace && !result.identity && storage.expected) {

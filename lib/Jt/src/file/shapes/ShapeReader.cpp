@@ -166,9 +166,12 @@ DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
   try {
     MemoryShare memory = container.share();
     const SegmentContent content = container.load(entry);
-    return readShape(content.bytes, container.format(), variants,
-                     {true, container.limits(), tolerance, &memory});
+    DecodedShape shape = readShape(content.bytes, container.format(), variants,
+                                   {true, container.limits(), tolerance, &memory});
+    container.image().checkPresent();
+    return shape;
   } catch (const JtFormatError& error) {
+    container.image().checkPresent();
     throw error.within(container.position(entry));
   }
 }
