@@ -29,7 +29,7 @@ class JT_API JtGroup : public JtNode {
 
  protected:
   JtGroup(const JtGroup& other) : JtNode(other), groupVersion_(other.groupVersion_) {}
-  void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
+  void releaseChildren(Dismantler& out) noexcept override;
 
  private:
   friend class Jt;

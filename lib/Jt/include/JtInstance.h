@@ -20,7 +20,7 @@ class JT_API JtInstance : public JtNode {
 
  protected:
   JtInstance(const JtInstance& other) : JtNode(other), instanceVersion_(other.instanceVersion_) {}
-  void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
+  void releaseChildren(Dismantler& out) noexcept override;
 
  private:
   friend class Jt;

@@ -94,11 +94,22 @@ class JT_API JtNode : public JtSceneObject {
   void detachFrom(const JtNode& parent) noexcept { parents_.remove(&parent); }
   static void attach(JtNode& child, JtNode& parent) { child.attachTo(parent); }
   static void detach(JtNode& child, const JtNode& parent) noexcept { child.detachFrom(parent); }
-  /// Moves the references on all children to `out`; part of taking a deep graph down without
-  /// recursion.
-  virtual void releaseChildren(std::vector<jt::Ref<JtNode>>& /*out*/) noexcept {}
-  /// Drops `children` and, where that ends them, everything below, without recursion.
-  static void dismantle(std::vector<jt::Ref<JtNode>>& children) noexcept;
+  /// Takes a graph down without recursion and without memory: drops the nodes that it is given and,
+  /// where that ends them, everything below, when it ends itself.
+  class JT_API Dismantler {
+   public:
+    Dismantler() = default;
+    ~Dismantler();
+    Dismantler(const Dismantler&) = delete;
+    Dismantler& operator=(const Dismantler&) = delete;
+    /// Takes over a reference on a node that was detached from its former parent.
+    void add(jt::Ref<JtNode> node) noexcept;
+
+   private:
+    JtNode* first_ = nullptr;
+  };
+  /// Detaches all children and gives the references on them away.
+  virtual void releaseChildren(Dismantler& /*out*/) noexcept {}
 
  private:
   friend class jt::file::SceneReader;

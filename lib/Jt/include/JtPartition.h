@@ -231,7 +231,7 @@ class JT_API JtPartition : public JtGroup {
  protected:
   /// Element data, attributes and properties; without children, files and location.
   JtPartition(const JtPartition& other);
-  void releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept override;
+  void releaseChildren(Dismantler& out) noexcept override;
 
  private:
   void requireOpen(const JtStorageLocation& target) const;

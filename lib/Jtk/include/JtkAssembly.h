@@ -15,13 +15,13 @@ class JTK_API JtkAssembly final : public JtkUnitHierarchy {
   int numChildNodes() const noexcept { return static_cast<int>(nodes_.size()); }
   /// Not owned; null when there is none.
   JtkHierarchy* childNode(int index) const noexcept;
-  std::vector<JtkHierarchy*> nodesBelow() const override;
+  JtkHierarchy* nodeBelow(int index) const noexcept override;
 
  private:
   friend class JtkEntityFactory;
   JtkAssembly() = default;
   ~JtkAssembly() override;
-  void releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& out) noexcept override;
+  void releaseChildNodes(Dismantler& out) noexcept override;
 
   std::vector<jt::Ref<JtkHierarchy>> nodes_;
 };

@@ -47,15 +47,31 @@ class JTK_API JtkHierarchy : public JtkEntity {
   void setHidden(bool on) noexcept { hidden_ = on; }
 
   /// The nodes directly below, in order, one that is there several times as often; not owned.
-  virtual std::vector<JtkHierarchy*> nodesBelow() const { return {}; }
+  std::vector<JtkHierarchy*> nodesBelow() const;
+  /// One of these by its index; null beyond the last one.
+  virtual JtkHierarchy* nodeBelow(int /*index*/) const noexcept { return nullptr; }
+  /// Calls `act` for this node and all below it, each once, without taking memory. `act` must not
+  /// throw, change the hierarchy, or walk it in this way.
+  void visitDistinct(void (*act)(JtkHierarchy& node) noexcept) noexcept;
 
  protected:
   ~JtkHierarchy() override;
 
-  /// Moves the references on the nodes below to `out`.
-  virtual void releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& /*out*/) noexcept {}
-  /// Drops nodes and, where that ends them, everything below, without recursion.
-  static void dismantle(std::vector<jt::Ref<JtkHierarchy>> nodes) noexcept;
+  /// Takes a hierarchy down without recursion and without memory: drops the nodes that it is given
+  /// and, where that ends them, everything below, when it ends itself.
+  class JTK_API Dismantler {
+   public:
+    Dismantler() = default;
+    ~Dismantler();
+    Dismantler(const Dismantler&) = delete;
+    Dismantler& operator=(const Dismantler&) = delete;
+    void add(jt::Ref<JtkHierarchy> node) noexcept;
+
+   private:
+    JtkHierarchy* first_ = nullptr;
+  };
+  /// Gives the references on the nodes below away.
+  virtual void releaseChildNodes(Dismantler& /*out*/) noexcept {}
 
  private:
   JtString name_;
@@ -64,6 +80,7 @@ class JTK_API JtkHierarchy : public JtkEntity {
   std::vector<jt::Ref<JtkAttribute>> attributes_;
   int units_ = 0;
   bool hidden_ = false;
+  JtkHierarchy* next_ = nullptr;  ///< in a Dismantler or a walk; of the walk's last one, itself
 };
 
 namespace jtk {

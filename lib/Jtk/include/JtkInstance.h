@@ -11,13 +11,13 @@ class JTK_API JtkInstance final : public JtkHierarchy {
   JtkHierarchy* child() const noexcept { return child_.get(); }
   /// The instance takes a reference. @return 1; 0 for a node that this instance is below of
   int setChild(JtkHierarchy* node);
-  std::vector<JtkHierarchy*> nodesBelow() const override;
+  JtkHierarchy* nodeBelow(int index) const noexcept override;
 
  private:
   friend class JtkEntityFactory;
   JtkInstance() = default;
   ~JtkInstance() override;
-  void releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& out) noexcept override;
+  void releaseChildNodes(Dismantler& out) noexcept override;
 
   jt::Ref<JtkHierarchy> child_;
 };

@@ -14,7 +14,10 @@ bool isWithin(const JtkHierarchy* wanted, JtkHierarchy& top) {
 
 }  // namespace
 
-JtkAssembly::~JtkAssembly() { dismantle(std::move(nodes_)); }
+JtkAssembly::~JtkAssembly() {
+  Dismantler below;
+  JtkAssembly::releaseChildNodes(below);
+}
 
 int JtkAssembly::addChild(JtkHierarchy* node) {
   if (!node || isWithin(this, *node)) return 0;
@@ -27,22 +30,16 @@ JtkHierarchy* JtkAssembly::childNode(int index) const noexcept {
   return nodes_[static_cast<std::size_t>(index)].get();
 }
 
-std::vector<JtkHierarchy*> JtkAssembly::nodesBelow() const {
-  std::vector<JtkHierarchy*> below;
-  below.reserve(nodes_.size());
-  for (const auto& node : nodes_) below.push_back(node.get());
-  return below;
-}
+JtkHierarchy* JtkAssembly::nodeBelow(int index) const noexcept { return childNode(index); }
 
-void JtkAssembly::releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& out) noexcept {
-  for (auto& node : nodes_) out.push_back(std::move(node));
+void JtkAssembly::releaseChildNodes(Dismantler& out) noexcept {
+  for (auto& node : nodes_) out.add(std::move(node));
   nodes_.clear();
 }
 
 JtkInstance::~JtkInstance() {
-  std::vector<jt::Ref<JtkHierarchy>> nodes;
-  JtkInstance::releaseChildNodes(nodes);
-  dismantle(std::move(nodes));
+  Dismantler below;
+  JtkInstance::releaseChildNodes(below);
 }
 
 int JtkInstance::setChild(JtkHierarchy* node) {
@@ -51,11 +48,8 @@ int JtkInstance::setChild(JtkHierarchy* node) {
   return 1;
 }
 
-std::vector<JtkHierarchy*> JtkInstance::nodesBelow() const {
-  if (!child_) return {};
-  return {child_.get()};
+JtkHierarchy* JtkInstance::nodeBelow(int index) const noexcept {
+  return index == 0 ? child_.get() : nullptr;
 }
 
-void JtkInstance::releaseChildNodes(std::vector<jt::Ref<JtkHierarchy>>& out) noexcept {
-  if (child_) out.push_back(std::move(child_));
-}
+void JtkInstance::releaseChildNodes(Dismantler& out) noexcept { out.add(std::move(child_)); }

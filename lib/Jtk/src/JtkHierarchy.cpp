@@ -8,12 +8,40 @@
 
 JtkHierarchy::~JtkHierarchy() = default;
 
-void JtkHierarchy::dismantle(std::vector<jt::Ref<JtkHierarchy>> nodes) noexcept {
-  while (!nodes.empty()) {
-    const jt::Ref<JtkHierarchy> node = std::move(nodes.back());
-    nodes.pop_back();
-    if (node && node->refCount() == 1) node->releaseChildNodes(nodes);
+void JtkHierarchy::Dismantler::add(jt::Ref<JtkHierarchy> node) noexcept {
+  if (!node || node->refCount() != 1) return;
+  node->next_ = first_;
+  first_ = node.release();
+}
+
+JtkHierarchy::Dismantler::~Dismantler() {
+  while (first_) {
+    const auto node = jt::Ref<JtkHierarchy>::adopt(first_);
+    first_ = node->next_;
+    node->releaseChildNodes(*this);
   }
+}
+
+std::vector<JtkHierarchy*> JtkHierarchy::nodesBelow() const {
+  std::vector<JtkHierarchy*> below;
+  for (int i = 0; JtkHierarchy* node = nodeBelow(i); ++i) below.push_back(node);
+  return below;
+}
+
+void JtkHierarchy::visitDistinct(void (*act)(JtkHierarchy& node) noexcept) noexcept {
+  JtkHierarchy* last = next_ = this;
+  for (JtkHierarchy* node = this;; node = node->next_) {
+    act(*node);
+    for (int i = 0; JtkHierarchy* below = node->nodeBelow(i); ++i)
+      if (!below->next_) {
+        last->next_ = below;
+        last = below->next_ = below;
+      }
+    if (node == last) break;
+  }
+  JtkHierarchy* node = this;
+  while (node != last) node = std::exchange(node->next_, nullptr);
+  last->next_ = nullptr;
 }
 
 int JtkHierarchy::addProperty(JtkProperty* property) {

@@ -204,6 +204,7 @@ class JTW_API JtwNode {
 
   jt::Ref<JtNode> jtNode_;
   MapEntries entries_;
+  JtwNode* nextToEnd_ = nullptr;  // while the root ends: the next wrapper; of the last one, itself
   std::size_t gatheredPMIs_ = 0;
 
  protected:

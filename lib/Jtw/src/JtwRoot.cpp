@@ -241,21 +241,32 @@ bool JtwRoot::uninitialize() {
 }
 
 void JtwRoot::destroyNodes() {
-  std::unordered_set<JtwNode*> nodes;
-  for (const auto& entry : nodesByKey_) nodes.insert(entry.second);
-  nodesByJtNode_->forEach([&nodes](JtNode*, JtwNode* node) { nodes.insert(node); });
-  nodes.insert(unkeyedPMIs_.begin(), unkeyedPMIs_.end());
-  nodes.erase(this);
+  // Destructors come here: the list takes no memory.
+  JtwNode* first = nullptr;
+  const auto add = [this, &first](JtwNode* node) {
+    if (node == this || node->nextToEnd_) return;
+    node->nextToEnd_ = first ? first : node;
+    first = node;
+  };
+  const auto next = [](const JtwNode* node) {
+    return node->nextToEnd_ == node ? nullptr : node->nextToEnd_;
+  };
+  for (const auto& entry : nodesByKey_) add(entry.second);
+  nodesByJtNode_->forEach([&add](JtNode*, JtwNode* node) { add(node); });
+  for (JtwNode* node : unkeyedPMIs_) add(node);
   // Collections and PMI refer to each other: they part while all of them are alive.
-  for (JtwNode* node : nodes)
+  for (JtwNode* node = first; node; node = next(node))
     if (node->isCollection() != 0) static_cast<JtwCollection*>(node)->uninit();
   uninit();
   ++forgotten_;
   nodesByKey_.clear();
-  *nodesByJtNode_ = {};
+  nodesByJtNode_->clear();
   pmisByJtNode_.clear();
   unkeyedPMIs_.clear();
-  for (const JtwNode* node : nodes) delete node;
+  while (first) {
+    const JtwNode* const node = std::exchange(first, next(first));
+    delete node;
+  }
   deleted_.clear();
 }
 

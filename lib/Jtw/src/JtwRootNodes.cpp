@@ -149,10 +149,12 @@ JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const { return nodesByJtNode_->fi
 void JtwRoot::forgetNode(JtwNode& node) {
   ++forgotten_;
   unkeyedPMIs_.erase(&node);
-  const auto byKey = nodesByKey_.find(node.key());
-  if (byKey != nodesByKey_.end() && byKey->second == &node) {
-    nodesByKey_.erase(byKey);
-    --node.entries_.byKey;
+  if (node.entries_.byKey > 0) {
+    const auto byKey = nodesByKey_.find(node.key());
+    if (byKey != nodesByKey_.end() && byKey->second == &node) {
+      nodesByKey_.erase(byKey);
+      --node.entries_.byKey;
+    }
   }
   if (nodesByJtNode_->find(node.jtNode()) == &node) {
     nodesByJtNode_->erase(node.jtNode());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -51,11 +52,19 @@ class WrapperTable {
 
   /// Takes a wrapper from every JT node that it is entered for.
   void eraseAll(const JtwNode* wrapper) {
-    std::vector<const JtNode*> jtNodes;
-    forEach([&](const JtNode* jtNode, const JtwNode* entered) {
-      if (entered == wrapper) jtNodes.push_back(jtNode);
-    });
-    for (const JtNode* jtNode : jtNodes) erase(jtNode);
+    // What an erasure moves comes to the place that is looked at, or was looked at before.
+    for (std::size_t at = 0; at < entries_.size();)
+      if (entries_[at].jtNode && entries_[at].wrapper == wrapper)
+        erase(entries_[at].jtNode);
+      else
+        ++at;
+  }
+
+  /// Takes no memory.
+  void clear() noexcept {
+    entries_.resize(kLeast);
+    std::ranges::fill(entries_, Entry{});
+    size_ = 0;
   }
 
   template <class Act>

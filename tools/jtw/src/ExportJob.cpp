@@ -210,6 +210,7 @@ ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes&
        .shapeEncoding = {}});
   if (!root.write(wishes.data)) failExport(root, wishes.output);
   const jtk::ExportReport& report = root.report();
+  if (!wishes.dryRun) session.noteWritten(report.saved.file);
   jt::SaveReport saved = report.saved;
   saved.alsoSaved = report.alsoSaved;
   // What is left out is reported below, for each part.

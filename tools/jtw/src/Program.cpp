@@ -13,6 +13,8 @@
 namespace tool {
 namespace {
 
+constexpr const char* kNoMemory = "jtw: error: out of memory\n";
+
 /// What was asked beside the commands: help, version, or nothing at all.
 ExitCode runWithoutCommand(Session& session) {
   if (session.arguments().has("help")) {
@@ -95,13 +97,17 @@ ExitCode guarded(Session& session, const Work& work) {
     if (const auto change = session.inputChange()) throw JtFormatError(*change);
     return exit;
   } catch (...) {
-    const Failure failure = currentFailure(session);
+    ExitCode exit = session.exitAfter(ExitCode::input);
     try {
+      const Failure failure = currentFailure(session);
+      exit = session.exitAfter(failure.exit());
       session.report(failure);
     } catch (...) {
-      // The exit code still tells.
+      // No memory for a message with a place.
+      std::fputs(session.hasWritten() ? "jtw: error: out of memory; the save is done\n" : kNoMemory,
+                 stderr);
     }
-    return session.exitAfter(failure);
+    return exit;
   }
 }
 
@@ -125,7 +131,7 @@ int runProgram(std::span<const char* const> words) try {
   return static_cast<int>(finished == ExitCode::done ? exit : finished);
 } catch (...) {
   // No memory even to begin with.
-  std::fputs("jtw: error: out of memory\n", stderr);
+  std::fputs(kNoMemory, stderr);
   return static_cast<int>(ExitCode::input);
 }
 

@@ -1,4 +1,7 @@
+#include <pthread.h>
+
 #include <new>
+#include <utility>
 
 #include "JtFormatError.h"
 #include "JtPartition.h"
@@ -11,21 +14,42 @@ struct Slot {
   std::string code;
 };
 
-Slot& slot() {
-  thread_local Slot last;
-  return last;
+void drop(void* slot) { delete static_cast<Slot*>(slot); }
+
+pthread_key_t makeKey() {
+  pthread_key_t key{};
+  return pthread_key_create(&key, drop) == 0 ? key : pthread_key_t{};
+}
+
+/// The last error of this thread; null when there is no memory for it. Not thread_local: where
+/// memory is short, the first use of one that has a destructor ends the process.
+Slot* slotOfThread() noexcept {
+  static const pthread_key_t key = makeKey();
+  auto* slot = static_cast<Slot*>(pthread_getspecific(key));
+  if (slot) return slot;
+  slot = new (std::nothrow) Slot;
+  if (!slot || pthread_setspecific(key, slot) == 0) return slot;
+  delete slot;
+  return nullptr;
+}
+
+/// What is read where there is no memory for a slot.
+const Slot& lastSlot() {
+  static const Slot noMemory{"out of memory", "out_of_memory"};
+  const Slot* const own = slotOfThread();
+  return own ? *own : noMemory;
 }
 
 }  // namespace
 
-const std::string& jt::lastError() { return slot().text; }
+const std::string& jt::lastError() { return lastSlot().text; }
 
-const std::string& jt::lastErrorCode() { return slot().code; }
+const std::string& jt::lastErrorCode() { return lastSlot().code; }
 
-void jt::setLastError(std::string text) { slot() = {std::move(text), {}}; }
+void jt::setLastError(std::string text) { setLastError(std::move(text), {}); }
 
 void jt::setLastError(std::string text, std::string code) {
-  slot() = {std::move(text), std::move(code)};
+  if (Slot* const own = slotOfThread()) *own = {std::move(text), std::move(code)};
 }
 
 void jt::setLastError(const std::exception& failure, const std::string& file) {

@@ -47,9 +47,8 @@ JtPartition::JtPartition(JtGroup* parent, bool resident) : openCount_(resident ?
 
 JtPartition::~JtPartition() {
   if (scene_) scene_->shapes().stopLoading();
-  std::vector<jt::Ref<JtNode>> children;
+  Dismantler children;
   JtPartition::releaseChildren(children);
-  dismantle(children);
 }
 
 JtPartition::JtPartition(const JtPartition& other)
@@ -68,12 +67,11 @@ JtPartition::JtPartition(const JtPartition& other)
 
 jt::Ref<JtBase> JtPartition::clone() const { return jt::Ref<JtBase>(new JtPartition(*this)); }
 
-void JtPartition::releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept {
+void JtPartition::releaseChildren(Dismantler& out) noexcept {
   JtGroup::releaseChildren(out);
   if (!external_) return;
   detach(*external_, *this);
-  out.emplace_back(external_);
-  external_ = nullptr;
+  out.add(std::exchange(external_, nullptr));
 }
 
 int JtPartition::numChildren() const noexcept { return external_ ? 1 : JtGroup::numChildren(); }
@@ -233,9 +231,10 @@ bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
 }
 
 void JtPartition::close() {
-  std::vector<jt::Ref<JtNode>> children;
-  releaseChildren(children);
-  dismantle(children);
+  {
+    Dismantler children;
+    releaseChildren(children);
+  }
   if (scene_) scene_->shapes().stopLoading();
   scene_ = nullptr;
   openCount_ = 0;

@@ -30,19 +30,13 @@ bool mayTakeChild(const JtNode& parent, const JtNode* child) {
 }  // namespace
 
 JtGroup::~JtGroup() {
-  std::vector<jt::Ref<JtNode>> children;
+  Dismantler children;
   JtGroup::releaseChildren(children);
-  dismantle(children);
 }
 
-void JtGroup::releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept {
+void JtGroup::releaseChildren(Dismantler& out) noexcept {
   for (auto child = children_.rbegin(); child != children_.rend(); ++child) detach(**child, *this);
-  if (out.empty()) {
-    out.swap(children_);
-    return;
-  }
-  out.insert(out.end(), std::make_move_iterator(children_.begin()),
-             std::make_move_iterator(children_.end()));
+  for (jt::Ref<JtNode>& child : children_) out.add(std::move(child));
   children_.clear();
 }
 
@@ -93,15 +87,14 @@ bool JtGroup::removeChild(const JtNode* child) {
 // --- JtInstance
 
 JtInstance::~JtInstance() {
-  std::vector<jt::Ref<JtNode>> children;
+  Dismantler children;
   JtInstance::releaseChildren(children);
-  dismantle(children);
 }
 
-void JtInstance::releaseChildren(std::vector<jt::Ref<JtNode>>& out) noexcept {
+void JtInstance::releaseChildren(Dismantler& out) noexcept {
   if (!child_) return;
   detach(*child_, *this);
-  out.push_back(std::move(child_));
+  out.add(std::move(child_));
 }
 
 jt::Ref<JtBase> JtInstance::clone() const { return jt::Ref<JtBase>(new JtInstance(*this)); }

@@ -39,12 +39,23 @@ JtNode* JtNode::parent(int index) const noexcept {
   return index >= 0 && index < numParents() ? parents_[static_cast<std::size_t>(index)] : nullptr;
 }
 
-void JtNode::dismantle(std::vector<jt::Ref<JtNode>>& children) noexcept {
-  while (!children.empty()) {
-    const jt::Ref<JtNode> node = std::move(children.back());
-    children.pop_back();
-    // The last owner takes the children over before the node ends, so that ends do not nest.
-    if (node && node->refCount() == 1) node->releaseChildren(children);
+// A node that is about to end has no parents any more: the first place of that list, which takes no
+// memory, links the nodes that wait.
+
+void JtNode::Dismantler::add(jt::Ref<JtNode> node) noexcept {
+  if (!node || node->refCount() != 1) return;
+  node->parents_ = {};
+  if (first_) node->attachTo(*first_);
+  first_ = node.release();
+}
+
+JtNode::Dismantler::~Dismantler() {
+  while (first_) {
+    const auto node = jt::Ref<JtNode>::adopt(first_);
+    first_ = node->parent(0);
+    node->parents_ = {};
+    // Its children are taken over before it ends, so that ends do not nest.
+    node->releaseChildren(*this);
   }
 }
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <deque>
 #include <exception>
+#include <list>
 #include <mutex>
 #include <stop_token>
 #include <thread>
@@ -15,7 +15,7 @@ struct JtResidencyRequestManager::State {
 
   mutable std::mutex mutex;
   std::condition_variable_any changed;  ///< something waits, or nothing is pending any more
-  std::deque<Load> waiting;
+  std::list<Load> waiting;              // empty, it takes no memory
   std::size_t running = 0;
   std::size_t failures = 0;
   std::size_t threadCount =
@@ -121,7 +121,7 @@ std::size_t JtResidencyRequestManager::failures() const {
 
 void JtResidencyRequestManager::stop() {
   // Both end outside the lock: dropped requests may call back, and threads need it to finish.
-  std::deque<State::Load> dropped;
+  std::list<State::Load> dropped;
   std::vector<std::jthread> threads;
   const std::lock_guard lock(state_->mutex);
   dropped.swap(state_->waiting);

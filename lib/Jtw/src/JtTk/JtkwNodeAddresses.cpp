@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 
+#include "JtString.h"
 #include "JtkEntityFactory.h"
 #include "JtkPart.h"
 
@@ -15,12 +16,28 @@ std::unordered_map<std::uint64_t, std::uint64_t>& storedNodes() {
 }
 
 /// Reads an integer property and removes it. Nothing when there is none.
-bool take(JtkPart& part, const char* key, std::uint32_t& value, bool& isRemoved) {
-  JtkProperty* property = part.property(JtString(key));
+bool take(JtkPart& part, const JtString& key, std::uint32_t& value, bool& isRemoved) {
+  JtkProperty* property = part.property(key);
   if (!property) return false;
   value = static_cast<std::uint32_t>(property->integerValue());
   isRemoved = part.removeProperty(property) == 1;
   return true;
+}
+
+// Made before the first address is stored: taking one needs no memory.
+const JtString& lowKey() {
+  static const auto& key = *new JtString(kNodeAddress);
+  return key;
+}
+const JtString& highKey() {
+  static const auto& key = *new JtString(kNodeAddressHigh);
+  return key;
+}
+
+void addProperty(JtkPart& part, const JtString& key, std::uint32_t value) {
+  const jt::Ref<JtkProperty> property(
+      JtkEntityFactory::createProperty(key, static_cast<int>(value)));
+  part.addProperty(property.get());
 }
 
 }  // namespace
@@ -31,20 +48,19 @@ void storeNodeAddress(JtkPart& part, JtNode& node) {
   const auto address = reinterpret_cast<std::uintptr_t>(&node);
   const auto low = static_cast<std::uint32_t>(address);
   const auto high = static_cast<std::uint32_t>(static_cast<std::uint64_t>(address) >> 32U);
+  std::uint64_t& count = storedNodes()[address];
+  addProperty(part, lowKey(), low);
+  if (high != 0) addProperty(part, highKey(), high);
+  ++count;
   node.ref();
-  ++storedNodes()[address];
-  part.addProperty(JtkEntityFactory::createProperty(JtString(kNodeAddress), static_cast<int>(low)));
-  if (high != 0)
-    part.addProperty(
-        JtkEntityFactory::createProperty(JtString(kNodeAddressHigh), static_cast<int>(high)));
 }
 
 bool takeNodeAddress(JtkPart& part, jt::Ref<JtNode>& node) {
   std::uint32_t low = 0;
   std::uint32_t high = 0;
   bool isRemoved = false;
-  take(part, kNodeAddress, low, isRemoved);
-  take(part, kNodeAddressHigh, high, isRemoved);
+  take(part, lowKey(), low, isRemoved);
+  take(part, highKey(), high, isRemoved);
   const std::uint64_t address = (std::uint64_t{high} << 32U) | low;
   const auto stored = storedNodes().find(address);
   if (address != 0 && stored != storedNodes().end()) {
@@ -55,12 +71,11 @@ bool takeNodeAddress(JtkPart& part, jt::Ref<JtNode>& node) {
   return isRemoved;
 }
 
-void dropNodeAddresses(JtkHierarchy& top) {
-  for (JtkHierarchy* node : jtk::distinctNodes(top)) {
-    if (!node->isOfType(JtkEntity::PART)) continue;
+void dropNodeAddresses(JtkHierarchy& top) noexcept {
+  top.visitDistinct([](JtkHierarchy& node) noexcept {
     jt::Ref<JtNode> stored;
-    takeNodeAddress(static_cast<JtkPart&>(*node), stored);
-  }
+    if (node.isOfType(JtkEntity::PART)) takeNodeAddress(static_cast<JtkPart&>(node), stored);
+  });
 }
 
 }  // namespace jtw
