@@ -1,5 +1,6 @@
 #pragma once
 
+#include <list>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -7,6 +8,7 @@
 
 #include "JtExport.h"
 #include "JtStorageLocation.h"
+#include "JtTemporaryPath.h"
 
 namespace jt {
 
@@ -29,7 +31,7 @@ class JT_API PartFolder {
  public:
   /// Looks at the assembly that is there, if any.
   explicit PartFolder(const JtFSStorageLocation& assembly);
-  ~PartFolder();
+  ~PartFolder() = default;
   PartFolder(const PartFolder&) = delete;
   PartFolder& operator=(const PartFolder&) = delete;
 
@@ -45,9 +47,9 @@ class JT_API PartFolder {
   std::string folder_;  ///< path, with a separator at the end
   std::string prefix_;  ///< from the assembly to the folder
   std::string reference_;
-  bool madeFolder_ = false;
-  std::vector<std::string> added_;                ///< names in the folder
-  std::vector<std::string> old_;                  ///< likewise, of the older assembly
+  TemporaryPath madeFolder_;
+  std::list<TemporaryPath> added_;
+  std::vector<std::string> old_;                  ///< paths, of the older assembly
   std::unordered_set<std::string> used_;          ///< in lower case
   std::unordered_map<std::string, int> numbers_;  ///< the last one that was given to a name
 };

@@ -20,8 +20,10 @@
 #include "JtFormatError.h"
 #include "JtMesh.h"
 #include "JtPartition.h"
+#include "JtSaveFiles.h"
 #include "JtShape.h"
 #include "JtStorageManager.h"
+#include "JtTemporaryPath.h"
 #include "storage/TempFolder.h"
 
 namespace {
@@ -297,14 +299,12 @@ class Intruder : public jt::FileImage {
   explicit Intruder(std::function<void()> act) : act_(std::move(act)) {}
   std::span<const std::byte> bytes() const override { return bytesOf(text_); }
   std::optional<jt::FileIdentity> identity() const override { return std::nullopt; }
-  void checkPresent() const override {
-    if (act_) std::exchange(act_, nullptr)();
-  }
+  void checkPresent() const override { act_(); }
   std::string name() const override { return "intruder"; }
 
  private:
   std::string text_ = "new";
-  mutable std::function<void()> act_;
+  std::function<void()> act_;
 };
 
 TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {
@@ -335,7 +335,9 @@ TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {
     // The same while the save goes on, after its first look at the file.
     folder.write("a.jt", "old");
     const jt::StorageSaveOptions options{.expected = openImage(path)->identity()};
-    const auto intruder = jt::make<Intruder>([&] { change(path); });
+    const auto intruder = jt::make<Intruder>([&, done = false]() mutable {
+      if (!std::exchange(done, true)) change(path);
+    });
     const jt::FilePiece piece{intruder->bytes(), intruder.get(), 0};
     EXPECT_THROW(save(path, {&piece, 1}, options), JtFormatError);
     EXPECT_EQ(contentOf(path), content);
@@ -484,11 +486,13 @@ TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
   };
   const Names kept{".a.jt.jtw-" + self + "-1.tmp",  // its process runs
                    ".a.jt.jtw-" + self + "-2.tmp",  // old, but locked
-                   ".b.jt.jtw-999999999-1.tmp",     // of another target
                    ".a.jt.jtw-x-1.tmp",
                    ".a.jt.jtw-999999999.tmp",
+                   ".a.jt.jtw-999999999-1x.tmp",
                    "a.jt"};
-  const Names removed{".a.jt.jtw-999999999-1.tmp", ".a.jt.jtw-" + self + "-3.tmp"};
+  const Names removed{".a.jt.jtw-999999999-1.tmp", ".a.jt.jtw-" + self + "-3.tmp",
+                      ".b.jt.jtw-999999999-1.tmp",        // of another target
+                      ".c.jt.jtw-999999999-f.tmp/0.jt"};  // of an export
   for (const Names* names : {&kept, &removed})
     for (const std::string& name : *names) folder.write(name, "old");
   age(".a.jt.jtw-" + self + "-2.tmp");
@@ -498,6 +502,55 @@ TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
   EXPECT_EQ(saveText(path, "new"), "");
   EXPECT_EQ(folder.names(), kept);
   ::close(lock);
+}
+
+/// What a signal handler does: nothing of a save, an export or a made folder stays.
+TEST(TemporaryPaths, AreRemovedByAProcessThatIsToldToEnd) {
+  const TempFolder folder;
+  folder.write("a.jt", "old");
+  const auto saveUntilTheEnd = [&folder] {
+    fs::create_directory(folder / "made");
+    const jt::TemporaryPath made(folder / "made", jt::TemporaryPath::Kind::folder);
+    jt::TemporaryPath kept(folder.write("made/kept", ""));
+    const jt::TemporaryPath inside(folder.write("made/inside", ""));
+    fs::rename(folder / "made/kept", folder / "kept");
+    kept.keep();
+    // The second time that a source is looked at, its bytes are in the temporary file.
+    int looks = 0;
+    const auto ends = jt::make<Intruder>([&looks] {
+      if (++looks < 2) return;
+      jt::removeTemporaryPaths();
+      std::_Exit(7);
+    });
+    const jt::FilePiece piece{ends->bytes(), ends.get(), 0};
+    save(folder / "a.jt", {&piece, 1});
+  };
+  EXPECT_EXIT(saveUntilTheEnd(), testing::ExitedWithCode(7), "");
+  EXPECT_EQ(folder.names(), (Names{"a.jt", "kept"}));
+}
+
+TEST(SaveTogether, ReplacesAllFilesOrNone) {
+  const TempFolder folder;
+  folder.write("a.mtl", "old materials");
+  folder.write("a.obj", "old");
+  const auto saveBoth = [&](const std::string& second) {
+    const jt::NewFile files[] = {{folder / "a.mtl", bytesOf("new materials")},
+                                 {folder / "new.mtl", bytesOf("more")},
+                                 {folder / second, bytesOf("new")}};
+    try {
+      jt::saveFilesTogether(files);
+    } catch (const JtFormatError& error) {
+      return error.code();
+    }
+    return std::string();
+  };
+  fs::create_directory(folder / "folder");
+  EXPECT_EQ(saveBoth("folder"), "unwritable");
+  EXPECT_EQ(contentOf(folder / "a.mtl"), "old materials");
+  EXPECT_EQ(folder.names(), (Names{"a.mtl", "a.obj", "folder"}));
+  EXPECT_EQ(saveBoth("a.obj"), "");
+  EXPECT_EQ(contentOf(folder / "a.mtl") + contentOf(folder / "a.obj"), "new materialsnew");
+  EXPECT_EQ(folder.names(), (Names{"a.mtl", "a.obj", "folder", "new.mtl"}));
 }
 
 TEST(Save, KeepsOneWholeContentWhenManySaveAtOnce) {

@@ -10,6 +10,7 @@
 #include "DmKrUtilsFileStream.h"
 #include "DmKrUtilsStreamStorageLocation.h"
 #include "InputFile.h"
+#include "JtTemporaryPath.h"
 #include "JtwManager.h"
 #include "JtwNewComponent.h"
 #include "SaveResult.h"
@@ -29,29 +30,21 @@ namespace fs = std::filesystem;
 /// A folder that is made for a document, and removed again unless keep() is called.
 class NewFolder {
  public:
-  NewFolder() = default;
-  ~NewFolder() {
-    std::error_code ignored;
-    if (!path_.empty()) fs::remove(path_, ignored);
-  }
-  NewFolder(const NewFolder&) = delete;
-  NewFolder& operator=(const NewFolder&) = delete;
-
   void create(const std::string& path) {
     std::error_code error;
     if (fs::is_directory(path, error)) return;
     if (!fs::create_directory(path, error) || error)
       failOutput("unwritable", path, error ? error.message() : "the folder cannot be made");
-    path_ = path;
+    path_.set(path, jt::TemporaryPath::Kind::folder);
     // A file is only as durable as the folders above it.
     const fs::path parent = fs::path(path).parent_path();
     isDurable_ = ApiSysFileAccess::syncDir(ApiSysFilePath(parent.empty() ? "." : parent.string()));
   }
   bool isDurable() const { return isDurable_; }
-  void keep() { path_.clear(); }
+  void keep() { path_.keep(); }
 
  private:
-  std::string path_;
+  jt::TemporaryPath path_;
   bool isDurable_ = true;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <list>
 #include <map>
 #include <set>
 #include <unordered_set>
@@ -9,6 +10,7 @@
 #include "Failure.h"
 #include "InputFile.h"
 #include "JtStackNodeIter.h"
+#include "JtTemporaryPath.h"
 #include "SaveResult.h"
 
 namespace tool {
@@ -60,7 +62,9 @@ class PartCopies {
   bool replacesAny() const;
   /// Writes the part files that could be read. Throws Failure.
   std::vector<jt::SaveReport> save(const jt::SaveOptions& options);
-  void keep() noexcept { made_.clear(); }
+  void keep() noexcept {
+    for (jt::TemporaryPath& path : made_) path.keep();
+  }
 
  private:
   struct Copy {
@@ -72,8 +76,8 @@ class PartCopies {
   fs::path base_;  // the folder of the copy
   std::vector<Copy> copies_;
   std::map<std::string, std::string>
-      newNames_;                // of files, by the names in the assembly's own file
-  std::vector<fs::path> made_;  // files and folders that were not there, in order
+      newNames_;                       // of files, by the names in the assembly's own file
+  std::list<jt::TemporaryPath> made_;  // files and folders that were not there, in order
 };
 
 PartCopies::PartCopies(JtPartition& top, const std::vector<jt::PartFile>& parts,
@@ -107,10 +111,7 @@ PartCopies::PartCopies(JtPartition& top, const std::vector<jt::PartFile>& parts,
 }
 
 PartCopies::~PartCopies() {
-  for (; !made_.empty(); made_.pop_back()) {
-    std::error_code ignored;
-    fs::remove(made_.back(), ignored);
-  }
+  while (!made_.empty()) made_.pop_back();  // what a folder holds goes before it
 }
 
 void PartCopies::redirect(JtPartition& graph) const {
@@ -127,7 +128,7 @@ void PartCopies::makeFolders(const fs::path& folder) {
   if (!fs::create_directory(folder, error) && !fs::is_directory(folder))
     throw Failure(ExitCode::output, "unwritable", "the folder cannot be made: " + error.message(),
                   {.file = folder.string(), .segment = {}, .element = {}, .offset = {}});
-  made_.push_back(folder);
+  made_.emplace_back(folder.string(), jt::TemporaryPath::Kind::folder);
 }
 
 bool PartCopies::replacesAny() const {
@@ -146,8 +147,9 @@ std::vector<jt::SaveReport> PartCopies::save(const jt::SaveOptions& options) {
     // The folder of the copy itself has to be there, as for every file that is written.
     if (!options.dryRun && fs::is_directory(base_, error)) makeFolders(copy.target.parent_path());
     const auto location = jt::make<JtFSStorageLocation>(JtString(), JtString(copy.target.string()));
+    // Before it is made: afterwards nothing may fail until it is in the list.
+    if (isNew) made_.emplace_back(copy.target.string());
     reports.push_back(savePartition(*copy.part, location.get(), ofPart, copy.target.string()));
-    if (isNew) made_.push_back(copy.target);
   }
   return reports;
 }

@@ -2,6 +2,7 @@
 
 #include "ApiSysFilePath.h"
 #include "JtFormatError.h"
+#include "JtSaveFiles.h"
 #include "JtStorageManager.h"
 #include "MeshFiles.h"
 #include "Writers.h"
@@ -15,21 +16,15 @@ void save(const std::string& path, const std::string& content) {
   JtStorageManager::current()->save(location, {&piece, 1}, {});
 }
 
-/// The OBJ file names its material list, so that one comes first.
+/// The OBJ file and the list of materials that it names belong together.
 void saveObj(const Scene& scene, const std::string& path) {
   const std::vector<std::string> files = filesOf(scene, path);
   if (files.size() == 1) return save(path, objOf(scene, {}));
-  const std::filesystem::path library = files[1];
-  std::error_code ignored;
-  const bool isNew = !std::filesystem::exists(library, ignored);
-  const std::string content = objOf(scene, library.filename().string());
-  save(library.string(), mtlOf(scene));
-  try {
-    save(path, content);
-  } catch (...) {
-    if (isNew) std::filesystem::remove(library, ignored);
-    throw;
-  }
+  const std::string library = mtlOf(scene);
+  const std::string content = objOf(scene, std::filesystem::path(files[1]).filename().string());
+  const jt::NewFile both[] = {{files[1], std::as_bytes(std::span(library))},
+                              {path, std::as_bytes(std::span(content))}};
+  jt::saveFilesTogether(both);
 }
 
 }  // namespace

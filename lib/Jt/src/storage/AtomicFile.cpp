@@ -5,9 +5,12 @@
 
 #include <chrono>
 #include <filesystem>
+#include <iterator>
+#include <list>
 #include <optional>
 #include <thread>
 
+#include "JtSaveFiles.h"
 #include "storage/Descriptor.h"
 #include "storage/FileAttributes.h"
 #include "storage/ReadBack.h"
@@ -208,31 +211,82 @@ void checkSources(std::span<const FilePiece> pieces) {
   }
 }
 
+/// A save up to the point where the new file is whole, beside the old one.
+class PreparedSave {
+ public:
+  PreparedSave(const std::string& path, std::span<const FilePiece> pieces,
+               const StorageSaveOptions& options)
+      : content_(pieces),
+        errors_(path, content_.size()),
+        options_(options),
+        target_(examine(path, options_, errors_)) {
+    checkSources(pieces);
+    TemporaryFile::removeAbandoned(target_.folder.get());
+    temporary_.emplace(target_.folder.get(), target_.name, errors_);
+    fill(temporary_->descriptor(), target_, content_, options_, errors_, result_);
+    checkSources(pieces);  // what was encoded from them may be of changed bytes as well
+    temporary_->close();
+    warnings_.emplace(target_, result_);
+  }
+
+  /// Puts the new file in its place. @param keepsOld until `finish`, for `undo`
+  void replace(bool keepsOld) {
+    lockTarget(target_, options_, errors_);
+    temporary_->moveTo(target_.name, options_.createOnly, keepsOld);
+    target_.file.close();  // and with it the lock
+  }
+  /// Nothing is thrown any more.
+  StorageSaveResult finish() noexcept {
+    result_.identity = temporary_->identity();
+    temporary_.reset();  // and with it an old file that was kept
+    if (!target_.canSyncFolder || ::fsync(target_.folder.get()) != 0)
+      result_.warnings.push_back(std::move(warnings_->notDurable));
+    if (warnings_->linksBroken) result_.warnings.push_back(std::move(*warnings_->linksBroken));
+    return std::move(result_);
+  }
+  void undo() noexcept { temporary_->moveBack(target_.name); }
+
+ private:
+  const SaveContent content_;
+  const SaveErrors errors_;
+  const StorageSaveOptions options_;
+  Target target_;
+  StorageSaveResult result_;
+  std::optional<TemporaryFile> temporary_;
+  std::optional<FinalWarnings> warnings_;
+};
+
 }  // namespace
 
 StorageSaveResult saveFile(const std::string& path, std::span<const FilePiece> pieces,
                            const StorageSaveOptions& options) {
-  const SaveContent content(pieces);
-  const SaveErrors errors(path, content.size());
-  Target target = examine(path, options, errors);
-  checkSources(pieces);
-
-  StorageSaveResult result;
-  TemporaryFile::removeAbandoned(target.folder.get(), target.name);
-  TemporaryFile temporary(target.folder.get(), target.name, errors);
-  fill(temporary.descriptor(), target, content, options, errors, result);
-  checkSources(pieces);  // what was encoded from them may be of changed bytes as well
-  temporary.close();
-  FinalWarnings warnings(target, result);
-  lockTarget(target, options, errors);
-  temporary.moveTo(target.name, options.createOnly);
-
-  target.file.close();  // and with it the lock
-  result.identity = temporary.identity();
-  if (!target.canSyncFolder || ::fsync(target.folder.get()) != 0)
-    result.warnings.push_back(std::move(warnings.notDurable));
-  if (warnings.linksBroken) result.warnings.push_back(std::move(*warnings.linksBroken));
-  return result;
+  PreparedSave save(path, pieces, options);
+  save.replace(false);
+  return save.finish();
 }
 
 }  // namespace jt::storage
+
+std::vector<jt::StorageSaveResult> jt::saveFilesTogether(std::span<const NewFile> files) {
+  std::list<storage::PreparedSave> saves;
+  for (const NewFile& file : files) {
+    const FilePiece piece{.bytes = file.content};
+    saves.emplace_back(file.path, std::span(&piece, 1), StorageSaveOptions{});
+  }
+  std::vector<StorageSaveResult> results;
+  results.reserve(saves.size());
+  std::size_t replaced = 0;
+  try {
+    for (storage::PreparedSave& save : saves) {
+      save.replace(true);
+      ++replaced;
+    }
+  } catch (...) {
+    for (auto save = std::next(saves.begin(), static_cast<std::ptrdiff_t>(replaced));
+         save != saves.begin();)
+      (--save)->undo();
+    throw;
+  }
+  for (storage::PreparedSave& save : saves) results.push_back(save.finish());
+  return results;
+}

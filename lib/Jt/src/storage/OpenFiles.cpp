@@ -1,10 +1,8 @@
 #include "storage/OpenFiles.h"
 
-#include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <mutex>
@@ -13,23 +11,11 @@
 #include <utility>
 
 #include "JtFileGuard.h"
+#include "base/SpinLock.h"
 #include "storage/MappedFile.h"
 
 namespace jt::storage {
 namespace {
-
-/// Async-signal-safe. The handler may take it: it runs where mapped bytes are read, and nobody
-/// reads any while holding the lock.
-class SpinLock {
- public:
-  void lock() noexcept {
-    while (taken_.test_and_set(std::memory_order_acquire)) sched_yield();
-  }
-  void unlock() noexcept { taken_.clear(std::memory_order_release); }
-
- private:
-  std::atomic_flag taken_;
-};
 
 struct Change {
   std::string path;
@@ -38,7 +24,7 @@ struct Change {
 };
 
 struct OpenFiles {
-  SpinLock mutex;
+  SpinLock mutex;  ///< the handler may take it: nobody reads mapped bytes while holding it
   MappedFile* first = nullptr;
   bool hasChange = false;
   Change change;  ///< the first one, if any

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -107,21 +109,15 @@ PartFolder::PartFolder(const JtFSStorageLocation& assembly) {
   for (const std::string& reference : referencesOf(path.string())) {
     const std::string file = reference.starts_with(prefix_) ? reference.substr(prefix_.size()) : "";
     if (!file.empty() && file.find_first_of("/\\") == std::string::npos && file[0] != '.')
-      old_.push_back(file);
+      old_.push_back(folder_ + file);
   }
-}
-
-PartFolder::~PartFolder() {
-  std::error_code ignored;
-  for (const std::string& name : added_) fs::remove(folder_ + name, ignored);
-  if (madeFolder_) fs::remove(folder_.substr(0, folder_.size() - 1), ignored);  // when it is empty
 }
 
 Ref<JtFSStorageLocation> PartFolder::add(const JtString& partName, bool dryRun) {
   std::error_code error;
-  if (!dryRun && !madeFolder_ && added_.empty()) {
+  if (!dryRun && madeFolder_.path().empty() && added_.empty()) {
     const std::string folder = folder_.substr(0, folder_.size() - 1);
-    madeFolder_ = fs::create_directory(folder, error);
+    if (fs::create_directory(folder, error)) madeFolder_.set(folder, TemporaryPath::Kind::folder);
     if (!error && fs::is_symlink(fs::symlink_status(folder)))
       error = {ENOTDIR, std::generic_category()};
     if (error)
@@ -137,25 +133,24 @@ Ref<JtFSStorageLocation> PartFolder::add(const JtString& partName, bool dryRun) 
   for (int& number = numbers_.try_emplace(lower(stem), 1).first->second; isTaken(name);)
     name = stem + " (" + std::to_string(++number) + ").jt";
   used_.insert(lower(name));
-  if (!dryRun) added_.push_back(name);
+  if (!dryRun) added_.emplace_back(folder_ + name);
   reference_ = prefix_ + name;
   return make<JtFSStorageLocation>(JtString(folder_), JtString(name));
 }
 
 void PartFolder::commit() noexcept {
-  const std::vector<std::string> added = std::move(added_);
-  const std::vector<std::string> old = std::move(old_);
-  added_.clear();
-  old_.clear();
-  madeFolder_ = false;
   try {
-    std::error_code ignored;
-    const std::unordered_set<std::string_view> kept(added.begin(), added.end());
-    for (const std::string& name : old)
-      if (!kept.contains(name)) fs::remove(folder_ + name, ignored);
+    std::unordered_set<std::string_view> kept;
+    for (const TemporaryPath& path : added_) kept.insert(path.path());
+    for (const std::string& path : old_)
+      if (!kept.contains(path)) ::unlink(path.c_str());
   } catch (const std::exception&) {
     // Out of memory: old part files stay, which nothing refers to any more.
   }
+  for (TemporaryPath& path : added_) path.keep();
+  added_.clear();
+  old_.clear();
+  madeFolder_.keep();
 }
 
 }  // namespace jt

@@ -1,24 +1,24 @@
-// The folder of a spool. It is locked for as long as its process lives.
+// The folder of a spool: named as temporary files are, and locked for as long as its process lives.
+// What a killed process left is removed by the next save in that place.
 
 #include <fcntl.h>
 #include <sys/file.h>
 
 #include <filesystem>
-#include <random>
-#include <string_view>
+#include <list>
 
 #include "JtFormatError.h"
 #include "JtSourceFile.h"
 #include "JtSpool.h"
+#include "JtTemporaryPath.h"
 #include "storage/Descriptor.h"
 #include "storage/SaveErrors.h"
+#include "storage/TemporaryFile.h"
 
 namespace fs = std::filesystem;
 
 namespace jt {
 namespace {
-
-constexpr std::string_view kMark = ".jtw-spool-";
 
 std::string nameOf(const std::string& target) { return fs::path(target).filename().string(); }
 
@@ -27,25 +27,11 @@ fs::path folderOf(const std::string& target) {
   return folder.empty() ? fs::path(".") : folder;
 }
 
-storage::Descriptor lock(const fs::path& folder) {
-  storage::Descriptor opened(storage::uninterrupted(
-      [&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
-  if (opened && ::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) opened.close();
-  return opened;
-}
+constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-/// What cannot be removed stays: tidying up is not worth failing an export.
-void removeAbandoned(const std::string& target) {
-  const std::string prefix = "." + nameOf(target) + std::string(kMark);
-  std::error_code error;
-  for (fs::directory_iterator entry(folderOf(target), error), end; !error && entry != end;
-       entry.increment(error)) {
-    if (!entry->path().filename().string().starts_with(prefix)) continue;
-    if (lock(entry->path())) {
-      std::error_code ignored;
-      fs::remove_all(entry->path(), ignored);
-    }
-  }
+storage::Descriptor openFolder(const fs::path& path) {
+  return storage::Descriptor(
+      storage::uninterrupted([&] { return ::open(path.c_str(), kOpenFolder); }));
 }
 
 }  // namespace
@@ -53,42 +39,30 @@ void removeAbandoned(const std::string& target) {
 class Spool::Folder {
  public:
   explicit Folder(const std::string& target) {
-    removeAbandoned(target);
-    std::random_device device;
+    if (const storage::Descriptor folder = openFolder(folderOf(target)))
+      storage::TemporaryFile::removeAbandoned(folder.get());
     constexpr int kAttempts = 16;
     std::error_code error;
-    bool isMade = false;
-    for (int attempt = 0; attempt < kAttempts && !isMade && !error; ++attempt) {
-      path_ =
-          folderOf(target) / ("." + nameOf(target) + std::string(kMark) + std::to_string(device()));
-      isMade = fs::create_directory(path_, error);
+    for (int attempt = 0; attempt < kAttempts && path_.path().empty() && !error; ++attempt) {
+      const fs::path path = folderOf(target) / storage::newTemporaryName(nameOf(target));
+      if (fs::create_directory(path, error)) path_.set(path.string(), TemporaryPath::Kind::folder);
     }
-    if (!isMade)
+    if (path_.path().empty())
       storage::SaveErrors(target, 0).failed(error ? error.value() : EEXIST,
                                             "making a folder in the same folder");
-    lock_ = lock(path_);
-  }
-  /// Removes the files by their names, and tries twice: a folder that cannot be listed is no reason
-  /// to leave it.
-  ~Folder() {
-    std::error_code error;
-    for (int attempt = 0; attempt < 2; ++attempt) {
-      for (std::uint64_t number = 0; number < count_; ++number) fs::remove(place(number), error);
-      if (fs::remove(path_, error)) return;
-    }
-    fs::remove_all(path_, error);
+    lock_ = openFolder(path_.path());
+    if (lock_) ::flock(lock_.get(), LOCK_EX | LOCK_NB);
   }
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
 
-  std::string nextPlace() { return place(count_++); }
+  const std::string& nextPlace() {
+    return files_.emplace_back(path_.path() + "/" + std::to_string(files_.size()) + ".jt").path();
+  }
 
  private:
-  std::string place(std::uint64_t number) const {
-    return (path_ / (std::to_string(number) + ".jt")).string();
-  }
-  fs::path path_;
-  std::uint64_t count_ = 0;
+  TemporaryPath path_;
+  std::list<TemporaryPath> files_;  // ends before the folder
   storage::Descriptor lock_;
 };
 

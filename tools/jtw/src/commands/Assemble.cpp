@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <list>
 #include <map>
 #include <memory>
 #include <random>
@@ -10,6 +11,7 @@
 #include "Component.h"
 #include "ExportJob.h"
 #include "InputFile.h"
+#include "JtTemporaryPath.h"
 #include "JtkEntityFactory.h"
 #include "JtkInstance.h"
 #include "MeshConversion.h"
@@ -23,29 +25,23 @@ namespace fs = std::filesystem;
 /// A folder for JT files that mesh files were converted to.
 class ScratchFolder {
  public:
-  ~ScratchFolder() {
-    std::error_code ignored;
-    if (!path_.empty()) fs::remove_all(path_, ignored);
-  }
-  ScratchFolder() = default;
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-
   std::string place(std::size_t number) {
-    if (path_.empty()) {
-      path_ =
+    if (path_.path().empty()) {
+      const fs::path path =
           fs::temp_directory_path() / ("jtw-assemble-" + std::to_string(std::random_device{}()));
       std::error_code error;
-      if (!fs::create_directory(path_, error))
+      if (!fs::create_directory(path, error))
         throw Failure(ExitCode::output, "unwritable", "no folder for converted meshes can be made",
-                      {.file = path_.string(), .segment = {}, .element = {}, .offset = {}});
-      fs::permissions(path_, fs::perms::owner_all, error);
+                      {.file = path.string(), .segment = {}, .element = {}, .offset = {}});
+      path_.set(path.string(), jt::TemporaryPath::Kind::folder);
+      fs::permissions(path, fs::perms::owner_all, error);
     }
-    return (path_ / (std::to_string(number) + ".jt")).string();
+    return files_.emplace_back(path_.path() + "/" + std::to_string(number) + ".jt").path();
   }
 
  private:
-  fs::path path_;
+  jt::TemporaryPath path_;
+  std::list<jt::TemporaryPath> files_;  // ends before the folder
 };
 
 /// The sources of a plan, each read once.
