@@ -24,6 +24,8 @@ set(JTW_GOALS
     # Killed at each call of a save
     "G6|^jt_storage_tests\\.SaveFaults$"
     "G6|^cli_tests\\.Faults$"
+    "G6|^cli_tests\\.Batch\\.That"
+    "G6|^jt_storage_tests\\.TemporaryPaths\\."
     # Power cut
     "G7|^jt_storage_tests\\.PowerCut$"
     # Errors of the system at each call
@@ -31,6 +33,9 @@ set(JTW_GOALS
     "G8|^cli_tests\\.Faults$"
     "G8|^jtw_tests\\.Saving\\.AFailure"
     "G8|^jtw_tests\\.Saving\\.AfterAFailure"
+    "G8|^jt_storage_tests\\.OpenedFile\\.Survives"
+    "G8|^cli_tests\\.ChangingFile\\."
+    "G8|^jt_storage_tests\\.SaveTogether\\."
     # Memory that cannot be allocated
     "G9|LackOfMemory"
     "G9|[Aa]llocation"

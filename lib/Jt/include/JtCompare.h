@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -69,6 +70,8 @@ struct CompareOptions {
   std::vector<std::string> identityKeys;
   /// Further differences are counted and not told.
   std::size_t maxDifferences = 1000;
+  /// Told the share that is done, 0..1, of the files and part files known so far; may be empty.
+  std::function<void(double)> progress;
 };
 
 struct CompareResult {

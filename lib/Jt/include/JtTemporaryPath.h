@@ -7,7 +7,8 @@
 namespace jt {
 
 /// A file, or an empty folder, that is removed when the object ends unless keep() was called.
-/// Removing takes no memory. All of them in the process form a list, for removeTemporaryPaths.
+/// Removing takes no memory. All of them in the process form a list, for removeTemporaryPaths. A
+/// forked process does not remove what is its parent's.
 class JT_API TemporaryPath {
  public:
   enum class Kind { file, folder };
@@ -38,6 +39,7 @@ class JT_API TemporaryPath {
   std::string path_;
   int folder_ = -1;
   Kind kind_ = Kind::file;
+  int process_ = 0;  ///< that made it
   TemporaryPath* older_ = nullptr;
   TemporaryPath* newer_ = nullptr;
 };

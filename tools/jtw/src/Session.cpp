@@ -1,5 +1,8 @@
 #include "Session.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <string_view>
 
@@ -7,6 +10,14 @@
 #include "JtFileGuard.h"
 
 namespace tool {
+namespace {
+
+bool isPipeClosed(int file) {
+  pollfd state{.fd = file, .events = 0, .revents = 0};
+  return poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0;
+}
+
+}  // namespace
 
 Session::Session(CommandLine line)
     : line_(std::move(line)),
@@ -106,6 +117,7 @@ void Session::reportJson(const Failure& failure) {
 }
 
 void Session::noteWritten(const std::string& file) noexcept {
+  if (writtenCount_ > 0 && file == firstWritten_) return;
   if (++writtenCount_ > 1) return;
   try {
     firstWritten_ = file;
@@ -114,8 +126,8 @@ void Session::noteWritten(const std::string& file) noexcept {
   }
 }
 
-ExitCode Session::exitAfter(const Failure& failure) const noexcept {
-  return writtenCount_ > 0 && failure.exit() == ExitCode::input ? ExitCode::output : failure.exit();
+ExitCode Session::exitAfter(ExitCode failure) const noexcept {
+  return writtenCount_ > 0 && failure == ExitCode::input ? ExitCode::output : failure;
 }
 
 std::optional<JtFormatError> Session::inputChange() const {
@@ -127,10 +139,12 @@ Failure Session::withWritten(const Failure& failure) const {
   if (writtenCount_ == 0) return failure;
   std::string message = failure.what() + ("; the save is done: " + firstWritten_);
   if (writtenCount_ > 1) message += " and " + counted(writtenCount_ - 1, "more file");
-  return {exitAfter(failure), failure.code(), message, failure.where()};
+  return {exitAfter(failure.exit()), failure.code(), message, failure.where()};
 }
 
 void Session::report(const Failure& found) {
+  // Who closed the pipe knows, unless there is a save to report.
+  if (found.exit() == ExitCode::output && writtenCount_ == 0 && isPipeClosed(STDOUT_FILENO)) return;
   const Failure failure = withWritten(found);
   message(Ink::red, "error:", describe(failure.where(), failure.what()));
   if (failure.code() == "usage") {

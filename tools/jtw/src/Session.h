@@ -32,6 +32,8 @@ class Session {
   const std::string& argument(std::size_t index) const { return arguments().positional()[index]; }
 
   bool wantsJson() const noexcept { return json_; }
+  /// --quiet: no messages, and of a batch the failures only.
+  bool isQuiet() const noexcept { return quiet_; }
   /// Where results go: standard output, or standard error after resultsToStandardError().
   Output& out() noexcept { return *results_; }
   JsonWriter& json() noexcept { return *writer_; }
@@ -54,7 +56,8 @@ class Session {
   /// was written was read before, and checked.
   std::optional<JtFormatError> inputChange() const;
   /// How the program ends after a failure: once a file was written, never with the code for inputs.
-  ExitCode exitAfter(const Failure& failure) const noexcept;
+  ExitCode exitAfter(ExitCode failure) const noexcept;
+  bool hasWritten() const noexcept { return writtenCount_ > 0; }
   /// Reports a failure: as text on standard error and, with --json, as JSON where results go.
   void report(const Failure& failure);
   /// Hands everything over; throws Failure "write_failed".

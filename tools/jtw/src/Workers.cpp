@@ -1,12 +1,15 @@
 #include "Workers.h"
 
 #include <poll.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <string_view>
+
+#include "Signals.h"
 
 namespace tool {
 namespace {
@@ -41,8 +44,10 @@ bool writeAll(int file, std::string_view text) {
 std::optional<Worker> start(std::size_t piece, const PieceOfWork& work) {
   std::array<int, 2> ends{};
   if (pipe(ends.data()) != 0) return std::nullopt;
+  const pid_t parent = getpid();
   const pid_t process = fork();
   if (process == 0) {
+    beginChild(parent);
     close(ends[0]);
     runPiece(piece, work, ends[1]);
   }
@@ -76,7 +81,8 @@ void serve(std::vector<Worker>& workers, const PieceDone& done) {
   pipes.reserve(workers.size());
   for (const Worker& worker : workers)
     pipes.push_back({.fd = worker.pipe, .events = POLLIN, .revents = 0});
-  if (poll(pipes.data(), pipes.size(), -1) < 0) return;  // interrupted
+  constexpr int kMostWaiting = 200;  // milliseconds; a signal can come just before
+  if (poll(pipes.data(), pipes.size(), kMostWaiting) < 0) return;  // interrupted
   for (std::size_t i = workers.size(); i-- > 0;) {
     if (pipes[i].revents == 0 || receive(workers[i])) continue;
     const std::size_t piece = workers[i].piece;
@@ -86,12 +92,29 @@ void serve(std::vector<Worker>& workers, const PieceDone& done) {
   }
 }
 
+/// Stops the processes that still run when the work ends before its time.
+class Stopper {
+ public:
+  explicit Stopper(std::vector<Worker>& workers) : workers_(workers) {}
+  ~Stopper() {
+    for (const Worker& worker : workers_) kill(worker.process, SIGTERM);
+    for (Worker& worker : workers_) finish(worker);
+  }
+  Stopper(const Stopper&) = delete;
+  Stopper& operator=(const Stopper&) = delete;
+
+ private:
+  std::vector<Worker>& workers_;
+};
+
 }  // namespace
 
-void runInProcesses(const std::vector<std::size_t>& pieces, std::size_t jobs,
+bool runInProcesses(const std::vector<std::size_t>& pieces, std::size_t jobs,
                     const PieceOfWork& work, const PieceDone& done) {
   std::vector<Worker> workers;
+  const Stopper stopper(workers);
   for (std::size_t next = 0; next < pieces.size() || !workers.empty();) {
+    if (notedSignal() != 0) return false;
     if (next < pieces.size() && workers.size() < jobs) {
       if (std::optional<Worker> worker = start(pieces[next], work)) {
         workers.push_back(std::move(*worker));
@@ -103,6 +126,7 @@ void runInProcesses(const std::vector<std::size_t>& pieces, std::size_t jobs,
     }
     if (!workers.empty()) serve(workers, done);
   }
+  return true;
 }
 
 }  // namespace tool

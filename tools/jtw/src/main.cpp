@@ -5,6 +5,7 @@
 
 #include "JtFileGuard.h"
 #include "Session.h"
+#include "Signals.h"
 
 namespace {
 
@@ -28,6 +29,9 @@ int main(int argc, char** argv) {
   // So does a file that would become larger than the limit of the process.
   std::signal(SIGXFSZ, SIG_IGN);
   jt::guardMappedFiles();
+  tool::handleEndSignals();
   const int skipped = argc > 0 ? 1 : 0;
-  return tool::runProgram({argv + skipped, argv + argc});
+  const int exit = tool::runProgram({argv + skipped, argv + argc});
+  tool::endByNotedSignal();
+  return exit;
 }

@@ -76,7 +76,8 @@ void removeOpenFile(MappedFile& file) noexcept {
   file.unlink();
   if (files.hasChange || look.state == MappedFile::State::same) return;
   files.hasChange = true;
-  files.change = {std::move(file).path(), look, file.bytes().size()};
+  const std::size_t size = file.bytes().size();
+  files.change = {std::move(file).path(), look, size};
 }
 
 }  // namespace jt::storage

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <unordered_set>
 
 #include "JtAssembly.h"
 #include "JtFormatError.h"

@@ -35,6 +35,7 @@ void TemporaryPath::set(std::string path, Kind kind) {
 
 void TemporaryPath::enlist() noexcept {
   if (path_.empty()) return;
+  process_ = ::getpid();
   const std::lock_guard lock(listLock);
   older_ = std::exchange(newest, this);
   if (older_) older_->newer_ = this;
@@ -56,6 +57,7 @@ void TemporaryPath::remove() noexcept {
 }
 
 void TemporaryPath::unlinkNow() const noexcept {
+  if (process_ != ::getpid()) return;
   constexpr int kMostTries = 2;  // one failure is no reason to leave it
   const int flags = kind_ == Kind::folder ? AT_REMOVEDIR : 0;
   for (int i = 0; i < kMostTries; ++i)

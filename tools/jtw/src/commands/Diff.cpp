@@ -8,6 +8,7 @@
 #include "InputFile.h"
 #include "JtCompare.h"
 #include "JtInspect.h"
+#include "Progress.h"
 #include "Session.h"
 
 namespace tool {
@@ -183,7 +184,11 @@ ExitCode runDiff(Session& session) {
 
   Answer answer;
   Collector collector;
-  answer.result = jt::compare(*a.top, *b.top, options, collector);
+  {
+    Progress progress(session, "comparing");
+    options.progress = [&progress](double share) { progress.update(share); };
+    answer.result = jt::compare(*a.top, *b.top, options, collector);
+  }
   answer.differences = collector.all();
   if (arguments.has("segments")) answer.segments = jt::compareSegments(*a.top, *b.top);
   if (answer.result.skipped > 0)

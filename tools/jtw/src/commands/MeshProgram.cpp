@@ -16,6 +16,7 @@
 #include "Command.h"
 #include "MeshConversion.h"
 #include "Session.h"
+#include "Signals.h"
 
 namespace tool {
 namespace {
@@ -27,9 +28,10 @@ constexpr const char* kProgram = "jtw-mesh";
 /// Beside this program, as in a build tree, or where an installation has it.
 std::string findProgram() {
   const fs::path folder = fs::path(ApiSysFileAccess::programFolder()).parent_path();
+  // Without a folder of its own the program would be looked for in the current one, and run.
   for (const fs::path& candidate :
        {folder / kProgram, folder.parent_path() / "libexec" / "jtw" / kProgram})
-    if (access(candidate.c_str(), X_OK) == 0) return candidate.string();
+    if (candidate.is_absolute() && access(candidate.c_str(), X_OK) == 0) return candidate.string();
   throw Failure(ExitCode::input, "not_installed",
                 std::string("the program ") + kProgram + " is not installed beside jtw");
 }
@@ -51,11 +53,14 @@ ExitCode runMeshProgram(std::span<const char* const> arguments, const std::strin
   std::vector<char*> words{const_cast<char*>(program.c_str())};
   for (const char* word : arguments) words.push_back(const_cast<char*>(word));
   words.push_back(nullptr);
+  const pid_t parent = getpid();
   const pid_t child = fork();
   if (child == 0) {
+    beginChild(parent);
     execv(program.c_str(), words.data());
     _exit(127);
   }
+  const ChildGuard guard(child);
   int status = 0;
   while (child > 0 && waitpid(child, &status, 0) < 0)
     if (errno != EINTR) break;

@@ -1,12 +1,17 @@
 #include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Assembly.h"
+#include "Batch.h"
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
+#include "JtFileGuard.h"
 #include "JtFormatError.h"
 #include "JtInspect.h"
 #include "JtwFrameLists.h"
@@ -95,15 +100,15 @@ std::vector<jt::Note> examinePart(const jt::PartFile& part, const jt::ReadLimits
   return findings;
 }
 
-Verdict examine(Session& session, const std::string& path) {
-  Progress progress(session, "verify " + path);
+Verdict examine(Session& session, const std::string& path,
+                const std::function<void(double share)>& progress) {
   const jt::ReadLimits limits = readLimits(session);
   const jt::Ref<JtStorageLocation> location = inputLocation(path);
   std::vector<jt::PartFile> parts;
   if (path != "-") parts = listParts(*location, limits);
   const double share = 1.0 / static_cast<double>(parts.size() + 1);
   Verdict verdict{
-      path, jt::verify(*location, limits, [&](double done) { progress.update(done * share); }), {}};
+      path, jt::verify(*location, limits, [&](double done) { progress(done * share); }), {}};
   const Library library(session);
   addFrameFindings(*location, limits, verdict.findings);
   nameOptions(verdict.findings);
@@ -112,7 +117,7 @@ Verdict examine(Session& session, const std::string& path) {
     part.holders.clear();
     std::vector<jt::Note> findings = examinePart(part, limits);
     verdict.parts.push_back({std::move(part), std::move(findings)});
-    progress.update(static_cast<double>(verdict.parts.size() + 1) * share);
+    progress(static_cast<double>(verdict.parts.size() + 1) * share);
   }
   return verdict;
 }
@@ -153,11 +158,10 @@ void writeVerdict(JsonWriter& json, const Verdict& verdict) {
   json.end();
 }
 
-void showFindings(Session& session, const std::string& part,
+void showFindings(Output& out, const Style& style, const std::string& part,
                   const std::vector<jt::Note>& findings) {
-  const Style& style = session.style();
   for (const jt::Note& finding : findings)
-    session.out().line(
+    out.line(
         "  " +
         style.paint(finding.isError ? Ink::red : Ink::yellow,
                     finding.isError ? "error  " : "warning") +
@@ -167,58 +171,131 @@ void showFindings(Session& session, const std::string& part,
             finding.message)));
 }
 
-void showVerdict(Session& session, const Verdict& verdict) {
-  Output& out = session.out();
-  const Style& style = session.style();
+void showVerdict(Output& out, const Style& style, const Verdict& verdict) {
   const bool sound = verdict.isSound();
   out.line(printable(verdict.file) + ": " +
            style.paint(sound ? Ink::green : Ink::red, sound ? "sound" : "not sound"));
-  showFindings(session, {}, verdict.findings);
+  showFindings(out, style, {}, verdict.findings);
   for (const PartVerdict& part : verdict.parts)
-    showFindings(session, part.part.file, part.findings);
+    showFindings(out, style, part.part.file, part.findings);
+}
+
+ExitCode verifyOne(Session& session, const std::string& path) {
+  Progress progress(session, "verify " + path);
+  const Verdict verdict =
+      examine(session, path, [&progress](double share) { progress.update(share); });
+  if (const jt::Note* finding = verdict.unreadable())
+    throw Failure(
+        ExitCode::input, finding->code, finding->message,
+        {.file = path, .segment = finding->segment, .element = {}, .offset = finding->offset});
+  if (session.wantsJson()) {
+    session.beginResult();
+    writeVerdict(session.json(), verdict);
+    session.endResult();
+  } else if (!session.isQuiet() || !verdict.isSound()) {
+    showVerdict(session.out(), session.style(), verdict);
+  }
+  return verdict.isSound() ? ExitCode::done : ExitCode::no;
+}
+
+// --- Many files
+
+enum class Outcome : std::uint8_t { sound, notSound, unreadable };
+
+/// A verdict in any case: what cannot be read at all is a finding.
+Verdict examineAny(Session& session, const std::string& path) {
+  const auto failed = [&path](const std::string& code, const std::string& message,
+                              const jt::FilePosition& where) {
+    return Verdict{path, {{true, code, where.segment, where.offset, message}}, {}};
+  };
+  Verdict verdict;
+  try {
+    verdict = examine(session, path, [](double) {});
+  } catch (const Failure& failure) {
+    verdict = failed(failure.code(), failure.what(), failure.where());
+  } catch (const JtFormatError& error) {
+    verdict = failed(error.code(), error.message(), error.where());
+  }
+  if (const auto change = jt::takeFileChange())
+    return failed(change->code(), change->message(), change->where());
+  return verdict;
+}
+
+PieceReport reportOf(Session& session, const Verdict& verdict) {
+  PieceReport report;
+  const Outcome outcome = verdict.unreadable() ? Outcome::unreadable
+                          : verdict.isSound()  ? Outcome::sound
+                                               : Outcome::notSound;
+  report.outcome = static_cast<std::uint8_t>(outcome);
+  report.exit = outcome == Outcome::sound      ? ExitCode::done
+                : outcome == Outcome::notSound ? ExitCode::no
+                                               : ExitCode::input;
+  Output out;
+  if (session.wantsJson()) {
+    JsonWriter json(out);
+    json.beginObject();
+    writeVerdict(json, verdict);
+    json.end();
+  } else {
+    showVerdict(out, session.style(), verdict);
+  }
+  report.body = out.take();
+  return report;
+}
+
+void showSummary(Session& session, const Batch& batch) {
+  const auto count = [&batch](Outcome outcome) {
+    return batch.count(static_cast<std::uint8_t>(outcome));
+  };
+  if (session.wantsJson()) {
+    JsonWriter& json = session.json();
+    json.member("sound", count(Outcome::sound) == batch.size());
+    json.key("summary");
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("files", batch.size());
+    json.member("sound", count(Outcome::sound));
+    json.member("notSound", count(Outcome::notSound));
+    json.member("unreadable", count(Outcome::unreadable));
+    json.end();
+  } else if (!session.isQuiet()) {
+    session.out().line(counted(batch.size(), "file") + ": " +
+                       std::to_string(count(Outcome::sound)) + " sound, " +
+                       std::to_string(count(Outcome::notSound)) + " not sound, " +
+                       std::to_string(count(Outcome::unreadable)) + " unreadable");
+  }
+}
+
+ExitCode verifyMany(Session& session, const std::vector<std::string>& paths) {
+  const auto run = [&](std::size_t i) { return reportOf(session, examineAny(session, paths[i])); };
+  const auto lost = [&](std::size_t i) {
+    return reportOf(session, {paths[i],
+                              {{true,
+                                "worker_failed",
+                                {},
+                                {},
+                                "the process that read it could not be started or broke off"}},
+                              {}});
+  };
+  Batch batch(session, paths.size(), {"verify", run, lost, {}});
+  std::vector<std::size_t> pieces(paths.size());
+  std::iota(pieces.begin(), pieces.end(), std::size_t{0});
+  if (session.wantsJson()) {
+    session.beginResult();
+    session.json().key("files");
+    session.json().beginArray();
+  }
+  batch.run(pieces, Batch::jobs(session));
+  if (session.wantsJson()) session.json().end();
+  showSummary(session, batch);
+  if (session.wantsJson()) session.endResult();
+  return batch.exit();
 }
 
 }  // namespace
 
 ExitCode runVerify(Session& session) {
   const std::vector<std::string>& paths = session.arguments().positional();
-  std::vector<Verdict> verdicts;
-  verdicts.reserve(paths.size());
-  for (const std::string& path : paths) verdicts.push_back(examine(session, path));
-
-  const bool allUnreadable = std::all_of(verdicts.begin(), verdicts.end(),
-                                         [](const Verdict& v) { return v.unreadable(); });
-  const bool allSound =
-      std::all_of(verdicts.begin(), verdicts.end(), [](const Verdict& v) { return v.isSound(); });
-  if (verdicts.size() == 1 && allUnreadable) {
-    const jt::Note& finding = *verdicts[0].unreadable();
-    throw Failure(
-        ExitCode::input, finding.code, finding.message,
-        {.file = paths[0], .segment = finding.segment, .element = {}, .offset = finding.offset});
-  }
-
-  if (!session.wantsJson()) {
-    for (const Verdict& verdict : verdicts) showVerdict(session, verdict);
-  } else {
-    JsonWriter& json = session.json();
-    session.beginResult();
-    if (verdicts.size() == 1) {
-      writeVerdict(json, verdicts[0]);
-    } else {
-      json.member("sound", allSound);
-      json.key("files");
-      json.beginArray();
-      for (const Verdict& verdict : verdicts) {
-        json.beginObject();
-        writeVerdict(json, verdict);
-        json.end();
-      }
-      json.end();
-    }
-    session.endResult();
-  }
-  if (allUnreadable) return ExitCode::input;
-  return allSound ? ExitCode::done : ExitCode::no;
+  return paths.size() == 1 ? verifyOne(session, paths[0]) : verifyMany(session, paths);
 }
 
 }  // namespace tool

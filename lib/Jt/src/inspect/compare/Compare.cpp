@@ -44,6 +44,7 @@ class Comparison {
         segments_(graphs_, options.tolerance, report_),
         properties_(forms_, report_, segments_),
         tolerance_(options.tolerance),
+        progress_(options.progress),
         workLeft_(kWorkALink * (graphs_.factsA.edges() + graphs_.factsB.edges()) + kWorkALink) {}
 
   /// @param millimetres in the unit of length that holds where the files name none
@@ -55,6 +56,9 @@ class Comparison {
       const PairId id = pending.back();
       pending.pop_back();
       compareNodes(id);
+      if (progress_)
+        progress_(std::min(1.0, static_cast<double>(++compared_) /
+                                    static_cast<double>(graphs_.factsA.edges() + 1)));
       const std::size_t first = pending.size();
       compareChildren(id, pending);
       std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
@@ -281,6 +285,8 @@ class Comparison {
   PointerPairs seenNodes_;  // only of nodes that several paths may reach
   PointerPairs seenAttributes_;
   double tolerance_;
+  const std::function<void(double)>& progress_;
+  std::size_t compared_ = 0;
   std::vector<PartPair> parts_;
   std::size_t workLeft_;
 };
@@ -313,6 +319,10 @@ CompareResult compareAssemblies(const JtPartition& a, const JtPartition& b,
     const PartPair pair = pending[i];
     CompareOptions left = options;
     left.maxDifferences -= std::min<std::uint64_t>(left.maxDifferences, all.differences);
+    if (options.progress)
+      left.progress = [&, i](double share) {
+        options.progress((static_cast<double>(i) + share) / static_cast<double>(pending.size()));
+      };
     PartSink partSink(sink, pair.path);
     Comparison comparison(*pair.a, *pair.b, left, partSink);
     const CompareResult result = comparison.run(pair.millimetres);
