@@ -71,7 +71,7 @@ struct CompareOptions {
   /// Further differences are counted and not told.
   std::size_t maxDifferences = 1000;
   /// Told the share that is done, 0..1, of the files and part files known so far; may be empty.
-  std::function<void(double)> progress;
+  std::function<void(double)> progress = {};
 };
 
 struct CompareResult {

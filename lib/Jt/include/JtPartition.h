@@ -82,6 +82,7 @@ struct LostGeometry {
 
 struct SaveReport {
   std::string file;
+  std::uint64_t bytes = 0;  ///< length of the file; 0 in a dry run
   FileVersion version;
   std::vector<SegmentAction> segments;
   std::vector<SaveWarning> warnings;

@@ -106,6 +106,8 @@ class JTK_API JtkCADExporter final : public JtkRefCounted {
   int exportHierarchy(JtkHierarchy* root);
   /// Of the last export that succeeded.
   const jtk::ExportReport& report() const noexcept { return report_; }
+  /// Moves the report out, which needs no memory.
+  jtk::ExportReport takeReport() noexcept { return std::move(report_); }
   /// The stable code of the error that the last export failed with; empty for none.
   const std::string& errorCode() const noexcept { return errorCode_; }
 

@@ -40,15 +40,6 @@ const JtString& nameOf(const JtkPart& part) {
   return part.sceneGraphName().isEmpty() ? part.name() : part.sceneGraphName();
 }
 
-/// For the report only: the file is complete whether or not its size can be found.
-std::optional<std::uint64_t> bytesOf(const JtStorageLocation& location) {
-  try {
-    return JtStorageManager::current()->open(location)->bytes().size();
-  } catch (const JtFormatError&) {
-    return {};
-  }
-}
-
 using DroppedSegments = std::unordered_map<JtGuid, std::string>;
 
 /// Segments that a save left out, with the reasons.
@@ -151,6 +142,12 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
   }
   flush();
   top->growBounds();
+  // All that the report needs is allocated before the file is replaced.
+  jtk::ExportedFile& file = report_.files.emplace_back();
+  file.file = target->displayName().stringToMbs();
+  file.parts = folder_ ? 0 : report_.parts;
+  jt::SaveWarning incomplete{"report_incomplete",
+                             "the export is done, but there is no memory for all of its report"};
   try {
     report_.saved = top->save(target.get(), saveOptions());
   } catch (const JtFormatError& error) {
@@ -159,16 +156,26 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
   }
   images_.commit();
   if (folder_) folder_->commit();
-  const auto dropped = droppedSegments(report_.saved);
-  for (const auto& [node, nodeName] : solidNodes_) {
-    std::vector<std::string> reasons;
-    addLostBreps(*node, dropped, reasons);
-    for (const auto& reason : reasons) leaveOut(nullptr, nodeName, "exact geometry", reason);
-  }
-  for (jt::SaveWarning& warning : warnings_) report_.saved.warnings.push_back(std::move(warning));
-  report_.files.push_back({report_.saved.file, {}, folder_ ? 0 : report_.parts});
-  if (!exporter_.dryRun_) report_.files.back().bytes = bytesOf(*target);
+  if (!exporter_.dryRun_) file.bytes = report_.saved.bytes;
+  completeReport(std::move(incomplete));
   return std::move(report_);
+}
+
+/// The export is done: nothing may make a failure of it. `incomplete` is added where there is no
+/// memory for all that is left out and all warnings.
+void JtkExportRun::completeReport(jt::SaveWarning incomplete) noexcept {
+  std::vector<jt::SaveWarning>& all = report_.saved.warnings;
+  try {
+    const auto dropped = droppedSegments(report_.saved);
+    for (const auto& [node, nodeName] : solidNodes_) {
+      std::vector<std::string> reasons;
+      addLostBreps(*node, dropped, reasons);
+      for (const auto& reason : reasons) leaveOut(nullptr, nodeName, "exact geometry", reason);
+    }
+    std::ranges::move(warnings_, std::back_inserter(all));
+  } catch (const std::bad_alloc&) {
+    if (all.size() < all.capacity()) all.push_back(std::move(incomplete));
+  }
 }
 
 /// Counts the paths from the root, in an order with every node before those below it.
@@ -419,7 +426,7 @@ JtkExportRun::PartFile JtkExportRun::writePartFile(JtkPart& part) {
     leaveOut(part.geometrySource(), nameOf(part), "exact geometry", reason);
   jtk::ExportedFile& file = report_.files.emplace_back();
   file.file = saved.file;
-  if (!exporter_.dryRun_) file.bytes = bytesOf(*place);
+  if (!exporter_.dryRun_) file.bytes = saved.bytes;
   bytesDone_ += file.bytes.value_or(0);
   report_.alsoSaved.push_back(std::move(saved));
   releaseSources();
@@ -513,7 +520,7 @@ void JtkExportRun::store(const std::vector<std::shared_ptr<Content>>& contents) 
     report = encode(*volume);
   } else {
     stored = spool_->store(*volume, saveOptions(), report);
-    bytesDone_ += bytesOf(*stored->storageLocation()).value_or(0);
+    bytesDone_ += report.bytes;
   }
   noteWarnings(report);
   const auto dropped = droppedSegments(report);

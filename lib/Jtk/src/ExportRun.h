@@ -87,6 +87,7 @@ class JtkExportRun {
                      const JtStorageLocation& place);
   void leaveOut(const JtNode* source, const JtString& part, const char* what,
                 const std::string& reason);
+  void completeReport(jt::SaveWarning incomplete) noexcept;
   void showProgress() const;
   jt::Ref<JtFSStorageLocation> targetOf(const JtkHierarchy& root) const;
   jt::SaveOptions saveOptions() const;

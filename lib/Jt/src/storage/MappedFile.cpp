@@ -95,7 +95,7 @@ JtFormatError MappedFile::errorOf(const std::string& path, const Look& look,
                                   std::uint64_t sizeBefore) {
   const FilePosition where{.file = path, .segment = {}, .element = {}, .offset = {}};
   if (look.state == State::unreadable)
-    return {"unreadable", "the system cannot read the file any more; check the medium", where};
+    return {"unreadable", "the file cannot be read any more; check the medium", where};
   const std::string what = look.state == State::shorter
                                ? "the file had " + std::to_string(sizeBefore) +
                                      " bytes when it was opened and has " +

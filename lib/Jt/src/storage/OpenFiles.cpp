@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "JtFileGuard.h"
+#include "base/Once.h"
 #include "base/SpinLock.h"
 #include "storage/MappedFile.h"
 
@@ -83,8 +84,8 @@ void removeOpenFile(MappedFile& file) noexcept {
 }  // namespace jt::storage
 
 void jt::guardMappedFiles() {
-  static std::once_flag once;
-  std::call_once(once, [] {
+  static Once once;
+  once.call([] {
     storage::openFiles();  // the handler must not be the one to make it
     struct sigaction action {};
     action.sa_sigaction = storage::onBusError;

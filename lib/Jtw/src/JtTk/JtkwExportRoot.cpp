@@ -76,7 +76,8 @@ int versionOption(std::uint32_t version) {
   }
 }
 
-void reportLeftOut(const jtk::ExportReport& report) {
+/// The export is done: what there is no memory to report is in the report anyway.
+void reportLeftOut(const jtk::ExportReport& report) noexcept try {
   for (const jtk::LeftOut& left : report.leftOut) {
     std::string code = "JTEXPORT_" + left.what + "_LEFT_OUT";
     for (char& c : code)
@@ -84,6 +85,7 @@ void reportLeftOut(const jtk::ExportReport& report) {
     apiErr << ApiErrCode(code) << ApiErrPosition(__FILE__, "JtkwExportRoot::write", __LINE__)
            << left.part.stringToMbs() << left.reason << endErr;
   }
+} catch (const std::bad_alloc&) {
 }
 
 JtkHierarchy* referenced(JtkHierarchy* made) {
@@ -425,7 +427,7 @@ bool JtkwExportRoot::write(const ApiApproxJtExportData& exportData) {
   if (!exporter) return false;
   prepare(*exporter, exportData);
   const bool isWritten = exporter->exportHierarchy(tree_->root.get()) == 1;
-  report_ = exporter->report();
+  report_ = exporter->takeReport();
   reportLeftOut(report_);
   errorCode_ = exporter->errorCode();
   nodes_.clear();

@@ -13,12 +13,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <vector>
 
 #include "base/Bytes.h"
 #include "base/Hash.h"
+#include "base/Once.h"
 #include "base/WorkArray.h"
 #include "codec/vertex/VertexArrays.h"
 
@@ -114,7 +114,7 @@ class VariantChoice {
 
  private:
   Examine examine_;
-  std::once_flag examined_;
+  Once examined_;
   std::atomic<std::uint8_t> allowed_{0};
   std::atomic<std::uint32_t> met_{0};
 };

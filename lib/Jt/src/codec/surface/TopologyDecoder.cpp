@@ -201,7 +201,7 @@ HashChain TopologyStreams::hashChain(Generation generation, bool padMasks) const
 }
 
 std::uint8_t VariantChoice::ofFile() {
-  std::call_once(examined_, [this] {
+  examined_.call([this] {
     const std::uint8_t allowed = examine_ ? examine_() : std::uint8_t{0};
     allowed_.store(allowed == 0 ? Variant::kAll : allowed, std::memory_order_release);
   });

@@ -230,7 +230,7 @@ const TocEntry& Container::sceneEntry() const {
 }
 
 const TocEntry* Container::find(const JtGuid& id) const {
-  std::call_once(indexed_, [&] {
+  indexed_.call([&] {
     index_.reserve(toc_.size());
     for (std::size_t i = 0; i < toc_.size(); ++i)
       index_.emplace(toc_[i].id, static_cast<std::uint32_t>(i));

@@ -6,13 +6,13 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "JtPartition.h"
 #include "JtStorageManager.h"
+#include "base/Once.h"
 #include "file/archive/Archive.h"
 #include "file/archive/Format.h"
 #include "file/container/Compression.h"
@@ -160,7 +160,7 @@ class Container : public JtRefCounted {
   bool checkBytesOk_ = true;
   std::vector<TocEntry> toc_;
   std::vector<Note> notes_;
-  mutable std::once_flag indexed_;
+  mutable Once indexed_;
   mutable std::unordered_map<JtGuid, std::uint32_t> index_;
 };
 

@@ -228,7 +228,8 @@ Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
 }
 
 const std::vector<std::uint32_t>& SceneSource::poolAtoms() {
-  std::call_once(poolsFound_, [this] {
+  poolsFound_.call([this] {
+    poolAtoms_.clear();
     std::unordered_set<JtGuid> open;
     for (const TocEntry& entry : container_->toc())
       if (entry.type() == kMultiXtSegment) open.insert(entry.id);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "JtNode.h"
+#include "base/Once.h"
 #include "file/container/Container.h"
 #include "file/container/ElementFrame.h"
 #include "file/elements/ElementTable.h"
@@ -148,7 +149,7 @@ class SceneSource final : public ObjectSource {
 
   std::mutex atomsMutex_;
   std::vector<JtPropAtom*> atoms_;  // by element - firstAtom_; not owned
-  std::once_flag poolsFound_;
+  Once poolsFound_;
   std::vector<std::uint32_t> poolAtoms_;
 };
 

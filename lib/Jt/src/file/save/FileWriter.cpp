@@ -134,6 +134,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     converter_.setHasPools({});
   }
   if (!options_.dryRun) {
+    for (const FilePiece& piece : pieces) report_.bytes += piece.bytes.size();
     store(location, pieces);
   }
   return std::move(report_);
