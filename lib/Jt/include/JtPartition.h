@@ -1,46 +1,21 @@
 #pragma once
 
-#include <exception>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "JtFileVersion.h"
 #include "JtGroup.h"
+#include "JtLastError.h"
+#include "JtReadLimits.h"
+#include "JtSave.h"
 #include "JtShape.h"
 #include "JtShapeEncoding.h"
 #include "JtStorageManager.h"
 
 namespace jt {
-
-/// The version of the file format, as the header writes it.
-struct FileVersion {
-  int major = 10;
-  int minor = 0;
-  friend auto operator<=>(const FileVersion&, const FileVersion&) = default;
-  /// "9.5"
-  JT_API std::string text() const;
-  /// Reads "9.5"; nothing when it is not of that form.
-  JT_API static std::optional<FileVersion> parse(std::string_view text);
-};
-
-/// How much a file may ask for. Each limit stops one kind of attack; raise it for a file that is
-/// good.
-struct ReadLimits {
-  std::uint64_t maxSegmentBytes = 1ULL << 30;  ///< inflated bytes of one segment
-  /// Memory that is held for one opened file: inflated segments and the objects, properties and
-  /// decoded shapes that are made of them. Unset: what documentBytes says.
-  std::optional<std::uint64_t> maxDocumentBytes;
-  std::uint32_t maxZlibRatio = 1032;  ///< inflated bytes a stored byte
-  std::uint32_t maxLzmaRatio = 8192;  ///< inflated bytes a stored byte
-  /// Also open part files that a symbolic link leads out of the folder of the file that names them.
-  bool followLinks = false;
-
-  /// maxDocumentBytes, or what a file of that size may take without it: 128 MiB and 256 bytes for
-  /// each of its own, at most 4 GiB.
-  JT_API std::uint64_t documentBytes(std::uint64_t fileSize) const noexcept;
-};
 
 /// Something noticed in a file that does not keep it from being read.
 struct Note {
@@ -51,45 +26,6 @@ struct Note {
   std::string message;
 };
 
-/// What a save did, or would do, with one segment.
-struct SegmentAction {
-  enum class Kind { copied, rewritten, added, dropped };
-  JtGuid id;
-  std::int32_t type = 0;
-  Kind kind = Kind::copied;
-  std::string reason;  ///< why it was not copied
-};
-
-struct SaveOptions {
-  std::optional<FileVersion> version;  ///< another version than the partition's own
-  bool dryRun = false;                 ///< work everything out, write nothing
-  bool rewriteSceneGraph = false;      ///< encode the scene graph anew although nothing changed
-  int compressionLevel = 6;            ///< zlib level, 1 to 12
-  std::optional<ShapeEncoding> shapeEncoding;  ///< for a partition that has none of its own
-  /// Also save the opened part files that were changed, to their own places.
-  bool partFiles = true;
-  StorageSaveOptions storage;
-};
-
-/// Exact geometry of a part that a save leaves out.
-struct LostGeometry {
-  std::string part;         ///< name of the part's node; may be empty
-  std::int32_t nodeId = 0;  ///< in the file that the node was read from; 0: none
-  JtGuid segment;
-  std::int32_t type = 0;  ///< of the segment: 2, 17, 18, ...
-  std::string reason;
-};
-
-struct SaveReport {
-  std::string file;
-  std::uint64_t bytes = 0;  ///< length of the file; 0 in a dry run
-  FileVersion version;
-  std::vector<SegmentAction> segments;
-  std::vector<SaveWarning> warnings;
-  std::vector<LostGeometry> lostGeometry;  ///< of every part; its segments are dropped
-  std::vector<SaveReport> alsoSaved;       ///< of the part files that were saved first
-};
-
 /// Why the file that a partition stands for is not open.
 struct PartFailure {
   std::string file;  ///< path; as the partition names it when no path comes of that
@@ -98,13 +34,6 @@ struct PartFailure {
   std::string code;
   std::string message;
 };
-
-/// Why the last operation of this thread that reports by its result failed: the file and the
-/// reason. Operations that can fail begin by clearing it. Valid until the next operation.
-JT_API const std::string& lastError();
-JT_API void setLastError(std::string text);
-/// The same for an exception: its text, behind the name of the file unless it names it already.
-JT_API void setLastError(const std::exception& failure, const std::string& file);
 
 namespace file {
 class Container;
@@ -153,8 +82,6 @@ class JT_API JtPartition : public JtGroup {
   bool isClosed() const noexcept { return isClosed_; }
   /// How often the content was opened and not closed again; 0 for a closed partition.
   int openCount() const noexcept { return openCount_; }
-  /// True: sub-partitions are left for openAllPartitions. Set while opening.
-  bool deferSubPartitions = true;
 
   // --- Where and what
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "JtPropAtom.h"
@@ -18,13 +16,6 @@ JT_API const FileImage* fileOf(const JtSceneObject& object) noexcept;
 /// Gives the memory back that bytes of a mapped file took which were looked at; they are read anew
 /// when they are looked at again. Spans stay valid. No effect on other images.
 JT_API void releasePages(const FileImage& image) noexcept;
-
-/// True for the code of an error that a system call or another program caused, whatever is in the
-/// file: "unreadable", "changed_on_disk", "out_of_memory".
-JT_API bool isReadFailure(std::string_view code) noexcept;
-/// The stable code that came with lastError(); empty for none.
-JT_API const std::string& lastErrorCode();
-JT_API void setLastError(std::string text, std::string code);
 
 /// What a node needs besides an XT segment that names bodies in MultiXT segments of its file: the
 /// values of that file that name those, one each. Empty for geometry of its own and for segments

@@ -86,4 +86,6 @@ class JTK_API JtkHierarchy : public JtkEntity {
 namespace jtk {
 /// A node and all below it, each once, in no particular order; not owned.
 JTK_API std::vector<JtkHierarchy*> distinctNodes(JtkHierarchy& top);
+/// True when `node` is `top` or below it.
+JTK_API bool isWithin(const JtkHierarchy* node, JtkHierarchy& top);
 }  // namespace jtk

@@ -1,6 +1,5 @@
 #include "JtkEntity.h"
 
-JtkRefCounted::~JtkRefCounted() = default;
 JtkEntity::~JtkEntity() = default;
 
 bool JtkEntity::isOfType(TypeID type) const noexcept {

@@ -109,3 +109,7 @@ std::vector<JtkHierarchy*> jtk::distinctNodes(JtkHierarchy& top) {
       if (seen.insert(below).second) nodes.push_back(below);
   return nodes;
 }
+
+bool jtk::isWithin(const JtkHierarchy* node, JtkHierarchy& top) {
+  return std::ranges::count(distinctNodes(top), node) > 0;
+}

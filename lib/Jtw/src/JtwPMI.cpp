@@ -4,7 +4,6 @@
 
 #include "JtTk/JtkwPMIGathering.h"
 #include "JtwCollection.h"
-#include "JtwPMIAnnotation.h"
 #include "JtwRoot.h"
 
 JtwPMI::JtwPMI(JtwCollection* collection, JtwRoot* root)
@@ -145,5 +144,3 @@ const ApiGraColor& JtwPMI::color(bool& isDefault) {
   isDefault = colorIsDefault_;
   return color_;
 }
-
-JtwPMIAnnotation::~JtwPMIAnnotation() = default;

@@ -168,7 +168,6 @@ bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
   }
   if (!opened) return false;
   setPartition(jt::Ref<JtPartition>::adopt(opened));
-  opened->deferSubPartitions = false;
   JtPartition::openAllPartitions(opened, true);
   return true;
 }

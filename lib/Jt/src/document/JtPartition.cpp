@@ -1,41 +1,16 @@
 #include "JtPartition.h"
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <unordered_set>
 
 #include "JtFormatError.h"
 #include "file/graph/SceneReader.h"
 #include "file/save/FileWriter.h"
+#include "scene/Ancestors.h"
 #include "storage/RelativePath.h"
 
 bool JtPartition::_autoLoadShapes = true;
-
-// --- FileVersion
-
-std::string jt::FileVersion::text() const {
-  return std::to_string(major) + "." + std::to_string(minor);
-}
-
-std::optional<jt::FileVersion> jt::FileVersion::parse(std::string_view text) {
-  FileVersion version;
-  const char* end = text.data() + text.size();
-  const auto first = std::from_chars(text.data(), end, version.major);
-  if (first.ec != std::errc() || first.ptr == end || *first.ptr != '.') return {};
-  const auto second = std::from_chars(first.ptr + 1, end, version.minor);
-  if (second.ec != std::errc() || second.ptr != end || version.major < 0 || version.minor < 0)
-    return {};
-  return version;
-}
-
-std::uint64_t jt::ReadLimits::documentBytes(std::uint64_t fileSize) const noexcept {
-  constexpr std::uint64_t kFloor = 128ULL << 20;
-  constexpr std::uint64_t kRatio = 256;
-  constexpr std::uint64_t kMost = 4ULL << 30;
-  if (maxDocumentBytes) return *maxDocumentBytes;
-  return fileSize >= (kMost - kFloor) / kRatio ? kMost : kFloor + kRatio * fileSize;
-}
 
 // --- Life
 
@@ -129,26 +104,9 @@ void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
   attach(*external_, *this);
 }
 
-namespace {
-
-/// A node and everything above it.
-std::unordered_set<const JtNode*> ancestorsOf(const JtNode& node) {
-  std::vector<const JtNode*> pending{&node};
-  std::unordered_set<const JtNode*> seen{&node};
-  while (!pending.empty()) {
-    const JtNode* current = pending.back();
-    pending.pop_back();
-    for (int i = 0; i < current->numParents(); ++i)
-      if (seen.insert(current->parent(i)).second) pending.push_back(current->parent(i));
-  }
-  return seen;
-}
-
-}  // namespace
-
 bool JtExternalFiles::isAbove(const JtPartition& opened, const JtPartition& file) {
   if (lowest_ != &file) {
-    above_ = ancestorsOf(file);
+    above_ = jt::scene::ancestorsOf(file);
     lowest_ = &file;
   }
   return above_.contains(&opened);

@@ -1,13 +1,11 @@
 #include "Jt.h"
 
-#include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "JtInstance.h"
 #include "JtPartition.h"
 #include "JtResidencyRequestManager.h"
-#include "JtStackNodeIter.h"
 
 const char* const Jt::jtPropName = "JT_PROP_NAME";
 const char* const Jt::jtPropMeasurementUnits = "JT_PROP_MEASUREMENT_UNITS";
@@ -48,61 +46,3 @@ jt::Ref<JtNode> Jt::clone(const JtNode* node) {
 void JtLib::init() {}
 
 void JtLib::fini() { JtResidencyRequestManager::instance().stop(); }
-
-// --- JtStackNodeIter
-
-namespace {
-
-JtNode* childAt(const JtNode& node, int index) {
-  return index < node.numChildren() ? node.child(index) : nullptr;
-}
-
-}  // namespace
-
-bool JtStackNodeIter::run(JtNode* start) {
-  stack_.clear();
-  if (!start) return true;
-  const auto enter = [&](JtNode* node) {
-    stack_.push_back({jt::Ref<JtNode>(node)});
-    const Next next = pre_ ? pre_(node) : Next::descend;
-    stack_.back().skip = next == Next::skipChildren;
-    return next != Next::stop;
-  };
-  if (!enter(start)) return false;
-  while (!stack_.empty()) {
-    Level& level = stack_.back();
-    findPlace(level);
-    if (!level.skip && level.nextChild < level.node->numChildren()) {
-      JtNode* const child = level.node->child(level.nextChild++);
-      level.visited = child;
-      level.following = childAt(*level.node, level.nextChild);
-      if (!enter(child)) return false;
-      continue;
-    }
-    if (post_ && !post_(level.node.get())) return false;
-    stack_.pop_back();
-  }
-  return true;
-}
-
-/// Sets `nextChild` again when children were added or removed while one was visited.
-void JtStackNodeIter::findPlace(Level& level) {
-  if (level.nextChild == 0 || childAt(*level.node, level.nextChild) == level.following) return;
-  const int count = level.node->numChildren();
-  const auto find = [&](const JtNode* child) {
-    int index = 0;
-    while (index < count && level.node->child(index) != child) ++index;
-    return index;
-  };
-  const int visited = find(level.visited);
-  if (visited < count) {
-    level.nextChild = visited + 1;
-    return;
-  }
-  const int following = level.following ? find(level.following) : count;
-  level.nextChild = following < count ? following : std::min(level.nextChild - 1, count);
-}
-
-JtNode* JtStackNodeIter::pathParent() const {
-  return stack_.size() < 2 ? nullptr : stack_[stack_.size() - 2].node.get();
-}

@@ -1,33 +1,8 @@
 #include "JtGroup.h"
 
 #include <algorithm>
-#include <unordered_set>
 
-#include "JtInstance.h"
-
-namespace {
-
-/// True when `node` is `start` or stands above it.
-bool isAbove(const JtNode* node, const JtNode* start) {
-  std::vector<const JtNode*> pending{start};
-  std::unordered_set<const JtNode*> seen{start};
-  while (!pending.empty()) {
-    const JtNode* current = pending.back();
-    pending.pop_back();
-    if (current == node) return true;
-    for (int i = 0; i < current->numParents(); ++i)
-      if (seen.insert(current->parent(i)).second) pending.push_back(current->parent(i));
-  }
-  return false;
-}
-
-/// A node without children cannot close a cycle.
-bool mayTakeChild(const JtNode& parent, const JtNode* child) {
-  return child && !parent.isOpaque() && child != &parent &&
-         (child->numChildren() == 0 || !isAbove(child, &parent));
-}
-
-}  // namespace
+#include "scene/Ancestors.h"
 
 JtGroup::~JtGroup() {
   Dismantler children;
@@ -53,7 +28,7 @@ bool JtGroup::addChild(JtNode* child) {
 }
 
 bool JtGroup::insertChild(int index, JtNode* child) {
-  if (!mayTakeChild(*this, child)) return false;
+  if (!jt::scene::mayTakeChild(*this, child)) return false;
   link(std::clamp<std::ptrdiff_t>(index, 0, static_cast<std::ptrdiff_t>(children_.size())), *child);
   touch();
   return true;
@@ -82,32 +57,4 @@ bool JtGroup::removeChild(int index) {
 bool JtGroup::removeChild(const JtNode* child) {
   const auto found = std::find(children_.begin(), children_.end(), child);
   return found != children_.end() && removeChild(static_cast<int>(found - children_.begin()));
-}
-
-// --- JtInstance
-
-JtInstance::~JtInstance() {
-  Dismantler children;
-  JtInstance::releaseChildren(children);
-}
-
-void JtInstance::releaseChildren(Dismantler& out) noexcept {
-  if (!child_) return;
-  detach(*child_, *this);
-  out.add(std::move(child_));
-}
-
-jt::Ref<JtBase> JtInstance::clone() const { return jt::Ref<JtBase>(new JtInstance(*this)); }
-
-bool JtInstance::setChild(JtNode* child) {
-  if (isOpaque() || (child && !mayTakeChild(*this, child))) return false;
-  link(child);
-  touch();
-  return true;
-}
-
-void JtInstance::link(JtNode* child) {
-  if (child) attach(*child, *this);  // first: it may run out of memory
-  if (child_) detach(*child_, *this);
-  child_ = child;
 }

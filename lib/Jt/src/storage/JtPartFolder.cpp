@@ -1,3 +1,5 @@
+#include "JtPartFolder.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,7 +12,6 @@
 
 #include "JtAssembly.h"
 #include "JtFormatError.h"
-#include "JtPartFolder.h"
 #include "storage/SaveErrors.h"
 
 namespace fs = std::filesystem;

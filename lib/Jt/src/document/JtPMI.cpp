@@ -1,8 +1,9 @@
+#include "JtPMI.h"
+
 #include <algorithm>
 
 #include "JtBaseDataStream.h"
 #include "JtFormatError.h"
-#include "JtPMI.h"
 #include "file/pmi/PMIElement.h"
 #include "file/pmi/PMIGeneric.h"
 #include "file/pmi/PMITags.h"

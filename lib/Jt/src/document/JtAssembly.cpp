@@ -1,8 +1,9 @@
+#include "JtAssembly.h"
+
 #include <limits>
 #include <unordered_map>
 #include <unordered_set>
 
-#include "JtAssembly.h"
 #include "file/save/SceneWriter.h"
 
 namespace jt {

@@ -1,11 +1,11 @@
+#include "JtLastError.h"
+
 #include <pthread.h>
 
 #include <new>
 #include <utility>
 
 #include "JtFormatError.h"
-#include "JtPartition.h"
-#include "JtSourceFile.h"
 
 namespace {
 
@@ -45,8 +45,6 @@ const Slot& lastSlot() {
 const std::string& jt::lastError() { return lastSlot().text; }
 
 const std::string& jt::lastErrorCode() { return lastSlot().code; }
-
-void jt::setLastError(std::string text) { setLastError(std::move(text), {}); }
 
 void jt::setLastError(std::string text, std::string code) {
   if (Slot* const own = slotOfThread()) *own = {std::move(text), std::move(code)};

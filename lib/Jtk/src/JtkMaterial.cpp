@@ -1,16 +1,6 @@
 #include "JtkMaterial.h"
-#include "JtkTransform.h"
 
-JtkAttribute::~JtkAttribute() = default;
-JtkTransform::~JtkTransform() = default;
 JtkMaterial::~JtkMaterial() = default;
-
-JtkTransform::JtkTransform(const jt::Matrix4& matrix)
-    : JtkAttribute(jt::make<JtXform>(matrix).get()) {}
-
-const jt::Matrix4& JtkTransform::matrix() const noexcept {
-  return static_cast<const JtXform*>(jtAttribute())->matrix();
-}
 
 JtkMaterial::JtkMaterial() : JtkAttribute(jt::make<JtMaterial>().get()) {}
 

@@ -1,8 +1,9 @@
+#include "JtDrawing.h"
+
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
-#include "JtDrawing.h"
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtMesh.h"

@@ -1,4 +1,5 @@
 #include "JtSourceFile.h"
+
 #include "file/graph/SceneSource.h"
 #include "file/segments/XtBrep.h"
 

@@ -1,6 +1,8 @@
 // The folder of a spool: named as temporary files are, and locked for as long as its process lives.
 // What a killed process left is removed by the next save in that place.
 
+#include "JtSpool.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 
@@ -9,7 +11,6 @@
 
 #include "JtFormatError.h"
 #include "JtSourceFile.h"
-#include "JtSpool.h"
 #include "JtTemporaryPath.h"
 #include "storage/Descriptor.h"
 #include "storage/SaveErrors.h"

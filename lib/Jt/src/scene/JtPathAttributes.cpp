@@ -1,8 +1,9 @@
+#include "JtPathAttributes.h"
+
 #include <algorithm>
 #include <cmath>
 
 #include "JtPartition.h"
-#include "JtPathAttributes.h"
 #include "JtTexture.h"
 
 namespace jt {

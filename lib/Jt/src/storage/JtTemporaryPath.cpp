@@ -1,3 +1,5 @@
+#include "JtTemporaryPath.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -5,7 +7,6 @@
 #include <mutex>
 #include <utility>
 
-#include "JtTemporaryPath.h"
 #include "base/SpinLock.h"
 
 namespace jt {

@@ -1,0 +1,155 @@
+#include "JtMaterial.h"
+
+#include <algorithm>
+#include <bit>
+
+jt::Ref<JtBase> JtMaterial::clone() const { return jt::Ref<JtBase>(new JtMaterial(*this)); }
+
+void JtMaterial::setAmbientColor(float red, float green, float blue, float alpha) {
+  ambient_ = {red, green, blue, alpha};
+  clearPattern(0x02);
+}
+
+void JtMaterial::setDiffuseColor(float red, float green, float blue, float alpha) {
+  diffuse_ = {red, green, blue, alpha};
+  setBlending(alpha < 1);
+}
+
+void JtMaterial::setBlending(bool on) {
+  constexpr unsigned kBlending = 0x0010;
+  constexpr unsigned kFactors = 0xffc0;
+  constexpr unsigned kUsualFactors = 6U << 6 | 7U << 11;
+  unsigned flags = on ? dataFlags_ | kBlending : dataFlags_ & ~kBlending;
+  if (on && (flags & kFactors) == 0) flags |= kUsualFactors;
+  dataFlags_ = static_cast<std::uint16_t>(flags);
+  touch();
+}
+
+namespace {
+
+// In the order of JtMaterialField. Before 10.x bit 1 is for diffuse colour and alpha together; 9.5
+// adds one for each.
+constexpr std::array<jt::FieldBits, jt::kMaterialFields> kMaterialBits{{{0x001, 0x01},
+                                                                        {0x004, 0x02},
+                                                                        {0x008, 0x04},
+                                                                        {0x010, 0x08},
+                                                                        {0x020, 0x10},
+                                                                        {0x040, 0x20},
+                                                                        {0x082, 0x40},
+                                                                        {0x102, 0x80}}};
+
+const jt::FieldBits& bitsOf(JtMaterialField field) {
+  return kMaterialBits[static_cast<std::size_t>(field)];
+}
+
+constexpr unsigned kOverrideFlag = 0x0020;
+/// Blending and its factors.
+constexpr unsigned kBlendFlags = 0xffd0;
+
+}  // namespace
+
+std::span<const jt::FieldBits> JtMaterial::fieldBits() const noexcept { return kMaterialBits; }
+
+bool JtMaterial::states(JtMaterialField field) const noexcept {
+  return (inhibitFlags() & bitsOf(field).from10) == 0;
+}
+
+bool JtMaterial::isFinal(JtMaterialField field) const noexcept {
+  return (finalFlags() & bitsOf(field).from10) != 0;
+}
+
+void JtMaterial::state(JtMaterialField field) { stateField(bitsOf(field)); }
+
+void JtMaterial::takeField(JtMaterialField field, const JtMaterial& from) {
+  const auto takeFlags = [&](unsigned mask) {
+    dataFlags_ = static_cast<std::uint16_t>((dataFlags_ & ~mask) | (from.dataFlags_ & mask));
+    touch();
+  };
+  switch (field) {
+    case JtMaterialField::ambient:
+      return setAmbientColor(from.ambient_[0], from.ambient_[1], from.ambient_[2],
+                             from.ambient_[3]);
+    case JtMaterialField::specular:
+      setShininess(from.shininess_);
+      setBumpiness(from.bumpiness_);
+      return setSpecularColor(from.specular_[0], from.specular_[1], from.specular_[2],
+                              from.specular_[3]);
+    case JtMaterialField::emission:
+      return setEmissionColor(from.emission_[0], from.emission_[1], from.emission_[2],
+                              from.emission_[3]);
+    case JtMaterialField::blending:
+      return takeFlags(kBlendFlags);
+    case JtMaterialField::overrideVertexColors:
+      return takeFlags(kOverrideFlag);
+    case JtMaterialField::reflectivity:
+      return setReflectivity(from.reflectivity());
+    case JtMaterialField::diffuse:
+      std::copy_n(from.diffuse_.begin(), 3, diffuse_.begin());
+      return touch();
+    case JtMaterialField::alpha:
+      diffuse_[3] = from.diffuse_[3];
+      return touch();
+  }
+}
+
+std::array<std::uint32_t, 20> JtMaterial::values() const noexcept {
+  // The low bits tell how 8.x files store the colours.
+  constexpr unsigned kStorage = 0x000f;
+  std::array<std::uint32_t, 20> all{
+      dataFlags_ & ~kStorage, std::bit_cast<std::uint32_t>(shininess_),
+      std::bit_cast<std::uint32_t>(reflectivity()), std::bit_cast<std::uint32_t>(bumpiness_)};
+  std::size_t next = 4;
+  for (const jt::Rgba* color : {&ambient_, &diffuse_, &specular_, &emission_})
+    for (const float component : *color) all[next++] = std::bit_cast<std::uint32_t>(component);
+  return all;
+}
+
+bool JtMaterial::isEqualTo(const JtMaterial& other) const noexcept {
+  return values() == other.values() && isBaseEqualTo(other);
+}
+
+std::size_t JtMaterial::hash() const noexcept {
+  std::uint64_t hash = stateFlags();
+  for (const std::uint32_t value : values()) {
+    hash = (hash ^ value) * 0x9e3779b97f4a7c15U;
+    hash ^= hash >> 29;
+  }
+  return static_cast<std::size_t>(hash);
+}
+
+void JtMaterial::setSpecularColor(float red, float green, float blue, float alpha) {
+  specular_ = {red, green, blue, alpha};
+  clearPattern(0x04);
+}
+
+void JtMaterial::setEmissionColor(float red, float green, float blue, float alpha) {
+  emission_ = {red, green, blue, alpha};
+  clearPattern(0x08);
+}
+
+void JtMaterial::clearPattern(std::uint8_t bit) {
+  pattern_ = static_cast<std::uint8_t>(pattern_ & ~bit);
+  dataFlags_ = static_cast<std::uint16_t>(dataFlags_ & ~bit);
+  touch();
+}
+
+void JtMaterial::setShininess(float shininess) {
+  shininess_ = shininess;
+  touch();
+}
+
+void JtMaterial::setReflectivity(float reflectivity) {
+  reflectivity_ = reflectivity;
+  touch();
+}
+
+void JtMaterial::setBumpiness(float bumpiness) {
+  bumpiness_ = bumpiness;
+  touch();
+}
+
+void JtMaterial::setOverrideVertexColors(bool on) {
+  dataFlags_ =
+      static_cast<std::uint16_t>(on ? dataFlags_ | kOverrideFlag : dataFlags_ & ~kOverrideFlag);
+  touch();
+}

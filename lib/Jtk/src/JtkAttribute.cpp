@@ -1,0 +1,3 @@
+#include "JtkAttribute.h"
+
+JtkAttribute::~JtkAttribute() = default;

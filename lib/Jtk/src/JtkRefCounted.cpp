@@ -1,0 +1,3 @@
+#include "JtkRefCounted.h"
+
+JtkRefCounted::~JtkRefCounted() = default;

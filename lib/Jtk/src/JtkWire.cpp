@@ -1,0 +1,3 @@
+#include "JtkWire.h"
+
+JtkWire::~JtkWire() = default;

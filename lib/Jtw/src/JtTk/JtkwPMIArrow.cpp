@@ -1,0 +1,3 @@
+#include "JtkwPMIArrow.h"
+
+JtkwPMIArrow::~JtkwPMIArrow() = default;

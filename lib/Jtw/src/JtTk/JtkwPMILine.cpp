@@ -1,0 +1,3 @@
+#include "JtkwPMILine.h"
+
+JtkwPMILine::~JtkwPMILine() = default;

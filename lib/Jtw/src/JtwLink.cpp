@@ -1,0 +1,3 @@
+#include "JtwLink.h"
+
+JtwLink::~JtwLink() = default;

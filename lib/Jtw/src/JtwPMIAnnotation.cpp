@@ -1,0 +1,3 @@
+#include "JtwPMIAnnotation.h"
+
+JtwPMIAnnotation::~JtwPMIAnnotation() = default;

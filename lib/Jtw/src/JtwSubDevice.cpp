@@ -1,0 +1,3 @@
+#include "JtwSubDevice.h"
+
+JtwSubDevice::~JtwSubDevice() = default;
