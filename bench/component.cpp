@@ -1,5 +1,5 @@
 // The component model beside what it stands on: walking beside a bare walk of the scene graph,
-// looking up beside a plain table, and how making, placing, colouring and saving grow with the
+// looking up beside a plain table, and how making, placing, coloring and saving grow with the
 // component.
 
 #include <benchmark/benchmark.h>
@@ -133,11 +133,11 @@ void lookUpInTable(benchmark::State& state) {
   lookUp(state, [&table](long key) { return table.find(key)->second; });
 }
 
-/// Place and colour of every node of a chain, with empty caches; the deepest is asked first.
+/// Place and color of every node of a chain, with empty caches; the deepest is asked first.
 void locateAndColor(benchmark::State& state) {
   Component component;
   component.deepen(state.range(0));
-  // Entities tell their colour: one below each block.
+  // Entities tell their color: one below each block.
   for (long key = 1; key <= state.range(0); ++key)
     component.root().createEntityNode(ApiProtoKey(1000000 + key), ApiProtoKey(key),
                                       Component::at(1));

@@ -44,7 +44,7 @@ std::shared_ptr<const jt::Mesh> triangle(bool colored) {
   mesh->positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
   mesh->corners = {0, 1, 2};
   if (!colored) return mesh;
-  mesh->colours = {{1, 0, 0, 1}};
+  mesh->colors = {{1, 0, 0, 1}};
   mesh->records = {0, 0, 0};
   return mesh;
 }
@@ -75,13 +75,13 @@ Bytes fileWith(const Format& format, const StoredMaterial& stored) {
   return FileBuilder(format).scene(scene.marker().marker().table({})).build();
 }
 
-TEST(UpdateMaterials, BringsTheColoursOfEachGenerationToTodaysForm) {
+TEST(UpdateMaterials, BringsTheColorsOfEachGenerationToTodaysForm) {
   constexpr std::uint32_t kNoDiffuse9 = 0x02;
   constexpr std::uint32_t kNoDiffuse10 = 0x40;
   constexpr std::uint32_t kNoAlpha10 = 0x80;
   const Rgba red{.8F, .1F, .1F, 1};
   const Rgba glass{.8F, .1F, .1F, .25F};
-  const Rgba grey{.5F, .5F, .5F, 1};
+  const Rgba gray{.5F, .5F, .5F, 1};
   struct Case {
     const char* what;
     int major;
@@ -91,21 +91,21 @@ TEST(UpdateMaterials, BringsTheColoursOfEachGenerationToTodaysForm) {
     std::vector<std::size_t> counts;
   };
   const Case cases[] = {
-      {"nothing to do", 9, {red, grey}, red, grey, {1, 0, 0, 0, 0, 0}},
+      {"nothing to do", 9, {red, gray}, red, gray, {1, 0, 0, 0, 0, 0}},
       {"out of range",
        10,
        {{2, -1, kNan, kNan}, {kInfinite, .5F, -kInfinite, 7}},
        {1, 0, 0, 1},
        {1, .5F, 0, 1},
        {1, 1, 0, 0, 0, 0}},
-      {"only ambient, 8.x", 8, {red, grey, kNoDiffuse9}, red, red, {1, 0, 1, 0, 0, 0}},
-      {"only ambient, 9.x", 9, {red, grey, 0x80}, red, red, {1, 0, 1, 0, 0, 0}},
-      {"only ambient, 10.x", 10, {red, grey, kNoDiffuse10}, red, red, {1, 0, 1, 0, 0, 0}},
-      {"a bit that says specular in 10.x", 10, {red, grey, 2}, red, grey, {1, 0, 0, 0, 0, 0}},
-      {"only diffuse", 9, {grey, glass, 1}, red, glass, {1, 0, 1, 0, 0, 0}},
-      {"neither", 10, {red, grey, kNoDiffuse10 | 1}, red, grey, {1, 0, 0, 0, 0, 0}},
-      {"opacity in ambient", 10, {glass, grey}, red, {.5F, .5F, .5F, .25F}, {1, 0, 0, 1, 0, 0}},
-      {"only ambient, with opacity", 8, {glass, grey, kNoDiffuse9}, red, glass, {1, 0, 1, 1, 0, 0}},
+      {"only ambient, 8.x", 8, {red, gray, kNoDiffuse9}, red, red, {1, 0, 1, 0, 0, 0}},
+      {"only ambient, 9.x", 9, {red, gray, 0x80}, red, red, {1, 0, 1, 0, 0, 0}},
+      {"only ambient, 10.x", 10, {red, gray, kNoDiffuse10}, red, red, {1, 0, 1, 0, 0, 0}},
+      {"a bit that says specular in 10.x", 10, {red, gray, 2}, red, gray, {1, 0, 0, 0, 0, 0}},
+      {"only diffuse", 9, {gray, glass, 1}, red, glass, {1, 0, 1, 0, 0, 0}},
+      {"neither", 10, {red, gray, kNoDiffuse10 | 1}, red, gray, {1, 0, 0, 0, 0, 0}},
+      {"opacity in ambient", 10, {glass, gray}, red, {.5F, .5F, .5F, .25F}, {1, 0, 0, 1, 0, 0}},
+      {"only ambient, with opacity", 8, {glass, gray, kNoDiffuse9}, red, glass, {1, 0, 1, 1, 0, 0}},
       {"opacity left open",
        10,
        {glass, {.5F, .5F, .5F, .9F}, kNoAlpha10},
@@ -113,7 +113,7 @@ TEST(UpdateMaterials, BringsTheColoursOfEachGenerationToTodaysForm) {
        {.5F, .5F, .5F, .25F},
        {1, 0, 0, 1, 0, 0}},
       {"opacity in both", 9, {glass, {1, 1, 1, .5F}}, glass, {1, 1, 1, .5F}, {1, 0, 0, 0, 0, 0}},
-      {"ambient alpha 0", 9, {{1, 1, 1, 0}, grey}, {1, 1, 1, 0}, grey, {1, 0, 0, 0, 0, 0}},
+      {"ambient alpha 0", 9, {{1, 1, 1, 0}, gray}, {1, 1, 1, 0}, gray, {1, 0, 0, 0, 0, 0}},
   };
   for (const Case& expected : cases) {
     SCOPED_TRACE(expected.what);
@@ -131,7 +131,7 @@ TEST(UpdateMaterials, BringsTheColoursOfEachGenerationToTodaysForm) {
   }
 }
 
-TEST(UpdateMaterials, TellsWhetherAMaterialHidesVertexColours) {
+TEST(UpdateMaterials, TellsWhetherAMaterialHidesVertexColors) {
   struct Case {
     const char* what;
     int major;
@@ -146,7 +146,7 @@ TEST(UpdateMaterials, TellsWhetherAMaterialHidesVertexColours) {
       {"open, 9.x", 9, 0x20, true, false, true, false},
       {"open, 10.x", 10, 0x10, true, false, true, false},
       {"hidden by what it inherits", 10, 0x10, true, true, true, true},
-      {"no vertex colours", 10, 0x10, false, true, false, true},
+      {"no vertex colors", 10, 0x10, false, true, false, true},
   };
   for (const Case& expected : cases) {
     SCOPED_TRACE(expected.what);

@@ -1,4 +1,4 @@
-// Keys, ids, colours, object types: the small values that go into files.
+// Keys, ids, colors, object types: the small values that go into files.
 
 #include <gtest/gtest.h>
 

@@ -283,7 +283,7 @@ TEST_F(Node, UnitsAreStoredByNameAndRuleEverythingBelow) {
   EXPECT_EQ(jtw::unitRatio("inches"), 0);
 }
 
-TEST_F(Node, ColoursComeFromTheNearestMaterial) {
+TEST_F(Node, ColorsComeFromTheNearestMaterial) {
   JtwBlock& two = block(2);
   JtwEntity& three = entity(3, 2);
   bool isDefault = false;

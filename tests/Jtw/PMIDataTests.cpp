@@ -169,7 +169,7 @@ TEST(PMIData, TheExtendedLineOfANoteTurnsWithIt) {
   EXPECT_EQ(note.text(), (RWClassicTValOrderedVector<RWClassicCString>{"one", "", "two"}));
 }
 
-TEST(PMIData, TheShapeColourTextComesBackAsTheColour) {
+TEST(PMIData, TheShapeColorTextComesBackAsTheColor) {
   JtkwPMIFrameData frame;
   const std::string ambient = "0.200000,0.200000,0.200000,1.000000,";
   const std::string black = "0.000000,0.000000,0.000000,1.000000,";

@@ -594,7 +594,7 @@ TEST(StrokeFont, HasLatin1AndComesBackFromItsFile) {
   EXPECT_FALSE(JtkStrokeFont::fromBytes(bytes));
 }
 
-TEST(PMIAppearance, ColoursAreReadAsTheyAreWritten) {
+TEST(PMIAppearance, ColorsAreReadAsTheyAreWritten) {
   JtkwPMIAppearanceData::ColorText text;
   for (const ApiGraColor& color :
        {ApiGraColor(255, 0, 0), ApiGraColor(0, 0, 0), ApiGraColor(1, 2, 3)}) {

@@ -1,4 +1,4 @@
-// Colours and names of the wires of an entity.
+// Colors and names of the wires of an entity.
 
 #include "ComponentFixture.h"
 #include "JtkCADImporter.h"
@@ -31,7 +31,7 @@ class Wires : public ComponentFixture {
   JtkwWireframePropReader reader_;
 };
 
-TEST_F(Wires, HaveTheColourOfTheEntityElseGrey) {
+TEST_F(Wires, HaveTheColorOfTheEntityElseGray) {
   EXPECT_FALSE(reader_.execute(&entity_, nullptr));
   EXPECT_FALSE(reader_.execute(&entity_, &part_)) << "no wireframe";
   addWires(part_, 0);

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 class UpdateMaterials : public testing::Test {
  protected:
-  /// A component folder with two equal materials that have a colour out of range.
+  /// A component folder with two equal materials that have a color out of range.
   void component(const std::string& name) const {
     fs::create_directories(work_.path(name + ".kpak"));
     const auto partition = jt::make<JtPartition>();

@@ -80,7 +80,7 @@ std::string meshDifference(const jt::Mesh& a, const jt::Mesh& b, unsigned bits) 
            " primitives";
   if (a.corners.size() != b.corners.size()) return "number of corners";
   if (a.normals.empty() != b.normals.empty()) return "normals";
-  if (a.colours.empty() != b.colours.empty()) return "vertex colours";
+  if (a.colors.empty() != b.colors.empty()) return "vertex colors";
   if (a.textures.size() != b.textures.size()) return "texture channels";
   const bool isSame = bits == 0 && a.kind == jt::Mesh::Kind::triangles
                           ? triangles(a) == triangles(b)
@@ -111,7 +111,7 @@ std::string shownDifference(const Shown& a, const Shown& b, const Tolerance& tol
   if (!a.material != !b.material) return "a material";
   if (a.material)
     for (std::size_t i = 0; i < 4; ++i)
-      if (std::abs(a.material->diffuse[i] - b.material->diffuse[i]) > 1e-6F) return "colour";
+      if (std::abs(a.material->diffuse[i] - b.material->diffuse[i]) > 1e-6F) return "color";
   return meshDifference(*a.mesh, *b.mesh, tolerance.positionBits);
 }
 

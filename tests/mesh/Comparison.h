@@ -23,6 +23,6 @@ struct Tolerance {
 };
 
 /// The first thing in which the geometry of two scenes differs, in order of the nodes: what is
-/// shown, its unit and name, where, and with which corners, colours and instances. Empty when there
+/// shown, its unit and name, where, and with which corners, colors and instances. Empty when there
 /// is none. Grouping may differ.
 std::string difference(const mesh::Scene& a, const mesh::Scene& b, const Tolerance& tolerance = {});

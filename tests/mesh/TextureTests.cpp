@@ -1,4 +1,4 @@
-// Images on surfaces: which colour lies where must survive every way through the formats.
+// Images on surfaces: which color lies where must survive every way through the formats.
 
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
@@ -34,7 +34,7 @@ const char* const kPngUri =
     "ZwAAHu8E/HMcU8wAAAAASUVORK5CYII=";
 
 /// Which pixel each corner of the scene shows, by position.
-std::map<jt::Vec3f, Bytes> coloursOf(const mesh::Scene& scene) {
+std::map<jt::Vec3f, Bytes> colorsOf(const mesh::Scene& scene) {
   std::map<jt::Vec3f, Bytes> result;
   for (const mesh::Model& model : scene.models)
     for (const mesh::Surface& surface : model.surfaces) {
@@ -62,7 +62,7 @@ Bytes rgb(unsigned r, unsigned g, unsigned b) {
 }
 
 /// What a viewer shows at the corners of the square of makeGltf.
-const std::map<jt::Vec3f, Bytes> kColours{{{0, 0, 0}, rgb(0, 0, 255)},
+const std::map<jt::Vec3f, Bytes> kColors{{{0, 0, 0}, rgb(0, 0, 255)},
                                           {{1, 0, 0}, rgb(255, 255, 0)},
                                           {{1, 1, 0}, rgb(0, 255, 0)},
                                           {{0, 1, 0}, rgb(255, 0, 0)}};
@@ -126,18 +126,18 @@ class TextureTest : public testing::Test {
   TempFolder folder_;
 };
 
-TEST_F(TextureTest, EveryCornerKeepsItsColourOnAllWays) {
+TEST_F(TextureTest, EveryCornerKeepsItsColorOnAllWays) {
   folder_.folder("in/deep");
   folder_.file("in/deep/own.png", kPng);
   for (const std::string image : {kPngUri, "deep/own.png"}) {
     const mesh::Scene scene = mesh::loadScene(makeGltf(image));
-    EXPECT_EQ(coloursOf(scene), kColours) << image;
+    EXPECT_EQ(colorsOf(scene), kColors) << image;
     for (const char* version : {"9.5", "10.0", "10.2"}) {
       const mesh::Scene stored =
           throughJt(scene, folder_.at("square.jt"), {.version = version, .encoding = {}});
-      EXPECT_EQ(coloursOf(stored), kColours) << version;
+      EXPECT_EQ(colorsOf(stored), kColors) << version;
       const mesh::Scene back = throughGlb(stored);
-      EXPECT_EQ(coloursOf(back), kColours) << version;
+      EXPECT_EQ(colorsOf(back), kColors) << version;
       EXPECT_EQ(*back.images.at(0), *scene.images.at(0)) << version;
     }
     // Nothing can hold them there.
@@ -167,16 +167,16 @@ TEST_F(TextureTest, ChannelsWrapsAndTransparencyAreKeptAndImagesStoredOnce) {
   scene.materials.push_back(scene.materials[0]);
   scene.materials[1].texture->wrap.fill(jt::TextureWrap::repeat);
   scene.models = {{"square", {{1, 0}, {1, 1}, {0, 0}}}};  // the last one has no such coordinates
-  const auto colours = coloursOf(scene);
-  ASSERT_EQ(colours.size(), 4U);
+  const auto colors = colorsOf(scene);
+  ASSERT_EQ(colors.size(), 4U);
   for (const char* version : {"9.5", "10.0"}) {
     const mesh::Scene stored =
         throughJt(scene, folder_.at("square.jt"), {.version = version, .encoding = {}});
-    EXPECT_EQ(coloursOf(stored), colours);
+    EXPECT_EQ(colorsOf(stored), colors);
     EXPECT_EQ(stored.materials.at(0).texture, scene.materials[0].texture);
     EXPECT_EQ(stored.materials.at(1).texture, scene.materials[1].texture);
     const mesh::Scene back = throughGlb(stored);
-    EXPECT_EQ(coloursOf(back), colours);
+    EXPECT_EQ(colorsOf(back), colors);
     ASSERT_EQ(back.images.size(), 1U);
     EXPECT_EQ(*back.images[0], pixels);
     EXPECT_EQ(back.materials.at(0).texture->wrap, scene.materials[0].texture->wrap);
@@ -212,23 +212,23 @@ TEST_F(TextureTest, AnImageThatIsMovedInGltfIsMovedOnAllWays) {
   const Bytes yellow = rgb(255, 255, 0);
   const struct {
     const char* transform;
-    std::array<Bytes, 4> colours;  // of the corners, counter-clockwise from the origin
+    std::array<Bytes, 4> colors;  // of the corners, counter-clockwise from the origin
   } cases[] = {
       {R"("scale":[0.5,0.5],"offset":[0.5,0])", {green, green, green, green}},
       {R"("rotation":1.5707963267948966,"offset":[0,1])", {yellow, green, red, blue}},
       {R"("rotation":1.5707963267948966,"scale":[1,0.5],"offset":[0.5,1])",
        {yellow, green, green, yellow}},
   };
-  for (const auto& [transform, colours] : cases) {
+  for (const auto& [transform, colors] : cases) {
     SCOPED_TRACE(transform);
-    const std::map<jt::Vec3f, Bytes> expected{{{0, 0, 0}, colours[0]},
-                                              {{1, 0, 0}, colours[1]},
-                                              {{1, 1, 0}, colours[2]},
-                                              {{0, 1, 0}, colours[3]}};
+    const std::map<jt::Vec3f, Bytes> expected{{{0, 0, 0}, colors[0]},
+                                              {{1, 0, 0}, colors[1]},
+                                              {{1, 1, 0}, colors[2]},
+                                              {{0, 1, 0}, colors[3]}};
     const mesh::Scene scene = mesh::loadScene(makeGltf(kPngUri, transform));
     EXPECT_TRUE(scene.notes.empty());
-    EXPECT_EQ(coloursOf(scene), expected);
-    EXPECT_EQ(coloursOf(throughGlb(throughJt(scene, folder_.at("square.jt"), {}))), expected);
+    EXPECT_EQ(colorsOf(scene), expected);
+    EXPECT_EQ(colorsOf(throughGlb(throughJt(scene, folder_.at("square.jt"), {}))), expected);
   }
 }
 
@@ -238,7 +238,7 @@ TEST_F(TextureTest, TheMatrixOfATextureInJtIsFollowed) {
   const mesh::Scene turned = changedJt(scene, [](JtTextureImage& texture) {
     texture.setTransform({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1});
   });
-  EXPECT_EQ(coloursOf(turned), (std::map<jt::Vec3f, Bytes>{{{0, 0, 0}, rgb(255, 255, 0)},
+  EXPECT_EQ(colorsOf(turned), (std::map<jt::Vec3f, Bytes>{{{0, 0, 0}, rgb(255, 255, 0)},
                                                            {{1, 0, 0}, rgb(0, 255, 0)},
                                                            {{1, 1, 0}, rgb(255, 0, 0)},
                                                            {{0, 1, 0}, rgb(0, 0, 255)}}));
@@ -257,7 +257,7 @@ TEST_F(TextureTest, AnImageFileThatAJtFileNamesIsFoundInItsFolderOnly) {
   };
   for (const char* name : {"deep/own.png", "deep\\own.png", "C:\\pictures\\near.png"}) {
     const mesh::Scene found = naming(name);
-    EXPECT_EQ(coloursOf(found), kColours) << name;
+    EXPECT_EQ(colorsOf(found), kColors) << name;
     EXPECT_TRUE(found.notes.empty()) << name;
   }
   for (const std::string& name :

@@ -8,13 +8,13 @@
 /// Converts the materials of a JT file to what the host writes today. What older hosts and other
 /// producers left open or put elsewhere is made explicit:
 ///
-/// - colour components outside 0..1 are cut to that range; what is not a number becomes 0, as an
+/// - color components outside 0..1 are cut to that range; what is not a number becomes 0, as an
 ///   alpha 1
-/// - a material that states its ambient colour and leaves the diffuse one to what it inherits, or
+/// - a material that states its ambient color and leaves the diffuse one to what it inherits, or
 ///   the other way round, states both, with the same red, green and blue
-/// - opacity that only the ambient colour has (an alpha between 0 and 1) moves to the diffuse
-///   colour, where readers look for it
-/// - a material over a shape with vertex colours says itself whether it hides them; what is seen
+/// - opacity that only the ambient color has (an alpha between 0 and 1) moves to the diffuse
+///   color, where readers look for it
+/// - a material over a shape with vertex colors says itself whether it hides them; what is seen
 ///   stays the same along the first path to the shape. Where no material says it, they show
 /// - of equal materials one is left, which all their nodes list
 ///
@@ -26,10 +26,10 @@ class DMKR_API DmKrUtilsUpdateJtMaterials {
   /// What a run found and changed; each material object counts once, however many nodes list it.
   struct Result {
     std::size_t materials = 0;        ///< looked at
-    std::size_t clamped = 0;          ///< had colour components outside 0..1
-    std::size_t completed = 0;        ///< stated only the ambient or only the diffuse colour
-    std::size_t alphaMoved = 0;       ///< had their opacity in the ambient colour
-    std::size_t overridesStated = 0;  ///< left open whether they hide vertex colours
+    std::size_t clamped = 0;          ///< had color components outside 0..1
+    std::size_t completed = 0;        ///< stated only the ambient or only the diffuse color
+    std::size_t alphaMoved = 0;       ///< had their opacity in the ambient color
+    std::size_t overridesStated = 0;  ///< left open whether they hide vertex colors
     std::size_t shared = 0;           ///< gave way to an equal one
 
     /// True when the partition was changed.

@@ -25,7 +25,7 @@ struct Use {
 
 struct Facts {
   int uses = 0;
-  /// For a material over vertex colours that does not say whether it hides them: what holds.
+  /// For a material over vertex colors that does not say whether it hides them: what holds.
   std::optional<bool> overridesColors;
   bool keepsPlace = false;
 };
@@ -37,7 +37,7 @@ struct Materials {
   std::unordered_map<const JtMaterial*, Facts> facts;
 };
 
-/// What the materials from the top to a node say about vertex colours.
+/// What the materials from the top to a node say about vertex colors.
 struct Inherited {
   bool overridesColors = false;
   JtMaterial* open = nullptr;  // the nearest one, when it does not say
@@ -51,7 +51,7 @@ bool hasVertexColors(const JtShape& shape) {
   if (!shape.hasMesh()) return false;
   const auto mesh = shape.mesh();
   shape.releaseMesh();
-  return mesh && !mesh->colours.empty();
+  return mesh && !mesh->colors.empty();
 }
 
 /// Enters the node's own materials; gives what its children inherit.
@@ -107,7 +107,7 @@ bool bringInRange(jt::Rgba& color) {
   return color != old;
 }
 
-/// Sets colour and opacity; blending follows only a new opacity.
+/// Sets color and opacity; blending follows only a new opacity.
 void setDiffuse(JtMaterial& material, const jt::Rgba& color) {
   const bool isBlending = material.blending();
   const bool sameAlpha = material.diffuse()[3] == color[3];
@@ -138,7 +138,7 @@ bool complete(JtMaterial& material) {
   if (hasAmbient == material.states(Field::diffuse)) return false;
   if (hasAmbient) {
     const jt::Rgba& ambient = material.ambient();
-    // Before 10.x the colour may bring its opacity along.
+    // Before 10.x the color may bring its opacity along.
     const bool hasAlpha = material.states(Field::alpha);
     material.state(Field::diffuse);
     const bool bringsAlpha = !hasAlpha && material.states(Field::alpha);

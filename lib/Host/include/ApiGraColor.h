@@ -4,7 +4,7 @@
 
 #include "HostExport.h"
 
-/// The host's colour: red, green and blue as bytes 0..255, alpha as a number 0 (clear) .. 1
+/// The host's color: red, green and blue as bytes 0..255, alpha as a number 0 (clear) .. 1
 /// (opaque).
 class HOST_API ApiGraColor {
  public:

@@ -2,8 +2,8 @@
 
 #include "ApiGraColor.h"
 
-/// The host's material: four colours and a shininess (0 dull .. 128 sharp highlights). By default a
-/// matt light grey.
+/// The host's material: four colors and a shininess (0 dull .. 128 sharp highlights). By default a
+/// matt light gray.
 class ApiGraMaterial {
  public:
   const ApiGraColor& getAmbient() const { return ambient_; }

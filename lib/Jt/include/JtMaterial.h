@@ -21,7 +21,7 @@ enum class JtMaterialField : std::uint8_t {
   overrideVertexColors,
   reflectivity,
   diffuse,  ///< red, green and blue
-  alpha,    ///< the opacity in the diffuse colour
+  alpha,    ///< the opacity in the diffuse color
 };
 
 namespace jt {
@@ -31,8 +31,8 @@ constexpr std::size_t kMaterialFields = 8;
 /// Material attribute: how a surface reflects light.
 class JT_API JtMaterial : public JtAttribute {
  public:
-  /// Ambient and diffuse 0.8 grey, specular 0.3 grey, no emission, shininess 30, opaque, overriding
-  /// vertex colours.
+  /// Ambient and diffuse 0.8 gray, specular 0.3 gray, no emission, shininess 30, opaque, overriding
+  /// vertex colors.
   JtMaterial() = default;
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
@@ -47,7 +47,7 @@ class JT_API JtMaterial : public JtAttribute {
   float bumpiness() const noexcept { return bumpiness_; }
 
   void setAmbientColor(float red, float green, float blue, float alpha = 1);
-  /// Sets colour and opacity; blending is switched on when alpha is below 1, off otherwise.
+  /// Sets color and opacity; blending is switched on when alpha is below 1, off otherwise.
   void setDiffuseColor(float red, float green, float blue, float alpha = 1);
   void setSpecularColor(float red, float green, float blue, float alpha = 1);
   void setEmissionColor(float red, float green, float blue, float alpha = 1);
@@ -55,7 +55,7 @@ class JT_API JtMaterial : public JtAttribute {
   void setReflectivity(float reflectivity);
   void setBumpiness(float bumpiness);
 
-  /// True when the material hides colours stored with the vertices.
+  /// True when the material hides colors stored with the vertices.
   bool overrideVertexColors() const noexcept { return (dataFlags_ & 0x0020) != 0; }
   void setOverrideVertexColors(bool on);
   bool blending() const noexcept { return (dataFlags_ & 0x0010) != 0; }
@@ -93,9 +93,9 @@ class JT_API JtMaterial : public JtAttribute {
   std::array<std::uint32_t, 20> values() const noexcept;
 
   jt::LocalVersion version_;
-  // Vertex colours overridden, blend factors 6 and 7, blending off: what real files hold.
+  // Vertex colors overridden, blend factors 6 and 7, blending off: what real files hold.
   std::uint16_t dataFlags_ = 0x39a0;
-  std::uint8_t pattern_ = 0;  // 8.x: colours stored as one number, bits as in dataFlags_
+  std::uint8_t pattern_ = 0;  // 8.x: colors stored as one number, bits as in dataFlags_
   jt::Rgba ambient_{0.8F, 0.8F, 0.8F, 1};
   jt::Rgba diffuse_{0.8F, 0.8F, 0.8F, 1};
   jt::Rgba specular_{0.3F, 0.3F, 0.3F, 1};

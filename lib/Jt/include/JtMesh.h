@@ -18,7 +18,7 @@ using Vec3f = std::array<float, 3>;
 /// Triangles, polylines or points over shared positions.
 ///
 /// A corner is one use of a vertex by a primitive. It names a position and, where there are
-/// attributes, an attribute record: the normal, colour, texture coordinates and flags that hold in
+/// attributes, an attribute record: the normal, color, texture coordinates and flags that hold in
 /// this corner. Corners at one position may name different records (a hard edge), and corners at
 /// different positions may share one.
 struct JT_API Mesh {
@@ -36,7 +36,7 @@ struct JT_API Mesh {
 
   /// Attribute arrays: each is empty, or has one entry a record.
   std::vector<Vec3f> normals;                 ///< unit vectors
-  std::vector<std::array<float, 4>> colours;  ///< red, green, blue, alpha in 0..1
+  std::vector<std::array<float, 4>> colors;  ///< red, green, blue, alpha in 0..1
   std::vector<TextureChannel> textures;       ///< ascending channels
   std::vector<std::uint32_t> flags;           ///< carried; their meaning is the producer's
 

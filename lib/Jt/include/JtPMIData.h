@@ -139,14 +139,14 @@ struct PMIGenericEntity {
 /// Filled areas, for entities or the characters of a font.
 struct PMIPolygons {
   struct Filled {
-    std::array<std::int32_t, 3> bindings{};  ///< colour, normal, texture; 1: stored
+    std::array<std::int32_t, 3> bindings{};  ///< color, normal, texture; 1: stored
     std::int32_t dimension = 0;
     std::vector<std::int32_t> primitiveTypes;
     std::vector<std::int32_t> primitiveIndices;
     std::vector<std::int32_t> vertexIndices;
     std::vector<float> vertices;
     std::vector<float> normals;
-    std::vector<float> colours;
+    std::vector<float> colors;
     std::vector<float> textureCoords;
   };
   LocalVersion version;

@@ -30,7 +30,7 @@ class JT_API InheritedMaterial {
   /// True when no material was met.
   bool isNone() const noexcept { return sources_ == Sources{}; }
   /// The material with these fields: the listed one when it gives all of them, else one made for
-  /// the occasion, where missing fields have the defaults of JtMaterial and vertex colours show.
+  /// the occasion, where missing fields have the defaults of JtMaterial and vertex colors show.
   /// Null for none.
   Ref<const JtMaterial> material() const;
   /// Takes the fields that `own` states and that are not in `final`, one bit each by
@@ -65,7 +65,7 @@ class JT_API PathAttributes {
   /// p(root) = p(node) * toRoot, for row vectors, lengths as stored.
   const Matrix4& toRoot() const noexcept { return toRoot_; }
   const InheritedMaterial& material() const noexcept { return material_; }
-  /// The texture of the lowest texture channel, which has the surface's own colour; its attribute
+  /// The texture of the lowest texture channel, which has the surface's own color; its attribute
   /// is null when there is none.
   const InheritedTexture& texture() const noexcept;
   /// The file that the nodes entered last are in: the last partition that does not stand for

@@ -117,9 +117,9 @@ class JT_API JtVertexShape : public JtShape {
   friend struct jt::file::NodeFields;
   friend class jt::file::SavePlan;
   jt::LocalVersion vertexVersion_;
-  std::array<std::int32_t, 3> oldBindings_{};  // 8.x: normal, texture coordinate, colour
+  std::array<std::int32_t, 3> oldBindings_{};  // 8.x: normal, texture coordinate, color
   std::uint64_t bindings_ = 2;
-  std::array<std::uint8_t, 4> quantization_{};  // bits a vertex, normal factor, texture, colour
+  std::array<std::uint8_t, 4> quantization_{};  // bits a vertex, normal factor, texture, color
   std::optional<std::uint64_t> bindingsAgain_ = 2;
 };
 
@@ -231,11 +231,11 @@ class JT_API JtPrimitiveSet : public JtShape {
  private:
   friend struct jt::file::NodeFields;
   jt::LocalVersion primitiveVersion_;
-  std::array<std::int32_t, 2> oldBindings_{};  // 8.x and 9.x: texture coordinate, colour
+  std::array<std::int32_t, 2> oldBindings_{};  // 8.x and 9.x: texture coordinate, color
   std::uint64_t bindings_ = 0;                 // 10.x
   std::optional<std::int32_t> textureGeneration_ = 0;
   jt::LocalVersion quantizationVersion_;
-  std::array<std::uint8_t, 2> quantization_{};  // bits a vertex, bits a colour
+  std::array<std::uint8_t, 2> quantization_{};  // bits a vertex, bits a color
 };
 
 /// Wire harness of 8.x files; its own data is carried unread.

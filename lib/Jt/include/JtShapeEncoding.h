@@ -23,7 +23,7 @@ struct JT_API ShapeEncoding {
   static constexpr unsigned kMostPositionBits = 24;
   static constexpr unsigned kMostNormalBits = 13;
   static constexpr unsigned kMostTextureBits = 24;
-  static constexpr unsigned kMostColourBits = 8;
+  static constexpr unsigned kMostColorBits = 8;
 
   Profile profile = Profile::compatible;
   /// Bits of a coordinate, 1 to 24, over the extent of the shape along that axis: off by half of
@@ -34,8 +34,8 @@ struct JT_API ShapeEncoding {
   /// Bits of a texture coordinate over its range in the shape, 1 to 24. 9.x and 10.x have no
   /// lossless form that is certain enough to be written.
   unsigned textureBits = 16;
-  /// Bits of a colour component, 1 to 8; as textureBits.
-  unsigned colourBits = 8;
+  /// Bits of a color component, 1 to 8; as textureBits.
+  unsigned colorBits = 8;
 
   /// What is out of range; empty for an encoding that can be used.
   std::string flaw() const;

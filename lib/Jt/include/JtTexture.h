@@ -62,7 +62,7 @@ struct TextureBlock {
 struct TexturePixels {
   int width = 0;       ///< 1 to 32767
   int height = 0;      ///< 1 to 32767
-  int components = 3;  ///< 3: red, green, blue; 4: alpha too, not multiplied into the colours
+  int components = 3;  ///< 3: red, green, blue; 4: alpha too, not multiplied into the colors
   /// Row after row from the bottom up: texture coordinates (0, 0) are the corner where the first
   /// pixel lies. width * height * components of them.
   std::vector<std::byte> bytes;
@@ -83,7 +83,7 @@ class JT_API JtTextureImage : public JtAttribute {
   const std::vector<jt::TextureBlock>& blocks() const noexcept { return blocks_; }
 
   /// Makes it a plain two-dimensional texture that holds these pixels: repeated, filtered linearly,
-  /// multiplied with the material's colour, on texture channel 0. What was there before goes, and
+  /// multiplied with the material's color, on texture channel 0. What was there before goes, and
   /// is left as it was when the call throws. JT 9.5 and later hold textures; a save as 8.x leaves
   /// them out with a warning. No effect on an attribute that is carried unread.
   /// @param coordinateChannel 0 to 7: the channel of the mesh (jt::Mesh::TextureChannel) that says
@@ -100,7 +100,7 @@ class JT_API JtTextureImage : public JtAttribute {
   void setTransform(const std::array<float, 16>& matrix);
 
   /// The finest image of a two-dimensional texture that holds its pixels with 8 unsigned bits a
-  /// component: colour in either order, or grey, which becomes colour. None for all others.
+  /// component: color in either order, or gray, which becomes color. None for all others.
   std::optional<jt::TexturePixels> pixels() const;
   /// Name of the file that holds the finest image of a two-dimensional texture; empty where the
   /// attribute holds it. As it is stored: any path of any system, not to be opened unseen.

@@ -75,7 +75,7 @@ struct WireframeAccess;
 
 }  // namespace jt
 
-/// The wireframe of a part (element "Wireframe Rep"). It has no colours, names or styles: all wires
+/// The wireframe of a part (element "Wireframe Rep"). It has no colors, names or styles: all wires
 /// show those of their part.
 class JT_API JtWireframeRep : public JtBase {
  public:

@@ -3,7 +3,7 @@
 #include "JtMaterial.h"
 #include "JtkAttribute.h"
 
-/// How the surfaces of a node reflect light. Colours are red, green, blue, alpha in 0..1.
+/// How the surfaces of a node reflect light. Colors are red, green, blue, alpha in 0..1.
 class JTK_API JtkMaterial final : public JtkAttribute {
  public:
   /// What setState() takes.
@@ -30,7 +30,7 @@ class JTK_API JtkMaterial final : public JtkAttribute {
   const jt::Rgba& emissionColor() const noexcept { return value().emission(); }
   float shininess() const noexcept { return value().shininess(); }
 
-  /// Whether the material hides colours of vertices.
+  /// Whether the material hides colors of vertices.
   void setOverrideVertexColors(bool on);
   /// @return 1; 0 for a state that is none, without effect
   int setState(int state);

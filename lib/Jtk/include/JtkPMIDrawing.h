@@ -16,7 +16,7 @@ namespace jtk {
 /// Attribute with the number of polylines, the last ones of an entity, that are strokes of text.
 inline constexpr const char* kTextStrokesAttribute = "KrPMITextStrokes";
 
-/// The number in a colour text: red + 256 * green + 65536 * blue, hexadecimal, with or without
+/// The number in a color text: red + 256 * green + 65536 * blue, hexadecimal, with or without
 /// "0x". Nothing for other texts.
 JTK_API std::optional<std::uint32_t> colorNumber(std::string_view text);
 

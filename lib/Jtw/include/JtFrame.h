@@ -11,7 +11,7 @@
 #include "RWClassic.h"
 
 /// One record of a frame list: a named coordinate frame of a component. A plain value that can be
-/// put into an indexed text stream: key, name, text, location, colour, flag, second key, number.
+/// put into an indexed text stream: key, name, text, location, color, flag, second key, number.
 /// The unique id is a step of its own (getDerivedCommands), which JtFrameListProperty runs; the
 /// preserved mark is not stored.
 class JTW_API JtFrame : public IdxObject {
@@ -20,7 +20,7 @@ class JTW_API JtFrame : public IdxObject {
   /// Placement relative to the collection, for column vectors, in millimetres.
   RTTran3D location;
   ApiGraColor color;
-  /// Says whether the colour counts; JtwFrame keeps its display state here.
+  /// Says whether the color counts; JtwFrame keeps its display state here.
   bool colorSet = false;
   /// Key of the frame itself.
   ApiProtoKey key;

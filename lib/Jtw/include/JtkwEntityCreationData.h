@@ -38,7 +38,7 @@ class JTW_API JtkwEntityCreationData {
   /// Whether the material wins over those below the part.
   bool finalState() const { return finalState_; }
 
-  /// The colour of this occurrence: it replaces what is below it.
+  /// The color of this occurrence: it replaces what is below it.
   void setInstanceColor(const ApiGraColor& color);
   /// The material of the part wherever it occurs. Null has no effect.
   void setPrototypeMaterial(const JtMaterial* material);

@@ -55,8 +55,8 @@ class JTW_API JtkwExportRoot {
   // --- What nodes have. A key that is not mapped has no effect; where there is a result it is
   // false.
 
-  /// Replaces the colour. @param instanceColor the colour wins over a final one above the node
-  /// @param finalState the colour wins over those below the node
+  /// Replaces the color. @param instanceColor the color wins over a final one above the node
+  /// @param finalState the color wins over those below the node
   void setColor(const ApiKey& key, const ApiGraColor& color, bool instanceColor, bool finalState);
   void setRelLoc(const ApiKey& key, const RTTran3D& relLoc);
   bool setLayer(const ApiKey& key, int layer);

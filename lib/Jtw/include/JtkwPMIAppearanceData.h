@@ -9,7 +9,7 @@
 /// How a PMI annotation looks, as the attributes of its entity have it. A plain value that owns its
 /// texts.
 ///
-/// Colour text: "%#010x" of red + 256 * green + 65536 * blue, so red is "0x000000ff" and black,
+/// Color text: "%#010x" of red + 256 * green + 65536 * blue, so red is "0x000000ff" and black,
 /// which gets no prefix, "0000000000".
 class JTW_API JtkwPMIAppearanceData {
  public:
@@ -26,14 +26,14 @@ class JTW_API JtkwPMIAppearanceData {
   ColorText& geomColorField() { return geometry_; }
   ColorText& multiCADColorField() { return multiCAD_; }
 
-  /// Stores a colour as colour text.
+  /// Stores a color as color text.
   static void setGraColor(const ApiGraColor& color, ColorText& field);
   /// Stores a copy of a text; null: not set.
   static void setColor(const char* text, ColorText& field);
-  /// Reads a colour text, with or without prefix; null and other texts give the default colour.
+  /// Reads a color text, with or without prefix; null and other texts give the default color.
   static void getGraColor(const char* text, ApiGraColor& color);
-  /// The colour in a text of 17 numbers, such as JtkwPMIFrameData::shapeColorStr(), in the
-  /// multi-CAD colour field; the default colour when there is none.
+  /// The color in a text of 17 numbers, such as JtkwPMIFrameData::shapeColorStr(), in the
+  /// multi-CAD color field; the default color when there is none.
   void getGraMultiCADColor(ApiGraColor& color) const;
 
   /// Percent; -1: not set.

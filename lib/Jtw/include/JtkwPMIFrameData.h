@@ -23,16 +23,16 @@ class JTW_API JtkwPMIFrameData : public JtkwPMIData {
 
   const ApiGraColor& getGraShapeColor() const { return shapeColor_; }
   void setGraShapeColor(const ApiGraColor& color);
-  /// Takes the colour out of a text such as shapeColorStr() gives. False, and nothing changes, for
-  /// null and for a text without such a colour.
+  /// Takes the color out of a text such as shapeColorStr() gives. False, and nothing changes, for
+  /// null and for a text without such a color.
   bool setShapeColor(const char* text);
-  /// The shape colour as the diffuse colour of a material: 17 numbers separated by commas, ambient,
-  /// diffuse, specular, emission (red, green, blue, alpha) and shininess. Valid until the colour is
+  /// The shape color as the diffuse color of a material: 17 numbers separated by commas, ambient,
+  /// diffuse, specular, emission (red, green, blue, alpha) and shininess. Valid until the color is
   /// set again.
   const char* shapeColorStr() const { return shapeColorText_.c_str(); }
 
  private:
   bool visible_ = true;
   ApiGraColor shapeColor_;
-  RWClassicCString shapeColorText_;  // made with the colour, so that readers change nothing
+  RWClassicCString shapeColorText_;  // made with the color, so that readers change nothing
 };

@@ -12,7 +12,7 @@ class JtwEntity;
 class JtwRoot;
 class VisPartNode;
 
-/// Colours and names of the wires of an entity, by their ids. Copies look at the same wires.
+/// Colors and names of the wires of an entity, by their ids. Copies look at the same wires.
 class JTW_API JtkwWireframePropReader {
  public:
   JtkwWireframePropReader();
@@ -21,14 +21,14 @@ class JTW_API JtkwWireframePropReader {
   ~JtkwWireframePropReader();
 
   /// Reads the wires of a part in the place of those of the one before, and cleans its PMI.
-  /// @param entity whose colour wires have that carry none of their own; null, and one without a
-  ///   colour: grey (0.8, 0.8, 0.8, 1)
+  /// @param entity whose color wires have that carry none of their own; null, and one without a
+  ///   color: gray (0.8, 0.8, 0.8, 1)
   /// @return false for null and a part without wires that can be read
   bool execute(JtwEntity* entity, VisPartNode* part);
   /// Takes the wires of a B-rep in the place of those that are known. Of wires with one id the last
   /// one counts. Null: none.
   void fillJtkWireMap(JtkBrep* brep);
-  /// The diffuse colour of the wire's material; the default colour without one, and for an unknown
+  /// The diffuse color of the wire's material; the default color without one, and for an unknown
   /// id.
   ApiGraColor getColor(int id);
   /// Empty for a wire without name and an unknown id.

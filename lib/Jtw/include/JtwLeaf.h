@@ -16,7 +16,7 @@ class JTW_API JtwLeaf : public JtwNode {
   virtual bool displayState();
   /// The same of any node; what is below a hidden node is hidden too. True for null.
   static bool isDisplayed(const JtNode* node);
-  /// The colour of the node or the nearest one above it. The reference lives as long as the node.
+  /// The color of the node or the nearest one above it. The reference lives as long as the node.
   /// @param isDefault true when there is none
   virtual const ApiGraColor& color(bool& isDefault);
 };

@@ -21,9 +21,9 @@ struct WalkMemo;
 }
 
 /// One object of an opened component as the host sees it: a wrapper over one JT node. What the host
-/// knows of the object (key, name, unit, place, colour, ...) stands in properties and attributes of
+/// knows of the object (key, name, unit, place, color, ...) stands in properties and attributes of
 /// the JT node and is saved with it; the wrapper only caches what is found by walking up the scene
-/// graph: location, unit and colour.
+/// graph: location, unit and color.
 ///
 /// The "component parent" of a node is its nearest ancestor, by first parents, whose JT node
 /// carries a prototype key; the component node itself counts as one also while it has no key.
@@ -99,7 +99,7 @@ class JTW_API JtwNode {
   virtual void setAttachmentParent(const ApiProtoKey& key, AttachmentType type);
   /// Gives the node a material of its own and takes the materials away from everything below.
   /// @param forced the material wins over a final one further up
-  /// @param overrideVertexColors the material hides colours stored with the vertices
+  /// @param overrideVertexColors the material hides colors stored with the vertices
   virtual void setColor(const ApiGraColor& color, bool forced, bool overrideVertexColors);
   /// The null id when there is none.
   virtual ApiGlobalUniqueId globalUniqueId();
@@ -117,7 +117,7 @@ class JTW_API JtwNode {
   virtual bool isOfTypePMI() { return false; }
 
  protected:
-  /// The colour of the node or the nearest one above it, up to the root; cached.
+  /// The color of the node or the nearest one above it, up to the root; cached.
   /// @param isDefault true when there is none
   virtual ApiGraColor evaluateColor(bool& isDefault);
 
@@ -136,7 +136,7 @@ class JTW_API JtwNode {
   /// either case.
   /// @param removeFromMap also take the key out of the root's map
   void reset(bool removeFromMap);
-  /// Forgets the cached location, unit and colour of this wrapper.
+  /// Forgets the cached location, unit and color of this wrapper.
   void forgetCached();
   /// On a part: stores the thread ids of the instances above it, topmost first, with backslashes
   /// between them. False only when the part has such a property already.
@@ -171,7 +171,7 @@ class JTW_API JtwNode {
   JtNode* getGmParent(JtNode* node);
   /// False when the wrapped node is `candidate` or above it.
   bool checkParentValidity(JtNode* candidate);
-  /// The diffuse colour of the node's first material; false when it has none.
+  /// The diffuse color of the node's first material; false when it has none.
   static bool computeNodeColor(JtNode* node, ApiGraColor& color);
   /// Index of the first material or transform; -1 when there is none.
   static int getColorAttrIndex(JtNode* node);

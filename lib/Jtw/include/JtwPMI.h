@@ -24,7 +24,7 @@ struct JtwNwObjData {
 
 /// A frame or a piece of product and manufacturing information that hangs on a collection. It has
 /// no JT node of its own: it wraps the collection's and keeps its data in a record. Location and
-/// colour are the cached ones of the base class, stored as given, relative to the collection, in
+/// color are the cached ones of the base class, stored as given, relative to the collection, in
 /// millimetres.
 class JTW_API JtwPMI : public JtwLeaf {
  public:
@@ -58,7 +58,7 @@ class JTW_API JtwPMI : public JtwLeaf {
   bool setParent(const ApiProtoKey& key) override;
   void getAttachmentParent(ApiProtoKey& key, AttachmentType& type) override;
   void setAttachmentParent(const ApiProtoKey& key, AttachmentType type) override;
-  /// Stores the colour; the flags mean nothing here.
+  /// Stores the color; the flags mean nothing here.
   void setColor(const ApiGraColor& color, bool forced, bool overrideVertexColors) override;
   ApiGlobalUniqueId globalUniqueId() override { return data_.globalUniqueId; }
   void setGlobalUniqueId(const ApiGlobalUniqueId& id) override { data_.globalUniqueId = id; }
@@ -70,7 +70,7 @@ class JTW_API JtwPMI : public JtwLeaf {
 
   void setDisplayState(bool displayed) override { data_.displayState = displayed; }
   bool displayState() override { return data_.displayState; }
-  /// The stored colour, never looked up elsewhere.
+  /// The stored color, never looked up elsewhere.
   const ApiGraColor& color(bool& isDefault) override;
 
   /// The collection that it hangs on; null after clearParent().
@@ -92,7 +92,7 @@ class JTW_API JtwPMI : public JtwLeaf {
   /// Records that the PMI was read from or written to the entity with that index.
   void setStored(int id);
   /// Makes the next write replace everything that the host has of the entity; otherwise an entity
-  /// keeps its geometry and all of its appearance but the colour of the text.
+  /// keeps its geometry and all of its appearance but the color of the text.
   void renew() noexcept { renewed_ = true; }
   bool isRenewed() const noexcept { return renewed_; }
   /// Attributes of the entity that the PMI had on a JT node before, names and values, for the

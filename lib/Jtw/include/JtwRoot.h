@@ -234,7 +234,7 @@ class JTW_API JtwRoot : public JtwCollection {
   /// Makes `group` the parent of the component node for as long as the root lives.
   bool regroup(jt::Ref<JtGroup> group);
 
-  /// The colour of the component node or the nearest one above it; the search ends here.
+  /// The color of the component node or the nearest one above it; the search ends here.
   ApiGraColor evaluateColor(bool& isDefault) override;
 
   /// What jt::lastError() says after an exception that is no std::exception.

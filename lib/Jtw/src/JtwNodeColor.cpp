@@ -46,7 +46,7 @@ bool JtwNode::findOwnColor() {
 }
 
 ApiGraColor JtwNode::evaluateColor(bool& isDefault) {
-  // Up the parents until one knows its colour, then down again: no deep call stack.
+  // Up the parents until one knows its color, then down again: no deep call stack.
   std::vector<JtwNode*> asking;
   ApiGraColor color;
   bool none = true;

@@ -299,7 +299,7 @@ void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacemen
     const auto found = replacements.find(wrapper.jtNode());
     if (found == replacements.end()) return;
     wrapper.setJtNode(found->second);
-    if (!wrapper.isOfTypePMI()) wrapper.forgetCached();  // a PMI's place and colour are its own
+    if (!wrapper.isOfTypePMI()) wrapper.forgetCached();  // a PMI's place and color are its own
   };
   std::unordered_set<JtwNode*> wrappers{this};
   for (const auto& entry : nodesByKey_) wrappers.insert(entry.second);

@@ -21,7 +21,7 @@ struct WalkMemo {
   };
   std::unordered_map<const JtNode*, JtNode*> parents;  ///< JT node of the component parent, or null
   std::unordered_map<const JtNode*, Place> places;
-  /// The nearest colour below the component parent.
+  /// The nearest color below the component parent.
   std::unordered_map<const JtNode*, std::optional<ApiGraColor>> colors;
   std::unordered_map<const JtwNode*, RTTran3D> absLocs;
 };

@@ -103,11 +103,11 @@ RC_GTEST_PROP(Arrays, EncodedValuesDecode, (bool isTen, bool lossless)) {
   const Generation generation = isTen ? Generation::v10 : Generation::v9;
   const auto count = *rc::gen::inRange<std::size_t>(0, 40);
   std::vector<Vec3> points(count);
-  std::vector<Vec4> colours(count);
+  std::vector<Vec4> colors(count);
   std::vector<float> texture(2 * count);
   for (std::size_t i = 0; i < count; ++i) {
     for (float& c : points[i]) c = static_cast<float>(*rc::gen::inRange(-5000, 5000)) * 0.01F;
-    for (float& c : colours[i]) c = static_cast<float>(*rc::gen::inRange(0, 256)) / 255.0F;
+    for (float& c : colors[i]) c = static_cast<float>(*rc::gen::inRange(0, 256)) / 255.0F;
     texture[2 * i] = points[i][0] / 50;
     texture[2 * i + 1] = points[i][1] / 50;
   }
@@ -126,16 +126,16 @@ RC_GTEST_PROP(Arrays, EncodedValuesDecode, (bool isTen, bool lossless)) {
   }
   const auto uv = decodeTexture(encodeTexture(texture, 2, 20), generation, report);
   for (std::size_t i = 0; i < uv.size(); ++i) RC_ASSERT(std::abs(uv[i] - texture[i]) < 1e-5F);
-  CodedArray coded = encodeColours(colours, order, generation, 8);
+  CodedArray coded = encodeColors(colors, order, generation, 8);
   if (isTen && *rc::gen::arbitrary<bool>())  // a producer may predict them or not
     undoPrediction(Predictor::lag1, coded.codes[0]);
-  const auto rgba = decodeColours(coded, generation, report);
+  const auto rgba = decodeColors(coded, generation, report);
   for (std::size_t i = 0; i < count; ++i)
-    for (std::size_t c = 0; c < 4; ++c) RC_ASSERT(std::abs(rgba[i][c] - colours[i][c]) < 1e-4F);
+    for (std::size_t c = 0; c < 4; ++c) RC_ASSERT(std::abs(rgba[i][c] - colors[i][c]) < 1e-4F);
   RC_ASSERT(report.remarks.empty());
   if (count > 0) {
     coded.hash ^= 1;
-    decodeColours(coded, generation, report);
+    decodeColors(coded, generation, report);
     RC_ASSERT(report.remarks.size() == 1U);
   }
 }

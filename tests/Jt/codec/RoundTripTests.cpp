@@ -191,7 +191,7 @@ TEST(RoundTrips, EightIsLosslessWhereCoordinatesOrNormalsAre) {
   EXPECT_NE(contentOf(throughFile(bare, {8, 1, false}, coordinates)), contentOf(bare));
 }
 
-RC_GTEST_PROP(RoundTrips, ColoursAndTexturesStayAtTheirCorners, (bool compact)) {
+RC_GTEST_PROP(RoundTrips, ColorsAndTexturesStayAtTheirCorners, (bool compact)) {
   Mesh mesh = soup(9, 20, true);
   mesh.kind = Mesh::Kind::polylines;  // keep their order
   mesh.starts = {0, 31, 60};
@@ -199,7 +199,7 @@ RC_GTEST_PROP(RoundTrips, ColoursAndTexturesStayAtTheirCorners, (bool compact)) 
   const auto value =
       rc::gen::map(rc::gen::inRange(0, 256), [](int n) { return static_cast<float>(n) / 255; });
   for (std::size_t i = 0; i < mesh.normals.size(); ++i)
-    mesh.colours.push_back({*value, *value, *value, *value});
+    mesh.colors.push_back({*value, *value, *value, *value});
   mesh.textures = {{0, 2, *rc::gen::container<std::vector<float>>(2 * mesh.normals.size(), value)}};
   const EncodeOptions options{.profile = compact ? Profile::compact : Profile::compatible,
                               .coordinateBits = 12,
@@ -211,7 +211,7 @@ RC_GTEST_PROP(RoundTrips, ColoursAndTexturesStayAtTheirCorners, (bool compact)) 
       const std::uint32_t from = mesh.records[c];
       const std::uint32_t to = back.records[c];
       for (std::size_t k = 0; k < 4; ++k)
-        RC_ASSERT(std::abs(back.colours[to][k] - mesh.colours[from][k]) < 1e-4F);
+        RC_ASSERT(std::abs(back.colors[to][k] - mesh.colors[from][k]) < 1e-4F);
       for (std::size_t k = 0; k < 2; ++k)
         RC_ASSERT(std::abs(back.textures[0].values[2 * to + k] -
                            mesh.textures[0].values[2 * from + k]) < 0.501F / 1023);
@@ -222,7 +222,7 @@ RC_GTEST_PROP(RoundTrips, ColoursAndTexturesStayAtTheirCorners, (bool compact)) 
 TEST(RoundTrips, BitsOutOfRangeAreRefused) {
   const Mesh mesh = grid(2, 2, false, false, {}, true);
   const EncodeOptions wrong[] = {{.coordinateBits = 25}, {.normalBits = 14}, {.textureBits = 0},
-                                 {.textureBits = 25},    {.colourBits = 0},  {.colourBits = 9}};
+                                 {.textureBits = 25},    {.colorBits = 0},  {.colorBits = 9}};
   for (const EncodeOptions& options : wrong)
     EXPECT_THROW(throughFile(mesh, {9, 5, false}, options), JtFormatError);
 }
@@ -257,7 +257,7 @@ TEST(RoundTrips, ARegularShapeCanStillBeRead) {
 
 TEST(RoundTrips, WhatAFormCannotHoldIsTold) {
   Mesh mesh = grid(2, 2, false, false, {}, true);
-  mesh.colours = {{1, 0, 0, 0.5F}, {0, 1, 0, 1}};
+  mesh.colors = {{1, 0, 0, 0.5F}, {0, 1, 0, 1}};
   mesh.textures = {{1, 2, {0, 0, 1, 1}}};
   mesh.groups.assign(mesh.primitiveCount(), 1);
   Report losses;

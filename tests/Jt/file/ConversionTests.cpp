@@ -63,7 +63,7 @@ void expectSameExtent(const jt::Mesh& a, const jt::Mesh& b, float tolerance) {
 /// Forms of vertex colors that 8.x does not tell apart.
 std::uint64_t colorBits(FileVersion version) {
   using Bindings = jt::codec::VertexBindings;
-  return version.major == 8 ? Bindings::kColours3 | Bindings::kColours4 : 0;
+  return version.major == 8 ? Bindings::kColors3 | Bindings::kColors4 : 0;
 }
 
 /// The bits that the node of a shape names.
@@ -233,7 +233,7 @@ TEST(Conversion, XtThatNamesBodiesOfAPoolMovesWithThePoolOnly) {
     }
 }
 
-/// A material of one colour under its head of flags.
+/// A material of one color under its head of flags.
 Fields materialOf(const Format& format, Fields head, float red) {
   head.version(format.major == 9 ? 2 : 1).put(std::uint16_t{0x39a0});
   for (int color = 0; color < 4; ++color) head.f32({red, 0, 0, 1});

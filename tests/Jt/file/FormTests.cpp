@@ -277,7 +277,7 @@ TEST(Forms, TheLengthOfAnElementDecidesBetweenTheFormsOfAttributes) {
     if (format.major < 10) continue;
     EXPECT_EQ(matrixOf(format, head().put(5.0).put(6.0).put(7.0).i32(-1)), moved);
   }
-  // 8.x materials with colours stored as one number, flags 0x0b: ambient and emission.
+  // 8.x materials with colors stored as one number, flags 0x0b: ambient and emission.
   const Format v8{8, 1, false};
   const auto pattern = openWithAttribute(storage, v8, B::kMaterial,
                                          Fields(v8)

@@ -104,7 +104,7 @@ TEST(PMI, EveryVersionOfTheTypedLayoutHasItsOwnFields) {
             EXPECT_EQ(data.genericEntities.at(0).properties[0].key.hidden, 1U);
           }
           if (elementVersion > 1) {
-            EXPECT_EQ(data.fonts.at(0).polygons.filled.at(0).colours, std::vector<float>{4});
+            EXPECT_EQ(data.fonts.at(0).polygons.filled.at(0).colors, std::vector<float>{4});
           }
         }
 }
@@ -126,7 +126,7 @@ TEST(PMI, TheFormsOfTheGenericLayoutAreToldApart) {
           EXPECT_EQ(data.genericEntities.at(0).lines.indices.at(1), 70000);
           EXPECT_EQ(data.strings.at(1), JtString("\u4e2d"));
           if (knownEnd) {
-            EXPECT_EQ(data.polygons.filled.at(0).colours, std::vector<float>{7});
+            EXPECT_EQ(data.polygons.filled.at(0).colors, std::vector<float>{7});
           }
           EXPECT_EQ(data.surplus.size(), knownEnd ? 16U : 45U);
         }

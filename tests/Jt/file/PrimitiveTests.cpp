@@ -45,7 +45,7 @@ double volumeOf(const Mesh& mesh) {
 }
 
 /// The content of a segment with one primitive, turned a quarter about x.
-Bytes segmentOf(const Format& format, const Case& one, bool lossless, bool packed, bool colour) {
+Bytes segmentOf(const Format& format, const Case& one, bool lossless, bool packed, bool color) {
   const bool isTen = format.major == 10;
   Fields primitive(format);
   if (lossless) primitive.i32(0);
@@ -53,14 +53,14 @@ Bytes segmentOf(const Format& format, const Case& one, bool lossless, bool packe
   if (!lossless) quaternion();
   primitive.f32({10, 20, 30}).f32({one.size[0], one.size[1], one.size[2]});
   if (lossless) quaternion();
-  if (colour) primitive.f32({1, 0, 0});
+  if (color) primitive.f32({1, 0, 0});
   primitive.i32(one.type);
   Fields body(format);
   if (isTen) {
-    body.put(std::uint8_t{1}).put(std::uint8_t{1}).put(std::uint64_t{colour ? 0x12U : 2U});
+    body.put(std::uint8_t{1}).put(std::uint8_t{1}).put(std::uint64_t{color ? 0x12U : 2U});
     body.put(std::uint8_t{0}).put(std::uint8_t{1});
   } else {
-    body.put(std::int16_t{1}).i32(0).i32(colour ? 1 : 0).i32(0).put(std::int16_t{1});
+    body.put(std::int16_t{1}).i32(0).i32(color ? 1 : 0).i32(0).put(std::int16_t{1});
   }
   const auto size = static_cast<std::int32_t>(primitive.bytes().size());
   if (!lossless) {
@@ -105,7 +105,7 @@ TEST(Primitives, BecomeClosedSurfacesInEveryForm) {
         for (jt::Vec3f& p : local.positions) p = {p[0] - 10, p[1] - 20, p[2] - 30};
         EXPECT_NEAR(volumeOf(local), one.volume, 0.01 * one.volume);
         EXPECT_NEAR(jt::file::statisticsOf(local).area, one.area, 0.01 * one.area);
-        EXPECT_EQ(fine->colours.size(), form >= 2 ? 1U : 0U);
+        EXPECT_EQ(fine->colors.size(), form >= 2 ? 1U : 0U);
         EXPECT_LE(set->mesh()->primitiveCount(), fine->primitiveCount());
         // Height, along z, was turned to -y.
         if (one.type == 0) {

@@ -204,7 +204,7 @@ TEST(Vectors, TheZooHoldsTheValuesThatWerePutIn) {
     const auto* material = object<JtMaterial>(*root, 20);
     ASSERT_NE(material, nullptr);
     EXPECT_EQ(material->diffuse(), (jt::Rgba{0.1F, 0.2F, 0.3F, 1}));
-    if (is81) {  // one grey value
+    if (is81) {  // one gray value
       EXPECT_EQ(material->ambient(), (jt::Rgba{0.1F, 0.1F, 0.1F, 1}));
     }
     EXPECT_EQ(object<JtXform>(*root, 26)->matrix(),

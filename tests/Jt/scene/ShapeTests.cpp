@@ -244,7 +244,7 @@ TEST(Shapes, WhatCannotBeIsRefusedWithoutEffect) {
   using Set = void (*)(jt::ShapeEncoding&);
   for (const Set set : std::initializer_list<Set>{
            [](auto& e) { e.positionBits = 25; }, [](auto& e) { e.normalBits = 14; },
-           [](auto& e) { e.textureBits = 0; }, [](auto& e) { e.colourBits = 9; }}) {
+           [](auto& e) { e.textureBits = 0; }, [](auto& e) { e.colorBits = 9; }}) {
     jt::ShapeEncoding encoding;
     set(encoding);
     EXPECT_EQ(errorCode([&] { root->setShapeEncoding(encoding); }), "bad_encoding");

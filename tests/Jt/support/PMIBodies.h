@@ -86,7 +86,7 @@ class TypedBody {
     out_.i32(1).i32(1).put(std::uint8_t{'F'}).i32(2).i32(65).i32(66);
     polygons();
   }
-  /// An empty element and one with normals and colours.
+  /// An empty element and one with normals and colors.
   void polygons() {
     out_.put(std::int16_t{1}).i32(0).i32(2).i32(0).i32(3);
     out_.i32(1).i32(1).i32(0).i32(2);
@@ -128,7 +128,7 @@ inline Bytes genericBody(const jt::file::Format& format, bool byteFlags, bool gu
   property("name", "n");
   out.i32(0).i32(1).put(std::uint16_t{0x100}).put(std::uint16_t{1}).put(std::uint16_t{0});
   if (!knownEnd) return out.put(std::uint8_t{1}).i32(-5).zeros(40).bytes();
-  out.put(std::uint8_t{1}).i32(2).ids({0, 3}).ids({1, 0, 0}).ids({2});  // colours only
+  out.put(std::uint8_t{1}).i32(2).ids({0, 3}).ids({1, 0, 0}).ids({2});  // colors only
   out.ids({1}).ids({0}).ids({2}).i32(1).f32({1}).i32(1).f32({7});
   out.put(std::uint32_t{0}).i32(1).put(JtString("F")).i32(1).put(std::uint16_t{65});
   out.put(std::uint8_t{1}).i32(0).ids({}).ids({}).ids({});

@@ -15,7 +15,7 @@ constexpr Option kGlobalOptions[] = {
     {"json", 0, nullptr, "one JSON object on standard output instead of text"},
     {"quiet", 'q', nullptr, "no messages beside errors; of several files the failures only"},
     {"no-progress", 0, nullptr, "no progress display"},
-    {"color", 0, "auto|always|never", "colours in text; auto: on a terminal without NO_COLOR"},
+    {"color", 0, "auto|always|never", "colors in text; auto: on a terminal without NO_COLOR"},
     {"jobs", 'j', "N", "threads for work that can be divided"},
     {"max-input", 0, "BYTES", "the most that is read from standard input (1G)"},
     {"version", 0, nullptr, "the version of the program"},

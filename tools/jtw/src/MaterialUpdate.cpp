@@ -84,7 +84,7 @@ constexpr Count kCounts[] = {
     {"clamped", "brought into range", &DmKrUtilsUpdateJtMaterials::Result::clamped},
     {"completed", "completed", &DmKrUtilsUpdateJtMaterials::Result::completed},
     {"alphaMoved", "with opacity moved", &DmKrUtilsUpdateJtMaterials::Result::alphaMoved},
-    {"overridesStated", "made clear over vertex colours",
+    {"overridesStated", "made clear over vertex colors",
      &DmKrUtilsUpdateJtMaterials::Result::overridesStated},
     {"shared", "replaced by equal ones", &DmKrUtilsUpdateJtMaterials::Result::shared},
 };

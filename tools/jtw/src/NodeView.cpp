@@ -15,7 +15,7 @@
 namespace tool {
 namespace {
 
-/// Reaches the colour search that the wrapper keeps for its derived classes.
+/// Reaches the color search that the wrapper keeps for its derived classes.
 class ColorSearch : public JtwNode {
  public:
   static constexpr auto kEvaluate = &ColorSearch::evaluateColor;

@@ -26,7 +26,7 @@ std::int32_t nodeIdOf(JtwNode& node);
 std::string objectText(JtwNode& node);
 /// The object's name in UTF-8.
 std::string nameOf(JtwNode& node);
-/// Its own colour or the one that it inherits.
+/// Its own color or the one that it inherits.
 ApiGraColor colorOf(JtwNode& node, bool& isDefault);
 /// "#rrggbb" or "#rrggbbaa".
 std::string colorText(const ApiGraColor& color);

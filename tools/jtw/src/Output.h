@@ -59,7 +59,7 @@ std::string numberText(float value);
 
 enum class Ink { plain, dim, bold, red, yellow, green, cyan };
 
-/// Colours for one stream; off, it changes nothing.
+/// Colors for one stream; off, it changes nothing.
 class Style {
  public:
   explicit Style(bool on = false) : on_(on) {}

@@ -37,7 +37,7 @@ class Session {
   /// Where results go: standard output, or standard error after resultsToStandardError().
   Output& out() noexcept { return *results_; }
   JsonWriter& json() noexcept { return *writer_; }
-  /// Colours for out().
+  /// Colors for out().
   const Style& style() const noexcept { return style_; }
   /// To be called when a file is written to standard output.
   void resultsToStandardError();

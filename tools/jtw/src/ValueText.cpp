@@ -59,7 +59,7 @@ bool parseTruth(const std::string& name, const std::string& text) {
 
 ApiGraColor parseColor(const std::string& name, const std::string& text) {
   constexpr const char* kExpected =
-      "a colour: #rrggbb, #rrggbbaa, or r,g,b[,a] with numbers from 0 to 1";
+      "a color: #rrggbb, #rrggbbaa, or r,g,b[,a] with numbers from 0 to 1";
   if (text.starts_with('#')) {
     const auto color = parseHexColor(std::string_view(text).substr(1));
     if (!color) failValue(name, text, kExpected);

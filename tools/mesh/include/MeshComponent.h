@@ -20,7 +20,7 @@ bool isHostUnit(double millimetres);
 /// other one a block, each with a key. The scene's root is the component itself, unless it has a
 /// placement or a model of its own. Models that several nodes use are stored once, below instance
 /// nodes. A material that covers a whole entity lies on the entity, so that the host sees its
-/// colour.
+/// color.
 ///
 /// The component gets the scene's unit when isHostUnit says so, else everything is
 /// converted to millimetres.

@@ -20,10 +20,10 @@
 
 namespace mesh {
 
-/// The colour with every component in 0..1; what is no number becomes 0.
-jt::Rgba clamped(const jt::Rgba& colour);
+/// The color with every component in 0..1; what is no number becomes 0.
+jt::Rgba clamped(const jt::Rgba& color);
 
-/// An image on a surface. Its colours are multiplied with the material's diffuse one.
+/// An image on a surface. Its colors are multiplied with the material's diffuse one.
 struct Texture {
   std::size_t image = 0;  ///< index into the scene
   int channel = 0;        ///< of the mesh's texture coordinates; v goes up, as the rows do

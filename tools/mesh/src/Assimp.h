@@ -48,7 +48,7 @@ struct MeshFile {
 class TextureReader {
  public:
   TextureReader(const aiScene& source, const MeshFile& file, Scene& scene);
-  /// The texture of the surface's own colour; none when the material has none.
+  /// The texture of the surface's own color; none when the material has none.
   std::optional<PlacedTexture> textureOf(const aiMaterial& material);
 
  private:

@@ -158,19 +158,19 @@ class ComponentBuilder {
     return isCommon ? surfaces[0].material : std::nullopt;
   }
 
-  bool hasColours(const Surface& surface) const {
-    return !scene_.meshes[surface.mesh]->colours.empty();
+  bool hasColors(const Surface& surface) const {
+    return !scene_.meshes[surface.mesh]->colors.empty();
   }
 
-  /// Shared by all that look the same. Vertices with colours of their own show them.
+  /// Shared by all that look the same. Vertices with colors of their own show them.
   jt::Ref<JtMaterial> materialAttribute(std::size_t material, std::size_t model) {
     const auto& surfaces = scene_.models[model].surfaces;
-    const bool keepsVertexColours = std::any_of(surfaces.begin(), surfaces.end(),
-                                                [this](const Surface& s) { return hasColours(s); });
-    jt::Ref<JtMaterial>& attribute = materials_[material * 2 + (keepsVertexColours ? 1 : 0)];
+    const bool keepsVertexColors = std::any_of(surfaces.begin(), surfaces.end(),
+                                                [this](const Surface& s) { return hasColors(s); });
+    jt::Ref<JtMaterial>& attribute = materials_[material * 2 + (keepsVertexColors ? 1 : 0)];
     if (!attribute) {
       attribute = attributeOf(scene_.materials[material]);
-      if (keepsVertexColours) attribute->setOverrideVertexColors(false);
+      if (keepsVertexColors) attribute->setOverrideVertexColors(false);
     }
     return attribute;
   }
@@ -222,7 +222,7 @@ class ComponentBuilder {
   ApiProtoKey nextKey_;
   std::vector<std::size_t> uses_;               // of each model
   std::vector<jt::Ref<JtNode>> geometry_;       // of each model, once made
-  std::vector<jt::Ref<JtMaterial>> materials_;  // of each material, for plain and coloured vertices
+  std::vector<jt::Ref<JtMaterial>> materials_;  // of each material, for plain and colored vertices
   std::map<Texture, jt::Ref<JtTextureImage>> textures_;
 };
 

@@ -55,9 +55,9 @@ jt::TexturePixels decodeJpeg(std::span<const std::byte> file, std::size_t mostBy
   int width = 0;
   int height = 0;
   int subsampling = 0;
-  int colours = 0;
+  int colors = 0;
   if (tjDecompressHeader3(decompressor.get(), bytes, file.size(), &width, &height, &subsampling,
-                          &colours) != 0)
+                          &colors) != 0)
     fail(tjGetErrorStr2(decompressor.get()));
   jt::TexturePixels image = sized(width, height, 3, mostBytes);
   // Without a limit of scans, a small file can keep the decoder busy for minutes.

@@ -64,8 +64,8 @@ class AttributeReader {
     std::size_t cut = 0;
     for (unsigned i = 0; i < source_.mNumVertices; ++i) {
       const jt::Rgba given{colors[i].r, colors[i].g, colors[i].b, colors[i].a};
-      mesh_.colours.push_back(clamped(given));
-      if (isUsed_[i] && given != mesh_.colours.back()) ++cut;
+      mesh_.colors.push_back(clamped(given));
+      if (isUsed_[i] && given != mesh_.colors.back()) ++cut;
     }
     losses_.add(Loss::clampedColor, source_, cut);
   }

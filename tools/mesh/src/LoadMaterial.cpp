@@ -17,12 +17,12 @@ constexpr float kMostShininess = 128;
 
 float unitRange(float value) { return std::isfinite(value) ? std::clamp(value, 0.0F, 1.0F) : 0.0F; }
 
-/// False, with `colour` as it was, when the material has none of that kind.
-bool readColour(const aiMaterial& source, const char* key, unsigned type, unsigned index,
-                jt::Rgba& colour) {
+/// False, with `color` as it was, when the material has none of that kind.
+bool readColor(const aiMaterial& source, const char* key, unsigned type, unsigned index,
+                jt::Rgba& color) {
   aiColor4D value(0, 0, 0, 1);
   if (source.Get(key, type, index, value) != aiReturn_SUCCESS) return false;
-  colour = clamped({value.r, value.g, value.b, value.a});
+  color = clamped({value.r, value.g, value.b, value.a});
   return true;
 }
 
@@ -44,17 +44,17 @@ Material materialFrom(const aiMaterial& source) {
   Material material;
   aiString name;
   if (source.Get(AI_MATKEY_NAME, name) == aiReturn_SUCCESS) material.name = name.C_Str();
-  if (!readColour(source, AI_MATKEY_BASE_COLOR, material.diffuse))
-    readColour(source, AI_MATKEY_COLOR_DIFFUSE, material.diffuse);
+  if (!readColor(source, AI_MATKEY_BASE_COLOR, material.diffuse))
+    readColor(source, AI_MATKEY_COLOR_DIFFUSE, material.diffuse);
   float opacity = 1;
   if (material.diffuse[3] == 1 && source.Get(AI_MATKEY_OPACITY, opacity) == aiReturn_SUCCESS)
     material.diffuse[3] = unitRange(opacity);
-  // Most formats leave it out or black; what surrounds a thing colours it as light does.
-  const bool hasAmbient = readColour(source, AI_MATKEY_COLOR_AMBIENT, material.ambient) &&
+  // Most formats leave it out or black; what surrounds a thing colors it as light does.
+  const bool hasAmbient = readColor(source, AI_MATKEY_COLOR_AMBIENT, material.ambient) &&
                           (material.ambient[0] + material.ambient[1] + material.ambient[2] > 0);
   if (!hasAmbient) material.ambient = material.diffuse;
-  readColour(source, AI_MATKEY_COLOR_SPECULAR, material.specular);
-  readColour(source, AI_MATKEY_COLOR_EMISSIVE, material.emission);
+  readColor(source, AI_MATKEY_COLOR_SPECULAR, material.specular);
+  readColor(source, AI_MATKEY_COLOR_EMISSIVE, material.emission);
   material.ambient[3] = material.specular[3] = material.emission[3] = 1;
   readShininess(source, material);
   return material;

@@ -38,13 +38,13 @@ std::vector<Index> weldRecords(jt::Mesh& mesh, std::size_t vertices) {
     if (!values.empty()) columns.push_back({values.data(), sizeof values[0] * width});
   };
   add(mesh.normals, 1);
-  add(mesh.colours, 1);
+  add(mesh.colors, 1);
   for (const auto& channel : mesh.textures)
     add(channel.values, static_cast<std::size_t>(channel.components));
   if (columns.empty()) return {};
   Welding welding = weld(columns, vertices);
   if (!mesh.normals.empty()) mesh.normals = remapped(mesh.normals, welding.newIndex, welding.count);
-  if (!mesh.colours.empty()) mesh.colours = remapped(mesh.colours, welding.newIndex, welding.count);
+  if (!mesh.colors.empty()) mesh.colors = remapped(mesh.colors, welding.newIndex, welding.count);
   for (auto& channel : mesh.textures)
     channel.values = remapped(channel.values, welding.newIndex, welding.count,
                               static_cast<std::size_t>(channel.components));

@@ -6,10 +6,10 @@
 
 namespace mesh {
 
-jt::Rgba clamped(const jt::Rgba& colour) {
+jt::Rgba clamped(const jt::Rgba& color) {
   jt::Rgba result{};
   for (std::size_t i = 0; i < result.size(); ++i)
-    result[i] = colour[i] > 0 ? std::min(colour[i], 1.0F) : 0.0F;
+    result[i] = color[i] > 0 ? std::min(color[i], 1.0F) : 0.0F;
   return result;
 }
 

@@ -73,7 +73,7 @@ void compact(jt::Mesh& mesh) {
   Compaction(mesh.corners, mesh.positions.size()).apply(mesh.positions);
   const Compaction compaction(mesh.records, records);
   compaction.apply(mesh.normals);
-  compaction.apply(mesh.colours);
+  compaction.apply(mesh.colors);
   compaction.apply(mesh.flags);
   for (auto& channel : mesh.textures)
     compaction.apply(channel.values, static_cast<std::size_t>(channel.components));

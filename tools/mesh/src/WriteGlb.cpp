@@ -213,7 +213,7 @@ class GlbWriter {
     tinygltf::Primitive primitive;
     primitive.attributes["POSITION"] = addPositions(mesh, unified);
     if (!mesh.normals.empty()) primitive.attributes["NORMAL"] = addRecords(mesh.normals, unified);
-    if (!mesh.colours.empty()) primitive.attributes["COLOR_0"] = addRecords(mesh.colours, unified);
+    if (!mesh.colors.empty()) primitive.attributes["COLOR_0"] = addRecords(mesh.colors, unified);
     int channels = 0;
     for (const auto& channel : mesh.textures)
       if (channel.components >= 2)

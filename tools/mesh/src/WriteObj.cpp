@@ -97,7 +97,7 @@ void addMesh(std::string& out, const Placed& placed, Base& base) {
   base.normal += placed.normals.size();
 }
 
-std::array<float, 3> opaque(const jt::Rgba& colour) { return {colour[0], colour[1], colour[2]}; }
+std::array<float, 3> opaque(const jt::Rgba& color) { return {color[0], color[1], color[2]}; }
 
 }  // namespace
 

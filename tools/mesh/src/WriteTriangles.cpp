@@ -44,27 +44,27 @@ std::array<std::uint32_t, 3> cornersOf(const Placed& placed, std::size_t first) 
   return {corners[first], corners[first + 1 + swapped], corners[first + 2 - swapped]};
 }
 
-/// The colour of a vertex: that of the material, unless the mesh has colours of its own.
-std::array<std::uint8_t, 4> colourOf(const Scene& scene, const Placed& placed, const float* own) {
-  jt::Rgba colour = own ? jt::Rgba{own[0], own[1], own[2], own[3]} : Material().diffuse;
-  if (!own && placed.surface->material) colour = scene.materials[*placed.surface->material].diffuse;
-  colour = clamped(colour);
+/// The color of a vertex: that of the material, unless the mesh has colors of its own.
+std::array<std::uint8_t, 4> colorOf(const Scene& scene, const Placed& placed, const float* own) {
+  jt::Rgba color = own ? jt::Rgba{own[0], own[1], own[2], own[3]} : Material().diffuse;
+  if (!own && placed.surface->material) color = scene.materials[*placed.surface->material].diffuse;
+  color = clamped(color);
   std::array<std::uint8_t, 4> bytes{};
   for (std::size_t i = 0; i < 4; ++i)
-    bytes[i] = static_cast<std::uint8_t>(std::lround(colour[i] * 255.0F));
+    bytes[i] = static_cast<std::uint8_t>(std::lround(color[i] * 255.0F));
   return bytes;
 }
 
-/// Vertices of a mesh: one a position, with the colour of one of the corners there.
+/// Vertices of a mesh: one a position, with the color of one of the corners there.
 void addVertices(std::string& out, const Scene& scene, const Placed& placed) {
   const jt::Mesh& mesh = *placed.mesh;
   std::vector<const float*> own(mesh.positions.size(), nullptr);
-  if (!mesh.colours.empty())
+  if (!mesh.colors.empty())
     for (std::size_t i = 0; i < mesh.corners.size(); ++i)
-      own[mesh.corners[i]] = mesh.colours[mesh.records[i]].data();
+      own[mesh.corners[i]] = mesh.colors[mesh.records[i]].data();
   for (std::size_t i = 0; i < placed.positions.size(); ++i) {
     append(out, placed.positions[i]);
-    append(out, colourOf(scene, placed, own[i]));
+    append(out, colorOf(scene, placed, own[i]));
   }
 }
 

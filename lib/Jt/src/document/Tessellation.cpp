@@ -40,7 +40,7 @@ class Tessellator {
   Tessellator(Mesh& mesh, float tolerance, codec::Budget& budget)
       : mesh_(mesh), tolerance_(tolerance), budget_(budget) {}
 
-  void add(const Primitive& primitive, std::int32_t group, bool coloured) {
+  void add(const Primitive& primitive, std::int32_t group, bool colored) {
     const std::size_t firstVertex = mesh_.positions.size();
     const std::size_t firstCorner = mesh_.corners.size();
     shape(primitive);
@@ -50,11 +50,11 @@ class Tessellator {
       for (std::size_t axis = 0; axis < 3; ++axis) position[axis] += primitive.place[axis];
     }
     mesh_.groups.insert(mesh_.groups.end(), (mesh_.corners.size() - firstCorner) / 3, group);
-    if (!coloured) return;
-    const Vec3f& colour = *primitive.colour;
-    mesh_.colours.push_back({colour[0], colour[1], colour[2], 1});
+    if (!colored) return;
+    const Vec3f& color = *primitive.color;
+    mesh_.colors.push_back({color[0], color[1], color[2], 1});
     mesh_.records.resize(mesh_.corners.size(),
-                         static_cast<std::uint32_t>(mesh_.colours.size() - 1));
+                         static_cast<std::uint32_t>(mesh_.colors.size() - 1));
   }
 
  private:
@@ -156,12 +156,12 @@ class Tessellator {
 
 Mesh tessellate(const std::vector<Primitive>& primitives, float tolerance, codec::Budget& budget) {
   Mesh mesh;
-  const bool coloured = !primitives.empty() && std::ranges::all_of(primitives, [](const auto& p) {
-    return p.colour.has_value();
+  const bool colored = !primitives.empty() && std::ranges::all_of(primitives, [](const auto& p) {
+    return p.color.has_value();
   });
   Tessellator tessellator(mesh, tolerance, budget);
   std::int32_t group = 0;
-  for (const Primitive& primitive : primitives) tessellator.add(primitive, group++, coloured);
+  for (const Primitive& primitive : primitives) tessellator.add(primitive, group++, colored);
   return mesh;
 }
 

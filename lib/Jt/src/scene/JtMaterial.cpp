@@ -27,7 +27,7 @@ void JtMaterial::setBlending(bool on) {
 
 namespace {
 
-// In the order of JtMaterialField. Before 10.x bit 1 is for diffuse colour and alpha together; 9.5
+// In the order of JtMaterialField. Before 10.x bit 1 is for diffuse color and alpha together; 9.5
 // adds one for each.
 constexpr std::array<jt::FieldBits, jt::kMaterialFields> kMaterialBits{{{0x001, 0x01},
                                                                         {0x004, 0x02},
@@ -93,7 +93,7 @@ void JtMaterial::takeField(JtMaterialField field, const JtMaterial& from) {
 }
 
 std::array<std::uint32_t, 20> JtMaterial::values() const noexcept {
-  // The low bits tell how 8.x files store the colours.
+  // The low bits tell how 8.x files store the colors.
   constexpr unsigned kStorage = 0x000f;
   std::array<std::uint32_t, 20> all{
       dataFlags_ & ~kStorage, std::bit_cast<std::uint32_t>(shininess_),

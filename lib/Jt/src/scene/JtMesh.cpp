@@ -11,7 +11,7 @@ std::size_t Mesh::primitiveCount() const noexcept {
 
 std::size_t Mesh::recordCount() const noexcept {
   if (!normals.empty()) return normals.size();
-  if (!colours.empty()) return colours.size();
+  if (!colors.empty()) return colors.size();
   if (!textures.empty() && textures[0].components > 0)
     return textures[0].values.size() / static_cast<std::size_t>(textures[0].components);
   return flags.size();
@@ -43,7 +43,7 @@ std::string Mesh::flaw() const {
     return "there is not one record index a corner";
   if (outside(records, count)) return "a corner names a record that does not exist";
   const auto misfits = [count](std::size_t size) { return size != 0 && size != count; };
-  if (misfits(normals.size()) || misfits(colours.size()) || misfits(flags.size()))
+  if (misfits(normals.size()) || misfits(colors.size()) || misfits(flags.size()))
     return "the attribute arrays differ in size";
   for (const TextureChannel& texture : textures) {
     if (texture.channel < 0 || texture.channel > 7 || texture.components < 1 ||

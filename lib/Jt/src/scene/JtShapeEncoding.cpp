@@ -9,7 +9,7 @@ std::string jt::ShapeEncoding::flaw() const {
   for (std::string flaw : {check(positionBits, 0, kMostPositionBits, "positions"),
                            check(normalBits, 0, kMostNormalBits, "normals"),
                            check(textureBits, 1, kMostTextureBits, "texture coordinates"),
-                           check(colourBits, 1, kMostColourBits, "colours")})
+                           check(colorBits, 1, kMostColorBits, "colors")})
     if (!flaw.empty()) return flaw;
   return {};
 }

@@ -26,9 +26,9 @@ bool JtkwWireframePropReader::execute(JtwEntity* entity, VisPartNode* part) {
   const JtWireframeRep* stored = DmKrUtilsGeomUtilities::getJtWFRepOfVisPartNode(part);
   if (!stored || stored->numEdges() == 0) return false;
 
-  constexpr ApiGraColor kGrey(204, 204, 204);
+  constexpr ApiGraColor kGray(204, 204, 204);
   bool isDefault = true;
-  defaultColor_ = kGrey;
+  defaultColor_ = kGray;
   if (entity) {
     const ApiGraColor own = entity->color(isDefault);
     if (!isDefault) defaultColor_ = own;

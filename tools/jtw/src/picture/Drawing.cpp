@@ -171,8 +171,8 @@ class Painter {
 
  private:
   static Color colorOf(const Item& item, const jt::Mesh& mesh, std::size_t corner) {
-    if (mesh.colours.empty() || !item.usesVertexColors) return item.color;
-    return mesh.colours[mesh.records[corner]];
+    if (mesh.colors.empty() || !item.usesVertexColors) return item.color;
+    return mesh.colors[mesh.records[corner]];
   }
 
   void paintTriangles(const Item& item, const jt::Mesh& mesh, const Placement& placement) {

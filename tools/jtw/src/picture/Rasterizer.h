@@ -13,7 +13,7 @@ namespace tool {
 using Color = std::array<float, 4>;
 
 /// A corner of a triangle: its place on the canvas (pixels and depth), its normal in view
-/// coordinates, its colour.
+/// coordinates, its color.
 struct Corner {
   Vector place;
   Vector normal;

@@ -17,7 +17,7 @@ void spendMesh(Budget& budget, const VertexArrays& arrays, std::size_t corners) 
     return static_cast<std::uint64_t>(std::max(array.count, 0));
   };
   std::uint64_t bytes = corners * 2 * sizeof(std::uint32_t) + 12 * entries(arrays.coordinates) +
-                        12 * entries(arrays.normals) + 16 * entries(arrays.colours);
+                        12 * entries(arrays.normals) + 16 * entries(arrays.colors);
   for (const CodedArray& texture : arrays.textures) bytes += 16 * entries(texture);
   budget.spend(bytes);
 }
@@ -26,7 +26,7 @@ void spendMesh(Budget& budget, const VertexArrays& arrays, std::size_t corners) 
 void putAttributes(Mesh& mesh, const VertexArrays& arrays, const VertexBindings& bindings,
                    Generation generation, std::size_t needed, Report& report) {
   if (bindings.normals()) mesh.normals = decodeNormals(arrays.normals, generation, report);
-  if (bindings.colours()) mesh.colours = decodeColours(arrays.colours, generation, report);
+  if (bindings.colors()) mesh.colors = decodeColors(arrays.colors, generation, report);
   for (unsigned channel = 0; channel < VertexBindings::kChannels; ++channel) {
     if (!bindings.texture(channel)) continue;
     const CodedArray& array = arrays.textures[channel];
@@ -39,12 +39,12 @@ void putAttributes(Mesh& mesh, const VertexArrays& arrays, const VertexBindings&
   if (bindings.flags() && (count == 0 || arrays.flags.size() == count) &&
       arrays.flags.size() >= needed)
     mesh.flags.assign(arrays.flags.begin(), arrays.flags.end());
-  const bool any = bindings.normals() || bindings.colours() || !mesh.textures.empty();
+  const bool any = bindings.normals() || bindings.colors() || !mesh.textures.empty();
   if (any && count < needed) reject("fewer attribute records than are used");
   if (needed == 0) {
     // No corner has a record, whatever the arrays hold.
     mesh.normals.clear();
-    mesh.colours.clear();
+    mesh.colors.clear();
     mesh.textures.clear();
     mesh.flags.clear();
   }
@@ -123,27 +123,27 @@ void putRecords8(Mesh& mesh, const StripData& data, std::span<const std::byte> r
                  bool bigEndian, std::size_t entries, Report& report) {
   if (entries == 0) return;
   const bool texture = data.textureBinding == 1;
-  bool colour = data.colourBinding == 1;
+  bool color = data.colorBinding == 1;
   bool normal = data.normalBinding == 1;
   const std::size_t words = records.size() / 4 / entries;
   const std::size_t other = 3 + (texture ? 2U : 0U) + (normal ? 3U : 0U);
-  std::size_t colourWords = colour ? 3 : 0;
-  if (colour && words == other + 4) colourWords = 4;
-  if (records.size() != entries * 4 * (other + colourWords))
-    fail("bad_mesh", "expected records of " + std::to_string(4 * (other + colourWords)) +
+  std::size_t colorWords = color ? 3 : 0;
+  if (color && words == other + 4) colorWords = 4;
+  if (records.size() != entries * 4 * (other + colorWords))
+    fail("bad_mesh", "expected records of " + std::to_string(4 * (other + colorWords)) +
                          " bytes for " + std::to_string(entries) + " entries, found " +
                          std::to_string(records.size()) + " bytes");
-  if (data.normalBinding > 1 || data.colourBinding > 1 || data.textureBinding > 1)
+  if (data.normalBinding > 1 || data.colorBinding > 1 || data.textureBinding > 1)
     report.add("binding", "attributes of whole facets or primitives are left out");
   ByteCursor cursor(records, bigEndian);
   const auto next = [&] { return std::bit_cast<float>(cursor.u32("record")); };
   if (texture) mesh.textures.push_back({0, 2, std::vector<float>(2 * entries)});
-  if (colour) mesh.colours.assign(entries, {0, 0, 0, 1});
+  if (color) mesh.colors.assign(entries, {0, 0, 0, 1});
   if (normal) mesh.normals.resize(entries);
   mesh.positions.resize(entries);
   for (std::size_t i = 0; i < entries; ++i) {
     for (std::size_t k = 0; texture && k < 2; ++k) mesh.textures[0].values[2 * i + k] = next();
-    for (std::size_t k = 0; k < colourWords; ++k) mesh.colours[i][k] = next();
+    for (std::size_t k = 0; k < colorWords; ++k) mesh.colors[i][k] = next();
     for (std::size_t k = 0; normal && k < 3; ++k) mesh.normals[i][k] = next();
     for (float& coordinate : mesh.positions[i]) coordinate = next();
   }
@@ -401,7 +401,7 @@ Mesh decodeStrips(const StripData& data, std::span<const std::byte> records, boo
     mesh.positions = decodeCoordinates(data.arrays.coordinates, Generation::v8, report);
     VertexBindings bindings;
     if (data.normalBinding != 0) bindings.bits |= VertexBindings::kNormals;
-    if (data.colourBinding != 0) bindings.bits |= VertexBindings::kColours4;
+    if (data.colorBinding != 0) bindings.bits |= VertexBindings::kColors4;
     if (data.textureBinding != 0) bindings.setTexture(0, 2);
     VertexArrays arrays = data.arrays;
     settleNormals8(arrays.normals);

@@ -21,7 +21,7 @@ std::uint32_t bitsOf(float value) { return std::bit_cast<std::uint32_t>(value); 
 VertexBindings bindingsOf(const Mesh& mesh) {
   VertexBindings bindings;
   if (!mesh.normals.empty()) bindings.bits |= VertexBindings::kNormals;
-  if (!mesh.colours.empty()) bindings.bits |= VertexBindings::kColours4;
+  if (!mesh.colors.empty()) bindings.bits |= VertexBindings::kColors4;
   if (!mesh.flags.empty()) bindings.bits |= VertexBindings::kFlags;
   for (const auto& texture : mesh.textures)
     bindings.setTexture(static_cast<unsigned>(texture.channel),
@@ -48,7 +48,7 @@ QuantizationParameters quantizationOf(const VertexBindings& bindings, Generation
   if (generation == Generation::v8 && isLossless) return {};
   return {bits(true, options.coordinateBits), bits(bindings.normals(), options.normalBits),
           bits(bindings.textures(), options.textureBits),
-          bits(bindings.colours(), options.colourBits)};
+          bits(bindings.colors(), options.colorBits)};
 }
 
 namespace {
@@ -59,9 +59,9 @@ void putAttributes(VertexArrays& arrays, const Mesh& mesh, const VertexBindings&
                    const EncodeOptions& options, Report& losses) {
   if (bindings.normals())
     arrays.normals = encodeNormals(mesh.normals, records, generation, options.normalBits);
-  if (bindings.colours()) {
-    arrays.colours = encodeColours(mesh.colours, records, generation, options.colourBits);
-    losses.add("quantized", "colours are stored with " + std::to_string(options.colourBits) +
+  if (bindings.colors()) {
+    arrays.colors = encodeColors(mesh.colors, records, generation, options.colorBits);
+    losses.add("quantized", "colors are stored with " + std::to_string(options.colorBits) +
                                 " bits a component");
   }
   for (const auto& texture : mesh.textures) {
@@ -131,7 +131,7 @@ void check(const EncodeOptions& options) {
   checkBits("coordinates", options.coordinateBits, 0, 24);
   checkBits("the angles of normals", options.normalBits, 0, 13);
   checkBits("texture coordinates", options.textureBits, 1, 24);
-  checkBits("colours", options.colourBits, 1, 8);
+  checkBits("colors", options.colorBits, 1, 8);
 }
 
 }  // namespace
@@ -234,7 +234,7 @@ std::vector<std::byte> recordsOf(const Mesh& mesh, const VertexBindings& binding
   };
   for (const std::uint32_t corner : corners) {
     if (bindings.textures()) put(textureOf(*texture, mesh.records[corner]));
-    if (bindings.colours()) put(std::span(mesh.colours[mesh.records[corner]]).first(3));
+    if (bindings.colors()) put(std::span(mesh.colors[mesh.records[corner]]).first(3));
     if (bindings.normals()) put(mesh.normals[mesh.records[corner]]);
     put(mesh.positions[mesh.corners[corner]]);
   }
@@ -277,7 +277,7 @@ StripData encodeStrips(const Mesh& mesh, bool bigEndian, const EncodeOptions& op
   StripData data;
   data.textureBinding = bindings.textures() ? 1 : 0;
   data.normalBinding = bindings.normals() ? 1 : 0;
-  data.colourBinding = bindings.colours() ? 1 : 0;
+  data.colorBinding = bindings.colors() ? 1 : 0;
   data.quantization = quantizationOf(bindings, Generation::v8, options);
   if (data.isLossless() &&
       (options.coordinateBits > 0 || (bindings.normals() && options.normalBits > 0)))
@@ -301,8 +301,8 @@ StripData encodeStrips(const Mesh& mesh, bool bigEndian, const EncodeOptions& op
     putTables(data, mesh, bindings, entries.corners, vertices, options, losses);
     return data;
   }
-  if (std::ranges::any_of(mesh.colours, [](const Vec4& colour) { return colour[3] != 1; }))
-    losses.add("alpha", "8.x has no alpha in vertex colours of lossless shapes");
+  if (std::ranges::any_of(mesh.colors, [](const Vec4& color) { return color[3] != 1; }))
+    losses.add("alpha", "8.x has no alpha in vertex colors of lossless shapes");
   data.raw = recordsOf(mesh, bindings, entries.corners, bigEndian);
   data.rawSize = static_cast<std::int32_t>(data.raw.size());
   data.packedSize = -data.rawSize;

@@ -13,14 +13,14 @@
 
 namespace jt::codec {
 
-/// Requested bits: a vertex, normal factor, a texture coordinate, a colour. The arrays decide.
+/// Requested bits: a vertex, normal factor, a texture coordinate, a color. The arrays decide.
 using QuantizationParameters = std::array<std::uint8_t, 4>;
 
 /// The arrays that bindings announce.
 struct VertexArrays {
   CodedArray coordinates;
   CodedArray normals;
-  CodedArray colours;
+  CodedArray colors;
   std::array<CodedArray, VertexBindings::kChannels> textures;
   std::int32_t flagCount = 0;
   std::vector<std::int32_t> flags;
@@ -63,7 +63,7 @@ struct ListData {
 struct StripData {
   std::uint8_t normalBinding = 0;  ///< 0 none, 1 a vertex, 2 a facet, 3 a primitive
   std::uint8_t textureBinding = 0;
-  std::uint8_t colourBinding = 0;
+  std::uint8_t colorBinding = 0;
   QuantizationParameters quantization{};
   std::vector<std::int32_t> primitives;  ///< first entry of each primitive, and the end
   // Lossless: a record for each entry.

@@ -8,8 +8,8 @@ namespace jt::codec {
 /// What each vertex carries: the 64-bit field of 9.x and 10.x.
 struct VertexBindings {
   static constexpr std::uint64_t kNormals = 1U << 3;
-  static constexpr std::uint64_t kColours3 = 1U << 4;
-  static constexpr std::uint64_t kColours4 = 1U << 5;
+  static constexpr std::uint64_t kColors3 = 1U << 4;
+  static constexpr std::uint64_t kColors4 = 1U << 5;
   static constexpr std::uint64_t kFlags = 1U << 6;
   static constexpr std::uint64_t kAuxiliary = std::uint64_t{1} << 63;
   static constexpr std::uint64_t kTextures = std::uint64_t{0xffffffff} << 8;
@@ -19,7 +19,7 @@ struct VertexBindings {
 
   bool coordinates() const noexcept { return (bits & 7) != 0; }
   bool normals() const noexcept { return (bits & kNormals) != 0; }
-  bool colours() const noexcept { return (bits & (kColours3 | kColours4)) != 0; }
+  bool colors() const noexcept { return (bits & (kColors3 | kColors4)) != 0; }
   bool flags() const noexcept { return (bits & kFlags) != 0; }
   bool auxiliary() const noexcept { return (bits & kAuxiliary) != 0; }
   bool textures() const noexcept { return (bits & kTextures) != 0; }
@@ -28,15 +28,15 @@ struct VertexBindings {
     bits |= std::uint64_t{1} << (8 + 4 * channel + components - 1);
   }
 
-  /// The form of 8.x: normal, texture coordinate, colour; 1 is one a vertex.
+  /// The form of 8.x: normal, texture coordinate, color; 1 is one a vertex.
   std::array<std::int32_t, 3> oldForm() const noexcept {
-    return {normals() ? 1 : 0, texture(0) ? 1 : 0, colours() ? 1 : 0};
+    return {normals() ? 1 : 0, texture(0) ? 1 : 0, colors() ? 1 : 0};
   }
   static VertexBindings fromOldForm(const std::array<std::int32_t, 3>& old) noexcept {
     VertexBindings bindings;
     if (old[0] != 0) bindings.bits |= kNormals;
     if (old[1] != 0) bindings.setTexture(0, 2);
-    if (old[2] != 0) bindings.bits |= kColours3;
+    if (old[2] != 0) bindings.bits |= kColors3;
     return bindings;
   }
 };

@@ -80,14 +80,14 @@ std::vector<std::uint32_t> weldRecords(const Mesh& mesh, const VertexBindings& b
   const auto hash = [&](std::uint32_t i) {
     Mixer mixer;
     if (bindings.normals()) mixer.add(mesh.normals[i]);
-    if (bindings.colours()) mixer.add(mesh.colours[i]);
+    if (bindings.colors()) mixer.add(mesh.colors[i]);
     for (const auto* texture : textures) mixer.add(textureOf(*texture, i));
     if (bindings.flags()) mixer.add(mesh.flags[i]);
     return mixer.value();
   };
   const auto equal = [&](std::uint32_t a, std::uint32_t b) {
     if (bindings.normals() && !sameBits(mesh.normals[a], mesh.normals[b])) return false;
-    if (bindings.colours() && !sameBits(mesh.colours[a], mesh.colours[b])) return false;
+    if (bindings.colors() && !sameBits(mesh.colors[a], mesh.colors[b])) return false;
     for (const auto* texture : textures)
       if (!sameBits(textureOf(*texture, a), textureOf(*texture, b))) return false;
     return !bindings.flags() || mesh.flags[a] == mesh.flags[b];

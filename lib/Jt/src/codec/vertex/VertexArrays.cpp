@@ -228,22 +228,22 @@ std::array<float, 3> rgbOfHsv(float hue, float saturation, float value) {
   }
 }
 
-/// The quantizers of the four colour fields, whatever way they are stored.
-std::array<UniformQuantizer, 4> colourQuantizers(const CodedArray& array) {
+/// The quantizers of the four color fields, whatever way they are stored.
+std::array<UniformQuantizer, 4> colorQuantizers(const CodedArray& array) {
   std::array<UniformQuantizer, 4> quantizers;
   if (array.isHsv != 0) {
     for (std::size_t c = 0; c < 4; ++c) quantizers[c] = {0, c == 0 ? 6.0F : 1.0F, array.hsvBits[c]};
   } else {
-    checkQuantizers(array, 4, "colours");
+    checkQuantizers(array, 4, "colors");
     std::copy_n(array.quantizers.begin(), 4, quantizers.begin());
   }
   for (const UniformQuantizer& quantizer : quantizers)
-    if (quantizer.bits > 32) fail("bad_value", "colours: a quantizer of more than 32 bits");
+    if (quantizer.bits > 32) fail("bad_value", "colors: a quantizer of more than 32 bits");
   return quantizers;
 }
 
-/// Packed colour codes, first component on top, in one vector a component.
-std::vector<Codes> unpackColours(const Codes& packed,
+/// Packed color codes, first component on top, in one vector a component.
+std::vector<Codes> unpackColors(const Codes& packed,
                                  const std::array<UniformQuantizer, 4>& quantizers) {
   std::vector<Codes> codes(4, Codes(packed.size()));
   for (std::size_t i = 0; i < packed.size(); ++i) {
@@ -353,36 +353,36 @@ std::vector<float> decodeTexture(const CodedArray& array, Generation generation,
   return values;
 }
 
-std::vector<Vec4> decodeColours(const CodedArray& array, Generation generation, Report& report) {
-  checkComponents(array, 3, 4, "colours");
-  std::vector<Vec4> colours(sizeOf(array), Vec4{0, 0, 0, 1});
+std::vector<Vec4> decodeColors(const CodedArray& array, Generation generation, Report& report) {
+  checkComponents(array, 3, 4, "colors");
+  std::vector<Vec4> colors(sizeOf(array), Vec4{0, 0, 0, 1});
   if (array.bits == 0) {
-    checkSizes(array, codeVectors(array.components, true, generation), "colours");
+    checkSizes(array, codeVectors(array.components, true, generation), "colors");
     const auto bits =
-        floatBits(settlePrediction(array, generation, true, "colours", report), generation);
+        floatBits(settlePrediction(array, generation, true, "colors", report), generation);
     for (std::size_t c = 0; c < bits.size(); ++c)
-      for (std::size_t i = 0; i < bits[c].size(); ++i) colours[i][c] = asFloat(bits[c][i]);
-    return colours;
+      for (std::size_t i = 0; i < bits[c].size(); ++i) colors[i][c] = asFloat(bits[c][i]);
+    return colors;
   }
   const bool packed = generation == Generation::v10;
-  checkSizes(array, packed ? 1 : 4, "colours");
-  const std::array<UniformQuantizer, 4> quantizers = colourQuantizers(array);
+  checkSizes(array, packed ? 1 : 4, "colors");
+  const std::array<UniformQuantizer, 4> quantizers = colorQuantizers(array);
   std::vector<Codes> codes = array.codes;
   if (packed) {
     codes =
-        unpackColours(settlePrediction(array, generation, false, "colours", report)[0], quantizers);
+        unpackColors(settlePrediction(array, generation, false, "colors", report)[0], quantizers);
   } else if (report.checkHashes && generation != Generation::v8) {
-    report.compareHash("colours", array.hash, chainedHash(array.codes));
+    report.compareHash("colors", array.hash, chainedHash(array.codes));
   }
   for (std::size_t c = 0; c < array.components; ++c)
     dequantizeAll(quantizers[c], codes[c],
-                  [&](std::size_t i, float value) { colours[i][c] = value; });
+                  [&](std::size_t i, float value) { colors[i][c] = value; });
   if (array.isHsv != 0)
-    for (Vec4& colour : colours) {
-      const auto rgb = rgbOfHsv(colour[0], colour[1], colour[2]);
-      std::ranges::copy(rgb, colour.begin());
+    for (Vec4& color : colors) {
+      const auto rgb = rgbOfHsv(color[0], color[1], color[2]);
+      std::ranges::copy(rgb, color.begin());
     }
-  return colours;
+  return colors;
 }
 
 CodedArray encodeCoordinates(std::span<const Vec3> values, Generation generation, unsigned bits) {
@@ -444,7 +444,7 @@ CodedArray encodeTexture(std::span<const float> values, unsigned components, uns
   return array;
 }
 
-CodedArray encodeColours(std::span<const Vec4> values, std::span<const std::uint32_t> order,
+CodedArray encodeColors(std::span<const Vec4> values, std::span<const std::uint32_t> order,
                          Generation generation, unsigned bits) {
   CodedArray array;
   array.count = static_cast<std::int32_t>(order.size());

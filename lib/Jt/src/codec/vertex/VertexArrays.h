@@ -48,7 +48,7 @@ struct UniformQuantizer {
   float dequantize(std::uint32_t code) const noexcept;
 };
 
-/// An array of coordinates, normals, colours or texture coordinates with its codes. How many
+/// An array of coordinates, normals, colors or texture coordinates with its codes. How many
 /// vectors of codes there are, and what they mean, depends on the kind of array, the generation and
 /// whether it is quantized. The bit patterns of codes are kept in signed integers.
 struct CodedArray {
@@ -56,8 +56,8 @@ struct CodedArray {
   std::uint8_t components = 3;
   std::uint8_t bits = 0;  ///< not stored for coordinates; 0 is lossless
   std::vector<UniformQuantizer> quantizers;
-  std::uint8_t isHsv = 0;                 ///< colours
-  std::array<std::uint8_t, 4> hsvBits{};  ///< colours, when isHsv
+  std::uint8_t isHsv = 0;                 ///< colors
+  std::array<std::uint8_t, 4> hsvBits{};  ///< colors, when isHsv
   std::vector<std::vector<std::int32_t>> codes;
   std::uint32_t hash = 0;
 
@@ -73,13 +73,13 @@ using Vec4 = std::array<float, 4>;
 /// The numbers of an array. Throw JtFormatError when codes and count do not fit each other; a hash
 /// that does not match is only a remark. Hashes of the codes of coordinates and normals as they are
 /// stored are left to the caller, who can work out several at a time.
-/// Codes of lossless texture coordinates and colours, and of 10.x packed colours, are expected with
+/// Codes of lossless texture coordinates and colors, and of 10.x packed colors, are expected with
 /// prediction in place: whether they are predicted is found out by the hash.
 std::vector<Vec3> decodeCoordinates(const CodedArray& array, Generation generation, Report& report);
 std::vector<Vec3> decodeNormals(const CodedArray& array, Generation generation, Report& report);
 /// array.components values a record.
 std::vector<float> decodeTexture(const CodedArray& array, Generation generation, Report& report);
-std::vector<Vec4> decodeColours(const CodedArray& array, Generation generation, Report& report);
+std::vector<Vec4> decodeColors(const CodedArray& array, Generation generation, Report& report);
 
 /// The inverse, with hash. @param bits of a coordinate 1..32, or of an angle 1..13; 0 is lossless
 /// @param order index of the value of each record
@@ -88,7 +88,7 @@ CodedArray encodeNormals(std::span<const Vec3> values, std::span<const std::uint
                          Generation generation, unsigned bits);
 /// @pre bits is 1..24: the lossless forms are not certain enough to be written
 CodedArray encodeTexture(std::span<const float> values, unsigned components, unsigned bits);
-CodedArray encodeColours(std::span<const Vec4> values, std::span<const std::uint32_t> order,
+CodedArray encodeColors(std::span<const Vec4> values, std::span<const std::uint32_t> order,
                          Generation generation, unsigned bits);
 
 /// How many vectors of codes an array has.

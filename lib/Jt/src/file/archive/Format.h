@@ -32,7 +32,7 @@ enum class Feature : std::uint8_t {
   fieldFinal,        ///< attributes have final flags for each field
   attributeTail,     ///< attributes end with one more field (10.5)
   doubleTransforms,  ///< transform values are double precision
-  materialPattern,   ///< materials may store colours as one number
+  materialPattern,   ///< materials may store colors as one number
   materialReflectivity,
   materialBumpiness,
   readableTextures,   ///< the form of textures and texture coordinate generators is known
@@ -53,7 +53,7 @@ enum class Feature : std::uint8_t {
   groupedPoints,       ///< points have groups, as polylines do
   uniqueCoordinates,   ///< vertex records count their unique coordinates
   packedNormals,       ///< quantized normals are one code, not four
-  packedColors,        ///< quantized colours are one code, not four
+  packedColors,        ///< quantized colors are one code, not four
   readableWireframes,  ///< the form of wireframes is known
 
   // PMI and exact geometry.

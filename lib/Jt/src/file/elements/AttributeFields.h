@@ -236,7 +236,7 @@ struct AttributeFields {
     }
   }
 
-  /// 8.x may store three of the colours as one grey value; the length tells whether it does.
+  /// 8.x may store three of the colors as one gray value; the length tells whether it does.
   template <class Ar>
   static void dataFlags(Ar& ar, Of<Ar, JtMaterial>& material) {
     constexpr std::size_t kColors = 4 * 16 + 4;
@@ -255,8 +255,8 @@ struct AttributeFields {
   }
 
   template <class Ar>
-  static void color(Ar& ar, const char* name, Of<Ar, Rgba>& value, int isGrey) {
-    if (!isGrey || !ar.has(Feature::materialPattern)) {
+  static void color(Ar& ar, const char* name, Of<Ar, Rgba>& value, int isGray) {
+    if (!isGray || !ar.has(Feature::materialPattern)) {
       ar(name, value);
       return;
     }

@@ -235,7 +235,7 @@ class PMIParts {
     ar_.list("vertexIndices", filled.vertexIndices);
     ar_.list("vertices", filled.vertices);
     if (filled.bindings[1] == 1) ar_.list("normals", filled.normals);
-    if (filled.bindings[0] == 1) ar_.list("colours", filled.colours);
+    if (filled.bindings[0] == 1) ar_.list("colours", filled.colors);
     if (filled.bindings[2] == 1) ar_.list("textureCoords", filled.textureCoords);
   }
 

@@ -169,7 +169,7 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   options.coordinateBits = shape.bits[0];
   options.normalBits = shape.bits[1];
   if (shape.bits[2] > 0) options.textureBits = shape.bits[2];
-  if (shape.bits[3] > 0) options.colourBits = shape.bits[3];
+  if (shape.bits[3] > 0) options.colorBits = shape.bits[3];
   codec::Report losses;
   losses.remarks = shape.remarks;
   ConvertedSegment result =

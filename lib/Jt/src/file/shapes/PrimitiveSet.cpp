@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::int32_t kMostPlain = 4;  // lossy primitives that are stored field by field
 
-bool hasColours(const ShapeElement& element, const Format& format) {
-  return format.has(Feature::primitiveBindings) ? element.bindings.colours()
+bool hasColors(const ShapeElement& element, const Format& format) {
+  return format.has(Feature::primitiveBindings) ? element.bindings.colors()
                                                 : element.primitive[1] != 0;
 }
 
@@ -25,7 +25,7 @@ Primitive::Type typeOf(Reader& ar) {
   return static_cast<Primitive::Type>(type);
 }
 
-/// Records of 60 bytes, or of 48 without colour.
+/// Records of 60 bytes, or of 48 without color.
 std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& format,
                                   const ReadLimits& limits, codec::Budget& budget) {
   Reader ar(element.surplus, format);
@@ -50,11 +50,11 @@ std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& for
       ar.fail("compressedDataSize", "the sizes of the primitives do not fit their bytes");
     records = records.first(static_cast<std::size_t>(size));
   }
-  constexpr std::size_t kWithColour = 60;
-  constexpr std::size_t kWithoutColour = 48;
-  const bool colours = records.size() % kWithColour == 0 &&
-                       (hasColours(element, format) || records.size() % kWithoutColour != 0);
-  const std::size_t size = colours ? kWithColour : kWithoutColour;
+  constexpr std::size_t kWithColor = 60;
+  constexpr std::size_t kWithoutColor = 48;
+  const bool colors = records.size() % kWithColor == 0 &&
+                       (hasColors(element, format) || records.size() % kWithoutColor != 0);
+  const std::size_t size = colors ? kWithColor : kWithoutColor;
   if (records.size() % size != 0)
     ar.fail("vertexData", "the primitives are no whole number of records");
   Reader in(records, format);
@@ -66,7 +66,7 @@ std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& for
     in("params1", primitive.place);
     in("params2", primitive.size);
     in("params3", primitive.orientation);
-    if (colours) in("colour", primitive.colour.emplace());
+    if (colors) in("colour", primitive.color.emplace());
     primitive.type = typeOf(in);
   }
   return primitives;
@@ -81,12 +81,12 @@ std::vector<Primitive> lossyOf(const ShapeElement& element, const Format& format
                         "primitive sets of more than four quantized primitives are carried, but "
                         "cannot be taken apart");
   std::vector<Primitive> primitives(static_cast<std::size_t>(std::max(count, 0)));
-  const bool colours = hasColours(element, format);
+  const bool colors = hasColors(element, format);
   for (Primitive& primitive : primitives) {
     ar("params3", primitive.orientation);
     ar("params1", primitive.place);
     ar("params2", primitive.size);
-    if (colours) ar("colour", primitive.colour.emplace());
+    if (colors) ar("colour", primitive.color.emplace());
     primitive.type = typeOf(ar);
   }
   return primitives;

@@ -19,7 +19,7 @@ struct Primitive {
   /// Lengths along the own axes; base radius, top radius and height of cones; radius of spheres.
   Vec3f size{};
   std::array<float, 4> orientation{0, 0, 0, 1};  ///< quaternion x, y, z, w, about `place`
-  std::optional<Vec3f> colour;                   ///< red, green, blue
+  std::optional<Vec3f> color;                   ///< red, green, blue
 };
 
 /// The primitives of an element. Throws JtFormatError for a damaged one, "no_geometry" for the
@@ -27,7 +27,7 @@ struct Primitive {
 std::vector<Primitive> primitivesOf(const ShapeElement& element, const Format& format,
                                     const ReadLimits& limits, codec::Budget& budget);
 
-/// The surfaces as triangles, face group i for primitive i; colours where all have one.
+/// The surfaces as triangles, face group i for primitive i; colors where all have one.
 /// @param tolerance greatest distance between a curved surface and its triangles; 0: a hundredth of
 /// its radius
 Mesh tessellate(const std::vector<Primitive>& primitives, float tolerance, codec::Budget& budget);

@@ -11,7 +11,7 @@ std::uint64_t memoryOf(const Mesh& mesh) noexcept {
   const auto add = [&](const auto& items) { bytes += items.capacity() * sizeof(items[0]); };
   add(mesh.positions);
   add(mesh.normals);
-  add(mesh.colours);
+  add(mesh.colors);
   for (const Mesh::TextureChannel& texture : mesh.textures) add(texture.values);
   add(mesh.flags);
   add(mesh.corners);

@@ -54,7 +54,7 @@ struct ShapeElement {
   LocalVersion version;
 
   Box box;                                  ///< null shapes
-  std::array<std::int32_t, 3> primitive{};  ///< primitive sets: texture, colour, generation
+  std::array<std::int32_t, 3> primitive{};  ///< primitive sets: texture, color, generation
   std::uint8_t primitiveGeneration = 0;
   std::int32_t bitsPerVertex = 0;
   std::vector<std::byte> surplus;  ///< behind the last known field

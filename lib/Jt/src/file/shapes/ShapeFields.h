@@ -277,7 +277,7 @@ struct ShapeFields {
                      const codec::VertexBindings& bindings) {
     if (bindings.coordinates()) coordinates(ar, e, a.coordinates);
     if (bindings.normals()) normals(ar, e, a.normals);
-    if (bindings.colours()) colours(ar, e, a.colours);
+    if (bindings.colors()) colors(ar, e, a.colors);
     for (unsigned channel = 0; channel < codec::VertexBindings::kChannels; ++channel)
       if (bindings.texture(channel)) texture(ar, e, a.textures[channel]);
     if (bindings.flags()) {
@@ -325,7 +325,7 @@ struct ShapeFields {
   }
 
   template <class Ar>
-  static void colourQuantizers(Ar& ar, codec::CodedArray& a) {
+  static void colorQuantizers(Ar& ar, codec::CodedArray& a) {
     ar("colourIsHsv", a.isHsv);
     if (a.isHsv != 0) {
       ar("colourQuantizerBits", a.hsvBits);
@@ -335,17 +335,17 @@ struct ShapeFields {
   }
 
   template <class Ar>
-  static void colours(Ar& ar, ShapeElement& e, codec::CodedArray& a) {
+  static void colors(Ar& ar, ShapeElement& e, codec::CodedArray& a) {
     ar("colourCount", a.count);
     ar("colourComponents", a.components);
     ar("colourBits", a.bits);
     if (a.bits == 0) {
       packets(ar, e, "colourCodes", a.codes, vectors(ar, a, true), Predictor::none);
     } else if (ar.has(Feature::packedColors)) {
-      colourQuantizers(ar, a);
+      colorQuantizers(ar, a);
       packets(ar, e, "colourCodes", a.codes, 1, Predictor::none);
     } else {
-      colourQuantizers(ar, a);
+      colorQuantizers(ar, a);
       packets(ar, e, "colourCodes", a.codes, 4, Predictor::lag1);
     }
     ar("colourHash", a.hash);
@@ -359,7 +359,7 @@ struct ShapeFields {
     ar("compressedRepVersion", e.oldVersion);
     ar("normalBinding", s.normalBinding);
     ar("textureCoordBinding", s.textureBinding);
-    ar("colourBinding", s.colourBinding);
+    ar("colourBinding", s.colorBinding);
     ar("quantizationParameters", s.quantization);
     packet(ar, e, "primitiveListIndices", s.primitives, Predictor::stride1);
     if (s.isLossless()) {
@@ -396,12 +396,12 @@ struct ShapeFields {
       ar("textureCoordCount", t.count);
       packets(ar, e, "textureCoordCodes", t.codes, 2, Predictor::lag1);
     }
-    if (s.colourBinding != 0) {
-      a.colours.components = 4;
-      a.colours.bits = 1;
-      colourQuantizers(ar, a.colours);
-      ar("colourCount", a.colours.count);
-      packets(ar, e, "colourCodes", a.colours.codes, 4, Predictor::lag1);
+    if (s.colorBinding != 0) {
+      a.colors.components = 4;
+      a.colors.bits = 1;
+      colorQuantizers(ar, a.colors);
+      ar("colourCount", a.colors.count);
+      packets(ar, e, "colourCodes", a.colors.codes, 4, Predictor::lag1);
     }
     packet(ar, e, "vertexDataIndices", s.indices, Predictor::stripIndex);
   }

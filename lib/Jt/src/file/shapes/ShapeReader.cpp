@@ -71,9 +71,9 @@ codec::QuantizationParameters bitsOf(const ShapeElement& element) {
   }
   if (hasTexture)
     bits[2] = limited(isLossless ? std::uint8_t{255} : bits[2], Encoding::kMostTextureBits);
-  if (arrays.colours.count > 0)
-    bits[3] = limited(arrays.colours.bits > 0 ? most(0, arrays.colours) : std::uint8_t{255},
-                      Encoding::kMostColourBits);
+  if (arrays.colors.count > 0)
+    bits[3] = limited(arrays.colors.bits > 0 ? most(0, arrays.colors) : std::uint8_t{255},
+                      Encoding::kMostColorBits);
   return bits;
 }
 

@@ -18,7 +18,7 @@ struct DecodedShape {
   Mesh mesh;
   std::vector<codec::Remark> remarks;
   /// Bits that it is stored with: a coordinate, an angle of a normal, a texture coordinate, a
-  /// colour component; 0 for lossless and for what it does not have.
+  /// color component; 0 for lossless and for what it does not have.
   codec::QuantizationParameters bits{};
   bool isCompact = false;  ///< packed as the compact profile packs 9.x and 10.x
 };

@@ -92,7 +92,7 @@ codec::EncodeOptions optionsOf(const ShapeEncoding& encoding) {
   options.coordinateBits = encoding.positionBits;
   options.normalBits = encoding.normalBits;
   options.textureBits = encoding.textureBits;
-  options.colourBits = encoding.colourBits;
+  options.colorBits = encoding.colorBits;
   return options;
 }
 

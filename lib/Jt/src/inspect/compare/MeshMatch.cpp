@@ -137,7 +137,7 @@ std::string summary(const Primitives& primitives) {
   const Mesh& mesh = primitives.mesh();
   std::string text = std::to_string(primitives.count()) + noun(mesh.kind);
   if (!mesh.normals.empty()) text += ", normals";
-  if (!mesh.colours.empty()) text += ", colours";
+  if (!mesh.colors.empty()) text += ", colors";
   for (const Mesh::TextureChannel& texture : mesh.textures)
     text += ", texture " + std::to_string(texture.channel) + " of " +
             std::to_string(texture.components);

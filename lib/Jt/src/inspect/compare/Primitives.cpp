@@ -20,7 +20,7 @@ bool areRecordsClose(const Mesh& a, std::size_t recordA, const Mesh& b, std::siz
                      double tolerance) {
   if (!a.normals.empty() && !areClose(a.normals[recordA], b.normals[recordB], tolerance))
     return false;
-  if (!a.colours.empty() && !areClose(a.colours[recordA], b.colours[recordB], tolerance))
+  if (!a.colors.empty() && !areClose(a.colors[recordA], b.colors[recordB], tolerance))
     return false;
   for (std::size_t i = 0; i < a.textures.size(); ++i) {
     const auto parts = static_cast<std::size_t>(a.textures[i].components);
@@ -74,7 +74,7 @@ std::uint64_t Primitives::cornerHash(std::size_t corner) const {
   if (mesh_.records.empty()) return hash;
   const std::size_t record = mesh_.records[corner];
   if (!mesh_.normals.empty()) add(mesh_.normals[record]);
-  if (!mesh_.colours.empty()) add(mesh_.colours[record]);
+  if (!mesh_.colors.empty()) add(mesh_.colors[record]);
   for (const Mesh::TextureChannel& texture : mesh_.textures)
     for (int part = 0; part < texture.components; ++part)
       hash =

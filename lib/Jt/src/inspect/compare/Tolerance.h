@@ -10,7 +10,7 @@ namespace jt::compare_detail {
 /// for, so that what is the same within one tolerance is the same within every greater one.
 struct Tolerance {
   /// Numbers without a unit never differ by more: an angle of a bit more than a degree, five steps
-  /// of an eight-bit colour. A tolerance of metres is no reason to take red for green.
+  /// of an eight-bit color. A tolerance of metres is no reason to take red for green.
   static constexpr double kMostPlain = 0.02;
 
   /// Everything equal.
@@ -25,7 +25,7 @@ struct Tolerance {
   bool isExact() const noexcept { return length == 0; }
 
   double length = 0;    ///< lengths, in the unit of the node
-  double plain = 0;     ///< normals, colours, texture coordinates, factors
+  double plain = 0;     ///< normals, colors, texture coordinates, factors
   double rotation = 0;  ///< entries of the linear part of a matrix: geometry moves by `length`
 };
 
