@@ -63,9 +63,9 @@ Bytes rgb(unsigned r, unsigned g, unsigned b) {
 
 /// What a viewer shows at the corners of the square of makeGltf.
 const std::map<jt::Vec3f, Bytes> kColors{{{0, 0, 0}, rgb(0, 0, 255)},
-                                          {{1, 0, 0}, rgb(255, 255, 0)},
-                                          {{1, 1, 0}, rgb(0, 255, 0)},
-                                          {{0, 1, 0}, rgb(255, 0, 0)}};
+                                         {{1, 0, 0}, rgb(255, 255, 0)},
+                                         {{1, 1, 0}, rgb(0, 255, 0)},
+                                         {{0, 1, 0}, rgb(255, 0, 0)}};
 
 class TextureTest : public testing::Test {
  protected:
@@ -239,9 +239,9 @@ TEST_F(TextureTest, TheMatrixOfATextureInJtIsFollowed) {
     texture.setTransform({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1});
   });
   EXPECT_EQ(colorsOf(turned), (std::map<jt::Vec3f, Bytes>{{{0, 0, 0}, rgb(255, 255, 0)},
-                                                           {{1, 0, 0}, rgb(0, 255, 0)},
-                                                           {{1, 1, 0}, rgb(255, 0, 0)},
-                                                           {{0, 1, 0}, rgb(0, 0, 255)}}));
+                                                          {{1, 0, 0}, rgb(0, 255, 0)},
+                                                          {{1, 1, 0}, rgb(255, 0, 0)},
+                                                          {{0, 1, 0}, rgb(0, 0, 255)}}));
 }
 
 TEST_F(TextureTest, AnImageFileThatAJtFileNamesIsFoundInItsFolderOnly) {

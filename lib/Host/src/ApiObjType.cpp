@@ -10,7 +10,7 @@ struct StoredType {
   std::string_view text;
 };
 
-constexpr std::array<StoredType, 4> storedTypes{{
+constexpr std::array<StoredType, 4> kStoredTypes{{
     {ApiObjType::COMPONENT, "KrComponent"},
     {ApiObjType::BLOCK, "KrBlock"},
     {ApiObjType::LINK, "KrLink"},
@@ -20,14 +20,14 @@ constexpr std::array<StoredType, 4> storedTypes{{
 }  // namespace
 
 std::optional<ApiObjType> ApiObjType::fromKrObjType(std::string_view text) {
-  const auto* found = std::find_if(storedTypes.begin(), storedTypes.end(),
+  const auto* found = std::find_if(kStoredTypes.begin(), kStoredTypes.end(),
                                    [text](const StoredType& type) { return type.text == text; });
-  if (found == storedTypes.end()) return std::nullopt;
+  if (found == kStoredTypes.end()) return std::nullopt;
   return ApiObjType(found->kind);
 }
 
 std::string_view ApiObjType::text() const {
-  const auto* found = std::find_if(storedTypes.begin(), storedTypes.end(),
+  const auto* found = std::find_if(kStoredTypes.begin(), kStoredTypes.end(),
                                    [this](const StoredType& type) { return type.kind == value_; });
-  return found == storedTypes.end() ? std::string_view() : found->text;
+  return found == kStoredTypes.end() ? std::string_view() : found->text;
 }

@@ -8,13 +8,13 @@
 
 namespace {
 
-constexpr const char* separators = "/\\";
+constexpr const char* kSeparators = "/\\";
 
 bool isSeparator(char c) { return c == '/' || c == '\\'; }
 
 /// The path without separators at its end, which name no part.
 std::string_view withoutEnd(std::string_view path) {
-  return path.substr(0, path.find_last_not_of(separators) + 1);
+  return path.substr(0, path.find_last_not_of(kSeparators) + 1);
 }
 
 }  // namespace
@@ -34,14 +34,14 @@ bool ApiSysFilePath::isFullPath() const {
 
 ApiSysFilePath ApiSysFilePath::hostingDirPath() const {
   const std::string_view path = withoutEnd(text_);
-  const std::size_t last = path.find_last_of(separators);
+  const std::size_t last = path.find_last_of(kSeparators);
   if (last == std::string_view::npos) return {};
   return ApiSysFilePath(RWClassicCString(path.substr(0, last)));
 }
 
 RWClassicCString ApiSysFilePath::fileName() const {
   const std::string_view path = withoutEnd(text_);
-  return RWClassicCString(path.substr(path.find_last_of(separators) + 1));
+  return RWClassicCString(path.substr(path.find_last_of(kSeparators) + 1));
 }
 
 RWClassicCString ApiSysFilePath::extension() const {
@@ -68,7 +68,7 @@ ApiSysFileName operator+(const ApiSysFileName& folder, const ApiSysFileName& nam
   if (name.asString().empty()) return folder;
   RWClassicCString joined = folder.asString();
   std::string_view rest = name.asString();
-  rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
+  rest.remove_prefix(std::min(rest.find_first_not_of(kSeparators), rest.size()));
   if (!isSeparator(joined.back())) joined.push_back('/');
   return ApiSysFileName(joined.append(rest));
 }

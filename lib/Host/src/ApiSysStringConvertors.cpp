@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr char32_t replacement = 0xFFFD;
+constexpr char32_t kReplacement = 0xFFFD;
 
 bool isHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool isLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
@@ -15,7 +15,7 @@ char32_t takeCharacter(std::string_view& text) {
   const auto byteAt = [&text](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
   const std::uint8_t lead = byteAt(0);
   std::size_t length = 1;
-  char32_t value = replacement;
+  char32_t value = kReplacement;
   char32_t least = 0;
   if (lead < 0x80) {
     value = lead;
@@ -33,7 +33,7 @@ char32_t takeCharacter(std::string_view& text) {
   }
   if (!valid || value < least || value > 0x10FFFF) {
     length = 1;
-    value = replacement;
+    value = kReplacement;
   }
   text.remove_prefix(length);
   return value;
@@ -89,7 +89,7 @@ RWClassicCString ApiSysStringConvertors::UnicodeToRWCString(std::wstring_view te
         ++i;
       }
     }
-    appendUtf8(narrow, c > 0x10FFFF ? replacement : c);
+    appendUtf8(narrow, c > 0x10FFFF ? kReplacement : c);
   }
   return narrow;
 }

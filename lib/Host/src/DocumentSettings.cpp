@@ -15,8 +15,8 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int depthLimit = 8;
-constexpr std::size_t releaseLabelLimit = 4;
+constexpr int kDepthLimit = 8;
+constexpr std::size_t kReleaseLabelLimit = 4;
 
 /// What is wrong with the settings, as one line.
 struct SettingsError {
@@ -34,7 +34,7 @@ RWClassicCString messageOf(const Json::exception& error) {
 
 Json parse(std::string_view text) {
   const auto watchDepth = [](int depth, Json::parse_event_t, Json&) {
-    if (depth > depthLimit) throw SettingsError{"nested too deeply"};
+    if (depth > kDepthLimit) throw SettingsError{"nested too deeply"};
     return true;
   };
   try {
@@ -81,7 +81,7 @@ void readMember(const RWClassicCString& name, const Json& value, ApiDocument& do
       document.setProperty(static_cast<ApiDocument::DocProperty>(number), true);
     }
   } else if (name == "releaseLabels") {
-    if (requireArray(value, "\"releaseLabels\"").size() > releaseLabelLimit) {
+    if (requireArray(value, "\"releaseLabels\"").size() > kReleaseLabelLimit) {
       throw SettingsError{"\"releaseLabels\" has more than 4 entries"};
     }
     RWClassicTValOrderedVector<ApiGraJtReleaseLabels> labels;

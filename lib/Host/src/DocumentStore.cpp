@@ -11,7 +11,7 @@
 namespace host {
 namespace {
 
-constexpr std::size_t settingsLimit = std::size_t{1} << 20;
+constexpr std::size_t kSettingsLimit = std::size_t{1} << 20;
 
 /// The whole text of a settings file; what is wrong is told in `error`.
 RWClassicCString readText(const ApiSysFilePath& path, RWClassicCString& error) {
@@ -23,7 +23,7 @@ RWClassicCString readText(const ApiSysFilePath& path, RWClassicCString& error) {
   while (stream && result == IStreamResult::ok && done == block.size()) {
     result = stream->Read(block.data(), block.size(), done);
     text.append(block.data(), done);
-    if (text.size() > settingsLimit) {
+    if (text.size() > kSettingsLimit) {
       error = "larger than 1 MiB";
       return {};
     }

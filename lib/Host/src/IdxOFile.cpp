@@ -15,13 +15,13 @@ std::string_view format(std::array<char, 32>& buffer, Number value) {
 }
 
 void appendEscaped(RWClassicCString& out, std::string_view text) {
-  constexpr const char* digits = "0123456789abcdef";
+  constexpr const char* kDigits = "0123456789abcdef";
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte >= 0x20 && byte < 0x7F && c != '\\') {
       out.push_back(c);
     } else {
-      out.append({'\\', 'x', digits[byte >> 4], digits[byte & 0xFU]});
+      out.append({'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xFU]});
     }
   }
 }

@@ -8,7 +8,7 @@ namespace {
 
 /// Below this part of the largest possible determinant (or pivot) a matrix counts as singular: well
 /// above rounding, well below any transform that a file in single precision can hold on purpose.
-constexpr double singularPart = 1e-13;
+constexpr double kSingularPart = 1e-13;
 
 /// Cosine and sine of an angle in degrees, exact for the quarter turns.
 std::pair<double, double> cosSin(double degrees) {
@@ -33,7 +33,7 @@ std::optional<RTTran3D> invertAffine(const RTTran3D& t) {
   const RTVec3D yz = cross(y, z);
   const double determinant = dot(x, yz);
   const double volume = x.length() * y.length() * z.length();
-  if (!(std::abs(determinant) > singularPart * volume)) return std::nullopt;
+  if (!(std::abs(determinant) > kSingularPart * volume)) return std::nullopt;
 
   const double scale = 1.0 / determinant;
   const RTVec3D rows[3] = {yz * scale, cross(z, x) * scale, cross(x, y) * scale};
@@ -62,7 +62,7 @@ std::optional<RTTran3D> invertGeneral(RTTran3D left) {
     for (std::size_t r = column + 1; r < 4; ++r) {
       if (std::abs(left(r, column)) > std::abs(left(pivot, column))) pivot = r;
     }
-    if (!(std::abs(left(pivot, column)) > singularPart)) return std::nullopt;
+    if (!(std::abs(left(pivot, column)) > kSingularPart)) return std::nullopt;
     for (std::size_t c = 0; c < 4; ++c) {
       std::swap(left(pivot, c), left(column, c));
       std::swap(right(pivot, c), right(column, c));

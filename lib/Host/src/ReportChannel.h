@@ -21,7 +21,7 @@ class ReportChannel {
     {
       const std::lock_guard lock(mutex_);
       if (!sink_) {
-        if (recent_.size() == capacity) recent_.pop_front();
+        if (recent_.size() == kCapacity) recent_.pop_front();
         recent_.push_back(std::move(record));
         return;
       }
@@ -50,7 +50,7 @@ class ReportChannel {
   }
 
  private:
-  static constexpr std::size_t capacity = 256;
+  static constexpr std::size_t kCapacity = 256;
 
   std::mutex mutex_;
   Sink sink_;

@@ -35,10 +35,10 @@ struct JT_API Mesh {
   std::vector<Vec3f> positions;
 
   /// Attribute arrays: each is empty, or has one entry a record.
-  std::vector<Vec3f> normals;                 ///< unit vectors
+  std::vector<Vec3f> normals;                ///< unit vectors
   std::vector<std::array<float, 4>> colors;  ///< red, green, blue, alpha in 0..1
-  std::vector<TextureChannel> textures;       ///< ascending channels
-  std::vector<std::uint32_t> flags;           ///< carried; their meaning is the producer's
+  std::vector<TextureChannel> textures;      ///< ascending channels
+  std::vector<std::uint32_t> flags;          ///< carried; their meaning is the producer's
 
   /// Index of the position of each corner: three a triangle, counter-clockwise seen from outside;
   /// for polylines and points one after the other.

@@ -14,8 +14,8 @@ bool JtwNode::computeNodeColor(JtNode* node, ApiGraColor& color) {
   const int index = getColorAttrIndex(node);
   if (index < 0) return false;
   auto* material = jt::as<JtMaterial>(node->attribute(index));
-  constexpr auto stale = JtMaterial::_IS_MIXED_ACCUM | JtMaterial::_MIXED_ACCUM_MODIFIED;
-  if ((material->accumFlags() & stale) == stale) material->_accumDynState();
+  constexpr auto kStale = JtMaterial::_IS_MIXED_ACCUM | JtMaterial::_MIXED_ACCUM_MODIFIED;
+  if ((material->accumFlags() & kStale) == kStale) material->_accumDynState();
   const jt::Rgba& diffuse = material->diffuse();
   color = ApiGraColor::fromUnit(diffuse[0], diffuse[1], diffuse[2], diffuse[3]);
   return true;

@@ -222,7 +222,7 @@ RC_GTEST_PROP(RoundTrips, ColorsAndTexturesStayAtTheirCorners, (bool compact)) {
 TEST(RoundTrips, BitsOutOfRangeAreRefused) {
   const Mesh mesh = grid(2, 2, false, false, {}, true);
   const EncodeOptions wrong[] = {{.coordinateBits = 25}, {.normalBits = 14}, {.textureBits = 0},
-                                 {.textureBits = 25},    {.colorBits = 0},  {.colorBits = 9}};
+                                 {.textureBits = 25},    {.colorBits = 0},   {.colorBits = 9}};
   for (const EncodeOptions& options : wrong)
     EXPECT_THROW(throughFile(mesh, {9, 5, false}, options), JtFormatError);
 }

@@ -268,10 +268,10 @@ TEST(Forms, TheLengthOfAnElementDecidesBetweenTheFormsOfAttributes) {
     EXPECT_EQ(jt::as<JtXform>(storage.open(saved)->child(0)->attribute(0))->matrix(), changed);
     return result;
   };
-  constexpr std::uint16_t mask = 0x000e;
+  constexpr std::uint16_t kMask = 0x000e;
   for (const Format& format : allFormats()) {
     SCOPED_TRACE(formatText(format));
-    const auto head = [&] { return Fields(format).attribute().version().put(mask); };
+    const auto head = [&] { return Fields(format).attribute().version().put(kMask); };
     EXPECT_EQ(matrixOf(format, head().f32({5, 6, 7})), moved);
     EXPECT_EQ(matrixOf(format, head().put(5.0).put(6.0).put(7.0)), moved);
     if (format.major < 10) continue;

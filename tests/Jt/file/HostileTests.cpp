@@ -21,9 +21,9 @@ using B = SceneBuilder;
 bool isLong() { return std::getenv("JTW_LONG_TESTS") != nullptr; }
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr bool isSanitized = true;
+constexpr bool kIsSanitized = true;
 #else
-constexpr bool isSanitized = false;
+constexpr bool kIsSanitized = false;
 #endif
 
 TEST(Hostile, OffsetsAndSizesOfSegmentsAreChecked) {
@@ -329,7 +329,7 @@ TEST(Hostile, BombsOfTenGigabytesAreRefusedInBoundedTimeAndMemory) {
     getrusage(RUSAGE_SELF, &before);
     EXPECT_EQ(survive(storage, file, true, limits), "too_large") << xz;
     getrusage(RUSAGE_SELF, &after);
-    if (!isSanitized) {
+    if (!kIsSanitized) {
       EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 << 10);
     }
     jt::ReadLimits ratio;

@@ -117,7 +117,7 @@ TEST(Edit, MetaDataIsReadThroughPropertiesAndRewrittenWhenAKeyIsRemoved) {
 
 TEST(Edit, ARemovedNodeTakesItsRowAndTheSegmentsThatOnlyItNamesWithIt) {
   const Format format{10, 5, false};
-  constexpr int types[] = {7, 17, 4, 5, 23, 30, 31, 77, 6};  // segments 2 to 10
+  constexpr int kTypes[] = {7, 17, 4, 5, 23, 30, 31, 77, 6};  // segments 2 to 10
   SceneBuilder scene(format);
   FileBuilder file(format);
   scene.partition(1, {2, 3}).group(2, {}).group(3, {}).marker().text(9, "key");
@@ -125,13 +125,14 @@ TEST(Edit, ARemovedNodeTakesItsRowAndTheSegmentsThatOnlyItNamesWithIt) {
   for (std::uint32_t number = 2; number <= 10; ++number) {
     const auto id = static_cast<std::int32_t>(number + 10);
     Fields late = scene.fields().version(2).put(std::uint32_t{0}).version(2);
-    scene.element(B::kLate, 8, id, late.put(FileBuilder::id(number)).i32(types[number - 2]).i32(0));
+    scene.element(B::kLate, 8, id,
+                  late.put(FileBuilder::id(number)).i32(kTypes[number - 2]).i32(0));
     row.insert(row.end(), {9, id});
   }
   scene.marker().table({row, {3, 9, 20}});  // segment 10 is named by node 3 too
   file.scene(scene);
   for (std::uint32_t number = 2; number <= 10; ++number)
-    file.segment(number, types[number - 2], Bytes(40, std::byte(number)));
+    file.segment(number, kTypes[number - 2], Bytes(40, std::byte(number)));
   file.segment(11, 8, Bytes(40)).segment(12, 17, Bytes(40));  // nothing named these before
 
   MemoryStorage storage;

@@ -166,7 +166,7 @@ class ComponentBuilder {
   jt::Ref<JtMaterial> materialAttribute(std::size_t material, std::size_t model) {
     const auto& surfaces = scene_.models[model].surfaces;
     const bool keepsVertexColors = std::any_of(surfaces.begin(), surfaces.end(),
-                                                [this](const Surface& s) { return hasColors(s); });
+                                               [this](const Surface& s) { return hasColors(s); });
     jt::Ref<JtMaterial>& attribute = materials_[material * 2 + (keepsVertexColors ? 1 : 0)];
     if (!attribute) {
       attribute = attributeOf(scene_.materials[material]);

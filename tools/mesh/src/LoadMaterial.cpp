@@ -19,7 +19,7 @@ float unitRange(float value) { return std::isfinite(value) ? std::clamp(value, 0
 
 /// False, with `color` as it was, when the material has none of that kind.
 bool readColor(const aiMaterial& source, const char* key, unsigned type, unsigned index,
-                jt::Rgba& color) {
+               jt::Rgba& color) {
   aiColor4D value(0, 0, 0, 1);
   if (source.Get(key, type, index, value) != aiReturn_SUCCESS) return false;
   color = clamped({value.r, value.g, value.b, value.a});

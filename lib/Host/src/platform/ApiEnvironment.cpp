@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr std::array<ApiEnvironment::Variable, 2> variables{{
+constexpr std::array<ApiEnvironment::Variable, 2> kVariables{{
     {ApiEnvironment::DEBUG_JT_IN_CO,
      "Set to any value, JT data is looked for in .co and .cor documents too."},
     {ApiEnvironment::IGNORE_MEASUREMENT_UNITS,
@@ -14,7 +14,7 @@ constexpr std::array<ApiEnvironment::Variable, 2> variables{{
 
 }  // namespace
 
-std::span<const ApiEnvironment::Variable> ApiEnvironment::list() { return variables; }
+std::span<const ApiEnvironment::Variable> ApiEnvironment::list() { return kVariables; }
 
 std::optional<RWClassicCString> ApiEnvironment::get(std::string_view name) {
   const char* value = std::getenv(RWClassicCString(name).c_str());

@@ -53,8 +53,7 @@ class Tessellator {
     if (!colored) return;
     const Vec3f& color = *primitive.color;
     mesh_.colors.push_back({color[0], color[1], color[2], 1});
-    mesh_.records.resize(mesh_.corners.size(),
-                         static_cast<std::uint32_t>(mesh_.colors.size() - 1));
+    mesh_.records.resize(mesh_.corners.size(), static_cast<std::uint32_t>(mesh_.colors.size() - 1));
   }
 
  private:

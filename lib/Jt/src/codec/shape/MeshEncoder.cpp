@@ -61,8 +61,8 @@ void putAttributes(VertexArrays& arrays, const Mesh& mesh, const VertexBindings&
     arrays.normals = encodeNormals(mesh.normals, records, generation, options.normalBits);
   if (bindings.colors()) {
     arrays.colors = encodeColors(mesh.colors, records, generation, options.colorBits);
-    losses.add("quantized", "colors are stored with " + std::to_string(options.colorBits) +
-                                " bits a component");
+    losses.add("quantized",
+               "colors are stored with " + std::to_string(options.colorBits) + " bits a component");
   }
   for (const auto& texture : mesh.textures) {
     if (!bindings.texture(static_cast<unsigned>(texture.channel))) continue;

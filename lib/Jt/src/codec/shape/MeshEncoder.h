@@ -22,7 +22,7 @@ struct EncodeOptions {
   unsigned coordinateBits = 0;  ///< 1..24; 0 lossless
   unsigned normalBits = 0;      ///< an angle, 1..13; 0 lossless
   unsigned textureBits = 16;    ///< 1..24
-  unsigned colorBits = 8;      ///< 1..8
+  unsigned colorBits = 8;       ///< 1..8
   Variant variant{};            ///< of the compact profile
 };
 

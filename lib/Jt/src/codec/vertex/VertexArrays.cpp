@@ -244,7 +244,7 @@ std::array<UniformQuantizer, 4> colorQuantizers(const CodedArray& array) {
 
 /// Packed color codes, first component on top, in one vector a component.
 std::vector<Codes> unpackColors(const Codes& packed,
-                                 const std::array<UniformQuantizer, 4>& quantizers) {
+                                const std::array<UniformQuantizer, 4>& quantizers) {
   std::vector<Codes> codes(4, Codes(packed.size()));
   for (std::size_t i = 0; i < packed.size(); ++i) {
     auto rest = std::uint64_t{static_cast<std::uint32_t>(packed[i])};
@@ -445,7 +445,7 @@ CodedArray encodeTexture(std::span<const float> values, unsigned components, uns
 }
 
 CodedArray encodeColors(std::span<const Vec4> values, std::span<const std::uint32_t> order,
-                         Generation generation, unsigned bits) {
+                        Generation generation, unsigned bits) {
   CodedArray array;
   array.count = static_cast<std::int32_t>(order.size());
   array.components = 4;

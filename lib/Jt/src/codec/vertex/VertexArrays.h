@@ -89,7 +89,7 @@ CodedArray encodeNormals(std::span<const Vec3> values, std::span<const std::uint
 /// @pre bits is 1..24: the lossless forms are not certain enough to be written
 CodedArray encodeTexture(std::span<const float> values, unsigned components, unsigned bits);
 CodedArray encodeColors(std::span<const Vec4> values, std::span<const std::uint32_t> order,
-                         Generation generation, unsigned bits);
+                        Generation generation, unsigned bits);
 
 /// How many vectors of codes an array has.
 std::size_t codeVectors(std::size_t components, bool lossless, Generation generation) noexcept;

@@ -26,13 +26,13 @@ std::string valueText(std::int64_t value) { return std::to_string(value); }
 
 std::string valueText(const std::byte* bytes, std::size_t size) {
   constexpr std::size_t kShown = 16;
-  static constexpr char digits[] = "0123456789abcdef";
+  static constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
   for (std::size_t i = 0; i < size && i < kShown; ++i) {
     const auto byte = std::to_integer<unsigned>(bytes[i]);
     if (i) text += ' ';
-    text += digits[byte >> 4];
-    text += digits[byte & 15];
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
   }
   if (size > kShown) text += " ...";
   return text;

@@ -53,7 +53,7 @@ JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept;
 
 /// An object as the field list of an archive takes it: only a reader changes it.
 template <class Ar, class T>
-using Of = std::conditional_t<Ar::reading, T, const T>;
+using Of = std::conditional_t<Ar::kReading, T, const T>;
 
 /// Object ids by which a node element names its attributes and children.
 struct Links {
@@ -97,8 +97,8 @@ std::string valueText(const std::byte* bytes, std::size_t size);
 template <bool Tracing>
 class BasicReader {
  public:
-  static constexpr bool reading = true;
-  static constexpr bool tracing = Tracing;
+  static constexpr bool kReading = true;
+  static constexpr bool kTracing = Tracing;
 
   /// @param format must outlive the reader
   /// @param base   offset of bytes[0] in the stream that error messages and listeners count in
@@ -325,7 +325,7 @@ using TracingReader = BasicReader<true>;
 /// Objects to bytes, appended to a sink.
 class Writer {
  public:
-  static constexpr bool reading = false;
+  static constexpr bool kReading = false;
 
   Writer(ByteSink& out, const Format& format) : out_(out), format_(format) {}
 

@@ -39,7 +39,7 @@ struct FieldList {
 /// read from, versions and links do not show.
 class FieldLister {
  public:
-  static constexpr bool reading = false;
+  static constexpr bool kReading = false;
 
   /// @param format must outlive the lister; local versions are needed for textures and lights
   /// @param withSurplus also list the bytes behind the last known field; they mean something only
@@ -117,12 +117,12 @@ class FieldLister {
  private:
   template <Scalar T>
   void values(const char* name, std::span<const T> all) {
-    constexpr bool isReal = std::is_floating_point_v<T>;
-    const std::size_t first = isReal ? out_.reals.size() : out_.integers.size();
-    const auto kind = isReal ? FieldList::Kind::reals : FieldList::Kind::integers;
+    constexpr bool kIsReal = std::is_floating_point_v<T>;
+    const std::size_t first = kIsReal ? out_.reals.size() : out_.integers.size();
+    const auto kind = kIsReal ? FieldList::Kind::reals : FieldList::Kind::integers;
     out_.fields.push_back({name, kind, first, all.size(), nullptr, {}});
     for (const T value : all) {
-      if constexpr (isReal) {
+      if constexpr (kIsReal) {
         out_.reals.push_back(static_cast<double>(value));
       } else {
         out_.integers.push_back(static_cast<std::int64_t>(value));

@@ -108,33 +108,33 @@ struct Format {
   /// elements.
   Row row() const noexcept {
     using enum Feature;
-    constexpr Row v8 = bits({lodReserved, shapeReservedBox, vertexQuantization, materialPattern,
-                             wireHarnesses, partitionBoxTwice, shaderEffects});
-    constexpr Row v9 =
+    constexpr Row kV8 = bits({lodReserved, shapeReservedBox, vertexQuantization, materialPattern,
+                              wireHarnesses, partitionBoxTwice, shaderEffects});
+    constexpr Row kV9 =
         bits({segmentObjectIds, localVersions, lodReserved, shapeReservedBox, wideBindings,
               vertexQuantization, bindingsTwice, textureGeneration, materialReflectivity,
               readableTextures, readableLights, shaderEffects, latePayloadId, topology, topMasks,
               uniqueCoordinates, readableWireframes, typedPMITail, xtBuildNumber});
-    constexpr Row v10 = bits({wideToc,           lzma,
-                              segmentObjectIds,  localVersions,
-                              byteVersions,      wideBindings,
-                              primitiveBindings, textureGeneration,
-                              onePartitionBox,   fieldFinal,
-                              doubleTransforms,  materialReflectivity,
-                              materialBumpiness, readableTextures,
-                              oneTextureBlock,   wideSharedFlag,
-                              readableLights,    shadowInLightData,
-                              latePayloadId,     utcOffset,
-                              topology,          mk3Packets,
-                              nestedCollections, predictedLists,
-                              groupedPoints,     packedNormals,
-                              packedColors,      readableWireframes,
-                              genericPMI,        typedPMITail,
-                              xtBuildNumber,     xtSubordinates});
-    constexpr Row v105 = v10 | bits({attributeTail, partitionVersion, shortPMIFlags});
-    if (major < 9) return v8;
-    if (major < 10) return v9;
-    return major == 10 && minor < 5 ? v10 : v105;
+    constexpr Row kV10 = bits({wideToc,           lzma,
+                               segmentObjectIds,  localVersions,
+                               byteVersions,      wideBindings,
+                               primitiveBindings, textureGeneration,
+                               onePartitionBox,   fieldFinal,
+                               doubleTransforms,  materialReflectivity,
+                               materialBumpiness, readableTextures,
+                               oneTextureBlock,   wideSharedFlag,
+                               readableLights,    shadowInLightData,
+                               latePayloadId,     utcOffset,
+                               topology,          mk3Packets,
+                               nestedCollections, predictedLists,
+                               groupedPoints,     packedNormals,
+                               packedColors,      readableWireframes,
+                               genericPMI,        typedPMITail,
+                               xtBuildNumber,     xtSubordinates});
+    constexpr Row kV105 = kV10 | bits({attributeTail, partitionVersion, shortPMIFlags});
+    if (major < 9) return kV8;
+    if (major < 10) return kV9;
+    return major == 10 && minor < 5 ? kV10 : kV105;
   }
 };
 

@@ -45,10 +45,10 @@ std::string hex(std::uint64_t value) {
 }  // namespace
 
 const char* segmentTypeName(std::int32_t type) noexcept {
-  static constexpr const char* lods[] = {"Shape LOD0", "Shape LOD1", "Shape LOD2", "Shape LOD3",
-                                         "Shape LOD4", "Shape LOD5", "Shape LOD6", "Shape LOD7",
-                                         "Shape LOD8", "Shape LOD9"};
-  if (type >= 7 && type <= 16) return lods[type - 7];
+  static constexpr const char* kLods[] = {"Shape LOD0", "Shape LOD1", "Shape LOD2", "Shape LOD3",
+                                          "Shape LOD4", "Shape LOD5", "Shape LOD6", "Shape LOD7",
+                                          "Shape LOD8", "Shape LOD9"};
+  if (type >= 7 && type <= 16) return kLods[type - 7];
   switch (type) {
     case 1:
       return "Logical Scene Graph";

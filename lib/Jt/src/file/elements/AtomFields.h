@@ -80,7 +80,7 @@ struct AtomFields {
 
   template <class Ar>
   static void surplus(Ar& ar, Of<Ar, JtPropAtom>& atom) {
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       atom.surplus_ = readSurplus(ar);
     } else if (atom.surplus_ && !isFresh(ar, atom)) {
       ar.append(*atom.surplus_);
@@ -90,7 +90,7 @@ struct AtomFields {
  private:
   template <class Ar>
   static bool isFresh(const Ar& ar, const JtPropAtom& atom) {
-    return !Ar::reading && ar.fresh(atom.baseVersion_);
+    return !Ar::kReading && ar.fresh(atom.baseVersion_);
   }
   template <class Ar>
   static void base(Ar& ar, Of<Ar, JtPropAtom>& atom) {

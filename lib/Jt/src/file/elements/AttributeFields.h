@@ -29,7 +29,7 @@ struct AttributeFields {
     if (ar.has(Feature::materialBumpiness)) {
       float reflectivity = material.reflectivity();
       ar("reflectivity", reflectivity);
-      if constexpr (Ar::reading) material.reflectivity_ = reflectivity;
+      if constexpr (Ar::kReading) material.reflectivity_ = reflectivity;
       ar("bumpiness", material.bumpiness_);
     } else if (ar.has(Feature::materialReflectivity)) {
       if (isFresh(ar, material)) {
@@ -50,7 +50,7 @@ struct AttributeFields {
     ar("storedValuesMask", mask);
     const auto count = static_cast<std::size_t>(std::popcount(mask));
     bool wide = ar.has(Feature::doubleTransforms);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       // The number of values is known, so the length tells single from double precision.
       if (ar.left() == 8 * count || ar.left() == 8 * count + 4) {
         wide = true;
@@ -135,7 +135,7 @@ struct AttributeFields {
     base(ar, texture);
     ar.version("versionNumber", texture.version_, 3, 1);
     const bool oneBlock = ar.has(Feature::oneTextureBlock);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       const int blocks = oneBlock ? 1 : texture.version_.value;
       if (blocks < 1 || blocks > 3)
         ar.fail("versionNumber", "expected a texture version of 1 to 3, found " +
@@ -143,7 +143,7 @@ struct AttributeFields {
       texture.blocks_.resize(static_cast<std::size_t>(blocks));
     }
     // 9.x stores images in the third block, behind two empty ones; 10.x has one block.
-    const bool takesLast = !Ar::reading && ar.fresh(texture.version_) && !texture.blocks_.empty();
+    const bool takesLast = !Ar::kReading && ar.fresh(texture.version_) && !texture.blocks_.empty();
     const std::size_t stubs = takesLast && !oneBlock ? 2 : 0;
     const std::size_t first = takesLast ? texture.blocks_.size() - 1 : 0;
     for (std::size_t i = 0; i < stubs; ++i) {
@@ -161,7 +161,7 @@ struct AttributeFields {
     if (!ar.has(Feature::readableTextures)) return;
     ar.version("versionNumber", generator.version_, 1, 1);
     ar("textureCoordinateChannel", generator.channel_);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       generator.mapping_.reset();
       if (holdsMapping(ar.rest(), ar.format())) generator.mapping_.emplace();
     }
@@ -193,7 +193,7 @@ struct AttributeFields {
 
   template <class Ar>
   static void surplus(Ar& ar, Of<Ar, JtAttribute>& attribute) {
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       attribute.surplus_ = readSurplus(ar);
     } else if (attribute.surplus_ && !isFresh(ar, attribute)) {
       ar.append(*attribute.surplus_);
@@ -203,7 +203,7 @@ struct AttributeFields {
  private:
   template <class Ar>
   static bool isFresh(const Ar& ar, const JtAttribute& attribute) {
-    return !Ar::reading && ar.fresh(attribute.baseVersion_);
+    return !Ar::kReading && ar.fresh(attribute.baseVersion_);
   }
 
   template <class Ar>
@@ -218,7 +218,7 @@ struct AttributeFields {
     ar("stateFlags", state);
     ar("fieldInhibitFlags", inhibited);
     if (form10) ar("fieldFinalFlags", final);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       attribute.fieldFlagsOf10_ = form10;
       attribute.stateFlags_ = state;
       attribute.inhibitFlags_ = inhibited;
@@ -241,10 +241,10 @@ struct AttributeFields {
   static void dataFlags(Ar& ar, Of<Ar, JtMaterial>& material) {
     constexpr std::size_t kColors = 4 * 16 + 4;
     std::uint16_t flags = material.dataFlags_;
-    if constexpr (!Ar::reading)
+    if constexpr (!Ar::kReading)
       if (isFresh(ar, material) && !ar.has(Feature::materialPattern)) flags &= 0xfff0U;
     ar("dataFlags", flags);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       material.dataFlags_ = flags;
       material.pattern_ = 0;
       const auto bits = static_cast<std::uint8_t>((flags & 1U) ? flags & 0x0eU : 0U);
@@ -261,7 +261,7 @@ struct AttributeFields {
       return;
     }
     ar(name, value[0]);
-    if constexpr (Ar::reading) value = {value[0], value[0], value[0], 1};
+    if constexpr (Ar::kReading) value = {value[0], value[0], value[0], 1};
   }
 
   /// The values that the file stored, or those that differ from the identity.
@@ -283,7 +283,7 @@ struct AttributeFields {
     ar("specular", light.specular_);
     ar("brightness", light.brightness_);
     ar("coordinateSystem", light.coordinateSystem_);
-    if (Ar::reading && (light.coordinateSystem_ < 1 || light.coordinateSystem_ > 3))
+    if (Ar::kReading && (light.coordinateSystem_ < 1 || light.coordinateSystem_ > 3))
       ar.fail("coordinateSystem",
               "expected 1 to 3, found " + std::to_string(light.coordinateSystem_));
     ar("shadowCasterFlag", light.shadowCaster_);
@@ -295,14 +295,14 @@ struct AttributeFields {
   static void shadowAlpha(Ar& ar, Of<Ar, JtLight>& light) {
     std::array<float, 2> factors = light.shadowAlpha_.value_or(std::array<float, 2>{1, 1});
     ar("shadowAlphaFactors", factors);
-    if constexpr (Ar::reading) light.shadowAlpha_ = factors;
+    if constexpr (Ar::kReading) light.shadowAlpha_ = factors;
   }
 
   /// 9.x: version 2 of a light appends the shadow factors that 10.x has in the light data.
   template <class Ar>
   static void lightTail(Ar& ar, Of<Ar, JtLight>& light) {
     if (!ar.has(Feature::shadowInLightData)) {
-      if constexpr (Ar::reading) {
+      if constexpr (Ar::kReading) {
         light.shadowAlpha_.reset();
         if (ar.left() >= 8) shadowAlpha(ar, light);
       } else if (!isFresh(ar, light) && light.shadowAlpha_) {
@@ -356,7 +356,7 @@ struct AttributeFields {
     ar("mappingElementLength", length);
     JtGuid id = mappingIds()[static_cast<std::size_t>(mapping.kind)];
     ar("mappingTypeId", id);
-    if constexpr (Ar::reading)
+    if constexpr (Ar::kReading)
       mapping.kind = static_cast<TextureMapping::Kind>(std::ranges::find(mappingIds(), id) -
                                                        mappingIds().begin());
     ar("mappingBaseType", mapping.baseType);
@@ -401,7 +401,7 @@ struct AttributeFields {
     auto mipmaps = static_cast<std::int16_t>(image.mipmaps.size());
     ar("mipmapsCount", mipmaps);
     ar("totalImageDataSize", image.totalBytes);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       if (mipmaps < 0 || static_cast<std::size_t>(mipmaps) > ar.left() / 4)
         ar.fail("mipmapsCount", "there is no room for " + std::to_string(mipmaps) + " mipmaps");
       image.mipmaps.resize(static_cast<std::size_t>(mipmaps));

@@ -11,7 +11,7 @@ struct MetaDataFields {
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtMetaData>& data) {
     ar.version("versionNumber", data.version_, 1, 1);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       read(ar, data);
     } else {
       for (auto& entry : data.entries_) {
@@ -21,7 +21,7 @@ struct MetaDataFields {
       }
       if (data.terminated_) ar("propertyKey", JtString());
     }
-    ar.raw("surplus", data.surplus_, Ar::reading ? ar.left() : data.surplus_.size());
+    ar.raw("surplus", data.surplus_, Ar::kReading ? ar.left() : data.surplus_.size());
   }
 
   static void setModified(JtMetaData& data, bool on) { data.modified_ = on; }

@@ -54,7 +54,7 @@ struct NodeFields {
     ar("nodeCountRange", partition.nodeRange_);
     ar("polygonCountRange", partition.polygonRange_);
     if (form.untransformed) ar("untransformedBoundingBox", *form.untransformed);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       partition.partitionVersion_ = form.version;
       partition.partitionFlags_ = form.flags;
       partition.box1_ = form.box1;
@@ -162,7 +162,7 @@ struct NodeFields {
     if (ar.has(Feature::textureGeneration)) {
       std::int32_t generation = shape.textureGeneration_.value_or(0);
       ar("textureGenerationType", generation);
-      if constexpr (Ar::reading) shape.textureGeneration_ = generation;
+      if constexpr (Ar::kReading) shape.textureGeneration_ = generation;
       ar.version("quantizationVersionNumber", shape.quantizationVersion_, 1, 1);
       ar("bitsPerVertexAndColor", shape.quantization_);
     } else {
@@ -177,7 +177,7 @@ struct NodeFields {
   static void run(Ar& ar, Of<Ar, JtWireHarnessSet>& shape) {
     run(ar, static_cast<Of<Ar, JtShape>&>(shape));
     // Forms that have no wire harness take it as a null shape.
-    if constexpr (!Ar::reading) {
+    if constexpr (!Ar::kReading) {
       LocalVersion nullVersion;
       if (!ar.has(Feature::wireHarnesses) && ar.fresh(shape.nodeVersion_))
         ar.version("nullShapeVersionNumber", nullVersion, 1, 1);
@@ -187,7 +187,7 @@ struct NodeFields {
   /// What follows the last known field.
   template <class Ar>
   static void surplus(Ar& ar, Of<Ar, JtNode>& node) {
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       node.surplus_ = readSurplus(ar);
     } else if (node.surplus_ && !ar.fresh(node.nodeVersion_)) {
       ar.append(*node.surplus_);
@@ -206,7 +206,7 @@ struct NodeFields {
 
   template <class Ar>
   static PartitionForm partitionForm(Ar& ar, const JtPartition& partition) {
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       return detectForm(ar.rest(), ar.format());
     } else {
       if (ar.fresh(partition.nodeVersion_)) return newForm(ar.format(), partition);
@@ -261,7 +261,7 @@ struct NodeFields {
       ar.version(name, version, 1, 1);
       return;
     }
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       if (ar.left() >= 2 + behind) {
         ar(name, version.value);
       } else {
@@ -281,7 +281,7 @@ struct NodeFields {
   /// True when a writer takes the generation's defaults for this node.
   template <class Ar>
   static bool isFresh(const Ar& ar, const JtNode& node) {
-    return !Ar::reading && ar.fresh(node.nodeVersion_);
+    return !Ar::kReading && ar.fresh(node.nodeVersion_);
   }
 
   template <class Ar>
@@ -290,16 +290,16 @@ struct NodeFields {
     ar.version("vertexShapeVersionNumber", shape.vertexVersion_, 2, 1);
     if (ar.has(Feature::wideBindings)) {
       ar("vertexBindings", shape.bindings_);
-      if constexpr (Ar::reading)
+      if constexpr (Ar::kReading)
         shape.oldBindings_ = codec::VertexBindings{shape.bindings_}.oldForm();
     } else {
       ar("normalTextureAndColorBinding", shape.oldBindings_);
-      if constexpr (Ar::reading)
+      if constexpr (Ar::kReading)
         shape.bindings_ = codec::VertexBindings::fromOldForm(shape.oldBindings_).bits;
     }
     if (ar.has(Feature::vertexQuantization)) ar("quantizationParameters", shape.quantization_);
     if (!ar.has(Feature::bindingsTwice)) return;
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       shape.bindingsAgain_.reset();
       const bool present =
           sparse ? repeatsBindings(ar.rest(), ar.format(), shape.bindings_) : ar.left() >= 8;

@@ -189,7 +189,7 @@ class PMIParts {
     std::vector<std::int32_t> bindings;
     std::vector<std::int32_t> dimensions;
     auto count = static_cast<std::int32_t>(polygons.vertexCounts.size());
-    if constexpr (!Ar::reading)
+    if constexpr (!Ar::kReading)
       for (const PMIPolygons::Filled& filled : polygons.filled) {
         bindings.insert(bindings.end(), filled.bindings.begin(), filled.bindings.end());
         dimensions.push_back(filled.dimension);
@@ -198,7 +198,7 @@ class PMIParts {
     ar_.list("vertexCounts", polygons.vertexCounts);
     ar_.list("bindings", bindings);
     ar_.list("dimensions", dimensions);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       const std::size_t filled = filledCount(polygons);
       expectCount("vertexCounts", polygons.vertexCounts.size(), static_cast<std::size_t>(count));
       expectCount("bindings", bindings.size(), 3 * filled);
@@ -214,7 +214,7 @@ class PMIParts {
   void typedPolygons(PMIPolygons& polygons) {
     ar_("reserved", polygons.reserved);
     ar_.list("vertexCounts", polygons.vertexCounts);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       constexpr std::size_t kHeadSize = 16;
       const std::size_t filled = filledCount(polygons);
       if (filled > ar_.left() / kHeadSize)
@@ -254,7 +254,7 @@ class PMIParts {
   template <class Stored>
   void narrowList(const char* name, std::vector<std::int32_t>& values) {
     std::vector<Stored> stored;
-    if constexpr (!Ar::reading) {
+    if constexpr (!Ar::kReading) {
       stored.reserve(values.size());
       for (const std::int32_t value : values) {
         if (value < std::numeric_limits<Stored>::min() ||
@@ -265,17 +265,17 @@ class PMIParts {
       }
     }
     ar_.list(name, stored);
-    if constexpr (Ar::reading) values.assign(stored.begin(), stored.end());
+    if constexpr (Ar::kReading) values.assign(stored.begin(), stored.end());
   }
 
   /// Names of fonts in the typed layout are Latin-1: every byte is a character.
   void narrowName(JtString& name) {
     std::string stored;
-    if constexpr (!Ar::reading)
+    if constexpr (!Ar::kReading)
       for (const char16_t unit : name.units())
         stored += unit < 256 ? static_cast<char>(static_cast<unsigned char>(unit)) : '?';
     ar_.narrow("fontName", stored);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       std::u16string units;
       for (const char character : stored) units += static_cast<unsigned char>(character);
       name = JtString(std::move(units));

@@ -37,7 +37,7 @@ struct PMIFields {
                 [&](auto& entity) { parts.genericEntity(entity); });
     }
     if (!data.form.opaqueRest) rest(ar, parts, data);
-    ar.raw("surplus", data.surplus, Ar::reading ? ar.left() : data.surplus.size());
+    ar.raw("surplus", data.surplus, Ar::kReading ? ar.left() : data.surplus.size());
   }
 
  private:
@@ -80,9 +80,9 @@ struct PMIFields {
       return;
     }
     std::vector<std::string> stored;
-    if constexpr (!Ar::reading) stored = narrowStrings(data);
+    if constexpr (!Ar::kReading) stored = narrowStrings(data);
     ar.repeat("stringCount", stored, 4, [&](std::string& text) { ar.narrow("pmiString", text); });
-    if constexpr (Ar::reading) setNarrowStrings(data, stored);
+    if constexpr (Ar::kReading) setNarrowStrings(data, stored);
   }
 
   /// What follows the generic entities.
@@ -93,7 +93,7 @@ struct PMIFields {
     if (parts.isGeneric()) {
       fonts(ar, parts, data);
     } else if (ar.has(Feature::typedPMITail) && data.version.value > 1) {
-      if constexpr (Ar::reading) data.viewProperties.resize(data.modelViews.size());
+      if constexpr (Ar::kReading) data.viewProperties.resize(data.modelViews.size());
       for (PMIProperty& property : data.viewProperties) parts.property(property);
       parts.polygons(data.polygons);
       fonts(ar, parts, data);
@@ -113,7 +113,7 @@ struct PMIFields {
       ar.fail("cadTagsFlag", "the flag is 0 or 1, found " + std::to_string(tags.flag));
     if (tags.flag == 0) return;
     ar.list("cadTagIndex", tags.indices);
-    if constexpr (Ar::reading)
+    if constexpr (Ar::kReading)
       if (const std::size_t total = PMITagPlaces(data).total; tags.indices.size() != total)
         ar.fail("cadTagIndex", "expected " + std::to_string(total) +
                                    " indices, one for each entity, found " +
@@ -122,7 +122,7 @@ struct PMIFields {
     const std::size_t own = data.form.lengthAtOnce ? 6 : 4;
     auto length = static_cast<std::int32_t>(own + tags.coded.size());
     ar("cadTagDataLength", length);
-    if constexpr (Ar::reading)
+    if constexpr (Ar::kReading)
       if (length < static_cast<std::int32_t>(own))
         ar.fail("cadTagDataLength",
                 "expected at least " + std::to_string(own) + ", found " + std::to_string(length));

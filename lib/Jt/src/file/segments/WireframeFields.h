@@ -29,7 +29,7 @@ struct WireframeFields {
     ar("edgeTagCounter", e.nextTag);
     ar("cadTagsFlag", e.cadTags.flag);
     if (e.cadTags.flag == 1) cadTags(ar, e.cadTags);
-    ar.raw("surplus", e.surplus, Ar::reading ? ar.left() : e.surplus.size());
+    ar.raw("surplus", e.surplus, Ar::kReading ? ar.left() : e.surplus.size());
   }
 
  private:
@@ -79,7 +79,7 @@ struct WireframeFields {
   template <class Ar>
   static void packet(Ar& ar, Of<Ar, WireframeElement>& e, const char* name, Of<Ar, Values>& values,
                      const Coding& coding, std::int32_t count = -1) {
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       codec::ByteCursor cursor(ar.rest(), ar.format().bigEndian, ar.offset());
       values = codec::decodePacket(coding.kind, cursor, e.budget, coding.predictor, e.outOfBand);
       if (count >= 0 && values.size() != static_cast<std::size_t>(count))
@@ -99,7 +99,7 @@ struct WireframeFields {
   static void doubles(Ar& ar, Of<Ar, WireframeElement>& e, const char* name,
                       Of<Ar, std::vector<double>>& values) {
     const bool packed = ar.has(Feature::mk3Packets);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       codec::ByteCursor cursor(ar.rest(), ar.format().bigEndian, ar.offset());
       if (packed) {
         const auto bits = codec::decodePacket64(cursor, e.budget, e.outOfBand);
@@ -131,7 +131,7 @@ struct WireframeFields {
     ar.version("cadTagVersion", tags.version, 1, 1);
     auto length = static_cast<std::int32_t>(kOwn + tags.coded.size());
     ar("cadTagDataLength", length);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       std::size_t own = kOwn;
       if (!ar.has(Feature::byteVersions) && length >= 6 &&
           static_cast<std::size_t>(length) - 6 == ar.left())

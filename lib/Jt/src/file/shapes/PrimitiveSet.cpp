@@ -53,7 +53,7 @@ std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& for
   constexpr std::size_t kWithColor = 60;
   constexpr std::size_t kWithoutColor = 48;
   const bool colors = records.size() % kWithColor == 0 &&
-                       (hasColors(element, format) || records.size() % kWithoutColor != 0);
+                      (hasColors(element, format) || records.size() % kWithoutColor != 0);
   const std::size_t size = colors ? kWithColor : kWithoutColor;
   if (records.size() % size != 0)
     ar.fail("vertexData", "the primitives are no whole number of records");

@@ -19,7 +19,7 @@ struct Primitive {
   /// Lengths along the own axes; base radius, top radius and height of cones; radius of spheres.
   Vec3f size{};
   std::array<float, 4> orientation{0, 0, 0, 1};  ///< quaternion x, y, z, w, about `place`
-  std::optional<Vec3f> color;                   ///< red, green, blue
+  std::optional<Vec3f> color;                    ///< red, green, blue
 };
 
 /// The primitives of an element. Throws JtFormatError for a damaged one, "no_geometry" for the

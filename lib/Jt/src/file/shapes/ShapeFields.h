@@ -15,7 +15,7 @@ struct ShapeFields {
   template <class Ar>
   static void vertexShape(Ar& ar, ShapeElement& e) {
     parts(ar, e);
-    if constexpr (Ar::reading) e.packets.finish();
+    if constexpr (Ar::kReading) e.packets.finish();
   }
 
   template <class Ar>
@@ -87,7 +87,7 @@ struct ShapeFields {
 
   template <class Ar>
   static void surplus(Ar& ar, ShapeElement& e) {
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       if (ar.left() > 0) ar.raw("surplus", e.surplus, ar.left());
     } else {
       ar.append(e.surplus);
@@ -99,10 +99,10 @@ struct ShapeFields {
   static void packet(Ar& ar, ShapeElement& e, const char* name, Values& values,
                      Predictor predictor = Predictor::none) {
     const codec::PacketKind kind = codec::packetKind(generationOf(ar.format()));
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       codec::ByteCursor cursor(ar.rest(), ar.format().bigEndian, ar.offset());
       e.packets.add(kind, cursor, e.budget, predictor, values);
-      if constexpr (Ar::tracing) e.packets.finish();  // values that are told are needed at once
+      if constexpr (Ar::kTracing) e.packets.finish();  // values that are told are needed at once
       const auto bytes = ar.rest();
       ar.taken(name, "packet", cursor.consumed(),
                [&] { return packetText(values, codec::packetCodecName(kind, bytes)); });
@@ -117,14 +117,14 @@ struct ShapeFields {
   template <class Ar>
   static void packets(Ar& ar, ShapeElement& e, const char* name, std::vector<Values>& vectors,
                       std::size_t count, Predictor predictor) {
-    if constexpr (Ar::reading) vectors.assign(count, {});
+    if constexpr (Ar::kReading) vectors.assign(count, {});
     for (Values& values : vectors) packet(ar, e, name, values, predictor);
   }
 
   /// I32 count and plain words.
   template <class Ar>
   static void words(Ar& ar, ShapeElement& e, const char* name, std::vector<std::uint32_t>& values) {
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       codec::ByteCursor cursor(ar.rest(), ar.format().bigEndian, ar.offset());
       const std::size_t count = cursor.count(name);
       const auto stored = cursor.take(std::size_t{4} * count, name);
@@ -146,7 +146,7 @@ struct ShapeFields {
   }
   template <class Ar>
   static void quantizers(Ar& ar, codec::CodedArray& array, std::size_t count) {
-    if constexpr (Ar::reading) array.quantizers.assign(count, {});
+    if constexpr (Ar::kReading) array.quantizers.assign(count, {});
     for (codec::UniformQuantizer& q : array.quantizers)
       quantizer(ar, q, {"quantizerMin", "quantizerMax", "quantizerBits"});
   }
@@ -158,7 +158,7 @@ struct ShapeFields {
     constexpr std::size_t kHeader =
         16 + 1 + 4;  // id, base type and object id, which the length counts
     std::int32_t length = 0;
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       ar("nestedElementLength", length);
       if (length < 0 || static_cast<std::size_t>(length) < kHeader ||
           static_cast<std::size_t>(length) > ar.left())
@@ -209,11 +209,11 @@ struct ShapeFields {
   static void extension(Ar& ar, ShapeElement& e) {
     constexpr std::size_t kVersion = 2;
     constexpr std::size_t kExtension = 2 + 8;
-    if constexpr (Ar::reading) e.hasExtension = ar.left() >= kExtension + kVersion;
+    if constexpr (Ar::kReading) e.hasExtension = ar.left() >= kExtension + kVersion;
     if (!e.hasExtension) return;
     ar("auxiliaryVersion", e.extensionVersion);
     ar("auxiliaryBindings", e.extensionBindings);
-    if constexpr (Ar::reading) {
+    if constexpr (Ar::kReading) {
       if (ar.left() > kVersion) ar.raw("auxiliaryFields", e.extensionFields, ar.left() - kVersion);
     } else {
       ar.append(e.extensionFields);

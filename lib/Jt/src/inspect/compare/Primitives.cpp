@@ -20,8 +20,7 @@ bool areRecordsClose(const Mesh& a, std::size_t recordA, const Mesh& b, std::siz
                      double tolerance) {
   if (!a.normals.empty() && !areClose(a.normals[recordA], b.normals[recordB], tolerance))
     return false;
-  if (!a.colors.empty() && !areClose(a.colors[recordA], b.colors[recordB], tolerance))
-    return false;
+  if (!a.colors.empty() && !areClose(a.colors[recordA], b.colors[recordB], tolerance)) return false;
   for (std::size_t i = 0; i < a.textures.size(); ++i) {
     const auto parts = static_cast<std::size_t>(a.textures[i].components);
     for (std::size_t part = 0; part < parts; ++part)
