@@ -13,14 +13,14 @@ class JT_API JtType {
  public:
   using Creator = JtBase* (*)();
 
-  /// @param name   class name, a literal
-  /// @param parent type of the base class; null for the root
-  /// @param guid   object type id in files; null when the class has none
-  /// @param create makes an object without references; null for abstract classes
-  /// @param size   bytes of an object, for information
-  JtType(const char* name, const JtType* parent, JtGuid guid = {}, Creator create = nullptr,
+  /// @param name    class name, a literal
+  /// @param parent  type of the base class; null for the root
+  /// @param guid    object type id in files; null when the class has none
+  /// @param creator makes an object without references; null for abstract classes
+  /// @param size    bytes of an object, for information
+  JtType(const char* name, const JtType* parent, JtGuid guid = {}, Creator creator = nullptr,
          std::size_t size = 0) noexcept
-      : name_(name), parent_(parent), guid_(guid), create_(create), size_(size) {}
+      : name_(name), parent_(parent), guid_(guid), create_(creator), size_(size) {}
   JtType(const JtType&) = delete;
   JtType& operator=(const JtType&) = delete;
 
