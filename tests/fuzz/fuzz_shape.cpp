@@ -55,8 +55,8 @@ void rewrite(const Mesh& mesh, const codec::EncodeOptions& options) {
     if (again.mesh.primitiveCount() != mesh.primitiveCount() ||
         again.mesh.corners.size() != mesh.corners.size())
       finding("the written mesh is another one");
-    for (const codec::Remark& remark : again.remarks)
-      if (std::string_view(remark.code) == "hash_mismatch") finding("a wrong hash was written");
+    for (const Diagnostic& warning : again.warnings)
+      if (std::string_view(warning.code) == "hash_mismatch") finding("a wrong hash was written");
   }
 }
 

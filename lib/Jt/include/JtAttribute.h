@@ -63,7 +63,7 @@ class JT_API JtAttribute : public JtSceneObject {
   bool isBaseEqualTo(const JtAttribute& other) const noexcept;
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   std::uint8_t stateFlagsIn(bool form10) const noexcept;
   std::uint32_t inhibitFlagsIn(bool form10) const noexcept;
   std::uint32_t allFields() const noexcept;

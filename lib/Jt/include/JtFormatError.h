@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "JtDiagnostic.h"
 #include "JtExport.h"
 
 namespace jt {
@@ -33,6 +34,8 @@ class JT_API JtFormatError : public std::runtime_error {
   const jt::FilePosition& where() const noexcept { return where_; }
   /// The same error with what is missing of the position filled in from `outer`.
   JtFormatError within(const jt::FilePosition& outer) const;
+  /// The error as a finding, for a caller that goes on without what failed.
+  jt::Diagnostic diagnostic() const;
 
  private:
   std::string code_;

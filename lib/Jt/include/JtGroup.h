@@ -33,8 +33,7 @@ class JT_API JtGroup : public JtNode {
 
  private:
   friend class Jt;
-  friend class jt::file::SceneReader;
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   /// Inserts a child that closes no cycle, whether or not the group is opaque.
   void link(std::ptrdiff_t index, JtNode& child);
 

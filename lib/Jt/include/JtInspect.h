@@ -144,7 +144,8 @@ JT_API std::optional<ObjectPlace> placeOf(const JtPartition& partition, std::int
 /// Reads and decodes everything in a file. Never throws for the file's content: what keeps it from
 /// being opened is one error among the findings. Empty: the file is sound.
 /// @param progress told the share that is done, 0..1; may be empty
-JT_API std::vector<Note> verify(const JtStorageLocation& location, const ReadLimits& limits = {},
-                                const std::function<void(double)>& progress = {});
+JT_API std::vector<Diagnostic> verify(const JtStorageLocation& location,
+                                      const ReadLimits& limits = {},
+                                      const std::function<void(double)>& progress = {});
 
 }  // namespace jt

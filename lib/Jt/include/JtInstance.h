@@ -24,8 +24,7 @@ class JT_API JtInstance : public JtNode {
 
  private:
   friend class Jt;
-  friend class jt::file::SceneReader;
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   /// Sets a child that closes no cycle, whether or not the instance is opaque.
   void link(JtNode* child);
 

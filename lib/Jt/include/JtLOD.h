@@ -21,7 +21,7 @@ class JT_API JtLOD : public JtGroup {
   JtLOD(const JtLOD&) = default;
 
  private:
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion lodVersion_;
   std::vector<float> reservedFloats_;
   std::int32_t reservedInt_ = 0;
@@ -50,7 +50,7 @@ class JT_API JtRangeLOD : public JtLOD {
   JtRangeLOD(const JtRangeLOD&) = default;
 
  private:
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion rangeVersion_;
   std::vector<float> limits_;
   std::array<float, 3> center_{};

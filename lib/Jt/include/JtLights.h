@@ -16,8 +16,7 @@ class JT_API JtLightSet : public JtAttribute {
   const std::vector<std::int32_t>& lightIds() const noexcept { return lights_; }
 
  private:
-  friend struct jt::file::AttributeFields;
-  friend class jt::file::SceneWriter;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::vector<std::int32_t> lights_;
 };
@@ -36,7 +35,7 @@ class JT_API JtLight : public JtAttribute {
   float shadowOpacity() const noexcept { return shadowOpacity_; }
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion lightVersion_;
   jt::Rgba ambient_{0, 0, 0, 1};
   jt::Rgba diffuse_{1, 1, 1, 1};
@@ -59,7 +58,7 @@ class JT_API JtInfiniteLight : public JtLight {
   const std::array<float, 3>& direction() const noexcept { return direction_; }
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   std::array<float, 3> direction_{0, 0, -1};
 };
 
@@ -78,7 +77,7 @@ class JT_API JtPointLight : public JtLight {
   std::int32_t spotIntensity() const noexcept { return spotIntensity_; }
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   std::array<float, 4> position_{0, 0, 0, 1};
   std::array<float, 3> attenuation_{1, 0, 0};
   float spreadAngle_ = 180;

@@ -87,7 +87,7 @@ class JT_API JtMaterial : public JtAttribute {
   void _accumDynState() {}
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   void clearPattern(std::uint8_t bit);
   std::span<const jt::FieldBits> fieldBits() const noexcept override;
   std::array<std::uint32_t, 20> values() const noexcept;

@@ -8,10 +8,6 @@
 #include "JtBase.h"
 #include "JtPropAtom.h"
 
-namespace jt::file {
-struct MetaDataFields;
-}
-
 /// The metadata of an assembly or part that lies in a segment of its own: keys and values in order
 /// (element "Property Proxy Meta Data"). Keys may occur twice; the first one counts.
 class JT_API JtMetaData : public JtBase {
@@ -36,7 +32,7 @@ class JT_API JtMetaData : public JtBase {
   bool isModified() const noexcept { return modified_; }
 
  private:
-  friend struct jt::file::MetaDataFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::vector<Entry> entries_;
   bool terminated_ = true;          // false: an entry of unknown type stands in surplus_

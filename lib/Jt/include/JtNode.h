@@ -112,9 +112,7 @@ class JT_API JtNode : public JtSceneObject {
   virtual void releaseChildren(Dismantler& /*out*/) noexcept {}
 
  private:
-  friend class jt::file::SceneReader;
-  friend class jt::file::SceneWriter;
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
 
   std::vector<jt::Property>& properties() const;
 

@@ -13,7 +13,7 @@
 #include "JtPMIData.h"
 
 namespace jt::file {
-struct PMIAccess;
+struct FieldAccess;
 }
 
 class PMIDataManager;
@@ -172,7 +172,7 @@ class JT_API PMIDataManager : public JtBase {
   void merge(const PMIDataManager& other);
 
  private:
-  friend struct jt::file::PMIAccess;
+  friend struct jt::file::FieldAccess;
   /// Makes the content one that an entity or a view can be added to. @param count those of its kind
   void prepareForNew(std::size_t count);
   /// Gives a new CAD tag to what is added at a place in the order of tags, if there are tags.

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "JtDiagnostic.h"
 #include "JtFileVersion.h"
 #include "JtGroup.h"
 #include "JtLastError.h"
@@ -16,15 +17,6 @@
 #include "JtStorageManager.h"
 
 namespace jt {
-
-/// Something noticed in a file that does not keep it from being read.
-struct Note {
-  bool isError = false;  ///< the file breaks the format, not just custom
-  std::string code;      ///< stable
-  std::string segment;
-  std::optional<std::uint64_t> offset;
-  std::string message;
-};
 
 /// Why the file that a partition stands for is not open.
 struct PartFailure {
@@ -120,7 +112,7 @@ class JT_API JtPartition : public JtGroup {
   }
 
   /// What was noticed while reading.
-  const std::vector<jt::Note>& notes() const;
+  const std::vector<jt::Diagnostic>& notes() const;
   /// The opened file; null for a partition made in memory.
   const jt::file::Container* container() const noexcept;
 
@@ -169,10 +161,7 @@ class JT_API JtPartition : public JtGroup {
   void attachExternal(jt::Ref<JtPartition> opened);
   bool openExternal(const JtPartition& referencing, struct JtExternalFiles& files);
 
-  friend struct jt::file::NodeFields;
-  friend class jt::file::SceneReader;
-  friend class jt::file::SceneWriter;
-  friend class jt::file::FileWriter;
+  friend struct jt::file::FieldAccess;
 
   int openCount_ = 0;
   bool isClosed_ = false;
@@ -184,7 +173,7 @@ class JT_API JtPartition : public JtGroup {
   // What its saves left, by path: a file that has not changed since is still its own.
   std::map<std::string, std::optional<jt::FileIdentity>> savedAs_;
   std::optional<jt::PartFailure> partFailure_;
-  std::vector<jt::Note> notes_;
+  std::vector<jt::Diagnostic> notes_;
   std::optional<jt::ShapeEncoding> shapeEncoding_;
 
   // Element data.

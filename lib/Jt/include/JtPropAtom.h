@@ -28,7 +28,7 @@ class JT_API JtPropAtom : public JtSceneObject {
   }
 
  private:
-  friend struct jt::file::AtomFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion baseVersion_;
   jt::LocalVersion version_;
   std::uint32_t stateFlags_ = 0;
@@ -45,7 +45,7 @@ class JT_API JtStringPropAtom : public JtPropAtom {
   const JtString& value() const noexcept { return value_; }
 
  private:
-  friend struct jt::file::AtomFields;
+  friend struct jt::file::FieldAccess;
   JtString value_;
 };
 
@@ -59,7 +59,7 @@ class JT_API JtInt32PropAtom : public JtPropAtom {
   int value() const noexcept { return value_; }
 
  private:
-  friend struct jt::file::AtomFields;
+  friend struct jt::file::FieldAccess;
   std::int32_t value_ = 0;
 };
 
@@ -73,7 +73,7 @@ class JT_API JtFloatPropAtom : public JtPropAtom {
   float value() const noexcept { return value_; }
 
  private:
-  friend struct jt::file::AtomFields;
+  friend struct jt::file::FieldAccess;
   float value_ = 0;
 };
 
@@ -104,7 +104,7 @@ class JT_API JtDatePropAtom : public JtPropAtom {
   std::optional<float> utcOffset() const noexcept { return utcOffset_; }
 
  private:
-  friend struct jt::file::AtomFields;
+  friend struct jt::file::FieldAccess;
   jt::DateFields value_;
   std::optional<float> utcOffset_;
 };
@@ -119,7 +119,7 @@ class JT_API JtVector4fPropAtom : public JtPropAtom {
   const std::array<float, 4>& value() const noexcept { return value_; }
 
  private:
-  friend struct jt::file::AtomFields;
+  friend struct jt::file::FieldAccess;
   std::array<float, 4> value_{};
 };
 
@@ -134,7 +134,7 @@ class JT_API JtPtrPropAtom : public JtPropAtom {
   std::int32_t targetId() const noexcept { return target_; }
 
  private:
-  friend struct jt::file::AtomFields;
+  friend struct jt::file::FieldAccess;
   std::int32_t target_ = 0;
 };
 
@@ -168,8 +168,7 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
   jt::Ref<JtBase> load(const JtPartition* partition, const JtType* wanted = nullptr);
 
  private:
-  friend struct jt::file::AtomFields;
-  friend class jt::file::SceneWriter;
+  friend struct jt::file::FieldAccess;
   /// Holds `object` when nothing is held yet; returns what is held if it is of the wanted type,
   /// else `object`.
   jt::Ref<JtBase> keep(const jt::Ref<JtBase>& object, const JtType* wanted,

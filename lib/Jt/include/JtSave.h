@@ -46,7 +46,7 @@ struct SaveReport {
   std::uint64_t bytes = 0;  ///< length of the file; 0 in a dry run
   FileVersion version;
   std::vector<SegmentAction> segments;
-  std::vector<SaveWarning> warnings;
+  std::vector<Diagnostic> warnings;
   std::vector<LostGeometry> lostGeometry;  ///< of every part; its segments are dropped
   std::vector<SaveReport> alsoSaved;       ///< of the part files that were saved first
 };

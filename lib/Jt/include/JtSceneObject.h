@@ -6,12 +6,8 @@
 
 namespace jt::file {
 class SceneSource;
-class SceneReader;
-class SavePlan;
-class SceneWriter;
-struct NodeFields;
-struct AttributeFields;
-struct AtomFields;
+/// Reads and writes what objects store in a file.
+struct FieldAccess;
 }  // namespace jt::file
 
 namespace jt {
@@ -56,9 +52,7 @@ class JT_API JtSceneObject : public JtBase {
 
  private:
   friend class jt::ObjectSource;
-  friend class jt::file::SceneSource;
-  friend class jt::file::SceneReader;
-  friend class jt::file::SceneWriter;
+  friend struct jt::file::FieldAccess;
 
   jt::ObjectSource* source_ = nullptr;  // of the object or its original; one reference
   // Index in source_; in an object without source the id that a running save gave it.

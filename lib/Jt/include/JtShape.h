@@ -85,7 +85,7 @@ class JT_API JtShape : public JtNode {
   virtual void followMesh(const jt::Mesh& /*mesh*/) {}
 
  private:
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   void dropSegments();
 
   jt::LocalVersion shapeVersion_;
@@ -114,8 +114,7 @@ class JT_API JtVertexShape : public JtShape {
   void followMesh(const jt::Mesh& mesh) override;
 
  private:
-  friend struct jt::file::NodeFields;
-  friend class jt::file::SavePlan;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion vertexVersion_;
   std::array<std::int32_t, 3> oldBindings_{};  // 8.x: normal, texture coordinate, color
   std::uint64_t bindings_ = 2;
@@ -160,7 +159,7 @@ class JT_API JtSparseShape : public JtVertexShape {
   JtSparseShape(const JtSparseShape&) = default;
 
  private:
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion sparseVersion_;
   float areaFactor_ = 1;
   std::optional<std::uint64_t> bindingsLast_ = 0;
@@ -206,7 +205,7 @@ class JT_API JtNullShape : public JtShape {
   JtNullShape(const JtNullShape&) = default;
 
  private:
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion nullVersion_;
 };
 
@@ -229,7 +228,7 @@ class JT_API JtPrimitiveSet : public JtShape {
   JtPrimitiveSet(const JtPrimitiveSet&) = default;
 
  private:
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion primitiveVersion_;
   std::array<std::int32_t, 2> oldBindings_{};  // 8.x and 9.x: texture coordinate, color
   std::uint64_t bindings_ = 0;                 // 10.x

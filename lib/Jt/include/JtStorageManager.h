@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "JtDiagnostic.h"
 #include "JtRefCounted.h"
 #include "JtStorageLocation.h"
 
@@ -47,13 +48,6 @@ struct FilePiece {
   std::uint64_t sourceOffset = 0;
 };
 
-/// Something that went less well than wished although the save is done.
-struct SaveWarning {
-  /// Stable: "saved_not_durable", "saved_not_reopened", "links_broken", "attributes_not_copied".
-  std::string code;
-  std::string message;
-};
-
 struct StorageSaveOptions {
   bool readBack = true;  ///< read the new file back and compare before it replaces the old one
   bool strictAttributes = false;  ///< what cannot be copied of owner, mode, attributes is an error
@@ -65,7 +59,8 @@ struct StorageSaveOptions {
 };
 
 struct StorageSaveResult {
-  std::vector<SaveWarning> warnings;
+  /// "saved_not_durable", "saved_not_reopened", "links_broken", "attributes_not_copied"
+  std::vector<Diagnostic> warnings;
   /// Of the file that was written; nothing for a stream.
   std::optional<FileIdentity> identity;
 };

@@ -22,7 +22,7 @@ class JT_API JtDrawStyle : public JtAttribute {
   std::uint8_t flags() const noexcept { return flags_; }
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   std::span<const jt::FieldBits> fieldBits() const noexcept override;
   jt::LocalVersion version_;
   std::uint8_t flags_ = 0x0a;
@@ -54,7 +54,7 @@ class JT_API JtLineStyle : public JtAttribute {
   void setWidth(float pixels);
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::uint8_t flags_ = 0;
   float width_ = 1;
@@ -72,7 +72,7 @@ class JT_API JtPointStyle : public JtAttribute {
   void setSize(float pixels);
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::uint8_t flags_ = 0;
   float size_ = 1;

@@ -23,7 +23,7 @@ class JT_API JtSwitch : public JtGroup {
   JtSwitch(const JtSwitch&) = default;
 
  private:
-  friend struct jt::file::NodeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion switchVersion_;
   std::int32_t selected_ = 0;
 };

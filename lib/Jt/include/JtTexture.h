@@ -119,7 +119,7 @@ class JT_API JtTextureImage : public JtAttribute {
  private:
   std::span<const jt::FieldBits> fieldBits() const noexcept override;
   void setImage(jt::TextureImage image, bool isInline, int coordinateChannel);
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::vector<jt::TextureBlock> blocks_;
 };
@@ -149,7 +149,7 @@ class JT_API JtTextureCoordinateGenerator : public JtAttribute {
   const std::optional<jt::TextureMapping>& mapping() const noexcept { return mapping_; }
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::int32_t channel_ = 0;
   std::optional<jt::TextureMapping> mapping_;
@@ -166,7 +166,7 @@ class JT_API JtShaderEffects : public JtAttribute {
   bool phong() const noexcept { return phong_ != 0; }
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::uint32_t enable_ = 0;
   std::int32_t reserved1_ = 0;

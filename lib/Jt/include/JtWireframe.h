@@ -70,7 +70,7 @@ struct WireframeData {
 };
 
 namespace file {
-struct WireframeAccess;
+struct FieldAccess;
 }
 
 }  // namespace jt
@@ -111,7 +111,7 @@ class JT_API JtWireframeRep : public JtBase {
   bool isModified() const noexcept { return modified_; }
 
  private:
-  friend struct jt::file::WireframeAccess;
+  friend struct jt::file::FieldAccess;
   jt::WireframeData data_;
   bool modified_ = false;
 };

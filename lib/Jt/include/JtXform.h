@@ -32,7 +32,7 @@ class JT_API JtXform : public JtAttribute {
   void setMatrix(const jt::Matrix4& matrix);
 
  private:
-  friend struct jt::file::AttributeFields;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   // Which values the file stored; kept while the matrix is unchanged, since a file may store values
   // that equal the identity.

@@ -54,8 +54,7 @@ class JT_API VisMetaDataNode : public JtGroup {
   enum class LoadState : std::uint8_t { unread, read, failed };
 
  private:
-  friend struct jt::file::NodeFields;
-  friend class jt::file::SceneWriter;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion metaVersion_;
   // What is loaded is in its place before its state says so.
   std::atomic<LoadState> metaDataState_{LoadState::unread};

@@ -33,8 +33,7 @@ class JT_API VisPartNode : public VisMetaDataNode {
       : VisMetaDataNode(other), partVersion_(other.partVersion_), reserved_(other.reserved_) {}
 
  private:
-  friend struct jt::file::NodeFields;
-  friend class jt::file::SceneWriter;
+  friend struct jt::file::FieldAccess;
   jt::LocalVersion partVersion_;
   std::int32_t reserved_ = 0;
   std::atomic<LoadState> wiresState_{LoadState::unread};

@@ -146,8 +146,8 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
   jtk::ExportedFile& file = report_.files.emplace_back();
   file.file = target->displayName().stringToMbs();
   file.parts = folder_ ? 0 : report_.parts;
-  jt::SaveWarning incomplete{"report_incomplete",
-                             "the export is done, but there is no memory for all of its report"};
+  jt::Diagnostic incomplete{"report_incomplete",
+                            "the export is done, but there is no memory for all of its report"};
   try {
     report_.saved = top->save(target.get(), saveOptions());
   } catch (const JtFormatError& error) {
@@ -163,8 +163,8 @@ jtk::ExportReport JtkExportRun::run(JtkHierarchy& root) {
 
 /// The export is done: nothing may make a failure of it. `incomplete` is added where there is no
 /// memory for all that is left out and all warnings.
-void JtkExportRun::completeReport(jt::SaveWarning incomplete) noexcept {
-  std::vector<jt::SaveWarning>& all = report_.saved.warnings;
+void JtkExportRun::completeReport(jt::Diagnostic incomplete) noexcept {
+  std::vector<jt::Diagnostic>& all = report_.saved.warnings;
   try {
     const auto dropped = droppedSegments(report_.saved);
     for (const auto& [node, nodeName] : solidNodes_) {
@@ -569,8 +569,8 @@ bool JtkExportRun::isFinal(const JtFormatError& error) const {
 }
 
 void JtkExportRun::noteWarnings(const jt::SaveReport& report) {
-  for (const jt::SaveWarning& warning : report.warnings) {
-    const bool isKnown = std::ranges::any_of(warnings_, [&](const jt::SaveWarning& other) {
+  for (const jt::Diagnostic& warning : report.warnings) {
+    const bool isKnown = std::ranges::any_of(warnings_, [&](const jt::Diagnostic& other) {
       return other.code == warning.code && other.message == warning.message;
     });
     if (!isKnown) warnings_.push_back(warning);

@@ -87,7 +87,7 @@ class JtkExportRun {
                      const JtStorageLocation& place);
   void leaveOut(const JtNode* source, const JtString& part, const char* what,
                 const std::string& reason);
-  void completeReport(jt::SaveWarning incomplete) noexcept;
+  void completeReport(jt::Diagnostic incomplete) noexcept;
   void showProgress() const;
   jt::Ref<JtFSStorageLocation> targetOf(const JtkHierarchy& root) const;
   jt::SaveOptions saveOptions() const;
@@ -116,7 +116,7 @@ class JtkExportRun {
   std::unordered_set<std::string> sourceFiles_;  ///< names of all of them
   /// What was reported of sources: one that is in many places is reported once for each name.
   std::set<std::tuple<const JtNode*, std::u16string, std::string, std::string>> reported_;
-  std::vector<jt::SaveWarning> warnings_;
+  std::vector<jt::Diagnostic> warnings_;
   std::uint64_t partsDone_ = 0;
   std::uint64_t bytesDone_ = 0;
 };

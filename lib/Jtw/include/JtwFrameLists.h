@@ -38,7 +38,7 @@ JTW_API StoredFrames storedFrames(JtNode& node, const JtPartition* partition);
 
 /// A finding for each frame list below a partition that cannot be read, each node once. Nodes whose
 /// metadata cannot be read are left out: that is a fault of its own.
-JTW_API std::vector<jt::Note> verifyFrameLists(JtPartition& partition);
+JTW_API std::vector<jt::Diagnostic> verifyFrameLists(JtPartition& partition);
 
 /// Stores the frames among the collection's PMI as JtwCollection::storeFrames() does, but in the
 /// form that the stored list has now: a late-loaded list stays one.

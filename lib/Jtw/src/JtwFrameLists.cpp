@@ -77,8 +77,8 @@ StoredFrames storedFrames(JtNode& node, const JtPartition* partition) {
   }
 }
 
-std::vector<jt::Note> verifyFrameLists(JtPartition& partition) {
-  std::vector<jt::Note> findings;
+std::vector<jt::Diagnostic> verifyFrameLists(JtPartition& partition) {
+  std::vector<jt::Diagnostic> findings;
   forEachBelow(&partition, [&](JtNode& node) {
     auto* holder = jt::as<VisMetaDataNode>(&node);
     if (!holder || !holder->ensureMetaData()) return;
@@ -86,11 +86,11 @@ std::vector<jt::Note> verifyFrameLists(JtPartition& partition) {
     const ApiProtoKey key(intProperty(&node, Key::protoKey).value_or(0));
     const std::string object = key.isNull() ? "node #" + std::to_string(node.objectId())
                                             : "object " + std::to_string(key.getAsLong());
-    findings.push_back({true,
-                        "bad_frames",
+    findings.push_back({"bad_frames",
+                        "the frame list of " + object + " cannot be read: " + jt::lastError(),
                         {},
                         {},
-                        "the frame list of " + object + " cannot be read: " + jt::lastError()});
+                        true});
   });
   return findings;
 }

@@ -132,11 +132,11 @@ RC_GTEST_PROP(Arrays, EncodedValuesDecode, (bool isTen, bool lossless)) {
   const auto rgba = decodeColors(coded, generation, report);
   for (std::size_t i = 0; i < count; ++i)
     for (std::size_t c = 0; c < 4; ++c) RC_ASSERT(std::abs(rgba[i][c] - colors[i][c]) < 1e-4F);
-  RC_ASSERT(report.remarks.empty());
+  RC_ASSERT(report.warnings.empty());
   if (count > 0) {
     coded.hash ^= 1;
     decodeColors(coded, generation, report);
-    RC_ASSERT(report.remarks.size() == 1U);
+    RC_ASSERT(report.warnings.size() == 1U);
   }
 }
 

@@ -29,7 +29,7 @@ Mesh throughFile(const Mesh& mesh, const Format& format, const EncodeOptions& op
   jt::file::ShapeReadOptions reading;
   auto shape =
       readShape(segment.bytes().subspan(jt::file::kSegmentHeaderSize), format, variants, reading);
-  EXPECT_TRUE(shape.remarks.empty()) << shape.remarks[0].message;
+  EXPECT_TRUE(shape.warnings.empty()) << shape.warnings[0].message;
   return std::move(shape.mesh);
 }
 
@@ -263,7 +263,7 @@ TEST(RoundTrips, WhatAFormCannotHoldIsTold) {
   Report losses;
   jt::file::writeShapeSegment(mesh, {}, 7, {8, 1, false}, {}, losses);
   std::vector<std::string> codes;
-  for (const Remark& loss : losses.remarks) codes.emplace_back(loss.code);
+  for (const jt::Diagnostic& loss : losses.warnings) codes.emplace_back(loss.code);
   EXPECT_EQ(codes, (std::vector<std::string>{"textures", "groups", "alpha"}));
   mesh.records[0] = 9;
   EXPECT_THROW(jt::file::writeShapeSegment(mesh, {}, 7, {9, 5, false}, {}, losses), JtFormatError);

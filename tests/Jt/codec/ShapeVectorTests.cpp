@@ -55,7 +55,7 @@ TEST(ShapeVectors, DecodeToTheExpectedMeshes) {
     const json expected = json::parse(vector.expected);
     const DecodedShape shape = decode(vector.bytes, formatOf(expected));
     const jt::Mesh& mesh = shape.mesh;
-    EXPECT_TRUE(shape.remarks.empty()) << shape.remarks[0].message;  // among them, wrong hashes
+    EXPECT_TRUE(shape.warnings.empty()) << shape.warnings[0].message;  // among them, wrong hashes
     expectNear(mesh.positions, expected["coords"]);
     if (expected.contains("normals")) expectNear(mesh.normals, expected["normals"]);
     if (expected.contains("corner_records")) {

@@ -26,7 +26,7 @@ constexpr FileVersion kVersions[] = {{8, 1}, {8, 2}, {9, 5}, {10, 0}, {10, 2}};
 struct Saved {
   jt::Ref<JtPartition> root;
   std::vector<jt::SegmentAction> segments;
-  std::vector<jt::SaveWarning> warnings;
+  std::vector<jt::Diagnostic> warnings;
 
   const jt::SegmentAction& segment(std::uint32_t number) const {
     return *std::ranges::find(segments, FileBuilder::id(number), &jt::SegmentAction::id);
@@ -40,7 +40,7 @@ Saved saveAs(MemoryStorage& storage, JtPartition& root, FileVersion version) {
   saved.root = storage.open(storage.saved(root, options));
   saved.segments = storage.report().segments;
   saved.warnings = storage.report().warnings;
-  for (const jt::Note& note : jt::verify(MemoryLocation("saved")))
+  for (const jt::Diagnostic& note : jt::verify(MemoryLocation("saved")))
     EXPECT_FALSE(note.isError) << note.code << ' ' << note.message;
   EXPECT_EQ(saved.root->version(), version);
   return saved;
@@ -118,7 +118,7 @@ TEST(Conversion, ShapesAreTheSameInEveryVersion) {
         EXPECT_EQ(quantizationOf(*shape, version), bits);
       }
       const bool becomesLarger = std::ranges::find(saved.warnings, "compatible_form",
-                                                   &jt::SaveWarning::code) != saved.warnings.end();
+                                                   &jt::Diagnostic::code) != saved.warnings.end();
       EXPECT_EQ(becomesLarger, !isCopied && generation > 8 && !vector.hasPlainPackets);
     }
   }
@@ -428,7 +428,7 @@ TEST(Findings, ChangedBitsOfShapesAreFoundOrHarmless) {
       Bytes& changed = storage["changed"];
       changed = file;
       changed[at + bit / 8] ^= std::byte{1} << bit % 8;
-      for (const jt::Note& note : jt::verify(MemoryLocation("changed"))) {
+      for (const jt::Diagnostic& note : jt::verify(MemoryLocation("changed"))) {
         ++codes[note.code];
         EXPECT_NE(note.segment.find(FileBuilder::id(2).text()), std::string::npos) << note.code;
       }

@@ -120,7 +120,7 @@ std::string codesOf(const Format& format, const SceneBuilder& scene) {
   if (!code.empty()) return code;
   std::set<std::string> codes;
   const auto root = storage.open(file);
-  for (const jt::Note& note : root->notes()) codes.insert(note.code);
+  for (const jt::Diagnostic& note : root->notes()) codes.insert(note.code);
   std::string text;
   for (const std::string& each : codes) text += (text.empty() ? "" : " ") + each;
   return text;

@@ -55,7 +55,7 @@ TEST(Limits, ADocumentThatNeedsMoreIsRefused) {
       limits.maxDocumentBytes = 60'000;
       const auto findings = jt::verify(MemoryLocation("opened"), limits);
       ASSERT_FALSE(findings.empty());
-      for (const jt::Note& finding : findings) {
+      for (const jt::Diagnostic& finding : findings) {
         EXPECT_TRUE(finding.isError);
         EXPECT_EQ(finding.code, "too_large");
         EXPECT_NE(finding.message.find("maxDocumentBytes"), std::string::npos) << finding.message;

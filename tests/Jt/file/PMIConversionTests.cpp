@@ -96,7 +96,7 @@ TEST(PMIConversion, EntitiesOfFixedKindsBecomeGenericOnes) {
   const std::vector<PMITypedID> ids = visible->entities();
   const PMIData generic = stored(data, {10, 0, false}, losses);
   const auto manager = PMIAccess::make(generic);
-  EXPECT_TRUE(losses.remarks.empty());
+  EXPECT_TRUE(losses.warnings.empty());
   struct Case {
     const char* text;
     std::uint16_t type;
@@ -153,7 +153,7 @@ TEST(PMIConversion, EntitiesOfFixedKindsBecomeGenericOnes) {
   const PMIData back = stored(generic, {8, 1, false}, losses);
   EXPECT_EQ(back.genericEntities.size(), std::size(cases));
   EXPECT_EQ(back.genericEntities[10].lines.vertices, entity(10).lines.vertices);
-  EXPECT_TRUE(losses.remarks.empty());
+  EXPECT_TRUE(losses.warnings.empty());
 }
 
 TEST(PMIConversion, AFrameOfZerosOrWithoutDirectionsIsThePlaneOfXAndY) {
@@ -198,7 +198,7 @@ TEST(PMIConversion, TagsAndLinksComeThroughEveryVersionAndByteOrder) {
         ASSERT_TRUE(decodeCadTags(again));
         EXPECT_EQ(*again.cadTags.tags, *data.cadTags.tags);
       }
-      EXPECT_TRUE(losses.remarks.empty());
+      EXPECT_TRUE(losses.warnings.empty());
     }
   }
 }
@@ -305,7 +305,7 @@ TEST(PMIConversion, LongEntitiesAreDividedAndComeBackWhole) {
       EXPECT_EQ(findProperty(properties, "KrGmProtoKey"), nullptr) << "there is one object";
       EXPECT_LE(parts.genericEntities[i].lines.indices.back(), 32767);
     }
-    EXPECT_TRUE(losses.remarks.empty());
+    EXPECT_TRUE(losses.warnings.empty());
   }
 }
 

@@ -15,7 +15,7 @@ jt::Ref<JtPartition> saveAs(MemoryStorage& storage, JtPartition& root, const For
   jt::SaveOptions options;
   options.version = jt::FileVersion{format.major, format.minor};
   auto saved = storage.open(storage.saved(root, options));
-  for (const jt::Note& note : jt::verify(MemoryLocation("saved")))
+  for (const jt::Diagnostic& note : jt::verify(MemoryLocation("saved")))
     ADD_FAILURE() << note.code << ' ' << note.message;
   return saved;
 }

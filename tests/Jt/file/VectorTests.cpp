@@ -333,7 +333,7 @@ TEST(Vectors, AreSoundAndFullyExplained) {
     Sink sink;
     jt::explain(MemoryLocation("file"), {}, sink);
     EXPECT_EQ(sink.end, sink.size);
-    for (const jt::Note& note : jt::verify(MemoryLocation("file")))
+    for (const jt::Diagnostic& note : jt::verify(MemoryLocation("file")))
       EXPECT_TRUE(!note.isError || std::string(name) == "zoo81.jt") << note.code << note.message;
   }
 }

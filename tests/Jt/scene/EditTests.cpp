@@ -359,7 +359,7 @@ TEST(Edit, AnotherVersionMeansTheSame) {
       if (lost) {
         EXPECT_TRUE(isEight && !storage.report().warnings.empty());
       }
-      for (const jt::Note& note : there->notes()) EXPECT_FALSE(note.isError) << note.message;
+      for (const jt::Diagnostic& note : there->notes()) EXPECT_FALSE(note.isError) << note.message;
       if (auto* part = jt::as<VisPartNode>(at(*there, {0, 0}) ? at(*there, {0, 0, 0}) : nullptr)) {
         ASSERT_TRUE(part->ensureMetaData());
         EXPECT_EQ(part->metaData()->entries().size(), 3U);

@@ -301,7 +301,7 @@ TEST(PMIEdit, WhatAnotherVersionHasNoPlaceForIsToldOrRefused) {
   jt::codec::Report losses;
   ByteSink out;
   writePMI(out, data, {9, 5, false}, losses);
-  EXPECT_EQ(losses.remarks.size(), 3U);
+  EXPECT_EQ(losses.warnings.size(), 3U);
 }
 
 TEST(PMIEdit, TheNameOfAnEntity) {

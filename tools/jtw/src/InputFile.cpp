@@ -173,9 +173,9 @@ void writeBytes(const std::string& path, std::span<const std::byte> bytes) try {
   throw saveFailure(error, path);
 }
 
-void showNotes(Session& session, const std::string& path, std::span<const jt::Note> notes) {
+void showNotes(Session& session, const std::string& path, std::span<const jt::Diagnostic> notes) {
   constexpr std::size_t kShown = 10;
-  for (const jt::Note& note : notes.first(std::min(notes.size(), kShown)))
+  for (const jt::Diagnostic& note : notes.first(std::min(notes.size(), kShown)))
     session.warn(
         describe({.file = path, .segment = note.segment, .element = {}, .offset = note.offset},
                  note.message));

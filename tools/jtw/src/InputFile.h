@@ -40,7 +40,7 @@ std::uint64_t mostPlaces(const Arguments& arguments);
 void limitStandardInput(std::uint64_t bytes);
 
 /// Tells the first notes about a file on standard error; `verify` is there for all of them.
-void showNotes(Session& session, const std::string& path, std::span<const jt::Note> notes);
+void showNotes(Session& session, const std::string& path, std::span<const jt::Diagnostic> notes);
 
 /// Opens a JT file: header, table of contents, scene graph. What was noticed while reading goes to
 /// standard error. Throws Failure.

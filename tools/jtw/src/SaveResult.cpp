@@ -134,7 +134,7 @@ void showSaved(Output& out, const jt::SaveReport& report, bool dryRun) {
 
 void showSaveWarnings(Session& session, const jt::SaveReport& report) {
   if (!session.arguments().has("dry-run")) session.noteWritten(report.file);
-  for (const jt::SaveWarning& warning : report.warnings)
+  for (const jt::Diagnostic& warning : report.warnings)
     session.warn(report.file + ": " + warning.message, warning.code);
   for (const jt::LostGeometry& lost : report.lostGeometry)
     session.warn(report.file + ": the " + jt::segmentName(lost.type) + " of " + partText(lost) +

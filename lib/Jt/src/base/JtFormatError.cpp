@@ -44,3 +44,7 @@ JtFormatError JtFormatError::within(const jt::FilePosition& outer) const {
   if (!where.offset) where.offset = outer.offset;
   return {code_, message_, std::move(where)};
 }
+
+jt::Diagnostic JtFormatError::diagnostic() const {
+  return {code_, message_, where_.segment, where_.offset, true};
+}

@@ -120,7 +120,7 @@ bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& 
   partFailure_.reset();
   const auto fail = [&](const std::string& code, const std::string& why) {
     partFailure_ = {file, code, why};
-    notes_.push_back({true, code, {}, {}, "partition file \"" + name + "\": " + why});
+    notes_.push_back({code, "partition file \"" + name + "\": " + why, {}, {}, true});
     jt::setLastError(notes_.back().message);
     return false;
   };
@@ -247,7 +247,7 @@ void JtPartition::setBounds(const jt::Box& box) {
   touch();
 }
 
-const std::vector<jt::Note>& JtPartition::notes() const { return notes_; }
+const std::vector<jt::Diagnostic>& JtPartition::notes() const { return notes_; }
 
 // --- Saving
 

@@ -16,7 +16,7 @@ class ShapeChecker {
   ShapeChecker(const Container& container, const TocEntry& entry, codec::VariantChoice& variants)
       : container_(container), entry_(entry), variants_(variants) {}
 
-  std::vector<Note> run() {
+  std::vector<Diagnostic> run() {
     try {
       check(container_.load(entry_));
     } catch (const JtFormatError& error) {
@@ -30,7 +30,7 @@ class ShapeChecker {
   void add(bool isError, const std::string& code, std::optional<std::uint64_t> offset,
            std::string message) {
     notes_.push_back(
-        {isError, code, segmentText(entry_.type(), entry_.id), offset, std::move(message)});
+        {code, std::move(message), segmentText(entry_.type(), entry_.id), offset, isError});
   }
 
   void check(const SegmentContent& content) {
@@ -46,22 +46,22 @@ class ShapeChecker {
     MemoryShare memory = container_.share();
     const DecodedShape decoded = readShape(content.bytes, container_.format(), variants_,
                                            {.limits = container_.limits(), .memory = &memory});
-    for (const codec::Remark& remark : decoded.remarks) {
-      const bool isDamage = std::string_view(remark.code) == "hash_mismatch";
-      add(isDamage, isDamage ? remark.code : "unusual_shape", {}, remark.message);
+    for (const Diagnostic& warning : decoded.warnings) {
+      const bool isDamage = warning.code == "hash_mismatch";
+      add(isDamage, isDamage ? warning.code : "unusual_shape", {}, warning.message);
     }
   }
 
   const Container& container_;
   const TocEntry& entry_;
   codec::VariantChoice& variants_;
-  std::vector<Note> notes_;
+  std::vector<Diagnostic> notes_;
 };
 
 }  // namespace
 
-std::vector<Note> checkShape(const Container& container, const TocEntry& entry,
-                             codec::VariantChoice& variants) {
+std::vector<Diagnostic> checkShape(const Container& container, const TocEntry& entry,
+                                   codec::VariantChoice& variants) {
   return ShapeChecker(container, entry, variants).run();
 }
 

@@ -24,7 +24,7 @@ constexpr std::size_t kBlock = 64;            // segments whose shapes are decod
 
 class Verifier {
  public:
-  Verifier(Ref<Container> container, std::vector<Note>& findings)
+  Verifier(Ref<Container> container, std::vector<Diagnostic>& findings)
       : container_(std::move(container)),
         variants_([this] { return examineVariants(*container_); }),
         findings_(findings) {}
@@ -61,12 +61,10 @@ class Verifier {
            std::optional<std::uint64_t> offset, std::string message) {
     if (findings_.size() < kMostFindings)
       findings_.push_back(
-          {isError, code, segmentText(entry.type(), entry.id), offset, std::move(message)});
+          {code, std::move(message), segmentText(entry.type(), entry.id), offset, isError});
   }
   void add(const JtFormatError& error) {
-    if (findings_.size() < kMostFindings)
-      findings_.push_back(
-          {true, error.code(), error.where().segment, error.where().offset, error.message()});
+    if (findings_.size() < kMostFindings) findings_.push_back(error.diagnostic());
   }
 
   /// Every element decodes, and encodes to the bytes that it was decoded from.
@@ -149,7 +147,7 @@ class Verifier {
         add(false, "no_compression_header", entry, entry.offset,
             "the segment has no compression header; it is carried as it is");
       if (isShapeSegment(entry.type())) {
-        for (Note& note : shapeFindings_[index % kBlock])
+        for (Diagnostic& note : shapeFindings_[index % kBlock])
           if (findings_.size() < kMostFindings) findings_.push_back(std::move(note));
         return;
       }
@@ -186,10 +184,7 @@ class Verifier {
     const unsigned ofFile = variants_.ofFile();
     const bool isExpected = (ofFile & 1U) != 0;
     findings_.push_back(
-        {false,
-         "mesh_walk_variant",
-         {},
-         {},
+        {"mesh_walk_variant",
          isExpected ? "some surfaces of the file are walked in variant " +
                           namesOf(variants_.metInstead()) +
                           ", the others in the expected 0; each is read in its own"
@@ -258,23 +253,22 @@ class Verifier {
   Ref<Container> container_;
   Ref<SceneSource> source_;
   codec::VariantChoice variants_;
-  std::vector<std::vector<Note>> shapeFindings_;  // of the segments of a block
-  std::vector<Note>& findings_;
+  std::vector<std::vector<Diagnostic>> shapeFindings_;  // of the segments of a block
+  std::vector<Diagnostic>& findings_;
 };
 
 }  // namespace
 
-std::vector<Note> verify(const JtStorageLocation& location, const ReadLimits& limits,
-                         const std::function<void(double)>& progress) {
-  std::vector<Note> findings;
+std::vector<Diagnostic> verify(const JtStorageLocation& location, const ReadLimits& limits,
+                               const std::function<void(double)>& progress) {
+  std::vector<Diagnostic> findings;
   try {
     Verifier(Container::open(JtStorageManager::current()->open(location), limits), findings)
         .run(progress);
   } catch (const JtFormatError& error) {
-    findings.push_back(
-        {true, error.code(), error.where().segment, error.where().offset, error.message()});
+    findings.push_back(error.diagnostic());
   } catch (const std::bad_alloc&) {
-    findings.push_back({true, "out_of_memory", {}, {}, "the file needs more memory than there is"});
+    findings.push_back({"out_of_memory", "the file needs more memory than there is", {}, {}, true});
   }
   return findings;
 }

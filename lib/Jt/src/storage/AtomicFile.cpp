@@ -199,8 +199,8 @@ struct FinalWarnings {
     result.warnings.reserve(result.warnings.size() + 2);
   }
 
-  SaveWarning notDurable;
-  std::optional<SaveWarning> linksBroken;
+  Diagnostic notDurable;
+  std::optional<Diagnostic> linksBroken;
 };
 
 void checkSources(std::span<const FilePiece> pieces) {

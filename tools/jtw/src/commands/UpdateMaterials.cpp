@@ -50,7 +50,7 @@ PieceReport reportOf(Session& session, const std::string& document, const Materi
   report.outcome = static_cast<std::uint8_t>(update.outcome);
   report.exit = update.failure ? update.failure->exit() : ExitCode::done;
   if (update.saved)
-    for (const jt::SaveWarning& warning : update.saved->warnings)
+    for (const jt::Diagnostic& warning : update.saved->warnings)
       report.warnings += printable(update.saved->file + ": " + warning.message) + "\n";
   Output out;
   if (session.wantsJson()) {

@@ -21,19 +21,20 @@
 namespace tool {
 namespace {
 
-bool isSound(const std::vector<jt::Note>& findings) {
-  return std::ranges::none_of(findings, [](const jt::Note& finding) { return finding.isError; });
+bool isSound(const std::vector<jt::Diagnostic>& findings) {
+  return std::ranges::none_of(findings,
+                              [](const jt::Diagnostic& finding) { return finding.isError; });
 }
 
 /// A part file, and what is wrong with it.
 struct PartVerdict {
   jt::PartFile part;
-  std::vector<jt::Note> findings;
+  std::vector<jt::Diagnostic> findings;
 };
 
 struct Verdict {
   std::string file;
-  std::vector<jt::Note> findings;
+  std::vector<jt::Diagnostic> findings;
   std::vector<PartVerdict> parts;
 
   bool isSound() const {
@@ -42,23 +43,24 @@ struct Verdict {
            });
   }
   /// The finding that it is missing or no JT file, or null.
-  const jt::Note* unreadable() const {
-    const auto found = std::find_if(findings.begin(), findings.end(), [](const jt::Note& finding) {
-      return finding.isError && isUnreadable(finding.code);
-    });
+  const jt::Diagnostic* unreadable() const {
+    const auto found =
+        std::find_if(findings.begin(), findings.end(), [](const jt::Diagnostic& finding) {
+          return finding.isError && isUnreadable(finding.code);
+        });
     return found == findings.end() ? nullptr : &*found;
   }
 };
 
 /// What the host keeps in a file is looked at through the component model, which has to be started.
 void addFrameFindings(JtStorageLocation& location, const jt::ReadLimits& limits,
-                      std::vector<jt::Note>& findings) {
+                      std::vector<jt::Diagnostic>& findings) {
   try {
     JtPartition* opened = nullptr;
     JtPartition::openPartition(&location, nullptr, opened, limits);
     const auto partition = jt::Ref<JtPartition>::adopt(opened);
     if (!partition) return;
-    for (jt::Note& finding : jtw::verifyFrameLists(*partition))
+    for (jt::Diagnostic& finding : jtw::verifyFrameLists(*partition))
       findings.push_back(std::move(finding));
   } catch (const JtFormatError&) {
     // Is among the findings already.
@@ -80,14 +82,14 @@ std::vector<jt::PartFile> listParts(JtStorageLocation& location, const jt::ReadL
   }
 }
 
-void nameOptions(std::vector<jt::Note>& findings) {
-  for (jt::Note& finding : findings)
+void nameOptions(std::vector<jt::Diagnostic>& findings) {
+  for (jt::Diagnostic& finding : findings)
     if (finding.isError) finding.message += limitOptions(finding.code);
 }
 
-std::vector<jt::Note> examinePart(const jt::PartFile& part, const jt::ReadLimits& limits) {
+std::vector<jt::Diagnostic> examinePart(const jt::PartFile& part, const jt::ReadLimits& limits) {
   using State = jt::PartFile::State;
-  std::vector<jt::Note> findings;
+  std::vector<jt::Diagnostic> findings;
   if (part.state == State::read || part.state == State::damaged) {
     const auto location = jt::make<JtFSStorageLocation>(JtString(), JtString(part.file));
     findings = jt::verify(*location, limits);
@@ -95,7 +97,7 @@ std::vector<jt::Note> examinePart(const jt::PartFile& part, const jt::ReadLimits
   }
   if (part.state != State::read && isSound(findings))
     findings.push_back(
-        {true, std::string("part_") + jt::stateName(part.state), {}, {}, part.error});
+        {std::string("part_") + jt::stateName(part.state), part.error, {}, {}, true});
   nameOptions(findings);
   return findings;
 }
@@ -115,7 +117,7 @@ Verdict examine(Session& session, const std::string& path,
   for (jt::PartFile& part : parts) {
     part.partition = nullptr;
     part.holders.clear();
-    std::vector<jt::Note> findings = examinePart(part, limits);
+    std::vector<jt::Diagnostic> findings = examinePart(part, limits);
     verdict.parts.push_back({std::move(part), std::move(findings)});
     progress(static_cast<double>(verdict.parts.size() + 1) * share);
   }
@@ -123,8 +125,8 @@ Verdict examine(Session& session, const std::string& path,
 }
 
 void writeFindings(JsonWriter& json, const std::string& part,
-                   const std::vector<jt::Note>& findings) {
-  for (const jt::Note& finding : findings) {
+                   const std::vector<jt::Diagnostic>& findings) {
+  for (const jt::Diagnostic& finding : findings) {
     json.beginObject(JsonWriter::Layout::line);
     json.member("severity", finding.isError ? "error" : "warning");
     json.member("code", finding.code);
@@ -159,8 +161,8 @@ void writeVerdict(JsonWriter& json, const Verdict& verdict) {
 }
 
 void showFindings(Output& out, const Style& style, const std::string& part,
-                  const std::vector<jt::Note>& findings) {
-  for (const jt::Note& finding : findings)
+                  const std::vector<jt::Diagnostic>& findings) {
+  for (const jt::Diagnostic& finding : findings)
     out.line(
         "  " +
         style.paint(finding.isError ? Ink::red : Ink::yellow,
@@ -184,7 +186,7 @@ ExitCode verifyOne(Session& session, const std::string& path) {
   Progress progress(session, "verify " + path);
   const Verdict verdict =
       examine(session, path, [&progress](double share) { progress.update(share); });
-  if (const jt::Note* finding = verdict.unreadable())
+  if (const jt::Diagnostic* finding = verdict.unreadable())
     throw Failure(
         ExitCode::input, finding->code, finding->message,
         {.file = path, .segment = finding->segment, .element = {}, .offset = finding->offset});
@@ -206,7 +208,7 @@ enum class Outcome : std::uint8_t { sound, notSound, unreadable };
 Verdict examineAny(Session& session, const std::string& path) {
   const auto failed = [&path](const std::string& code, const std::string& message,
                               const jt::FilePosition& where) {
-    return Verdict{path, {{true, code, where.segment, where.offset, message}}, {}};
+    return Verdict{path, {{code, message, where.segment, where.offset, true}}, {}};
   };
   Verdict verdict;
   try {
@@ -269,11 +271,11 @@ ExitCode verifyMany(Session& session, const std::vector<std::string>& paths) {
   const auto run = [&](std::size_t i) { return reportOf(session, examineAny(session, paths[i])); };
   const auto lost = [&](std::size_t i) {
     return reportOf(session, {paths[i],
-                              {{true,
-                                "worker_failed",
+                              {{"worker_failed",
+                                "the process that read it could not be started or broke off",
                                 {},
                                 {},
-                                "the process that read it could not be started or broke off"}},
+                                true}},
                               {}});
   };
   Batch batch(session, paths.size(), {"verify", run, lost, {}});

@@ -260,7 +260,7 @@ std::vector<Codes> unpackColors(const Codes& packed,
 
 void Report::add(const char* code, std::string message) {
   constexpr std::size_t kMost = 100;
-  if (remarks.size() < kMost) remarks.push_back({code, std::move(message)});
+  if (warnings.size() < kMost) warnings.push_back({code, std::move(message)});
 }
 
 void Report::compareHash(const char* what, std::uint32_t stored, std::uint32_t computed) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "JtDiagnostic.h"
 #include "codec/packet/Contexts.h"
 #include "codec/packet/Predictors.h"
 
@@ -22,19 +23,13 @@ constexpr PacketKind packetKind(Generation generation) noexcept {
                                         : PacketKind::mk3;
 }
 
-/// Something that was noticed while decoding and does not keep the shape from being used.
-struct Remark {
-  const char* code;  ///< stable
-  std::string message;
-};
-
 /// What is checked while decoding, and what was noticed.
 struct Report {
   bool checkHashes = true;
-  std::vector<Remark> remarks;
+  std::vector<Diagnostic> warnings;
 
   void add(const char* code, std::string message);
-  /// A remark when a stored hash is not the one that was worked out.
+  /// A diagnostic when a stored hash is not the one that was worked out.
   void compareHash(const char* what, std::uint32_t stored, std::uint32_t computed);
 };
 

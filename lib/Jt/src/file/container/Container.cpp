@@ -111,7 +111,7 @@ Ref<Container> Container::open(Ref<FileImage> image, const ReadLimits& limits) {
 }
 
 void Container::note(bool isError, const char* code, std::uint64_t offset, std::string message) {
-  notes_.push_back({isError, code, {}, offset, std::move(message)});
+  notes_.push_back({code, std::move(message), {}, offset, isError});
 }
 
 std::string Container::versionText() const {

@@ -128,7 +128,7 @@ class Container : public JtRefCounted {
   /// The 80 bytes in front, as they are.
   std::string versionText() const;
   const std::vector<TocEntry>& toc() const noexcept { return toc_; }
-  const std::vector<Note>& notes() const noexcept { return notes_; }
+  const std::vector<Diagnostic>& notes() const noexcept { return notes_; }
 
   /// The scene graph's row. Throws JtFormatError when there is none.
   const TocEntry& sceneEntry() const;
@@ -159,7 +159,7 @@ class Container : public JtRefCounted {
   FileHeader header_;
   bool checkBytesOk_ = true;
   std::vector<TocEntry> toc_;
-  std::vector<Note> notes_;
+  std::vector<Diagnostic> notes_;
   mutable Once indexed_;
   mutable std::unordered_map<JtGuid, std::uint32_t> index_;
 };

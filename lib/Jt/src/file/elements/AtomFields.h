@@ -4,10 +4,11 @@
 
 #include "JtPropAtom.h"
 #include "file/archive/Archive.h"
+#include "file/archive/FieldAccess.h"
 
 namespace jt::file {
 
-struct AtomFields {
+struct FieldAccess::Atoms {
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtPropAtom>& atom) {
     base(ar, atom);

@@ -12,10 +12,11 @@
 #include "JtTexture.h"
 #include "JtXform.h"
 #include "file/archive/Archive.h"
+#include "file/archive/FieldAccess.h"
 
 namespace jt::file {
 
-struct AttributeFields {
+struct FieldAccess::Attributes {
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtMaterial>& material) {
     base(ar, material);

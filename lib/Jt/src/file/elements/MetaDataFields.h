@@ -4,10 +4,11 @@
 
 #include "JtMetaData.h"
 #include "file/archive/Archive.h"
+#include "file/archive/FieldAccess.h"
 
 namespace jt::file {
 
-struct MetaDataFields {
+struct FieldAccess::MetaData {
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtMetaData>& data) {
     ar.version("versionNumber", data.version_, 1, 1);

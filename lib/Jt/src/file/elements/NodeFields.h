@@ -15,10 +15,11 @@
 #include "VisPartNode.h"
 #include "codec/shape/VertexBindings.h"
 #include "file/archive/Archive.h"
+#include "file/archive/FieldAccess.h"
 
 namespace jt::file {
 
-struct NodeFields {
+struct FieldAccess::Nodes {
   template <class Ar>
   static void run(Ar& ar, Of<Ar, JtNode>& node) {
     ar.version("versionNumber", node.nodeVersion_, 1, 1);

@@ -71,7 +71,7 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
          : elementClass == ElementClass::attribute ? &unknownAttributeKind()
                                                    : &unknownAtomKind();
   Ref<JtSceneObject> object = kind->create();
-  object->carried_ = true;
+  FieldAccess::carried(*object) = true;
   return object;
 }
 
@@ -92,11 +92,12 @@ Ref<JtPartition> SceneReader::read() {
   Ref<JtPartition> root = chooseRoot();
   appendFurtherRows();
   findStrays(*root);
-  root->scene_ = source_;
-  root->version_ = {source_->format().major, source_->format().minor};
-  root->notes_ = source_->container().notes();
-  root->notes_.insert(root->notes_.end(), source_->notes().begin(), source_->notes().end());
-  root->openCount_ = 1;
+  FieldAccess::scene(*root) = source_;
+  FieldAccess::version(*root) = {source_->format().major, source_->format().minor};
+  FieldAccess::notes(*root) = source_->container().notes();
+  FieldAccess::notes(*root).insert(FieldAccess::notes(*root).end(), source_->notes().begin(),
+                                   source_->notes().end());
+  FieldAccess::openCount(*root) = 1;
   return root;
 }
 
@@ -123,7 +124,8 @@ void SceneReader::makeObjects() {
     isAttribute_[element] = kind->elementClass == ElementClass::attribute;
     if (kind->elementClass != ElementClass::node) continue;
     nodes_[element] = static_cast<JtNode*>(objects_[element]);
-    nodes_[element]->opaque_ = !damaged.empty() || nodes_[element]->carried_;
+    FieldAccess::opaque(*nodes_[element]) =
+        !damaged.empty() || FieldAccess::carried(*nodes_[element]);
     const std::size_t linkCount = links.attributes.size() + links.children.size();
     work_.take(linkCount * kWorkOfLink);
     source_->memory().take(linkCount * kMemoryOfLink);
@@ -226,28 +228,28 @@ void SceneReader::assemble() {
 }
 
 void SceneReader::assembleNode(std::uint32_t element, JtNode& node) {
-  node.propertyRow_.store(rows_[element], std::memory_order_relaxed);
+  FieldAccess::propertyRow(node).store(rows_[element], std::memory_order_relaxed);
   const Slice attributes = links_[element].attributes;
   for (std::uint32_t i = attributes.first; i < attributes.first + attributes.count; ++i)
     if (attributeElements_[i] != SceneSource::kNone)
-      node.attributes_.push_back(take<JtAttribute>(attributeElements_[i]));
+      FieldAccess::attributes(node).push_back(take<JtAttribute>(attributeElements_[i]));
 
   const Slice children = links_[element].children;
   auto* group = as<JtGroup>(&node);
   auto* instance = as<JtInstance>(&node);
   if (children.count == 0 || (!group && !instance)) return;
-  if (group) group->children_.reserve(children.count);
+  if (group) FieldAccess::children(*group).reserve(children.count);
   for (std::uint32_t i = children.first; i < children.first + children.count; ++i) {
     const std::uint32_t target = childElements_[i];
     if (target == SceneSource::kNone) continue;
     hasParent_[target] = true;
     if (nodes_[target]->numParents() + 1 >= static_cast<int>(ParentList::kIndexFrom))
       source_->memory().take(kMemoryOfIndexed);
-    nodes_[target]->attachTo(node);
+    FieldAccess::attach(*nodes_[target], node);
     if (group) {
-      group->children_.push_back(take<JtNode>(target));
+      FieldAccess::children(*group).push_back(take<JtNode>(target));
     } else {
-      instance->child_ = take<JtNode>(target);
+      FieldAccess::child(*instance) = take<JtNode>(target);
     }
   }
 }
@@ -312,7 +314,7 @@ void SceneReader::findStrays(const JtPartition& root) {
 /// An element listed twice: the second list continues the first.
 void SceneReader::appendFurtherRows() {
   for (const PropertyRow& row : furtherRows_) {
-    auto& properties = nodes_[source_->find(row.owner)]->properties();
+    auto& properties = FieldAccess::properties(*nodes_[source_->find(row.owner)]);
     auto more = source_->properties(row.pairs);
     properties.insert(properties.end(), more.begin(), more.end());
     source_->note(false, "owner_listed_twice", row.pairs,

@@ -29,7 +29,7 @@ void SceneSource::note(bool isError, const char* code, std::size_t offset, std::
   constexpr std::size_t kMostNotes = 1000;  // a hostile file may have millions of flaws
   if (notes_.size() < kMostNotes)
     notes_.push_back(
-        {isError, code, segmentText(entry_->type(), entry_->id), offset, std::move(message)});
+        {code, std::move(message), segmentText(entry_->type(), entry_->id), offset, isError});
 }
 
 void SceneSource::scan() {
@@ -220,7 +220,7 @@ Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
   }
   if (!object) {
     object = unknownAtomKind().create();
-    object->carried_ = true;
+    FieldAccess::carried(*object) = true;
   }
   bind(*object, element);
   slot = static_cast<JtPropAtom*>(object.get());
@@ -268,15 +268,15 @@ void SceneSource::loadShapesAhead() {
 
 void SceneSource::bind(JtSceneObject& object, std::uint32_t element) noexcept {
   ref();
-  object.source_ = this;
-  object.element_ = element;
-  object.modified_ = false;
+  FieldAccess::source(object) = this;
+  FieldAccess::element(object) = element;
+  FieldAccess::modified(object) = false;
 }
 
 void SceneSource::forget(const JtSceneObject& object) noexcept {
-  if (object.element_ < firstAtom_) return;
+  if (FieldAccess::element(object) < firstAtom_) return;
   const std::lock_guard lock(atomsMutex_);
-  JtPropAtom*& slot = atoms_[object.element_ - firstAtom_];
+  JtPropAtom*& slot = atoms_[FieldAccess::element(object) - firstAtom_];
   if (slot == &object) slot = nullptr;
 }
 

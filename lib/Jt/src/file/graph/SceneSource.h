@@ -12,6 +12,7 @@
 
 #include "JtNode.h"
 #include "base/Once.h"
+#include "file/archive/FieldAccess.h"
 #include "file/container/Container.h"
 #include "file/container/ElementFrame.h"
 #include "file/elements/ElementTable.h"
@@ -98,10 +99,12 @@ class SceneSource final : public ObjectSource {
   void forget(const JtSceneObject& object) noexcept override;
   /// True for the object of an element of that source; copies of it do not count.
   static bool isFrom(const JtSceneObject& object, const SceneSource* source) noexcept {
-    return object.source_ == source && source && !object.copied_;
+    return FieldAccess::source(object) == source && source && !FieldAccess::copied(object);
   }
   /// Source and element of an object, or of the original of a copy. Scenes have no other sources.
-  static std::uint32_t elementOf(const JtSceneObject& object) noexcept { return object.element_; }
+  static std::uint32_t elementOf(const JtSceneObject& object) noexcept {
+    return FieldAccess::element(object);
+  }
   static SceneSource* sourceOf(const JtSceneObject& object) noexcept {
     return static_cast<SceneSource*>(ObjectSource::of(object));
   }
@@ -117,7 +120,7 @@ class SceneSource final : public ObjectSource {
   void loadShapesAhead();
 
   FilePosition position(std::size_t offset) const { return container_->position(*entry_, offset); }
-  std::vector<Note>& notes() noexcept { return notes_; }
+  std::vector<Diagnostic>& notes() noexcept { return notes_; }
   void note(bool isError, const char* code, std::size_t offset, std::string message);
 
  private:
@@ -144,7 +147,7 @@ class SceneSource final : public ObjectSource {
   std::size_t tableOffset_ = 0;
   std::size_t surplusOffset_ = 0;
   std::int16_t tableVersion_ = 1;
-  std::vector<Note> notes_;
+  std::vector<Diagnostic> notes_;
   std::vector<bool> strays_;
 
   std::mutex atomsMutex_;

@@ -9,6 +9,7 @@
 #include "JtPMI.h"
 #include "codec/vertex/VertexArrays.h"
 #include "file/archive/Archive.h"
+#include "file/archive/FieldAccess.h"
 
 namespace jt::file {
 
@@ -29,7 +30,7 @@ void writePMI(ByteSink& out, const PMIData& data, const Format& format, codec::R
 void writeComparablePMI(ByteSink& out, PMIData data);
 
 /// Makes managers of what was read.
-struct PMIAccess {
+struct FieldAccess::PMI {
   static Ref<PMIDataManager> make(PMIData data);
 };
 

@@ -66,7 +66,7 @@ FileWriter::FileWriter(const JtPartition& partition, const JtPartition& top,
       top_(top),
       options_(options),
       container_(partition.container()),
-      source_(partition.scene_.get()),
+      source_(FieldAccess::scene(partition).get()),
       version_(options.version.value_or(partition.version())),
       format_{version_.major, version_.minor, container_ && container_->format().bigEndian},
       encoding_(
@@ -199,7 +199,7 @@ FileWriter::Segment FileWriter::rewritten(const TocEntry& entry, Buffer bytes,
 /// A segment with what was changed in it, in the form of the new file.
 FileWriter::Segment FileWriter::converted(const TocEntry& entry) {
   const ConvertedSegment& result = converter_.convert(*container_, entry);
-  for (const codec::Remark& loss : result.losses) warn(loss.code, loss.message);
+  for (const Diagnostic& loss : result.losses) warn(loss.code, loss.message);
   if (result.isSame) return copied(entry);
   if (result.isDropped()) return dropped(entry, result.reason);
   Segment segment = rewritten(entry, {}, result.reason);
@@ -264,7 +264,7 @@ void FileWriter::planNew(const EncodedScene& scene) {
     bytes[shapes[i]] = encodeNew(made[shapes[i]], losses[shapes[i]]);
   });
   for (std::size_t i = 0; i < made.size(); ++i) {
-    for (const codec::Remark& loss : losses[i].remarks) warn(loss.code, loss.message);
+    for (const Diagnostic& loss : losses[i].warnings) warn(loss.code, loss.message);
     addSegment(made[i].id, made[i].type, std::move(bytes[i]), "it is new");
   }
 }
@@ -273,7 +273,7 @@ void FileWriter::planNew(const EncodedScene& scene) {
 void FileWriter::planForeign() {
   for (const auto& [from, entry, id] : places_.foreign()) {
     const ConvertedSegment& result = converter_.convert(*from, *entry);
-    for (const codec::Remark& loss : result.losses) warn(loss.code, loss.message);
+    for (const Diagnostic& loss : result.losses) warn(loss.code, loss.message);
     if (result.isDropped()) {
       addSegment(entry->id, entry->type(), {}, result.reason);
       segments_.back().action.kind = SegmentAction::Kind::dropped;
@@ -308,8 +308,8 @@ Buffer FileWriter::encodeNew(const NewSegment& segment, codec::Report& losses) c
 }
 
 /// Once for each text: what holds for one shape holds for thousands.
-void FileWriter::warn(const char* code, const std::string& message) {
-  const bool isKnown = std::ranges::any_of(report_.warnings, [&](const SaveWarning& warning) {
+void FileWriter::warn(const std::string& code, const std::string& message) {
+  const bool isKnown = std::ranges::any_of(report_.warnings, [&](const Diagnostic& warning) {
     return warning.code == code && warning.message == message;
   });
   if (!isKnown) report_.warnings.push_back({code, message});
@@ -402,17 +402,17 @@ void FileWriter::store(JtStorageLocation& location, const std::vector<FilePiece>
   const JtStorageLocation* own = partition_.storageLocation();
   const bool inPlace = own && own->displayName() == location.displayName();
   if (inPlace && !storage.expected) {
-    const auto known = partition_.savedAs_.find(report_.file);
-    if (known != partition_.savedAs_.end()) storage.expected = known->second;
+    const auto known = FieldAccess::savedAs(partition_).find(report_.file);
+    if (known != FieldAccess::savedAs(partition_).end()) storage.expected = known->second;
     // A partition that was given another place goes there for the first time.
     if (!storage.expected && container_ && container_->image().name() == report_.file)
       storage.expected = container_->image().identity();
   }
   constexpr std::size_t kMostWarnings = 8;
   report_.warnings.reserve(report_.warnings.size() + kMostWarnings);
-  SaveWarning notReopened{"saved_not_reopened",
-                          "saved, but the new file cannot be opened; open it again before the "
-                          "next save"};
+  Diagnostic notReopened{"saved_not_reopened",
+                         "saved, but the new file cannot be opened; open it again before the "
+                         "next save"};
   // What was encoded may come from bytes that changed meanwhile.
   if (container_) container_->image().checkPresent();
   StorageSaveResult result = manager->save(location, pieces, storage);

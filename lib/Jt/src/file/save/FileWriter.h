@@ -49,7 +49,7 @@ class FileWriter {
   void store(JtStorageLocation& location, const std::vector<FilePiece>& pieces);
   std::string versionText() const;
   Buffer encodeNew(const NewSegment& segment, codec::Report& losses) const;
-  void warn(const char* code, const std::string& message);
+  void warn(const std::string& code, const std::string& message);
   void noteLostGeometry(const std::vector<const JtNode*>& nodes);
   void takeScene(EncodedScene scene);
 

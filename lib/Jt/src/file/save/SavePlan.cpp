@@ -105,7 +105,7 @@ Ref<JtSceneObject> SavePlan::copyOf(const JtSceneObject& object) const {
   const Ref<JtBase> made = object.clone();
   auto* copy = as<JtVertexShape>(made.get());
   copy->setVertexBindings(planned->second.bindings.bits);
-  copy->quantization_ = planned->second.quantization;
+  FieldAccess::quantization(*copy) = planned->second.quantization;
   return copy;
 }
 

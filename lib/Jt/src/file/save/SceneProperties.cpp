@@ -14,7 +14,8 @@ const Links kNoLinks;  // of property atoms
 }  // namespace
 
 bool SceneWriter::isUnloaded(const JtNode& node) const {
-  return sameForm_ && isOwn(node) && node.propertyRow_.load(std::memory_order_acquire) != 0;
+  return sameForm_ && isOwn(node) &&
+         FieldAccess::propertyRow(node).load(std::memory_order_acquire) != 0;
 }
 
 void SceneWriter::markAtom(std::int32_t id) {
@@ -119,12 +120,13 @@ void SceneWriter::addLateLoaded(const JtLateLoadedPropAtom& late, std::int32_t i
   const JtGuid segment = from ? newIdOf(late, nullptr).value_or(late.segmentId())
                               : places_.idOfNew(late.segmentId(), id);
   result_.namedSegments.push_back(segment);
-  if (!from && late.object_) result_.newSegments.push_back({segment, type, late.object_});
+  if (!from && FieldAccess::object(late))
+    result_.newSegments.push_back({segment, type, FieldAccess::object(late)});
   Ref<const JtLateLoadedPropAtom> written(&late);
   if (segment != late.segmentId() || type != late.segmentType()) {
     const auto changed = make<JtLateLoadedPropAtom>(late);
-    changed->segmentId_ = segment;
-    changed->segmentType_ = type;
+    FieldAccess::segmentId(*changed) = segment;
+    FieldAccess::segmentType(*changed) = type;
     written = changed;
   }
   writeObject(*atomsOut_, {written.get(), SceneSource::kNone, id}, kNoLinks);
@@ -165,9 +167,9 @@ bool SceneWriter::collectNodeRow(const JtNode& node, std::int32_t owner,
   const std::size_t start = rows_.size();
   putId(owner);
   if (isUnloaded(node)) {
-    copyPairs(node.propertyRow_.load(std::memory_order_acquire));
+    copyPairs(FieldAccess::propertyRow(node).load(std::memory_order_acquire));
   } else {
-    for (const Property& property : node.properties()) {
+    for (const Property& property : FieldAccess::properties(node)) {
       if (namesLostSegment(property)) continue;
       const std::int32_t key = atomId(*property.key);
       const std::int32_t value = key == 0 ? 0 : atomId(*property.value);

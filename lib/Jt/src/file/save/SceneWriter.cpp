@@ -107,12 +107,12 @@ std::vector<ChangedObject> SceneWriter::changedMetaData(const std::vector<const 
       if (entry) changed.push_back({entry, object, reason});
     };
     if (holder->metaData() && holder->metaData()->isModified())
-      add(kMetaDataKey, holder->metaData_, "its metadata was changed");
-    if (holder->pmi_ && holder->pmi_->isModified())
-      add(kPMIKey, holder->pmi_, "its PMI was changed");
+      add(kMetaDataKey, FieldAccess::metaData(*holder), "its metadata was changed");
+    if (FieldAccess::pmi(*holder) && FieldAccess::pmi(*holder)->isModified())
+      add(kPMIKey, FieldAccess::pmi(*holder), "its PMI was changed");
     const auto* part = as<VisPartNode>(node);
-    if (part && part->wires_ && part->wires_->isModified())
-      add(kWireframeKey, part->wires_, "its wireframe was changed");
+    if (part && FieldAccess::wires(*part) && FieldAccess::wires(*part)->isModified())
+      add(kWireframeKey, FieldAccess::wires(*part), "its wireframe was changed");
   }
   return changed;
 }
@@ -164,12 +164,13 @@ std::int32_t SceneWriter::newId() {
 /// An object that nobody else can be writing keeps its new id itself, in the place where a read
 /// object has its element: nodes belong to one graph, and what is held once is held by this graph.
 bool SceneWriter::hasOwnSlot(const JtSceneObject& object) const {
-  return !object.source_ && (object.refCount() == 1 || JtType::isA(&object, JtNode::classTypeID()));
+  return !FieldAccess::source(object) &&
+         (object.refCount() == 1 || JtType::isA(&object, JtNode::classTypeID()));
 }
 
 void SceneWriter::setNewId(const JtSceneObject& object, std::int32_t id) {
   if (hasOwnSlot(object)) {
-    object.element_ = static_cast<std::uint32_t>(id);
+    FieldAccess::element(object) = static_cast<std::uint32_t>(id);
   } else {
     ids_[&object] = id;
   }
@@ -186,7 +187,8 @@ std::int32_t SceneWriter::idOf(const JtSceneObject& object) const {
                           source_->position(source_->offset(SceneSource::elementOf(object))));
     return id;
   }
-  return hasOwnSlot(object) ? static_cast<std::int32_t>(object.element_) : ids_.at(&object);
+  return hasOwnSlot(object) ? static_cast<std::int32_t>(FieldAccess::element(object))
+                            : ids_.at(&object);
 }
 
 /// Elements of the source keep their place and their id: those in use, and those that nothing led
@@ -272,7 +274,7 @@ Ref<JtSceneObject> SceneWriter::withNewIds(const JtSceneObject& object) {
   if (!from || from == source_) return {};
   if (const auto* set = as<JtLightSet>(&object)) {
     auto copy = make<JtLightSet>(*set);
-    for (std::int32_t& id : copy->lights_) id = newIdOf(*from, id);
+    for (std::int32_t& id : FieldAccess::lights(*copy)) id = newIdOf(*from, id);
     return copy;
   }
   if (const auto* pointer = as<JtPtrPropAtom>(&object)) {
@@ -366,7 +368,7 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& link
     frame.baseType = read.baseType;
     // The children that an unread group names are in the file it comes from. Elsewhere their ids
     // may be those of other nodes.
-    if (from != source_ && !object.carried_ && read.baseType == kGroupBaseType &&
+    if (from != source_ && !FieldAccess::carried(object) && read.baseType == kGroupBaseType &&
         as<JtNode>(&object) && !as<JtGroup>(&object))
       frame.baseType = kNodeBaseType;
     // Its class decides what is written: a damaged element has another one than its type id says.
@@ -378,7 +380,7 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& link
                                             " cannot be stored in a scene graph");
   const std::size_t start = out.size();
   Writer writer(out, format_);
-  if (object.carried_) {
+  if (FieldAccess::carried(object)) {
     frame.length = from->frame(SceneSource::elementOf(object)).length;
     fields(writer, frame, true);
     writer.append(from->body(SceneSource::elementOf(object)));

@@ -39,7 +39,7 @@ struct EncodedScene {
   ByteSink bytes;                       ///< content of the scene graph segment
   std::vector<NewSegment> newSegments;  ///< late-loaded values made in memory
   std::vector<JtGuid> namedSegments;    ///< every segment that a late-loaded atom names
-  std::vector<SaveWarning> warnings;    ///< what this form cannot hold
+  std::vector<Diagnostic> warnings;     ///< what this form cannot hold
 };
 
 class SceneWriter {

@@ -142,7 +142,7 @@ ConvertedSegment SegmentConverter::make(const Container& from, const TocEntry& e
   ConvertedSegment result =
       made(replaceSegmentObjects(from, entry, replaced, format_, level_, &losses),
            changes && !convertsPMI ? changes->reason : kVersionReason);
-  result.losses = std::move(losses.remarks);
+  result.losses = std::move(losses.warnings);
   return result;
 }
 
@@ -171,7 +171,7 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   if (shape.bits[2] > 0) options.textureBits = shape.bits[2];
   if (shape.bits[3] > 0) options.colorBits = shape.bits[3];
   codec::Report losses;
-  losses.remarks = shape.remarks;
+  losses.warnings = shape.warnings;
   ConvertedSegment result =
       made(writeShapeSegment(shape.mesh, entry.id, entry.type(), format_, options, losses, level_));
   const codec::Generation generation = generationOf(format_);
@@ -185,7 +185,7 @@ ConvertedSegment SegmentConverter::makeShape(const Container& from, const TocEnt
   if (elements.size() > 1)
     losses.add("further_elements",
                "only one element with geometry of a shape segment goes into another version");
-  result.losses = std::move(losses.remarks);
+  result.losses = std::move(losses.warnings);
   return result;
 }
 
@@ -244,7 +244,7 @@ ConvertedSegment SegmentConverter::makeOther(const Container& from, const TocEnt
   if (segment.isEmpty()) return dropped(reason.empty() ? "it holds no element" : reason);
   ConvertedSegment result = made(std::move(segment).finish(entry.id, entry.type(), level_));
   result.leftOut = std::move(leftOut);
-  result.losses = std::move(losses.remarks);
+  result.losses = std::move(losses.warnings);
   return result;
 }
 

@@ -25,7 +25,7 @@ struct ConvertedSegment {
   std::optional<Buffer> bytes;  ///< the new segment; nothing when it is the same, or cannot be
   std::string reason;           ///< why it is not the same
   std::vector<JtGuid> leftOut;  ///< types of elements that are not in `bytes`
-  std::vector<codec::Remark> losses;
+  std::vector<Diagnostic> losses;
   std::optional<ShapeStorage> shape;  ///< of geometry that was encoded anew
 
   bool isDropped() const noexcept { return !isSame && !bytes; }

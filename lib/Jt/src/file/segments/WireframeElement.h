@@ -9,6 +9,7 @@
 #include "JtWireframe.h"
 #include "codec/packet/Packets.h"
 #include "file/archive/Archive.h"
+#include "file/archive/FieldAccess.h"
 
 namespace jt::file {
 
@@ -59,7 +60,7 @@ bool canWriteWireframe(const WireframeData& data, const Format& format) noexcept
 void writeWireframe(ByteSink& out, const WireframeData& data, const Format& format);
 
 /// Makes representations of what was read.
-struct WireframeAccess {
+struct FieldAccess::Wireframe {
   static Ref<JtWireframeRep> make(WireframeData data);
 };
 

@@ -138,7 +138,7 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
     } else {
       mesh = meshOf(element, format, variants, options.limits, report);
     }
-    return {found.kind, std::move(mesh), std::move(report.remarks), bitsOf(element),
+    return {found.kind, std::move(mesh), std::move(report.warnings), bitsOf(element),
             element.packets.hasSmall()};
   } catch (const JtFormatError& error) {
     throw error.within({{}, {}, found.kind->name, found.stored.bodyOffset});

@@ -16,7 +16,7 @@ namespace jt::file {
 struct DecodedShape {
   const ShapeKind* kind = nullptr;
   Mesh mesh;
-  std::vector<codec::Remark> remarks;
+  std::vector<Diagnostic> warnings;
   /// Bits that it is stored with: a coordinate, an angle of a normal, a texture coordinate, a
   /// color component; 0 for lossless and for what it does not have.
   codec::QuantizationParameters bits{};
