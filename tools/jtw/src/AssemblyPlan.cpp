@@ -5,8 +5,10 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <span>
 #include <string_view>
 #include <unordered_map>
@@ -170,17 +172,40 @@ class PlanReader {
   std::unordered_map<std::string, std::size_t> indices_;
 };
 
+/// Watches a plan being parsed for what cannot be seen in the result.
+class ParseWatch {
+ public:
+  /// @return whether parsing goes on
+  bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {
+    if (depth > kDepthLimit) problem_ = "the plan is nested too deep";
+    if (!problem_.empty()) return false;
+    constexpr int kItemDepth = 2;
+    if (event == Json::parse_event_t::object_start) {
+      names_[static_cast<std::size_t>(depth) + 1].clear();
+      if (depth == kItemDepth) ++items_;
+    } else if (event == Json::parse_event_t::key &&
+               !names_[static_cast<std::size_t>(depth)].insert(parsed).second) {
+      problem_ = depth > kItemDepth ? "items[" + std::to_string(items_ - 1) + "]" : "the plan";
+      problem_ += " has the member '" + parsed.get<std::string>() + "' twice";
+    }
+    return problem_.empty();
+  }
+  const std::string& problem() const noexcept { return problem_; }
+
+ private:
+  std::array<std::set<std::string>, kDepthLimit + 2> names_;  // of the open objects, by depth
+  std::size_t items_ = 0;
+  std::string problem_;
+};
+
 }  // namespace
 
 AssemblyPlan readPlan(const std::string& text, const std::string& file) {
   const jt::FilePosition where{.file = file, .segment = {}, .element = {}, .offset = {}};
-  bool isTooDeep = false;
+  ParseWatch watch;
   Json root;
   try {
-    root = Json::parse(text, [&](int depth, Json::parse_event_t, Json&) {
-      isTooDeep = isTooDeep || depth > kDepthLimit;
-      return !isTooDeep;
-    });
+    root = Json::parse(text, std::ref(watch));
   } catch (const Json::parse_error& error) {
     // Not the parser's own text: it quotes bytes of the file.
     throw Failure(ExitCode::input, "not_json",
@@ -189,7 +214,7 @@ AssemblyPlan readPlan(const std::string& text, const std::string& file) {
     throw Failure(ExitCode::input, "not_json", "a number in it is too large", where);
   }
   try {
-    if (isTooDeep) throw PlanError{"the plan is nested too deep"};
+    if (!watch.problem().empty()) throw PlanError{watch.problem()};
     return PlanReader().read(root);
   } catch (const PlanError& error) {
     throw Failure(ExitCode::refused, "bad_plan", error.message, where);
