@@ -201,6 +201,7 @@ TEST_F(Export, AssemblesMeshFiles) {
   const Json done = work_.json("assemble models/plan.json out.jt");
   EXPECT_TRUE(matches(done.at("exported"), R"({"parts": 1, "instances": 2, "triangles": 4})"));
   EXPECT_TRUE(matches(bounds("out.jt"), R"({"min": [0, 0, 0], "max": [14, 25, 36]})"));
+  EXPECT_NE(work_.run("graph out.jt").out.find("JT_PROP_NAME = wedge"), std::string::npos);
 }
 
 TEST_F(Export, NamesTheItemAndTheMemberThatIsWrong) {
