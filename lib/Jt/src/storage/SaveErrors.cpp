@@ -16,12 +16,13 @@ void SaveErrors::failed(int error, std::string_view doing) const {
     case EACCES:
     case EPERM:
     case EROFS:
-    case ENOENT:
-    case ENOTDIR:
     case EISDIR:
     case ELOOP:
     case ENAMETOOLONG:
       raise("unwritable", what + "; save elsewhere, or ask for the right to write in this folder");
+    case ENOENT:
+    case ENOTDIR:
+      raise("unwritable", what + "; make the folder first, or save elsewhere");
     default:
       raise("write_failed", what + "; check the medium, or save elsewhere");
   }
