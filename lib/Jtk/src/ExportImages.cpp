@@ -4,6 +4,8 @@
 #include <array>
 #include <filesystem>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "JtFormatError.h"
 #include "JtPartFolder.h"
@@ -51,11 +53,6 @@ bool isWithin(const std::string& file, const std::string& base) {
 
 }  // namespace
 
-ExportImages::~ExportImages() {
-  std::error_code ignored;
-  for (std::size_t i = made_.size(); i-- > 0;) fs::remove(made_[i], ignored);
-}
-
 std::string ExportImages::bring(const JtAttribute& attribute, const JtStorageLocation& place) {
   const auto* texture = jt::as<JtTextureImage>(&attribute);
   const JtString name = texture ? texture->fileName() : JtString();
@@ -99,8 +96,10 @@ std::string ExportImages::copy(const JtFSStorageLocation& from, const JtFSStorag
   jt::StorageSaveOptions options;
   options.createOnly = true;
   const jt::FilePiece whole{image->bytes(), image.get(), 0};
+  std::string path = target;
+  jt::TemporaryPath& made = made_.emplace_front();
   manager->save(to, {&whole, 1}, options);
-  made_.push_back(target);
+  made.set(std::move(path));
   return {};
 }
 
@@ -111,8 +110,10 @@ void ExportImages::makeFolders(const std::string& file) {
        !folder.empty() && !fs::exists(folder, ignored); folder = folder.parent_path())
     missing.push_back(folder);
   for (std::size_t i = missing.size(); i-- > 0;) {
-    jt::makeFolder(missing[i].string());
-    made_.push_back(missing[i].string());
+    std::string path = missing[i].string();
+    jt::TemporaryPath& made = made_.emplace_front();
+    jt::makeFolder(path);
+    made.set(std::move(path), jt::TemporaryPath::Kind::folder);
   }
 }
 

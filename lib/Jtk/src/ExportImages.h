@@ -1,12 +1,13 @@
 #pragma once
 
+#include <list>
 #include <map>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "JtAttribute.h"
 #include "JtStorageLocation.h"
+#include "JtTemporaryPath.h"
 
 namespace jtk {
 
@@ -16,7 +17,6 @@ namespace jtk {
 class ExportImages {
  public:
   explicit ExportImages(bool dryRun) : dryRun_(dryRun) {}
-  ~ExportImages();
   ExportImages(const ExportImages&) = delete;
   ExportImages& operator=(const ExportImages&) = delete;
 
@@ -25,7 +25,9 @@ class ExportImages {
   /// @return why the file does not lead to the image; empty: it does, or there is none
   /// Throws JtFormatError when the copy cannot be written.
   std::string bring(const JtAttribute& attribute, const JtStorageLocation& place);
-  void commit() noexcept { made_.clear(); }
+  void commit() noexcept {
+    for (jt::TemporaryPath& path : made_) path.keep();
+  }
 
  private:
   std::string copy(const JtFSStorageLocation& from, const JtFSStorageLocation& to);
@@ -33,7 +35,7 @@ class ExportImages {
 
   const bool dryRun_;
   std::map<std::pair<std::string, std::string>, std::string> done_;  ///< from, to: the result
-  std::vector<std::string> made_;  ///< folders and files, in the order they were made
+  std::list<jt::TemporaryPath> made_;  ///< folders and files, the last one first
 };
 
 }  // namespace jtk
