@@ -3,6 +3,7 @@
 #include <unordered_set>
 
 #include "JtwNode.h"
+#include "JtwPMIList.h"
 
 class JtwPMI;
 
@@ -20,7 +21,7 @@ class JTW_API JtwCollection : public JtwNode {
   int isCollection() override { return 1; }
 
   /// PMI and keyed frames, in order of insertion. They belong to the root.
-  const RWClassicTValOrderedVector<JtwPMI*>& PMIs() const noexcept { return pmis_; }
+  const RWClassicTValOrderedVector<JtwPMI*>& PMIs() const noexcept { return pmis_.entries(); }
   bool hasPMIs() const noexcept { return !pmis_.empty(); }
   /// Appends, also what is listed already.
   void addPMI(JtwPMI* pmi);
@@ -64,7 +65,7 @@ class JTW_API JtwCollection : public JtwNode {
   friend class JtwPMI;
   friend class JtwRoot;
 
-  RWClassicTValOrderedVector<JtwPMI*> pmis_;
+  JtwPMIList pmis_;
   // Every PMI that names this collection, listed or not, so that none is left naming a dead one.
   std::unordered_set<JtwPMI*> namedBy_;
   bool framesRead_ = false;

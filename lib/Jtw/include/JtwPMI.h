@@ -124,5 +124,6 @@ class JTW_API JtwPMI : public JtwLeaf {
   jt::Ref<const JtNode> origin_;
   // One element for each entry in a collection's list, so that no list keeps a dead PMI.
   std::vector<JtwCollection*> listedIn_;
-  unsigned filings_ = 0;  // how often the root files it under a JT node
+  unsigned filings_ = 0;                // how often the root files it under a JT node
+  const JtNode* filedUnder_ = nullptr;  // the last of them, while it is known
 };

@@ -13,6 +13,7 @@
 #include "JtString.h"
 #include "JtwCollection.h"
 #include "JtwExport.h"
+#include "JtwPMIList.h"
 #include "RTAutoPtr.h"
 #include "RTTran3D.h"
 #include "RWClassic.h"
@@ -295,7 +296,7 @@ class JTW_API JtwRoot : public JtwCollection {
   bool isJtKR_ = false;
   bool hasKrSwitch_ = false;
   bool isNewCopy_ = false;
-  RWClassicTValHashDictionary<const JtNode*, RWClassicTValOrderedVector<JtwPMI*>> pmisByJtNode_{64};
+  RWClassicTValHashDictionary<const JtNode*, JtwPMIList> pmisByJtNode_{64};
 
   std::unordered_set<JtwNode*> unkeyedPMIs_;
   unsigned walks_ = 0;  // walks in progress; until the last one ends, deleted wrappers are kept

@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "JtwEraseOne.h"
 #include "JtwFrame.h"
 #include "JtwFrameLists.h"
 #include "JtwFrameWriting.h"
@@ -40,14 +39,14 @@ JtwCollection::JtwCollection(const JtwCollection& other)
       framesRead_(other.framesRead_),
       framesFound_(other.framesFound_),
       pmisCalculated_(other.pmisCalculated_) {
-  for (JtwPMI* pmi : other.pmis_) addPMI(pmi);
+  for (JtwPMI* pmi : other.PMIs()) addPMI(pmi);
 }
 
 JtwCollection& JtwCollection::operator=(const JtwCollection& other) {
   if (this == &other) return *this;
   uninit();
   JtwNode::operator=(other);
-  for (JtwPMI* pmi : other.pmis_) addPMI(pmi);
+  for (JtwPMI* pmi : other.PMIs()) addPMI(pmi);
   framesRead_ = other.framesRead_;
   framesFound_ = other.framesFound_;
   pmisCalculated_ = other.pmisCalculated_;
@@ -58,7 +57,7 @@ JtwCollection::~JtwCollection() { uninit(); }
 
 void JtwCollection::uninit() {
   // The list is emptied first, so that none of its entries has to be looked for in it.
-  const auto listed = std::exchange(pmis_, {});
+  const auto listed = pmis_.take();
   for (auto pmi = listed.rbegin(); pmi != listed.rend(); ++pmi) {
     dropListing(**pmi);
     if (namedBy_.contains(*pmi)) (*pmi)->clearParent();
@@ -72,7 +71,7 @@ void JtwCollection::addPMI(JtwPMI* pmi) {
   if (!pmi) return;
   pmi->listedIn_.push_back(this);
   try {
-    pmis_.push_back(pmi);
+    pmis_.add(pmi);
   } catch (...) {
     pmi->listedIn_.pop_back();
     throw;
@@ -82,7 +81,7 @@ void JtwCollection::addPMI(JtwPMI* pmi) {
 void JtwCollection::removePMI(JtwPMI* pmi) {
   if (!pmi) return;
   const bool isListedOnce = std::ranges::count(pmi->listedIn_, this) == 1;
-  if (jtw::eraseOne(pmis_, pmi, isListedOnce)) dropListing(*pmi);
+  if (pmis_.remove(pmi, isListedOnce)) dropListing(*pmi);
 }
 
 void JtwCollection::dropListing(JtwPMI& pmi) {
@@ -91,7 +90,7 @@ void JtwCollection::dropListing(JtwPMI& pmi) {
 }
 
 bool JtwCollection::checkForPreservePMI() {
-  return std::any_of(pmis_.begin(), pmis_.end(),
+  return std::any_of(PMIs().begin(), PMIs().end(),
                      [](JtwPMI* pmi) { return pmi->isPreserved(false); });
 }
 
@@ -106,7 +105,7 @@ void JtwCollection::setHasPreservedPMI(bool preserved) {
 void JtwCollection::writePMIKeysToJT() {
   if (pmis_.empty() || !jtNode() || jtw::findProperty(jtNode(), Key::pmiProtoKeys)) return;
   std::string keys;
-  for (JtwPMI* pmi : pmis_) keys += std::to_string(pmi->key().getAsLong()) + ',';
+  for (JtwPMI* pmi : PMIs()) keys += std::to_string(pmi->key().getAsLong()) + ',';
   jtw::setString(jtNode(), Key::pmiProtoKeys, JtString(keys), false);
 }
 
@@ -114,9 +113,9 @@ void JtwCollection::readPMIKeysFromJT() {
   const JtString* stored = jtw::stringProperty(jtNode(), Key::pmiProtoKeys);
   if (pmis_.empty() || !stored) return;
   const auto keys = parseKeys(stored->stringToMbs());
-  if (keys.size() != pmis_.size()) return;
+  if (keys.size() != PMIs().size()) return;
   for (std::size_t i = 0; i < keys.size(); ++i)
-    if (pmis_[i]->key().isNull()) pmis_[i]->takeStoredKey(keys[i]);
+    if (PMIs()[i]->key().isNull()) PMIs()[i]->takeStoredKey(keys[i]);
 }
 
 // --- Frames
@@ -141,7 +140,7 @@ const RWClassicTValOrderedVector<JtwPMI*>& JtwCollection::readKrFrames() {
     framesRead_ = true;
     if (!pmis_.empty()) framesFound_ = true;
   }
-  return pmis_;
+  return PMIs();
 }
 
 bool JtwCollection::storeFrames() {

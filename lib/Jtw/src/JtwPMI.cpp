@@ -59,8 +59,7 @@ void JtwPMI::clearParent() {
 
 void JtwPMI::leaveLists() {
   clearParent();
-  for (JtwCollection* collection : std::exchange(listedIn_, {}))
-    std::erase(collection->pmis_, this);
+  for (JtwCollection* collection : std::exchange(listedIn_, {})) collection->pmis_.removeAll(this);
 }
 
 void JtwPMI::setOriginJtNode(const JtNode* node) {

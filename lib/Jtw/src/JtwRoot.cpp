@@ -319,8 +319,9 @@ void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacemen
   for (auto& [node, pmis] : pmisByOldNode)
     pmisByJtNode_.emplace(replaced(const_cast<JtNode*>(node)), std::move(pmis));
   for (const auto& [node, pmis] : pmisByJtNode_)
-    for (JtwPMI* pmi : pmis) {
+    for (JtwPMI* pmi : pmis.entries()) {
       pmi->origin_ = jt::Ref<const JtNode>(node);
+      pmi->filedUnder_ = pmi->filings_ == 1 ? node : nullptr;
       rebind(*pmi);  // frames without key stand in no other map
     }
 }

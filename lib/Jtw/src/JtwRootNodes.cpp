@@ -11,7 +11,6 @@
 #include "JtTk/JtkwPMIGathering.h"
 #include "JtwBlock.h"
 #include "JtwEntity.h"
-#include "JtwEraseOne.h"
 #include "JtwFrame.h"
 #include "JtwLink.h"
 #include "JtwPMI.h"
@@ -186,29 +185,33 @@ bool JtwRoot::getFreeApiProtoKey(ApiProtoKey& key) const {
 
 void JtwRoot::addJtwPMIToMap(const JtNode* jtNode, JtwPMI* pmi) {
   if (!jtNode || !pmi) return;
-  pmisByJtNode_[jtNode].push_back(pmi);
+  pmisByJtNode_[jtNode].add(pmi);
   ++pmi->filings_;
+  pmi->filedUnder_ = jtNode;
 }
 
 void JtwRoot::removeJtwPMIFromMap(const JtNode* jtNode, JtwPMI* pmi) {
   const auto found = pmisByJtNode_.find(jtNode);
   if (found == pmisByJtNode_.end()) return;
-  auto& pmis = found->second;
-  if (jtw::eraseOne(pmis, pmi, pmi->filings_ == 1)) --pmi->filings_;
-  if (pmis.empty()) pmisByJtNode_.erase(found);
+  const bool isOnlyEntry = pmi->filings_ == 1 && pmi->filedUnder_ == jtNode;
+  if (!found->second.remove(pmi, isOnlyEntry)) return;
+  --pmi->filings_;
+  pmi->filedUnder_ = nullptr;
+  if (found->second.empty()) pmisByJtNode_.erase(found);
 }
 
 void JtwRoot::removeJtwPMIFromMap(JtwPMI& pmi) {
   if (pmi.origin_) removeJtwPMIFromMap(pmi.origin_.get(), &pmi);
   if (pmi.filings_ == 0) return;
-  for (auto& [jtNode, pmis] : pmisByJtNode_) std::erase(pmis, &pmi);
+  for (auto& [jtNode, pmis] : pmisByJtNode_) pmis.removeAll(&pmi);
   std::erase_if(pmisByJtNode_, [](const auto& entry) { return entry.second.empty(); });
   pmi.filings_ = 0;
 }
 
 RWClassicTValOrderedVector<JtwPMI*> JtwRoot::getJtwPMIsOfNode(const JtNode* jtNode) const {
   const auto found = pmisByJtNode_.find(jtNode);
-  return found == pmisByJtNode_.end() ? RWClassicTValOrderedVector<JtwPMI*>() : found->second;
+  return found == pmisByJtNode_.end() ? RWClassicTValOrderedVector<JtwPMI*>()
+                                      : found->second.entries();
 }
 
 void JtwRoot::setJtwPMIsOfNodeToCollection(JtNode* jtNode) {

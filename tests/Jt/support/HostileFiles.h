@@ -94,6 +94,15 @@ inline Bytes missingParts(const Format& format, std::size_t count) {
   return whole(format, scene);
 }
 
+/// A file of a chain of references: it stands for part1.jt, like every other, and for
+/// part<next>.jt.
+inline Bytes chained(const Format& format, std::size_t next) {
+  SceneBuilder scene(format);
+  scene.partition(1, {2, 3}).partition(2, {}, "part1.jt");
+  scene.partition(3, {}, ("part" + std::to_string(next) + ".jt").c_str());
+  return whole(format, scene);
+}
+
 /// Attributes of one node, each of a type that nobody knows.
 inline Bytes unknownAttributes(const Format& format, std::size_t count) {
   SceneBuilder scene(format);
@@ -194,7 +203,8 @@ inline constexpr Kind kKinds[] = {{"nodes", Large::scene, nodes},
                                   {"metadata", Large::segment, metaData},
                                   {"texts", Large::segment, texts},
                                   {"primitives", Large::shape, primitives},
-                                  {"doubled", Large::paths, doubled}};
+                                  {"doubled", Large::paths, doubled},
+                                  {"chained", Large::paths, chained}};
 inline constexpr Format kForms[] = {{8, 1, false}, {9, 5, true}, {10, 0, false}, {10, 5, true}};
 
 }  // namespace hostile

@@ -90,6 +90,7 @@ struct JtExternalFiles {
     std::optional<JtFormatError> error;
   };
   std::map<std::string, Entry> byPath;
+  std::unordered_set<const JtPartition*> holders;  // files that others hang in
 
   /// True when `opened` is the root of `file` or stands above it.
   bool isAbove(const JtPartition& opened, const JtPartition& file);
@@ -105,6 +106,7 @@ void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
 }
 
 bool JtExternalFiles::isAbove(const JtPartition& opened, const JtPartition& file) {
+  if (&opened != &file && !holders.contains(&opened)) return false;
   if (lowest_ != &file) {
     above_ = jt::scene::ancestorsOf(file);
     lowest_ = &file;
@@ -153,6 +155,7 @@ bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& 
     if (!isNew && files.isAbove(*opened, referencing))
       return fail("external_cycle", "it contains the referencing file");
     attachExternal(opened);
+    files.holders.insert(&referencing);
     return true;
   } catch (const JtFormatError& error) {
     return fail(error.code(), error.what());
