@@ -1,6 +1,7 @@
 // Files that are saved in another version: what becomes of the segments beside the scene graph.
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <nlohmann/json.hpp>
 
@@ -9,6 +10,7 @@
 #include "JtMaterial.h"
 #include "JtTexture.h"
 #include "VisPartNode.h"
+#include "base/ParallelFor.h"
 #include "file/shapes/ShapeSegment.h"
 #include "support/Differences.h"
 #include "support/Meshes.h"
@@ -122,6 +124,27 @@ TEST(Conversion, ShapesAreTheSameInEveryVersion) {
       EXPECT_EQ(becomesLarger, !isCopied && generation > 8 && !vector.hasPlainPackets);
     }
   }
+}
+
+TEST(Conversion, OneThreadAndSixteenGiveTheSameBytes) {
+  MemoryStorage storage;
+  const auto made = jt::make<JtPartition>();
+  for (std::uint32_t i = 0; i < 20; ++i)
+    made->addChild(jt::makeShape(std::make_shared<const jt::Mesh>(
+                                     grid(3 + i, 5, i % 2 == 0, false, {}, i % 3 == 0)))
+                       .get());
+  const Bytes file = storage.saved(*made);  // which chooses the ids
+  const auto converted = [&](FileVersion version, std::size_t threads) {
+    jt::file::parallelThreads = threads;
+    mallopt(M_PERTURB, static_cast<int>(7 * threads));  // memory holds something else each time
+    jt::SaveOptions options;
+    options.version = version;
+    return storage.saved(*storage.open(file), options);
+  };
+  for (const FileVersion version : kVersions)
+    EXPECT_EQ(converted(version, 1), converted(version, 16)) << version.text();
+  jt::file::parallelThreads = 0;
+  mallopt(M_PERTURB, 0);
 }
 
 /// A root that names segments 2, 3, ... of the given types and contents.

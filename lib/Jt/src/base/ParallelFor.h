@@ -11,6 +11,9 @@
 
 namespace jt::file {
 
+/// The threads of parallelFor; 0: one for each core. Set by tests of what must not depend on it.
+inline std::atomic<std::size_t> parallelThreads{0};
+
 /// Calls work(0) ... work(count - 1), each once, on all cores in no certain order; the calling
 /// thread works too. The first exception of any call stops what has not begun and is thrown here.
 template <class Work>
@@ -30,10 +33,12 @@ void parallelFor(std::size_t count, const Work& work) {
     }
   };
   {
-    const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+    const std::size_t wanted = parallelThreads;
+    const std::size_t threads =
+        wanted > 0 ? wanted : std::max(1U, std::thread::hardware_concurrency());
     std::vector<std::jthread> helpers;
     try {
-      for (std::size_t i = 1; i < std::min(cores, count); ++i) helpers.emplace_back(run);
+      for (std::size_t i = 1; i < std::min(threads, count); ++i) helpers.emplace_back(run);
     } catch (const std::system_error&) {
       // The system gives no more threads: those that run have to do.
     }
