@@ -36,6 +36,8 @@ set(JTW_GOALS
     "G8|^jt_storage_tests\\.OpenedFile\\.Survives"
     "G8|^cli_tests\\.ChangingFile\\."
     "G8|^jt_storage_tests\\.SaveTogether\\."
+    "G8|^dmkrutils_tests\\.(StreamStorage|TransactedFile)\\."
+    "G8|^fuzz\\.replay\\.fuzz_stream$"
     # Memory that cannot be allocated
     "G9|LackOfMemory"
     "G9|[Aa]llocation"
