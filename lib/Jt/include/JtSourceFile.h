@@ -5,17 +5,14 @@
 #include "JtPropAtom.h"
 #include "JtStorageManager.h"
 
-// The files that scene graphs were read from: what of them is in memory, whether they can still be
-// read, and what belongs together in them.
+// The files that scene graphs were read from: which they are, whether they can still be read, and
+// what belongs together in them.
 
 namespace jt {
 
 /// The opened file that a node, an attribute or a property value was read from, also for a copy of
 /// it; null for one that was made in memory. Not owned.
 JT_API const FileImage* fileOf(const JtSceneObject& object) noexcept;
-/// Gives the memory back that bytes of a mapped file took which were looked at; they are read anew
-/// when they are looked at again. Spans stay valid. No effect on other images.
-JT_API void releasePages(const FileImage& image) noexcept;
 
 /// What a node needs besides an XT segment that names bodies in MultiXT segments of its file: the
 /// values of that file that name those, one each. Empty for geometry of its own and for segments

@@ -37,6 +37,9 @@ class JT_API FileImage : public JtRefCounted {
   virtual void checkPresent() const = 0;
   /// Path of a file, or a name for a stream: for messages.
   virtual std::string name() const = 0;
+  /// Gives the memory back that bytes took which were looked at, where they can be read anew when
+  /// they are looked at again: of a mapped file. Spans stay valid.
+  virtual void releasePages() const noexcept {}
 };
 
 /// A run of bytes of a file to be written. The bytes must stay valid until the save is over.

@@ -342,7 +342,7 @@ void JtkExportRun::noteFiles(const JtNode& node) {
 
 /// Memory holds what is being written, not what was read for it before.
 void JtkExportRun::releaseSources() {
-  for (const auto& [file, held] : readFiles_) jt::releasePages(*file);
+  for (const auto& [file, held] : readFiles_) file->releasePages();
   readFiles_.clear();
 }
 

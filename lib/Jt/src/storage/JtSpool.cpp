@@ -88,7 +88,7 @@ Ref<JtPartition> Spool::store(JtPartition& content, const SaveOptions& options,
   }
   JtPartition::_autoLoadShapes = loadsAhead;
   // Around each page that is looked at the system maps many others.
-  if (const FileImage* image = fileOf(*opened)) releasePages(*image);
+  if (const FileImage* image = fileOf(*opened)) image->releasePages();
   return Ref<JtPartition>::adopt(opened);
 }
 

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstring>
 
-#include "JtSourceFile.h"
 #include "storage/OpenFiles.h"
 
 namespace jt::storage {
@@ -162,10 +161,8 @@ void MappedFile::Access::readAt(std::uint64_t offset, std::span<std::byte> out) 
   }
 }
 
-}  // namespace jt::storage
-
-void jt::releasePages(const FileImage& image) noexcept {
-  const auto* file = dynamic_cast<const storage::MappedFile*>(&image);
-  const std::span<const std::byte> bytes = file ? file->bytes() : std::span<const std::byte>();
-  if (!bytes.empty()) ::madvise(const_cast<std::byte*>(bytes.data()), bytes.size(), MADV_DONTNEED);
+void MappedFile::releasePages() const noexcept {
+  if (start_) ::madvise(const_cast<std::byte*>(start_), size_, MADV_DONTNEED);
 }
+
+}  // namespace jt::storage

@@ -28,6 +28,7 @@ class MappedFile final : public FileImage {
   std::span<const std::byte> bytes() const override { return {start_, size_}; }
   std::optional<FileIdentity> identity() const override { return identity_; }
   void checkPresent() const override;
+  void releasePages() const noexcept override;
   std::string name() const override { return path_; }
 
   /// What has become of the file since it was opened.
