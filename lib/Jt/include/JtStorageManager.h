@@ -14,6 +14,10 @@
 
 namespace jt {
 
+namespace storage {
+class FolderNames;
+}
+
 /// What tells one state of a file from another.
 struct FileIdentity {
   std::uint64_t device = 0;
@@ -74,6 +78,9 @@ struct StorageSaveResult {
 /// from it to serve places of its own and hands the rest to the base.
 class JT_API JtStorageManager : public JtRefCounted {
  public:
+  JtStorageManager();
+  ~JtStorageManager() override;
+
   /// The bytes at a location. Throws JtFormatError: "not_found", "not_a_file", "unreadable".
   virtual jt::Ref<jt::FileImage> open(const JtStorageLocation& location);
 
@@ -95,6 +102,9 @@ class JT_API JtStorageManager : public JtRefCounted {
 
   /// The manager in use: the installed one, or the base class's own.
   static jt::Ref<JtStorageManager> current();
+
+ private:
+  std::unique_ptr<jt::storage::FolderNames> folderNames_;  // of the folder that resolve() read
 };
 
 /// The storage manager that the library uses; null: the default one. Owns one reference on it. Set

@@ -11,6 +11,9 @@ namespace jtw {
 /// component when it was opened.
 JTW_API bool isMarkedNative(const JtPartition& partition);
 
+/// True when a partition has a child that opening takes for the component.
+JTW_API bool holdsComponent(const JtPartition& partition);
+
 /// Completes a component that the caller made and filled, before it is written for the first time:
 /// removes the mark of native JT, which a root puts on all data without a component, converts the
 /// materials as a material update does and marks them as updated, so that no update finds anything

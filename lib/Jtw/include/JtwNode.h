@@ -14,11 +14,15 @@
 #include "RTTran3D.h"
 #include "RWClassic.h"
 
+class JtwNode;
 class JtwRoot;
 
 namespace jtw {
 struct WalkMemo;
-}
+/// The color of a node of any kind: its own or the nearest one above it, up to the root.
+/// @param isDefault true when there is none
+JTW_API ApiGraColor colorOf(JtwNode& node, bool& isDefault);
+}  // namespace jtw
 
 /// One object of an opened component as the host sees it: a wrapper over one JT node. What the host
 /// knows of the object (key, name, unit, place, color, ...) stands in properties and attributes of
@@ -184,12 +188,15 @@ class JTW_API JtwNode {
 
  private:
   bool endsWalk(const JtNode* node) const;
+  /// The first parent, unless the walk up to the component parent ends there; or null.
+  JtNode* nextOfWalk(const JtNode& node) const;
   /// What the root remembers of walks, or null.
   jtw::WalkMemo* memo() const noexcept;
   void computeLocation();
   bool findOwnColor();
 
   friend class JtwRoot;
+  friend ApiGraColor jtw::colorOf(JtwNode& node, bool& isDefault);
 
   /// How many entries of the root's maps lead to this wrapper. Copies are in no map, and assignment
   /// changes no map.

@@ -85,6 +85,9 @@ JTW_API void setPlacement(JtwNode& node, const RTTran3D& millimetres);
 JTW_API JtwNode* createNode(JtwRoot& root, JtwNode::JT_NODE_TYPE type, const ApiProtoKey& key,
                             const ApiProtoKey& parentKey, const RTTran3D& millimetres);
 
+/// Name of the property that holds the prototype key of an object.
+JTW_API const char* keyProperty() noexcept;
+
 /// The first JT node below a partition that carries that key; null when none does.
 JTW_API JtNode* nodeOfKey(JtPartition& partition, const ApiProtoKey& key);
 

@@ -2,6 +2,7 @@
 
 #include "JtwPropertyNames.h"
 #include "JtwRoot.h"
+#include "JtwSceneGraph.h"
 #include "JtwUpdateJtMaterials.h"
 
 namespace jtw {
@@ -9,6 +10,8 @@ namespace jtw {
 bool isMarkedNative(const JtPartition& partition) {
   return partition.property(JtString(kOriginateFromNativeJt)) != nullptr;
 }
+
+bool holdsComponent(const JtPartition& partition) { return componentOf(partition) != nullptr; }
 
 bool completeNewComponent(JtwRoot& root) {
   JtPartition* const partition = root.partition();

@@ -95,23 +95,16 @@ bool JtwNode::endsWalk(const JtNode* node) const {
 
 jtw::WalkMemo* JtwNode::memo() const noexcept { return root_ ? root_->memo_.get() : nullptr; }
 
+JtNode* JtwNode::nextOfWalk(const JtNode& node) const {
+  JtNode* const above = node.parent(0);
+  return above && endsWalk(above) ? nullptr : above;
+}
+
 JtNode* JtwNode::getGmParent(JtNode* node) {
   jtw::WalkMemo* const memo = this->memo();
-  std::vector<const JtNode*> passed;
-  while (node) {
-    if (memo) {
-      if (const auto known = memo->parents.find(node); known != memo->parents.end()) {
-        node = known->second;
-        break;
-      }
-      passed.push_back(node);
-    }
-    node = node->parent(0);
-    if (node && endsWalk(node)) break;
-  }
-  if (memo)
-    for (const JtNode* below : passed) memo->parents.emplace(below, node);
-  return node;
+  return jtw::walkUp<JtNode*>(
+      node, memo ? &memo->parents : nullptr, [this](JtNode& at) { return nextOfWalk(at); },
+      [](JtNode* const* above, JtNode& at) { return above ? *above : at.parent(0); });
 }
 
 ApiProtoKey JtwNode::parent() { return keyImpl(getGmParent(jtNode())); }

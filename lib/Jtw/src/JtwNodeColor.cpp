@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "JtMaterial.h"
-#include "JtwNode.h"
+#include "JtwLeaf.h"
 #include "JtwRoot.h"
 #include "JtwSceneGraph.h"
 #include "JtwTransforms.h"
@@ -22,23 +22,19 @@ bool JtwNode::computeNodeColor(JtNode* node, ApiGraColor& color) {
 }
 
 bool JtwNode::findOwnColor() {
-  jtw::WalkMemo* const memo = this->memo();
-  std::vector<const JtNode*> passed;
-  std::optional<ApiGraColor> found;
-  for (JtNode* node = jtNode(); node && !found; node = node->parent(0)) {
-    if (node != jtNode() && endsWalk(node)) break;
-    if (memo) {
-      if (const auto known = memo->colors.find(node); known != memo->colors.end()) {
-        found = known->second;
-        break;
-      }
-      passed.push_back(node);
-    }
+  using Found = std::optional<ApiGraColor>;
+  const auto own = [](JtNode& node) {
     ApiGraColor color;
-    if (computeNodeColor(node, color)) found = color;
-  }
-  if (memo)
-    for (const JtNode* below : passed) memo->colors.emplace(below, found);
+    return computeNodeColor(&node, color) ? Found(color) : Found();
+  };
+  jtw::WalkMemo* const memo = this->memo();
+  const Found found = jtw::walkUp<Found>(
+      jtNode(), memo ? &memo->colors : nullptr,
+      [&](JtNode& node) { return own(node) ? nullptr : nextOfWalk(node); },
+      [&](const Found* above, JtNode& node) {
+        const Found color = own(node);
+        return color || !above ? color : *above;
+      });
   if (!found) return false;
   color_ = *found;
   colorIsDefault_ = false;
@@ -69,6 +65,11 @@ ApiGraColor JtwNode::evaluateColor(bool& isDefault) {
   }
   isDefault = none;
   return color;
+}
+
+ApiGraColor jtw::colorOf(JtwNode& node, bool& isDefault) {
+  return node.isCollection() ? node.evaluateColor(isDefault)
+                             : static_cast<JtwLeaf&>(node).color(isDefault);
 }
 
 void JtwNode::setColor(const ApiGraColor& color, bool forced, bool overrideVertexColors) {

@@ -63,29 +63,23 @@ void JtwNode::removeMeasurementUnitsProperty(JtNode* node) {
 int JtwNode::getXformAttrIndex(JtNode* node) { return jtw::firstAttribute<JtXform>(node); }
 
 void JtwNode::computeLocation() {
+  using Place = jtw::WalkMemo::Place;
   jtw::WalkMemo* const memo = this->memo();
-  jtw::WalkMemo::Place place;
   JtwNode* const above = parentNode();
-  if (above) place.ratio = above->measurementUnitRatio();
-  std::vector<const JtNode*> path;  // up to and without the component parent
-  for (const JtNode* node = jtNode(); node; node = node->parent(0)) {
-    if (!path.empty() && endsWalk(node)) break;
-    if (memo)
-      if (const auto known = memo->places.find(node); known != memo->places.end()) {
-        place = known->second;
-        break;
-      }
-    path.push_back(node);
-  }
+  const Place ofParent{{}, above ? above->measurementUnitRatio() : 1.0F};
   const bool takesUnits = !JtwManager::the().usingJtViewer();
-  for (; !path.empty(); path.pop_back()) {
-    const JtNode* const node = path.back();
-    const float own = takesUnits ? jtw::ownUnitRatio(node).value_or(0.0F) : 0.0F;
-    if (own >= kLeastRatio) place.ratio = own;
-    if (jtw::firstAttribute<JtXform>(node) >= 0)
-      place.location = place.location * jtw::localTransform(node, static_cast<double>(place.ratio));
-    if (memo) memo->places.emplace(node, place);
-  }
+  const auto placed = [&](const Place* placeAbove, JtNode& node) {
+    Place here = placeAbove ? *placeAbove : ofParent;
+    const float own = takesUnits ? jtw::ownUnitRatio(&node).value_or(0.0F) : 0.0F;
+    if (own >= kLeastRatio) here.ratio = own;
+    if (jtw::firstAttribute<JtXform>(&node) >= 0)
+      here.location = here.location * jtw::localTransform(&node, static_cast<double>(here.ratio));
+    return here;
+  };
+  const auto next = [this](const JtNode& node) { return nextOfWalk(node); };
+  const Place place =
+      jtNode() ? jtw::walkUp<Place>(jtNode(), memo ? &memo->places : nullptr, next, placed)
+               : ofParent;
   unitRatio_ = place.ratio;
   relLoc_ = above && above == root_ ? root_->internalRelLoc() * place.location : place.location;
   locationValid_ = true;
@@ -104,26 +98,16 @@ RTTran3D JtwNode::relLoc() {
 
 RTTran3D JtwNode::absLoc() {
   jtw::WalkMemo* const memo = this->memo();
-  std::vector<JtwNode*> chain;
-  std::optional<RTTran3D> known;
-  JtwNode* top = this;
-  JtwNode* up = parentNode();
-  for (; up; up = up->parentNode()) {
-    if (memo)
-      if (const auto found = memo->absLocs.find(top); found != memo->absLocs.end()) {
-        known = found->second;
-        break;
-      }
-    chain.push_back(top);
-    top = up;
-    if (up == root_) break;
-  }
-  RTTran3D location = known ? *known : up ? up->absLoc() : RTTran3D();
-  for (; !chain.empty(); chain.pop_back()) {
-    location *= chain.back()->relLoc();
-    if (memo) memo->absLocs.emplace(chain.back(), location);
-  }
-  return location;
+  const auto above = [](JtwNode& node) {
+    JtwNode* const parent = node.parentNode();
+    return parent == node.root() ? nullptr : parent;
+  };
+  return jtw::walkUp<RTTran3D>(this, memo ? &memo->absLocs : nullptr, above,
+                               [](const RTTran3D* locationAbove, JtwNode& node) {
+                                 if (locationAbove) return *locationAbove * node.relLoc();
+                                 JtwNode* const parent = node.parentNode();
+                                 return parent ? parent->absLoc() * node.relLoc() : RTTran3D();
+                               });
 }
 
 void JtwNode::setRelLoc(const RTTran3D& location) {

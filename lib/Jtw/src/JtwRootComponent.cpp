@@ -148,17 +148,7 @@ bool JtwRoot::initializeComponentNode(const ApiDocumentRef& document) {
   return true;
 }
 
-VisMetaDataNode* JtwRoot::findComponentNode() const {
-  for (int index = 0; index < partition_->numChildren(); ++index) {
-    JtNode* const child = partition_->child(index);
-    ApiObjType type;
-    if (!jt::as<VisPartNode>(child) && jt::as<VisMetaDataNode>(child) &&
-        JtwTraverse::getKrTypeProperty(child, type) &&
-        type.isOfType(ApiObjType(ApiObjType::COMPONENT)))
-      return jt::as<VisMetaDataNode>(child);
-  }
-  return nullptr;
-}
+VisMetaDataNode* JtwRoot::findComponentNode() const { return jtw::componentOf(*partition_); }
 
 ApiDocument::Structure JtwRoot::readStructure(const ApiDocumentRef& document,
                                               VisMetaDataNode& component) {

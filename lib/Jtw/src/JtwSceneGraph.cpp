@@ -1,5 +1,9 @@
 #include "JtwSceneGraph.h"
 
+#include "ApiObjType.h"
+#include "JtwTraverse.h"
+#include "VisPartNode.h"
+
 namespace jtw {
 
 bool cutChild(JtNode* parent, JtNode* child) {
@@ -14,6 +18,20 @@ void moveChildren(JtGroup& from, JtGroup& to) {
   for (int index = 0; index < from.numChildren(); ++index) children.emplace_back(from.child(index));
   for (int index = from.numChildren() - 1; index >= 0; --index) from.removeChild(index);
   for (const auto& child : children) to.addChild(child.get());
+}
+
+bool isComponent(JtNode* node) {
+  ApiObjType type;
+  return jt::as<VisMetaDataNode>(node) && !jt::as<VisPartNode>(node) &&
+         JtwTraverse::getKrTypeProperty(node, type) &&
+         type.isOfType(ApiObjType(ApiObjType::COMPONENT));
+}
+
+VisMetaDataNode* componentOf(const JtPartition& partition) {
+  for (int index = 0; index < partition.numChildren(); ++index)
+    if (JtNode* const child = partition.child(index); isComponent(child))
+      return jt::as<VisMetaDataNode>(child);
+  return nullptr;
 }
 
 JtNode* childBehindInstance(const JtNode& node, int index) {

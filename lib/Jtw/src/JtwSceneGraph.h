@@ -7,6 +7,8 @@
 #include "JtGroup.h"
 #include "JtInstance.h"
 #include "JtNode.h"
+#include "JtPartition.h"
+#include "VisMetaDataNode.h"
 
 namespace jtw {
 
@@ -32,6 +34,12 @@ bool cutChild(JtNode* parent, JtNode* child);
 
 /// Moves the children of `from` below `to`, in their order.
 void moveChildren(JtGroup& from, JtGroup& to);
+
+/// True for the node of a component: by its class, and by the type that the host gave it.
+bool isComponent(JtNode* node);
+
+/// The first child of a partition that is a component; null when there is none.
+VisMetaDataNode* componentOf(const JtPartition& partition);
 
 /// The child of that index; an instance is replaced by what it places. May be null.
 JtNode* childBehindInstance(const JtNode& node, int index);

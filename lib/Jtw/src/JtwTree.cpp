@@ -89,6 +89,8 @@ std::vector<TreeEntry> tree(JtwRoot& root, JtwNode& start) {
   return Listing(root, start, std::numeric_limits<int>::max()).run();
 }
 
+const char* keyProperty() noexcept { return keyName(Key::protoKey); }
+
 std::vector<JtwNode*> children(JtwRoot& root, JtwNode& node) {
   std::vector<JtwNode*> below;
   for (const TreeEntry& entry : Listing(root, node, 1).run())

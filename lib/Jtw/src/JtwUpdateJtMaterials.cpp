@@ -3,7 +3,6 @@
 #include <exception>
 
 #include "ApiErrStream.h"
-#include "ApiObjType.h"
 #include "DmKrUtilsInterface.h"
 #include "JtStreamMgr.h"
 #include "JtSwitch.h"
@@ -11,6 +10,7 @@
 #include "JtwManager.h"
 #include "JtwPropertyNames.h"
 #include "JtwRoot.h"
+#include "JtwSceneGraph.h"
 #include "JtwTraverse.h"
 #include "VisMetaDataNode.h"
 #include "VisPartNode.h"
@@ -36,13 +36,6 @@ bool isNonZero(const JtPropAtom& value) {
   if (const auto* number = jt::as<JtInt32PropAtom>(&value)) return number->value() != 0;
   if (const auto* number = jt::as<JtFloatPropAtom>(&value)) return number->value() != 0;
   return true;
-}
-
-bool isComponent(JtNode* node) {
-  ApiObjType type;
-  return jt::as<VisMetaDataNode>(node) && !jt::as<VisPartNode>(node) &&
-         JtwTraverse::getKrTypeProperty(node, type) &&
-         type.isOfType(ApiObjType(ApiObjType::COMPONENT));
 }
 
 }  // namespace
@@ -105,10 +98,8 @@ bool JtwUpdateJtMaterials::executeOnUpgradedComponent(JtwRoot* root) {
 
 bool JtwUpdateJtMaterials::initKrComponentNode(const JtPartition* partition) {
   JtSwitch* switchNode = nullptr;
-  componentNode_ = hasKrSwitch(partition, switchNode) ? switchNode : nullptr;
-  for (int index = 0; !componentNode_ && index < partition->numChildren(); ++index)
-    if (JtNode* const child = partition->child(index); jtw::isComponent(child))
-      componentNode_ = child;
+  componentNode_ = hasKrSwitch(partition, switchNode) ? static_cast<JtNode*>(switchNode)
+                                                      : jtw::componentOf(*partition);
   return componentNode_ != nullptr;
 }
 

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
 #include "ApiGraColor.h"
 #include "RTTran3D.h"
@@ -25,5 +26,29 @@ struct WalkMemo {
   std::unordered_map<const JtNode*, std::optional<ApiGraColor>> colors;
   std::unordered_map<const JtwNode*, RTTran3D> absLocs;
 };
+
+/// The value of a node that depends on the values of the nodes above it: up from `start` until a
+/// value is known or `above(node)` is null, then down again, without a deep call stack.
+/// @param known    values to stop at; those of the nodes that are passed are entered; may be null
+/// @param extended `(const Value* valueAbove, Node& node)`: the value of a node; null at the top
+template <class Value, class Node, class Above, class Extended>
+Value walkUp(Node* start, std::unordered_map<const Node*, Value>* known, Above above,
+             Extended extended) {
+  std::vector<Node*> passed;
+  std::optional<Value> value;
+  for (Node* node = start; node; node = above(*node)) {
+    if (known)
+      if (const auto found = known->find(node); found != known->end()) {
+        value = found->second;
+        break;
+      }
+    passed.push_back(node);
+  }
+  for (; !passed.empty(); passed.pop_back()) {
+    value = extended(value ? &*value : nullptr, *passed.back());
+    if (known) known->emplace(passed.back(), *value);
+  }
+  return value.value_or(Value{});
+}
 
 }  // namespace jtw

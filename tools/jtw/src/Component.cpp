@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <new>
 #include <unordered_set>
 
 #include "ApiErrStream.h"
@@ -89,14 +90,11 @@ ApiDocumentRef openHostDocument(const DocumentName& name) {
                   ApiSysFilePath(name.path).exists() ? "there is no JT file in it"
                                                      : "there is no such document",
                   {.file = name.path, .segment = {}, .element = {}, .offset = {}});
-  // What is wrong with the file shows when it is opened alone.
-  try {
-    const jt::Ref<JtStorageLocation> place = inputLocation(location + file);
-    JtPartition* opened = nullptr;
-    JtPartition::openPartition(place.get(), nullptr, opened, JtwManager::the().readLimits());
-    if (opened) opened->unref();
-  } catch (const JtFormatError& error) {
-    throw readFailure(error, location + file);
+  if (jt::lastErrorCode() == "out_of_memory") throw std::bad_alloc();
+  if (const auto& error = jt::lastFormatError()) {
+    jt::FilePosition where = error->where();
+    where.file = location + file;  // an error in a stream has the name of that
+    throw readFailure({error->code(), error->message(), where}, where.file);
   }
   throw Failure(ExitCode::input, "not_a_component", jt::lastError(),
                 {.file = name.path, .segment = {}, .element = {}, .offset = {}});

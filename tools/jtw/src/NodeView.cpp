@@ -15,12 +15,6 @@
 namespace tool {
 namespace {
 
-/// Reaches the color search that the wrapper keeps for its derived classes.
-class ColorSearch : public JtwNode {
- public:
-  static constexpr auto kEvaluate = &ColorSearch::evaluateColor;
-};
-
 JtwLeaf* asLeaf(JtwNode& node) {
   return node.isCollection() ? nullptr : static_cast<JtwLeaf*>(&node);
 }
@@ -64,11 +58,6 @@ const char* kindName(JtwNode& node) {
 
 std::string nameOf(JtwNode& node) {
   return ApiSysStringConvertors::UnicodeToRWCString(node.name());
-}
-
-ApiGraColor colorOf(JtwNode& node, bool& isDefault) {
-  if (JtwLeaf* leaf = asLeaf(node)) return leaf->color(isDefault);
-  return (node.*ColorSearch::kEvaluate)(isDefault);
 }
 
 std::string colorText(const ApiGraColor& color) {
@@ -154,7 +143,7 @@ void writeNodeMembers(JsonWriter& json, const ListedObject& object) {
   json.numbers("relLoc",
                (object.relLoc ? *object.relLoc : listedLocation(node, object.parent)).values());
   bool isDefault = true;
-  const ApiGraColor color = colorOf(node, isDefault);
+  const ApiGraColor color = jtw::colorOf(node, isDefault);
   writeColor(json, color, isDefault);
   JtwLeaf* leaf = asLeaf(node);
   json.member("displayed", leaf ? std::optional<bool>(leaf->displayState()) : std::nullopt);

@@ -26,8 +26,6 @@ std::int32_t nodeIdOf(JtwNode& node);
 std::string objectText(JtwNode& node);
 /// The object's name in UTF-8.
 std::string nameOf(JtwNode& node);
-/// Its own color or the one that it inherits.
-ApiGraColor colorOf(JtwNode& node, bool& isDefault);
 /// "#rrggbb" or "#rrggbbaa".
 std::string colorText(const ApiGraColor& color);
 /// Writes the member "color": {r, g, b, a}, with "default" when that is given.

@@ -12,6 +12,7 @@ namespace {
 struct Slot {
   std::string text;
   std::string code;
+  std::optional<JtFormatError> error{};
 };
 
 void drop(void* slot) { delete static_cast<Slot*>(slot); }
@@ -46,6 +47,8 @@ const std::string& jt::lastError() { return lastSlot().text; }
 
 const std::string& jt::lastErrorCode() { return lastSlot().code; }
 
+const std::optional<JtFormatError>& jt::lastFormatError() { return lastSlot().error; }
+
 void jt::setLastError(std::string text, std::string code) {
   if (Slot* const own = slotOfThread()) *own = {std::move(text), std::move(code)};
 }
@@ -56,6 +59,8 @@ void jt::setLastError(const std::exception& failure, const std::string& file) {
   std::string text = isMemory ? "out of memory" : failure.what();
   if (!file.empty() && text.find(file) == std::string::npos) text.insert(0, file + ": ");
   setLastError(std::move(text), isMemory ? "out_of_memory" : known ? known->code() : "");
+  Slot* const own = slotOfThread();
+  if (own && known) own->error = *known;
 }
 
 bool jt::isReadFailure(std::string_view code) noexcept {

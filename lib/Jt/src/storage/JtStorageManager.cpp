@@ -4,6 +4,7 @@
 
 #include "JtFormatError.h"
 #include "storage/AtomicFile.h"
+#include "storage/FolderNames.h"
 #include "storage/MappedFile.h"
 #include "storage/RelativePath.h"
 
@@ -34,6 +35,10 @@ std::string pathOf(const JtStorageLocation& location, const char* code) {
 
 }  // namespace
 
+JtStorageManager::JtStorageManager() : folderNames_(std::make_unique<jt::storage::FolderNames>()) {}
+
+JtStorageManager::~JtStorageManager() = default;
+
 jt::Ref<jt::FileImage> JtStorageManager::open(const JtStorageLocation& location) {
   return jt::storage::MappedFile::open(pathOf(location, "not_found"));
 }
@@ -50,7 +55,7 @@ jt::Ref<JtStorageLocation> JtStorageManager::resolve(const JtStorageLocation& ba
   if (!file) return {};
   const std::string path = file->fullFilePath();
   std::string folder = path.substr(0, path.rfind('/') + 1);
-  const auto found = jt::storage::findRelative(folder, relativePath.stringToMbs());
+  const auto found = jt::storage::findRelative(folder, relativePath.stringToMbs(), *folderNames_);
   if (!found) return {};
   const std::size_t nameStart = found->rfind('/') + 1;
   folder += found->substr(0, nameStart);

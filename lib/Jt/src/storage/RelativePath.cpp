@@ -1,19 +1,13 @@
 #include "storage/RelativePath.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <ctime>
 #include <filesystem>
-#include <mutex>
 #include <set>
 #include <span>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
-#include "JtString.h"
+#include "storage/FolderNames.h"
 
 namespace jt::storage {
 namespace {
@@ -56,95 +50,24 @@ std::string join(std::span<const std::string> parts) {
   return path;
 }
 
-/// Lower case of the Latin, Greek and Cyrillic letters; independent of the locale.
-char16_t lower(char16_t c) {
-  const bool shifted = (c >= u'A' && c <= u'Z') || (c >= 0xc0 && c <= 0xde && c != 0xd7) ||
-                       (c >= 0x391 && c <= 0x3a9) || (c >= 0x410 && c <= 0x42f);
-  if (shifted) return static_cast<char16_t>(c + 0x20);
-  if (c >= 0x400 && c <= 0x40f) return static_cast<char16_t>(c + 0x50);
-  if (c >= 0x100 && c <= 0x137) return static_cast<char16_t>(c | 1);
-  return c;
-}
-
 bool isThere(const fs::path& path) {
   std::error_code error;
   return fs::exists(path, error);
 }
 
-/// A name in lower case.
-std::u16string folded(const std::string& name) {
-  std::u16string units = JtString(name).units();
-  std::ranges::transform(units, units.begin(), lower);
-  return units;
-}
-
-/// What makes one folder, whatever name or link leads to it, and its state.
-struct FolderState {
-  dev_t device = 0;
-  ino_t inode = 0;
-  std::int64_t seconds = 0;
-  std::int64_t nanoseconds = 0;
-  friend auto operator<=>(const FolderState&, const FolderState&) = default;
-};
-
-std::optional<FolderState> stateOf(const fs::path& folder) {
-  struct stat status {};
-  if (stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return std::nullopt;
-  return FolderState{status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
-}
-
-/// Names in the folders that were looked into last, so that a folder is not read again for each of
-/// many names. A folder that changed is read again.
-class FolderNames {
- public:
-  /// Entries of a folder that differ from `name` in case at most, the equal one first.
-  Parts find(const fs::path& folder, const FolderState& state, const std::string& name) {
-    const std::lock_guard lock(mutex_);
-    if (!state_ || *state_ != state) read(folder, state);
-    Parts found;
-    for (auto [at, end] = names_.equal_range(folded(name)); at != end; ++at)
-      found.push_back(at->second);
-    std::ranges::sort(found);
-    std::stable_partition(found.begin(), found.end(),
-                          [&](const std::string& one) { return one == name; });
-    return found;
-  }
-
- private:
-  void read(const fs::path& folder, const FolderState& state) {
-    state_.reset();
-    names_.clear();
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-      std::string name = entry->path().filename().string();
-      std::u16string key = folded(name);
-      names_.emplace(std::move(key), std::move(name));
-    }
-    // The clock of a file system ticks slowly: what changes within a tick does not show.
-    constexpr std::int64_t kSettled = 2;
-    if (std::time(nullptr) - state.seconds >= kSettled) state_ = state;
-  }
-
-  std::mutex mutex_;
-  std::optional<FolderState> state_;  // of the folder that was read
-  std::unordered_multimap<std::u16string, std::string> names_;
-};
-
 /// Finds the components of a path on disk, whatever their case.
 class Matcher {
  public:
-  explicit Matcher(Parts& parts) : parts_(parts) {}
+  Matcher(Parts& parts, FolderNames& names) : parts_(parts), names_(names) {}
 
   /// Replaces the components from `index` on by those on disk.
   bool match(const fs::path& folder, std::size_t index) {
-    static FolderNames names;
     if (index == parts_.size()) return true;
-    const auto state = stateOf(folder);
+    const auto state = FolderState::of(folder);
     // Links may lead to one folder on many ways; what was not found there is not there.
     if (!state || !tried_.emplace(*state, index).second) return false;
     const std::string wanted = parts_[index];
-    for (const std::string& one : names.find(folder, *state, wanted)) {
+    for (const std::string& one : names_.find(folder, *state, wanted)) {
       parts_[index] = one;
       if (match(folder / one, index + 1)) return true;
     }
@@ -154,12 +77,14 @@ class Matcher {
 
  private:
   Parts& parts_;
+  FolderNames& names_;
   std::set<std::pair<FolderState, std::size_t>> tried_;
 };
 
 }  // namespace
 
-std::optional<std::string> findRelative(const std::string& folder, std::string_view path) {
+std::optional<std::string> findRelative(const std::string& folder, std::string_view path,
+                                        FolderNames& names) {
   if (path.empty() || path[0] == '/' || path[0] == '\\' || hasDriveOrScheme(path) ||
       path.find('\0') != path.npos)
     return std::nullopt;
@@ -171,7 +96,7 @@ std::optional<std::string> findRelative(const std::string& folder, std::string_v
   for (const Parts& wanted : {*named, last}) {
     if (isThere(start / join(wanted))) return join(wanted);
     Parts parts = wanted;
-    if (Matcher(parts).match(start, 0)) return join(parts);
+    if (Matcher(parts, names).match(start, 0)) return join(parts);
   }
   return join(*named);
 }

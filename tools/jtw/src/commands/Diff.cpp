@@ -8,14 +8,12 @@
 #include "InputFile.h"
 #include "JtCompare.h"
 #include "JtInspect.h"
+#include "JtwTree.h"
 #include "Progress.h"
 #include "Session.h"
 
 namespace tool {
 namespace {
-
-/// The property with the key that the host gives an object.
-constexpr const char* kHostKey = "KrGmProtoKey";
 
 double tolerance(const Arguments& arguments) {
   const std::string* text = arguments.value("tolerance");
@@ -173,7 +171,7 @@ ExitCode runDiff(Session& session) {
   const Arguments& arguments = session.arguments();
   jt::CompareOptions options;
   options.tolerance = tolerance(arguments);
-  options.identityKeys = {kHostKey};
+  options.identityKeys = {jtw::keyProperty()};
   options.maxDifferences =
       static_cast<std::size_t>(arguments.positiveNumber("limit").value_or(options.maxDifferences));
   const Library library(session);  // knows the host's buffers

@@ -3,6 +3,7 @@
 #include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
+#include "JtwTree.h"
 #include "NodeView.h"
 #include "Session.h"
 
@@ -33,7 +34,7 @@ void showNode(Session& session, const ListedObject& object, std::uint64_t places
   const char* unit = unitOf(node);
   row("unit", unit ? unit : "");
   bool isDefault = true;
-  const ApiGraColor color = colorOf(node, isDefault);
+  const ApiGraColor color = jtw::colorOf(node, isDefault);
   row("color", isDefault ? "default" : colorText(color));
   row("preserved", node.isPreserved(false) ? "yes" : "no");
   row("attributes", printable(node.attributes()));

@@ -47,17 +47,6 @@ struct Facts {
   std::vector<jt::PartFile> parts;
 };
 
-std::string stringProperty(const JtNode& node, const char* key) {
-  const auto* text = jt::as<JtStringPropAtom>(node.property(JtString(key)));
-  return text ? text->value().stringToMbs() : std::string();
-}
-
-bool holdsComponent(const JtPartition& partition) {
-  for (int i = 0; i < partition.numChildren(); ++i)
-    if (stringProperty(*partition.child(i), "KrObjType") == "KrComponent") return true;
-  return false;
-}
-
 /// The unit of the first node, from the top down, that names one.
 std::string findUnit(const JtPartition& partition) {
   std::vector<const JtNode*> pending{&partition};
@@ -65,8 +54,9 @@ std::string findUnit(const JtPartition& partition) {
   while (!pending.empty()) {
     const JtNode* node = pending.back();
     pending.pop_back();
-    std::string unit = stringProperty(*node, Jt::jtPropMeasurementUnits);
-    if (!unit.empty()) return unit;
+    const auto* unit =
+        jt::as<JtStringPropAtom>(node->property(JtString(Jt::jtPropMeasurementUnits)));
+    if (unit && !unit->value().isEmpty()) return unit->value().stringToMbs();
     for (int i = node->numChildren() - 1; i >= 0; --i)
       if (seen.insert(node->child(i)).second) pending.push_back(node->child(i));
   }
@@ -78,7 +68,7 @@ Facts gather(const OpenedAssembly& opened, bool withSegments) {
   Facts facts{.file = jt::summarizeFile(partition),
               .graph = jt::summarizeGraph(partition),
               .shapes = jt::summarizeShapes(partition),
-              .component = holdsComponent(partition),
+              .component = jtw::holdsComponent(partition),
               .native = jtw::isMarkedNative(partition),
               .unit = findUnit(partition),
               .bounds = partition.bounds(),

@@ -75,7 +75,7 @@ void showTree(Session& session, const std::vector<ListedObject>& entries) {
         style.paint(Ink::bold, printable(entries[i].name.empty() ? nameOf(node) : entries[i].name));
     if (const char* unit = unitOf(node)) line += std::string("  ") + unit;
     bool isDefault = true;
-    const ApiGraColor color = colorOf(node, isDefault);
+    const ApiGraColor color = jtw::colorOf(node, isDefault);
     if (!isDefault) line += "  " + style.paint(Ink::cyan, colorText(color));
     if (!entries[i].sameAs.empty()) line += "  = " + entries[i].sameAs;
     session.out().line(line + attachmentText(node));
