@@ -33,7 +33,7 @@ const DmKrUtilsStreamStorageLocation* asStream(const JtStorageLocation& location
 }
 
 [[noreturn]] void fail(const char* code, const std::string& name, const std::string& message) {
-  throw JtFormatError(code, message, {.file = name, .segment = {}, .element = {}, .offset = {}});
+  throw JtFormatError(code, message, {.file = name});
 }
 
 /// The stream of a location, with the name that messages show.

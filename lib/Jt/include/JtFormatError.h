@@ -12,10 +12,10 @@ namespace jt {
 
 /// Where in a file something was found.
 struct FilePosition {
-  std::string file;                     ///< path, or a name for a stream; empty when not known yet
-  std::string segment;                  ///< segment id and kind; empty in the container itself
-  std::string element;                  ///< element and field; may be empty
-  std::optional<std::uint64_t> offset;  ///< byte in the file, or in the inflated segment
+  std::string file{};     ///< path, or a name for a stream; empty when not known yet
+  std::string segment{};  ///< segment id and kind; empty in the container itself
+  std::string element{};  ///< element and field; may be empty
+  std::optional<std::uint64_t> offset{};  ///< byte in the file, or in the inflated segment
 };
 
 }  // namespace jt

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "JtExport.h"
+#include "JtHash.h"
 
 /// 128-bit identifier of a segment or an object type, in the field form of ISO 14306: the first
 /// three fields follow the byte order of the file, the last eight bytes stand as they are.
@@ -40,6 +41,6 @@ struct std::hash<JtGuid> {
     std::memcpy(&tail, id.data4.data(), sizeof tail);
     const std::uint64_t head =
         (std::uint64_t{id.data1} << 32) | (std::uint64_t{id.data2} << 16) | id.data3;
-    return static_cast<std::size_t>((head * 0x9e3779b97f4a7c15ULL) ^ tail);
+    return static_cast<std::size_t>(jt::mixHash(jt::mixHash(0, head), tail));
   }
 };

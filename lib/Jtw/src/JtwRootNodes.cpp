@@ -143,7 +143,7 @@ bool JtwRoot::addNodeByJtNode(JtNode* jtNode, JtwNode* node) {
   return true;
 }
 
-JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const { return nodesByJtNode_->find(jtNode); }
+JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const { return nodesByJtNode_->wrapperOf(jtNode); }
 
 void JtwRoot::forgetNode(JtwNode& node) {
   ++forgotten_;
@@ -155,14 +155,16 @@ void JtwRoot::forgetNode(JtwNode& node) {
       --node.entries_.byKey;
     }
   }
-  if (nodesByJtNode_->find(node.jtNode()) == &node) {
+  if (nodesByJtNode_->wrapperOf(node.jtNode()) == &node) {
     nodesByJtNode_->erase(node.jtNode());
     --node.entries_.byJtNode;
   }
   // It may have had other keys and another JT node before. That is rare enough for a search.
   if (node.entries_.byKey > 0)
     std::erase_if(nodesByKey_, [&node](const auto& entry) { return entry.second == &node; });
-  if (node.entries_.byJtNode > 0) nodesByJtNode_->eraseAll(&node);
+  if (node.entries_.byJtNode > 0)
+    nodesByJtNode_->eraseIf(
+        [&node](JtNode* /*jtNode*/, const JtwNode* wrapper) { return wrapper == &node; });
   node.entries_.byKey = 0;
   node.entries_.byJtNode = 0;
 }
@@ -215,7 +217,7 @@ RWClassicTValOrderedVector<JtwPMI*> JtwRoot::getJtwPMIsOfNode(const JtNode* jtNo
 }
 
 void JtwRoot::setJtwPMIsOfNodeToCollection(JtNode* jtNode) {
-  JtwNode* carrier = nodesByJtNode_->find(jtNode);
+  JtwNode* carrier = nodesByJtNode_->wrapperOf(jtNode);
   const bool isEntity = carrier && carrier->type() == JT_ENTITY_NODE;
   for (JtwPMI* pmi : getJtwPMIsOfNode(jtNode)) {
     JtwCollection* collection = pmi->collection();
@@ -236,7 +238,7 @@ std::vector<JtwNode*> JtwRoot::pmiCarriers() {
     if (canCarry && jt::as<VisMetaDataNode>(node)) carriers.push_back(wrapper);
   };
   nodesByJtNode_->forEach(consider);
-  if (jtNode() && !nodesByJtNode_->find(jtNode())) consider(jtNode(), this);
+  if (jtNode() && !nodesByJtNode_->wrapperOf(jtNode())) consider(jtNode(), this);
   return carriers;
 }
 
@@ -263,7 +265,7 @@ void JtwRoot::recordPMIKey(const ApiProtoKey& key) {
 void JtwRoot::recordPMIKeysBelow(JtNode* node) {
   ApiProtoKey greatest;
   jtw::forEachBelow(node, [this, &greatest](JtNode& below) {
-    JtwNode* wrapper = nodesByJtNode_->find(&below);
+    JtwNode* wrapper = nodesByJtNode_->wrapperOf(&below);
     if (!wrapper || wrapper->isCollection() == 0) return;
     for (JtwPMI* pmi : static_cast<JtwCollection*>(wrapper)->namedBy_)
       greatest = std::max(greatest, pmi->key());

@@ -144,7 +144,7 @@ TEST(PMI, OwnersMayStandInOldContentAndLengthsMayCountFromTheVersion) {
 
   Bytes tags = kDim9.body();
   const std::size_t at = tags.size() - (4 + 4 + 4 + 13 + 17);  // length, inner version, count
-  ASSERT_EQ(loadScalar<std::int32_t>(&tags[at], false), static_cast<int>(tags.size() - at));
+  ASSERT_EQ(jt::loadScalar<std::int32_t>(&tags[at], false), static_cast<int>(tags.size() - at));
   tags[at] = std::byte(std::to_integer<int>(tags[at]) + 2);
   expectReadToldAndWrittenBack(tags, format, data);
   EXPECT_TRUE(data.form.lengthAtOnce);

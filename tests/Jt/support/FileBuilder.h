@@ -16,7 +16,7 @@ class Fields {
   template <class T>
   Fields& put(T value) {
     if constexpr (std::is_arithmetic_v<T>) {
-      value = jt::file::reorder(value, format_.bigEndian);
+      value = jt::inFileOrder(value, format_.bigEndian);
       return raw(std::as_bytes(std::span(&value, 1)));
     } else {
       jt::file::ByteSink sink;

@@ -201,7 +201,7 @@ class ParseWatch {
 }  // namespace
 
 AssemblyPlan readPlan(const std::string& text, const std::string& file) {
-  const jt::FilePosition where{.file = file, .segment = {}, .element = {}, .offset = {}};
+  const jt::FilePosition where{.file = file};
   ParseWatch watch;
   Json root;
   try {

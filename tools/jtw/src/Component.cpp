@@ -77,8 +77,7 @@ ApiDocumentRef openHostDocument(const DocumentName& name) {
   if (name.isFolder) lookIntoCoDocuments();
   host::OpenedDocument opened = host::openDocument(name.path);
   if (!opened.document)
-    throw Failure(ExitCode::input, "bad_document", opened.error,
-                  {.file = name.path, .segment = {}, .element = {}, .offset = {}});
+    throw Failure(ExitCode::input, "bad_document", opened.error, {.file = name.path});
   return opened.document;
 }
 
@@ -89,15 +88,14 @@ ApiDocumentRef openHostDocument(const DocumentName& name) {
     throw Failure(ExitCode::input, "not_found",
                   ApiSysFilePath(name.path).exists() ? "there is no JT file in it"
                                                      : "there is no such document",
-                  {.file = name.path, .segment = {}, .element = {}, .offset = {}});
+                  {.file = name.path});
   if (jt::lastErrorCode() == "out_of_memory") throw std::bad_alloc();
   if (const auto& error = jt::lastFormatError()) {
     jt::FilePosition where = error->where();
     where.file = location + file;  // an error in a stream has the name of that
     throw readFailure({error->code(), error->message(), where}, where.file);
   }
-  throw Failure(ExitCode::input, "not_a_component", jt::lastError(),
-                {.file = name.path, .segment = {}, .element = {}, .offset = {}});
+  throw Failure(ExitCode::input, "not_a_component", jt::lastError(), {.file = name.path});
 }
 
 ApiProtoKey parseKey(const std::string& text) {
@@ -121,7 +119,7 @@ Component::Component(Session& session, const std::string& document, bool forWrit
   showNotes(session, text_, root_->partition()->notes());
   if (!jtw::loadWrappers(*root_))
     throw Failure(ExitCode::input, "not_a_component", "the component cannot be walked",
-                  {.file = text_, .segment = {}, .element = {}, .offset = {}});
+                  {.file = text_});
   relist();
 }
 

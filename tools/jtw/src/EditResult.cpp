@@ -15,7 +15,7 @@ void failUnreadableFrames(const Component& component, JtwNode& collection) {
   throw Failure(
       ExitCode::input, "bad_frames",
       "the frame list of object " + objectText(collection) + " cannot be read: " + jt::lastError(),
-      {.file = component.document(), .segment = {}, .element = {}, .offset = {}});
+      {.file = component.document()});
 }
 
 void storeFrames(const Component& component, JtwCollection* collection) {

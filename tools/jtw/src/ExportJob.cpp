@@ -170,12 +170,10 @@ void readSource(Session& session, const std::string& path, const ExportWishes& w
     wishes.requireOther(part.file);
     for (const JtPartition* holder : part.holders)
       if (const auto& failure = holder->partFailure(); failure && jt::isReadFailure(failure->code))
-        throw Failure(ExitCode::input, "source_unreadable", failure->message,
-                      {.file = part.file, .segment = {}, .element = {}, .offset = {}});
+        throw Failure(ExitCode::input, "source_unreadable", failure->message, {.file = part.file});
   }
   if (!source.root.importHierarchy(ApiKey(1), ApiKey(0), source.opened.top.get()))
-    throw Failure(ExitCode::input, "empty", "there is nothing to export in it",
-                  {.file = path, .segment = {}, .element = {}, .offset = {}});
+    throw Failure(ExitCode::input, "empty", "there is nothing to export in it", {.file = path});
 }
 
 void excludePMI(JtkHierarchy& top, const std::vector<ApiPMIType>& types) {

@@ -26,8 +26,7 @@ Failure fromFormatError(ExitCode exit, const JtFormatError& error, const std::st
 void failUsage(const std::string& message) { throw Failure(ExitCode::usage, "usage", message); }
 
 void failRefused(const std::string& document, const char* code, const std::string& message) {
-  throw Failure(ExitCode::refused, code, message,
-                {.file = document, .segment = {}, .element = {}, .offset = {}});
+  throw Failure(ExitCode::refused, code, message, {.file = document});
 }
 
 Failure readFailure(const JtFormatError& error, const std::string& file) {

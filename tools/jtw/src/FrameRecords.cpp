@@ -162,8 +162,7 @@ std::vector<JtFrame> readFrameRecords(std::string_view text, const std::string& 
   for (const Json& record : list) frames.push_back(readRecord(record, frames.size() + 1));
   return frames;
 } catch (const RecordError& error) {
-  throw Failure(ExitCode::input, "bad_frames", error.message,
-                {.file = file, .segment = {}, .element = {}, .offset = {}});
+  throw Failure(ExitCode::input, "bad_frames", error.message, {.file = file});
 }
 
 void writeFrameRecords(JsonWriter& json, const std::vector<JtFrame>& frames) {

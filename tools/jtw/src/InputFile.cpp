@@ -41,7 +41,7 @@ class PipeLocation final : public JtStorageLocation {
 };
 
 [[noreturn]] void fail(const char* code, const char* name, const std::string& message) {
-  throw JtFormatError(code, message, {.file = name, .segment = {}, .element = {}, .offset = {}});
+  throw JtFormatError(code, message, {.file = name});
 }
 
 class PipeImage final : public jt::FileImage {
@@ -124,8 +124,7 @@ std::string jtFileOf(const std::string& path) {
   std::string location;
   std::string file;
   if (!JtwManager::getFileNameFromDocument(openHostDocument(name), location, file))
-    throw Failure(ExitCode::input, "not_found", "there is no JT file in it",
-                  {.file = path, .segment = {}, .element = {}, .offset = {}});
+    throw Failure(ExitCode::input, "not_found", "there is no JT file in it", {.file = path});
   return location + file;
 }
 
@@ -177,8 +176,7 @@ void showNotes(Session& session, const std::string& path, std::span<const jt::Di
   constexpr std::size_t kShown = 10;
   for (const jt::Diagnostic& note : notes.first(std::min(notes.size(), kShown)))
     session.warn(
-        describe({.file = path, .segment = note.segment, .element = {}, .offset = note.offset},
-                 note.message));
+        describe({.file = path, .segment = note.segment, .offset = note.offset}, note.message));
   if (notes.size() > kShown)
     session.warn(path + ": " + std::to_string(notes.size() - kShown) + " more; see 'jtw verify'");
 }

@@ -33,8 +33,7 @@ Failure openingFailure(const ApiDocumentRef& document, const DocumentName& name,
 Failure savingFailure(const JtwUpdateJtMaterials& update, const DocumentName& name) {
   if (update.saveError())
     return underCode(saveFailure(*update.saveError(), name.path), kSaveFailed);
-  return {ExitCode::output, kSaveFailed, jt::lastError(),
-          jt::FilePosition{.file = name.path, .segment = {}, .element = {}, .offset = {}}};
+  return {ExitCode::output, kSaveFailed, jt::lastError(), jt::FilePosition{.file = name.path}};
 }
 
 Failure failureOf(const JtwUpdateJtMaterials& update, const ApiDocumentRef& document,
@@ -46,7 +45,7 @@ Failure failureOf(const JtwUpdateJtMaterials& update, const ApiDocumentRef& docu
   if (!code.empty() || !JtwManager::getFileNameFromDocument(document, folder, file))
     return openingFailure(document, name, code);
   return {ExitCode::input, "conversion_failed", jt::lastError(),
-          jt::FilePosition{.file = folder + file, .segment = {}, .element = {}, .offset = {}}};
+          jt::FilePosition{.file = folder + file}};
 }
 
 MaterialUpdate update(const DocumentName& name, bool dryRun) {

@@ -23,8 +23,7 @@ namespace fs = std::filesystem;
 
 [[noreturn]] void failOutput(const char* code, const std::string& file,
                              const std::string& message) {
-  throw Failure(ExitCode::output, code, message,
-                {.file = file, .segment = {}, .element = {}, .offset = {}});
+  throw Failure(ExitCode::output, code, message, {.file = file});
 }
 
 /// A folder that is made for a document, and removed again unless keep() is called.
@@ -108,7 +107,7 @@ NewDocument::NewDocument(Session& session, const std::string& document, bool rep
 jt::SaveReport NewDocument::save(jt::SaveOptions options) {
   if (!jtw::completeNewComponent(*root_))
     throw Failure(ExitCode::input, "not_updated", "the materials cannot be completed",
-                  {.file = file_, .segment = {}, .element = {}, .offset = {}});
+                  {.file = file_});
   NewFolder folder;
   jt::Ref<JtStorageLocation> location = outputLocation(file_);
   if (!options.dryRun && name_.isFolder) folder.create(name_.path);

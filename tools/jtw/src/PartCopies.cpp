@@ -127,7 +127,7 @@ void PartCopies::makeFolders(const fs::path& folder) {
   makeFolders(folder.parent_path());
   if (!fs::create_directory(folder, error) && !fs::is_directory(folder))
     throw Failure(ExitCode::output, "unwritable", "the folder cannot be made: " + error.message(),
-                  {.file = folder.string(), .segment = {}, .element = {}, .offset = {}});
+                  {.file = folder.string()});
   made_.emplace_back(folder.string(), jt::TemporaryPath::Kind::folder);
 }
 

@@ -53,9 +53,7 @@ void renewShapes(JtPartition& partition, const std::string& path) {
   forEachNode<JtShape>(partition, [&path](JtShape& shape) {
     if (!shape.hasMesh()) return;
     const auto mesh = shape.mesh();
-    if (!mesh)
-      throw Failure(ExitCode::input, "damaged", jt::lastError(),
-                    {.file = path, .segment = {}, .element = {}, .offset = {}});
+    if (!mesh) throw Failure(ExitCode::input, "damaged", jt::lastError(), {.file = path});
     shape.setMesh(mesh);
   });
 }
@@ -139,7 +137,7 @@ void checkTriangles(const Session& session, const mesh::Scene& scene, const std:
       throw Failure(ExitCode::input, "too_many_triangles",
                     "the meshes add up to more than " + std::to_string(most) +
                         " triangles, each counted where it occurs; option: --max-triangles",
-                    {.file = input, .segment = {}, .element = {}, .offset = {}});
+                    {.file = input});
   }
 }
 
@@ -151,8 +149,7 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   std::vector<jt::PartFile> parts;
   const mesh::Scene scene = readScene(session, input, lines, parts);
   if (scene.models.empty())
-    throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it",
-                  {.file = input, .segment = {}, .element = {}, .offset = {}});
+    throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it", {.file = input});
   if (extension != "glb") checkTriangles(session, scene, input);
   const bool dryRun = session.arguments().has("dry-run");
   const std::vector<std::string> files = mesh::filesOf(scene, output);
@@ -244,8 +241,7 @@ void convertMeshFile(const std::string& mesh, const std::string& jtFile) {
   const char* const words[] = {"convert", mesh.c_str(), jtFile.c_str(), "--quiet"};
   const auto exit = static_cast<ExitCode>(runProgram(words));
   if (exit != ExitCode::done)
-    throw Failure(exit, "not_convertible", "the mesh cannot be converted",
-                  {.file = mesh, .segment = {}, .element = {}, .offset = {}});
+    throw Failure(exit, "not_convertible", "the mesh cannot be converted", {.file = mesh});
 }
 
 }  // namespace tool

@@ -19,8 +19,7 @@ SceneCounts::SceneCounts(const mesh::Scene& scene)
 }
 
 void showNotes(Session& session, const std::string& path, const mesh::Scene& scene) {
-  for (const std::string& note : scene.notes)
-    session.warn(describe({.file = path, .segment = {}, .element = {}, .offset = {}}, note));
+  for (const std::string& note : scene.notes) session.warn(describe({.file = path}, note));
 }
 
 void writeCounts(Session& session, const SceneCounts& counts) {

@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 [[noreturn]] void fail(const char* code, const std::string& path, const std::string& message) {
-  throw JtFormatError(code, message, {.file = path, .segment = {}, .element = {}, .offset = {}});
+  throw JtFormatError(code, message, {.file = path});
 }
 
 /// Opens files that lie in one folder or below it. What is no regular file may never end: a pipe
@@ -227,7 +227,7 @@ Scene loadScene(const std::string& path, double millimetres) try {
   scene.millimetres = millimetres > 0 ? millimetres : unitOf(source, file.extension);
   return scene;
 } catch (const JtFormatError& error) {
-  throw error.within({.file = path, .segment = {}, .element = {}, .offset = {}});
+  throw error.within({.file = path});
 } catch (const std::bad_alloc&) {
   fail("too_large", path, "it asks for more memory than reading it may take");
 } catch (const std::exception& error) {

@@ -38,7 +38,7 @@ Format formatOf(const std::string& path) {
   throw JtFormatError(
       "unknown_format",
       "the extension '" + extension + "' is none that can be written: .glb, .obj, .stl, .ply",
-      {.file = path, .segment = {}, .element = {}, .offset = {}});
+      {.file = path});
 }
 
 std::vector<std::string> filesOf(const Scene& scene, const std::string& path) {

@@ -7,7 +7,7 @@
 namespace jt::codec {
 
 void fail(const char* code, const std::string& message, std::optional<std::size_t> offset) {
-  throw JtFormatError(code, message, {{}, {}, {}, offset});
+  throw JtFormatError(code, message, {.offset = offset});
 }
 
 Budget Budget::forInput(std::size_t size, std::uint64_t most, MemoryShare* memory) {

@@ -3,7 +3,6 @@
 // Bytes for the codecs: a cursor that checks every read, a budget for what decoded data may take,
 // and the bytes that encoders append to.
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -13,6 +12,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/ByteOrder.h"
 #include "base/MemoryBudget.h"
 
 namespace jt::codec {
@@ -54,19 +54,6 @@ class Budget {
   MemoryShare* memory_;
 };
 
-/// @return the scalar with its bytes turned round when `bigEndian` is not the machine's order
-template <class T>
-T inFileOrder(T value, bool bigEndian) noexcept {
-  static_assert(std::is_unsigned_v<T>);
-  if (bigEndian == (std::endian::native == std::endian::big)) return value;
-  T turned = 0;
-  for (std::size_t i = 0; i < sizeof(T); ++i) {
-    turned = static_cast<T>((sizeof(T) > 1 ? turned << 8 : 0) | (value & 0xff));
-    value = static_cast<T>(sizeof(T) > 1 ? value >> 8 : 0);
-  }
-  return turned;
-}
-
 /// Reads scalars one after the other. Throws JtFormatError "truncated" where they do not fit.
 class ByteCursor {
  public:
@@ -82,9 +69,7 @@ class ByteCursor {
 
   std::uint8_t u8(const char* what) { return std::to_integer<std::uint8_t>(take(1, what)[0]); }
   std::uint32_t u32(const char* what) {
-    std::uint32_t value;
-    std::memcpy(&value, take(sizeof value, what).data(), sizeof value);
-    return inFileOrder(value, bigEndian_);
+    return loadScalar<std::uint32_t>(take(sizeof(std::uint32_t), what).data(), bigEndian_);
   }
   std::int32_t i32(const char* what) { return static_cast<std::int32_t>(u32(what)); }
   /// An I32 that may not be negative.

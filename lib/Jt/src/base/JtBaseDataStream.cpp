@@ -2,31 +2,21 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <limits>
+
+#include "base/ByteOrder.h"
 
 namespace {
 
-template <std::size_t Size>
-std::array<std::byte, Size> toBytes(std::uint32_t value, bool bigEndian) {
-  std::array<std::byte, Size> bytes{};
-  for (std::size_t i = 0; i < Size; ++i)
-    bytes[bigEndian ? Size - 1 - i : i] = static_cast<std::byte>(value >> (8 * i));
-  return bytes;
-}
-
-template <std::size_t Size>
-std::uint32_t toNumber(const std::byte* bytes, bool bigEndian) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < Size; ++i)
-    value |= std::to_integer<std::uint32_t>(bytes[bigEndian ? Size - 1 - i : i]) << (8 * i);
-  return value;
+template <class Unsigned>
+std::array<std::byte, sizeof(Unsigned)> toBytes(Unsigned value, bool bigEndian) {
+  return std::bit_cast<std::array<std::byte, sizeof(Unsigned)>>(jt::inFileOrder(value, bigEndian));
 }
 
 }  // namespace
 
-bool JtBaseDataStream::write(std::uint32_t value) {
-  return writeRaw(toBytes<4>(value, bigEndian_));
-}
+bool JtBaseDataStream::write(std::uint32_t value) { return writeRaw(toBytes(value, bigEndian_)); }
 
 bool JtBaseDataStream::write(std::int32_t value) {
   return write(static_cast<std::uint32_t>(value));
@@ -36,7 +26,8 @@ bool JtBaseDataStream::write(const JtString& text) {
   if (text.length() > std::numeric_limits<std::int32_t>::max()) return false;
   output_.reserve(output_.size() + 4 + 2 * text.length());
   write(static_cast<std::uint32_t>(text.length()));
-  for (const char16_t unit : text.units()) writeRaw(toBytes<2>(unit, bigEndian_));
+  for (const char16_t unit : text.units())
+    writeRaw(toBytes(static_cast<std::uint16_t>(unit), bigEndian_));
   return true;
 }
 
@@ -47,7 +38,7 @@ bool JtBaseDataStream::writeRaw(std::span<const std::byte> bytes) {
 
 bool JtBaseDataStream::read(std::uint32_t& value) {
   if (left() < 4) return false;
-  value = toNumber<4>(input_.data() + position_, bigEndian_);
+  value = jt::loadScalar<std::uint32_t>(input_.data() + position_, bigEndian_);
   position_ += 4;
   return true;
 }
@@ -70,7 +61,8 @@ bool JtBaseDataStream::read(JtString& text) {
   }
   std::u16string units(count, u'\0');
   for (char16_t& unit : units) {
-    unit = static_cast<char16_t>(toNumber<2>(input_.data() + position_, bigEndian_));
+    unit =
+        static_cast<char16_t>(jt::loadScalar<std::uint16_t>(input_.data() + position_, bigEndian_));
     position_ += 2;
   }
   text = JtString(std::move(units));

@@ -9,7 +9,7 @@ DocumentLimitError::DocumentLimitError(std::uint64_t limit, std::optional<std::s
                     "the content of the file takes more memory than the " + std::to_string(limit) +
                         " bytes that it may; if the file is to be trusted, raise the limit "
                         "(maxDocumentBytes)",
-                    {{}, {}, {}, offset}) {}
+                    {.offset = offset}) {}
 
 bool MemoryBudget::takeIfLeft(std::uint64_t bytes) noexcept {
   std::uint64_t taken = taken_.load(std::memory_order_relaxed);

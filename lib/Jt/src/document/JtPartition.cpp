@@ -269,9 +269,8 @@ bool JtPartition::isContentModified() const {
 /// A closed partition has no content: saving it would replace a good file by an empty one.
 void JtPartition::requireOpen(const JtStorageLocation& target) const {
   if (isClosed_)
-    throw JtFormatError(
-        "closed", "the partition is closed; open the file again before it is saved",
-        {.file = target.displayName().stringToMbs(), .segment = {}, .element = {}, .offset = {}});
+    throw JtFormatError("closed", "the partition is closed; open the file again before it is saved",
+                        {.file = target.displayName().stringToMbs()});
 }
 
 namespace {

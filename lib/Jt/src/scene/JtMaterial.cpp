@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "JtHash.h"
+
 jt::Ref<JtBase> JtMaterial::clone() const { return jt::Ref<JtBase>(new JtMaterial(*this)); }
 
 void JtMaterial::setAmbientColor(float red, float green, float blue, float alpha) {
@@ -110,10 +112,7 @@ bool JtMaterial::isEqualTo(const JtMaterial& other) const noexcept {
 
 std::size_t JtMaterial::hash() const noexcept {
   std::uint64_t hash = stateFlags();
-  for (const std::uint32_t value : values()) {
-    hash = (hash ^ value) * 0x9e3779b97f4a7c15U;
-    hash ^= hash >> 29;
-  }
+  for (const std::uint32_t value : values()) hash = jt::mixHash(hash, value);
   return static_cast<std::size_t>(hash);
 }
 

@@ -26,11 +26,10 @@ JtStorageManager* defaultManager() {
 
 std::string pathOf(const JtStorageLocation& location, const char* code) {
   if (const auto* file = jt::as<JtFSStorageLocation>(&location)) return file->fullFilePath();
-  throw JtFormatError(
-      code,
-      "the place is no file, and the storage manager in use serves files only; "
-      "install the one that serves it",
-      {.file = location.displayName().stringToMbs(), .segment = {}, .element = {}, .offset = {}});
+  throw JtFormatError(code,
+                      "the place is no file, and the storage manager in use serves files only; "
+                      "install the one that serves it",
+                      {.file = location.displayName().stringToMbs()});
 }
 
 }  // namespace

@@ -17,14 +17,14 @@ namespace {
   const bool missing = error == ENOENT || error == ENOTDIR;
   throw JtFormatError(missing ? "not_found" : "unreadable",
                       missing ? "there is no such file" : "cannot be opened: " + errorText(error),
-                      {.file = path, .segment = {}, .element = {}, .offset = {}});
+                      {.file = path});
 }
 
 void requireRegular(const std::string& path, const struct stat& info) {
   if (S_ISREG(info.st_mode)) return;
   throw JtFormatError("not_a_file",
                       std::string("a file was expected, but this is ") + kindText(info.st_mode),
-                      {.file = path, .segment = {}, .element = {}, .offset = {}});
+                      {.file = path});
 }
 
 /// Descriptors that stay open, of all files of the process.
@@ -92,7 +92,7 @@ MappedFile::Look MappedFile::look() const noexcept {
 
 JtFormatError MappedFile::errorOf(const std::string& path, const Look& look,
                                   std::uint64_t sizeBefore) {
-  const FilePosition where{.file = path, .segment = {}, .element = {}, .offset = {}};
+  const FilePosition where{.file = path};
   if (look.state == State::unreadable)
     return {"unreadable", "the file cannot be read any more; check the medium", where};
   const std::string what = look.state == State::shorter
@@ -154,7 +154,7 @@ void MappedFile::Access::readAt(std::uint64_t offset, std::span<std::byte> out) 
         [&] { return ::pread(number_, out.data(), out.size(), static_cast<off_t>(offset)); });
     if (count < 0)
       throw JtFormatError("unreadable", "cannot be read: " + errorText(errno),
-                          {.file = file_.path_, .segment = {}, .element = {}, .offset = offset});
+                          {.file = file_.path_, .offset = offset});
     if (count == 0) throw errorOf(file_.path_, {State::shorter, offset}, file_.size_);
     out = out.subspan(static_cast<std::size_t>(count));
     offset += static_cast<std::uint64_t>(count);

@@ -29,8 +29,7 @@ void SaveErrors::failed(int error, std::string_view doing) const {
 }
 
 void SaveErrors::raise(std::string_view code, std::string message) const {
-  throw JtFormatError(std::string(code), std::move(message),
-                      {.file = path_, .segment = {}, .element = {}, .offset = {}});
+  throw JtFormatError(std::string(code), std::move(message), {.file = path_});
 }
 
 }  // namespace jt::storage

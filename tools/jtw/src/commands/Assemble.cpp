@@ -32,7 +32,7 @@ class ScratchFolder {
       std::error_code error;
       if (!fs::create_directory(path, error))
         throw Failure(ExitCode::output, "unwritable", "no folder for converted meshes can be made",
-                      {.file = path.string(), .segment = {}, .element = {}, .offset = {}});
+                      {.file = path.string()});
       path_.set(path.string(), jt::TemporaryPath::Kind::folder);
       fs::permissions(path, fs::perms::owner_all, error);
     }
@@ -58,8 +58,7 @@ class Sources {
       std::string file = path;
       if (!DocumentName(path).isJt && !fs::is_directory(path)) {
         if (!fs::exists(path))
-          throw Failure(ExitCode::input, "not_found", "there is no such file",
-                        {.file = path, .segment = {}, .element = {}, .offset = {}});
+          throw Failure(ExitCode::input, "not_found", "there is no such file", {.file = path});
         wishes.requireOther(path);
         file = scratch_.place(sources_.size());
         convertMeshFile(path, file);

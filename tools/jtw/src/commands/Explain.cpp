@@ -241,7 +241,7 @@ void explainByte(Session& session, const Question& question) {
   if (!sink.found())
     throw Failure(ExitCode::usage, "no_field",
                   "there is no field at byte " + std::to_string(*question.offset),
-                  {.file = question.path, .segment = {}, .element = {}, .offset = question.offset});
+                  {.file = question.path, .offset = question.offset});
   const jt::ExplainedField& field = *sink.found();
   std::optional<jt::ObjectPlace> place;
   if (field.objectId != 0)

@@ -37,7 +37,7 @@ std::string findProgram() {
 }
 
 [[noreturn]] void failSignal(const std::string& file, int signal) {
-  const jt::FilePosition where{.file = file, .segment = {}, .element = {}, .offset = {}};
+  const jt::FilePosition where{.file = file};
   if (signal == SIGXCPU || signal == SIGALRM)
     throw Failure(ExitCode::input, "too_slow",
                   "reading it takes too long; it is likely damaged; option: --max-seconds", where);
@@ -99,8 +99,7 @@ void convertMeshFile(const std::string& mesh, const std::string& jtFile) {
   }
   restore();
   if (exit != ExitCode::done)
-    throw Failure(exit, "not_convertible", "the mesh cannot be converted",
-                  {.file = mesh, .segment = {}, .element = {}, .offset = {}});
+    throw Failure(exit, "not_convertible", "the mesh cannot be converted", {.file = mesh});
 }
 
 }  // namespace tool

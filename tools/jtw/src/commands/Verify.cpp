@@ -168,9 +168,8 @@ void showFindings(Output& out, const Style& style, const std::string& part,
         style.paint(finding.isError ? Ink::red : Ink::yellow,
                     finding.isError ? "error  " : "warning") +
         " " + finding.code + ": " +
-        printable(describe(
-            {.file = part, .segment = finding.segment, .element = {}, .offset = finding.offset},
-            finding.message)));
+        printable(describe({.file = part, .segment = finding.segment, .offset = finding.offset},
+                           finding.message)));
 }
 
 void showVerdict(Output& out, const Style& style, const Verdict& verdict) {
@@ -187,9 +186,8 @@ ExitCode verifyOne(Session& session, const std::string& path) {
   const Verdict verdict =
       examine(session, path, [&progress](double share) { progress.update(share); });
   if (const jt::Diagnostic* finding = verdict.unreadable())
-    throw Failure(
-        ExitCode::input, finding->code, finding->message,
-        {.file = path, .segment = finding->segment, .element = {}, .offset = finding->offset});
+    throw Failure(ExitCode::input, finding->code, finding->message,
+                  {.file = path, .segment = finding->segment, .offset = finding->offset});
   if (session.wantsJson()) {
     session.beginResult();
     writeVerdict(session.json(), verdict);

@@ -5,6 +5,7 @@
 #include <bit>
 #include <utility>
 
+#include "base/IndexTable.h"
 #include "codec/packet/Arithmetic.h"
 
 namespace jt::codec {
@@ -188,19 +189,18 @@ class ByteBitWriter {
 std::vector<Histogram::Entry> countScattered(std::span<const std::int32_t> values,
                                              std::size_t step) {
   const std::size_t count = (values.size() + step - 1) / step;
-  const unsigned width = widthOf(static_cast<std::uint32_t>(count)) + 1;
-  std::vector<std::uint32_t> slots(std::size_t{1} << width);  // numbers of entries, from 1
+  IndexTable table(count);
   std::vector<Histogram::Entry> entries;
   for (std::size_t i = 0; i < values.size(); i += step) {
     const std::int32_t value = values[i];
-    std::size_t at = static_cast<std::uint32_t>(value) * 0x9e3779b9U >> (32 - width);
-    while (slots[at] != 0 && entries[slots[at] - 1].value != value)
-      at = (at + 1) & (slots.size() - 1);
-    if (slots[at] == 0) {
+    std::uint32_t& entry = table.find(static_cast<std::uint32_t>(value), [&](std::uint32_t index) {
+      return entries[index].value == value;
+    });
+    if (entry == IndexTable::kFree) {
+      entry = static_cast<std::uint32_t>(entries.size());
       entries.push_back({value, 0});
-      slots[at] = static_cast<std::uint32_t>(entries.size());
     }
-    ++entries[slots[at] - 1].count;
+    ++entries[entry].count;
   }
   return entries;
 }

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <numeric>
 
+#include "base/IndexTable.h"
+
 namespace jt::codec {
 
 namespace {
@@ -11,10 +13,7 @@ namespace {
 /// Mixes numbers into a hash that spreads well enough for a table.
 class Mixer {
  public:
-  void add(std::uint32_t value) noexcept {
-    state_ = (state_ ^ value) * 0x9e3779b97f4a7c15U;
-    state_ ^= state_ >> 32;
-  }
+  void add(std::uint32_t value) noexcept { state_ = mixHash(state_, value); }
   void add(std::span<const float> values) noexcept {
     for (const float value : values) add(std::bit_cast<std::uint32_t>(value));
   }
@@ -33,18 +32,15 @@ bool sameBits(std::span<const float> a, std::span<const float> b) {
 /// @param hash of an item by index @param equal of two items by index
 template <class Hash, class Equal>
 std::vector<std::uint32_t> firstOfEquals(std::size_t count, Hash hash, Equal equal) {
-  constexpr std::uint32_t kFree = 0xffffffffU;
-  std::size_t size = 16;
-  while (size < 2 * count) size *= 2;
-  std::vector<std::uint32_t> slots(size, kFree);
+  IndexTable table(count);
   std::vector<std::uint32_t> first(count);
   bool anyEqual = false;
   for (std::uint32_t i = 0; i < count; ++i) {
-    std::size_t at = hash(i) & (size - 1);
-    while (slots[at] != kFree && !equal(slots[at], i)) at = (at + 1) & (size - 1);
-    if (slots[at] == kFree) slots[at] = i;
-    first[i] = slots[at];
-    anyEqual = anyEqual || slots[at] != i;
+    std::uint32_t& found =
+        table.find(hash(i), [&](std::uint32_t other) { return equal(other, i); });
+    if (found == IndexTable::kFree) found = i;
+    first[i] = found;
+    anyEqual = anyEqual || found != i;
   }
   if (!anyEqual) first.clear();
   return first;

@@ -49,7 +49,7 @@ void Writer::operator()(const char*, const JtString& value) {
   putCount(value.length());
   std::byte* to = out_.extend(2 * value.length());
   for (const char16_t unit : value.units()) {
-    const auto stored = reorder(static_cast<std::uint16_t>(unit), format_.bigEndian);
+    const auto stored = inFileOrder(static_cast<std::uint16_t>(unit), format_.bigEndian);
     std::memcpy(to, &stored, sizeof stored);
     to += sizeof stored;
   }

@@ -4,7 +4,6 @@
 // same, telling every field to a listener) and Writer (object to bytes). All checks of sizes and
 // counts are here, so that a field list has none.
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -22,6 +21,7 @@
 #include "JtShape.h"
 #include "JtString.h"
 #include "base/Buffer.h"
+#include "base/ByteOrder.h"
 #include "base/MemoryBudget.h"
 #include "file/archive/Format.h"
 
@@ -29,25 +29,6 @@ namespace jt::file {
 
 template <class T>
 concept Scalar = std::is_arithmetic_v<T>;
-
-/// The bytes of a scalar turned round when the file's order is not the machine's.
-template <Scalar T>
-T reorder(T value, bool bigEndian) noexcept {
-  if (bigEndian == (std::endian::native == std::endian::big)) return value;
-  std::array<std::byte, sizeof(T)> bytes;
-  std::memcpy(bytes.data(), &value, sizeof(T));
-  for (std::size_t i = 0; i < sizeof(T) / 2; ++i) std::swap(bytes[i], bytes[sizeof(T) - 1 - i]);
-  std::memcpy(&value, bytes.data(), sizeof(T));
-  return value;
-}
-
-/// Reads a scalar at `bytes`; the caller has checked that it is there.
-template <Scalar T>
-T loadScalar(const std::byte* bytes, bool bigEndian) noexcept {
-  T value;
-  std::memcpy(&value, bytes, sizeof(T));
-  return reorder(value, bigEndian);
-}
 
 JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept;
 
@@ -255,7 +236,7 @@ class BasicReader {
     raw(name, bytes, readCount(name, 1));
   }
   [[noreturn]] void fail(const char* name, const std::string& message) const {
-    throw JtFormatError("bad_value", message, {{}, {}, name, offset()});
+    throw JtFormatError("bad_value", message, {.element = name, .offset = offset()});
   }
 
  private:
@@ -264,7 +245,7 @@ class BasicReader {
     throw JtFormatError("truncated",
                         std::string("expected ") + std::to_string(size) + " bytes for " + name +
                             ", found " + std::to_string(left()),
-                        {{}, {}, name, offset()});
+                        {.element = name, .offset = offset()});
   }
   std::size_t readCount(const char* name, std::size_t itemSize) {
     std::int32_t count = 0;
@@ -275,7 +256,7 @@ class BasicReader {
       throw JtFormatError("bad_count",
                           std::string("the count of ") + name + " is " + std::to_string(count) +
                               ", but there is room for " + std::to_string(room),
-                          {{}, {}, name, offset()});
+                          {.element = name, .offset = offset()});
     trace(name, "I32 count", sizeof count, [&] { return std::to_string(count); });
     at_ += sizeof count;
     return static_cast<std::size_t>(count);
@@ -413,13 +394,13 @@ class Writer {
   }
   void append(std::span<const std::byte> bytes) { out_.append(bytes); }
   [[noreturn]] void fail(const char* name, const std::string& message) const {
-    throw JtFormatError("bad_value", message, {{}, {}, name, {}});
+    throw JtFormatError("bad_value", message, {.element = name});
   }
 
  private:
   template <Scalar T>
   void put(T value) {
-    value = reorder(value, format_.bigEndian);
+    value = inFileOrder(value, format_.bigEndian);
     std::memcpy(out_.extend(sizeof(T)), &value, sizeof(T));
   }
   void putCount(std::size_t count);

@@ -111,7 +111,7 @@ class FieldLister {
   void counted(const char* name, const std::vector<std::byte>& bytes) { raw(name, bytes, 0); }
   void append(const std::vector<std::byte>& bytes) { raw("surplus", bytes, 0); }
   [[noreturn]] void fail(const char* name, const std::string& message) const {
-    throw JtFormatError("bad_value", message, {{}, {}, name, {}});
+    throw JtFormatError("bad_value", message, {.element = name});
   }
 
  private:

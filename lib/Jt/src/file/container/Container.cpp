@@ -122,33 +122,33 @@ std::string Container::versionText() const {
 void Container::readHeader() {
   const auto bytes = image_->bytes();
   if (bytes.empty())
-    throw JtFormatError("empty", "expected a JT file, found an empty one", {{}, {}, {}, 0});
+    throw JtFormatError("empty", "expected a JT file, found an empty one", {.offset = 0});
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
                               std::min(bytes.size(), kVersionTextSize));
   const auto version = parseVersion(text);
   if (!version)
     throw JtFormatError("not_jt", "expected a JT file, which begins with \"Version M.n JT\"",
-                        {{}, {}, {}, 0});
+                        {.offset = 0});
   if (version->major < 8 || version->major > 10)
     throw JtFormatError("unsupported_version",
                         "JT version " + std::to_string(version->major) + "." +
                             std::to_string(version->minor) +
                             " cannot be read; versions 8.0 to 10.x can",
-                        {{}, {}, {}, 0});
+                        {.offset = 0});
   format_ = {version->major, version->minor, false};
   const std::size_t headerSize = FileHeader::size(format_);
   if (bytes.size() < headerSize)
     throw JtFormatError("truncated",
                         "file truncated: the header takes " + std::to_string(headerSize) +
                             " bytes, found " + std::to_string(bytes.size()),
-                        {{}, {}, {}, bytes.size()});
+                        {.offset = bytes.size()});
   checkBytesOk_ = text.substr(kVersionTextSize - kCheckBytes.size()) == kCheckBytes;
   const auto order = std::to_integer<int>(bytes[kVersionTextSize]);
   if (order > 1) {
-    if (!checkBytesOk_) throwTextMode({{}, {}, "byteOrder", kVersionTextSize});
+    if (!checkBytesOk_) throwTextMode({.element = "byteOrder", .offset = kVersionTextSize});
     throw JtFormatError("bad_byte_order",
                         "expected byte order 0 or 1, found " + std::to_string(order),
-                        {{}, {}, "byteOrder", kVersionTextSize});
+                        {.element = "byteOrder", .offset = kVersionTextSize});
   }
   if (!checkBytesOk_)
     note(false, "header_check_bytes", 75,
@@ -174,7 +174,7 @@ void Container::readToc() {
                             std::to_string(bytes.size()) + ", found its offset to be " +
                             std::to_string(at) +
                             (at < headerSize ? "" : "; the file is truncated or damaged"),
-                        {{}, {}, "tocOffset", 85});
+                        {.element = "tocOffset", .offset = 85});
   const auto count = loadScalar<std::int32_t>(bytes.data() + at, format_.bigEndian);
   const std::size_t entrySize = TocEntry::size(format_);
   const std::uint64_t room = (bytes.size() - at - 4) / entrySize;
@@ -183,7 +183,7 @@ void Container::readToc() {
                         "the table of contents names " + std::to_string(count) +
                             " segments, but there is room for 1 to " + std::to_string(room) +
                             "; the file is truncated or damaged",
-                        {{}, {}, "entryCount", at});
+                        {.element = "entryCount", .offset = at});
   toc_.resize(static_cast<std::size_t>(count));
   Reader reader(bytes.subspan(at + 4, static_cast<std::size_t>(count) * entrySize), format_,
                 at + 4);
@@ -199,7 +199,7 @@ void Container::readToc() {
                               std::to_string(entry.length) + " bytes at offset " +
                               hex(entry.offset) + ", but the file ends at " + hex(bytes.size()) +
                               (beyond ? "; the file is truncated or damaged" : ""),
-                          {{}, {}, "segmentOffset", row});
+                          {.element = "segmentOffset", .offset = row});
     }
     total += entry.length;
   }
@@ -209,7 +209,7 @@ void Container::readToc() {
     throw JtFormatError("segments_overlap",
                         "the segments of the table of contents weigh " + std::to_string(total) +
                             " bytes, more than eight times what the file has",
-                        {{}, {}, "segmentLength", at});
+                        {.element = "segmentLength", .offset = at});
   if (total > bytes.size())
     note(true, "segments_overlap", at,
          "the segments of the table of contents weigh " + std::to_string(total) +

@@ -18,7 +18,7 @@ std::int32_t lengthAt(std::span<const std::byte> content, std::size_t at,
 
 [[noreturn]] void badLength(std::string expected, std::int32_t found, std::size_t at) {
   throw JtFormatError("bad_element_length", std::move(expected) + std::to_string(found),
-                      {{}, {}, "elementLength", at});
+                      {.element = "elementLength", .offset = at});
 }
 
 }  // namespace

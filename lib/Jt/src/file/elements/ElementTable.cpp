@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 
+#include "JtFlatMap.h"
 #include "file/elements/AtomFields.h"
 #include "file/elements/AttributeFields.h"
 #include "file/elements/NodeFields.h"
@@ -128,40 +129,27 @@ const std::vector<ElementKind>& table() {
 const JtGuid kVertexShapeSwapped{
     0x10dd107f, 0x2ac8, 0x11d1, {0x6b, 0x9b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 
-/// The kinds by object type id: asked for every element of a file, so a small flat table.
-class KindIndex {
- public:
-  KindIndex() {
-    for (const ElementKind& kind : table()) add(kind.guid, kind);
-    for (const ElementKind& kind : table())
-      if (kind.type == JtVertexShape::classTypeID()) add(kVertexShapeSwapped, kind);
-  }
-  const ElementKind* find(const JtGuid& guid) const noexcept {
-    for (std::size_t at = place(guid); slots_[at].kind; at = (at + 1) % slots_.size())
-      if (slots_[at].guid == guid) return slots_[at].kind;
-    return nullptr;
-  }
-
- private:
-  struct Slot {
-    JtGuid guid;
-    const ElementKind* kind = nullptr;
-  };
-  static std::size_t place(const JtGuid& guid) noexcept { return (guid.data1 * 0x9e3779b1U) >> 24; }
-  void add(const JtGuid& guid, const ElementKind& kind) {
-    std::size_t at = place(guid);
-    while (slots_[at].kind) at = (at + 1) % slots_.size();
-    slots_[at] = {guid, &kind};
-  }
-
-  std::array<Slot, 256> slots_{};
+/// Type ids differ in their first field.
+struct TypeIdHash {
+  std::size_t operator()(const JtGuid& id) const noexcept { return id.data1; }
 };
+using KindIndex = FlatMap<JtGuid, const ElementKind*, TypeIdHash>;
+
+/// The kinds by object type id: asked for every element of a file.
+KindIndex indexOfKinds() {
+  KindIndex index(2 * table().size());
+  for (const ElementKind& kind : table()) index.insert(kind.guid, &kind);
+  for (const ElementKind& kind : table())
+    if (kind.type == JtVertexShape::classTypeID()) index.insert(kVertexShapeSwapped, &kind);
+  return index;
+}
 
 }  // namespace
 
 const ElementKind* findElementKind(const JtGuid& guid) {
-  static const KindIndex index;
-  return index.find(guid);
+  static const KindIndex index = indexOfKinds();
+  const ElementKind* const* kind = index.find(guid);
+  return kind ? *kind : nullptr;
 }
 
 const ElementKind* findElementKind(const JtType* type) {

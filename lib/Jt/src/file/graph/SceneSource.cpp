@@ -69,7 +69,7 @@ std::size_t SceneSource::scanElements(std::size_t at, bool lastList) {
         throw JtFormatError(
             "bad_element_length",
             "an end marker takes 16 bytes, found " + std::to_string(element.size - kLengthSize),
-            {{}, {}, "elementLength", at});
+            {.element = "elementLength", .offset = at});
       return next;
     }
     offsets_.push_back(static_cast<std::uint32_t>(at));
@@ -132,7 +132,7 @@ void SceneSource::scanTable(std::size_t at) {
       throw JtFormatError("truncated",
                           std::string("expected ") + what + " of the property table, found " +
                               std::to_string(all.size() - at) + " bytes",
-                          {{}, {}, "property table", at});
+                          {.element = "property table", .offset = at});
   };
   const bool big = format().bigEndian;
   const auto int32 = [&](const char* what) {
@@ -150,7 +150,7 @@ void SceneSource::scanTable(std::size_t at) {
                         "the property table names " + std::to_string(count) +
                             " elements, but there is room for " +
                             std::to_string((all.size() - at) / 8),
-                        {{}, {}, "elementCount", at - 4});
+                        {.element = "elementCount", .offset = at - 4});
   rows_.reserve(static_cast<std::size_t>(count));
   for (std::int32_t i = 0; i < count; ++i) {
     PropertyRow row{int32("an element id"), 0};

@@ -123,8 +123,9 @@ PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size
     }
   }
   if (withSurplus) return std::move(*withSurplus);
-  throw JtFormatError("bad_pmi", "the PMI cannot be read: " + failure->message(),
-                      {{}, {}, failure->where().element, failure->where().offset.value_or(base)});
+  throw JtFormatError(
+      "bad_pmi", "the PMI cannot be read: " + failure->message(),
+      {.element = failure->where().element, .offset = failure->where().offset.value_or(base)});
 }
 
 void tracePMI(std::span<const std::byte> body, const Format& format, std::size_t base,
@@ -140,7 +141,7 @@ void tracePMI(std::span<const std::byte> body, const Format& format, std::size_t
   TracingReader reader(body, format, base, &listener);
   if (memory) reader.countIn(*memory);
   PMIFields::run(reader, data);
-  if (damage) throw JtFormatError(damage->code(), damage->message(), {{}, {}, {}, reader.offset()});
+  if (damage) throw JtFormatError(damage->code(), damage->message(), {.offset = reader.offset()});
 }
 
 void writePMI(ByteSink& out, const PMIData& data, const Format& format, codec::Report& losses) {

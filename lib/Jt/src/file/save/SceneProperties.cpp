@@ -25,7 +25,7 @@ void SceneWriter::markAtom(std::int32_t id) {
 }
 
 void SceneWriter::putId(std::int32_t id) {
-  const std::int32_t stored = reorder(id, format_.bigEndian);
+  const std::int32_t stored = inFileOrder(id, format_.bigEndian);
   std::memcpy(rows_.extend(sizeof stored), &stored, sizeof stored);
 }
 
@@ -87,7 +87,7 @@ std::int32_t SceneWriter::atomId(const JtPropAtom& named) {
   // An atom that only one property holds cannot be met again: it needs no place in the table.
   const bool isShared = atom.refCount() > 1 || geometry;
   if (isShared)
-    if (const std::int32_t known = ids_.at(&atom)) return known;
+    if (const std::int32_t* known = ids_.find(&atom)) return *known;
   if (skipsInConversion({&atom, SceneSource::kNone, 0})) return 0;
   const auto* text = as<JtStringPropAtom>(&atom);
   bool isNew = true;

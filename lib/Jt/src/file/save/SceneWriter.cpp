@@ -187,8 +187,9 @@ std::int32_t SceneWriter::idOf(const JtSceneObject& object) const {
                           source_->position(source_->offset(SceneSource::elementOf(object))));
     return id;
   }
-  return hasOwnSlot(object) ? static_cast<std::int32_t>(FieldAccess::element(object))
-                            : ids_.at(&object);
+  if (hasOwnSlot(object)) return static_cast<std::int32_t>(FieldAccess::element(object));
+  const std::int32_t* const id = ids_.find(&object);
+  return id ? *id : 0;
 }
 
 /// Elements of the source keep their place and their id: those in use, and those that nothing led
@@ -209,7 +210,7 @@ void SceneWriter::collectGraph() {
     meet(*node, true);
     for (int i = 0; i < node->numAttributes(); ++i) {
       const JtAttribute& attribute = *node->attribute(i);
-      meet(attribute, hasOwnSlot(attribute) || ids_.at(&attribute) == 0);
+      meet(attribute, hasOwnSlot(attribute) || !ids_.find(&attribute));
     }
   }
   takeLights(added);
@@ -404,7 +405,7 @@ void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& link
   const std::size_t length = out.size() - start - kLengthSize;
   if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
     throw JtFormatError("too_large", "an element of 2 GiB cannot be stored");
-  const auto stored = reorder(static_cast<std::int32_t>(length), format_.bigEndian);
+  const auto stored = inFileOrder(static_cast<std::int32_t>(length), format_.bigEndian);
   std::memcpy(out.data() + start, &stored, sizeof stored);
 }
 

@@ -7,9 +7,10 @@
 #include <unordered_set>
 #include <vector>
 
+#include "JtFlatMap.h"
 #include "JtMaterial.h"
 #include "JtPartition.h"
-#include "base/IdTables.h"
+#include "base/RecentTexts.h"
 #include "file/graph/SceneSource.h"
 #include "file/save/SavePlan.h"
 #include "file/save/SegmentPlaces.h"
@@ -129,7 +130,8 @@ class SceneWriter {
   std::size_t lostBumps_ = 0;
   std::size_t lostFinalFields_ = 0;
   std::size_t lostObjects_ = 0;
-  PointerIds<JtSceneObject> ids_;  // of shared objects that are not from the source
+  FlatMap<const JtSceneObject*, std::int32_t, PointerHash>
+      ids_;  // of shared objects that are not from the source
   std::int32_t firstNewId_ = 1;
   std::vector<const JtString*> newTextOf_;  // by id - firstNewId_
   RecentTexts newTexts_;                    // equal texts share one atom

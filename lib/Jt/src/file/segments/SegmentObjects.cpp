@@ -104,7 +104,7 @@ Ref<JtBase> readSegmentObject(const SegmentElement& element, const Format& forma
                         std::string("an object of type ") + object->typeID()->name() +
                             " cannot be read from " + std::to_string(element.body.size()) +
                             " bytes",
-                        {{}, {}, {}, element.bodyOffset});
+                        {.offset = element.bodyOffset});
   return object;
 }
 

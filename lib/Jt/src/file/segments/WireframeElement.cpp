@@ -240,9 +240,9 @@ WireframeData readAs(codec::OutOfBandForm form, std::span<const std::byte> body,
   } catch (const DocumentLimitError&) {
     throw;
   } catch (const JtFormatError& error) {
-    throw error.where().offset
-        ? error
-        : JtFormatError(error.code(), error.message(), {{}, {}, error.where().element, base});
+    throw error.where().offset ? error
+                               : JtFormatError(error.code(), error.message(),
+                                               {.element = error.where().element, .offset = base});
   }
 }
 
@@ -296,7 +296,7 @@ void traceWireframe(std::span<const std::byte> body, const Format& format, std::
   try {
     WireframeFields::run(reader, element);
   } catch (const JtFormatError& error) {
-    throw JtFormatError(error.code(), error.message(), {{}, {}, {}, reader.offset()});
+    throw JtFormatError(error.code(), error.message(), {.offset = reader.offset()});
   }
 }
 

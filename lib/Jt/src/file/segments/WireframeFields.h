@@ -16,7 +16,7 @@ struct WireframeFields {
   static void run(Ar& ar, Of<Ar, WireframeElement>& e) {
     if (!ar.has(Feature::readableWireframes))
       throw JtFormatError("unknown_form", "the form of wireframes in 8.x is not known",
-                          {{}, {}, {}, ar.offset()});
+                          {.offset = ar.offset()});
     ar.version("versionNumber", e.version, 1, 1);
     count(ar, "edgeCount", e.edgeCount);
     count(ar, "mcsCurveCount", e.curveCount);

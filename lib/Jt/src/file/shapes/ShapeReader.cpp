@@ -17,7 +17,7 @@ std::span<const std::byte> plainRecords(const codec::StripData& strips, const Re
   if (strips.packedSize <= 0) return strips.raw;
   if (strips.rawSize < 0)
     throw JtFormatError("bad_count", "a negative size of the vertex data",
-                        {{}, {}, "uncompressedDataSize", {}});
+                        {.element = "uncompressedDataSize"});
   const auto size = static_cast<std::uint64_t>(strips.rawSize);
   budget.spend(size);
   unpacked = unpack(strips.raw, Packing::zlib, limits, size).bytes;
@@ -141,7 +141,7 @@ DecodedShape readShape(std::span<const std::byte> content, const Format& format,
     return {found.kind, std::move(mesh), std::move(report.warnings), bitsOf(element),
             element.packets.hasSmall()};
   } catch (const JtFormatError& error) {
-    throw error.within({{}, {}, found.kind->name, found.stored.bodyOffset});
+    throw error.within({.element = found.kind->name, .offset = found.stored.bodyOffset});
   }
 }
 

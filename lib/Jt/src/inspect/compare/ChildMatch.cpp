@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "JtHash.h"
 #include "JtPartition.h"
 
 namespace jt::compare_detail {
@@ -24,7 +25,7 @@ struct Side {
   std::size_t size() const noexcept { return children.size(); }
   bool isFree(std::size_t i) const { return partner[i] == kNone; }
   std::uint64_t typeHash(std::size_t i) const {
-    return std::hash<const void*>{}(children[i]->typeID()) * 0x9e3779b97f4a7c15ULL;
+    return mixHash(0, PointerHash{}(children[i]->typeID()));
   }
 
   std::vector<const JtNode*> children;

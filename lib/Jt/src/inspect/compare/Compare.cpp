@@ -4,6 +4,7 @@
 
 #include "Jt.h"
 #include "JtCompare.h"
+#include "JtHash.h"
 #include "JtInspect.h"
 #include "JtPartition.h"
 #include "inspect/compare/ChildMatch.h"
@@ -18,8 +19,7 @@ namespace {
 
 struct PointerPairHash {
   std::size_t operator()(const std::pair<const void*, const void*>& pair) const noexcept {
-    return std::hash<const void*>{}(pair.first) * 0x9e3779b97f4a7c15ULL ^
-           std::hash<const void*>{}(pair.second);
+    return mixHash(mixHash(0, PointerHash{}(pair.first)), PointerHash{}(pair.second));
   }
 };
 using PointerPairs = std::unordered_set<std::pair<const void*, const void*>, PointerPairHash>;

@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "Jt.h"
+#include "JtHash.h"
 #include "JtMaterial.h"
 #include "JtPartUtil.h"
 #include "JtPartition.h"
@@ -13,11 +14,6 @@
 namespace jt::compare_detail {
 
 namespace {
-
-std::uint64_t mix(std::uint64_t hash, std::uint64_t value) noexcept {
-  hash = (hash ^ value) * 0x9e3779b97f4a7c15ULL;
-  return hash ^ (hash >> 29);
-}
 
 std::uint64_t hashOf(const JtString& text) {
   return std::hash<std::u16string_view>{}(text.units()) | 1U;
@@ -31,16 +27,17 @@ std::uint64_t hashOf(float value) noexcept {
 std::uint64_t hashOf(const JtAttribute& attribute) {
   auto hash = std::hash<const void*>{}(attribute.typeID());
   if (const auto* xform = as<JtXform>(&attribute))
-    for (const double value : xform->matrix()) hash = mix(hash, hashOf(static_cast<float>(value)));
+    for (const double value : xform->matrix())
+      hash = mixHash(hash, hashOf(static_cast<float>(value)));
   if (const auto* material = as<JtMaterial>(&attribute))
-    for (const float value : material->diffuse()) hash = mix(hash, hashOf(value));
+    for (const float value : material->diffuse()) hash = mixHash(hash, hashOf(value));
   return hash;
 }
 
 std::uint64_t hashOf(const Box& box) {
   std::uint64_t hash = 0;
-  for (const float value : box.min) hash = mix(hash, hashOf(value));
-  for (const float value : box.max) hash = mix(hash, hashOf(value));
+  for (const float value : box.min) hash = mixHash(hash, hashOf(value));
+  for (const float value : box.max) hash = mixHash(hash, hashOf(value));
   return hash;
 }
 
@@ -82,8 +79,8 @@ double millimetresOf(const JtNode& node) {
 std::uint64_t hashOf(const JtPropAtom& atom) {
   if (const auto* text = as<JtStringPropAtom>(&atom)) return hashOf(text->value());
   if (const auto* number = as<JtInt32PropAtom>(&atom))
-    return mix(2, static_cast<std::uint32_t>(number->value()));
-  if (const auto* number = as<JtFloatPropAtom>(&atom)) return mix(3, hashOf(number->value()));
+    return mixHash(2, static_cast<std::uint32_t>(number->value()));
+  if (const auto* number = as<JtFloatPropAtom>(&atom)) return mixHash(3, hashOf(number->value()));
   return 5;
 }
 
@@ -120,7 +117,7 @@ GraphFacts::GraphFacts(const JtNode& root, std::span<const std::string> identity
 }
 
 void GraphFacts::addChild(NodeFacts& facts, const JtNode& child, const NodeFacts& childFacts) {
-  facts.subtree = mix(facts.subtree, childFacts.subtree);
+  facts.subtree = mixHash(facts.subtree, childFacts.subtree);
   facts.reach = std::max(facts.reach, placedReach(child, childFacts.reach));
 }
 
@@ -131,7 +128,7 @@ NodeFacts GraphFacts::describe(const JtNode& node) const {
   JtPropAtom* key = nullptr;
   JtPropAtom* value = nullptr;
   for (int i = 0; node.getProperty(i, key, value); ++i) {
-    properties += mix(hashOf(*key), hashOf(*value));
+    properties += mixHash(hashOf(*key), hashOf(*value));
     const auto* text = as<JtStringPropAtom>(key);
     if (!text) continue;
     const auto* valueText = as<JtStringPropAtom>(value);
@@ -142,14 +139,14 @@ NodeFacts GraphFacts::describe(const JtNode& node) const {
   if (facts.key) facts.keyHash = hashOf(*facts.key);
   if (facts.name && !facts.name->isEmpty()) facts.nameHash = hashOf(*facts.name);
   std::uint64_t hash = std::hash<const void*>{}(node.typeID());
-  hash = mix(mix(hash, node.nodeFlags()), properties);
-  for (int i = 0; i < node.numAttributes(); ++i) hash = mix(hash, hashOf(*node.attribute(i)));
+  hash = mixHash(mixHash(hash, node.nodeFlags()), properties);
+  for (int i = 0; i < node.numAttributes(); ++i) hash = mixHash(hash, hashOf(*node.attribute(i)));
   if (const auto* shape = as<JtShape>(&node)) {
-    hash = mix(hash, hashOf(shape->statistics().box));
+    hash = mixHash(hash, hashOf(shape->statistics().box));
     facts.reach = reachOf(shape->statistics().box);
   }
   if (const auto* partition = as<JtPartition>(&node))
-    hash = mix(hash, hashOf(partition->fileName()));
+    hash = mixHash(hash, hashOf(partition->fileName()));
   facts.content = hash;
   facts.millimetres = millimetresOf(node);
   return facts;

@@ -7,13 +7,7 @@ namespace jt::compare_detail {
 
 namespace {
 
-constexpr std::uint32_t kFree = 0xffffffffU;
 constexpr unsigned kBits = 21;  // of a cell's number along one axis
-
-std::size_t slotOf(std::uint64_t key, std::size_t slots) noexcept {
-  key *= 0x9e3779b97f4a7c15ULL;
-  return (key ^ (key >> 32)) & (slots - 1);
-}
 
 }  // namespace
 
@@ -66,15 +60,10 @@ void PrimitiveGrid::fill(std::span<const std::array<double, 3>> centers) {
   std::size_t cells = 0;
   for (std::size_t i = 0; i < rows_.size(); ++i)
     if (i == 0 || rows_[i].key != rows_[i - 1].key) ++cells;
-  std::size_t slots = 16;
-  while (slots < 2 * cells) slots *= 2;
-  slots_.assign(slots, kFree);
-  for (std::size_t i = 0; i < rows_.size(); ++i) {
-    if (i > 0 && rows_[i].key == rows_[i - 1].key) continue;
-    std::size_t at = slotOf(rows_[i].key, slots);
-    while (slots_[at] != kFree) at = (at + 1) & (slots - 1);
-    slots_[at] = static_cast<std::uint32_t>(i);
-  }
+  firstRows_ = IndexTable(cells);
+  for (std::uint32_t i = 0; i < rows_.size(); ++i)
+    if (i == 0 || rows_[i].key != rows_[i - 1].key)
+      firstRows_.find(rows_[i].key, [](std::uint32_t /*row*/) { return false; }) = i;
 }
 
 std::uint64_t PrimitiveGrid::keyOf(const Cell& cell) noexcept {
@@ -102,10 +91,9 @@ PrimitiveGrid::Range PrimitiveGrid::rangeAround(const std::array<double, 3>& pla
 
 std::span<const PrimitiveGrid::Row> PrimitiveGrid::rowsOf(const Cell& cell) const {
   const std::uint64_t key = keyOf(cell);
-  std::size_t at = slotOf(key, slots_.size());
-  while (slots_[at] != kFree && rows_[slots_[at]].key != key) at = (at + 1) & (slots_.size() - 1);
-  if (slots_[at] == kFree) return {};
-  const std::size_t first = slots_[at];
+  const std::size_t first =
+      firstRows_.find(key, [&](std::uint32_t row) { return rows_[row].key == key; });
+  if (first == IndexTable::kFree) return {};
   std::size_t end = first;
   while (end < rows_.size() && rows_[end].key == key) ++end;
   return std::span(rows_).subspan(first, end - first);

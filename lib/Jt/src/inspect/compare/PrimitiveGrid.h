@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "base/IndexTable.h"
 #include "inspect/compare/Primitives.h"
 
 namespace jt::compare_detail {
@@ -57,7 +58,7 @@ class PrimitiveGrid {
   std::array<double, 3> origin_{};
   Cell last_{};
   std::vector<Row> rows_;               // by cell
-  std::vector<std::uint32_t> slots_;    // hash table: first row of a cell
+  IndexTable firstRows_;                // of the cells
   std::vector<std::uint32_t> outside_;  // primitives without a place: not finite
 };
 

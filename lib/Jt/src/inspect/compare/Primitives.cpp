@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 
+#include "JtHash.h"
 #include "inspect/compare/Values.h"
 
 namespace jt::compare_detail {
@@ -41,11 +42,6 @@ bool areCornersClose(const Primitives& a, std::size_t cornerA, const Primitives&
                          tolerance.plain);
 }
 
-std::uint64_t mix(std::uint64_t hash, std::uint64_t value) noexcept {
-  hash = (hash ^ value) * 0x9e3779b97f4a7c15ULL;
-  return hash ^ (hash >> 31);
-}
-
 /// Bits that are equal for equal numbers.
 std::uint64_t exactBits(float value) noexcept {
   if (std::isnan(value)) return 1;
@@ -67,7 +63,7 @@ std::array<double, 3> Primitives::center(std::size_t primitive) const {
 std::uint64_t Primitives::cornerHash(std::size_t corner) const {
   std::uint64_t hash = 0;
   const auto add = [&hash](const auto& values) {
-    for (const float value : values) hash = mix(hash, exactBits(value));
+    for (const float value : values) hash = mixHash(hash, exactBits(value));
   };
   add(position(corner));
   if (mesh_.records.empty()) return hash;
@@ -76,9 +72,9 @@ std::uint64_t Primitives::cornerHash(std::size_t corner) const {
   if (!mesh_.colors.empty()) add(mesh_.colors[record]);
   for (const Mesh::TextureChannel& texture : mesh_.textures)
     for (int part = 0; part < texture.components; ++part)
-      hash =
-          mix(hash, exactBits(texture.values[record * static_cast<std::size_t>(texture.components) +
-                                             static_cast<std::size_t>(part)]));
+      hash = mixHash(
+          hash, exactBits(texture.values[record * static_cast<std::size_t>(texture.components) +
+                                         static_cast<std::size_t>(part)]));
   return hash;
 }
 
@@ -86,14 +82,14 @@ std::uint64_t Primitives::hash(std::size_t primitive) const {
   const auto [first, count] = corners(primitive);
   if (mesh_.kind != Mesh::Kind::triangles) {
     std::uint64_t hash = count;
-    for (std::size_t i = 0; i < count; ++i) hash = mix(hash, cornerHash(first + i));
+    for (std::size_t i = 0; i < count; ++i) hash = mixHash(hash, cornerHash(first + i));
     return hash;
   }
   const std::uint64_t a = cornerHash(first);
   const std::uint64_t b = cornerHash(first + 1);
   const std::uint64_t c = cornerHash(first + 2);
   // The same for every first corner, another one for the other side of the triangle.
-  return mix(mix(a, b), c) + mix(mix(b, c), a) + mix(mix(c, a), b);
+  return mixHash(mixHash(a, b), c) + mixHash(mixHash(b, c), a) + mixHash(mixHash(c, a), b);
 }
 
 bool arePartners(const Primitives& a, std::size_t primitiveA, const Primitives& b,
