@@ -13,8 +13,10 @@ class ApiApproxJtExportData {
   /// The value of getJtVersion() when no version was chosen.
   static constexpr std::uint32_t NO_VERSION = 0xFFFFFFFFU;
 
+  /// Whether the exact geometry of parts is written too; false at first.
   bool shouldIncludeExactGeom() const { return exact_; }
   void setIncludeExactGeom(bool on) { exact_ = on; }
+  /// A value of TargetFormat: how many files are written.
   int targetJtFormat() const { return format_; }
   void setTargetJtFormat(int format) { format_ = format; }
   /// A version as ApiGraJtVersionData::apiGraJtVersion counts them.

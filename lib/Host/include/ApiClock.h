@@ -25,14 +25,17 @@ class HOST_API ApiClockSource {
   ApiClockSource& operator=(const ApiClockSource&) = delete;
   virtual ~ApiClockSource();
 
+  /// The time in UTC, and in the time zone of the machine.
   virtual ApiClockTime utc() = 0;
   virtual ApiClockTime local() = 0;
+  /// Waits at least that long.
   virtual void sleepMs(unsigned milliseconds) = 0;
 };
 
 /// The clock that all layers use. Safe from any thread, as far as the source is.
 class HOST_API ApiClock {
  public:
+  /// The time in UTC, and in the time zone of the machine.
   static ApiClockTime utc();
   static ApiClockTime local();
   /// Waits at least that long.

@@ -57,11 +57,13 @@ class HOST_API ApiDocument {
   /// disk.
   void rename(RWClassicCString path);
 
+  /// The host's number for the kind of document; 0 at first.
   int kind() const { return kind_; }
   void setKind(int kind) { kind_ = kind; }
   /// The kind of a document; 0 for the null reference.
   static int kind(const ApiDocumentRef& document);
 
+  /// Whether the document has a property; none at first.
   bool doesHaveProperty(const DocProperty& property) const {
     return properties_.contains(property);
   }
@@ -69,6 +71,7 @@ class HOST_API ApiDocument {
   static bool doesHaveProperty(const ApiDocumentRef& document, const DocProperty& property);
   void setProperty(DocProperty property, bool on);
 
+  /// Whether the document's data lies in its stream.
   StreamDuty streamDuty() const { return streamDuty_; }
   /// The document's stream, asked from its source; null when there is none.
   CComPtr<IStream> stream() const { return streamSource_ ? streamSource_() : nullptr; }

@@ -14,8 +14,10 @@
 class ApiDocumentRef {
  public:
   ApiDocumentRef() = default;
+  /// A handle to a document; null: to none.
   explicit ApiDocumentRef(std::shared_ptr<ApiDocument> document) : document_(std::move(document)) {}
 
+  /// Whether the handle refers to a document.
   bool isNull() const { return document_ == nullptr; }
   explicit operator bool() const { return !isNull(); }
 

@@ -30,5 +30,6 @@ class HOST_API ApiEnvironment {
   /// The value of a variable; nothing when it is not set.
   static std::optional<RWClassicCString> get(std::string_view name);
 
+  /// Whether a variable is set, to any value.
   static bool isSet(std::string_view name) { return get(name).has_value(); }
 };

@@ -9,12 +9,14 @@
 
 /// The code of an error, a text such as "JTUPDATE_OPEN_FILE_FAILED".
 struct ApiErrCode {
+  /// The stable code of an error.
   explicit ApiErrCode(std::string_view code) : text(code) {}
   RWClassicCString text;
 };
 
 /// Where in the source an error was found.
 struct ApiErrPosition {
+  /// The place in the source that reports an error.
   ApiErrPosition(std::string_view file, std::string_view function, int line)
       : sourceFile(file), functionName(function), sourceLine(line) {}
   RWClassicCString sourceFile;
@@ -39,6 +41,7 @@ inline constexpr ApiErrEnd endErr{};
 /// An error being put together. Sent by endErr; without it the error is forgotten.
 class HOST_API ApiErrMessage {
  public:
+  /// Adds the code, the place or an argument; `endErr` sends the message.
   ApiErrMessage& operator<<(const ApiErrCode& code);
   ApiErrMessage& operator<<(const ApiErrPosition& position);
   ApiErrMessage& operator<<(std::string_view argument);

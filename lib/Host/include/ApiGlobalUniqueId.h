@@ -10,11 +10,13 @@
 class HOST_API ApiGlobalUniqueId {
  public:
   ApiGlobalUniqueId() = default;
+  /// An id from its text; the empty text is the null id.
   explicit ApiGlobalUniqueId(RWClassicCString text) : text_(std::move(text)) {}
 
   /// A new random id (UUID version 4), 36 characters in lower case. Safe from any thread.
   static ApiGlobalUniqueId create();
 
+  /// The id as text; empty for the null id.
   const RWClassicCString& getAsString() const { return text_; }
   bool isNull() const { return text_.empty(); }
 

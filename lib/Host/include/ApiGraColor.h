@@ -24,10 +24,12 @@ class HOST_API ApiGraColor {
   void getRGB(std::uint8_t& red, std::uint8_t& green, std::uint8_t& blue) const;
   void setRGB(std::uint8_t red, std::uint8_t green, std::uint8_t blue);
 
+  /// The components, 0 to 255.
   constexpr std::uint8_t red() const { return red_; }
   constexpr std::uint8_t green() const { return green_; }
   constexpr std::uint8_t blue() const { return blue_; }
 
+  /// The opacity, 0 to 1.
   constexpr float getAlpha() const { return alpha_; }
   /// @pre 0 <= alpha <= 1
   constexpr void setAlpha(float alpha) { alpha_ = alpha; }

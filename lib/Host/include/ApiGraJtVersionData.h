@@ -25,10 +25,12 @@ class HOST_API ApiGraJtVersionData {
     JT_VERSION_10_2 = 3,
   };
 
+  /// A version with the texts that a host shows for it.
   ApiGraJtVersionData(apiGraJtVersion version, const RWClassicCString& jtFormatVersion,
                       const RWClassicCString& releaseLabel2, const RWClassicCString& releaseLabel1)
       : version_(version), formatVersion_(jtFormatVersion), labels_{releaseLabel2, releaseLabel1} {}
 
+  /// The number of the version.
   apiGraJtVersion version() const { return version_; }
   /// The JT file format version as text, such as "9.5".
   const RWClassicCString& jtFormatVersion() const { return formatVersion_; }

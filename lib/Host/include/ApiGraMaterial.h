@@ -6,12 +6,14 @@
 /// matt light gray.
 class ApiGraMaterial {
  public:
+  /// The colors, and the shininess as JtMaterial counts it.
   const ApiGraColor& getAmbient() const { return ambient_; }
   const ApiGraColor& getDiffuse() const { return diffuse_; }
   const ApiGraColor& getSpecular() const { return specular_; }
   const ApiGraColor& getEmission() const { return emission_; }
   float getShininess() const { return shininess_; }
 
+  /// Sets one of them.
   void setAmbient(const ApiGraColor& color) { ambient_ = color; }
   void setDiffuse(const ApiGraColor& color) { diffuse_ = color; }
   void setSpecular(const ApiGraColor& color) { specular_ = color; }

@@ -12,8 +12,10 @@ template <class Derived>
 class IntegerKey {
  public:
   constexpr IntegerKey() = default;
+  /// A key of that number; 0 is the null key.
   constexpr explicit IntegerKey(long value) : value_(value) {}
 
+  /// The number of the key.
   constexpr long getAsLong() const { return value_; }
   constexpr bool isNull() const { return value_ == 0; }
 

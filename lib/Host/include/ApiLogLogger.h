@@ -23,6 +23,7 @@ class HOST_API ApiLogLogger {
  public:
   using Sink = std::function<void(const ApiLogRecord&)>;
 
+  /// A logger of that name, which stands in front of its messages.
   explicit ApiLogLogger(std::string_view name) : name_(name) {}
   ApiLogLogger(const ApiLogLogger&) = delete;
   ApiLogLogger& operator=(const ApiLogLogger&) = delete;
@@ -36,6 +37,7 @@ class HOST_API ApiLogLogger {
   void addLogCall(std::string_view category, std::string_view file, int line, int level,
                   std::string_view message) const;
 
+  /// The name.
   const RWClassicCString& name() const { return name_; }
 
   /// Sets where the entries of all loggers go; an empty sink stands for the list. A sink's

@@ -21,8 +21,10 @@ class HOST_API ApiObjType {
   };
 
   constexpr ApiObjType() = default;
+  /// A type from its number.
   constexpr explicit ApiObjType(int value) : value_(value) {}
 
+  /// The number of the type.
   constexpr int value() const { return value_; }
 
   /// True when this is the given type. Types have no hierarchy.

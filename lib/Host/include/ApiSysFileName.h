@@ -10,8 +10,11 @@
 class HOST_API ApiSysFileName {
  public:
   ApiSysFileName() = default;
+  /// A name with or without folders in front, either separator.
   explicit ApiSysFileName(RWClassicCString text) : path_(std::move(text)) {}
 
+  /// The text as given, as a path, whether it begins at a root, and what follows the last
+  /// separator.
   const RWClassicCString& asString() const { return path_.asString(); }
   const ApiSysFilePath& path() const { return path_; }
   bool isFullPath() const { return path_.isFullPath(); }

@@ -11,8 +11,10 @@
 class HOST_API ApiSysFilePath {
  public:
   ApiSysFilePath() = default;
+  /// A path, with either separator.
   explicit ApiSysFilePath(RWClassicCString text) : text_(std::move(text)) {}
 
+  /// The text as given.
   const RWClassicCString& asString() const { return text_; }
 
   /// The path with '/' for every separator: what the operating system is to be given.

@@ -9,8 +9,10 @@
 class ApiDocumentVersionData {
  public:
   ApiDocumentVersionData() = default;
+  /// A version from its text.
   explicit ApiDocumentVersionData(RWClassicCString text) : text_(std::move(text)) {}
 
+  /// The text of the version.
   const RWClassicCString& versionString() const { return text_; }
 
  private:

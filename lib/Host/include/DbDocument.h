@@ -16,7 +16,9 @@ class HOST_API DbDocumentAccess {
   virtual ~DbDocumentAccess();
 
  protected:
+  /// Access to a document.
   explicit DbDocumentAccess(ApiDocumentRef document);
+  /// The document.
   const ApiDocument& document() const { return *document_; }
 
  private:
@@ -26,6 +28,7 @@ class HOST_API DbDocumentAccess {
 /// Access that answers a text.
 class HOST_API DbStringAccess final : public DbDocumentAccess {
  public:
+  /// Access to the texts of a document.
   explicit DbStringAccess(ApiDocumentRef document);
   /// The document's path.
   RWClassicCString getString() const;
@@ -34,6 +37,7 @@ class HOST_API DbStringAccess final : public DbDocumentAccess {
 /// Access that answers a stream.
 class HOST_API DbIStreamAccess final : public DbDocumentAccess {
  public:
+  /// Access to the stream of a document.
   explicit DbIStreamAccess(ApiDocumentRef document);
   /// The document must have a stream.
   bool shouldHaveIStream() const;

@@ -62,6 +62,7 @@ class HOST_API IStream {
   virtual IStreamResult Seek(std::int64_t move, IStreamOrigin origin,
                              std::uint64_t* newPosition = nullptr) = 0;
 
+  /// Describes the stream.
   virtual IStreamResult Stat(IStreamStat& stat) const = 0;
 
   /// Cuts or grows (with zeros) the stream; the position is unchanged.
@@ -84,6 +85,7 @@ template <class T>
 class CComPtr {
  public:
   CComPtr() = default;
+  /// Holds nothing.
   CComPtr(std::nullptr_t) {}
   /// Takes a reference of its own.
   CComPtr(T* object) : object_(object) {
@@ -92,9 +94,11 @@ class CComPtr {
   CComPtr(const CComPtr& other) : CComPtr(other.object_) {}
   CComPtr(CComPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <class U>
+  /// Shares the stream of another handle.
   CComPtr(const CComPtr<U>& other) : CComPtr(other.get()) {}
   ~CComPtr() { Release(); }
 
+  /// Lets go of its stream and takes that of `other`.
   CComPtr& operator=(CComPtr other) noexcept {
     std::swap(object_, other.object_);
     return *this;
@@ -112,6 +116,7 @@ class CComPtr {
   /// Gives the reference to the caller.
   [[nodiscard]] T* Detach() { return std::exchange(object_, nullptr); }
 
+  /// The stream, not owned; null when the handle holds nothing.
   T* get() const { return object_; }
   T* operator->() const { return object_; }
   T& operator*() const { return *object_; }

@@ -18,6 +18,7 @@ class HOST_API IdxIFile {
   /// @param text must outlive the stream
   explicit IdxIFile(std::string_view text) : rest_(text) {}
 
+  /// False once a value could not be read.
   bool good() const { return good_; }
 
   /// True when nothing but blanks is left. They are skipped.

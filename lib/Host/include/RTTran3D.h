@@ -31,12 +31,14 @@ class HOST_API RTTran3D {
   /// A pure translation.
   static RTTran3D fromTranslation(const RTVec3D& move);
 
+  /// An element of the matrix, for column vectors. @pre row < 4, column < 4
   double operator()(std::size_t row, std::size_t column) const { return m_[row * 4 + column]; }
   double& operator()(std::size_t row, std::size_t column) { return m_[row * 4 + column]; }
 
   /// The 16 numbers, row by row; valid as long as the transform.
   std::span<const double, 16> values() const { return m_; }
 
+  /// The translation, in millimetres where the host gives lengths.
   RTVec3D getTranslation() const { return {m_[3], m_[7], m_[11]}; }
   void setTranslation(const RTVec3D& move);
 
@@ -51,6 +53,7 @@ class HOST_API RTTran3D {
   /// Image of a direction: the translation plays no part.
   RTVec3D transformDirection(const RTVec3D& direction) const;
 
+  /// With rows and columns exchanged.
   RTTran3D transposed() const;
 
   /// The inverse, for any matrix, affine or not; nothing when the matrix is singular or has a
@@ -63,6 +66,7 @@ class HOST_API RTTran3D {
   /// True when the last row is 0 0 0 1.
   bool isAffine() const;
 
+  /// Makes this the product: `right` applies first.
   RTTran3D& operator*=(const RTTran3D& right);
   friend RTTran3D operator*(RTTran3D left, const RTTran3D& right) { return left *= right; }
 

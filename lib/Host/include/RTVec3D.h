@@ -9,8 +9,10 @@ struct RTVec3D {
   double z = 0.0;
 
   constexpr RTVec3D() = default;
+  /// The vector of three coordinates.
   constexpr RTVec3D(double xx, double yy, double zz) : x(xx), y(yy), z(zz) {}
 
+  /// The Euclidean length.
   double length() const { return std::sqrt(x * x + y * y + z * z); }
 
   /// Scales to length 1 and returns the length there was. A vector of length 0 stays as it is.

@@ -18,6 +18,7 @@ class HOST_API RWCRegexp {
   /// A pattern that is not valid is found nowhere.
   explicit RWCRegexp(const std::string& pattern);
 
+  /// False for a pattern that could not be understood, which matches nothing.
   bool isValid() const { return compiled_ != nullptr; }
 
   /// Where the pattern is found first: the place of its first byte, or std::string::npos when it is

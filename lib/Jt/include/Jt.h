@@ -23,6 +23,7 @@ class JT_API Jt {
 /// released after it.
 class JT_API JtLib {
  public:
+  /// Starts and stops the library. Calls need not be counted.
   static void init();
   static void fini();
 };
@@ -31,6 +32,7 @@ class JT_API JtLib {
 /// up.
 class JT_API JtBrepLib {
  public:
+  /// Starts and stops this part of the library; nothing to do here.
   static void init() {}
   static void fini() {}
 };
@@ -38,6 +40,7 @@ class JT_API JtBrepLib {
 /// Start and stop of XT precise geometry, as JtBrepLib.
 class JT_API JtXTBrepLib {
  public:
+  /// Starts and stops this part of the library; nothing to do here.
   static void init() {}
   static void fini() {}
 };

@@ -34,6 +34,7 @@ class JT_API JtAttribute : public JtSceneObject {
  public:
   static const JtType* classTypeID();
 
+  /// Whether the attribute has that state.
   bool hasState(JtAttributeState state) const noexcept {
     return (stateFlags_ & static_cast<std::uint8_t>(state)) != 0;
   }

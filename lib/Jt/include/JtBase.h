@@ -11,6 +11,7 @@ class JtBaseDataStream;
 /// made it whichever module drops the last reference.
 class JT_API JtAllocHooked {
  public:
+  /// Memory from the library's allocator; std::bad_alloc when there is none.
   static void* operator new(std::size_t size);
   static void operator delete(void* memory) noexcept;
   static void operator delete(void* memory, std::size_t size) noexcept;

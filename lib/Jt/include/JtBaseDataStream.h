@@ -18,12 +18,14 @@ class JT_API JtBaseDataStream {
   JtBaseDataStream(std::span<const std::byte> bytes, bool bigEndian)
       : input_(bytes), bigEndian_(bigEndian) {}
 
+  /// Appends a number in the byte order of the stream. @return true
   bool write(std::uint32_t value);
   bool write(std::int32_t value);
   /// Code unit count, then the units.
   bool write(const JtString& text);
   bool writeRaw(std::span<const std::byte> bytes);
 
+  /// Reads the next value. False, with the position unchanged, when the bytes are not there.
   bool read(std::uint32_t& value);
   bool read(std::int32_t& value);
   bool read(JtString& text);

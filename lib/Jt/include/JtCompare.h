@@ -54,9 +54,11 @@ struct Difference {
 class JT_API CompareSink {
  public:
   virtual ~CompareSink() = default;
+  /// Takes a difference; its texts are valid during the call.
   virtual void difference(const Difference& difference) = 0;
 };
 
+/// What a comparison looks at, and how closely.
 struct CompareOptions {
   /// How far apart lengths may be, in millimetres: positions, translations, extents, ranges. A
   /// rotation may move geometry by as much. Numbers without a unit (normals, colors, texture
@@ -74,6 +76,7 @@ struct CompareOptions {
   std::function<void(double)> progress = {};
 };
 
+/// The outcome of a comparison.
 struct CompareResult {
   std::uint64_t differences = 0;  ///< all of them
   /// Things that are not understood and could not be compared, since the files have different

@@ -38,6 +38,7 @@ JT_API bool showsWires(const VisPartNode& part);
 /// they cannot be read; the reason is in lastError().
 JT_API std::shared_ptr<const Mesh> wireMesh(VisPartNode& part);
 
+/// What of a scene is drawn.
 struct DrawingOptions {
   /// Child of each level-of-detail node that is followed, 0 the finest; of nodes with fewer
   /// children the last.

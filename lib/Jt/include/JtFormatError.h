@@ -28,6 +28,7 @@ class JT_API JtFormatError : public std::runtime_error {
   /// @param message what was expected, what was found, what to do; without the position
   JtFormatError(std::string code, std::string message, jt::FilePosition where = {});
 
+  /// The stable code.
   const std::string& code() const noexcept { return code_; }
   /// The message without the position.
   const std::string& message() const noexcept { return message_; }

@@ -12,6 +12,7 @@ template <class T>
 class InlineList {
  public:
   InlineList() = default;
+  /// Copies the items.
   InlineList(const InlineList& other)
       : first_(other.first_),
         rest_(other.rest_ ? std::make_unique<std::vector<T>>(*other.rest_) : nullptr),
@@ -20,11 +21,14 @@ class InlineList {
   InlineList& operator=(const InlineList&) = delete;
   InlineList& operator=(InlineList&&) noexcept = default;
 
+  /// How many items there are.
   std::size_t size() const noexcept { return (hasFirst_ ? 1U : 0U) + (rest_ ? rest_->size() : 0U); }
+  /// An item. @pre index < size()
   T& operator[](std::size_t index) noexcept { return index == 0 ? first_ : (*rest_)[index - 1]; }
   const T& operator[](std::size_t index) const noexcept {
     return index == 0 ? first_ : (*rest_)[index - 1];
   }
+  /// Appends an item.
   void push_back(T item) {
     if (!hasFirst_) {
       first_ = std::move(item);

@@ -40,6 +40,7 @@ struct FileSummary {
   std::string versionText;  ///< as in the header, without padding
   bool bigEndian = false;
   std::size_t segmentCount = 0;
+  /// Segments of one type.
   struct TypeCount {
     std::int32_t type = 0;
     const char* name = "";
@@ -70,6 +71,7 @@ JT_API GraphSummary summarizeGraph(const JtPartition& partition);
 /// The shapes of one file as their nodes tell them, each node counted once however many instances
 /// show it. Nothing is decoded for it.
 struct ShapeSummary {
+  /// Shapes with what they hold.
   struct Counts {
     std::size_t shapes = 0;
     std::uint64_t triangles = 0;
@@ -110,6 +112,7 @@ struct ExplainedSegment {
   std::uint64_t size = 0;        ///< of the content
 };
 
+/// What of a file is explained.
 struct ExplainOptions {
   /// Only this segment: an index in the table of contents, or an id. Nothing: the whole file.
   std::optional<std::size_t> segmentIndex;
@@ -121,7 +124,9 @@ struct ExplainOptions {
 class JT_API ExplainSink {
  public:
   virtual ~ExplainSink() = default;
+  /// Takes a segment, before its fields.
   virtual void beginSegment(const ExplainedSegment& segment) = 0;
+  /// Takes a field of the segment that was begun last.
   virtual void field(const ExplainedField& field) = 0;
 };
 

@@ -35,14 +35,15 @@ class JT_API JtRangeLOD : public JtLOD {
   jt::Ref<JtBase> clone() const override { return jt::Ref<JtBase>(new JtRangeLOD(*this)); }
 
   JtRangeLOD() = default;
-  /// Increasing distances; limit i is the far end for child i. Empty: the viewer decides.
+  /// Increasing distances, in the unit of the node; limit i is the far end for child i. Empty: the
+  /// viewer decides.
   const std::vector<float>& rangeLimits() const noexcept { return limits_; }
   void setRangeLimits(std::vector<float> limits);
   /// The alternative for an eye at that distance from the centre: the first whose limit is not
   /// passed, the coarsest behind all limits; the finest when there are no limits or the distance is
   /// no number. Null when there is none.
   JtNode* childForDistance(float distance) const noexcept;
-  /// Where distances are measured from, in the node's own coordinates.
+  /// Where distances are measured from, in the node's own coordinates and unit.
   const std::array<float, 3>& center() const noexcept { return center_; }
   void setCenter(const std::array<float, 3>& center);
 

@@ -25,6 +25,7 @@ class JT_API JtLightSet : public JtAttribute {
 class JT_API JtLight : public JtAttribute {
  public:
   static const JtType* classTypeID();
+  /// The colors, and the brightness that they are multiplied with.
   const jt::Rgba& ambient() const noexcept { return ambient_; }
   const jt::Rgba& diffuse() const noexcept { return diffuse_; }
   const jt::Rgba& specular() const noexcept { return specular_; }
@@ -55,6 +56,7 @@ class JT_API JtInfiniteLight : public JtLight {
  public:
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// The direction that the light shines in.
   const std::array<float, 3>& direction() const noexcept { return direction_; }
 
  private:
@@ -67,12 +69,13 @@ class JT_API JtPointLight : public JtLight {
  public:
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
-  /// Homogeneous coordinates x, y, z, w.
+  /// Homogeneous coordinates x, y, z, w, in the unit of the node.
   const std::array<float, 4>& position() const noexcept { return position_; }
   /// Constant, linear, quadratic.
   const std::array<float, 3>& attenuation() const noexcept { return attenuation_; }
   /// Degrees.
   float spreadAngle() const noexcept { return spreadAngle_; }
+  /// The axis of a spot, and how much its light gathers there.
   const std::array<float, 3>& spotDirection() const noexcept { return spotDirection_; }
   std::int32_t spotIntensity() const noexcept { return spotIntensity_; }
 

@@ -38,6 +38,8 @@ class JT_API JtMaterial : public JtAttribute {
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override;
 
+  /// The colors, and the numbers of the lighting model; those of a field that the material leaves
+  /// open do not count.
   const jt::Rgba& ambient() const noexcept { return ambient_; }
   const jt::Rgba& diffuse() const noexcept { return diffuse_; }
   const jt::Rgba& specular() const noexcept { return specular_; }
@@ -46,6 +48,7 @@ class JT_API JtMaterial : public JtAttribute {
   float reflectivity() const noexcept { return reflectivity_.value_or(0.0F); }
   float bumpiness() const noexcept { return bumpiness_; }
 
+  /// Sets the ambient color.
   void setAmbientColor(float red, float green, float blue, float alpha = 1);
   /// Sets color and opacity; blending is switched on when alpha is below 1, off otherwise.
   void setDiffuseColor(float red, float green, float blue, float alpha = 1);

@@ -23,6 +23,7 @@ using Vec3f = std::array<float, 3>;
 /// different positions may share one.
 struct JT_API Mesh {
   enum class Kind : std::uint8_t { triangles, polylines, points };
+  /// The texture coordinates of one channel.
   struct TextureChannel {
     int channel = 0;            ///< 0 to 7
     int components = 2;         ///< of each record, 1 to 4

@@ -14,6 +14,7 @@ class JT_API JtMetaData : public JtBase {
  public:
   /// Nothing, text, integer, number or date: the value types 0 to 4 of the format.
   using Value = std::variant<std::monostate, JtString, std::int32_t, float, jt::DateFields>;
+  /// A key with its value.
   struct Entry {
     JtString key;
     Value value;
@@ -23,6 +24,7 @@ class JT_API JtMetaData : public JtBase {
   const JtType* typeID() const override { return classTypeID(); }
   jt::Ref<JtBase> clone() const override;
 
+  /// All entries, in stored order.
   const std::vector<Entry>& entries() const noexcept { return entries_; }
   /// The first value under a key, or null. A trailing "::" of the stored key does not count.
   const Value* find(const JtString& key) const;

@@ -46,6 +46,7 @@ class JT_API JtNode : public JtSceneObject {
 
   // --- Attributes, in list order
 
+  /// How many attributes the node has.
   int numAttributes() const noexcept { return static_cast<int>(attributes_.size()); }
   /// The attribute of that index, or null.
   JtAttribute* attribute(int index) const noexcept;
@@ -58,6 +59,7 @@ class JT_API JtNode : public JtSceneObject {
 
   // --- Properties, in stored order
 
+  /// How many properties the node has.
   int numProperties() const;
   /// False when there is none. Neither pointer owns.
   bool getProperty(int index, JtPropAtom*& key, JtPropAtom*& value) const;

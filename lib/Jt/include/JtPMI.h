@@ -47,6 +47,7 @@ struct JT_API PMITypedID {
   static constexpr std::uint32_t kMaxIndex = 0x00ffffffU;
   std::uint32_t word = 0;
 
+  /// The kind of the entity, as a number, and its index among those of the kind.
   PMIKind kind() const noexcept { return static_cast<PMIKind>((word >> 24) & 0x7fU); }
   int index() const noexcept { return static_cast<int>(word & kMaxIndex); }
   friend bool operator==(const PMITypedID&, const PMITypedID&) = default;

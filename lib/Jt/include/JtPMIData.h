@@ -73,7 +73,9 @@ struct PMICoordinateSystem {
   std::array<float, 9> frame{};  ///< origin, a point on the x axis, one on the y axis
 };
 
+/// A design group of the typed layout.
 struct PMIDesignGroup {
+  /// A value of a group, with its label.
   struct Attribute {
     std::int32_t type = 1;  ///< 1 integer, 2 number, 3 text
     std::int32_t integer = 0;
@@ -96,6 +98,7 @@ struct PMIAssociation {
   std::int32_t destinationOwner = -1;  ///< as `sourceOwner`
 };
 
+/// A text with the flag that hides it.
 struct PMIPropertyText {
   JtString text;
   std::uint32_t hidden = 0;  ///< 0 or 1
@@ -107,6 +110,7 @@ struct PMIProperty {
   PMIPropertyText value;
 };
 
+/// A model view: where the camera is, and how it looks.
 struct PMIModelView {
   std::array<float, 3> eyeDirection{};  ///< from the eye to the target
   float angle = 0;                      ///< degrees about the eye direction
@@ -138,6 +142,7 @@ struct PMIGenericEntity {
 
 /// Filled areas, for entities or the characters of a font.
 struct PMIPolygons {
+  /// The polygons of one element.
   struct Filled {
     std::array<std::int32_t, 3> bindings{};  ///< color, normal, texture; 1: stored
     std::int32_t dimension = 0;
@@ -155,6 +160,7 @@ struct PMIPolygons {
   std::vector<Filled> filled;              ///< the elements that are not
 };
 
+/// A font that texts are drawn with: a shape for each character.
 struct PMIFont {
   JtString name;
   std::vector<std::int32_t> characters;
@@ -168,6 +174,7 @@ struct PMICadTag {
   friend bool operator==(const PMICadTag&, const PMICadTag&) = default;
 };
 
+/// The CAD tags of an element.
 struct PMICadTags {
   std::uint32_t flag = 0;             ///< 1: the rest is stored
   std::vector<std::int32_t> indices;  ///< into the tags, one for each entity in a fixed order
@@ -190,6 +197,7 @@ struct PMIForm {
 /// How the bytes that an element was read from are laid out.
 enum class PMILayout : std::uint8_t { none, typed8, typed9, generic10, generic105 };
 
+/// Everything that a PMI element holds.
 struct PMIData {
   enum Flat {
     dimension,

@@ -19,7 +19,9 @@ class ParentList {
  public:
   static constexpr std::size_t kIndexFrom = 256;
 
+  /// How many entries there are.
   std::size_t size() const noexcept { return items_.size(); }
+  /// An entry. @pre index < size()
   JtNode* operator[](std::size_t index) const noexcept { return items_[index]; }
   /// A failure changes nothing.
   void push_back(JtNode* parent) {

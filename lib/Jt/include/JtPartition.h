@@ -87,6 +87,7 @@ class JT_API JtPartition : public JtGroup {
   /// The file's name inside that folder.
   JtString datastoreName() const;
 
+  /// The version that the file was read in, or the one that was set.
   jt::FileVersion version() const noexcept { return version_; }
   /// The version of the next save.
   void setVersion(jt::FileVersion version) noexcept { version_ = version; }

@@ -39,9 +39,11 @@ class JT_API JtPropAtom : public JtSceneObject {
 class JT_API JtStringPropAtom : public JtPropAtom {
  public:
   JtStringPropAtom() = default;
+  /// An atom with that text.
   explicit JtStringPropAtom(const JtString& value) : value_(value) {}
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// The text.
   const JtString& value() const noexcept { return value_; }
 
  private:
@@ -53,9 +55,11 @@ class JT_API JtStringPropAtom : public JtPropAtom {
 class JT_API JtInt32PropAtom : public JtPropAtom {
  public:
   JtInt32PropAtom() = default;
+  /// An atom with that number.
   explicit JtInt32PropAtom(int value) : value_(value) {}
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// The number.
   int value() const noexcept { return value_; }
 
  private:
@@ -67,9 +71,11 @@ class JT_API JtInt32PropAtom : public JtPropAtom {
 class JT_API JtFloatPropAtom : public JtPropAtom {
  public:
   JtFloatPropAtom() = default;
+  /// An atom with that number.
   explicit JtFloatPropAtom(float value) : value_(value) {}
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// The number.
   float value() const noexcept { return value_; }
 
  private:
@@ -96,9 +102,11 @@ struct DateFields {
 class JT_API JtDatePropAtom : public JtPropAtom {
  public:
   JtDatePropAtom() = default;
+  /// An atom with that date.
   explicit JtDatePropAtom(const jt::DateFields& value) : value_(value) {}
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// The date.
   const jt::DateFields& value() const noexcept { return value_; }
   /// Hours from UTC by the look of it; only in 10.5 files.
   std::optional<float> utcOffset() const noexcept { return utcOffset_; }
@@ -113,9 +121,11 @@ class JT_API JtDatePropAtom : public JtPropAtom {
 class JT_API JtVector4fPropAtom : public JtPropAtom {
  public:
   JtVector4fPropAtom() = default;
+  /// An atom with those four numbers.
   explicit JtVector4fPropAtom(const std::array<float, 4>& value) : value_(value) {}
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// The four numbers.
   const std::array<float, 4>& value() const noexcept { return value_; }
 
  private:
@@ -153,6 +163,7 @@ class JT_API JtLateLoadedPropAtom : public JtPropAtom {
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
 
+  /// The segment that the value lies in.
   const JtGuid& segmentId() const noexcept { return segmentId_; }
   /// Segment type as the atom declares it: 4 metadata, 6 to 16 shapes, ...
   std::int32_t segmentType() const noexcept { return segmentType_; }

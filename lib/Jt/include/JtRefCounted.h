@@ -44,6 +44,7 @@ template <class T>
 class Ref {
  public:
   Ref() noexcept = default;
+  /// Holds nothing.
   Ref(std::nullptr_t) noexcept {}
   /// Takes a reference of its own on `object` (null allowed).
   Ref(T* object) noexcept : object_(object) {
@@ -52,6 +53,7 @@ class Ref {
   Ref(const Ref& other) noexcept : Ref(other.object_) {}
   Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <class U>
+  /// Shares the object of another handle.
   Ref(const Ref<U>& other) noexcept : Ref(other.get()) {}
   ~Ref() {
     if (object_) object_->unref();
@@ -70,6 +72,7 @@ class Ref {
   /// Gives the handle's reference to the caller.
   T* release() noexcept { return std::exchange(object_, nullptr); }
 
+  /// The object, not owned; null when the handle holds nothing.
   T* get() const noexcept { return object_; }
   T* operator->() const noexcept { return object_; }
   T& operator*() const noexcept { return *object_; }

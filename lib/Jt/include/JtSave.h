@@ -21,6 +21,7 @@ struct SegmentAction {
   std::string reason;  ///< why it was not copied
 };
 
+/// How a partition is saved.
 struct SaveOptions {
   std::optional<FileVersion> version;  ///< another version than the partition's own
   bool dryRun = false;                 ///< work everything out, write nothing
@@ -41,6 +42,7 @@ struct LostGeometry {
   std::string reason;
 };
 
+/// What a save did, or would do.
 struct SaveReport {
   std::string file;
   std::uint64_t bytes = 0;  ///< length of the file; 0 in a dry run

@@ -35,8 +35,8 @@ struct CountRange {
 
 /// Extent and size of geometry, as shape and partition nodes store them.
 struct ShapeStatistics {
-  Box box;         ///< local coordinates
-  float area = 0;  ///< surface area; 0 when unknown
+  Box box;         ///< local coordinates, in the length unit of the node
+  float area = 0;  ///< of the surface, in the square of that unit; 0 when unknown
   CountRange vertices;
   CountRange nodes{1, 1};
   CountRange polygons;
@@ -72,6 +72,7 @@ class JT_API JtShape : public JtNode {
   /// The kind of meshes that `setMesh` takes; nothing for shapes that are not made of meshes.
   virtual std::optional<jt::Mesh::Kind> takes() const noexcept { return {}; }
 
+  /// Counts, extent and area of the geometry, as the node states them.
   const jt::ShapeStatistics& statistics() const noexcept { return statistics_; }
   void setStatistics(const jt::ShapeStatistics& statistics);
   /// Bytes in memory when loaded, as the producer guessed; 0 unknown.

@@ -26,6 +26,7 @@ class JT_API JtFSStorageLocation : public JtStorageLocation {
   const JtType* typeID() const override { return classTypeID(); }
   JtString displayName() const override { return JtString(fullFilePath()); }
 
+  /// The folder and the name as they were given.
   const JtString& location() const noexcept { return location_; }
   const JtString& name() const noexcept { return name_; }
   /// Folder and name put together, UTF-8, with '/' as separator.

@@ -55,6 +55,7 @@ struct FilePiece {
   std::uint64_t sourceOffset = 0;
 };
 
+/// How bytes are stored.
 struct StorageSaveOptions {
   bool readBack = true;  ///< read the new file back and compare before it replaces the old one
   bool strictAttributes = false;  ///< what cannot be copied of owner, mode, attributes is an error
@@ -65,6 +66,7 @@ struct StorageSaveOptions {
   bool createOnly = false;
 };
 
+/// What storing them came to.
 struct StorageSaveResult {
   /// "saved_not_durable", "saved_not_reopened", "links_broken", "attributes_not_copied"
   std::vector<Diagnostic> warnings;

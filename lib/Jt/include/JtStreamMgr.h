@@ -5,6 +5,7 @@
 /// The file that a partition's content came from. Looks at the partition, which must outlive it.
 class JT_API JtStreamMgr {
  public:
+  /// Of the file that a partition is saved to.
   explicit JtStreamMgr(const JtPartition& partition) : partition_(partition) {}
 
   /// The version of the file, whatever JtPartition::setVersion asked for since; that of the next

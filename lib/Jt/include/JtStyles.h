@@ -17,6 +17,7 @@ class JT_API JtDrawStyle : public JtAttribute {
   };
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// Whether a flag is on, switching it, and all flags as stored.
   bool has(Flag flag) const noexcept { return (flags_ & static_cast<std::uint8_t>(flag)) != 0; }
   void set(Flag flag, bool on);
   std::uint8_t flags() const noexcept { return flags_; }
@@ -45,6 +46,7 @@ class JT_API JtLineStyle : public JtAttribute {
  public:
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// The pattern of lines, whether they are antialiased, and their width in pixels.
   JtLineType lineType() const noexcept { return static_cast<JtLineType>(flags_ & 0x0f); }
   bool antialiased() const noexcept { return (flags_ & 0x10) != 0; }
   /// Width in pixels.
@@ -65,6 +67,7 @@ class JT_API JtPointStyle : public JtAttribute {
  public:
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// Whether points are antialiased, and their size in pixels.
   bool antialiased() const noexcept { return (flags_ & 0x10) != 0; }
   /// Size in pixels.
   float size() const noexcept { return size_; }

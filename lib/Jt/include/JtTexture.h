@@ -160,6 +160,7 @@ class JT_API JtShaderEffects : public JtAttribute {
  public:
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
+  /// Whether the effects are on, and how strong each is.
   bool enabled() const noexcept { return enable_ != 0; }
   float environmentReflectivity() const noexcept { return environmentReflectivity_; }
   float bumpiness() const noexcept { return bumpiness_; }

@@ -24,6 +24,7 @@ class JT_API JtType {
   JtType(const JtType&) = delete;
   JtType& operator=(const JtType&) = delete;
 
+  /// What the constructor was given.
   const char* name() const noexcept { return name_; }
   const JtType* parent() const noexcept { return parent_; }
   const JtGuid& guid() const noexcept { return guid_; }

@@ -87,6 +87,7 @@ class JT_API JtWireframeRep : public JtBase {
   /// when it holds what is not understood.
   bool serialize(JtBaseDataStream& stream) const override;
 
+  /// The edges, and the curves that they lie on.
   int numEdges() const noexcept { return static_cast<int>(data_.edges.size()); }
   const std::vector<jt::WireEdge>& edges() const noexcept { return data_.edges; }
   const std::vector<jt::WireCurve>& curves() const noexcept { return data_.curves; }

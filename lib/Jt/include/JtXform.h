@@ -21,6 +21,7 @@ JT_API Matrix4 multiply(const Matrix4& a, const Matrix4& b);
 class JT_API JtXform : public JtAttribute {
  public:
   JtXform() = default;
+  /// A transform of that matrix.
   explicit JtXform(const jt::Matrix4& matrix) : matrix_(matrix) {}
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }

@@ -47,6 +47,7 @@ class JT_API VisMetaDataNode : public JtGroup {
   bool deleteProperty(const JtPropAtom* key) override;
 
  protected:
+  /// Without what was loaded.
   VisMetaDataNode(const VisMetaDataNode& other)
       : JtGroup(other), metaVersion_(other.metaVersion_) {}
   JtPropAtom* extraProperty(const JtString& key) const override;

@@ -29,6 +29,7 @@ class JT_API VisPartNode : public VisMetaDataNode {
   void setWFRep(JtWireframeRep* wires);
 
  protected:
+  /// Without what was loaded.
   VisPartNode(const VisPartNode& other)
       : VisMetaDataNode(other), partVersion_(other.partVersion_), reserved_(other.reserved_) {}
 

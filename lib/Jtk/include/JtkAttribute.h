@@ -16,7 +16,9 @@ class JTK_API JtkAttribute : public JtkEntity {
 
  protected:
   ~JtkAttribute() override;
+  /// Puts another attribute in its place; not null.
   void setJtAttribute(JtAttribute* attribute) { attribute_ = jt::Ref<JtAttribute>(attribute); }
+  /// The attribute, to be changed by the class that knows it is not shared.
   JtAttribute* held() const noexcept { return attribute_.get(); }
 
  private:

@@ -16,6 +16,7 @@ class JTK_API JtkBrep final : public JtkEntity {
   JtkBrep(JtString key, JtLateLoadedPropAtom* atom);
 
   TypeID typeID() const noexcept override { return BREP; }
+  /// Key of the part node's property that names the segment.
   const JtString& key() const noexcept { return key_; }
   /// Not owned.
   JtLateLoadedPropAtom* atom() const noexcept { return atom_.get(); }

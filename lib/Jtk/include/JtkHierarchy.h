@@ -65,6 +65,7 @@ class JTK_API JtkHierarchy : public JtkEntity {
     ~Dismantler();
     Dismantler(const Dismantler&) = delete;
     Dismantler& operator=(const Dismantler&) = delete;
+    /// Takes over a reference on a node.
     void add(jt::Ref<JtkHierarchy> node) noexcept;
 
    private:

@@ -19,11 +19,13 @@ class JTK_API JtkMaterial final : public JtkAttribute {
 
   TypeID typeID() const noexcept override { return MATERIAL; }
 
+  /// Sets a color, each component 0 to 1, or the shininess; nothing else changes.
   void setAmbientColor(const jt::Rgba& color);
   void setDiffuseColor(const jt::Rgba& color);
   void setSpecularColor(const jt::Rgba& color);
   void setEmissionColor(const jt::Rgba& color);
   void setShininess(float shininess);
+  /// The colors and the shininess.
   const jt::Rgba& ambientColor() const noexcept { return value().ambient(); }
   const jt::Rgba& diffuseColor() const noexcept { return value().diffuse(); }
   const jt::Rgba& specularColor() const noexcept { return value().specular(); }

@@ -30,6 +30,7 @@ class JTK_API JtkPMIEntity : public JtkEntity {
 
   /// The name: the attribute "Description".
   JtString name() const;
+  /// Sets it. An equal name is no change.
   void setName(const JtString& name);
 
   /// Index among the entities() of the manager that it was loaded from or last written to; -1: none
@@ -94,6 +95,7 @@ class JTK_API JtkPMIVisualEntity : public JtkPMIGenericEntity {
 
   /// Sets the frame: its origin, a point on its x axis and one on its y axis.
   void setVisualFrame(const Point& origin, const Point& pointX, const Point& pointY);
+  /// Sets the height of the text.
   void setVisualTextHeight(float height);
   /// Flat to the screen: drawn facing the viewer.
   void setFlatToScreen(bool on);
@@ -103,6 +105,7 @@ class JTK_API JtkPMIVisualEntity : public JtkPMIGenericEntity {
   int setVisualPolylines(std::span<const Point> vertices, std::span<const std::int32_t> indices,
                          std::span<const std::int16_t> types);
 
+  /// How many texts the entity shows.
   int numVisualTextData() const noexcept { return static_cast<int>(data().texts.size()); }
   /// @return 1; 0 when there is no such text
   int unsetVisualTextData(int index);
@@ -128,26 +131,35 @@ class JTK_API JtkPMIPlainEntity final : public JtkPMIVisualEntity {
 class JTK_API JtkPMINote final : public JtkPMIVisualEntity {
  public:
   using JtkPMIVisualEntity::JtkPMIVisualEntity;
+  /// Sets the name of the type.
   void setPMIType(const JtString& name) { setTypeName(name); }
 };
+/// A spot weld.
 class JTK_API JtkPMISpotWeld final : public JtkPMIVisualEntity {
  public:
   using JtkPMIVisualEntity::JtkPMIVisualEntity;
+  /// Sets the name of the type.
   void setPMIType(const JtString& name) { setTypeName(name); }
 };
+/// A line weld.
 class JTK_API JtkPMILineWeld final : public JtkPMIVisualEntity {
  public:
   using JtkPMIVisualEntity::JtkPMIVisualEntity;
+  /// Sets the name of the type.
   void setPMIType(const JtString& name) { setTypeName(name); }
 };
+/// A measurement point.
 class JTK_API JtkPMIMeasurementPoint final : public JtkPMIVisualEntity {
  public:
   using JtkPMIVisualEntity::JtkPMIVisualEntity;
+  /// Sets the name of the type.
   void setPMIType(const JtString& name) { setTypeName(name); }
 };
+/// A locator.
 class JTK_API JtkPMILocator final : public JtkPMIVisualEntity {
  public:
   using JtkPMIVisualEntity::JtkPMIVisualEntity;
+  /// Sets the name of the type.
   void setPMIType(const JtString& name) { setTypeName(name); }
 };
 

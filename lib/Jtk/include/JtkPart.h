@@ -38,6 +38,7 @@ class JTK_API JtkPart final : public JtkUnitHierarchy {
 
   // --- Shapes
 
+  /// How many levels of detail a list has, and how many shapes one of them has.
   int numLODs(ShapeList list = ShapeList::SURFACES) const noexcept;
   int numShapes(int lod, ShapeList list = ShapeList::SURFACES) const noexcept;
   /// Not owned; null when there is none.
@@ -57,9 +58,11 @@ class JTK_API JtkPart final : public JtkUnitHierarchy {
 
   // --- Precise geometry. Pointers are not owned; null: none. Taking clears the slot.
 
+  /// The exact geometry of the part as a whole.
   JtkBrep* brep() const noexcept { return brep_.get(); }
   void setBrep(JtkBrep* brep) { brep_ = jt::Ref<JtkBrep>(brep); }
   jt::Ref<JtkBrep> takeBrep() { return std::move(brep_); }
+  /// The wireframe of the part.
   JtkBrep* wireframeBrep() const noexcept { return wireframe_.get(); }
   void setWireframeBrep(JtkBrep* brep) { wireframe_ = jt::Ref<JtkBrep>(brep); }
   jt::Ref<JtkBrep> takeWireframeBrep() { return std::move(wireframe_); }

@@ -21,10 +21,13 @@ class JTK_API JtkProperty final : public JtkEntity {
     SYSTEM = 1,  ///< for programs
   };
 
+  /// A property with a value as scene graphs hold it. @param value not null
   JtkProperty(JtString key, jt::Ref<JtPropAtom> value, std::int32_t kind = DEFAULT);
 
   TypeID typeID() const noexcept override { return PROPERTY; }
+  /// The key.
   const JtString& key() const noexcept { return key_; }
+  /// The type of the value.
   ValueType valueType() const noexcept;
   /// The value when it is of the type; empty or 0 otherwise.
   JtString stringValue() const;
@@ -33,6 +36,7 @@ class JTK_API JtkProperty final : public JtkEntity {
   /// The value as scene graphs hold it. Not owned.
   JtPropAtom* atom() const noexcept { return value_.get(); }
 
+  /// A value of Kind, or another number that the host gave.
   std::int32_t kind() const noexcept { return kind_; }
   /// A number of the host's. It is not stored in files.
   void setFlag(int flag) noexcept { flag_ = flag; }

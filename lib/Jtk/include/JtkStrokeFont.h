@@ -20,6 +20,7 @@ class JTK_API JtkStrokeFont {
  public:
   using Point = std::array<float, 2>;
   using Stroke = std::vector<Point>;
+  /// What one character is drawn with.
   struct Glyph {
     float advance = 1;  ///< to the origin of the next character
     std::vector<Stroke> strokes;
@@ -31,6 +32,7 @@ class JTK_API JtkStrokeFont {
   static std::optional<JtkStrokeFont> fromBytes(std::span<const std::byte> bytes);
   std::vector<std::byte> toBytes() const;
 
+  /// Sets what a character is drawn with; all characters that the font has.
   void setGlyph(char32_t character, Glyph glyph) { glyphs_[character] = std::move(glyph); }
   const std::map<char32_t, Glyph>& glyphs() const noexcept { return glyphs_; }
 

@@ -12,6 +12,7 @@ class JTK_API JtkTransform final : public JtkAttribute {
   explicit JtkTransform(JtXform* transform) : JtkAttribute(transform) {}
 
   TypeID typeID() const noexcept override { return TRANSFORM; }
+  /// The matrix, row after row, for row vectors.
   const jt::Matrix4& matrix() const noexcept;
 
  private:

@@ -6,6 +6,7 @@
 /// A wire of a B-rep: what identifies a curve, and how it looks.
 class JTK_API JtkWire final : public JtkEntity {
  public:
+  /// A wire with that id, without name and material.
   explicit JtkWire(int id) : id_(id) {}
 
   TypeID typeID() const noexcept override { return WIRE; }

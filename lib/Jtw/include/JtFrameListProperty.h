@@ -28,6 +28,7 @@ class JTW_API JtFrameListProperty : public JtBase {
   /// writes again.
   bool deserialize(JtBaseDataStream& stream) override;
 
+  /// The frames, in order.
   const RWClassicTValOrderedVector<JtFrame>& frames() const { return frames_; }
   RWClassicTValOrderedVector<JtFrame>& frames() { return frames_; }
 

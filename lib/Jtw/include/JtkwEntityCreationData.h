@@ -21,8 +21,10 @@ class JTW_API JtkwEntityCreationData {
   JtkwEntityCreationData(bool addToMap, const ApiKey& key, JtNode* node)
       : node_(node), key_(key), addToMap_(addToMap) {}
 
+  /// The name to display; empty at first.
   RWClassicWString displayName() const { return displayName_; }
   void setDisplayName(RWClassicWString name) { displayName_ = std::move(name); }
+  /// What the constructor was given.
   ApiKey key() const { return key_; }
   bool addToMap() const { return addToMap_; }
   JtNode* node() const { return node_; }

@@ -38,6 +38,7 @@ class JTW_API JtkwPMIAnnotationData : public JtkwPMIData {
 
   // --- drawn lines, each with a type
 
+  /// The flat sequences; lengths are in millimetres.
   const Points& vertices() const { return lines_.vertices(); }
   const Indices& indices() const { return lines_.indices(); }
   /// One for each line.
@@ -61,6 +62,7 @@ class JTW_API JtkwPMIAnnotationData : public JtkwPMIData {
 
   // --- filled polygons
 
+  /// The flat sequences; lengths are in millimetres.
   const Indices& polygonIndices() const { return polygons_.indices(); }
   const Points& polygonVertices() const { return polygons_.vertices(); }
   /// Takes polygons, each a sequence of corners; or flat sequences. False, and nothing changes,
@@ -71,6 +73,7 @@ class JTW_API JtkwPMIAnnotationData : public JtkwPMIData {
 
   // --- text, drawn as lines
 
+  /// The flat sequences; lengths are in millimetres.
   const Points& textVertices() const { return text_.vertices(); }
   const Indices& textIndices() const { return text_.indices(); }
   /// Takes flat sequences; false, and nothing changes, when they do not fit together.
@@ -81,10 +84,11 @@ class JTW_API JtkwPMIAnnotationData : public JtkwPMIData {
   /// How it looks; null: nothing is set. Not owned: it has to live until the record is written.
   JtkwPMIAppearanceData* appearanceData() const { return appearance_; }
   void setAppearanceData(JtkwPMIAppearanceData* appearance) { appearance_ = appearance; }
+  /// Height of the text, in millimetres; 0: not set.
   float textHeight() const { return textHeight_; }
   void setTextHeight(float height) { textHeight_ = height; }
 
-  /// By how much the frame is moved when the leader flag is set.
+  /// By how much the frame is moved when the leader flag is set, in millimetres.
   const RTVec3D& leaderDragPoint() const { return leaderDragPoint_; }
   /// Sets the move and the leader flag.
   void setLeaderDragPoint(const RTVec3D& move, bool shouldRenderLeader);

@@ -41,11 +41,13 @@ class JTW_API JtkwPMIAppearanceData {
   void setTextBackgroundOpacity(int percent) { opacity_ = percent; }
   /// Stores the value times 100.0, truncated: 0.29F gives 28.
   void setTransparency(const float& alpha);
+  /// Whether the text has a frame around it; false at first.
   bool textHasBorder() const { return border_; }
   void setTextHasBorder(bool on) { border_ = on; }
   /// 0 or less: not set.
   int fontSize() const { return fontSize_; }
   void setFontSize(int size) { fontSize_ = size; }
+  /// Whether the text lies in the plane of the annotation, not facing the viewer.
   bool textInPlane() const { return inPlane_; }
   void setTextInPlane(bool on) { inPlane_ = on; }
   /// 0 or less: not set.

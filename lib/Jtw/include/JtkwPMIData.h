@@ -34,8 +34,8 @@ class JTW_API JtkwPMIData {
   /// The name as wide text; empty when there is none.
   void getRWWDisplayName(RWClassicWString& name) const;
 
-  /// The reference frame: its origin, and a point on its x and on its y axis. For a coordinate
-  /// system (JtkwPMIFrameData) the second and third are directions instead.
+  /// The reference frame, in millimetres: its origin, and a point on its x and on its y axis. For a
+  /// coordinate system (JtkwPMIFrameData) the second and third are directions instead.
   const RTVec3D& origin() const { return origin_; }
   void setOrigin(RTVec3D origin) { origin_ = origin; }
   const RTVec3D& pointOnXDirection() const { return pointOnX_; }
@@ -50,6 +50,7 @@ class JTW_API JtkwPMIData {
   /// The layer as decimal text; "-1", the default, means no layer. Valid until it is set again.
   const char* layer() const { return layer_.c_str(); }
   void setLayer(int layer);
+  /// A number of the host's; 0 at first. It is not written.
   int id() const { return id_; }
   void setId(int id) { id_ = id; }
 

@@ -18,9 +18,11 @@ class JTW_API JtkwPMIFrameData : public JtkwPMIData {
   /// product and the origin. Directions that are not perpendicular stay so.
   void getRelLoc(const RTTran3D& reference, RTTran3D& location) const override;
 
+  /// Whether the frame is shown; true at first.
   bool visibility() const { return visible_; }
   void setVisibility(bool visible) { visible_ = visible; }
 
+  /// The color that the frame is drawn in.
   const ApiGraColor& getGraShapeColor() const { return shapeColor_; }
   void setGraShapeColor(const ApiGraColor& color);
   /// Takes the color out of a text such as shapeColorStr() gives. False, and nothing changes, for

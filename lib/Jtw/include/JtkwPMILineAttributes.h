@@ -12,6 +12,7 @@ class JTW_API JtkwPMILineAttributes {
   JtkwPMILineAttributes& operator=(const JtkwPMILineAttributes&) = default;
   virtual ~JtkwPMILineAttributes();
 
+  /// The color; nearly black at first, as the host draws its dimensions.
   const ApiGraColor& color() const { return color_; }
   void setColor(const ApiGraColor& color) { color_ = color; }
   /// In pixels.

@@ -29,11 +29,12 @@ class JTW_API JtkwPMINoteData : public JtkwPMIData {
   JtkwPMIAppearanceData* appearanceData() const { return appearance_; }
   void setAppearanceData(JtkwPMIAppearanceData* appearance) { appearance_ = appearance; }
 
-  /// Where the extended line ends, seen from the origin of the note.
+  /// Where the extended line ends, seen from the origin of the note; in millimetres.
   const RTVec3D& extendedLine() const { return extendedLine_; }
   /// Gives the note an extended line that ends at `end`, which the rotation of the location turns.
   /// Set the location first.
   void setExtendedLine(RTVec3D end);
+  /// Whether the note has an extended line.
   bool hasExtendedLine() const { return hasExtendedLine_; }
   /// Whether a line that there is is drawn too; true unless it was switched off.
   bool shouldDrawExtendedLine() const { return shouldDrawExtendedLine_; }

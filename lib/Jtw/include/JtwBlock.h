@@ -9,6 +9,7 @@
 class JTW_API JtwBlock : public JtwCollection {
  public:
   JtwBlock() = default;
+  /// A wrapper over `node` in the component of `root`; enters no map.
   JtwBlock(VisMetaDataNode* node, JtwRoot* root) : JtwCollection(node, root) {}
   JtwBlock(const JtwBlock&) = default;
   JtwBlock& operator=(const JtwBlock&) = default;
@@ -23,13 +24,21 @@ class JTW_API JtwBlock : public JtwCollection {
   void setPreserved(bool preserved) override;
 
  protected:
+  /// True when the block, its PMI or one of its children is preserved.
   bool checkForPreservedChildren();
+  /// True when PMI hang on the block and the partition is in PMI mode.
   bool hasPMIChildren();
+  /// The mark on a JT node that preserves it.
   bool isNodePreserved(JtNode* node);
+  /// Whether an earlier deep test left its mark on a JT node.
   bool isTestedforPreservedDescendants(JtNode* node);
+  /// Whether a JT node stores frames, for a block with PMI.
   bool isKrFramesOnBlock(JtNode* node);
+  /// The deep test, which looks at everything below a JT node and leaves marks.
   bool jtTraverseIsPreserved(JtNode* node);
+  /// The shallow test, whose answer is kept.
   bool jtwTraverseIsPreserved();
+  /// Stores the mark of a deep test.
   void setTestBlockPreservedDescendantsProp(bool tested);
 
  private:

@@ -12,6 +12,7 @@ class JtwPMI;
 class JTW_API JtwCollection : public JtwNode {
  public:
   JtwCollection() = default;
+  /// A wrapper over `node` in the component of `root`; enters no map.
   JtwCollection(JtNode* node, JtwRoot* root);
   /// The copy lists the same objects; they stay with the collection they hang on.
   JtwCollection(const JtwCollection& other);

@@ -8,6 +8,7 @@ class JtFrame;
 class JTW_API JtwFrame : public JtwPMI {
  public:
   JtwFrame() = default;
+  /// A frame without key on a collection; enters no map.
   JtwFrame(JtwCollection* collection, JtwRoot* root) : JtwPMI(collection, root) {}
   /// From a stored record. The frame stays without key when the root maps the record's key to
   /// another node; the root does not record the key as a new one.

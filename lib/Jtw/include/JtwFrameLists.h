@@ -25,6 +25,7 @@ enum class FrameForm {
   unreadable,  ///< in a text that is no frame list, a damaged segment or a value of another kind
 };
 
+/// A frame list as it was found in the file.
 struct StoredFrames {
   FrameForm form = FrameForm::none;
   jt::Ref<JtFrameListProperty> list;  ///< null unless there is one that can be read

@@ -6,11 +6,13 @@
 class JTW_API JtwLeaf : public JtwNode {
  public:
   JtwLeaf() = default;
+  /// A wrapper over `node` in the component of `root`; enters no map.
   JtwLeaf(JtNode* node, JtwRoot* root) : JtwNode(node, root) {}
   JtwLeaf(const JtwLeaf&) = default;
   JtwLeaf& operator=(const JtwLeaf&) = default;
   ~JtwLeaf() override;
 
+  /// Shows or hides the object: marks its node.
   virtual void setDisplayState(bool displayed);
   /// True unless the node is marked as hidden.
   virtual bool displayState();

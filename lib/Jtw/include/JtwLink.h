@@ -7,6 +7,7 @@
 class JTW_API JtwLink : public JtwCollection {
  public:
   JtwLink() = default;
+  /// A wrapper over `node` in the component of `root`; enters no map.
   JtwLink(VisMetaDataNode* node, JtwRoot* root) : JtwCollection(node, root) {}
   JtwLink(const JtwLink&) = default;
   JtwLink& operator=(const JtwLink&) = default;

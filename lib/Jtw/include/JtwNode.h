@@ -168,6 +168,7 @@ class JTW_API JtwNode {
   static void fini();
 
  protected:
+  /// The key that a JT node carries; the null key when there is none, and for null.
   static ApiProtoKey keyImpl(JtNode* node);
   /// The parent as the scene graph's author saw it: beyond an instance and a plain group.
   JtNode* findRealParent();

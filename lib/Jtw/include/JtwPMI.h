@@ -68,6 +68,7 @@ class JTW_API JtwPMI : public JtwLeaf {
   void setRelStringId(const RWClassicCString& id) override { data_.relStringId = id; }
   bool isOfTypePMI() override { return true; }
 
+  /// Kept in the record; the file has it with the entity.
   void setDisplayState(bool displayed) override { data_.displayState = displayed; }
   bool displayState() override { return data_.displayState; }
   /// The stored color, never looked up elsewhere.

@@ -200,6 +200,7 @@ class JTW_API JtwRoot : public JtwCollection {
 
   // --- Binary data (JtwRootBuffers.cpp)
 
+  /// Whether the component has that buffer, be it empty or unreadable.
   bool hasBuffer(JT_BUFFER buffer) const;
   /// Keeps a copy of `size` bytes on the component; size 0 removes what there was.
   /// @return false for an unknown buffer, without component node, and for more than 2^31 - 1 bytes
@@ -211,6 +212,7 @@ class JTW_API JtwRoot : public JtwCollection {
   RTAutoPtr<char> getBuffer(JT_BUFFER buffer, unsigned& version, bool& found, unsigned& size);
 
  protected:
+  /// A root without document. @param loadingRep what walks show of the component
   explicit JtwRoot(JT_LOADING_REPRESENTATION loadingRep);
   JtwRoot();
   /// A further root over the same partition and component node, with no wrappers yet. The last of

@@ -7,6 +7,7 @@
 class JTW_API JtwSubDevice : public JtwCollection {
  public:
   JtwSubDevice() = default;
+  /// A wrapper over `node` in the component of `root`; enters no map.
   JtwSubDevice(VisMetaDataNode* node, JtwRoot* root) : JtwCollection(node, root) {}
   JtwSubDevice(const JtwSubDevice&) = default;
   JtwSubDevice& operator=(const JtwSubDevice&) = default;

@@ -24,6 +24,7 @@ namespace jtw {
 /// and they do not nest.
 class JTW_API Reading {
  public:
+  /// Begins remembering; ends with the object.
   explicit Reading(JtwRoot& root);
   ~Reading();
   Reading(const Reading&) = delete;
