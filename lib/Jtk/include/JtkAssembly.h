@@ -12,9 +12,8 @@ class JTK_API JtkAssembly final : public JtkUnitHierarchy {
   /// Appends a node; the assembly takes a reference. A node may be below several others, and below
   /// one several times. @return 1; 0 for null, the assembly itself and what it is below of
   int addChild(JtkHierarchy* node);
+  /// How many nodes there are directly below.
   int numChildNodes() const noexcept { return static_cast<int>(nodes_.size()); }
-  /// Not owned; null when there is none.
-  JtkHierarchy* childNode(int index) const noexcept;
   JtkHierarchy* nodeBelow(int index) const noexcept override;
 
  private:

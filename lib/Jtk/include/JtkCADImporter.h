@@ -44,7 +44,6 @@ class JTK_API JtkCADImporter {
 
   /// @return 1; 0 for a number that is none, without effect
   int setLoadOption(int option);
-  int loadOption() const noexcept { return load_; }
   int setOption(Option option, int value);
   void setPropertyCallback(PropertyCallback callback) { onProperty_ = callback; }
   void setPreActionCallback(PreActionCallback callback) { before_ = callback; }

@@ -26,8 +26,6 @@ class JTK_API JtkEntityFactory {
   static int init(int brepKernel = 0, int environment = 0, const char* path = nullptr);
   /// Takes one start back. @return 1 on success; 0 when the toolkit is not running
   static int fini();
-  /// True between a start and the stop that belongs to it.
-  static bool isRunning();
 
   // What is made has no reference: the caller takes one.
 

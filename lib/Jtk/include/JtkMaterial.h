@@ -25,11 +25,8 @@ class JTK_API JtkMaterial final : public JtkAttribute {
   void setSpecularColor(const jt::Rgba& color);
   void setEmissionColor(const jt::Rgba& color);
   void setShininess(float shininess);
-  /// The colors and the shininess.
-  const jt::Rgba& ambientColor() const noexcept { return value().ambient(); }
+  /// The diffuse color and the shininess.
   const jt::Rgba& diffuseColor() const noexcept { return value().diffuse(); }
-  const jt::Rgba& specularColor() const noexcept { return value().specular(); }
-  const jt::Rgba& emissionColor() const noexcept { return value().emission(); }
   float shininess() const noexcept { return value().shininess(); }
 
   /// Whether the material hides colors of vertices.

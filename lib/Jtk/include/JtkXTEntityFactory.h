@@ -25,8 +25,6 @@ enum UnitCode : std::int32_t {
 
 /// The unit of a code, JtPartUtil::unknown for NO_UNIT and for numbers that are none.
 JTK_API JtPartUtil::Unit unitOfCode(int code) noexcept;
-/// The code of a unit; NO_UNIT for JtPartUtil::unknown and JtPartUtil::native.
-JTK_API int codeOfUnit(JtPartUtil::Unit unit) noexcept;
 
 }  // namespace jtk
 

@@ -13,12 +13,10 @@ int JtkAssembly::addChild(JtkHierarchy* node) {
   return 1;
 }
 
-JtkHierarchy* JtkAssembly::childNode(int index) const noexcept {
+JtkHierarchy* JtkAssembly::nodeBelow(int index) const noexcept {
   if (index < 0 || index >= numChildNodes()) return nullptr;
   return nodes_[static_cast<std::size_t>(index)].get();
 }
-
-JtkHierarchy* JtkAssembly::nodeBelow(int index) const noexcept { return childNode(index); }
 
 void JtkAssembly::releaseChildNodes(Dismantler& out) noexcept {
   for (auto& node : nodes_) out.add(std::move(node));

@@ -67,8 +67,6 @@ int JtkEntityFactory::fini() {
   return 0;
 }
 
-bool JtkEntityFactory::isRunning() { return jtk::starts.load() > 0; }
-
 JtkAssembly* JtkEntityFactory::createAssembly(const JtString& name, int /*reserved*/,
                                               int /*hint*/) {
   auto* assembly = new JtkAssembly;

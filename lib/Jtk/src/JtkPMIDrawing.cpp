@@ -5,12 +5,11 @@
 #include <cmath>
 #include <string>
 
+#include "JtMesh.h"
 #include "JtkStrokeFont.h"
 
 namespace jtk {
 namespace {
-
-using Vec3 = std::array<float, 3>;
 
 constexpr std::uint16_t kCoordinateSystem = 0x0104;
 constexpr std::uint16_t kPartTransform = 0x030c;
@@ -32,7 +31,7 @@ int numberOf(const jt::PMIGenericEntity& entity, const char* name) {
   return number;
 }
 
-Vec3 colorOf(const jt::PMIGenericEntity& entity, std::initializer_list<const char*> names) {
+jt::Vec3f colorOf(const jt::PMIGenericEntity& entity, std::initializer_list<const char*> names) {
   for (const char* name : names) {
     const JtString* text = attributeOf(entity, name);
     const auto number = text ? colorNumber(text->stringToMbs()) : std::nullopt;
@@ -55,27 +54,27 @@ bool isVisible(const jt::PMIGenericEntity& entity) {
 
 /// The plane of an entity.
 struct Plane {
-  Vec3 origin{};
-  Vec3 x{1, 0, 0};
-  Vec3 y{0, 1, 0};
+  jt::Vec3f origin{};
+  jt::Vec3f x{1, 0, 0};
+  jt::Vec3f y{0, 1, 0};
 
   explicit Plane(const jt::PMIBase& base) {
     if (base.frameFlag == 0) return;
     const auto point = [&](std::size_t first) {
-      return Vec3{base.frame[first], base.frame[first + 1], base.frame[first + 2]};
+      return jt::Vec3f{base.frame[first], base.frame[first + 1], base.frame[first + 2]};
     };
     origin = point(0);
     x = direction(point(3), x);
     y = direction(point(6), y);
   }
-  Vec3 at(float right, float up) const {
-    Vec3 place = origin;
+  jt::Vec3f at(float right, float up) const {
+    jt::Vec3f place = origin;
     for (std::size_t i = 0; i < 3; ++i) place[i] += right * x[i] + up * y[i];
     return place;
   }
   /// Coordinates of a point in the plane.
-  Vec3 inPlane(const Vec3& point) const {
-    Vec3 result{};
+  jt::Vec3f inPlane(const jt::Vec3f& point) const {
+    jt::Vec3f result{};
     for (std::size_t i = 0; i < 3; ++i) {
       result[0] += (point[i] - origin[i]) * x[i];
       result[1] += (point[i] - origin[i]) * y[i];
@@ -84,8 +83,8 @@ struct Plane {
   }
 
  private:
-  Vec3 direction(const Vec3& to, const Vec3& otherwise) const {
-    Vec3 result{to[0] - origin[0], to[1] - origin[1], to[2] - origin[2]};
+  jt::Vec3f direction(const jt::Vec3f& to, const jt::Vec3f& otherwise) const {
+    jt::Vec3f result{to[0] - origin[0], to[1] - origin[1], to[2] - origin[2]};
     const float length = std::hypot(result[0], result[1], result[2]);
     if (!(length > 0) || !std::isfinite(length)) return otherwise;
     for (float& component : result) component /= length;
@@ -94,7 +93,7 @@ struct Plane {
 };
 
 bool isFinite(const PMILine& line) {
-  return std::ranges::all_of(line.points, [](const Vec3& point) {
+  return std::ranges::all_of(line.points, [](const jt::Vec3f& point) {
     return std::ranges::all_of(point, [](float number) { return std::isfinite(number); });
   });
 }
@@ -142,8 +141,8 @@ class EntityDrawing {
                       const bool isText = index >= count - strokes;
                       PMILine line{{}, isText ? textColor_ : lineColor_, isText ? 1 : width_, {}};
                       for (std::size_t v = first; v < end; ++v) {
-                        const Vec3 point{lines.vertices[v * 3], lines.vertices[v * 3 + 1],
-                                         lines.vertices[v * 3 + 2]};
+                        const jt::Vec3f point{lines.vertices[v * 3], lines.vertices[v * 3 + 1],
+                                              lines.vertices[v * 3 + 2]};
                         line.points.push_back(isText && isFlat_ ? plane_.inPlane(point) : point);
                       }
                       if (isText && isFlat_) line.anchor = plane_.origin;
@@ -179,7 +178,8 @@ class EntityDrawing {
   void addInPlane(const std::vector<JtkStrokeFont::Point>& points, float x, float y) {
     PMILine line{{}, textColor_, 1, {}};
     for (const auto& [right, up] : points)
-      line.points.push_back(isFlat_ ? Vec3{x + right, y + up, 0} : plane_.at(x + right, y + up));
+      line.points.push_back(isFlat_ ? jt::Vec3f{x + right, y + up, 0}
+                                    : plane_.at(x + right, y + up));
     if (isFlat_) line.anchor = plane_.origin;
     add(std::move(line));
   }
@@ -193,8 +193,8 @@ class EntityDrawing {
   std::vector<PMILine>& out_;
   Plane plane_;
   bool isFlat_ = false;
-  Vec3 lineColor_{};
-  Vec3 textColor_{};
+  jt::Vec3f lineColor_{};
+  jt::Vec3f textColor_{};
   float width_ = 1;
 };
 

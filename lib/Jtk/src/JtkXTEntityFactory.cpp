@@ -1,6 +1,5 @@
 #include "JtkXTEntityFactory.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 
@@ -21,11 +20,6 @@ constexpr std::array kUnits{
 JtPartUtil::Unit unitOfCode(int code) noexcept {
   if (code < 0 || static_cast<std::size_t>(code) >= kUnits.size()) return JtPartUtil::unknown;
   return kUnits[static_cast<std::size_t>(code)];
-}
-
-int codeOfUnit(JtPartUtil::Unit unit) noexcept {
-  const auto found = std::ranges::find(kUnits, unit);
-  return found == kUnits.end() ? NO_UNIT : static_cast<int>(found - kUnits.begin());
 }
 
 }  // namespace jtk

@@ -45,7 +45,7 @@ RC_GTEST_PROP(Hashes, ChainsTogetherAreTheHashesOfEachAlone,
 
 TEST(Normals, AxesAndExamplesHaveTheirCodes) {
   struct Case {
-    Vec3 normal;
+    jt::Vec3f normal;
     std::array<std::uint32_t, 4> code;
   };
   const Case cases[] = {{{1, 0, 0}, {5, 7, 255, 0}},      {{0, 1, 0}, {3, 7, 255, 0}},
@@ -58,10 +58,11 @@ TEST(Normals, AxesAndExamplesHaveTheirCodes) {
   }
   for (unsigned bits = 1; bits <= Deering::kMostBits; ++bits)
     for (int axis = 0; axis < 6; ++axis) {
-      Vec3 normal{};
+      jt::Vec3f normal{};
       normal[static_cast<std::size_t>(axis / 2)] = axis % 2 == 0 ? 1.0F : -1.0F;
       const Deering some(bits);
-      const Vec3 decoded = some.decode(some.unpack(some.pack(DeeringEncoder(bits).encode(normal))));
+      const jt::Vec3f decoded =
+          some.decode(some.unpack(some.pack(DeeringEncoder(bits).encode(normal))));
       for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(decoded[c], normal[c], 1e-6) << bits;
     }
 }
@@ -72,13 +73,13 @@ RC_GTEST_PROP(Normals, ErrorStaysBelowTheStep, ()) {
   for (double& c : v) c = *rc::gen::inRange(-1000, 1001) / 1000.0;
   const double length = std::hypot(v[0], v[1], v[2]);
   RC_PRE(length > 0.01);
-  const Vec3 normal{static_cast<float>(v[0] / length), static_cast<float>(v[1] / length),
-                    static_cast<float>(v[2] / length)};
+  const jt::Vec3f normal{static_cast<float>(v[0] / length), static_cast<float>(v[1] / length),
+                     static_cast<float>(v[2] / length)};
   const Deering plain(bits);
   const Deering tabulated(bits, 1U << 20);
   const DeeringCode code = DeeringEncoder(bits).encode(normal);
   const DeeringCode sameCode = DeeringEncoder(bits, 1U << 20).encode(normal);
-  const Vec3 decoded = plain.decode(code);
+  const jt::Vec3f decoded = plain.decode(code);
   RC_ASSERT(tabulated.decode(sameCode) == decoded);
   double distance = 0;
   for (std::size_t c = 0; c < 3; ++c)
@@ -102,7 +103,7 @@ TEST(Quantizers, RoundToTheNearestStepAndClamp) {
 RC_GTEST_PROP(Arrays, EncodedValuesDecode, (bool isTen, bool lossless)) {
   const Generation generation = isTen ? Generation::v10 : Generation::v9;
   const auto count = *rc::gen::inRange<std::size_t>(0, 40);
-  std::vector<Vec3> points(count);
+  std::vector<jt::Vec3f> points(count);
   std::vector<Vec4> colors(count);
   std::vector<float> texture(2 * count);
   for (std::size_t i = 0; i < count; ++i) {

@@ -119,15 +119,15 @@ float asFloat(std::int32_t bits) { return std::bit_cast<float>(bits); }
 std::int32_t asBits(float value) { return std::bit_cast<std::int32_t>(value); }
 
 /// Float bits of each component of three-component values.
-std::vector<Codes> componentBits(std::span<const Vec3> values) {
+std::vector<Codes> componentBits(std::span<const Vec3f> values) {
   std::vector<Codes> bits(3, Codes(values.size()));
   for (std::size_t i = 0; i < values.size(); ++i)
     for (std::size_t c = 0; c < 3; ++c) bits[c][i] = asBits(values[i][c]);
   return bits;
 }
 
-std::vector<Vec3> vectorsOf(const std::vector<Codes>& bits, std::size_t count) {
-  std::vector<Vec3> values(count);
+std::vector<Vec3f> vectorsOf(const std::vector<Codes>& bits, std::size_t count) {
+  std::vector<Vec3f> values(count);
   for (std::size_t c = 0; c < 3; ++c)
     for (std::size_t i = 0; i < count; ++i) values[i][c] = asFloat(bits[c][i]);
   return values;
@@ -188,12 +188,12 @@ std::vector<T> gather(std::span<const T> values, std::span<const std::uint32_t> 
 }
 
 /// Packed codes of normals in an order; where many are used several times, each is encoded once.
-Codes packedCodes(std::span<const Vec3> normals, std::span<const std::uint32_t> order,
+Codes packedCodes(std::span<const Vec3f> normals, std::span<const std::uint32_t> order,
                   unsigned bits) {
   const DeeringEncoder encoder(bits, std::min(normals.size(), order.size()));
   const Deering deering(bits);
   Codes codes;
-  const auto add = [&](const Vec3& normal) {
+  const auto add = [&](const Vec3f& normal) {
     codes.push_back(static_cast<std::int32_t>(deering.pack(encoder.encode(normal))));
   };
   codes.reserve(std::min(normals.size(), order.size()));
@@ -201,7 +201,7 @@ Codes packedCodes(std::span<const Vec3> normals, std::span<const std::uint32_t> 
     for (const std::uint32_t index : order) add(normals[index]);
     return codes;
   }
-  for (const Vec3& normal : normals) add(normal);
+  for (const Vec3f& normal : normals) add(normal);
   return gather<std::int32_t>(codes, order);
 }
 
@@ -284,8 +284,8 @@ std::size_t codeVectors(std::size_t components, bool lossless, Generation genera
   return lossless && generation == Generation::v9 ? 2 * components : components;
 }
 
-std::vector<Vec3> decodeCoordinates(const CodedArray& array, Generation generation,
-                                    Report& report) {
+std::vector<Vec3f> decodeCoordinates(const CodedArray& array, Generation generation,
+                                     Report& report) {
   checkComponents(array, 3, 3, "coordinates");
   const bool lossless = !array.quantizedCoordinates();
   checkSizes(array, codeVectors(3, lossless, generation), "coordinates");
@@ -295,14 +295,14 @@ std::vector<Vec3> decodeCoordinates(const CodedArray& array, Generation generati
     return vectorsOf(bits, sizeOf(array));
   }
   checkQuantizers(array, 3, "coordinates");
-  std::vector<Vec3> values(sizeOf(array));
+  std::vector<Vec3f> values(sizeOf(array));
   for (std::size_t c = 0; c < 3; ++c)
     dequantizeAll(array.quantizers[c], array.codes[c],
                   [&](std::size_t i, float value) { values[i][c] = value; });
   return values;
 }
 
-std::vector<Vec3> decodeNormals(const CodedArray& array, Generation generation, Report& report) {
+std::vector<Vec3f> decodeNormals(const CodedArray& array, Generation generation, Report& report) {
   checkComponents(array, 3, 3, "normals");
   const std::size_t count = sizeOf(array);
   if (array.bits == 0) {
@@ -316,7 +316,7 @@ std::vector<Vec3> decodeNormals(const CodedArray& array, Generation generation, 
   const bool packed = generation == Generation::v10;
   checkSizes(array, packed ? 1 : 4, "normals");
   const Deering deering(array.bits, count);
-  std::vector<Vec3> normals(count);
+  std::vector<Vec3f> normals(count);
   std::size_t strays = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const auto part = [&](std::size_t k) { return static_cast<std::uint32_t>(array.codes[k][i]); };
@@ -385,7 +385,7 @@ std::vector<Vec4> decodeColors(const CodedArray& array, Generation generation, R
   return colors;
 }
 
-CodedArray encodeCoordinates(std::span<const Vec3> values, Generation generation, unsigned bits) {
+CodedArray encodeCoordinates(std::span<const Vec3f> values, Generation generation, unsigned bits) {
   CodedArray array;
   array.count = static_cast<std::int32_t>(values.size());
   for (std::size_t c = 0; c < 3; ++c)
@@ -404,7 +404,7 @@ CodedArray encodeCoordinates(std::span<const Vec3> values, Generation generation
   return array;
 }
 
-CodedArray encodeNormals(std::span<const Vec3> values, std::span<const std::uint32_t> order,
+CodedArray encodeNormals(std::span<const Vec3f> values, std::span<const std::uint32_t> order,
                          Generation generation, unsigned bits) {
   CodedArray array;
   array.count = static_cast<std::int32_t>(order.size());

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "JtDiagnostic.h"
+#include "JtMesh.h"
 #include "codec/packet/Contexts.h"
 #include "codec/packet/Predictors.h"
 
@@ -62,7 +63,6 @@ struct CodedArray {
   }
 };
 
-using Vec3 = std::array<float, 3>;
 using Vec4 = std::array<float, 4>;
 
 /// The numbers of an array. Throw JtFormatError when codes and count do not fit each other; a hash
@@ -70,16 +70,17 @@ using Vec4 = std::array<float, 4>;
 /// stored are left to the caller, who can work out several at a time.
 /// Codes of lossless texture coordinates and colors, and of 10.x packed colors, are expected with
 /// prediction in place: whether they are predicted is found out by the hash.
-std::vector<Vec3> decodeCoordinates(const CodedArray& array, Generation generation, Report& report);
-std::vector<Vec3> decodeNormals(const CodedArray& array, Generation generation, Report& report);
+std::vector<Vec3f> decodeCoordinates(const CodedArray& array, Generation generation,
+                                     Report& report);
+std::vector<Vec3f> decodeNormals(const CodedArray& array, Generation generation, Report& report);
 /// array.components values a record.
 std::vector<float> decodeTexture(const CodedArray& array, Generation generation, Report& report);
 std::vector<Vec4> decodeColors(const CodedArray& array, Generation generation, Report& report);
 
 /// The inverse, with hash. @param bits of a coordinate 1..32, or of an angle 1..13; 0 is lossless
 /// @param order index of the value of each record
-CodedArray encodeCoordinates(std::span<const Vec3> values, Generation generation, unsigned bits);
-CodedArray encodeNormals(std::span<const Vec3> values, std::span<const std::uint32_t> order,
+CodedArray encodeCoordinates(std::span<const Vec3f> values, Generation generation, unsigned bits);
+CodedArray encodeNormals(std::span<const Vec3f> values, std::span<const std::uint32_t> order,
                          Generation generation, unsigned bits);
 /// @pre bits is 1..24: the lossless forms are not certain enough to be written
 CodedArray encodeTexture(std::span<const float> values, unsigned components, unsigned bits);
