@@ -57,15 +57,15 @@ set(JTW_GOALS
     "G13|^jt_file_tests\\.Hostile\\.FlawsOfASceneGraph"
     # Nothing is lost
     "G14|^jtw_tests\\.Saving\\.WhatNoEditTouched"
-    "G14|^jt_scene_tests\\.Edit\\.WhatIsNewGetsNewIds"
+    "G14|^jt_document_tests\\.Edit\\.WhatIsNewGetsNewIds"
     "G14|^cli_tests\\..*DataFile\\.CopyReachesAFixedPoint"
     "G14|^jt_scene_tests\\.RandomScene\\."
     # The same bytes
     "G15|TheSameBytes"
     # Threads
     "G16|^thread_stress$"
-    "G16|^jt_scene_tests\\.Shapes\\.AreDecodedOnce"
-    "G16|^jt_scene_tests\\.Edit\\.MetaDataIsLoadedOnce"
+    "G16|^jt_document_tests\\.Shapes\\.AreDecodedOnce"
+    "G16|^jt_document_tests\\.Edit\\.MetaDataIsLoadedOnce"
     "G16|^jt_storage_tests\\.Save\\.(KeepsOneWhole|OfManyAtOnce)"
     # Promises and their labels
     "G19|^documents$")

@@ -80,7 +80,7 @@ TEST(Guid, HasOneText) {
 
 TEST(FormatError, SaysWhereAsFarAsItIsKnown) {
   const JtFormatError inner("truncated", "vertexCount is 9, but 5 bytes are left",
-                            {.file = {}, .segment = {}, .element = "4", .offset = 0x1f40});
+                            {.element = "4", .offset = 0x1f40});
   EXPECT_STREQ(inner.what(), "element 4, offset 0x1f40: vertexCount is 9, but 5 bytes are left");
   const JtFormatError whole =
       inner.within({.file = "gear.jt", .segment = "7 (shape)", .element = "outer", .offset = 1});
