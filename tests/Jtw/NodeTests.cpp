@@ -122,7 +122,7 @@ TEST_F(Node, MovesThatWouldBreakTheTreeAreRefused) {
   second.setChild(nullptr);
   EXPECT_EQ(three.parent(), key(2));
 
-  // What stands between a node and its parent is left behind.
+  // What is between a node and its parent is left behind.
   const auto group = jt::make<JtGroup>();
   component().removeChild(two.jtNode());
   instance(*group, *two.jtNode());

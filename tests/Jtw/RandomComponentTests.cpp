@@ -18,7 +18,7 @@ std::string narrow(const std::wstring& text) {
   return ApiSysStringConvertors::UnicodeToRWCString(text);
 }
 
-/// What is told of an object, one line.
+/// What is reported of an object, one line.
 struct Line {
   std::string text;
   Line& add(const std::string& value) {

@@ -226,7 +226,7 @@ TEST_F(Edit, FrameListsGoRound) {
   }
   EXPECT_EQ(work_.run("copy cell.kpak/cell.jt old.jt --version 9.5").exit, 0);
   EXPECT_EQ(work_.json("frames old.jt").at("lists"), work_.json("frames cell.kpak").at("lists"));
-  // Into another component, and out again: what is attached to a frame that goes is told.
+  // Into another component, and out again: what is attached to a frame that goes is reported.
   work_.json("new other.kpak");
   shown.at("frames").at(0).at("attachment").at("parent") = 1;
   work_.write("shown.json", shown.dump());

@@ -108,7 +108,7 @@ TEST_P(DataFile, ExplainTellsEveryByteOnce) {
       inFile.push_back(field);
     EXPECT_NE(field.at("type"), "error") << field;
   }
-  // Packed streams are told by what is in them: one piece of the file each.
+  // Packed streams are reported by what is in them: one piece of the file each.
   const Json info = work_.json("info --segments " + file());
   for (const Json& row : info.at("segmentList")) {
     if (row.at("compression") == "none") continue;

@@ -51,7 +51,7 @@ std::vector<std::string> dataFiles();
 /// equal in length, numbers are equal but for rounding.
 bool holds(const Json& actual, const Json& expected);
 
-/// EXPECT_TRUE with this tells both sides.
+/// EXPECT_TRUE with this prints both sides.
 testing::AssertionResult matches(const Json& actual, const std::string& expected);
 
 }  // namespace cli

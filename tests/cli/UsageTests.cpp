@@ -1,4 +1,4 @@
-// The command line itself: what is refused, how failures are told, where output goes.
+// The command line itself: what is refused, how failures are reported, where output goes.
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@ class DMKR_API DmKrUtilsComputeHierarchyComplexity {
   /// Counts from `top` (null: nothing) down, `top` included.
   DmKrUtilsComputeHierarchyComplexity(const JtNode* top, std::uint64_t limit);
 
-  /// The count; the greatest number of 64 bits stands for that many or more.
+  /// The count; the greatest number of 64 bits represents that many or more.
   std::uint64_t complexity() const { return complexity_; }
   bool IsComplexityHigherThanLimit() const { return complexity_ > limit_; }
 

@@ -15,7 +15,7 @@ class DMKR_API DmKrUtilsInterface {
   /// @return how many were removed
   static int cleanupUnusedAttributes(JtNode* top);
 
-  /// Opens a JT file alone: partitions that stand for other files stay closed.
+  /// Opens a JT file alone: partitions that represent other files stay closed.
   /// @return null when it cannot be opened; the reason is in jt::lastError()
   static jt::Ref<JtPartition> OpenJt(const RWClassicCString& path,
                                      const jt::ReadLimits& limits = {});

@@ -10,7 +10,7 @@ class DMKR_API DmKrUtilsStreamStorageLocation : public JtStorageLocation {
  public:
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
-  /// The name that the stream tells, or "stream".
+  /// The name that the stream gives, or "stream".
   JtString displayName() const override;
 
   /// Sets the stream; the location takes a reference. Null: the location holds nothing.

@@ -47,7 +47,7 @@ class DMKR_API DmKrUtilsUpdateJtMaterials {
   /// Converts what lies below `partition`, and the partition's own materials.
   /// @param result overwritten
   /// @return false for null, and when memory ran out: then some materials are converted, and
-  /// jt::lastError() tells
+  /// jt::lastError() gives
   bool execute(JtPartition* partition, Result& result) const;
 
  private:

@@ -41,7 +41,7 @@ class HOST_API ApiClock {
   /// Waits at least that long.
   static void sleepMs(unsigned milliseconds);
 
-  /// Sets the source; null stands for the system's clock.
+  /// Sets the source; null represents the system's clock.
   /// @return the source there was, null for the system's
   static std::shared_ptr<ApiClockSource> setSource(std::shared_ptr<ApiClockSource> source);
 };

@@ -15,7 +15,7 @@ class HOST_API ApiDebugOutput {
   /// Sends one text as it is.
   static void write(std::string_view text);
 
-  /// Sets where texts go; an empty sink stands for the list. A sink's exceptions are dropped.
+  /// Sets where texts go; an empty sink represents the list. A sink's exceptions are dropped.
   /// @return the sink there was
   static Sink setSink(Sink sink);
 

@@ -74,7 +74,7 @@ class HOST_API ApiErrStream {
     return message;
   }
 
-  /// Sets where errors go; an empty sink stands for the list. A sink's exceptions are dropped.
+  /// Sets where errors go; an empty sink represents the list. A sink's exceptions are dropped.
   /// @return the sink there was
   static Sink setSink(Sink sink);
 

@@ -40,7 +40,7 @@ class HOST_API ApiLogLogger {
   /// The name.
   const RWClassicCString& name() const { return name_; }
 
-  /// Sets where the entries of all loggers go; an empty sink stands for the list. A sink's
+  /// Sets where the entries of all loggers go; an empty sink represents the list. A sink's
   /// exceptions are dropped.
   /// @return the sink there was
   static Sink setSink(Sink sink);

@@ -19,7 +19,7 @@ class HOST_API ApiSysFileAccess {
 
   /// When the file was last written, in nanoseconds since 1970-01-01 UTC, as fine as the file
   /// system keeps it.
-  /// @return false when that cannot be told; `nanoseconds` is then unchanged.
+  /// @return false when that cannot be determined; `nanoseconds` is then unchanged.
   static bool lastWriteTime(const ApiSysFilePath& path, std::int64_t& nanoseconds);
 
   /// True when both paths lead to one file that exists, by links or otherwise.

@@ -41,7 +41,7 @@ class HOST_API ApiSysFilePath {
   bool isDirectory() const;
 
   /// The path from the root, without "." and ".." parts, with '/' separators. Two texts for one
-  /// place give the same result, as far as that can be told without following links.
+  /// place give the same result, as far as that can be determined without following links.
   ApiSysFilePath absolute() const;
 
   friend bool operator==(const ApiSysFilePath&, const ApiSysFilePath&) = default;

@@ -13,7 +13,7 @@ class HOST_API ApiSysStringConvertors {
   static RWClassicWString RWCStringToUnicode(std::string_view text);
 
   /// Wide to narrow, the inverse of RWCStringToUnicode() for every text of Unicode characters and
-  /// lone surrogates. A surrogate pair becomes the one character it stands for; values that no
+  /// lone surrogates. A surrogate pair becomes the one character it represents; values that no
   /// character can have become U+FFFD.
   static RWClassicCString UnicodeToRWCString(std::wstring_view text);
 

@@ -27,7 +27,7 @@ HOST_API std::string_view toText(IStreamResult result);
 /// Where a seek counts from.
 enum class IStreamOrigin : std::int32_t { begin, current, end };
 
-/// What a stream tells about itself.
+/// What a stream reports about itself.
 struct IStreamStat {
   std::uint64_t size = 0;
   /// The path of a file; may be empty.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kSettingsLimit = std::size_t{1} << 20;
 
-/// The whole text of a settings file; what is wrong is told in `error`.
+/// The whole text of a settings file; what is wrong is reported in `error`.
 RWClassicCString readText(const ApiSysFilePath& path, RWClassicCString& error) {
   IStreamResult result = IStreamResult::ok;
   const CComPtr<FileStream> stream = FileStream::open(path, result);

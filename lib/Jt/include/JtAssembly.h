@@ -1,6 +1,6 @@
 #pragma once
 
-// Assemblies of several files: partitions that stand for part files.
+// Assemblies of several files: partitions that represent part files.
 
 #include <cstddef>
 #include <cstdint>

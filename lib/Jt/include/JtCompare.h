@@ -24,7 +24,7 @@ using ComparedValue =
 enum class DifferenceKind : std::uint8_t {
   node,       ///< a node with all that is below it is on one side only; the value is its type
   type,       ///< the node has another type; its own fields are not compared
-  position,   ///< the node stands elsewhere among its siblings; the values are indices from 0
+  position,   ///< the node is elsewhere among its siblings; the values are indices from 0
   name,       ///< the node's name
   field,      ///< one field of the node: flags, range limits, extent, ...
   attribute,  ///< one field of an attribute, or a whole attribute (the value is its type)
@@ -70,7 +70,7 @@ struct CompareOptions {
   /// Keys of properties that tell siblings apart whatever their name, the first one that a node has
   /// counts.
   std::vector<std::string> identityKeys;
-  /// Further differences are counted and not told.
+  /// Further differences are counted and not reported.
   std::size_t maxDifferences = 1000;
   /// Told the share that is done, 0..1, of the files and part files known so far; may be empty.
   std::function<void(double)> progress = {};
@@ -87,7 +87,7 @@ struct CompareResult {
 
 /// Compares two opened files, or partitions made in memory. Children are matched by identity key,
 /// then by content, then by name and type, then by place; what one side lacks is one difference. A
-/// pair of nodes is compared once, however many paths lead to it; partitions that stand for other
+/// pair of nodes is compared once, however many paths lead to it; partitions that represent other
 /// files are compared by what is in the files where both are open, else by file name. Segments are
 /// loaded only where their bytes differ. Throws JtFormatError when a segment that must be looked at
 /// is damaged, and "too_complex" when shared nodes can be paired in unreasonably many ways, or too

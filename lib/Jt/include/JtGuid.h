@@ -13,7 +13,7 @@
 #include "JtHash.h"
 
 /// 128-bit identifier of a segment or an object type, in the field form of ISO 14306: the first
-/// three fields follow the byte order of the file, the last eight bytes stand as they are.
+/// three fields follow the byte order of the file, the last eight bytes are stored as they are.
 struct JtGuid {
   std::uint32_t data1 = 0;
   std::uint16_t data2 = 0;

@@ -130,9 +130,9 @@ class JT_API ExplainSink {
   virtual void field(const ExplainedField& field) = 0;
 };
 
-/// Tells every field of a file, or of one segment. A segment that is damaged is told as far as it
-/// can be read, then its rest as bytes. Throws JtFormatError for a file without readable container,
-/// and "no_segment" when the asked segment does not exist.
+/// Reports every field of a file, or of one segment. A segment that is damaged is reported as far
+/// as it can be read, then its rest as bytes. Throws JtFormatError for a file without readable
+/// container, and "no_segment" when the asked segment does not exist.
 JT_API void explain(const JtStorageLocation& location, const ExplainOptions& options,
                     ExplainSink& sink);
 
@@ -148,7 +148,7 @@ JT_API std::optional<ObjectPlace> placeOf(const JtPartition& partition, std::int
 
 /// Reads and decodes everything in a file. Never throws for the file's content: what keeps it from
 /// being opened is one error among the findings. Empty: the file is sound.
-/// @param progress told the share that is done, 0..1; may be empty
+/// @param progress receives the share that is done, 0..1; may be empty
 JT_API std::vector<Diagnostic> verify(const JtStorageLocation& location,
                                       const ReadLimits& limits = {},
                                       const std::function<void(double)>& progress = {});

@@ -76,7 +76,7 @@ class JT_API JtMaterial : public JtAttribute {
   /// Copies the value of a field, whether `from` states it or not.
   void takeField(JtMaterialField field, const JtMaterial& from);
 
-  /// True when one of the two can stand for the other wherever it is listed: all values are equal
+  /// True when one of the two can replace the other wherever it is listed: all values are equal
   /// bit for bit, the flags too. How a file stores them does not matter.
   bool isEqualTo(const JtMaterial& other) const noexcept;
   /// Equal for materials that are equal.

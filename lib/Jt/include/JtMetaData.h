@@ -37,7 +37,7 @@ class JT_API JtMetaData : public JtBase {
   friend struct jt::file::FieldAccess;
   jt::LocalVersion version_;
   std::vector<Entry> entries_;
-  bool terminated_ = true;          // false: an entry of unknown type stands in surplus_
-  std::vector<std::byte> surplus_;  // what follows the last entry that could be read
+  bool terminated_ = true;                // false: an entry of unknown type is in trailingBytes_
+  std::vector<std::byte> trailingBytes_;  // what follows the last entry that could be read
   bool modified_ = false;
 };

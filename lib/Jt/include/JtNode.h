@@ -127,5 +127,5 @@ class JT_API JtNode : public JtSceneObject {
   jt::ParentList parents_;
   jt::InlineList<jt::Ref<JtAttribute>> attributes_;
   mutable std::vector<jt::Property> properties_;
-  std::shared_ptr<const std::vector<std::byte>> surplus_;  // bytes after the last known field
+  std::shared_ptr<const std::vector<std::byte>> trailingBytes_;  // bytes after the last known field
 };

@@ -230,7 +230,7 @@ struct PMIData {
   PMIPolygons polygons;
   PMICadTags cadTags;
   std::vector<PMIFont> fonts;
-  std::vector<std::byte> surplus;  ///< what follows and is not understood
+  std::vector<std::byte> trailingBytes;  ///< what follows and is not understood
 
   /// The areas belong to the generic entities one by one. Nothing in the format says so; the same
   /// number of both in what was read is taken as a sign.

@@ -18,7 +18,7 @@
 
 namespace jt {
 
-/// Why the file that a partition stands for is not open.
+/// Why the file that a partition represents is not open.
 struct PartFailure {
   std::string file;  ///< path; as the partition names it when no path comes of that
   /// "external_missing", "external_outside", "external_cycle", "no_location", or that of the error
@@ -34,7 +34,7 @@ class FileWriter;
 }  // namespace jt
 
 /// The top of a JT file's scene graph, or the place where another file hangs into one. A partition
-/// without file name holds its content itself; one with a file name stands for that file.
+/// without file name holds its content itself; one with a file name represents that file.
 class JT_API JtPartition : public JtGroup {
  public:
   /// A new, empty partition without storage location, version 10.0.
@@ -61,7 +61,7 @@ class JT_API JtPartition : public JtGroup {
   /// @param out    the partition with one reference for the caller; null when nothing was opened
   static void openPartition(JtStorageLocation* location, JtGroup* parent, JtPartition*& out,
                             const jt::ReadLimits& limits = {});
-  /// Opens the partitions below `partition` that stand for other files, theirs too when
+  /// Opens the partitions below `partition` that represent other files, theirs too when
   /// `recursive`. Each file is opened once, however often it is named. Missing and damaged files,
   /// and those that only a link leads to, out of the folder, leave their partition without content;
   /// notes and partFailure() say why. False when any could not be opened; jt::lastError() has the
@@ -91,7 +91,7 @@ class JT_API JtPartition : public JtGroup {
   jt::FileVersion version() const noexcept { return version_; }
   /// The version of the next save.
   void setVersion(jt::FileVersion version) noexcept { version_ = version; }
-  /// The file that a partition inside a scene graph stands for; empty for the content's own.
+  /// The file that a partition inside a scene graph represents; empty for the content's own.
   const JtString& fileName() const noexcept { return fileName_; }
   void setFileName(const JtString& name);
   /// The opened file behind a partition with a file name; null when it is not open.
@@ -133,7 +133,7 @@ class JT_API JtPartition : public JtGroup {
   /// files is written. Throws JtFormatError: "closed" for a closed partition, "no_location", and
   /// what JtStorageManager::save throws.
   jt::SaveReport save(JtStorageLocation* location = nullptr, const jt::SaveOptions& options = {});
-  /// Writes the partition to its own location, and partitions below that stand for other files and
+  /// Writes the partition to its own location, and partitions below that represent other files and
   /// were changed to theirs. Throws JtFormatError.
   jt::SaveReport saveAllPartitions(const jt::SaveOptions& options = {}) {
     return save(nullptr, options);
@@ -143,7 +143,7 @@ class JT_API JtPartition : public JtGroup {
   jt::SaveReport saveAs(JtNode* root, JtStorageLocation* location,
                         const jt::SaveOptions& options = {});
   /// True when the scene graph, or metadata or PMI of a node, differs from the opened file. Files
-  /// that partitions below stand for do not count. False for a closed partition.
+  /// that partitions below represent do not count. False for a closed partition.
   bool isContentModified() const;
 
   int numChildren() const noexcept override;
@@ -192,7 +192,7 @@ class JT_API JtPartition : public JtGroup {
 
 namespace jt {
 
-/// How many children a node has in its own file. Those of a partition that stands for another file
+/// How many children a node has in its own file. Those of a partition that represents another file
 /// are without what that file holds, whether or not it is open.
 JT_API int numOwnChildren(const JtNode& node) noexcept;
 /// The child of that index in the node's own file, or null.

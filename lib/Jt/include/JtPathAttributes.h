@@ -68,7 +68,7 @@ class JT_API PathAttributes {
   /// The texture of the lowest texture channel, which has the surface's own color; its attribute
   /// is null when there is none.
   const InheritedTexture& texture() const noexcept;
-  /// The file that the nodes entered last are in: the last partition that does not stand for
+  /// The file that the nodes entered last are in: the last partition that does not represent
   /// another file that is open. Null: none was entered.
   const JtPartition* file() const noexcept { return file_; }
 

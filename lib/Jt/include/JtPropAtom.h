@@ -32,7 +32,7 @@ class JT_API JtPropAtom : public JtSceneObject {
   jt::LocalVersion baseVersion_;
   jt::LocalVersion version_;
   std::uint32_t stateFlags_ = 0;
-  std::shared_ptr<const std::vector<std::byte>> surplus_;  // bytes after the last known field
+  std::shared_ptr<const std::vector<std::byte>> trailingBytes_;  // bytes after the last known field
 };
 
 /// Text.

@@ -44,7 +44,7 @@ struct ShapeStatistics {
 
 }  // namespace jt
 
-/// A leaf that stands for geometry. The geometry itself lies in a segment that the node names by a
+/// A leaf that represents geometry. The geometry itself lies in a segment that the node names by a
 /// late-loaded property; the node holds its extent and counts. Several shapes may name one segment:
 /// it is decoded once, and stored once.
 class JT_API JtShape : public JtNode {
@@ -56,7 +56,7 @@ class JT_API JtShape : public JtNode {
 
   /// The geometry, decoded when it is first asked for and kept until `releaseMesh` or until the
   /// file is closed. Safe from several threads. Null when the shape has none, or when its segment
-  /// is missing or damaged: then jt::lastError() tells file, segment and offset, and everything
+  /// is missing or damaged: then jt::lastError() gives file, segment and offset, and everything
   /// else stays usable.
   std::shared_ptr<const jt::Mesh> mesh() const;
   /// Puts other geometry in the place of what the shape has; null leaves it without. Extent, counts

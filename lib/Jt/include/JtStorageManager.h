@@ -18,7 +18,7 @@ namespace storage {
 class FolderNames;
 }
 
-/// What tells one state of a file from another.
+/// What distinguishes one state of a file from another.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;

@@ -13,7 +13,7 @@ class JT_API JtSwitch : public JtGroup {
   /// Index of the child that is shown as stored; -1 or out of range: none.
   int selectedChild() const noexcept { return selected_; }
   void setSelectedChild(int index);
-  /// One of the switch's children to stand for it. With `selected` the one the switch shows (the
+  /// One of the switch's children to represent it. With `selected` the one the switch shows (the
   /// first child when it shows none); otherwise the alternative: the first child that is not the
   /// selected one, or the selected one when there is no other. Null when the switch is empty. Not
   /// owned.

@@ -45,7 +45,7 @@ class JT_API TemporaryPath {
 };
 
 /// Removes what all TemporaryPath objects of the process name, the newest first. Async-signal-safe:
-/// for the handler of a program that is told to end, which must not go on afterwards.
+/// for the handler of a program that is asked to end, which must not go on afterwards.
 JT_API void removeTemporaryPaths() noexcept;
 
 }  // namespace jt

@@ -64,9 +64,9 @@ struct WireframeData {
   std::int32_t nextTag = 0;  ///< as stored; many producers leave it 0
   /// CAD tags of the edges, in order. They stay bytes when they cannot be decoded.
   PMICadTags cadTags;
-  PMILayout layout = PMILayout::none;  ///< of CAD tags that are bytes
-  bool bigEndian = false;              ///< the same
-  std::vector<std::byte> surplus;      ///< bytes after the last known field
+  PMILayout layout = PMILayout::none;    ///< of CAD tags that are bytes
+  bool bigEndian = false;                ///< the same
+  std::vector<std::byte> trailingBytes;  ///< bytes after the last known field
 };
 
 namespace file {

@@ -38,7 +38,7 @@ class JTK_API JtkEntity : public JtkRefCounted {
     PMI_COORDINATE_SYSTEM = 138,
 
     // Types of this library.
-    INSTANCE = 201,   ///< hierarchy node that stands for another one
+    INSTANCE = 201,   ///< hierarchy node that represents another one
     PROPERTY = 202,   ///< property of a hierarchy node
     ATTRIBUTE = 203,  ///< any attribute of a hierarchy node
     TRANSFORM = 204,  ///< transform attribute of a hierarchy node

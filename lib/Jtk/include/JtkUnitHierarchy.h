@@ -22,7 +22,7 @@ class JTK_API JtkUnitHierarchy : public JtkHierarchy {
 
   /// The manager with all changes made since load(): the loaded one itself when there are none, a
   /// changed copy otherwise, null when there is neither a loaded manager nor an entity. The
-  /// entities then stand for those of the result, JtkPMIEntity::position() says for which.
+  /// entities then represent those of the result, JtkPMIEntity::position() says for which.
   /// @return 1 on success; 0, with the reason in jt::lastError(), when the manager cannot be
   ///         changed: the output and the entities are then as before
   int updatePMIDataManager(jt::Ref<PMIDataManager>& manager);

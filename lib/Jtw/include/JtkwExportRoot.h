@@ -35,7 +35,7 @@ class JTW_API JtkwExportRoot {
   JtkwExportRoot(const JtkwExportRoot& other);
   JtkwExportRoot& operator=(const JtkwExportRoot& other);
 
-  // --- Nodes. Locations are in millimetres. A null parent key stands for no parent.
+  // --- Nodes. Locations are in millimetres. A null parent key represents no parent.
 
   /// Makes the assembly of the document, unless there is one, maps `key` to it and takes the path
   /// of the file to write: folder and name, either separator. False when it cannot be made.

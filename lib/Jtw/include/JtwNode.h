@@ -25,7 +25,7 @@ JTW_API ApiGraColor colorOf(JtwNode& node, bool& isDefault);
 }  // namespace jtw
 
 /// One object of an opened component as the host sees it: a wrapper over one JT node. What the host
-/// knows of the object (key, name, unit, place, color, ...) stands in properties and attributes of
+/// knows of the object (key, name, unit, place, color, ...) is in properties and attributes of
 /// the JT node and is saved with it; the wrapper only caches what is found by walking up the scene
 /// graph: location, unit and color.
 ///

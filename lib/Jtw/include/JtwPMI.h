@@ -54,7 +54,7 @@ class JTW_API JtwPMI : public JtwLeaf {
   void setAttributes(const RWClassicCString& text) override { data_.attributes = text; }
   ApiProtoKey parent() override;
   /// Leaves the list of its collection, then joins the collection of that key. False when there is
-  /// none: it then stands in no list and still names the old collection.
+  /// none: it then is in no list and still names the old collection.
   bool setParent(const ApiProtoKey& key) override;
   void getAttachmentParent(ApiProtoKey& key, AttachmentType& type) override;
   void setAttachmentParent(const ApiProtoKey& key, AttachmentType type) override;

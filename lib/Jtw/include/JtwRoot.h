@@ -38,7 +38,7 @@ struct WalkMemo;
 }  // namespace jtw
 
 /// The top of the wrapper tree of one host document: it holds the partition with the document's JT
-/// data, the JT node that stands for the component in it, and every wrapper made over that. Roots
+/// data, the JT node that represents the component in it, and every wrapper made over that. Roots
 /// are made, initialised and destroyed by JtwManager; one thread uses a root at a time.
 class JTW_API JtwRoot : public JtwCollection {
  public:

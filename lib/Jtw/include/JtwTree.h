@@ -45,7 +45,7 @@ struct TreeEntry {
 JTW_API bool loadWrappers(JtwRoot& root);
 
 /// `start` and everything below it: parents before children, children in scene graph order and
-/// then the frames and annotations in list order. A wrapper stands under the nearest wrapper above
+/// then the frames and annotations in list order. A wrapper is under the nearest wrapper above
 /// it on the first path; each occurs once, whether it has a key or not.
 JTW_API std::vector<TreeEntry> tree(JtwRoot& root, JtwNode& start);
 
@@ -54,7 +54,7 @@ struct TreePlace {
   JtwNode* node = nullptr;
   int depth = 0;          ///< 0 for the component
   std::size_t first = 0;  ///< index in the list of the object's first place; its own for that
-  /// Object ids that lead to the object's JT node in this place: of the partitions that stand for
+  /// Object ids that lead to the object's JT node in this place: of the partitions that represent
   /// the files on the way, of nodes where a further place begins, and at last its own. For a frame
   /// or annotation, to the collection's. Empty when one of the nodes has no id.
   std::vector<std::int32_t> ids{};

@@ -14,8 +14,8 @@ class JtSwitch;
 class JtwRoot;
 
 /// Converts the materials of a component's JT file once, and marks the component so that no later
-/// run does it again. What is converted is told by DmKrUtilsUpdateJtMaterials. One object serves
-/// one run.
+/// run does it again. What is converted is reported by DmKrUtilsUpdateJtMaterials. One object
+/// serves one run.
 ///
 /// A component is a partition's only child when that is a switch marked "KrSwitch", else the first
 /// child that is a component of the host by its "KrObjType". The mark, a property without value,

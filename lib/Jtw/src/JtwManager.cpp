@@ -49,7 +49,7 @@ void JtwManager::fini() {
   JtXTBrepLib::fini();
   JtwManager& manager = the();
   while (!manager.roots_.empty()) {
-    // A copy: the entry that the reference stands in goes away. The look-up by key can miss when
+    // A copy: the entry that holds the reference goes away. The look-up by key can miss when
     // the document changed its identity; the entry goes all the same.
     const ApiDocumentRef document = manager.roots_.begin()->first;
     if (!manager.releaseRoot(document)) manager.roots_.erase(manager.roots_.begin());

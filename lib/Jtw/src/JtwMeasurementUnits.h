@@ -13,7 +13,7 @@ class JtwMeasurementUnitsInterface {
 
   /// Records on every node of the partition whose unit is not the millimetre what its scale is, in
   /// "KrMeasurementUnitProp". Nothing below parts, or in other files, is looked at.
-  /// @param takeRecorded a scale that is recorded already stands; otherwise it is brought up to
+  /// @param takeRecorded a scale that is recorded already is kept; otherwise it is brought up to
   /// what the unit says now
   static void recordScales(JtPartition& partition, bool takeRecorded);
 };

@@ -198,7 +198,7 @@ void JtwNode::setName(const RWClassicWString& name) {
 }
 
 void JtwNode::removeNameExtension(RWClassicWString& name) {
-  // The extension stands at the end, so its start is found from there: in one pass over the name,
+  // The extension is at the end, so its start is found from there: in one pass over the name,
   // however long it is.
   const std::wstring_view all = name;
   std::wstring_view head = all;

@@ -322,6 +322,6 @@ void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacemen
     for (JtwPMI* pmi : pmis.entries()) {
       pmi->origin_ = jt::Ref<const JtNode>(node);
       pmi->filedUnder_ = pmi->filings_ == 1 ? node : nullptr;
-      rebind(*pmi);  // frames without key stand in no other map
+      rebind(*pmi);  // frames without key are in no other map
     }
 }

@@ -1,4 +1,4 @@
-// The node in the partition that stands for the document's component: found, or built.
+// The node in the partition that represents the document's component: found, or built.
 
 #include <unordered_map>
 #include <vector>

@@ -98,7 +98,8 @@ Wrapper* createPMI(JtwRoot& root, const ApiProtoKey& key, const ApiProtoKey& par
   return made.release();
 }
 
-/// Takes away from a copied graph what tells one object from another; frames are objects too.
+/// Takes away from a copied graph what distinguishes one object from another; frames are objects
+/// too.
 void stripIdentity(JtNode* copy) {
   jtw::forEachBelow(copy, [](JtNode& node) {
     jtw::eraseProperty(&node, Key::protoKey);

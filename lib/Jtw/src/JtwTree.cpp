@@ -112,7 +112,7 @@ void setPlacement(JtwNode& node, const RTTran3D& millimetres) {
   const RTTran3D current = node.relLoc();
   if (millimetres == current) return;
   const double ratio = static_cast<double>(node.measurementUnitRatio());
-  // What stands between the node and its parent stays: only the node's own part changes.
+  // What is between the node and its parent stays: only the node's own part changes.
   const RTTran3D own = localTransform(jtNode, ratio);
   const auto undo = current.tryInverse();
   RTTran3D local = undo ? own * *undo * millimetres : millimetres;

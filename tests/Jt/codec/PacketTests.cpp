@@ -24,7 +24,7 @@ Bytes fromHex(std::string_view text) {
   return bytes;
 }
 
-/// Decodes all of the bytes. @param rest told how many are left over
+/// Decodes all of the bytes. @param rest receives how many are left over
 Values decode(PacketKind kind, std::span<const std::byte> bytes, std::size_t* rest = nullptr,
               bool bigEndian = false, Predictor predictor = Predictor::none) {
   const std::unique_ptr<std::byte[]> exact(new std::byte[bytes.size()]);  // for sanitizers

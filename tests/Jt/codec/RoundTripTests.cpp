@@ -146,7 +146,7 @@ RC_GTEST_PROP(RoundTrips, PolylinesAndPointsOfEveryForm, ()) {
   expectInEveryForm(mesh, mesh, {});
 }
 
-/// The mesh as it must come back: used positions and normals moved to what their codes stand for.
+/// The mesh as it must come back: used positions and normals moved to what their codes represent.
 Mesh quantized(Mesh mesh, unsigned coordinateBits, unsigned normalBits) {
   constexpr float kRounding = 4e-6F;  // of coordinates below 64
   for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -242,7 +242,7 @@ TEST(RoundTrips, AFanOfManyTrianglesTakesLinearTime) {
 }
 
 /// A flat grid on its steps: arithmetic code leaves nothing of it, and readers limit what little
-/// data may stand for.
+/// data may represent.
 TEST(RoundTrips, ARegularShapeCanStillBeRead) {
   constexpr std::uint32_t kCells = 255;
   Mesh mesh = grid(kCells, kCells, false, false, {}, false);

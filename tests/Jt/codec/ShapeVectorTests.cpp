@@ -85,7 +85,7 @@ TEST(ShapeVectors, AreWrittenBackByTheSameFieldLists) {
     element.kind = kind->kind;
     jt::file::Reader reader(stored.body, format);
     kind->read(reader, element);
-    EXPECT_TRUE(element.surplus.empty());
+    EXPECT_TRUE(element.trailingBytes.empty());
     jt::file::ByteSink sink;
     jt::file::Writer writer(sink, format);
     kind->write(writer, element);

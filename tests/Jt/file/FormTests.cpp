@@ -93,7 +93,7 @@ TEST(Forms, UnknownThingsSurviveInEveryGenerationAndByteOrder) {
         .element(B::kUnknown, 0, 7, scene.fields().zeros(2))  // unreadable
         .element(B::kUnknown, 3, 8, scene.fields().attribute().zeros(9))
         .element(B::kMaterial, 3, 9, data)
-        .element(B::kGroup, 1, 10, scene.fields().group({}).zeros(7))  // surplus
+        .element(B::kGroup, 1, 10, scene.fields().group({}).zeros(7))  // trailing bytes
         .marker()
         .text(90, "JT_PROP_NAME")
         .text(91, "old")

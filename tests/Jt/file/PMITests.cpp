@@ -19,7 +19,7 @@ Bytes written(const PMIData& data, const Format& format) {
   return {out.bytes().begin(), out.bytes().end()};
 }
 
-/// Every byte of a body must be told, in order.
+/// Every byte of a body must be reported, in order.
 class Coverage : public FieldListener {
  public:
   void field(std::size_t offset, std::size_t size, const char* name, const char*,
@@ -87,7 +87,7 @@ TEST(PMI, EveryVersionOfTheTypedLayoutHasItsOwnFields) {
           PMIData data;
           expectReadToldAndWrittenBack(TypedBody(format, elementVersion, pmiVersion).bytes(),
                                        format, data);
-          EXPECT_TRUE(data.surplus.empty());
+          EXPECT_TRUE(data.trailingBytes.empty());
           std::vector<std::size_t> counts;
           for (const auto& kind : data.flat) counts.push_back(kind.size());
           for (const auto& kind : data.solid) counts.push_back(kind.size());
@@ -128,7 +128,7 @@ TEST(PMI, TheFormsOfTheGenericLayoutAreToldApart) {
           if (knownEnd) {
             EXPECT_EQ(data.polygons.filled.at(0).colors, std::vector<float>{7});
           }
-          EXPECT_EQ(data.surplus.size(), knownEnd ? 16U : 45U);
+          EXPECT_EQ(data.trailingBytes.size(), knownEnd ? 16U : 45U);
         }
   }
 }

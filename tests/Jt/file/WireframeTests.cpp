@@ -210,12 +210,12 @@ TEST(Wireframe, WhatDoesNotFitIsRefused) {
       {"few points", [](Layout& l) { l.degrees[5] = 2; }},
       {"very many points", [](Layout& l) { l.counts[1] = 0x7fffffff; }},
       {"few coordinates", [](Layout& l) { l.points.pop_back(); }},
-      {"surplus coordinates", [](Layout& l) { l.points.push_back(1); }},
+      {"trailingBytes coordinates", [](Layout& l) { l.points.push_back(1); }},
       {"weights of another count", [](Layout& l) { l.weightCount = 7; }},
       {"weight of no point", [](Layout& l) { l.weightIndices[2] = 8; }},
       {"index without weight", [](Layout& l) { l.weights.pop_back(); }},
       {"few knots", [](Layout& l) { l.knots.pop_back(); }},
-      {"surplus knots", [](Layout& l) { l.knots.push_back(1); }},
+      {"trailingBytes knots", [](Layout& l) { l.knots.push_back(1); }},
   };
   for (const Format& format : {k95, k100})
     for (const Damage& damage : cases) {

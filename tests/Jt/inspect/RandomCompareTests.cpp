@@ -19,7 +19,7 @@ void name(JtNode& node, const char* text) {
 struct Expected {
   jt::DifferenceKind kind;
   std::string below;
-  bool somewhereElse = false;  ///< a shared attribute is told for another node
+  bool somewhereElse = false;  ///< a shared attribute is reported for another node
 };
 
 std::optional<Expected> edit(JtNode& node, Choices& choices) {

@@ -105,7 +105,7 @@ for call in "${calls[@]}"; do
   expect_next_save_works "errors at $call"
 done
 
-# Claims to have written what it did not: only reading back tells.
+# Claims to have written what it did not: only reading back shows it.
 for call in pwrite64 copy_file_range; do
   for n in 1 2; do
     faulty "$call" "retval=3:when=$n"

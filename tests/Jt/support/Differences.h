@@ -5,7 +5,7 @@
 
 #include "JtCompare.h"
 
-/// What a comparison tells, a line a difference: "PATH KIND NAME".
+/// What a comparison reports, a line a difference: "PATH KIND NAME".
 class Differences : public jt::CompareSink {
  public:
   Differences(const JtPartition& a, const JtPartition& b, jt::CompareOptions options = {}) {

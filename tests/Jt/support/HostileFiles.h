@@ -85,7 +85,7 @@ inline Bytes parents(const Format& format, std::size_t count) {
   return whole(format, scene);
 }
 
-/// Partitions that stand for files which are not there.
+/// Partitions that represent files which are not there.
 inline Bytes missingParts(const Format& format, std::size_t count) {
   SceneBuilder scene(format);
   scene.partition(1, idsFrom(2, count));

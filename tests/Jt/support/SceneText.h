@@ -18,8 +18,8 @@
 #include "VisMetaDataNode.h"
 
 /// A scene graph as text: what it means, not how a file holds it. Nodes are numbered in the order
-/// in which a depth-first walk meets them, shared nodes and attributes are told once. Two scenes
-/// are equal when their texts are.
+/// in which a depth-first walk meets them, shared nodes and attributes are reported once. Two
+/// scenes are equal when their texts are.
 class SceneText {
  public:
   /// @param full also what only some versions can hold: final flags, bumpiness

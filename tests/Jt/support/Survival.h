@@ -7,7 +7,7 @@
 
 // What every input must bear, sound or not.
 
-/// Takes everything that explain tells and keeps nothing.
+/// Takes everything that explain reports and keeps nothing.
 class NullSink : public jt::ExplainSink {
  public:
   void beginSegment(const jt::ExplainedSegment&) override {}

@@ -134,7 +134,7 @@ class ArgumentReader {
   }
 
  private:
-  /// "-" stands for a stream, "-5" for a key.
+  /// "-" represents a stream, "-5" for a key.
   static bool isShort(std::string_view word) {
     return word.size() > 1 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
   }
@@ -175,7 +175,7 @@ class ArgumentReader {
     }
   }
 
-  /// Letters may stand together; the rest behind one that takes a value is the value.
+  /// Letters may be combined; the rest behind one that takes a value is the value.
   void readShort(std::string_view letters) {
     while (!letters.empty()) {
       const char letter = letters[0];

@@ -55,7 +55,7 @@ struct CommandLine {
   Arguments arguments;
 };
 
-/// Reads the command line, without the program's own name. Options may stand before or after the
+/// Reads the command line, without the program's own name. Options may come before or after the
 /// command, "--" ends them; an option of a command wins over a global one of the same name. Throws
 /// Failure "usage". How many arguments there are is not checked here.
 CommandLine readCommandLine(std::span<const char* const> words);

@@ -21,9 +21,9 @@ OpenedAssembly openAssembly(Session& session, const std::string& path) {
                    " not looked for");
     return opened;
   }
-  const std::size_t told = opened.top->notes().size();
+  const std::size_t shown = opened.top->notes().size();
   JtPartition::openAllPartitions(opened.top.get(), true);
-  showNotes(session, path, std::span(opened.top->notes()).subspan(told));
+  showNotes(session, path, std::span(opened.top->notes()).subspan(shown));
   opened.parts = jt::partFilesOf(*opened.top);
   return opened;
 }

@@ -19,7 +19,7 @@ class Attachments {
       : component_(component), changed_(std::move(changed)) {}
 
   /// Throws Failure "cycle" when attachments, followed from an object on, lead in a circle.
-  /// @param what the object, for people
+  /// @param what the object, for readers
   void check(const ApiProtoKey& key, const std::string& what);
 
  private:

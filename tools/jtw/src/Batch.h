@@ -42,7 +42,7 @@ class Batch {
   Batch(Session& session, std::size_t count, Work work);
 
   /// Does some of the pieces, at most `jobs` at a time. Throws Failure "interrupted" when the
-  /// process is told to end: what is done is reported then, and no other piece is started.
+  /// process is asked to end: what is done is reported then, and no other piece is started.
   void run(const std::vector<std::size_t>& pieces, std::size_t jobs);
   /// As many as --jobs says, or as the machine has processors.
   static std::size_t jobs(const Session& session);

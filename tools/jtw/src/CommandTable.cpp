@@ -185,16 +185,16 @@ constexpr Command kCommands[] = {
      "With @OFFSET only the field at that byte, and what it belongs to. In a compressed segment\n"
      "offsets count in the inflated bytes; name it with --segment to ask for one of them.",
      1, 1, kExplainOptions, runExplain},
-    {"verify", "FILE...", "reads and decodes everything, and tells what is wrong",
+    {"verify", "FILE...", "reads and decodes everything and reports what is wrong",
      "jtw verify delivery/*.jt", "Exit code 1 when there is an error, 0 for warnings alone.", 1,
      kManyArguments, kLimitOptions, runVerify},
-    {"copy", "IN OUT [--version V]", "reads a JT file, writes it again and tells what was done",
+    {"copy", "IN OUT [--version V]", "rewrites a JT file and reports what changed",
      "jtw copy gear.jt gear95.jt --version 9.5",
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
      "OUT is standard input or output; the report then goes to standard error.\n"
      "The part files of an assembly come along, to the same places beside OUT.",
      2, 2, kCopyOptions, runCopy},
-    {"diff", "A B [--tolerance T] [--segments]", "tells what is different between two JT files",
+    {"diff", "A B [--tolerance T] [--segments]", "reports the differences between two JT files",
      "jtw diff gear.jt gear-new.jt --tolerance 0.01",
      "Compares what the files mean: one model in two versions of the format is the same. Meshes\n"
      "are compared as sets of triangles. --tolerance is for nodes, attributes and meshes; numbers\n"
@@ -299,11 +299,12 @@ constexpr Command kCommands[] = {
      "a picture of what a JT file holds", "jtw snapshot gear.jt gear.png --view front",
      "Shows the finest level of detail, shaded, fitted to the view; up is +z. Shapes that cannot "
      "be\n"
-     "read are left out and told; the exit code is 1 then.",
+     "read are left out and reported; the exit code is 1 then.",
      2, 2, kSnapshotOptions, runSnapshot},
     {"import", "MESH DOC [--unit U] [--lods N]", "makes a component of a mesh file",
      "jtw import robot.glb robot.kpak --lods 3",
-     "MESH is a glTF, OBJ, STL, PLY, FBX, Collada, 3DS or other file; its extension tells. Its "
+     "MESH is a glTF, OBJ, STL, PLY, FBX, Collada, 3DS or other file; the extension gives the "
+     "format. Its "
      "nodes\n"
      "become blocks and entities with keys; meshes that are used twice are stored once.",
      2, 2, kImportOptions, runImport},
@@ -317,7 +318,8 @@ constexpr Command kCommands[] = {
      "jtw update-materials cells/*.kpak",
      "Each DOC is 'updated', or left as it is: 'already-updated', or 'native' when there is no\n"
      "component in it. One that fails stops nothing; the exit code is then 1, or that of the\n"
-     "failure when all fail alike. --jobs tells how many are done at a time, all cores without it.",
+     "failure when all fail alike. --jobs sets how many run at a time; by default one for each "
+     "core.",
      1, kManyArguments, kSetOptions, runUpdateMaterials},
     {"help",
      "[COMMAND]",

@@ -187,7 +187,7 @@ JtNode* follow(JtPartition& top, const std::vector<std::int32_t>& ids) {
   return found;
 }
 
-/// The ids that lead to a node: of the partitions that stand for the files on the way, and its own;
+/// The ids that lead to a node: of the partitions that represent the files on the way, and its own;
 /// nothing when one has none.
 std::vector<std::int32_t> idsTo(const JtNode* node) {
   std::vector<std::int32_t> ids{node->objectId()};

@@ -42,7 +42,7 @@ class Failure : public std::runtime_error {
 [[noreturn]] void failRefused(const std::string& document, const char* code,
                               const std::string& message);
 
-/// What a failed read becomes. `file` stands in for a file that the error does not name.
+/// What a failed read becomes. `file` replaces a file that the error does not name.
 Failure readFailure(const JtFormatError& error, const std::string& file);
 /// What a failed save becomes: the fault of the output, unless the error is about what was read.
 Failure saveFailure(const JtFormatError& error, const std::string& file);

@@ -18,7 +18,7 @@ class JsonWriter;
 void writeFrameRecords(JsonWriter& json, const std::vector<JtFrame>& frames);
 
 /// Reads such a list, or an object whose member "frames" it is. All members may be missing; a
-/// frame without key gets the null key. Throws Failure "bad_frames", which tells the place.
+/// frame without key gets the null key. Throws Failure "bad_frames", which names the place.
 /// @param file what the text came from, for messages
 std::vector<JtFrame> readFrameRecords(std::string_view text, const std::string& file);
 

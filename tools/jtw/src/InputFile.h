@@ -16,7 +16,7 @@ class Session;
 
 /// The JT file that a component folder holds, or the path itself when it is none. Throws Failure.
 std::string jtFileOf(const std::string& path);
-/// Where a FILE lies that is read; "-" is standard input, a component folder stands for its JT
+/// Where a FILE lies that is read; "-" is standard input, a component folder represents its JT
 /// file.
 jt::Ref<JtStorageLocation> inputLocation(const std::string& path);
 /// Where a FILE goes that is written; "-" is standard output. Throws Failure "usage" for the name

@@ -137,7 +137,7 @@ Change changeLocation(const Target& target, const std::string& value) {
     }
     if (!isStorable(location))
       failRefused(component.document(), "not_supported",
-                  "the place cannot be told in the object's parent");
+                  "the place cannot be expressed in the object's parent");
     if (auto* annotation = Target{component, index, node}.annotation())
       placeAnnotation(*annotation, location);
     else

@@ -18,7 +18,7 @@ class NodeIds {
   /// The partition first, parents before what only they hold.
   const std::vector<JtNode*>& nodes() const noexcept { return nodes_; }
   std::int64_t of(const JtNode* node) const { return ids_.at(node); }
-  /// The children that are listed: none of a partition that stands for a part file, unless the
+  /// The children that are listed: none of a partition that represents a part file, unless the
   /// nodes of part files are listed too.
   int childCount(const JtNode& node) const;
 

@@ -29,7 +29,7 @@ fs::path wholePath(const std::string& file) {
   return fs::absolute(file, error).lexically_normal();
 }
 
-/// The partitions of the graph's own file that stand for part files.
+/// The partitions of the graph's own file that represent part files.
 std::vector<JtPartition*> holdersIn(JtPartition& graph) {
   std::vector<JtPartition*> holders;
   std::unordered_set<const JtNode*> shared;

@@ -48,7 +48,7 @@ ExitCode run(Session& session) {
     return ExitCode::done;
   }
   if (arguments.has("version") && !hasOwnVersionOption(*command))
-    failUsage("--version stands alone: jtw --version");
+    failUsage("--version takes nothing else: jtw --version");
   if (!command->run) failUsage("'" + std::string(command->name) + "' is not available yet");
   const std::size_t count = arguments.positional().size();
   if (count < command->minArguments)

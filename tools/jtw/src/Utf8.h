@@ -7,7 +7,7 @@
 
 namespace tool {
 
-/// U+FFFD, which stands for bytes that are no character.
+/// U+FFFD, which represents bytes that are no character.
 inline constexpr std::string_view kReplacement = "\xef\xbf\xbd";
 
 /// Bytes of the character that `text` begins with; 0 when it does not begin with well-formed UTF-8

@@ -22,7 +22,7 @@ using PieceDone = std::function<void(std::size_t piece, std::optional<std::strin
 /// @param done runs in this process. A piece whose process did not come to its end, or could not be
 ///             started, has no result
 /// An exception of `done` stops the processes and goes through.
-/// @return false when the process was told to end (see SignalsNoted): the processes are stopped
+/// @return false when the process was asked to end (see SignalsNoted): the processes are stopped
 bool runInProcesses(const std::vector<std::size_t>& pieces, std::size_t jobs,
                     const PieceOfWork& work, const PieceDone& done);
 

@@ -35,7 +35,7 @@ struct SceneLines {
 
 /// The tree of a JT file with all its geometry, other files that it hangs in included. Of
 /// alternatives one is taken: of a switch the selected one, of levels of detail `level` or the
-/// coarsest. Instances are merged with what they stand for; hidden nodes are left out. Throws
+/// coarsest. Instances are merged with what they represent; hidden nodes are left out. Throws
 /// JtFormatError for geometry that cannot be read, and "too_many_places" for a graph that unfolds
 /// into more than it may.
 /// @param mostPlaces objects and shapes, each as often as it occurs, with their properties

@@ -76,7 +76,7 @@ struct Scene {
   std::vector<std::shared_ptr<const jt::TexturePixels>> images;  ///< none null, sizes as promised
   std::vector<Model> models;
   std::vector<Node> nodes;         ///< parents before their children; the first one is the root
-  std::vector<std::string> notes;  ///< what could not be taken over, for people
+  std::vector<std::string> notes;  ///< what could not be taken over, for readers
 };
 
 /// Extent of all that the nodes show, in the root's coordinates and the scene's unit.

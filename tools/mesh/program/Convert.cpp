@@ -194,7 +194,7 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   return exitCodeOf(parts);
 }
 
-/// Options that would change nothing are told, not passed over.
+/// Options that would change nothing are reported, not passed over.
 void checkOptions(const Session& session, bool fromJt, bool toJt) {
   const auto refuse = [&session](const char* name, const char* what) {
     if (session.arguments().has(name)) failUsage(std::string("--") + name + " is for " + what);

@@ -17,7 +17,7 @@ class SceneImages {
   using Decode = std::function<jt::TexturePixels(std::size_t mostBytes)>;
   /// Index in the scene; none when the image cannot be taken.
   /// @param key  what one image is known by, the same in every call for it
-  /// @param name for people
+  /// @param name for readers
   std::optional<std::size_t> take(const std::string& key, const std::string& name,
                                   const Decode& decode);
   /// The same for pixels that are there already: equal ones are one image.

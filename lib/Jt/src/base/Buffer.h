@@ -47,13 +47,13 @@ class ByteSink {
   void append(std::span<const std::byte> bytes) {
     if (!bytes.empty()) std::memcpy(extend(bytes.size()), bytes.data(), bytes.size());
   }
-  /// What was written, in memory of just that size.
+  /// The bytes written, in memory of exactly that size.
   Buffer take() && {
     buffer_.resize(size_);
     size_ = 0;
     return std::move(buffer_);
   }
-  /// Forgets what is behind `size`.
+  /// Truncates to `size` bytes.
   void shrink(std::size_t size) noexcept { size_ = size; }
 
  private:

@@ -54,7 +54,7 @@ bool JtBaseDataStream::read(JtString& text) {
   const std::size_t start = position_;
   std::uint32_t count = 0;
   if (!read(count)) return false;
-  // Doubted before anything is allocated: the units must be there.
+  // Checked before anything is allocated: the units must be present.
   if (count > left() / 2) {
     position_ = start;
     return false;

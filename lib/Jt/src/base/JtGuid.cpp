@@ -18,7 +18,7 @@ bool readHex(std::string_view text, std::size_t from, std::size_t digits, Number
   return error == std::errc{} && stop == end;
 }
 
-/// Spreads each bit over all others.
+/// Mixes every bit into all others.
 std::uint64_t mixed(std::uint64_t bits) {
   bits = (bits ^ (bits >> 30)) * 0xbf58476d1ce4e5b9U;
   bits = (bits ^ (bits >> 27)) * 0x94d049bb133111ebU;

@@ -8,7 +8,7 @@ std::byte* mapPages(std::size_t size) noexcept {
   void* pages = mmap(nullptr, size, PROT_READ | PROT_WRITE,
                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (pages == MAP_FAILED) return nullptr;
-  madvise(pages, size, MADV_HUGEPAGE);  // only a wish
+  madvise(pages, size, MADV_HUGEPAGE);  // a hint
   return static_cast<std::byte*>(pages);
 }
 

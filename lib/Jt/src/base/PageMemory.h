@@ -4,7 +4,7 @@
 
 namespace jt::storage {
 
-/// Fresh memory of whole pages, zero when first touched and untouched until then, in large pages
+/// New memory of whole pages, zero when first touched, in large pages
 /// where the system has them. Null when there is none.
 std::byte* mapPages(std::size_t size) noexcept;
 /// The same memory with another size, perhaps elsewhere; null, and nothing changed, when there is

@@ -40,7 +40,7 @@ void parallelFor(std::size_t count, const Work& work) {
     try {
       for (std::size_t i = 1; i < std::min(threads, count); ++i) helpers.emplace_back(run);
     } catch (const std::system_error&) {
-      // The system gives no more threads: those that run have to do.
+      // No more threads available: continue with those that run.
     }
     run();
   }

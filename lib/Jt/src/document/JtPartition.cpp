@@ -92,7 +92,7 @@ struct JtExternalFiles {
   std::map<std::string, Entry> byPath;
   std::unordered_set<const JtPartition*> holders;  // files that others hang in
 
-  /// True when `opened` is the root of `file` or stands above it.
+  /// True when `opened` is the root of `file` or is above it.
   bool isAbove(const JtPartition& opened, const JtPartition& file);
 
  private:
@@ -114,7 +114,7 @@ bool JtExternalFiles::isAbove(const JtPartition& opened, const JtPartition& file
   return above_.contains(&opened);
 }
 
-/// Opens the file that this partition stands for. The location of the referencing file must be
+/// Opens the file that this partition represents. The location of the referencing file must be
 /// known.
 bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& files) {
   const std::string name = fileName_.stringToMbs();
@@ -151,7 +151,7 @@ bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& 
     }
     if (entry->second.error) throw *entry->second.error;
     const jt::Ref<JtPartition>& opened = entry->second.opened;
-    // What was opened just now stands above nothing.
+    // What was opened just now is above nothing.
     if (!isNew && files.isAbove(*opened, referencing))
       return fail("external_cycle", "it contains the referencing file");
     attachExternal(opened);

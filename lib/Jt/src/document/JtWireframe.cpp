@@ -44,7 +44,7 @@ std::int32_t JtWireframeRep::addEdge(jt::WireCurve curve) {
       curve.knots.size() != points + static_cast<std::size_t>(curve.degree) + 1 ||
       (!curve.weights.empty() && curve.weights.size() != points))
     throw JtFormatError("bad_value", "the points, weights and knots of a curve do not fit");
-  if (!data_.surplus.empty() || (data_.cadTags.flag != 0 && !data_.cadTags.tags))
+  if (!data_.trailingBytes.empty() || (data_.cadTags.flag != 0 && !data_.cadTags.tags))
     throw JtFormatError("not_editable",
                         "the wireframe has bytes that are not understood; no edge can be added");
   std::int32_t tag = data_.nextTag;

@@ -114,7 +114,7 @@ void JtShape::setMesh(std::shared_ptr<const jt::Mesh> mesh) {
   size_ = 0;
   followMesh(*mesh);
   const auto geometry = jt::make<jt::file::ShapeGeometry>(std::move(mesh));
-  constexpr std::int32_t kShapeSegment = 7;  // a save sets the level that the place tells
+  constexpr std::int32_t kShapeSegment = 7;  // a save sets the level that follows from the place
   const auto atom = jt::make<JtLateLoadedPropAtom>(geometry, kShapeSegment);
   const auto key = jt::make<JtStringPropAtom>(geometryKey());
   addProperty(key.get(), atom.get(), true);

@@ -35,7 +35,7 @@ class PathListener : public FieldListener {
     if (repeat_ > 0) path += "[" + std::to_string(repeat_) + "]";
     sink_.field({base_ + offset, size, std::move(path), type, value, objectId_});
   }
-  /// Bytes that are told as they are.
+  /// Bytes that are reported as they are.
   void bytes(std::size_t offset, std::span<const std::byte> bytes, const char* name) {
     if (!bytes.empty())
       field(offset, bytes.size(), name, "bytes", valueText(bytes.data(), bytes.size()));
@@ -85,22 +85,22 @@ class Explainer {
   void segment(std::size_t index) {
     const TocEntry& entry = container_.toc()[index];
     const auto all = container_.segmentBytes(entry);
-    ExplainedSegment told{index, entry.id, entry.type(), "none", false, all.size()};
+    ExplainedSegment explained{index, entry.id, entry.type(), "none", false, all.size()};
     const auto packing = container_.packingHeader(entry);
     SegmentContent content;
     std::string damage;
     try {
       content = container_.load(entry);
-      told.inflatedOffsets = content.packed;
-      told.size = content.bytes.size();
+      explained.inflatedOffsets = content.packed;
+      explained.size = content.bytes.size();
     } catch (const JtFormatError& error) {
       damage = error.message();
     }
     if (packing)
-      told.compression = packing->algorithm == 3   ? "xz"
-                         : packing->algorithm == 2 ? "zlib"
-                                                   : "stored";
-    sink_.beginSegment(told);
+      explained.compression = packing->algorithm == 3   ? "xz"
+                              : packing->algorithm == 2 ? "zlib"
+                                                        : "stored";
+    sink_.beginSegment(explained);
     listener_.enter("segment");
     auto reader = tracer(all, static_cast<std::size_t>(entry.offset));
     SegmentHeader header;
@@ -131,7 +131,7 @@ class Explainer {
     return reader;
   }
 
-  /// Tells one element; returns the offset behind it, or where it stands when it cannot be one.
+  /// Reports one element; returns the offset behind it, or its own offset when it cannot be one.
   std::size_t element(std::size_t at, std::size_t number, bool hasId, bool& isMarker) {
     const auto rest = content_.subspan(at);
     const auto extent = findElement(content_, at, container_.format());
@@ -143,9 +143,9 @@ class Explainer {
     if (isMarker || size < frameSize) {
       listener_.enter(position + (isMarker ? " end marker" : ""));
       auto reader = tracer(rest.first(size), at);
-      std::int32_t told = 0;
+      std::int32_t length = 0;
       JtGuid id;
-      reader("elementLength", told);
+      reader("elementLength", length);
       reader("objectTypeId", id);
       listener_.bytes(reader.offset(), reader.rest(), "rest");
       return at + size;
@@ -281,7 +281,7 @@ class Explainer {
         }
       }
     } catch (const JtFormatError&) {
-      // What is left is told as bytes.
+      // What is left is reported as bytes.
     }
     listener_.enter("rest");
     listener_.bytes(reader.offset(), reader.rest(), "bytes");

@@ -113,7 +113,7 @@ GraphSummary summarizeGraph(const JtPartition& partition) {
   if (const file::SceneSource* source = file::SceneSource::sourceOf(partition)) {
     summary.propertyAtoms = source->elementCount() - source->firstAtom();
     for (std::uint32_t element = 0; element < source->firstAtom(); ++element)
-      if (source->isStray(element) && !source->isNode(element)) ++summary.unlistedAttributes;
+      if (source->isUnreachable(element) && !source->isNode(element)) ++summary.unlistedAttributes;
     for (const file::PropertyRow& row : source->rows())
       source->eachPair(row.pairs, [&](std::int32_t, std::int32_t) { ++summary.properties; });
   } else {

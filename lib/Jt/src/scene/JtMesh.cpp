@@ -19,7 +19,7 @@ std::size_t Mesh::recordCount() const noexcept {
 
 std::string Mesh::flaw() const {
   const auto outside = [](const std::vector<std::uint32_t>& indices, std::size_t count) {
-    // The top bit tells: of the index, or of what is left up to the last one. All of them in any
+    // The top bit selects: of the index, or of what is left up to the last one. All of them in any
     // case, which lets several be looked at together.
     constexpr std::uint32_t kTop = 0x80000000U;
     const auto last = static_cast<std::uint32_t>(std::min<std::size_t>(count, kTop)) - 1;

@@ -29,7 +29,7 @@ JtNode::JtNode(const JtNode& other)
       nodeFlags_(other.nodeFlags_),
       attributes_(other.attributes_),
       properties_(other.properties()),
-      surplus_(other.surplus_) {}
+      trailingBytes_(other.trailingBytes_) {}
 
 JtNode::~JtNode() = default;
 

@@ -11,7 +11,7 @@ namespace {
 /// Runs below this size are gathered; a system call for each would cost more than the copy.
 constexpr std::uint64_t kGatherBelow = 64 << 10;
 constexpr std::size_t kBufferSize = 256 << 10;
-/// Bytes after which the system is told to begin with the write-out and the progress is passed on.
+/// Bytes after which the system is asked to begin with the write-out and the progress is passed on.
 constexpr std::uint64_t kStep = 8 << 20;
 
 bool continues(const ContentRun& run, const ContentRun& next) {
@@ -81,7 +81,7 @@ class Writer {
         return ::copy_file_range(source, &from, file_, &to,
                                  static_cast<std::size_t>(std::min(run.size - done, kStep)), 0);
       });
-      // Nothing copied: reading tells whether the file ended or the system does not support it.
+      // Nothing copied: reading shows whether the file ended or the system does not support it.
       if (count == 0) break;
       if (count < 0) {
         if (errno == EXDEV || errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP ||

@@ -46,7 +46,7 @@ class SaveContent {
 
 /// Writes `content` from the start of an empty file and has the system begin early with bringing it
 /// to the medium. Takes memory independent of the size.
-/// @param progress told now and then how many bytes the file holds, at the end too
+/// @param progress receives now and then how many bytes the file holds, at the end too
 void writeContent(int file, const SaveContent& content, const SaveErrors& errors,
                   const std::function<void(std::uint64_t)>& progress);
 

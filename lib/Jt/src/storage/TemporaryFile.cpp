@@ -51,10 +51,10 @@ std::optional<pid_t> makerOf(std::string_view name) {
   return maker;
 }
 
-/// Nobody writes the file any more. Its maker holds a lock on it, which tells for makers on other
+/// Nobody writes the file any more. Its maker holds a lock on it, which covers makers on other
 /// machines and in other containers too; where there are no locks the process number decides. A
 /// number is taken again, always so in containers: a free lock on a file that has been idle for a
-/// while tells that its process is another one.
+/// while shows that its process is another one.
 bool isAbandoned(int folder, const char* name, pid_t maker) {
   const bool runs = ::kill(maker, 0) == 0 || errno != ESRCH;
   const int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;

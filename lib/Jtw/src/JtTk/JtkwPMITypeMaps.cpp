@@ -77,7 +77,7 @@ constexpr bool isInOrder() {
     if (kTable[static_cast<std::size_t>(i)].type != i) return false;
   return true;
 }
-static_assert(isInOrder(), "every type stands at the place of its number");
+static_assert(isInOrder(), "every type is at the index of its number");
 
 template <class Key, class Value>
 Value valueOr(const std::map<Key, Value>& map, Key key, Value otherwise) {

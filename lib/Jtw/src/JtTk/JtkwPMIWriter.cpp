@@ -44,7 +44,7 @@ bool isSpent(const PMIDataManager& pmi) {
   const jt::PMIData& data = pmi.data();
   const auto isZero = [](std::byte byte) { return byte == std::byte{0}; };
   return pmi.isEmpty() && data.designGroups.empty() && data.userAttributes.empty() &&
-         data.coordinateSystems.empty() && std::ranges::all_of(data.surplus, isZero) &&
+         data.coordinateSystems.empty() && std::ranges::all_of(data.trailingBytes, isZero) &&
          !data.form.opaqueRest;
 }
 

@@ -26,7 +26,7 @@ double tolerance(const Arguments& arguments) {
   return number;
 }
 
-/// Keeps the differences, since the answer stands in front of them.
+/// Keeps the differences, since the answer comes first.
 class Collector : public jt::CompareSink {
  public:
   void difference(const jt::Difference& difference) override { all_.push_back(difference); }
@@ -153,9 +153,9 @@ void showDifference(Session& session, const jt::Difference& difference) {
 void showAnswer(Session& session, const Answer& answer) {
   Output& out = session.out();
   for (const jt::Difference& difference : answer.differences) showDifference(session, difference);
-  const auto told = static_cast<std::uint64_t>(answer.differences.size());
-  if (told < answer.result.differences)
-    out.line("... and " + std::to_string(answer.result.differences - told) + " more");
+  const auto listed = static_cast<std::uint64_t>(answer.differences.size());
+  if (listed < answer.result.differences)
+    out.line("... and " + std::to_string(answer.result.differences - listed) + " more");
   for (const jt::ComparedSegment& segment : answer.segments)
     out.line("segment " + segment.id.text() + "  " + padRight(stateName(segment.state), 7) + "  " +
              jt::segmentName(segment.type));

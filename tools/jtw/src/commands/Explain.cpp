@@ -59,7 +59,7 @@ Question readQuestion(const Session& session) {
   return question;
 }
 
-/// Headers of a segment stand in the file; what follows them in a packed one has offsets of its
+/// Headers of a segment are in the file; what follows them in a packed one has offsets of its
 /// own.
 bool isInFile(const jt::ExplainedField& field, const jt::ExplainedSegment* segment) {
   return !segment || !segment->inflatedOffsets || field.path.starts_with("segment.");

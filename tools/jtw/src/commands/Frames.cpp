@@ -26,7 +26,7 @@ using jtw::FrameForm;
 
 const char* formName(FrameForm form) { return form == FrameForm::lateLoaded ? "binary" : "text"; }
 
-/// One collection with its list, as it stands in the file.
+/// One collection with its list, as it is in the file.
 struct FrameList {
   JtwNode* collection = nullptr;
   std::string address;

@@ -33,7 +33,7 @@ struct Totals {
   }
 };
 
-/// What `info` tells.
+/// What `info` reports.
 struct Facts {
   jt::FileSummary file;
   jt::GraphSummary graph;

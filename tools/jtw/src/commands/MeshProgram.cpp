@@ -1,6 +1,6 @@
 // `import` and `convert` are done by a program of their own beside this one: the library that reads
 // mesh files is linked dynamically, and this program starts quickly because it is not. A reader
-// that a damaged file brings down takes down that program alone, and this one tells.
+// that a damaged file brings down takes down that program alone, and this one reports it.
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -80,7 +80,7 @@ ExitCode runConvert(Session& session) {
 }
 
 void convertMeshFile(const std::string& mesh, const std::string& jtFile) {
-  // Its results would stand among those of this program.
+  // Its results would be mixed with those of this program.
   const char* const arguments[] = {"convert", mesh.c_str(), jtFile.c_str(), "--quiet"};
   const int standardOutput = dup(STDOUT_FILENO);
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);

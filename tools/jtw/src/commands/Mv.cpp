@@ -53,10 +53,10 @@ ExitCode runMv(Session& session) {
   if (!component.ensureOwnKey(index) || !reparent(component, node, parent))
     refuse(component, "object " + name.text +
                           " cannot be moved there: one of the two is not part of this file, or it "
-                          "stands above the other in a second place");
+                          "is above the other in a second place");
   if (!node.isOfTypePMI()) node.forgetCached();
   const RTTran3D location = keepsPlace ? parent.absLoc().inverse() * place : place;
-  if (!isStorable(location)) refuse(component, "its place cannot be told in its new parent");
+  if (!isStorable(location)) refuse(component, "its place cannot be expressed in its new parent");
   jtw::setPlacement(node, location);
   if (node.type() == JtwNode::JT_FRAME_NODE)
     storeFrames(component, &static_cast<JtwCollection&>(parent));

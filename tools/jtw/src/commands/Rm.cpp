@@ -62,7 +62,7 @@ ExitCode runRm(Session& session) {
   deleteObject(component, index, name);
   component.relist();
 
-  // What stands below it and in another place too is still there.
+  // What is below it and in another place too is still there.
   const std::vector<long> left = keysOf(component, 0, component.entries().size());
   const std::unordered_set<long> kept(left.begin(), left.end());
   std::erase_if(removed, [&kept](long key) { return kept.contains(key); });

@@ -54,7 +54,7 @@ DrawingRequest readRequest(const Arguments& arguments) {
   DrawingRequest request;
   if (const std::string* size = arguments.value("size")) parseSize(*size, request);
   if (const std::string* view = arguments.value("view")) request.view = *view;
-  static_cast<void>(Camera(request.view));  // a wrong name is told before a file is read
+  static_cast<void>(Camera(request.view));  // a wrong name is reported before a file is read
   if (const std::string* color = arguments.value("background"))
     request.background = parseBackground(*color);
   request.withAnnotations = isOn(arguments, "pmi");

@@ -34,7 +34,7 @@ std::string attachmentText(JtwNode& node) {
   return type == ATTACHMENT_DEFAULT ? text : text + ":" + std::to_string(static_cast<int>(type));
 }
 
-/// The branches in front of an entry. Deep down the depth stands for them: lines would be made of
+/// The branches in front of an entry. Deep down the depth represents them: lines would be made of
 /// nothing else.
 class Branches {
  public:
@@ -57,7 +57,7 @@ class Branches {
     return line;
   }
 
-  std::string branches_;                 // of what the current entry stands under
+  std::string branches_;                 // of what the current entry is under
   std::vector<std::size_t> lengths_{0};  // of `branches_`, by depth
 };
 

@@ -38,7 +38,7 @@ struct Drawing {
 
 /// A picture of all that a viewer would show, fitted to the view. Throws Failure: "usage" for an
 /// unknown view, "too_many_places" when shared parts add up to more than may be drawn.
-/// @param progress told the share that is done, 0..1
+/// @param progress receives the share that is done, 0..1
 Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
                   const std::function<void(double)>& progress);
 

@@ -12,7 +12,7 @@ class Registers {
  public:
   explicit Registers(WordBits& bits) : bits_(bits), code_(bits.takeOrZeros(16)) {}
 
-  /// Where in 0 .. total-1 the code stands.
+  /// The code scaled to 0 .. total - 1.
   std::uint32_t position(std::uint32_t total) const noexcept {
     const std::uint32_t range = high_ - low_ + 1;
     const std::uint64_t scaled = std::uint64_t{code_ - low_ + 1} * total - 1;
@@ -21,7 +21,7 @@ class Registers {
     return static_cast<std::uint32_t>(scaled / range);
   }
 
-  /// Takes the interval of a symbol, then shifts out what is settled. False when it collapsed.
+  /// Narrows to the interval of a symbol and shifts out settled bits. False if it collapsed.
   bool narrow(std::uint32_t from, std::uint32_t to, std::uint32_t total) noexcept {
     const std::uint64_t range = high_ - low_ + 1;
     high_ = low_ + static_cast<std::uint32_t>(range * to / total) - 1;
@@ -164,7 +164,7 @@ inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) con
   const std::uint32_t to = entry.to.of(s.width);
   const std::uint32_t low = s.low + from;
   const std::uint32_t width = to - from;
-  const unsigned shift = wideningOf(low, width);
+  const unsigned shift = renormalizationShift(low, width);
   s.distance = (s.distance - from) << shift | peek(s.at, shift);
   s.at = std::min(s.at + shift, end);
   s.width = width << shift;
@@ -172,14 +172,14 @@ inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) con
   return entry;
 }
 
-/// Takes the most frequent symbol if that is the next one and no bit is settled by it. Then neither
-/// a division nor a table is needed.
+/// Fast path: takes the most frequent symbol if it comes next and settles no bit. Needs neither a
+/// division nor the table.
 inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
   const std::uint32_t from = usual->from.of(s.width);
   const std::uint32_t width = usual->to.of(s.width) - from;
   const std::uint32_t low = s.low + from;
   const std::uint32_t distance = s.distance - from;
-  // What wideningOf() says, sooner: the ends differ in their top bits, and do not straddle the
+  // Same as renormalizationShift() == 0: the ends differ in their top bits and do not straddle the
   // middle.
   const std::uint32_t high = low + width - 1;
   const std::uint32_t open = (low ^ high) & ~((low & ~high) << 1);
@@ -192,7 +192,7 @@ inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
 
 template <std::size_t K, bool triesUsual>
 void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std::size_t count) {
-  // Copies, since values that are written could not be told from what the streams hold.
+  // Local copies: the compiler cannot rule out that stores to `out` alias the streams.
   std::array<State, K> states;
   std::array<Code, K> codes;
   std::array<std::int32_t*, K> out;

@@ -12,7 +12,7 @@
 
 namespace jt::codec {
 
-/// Values that did not fit a context table, taken one by one.
+/// Out-of-band values, taken one by one.
 class OutOfBand {
  public:
   explicit OutOfBand(std::vector<std::int32_t> values) : values_(std::move(values)) {}
@@ -28,16 +28,16 @@ class OutOfBand {
   std::size_t at_ = 0;
 };
 
-/// Decodes `symbolCount` symbols over the tables into `out`, one value for each but escapes outside
-/// the first table, which stand for nothing. Safe on untrusted bytes: throws JtFormatError when the
-/// symbols do not give just out.size() values.
+/// Decodes `symbolCount` symbols over the tables into `out`. Each gives one value; escapes outside
+/// the first table give none. Safe on untrusted bytes: throws JtFormatError unless the symbols give
+/// exactly out.size() values.
 void decodeArithmetic(WordBits bits, std::span<const ContextTable> tables, std::size_t symbolCount,
                       OutOfBand& outOfBand, std::span<std::int32_t> out);
 
-/// By how many bits an interval of the 16-bit registers is widened: for as long as it lies in one
-/// half of what they tell apart, or in the middle of it.
+/// Bits by which an interval of the 16-bit registers is shifted after a symbol: one for each time
+/// that it lies in one half of the range, or straddles the middle within the inner half.
 /// @param low its low end; only the lower 15 bits matter @param width 1 .. 2^16
-inline unsigned wideningOf(std::uint64_t low, std::uint32_t width) noexcept {
+inline unsigned renormalizationShift(std::uint64_t low, std::uint32_t width) noexcept {
   const auto most = static_cast<unsigned>(16 - std::bit_width(width - 1));
   const std::uint64_t end = ((low << most) & 0x7fff) + (std::uint64_t{width} << most);
   return most - (end > 0x10000 ? 1 : 0);
@@ -56,11 +56,11 @@ class TotalDivider {
     return static_cast<std::uint32_t>((numerator * factor_) >> kShift);
   }
 
-  /// A part of the total, ready to be scaled to an interval.
-  class Part {
+  /// A share of the total, ready to be scaled to an interval.
+  class Share {
    public:
-    Part(const TotalDivider& divider, std::uint32_t part) : factor_(part * divider.factor_) {}
-    /// width * part / total. @pre width is at most 2^16
+    Share(const TotalDivider& divider, std::uint32_t share) : factor_(share * divider.factor_) {}
+    /// width * share / total. @pre width is at most 2^16
     std::uint32_t of(std::uint32_t width) const noexcept {
       return static_cast<std::uint32_t>((width * factor_) >> kShift);
     }
@@ -74,15 +74,14 @@ class TotalDivider {
   std::uint64_t factor_;
 };
 
-/// Code text over one table with a total of less than 2^15, which is all that writers make, on its
-/// way to values: one for each symbol.
+/// A decoder of code text over one table with a total below 2^15, which covers all that writers
+/// make. Each symbol gives one value.
 ///
-/// A symbol has to wait for the one before it most of the time, so that several streams in one loop
-/// take little longer than one: see decodeTogether().
+/// A symbol depends on the one before it, so several streams interleaved in one loop take little
+/// longer than one: see decodeTogether().
 ///
-/// The code is kept as its distance from the low end of the interval, which a shift only makes
-/// longer, and the interval as its low end and its width. By the way in which the place of the code
-/// is rounded it cannot leave the interval, whatever the bits are.
+/// The state is the low end and the width of the interval, and the distance of the code from the
+/// low end. Rounding keeps the code inside the interval whatever the bits are.
 class ArithmeticStream {
  public:
   static bool canDecode(const ContextTable& table) noexcept {
@@ -110,8 +109,8 @@ class ArithmeticStream {
 
  private:
   struct Entry {
-    TotalDivider::Part from;
-    TotalDivider::Part to;
+    TotalDivider::Share from;
+    TotalDivider::Share to;
     std::int32_t value;
     bool escape;
   };
@@ -121,7 +120,7 @@ class ArithmeticStream {
     std::uint32_t low = 0;
     std::uint32_t width = 0x10000;
   };
-  /// What does not change.
+  /// The constant part of a stream.
   struct Code {
     const std::byte* text = nullptr;
     std::size_t end = 0;  // bits
@@ -140,7 +139,7 @@ class ArithmeticStream {
   std::vector<std::uint16_t> entryAt_;  // by position
   OutOfBand outOfBand_;
   std::size_t offset_;
-  std::span<std::int32_t> out_;  // what is still to come
+  std::span<std::int32_t> out_;  // values still to decode
   State state_;
   Code code_;
   bool isUniform_;

@@ -13,8 +13,8 @@ namespace jt::codec {
 namespace {
 
 constexpr std::size_t kMostEntries = 4000;
-constexpr std::uint32_t kMostTotal = 16383;  // 14 bits keep every interval wider than nothing
-// What a packet has beside values: lengths and the head of a table; and a packet of outliers.
+constexpr std::uint32_t kMostTotal = 16383;  // 14 bits keep every interval from collapsing
+// Overhead of a packet in bits: lengths and table header; and of a packet of outliers.
 constexpr double kFixedBits = 150;
 constexpr double kOutOfBandBits = 120;
 
@@ -55,7 +55,7 @@ double roughLog2(std::uint32_t value) {
   return static_cast<double>(static_cast<float>(bits >> 23) - 127 + (2 - m / 3) * m - 5.0F / 3);
 }
 
-/// Counts scaled so that they add up to what the registers can tell apart; none becomes 0.
+/// Scales counts so that they add up to what the registers can resolve; none becomes 0.
 void scale(ContextTable& table) {
   std::uint64_t total = 0;
   for (const ContextEntry& entry : table.entries) total += entry.occurrences;
@@ -69,18 +69,18 @@ void scale(ContextTable& table) {
   table.total = static_cast<std::uint32_t>(total);
 }
 
-/// Code text. An interval is kept by its low end, with the bits above that are not written yet and
-/// may still take a carry, and its width.
+/// Arithmetic encoder. State: the width of the interval and its low end, including the pending bits
+/// that a carry may still change.
 class Encoder {
  public:
   explicit Encoder(std::uint32_t total) : divider_(total) {}
 
-  /// Narrows the interval to the part from `from` to `to` of the total.
+  /// Narrows the interval to `from` .. `to` of the total.
   void put(std::uint32_t from, std::uint32_t to) {
     const std::uint32_t start = divider_(width_ * from);
     width_ = divider_(width_ * to) - start;
     low_ += start;
-    const unsigned shift = wideningOf(low_, width_);
+    const unsigned shift = renormalizationShift(low_, width_);
     low_ <<= shift;
     width_ <<= shift;
     waiting_ += shift;
@@ -112,24 +112,24 @@ class Encoder {
   TotalDivider divider_;
   std::uint64_t low_ = 0;
   std::uint32_t width_ = 0x10000;
-  unsigned waiting_ = 0;  // bits of the low end above its 16
+  unsigned waiting_ = 0;  // pending bits: those of low_ above the lowest 16
   std::vector<std::uint32_t> words_;
 };
 
-/// Finds the part of the total that stands for a value.
-class PartOf {
+/// The interval of the total that codes each value.
+class IntervalTable {
  public:
-  struct Part {
+  struct Interval {
     std::uint16_t from = 0;
     std::uint16_t to = 0;
   };
 
   /// @param valueCount values that will be looked for
-  PartOf(const ContextTable& table, std::size_t valueCount)
+  IntervalTable(const ContextTable& table, std::size_t valueCount)
       : entries_(table.entries), escapes_(table.hasEscape()) {
     std::uint32_t at = 0;
     for (const ContextEntry& entry : entries_) {
-      parts_.push_back(
+      intervals_.push_back(
           {static_cast<std::uint16_t>(at), static_cast<std::uint16_t>(at + entry.occurrences)});
       at += entry.occurrences;
     }
@@ -138,29 +138,31 @@ class PartOf {
     base_ = static_cast<std::uint32_t>(entries_.front().value);
     const std::uint32_t span = static_cast<std::uint32_t>(entries_.back().value) - base_;
     if (span >= std::max<std::size_t>(2 * valueCount, 4096)) return;
-    byValue_.assign(std::size_t{span} + 1, parts_.back());
+    byValue_.assign(std::size_t{span} + 1, intervals_.back());
     for (std::size_t i = 0; i < entries_.size(); ++i)
-      byValue_[static_cast<std::uint32_t>(entries_[i].value) - base_] = parts_[i];
+      byValue_[static_cast<std::uint32_t>(entries_[i].value) - base_] = intervals_[i];
   }
-  /// The escape's part for a value that is not in the table.
-  Part operator()(std::int32_t value) const {
+  /// The escape's interval for a value that is not in the table.
+  Interval operator()(std::int32_t value) const {
     if (!byValue_.empty()) {
       const std::uint32_t at = static_cast<std::uint32_t>(value) - base_;
-      return at < byValue_.size() ? byValue_[at] : parts_.back();
+      return at < byValue_.size() ? byValue_[at] : intervals_.back();
     }
     const auto found = std::ranges::lower_bound(entries_, value, {}, &ContextEntry::value);
     return found != entries_.end() && found->value == value
-               ? parts_[static_cast<std::size_t>(found - entries_.begin())]
-               : parts_.back();
+               ? intervals_[static_cast<std::size_t>(found - entries_.begin())]
+               : intervals_.back();
   }
-  bool isEscape(Part part) const noexcept { return escapes_ && part.from == parts_.back().from; }
+  bool isEscape(Interval interval) const noexcept {
+    return escapes_ && interval.from == intervals_.back().from;
+  }
 
  private:
   std::span<const ContextEntry> entries_;
   bool escapes_;
-  std::vector<Part> parts_;  // of the entries
+  std::vector<Interval> intervals_;  // of the entries
   std::uint32_t base_ = 0;
-  std::vector<Part> byValue_;  // where values are near each other
+  std::vector<Interval> byValue_;  // direct table for dense values
 };
 
 /// Bits into bytes, each from its most significant bit down.
@@ -185,7 +187,7 @@ class ByteBitWriter {
   unsigned have_ = 0;
 };
 
-/// Counts of values that may be far apart, in no order.
+/// Histogram of sparse values, unordered.
 std::vector<Histogram::Entry> countScattered(std::span<const std::int32_t> values,
                                              std::size_t step) {
   const std::size_t count = (values.size() + step - 1) / step;
@@ -298,12 +300,12 @@ ContextTable tableOf(const Histogram& histogram, std::uint32_t leastCount) {
 
 CodeText arithmeticText(const ContextTable& table, std::span<const std::int32_t> values,
                         std::vector<std::int32_t>& outOfBand) {
-  const PartOf partOf(table, values.size());
+  const IntervalTable intervalOf(table, values.size());
   Encoder encoder(table.total);
   for (const std::int32_t value : values) {
-    const PartOf::Part part = partOf(value);
-    if (partOf.isEscape(part)) outOfBand.push_back(value);
-    encoder.put(part.from, part.to);
+    const IntervalTable::Interval interval = intervalOf(value);
+    if (intervalOf.isEscape(interval)) outOfBand.push_back(value);
+    encoder.put(interval.from, interval.to);
   }
   return std::move(encoder).finish();
 }

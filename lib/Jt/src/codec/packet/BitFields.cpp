@@ -11,13 +11,13 @@ namespace jt::codec {
 namespace {
 
 constexpr std::size_t kWindow = 16;
-// What a symbol of arithmetic code has to save, in bits, to be worth the time that it takes.
+// Bits that a symbol of arithmetic code must save to be worth its decoding time.
 constexpr double kSymbolPrice = 0.4;
 
-/// The latest values, each once.
+/// Window of the latest distinct values.
 class Window {
  public:
-  /// Place of a value, kWindow when it is not there. It is the latest one then.
+  /// Index of a value, kWindow if absent. Moves it to the front.
   std::size_t take(std::int32_t value) {
     std::int32_t moved = value;
     for (std::size_t place = 0; place < used_; ++place) {
@@ -33,7 +33,7 @@ class Window {
   std::size_t used_ = 0;
 };
 
-/// Runs of the values, enough to judge by. @param most runs
+/// A sample of runs of values. @param most runs
 std::vector<std::uint32_t> sampleOf(std::span<const std::int32_t> values, std::size_t most) {
   constexpr std::size_t kRun = 128;
   const std::size_t runs = std::clamp(values.size() / (2 * kRun), std::size_t{1}, most);
@@ -51,10 +51,10 @@ std::uint32_t bitsOf(std::uint32_t value, unsigned low, unsigned width) {
   return value >> low & (width < 32 ? (1U << width) - 1 : ~0U);
 }
 
-/// Prices of fields, a value.
-class Prices {
+/// Cost of fields in bits a value.
+class Costs {
  public:
-  Prices(std::span<const std::int32_t> values, std::int32_t base, std::size_t runs)
+  Costs(std::span<const std::int32_t> values, std::int32_t base, std::size_t runs)
       : sample_(sampleOf(values, runs)), count_(static_cast<double>(values.size())) {
     for (std::uint32_t& value : sample_) value -= static_cast<std::uint32_t>(base);
   }
@@ -65,23 +65,23 @@ class Prices {
     constexpr double kPlain = 100;
     constexpr double kSmall = 350;
     constexpr double kMoved = 600;
-    const double prices[] = {width + kPlain / count_, small(low, width) + kSmall / count_,
-                             moved(low, width) + kMoved / count_};
-    const auto* const least = std::ranges::min_element(prices);
-    form = static_cast<BitField::Form>(least - prices);
+    const double costs[] = {width + kPlain / count_, small(low, width) + kSmall / count_,
+                            moved(low, width) + kMoved / count_};
+    const auto* const least = std::ranges::min_element(costs);
+    form = static_cast<BitField::Form>(least - costs);
     return *least;
   }
 
  private:
   static constexpr unsigned kNarrow = 6;
 
-  /// Of few values, since a sample does not tell how many there are of many.
+  /// Only for few distinct values: a sample underestimates how many there are.
   double small(unsigned low, unsigned width) const {
     if (width > kNarrow) return std::numeric_limits<double>::infinity();
     std::array<std::uint32_t, 1U << kNarrow> counts{};
     for (const std::uint32_t value : sample_) ++counts[bitsOf(value, low, width)];
     const auto distinct = std::ranges::count_if(counts, [](std::uint32_t n) { return n > 0; });
-    // A sample looks more orderly than the whole by some bits for each value that there is.
+    // A sample underestimates the entropy by some bits for each distinct value.
     return (entropy(counts) + 0.7 * static_cast<double>(distinct)) / size() + kSymbolPrice;
   }
   double moved(unsigned low, unsigned width) const {
@@ -106,13 +106,13 @@ class Prices {
 
 }  // namespace
 
-Moves::Moves(std::span<const std::int32_t> values) {
+MoveToFront::MoveToFront(std::span<const std::int32_t> values) {
   Window window;
   places.reserve(values.size());
   for (const std::int32_t value : values) {
     const std::size_t place = window.take(value);
     places.push_back(place == kWindow ? -1 : static_cast<std::int32_t>(place));
-    if (place == kWindow) fresh.push_back(value);
+    if (place == kWindow) newValues.push_back(value);
   }
 }
 
@@ -120,29 +120,29 @@ BitFields bestFields(std::span<const std::int32_t> values, std::int32_t base, un
                      unsigned mostFields) {
   constexpr unsigned kMostCuts = 10;
   struct Best {
-    double price = std::numeric_limits<double>::infinity();
+    double cost = std::numeric_limits<double>::infinity();
     BitField top;
   };
-  const Prices prices(values, base, mostFields > 1 ? 4 : 8);
+  const Costs costs(values, base, mostFields > 1 ? 4 : 8);
   std::vector<unsigned> cuts{0};
   const unsigned step = mostFields > 1 ? (width + kMostCuts - 1) / kMostCuts : width;
   while (cuts.back() < width) cuts.push_back(std::min(width, cuts.back() + step));
-  // What is below each cut, in so many fields.
+  // Cost of the bits below each cut, by number of fields.
   std::array<std::vector<Best>, kMostBitFields + 1> best;
   best.fill(std::vector<Best>(cuts.size()));
-  best[0][0].price = 0;
+  best[0][0].cost = 0;
   for (std::size_t high = 1; high < cuts.size(); ++high)
     for (std::size_t low = 0; low < high; ++low) {
       BitField field{cuts[low], cuts[high] - cuts[low]};
-      const double price = prices.best(field.low, field.width, field.form);
+      const double cost = costs.best(field.low, field.width, field.form);
       for (std::size_t count = 0; count < mostFields; ++count)
-        if (best[count][low].price + price < best[count + 1][high].price)
-          best[count + 1][high] = {best[count][low].price + price, field};
+        if (best[count][low].cost + cost < best[count + 1][high].cost)
+          best[count + 1][high] = {best[count][low].cost + cost, field};
     }
   std::size_t count = 1;
   for (std::size_t more = 2; more <= mostFields; ++more)
-    if (best[more].back().price < best[count].back().price) count = more;
-  BitFields result{{}, best[count].back().price};
+    if (best[more].back().cost < best[count].back().cost) count = more;
+  BitFields result{{}, best[count].back().cost};
   for (unsigned high = width; high > 0; --count) {
     const std::size_t cut = (high + step - 1) / step;
     result.fields.push_back(best[count][cut].top);

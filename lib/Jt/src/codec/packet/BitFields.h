@@ -1,6 +1,6 @@
 #pragma once
 
-// Values of packets as fields of their bits: high bits may come back soon where low ones do not.
+// Packet values split into bit fields: high bits often repeat where low bits do not.
 
 #include <cstdint>
 #include <span>
@@ -8,20 +8,20 @@
 
 namespace jt::codec {
 
-/// Values by their place among the latest 16.
-struct Moves {
-  std::vector<std::int32_t> places;  ///< -1 for a fresh value
-  std::vector<std::int32_t> fresh;
+/// Move-to-front transform over a window of the 16 latest values.
+struct MoveToFront {
+  std::vector<std::int32_t> places;  ///< index in the window; -1: a new value
+  std::vector<std::int32_t> newValues;
 
-  explicit Moves(std::span<const std::int32_t> values);
+  explicit MoveToFront(std::span<const std::int32_t> values);
 };
 
-/// Some bits of all values.
+/// A range of bits of all values.
 struct BitField {
   enum class Form : std::uint8_t {
     plain,
     small,  ///< in arithmetic code
-    moved,  ///< by their place among the latest
+    moved,  ///< move-to-front indices
   };
   unsigned low = 0;  ///< first bit
   unsigned width = 0;
@@ -30,12 +30,12 @@ struct BitField {
 
 struct BitFields {
   std::vector<BitField> fields;  ///< from the top down
-  double price = 0;              ///< bits a value, and what it costs to decode them
+  double cost = 0;               ///< bits a value, and what it costs to decode them
 };
 
 constexpr unsigned kMostBitFields = 4;
 
-/// The best way to write what values of so many bits are above a base, judged by a sample.
+/// The cheapest split of `value - base` into fields, estimated from a sample.
 /// @param mostFields 1..kMostBitFields
 BitFields bestFields(std::span<const std::int32_t> values, std::int32_t base, unsigned width,
                      unsigned mostFields);

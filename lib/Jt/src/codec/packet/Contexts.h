@@ -16,7 +16,7 @@ enum class PacketKind : std::uint8_t {
 };
 
 struct ContextEntry {
-  bool escape = false;  ///< stands for a value that is stored out of band
+  bool escape = false;  ///< represents a value that is stored out of band
   std::uint32_t occurrences = 0;
   std::int32_t value = 0;
   std::uint32_t next = 0;  ///< Mk.1: table of the next symbol

@@ -106,7 +106,7 @@ std::vector<double> arithmetic(ByteCursor& cursor, Budget& budget) {
     fail("bad_context", "code text over this number of tables or without symbols is not defined",
          offset);
   budget.spend(std::uint64_t{count} * (sizeof(double) + sizeof(std::int32_t)), offset);
-  // The decoder gives positions of entries; escapes are looked up behind it.
+  // The decoder returns entry positions; escapes are resolved afterwards.
   std::vector<bool> escapes;
   escapes.reserve(table.symbols.entries.size());
   for (ContextEntry& entry : table.symbols.entries) {

@@ -45,7 +45,7 @@ class Width {
 
 }  // namespace
 
-/// Reads one packet and what is nested in it.
+/// Reads one packet and those nested in it.
 class PacketReader {
  public:
   PacketReader(PacketKind kind, ByteCursor& cursor, Budget& budget, PacketBatch& batch,
@@ -249,7 +249,7 @@ class PacketReader {
     for (std::int32_t& value : values) value = plus(bits.takeOrZeros(width), min);
   }
 
-  /// Runs of values of one width; ends since each run takes bits.
+  /// Runs of values of one width. Terminates: each run consumes bits.
   void variableWidth(WordBits& bits, Values& values) const {
     const std::int32_t mean = kind_ == PacketKind::mk2 ? bits.takeSigned(32) : nibbles(bits);
     const unsigned changeWidth = kind_ == PacketKind::mk2 ? bits.take(3) : 4;
@@ -273,7 +273,7 @@ class PacketReader {
     }
   }
 
-  /// What arithmetic code has no symbol for.
+  /// Out-of-band values: those without a symbol.
   Values unmatched() {
     const bool isPlain = kind_ == PacketKind::mk3 && form_ == OutOfBandForm::plain;
     return isPlain ? words(cursor_.count("out-of-band count")) : complete();
@@ -288,7 +288,7 @@ class PacketReader {
       return;
     }
     values = make(count);
-    // Waiting for other streams takes memory and a direct table, which has to pay.
+    // Batching costs memory and a direct table, which only pays for many values.
     if (ArithmeticStream::canDecode(tables[0]) && count >= tables[0].total / 8 &&
         budget_.trySpend(ArithmeticStream::memoryFor(bits, tables[0]))) {
       batch_.streams_.emplace_back(bits, tables[0], std::move(outOfBand), values);
@@ -324,17 +324,17 @@ class PacketReader {
     });
   }
 
-  /// Values by their place in a window of the latest ones.
+  /// Move-to-front indices into a window of the latest values.
   void movedToFront(Values& values, std::size_t count) {
-    const std::shared_ptr<Values> fresh = nested();
+    const std::shared_ptr<Values> newValues = nested();
     packet(values);
     expectCount(values.size(), count, cursor_);
-    batch_.steps_.emplace_back([&values, fresh, offset = cursor_.offset()] {
-      undoMoves(values, OutOfBand(std::move(*fresh)), offset);
+    batch_.steps_.emplace_back([&values, newValues, offset = cursor_.offset()] {
+      undoMoves(values, OutOfBand(std::move(*newValues)), offset);
     });
   }
 
-  static void undoMoves(Values& values, OutOfBand fresh, std::size_t offset) {
+  static void undoMoves(Values& values, OutOfBand newValues, std::size_t offset) {
     constexpr std::size_t kWindow = 16;
     std::array<std::int32_t, kWindow> window;
     std::size_t used = 0;
@@ -342,7 +342,7 @@ class PacketReader {
       std::size_t place;
       std::int32_t found;
       if (value == -1) {
-        found = fresh.next(offset);
+        found = newValues.next(offset);
         if (used < kWindow) ++used;
         place = used - 1;
       } else {

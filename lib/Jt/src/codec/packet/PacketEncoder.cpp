@@ -29,7 +29,7 @@ void putNibbles(WordBitWriter& bits, std::int32_t value) {
   }
 }
 
-/// What fixed width fields take from the least to the greatest value.
+/// Cost of fixed-width fields that span the least to the greatest value.
 struct Range {
   std::int32_t least = 0;
   std::int32_t most = 0;
@@ -71,8 +71,8 @@ class PacketEncoder {
     codeText(std::move(bits).finish());
   }
 
-  /// The shortest form. @param mostFields how many fields with moves to front may be tried; 0 in a
-  /// packet of another, so that they do not nest without end
+  /// The shortest form. @param mostFields bit fields to try at most; 0 in nested packets, which
+  /// bounds the nesting
   void small(std::span<const std::int32_t> values, unsigned mostFields) {
     if (values.size() < kWorthATry) return plain(values);
     const Range range(values);
@@ -90,7 +90,7 @@ class PacketEncoder {
   }
 
  private:
-  /// Arithmetic code for high bits, and low ones as they are.
+  /// Arithmetic code for the high bits, the low bits as they are.
   struct Choice {
     std::uint64_t bits = 0;  ///< of all values, estimated
     unsigned high = 0;
@@ -123,7 +123,7 @@ class PacketEncoder {
     return best;
   }
 
-  /// Writes values in fields of bits where that is clearly shorter than so many bits.
+  /// Writes values as bit fields if that is clearly shorter than the given number of bits.
   bool inFields(std::span<const std::int32_t> values, const Range& range, std::uint64_t bits,
                 unsigned mostFields) {
     constexpr double kClearly = 0.97;
@@ -135,7 +135,7 @@ class PacketEncoder {
     const auto width = static_cast<unsigned>(
         std::bit_width(static_cast<std::uint32_t>(range.most) - static_cast<std::uint32_t>(base)));
     const BitFields best = bestFields(values, base, width, mostFields);
-    if (best.price * static_cast<double>(values.size()) >= kClearly * static_cast<double>(bits))
+    if (best.cost * static_cast<double>(values.size()) >= kClearly * static_cast<double>(bits))
       return false;
     write(std::vector<std::int32_t>(values.begin(), values.end()), best.fields, base);
     return true;
@@ -164,8 +164,8 @@ class PacketEncoder {
   void moved(std::span<const std::int32_t> values) {
     append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
     out_.push_back(kMoveToFront);
-    const Moves moves(values);
-    small(moves.fresh, 0);
+    const MoveToFront moves(values);
+    small(moves.newValues, 0);
     small(moves.places, 0);
   }
 
@@ -194,7 +194,7 @@ class PacketEncoder {
     append(out_, base, bigEndian_);
     out_.push_back(static_cast<std::byte>(width));
   }
-  /// What is above `low` bits of the values less the base; those bits are left in their place.
+  /// The bits of `value - base` from `low` up; the lower ones stay in place.
   static std::vector<std::int32_t> takeHigh(std::span<std::int32_t> values, std::int32_t base,
                                             unsigned low) {
     std::vector<std::int32_t> high(values.size());
@@ -217,7 +217,7 @@ class PacketEncoder {
   bool bigEndian_;
 };
 
-/// Packets of Mk.1, which has each part in another place.
+/// Packets of Mk.1, whose layout differs.
 class FirstPacketEncoder {
  public:
   FirstPacketEncoder(Bytes& out, bool bigEndian) : out_(out), bigEndian_(bigEndian) {}
@@ -239,7 +239,7 @@ class FirstPacketEncoder {
   }
 
  private:
-  /// A table with which arithmetic code is likely to take less than so many bits.
+  /// A table that makes arithmetic code shorter than the given number of bits, by estimate.
   static std::optional<ContextTable> worthwhileTable(std::span<const std::int32_t> values,
                                                      std::uint64_t bits) {
     if (values.size() < kWorthATry) return {};
@@ -261,7 +261,7 @@ class FirstPacketEncoder {
 
   /// The shorter of stepped widths and plain words.
   void direct(std::span<const std::int32_t> values, const CodeText& text) {
-    constexpr std::size_t kHead = 2;  // words that stepped widths have in front and plain ones not
+    constexpr std::size_t kHead = 2;  // extra header words of stepped widths
     text.words.size() + kHead < values.size() ? stepped(values.size(), text) : words(values);
   }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 // Integer packets: vectors of 32-bit integers in the three forms that the generations have. Nothing
-// in a packet tells its form or its predictor; the field decides.
+// in a packet names its form or its predictor; the field decides.
 
 #include <functional>
 #include <span>
@@ -26,8 +26,8 @@ std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budg
                                        Predictor predictor = Predictor::none,
                                        OutOfBandForm form = OutOfBandForm::nested);
 
-/// Packets that are read one after the other and decoded at the end, all at once, which is faster
-/// for arithmetic code.
+/// A batch of packets, read in sequence and decoded together at the end: faster for arithmetic
+/// code.
 class PacketBatch {
  public:
   /// Reads a packet. Its values are there when finish() has been called; their number is now. Safe
@@ -61,7 +61,7 @@ void encodePacket(PacketKind kind, Bytes& out, bool bigEndian, std::span<const s
 /// as the outer one expects.
 void expectCount(std::size_t found, std::size_t expected, const ByteCursor& cursor);
 
-/// The name of the codec of a packet that begins with these bytes, for people.
+/// Human-readable name of the codec of a packet that begins with these bytes.
 const char* packetCodecName(PacketKind kind, std::span<const std::byte> packet);
 
 }  // namespace jt::codec

@@ -111,7 +111,7 @@ class Reader {
     return values;
   }
 
-  /// Runs of values of one width; ends since each run takes bits.
+  /// Runs of values of one width. Terminates: each run consumes bits.
   static void variableWidth(WordBits& bits, Values& values) {
     const auto mean = static_cast<std::int64_t>(takeWide(bits, 64));
     std::int32_t width = 0;
@@ -215,7 +215,7 @@ class Reader {
 
   Values movedToFront(std::size_t count) {
     constexpr std::size_t kWindow = 16;
-    const Values fresh = packet();
+    const Values newValues = packet();
     Values values = packet();
     expectCount(values.size(), count, cursor_);
     std::array<std::int64_t, kWindow> window{};
@@ -224,11 +224,11 @@ class Reader {
     for (std::int64_t& value : values) {
       std::size_t place = 0;
       if (value == -1) {
-        if (taken == fresh.size())
-          fail("bad_packet", "fewer values than fresh places", cursor_.offset());
+        if (taken == newValues.size())
+          fail("bad_packet", "fewer new values than places for them", cursor_.offset());
         used = std::min(used + 1, kWindow);
         place = used - 1;
-        value = fresh[taken++];
+        value = newValues[taken++];
       } else {
         if (value < 0 || static_cast<std::size_t>(value) >= used)
           fail("bad_packet", "a window offset of " + std::to_string(value), cursor_.offset());
@@ -256,7 +256,7 @@ std::vector<std::int64_t> decodePacket64(ByteCursor& cursor, Budget& budget, Out
 void encodePacket64(Bytes& out, bool bigEndian, std::span<const std::int64_t> values) {
   append(out, static_cast<std::int32_t>(values.size()), bigEndian);
   if (values.empty()) return;
-  // Bitlength of variable width, which is held at 64: the fixed form loses the high words.
+  // Bitlength of variable width, fixed at 64 bits: the fixed form loses the high words.
   constexpr std::size_t kLongestRun = 15;
   WordBitWriter bits;
   const auto putWide = [&](std::uint64_t value) {

@@ -6,7 +6,7 @@ namespace jt::codec {
 
 namespace {
 
-constexpr std::size_t kPlain = 4;  // values in front that no predictor touches
+constexpr std::size_t kPlain = 4;  // leading values, never predicted
 
 /// Calls `step(value, i)` with a predicting function of the values before `i`. Unsigned numbers,
 /// since they must wrap.
@@ -61,7 +61,7 @@ void predict(Predictor predictor, std::span<std::int32_t> values) {
   if (const std::size_t distance = xorDistance(predictor))
     for (std::size_t i = values.size(); i-- > kPlain;) v[i] ^= v[i - distance];
   dispatch(predictor, v, [&](auto predicted) {
-    // From the end, so that what a prediction looks at is still a value.
+    // From the end, so that predictions use values, not residuals.
     for (std::size_t i = values.size(); i-- > kPlain;) v[i] -= predicted(i);
   });
 }

@@ -6,13 +6,13 @@ namespace jt::codec {
 
 namespace {
 
-/// How the text of the format can be understood where it leaves room.
+/// Choices that the format leaves open.
 struct Reading {
   bool strict = true;     ///< a child moves up only when it is lighter, not when equally light
   bool oneIsLeft = true;  ///< a bit of 1 goes to the node that was taken first
 };
 
-/// Weights on top of which the lightest lies. Written out, since how ties fall shapes the tree.
+/// Min-heap by weight. Hand-written because the order of ties shapes the tree.
 class Heap {
  public:
   struct Item {
@@ -71,7 +71,7 @@ struct Tree {
 };
 
 struct Attempt {
-  bool complete = false;  ///< everything used up, each symbol as often as its table says
+  bool complete = false;  ///< all input used, each symbol as often as its table states
 };
 
 Attempt run(WordBits bits, std::span<const ContextTable> tables, const Reading& reading,
@@ -116,7 +116,7 @@ void decodePrefixTree(WordBits bits, std::span<const ContextTable> tables, std::
       // The next reading may fit.
     }
   }
-  // Scaled occurrences never match; then the plain reading has to do, with its own errors.
+  // Scaled occurrences never match: use the default reading and its errors.
   run(bits, tables, {}, symbolCount, OutOfBand(outOfBand), out);
 }
 

@@ -9,7 +9,7 @@ namespace jt::codec {
 namespace {
 
 constexpr std::size_t kSteps = 17;      // widths of 0, 2, ... 32 bits
-constexpr std::size_t kStretch = 4096;  // values that are planned at once
+constexpr std::size_t kStretch = 4096;  // values planned together
 
 /// Cost of the cheapest way to be at each width, in bits.
 using Costs = std::array<std::uint32_t, kSteps>;
@@ -21,9 +21,9 @@ constexpr std::uint32_t kImpossible = 1U << 30;
 /// Steps of the narrowest field that holds the value.
 std::size_t stepsFor(std::int32_t value) { return (signedWidth(value) + 1) / 2; }
 
-/// One bit tells that a width stays. A change takes one more, one a step, and one that ends it:
-/// the least of these is found by a sweep in each direction.
-/// @param steps widths up to that one are looked at
+/// Keeping the width costs 1 bit; changing it by n steps costs n + 2. One sweep in each direction
+/// finds the cheapest predecessor of every width.
+/// @param steps widest width considered
 Origins advance(Costs& costs, std::size_t needed, std::size_t steps) {
   Costs changed;
   Origins origins;
@@ -53,7 +53,7 @@ Origins advance(Costs& costs, std::size_t needed, std::size_t steps) {
   return origins;
 }
 
-/// Width of each value of a stretch, on the cheapest way from a width.
+/// Widths of the values of a stretch on the cheapest path from a given width.
 void planWidths(std::span<const std::int32_t> values, std::size_t from,
                 std::span<std::uint8_t> widths) {
   std::size_t steps = from;

@@ -8,7 +8,7 @@
 
 namespace jt::codec {
 
-/// Values as the reader of Mk.1 packets takes them, in about as few bits as there are.
+/// Encodes values for the bitlength codec of Mk.1, close to the fewest bits possible.
 CodeText steppedWidths(std::span<const std::int32_t> values);
 
 }  // namespace jt::codec

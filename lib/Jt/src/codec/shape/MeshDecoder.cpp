@@ -71,7 +71,7 @@ std::vector<std::uint32_t> startsOf(std::vector<std::int32_t> stored, std::size_
   if (stored.empty() && end == 0) return {};
   if (stored.empty() || stored.back() != end) stored.push_back(end);
   if (stored.front() != 0 || !std::ranges::is_sorted(stored))
-    reject("primitives do not cover the entries in ascending order");
+    reject("primitives do not cap the entries in ascending order");
   return {stored.begin(), stored.end()};
 }
 
@@ -149,41 +149,41 @@ void putRecords8(Mesh& mesh, const StripData& data, std::span<const std::byte> r
   }
 }
 
-bool isCover(const TopologyStreams& streams, std::size_t polygon) {
+bool isCap(const TopologyStreams& streams, std::size_t polygon) {
   return (streams.vertexFlags[polygon] & 1) != 0 || streams.vertexGroups[polygon] < 0;
 }
 
-/// Visits the polygons that are not covers, each with its first corner and the number of corners.
+/// Visits the polygons that are not caps, each with its first corner and the number of corners.
 template <class Visit>
 void forEachFace(const TopologyStreams& streams, Visit visit) {
   std::uint32_t first = 0;
   for (std::size_t p = 0; p < streams.vertexValences.size(); ++p) {
     const auto valence = static_cast<std::uint32_t>(streams.vertexValences[p]);
-    if (!isCover(streams, p)) visit(p, first, valence);
+    if (!isCap(streams, p)) visit(p, first, valence);
     first += valence;
   }
 }
 
-/// The polygons that are not covers, and what they become.
+/// The polygons that are not caps, and what they become.
 struct Faces {
   std::size_t triangles = 0;
   bool onlyTriangles = true;
   bool grouped = false;
 
   explicit Faces(const TopologyStreams& streams) {
-    // Without a branch first: nearly all meshes have triangles and a few covers.
-    std::uint32_t others = 0;  // bits that tell of polygons with other numbers of corners
-    std::uint32_t covers = 0;
+    // Without a branch first: nearly all meshes have triangles and a few caps.
+    std::uint32_t others = 0;  // non-zero if any polygon is no triangle
+    std::uint32_t caps = 0;
     std::uint32_t groups = 0;
     for (std::size_t p = 0; p < streams.vertexValences.size(); ++p) {
-      const bool isFace = !isCover(streams, p);
-      covers += isFace ? 0 : 1;
+      const bool isFace = !isCap(streams, p);
+      caps += isFace ? 0 : 1;
       others |= isFace ? static_cast<std::uint32_t>(streams.vertexValences[p]) ^ 3U : 0;
       groups |= isFace ? static_cast<std::uint32_t>(streams.vertexGroups[p]) : 0;
     }
     onlyTriangles = others == 0;
     grouped = groups != 0;
-    triangles = streams.vertexValences.size() - covers;
+    triangles = streams.vertexValences.size() - caps;
     if (!onlyTriangles) countFans(streams);
   }
 
@@ -200,7 +200,7 @@ struct Faces {
 };
 
 /// What is known of each corner of the surface for the corners of triangles, in place.
-void dropCovers(std::vector<std::uint32_t>& values, const TopologyStreams& streams) {
+void dropCaps(std::vector<std::uint32_t>& values, const TopologyStreams& streams) {
   std::size_t to = 0;
   forEachFace(streams, [&](std::size_t, std::uint32_t first, std::uint32_t) {
     for (std::size_t k = 0; k < 3; ++k) values[to++] = values[first + k];
@@ -229,7 +229,7 @@ std::vector<std::int32_t> groupsOfTriangles(const Faces& faces, const TopologySt
   return groups;
 }
 
-/// Corners, records and groups of the polygons that are not covers.
+/// Corners, records and groups of the polygons that are not caps.
 /// @param records of the surface's corners, or empty
 void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
                   std::vector<std::uint32_t> records) {
@@ -237,11 +237,11 @@ void putTriangles(Mesh& mesh, const TopologyStreams& streams, Surface surface,
   if (faces.grouped) mesh.groups = groupsOfTriangles(faces, streams);
   mesh.corners = std::move(surface.vertexOf);
   mesh.records = std::move(records);
-  if (faces.onlyTriangles && mesh.corners.size() == 3 * faces.triangles) return;  // no covers
+  if (faces.onlyTriangles && mesh.corners.size() == 3 * faces.triangles) return;  // no caps
   for (auto* values : {&mesh.corners, &mesh.records}) {
     if (values->empty()) continue;
     if (faces.onlyTriangles) {
-      dropCovers(*values, streams);
+      dropCaps(*values, streams);
     } else {
       *values = fansOf(*values, faces.triangles, streams);
     }
@@ -260,7 +260,7 @@ struct HashedCodes {
   }
 };
 
-/// All but lossless ones of 9.x, which are hashed as what they stand for.
+/// All but lossless ones of 9.x, which are hashed as what they represent.
 std::vector<HashedCodes> hashedCodes(const VertexArrays& arrays, const VertexBindings& bindings,
                                      Generation generation) {
   const bool hashesLossless = generation != Generation::v9;

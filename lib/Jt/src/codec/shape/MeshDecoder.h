@@ -1,6 +1,6 @@
 #pragma once
 
-// From the stored contents of shape elements to the neutral mesh.
+// Decodes the stored contents of shape elements to the neutral mesh.
 
 #include "JtMesh.h"
 #include "codec/shape/ShapeData.h"
@@ -8,10 +8,10 @@
 namespace jt::codec {
 
 /// Safe on untrusted data: throw JtFormatError when the contents do not make a mesh whose indices
-/// are in range; anything less is a remark.
+/// are in range; lesser flaws are warnings.
 
-/// Polygons become fans of triangles, covers are left out.
-/// @param choice variants of the walk that the file allows; narrowed when this shape tells more
+/// Polygons become fans of triangles, caps are left out.
+/// @param choice variants of the walk that the file allows; narrowed when this shape rules some out
 Mesh decodeTopology(const TopologyData& data, Generation generation, VariantChoice& choice,
                     Budget& budget, Report& report);
 

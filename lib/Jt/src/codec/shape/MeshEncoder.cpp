@@ -89,8 +89,8 @@ EncodedSurface encodeWhole(std::span<const std::uint32_t> corners,
                            std::span<const std::uint32_t> records, Generation generation,
                            Variant variant) {
   SurfaceSource source;
-  std::vector<std::uint32_t> mates = pairEdges(corners);
-  source.build(mates);
+  std::vector<std::uint32_t> opposites = pairEdges(corners);
+  source.build(opposites);
   EncodedSurface encoded;
   SurfaceEncoder(generation, variant, false).encode(source, groups, records, encoded);
   return encoded;
@@ -163,7 +163,7 @@ TopologyData encodeTopology(const Mesh& mesh, Generation generation, const Encod
   data.arrays.coordinates = encodeCoordinates(positions, generation, options.coordinateBits);
   putAttributes(data.arrays, mesh, bindings, encoded.records, generation, options, losses);
   if (std::ranges::any_of(mesh.groups, [](std::int32_t group) { return group < 0; }))
-    losses.add("groups", "triangles of negative face groups would be taken for covers");
+    losses.add("groups", "triangles of negative face groups would be taken for caps");
   return data;
 }
 
@@ -173,7 +173,7 @@ ListData encodeLists(const Mesh& mesh, Generation generation, const EncodeOption
   check(options);
   ListData data;
   data.hasGroups = generation == Generation::v10 || mesh.kind == Mesh::Kind::polylines;
-  // A record is a position with its attributes; those of one position stand together.
+  // A record is a position with its attributes; those of one position are adjacent.
   const bool hasAttributes = !mesh.records.empty();
   std::vector<std::pair<std::uint32_t, std::uint32_t>> uses;
   for (std::size_t i = 0; i < mesh.corners.size(); ++i)
@@ -216,7 +216,7 @@ ListData encodeLists(const Mesh& mesh, Generation generation, const EncodeOption
 
 namespace {
 
-/// Warns of what 8.x has no room for.
+/// Warns of attributes that 8.x cannot hold.
 void noteLosses8(const Mesh& mesh, const VertexBindings& bindings, Report& losses) {
   if (mesh.textures.size() > (bindings.textures() ? 1U : 0U))
     losses.add("textures", "8.x has one texture channel of two components");

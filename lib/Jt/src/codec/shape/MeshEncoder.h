@@ -1,6 +1,6 @@
 #pragma once
 
-// From the neutral mesh to the contents of shape elements.
+// Encodes the neutral mesh as the contents of shape elements.
 
 #include "JtMesh.h"
 #include "codec/shape/ShapeData.h"
@@ -36,7 +36,7 @@ VertexBindings bindingsOf(const Mesh& mesh, Generation generation);
 QuantizationParameters quantizationOf(const VertexBindings& bindings, Generation generation,
                                       const EncodeOptions& options);
 
-/// @pre mesh.flaw() is empty. What a form cannot hold is left out, and told in `losses`. Throw
+/// @pre mesh.flaw() is empty. What a form cannot hold is left out and listed in `losses`. Throw
 /// JtFormatError "bad_option" for bits out of range, "too_large" for a mesh that cannot be stored.
 
 /// Triangles of 9.x and 10.x. All triangles are kept, flat and double ones too, in another order.

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a mesh has several times, found by its values.
+// Finds equal positions and records of a mesh.
 
 #include <cstdint>
 #include <span>

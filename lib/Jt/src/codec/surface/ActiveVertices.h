@@ -1,6 +1,6 @@
 #pragma once
 
-// The list that walks over surfaces pick the next vertex from.
+// Active-vertex list: candidates for the next vertex of the traversal.
 
 #include <algorithm>
 #include <vector>
@@ -13,7 +13,7 @@ namespace jt::codec {
 class ActiveVertices {
  public:
   static constexpr std::size_t kWindow = 16;
-  /// Number of empty slots of a vertex that is finished.
+  /// Marks a finished vertex in place of its number of empty slots.
   static constexpr std::uint32_t kFinished = 0xffffffffU;
 
   explicit ActiveVertices(Variant::Finished finished) : finished_(finished) {}
@@ -62,7 +62,7 @@ class ActiveVertices {
   void finish(std::uint32_t vertex, Vertices& vertices) {
     vertices[vertex].empty = kFinished;
     if (!skips()) return;
-    // Finished ones stay in the list, so that the others are linked past them.
+    // Finished vertices stay in the list; the others are linked past them.
     const std::uint32_t place = placeOf_[vertex];
     const std::uint32_t before = before_[place];
     const std::uint32_t after = after_[place];

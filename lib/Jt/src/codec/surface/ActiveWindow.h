@@ -1,6 +1,6 @@
 #pragma once
 
-// The list that a walk in the expected variant picks the next vertex from.
+// Active-vertex list of the expected variant: candidates for the next vertex of the traversal.
 
 #include <algorithm>
 #include <array>
@@ -37,7 +37,7 @@ class ActiveWindow {
     return entries_[vertex.empty] >= kOneSlot;
   }
   void finish(std::uint32_t number, storage::WorkArray<Surface::Vertex>& vertices) noexcept {
-    // One that is out of the window stays until the window is back.
+    // Outside the window it stays until the window returns.
     if (vertices[number].empty + kWindow >= size_) remove(number, vertices);
   }
   /// The vertex of the window with the fewest empty slots, the later one of equals; kNone when none
@@ -60,7 +60,7 @@ class ActiveWindow {
   static std::uint32_t vertexIn(std::uint64_t entry) noexcept {
     return 0xffffffffU - static_cast<std::uint32_t>(entry);
   }
-  /// The least entry of a window. Four chains, since which one is the least cannot be foreseen.
+  /// The least entry of a window. Four independent chains avoid mispredicted branches.
   static std::uint64_t least(const std::uint64_t* window) noexcept {
     std::array<std::uint64_t, 4> best{window[0], window[1], window[2], window[3]};
     for (std::size_t i = 4; i < kWindow; i += 4)

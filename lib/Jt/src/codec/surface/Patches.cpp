@@ -15,7 +15,7 @@ constexpr std::uint32_t kNone = Surface::kNone;
 class Remainder {
  public:
   explicit Remainder(std::span<const std::uint32_t> corners)
-      : corners_(corners), mates_(pairEdges(corners)), isFree_(corners.size() / 3, 1) {
+      : corners_(corners), opposites_(pairEdges(corners)), isFree_(corners.size() / 3, 1) {
     for (const std::uint32_t position : corners) {
       if (position >= freeAt_.size()) freeAt_.resize(2 * std::size_t{position} + 1);
       ++freeAt_[position];
@@ -23,7 +23,7 @@ class Remainder {
   }
 
   std::uint32_t position(std::uint32_t corner) const { return corners_[corner]; }
-  std::uint32_t mate(std::uint32_t corner) const { return mates_[corner]; }
+  std::uint32_t opposite(std::uint32_t corner) const { return opposites_[corner]; }
   bool isFree(std::uint32_t triangle) const { return isFree_[triangle] != 0; }
   /// How many triangles are free at the position of a corner.
   std::uint32_t freeAt(std::uint32_t corner) const { return freeAt_[corners_[corner]]; }
@@ -38,19 +38,19 @@ class Remainder {
 
  private:
   std::span<const std::uint32_t> corners_;
-  std::vector<std::uint32_t> mates_;
+  std::vector<std::uint32_t> opposites_;
   std::vector<std::uint8_t> isFree_;
   std::vector<std::uint32_t> freeAt_;
 };
 
-/// A patch while it grows: a disc, or a closed surface in the end. A disc keeps the walk from
-/// splits, and its vertices apart from each other.
+/// A growing patch: a disc, or finally a closed surface. A disc is traversed without splits and
+/// keeps its vertices distinct.
 class Patch {
  public:
   explicit Patch(Remainder& remainder) : remainder_(remainder) {}
 
-  /// Takes the seed, then triangles that bring no new vertex, and others round the vertices in
-  /// their order: what is nearly round has the most triangles for its vertices.
+  /// Takes the seed, then triangles that add no vertex, then others around the vertices in order:
+  /// a compact patch has the most triangles for its vertices.
   void grow(std::uint32_t seed) {
     triangles_.clear();
     count_ = 0;
@@ -96,15 +96,15 @@ class Patch {
   /// Takes the triangle across the edge of the outline that begins at a vertex, if that leaves a
   /// disc.
   bool extend(std::size_t a) {
-    const std::uint32_t across = remainder_.mate(corner_[a]);
+    const std::uint32_t across = remainder_.opposite(corner_[a]);
     if (across == kNone || !remainder_.isFree(across / 3)) return false;
     const std::size_t b = next_[a];
     const std::uint32_t atA = nextInTriangle(across);
     const std::uint32_t atApex = previousInTriangle(across);
     std::size_t apex = vertexAt(remainder_.position(atApex));
     const bool isFresh = apex == kNowhere;
-    const bool closesA = !isFresh && next_[apex] == a && remainder_.mate(corner_[apex]) == atA;
-    const bool closesB = !isFresh && next_[b] == apex && remainder_.mate(corner_[b]) == atApex;
+    const bool closesA = !isFresh && next_[apex] == a && remainder_.opposite(corner_[apex]) == atA;
+    const bool closesB = !isFresh && next_[b] == apex && remainder_.opposite(corner_[b]) == atApex;
     if (isFresh ? count_ == kMost : !closesA && !closesB) return false;
     take(across / 3);
     if (isFresh) {
@@ -130,7 +130,7 @@ class Patch {
   // Of each vertex:
   std::size_t count_ = 0;
   std::array<std::uint32_t, kMost> positions_;
-  std::array<std::uint32_t, kMost> lacking_;  // free triangles that may be had
+  std::array<std::uint32_t, kMost> lacking_;  // available free triangles
   std::array<std::uint32_t, kMost> corner_;   // in the patch, where the outline goes on from here
   std::array<std::size_t, kMost> next_;       // along the outline
   std::array<std::size_t, kMost> before_;
@@ -176,23 +176,23 @@ class Cutter {
   }
 
   bool tryEncode(std::span<const std::uint32_t> triangles) {
-    // A walk that begins with the latest triangle hardly ever meets a split.
+    // Starting at the latest triangle rarely leads to a split.
     ordered_.assign(triangles.rbegin(), triangles.rend());
     for (std::uint32_t i = 0; i < ordered_.size(); ++i) placeOf_[ordered_[i]] = i;
-    patchMates_.clear();
+    patchOpposites_.clear();
     patchGroups_.clear();
     patchRecords_.clear();
     for (const std::uint32_t triangle : ordered_) {
       if (!groups_.empty()) patchGroups_.push_back(groups_[triangle]);
       for (std::uint32_t corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
         if (!records_.empty()) patchRecords_.push_back(records_[corner]);
-        const std::uint32_t mate = remainder_.mate(corner);
-        const std::uint32_t place = mate == kNone ? kNone : placeOf_[mate / 3];
-        patchMates_.push_back(place == kNone ? kNone : 3 * place + mate % 3);
+        const std::uint32_t opposite = remainder_.opposite(corner);
+        const std::uint32_t place = opposite == kNone ? kNone : placeOf_[opposite / 3];
+        patchOpposites_.push_back(place == kNone ? kNone : 3 * place + opposite % 3);
       }
     }
     for (const std::uint32_t triangle : ordered_) placeOf_[triangle] = kNone;
-    source_.build(patchMates_);
+    source_.build(patchOpposites_);
     encoded_.clear();
     encoder_.encode(source_, patchGroups_, patchRecords_, encoded_);
     return encoded_.streams.splitSymbols.empty() || triangles.size() == 1;
@@ -205,7 +205,7 @@ class Cutter {
   std::vector<std::uint32_t> placeOf_;  // of each triangle in the patch under work
   // That patch, and what the encoder makes of it:
   std::vector<std::uint32_t> ordered_;
-  std::vector<std::uint32_t> patchMates_;
+  std::vector<std::uint32_t> patchOpposites_;
   std::vector<std::int32_t> patchGroups_;
   std::vector<std::uint32_t> patchRecords_;
   SurfaceSource source_;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Cutting triangles into patches that every reader walks alike.
+// Splits triangles into patches that every reader traverses alike.
 
 #include "codec/surface/SurfaceEncoder.h"
 

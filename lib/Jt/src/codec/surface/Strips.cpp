@@ -25,7 +25,7 @@ struct Course {
 class StripMaker {
  public:
   explicit StripMaker(std::span<const std::uint32_t> vertices)
-      : mates_(pairEdges(vertices)),
+      : opposites_(pairEdges(vertices)),
         triedAt_(vertices.size() / 3),
         isDone_(vertices.size() / 3),
         neighbours_(vertices.size() / 3) {}
@@ -35,7 +35,7 @@ class StripMaker {
     strips_.corners.reserve(triangles + triangles / 2);
     for (std::uint32_t t = triangles; t-- > 0;) {
       for (std::uint32_t corner = 3 * t; corner < 3 * t + 3; ++corner)
-        if (mates_[corner] != kNone) ++neighbours_[t];
+        if (opposites_[corner] != kNone) ++neighbours_[t];
       waiting_[neighbours_[t]].push_back(t);
     }
     for (std::uint32_t seed = nextSeed(); seed != kNone; seed = nextSeed()) {
@@ -67,7 +67,7 @@ class StripMaker {
   /// @param edge corner at which the first of these edges begins @param entries what is met
   void walk(std::uint32_t edge, bool forward, std::vector<std::uint32_t>& entries) {
     for (bool isOdd = true;; isOdd = !isOdd) {
-      const std::uint32_t entered = mates_[edge];
+      const std::uint32_t entered = opposites_[edge];
       if (entered == kNone || isDone_[entered / 3] || triedAt_[entered / 3] == trial_) return;
       triedAt_[entered / 3] = trial_;
       entries.push_back(previousInTriangle(entered));
@@ -106,15 +106,15 @@ class StripMaker {
   void finish(std::uint32_t triangle) {
     isDone_[triangle] = 1;
     for (std::uint32_t corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
-      if (mates_[corner] == kNone) continue;
-      const std::uint32_t neighbour = mates_[corner] / 3;
+      if (opposites_[corner] == kNone) continue;
+      const std::uint32_t neighbour = opposites_[corner] / 3;
       if (isDone_[neighbour]) continue;
       --neighbours_[neighbour];
       waiting_[neighbours_[neighbour]].push_back(neighbour);
     }
   }
 
-  std::vector<std::uint32_t> mates_;
+  std::vector<std::uint32_t> opposites_;
   std::vector<std::uint32_t> triedAt_;                 // by triangle: the last trial that met it
   std::vector<std::uint8_t> isDone_;                   // by triangle
   std::vector<std::uint8_t> neighbours_;               // by triangle: free ones

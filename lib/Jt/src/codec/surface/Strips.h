@@ -11,7 +11,7 @@ namespace jt::codec {
 /// Strips of triangles. Triangle t of a strip has its entries t, t + 1 and t + 2, the first two of
 /// them swapped where t is odd.
 struct Strips {
-  std::vector<std::uint32_t> corners;  ///< of the triangles; one stands for each entry
+  std::vector<std::uint32_t> corners;  ///< of the triangles; one represents each entry
   std::vector<std::uint32_t> starts;   ///< first entry of each strip, and the end
 };
 

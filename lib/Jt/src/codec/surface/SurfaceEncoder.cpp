@@ -6,7 +6,7 @@ namespace jt::codec {
 
 namespace {
 
-constexpr std::int32_t kCoverGroup = -1;  // readers that look at groups alone leave covers out too
+constexpr std::int32_t kCoverGroup = -1;  // readers that look at groups alone leave caps out too
 constexpr std::uint32_t kNone = Surface::kNone;
 constexpr std::size_t kLongRing = 64;  // the most that masks of contexts hold
 
@@ -57,7 +57,7 @@ void SurfaceEncoder::encode(const SurfaceSource& source, std::span<const std::in
     for (std::uint32_t v = active_.pick(vertices_); v != kNone; v = active_.pick(vertices_)) {
       while (vertices_[v].empty > 0) {
         std::uint32_t corner = vertices_[v].latest;
-        while (isThere(corner)) corner = source.turn(corner);
+        while (isThere(corner)) corner = source.nextAroundVertex(corner);
         vertices_[v].latest = corner;
         begin(corner);
         complete();
@@ -70,17 +70,17 @@ void SurfaceEncoder::encode(const SurfaceSource& source, std::span<const std::in
 /// Takes a polygon into the walk, beginning at one of its corners.
 void SurfaceEncoder::begin(std::uint32_t corner) {
   const std::uint32_t polygon = source_->polygonOf(corner);
-  const bool isCover = source_->isCover(corner);
+  const bool isCap = source_->isCap(corner);
   isUsed_[polygon] = 1;
   first_ = corner;
   valence_ = source_->valence(polygon);
   known_ = 0;
   knownDegrees_ = 0;
   out_->streams.vertexValences.push_back(static_cast<std::int32_t>(valence_));
-  out_->streams.vertexGroups.push_back(isCover           ? kCoverGroup
+  out_->streams.vertexGroups.push_back(isCap             ? kCoverGroup
                                        : groups_.empty() ? 0
                                                          : groups_[polygon]);
-  out_->streams.vertexFlags.push_back(isCover ? 1 : 0);
+  out_->streams.vertexFlags.push_back(isCap ? 1 : 0);
 }
 
 /// True when the walk has been at the polygon of a corner.
@@ -91,7 +91,7 @@ bool SurfaceEncoder::isThere(std::uint32_t corner) const {
 /// Links the corners from the first one on that polygons across the edges give away. Returns the
 /// first that is open.
 std::uint32_t SurfaceEncoder::linkForward(std::uint32_t corner) {
-  while (known_ < valence_ && isThere(source_->mate(corner))) {
+  while (known_ < valence_ && isThere(source_->opposite(corner))) {
     corner = source_->next(corner);
     link(corner);
   }
@@ -102,7 +102,8 @@ void SurfaceEncoder::complete() {
   link(first_);
   std::uint32_t open = linkForward(first_);
   std::uint32_t corner = source_->previous(first_);
-  for (; known_ < valence_ && isThere(source_->mate(corner)); corner = source_->previous(corner))
+  for (; known_ < valence_ && isThere(source_->opposite(corner));
+       corner = source_->previous(corner))
     link(corner);
   while (known_ < valence_) {
     const bool isSplit = activate(open);
@@ -145,12 +146,14 @@ std::uint32_t SurfaceEncoder::positionOf(std::uint32_t corner) {
   const Vertex& vertex = vertices_[vertexOf_[corner]];
   std::uint32_t position = 0;
   if (vertex.degree <= kLongRing) {
-    for (std::uint32_t at = vertex.start; at != corner; at = source_->turn(at)) ++position;
+    for (std::uint32_t at = vertex.start; at != corner; at = source_->nextAroundVertex(at))
+      ++position;
     return position;
   }
   // Counted once for all splits at the vertex.
   if (!positions_.contains(vertex.start))
-    for (std::uint32_t at = vertex.start; position < vertex.degree; at = source_->turn(at))
+    for (std::uint32_t at = vertex.start; position < vertex.degree;
+         at = source_->nextAroundVertex(at))
       positions_.emplace(at, position++);
   return positions_.at(corner);
 }
@@ -163,17 +166,17 @@ void SurfaceEncoder::discover(std::uint32_t corner) {
   do {
     vertexOf_[at] = number;
     ring_.push_back(at);
-    at = source_->turn(at);
+    at = source_->nextAroundVertex(at);
   } while (at != corner);
   const auto degree = static_cast<std::uint32_t>(ring_.size());
   vertices_.push_back({corner, degree, degree, corner});
   active_.push(number);
-  // A ring has at most one cover.
-  out_->corners.push_back(ring_[source_->isCover(corner) ? 1 : 0]);
+  // A ring has at most one cap.
+  out_->corners.push_back(ring_[source_->isCap(corner) ? 1 : 0]);
   putMask();
 }
 
-/// Bit k of a mask is set where slot k has another record than the slot before it. A cover takes
+/// Bit k of a mask is set where slot k has another record than the slot before it. A cap takes
 /// the record of the slot before. Slot 0 is set in every mask of the compatible profile.
 void SurfaceEncoder::putMask() {
   if (ring_.size() > kLongRing) return putLongMask();
@@ -202,13 +205,13 @@ void SurfaceEncoder::putLongMask() {
 template <class Act>
 void SurfaceEncoder::forEachRecord(Act act) {
   if (records_.empty()) return;
-  const std::size_t last = ring_.size() - (source_->isCover(ring_.back()) ? 2 : 1);
+  const std::size_t last = ring_.size() - (source_->isCap(ring_.back()) ? 2 : 1);
   std::uint32_t record = records_[ring_[last]];
   bool any = false;
   for (std::size_t slot = 0; slot < ring_.size(); ++slot) {
     const bool isFirst = slot == 0 && beginsMasks_;
-    if (!isFirst && (source_->isCover(ring_[slot]) || records_[ring_[slot]] == record)) continue;
-    if (!source_->isCover(ring_[slot])) record = records_[ring_[slot]];
+    if (!isFirst && (source_->isCap(ring_[slot]) || records_[ring_[slot]] == record)) continue;
+    if (!source_->isCap(ring_[slot])) record = records_[ring_[slot]];
     out_->records.push_back(record);
     act(slot);
     any = true;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Writing surfaces as symbol streams, in step with decodeSurface().
+// Encodes surfaces as symbol streams, in step with decodeSurface().
 
 #include <unordered_map>
 
@@ -17,14 +17,14 @@ struct EncodedSurface {
       corners;  ///< of each vertex in order: one of its corners in the source
   std::vector<std::uint32_t> records;  ///< of the source, in the order of the attribute records
 
-  /// Takes the symbols of another surface behind the own ones.
+  /// Appends the symbols of another surface.
   void append(const EncodedSurface& other);
-  /// Forgets everything but the memory.
+  /// Removes everything but keeps the memory.
   void clear();
 };
 
-/// Walks over surfaces as SurfaceWalk does, and writes down what will lead it the same way. The
-/// source knows what the walk would have to deduce, so that nothing is built.
+/// Traverses surfaces as SurfaceWalk does and emits the symbols that make it take the same path.
+/// The source holds what SurfaceWalk has to deduce, so no surface is built.
 class SurfaceEncoder {
  public:
   /// @param beginsMasks whether each ring begins with a record of its own. Else slots in front of

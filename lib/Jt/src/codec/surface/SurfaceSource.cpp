@@ -9,16 +9,16 @@ namespace {
 
 constexpr std::uint32_t kNone = Surface::kNone;
 
-/// Edges that wait for their mates, in lists by the sum of their ends: a sum keeps what is near
-/// together, as a hash would not, and spreads the edges of a hub.
+/// Unpaired edges in lists by the sum of their ends: unlike a hash, a sum keeps neighbours close in
+/// memory, and it spreads the edges of a hub.
 class WaitingEdges {
  public:
   WaitingEdges(std::span<const std::uint32_t> corners, std::uint32_t positions)
       : corners_(corners),
-        mates_(corners.size(), kNone),
+        opposites_(corners.size(), kNone),
         lists_(2 * std::size_t{positions}, kNone) {}
 
-  /// Pairs the edge with the first that waits for it, or lets it wait.
+  /// Pairs the edge with the first unpaired opposite, or adds it to the unpaired ones.
   void add(std::uint32_t corner, std::uint32_t from, std::uint32_t to) {
     constexpr unsigned kPatience =
         256;  // edges beyond that stay boundaries, so that time is linear
@@ -26,27 +26,27 @@ class WaitingEdges {
     for (unsigned seen = 0; *link != kNone; ++seen) {
       const std::uint32_t other = *link;
       if (corners_[other] == to && endOf(other) == from) {
-        *link = mates_[other];
-        mates_[other] = corner;
-        mates_[corner] = other;
+        *link = opposites_[other];
+        opposites_[other] = corner;
+        opposites_[corner] = other;
         return;
       }
       if (seen == kPatience) return;
-      link = &mates_[other];
+      link = &opposites_[other];
     }
     *link = corner;
   }
   std::vector<std::uint32_t> finish() {
     for (std::uint32_t waiting : lists_)
-      while (waiting != kNone) waiting = std::exchange(mates_[waiting], kNone);
-    return std::move(mates_);
+      while (waiting != kNone) waiting = std::exchange(opposites_[waiting], kNone);
+    return std::move(opposites_);
   }
 
  private:
   std::uint32_t endOf(std::uint32_t corner) const { return corners_[nextInTriangle(corner)]; }
 
   std::span<const std::uint32_t> corners_;
-  std::vector<std::uint32_t> mates_;  // of edges that wait: the next one of the list
+  std::vector<std::uint32_t> opposites_;  // of unpaired edges: the next in the list
   std::vector<std::uint32_t> lists_;
 };
 
@@ -68,38 +68,38 @@ std::vector<std::uint32_t> pairEdges(std::span<const std::uint32_t> corners) {
   return edges.finish();
 }
 
-void SurfaceSource::build(std::vector<std::uint32_t>& mates) {
-  mates_.swap(mates);
-  triangles_ = static_cast<std::uint32_t>(mates_.size() / 3);
-  coverStart_.assign(1, 3 * triangles_);
-  coverOf_.clear();
+void SurfaceSource::build(std::vector<std::uint32_t>& opposites) {
+  opposites_.swap(opposites);
+  triangles_ = static_cast<std::uint32_t>(opposites_.size() / 3);
+  capStart_.assign(1, 3 * triangles_);
+  capOf_.clear();
   for (std::uint32_t corner = 0; corner < 3 * triangles_; ++corner)
-    if (mates_[corner] == kNone) cover(corner);
+    if (opposites_[corner] == kNone) cap(corner);
 }
 
 /// Closes a hole. The corners of paired edges round a position are a vertex, and each vertex of a
 /// boundary has one boundary edge out and one in, so that boundaries are simple loops.
-void SurfaceSource::cover(std::uint32_t boundary) {
+void SurfaceSource::cap(std::uint32_t boundary) {
   loop_.clear();
   for (std::uint32_t edge = boundary; loop_.empty() || edge != boundary;) {
     loop_.push_back(edge);
     edge = next(edge);
-    while (mates_[edge] != kNone) edge = next(mates_[edge]);
+    while (opposites_[edge] != kNone) edge = next(opposites_[edge]);
   }
   if (loop_.size() == 2) {
-    mates_[loop_[0]] = loop_[1];
-    mates_[loop_[1]] = loop_[0];
+    opposites_[loop_[0]] = loop_[1];
+    opposites_[loop_[1]] = loop_[0];
     return;
   }
-  // The cover runs the loop backwards: from where an edge begins to where the one before it does.
-  const auto number = static_cast<std::uint32_t>(coverStart_.size() - 1);
+  // The cap runs the loop backwards: from where an edge begins to where the one before it does.
+  const auto number = static_cast<std::uint32_t>(capStart_.size() - 1);
   for (std::size_t k = loop_.size(); k-- > 0;) {
     const std::uint32_t edge = loop_[k == 0 ? loop_.size() - 1 : k - 1];
-    mates_[edge] = static_cast<std::uint32_t>(mates_.size());
-    mates_.push_back(edge);
-    coverOf_.push_back(number);
+    opposites_[edge] = static_cast<std::uint32_t>(opposites_.size());
+    opposites_.push_back(edge);
+    capOf_.push_back(number);
   }
-  coverStart_.push_back(static_cast<std::uint32_t>(mates_.size()));
+  capStart_.push_back(static_cast<std::uint32_t>(opposites_.size()));
 }
 
 }  // namespace jt::codec

@@ -1,7 +1,7 @@
 #pragma once
 
-// The walk that makes a surface. What it meets it asks of a port. SurfaceEncoder walks the same way
-// over a surface that is there.
+// The traversal that rebuilds a surface from the symbols of a port. SurfaceEncoder makes the same
+// traversal over an existing surface.
 
 #include <algorithm>
 #include <memory>
@@ -22,15 +22,15 @@ struct Split {
 ///   uint32 degree(context) of the vertex at the next corner; 0: a split
 ///   Split split(active)    behind a degree of 0
 /// It may throw. Corners and slots that it names are checked here. Its valences are 1 or more and
-/// add up to the corners that the walk was told of, its degrees to no more than these, and it gives
+/// add up to the corners given to the constructor, its degrees to no more than these, and it gives
 /// no more degrees other than 0 than there are vertices.
 ///
-/// What becomes part of the loop over triangles, and what does not, is told to compilers: their own
-/// choice changes with every line and may take a quarter more time.
+/// Inlining is forced by hand: the compiler's own choice varies with unrelated edits and costs up
+/// to 25 %.
 ///
 /// @tparam Active ActiveWindow or ActiveVertices, as the variant has it
-/// @tparam Position an integer that is large enough for a position in any ring. Not of char: stores
-/// of that could change anything, as compilers see it
+/// @tparam Position an integer wide enough for a position in any ring. char8_t, not unsigned char:
+/// stores through unsigned char may alias anything and block optimisation
 template <class Port, class Active, class Position>
 class SurfaceWalk {
  public:
@@ -144,7 +144,7 @@ class SurfaceWalk {
     return *(std::ranges::upper_bound(others_, corner, {}, &Other::first) - 1);
   }
 
-  /// Where the corner behind one at a place is, if the polygon across the edge gives it away.
+  /// The place of the next corner, if the polygon across the edge determines it.
   bool findNext(Place place, Place& next) const noexcept {
     const Surface::Vertex& v = surface_.vertices[place.vertex];
     const std::uint32_t across =
@@ -191,7 +191,7 @@ class SurfaceWalk {
     activate(first_ + 2);
   }
 
-  /// Links the corners from `corner` up to `limit` that the polygons across the edges give away.
+  /// Links the corners from `corner` up to `limit` that the polygons across the edges determine.
   std::uint32_t linkForward(std::uint32_t corner, std::uint32_t limit) {
     for (Place next; corner < limit && findNext(placeOf(corner - 1), next); ++corner)
       link(corner, next);
@@ -208,7 +208,7 @@ class SurfaceWalk {
     return open;
   }
 
-  /// Names the corners behind the first.
+  /// Finds the vertices of the corners after the first.
   [[gnu::noinline]] void complete() {
     std::uint32_t corner = linkForward(first_ + 1, end_);
     const std::uint32_t end = linkBackward(corner);
@@ -218,7 +218,7 @@ class SurfaceWalk {
     }
   }
 
-  /// Names the vertex of a corner: a new one, or by a split. Returns true for a split.
+  /// Sets the vertex of a corner: a new one, or one named by a split. Returns true for a split.
   [[gnu::always_inline]] bool activate(std::uint32_t corner) {
     const std::uint32_t degree = port_.degree(degreeContext(end_ - first_, known_, knownDegrees_));
     if (degree == 0) {

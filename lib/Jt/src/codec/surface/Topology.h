@@ -3,9 +3,9 @@
 // Connectivity of a mesh: the symbol streams that elements store, and the surface that they
 // describe.
 //
-// The streams follow a walk over a closed surface of polygons, in which covers close the holes.
+// The streams follow a walk over a closed surface of polygons, in which caps close the holes.
 // Words: the degree of a vertex is the number of polygons round it; its ring is those polygons
-// counter- clockwise; a split is a corner at a vertex that is known but could not be deduced.
+// counter-clockwise; a split is a corner at a vertex that is known but could not be deduced.
 
 #include <algorithm>
 #include <array>
@@ -31,7 +31,7 @@ struct TopologyStreams {
   std::array<std::vector<std::int32_t>, kContexts> faceDegrees;
   std::vector<std::int32_t> vertexValences;
   std::vector<std::int32_t> vertexGroups;
-  std::vector<std::int32_t> vertexFlags;  ///< bit 0: cover
+  std::vector<std::int32_t> vertexFlags;  ///< bit 0: cap
   std::array<std::vector<std::int32_t>, kContexts> faceMasks;
   std::vector<std::int32_t> faceMasksNext;  ///< further bits of the last context
   std::vector<std::int32_t> faceMasksTop;   ///< 9.x: the last 4 bits of 64
@@ -73,7 +73,7 @@ inline std::size_t maskContext(std::size_t degree) noexcept {
 /// Two details of the walk are not settled by the definition of the format. They matter only to
 /// meshes with splits, or with more than 16 vertices under work at a time.
 struct Variant {
-  /// What happens to finished vertices in the list that the next vertex is picked from.
+  /// What happens to finished vertices in the active-vertex list.
   enum class Finished : std::uint8_t {
     removed,         ///< at once; the window moves on
     skipped,         ///< the window is 16 vertices that are not finished

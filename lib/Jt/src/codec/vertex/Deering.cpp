@@ -25,7 +25,7 @@ Deering::Angles::Angles(std::uint32_t steps) {
   }
 }
 
-/// Tables that small parts would take longer to make than to use, made once.
+/// Shared tables: small parts would spend more time building than using them.
 std::shared_ptr<const Deering::Angles> Deering::ofFewBits(unsigned bits) {
   static const std::vector<std::shared_ptr<const Angles>> tables = [] {
     std::vector<std::shared_ptr<const Angles>> made;

@@ -36,7 +36,7 @@ class Deering {
   /// @pre bits is 1..kMostBits
   explicit Deering(unsigned bits, std::size_t expected = 0);
 
-  /// A unit vector. Parts out of range are taken as their greatest value.
+  /// Decodes to a unit vector. Out-of-range fields are clamped.
   std::array<float, 3> decode(const DeeringCode& code) const noexcept {
     const std::uint32_t sextant = std::min(code.sextant, 5U);
     const Angle t = theta(std::min(code.theta, steps_ - 1) + (sextant & 1));
@@ -45,7 +45,7 @@ class Deering {
     const auto& from = kFromBase[sextant];
     const std::uint32_t octant = std::min(code.octant, 7U);
     std::array<float, 3> result;
-    for (unsigned i = 0; i < 3; ++i)  // by a product, since no branch could foresee it
+    for (unsigned i = 0; i < 3; ++i)  // by a product: a branch would mispredict
       result[i] = static_cast<float>(base[from[i]] * kSigns[(octant >> (2 - i)) & 1]);
     return result;
   }

@@ -11,8 +11,8 @@ using Vector = std::array<double, 3>;
 
 double dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
-/// The sextant by the order of the absolute components; the odd one of two on a tie, since only odd
-/// ones reach the axes. By table, since which one it is cannot be foreseen.
+/// Sextant by the order of the absolute components; ties go to the odd one, since only odd sextants
+/// reach the axes. A table, because branches would mispredict.
 std::uint32_t sextantOf(const Vector& a) {
   constexpr std::array<std::uint8_t, 8> kByOrder{4, 2, 4, 3, 0, 1, 5, 1};
   const auto [x, y, z] = a;
@@ -48,7 +48,7 @@ DeeringCode DeeringEncoder::encode(const std::array<float, 3>& normal) const noe
     if (v[i] >= 0) nearest.code.octant |= 4U >> i;
   }
   const std::uint32_t middle = sextantOf(absolute);
-  // A rounded code may lie beyond the edge of its sextant, hence the neighbours.
+  // A rounded code may lie beyond the edge of its sextant, so the neighbours are tried too.
   if (tryAround(middle, absolute, nearest)) return nearest.code;
   for (const std::uint32_t sextant : {(middle + 1) % 6, (middle + 5) % 6})
     tryAround(sextant, absolute, nearest);
@@ -73,8 +73,8 @@ int DeeringEncoder::psiBefore(double sine) const noexcept {
   return step;
 }
 
-/// Tries the four codes round a direction without signs. True when they lie inside the sextant, so
-/// that none of another can be nearer.
+/// Tries the four codes around an unsigned direction. True if all lie inside the sextant, so that
+/// no code of another sextant can be nearer.
 bool DeeringEncoder::tryAround(std::uint32_t sextant, const Vector& towards,
                                Nearest& nearest) const noexcept {
   Vector base;

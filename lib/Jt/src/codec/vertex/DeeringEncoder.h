@@ -26,8 +26,8 @@ class DeeringEncoder {
 
   Deering deering_;
   int steps_;
-  // Where tabulated: where to begin the search, by the sine. Most parts hold no step, so that it
-  // ends there.
+  // If tabulated: where the search starts, by the sine. Most slices contain no step, so it ends
+  // there.
   static constexpr int kParts = 4;  // a step
   std::vector<std::int16_t> thetaAt_;
   std::vector<std::int16_t> psiAt_;

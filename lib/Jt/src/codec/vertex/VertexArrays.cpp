@@ -43,7 +43,7 @@ std::uint32_t chainedHash(const std::vector<Codes>& vectors) {
   return hash;
 }
 
-/// Float bits by component, put together from what the generation stores.
+/// Float bits by component, reassembled from the generation's form.
 std::vector<Codes> floatBits(const std::vector<Codes>& codes, Generation generation) {
   if (generation != Generation::v9) return codes;
   std::vector<Codes> bits(codes.size() / 2);
@@ -70,7 +70,7 @@ std::vector<Codes> splitFloats(std::vector<Codes> bits, Generation generation) {
   return codes;
 }
 
-/// Hash of lossless values: 9.x takes one value at a time.
+/// Hash of lossless values; 9.x hashes one value at a time.
 std::uint32_t losslessHash(const std::vector<Codes>& bits, Generation generation) {
   if (generation != Generation::v9) return chainedHash(bits);
   std::uint32_t hash = 0;
@@ -79,7 +79,7 @@ std::uint32_t losslessHash(const std::vector<Codes>& bits, Generation generation
   return hash;
 }
 
-/// The other order in which 9.x values could be taken.
+/// The alternative order of 9.x values.
 std::uint32_t vertexByVertexHash(const std::vector<Codes>& bits) {
   std::uint32_t hash = 0;
   for (std::size_t i = 0; !bits.empty() && i < bits[0].size(); ++i)
@@ -133,7 +133,7 @@ std::vector<Vec3f> vectorsOf(const std::vector<Codes>& bits, std::size_t count) 
   return values;
 }
 
-/// Dequantizes with what does not change taken out of the loop.
+/// Dequantizes with the loop invariants hoisted.
 template <class Put>
 void dequantizeAll(const UniformQuantizer& quantizer, const Codes& codes, Put put) {
   const double maxCode =
@@ -228,7 +228,7 @@ std::array<float, 3> rgbOfHsv(float hue, float saturation, float value) {
   }
 }
 
-/// The quantizers of the four color fields, whatever way they are stored.
+/// Quantizers of the four color components, in either stored form.
 std::array<UniformQuantizer, 4> colorQuantizers(const CodedArray& array) {
   std::array<UniformQuantizer, 4> quantizers;
   if (array.isHsv != 0) {
@@ -317,16 +317,16 @@ std::vector<Vec3f> decodeNormals(const CodedArray& array, Generation generation,
   checkSizes(array, packed ? 1 : 4, "normals");
   const Deering deering(array.bits, count);
   std::vector<Vec3f> normals(count);
-  std::size_t strays = 0;
+  std::size_t outOfRange = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const auto part = [&](std::size_t k) { return static_cast<std::uint32_t>(array.codes[k][i]); };
     const DeeringCode code =
         packed ? deering.unpack(part(0)) : DeeringCode{part(0), part(1), part(2), part(3)};
-    if (!deering.inRange(code)) ++strays;
+    if (!deering.inRange(code)) ++outOfRange;
     normals[i] = deering.decode(code);
   }
-  if (strays > 0)
-    report.add("code_range", std::to_string(strays) + " normals have codes out of range");
+  if (outOfRange > 0)
+    report.add("code_range", std::to_string(outOfRange) + " normals have codes out of range");
   return normals;
 }
 

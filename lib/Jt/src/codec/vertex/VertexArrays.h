@@ -1,6 +1,6 @@
 #pragma once
 
-// Arrays of vertex data as elements store them, and the numbers that they stand for.
+// Arrays of vertex data as elements store them, and the numbers that they represent.
 
 #include <array>
 #include <cstdint>
@@ -24,13 +24,13 @@ constexpr PacketKind packetKind(Generation generation) noexcept {
                                         : PacketKind::mk3;
 }
 
-/// What is checked while decoding, and what was noticed.
+/// Checks to make while decoding, and the diagnostics.
 struct Report {
   bool checkHashes = true;
   std::vector<Diagnostic> warnings;
 
   void add(const char* code, std::string message);
-  /// A diagnostic when a stored hash is not the one that was worked out.
+  /// Adds a diagnostic if the stored hash differs from the computed one.
   void compareHash(const char* what, std::uint32_t stored, std::uint32_t computed);
 };
 
@@ -66,10 +66,10 @@ struct CodedArray {
 using Vec4 = std::array<float, 4>;
 
 /// The numbers of an array. Throw JtFormatError when codes and count do not fit each other; a hash
-/// that does not match is only a remark. Hashes of the codes of coordinates and normals as they are
-/// stored are left to the caller, who can work out several at a time.
-/// Codes of lossless texture coordinates and colors, and of 10.x packed colors, are expected with
-/// prediction in place: whether they are predicted is found out by the hash.
+/// that does not match is only a warning. Hashes of the codes of coordinates and normals as they
+/// are stored are left to the caller, who can work out several at a time. Codes of lossless texture
+/// coordinates and colors, and of 10.x packed colors, are expected with prediction in place:
+/// whether they are predicted is found out by the hash.
 std::vector<Vec3f> decodeCoordinates(const CodedArray& array, Generation generation,
                                      Report& report);
 std::vector<Vec3f> decodeNormals(const CodedArray& array, Generation generation, Report& report);

@@ -111,7 +111,7 @@ class BasicReader {
   std::span<const std::byte> rest() const noexcept { return {at_, left()}; }
   Links& links() { return links_ ? *links_ : ownLinks_ ? *ownLinks_ : ownLinks_.emplace(); }
   /// True for an object that gets this form's default for what depends on it; never when reading.
-  static bool fresh(const LocalVersion&) noexcept { return false; }
+  static bool isDefaulted(const LocalVersion&) noexcept { return false; }
 
   template <Scalar T>
   void operator()(const char* name, T& value) {
@@ -127,9 +127,9 @@ class BasicReader {
     (*this)(name, stored);
     value = static_cast<T>(stored);
   }
-  /// A field that new objects get; nothing to a reader, since what it reads is never new.
+  /// A field with a fixed value in new objects; readers skip it, since what they read is never new.
   template <Scalar T>
-  static void fresh(const char*, T) {}
+  static void writeDefault(const char*, T) {}
   template <Scalar T, std::size_t N>
   void operator()(const char* name, std::array<T, N>& values) {
     for (T& value : values) (*this)(name, value);
@@ -293,7 +293,7 @@ class BasicReader {
 
 /// What follows the last known field of an element, to be kept; null when nothing does.
 template <bool Tracing>
-std::shared_ptr<const std::vector<std::byte>> readSurplus(BasicReader<Tracing>& reader) {
+std::shared_ptr<const std::vector<std::byte>> readTrailingBytes(BasicReader<Tracing>& reader) {
   if (reader.left() == 0) return {};
   auto bytes = std::make_shared<std::vector<std::byte>>();
   reader.raw("surplus", *bytes, reader.left());
@@ -321,7 +321,7 @@ class Writer {
   /// Set while an object is written in a form that it was not read in: its local versions and
   /// form-dependent fields then take the defaults of this form.
   void setConverting(bool on) noexcept { converting_ = on; }
-  bool fresh(const LocalVersion& version) const noexcept {
+  bool isDefaulted(const LocalVersion& version) const noexcept {
     return converting_ || version.value == LocalVersion::kUnset;
   }
 
@@ -334,7 +334,7 @@ class Writer {
     put(static_cast<Stored>(value));
   }
   template <Scalar T>
-  void fresh(const char*, T value) {
+  void writeDefault(const char*, T value) {
     put(value);
   }
   template <Scalar T, std::size_t N>
@@ -372,7 +372,7 @@ class Writer {
   void version(const char*, const LocalVersion& version, int default9, int default10) {
     if (!has(Feature::localVersions)) return;
     const bool byteWide = has(Feature::byteVersions);
-    const int value = fresh(version) ? (byteWide ? default10 : default9) : version.value;
+    const int value = isDefaulted(version) ? (byteWide ? default10 : default9) : version.value;
     if (byteWide) {
       put(static_cast<std::uint8_t>(value));
     } else {

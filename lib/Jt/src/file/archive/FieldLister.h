@@ -42,19 +42,19 @@ class FieldLister {
   static constexpr bool kReading = false;
 
   /// @param format must outlive the lister; local versions are needed for textures and lights
-  /// @param withSurplus also list the bytes behind the last known field; they mean something only
-  /// in the form that they were read from
-  FieldLister(FieldList& out, const Format& format, bool withSurplus)
-      : out_(out), format_(format), withSurplus_(withSurplus) {}
+  /// @param withTrailingBytes also list the bytes behind the last known field; they mean something
+  /// only in the form that they were read from
+  FieldLister(FieldList& out, const Format& format, bool withTrailingBytes)
+      : out_(out), format_(format), withTrailingBytes_(withTrailingBytes) {}
 
   const Format& format() const noexcept { return format_; }
   bool has(Feature feature) const noexcept { return format_.has(feature); }
   static std::size_t left() noexcept { return 0; }
   static std::span<const std::byte> rest() noexcept { return {}; }
   const Links& links() const noexcept { return links_; }
-  bool fresh(const LocalVersion&) const noexcept { return !inSurplus_; }
-  /// To be called between the known fields and the surplus.
-  void beginSurplus() noexcept { inSurplus_ = withSurplus_; }
+  bool isDefaulted(const LocalVersion&) const noexcept { return !inTrailingBytes_; }
+  /// To be called between the known fields and the trailing bytes.
+  void beginTrailingBytes() noexcept { inTrailingBytes_ = withTrailingBytes_; }
 
   template <Scalar T>
   void operator()(const char* name, const T& value) {
@@ -65,7 +65,7 @@ class FieldLister {
     (*this)(name, static_cast<Stored>(value));
   }
   template <Scalar T>
-  static void fresh(const char*, T) {}
+  static void writeDefault(const char*, T) {}
   template <Scalar T, std::size_t N>
   void operator()(const char* name, const std::array<T, N>& all) {
     values(name, std::span<const T>(all));
@@ -133,8 +133,8 @@ class FieldLister {
   FieldList& out_;
   const Format& format_;
   Links links_;
-  bool withSurplus_;
-  bool inSurplus_ = false;
+  bool withTrailingBytes_;
+  bool inTrailingBytes_ = false;
 };
 
 }  // namespace jt::file

@@ -82,7 +82,7 @@ void fields(Ar& ar, SegmentHeader& header) {
   ar("segmentLength", header.length);
 }
 
-/// How a segment is packed; stands between segment header and first element.
+/// How a segment is packed; is between segment header and first element.
 struct PackingHeader {
   std::uint32_t flag = 0;
   std::int32_t length = 0;  ///< of the stream, and the algorithm byte
@@ -139,7 +139,7 @@ class Container : public JtRefCounted {
   std::span<const std::byte> segmentBytes(const TocEntry& entry) const;
   /// The content behind the headers, unpacked. Throws JtFormatError with segment and offset.
   SegmentContent load(const TocEntry& entry) const;
-  /// The two headers of a segment as they stand; the packing header only where there is one.
+  /// The two headers of a segment as they are; the packing header only where there is one.
   SegmentHeader segmentHeader(const TocEntry& entry) const;
   std::optional<PackingHeader> packingHeader(const TocEntry& entry) const;
 

@@ -47,7 +47,7 @@ struct FieldAccess::Atoms {
     ar("date", atom.value_);
     if (!ar.has(Feature::utcOffset)) return;
     if (isFresh(ar, atom)) {
-      if (ar.has(Feature::attributeTail)) ar.fresh("utcOffset", 0.0F);
+      if (ar.has(Feature::attributeTail)) ar.writeDefault("utcOffset", 0.0F);
     } else {
       ar.optional("utcOffset", atom.utcOffset_);
     }
@@ -68,7 +68,7 @@ struct FieldAccess::Atoms {
     ar("payloadObjectId", atom.payloadId_);
     if (isFresh(ar, atom)) {
       // Gone from 10.5 on.
-      if (!ar.has(Feature::attributeTail)) ar.fresh("reserved", std::int32_t{1});
+      if (!ar.has(Feature::attributeTail)) ar.writeDefault("reserved", std::int32_t{1});
     } else {
       ar.optional("reserved", atom.reserved_);
     }
@@ -80,18 +80,18 @@ struct FieldAccess::Atoms {
   }
 
   template <class Ar>
-  static void surplus(Ar& ar, Of<Ar, JtPropAtom>& atom) {
+  static void trailingBytes(Ar& ar, Of<Ar, JtPropAtom>& atom) {
     if constexpr (Ar::kReading) {
-      atom.surplus_ = readSurplus(ar);
-    } else if (atom.surplus_ && !isFresh(ar, atom)) {
-      ar.append(*atom.surplus_);
+      atom.trailingBytes_ = readTrailingBytes(ar);
+    } else if (atom.trailingBytes_ && !isFresh(ar, atom)) {
+      ar.append(*atom.trailingBytes_);
     }
   }
 
  private:
   template <class Ar>
   static bool isFresh(const Ar& ar, const JtPropAtom& atom) {
-    return !Ar::kReading && ar.fresh(atom.baseVersion_);
+    return !Ar::kReading && ar.isDefaulted(atom.baseVersion_);
   }
   template <class Ar>
   static void base(Ar& ar, Of<Ar, JtPropAtom>& atom) {

@@ -52,7 +52,7 @@ struct FieldAccess::Attributes {
     const auto count = static_cast<std::size_t>(std::popcount(mask));
     bool wide = ar.has(Feature::doubleTransforms);
     if constexpr (Ar::kReading) {
-      // The number of values is known, so the length tells single from double precision.
+      // The number of values is known, so the length distinguishes single from double precision.
       if (ar.left() == 8 * count || ar.left() == 8 * count + 4) {
         wide = true;
       } else if (ar.left() == 4 * count) {
@@ -144,7 +144,8 @@ struct FieldAccess::Attributes {
       texture.blocks_.resize(static_cast<std::size_t>(blocks));
     }
     // 9.x stores images in the third block, behind two empty ones; 10.x has one block.
-    const bool takesLast = !Ar::kReading && ar.fresh(texture.version_) && !texture.blocks_.empty();
+    const bool takesLast =
+        !Ar::kReading && ar.isDefaulted(texture.version_) && !texture.blocks_.empty();
     const std::size_t stubs = takesLast && !oneBlock ? 2 : 0;
     const std::size_t first = takesLast ? texture.blocks_.size() - 1 : 0;
     for (std::size_t i = 0; i < stubs; ++i) {
@@ -193,18 +194,18 @@ struct FieldAccess::Attributes {
   }
 
   template <class Ar>
-  static void surplus(Ar& ar, Of<Ar, JtAttribute>& attribute) {
+  static void trailingBytes(Ar& ar, Of<Ar, JtAttribute>& attribute) {
     if constexpr (Ar::kReading) {
-      attribute.surplus_ = readSurplus(ar);
-    } else if (attribute.surplus_ && !isFresh(ar, attribute)) {
-      ar.append(*attribute.surplus_);
+      attribute.trailingBytes_ = readTrailingBytes(ar);
+    } else if (attribute.trailingBytes_ && !isFresh(ar, attribute)) {
+      ar.append(*attribute.trailingBytes_);
     }
   }
 
  private:
   template <class Ar>
   static bool isFresh(const Ar& ar, const JtAttribute& attribute) {
-    return !Ar::kReading && ar.fresh(attribute.baseVersion_);
+    return !Ar::kReading && ar.isDefaulted(attribute.baseVersion_);
   }
 
   template <class Ar>
@@ -231,13 +232,13 @@ struct FieldAccess::Attributes {
   static void tail(Ar& ar, Of<Ar, JtAttribute>& attribute) {
     if (!ar.has(Feature::fieldFinal)) return;
     if (isFresh(ar, attribute)) {
-      if (ar.has(Feature::attributeTail)) ar.fresh("reserved", std::int32_t{-1});
+      if (ar.has(Feature::attributeTail)) ar.writeDefault("reserved", std::int32_t{-1});
     } else {
       ar.optional("reserved", attribute.tail_);
     }
   }
 
-  /// 8.x may store three of the colors as one gray value; the length tells whether it does.
+  /// 8.x may store three of the colors as one gray value; the length shows whether it does.
   template <class Ar>
   static void dataFlags(Ar& ar, Of<Ar, JtMaterial>& material) {
     constexpr std::size_t kColors = 4 * 16 + 4;

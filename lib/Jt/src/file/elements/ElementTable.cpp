@@ -31,22 +31,22 @@ constexpr ElementKind makeKind(const JtGuid& guid, const char* name, std::uint8_
           [] { return Ref<JtSceneObject>(new T); },
           [](Reader& ar, JtSceneObject& object) {
             Fields::run(ar, static_cast<T&>(object));
-            Fields::surplus(ar, static_cast<T&>(object));
+            Fields::trailingBytes(ar, static_cast<T&>(object));
           },
           [](TracingReader& ar, JtSceneObject& object) {
             Fields::run(ar, static_cast<T&>(object));
-            Fields::surplus(ar, static_cast<T&>(object));
+            Fields::trailingBytes(ar, static_cast<T&>(object));
           },
           [](Writer& ar, const JtSceneObject& object) {
             const T& known = checked<T>(object);
             Fields::run(ar, known);
-            Fields::surplus(ar, known);
+            Fields::trailingBytes(ar, known);
           },
           [](FieldLister& ar, const JtSceneObject& object) {
             const T& known = checked<T>(object);
             Fields::run(ar, known);
-            ar.beginSurplus();
-            Fields::surplus(ar, known);
+            ar.beginTrailingBytes();
+            Fields::trailingBytes(ar, known);
           }};
 }
 
@@ -125,7 +125,7 @@ const std::vector<ElementKind>& table() {
   return kinds;
 }
 
-/// Other spellings of ids that stand in the table.
+/// Other spellings of ids that are in the table.
 const JtGuid kVertexShapeSwapped{
     0x10dd107f, 0x2ac8, 0x11d1, {0x6b, 0x9b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 

@@ -36,8 +36,9 @@ const ElementKind* findElementKind(const JtType* type);
 inline constexpr std::uint8_t kNodeBaseType = 0;
 inline constexpr std::uint8_t kGroupBaseType = 1;
 
-/// Kinds that stand in for elements that are not in the table or cannot be read.
-const ElementKind& unknownNodeKind() noexcept;   ///< JtNode: base node data, the rest is surplus
+/// Kinds that replace elements that are not in the table or cannot be read.
+const ElementKind&
+unknownNodeKind() noexcept;  ///< JtNode: base node data, the rest is trailing bytes
 const ElementKind& unknownGroupKind() noexcept;  ///< JtGroup: with children
 const ElementKind& unknownAttributeKind() noexcept;
 const ElementKind& unknownAtomKind() noexcept;

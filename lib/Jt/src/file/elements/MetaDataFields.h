@@ -22,7 +22,7 @@ struct FieldAccess::MetaData {
       }
       if (data.terminated_) ar("propertyKey", JtString());
     }
-    ar.raw("surplus", data.surplus_, Ar::kReading ? ar.left() : data.surplus_.size());
+    ar.raw("surplus", data.trailingBytes_, Ar::kReading ? ar.left() : data.trailingBytes_.size());
   }
 
   static void setModified(JtMetaData& data, bool on) { data.modified_ = on; }
@@ -33,7 +33,7 @@ struct FieldAccess::MetaData {
     data.entries_.clear();
     for (;;) {
       // A value type that is not known has no known length: from its key on, bytes are kept as they
-      // are. Look ahead, so that the reader still stands in front of that key.
+      // are. Look ahead, so that the reader is still in front of that key.
       const auto [keySize, type] = peek(ar.rest(), ar.format().bigEndian);
       data.terminated_ = keySize == 0 || type <= 4;
       if (!data.terminated_) return;

@@ -180,18 +180,18 @@ struct FieldAccess::Nodes {
     // Forms that have no wire harness take it as a null shape.
     if constexpr (!Ar::kReading) {
       LocalVersion nullVersion;
-      if (!ar.has(Feature::wireHarnesses) && ar.fresh(shape.nodeVersion_))
+      if (!ar.has(Feature::wireHarnesses) && ar.isDefaulted(shape.nodeVersion_))
         ar.version("nullShapeVersionNumber", nullVersion, 1, 1);
     }
   }
 
   /// What follows the last known field.
   template <class Ar>
-  static void surplus(Ar& ar, Of<Ar, JtNode>& node) {
+  static void trailingBytes(Ar& ar, Of<Ar, JtNode>& node) {
     if constexpr (Ar::kReading) {
-      node.surplus_ = readSurplus(ar);
-    } else if (node.surplus_ && !ar.fresh(node.nodeVersion_)) {
-      ar.append(*node.surplus_);
+      node.trailingBytes_ = readTrailingBytes(ar);
+    } else if (node.trailingBytes_ && !ar.isDefaulted(node.nodeVersion_)) {
+      ar.append(*node.trailingBytes_);
     }
   }
 
@@ -210,7 +210,7 @@ struct FieldAccess::Nodes {
     if constexpr (Ar::kReading) {
       return detectForm(ar.rest(), ar.format());
     } else {
-      if (ar.fresh(partition.nodeVersion_)) return newForm(ar.format(), partition);
+      if (ar.isDefaulted(partition.nodeVersion_)) return newForm(ar.format(), partition);
       return {partition.partitionVersion_, partition.partitionFlags_, partition.box1_,
               partition.box2BeforeArea_, partition.untransformedBox_};
     }
@@ -249,7 +249,7 @@ struct FieldAccess::Nodes {
       if (behind == kTwoBoxes) ((flags & 1) ? form.untransformed : form.box2).emplace();
       return form;
     }
-    PartitionForm form;  // fits nowhere: the generation's own form, and what is left is surplus
+    PartitionForm form;  // fits nowhere: the generation's own form, and the rest is trailing bytes
     if (format.has(Feature::partitionVersion)) form.version = std::uint8_t{1};
     return form;
   }
@@ -269,7 +269,7 @@ struct FieldAccess::Nodes {
         version.value = LocalVersion::kAbsent;
       }
     } else if (version.value != LocalVersion::kAbsent) {
-      ar.template as<std::int16_t>(name, ar.fresh(version) ? std::int16_t{1} : version.value);
+      ar.template as<std::int16_t>(name, ar.isDefaulted(version) ? std::int16_t{1} : version.value);
     }
   }
 
@@ -282,7 +282,7 @@ struct FieldAccess::Nodes {
   /// True when a writer takes the generation's defaults for this node.
   template <class Ar>
   static bool isFresh(const Ar& ar, const JtNode& node) {
-    return !Ar::kReading && ar.fresh(node.nodeVersion_);
+    return !Ar::kReading && ar.isDefaulted(node.nodeVersion_);
   }
 
   template <class Ar>
@@ -313,7 +313,7 @@ struct FieldAccess::Nodes {
   }
 
   /// 9.x line and point shapes repeat their bindings up to twice: 22 bytes left when both are
-  /// there, 14 with one of them. With one, it stands right here when it equals the bindings and a
+  /// there, 14 with one of them. With one, it is right here when it equals the bindings and a
   /// version follows it; else a version right here means that it is the last.
   static bool repeatsBindings(std::span<const std::byte> rest, const Format& format,
                               std::uint64_t bindings) {

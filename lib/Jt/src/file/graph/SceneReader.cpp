@@ -91,7 +91,7 @@ Ref<JtPartition> SceneReader::read() {
   assemble();
   Ref<JtPartition> root = chooseRoot();
   appendFurtherRows();
-  findStrays(*root);
+  findUnreachable(*root);
   FieldAccess::scene(*root) = source_;
   FieldAccess::version(*root) = {source_->format().major, source_->format().minor};
   FieldAccess::notes(*root) = source_->container().notes();
@@ -173,15 +173,15 @@ void SceneReader::resolveChildren(std::uint32_t element) {
 
 /// Leaves out the links that lead back to a node above: depth first with a stack of its own.
 void SceneReader::dropCycles() {
-  enum class Mark : std::uint8_t { fresh, open, done };
-  std::vector<Mark> marks(objects_.size(), Mark::fresh);
+  enum class Mark : std::uint8_t { unvisited, open, done };
+  std::vector<Mark> marks(objects_.size(), Mark::unvisited);
   struct Level {
     std::uint32_t element;
     std::uint32_t next;
   };
   std::vector<Level> stack;
   for (std::uint32_t start = 0; start < objects_.size(); ++start) {
-    if (marks[start] != Mark::fresh) continue;
+    if (marks[start] != Mark::unvisited) continue;
     marks[start] = Mark::open;
     stack.push_back({start, 0});
     while (!stack.empty()) {
@@ -199,7 +199,7 @@ void SceneReader::dropCycles() {
                       "a node is its own descendant; the link is left out");
         target = SceneSource::kNone;
         hasOneTop_ = false;  // what the link held together may have come apart
-      } else if (marks[target] == Mark::fresh) {
+      } else if (marks[target] == Mark::unvisited) {
         marks[target] = Mark::open;
         stack.push_back({target, 0});
       }
@@ -207,7 +207,7 @@ void SceneReader::dropCycles() {
   }
 }
 
-/// Nodes remember where their properties stand; the properties are made on first use.
+/// Nodes remember where their properties are; the properties are made on first use.
 void SceneReader::findRows() {
   rows_.assign(objects_.size(), 0);
   for (const PropertyRow& row : source_->rows()) {
@@ -284,19 +284,19 @@ Ref<JtPartition> SceneReader::chooseRoot() {
 
 /// Elements below no node of the scene: other tops and what hangs on them, attributes that no node
 /// lists, lights.
-void SceneReader::findStrays(const JtPartition& root) {
-  std::vector<bool> strays(objects_.size(), true);
+void SceneReader::findUnreachable(const JtPartition& root) {
+  std::vector<bool> unreachable(objects_.size(), true);
   if (hasOneTop_) {  // then every node hangs below it
     for (std::uint32_t element = 0; element < objects_.size(); ++element)
-      strays[element] = !isNode(element) && !isListed_[element];
-    source_->setStrays(std::move(strays));
+      unreachable[element] = !isNode(element) && !isListed_[element];
+    source_->setUnreachable(std::move(unreachable));
     return;
   }
   const auto reach = [&](const JtSceneObject& object) {
     if (!SceneSource::isFrom(object, source_.get())) return true;
     const std::uint32_t element = SceneSource::elementOf(object);
-    const bool isNew = strays[element];
-    strays[element] = false;
+    const bool isNew = unreachable[element];
+    unreachable[element] = false;
     return isNew;
   };
   std::vector<const JtNode*> pending{&root};
@@ -308,7 +308,7 @@ void SceneReader::findStrays(const JtPartition& root) {
     for (int i = 0; i < node->numChildren(); ++i)
       if (reach(*node->child(i))) pending.push_back(node->child(i));
   }
-  source_->setStrays(std::move(strays));
+  source_->setUnreachable(std::move(unreachable));
 }
 
 /// An element listed twice: the second list continues the first.
@@ -318,7 +318,7 @@ void SceneReader::appendFurtherRows() {
     auto more = source_->properties(row.pairs);
     properties.insert(properties.end(), more.begin(), more.end());
     source_->note(false, "owner_listed_twice", row.pairs,
-                  "node " + std::to_string(row.owner) + " stands in the property table twice");
+                  "node " + std::to_string(row.owner) + " is in the property table twice");
   }
 }
 

@@ -43,7 +43,7 @@ class SceneReader {
   void assembleNode(std::uint32_t element, JtNode& node);
   Ref<JtPartition> chooseRoot();
   void appendFurtherRows();
-  void findStrays(const JtPartition& root);
+  void findUnreachable(const JtPartition& root);
 
   bool isNode(std::uint32_t element) const { return element < nodes_.size() && nodes_[element]; }
   /// A reference on an object; the reader's own one the first time.
@@ -62,7 +62,7 @@ class SceneReader {
   std::vector<JtNode*> nodes_;  // the same where it is a node, else null
   std::vector<bool> isAttribute_;
   std::vector<NodeLinks> links_;
-  std::vector<std::uint32_t> rows_;       // where the properties stand, 0 for none
+  std::vector<std::uint32_t> rows_;       // where the properties are, 0 for none
   std::vector<PropertyRow> furtherRows_;  // of nodes that have a row already
   std::vector<bool> hasParent_;
   std::vector<bool> isListed_;  // attributes that a node lists
@@ -70,7 +70,7 @@ class SceneReader {
   std::vector<std::uint32_t> attributeElements_;  // beside attributeIds_; kNone: left out
   std::vector<std::int32_t> childIds_;
   std::vector<std::uint32_t> childElements_;  // beside childIds_; kNone where a link is left out
-  bool inOrder_ = true;                       // every child stands behind its parents
+  bool inOrder_ = true;                       // every child follows its parents
   bool hasOneTop_ = true;
 };
 

@@ -121,7 +121,7 @@ std::uint32_t SceneSource::find(std::int32_t objectId) const noexcept {
 void SceneSource::scanTable(std::size_t at) {
   const auto all = bytes();
   tableOffset_ = at;
-  surplusOffset_ = all.size();
+  trailingOffset_ = all.size();
   constexpr std::size_t kHead = 6;
   if (at == all.size()) {
     note(false, "no_property_table", at, "the scene graph ends without a property table");
@@ -162,7 +162,7 @@ void SceneSource::scanTable(std::size_t at) {
     }
     rows_.push_back(row);
   }
-  surplusOffset_ = at;
+  trailingOffset_ = at;
   if (at < all.size())
     note(false, "surplus_bytes", at,
          std::to_string(all.size() - at) + " bytes follow the property table");

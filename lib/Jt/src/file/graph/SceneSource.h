@@ -65,11 +65,11 @@ class SceneSource final : public ObjectSource {
   const ElementKind* kind(std::uint32_t element) const;
 
   /// Graph elements that nothing led to when the graph was made; they are written back unread.
-  bool isStray(std::uint32_t element) const noexcept {
-    return element < strays_.size() && strays_[element];
+  bool isUnreachable(std::uint32_t element) const noexcept {
+    return element < unreachable_.size() && unreachable_[element];
   }
-  void setStrays(std::vector<bool> strays) { strays_ = std::move(strays); }
-  /// True for a graph element that is a node, as far as its type tells.
+  void setUnreachable(std::vector<bool> unreachable) { unreachable_ = std::move(unreachable); }
+  /// True for a graph element that is a node, as far as its type shows.
   bool isNode(std::uint32_t element) const;
 
   const std::vector<PropertyRow>& rows() const noexcept { return rows_; }
@@ -84,8 +84,8 @@ class SceneSource final : public ObjectSource {
   std::size_t tableOffset() const noexcept { return tableOffset_; }
   std::int16_t tableVersion() const noexcept { return tableVersion_; }
   /// Bytes behind the property table, normally none.
-  std::span<const std::byte> surplus() const noexcept {
-    return content_.bytes.subspan(surplusOffset_);
+  std::span<const std::byte> trailingBytes() const noexcept {
+    return content_.bytes.subspan(trailingOffset_);
   }
 
   /// The atom of an element, made when nobody holds it. Never null. Safe from several threads.
@@ -145,10 +145,10 @@ class SceneSource final : public ObjectSource {
   std::unordered_map<std::int32_t, std::uint32_t> sparse_;  // the same where they are not
   std::vector<PropertyRow> rows_;
   std::size_t tableOffset_ = 0;
-  std::size_t surplusOffset_ = 0;
+  std::size_t trailingOffset_ = 0;
   std::int16_t tableVersion_ = 1;
   std::vector<Diagnostic> notes_;
-  std::vector<bool> strays_;
+  std::vector<bool> unreachable_;
 
   std::mutex atomsMutex_;
   std::vector<JtPropAtom*> atoms_;  // by element - firstAtom_; not owned

@@ -45,7 +45,7 @@ class Conversion {
       const bool opaqueRest = data_.form.opaqueRest;
       data_.form = usualPMIForm(format_);
       data_.form.opaqueRest = opaqueRest;
-      if (!opaqueRest) data_.surplus = usualEnd(format_);
+      if (!opaqueRest) data_.trailingBytes = usualEnd(format_);
       forget(data_.version);
       forget(data_.cadTags.version);
       forget(data_.polygons.version);
@@ -69,15 +69,15 @@ class Conversion {
       losses_.add("not_convertible",
                   "areas, CAD tags and fonts of PMI were left out: they are not understood");
       data_.form.opaqueRest = false;
-      data_.surplus.clear();
+      data_.trailingBytes.clear();
       dropLinks([](PMIKind) { return true; });
     } else if (data_.cadTags.flag == 1 && !data_.cadTags.tags && !decodeCadTags(data_)) {
       losses_.add("not_convertible", "CAD tags of PMI got new numbers: they cannot be decoded");
       renewTags();
     }
-    if (isZero(data_.surplus)) return;
+    if (isZero(data_.trailingBytes)) return;
     lose("bytes at the end of the PMI, whose meaning is not known,");
-    data_.surplus = usualEnd(format_);
+    data_.trailingBytes = usualEnd(format_);
   }
 
   /// Removes associations with an end that is a CAD tag.

@@ -88,11 +88,11 @@ PMIData wholeEntities(PMIData data, std::span<const std::byte> body, const Forma
 
 PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base,
                 MemoryShare* memory) {
-  std::optional<PMIData> withSurplus;
+  std::optional<PMIData> withTrailingBytes;
   std::optional<JtFormatError> failure;
   std::size_t farthest = 0;
   for (const PMIForm& form : candidates(format)) {
-    if (form.opaqueRest && withSurplus) break;
+    if (form.opaqueRest && withTrailingBytes) break;
     Reader reader(body, format, base);
     const std::uint64_t before = memory ? memory->used() : 0;
     if (memory) reader.countIn(*memory);
@@ -106,12 +106,13 @@ PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size
       data.hasAreaForEachEntity = !data.polygons.vertexCounts.empty() &&
                                   data.polygons.vertexCounts.size() == data.genericEntities.size();
       // Only the generic layout has an end that nobody knows.
-      const bool fits = data.surplus.empty() || format.has(Feature::genericPMI) || form.opaqueRest;
+      const bool fits =
+          data.trailingBytes.empty() || format.has(Feature::genericPMI) || form.opaqueRest;
       if (fits) return wholeEntities(std::move(data), body, format);
-      if (withSurplus) {
+      if (withTrailingBytes) {
         forget();
       } else {
-        withSurplus = std::move(data);
+        withTrailingBytes = std::move(data);
       }
     } catch (const DocumentLimitError&) {
       throw;
@@ -122,7 +123,7 @@ PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size
       failure = error;
     }
   }
-  if (withSurplus) return std::move(*withSurplus);
+  if (withTrailingBytes) return std::move(*withTrailingBytes);
   throw JtFormatError(
       "bad_pmi", "the PMI cannot be read: " + failure->message(),
       {.element = failure->where().element, .offset = failure->where().offset.value_or(base)});
@@ -162,8 +163,9 @@ void writeComparablePMI(ByteSink& out, PMIData data) {
   data.bigEndian = false;
   makeGeneric(data);
   // Bytes that are not understood may name texts, but hardly when all are 0.
-  if (std::ranges::all_of(data.surplus, [](std::byte byte) { return byte == std::byte{0}; })) {
-    data.surplus.clear();
+  if (std::ranges::all_of(data.trailingBytes,
+                          [](std::byte byte) { return byte == std::byte{0}; })) {
+    data.trailingBytes.clear();
     sortTexts(data);
   }
   codec::Report losses;

@@ -37,7 +37,7 @@ struct PMIFields {
                 [&](auto& entity) { parts.genericEntity(entity); });
     }
     if (!data.form.opaqueRest) rest(ar, parts, data);
-    ar.raw("surplus", data.surplus, Ar::kReading ? ar.left() : data.surplus.size());
+    ar.raw("surplus", data.trailingBytes, Ar::kReading ? ar.left() : data.trailingBytes.size());
   }
 
  private:

@@ -142,7 +142,7 @@ std::optional<JtGuid> SceneWriter::newIdOf(const JtLateLoadedPropAtom& late,
   return entry ? places_.idOf(from->container(), *entry, wanted) : late.segmentId();
 }
 
-/// True for a late-loaded value of which the new file will not have what its key stands for.
+/// True for a late-loaded value of which the new file will not have what its key represents.
 bool SceneWriter::namesLostSegment(const Property& property) {
   const auto* late = as<JtLateLoadedPropAtom>(property.value.get());
   if (!late) return false;
@@ -199,7 +199,7 @@ void SceneWriter::collectProperties() {
       if (element < own.size() && own[element]) {
         collectNodeRow(*own[element], row.owner, row.pairs);
         own[element] = nullptr;  // a second row of the same node went into the first
-      } else if (sameForm_ && (!source_->isNode(element) || source_->isStray(element))) {
+      } else if (sameForm_ && (!source_->isNode(element) || source_->isUnreachable(element))) {
         // Owners that are no nodes, or do not exist, are none of the scene's business.
         copyRow(row.owner, row.pairs);
       }
@@ -211,7 +211,7 @@ void SceneWriter::collectProperties() {
 }
 
 /// Atoms that no property named when the file was read stay, whatever they are for.
-void SceneWriter::keepStrayAtoms() {
+void SceneWriter::keepUnreachableAtoms() {
   if (!source_ || !sameForm_) return;
   std::vector<bool> named(liveAtoms_.size());
   const auto mark = [&](std::int32_t id) {

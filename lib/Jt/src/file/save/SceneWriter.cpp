@@ -35,7 +35,7 @@ bool isWhole(const JtSceneObject& object) {
   return !generator || generator->mapping();
 }
 
-/// The kind that stands for one that a form does not have, or null.
+/// The kind that represents one that a form does not have, or null.
 const ElementKind* standInFor(const ElementKind& kind, const Format& format) {
   // A null shape holds what a wire harness has in common with all shapes.
   const bool isHarness = kind.type == JtWireHarnessSet::classTypeID();
@@ -124,7 +124,7 @@ EncodedScene SceneWriter::encode() {
   if (source_) {
     // Which atoms of the source stay is known when all properties have been seen.
     collectProperties();
-    keepStrayAtoms();
+    keepUnreachableAtoms();
     nameSegmentsOfUnreadAtoms();
     out.reserve(source_->bytes().size() + newAtoms_.size() + rows_.size());
   } else {
@@ -147,7 +147,7 @@ EncodedScene SceneWriter::encode() {
   writer("version", source_ ? source_->tableVersion() : std::int16_t{1});
   writer("elementCount", rowCount_);
   out.append(rows_.bytes());
-  if (source_ && sameForm_) out.append(source_->surplus());
+  if (source_ && sameForm_) out.append(source_->trailingBytes());
   tellLosses();
   return std::move(result_);
 }
@@ -217,7 +217,7 @@ void SceneWriter::collectGraph() {
   graph_.reserve(count + added.size());
   for (std::uint32_t element = 0; element < count; ++element) {
     const Item item{live[element], element, source_->objectId(element)};
-    if (live[element] || source_->isStray(element)) graph_.push_back(item);
+    if (live[element] || source_->isUnreachable(element)) graph_.push_back(item);
   }
   graph_.insert(graph_.end(), added.begin(), added.end());
   std::erase_if(graph_, [&](const Item& item) { return skipsInConversion(item); });

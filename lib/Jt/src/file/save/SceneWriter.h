@@ -45,10 +45,10 @@ struct EncodedScene {
 
 class SceneWriter {
  public:
-  /// @param root   top of what is written; a partition that stands for another file is a leaf
+  /// @param root   top of what is written; a partition that represents another file is a leaf
   /// @param source the file whose ids, order and unread elements are kept; null for a new file
   /// @param plan   what is stored otherwise than the graph has it; must outlive the writer
-  /// @param places tells the ids of segments; must outlive the writer
+  /// @param places gives the ids of segments; must outlive the writer
   SceneWriter(const JtNode& root, SceneSource* source, const Format& format, const SavePlan& plan,
               SegmentPlaces& places);
 
@@ -83,7 +83,7 @@ class SceneWriter {
   bool isOwn(const JtSceneObject& object) const { return SceneSource::isFrom(object, source_); }
   bool isUnloaded(const JtNode& node) const;
   void markAtom(std::int32_t id);
-  void keepStrayAtoms();
+  void keepUnreachableAtoms();
   void nameSegmentsOfUnreadAtoms();
 
   std::int32_t idOf(const JtSceneObject& object) const;

@@ -27,7 +27,7 @@ ConvertedSegment made(Buffer bytes, std::string reason = kVersionReason) {
   return result;
 }
 
-/// An element that is told by its fields and holds no mesh: null shapes.
+/// An element that is explained by its fields and holds no mesh: null shapes.
 Buffer convertFields(const SegmentElement& element, const ShapeKind& kind, const Container& from,
                      const TocEntry& entry, const Format& format, int level) {
   ShapeElement shape(codec::Budget::forInput(element.body.size()));

@@ -52,7 +52,7 @@ class Decoder {
     }
     data.nextTag = e_.nextTag;
     data.cadTags = std::move(e_.cadTags);
-    data.surplus = std::move(e_.surplus);
+    data.trailingBytes = std::move(e_.trailingBytes);
     return data;
   }
 
@@ -302,7 +302,8 @@ void traceWireframe(std::span<const std::byte> body, const Format& format, std::
 
 bool canWriteWireframe(const WireframeData& data, const Format& format) noexcept {
   const bool isSameForm = data.layout == layoutOf(format) && data.bigEndian == format.bigEndian;
-  const bool isUnderstood = data.surplus.empty() && (data.cadTags.flag == 0 || data.cadTags.tags);
+  const bool isUnderstood =
+      data.trailingBytes.empty() && (data.cadTags.flag == 0 || data.cadTags.tags);
   return format.has(Feature::readableWireframes) && (isUnderstood || isSameForm);
 }
 
@@ -322,7 +323,7 @@ void writeWireframe(ByteSink& out, const WireframeData& data, const Format& form
   element.nextTag = data.nextTag;
   element.cadTags.flag = data.cadTags.flag;
   if (data.cadTags.flag == 1) element.cadTags = convertedTags(data, format);
-  element.surplus = data.surplus;
+  element.trailingBytes = data.trailingBytes;
   Writer writer(out, format);
   writer.setConverting(true);
   WireframeFields::run(writer, element);

@@ -40,7 +40,7 @@ struct WireframeElement {
 
   std::int32_t nextTag = 0;
   PMICadTags cadTags;
-  std::vector<std::byte> surplus;
+  std::vector<std::byte> trailingBytes;
 
   codec::Budget budget;
   /// How packets store values that their code has no symbol for; producers agree on neither.

@@ -29,7 +29,7 @@ struct WireframeFields {
     ar("edgeTagCounter", e.nextTag);
     ar("cadTagsFlag", e.cadTags.flag);
     if (e.cadTags.flag == 1) cadTags(ar, e.cadTags);
-    ar.raw("surplus", e.surplus, Ar::kReading ? ar.left() : e.surplus.size());
+    ar.raw("surplus", e.trailingBytes, Ar::kReading ? ar.left() : e.trailingBytes.size());
   }
 
  private:

@@ -36,7 +36,7 @@ bool looksLikeXt(std::span<const std::byte> bytes) {
   return bytes.empty() || text.find(kMark) != std::string_view::npos;
 }
 
-/// 10.x: the length stands behind the build number or, in later editions, a byte further on.
+/// 10.x: the length follows the build number or, in later editions, a byte further on.
 bool readTen(Reader& ar, XtFrame& frame) {
   std::uint8_t version = 0;
   std::uint8_t isSubordinate = 0;

@@ -28,7 +28,7 @@ Primitive::Type typeOf(Reader& ar) {
 /// Records of 60 bytes, or of 48 without color.
 std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& format,
                                   const ReadLimits& limits, codec::Budget& budget) {
-  Reader ar(element.surplus, format);
+  Reader ar(element.trailingBytes, format);
   std::int32_t plainSize = 0;
   std::int32_t packedSize = 0;
   ar("uncompressedDataSize", plainSize);
@@ -73,7 +73,7 @@ std::vector<Primitive> losslessOf(const ShapeElement& element, const Format& for
 }
 
 std::vector<Primitive> lossyOf(const ShapeElement& element, const Format& format) {
-  Reader ar(element.surplus, format);
+  Reader ar(element.trailingBytes, format);
   std::int32_t count = 0;
   ar("primitiveCount", count);
   if (count > kMostPlain)

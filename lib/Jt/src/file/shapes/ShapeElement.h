@@ -57,7 +57,7 @@ struct ShapeElement {
   std::array<std::int32_t, 3> primitive{};  ///< primitive sets: texture, color, generation
   std::uint8_t primitiveGeneration = 0;
   std::int32_t bitsPerVertex = 0;
-  std::vector<std::byte> surplus;  ///< behind the last known field
+  std::vector<std::byte> trailingBytes;  ///< behind the last known field
 
   codec::PacketBatch packets;  ///< while it is read: what is still to be decoded
   codec::PacketStyle packetStyle = codec::PacketStyle::plain;  ///< when it is written

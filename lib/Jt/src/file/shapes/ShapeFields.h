@@ -26,7 +26,7 @@ struct ShapeFields {
       ar("versionNumber", e.oldVersion);
     }
     ar("untransformedBBox", e.box);
-    surplus(ar, e);
+    trailingBytes(ar, e);
   }
 
   /// The head of a primitive set; its parameters stay bytes.
@@ -49,12 +49,12 @@ struct ShapeFields {
       ar("versionNumber", e.oldVertexVersion);
     }
     ar("bitsPerVertex", e.bitsPerVertex);
-    surplus(ar, e);
+    trailingBytes(ar, e);
   }
 
   template <class Ar>
   static void opaque(Ar& ar, ShapeElement& e) {
-    surplus(ar, e);
+    trailingBytes(ar, e);
   }
 
  private:
@@ -69,7 +69,7 @@ struct ShapeFields {
       ar("quantizationParameters", e.quantization);
       ar("versionNumber", e.oldVersion);
       strips(ar, e);
-      surplus(ar, e);
+      trailingBytes(ar, e);
       return;
     }
     ar.version("baseShapeLodVersion", e.baseVersion, 1, 1);
@@ -82,15 +82,15 @@ struct ShapeFields {
       extension(ar, e);
     }
     ar.version("versionNumber", e.version, 1, 1);
-    surplus(ar, e);
+    trailingBytes(ar, e);
   }
 
   template <class Ar>
-  static void surplus(Ar& ar, ShapeElement& e) {
+  static void trailingBytes(Ar& ar, ShapeElement& e) {
     if constexpr (Ar::kReading) {
-      if (ar.left() > 0) ar.raw("surplus", e.surplus, ar.left());
+      if (ar.left() > 0) ar.raw("surplus", e.trailingBytes, ar.left());
     } else {
-      ar.append(e.surplus);
+      ar.append(e.trailingBytes);
     }
   }
 
@@ -102,7 +102,8 @@ struct ShapeFields {
     if constexpr (Ar::kReading) {
       codec::ByteCursor cursor(ar.rest(), ar.format().bigEndian, ar.offset());
       e.packets.add(kind, cursor, e.budget, predictor, values);
-      if constexpr (Ar::kTracing) e.packets.finish();  // values that are told are needed at once
+      if constexpr (Ar::kTracing)
+        e.packets.finish();  // values that are reported are needed at once
       const auto bytes = ar.rest();
       ar.taken(name, "packet", cursor.consumed(),
                [&] { return packetText(values, codec::packetCodecName(kind, bytes)); });
@@ -173,7 +174,7 @@ struct ShapeFields {
     } else {
       ByteSink sink;
       Writer inner(sink, ar.format());
-      inner.setConverting(ar.fresh(e.collectionVersion));
+      inner.setConverting(ar.isDefaulted(e.collectionVersion));
       collection(inner, e);
       inner.append(arraysOf(e).auxiliary);
       length = static_cast<std::int32_t>(kHeader + sink.size());
@@ -204,7 +205,7 @@ struct ShapeFields {
     }
   }
 
-  /// What a 9.x element has behind its representation is told by the bytes that are left.
+  /// What a 9.x element has behind its representation follows from the bytes that are left.
   template <class Ar>
   static void extension(Ar& ar, ShapeElement& e) {
     constexpr std::size_t kVersion = 2;

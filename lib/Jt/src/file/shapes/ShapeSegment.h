@@ -46,8 +46,8 @@ DecodedShape readShapeSegment(const Container& container, const TocEntry& entry,
 std::uint8_t examineVariants(const Container& container);
 
 /// A whole shape segment of one element with a mesh, in the form of a file. What the form cannot
-/// hold is left out and told in `losses`. Throws JtFormatError for a mesh with a flaw, or one that
-/// is too large.
+/// hold is left out and listed in `losses`. Throws JtFormatError for a mesh with a flaw, or one
+/// that is too large.
 /// @param type segment type, 6 to 16 @param level of zlib, for 8.x
 Buffer writeShapeSegment(const Mesh& mesh, const JtGuid& id, std::int32_t type,
                          const Format& format, const codec::EncodeOptions& options,

@@ -12,7 +12,7 @@ struct ShapeKind {
   JtGuid guid;
   const char* name;  ///< as ISO 14306 names the element
   Mesh::Kind kind;
-  bool hasMesh;         ///< false: fields are told, but they do not make a mesh
+  bool hasMesh;         ///< false: fields are reported, but they do not make a mesh
   bool isPrimitives;    ///< parameters of primitives, which are made a mesh
   bool convertsFields;  ///< the field list alone puts it into another version
   void (*read)(Reader&, ShapeElement&);

@@ -53,7 +53,7 @@ ShapeElement elementOf(const Mesh& mesh, const Format& format, const codec::Enco
 }
 
 /// Arithmetic code can make so little of a regular shape of 8.x that readers would not believe what
-/// it stands for. Plain packets take a bit a value at least.
+/// it represents. Plain packets take a bit a value at least.
 bool isTooSmall(const ShapeElement& element, std::size_t size) {
   constexpr std::uint64_t kDecodedEntry = 164;  // bytes that the decoder asks for at most
   const std::vector<std::int32_t>& entries = element.strips.indices;

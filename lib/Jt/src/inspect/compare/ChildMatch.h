@@ -12,7 +12,7 @@ struct ChildMatch {
   struct Pair {
     int a = 0;
     int b = 0;
-    bool moved = false;  ///< stands elsewhere among the matched children
+    bool moved = false;  ///< is elsewhere among the matched children
   };
   std::vector<Pair> pairs;  ///< by ascending `a`
   std::vector<int> onlyA;

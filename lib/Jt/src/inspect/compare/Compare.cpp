@@ -24,7 +24,7 @@ struct PointerPairHash {
 };
 using PointerPairs = std::unordered_set<std::pair<const void*, const void*>, PointerPairHash>;
 
-/// Opened part files that two nodes of one place stand for.
+/// Opened part files that two nodes of one place represent.
 struct PartPair {
   const JtPartition* a = nullptr;
   const JtPartition* b = nullptr;
@@ -137,7 +137,7 @@ class Comparison {
             std::max(graphs_.factsA.of(pair.a).reach, graphs_.factsB.of(pair.b).reach)};
   }
 
-  /// The opened file that a partition stands for, or null.
+  /// The opened file that a partition represents, or null.
   static const JtPartition* openFileOf(const JtNode& node) {
     const auto* partition = as<JtPartition>(&node);
     return partition ? partition->externalPartition() : nullptr;
@@ -183,7 +183,7 @@ class Comparison {
     std::vector<const JtAttribute*> b;
   };
 
-  /// True when the attributes of both stand side by side, as they nearly always do.
+  /// True when the attributes of both line up, as they nearly always do.
   static bool haveTheSameTypes(const JtNode& a, const JtNode& b) {
     if (a.numAttributes() != b.numAttributes()) return false;
     for (int i = 0; i < a.numAttributes(); ++i)
@@ -291,7 +291,7 @@ class Comparison {
   std::size_t workLeft_;
 };
 
-/// Passes the differences of a part file on, with the path of the nodes that stand for it.
+/// Passes the differences of a part file on, with the path of the nodes that represent it.
 class PartSink : public CompareSink {
  public:
   PartSink(CompareSink& sink, const std::string& path) : sink_(sink), path_(path) {}

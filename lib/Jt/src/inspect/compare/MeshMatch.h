@@ -1,6 +1,6 @@
 #pragma once
 
-// Whether two meshes show the same, in whatever order their vertices and primitives stand.
+// Whether two meshes show the same, in any order of vertices and primitives.
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-// What tells the nodes of one graph apart when the children of two nodes are matched.
+// What distinguishes the nodes of one graph when the children of two nodes are matched.
 
 #include <cstdint>
 #include <span>

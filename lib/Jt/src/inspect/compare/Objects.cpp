@@ -158,7 +158,7 @@ void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b,
     std::string name = last;
     if (repeat > 0) name += "[" + std::to_string(repeat) + "]";
     tell(name, fieldValue(listA_, *fieldA), fieldValue(listB_, *fieldB));
-    // Lists of another length: what follows does not stand side by side.
+    // Lists of another length: what follows does not line up.
     if (name == "image") break;
   }
   const auto* xformA = as<JtXform>(&a);

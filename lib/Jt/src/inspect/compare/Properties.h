@@ -1,6 +1,6 @@
 #pragma once
 
-// Properties of two nodes, in whatever order they stand.
+// Properties of two nodes, in any order.
 
 #include <string>
 #include <vector>

@@ -32,7 +32,7 @@ struct Graphs {
   GraphFacts factsB;
 };
 
-/// Counts differences and tells the first ones, with the path of their node.
+/// Counts differences and reports the first ones, with the path of their node.
 class Report {
  public:
   Report(const Graphs& graphs, std::size_t most, CompareSink& sink)
@@ -46,7 +46,7 @@ class Report {
   const std::vector<NodePair>& pairs() const noexcept { return pairs_; }
 
   /// A difference of a pair, or of the file when `pair` is kFile. `values` is called only for
-  /// differences that are told and fills in both sides.
+  /// differences that are reported and fills in both sides.
   template <class Values>
   void tell(PairId pair, DifferenceKind kind, std::string_view name, Values values) {
     if (++result_.differences > most_) return;

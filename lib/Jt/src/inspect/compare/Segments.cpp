@@ -22,7 +22,7 @@ using file::Container;
 using file::SegmentElement;
 using file::TocEntry;
 
-/// What stands behind the segment's own id.
+/// What follows the segment's own id.
 std::span<const std::byte> bytesOf(const Container& container, const TocEntry& entry) {
   constexpr std::size_t kIdSize = 16;
   const auto bytes = container.segmentBytes(entry);

@@ -18,7 +18,7 @@ class SegmentComparison {
   SegmentComparison(const Graphs& graphs, double tolerance, Report& report)
       : graphs_(graphs), tolerance_(tolerance), report_(report) {}
 
-  /// Compares what two late-loaded atoms under one key stand for.
+  /// Compares what two late-loaded atoms under one key represent.
   void compareLate(PairId pair, const std::string& key, const JtLateLoadedPropAtom& a,
                    const JtLateLoadedPropAtom& b);
   /// Compares entries, whatever their order; of several under one key the first counts.

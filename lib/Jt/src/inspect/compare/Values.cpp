@@ -26,7 +26,7 @@ std::vector<double> numbers(const Range& range) {
   return all;
 }
 
-/// Single-precision numbers are told as they are written, not with the digits of a double.
+/// Single-precision numbers are reported as they are written, not with the digits of a double.
 double shortest(float value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.9g", static_cast<double>(value));

@@ -1,6 +1,6 @@
 #pragma once
 
-// Values of atoms, metadata and fields: whether they are the same, and how they are told.
+// Values of atoms, metadata and fields: whether they are the same, and how they are reported.
 
 #include <string>
 
