@@ -54,6 +54,7 @@ using Names = std::set<std::string>;
 std::span<const std::byte> bytesOf(const std::string& text) {
   return std::as_bytes(std::span(text));
 }
+std::span<const std::byte> bytesOf(std::string&&) = delete;
 
 jt::Ref<jt::FileImage> openImage(const std::string& path) {
   return JtStorageManager::current()->open(JtFSStorageLocation("", path));
@@ -534,9 +535,10 @@ TEST(SaveTogether, ReplacesAllFilesOrNone) {
   folder.write("a.mtl", "old materials");
   folder.write("a.obj", "old");
   const auto saveBoth = [&](const std::string& second) {
-    const jt::NewFile files[] = {{folder / "a.mtl", bytesOf("new materials")},
-                                 {folder / "new.mtl", bytesOf("more")},
-                                 {folder / second, bytesOf("new")}};
+    const std::string contents[] = {"new materials", "more", "new"};
+    const jt::NewFile files[] = {{folder / "a.mtl", bytesOf(contents[0])},
+                                 {folder / "new.mtl", bytesOf(contents[1])},
+                                 {folder / second, bytesOf(contents[2])}};
     try {
       jt::saveFilesTogether(files);
     } catch (const JtFormatError& error) {
