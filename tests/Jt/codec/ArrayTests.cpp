@@ -74,7 +74,7 @@ RC_GTEST_PROP(Normals, ErrorStaysBelowTheStep, ()) {
   const double length = std::hypot(v[0], v[1], v[2]);
   RC_PRE(length > 0.01);
   const jt::Vec3f normal{static_cast<float>(v[0] / length), static_cast<float>(v[1] / length),
-                     static_cast<float>(v[2] / length)};
+                         static_cast<float>(v[2] / length)};
   const Deering plain(bits);
   const Deering tabulated(bits, 1U << 20);
   const DeeringCode code = DeeringEncoder(bits).encode(normal);
