@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <numeric>
 
@@ -97,6 +99,61 @@ TEST(Quantizers, RoundToTheNearestStepAndClamp) {
   EXPECT_EQ((UniformQuantizer{5, 5, 8}).dequantize(0), 5);
   EXPECT_EQ((UniformQuantizer{0, 1, 32}).quantize(1), 0xffffffffU);
   EXPECT_EQ((UniformQuantizer{0, 1, 8}).quantize(std::nan("")), 0U);
+}
+
+/// Hue 0..6, saturation and value to red, green and blue.
+jt::Vec3f rgbOf(float hue, float saturation, float value) {
+  const auto share = [&](float strength) {
+    return value * (1 - saturation + saturation * std::clamp(strength, 0.0F, 1.0F));
+  };
+  return {share(std::abs(hue - 3) - 1), share(2 - std::abs(hue - 2)), share(2 - std::abs(hue - 4))};
+}
+
+TEST(Arrays, ColorsByHueBecomeRedGreenAndBlue) {
+  const std::vector<Values> codes{{25, 64, 102, 140, 191, 230},  // one in each sixth
+                                  {96, 90, 84, 78, 72, 66},
+                                  {45, 50, 55, 60, 40, 35},
+                                  {9, 14, 19, 24, 29, 4}};
+  const std::array<std::uint8_t, 4> bits{8, 7, 6, 5};
+  for (const Generation generation : {Generation::v9, Generation::v10}) {
+    CodedArray array;
+    array.count = 6;
+    array.components = 4;
+    array.bits = 8;
+    array.isHsv = 1;
+    array.hsvBits = bits;
+    array.codes = codes;
+    if (generation == Generation::v10) {
+      Values packed;
+      for (std::size_t i = 0; i < codes[0].size(); ++i)
+        packed.push_back(codes[0][i] << 18 | codes[1][i] << 11 | codes[2][i] << 5 | codes[3][i]);
+      array.codes = {packed};
+      array.hash = hash32(packed, 0);
+    }
+    Report report;
+    const auto colors = decodeColors(array, generation, report);
+    ASSERT_EQ(colors.size(), 6U);
+    for (std::size_t i = 0; i < colors.size(); ++i) {
+      const auto share = [&](std::size_t c) {
+        return static_cast<float>(codes[c][i]) / static_cast<float>((1 << bits[c]) - 1);
+      };
+      const jt::Vec3f rgb = rgbOf(6 * share(0), share(1), share(2));
+      for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(colors[i][c], rgb[c], 1e-5F) << i << c;
+      EXPECT_NEAR(colors[i][3], share(3), 1e-6F);
+    }
+  }
+}
+
+TEST(Arrays, LosslessTextureCoordinatesAreInterleaved) {
+  const std::vector<float> expected{1.5F, -4, 2.5F, -5, 3.5F, -6};
+  CodedArray array;
+  array.count = 3;
+  array.components = 2;
+  array.codes.assign(2, Values(3));
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    array.codes[i % 2][i / 2] = std::bit_cast<std::int32_t>(expected[i]);
+  Report report;
+  EXPECT_EQ(decodeTexture(array, Generation::v10, report), expected);
 }
 
 /// Every kind of array in both generations and both forms, from values to codes and back.

@@ -104,6 +104,8 @@ TEST(Edit, MetaDataIsReadThroughPropertiesAndRewrittenWhenAKeyIsRemoved) {
     auto* part = jt::as<VisPartNode>(at(*root, {0, 0, 0}));
     ASSERT_TRUE(part->ensureMetaData());
     EXPECT_EQ(storage.saved(*root), testData(name)) << "loading is no change";
+    ASSERT_NE(part->property("LAYER"), nullptr);
+    EXPECT_FALSE(part->addProperty(text("LAYER").get(), text("7").get(), false));
     ASSERT_TRUE(part->deleteProperty(text("LAYER").get()));
     EXPECT_EQ(part->property("LAYER"), nullptr);
     const auto again = storage.open(storage.saved(*root));

@@ -35,6 +35,30 @@ TEST(Bounds, FollowTheTransformsOfEveryOccurrence) {
   EXPECT_EQ(partition->computeBounds(), (jt::Box{{3, 0, 0}, {11, 22, 33}}));
 }
 
+TEST(Bounds, HoldAllCornersOfATurnedBox) {
+  const auto partition = jt::make<JtPartition>();
+  const auto instance = jt::make<JtInstance>();
+  instance->setChild(boxShape(1, 2, 3).get());
+  // About z by the angle with cosine 0.6 and sine 0.8.
+  move(*instance, {0.6, 0.8, 0, 0, -0.8, 0.6, 0, 0, 0, 0, 1, 0, 10, 20, 30, 1});
+  partition->addChild(instance.get());
+  partition->addChild(boxShape(11, 4, 5).get());
+  const auto box = partition->computeBounds();
+  ASSERT_TRUE(box);
+  const jt::Vec3f expected[] = {{0, 0, 0}, {11, 22, 33}};
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    EXPECT_FLOAT_EQ(box->min[axis], expected[0][axis]);
+    EXPECT_FLOAT_EQ(box->max[axis], expected[1][axis]);
+  }
+  partition->removeChild(1);
+  const auto turned = partition->computeBounds();
+  ASSERT_TRUE(turned);
+  EXPECT_FLOAT_EQ(turned->min[0], 10 - 1.6F);
+  EXPECT_FLOAT_EQ(turned->max[0], 10.6F);
+  EXPECT_FLOAT_EQ(turned->min[1], 20);
+  EXPECT_FLOAT_EQ(turned->max[1], 22);
+}
+
 TEST(Bounds, StoredExtentGrowsAndNeverShrinks) {
   const auto partition = jt::make<JtPartition>();
   partition->addChild(boxShape(1, 1, 1).get());
