@@ -67,24 +67,36 @@ int JtkEntityFactory::fini() {
   return 0;
 }
 
+namespace {
+
+/// Fills a new object that nobody holds yet; a failure destroys it.
+template <class T, class Fill>
+T* filled(T* object, const Fill& fill) {
+  try {
+    fill(*object);
+    return object;
+  } catch (...) {
+    const jt::Ref<T> unwanted(object);
+    throw;
+  }
+}
+
+}  // namespace
+
 JtkAssembly* JtkEntityFactory::createAssembly(const JtString& name, int /*reserved*/,
                                               int /*hint*/) {
-  auto* assembly = new JtkAssembly;
-  assembly->setName(name);
-  return assembly;
+  return filled(new JtkAssembly, [&](JtkAssembly& assembly) { assembly.setName(name); });
 }
 
 JtkPart* JtkEntityFactory::createPart(const char* name, int /*reserved*/, int /*hint*/) {
-  auto* part = new JtkPart;
-  part->setName(JtString(name));
-  return part;
+  return filled(new JtkPart, [&](JtkPart& part) { part.setName(JtString(name)); });
 }
 
 JtkInstance* JtkEntityFactory::createInstance(const JtString& name, JtkHierarchy* child) {
-  auto* instance = new JtkInstance;
-  instance->setName(name);
-  instance->setChild(child);
-  return instance;
+  return filled(new JtkInstance, [&](JtkInstance& instance) {
+    instance.setName(name);
+    instance.setChild(child);
+  });
 }
 
 JtkProperty* JtkEntityFactory::createProperty(const JtString& key, const JtString& value,

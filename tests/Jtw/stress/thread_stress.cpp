@@ -63,7 +63,8 @@ void saveAgain(const fs::path& path, int number) {
     if (number % 3 == 0)
       options.version = number % 2 == 0 ? jt::FileVersion{10, 0} : jt::FileVersion{9, 5};
     file->save(jt::make<JtFSStorageLocation>("", JtString(path.string())).get(), options);
-    const auto* atom = jt::as<JtInt32PropAtom>(opened(path)->property(JtString("count")));
+    const auto again = opened(path);
+    const auto* atom = jt::as<JtInt32PropAtom>(again->property(JtString("count")));
     require(atom && atom->value() == number, "a save is lost");
     ++saves;
   }
