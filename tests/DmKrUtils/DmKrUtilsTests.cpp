@@ -30,17 +30,11 @@ std::vector<std::byte> bytesOf(std::string_view text) {
 
 /// A stream in memory that lets so many bytes be written and then fails for a while, or keeps
 /// something else than it was given.
-class FaultyStream final : public IStream {
+class FaultyStream final : public CountedStream {
  public:
   explicit FaultyStream(std::string_view content)
       : inner_(MemoryStream::create(bytesOf(content))) {}
 
-  std::uint32_t AddRef() override { return ++references_; }
-  std::uint32_t Release() override {
-    const std::uint32_t left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
   IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override {
     largestRead = std::max(largestRead, size);
     return inner_->Read(buffer, size, done);
@@ -83,7 +77,6 @@ class FaultyStream final : public IStream {
 
  private:
   ~FaultyStream() override = default;
-  std::uint32_t references_ = 0;
   CComPtr<MemoryStream> inner_;
 };
 

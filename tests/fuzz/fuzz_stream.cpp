@@ -70,7 +70,7 @@ void runOnMemory(Script script) {
 
 /// A stream over one in memory that does what a script says.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only Release() destroys it.
-class OddStream final : public IStream {
+class OddStream final : public CountedStream {
  public:
   explicit OddStream(Bytes bytes) : inner_(MemoryStream::create(std::move(bytes))) {}
 
@@ -80,12 +80,6 @@ class OddStream final : public IStream {
   const Bytes& bytes() const { return inner_->bytes(); }
   bool hasFailed() const { return hasFailed_; }
 
-  std::uint32_t AddRef() override { return ++references_; }
-  std::uint32_t Release() override {
-    const std::uint32_t left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
   IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override {
     done = 0;
     return fails() ? IStreamResult::ioError : inner_->Read(buffer, less(size), done);
@@ -118,7 +112,6 @@ class OddStream final : public IStream {
     return last_ == 0 || size == 0 ? size : std::max<std::size_t>(size * last_ / 256, 1);
   }
 
-  std::uint32_t references_ = 0;
   CComPtr<MemoryStream> inner_;
   Script script_;
   std::uint8_t last_ = 0;

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "CountedStream.h"
 #include "DmKrUtilsExport.h"
-#include "IStream.h"
 #include "JtFormatError.h"
 #include "JtStorageManager.h"
 #include "MemoryStream.h"
@@ -17,7 +16,7 @@
 /// saved. Before that, and when Commit() fails, the file holds what it held. The content is kept in
 /// memory.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only Release() destroys it.
-class DMKR_API DmKrUtilsFileStream final : public IStream {
+class DMKR_API DmKrUtilsFileStream final : public CountedStream {
  public:
   enum class Mode {
     readOnly,
@@ -29,8 +28,6 @@ class DMKR_API DmKrUtilsFileStream final : public IStream {
   /// Throws JtFormatError: "not_found", "not_a_file", "unreadable".
   static CComPtr<DmKrUtilsFileStream> open(const RWClassicCString& path, Mode mode);
 
-  std::uint32_t AddRef() override;
-  std::uint32_t Release() override;
   IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override;
   IStreamResult Write(const void* buffer, std::size_t size, std::size_t& done) override;
   IStreamResult Seek(std::int64_t move, IStreamOrigin origin,
@@ -51,7 +48,6 @@ class DMKR_API DmKrUtilsFileStream final : public IStream {
   ~DmKrUtilsFileStream() override = default;
   IStreamResult beginChange();
 
-  std::atomic<std::uint32_t> references_{0};
   JtFSStorageLocation location_;
   Mode mode_;
   CComPtr<MemoryStream> content_;

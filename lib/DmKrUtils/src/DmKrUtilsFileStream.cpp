@@ -41,16 +41,6 @@ DmKrUtilsFileStream::DmKrUtilsFileStream(const RWClassicCString& path, Mode mode
   identity_ = file->identity();
 }
 
-std::uint32_t DmKrUtilsFileStream::AddRef() {
-  return references_.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-std::uint32_t DmKrUtilsFileStream::Release() {
-  const std::uint32_t left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-  if (left == 0) delete this;
-  return left;
-}
-
 IStreamResult DmKrUtilsFileStream::Read(void* buffer, std::size_t size, std::size_t& done) {
   return content_->Read(buffer, size, done);
 }

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 
 #include "ApiSysFilePath.h"
-#include "IStream.h"
+#include "CountedStream.h"
 
 namespace host {
 class File;
@@ -12,14 +11,12 @@ class File;
 
 /// A file that is read as a stream.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only Release() destroys it.
-class HOST_API FileStream final : public IStream {
+class HOST_API FileStream final : public CountedStream {
  public:
   /// Opens a regular file.
   /// @param result why the stream is null, if it is
   static CComPtr<FileStream> open(const ApiSysFilePath& path, IStreamResult& result);
 
-  std::uint32_t AddRef() override;
-  std::uint32_t Release() override;
   IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override;
   /// Nothing can be changed: `accessDenied`.
   IStreamResult Write(const void* buffer, std::size_t size, std::size_t& done) override;
@@ -34,7 +31,6 @@ class HOST_API FileStream final : public IStream {
   FileStream(std::unique_ptr<host::File> file, RWClassicCString name);
   ~FileStream() override;
 
-  std::atomic<std::uint32_t> references_{0};
   std::unique_ptr<host::File> file_;
   RWClassicCString name_;
   std::uint64_t position_ = 0;

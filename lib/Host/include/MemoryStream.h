@@ -1,20 +1,17 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <vector>
 
-#include "IStream.h"
+#include "CountedStream.h"
 
 /// A stream over bytes in memory.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only Release() destroys it.
-class HOST_API MemoryStream final : public IStream {
+class HOST_API MemoryStream final : public CountedStream {
  public:
   /// Makes a stream that starts with the given bytes, at position 0.
   static CComPtr<MemoryStream> create(std::vector<std::byte> bytes = {});
 
-  std::uint32_t AddRef() override;
-  std::uint32_t Release() override;
   IStreamResult Read(void* buffer, std::size_t size, std::size_t& done) override;
   IStreamResult Write(const void* buffer, std::size_t size, std::size_t& done) override;
   IStreamResult Seek(std::int64_t move, IStreamOrigin origin,
@@ -30,7 +27,6 @@ class HOST_API MemoryStream final : public IStream {
   explicit MemoryStream(std::vector<std::byte> bytes);
   ~MemoryStream() override = default;
 
-  std::atomic<std::uint32_t> references_{0};
   std::vector<std::byte> bytes_;
   std::uint64_t position_ = 0;
 };

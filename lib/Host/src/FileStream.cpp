@@ -16,16 +16,6 @@ FileStream::FileStream(std::unique_ptr<host::File> file, RWClassicCString name)
 
 FileStream::~FileStream() = default;
 
-std::uint32_t FileStream::AddRef() {
-  return references_.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-std::uint32_t FileStream::Release() {
-  const std::uint32_t left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-  if (left == 0) delete this;
-  return left;
-}
-
 IStreamResult FileStream::Read(void* buffer, std::size_t size, std::size_t& done) {
   done = 0;
   if (size == 0) return IStreamResult::ok;

@@ -13,16 +13,6 @@ CComPtr<MemoryStream> MemoryStream::create(std::vector<std::byte> bytes) {
 
 MemoryStream::MemoryStream(std::vector<std::byte> bytes) : bytes_(std::move(bytes)) {}
 
-std::uint32_t MemoryStream::AddRef() {
-  return references_.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-std::uint32_t MemoryStream::Release() {
-  const std::uint32_t left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-  if (left == 0) delete this;
-  return left;
-}
-
 IStreamResult MemoryStream::Read(void* buffer, std::size_t size, std::size_t& done) {
   done = 0;
   if (size > 0 && buffer == nullptr) return IStreamResult::invalidArgument;
