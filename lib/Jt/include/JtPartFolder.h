@@ -21,6 +21,10 @@ JT_API std::string safeFileName(const JtString& name);
 /// "unwritable".
 JT_API void makeFolder(const std::string& path);
 
+/// True when a file, which need not be there, lies in the folder of another one or below it,
+/// whatever symbolic links lead to it.
+JT_API bool isBeside(const std::string& file, const std::string& base);
+
 /// The folder for the part files of an assembly's file: beside it, and named after it.
 JT_API std::string partFolderOf(const std::string& assembly);
 

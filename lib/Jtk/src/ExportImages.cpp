@@ -40,17 +40,6 @@ bool isImageName(const fs::path& path) {
   return std::ranges::find(kExtensions, extension) != kExtensions.end();
 }
 
-/// True when no link on the way to a file leads out of the folder of `base`.
-bool isWithin(const std::string& file, const std::string& base) {
-  std::error_code error;
-  const fs::path folder = fs::weakly_canonical(fs::absolute(base, error).parent_path(), error);
-  if (error) return false;
-  const fs::path path = fs::weakly_canonical(fs::absolute(file, error), error);
-  if (error) return false;
-  const fs::path relative = path.lexically_relative(folder);
-  return !relative.empty() && *relative.begin() != ".." && relative.is_relative();
-}
-
 }  // namespace
 
 std::string ExportImages::bring(const JtAttribute& attribute, const JtStorageLocation& place) {
@@ -65,8 +54,8 @@ std::string ExportImages::bring(const JtAttribute& attribute, const JtStorageLoc
              : jt::Ref<JtFSStorageLocation>();
   if (!from || !isFile(from->fullFilePath()))
     return isFile(to->fullFilePath()) ? "" : "there is no such file";
-  if (!isWithin(from->fullFilePath(), source->name()) ||
-      !isWithin(to->fullFilePath(), place.displayName().stringToMbs()))
+  if (!jt::isBeside(from->fullFilePath(), source->name()) ||
+      !jt::isBeside(to->fullFilePath(), place.displayName().stringToMbs()))
     return "its path leads out of the folder of the file";
   const auto [entry, isNew] =
       done_.try_emplace({from->fullFilePath(), to->fullFilePath()}, std::string());

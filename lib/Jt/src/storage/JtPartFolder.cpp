@@ -12,6 +12,7 @@
 
 #include "JtAssembly.h"
 #include "JtFormatError.h"
+#include "storage/OpenWithoutShapes.h"
 #include "storage/SaveErrors.h"
 
 namespace fs = std::filesystem;
@@ -61,15 +62,7 @@ std::vector<std::string> referencesOf(const std::string& path) {
   if (!fs::is_regular_file(path, error)) return names;
   try {
     const auto place = make<JtFSStorageLocation>(JtString(), JtString(path));
-    JtPartition* opened = nullptr;
-    const bool loadsAhead = std::exchange(JtPartition::_autoLoadShapes, false);
-    try {
-      JtPartition::openPartition(place.get(), nullptr, opened);
-    } catch (const JtFormatError&) {
-    }
-    JtPartition::_autoLoadShapes = loadsAhead;
-    const auto top = Ref<JtPartition>::adopt(opened);
-    if (!top) return names;
+    const Ref<JtPartition> top = storage::openWithoutShapes(*place);
     for (const PartFile& file : partFilesOf(*top)) names.push_back(file.file);
   } catch (const std::exception&) {
     names.clear();
@@ -95,6 +88,16 @@ void makeFolder(const std::string& path) {
   if (fs::is_directory(path, error)) return;
   fs::create_directory(path, error);
   if (error) storage::SaveErrors(path, 0).failed(error.value(), "making the folder");
+}
+
+bool isBeside(const std::string& file, const std::string& base) {
+  std::error_code error;
+  const fs::path folder = fs::weakly_canonical(fs::absolute(base, error).parent_path(), error);
+  if (error) return false;
+  const fs::path path = fs::weakly_canonical(fs::absolute(file, error), error);
+  if (error) return false;
+  const fs::path relative = path.lexically_relative(folder);
+  return !relative.empty() && *relative.begin() != ".." && relative.is_relative();
 }
 
 std::string partFolderOf(const std::string& assembly) {

@@ -13,6 +13,7 @@
 #include "JtSourceFile.h"
 #include "JtTemporaryPath.h"
 #include "storage/Descriptor.h"
+#include "storage/OpenWithoutShapes.h"
 #include "storage/SaveErrors.h"
 #include "storage/TemporaryFile.h"
 
@@ -78,18 +79,10 @@ Ref<JtPartition> Spool::store(JtPartition& content, const SaveOptions& options,
   spooled.partFiles = false;
   spooled.storage.readBack = false;  // the file that is made of it is read back
   report = content.save(place.get(), spooled);
-  const bool loadsAhead = std::exchange(JtPartition::_autoLoadShapes, false);
-  JtPartition* opened = nullptr;
-  try {
-    JtPartition::openPartition(place.get(), nullptr, opened);
-  } catch (...) {
-    JtPartition::_autoLoadShapes = loadsAhead;
-    throw;
-  }
-  JtPartition::_autoLoadShapes = loadsAhead;
+  Ref<JtPartition> opened = storage::openWithoutShapes(*place);
   // Around each page that is looked at the system maps many others.
   if (const FileImage* image = fileOf(*opened)) image->releasePages();
-  return Ref<JtPartition>::adopt(opened);
+  return opened;
 }
 
 }  // namespace jt

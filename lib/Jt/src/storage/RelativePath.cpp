@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "JtPartFolder.h"
 #include "storage/FolderNames.h"
 
 namespace jt::storage {
@@ -105,13 +106,7 @@ bool leadsOutside(const JtStorageLocation& base, const JtStorageLocation& place)
   const auto* from = as<JtFSStorageLocation>(&base);
   const auto* to = as<JtFSStorageLocation>(&place);
   if (!from || !to) return false;
-  std::error_code error;
-  const fs::path folder =
-      fs::canonical(fs::absolute(from->fullFilePath(), error).parent_path(), error);
-  const fs::path target = error ? fs::path() : fs::canonical(to->fullFilePath(), error);
-  if (error) return false;
-  return std::mismatch(folder.begin(), folder.end(), target.begin(), target.end()).first !=
-         folder.end();
+  return isThere(to->fullFilePath()) && !isBeside(to->fullFilePath(), from->fullFilePath());
 }
 
 }  // namespace jt::storage
