@@ -19,8 +19,8 @@ std::size_t Mesh::recordCount() const noexcept {
 
 std::string Mesh::flaw() const {
   const auto outside = [](const std::vector<std::uint32_t>& indices, std::size_t count) {
-    // The top bit selects: of the index, or of what is left up to the last one. All of them in any
-    // case, which lets several be looked at together.
+    // An index is out of range when its top bit is set, or that of `last - index`. There is no
+    // early exit, so that the loop is vectorized.
     constexpr std::uint32_t kTop = 0x80000000U;
     const auto last = static_cast<std::uint32_t>(std::min<std::size_t>(count, kTop)) - 1;
     std::uint32_t any = 0;
