@@ -241,11 +241,11 @@ TEST_F(Export, NamesTheItemAndTheMemberThatIsWrong) {
       {plan(R"({"place": {"translate": [1, 2]}})"), "items[0].place.translate"},
       {plan(R"({"place": {"rotate": [1, 2, null]}})"), "items[0].place.rotate[2]"},
       {plan(R"({"place": {"translate": [1e39, 2, 3]}})"), "items[0].place"},
-      {plan(R"({"color": "red"})"), "items[0].color"},
+      {plan(R"({"color": "reddish"})"), "items[0].color"},
       {plan(R"({"color": 5})"), "items[0].color"},
       {plan(R"({"layer": 1.5})"), "items[0].layer"},
       {plan(R"({"layer": 1e10})"), "items[0].layer"},
-      {plan(R"({"unit": "mm"})"), "items[0].unit"},
+      {plan(R"({"unit": "mmm"})"), "items[0].unit"},
   };
   for (const auto& [text, place] : mistakes) {
     work_.write("plan.json", text);

@@ -57,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"info tiny95.jt --version", 2, "usage"},
         Failing{"copy tiny95.jt b.jt --version", 2, "usage"},
         Failing{"copy tiny95.jt b.jt --version new", 2, "usage"},
-        Failing{"get tiny95.jt one", 2, "usage"}, Failing{"get tiny95.jt '#0'", 2, "usage"},
+        Failing{"get tiny95.jt /one/", 2, "usage"}, Failing{"get tiny95.jt '#0'", 2, "usage"},
         Failing{"get tiny95.jt '#'", 2, "usage"}, Failing{"get tiny95.jt 99999999999", 2, "usage"},
         Failing{"explain tiny95.jt --segment x", 2, "usage"},
         Failing{"explain tiny95.jt --segment 7", 2, "no_segment"},
@@ -87,6 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Failing{"new tiny95.jt", 4, "exists"}, Failing{"new folder/", 2, "usage"},
                     Failing{"set tiny95.jt 5 name=a", 5, "unknown_key"},
                     Failing{"get tiny95.jt 0", 5, "unknown_key"},
+                    Failing{"get tiny95.jt one", 5, "unknown_key"},
                     Failing{"get tiny95.jt '#99'", 5, "unknown_key"}));
 
 TEST(Limits, TheMessageNamesTheOptionsAndASuffixCounts) {

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <numeric>
 
 #include "Command.h"
 #include "Failure.h"
+#include "JtwNearestName.h"
 
 namespace tool {
 namespace {
@@ -22,20 +22,6 @@ constexpr Option kGlobalOptions[] = {
     {"help", 'h', nullptr, "help, of the program or of the command"},
 };
 
-std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
-    }
-  }
-  return row.back();
-}
-
 std::optional<std::uint64_t> parseCount(std::string_view text) {
   std::uint64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -50,18 +36,6 @@ std::optional<std::uint64_t> parseCount(std::string_view text) {
 }  // namespace
 
 std::span<const Option> globalOptions() { return kGlobalOptions; }
-
-const char* nearestName(std::string_view text, std::span<const char* const> names) {
-  const char* nearest = nullptr;
-  std::size_t best = text.size() < 4 ? 2 : 3;  // one more than what may differ
-  for (const char* name : names) {
-    const std::size_t distance = editDistance(text.substr(0, 32), name);
-    if (distance >= best) continue;
-    best = distance;
-    nearest = name;
-  }
-  return nearest;
-}
 
 const Arguments::Given* Arguments::find(std::string_view option) const {
   const auto found = std::find_if(given_.rbegin(), given_.rend(), [option](const Given& given) {
@@ -154,10 +128,9 @@ class ArgumentReader {
     if (line_.command)
       for (const Option& option : line_.command->options) names.push_back(option.name);
     for (const Option& option : kGlobalOptions) names.push_back(option.name);
-    std::string message = "unknown option '--" + std::string(name) + "'";
-    if (const char* nearest = nearestName(name, names))
-      message += "; did you mean '--" + std::string(nearest) + "'?";
-    failUsage(message);
+    const char* nearest = jtw::nearestName(name, names);
+    failUsage("unknown option '--" + std::string(name) + "'" +
+              (nearest ? "; did you mean '--" + std::string(nearest) + "'?" : std::string()));
   }
 
   void readLong(std::string_view word) {

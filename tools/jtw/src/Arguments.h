@@ -60,7 +60,4 @@ struct CommandLine {
 /// Failure "usage". How many arguments there are is not checked here.
 CommandLine readCommandLine(std::span<const char* const> words);
 
-/// The name nearest to `text` among `names`; null when none is near.
-const char* nearestName(std::string_view text, std::span<const char* const> names);
-
 }  // namespace tool

@@ -14,7 +14,8 @@
 #include <unordered_map>
 
 #include "Failure.h"
-#include "ValueText.h"
+#include "JtwEditError.h"
+#include "JtwValueText.h"
 
 namespace tool {
 namespace {
@@ -100,7 +101,7 @@ RTTran3D placeOf(const Json& value, const std::string& where) {
     if (const Json* given = member(value, "rotate")) turn = numbersOf(*given, where + ".rotate", 3);
     place = RTTran3D::fromPlacement(move[0], move[1], move[2], turn[0], turn[1], turn[2]);
   }
-  if (!isStorable(place)) fail(where, "has a number that is too great");
+  if (!jtw::isStorable(place)) fail(where, "has a number that is too great");
   return place;
 }
 
@@ -110,8 +111,8 @@ auto parsed(const Json& value, const std::string& where, Parse parse) {
   const std::string text = textOf(value, where);
   try {
     return parse(where, text);
-  } catch (const Failure& failure) {
-    throw PlanError{failure.what()};
+  } catch (const jtw::EditError& error) {
+    throw PlanError{error.what()};
   }
 }
 
@@ -124,7 +125,8 @@ class PlanReader {
     const Json* schema = member(root, "schema");
     if (!schema || *schema != kSchema) fail("schema", std::string("is not \"") + kSchema + "\"");
     if (const Json* name = member(root, "name")) plan_.name = textOf(*name, "name");
-    if (const Json* unit = member(root, "unit")) plan_.unitRatio = parsed(*unit, "unit", parseUnit);
+    if (const Json* unit = member(root, "unit"))
+      plan_.unitRatio = parsed(*unit, "unit", jtw::parseUnit);
     const Json* items = member(root, "items");
     if (!items || !items->is_array()) fail("items", "is not a list");
     plan_.items.reserve(items->size());
@@ -150,11 +152,11 @@ class PlanReader {
     if (const Json* name = member(value, "name")) item.name = textOf(*name, where + ".name");
     if (const Json* place = member(value, "place")) item.place = placeOf(*place, where + ".place");
     if (const Json* color = member(value, "color"))
-      item.color = parsed(*color, where + ".color", parseColor);
+      item.color = parsed(*color, where + ".color", jtw::parseColor);
     if (const Json* layer = member(value, "layer"))
       item.layer = wholeNumberOf(*layer, where + ".layer");
     if (const Json* unit = member(value, "unit"))
-      item.unitRatio = parsed(*unit, where + ".unit", parseUnit);
+      item.unitRatio = parsed(*unit, where + ".unit", jtw::parseUnit);
     if (!item.id.empty() && !indices_.emplace(item.id, plan_.items.size()).second)
       fail(where + ".id", "is '" + item.id + "', the id of an item above");
     plan_.items.push_back(std::move(item));

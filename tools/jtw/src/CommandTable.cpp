@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "Command.h"
+#include "JtwNearestName.h"
 
 namespace tool {
 namespace {
@@ -342,10 +343,7 @@ const Command& findCommand(std::string_view name) {
     if (name == command.name) return command;
     if (command.run) names.push_back(command.name);
   }
-  std::string message = "there is no command '" + std::string(name) + "'";
-  if (const char* nearest = nearestName(name, names))
-    message += "; did you mean '" + std::string(nearest) + "'?";
-  failUsage(message);
+  failUsage("there is no command '" + std::string(name) + "'" + jtw::suggestion(name, names));
 }
 
 }  // namespace tool

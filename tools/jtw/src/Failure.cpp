@@ -4,6 +4,8 @@
 #include <array>
 #include <string_view>
 
+#include "JtwEditError.h"
+
 namespace tool {
 namespace {
 
@@ -27,6 +29,14 @@ void failUsage(const std::string& message) { throw Failure(ExitCode::usage, "usa
 
 void failRefused(const std::string& document, const char* code, const std::string& message) {
   throw Failure(ExitCode::refused, code, message, {.file = document});
+}
+
+Failure editFailure(const jtw::EditError& error) {
+  using Kind = jtw::EditError::Kind;
+  const ExitCode exit = error.kind() == Kind::usage   ? ExitCode::usage
+                        : error.kind() == Kind::input ? ExitCode::input
+                                                      : ExitCode::refused;
+  return {exit, error.code(), error.what(), {.file = error.document()}};
 }
 
 Failure readFailure(const JtFormatError& error, const std::string& file) {

@@ -5,6 +5,10 @@
 
 #include "JtFormatError.h"
 
+namespace jtw {
+class EditError;
+}
+
 namespace tool {
 
 /// How the program ends.
@@ -42,6 +46,8 @@ class Failure : public std::runtime_error {
 [[noreturn]] void failRefused(const std::string& document, const char* code,
                               const std::string& message);
 
+/// What a refused edit becomes.
+Failure editFailure(const jtw::EditError& error);
 /// What a failed read becomes. `file` replaces a file that the error does not name.
 Failure readFailure(const JtFormatError& error, const std::string& file);
 /// What a failed save becomes: the fault of the output, unless the error is about what was read.

@@ -3,13 +3,9 @@
 #include <cmath>
 #include <string>
 
-#include "ApiSysStringConvertors.h"
 #include "GraphValues.h"
 #include "JsonWriter.h"
-#include "JtFormatError.h"
-#include "JtStorageLocation.h"
 #include "JtwLeaf.h"
-#include "JtwManager.h"
 #include "JtwTree.h"
 
 namespace tool {
@@ -35,30 +31,6 @@ void writeAttachment(JsonWriter& json, JtwNode& node) {
 }
 
 }  // namespace
-
-const char* kindName(JtwNode& node) {
-  switch (node.type()) {
-    case JtwNode::JT_ROOT_NODE:
-      return "component";
-    case JtwNode::JT_LINK_NODE:
-      return "link";
-    case JtwNode::JT_ENTITY_NODE:
-      return "entity";
-    case JtwNode::JT_FRAME_NODE:
-      return "frame";
-    case JtwNode::JT_BLOCK_NODE:
-      return "block";
-    case JtwNode::JT_SUB_DEVICE_NODE:
-      return "sub-device";
-    case JtwNode::JT_PMI_ANNOTATION_NODE:
-      return "annotation";
-  }
-  return "unknown";
-}
-
-std::string nameOf(JtwNode& node) {
-  return ApiSysStringConvertors::UnicodeToRWCString(node.name());
-}
 
 std::string colorText(const ApiGraColor& color) {
   static constexpr char kHex[] = "0123456789abcdef";
@@ -87,43 +59,6 @@ void writeColor(JsonWriter& json, const ApiGraColor& color, std::optional<bool> 
   json.member("a", color.getAlpha());
   if (isDefault) json.member("default", *isDefault);
   json.end();
-}
-
-namespace {
-
-/// The id of a new object, which only the file that it was saved to knows.
-std::int32_t savedIdOf(JtwNode& node) {
-  JtStorageLocation* const location = node.root() ? node.root()->getStorageLocation() : nullptr;
-  if (!location || node.key().isNull()) return 0;
-  try {
-    JtPartition* opened = nullptr;
-    JtPartition::openPartition(location, nullptr, opened, JtwManager::the().readLimits());
-    const auto saved = jt::Ref<JtPartition>::adopt(opened);
-    const JtNode* found = saved ? jtw::nodeOfKey(*saved, node.key()) : nullptr;
-    return found ? found->objectId() : 0;
-  } catch (const JtFormatError&) {
-    return 0;  // there is no such file, yet
-  }
-}
-
-}  // namespace
-
-std::int32_t nodeIdOf(JtwNode& node) {
-  if (node.isOfTypePMI() || !node.jtNode()) return 0;
-  const std::int32_t id = node.jtNode()->objectId();
-  return id != 0 ? id : savedIdOf(node);
-}
-
-std::string objectText(JtwNode& node) {
-  if (!node.key().isNull()) return std::to_string(node.key().getAsLong());
-  const std::int32_t id = nodeIdOf(node);
-  return id == 0 ? "-" : "#" + std::to_string(id);
-}
-
-const char* unitOf(JtwNode& node) { return jtw::unitName(node.measurementUnitRatio()); }
-
-RTTran3D listedLocation(JtwNode& node, JtwNode* parent) {
-  return !parent || parent == node.parentNode() ? node.relLoc() : jtw::placement(node, *parent);
 }
 
 void writeNodeMembers(JsonWriter& json, const ListedObject& object) {

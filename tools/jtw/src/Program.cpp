@@ -8,6 +8,7 @@
 
 #include "Command.h"
 #include "InputFile.h"
+#include "JtwEditError.h"
 #include "Session.h"
 
 namespace tool {
@@ -64,6 +65,8 @@ Failure caughtFailure() {
     throw;
   } catch (const Failure& failure) {
     return failure;
+  } catch (const jtw::EditError& error) {
+    return editFailure(error);
   } catch (const JtFormatError& error) {
     return readFailure(error, {});
   } catch (const std::bad_alloc&) {

@@ -1,54 +1,33 @@
 #include <span>
 #include <string>
+#include <vector>
 
 #include "Command.h"
 #include "Component.h"
 #include "EditResult.h"
-#include "JtwEntity.h"
-#include "NodeEdits.h"
-#include "NodeView.h"
+#include "JtwEdits.h"
 #include "Session.h"
 
 namespace tool {
 
 ExitCode runClone(Session& session) {
   const Arguments& arguments = session.arguments();
-  const ObjectName name(session.argument(1));
-  const std::string* keyText = arguments.value("key");
+  const jtw::ObjectAddress address(session.argument(1));
+  const std::string* key = arguments.value("key");
+  const std::vector<jtw::Setting> settings =
+      jtw::parseSettings(std::span(arguments.positional()).subspan(2));
   Component component(session, session.argument(0), !arguments.has("dry-run"));
-  const std::size_t index = component.find(name);
-  JtwNode& original = *component.entries()[index].node;
-  if (original.type() != JtwNode::JT_ENTITY_NODE)
-    failRefused(component.document(), "not_supported",
-                "object " + name.text + " is of the kind " + kindName(original) +
-                    "; only an entity can be copied");
-  const bool isAuto = !keyText || *keyText == "auto";
-  const ApiProtoKey wanted = isAuto ? ApiProtoKey() : component.newKey(*keyText);
-  component.ensureOwnKey(index, wanted);
-  // An object without a key is no parent to the component model: the copy would go further up.
-  if (const auto parent = component.listedParentIndex(index); parent && *parent > 0)
-    component.ensureOwnKey(*parent, wanted);
-  const ApiProtoKey key = isAuto ? component.newKey("auto") : wanted;
-  JtwEntity* copy =
-      component.root().cloneEntityNode(original.key(), !arguments.has("without-geometry"));
-  if (!copy)
-    failRefused(component.document(), "not_supported",
-                "object " + name.text + " cannot be copied: it is not part of this file");
-  if (copy->key() != key) {
-    copy->reset(true);
-    copy->setKey(key);
-  }
-  component.relist();
-  const std::string keyName = std::to_string(key.getAsLong());
-  const std::size_t copyIndex = component.find(ObjectName(keyName));
-  NodeEdits(component, copyIndex, std::span(arguments.positional()).subspan(2)).apply();
+  jtw::Objects& objects = component.objects();
+  const std::size_t copy = jtw::cloneObject(objects, objects.find(address), key ? *key : "auto",
+                                            !arguments.has("without-geometry"), settings);
+  const long copyKey = objects.node(copy).key().getAsLong();
   return saveAndReport(
-      session, component, "copied entity " + name.text + " to " + keyName,
+      session, component, "copied entity " + address.text() + " to " + std::to_string(copyKey),
       [&](JsonWriter& json) {
-        json.member("key", key.getAsLong());
-        writeNodeResult(json, component, copyIndex);
+        json.member("key", copyKey);
+        writeNodeResult(json, component, copy);
       },
-      component.placeCount(copyIndex));
+      objects.placeCount(copy));
 }
 
 }  // namespace tool

@@ -6,13 +6,13 @@
 
 #include "ApiSysStringConvertors.h"
 #include "Assembly.h"
-#include "Attachments.h"
 #include "Command.h"
 #include "Component.h"
 #include "EditResult.h"
 #include "FrameRecords.h"
 #include "InputFile.h"
 #include "JtPartition.h"
+#include "JtwAttachments.h"
 #include "JtwCollection.h"
 #include "JtwFrameLists.h"
 #include "JtwPMI.h"
@@ -35,10 +35,10 @@ struct FrameList {
 };
 
 FrameList listOf(const Component& component, std::size_t index) {
-  JtwNode& node = *component.entries()[index].node;
-  const std::string address = component.address(index);
+  JtwNode& node = component.objects().node(index);
+  const std::string address = component.objects().address(index);
   const jtw::StoredFrames stored = jtw::storedFrames(static_cast<JtwCollection&>(node));
-  if (stored.form == FrameForm::unreadable) failUnreadableFrames(component, node);
+  if (stored.form == FrameForm::unreadable) jtw::failUnreadableFrames(component.objects(), node);
   FrameList list{&node, address, stored.form, {}};
   if (stored.list) list.frames.assign(stored.list->frames().begin(), stored.list->frames().end());
   return list;
@@ -89,8 +89,8 @@ ExitCode showOne(Session& session, const Component& component, std::size_t index
 
 ExitCode showAll(Session& session, const Component& component) {
   std::vector<FrameList> lists;
-  for (std::size_t i = 0; i < component.entries().size(); ++i) {
-    if (!component.entries()[i].node->isCollection()) continue;
+  for (std::size_t i = 0; i < component.objects().entries().size(); ++i) {
+    if (!component.objects().entries()[i].node->isCollection()) continue;
     FrameList list = listOf(component, i);
     if (list.form != FrameForm::none) lists.push_back(std::move(list));
   }
@@ -155,7 +155,7 @@ void checkAttachments(const Component& component, const JtwNode& collection,
 void checkCycles(const Component& component, const std::vector<JtFrame>& frames) {
   std::unordered_map<long, ApiProtoKey> changed;
   for (const JtFrame& frame : frames) changed[frame.key.getAsLong()] = frame.secondKey;
-  Attachments attachments(component, std::move(changed));
+  jtw::Attachments attachments(component.objects(), std::move(changed));
   for (const JtFrame& frame : frames)
     attachments.check(frame.key, "frame " + std::to_string(frame.key.getAsLong()));
 }
@@ -169,26 +169,27 @@ std::unordered_set<long> keysThatGo(JtwCollection& collection, const std::vector
   return keys;
 }
 
-ExitCode replaceList(Session& session, Component& component, const ObjectName& name,
+ExitCode replaceList(Session& session, Component& component, const jtw::ObjectAddress& name,
                      std::vector<JtFrame> frames) {
-  const std::size_t index = component.findCollection(name);
-  auto& collection = static_cast<JtwCollection&>(*component.entries()[index].node);
-  const std::uint64_t places = component.placeCount(index);
+  const std::size_t index = component.objects().findCollection(name);
+  auto& collection = static_cast<JtwCollection&>(component.objects().node(index));
+  const std::uint64_t places = component.objects().placeCount(index);
   completeKeys(component, frames);
   checkAttachments(component, collection, frames);
   checkCycles(component, frames);
   const auto form = session.arguments().has("binary") ? FrameForm::lateLoaded : FrameForm::text;
   const std::unordered_set<long> gone = keysThatGo(collection, frames);
   if (jtw::storedFrames(collection).form == FrameForm::unreadable)
-    session.warn(component.document() + ": the frame list of object " + component.address(index) +
+    session.warn(component.document() + ": the frame list of object " +
+                 component.objects().address(index) +
                  " could not be read and is replaced: " + jt::lastError());
   if (!jtw::replaceFrames(collection, frames, form))
     failRefused(component.document(), "key_in_use",
                 "every frame needs a key of its own, from 1 on, that no other object has");
-  component.relist();
-  const std::vector<long> detached = endAttachmentsTo(component, gone);
+  component.objects().relist();
+  const std::vector<long> detached = jtw::endAttachmentsTo(component.objects(), gone);
   return saveAndReport(
-      session, component, "object " + name.text + " has " + counted(frames.size(), "frame"),
+      session, component, "object " + name.text() + " has " + counted(frames.size(), "frame"),
       [&](JsonWriter& json) {
         writeList(json, listOf(component, component.find(name)));
         json.numbers("detached", detached);
@@ -201,7 +202,7 @@ ExitCode replaceList(Session& session, Component& component, const ObjectName& n
 ExitCode runFrames(Session& session) {
   const Arguments& arguments = session.arguments();
   const std::string* file = arguments.value("set");
-  std::optional<ObjectName> name;
+  std::optional<jtw::ObjectAddress> name;
   if (arguments.positional().size() > 1) name.emplace(session.argument(1));
   if (file && !name) failUsage("--set needs the key of the object whose frames they are");
   if (!file && (arguments.has("binary") || arguments.has("dry-run")))
@@ -216,11 +217,11 @@ ExitCode runFrames(Session& session) {
   if (file) return replaceList(session, component, *name, std::move(frames));
   if (!name) return showAll(session, component);
   const std::size_t index = component.find(*name);
-  JtwNode& node = *component.entries()[index].node;
+  JtwNode& node = component.objects().node(index);
   if (!node.isCollection())
     failRefused(
         component.document(), "not_a_collection",
-        "object " + name->text + " cannot hold frames: it is of the kind " + kindName(node));
+        "object " + name->text() + " cannot hold frames: it is of the kind " + kindName(node));
   return showOne(session, component, index);
 }
 

@@ -47,11 +47,11 @@ void showNode(Session& session, const ListedObject& object, std::uint64_t places
 }  // namespace
 
 ExitCode runGet(Session& session) {
-  const ObjectName name(session.argument(1));
+  const jtw::ObjectAddress name(session.argument(1));
   const Component component(session, session.argument(0), false);
   const std::size_t index = component.find(name);
-  const std::vector<ListedObject> listing = component.listing(index);
-  const std::uint64_t places = component.placeCount(index);
+  const std::vector<ListedObject> listing = component.objects().listing(index);
+  const std::uint64_t places = component.objects().placeCount(index);
   if (!session.wantsJson()) {
     showNode(session, listing[0], places);
     return ExitCode::done;

@@ -1,15 +1,15 @@
 #include "Command.h"
+#include "JtwValueText.h"
 #include "NewDocument.h"
 #include "SaveResult.h"
 #include "Session.h"
-#include "ValueText.h"
 
 namespace tool {
 
 ExitCode runNew(Session& session) {
   const std::string& text = session.argument(0);
   const std::string* unit = session.arguments().value("unit");
-  const float unitRatio = unit ? parseUnit("--unit", *unit) : 1.0F;
+  const float unitRatio = unit ? jtw::parseUnit("--unit", *unit) : 1.0F;
   NewDocument document(session, text, session.arguments().has("force"), unitRatio);
   jt::SaveOptions options;
   options.dryRun = session.arguments().has("dry-run");

@@ -56,15 +56,15 @@ void addOthers(JtwNode& carrier, JtwCollection& collection, std::vector<Other>& 
 }
 
 JtwCollection& collectionOf(const Component& component, std::size_t index) {
-  JtwNode* node = component.entries()[index].node;
-  if (node->isCollection() == 0) node = component.listedParent(index);
+  JtwNode* node = &component.objects().node(index);
+  if (node->isCollection() == 0) node = component.objects().listedParent(index);
   return node && node->isCollection() != 0 ? static_cast<JtwCollection&>(*node) : component.root();
 }
 
 Listing list(const Component& component, std::size_t first, std::size_t end, bool withForeign) {
   Listing listing;
   for (std::size_t i = first; i < end; ++i) {
-    JtwNode& node = *component.entries()[i].node;
+    JtwNode& node = component.objects().node(i);
     if (node.type() == JtwNode::JT_PMI_ANNOTATION_NODE) {
       const bool isForeign = node.key().isNull();
       if (isForeign) ++listing.foreign;
@@ -237,9 +237,10 @@ void showListing(Session& session, const Listing& listing, bool withForeign) {
 ExitCode runPmi(Session& session) {
   const auto& words = session.arguments().positional();
   const Component component(session, words[0], false);
-  const std::size_t first = words.size() > 1 ? component.find(ObjectName(words[1])) : 0;
+  const std::size_t first = words.size() > 1 ? component.find(jtw::ObjectAddress(words[1])) : 0;
   const bool withForeign = session.arguments().has("all");
-  const Listing listing = list(component, first, component.endOfSubtree(first), withForeign);
+  const Listing listing =
+      list(component, first, component.objects().endOfSubtree(first), withForeign);
   if (session.wantsJson())
     writeListing(session, component, listing);
   else

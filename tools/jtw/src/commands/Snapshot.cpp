@@ -8,10 +8,10 @@
 #include "Command.h"
 #include "InputFile.h"
 #include "JtFormatError.h"
+#include "JtwValueText.h"
 #include "Png.h"
 #include "Progress.h"
 #include "Session.h"
-#include "ValueText.h"
 #include "picture/Drawing.h"
 
 namespace tool {
@@ -34,7 +34,7 @@ void parseSize(const std::string& text, DrawingRequest& request) {
 
 Color parseBackground(const std::string& text) {
   if (text == "transparent") return {0, 0, 0, 0};
-  const ApiGraColor color = parseColor("--background", text);
+  const ApiGraColor color = jtw::parseColor("--background", text);
   float red = 0;
   float green = 0;
   float blue = 0;

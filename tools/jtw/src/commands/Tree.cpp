@@ -87,7 +87,7 @@ void showTree(Session& session, const std::vector<ListedObject>& entries) {
 ExitCode runTree(Session& session) {
   const Component component(session, session.argument(0), false);
   const jtw::Reading reading(component.root());
-  const std::vector<ListedObject> places = component.allPlaces();
+  const std::vector<ListedObject> places = component.objects().allPlaces();
   const std::vector<jt::PartFile> parts = component.partFiles();
   if (!session.wantsJson()) {
     showTree(session, places);

@@ -9,9 +9,9 @@
 #include "JtWireframe.h"
 #include "JtkwWireframePropReader.h"
 #include "JtwEntity.h"
+#include "JtwValueText.h"
 #include "NodeView.h"
 #include "Session.h"
-#include "ValueText.h"
 #include "VisPartNode.h"
 
 namespace tool {
@@ -80,7 +80,7 @@ PartWires wiresOf(std::size_t entry, JtwNode& node, VisPartNode& part) {
 std::vector<PartWires> gather(const Component& component, std::size_t first, std::size_t end) {
   std::vector<PartWires> parts;
   for (std::size_t i = first; i < end; ++i) {
-    const jtw::TreeEntry& entry = component.entries()[i];
+    const jtw::TreeEntry& entry = component.objects().entries()[i];
     auto* part = jt::as<VisPartNode>(entry.node->jtNode());
     if (!part) continue;
     PartWires listed = wiresOf(i, *entry.node, *part);
@@ -112,11 +112,11 @@ void writeParts(Session& session, const Component& component, const std::vector<
   json.key("parts");
   json.beginArray();
   for (const PartWires& part : parts) {
-    JtwNode& node = *component.entries()[part.entry].node;
+    JtwNode& node = component.objects().node(part.entry);
     json.beginObject();
     json.member("key",
                 node.key().isNull() ? std::nullopt : std::optional<long>(node.key().getAsLong()));
-    json.textOrNull("address", component.address(part.entry));
+    json.textOrNull("address", component.objects().address(part.entry));
     json.textOrNull("name", nameOf(node));
     json.textOrNull("error", part.error);
     json.key("wires");
@@ -136,7 +136,7 @@ std::string placeText(const Point& place) {
 
 void showParts(Output& out, const Component& component, const std::vector<PartWires>& parts) {
   for (const PartWires& part : parts) {
-    JtwNode& node = *component.entries()[part.entry].node;
+    JtwNode& node = component.objects().node(part.entry);
     out.line(printable(objectText(node) + "  " + nameOf(node)) + "  " +
              counted(part.wires.size(), "wire"));
     for (const Wire& wire : part.wires)
@@ -153,8 +153,9 @@ void showParts(Output& out, const Component& component, const std::vector<PartWi
 ExitCode runWires(Session& session) {
   const auto& words = session.arguments().positional();
   const Component component(session, words[0], false);
-  const std::size_t first = words.size() > 1 ? component.find(ObjectName(words[1])) : 0;
-  const std::vector<PartWires> parts = gather(component, first, component.endOfSubtree(first));
+  const std::size_t first = words.size() > 1 ? component.find(jtw::ObjectAddress(words[1])) : 0;
+  const std::vector<PartWires> parts =
+      gather(component, first, component.objects().endOfSubtree(first));
   bool isRead = true;
   for (const PartWires& part : parts)
     if (!part.error.empty()) {

@@ -4,14 +4,14 @@
 #include <charconv>
 #include <utility>
 
-#include "Component.h"
-#include "Failure.h"
 #include "JtkwPMITypeMaps.h"
+#include "JtwEditError.h"
+#include "JtwObjects.h"
 #include "JtwPMIAnnotation.h"
 #include "JtwPMIs.h"
-#include "ValueText.h"
+#include "JtwValueText.h"
 
-namespace tool {
+namespace jtw {
 namespace {
 
 using Change = std::function<void()>;
@@ -124,7 +124,7 @@ const Setting* findSetting(std::string_view name) {
 
 }  // namespace
 
-ApiPMIType parseAnnotationType(const Component& component, const std::string& name) {
+ApiPMIType parseAnnotationType(const Objects& objects, const std::string& name) {
   const JtkwPMITypeMaps& maps = JtkwPMITypeMaps::the();
   std::string names;
   for (int i = 0; i < API_PMI_TYPE_COUNT; ++i) {
@@ -137,7 +137,7 @@ ApiPMIType parseAnnotationType(const Component& component, const std::string& na
     int subType = -1;
     maps.getJtTkFromApiPMIType(type, jtkType, subType);
     if (jtkType == JtkEntity::PMI_NONE)
-      failRefused(component.document(), "not_supported", "a '" + name + "' cannot be saved");
+      failRefused(objects.document(), "not_supported", "a '" + name + "' cannot be saved");
     return type;
   }
   failUsage("there is no type '" + name + "'; those that there are: " + names);
@@ -158,4 +158,4 @@ void placeAnnotation(JtwPMIAnnotation& annotation, const RTTran3D& location) {
   annotation.setRelLoc(RTTran3D::fromTranslation(location.getTranslation()));
 }
 
-}  // namespace tool
+}  // namespace jtw

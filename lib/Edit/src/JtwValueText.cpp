@@ -1,16 +1,19 @@
-#include "ValueText.h"
+#include "JtwValueText.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
-#include "Failure.h"
+#include "HostUtf8.h"
+#include "JtwEditError.h"
+#include "JtwNearestName.h"
 #include "JtwTree.h"
-#include "Utf8.h"
 
-namespace tool {
+namespace jtw {
 namespace {
 
 [[noreturn]] void failValue(const std::string& name, const std::string& text,
@@ -35,6 +38,11 @@ std::optional<std::vector<double>> parseNumbers(std::string_view text) {
   }
 }
 
+ApiGraColor colorOf(std::uint32_t rgba) {
+  const auto byte = [rgba](unsigned shift) { return static_cast<std::uint8_t>(rgba >> shift); };
+  return ApiGraColor(byte(24), byte(16), byte(8), static_cast<float>(byte(0)) / 255.0F);
+}
+
 std::optional<ApiGraColor> parseHexColor(std::string_view digits) {
   if (digits.size() != 6 && digits.size() != 8) return std::nullopt;
   std::uint32_t value = 0;
@@ -42,8 +50,35 @@ std::optional<ApiGraColor> parseHexColor(std::string_view digits) {
       std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
   if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
   if (digits.size() == 6) value = (value << 8) | 0xffU;
-  const auto byte = [value](unsigned shift) { return static_cast<std::uint8_t>(value >> shift); };
-  return ApiGraColor(byte(24), byte(16), byte(8), static_cast<float>(byte(0)) / 255.0F);
+  return colorOf(value);
+}
+
+struct NamedColor {
+  const char* name;
+  std::uint32_t rgb;
+};
+constexpr std::array kColors{
+    NamedColor{"aqua", 0x00ffff},    NamedColor{"black", 0x000000},  NamedColor{"blue", 0x0000ff},
+    NamedColor{"fuchsia", 0xff00ff}, NamedColor{"gray", 0x808080},   NamedColor{"green", 0x008000},
+    NamedColor{"lime", 0x00ff00},    NamedColor{"maroon", 0x800000}, NamedColor{"navy", 0x000080},
+    NamedColor{"olive", 0x808000},   NamedColor{"orange", 0xffa500}, NamedColor{"purple", 0x800080},
+    NamedColor{"red", 0xff0000},     NamedColor{"silver", 0xc0c0c0}, NamedColor{"teal", 0x008080},
+    NamedColor{"white", 0xffffff},   NamedColor{"yellow", 0xffff00}};
+
+/// Units by the names that files have and by those that people write.
+struct NamedUnit {
+  const char* name;
+  const char* symbol;
+};
+constexpr std::array kUnits{NamedUnit{"Micrometers", "um"}, NamedUnit{"Millimeters", "mm"},
+                            NamedUnit{"Centimeters", "cm"}, NamedUnit{"Decimeters", "dm"},
+                            NamedUnit{"Meters", "m"},       NamedUnit{"Kilometers", "km"},
+                            NamedUnit{"Inches", "in"},      NamedUnit{"Feet", "ft"},
+                            NamedUnit{"Yards", "yd"},       NamedUnit{"Miles", "mi"}};
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  return std::ranges::equal(a, b, {}, lower, lower);
 }
 
 bool isAffineMatrix(const std::vector<double>& numbers) {
@@ -59,7 +94,9 @@ bool parseTruth(const std::string& name, const std::string& text) {
 
 ApiGraColor parseColor(const std::string& name, const std::string& text) {
   constexpr const char* kExpected =
-      "a color: #rrggbb, #rrggbbaa, or r,g,b[,a] with numbers from 0 to 1";
+      "a color: #rrggbb, #rrggbbaa, r,g,b[,a] with numbers from 0 to 1, or a name such as red";
+  for (const NamedColor& color : kColors)
+    if (equalsIgnoringCase(text, color.name)) return colorOf(color.rgb << 8 | 0xffU);
   if (text.starts_with('#')) {
     const auto color = parseHexColor(std::string_view(text).substr(1));
     if (!color) failValue(name, text, kExpected);
@@ -100,19 +137,26 @@ RTTran3D parseLocation(const std::string& name, const std::string& text) {
 }
 
 float parseUnit(const std::string& name, const std::string& text) {
-  const float ratio = jtw::unitRatio(text.c_str());
-  if (ratio <= 0) failUsage(name + " is '" + text + "'; 'jtw help set' lists the units");
-  return ratio;
+  std::string all;
+  std::vector<const char*> names;
+  for (const NamedUnit& unit : kUnits) {
+    if (equalsIgnoringCase(text, unit.name) || text == unit.symbol) return unitRatio(unit.name);
+    names.push_back(unit.name);
+    all += (all.empty() ? "" : ", ") + std::string(unit.name) + " (" + unit.symbol + ")";
+  }
+  failUsage(name + " is '" + text + "'" + suggestion(text, names) + "; the units are " + all);
 }
 
 const std::string& parseText(const std::string& name, const std::string& text) {
   std::string_view rest = text;
   while (!rest.empty()) {
-    const std::size_t length = utf8Length(rest);
-    if (length == 0) failUsage(name + " is not UTF-8");
+    char32_t character = 0;
+    const std::size_t length = host::decodeUtf8(rest, character);
+    if (length == 0 || host::isHighSurrogate(character) || host::isLowSurrogate(character))
+      failUsage(name + " is not UTF-8");
     rest.remove_prefix(length);
   }
   return text;
 }
 
-}  // namespace tool
+}  // namespace jtw

@@ -1,4 +1,4 @@
-#include "NodeEdits.h"
+#include "JtwNodeEdits.h"
 
 #include <algorithm>
 #include <array>
@@ -7,24 +7,23 @@
 
 #include "AnnotationEdits.h"
 #include "ApiSysStringConvertors.h"
-#include "Attachments.h"
-#include "Component.h"
-#include "EditResult.h"
-#include "Failure.h"
+#include "JtwAttachments.h"
 #include "JtwCollection.h"
+#include "JtwEditError.h"
 #include "JtwLeaf.h"
+#include "JtwNearestName.h"
+#include "JtwObjects.h"
 #include "JtwPMIAnnotation.h"
-#include "NodeView.h"
-#include "ValueText.h"
+#include "JtwValueText.h"
 
-namespace tool {
+namespace jtw {
 namespace {
 
 using Change = std::function<void()>;
 
 /// The object that is changed, and what a check may want to know.
 struct Target {
-  const Component& component;
+  const Objects& objects;
   std::size_t index;
   JtwNode& node;
 
@@ -34,7 +33,7 @@ struct Target {
     return isOne ? static_cast<JtwPMIAnnotation*>(&node) : nullptr;
   }
   [[noreturn]] void refuse(const std::string& what) const {
-    failRefused(component.document(), "not_supported",
+    failRefused(objects.document(), "not_supported",
                 "the " + std::string(kindName(node)) + " " + what);
   }
 };
@@ -98,12 +97,21 @@ Change changePreserved(const Target& target, const std::string& value) {
   return [&node = target.node, on] { jtw::setPreserved(node, on); };
 }
 
+/// Where the type of an attachment begins: behind an address that may have a colon of its own.
+std::size_t typeColon(const std::string& value) {
+  if (!value.empty() && (value.front() == '#' || value.front() == '/')) {
+    const std::size_t colon = value.rfind(':');
+    const bool isFrameKey = value.front() == '#' && value.find(':') == colon;
+    return isFrameKey ? std::string::npos : colon;
+  }
+  return value.find(':');
+}
+
 Change changeAttachment(const Target& target, const std::string& value) {
   ApiProtoKey key;
   std::int32_t type = ATTACHMENT_DEFAULT;
   if (value != "none") {
-    const std::size_t colon = value.find(':');
-    key = parseKey(value.substr(0, colon));
+    const std::size_t colon = typeColon(value);
     if (colon != std::string::npos) {
       const char* const last = value.data() + value.size();
       const auto [end, error] = std::from_chars(value.data() + colon + 1, last, type);
@@ -111,11 +119,15 @@ Change changeAttachment(const Target& target, const std::string& value) {
         failUsage("the type of the attachment is '" + value.substr(colon + 1) +
                   "', not a whole number");
     }
-    target.component.find(ObjectName(std::to_string(key.getAsLong())));  // it has to exist
+    const ObjectAddress address(value.substr(0, colon));
+    key = target.objects.node(target.objects.find(address)).key();
+    if (key.isNull())
+      failRefused(target.objects.document(), "not_supported",
+                  "object " + address.text() + " has no key, so nothing can be attached to it");
     const ApiProtoKey own = target.node.key();
     // Nothing can be attached to an object without key.
     if (!own.isNull())
-      Attachments(target.component, {{own.getAsLong(), key}}).check(own, "the object");
+      Attachments(target.objects, {{own.getAsLong(), key}}).check(own, "the object");
   }
   return [&node = target.node, key, type] {
     node.setAttachmentParent(key, static_cast<AttachmentType>(type));
@@ -126,9 +138,9 @@ Change changeLocation(const Target& target, const std::string& value) {
   const RTTran3D listed = parseLocation("loc", value);
   if (target.node.type() == JtwNode::JT_ROOT_NODE)
     target.refuse("is placed by whoever uses it, not in its own file");
-  return [&component = target.component, &node = target.node, listed, index = target.index] {
+  return [&objects = target.objects, &node = target.node, listed, index = target.index] {
     // The model places relative to the component parent, which may lie above the listed one.
-    JtwNode* shown = component.listedParent(index);
+    JtwNode* shown = objects.listedParent(index);
     JtwNode* parent = node.parentNode();
     RTTran3D location = listed;
     if (shown && shown != parent) {
@@ -136,9 +148,9 @@ Change changeLocation(const Target& target, const std::string& value) {
       if (parent) location = parent->absLoc().inverse() * location;
     }
     if (!isStorable(location))
-      failRefused(component.document(), "not_supported",
+      failRefused(objects.document(), "not_supported",
                   "the place cannot be expressed in the object's parent");
-    if (auto* annotation = Target{component, index, node}.annotation())
+    if (auto* annotation = Target{objects, index, node}.annotation())
       placeAnnotation(*annotation, location);
     else
       jtw::setPlacement(node, location);
@@ -158,13 +170,13 @@ constexpr char kBackgroundColor[] = "backgroundColor";
 constexpr char kGeomColor[] = "geomColor";
 constexpr char kPlane[] = "plane";
 
-struct Setting {
-  std::string_view name;
+struct Preparation {
+  const char* name;
   Change (*prepare)(const Target&, const std::string& value);
 };
 
 /// In the order in which they are applied: a location is read in the new unit.
-constexpr std::array<Setting, 16> kSettings{{
+constexpr std::array<Preparation, 16> kSettings{{
     {"name", changeName},
     {"unit", changeUnit},
     {kText, changeAnnotation<kText>},
@@ -183,40 +195,52 @@ constexpr std::array<Setting, 16> kSettings{{
     {"attachment", changeAttachment},
 }};
 
-std::size_t findSetting(std::string_view name) {
-  for (std::size_t i = 0; i < kSettings.size(); ++i)
+std::size_t findSetting(const std::string& name) {
+  std::vector<const char*> names;
+  for (std::size_t i = 0; i < kSettings.size(); ++i) {
     if (kSettings[i].name == name) return i;
-  failUsage("there is no value '" + std::string(name) + "' to set; see 'jtw help set'");
+    names.push_back(kSettings[i].name);
+  }
+  failUsage("there is no value '" + name + "' to set" + suggestion(name, names));
 }
 
 }  // namespace
 
-NodeEdits::NodeEdits(const Component& component, std::size_t index,
-                     std::span<const std::string> words)
-    : component_(component), node_(*component.entries()[index].node) {
-  const Target target{component, index, node_};
-  std::array<Change, kSettings.size()> prepared;
+std::vector<Setting> parseSettings(std::span<const std::string> words) {
+  std::vector<Setting> settings;
+  settings.reserve(words.size());
   for (const std::string& word : words) {
     const std::size_t equals = word.find('=');
     if (equals == std::string::npos) failUsage("'" + word + "' is not of the form NAME=VALUE");
-    const std::size_t setting = findSetting(std::string_view(word).substr(0, equals));
-    if (prepared[setting])
-      failUsage("'" + std::string(kSettings[setting].name) + "' is given twice");
-    prepared[setting] = kSettings[setting].prepare(target, word.substr(equals + 1));
+    settings.push_back({word.substr(0, equals), word.substr(equals + 1)});
+  }
+  return settings;
+}
+
+NodeEdits::NodeEdits(Objects& objects, std::size_t index, std::span<const Setting> settings)
+    : objects_(objects), node_(objects.node(index)) {
+  const Target target{objects, index, node_};
+  std::array<Change, kSettings.size()> prepared;
+  for (const Setting& setting : settings) {
+    const std::size_t place = findSetting(setting.name);
+    if (prepared[place]) failUsage("'" + setting.name + "' is given twice");
+    prepared[place] = kSettings[place].prepare(target, setting.value);
+    renames_ = renames_ || setting.name == "name";
   }
   for (Change& change : prepared)
     if (change) changes_.push_back(std::move(change));
 }
 
 void NodeEdits::apply() {
+  if (renames_) objects_.forgetNames();
   for (const Change& change : changes_) change();
   if (!node_.isOfTypePMI()) {
     node_.forgetCached();
   } else if (node_.type() == JtwNode::JT_PMI_ANNOTATION_NODE) {
     if (!changes_.empty()) static_cast<JtwPMI&>(node_).renew();
   } else {
-    storeFrames(component_, static_cast<JtwPMI&>(node_).collection());
+    objects_.framesChanged(static_cast<JtwPMI&>(node_).collection());
   }
 }
 
-}  // namespace tool
+}  // namespace jtw

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "JtwExport.h"
+
+namespace jtw {
+
+/// The name nearest to a mistyped one; null when none is near. Only the first 32 bytes count.
+JTW_API const char* nearestName(std::string_view text, std::span<const char* const> names);
+
+/// "; did you mean 'NAME'?" with the nearest name, or the empty text: the end of a message.
+JTW_API std::string suggestion(std::string_view text, std::span<const char* const> names);
+
+}  // namespace jtw

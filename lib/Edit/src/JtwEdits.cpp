@@ -1,0 +1,244 @@
+#include "JtwEdits.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <unordered_set>
+
+#include "AnnotationEdits.h"
+#include "JtGroup.h"
+#include "JtInstance.h"
+#include "JtwAttachments.h"
+#include "JtwEditError.h"
+#include "JtwEntity.h"
+#include "JtwPMIAnnotation.h"
+#include "JtwRoot.h"
+#include "JtwValueText.h"
+
+namespace jtw {
+namespace {
+
+std::string keyText(const ApiProtoKey& key) { return std::to_string(key.getAsLong()); }
+
+std::size_t indexOf(const Objects& objects, const ApiProtoKey& key) {
+  return objects.find(ObjectAddress(keyText(key)));
+}
+
+void refuse(const Objects& objects, const std::string& message) {
+  failRefused(objects.document(), "not_supported", message);
+}
+
+}  // namespace
+
+ApiProtoKey setObject(Objects& objects, std::size_t index, std::span<const Setting> settings) {
+  NodeEdits edits(objects, index, settings);
+  edits.apply();
+  objects.ensureKey(index);
+  return objects.node(index).key();
+}
+
+// --- Adding
+
+namespace {
+
+struct AddedKind {
+  const char* name;
+  JtwNode::JT_NODE_TYPE type;
+};
+
+constexpr std::array kKinds{
+    AddedKind{"block", JtwNode::JT_BLOCK_NODE},
+    AddedKind{"link", JtwNode::JT_LINK_NODE},
+    AddedKind{"sub-device", JtwNode::JT_SUB_DEVICE_NODE},
+    AddedKind{"entity", JtwNode::JT_ENTITY_NODE},
+    AddedKind{"frame", JtwNode::JT_FRAME_NODE},
+    AddedKind{"annotation", JtwNode::JT_PMI_ANNOTATION_NODE},
+};
+
+JtwNode::JT_NODE_TYPE findKind(const std::string& name) {
+  std::string names;
+  for (const AddedKind& kind : kKinds) {
+    if (name == kind.name) return kind.type;
+    names += (names.empty() ? "" : ", ") + std::string(kind.name);
+  }
+  failUsage("there is no kind '" + name + "'; those that can be added are: " + names);
+}
+
+}  // namespace
+
+void checkRequest(const AddRequest& request) {
+  const auto kind = findKind(request.kind);
+  if (kind == JtwNode::JT_PMI_ANNOTATION_NODE && request.type.empty())
+    failUsage("an annotation needs a type: --type Note");
+  const ObjectAddress parent(request.parent);
+}
+
+AddResult addObject(Objects& objects, const AddRequest& request) {
+  checkRequest(request);
+  const auto kind = findKind(request.kind);
+  const ObjectAddress parentAddress(request.parent);
+  const bool isAnnotation = kind == JtwNode::JT_PMI_ANNOTATION_NODE;
+  const ApiPMIType type = isAnnotation ? parseAnnotationType(objects, request.type) : API_PMI_NONE;
+  const bool isAuto = request.key == "auto";
+  const ApiProtoKey wanted = isAuto ? ApiProtoKey() : objects.newKey(request.key);
+  const std::size_t parentIndex = objects.findCollection(parentAddress, wanted);
+  const ApiProtoKey parent = objects.node(parentIndex).key();
+  const ApiProtoKey key = isAuto ? objects.newKey("auto") : wanted;
+  JtwNode* const made = createNode(objects.root(), kind, key, parent, RTTran3D());
+  if (!made)
+    refuse(objects,
+           "object " + parentAddress.text() + " takes nothing new: it is not part of this file");
+  objects.relist();
+  const std::size_t index = indexOf(objects, key);
+  if (isAnnotation) static_cast<JtwPMIAnnotation&>(*made).annotationData().annotationType = type;
+  NodeEdits(objects, index, request.settings).apply();
+  if (!request.leader.empty() && isAnnotation) {
+    const RTTran3D move = parseLocation("leader", request.leader);
+    placeAnnotation(static_cast<JtwPMIAnnotation&>(*made), move * made->relLoc());
+  }
+  return {index, key, parent};
+}
+
+// --- Removing
+
+namespace {
+
+/// Takes the node out of every place but the first, which the model's own deletion ends: an object
+/// that several instances show is one object.
+void leaveOtherPlaces(JtNode& node) {
+  while (node.numParents() > 1) {
+    JtNode* above = node.parent(1);
+    auto* group = jt::as<JtGroup>(above);
+    auto* instance = jt::as<JtInstance>(above);
+    if (!(group && group->removeChild(&node)) && !(instance && instance->setChild(nullptr))) return;
+  }
+}
+
+void addKeys(const Objects& objects, std::size_t first, std::size_t end, std::vector<long>& keys) {
+  for (std::size_t i = first; i < end; ++i)
+    if (const ApiProtoKey key = objects.node(i).key(); !key.isNull())
+      keys.push_back(key.getAsLong());
+}
+
+void removeObject(Objects& objects, std::size_t index) {
+  JtwNode& node = objects.node(index);
+  const std::string name = objects.address(index);
+  const bool isFrame = node.type() == JtwNode::JT_FRAME_NODE;
+  JtwCollection* frames = isFrame ? static_cast<JtwPMI&>(node).collection() : nullptr;
+  const bool hasKey = objects.ensureOwnKey(index);
+  if (isFrame)
+    objects.framesChanged(frames);
+  else
+    objects.storeFrames();  // those of a collection that goes
+  if (!node.isOfTypePMI() && node.jtNode()) leaveOtherPlaces(*node.jtNode());
+  if (!hasKey || !objects.root().deleteNode(node.key()))
+    refuse(objects, "object " + name + " cannot be removed: it is not part of this file");
+}
+
+}  // namespace
+
+RemoveResult removeObjects(Objects& objects, std::span<const std::size_t> indices) {
+  std::vector<std::size_t> order(indices.begin(), indices.end());
+  std::ranges::sort(order);
+  if (!order.empty() && order.front() == 0)
+    refuse(objects, "the component itself cannot be removed");
+  RemoveResult result;
+  const std::size_t before = objects.entries().size();
+  std::size_t end = 0;  // of what goes with an object before
+  std::vector<std::size_t> tops;
+  for (const std::size_t index : order) {
+    if (index < end) continue;
+    end = objects.endOfSubtree(index);
+    addKeys(objects, index, end, result.removed);
+    tops.push_back(index);
+  }
+  for (const std::size_t index : tops) removeObject(objects, index);
+  objects.relist();
+
+  // What is below one of them and in another place too is still there.
+  std::vector<long> left;
+  addKeys(objects, 0, objects.entries().size(), left);
+  const std::unordered_set<long> kept(left.begin(), left.end());
+  std::erase_if(result.removed, [&kept](long key) { return kept.contains(key); });
+  result.detached = endAttachmentsTo(
+      objects, std::unordered_set<long>(result.removed.begin(), result.removed.end()));
+  result.count = before - objects.entries().size();
+  return result;
+}
+
+// --- Moving
+
+namespace {
+
+/// Hangs the object under its new parent, which is none of those below it.
+bool reparent(Objects& objects, JtwNode& node, JtwNode& parent) {
+  if (!node.isOfTypePMI()) return node.setParent(parent.key());
+  JtwCollection* old = static_cast<JtwPMI&>(node).collection();
+  if (!node.setParent(parent.key())) return false;
+  if (node.type() == JtwNode::JT_FRAME_NODE) objects.framesChanged(old);
+  return true;
+}
+
+}  // namespace
+
+MoveResult moveObject(Objects& objects, std::size_t index, const ObjectAddress& parentAddress,
+                      bool keepsPlace) {
+  JtwNode& node = objects.node(index);
+  const std::string name = objects.address(index);
+  if (index == 0) refuse(objects, "the component itself cannot be moved");
+  if (node.type() == JtwNode::JT_PMI_ANNOTATION_NODE)
+    refuse(objects, "changes of an annotation cannot be saved");
+  const std::size_t parentIndex = objects.findCollection(parentAddress);
+  JtwNode& parent = objects.node(parentIndex);
+  if (parentIndex >= index && parentIndex < objects.endOfSubtree(index))
+    failRefused(objects.document(), "cycle", "object " + name + " would be moved below itself");
+
+  const RTTran3D place =
+      keepsPlace ? node.absLoc() : listedLocation(node, objects.listedParent(index));
+  const float unit = node.measurementUnitRatio();
+  if (!objects.ensureOwnKey(index) || !reparent(objects, node, parent))
+    refuse(objects, "object " + name +
+                        " cannot be moved there: one of the two is not part of this file, or it is "
+                        "above the other in a second place");
+  if (!node.isOfTypePMI()) node.forgetCached();
+  const RTTran3D location = keepsPlace ? parent.absLoc().inverse() * place : place;
+  if (!isStorable(location)) refuse(objects, "its place cannot be expressed in its new parent");
+  setPlacement(node, location);
+  if (node.type() == JtwNode::JT_FRAME_NODE)
+    objects.framesChanged(&static_cast<JtwCollection&>(parent));
+  const ApiProtoKey key = node.key();
+  MoveResult result{0, key, parent.key(), node.measurementUnitRatio() != unit};
+  objects.relist();
+  result.index = indexOf(objects, key);
+  return result;
+}
+
+// --- Copying
+
+std::size_t cloneObject(Objects& objects, std::size_t index, const std::string& keyText,
+                        bool withGeometry, std::span<const Setting> settings) {
+  JtwNode& original = objects.node(index);
+  const std::string name = objects.address(index);
+  if (original.type() != JtwNode::JT_ENTITY_NODE)
+    refuse(objects, "object " + name + " is of the kind " + kindName(original) +
+                        "; only an entity can be copied");
+  const bool isAuto = keyText == "auto";
+  const ApiProtoKey wanted = isAuto ? ApiProtoKey() : objects.newKey(keyText);
+  objects.ensureOwnKey(index, wanted);
+  // An object without a key is no parent to the component model: the copy would go further up.
+  if (const auto parent = objects.parentOf(index); parent && *parent > 0)
+    objects.ensureOwnKey(*parent, wanted);
+  const ApiProtoKey key = isAuto ? objects.newKey("auto") : wanted;
+  JtwEntity* copy = objects.root().cloneEntityNode(original.key(), withGeometry);
+  if (!copy) refuse(objects, "object " + name + " cannot be copied: it is not part of this file");
+  if (copy->key() != key) {
+    copy->reset(true);
+    copy->setKey(key);
+  }
+  objects.relist();
+  const std::size_t copyIndex = indexOf(objects, key);
+  NodeEdits(objects, copyIndex, settings).apply();
+  return copyIndex;
+}
+
+}  // namespace jtw

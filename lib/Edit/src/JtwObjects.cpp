@@ -1,0 +1,345 @@
+#include "JtwObjects.h"
+
+#include <algorithm>
+#include <limits>
+#include <unordered_set>
+#include <utility>
+
+#include "ApiSysStringConvertors.h"
+#include "JtAssembly.h"
+#include "JtFormatError.h"
+#include "JtPartition.h"
+#include "JtStackNodeIter.h"
+#include "JtwEditError.h"
+#include "JtwFrameLists.h"
+#include "JtwManager.h"
+#include "JtwPMI.h"
+#include "JtwRoot.h"
+#include "ObjectNames.h"
+
+namespace jtw {
+namespace {
+
+/// The node with that id in the file of `start`, at `start` or below it; null when there is none.
+JtNode* findBelow(JtNode& start, std::int32_t id) {
+  const auto iterator = jt::make<JtStackNodeIter>();
+  std::unordered_set<const JtNode*> shared;
+  JtNode* found = nullptr;
+  iterator->setPreVisit([&](JtNode* node) {
+    using Next = JtStackNodeIter::Next;
+    if (node->numParents() > 1 && !shared.insert(node).second) return Next::skipChildren;
+    if (node->objectId() == id) found = node;
+    if (found) return Next::stop;
+    const auto* partition = jt::as<JtPartition>(node);
+    return partition && partition->externalPartition() ? Next::skipChildren : Next::descend;
+  });
+  iterator->run(&start);
+  return found;
+}
+
+/// The node that the ids lead to; null when they lead nowhere.
+JtNode* follow(JtPartition& top, const std::vector<std::int32_t>& ids) {
+  JtNode* at = &top;
+  JtNode* found = nullptr;
+  for (const std::int32_t id : ids) {
+    found = findBelow(*at, id);
+    if (!found) return nullptr;
+    auto* partition = jt::as<JtPartition>(found);
+    at = partition && partition->externalPartition() ? partition->externalPartition() : found;
+  }
+  return found;
+}
+
+/// The ids that lead to a node: of the partitions that represent the files on the way, and its own;
+/// nothing when one has none.
+std::vector<std::int32_t> idsTo(const JtNode* node) {
+  std::vector<std::int32_t> ids{node->objectId()};
+  for (const JtNode* at = node; at->parent(0); at = at->parent(0)) {
+    const auto* holder = jt::as<JtPartition>(at->parent(0));
+    if (holder && holder->externalPartition() == at) ids.insert(ids.begin(), holder->objectId());
+  }
+  if (std::ranges::find(ids, 0) != ids.end()) ids.clear();
+  return ids;
+}
+
+std::string addressOf(const std::vector<std::int32_t>& ids, JtwNode& node) {
+  if (ids.empty()) return {};
+  std::string text;
+  for (const std::int32_t id : ids) text += (text.empty() ? "#" : "/") + std::to_string(id);
+  if (!node.isOfTypePMI()) return text;
+  return node.key().isNull() ? std::string() : text + ":" + std::to_string(node.key().getAsLong());
+}
+
+/// The node that holds an object: its own, or that of the collection of a frame or annotation.
+const JtNode* holderOf(JtwNode& node) {
+  if (!node.isOfTypePMI()) return node.jtNode();
+  JtwCollection* collection = static_cast<JtwPMI&>(node).collection();
+  return collection ? collection->jtNode() : nullptr;
+}
+
+}  // namespace
+
+Objects::Objects(JtwRoot& root, std::string document)
+    : root_(root), document_(std::move(document)) {
+  relist();
+}
+
+Objects::~Objects() = default;
+
+void Objects::relist() {
+  names_.reset();
+  entries_ = tree(root_, root_);
+  parents_.assign(entries_.size(), 0);
+  firstOfKey_.clear();
+  std::vector<std::size_t> path;  // by depth
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    path.resize(static_cast<std::size_t>(entries_[i].depth));
+    if (!path.empty()) parents_[i] = path.back();
+    path.push_back(i);
+    if (const ApiProtoKey key = node(i).key(); !key.isNull())
+      firstOfKey_.emplace(key.getAsLong(), i);
+  }
+}
+
+void Objects::forgetNames() noexcept { names_.reset(); }
+
+const ObjectNames& Objects::names() const {
+  if (!names_) names_ = std::make_unique<ObjectNames>(entries_, parents_);
+  return *names_;
+}
+
+// --- Finding
+
+void Objects::failUnknown(const ObjectAddress& address) const {
+  failRefused(
+      document_, "unknown_key",
+      "the component has no object " + address.text() + "; `jtw tree` lists those that it has");
+}
+
+void Objects::failAmbiguous(const ObjectAddress& address,
+                            const std::vector<std::size_t>& candidates) const {
+  constexpr std::size_t kShown = 10;
+  std::string list;
+  for (std::size_t i = 0; i < std::min(candidates.size(), kShown); ++i) {
+    const std::string other = this->address(candidates[i]);
+    list += (i == 0 ? "" : ", ") + path(candidates[i]);
+    if (!other.empty()) list += " (" + other + ")";
+  }
+  if (candidates.size() > kShown)
+    list += " and " + std::to_string(candidates.size() - kShown) + " more";
+  failRefused(document_, "ambiguous", "several objects are called " + address.text() + ": " + list);
+}
+
+std::optional<std::size_t> Objects::findByIds(const ObjectAddress& address) const {
+  const JtNode* holder = follow(*root_.partition(), address.nodeIds());
+  if (!holder) return {};
+  const bool isFrame = !address.key().isNull();
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    const bool isNamed = !isFrame || node(i).key() == address.key();
+    if (node(i).isOfTypePMI() == isFrame && isNamed && holderOf(node(i)) == holder) return i;
+  }
+  return {};
+}
+
+std::size_t Objects::findByPath(const ObjectAddress& address) const {
+  std::vector<std::size_t> found;
+  for (const ObjectAddress::Step& step : address.path()) {
+    std::vector<std::size_t> next;
+    if (&step == &address.path().front()) {
+      if (names().name(0) == step.name && step.number.value_or(1) == 1) next.push_back(0);
+    } else {
+      for (const std::size_t parent : found) {
+        const auto named = names().below(parent, step.name);
+        if (!step.number)
+          next.insert(next.end(), named.begin(), named.end());
+        else if (*step.number <= named.size())
+          next.push_back(named[*step.number - 1]);
+      }
+    }
+    found = std::move(next);
+  }
+  if (found.empty()) failUnknown(address);
+  if (found.size() > 1) failAmbiguous(address, found);
+  return found.front();
+}
+
+std::size_t Objects::find(const ObjectAddress& address) const {
+  if (address.isRoot()) return 0;
+  if (!address.path().empty()) return findByPath(address);
+  if (!address.name().empty()) {
+    const auto named = names().withName(address.name());
+    if (named.empty()) failUnknown(address);
+    if (named.size() > 1) failAmbiguous(address, {named.begin(), named.end()});
+    return named.front();
+  }
+  if (!address.nodeIds().empty()) {
+    const auto found = findByIds(address);
+    if (!found) failUnknown(address);
+    return *found;
+  }
+  const auto first = firstOfKey_.find(address.key().getAsLong());
+  if (first == firstOfKey_.end()) failUnknown(address);
+  return first->second;
+}
+
+std::string Objects::address(std::size_t index) const {
+  const ApiProtoKey key = node(index).key();
+  if (!key.isNull()) {
+    const auto first = firstOfKey_.find(key.getAsLong());
+    if (first == firstOfKey_.end() || first->second == index)
+      return std::to_string(key.getAsLong());
+  } else if (index == 0) {
+    return "root";
+  }
+  const JtNode* holder = holderOf(node(index));
+  return holder ? addressOf(idsTo(holder), node(index)) : std::string();
+}
+
+std::string Objects::path(std::size_t index) const { return names().path(index); }
+
+std::uint64_t Objects::placeCount(std::size_t index) const {
+  const JtNode* holder = holderOf(node(index));
+  return holder ? jt::placesOf(*holder, *root_.jtNode()) : 1;
+}
+
+std::optional<std::size_t> Objects::parentOf(std::size_t index) const {
+  return index == 0 ? std::nullopt : std::optional(parents_[index]);
+}
+
+JtwNode* Objects::listedParent(std::size_t index) const {
+  return index == 0 ? nullptr : entries_[parents_[index]].node;
+}
+
+std::size_t Objects::endOfSubtree(std::size_t index) const {
+  std::size_t end = index + 1;
+  while (end < entries_.size() && entries_[end].depth > entries_[index].depth) ++end;
+  return end;
+}
+
+// --- Listings
+
+std::vector<ListedObject> Objects::listing(std::size_t index) const {
+  std::vector<ListedObject> listed;
+  const std::size_t end = endOfSubtree(index);
+  listed.reserve(end - index);
+  for (std::size_t i = index; i < end; ++i)
+    listed.push_back({.node = entries_[i].node,
+                      .parent = listedParent(i),
+                      .depth = entries_[i].depth,
+                      .address = address(i)});
+  return listed;
+}
+
+std::vector<ListedObject> Objects::allPlaces() const {
+  constexpr std::size_t kMost = 200'000;
+  std::vector<ListedObject> listed;
+  std::vector<JtwNode*> path;
+  for (const TreePlace& place : treePlaces(root_, kMost)) {
+    path.resize(static_cast<std::size_t>(place.depth));
+    ListedObject object{
+        .node = place.node, .parent = path.empty() ? nullptr : path.back(), .depth = place.depth};
+    path.push_back(place.node);
+    const bool isFirst = place.first == listed.size();
+    const ApiProtoKey key = place.node->key();
+    const auto named = key.isNull() ? firstOfKey_.end() : firstOfKey_.find(key.getAsLong());
+    const bool isNamedByKey =
+        isFirst && named != firstOfKey_.end() && entries_[named->second].node == place.node;
+    if (isNamedByKey)
+      object.address = std::to_string(key.getAsLong());
+    else if (listed.empty())
+      object.address = "root";
+    else
+      object.address = addressOf(place.ids, *place.node);
+    if (!isFirst) {
+      object.sameAs = listed[place.first].address;
+      object.relLoc = place.relLoc;
+      object.name = ApiSysStringConvertors::UnicodeToRWCString(place.name);
+    }
+    listed.push_back(std::move(object));
+  }
+  return listed;
+}
+
+// --- Keys
+
+bool Objects::ensureKey(std::size_t index, const ApiProtoKey& reserved) {
+  if (!node(index).key().isNull()) return true;
+  ApiProtoKey key = nextFreeKey(root_);
+  if (key == reserved) ++key;
+  if (!node(index).setKey(key)) return false;
+  firstOfKey_.emplace(key.getAsLong(), index);
+  return true;
+}
+
+bool Objects::ensureOwnKey(std::size_t index, const ApiProtoKey& reserved) {
+  if (!ensureKey(index, reserved)) return false;
+  JtwNode* holder = nullptr;
+  root_.getNodeByKey(node(index).key(), holder);
+  if (holder && holder != &node(index))
+    failRefused(document_, "key_in_use",
+                "the key " + std::to_string(node(index).key().getAsLong()) +
+                    " is that of another object too, of another file; open the part file alone");
+  return true;
+}
+
+std::size_t Objects::findCollection(const ObjectAddress& address, const ApiProtoKey& reserved) {
+  const std::size_t index = find(address);
+  if (!node(index).isCollection())
+    failRefused(document_, "not_a_collection",
+                "object " + address.text() + " cannot hold others: it is of the kind " +
+                    kindName(node(index)));
+  if (!ensureOwnKey(index, reserved))
+    failRefused(document_, "no_free_key",
+                "object " + address.text() + " has no key and cannot get one");
+  return index;
+}
+
+ApiProtoKey Objects::newKey(const std::string& text) const {
+  if (text == "auto") {
+    const ApiProtoKey key = nextFreeKey(root_);
+    if (key.getAsLong() > std::numeric_limits<std::int32_t>::max())
+      failRefused(document_, "no_free_key",
+                  "the greatest key is in use; name a free one with --key");
+    return key;
+  }
+  const ApiProtoKey key = parseKey(text);
+  if (key.getAsLong() <= 0) failUsage("'" + text + "' is no key: they count from 1");
+  JtwNode* holder = nullptr;
+  root_.getNodeByKey(key, holder);
+  if (const auto first = firstOfKey_.find(key.getAsLong()); !holder && first != firstOfKey_.end())
+    holder = entries_[first->second].node;
+  if (holder)
+    failRefused(document_, "key_in_use",
+                "the key " + text + " is in use by a " + kindName(*holder) +
+                    "; --key auto takes the next free one");
+  return key;
+}
+
+// --- Frames
+
+void failUnreadableFrames(const Objects& objects, JtwNode& collection) {
+  throw EditError(
+      EditError::Kind::input, "bad_frames",
+      "the frame list of object " + objectText(collection) + " cannot be read: " + jt::lastError(),
+      objects.document());
+}
+
+void Objects::framesChanged(JtwCollection* collection) {
+  if (!collection || changedFrames_.contains(collection)) return;
+  if (storedFrames(*collection).form == FrameForm::unreadable)
+    failUnreadableFrames(*this, *collection);
+  changedFrames_.insert(collection);
+}
+
+void Objects::storeFrames() {
+  for (JtwCollection* collection : std::exchange(changedFrames_, {})) {
+    if (storeFramesInTheirForm(*collection)) continue;
+    if (storedFrames(*collection).form == FrameForm::unreadable)
+      failUnreadableFrames(*this, *collection);
+    failRefused(document_, "not_supported",
+                "the frames of object " + objectText(*collection) +
+                    " cannot be stored: it is not part of this file");
+  }
+}
+
+}  // namespace jtw
