@@ -17,10 +17,11 @@
 
 namespace jtw {
 
-/// Changes one object. @return its key, which it gets when it had none; the null key when it cannot
+/// Changes objects, all in the same way. Everything is checked for all of them before the first is
+/// changed. @return their keys, which they get when they had none; null keys for those that cannot
 /// get one. Throws EditError as NodeEdits.
-JTW_API ApiProtoKey setObject(Objects& objects, std::size_t index,
-                              std::span<const Setting> settings);
+JTW_API std::vector<ApiProtoKey> setObjects(Objects& objects, std::span<const std::size_t> indices,
+                                            std::span<const Setting> settings);
 
 /// A new object.
 struct AddRequest {

@@ -114,6 +114,8 @@ class JTW_API Objects {
   std::size_t find(const ObjectAddress& address) const;
   /// The shortest address of an object that needs no names; empty for a frame without key.
   std::string address(std::size_t index) const;
+  /// Its name in UTF-8.
+  const std::string& name(std::size_t index) const;
   /// Its address by names: "/Robot/Arm[2]/Gripper".
   std::string path(std::size_t index) const;
   /// In how many places of the component the object is shown.
@@ -124,6 +126,8 @@ class JTW_API Objects {
   JtwNode* listedParent(std::size_t index) const;
   /// One past the last entry that is listed below that one.
   std::size_t endOfSubtree(std::size_t index) const;
+  /// The object as a line of a listing that starts with it.
+  ListedObject listed(std::size_t index) const;
   /// The object and everything that is listed below it, each once.
   std::vector<ListedObject> listing(std::size_t index) const;
   /// All places of all objects, up to 200,000; see treePlaces().

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ApiGraColor.h"
 #include "JtwExport.h"
@@ -12,6 +14,8 @@ namespace jtw {
 // Values as texts, as the command line and scripts have them. `name` is what messages call the
 // value. All throw EditError "usage".
 
+/// Finite numbers with commas between them; nothing when the text is anything else.
+JTW_API std::optional<std::vector<double>> parseNumbers(std::string_view text);
 /// "true" or "false".
 JTW_API bool parseTruth(const std::string& name, const std::string& text);
 /// "#rrggbb", "#rrggbbaa", three or four numbers from 0 to 1 with commas between them, or the name

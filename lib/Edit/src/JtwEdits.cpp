@@ -30,11 +30,19 @@ void refuse(const Objects& objects, const std::string& message) {
 
 }  // namespace
 
-ApiProtoKey setObject(Objects& objects, std::size_t index, std::span<const Setting> settings) {
-  NodeEdits edits(objects, index, settings);
-  edits.apply();
-  objects.ensureKey(index);
-  return objects.node(index).key();
+std::vector<ApiProtoKey> setObjects(Objects& objects, std::span<const std::size_t> indices,
+                                    std::span<const Setting> settings) {
+  std::vector<NodeEdits> edits;
+  edits.reserve(indices.size());
+  for (const std::size_t index : indices) edits.emplace_back(objects, index, settings);
+  for (NodeEdits& each : edits) each.apply();
+  std::vector<ApiProtoKey> keys;
+  keys.reserve(indices.size());
+  for (const std::size_t index : indices) {
+    objects.ensureKey(index);
+    keys.push_back(objects.node(index).key());
+  }
+  return keys;
 }
 
 // --- Adding

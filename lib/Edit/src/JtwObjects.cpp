@@ -195,6 +195,8 @@ std::string Objects::address(std::size_t index) const {
   return holder ? addressOf(idsTo(holder), node(index)) : std::string();
 }
 
+const std::string& Objects::name(std::size_t index) const { return names().name(index); }
+
 std::string Objects::path(std::size_t index) const { return names().path(index); }
 
 std::uint64_t Objects::placeCount(std::size_t index) const {
@@ -218,15 +220,18 @@ std::size_t Objects::endOfSubtree(std::size_t index) const {
 
 // --- Listings
 
+ListedObject Objects::listed(std::size_t index) const {
+  return {.node = entries_[index].node, .parent = listedParent(index), .address = address(index)};
+}
+
 std::vector<ListedObject> Objects::listing(std::size_t index) const {
   std::vector<ListedObject> listed;
   const std::size_t end = endOfSubtree(index);
   listed.reserve(end - index);
-  for (std::size_t i = index; i < end; ++i)
-    listed.push_back({.node = entries_[i].node,
-                      .parent = listedParent(i),
-                      .depth = entries_[i].depth,
-                      .address = address(i)});
+  for (std::size_t i = index; i < end; ++i) {
+    listed.push_back(this->listed(i));
+    listed.back().depth = entries_[i].depth - entries_[index].depth;
+  }
   return listed;
 }
 

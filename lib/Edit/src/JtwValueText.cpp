@@ -21,23 +21,6 @@ namespace {
   failUsage(name + " is '" + text + "', not " + expected);
 }
 
-/// Finite numbers with commas between them; nothing when the text is anything else.
-std::optional<std::vector<double>> parseNumbers(std::string_view text) {
-  std::vector<double> numbers;
-  const char* at = text.data();
-  const char* const last = text.data() + text.size();
-  while (true) {
-    double number = 0;
-    if (at != last && *at == '+') ++at;
-    const auto [next, error] = std::from_chars(at, last, number);
-    if (error != std::errc() || !std::isfinite(number)) return std::nullopt;
-    numbers.push_back(number);
-    if (next == last) return numbers;
-    if (*next != ',') return std::nullopt;
-    at = next + 1;
-  }
-}
-
 ApiGraColor colorOf(std::uint32_t rgba) {
   const auto byte = [rgba](unsigned shift) { return static_cast<std::uint8_t>(rgba >> shift); };
   return ApiGraColor(byte(24), byte(16), byte(8), static_cast<float>(byte(0)) / 255.0F);
@@ -86,6 +69,22 @@ bool isAffineMatrix(const std::vector<double>& numbers) {
 }
 
 }  // namespace
+
+std::optional<std::vector<double>> parseNumbers(std::string_view text) {
+  std::vector<double> numbers;
+  const char* at = text.data();
+  const char* const last = text.data() + text.size();
+  while (true) {
+    double number = 0;
+    if (at != last && *at == '+') ++at;
+    const auto [next, error] = std::from_chars(at, last, number);
+    if (error != std::errc() || !std::isfinite(number)) return std::nullopt;
+    numbers.push_back(number);
+    if (next == last) return numbers;
+    if (*next != ',') return std::nullopt;
+    at = next + 1;
+  }
+}
 
 bool parseTruth(const std::string& name, const std::string& text) {
   if (text != "true" && text != "false") failValue(name, text, "true or false");

@@ -41,6 +41,7 @@ ExitCode runCopy(Session& session);
 ExitCode runDiff(Session& session);
 ExitCode runNew(Session& session);
 ExitCode runTree(Session& session);
+ExitCode runFind(Session& session);
 ExitCode runGet(Session& session);
 ExitCode runSet(Session& session);
 ExitCode runAdd(Session& session);

@@ -51,6 +51,21 @@ constexpr Option kNewOptions[] = {
     {"unit", 0, "UNIT", "its unit of length, named as for set (Millimeters)"},
     {"force", 0, nullptr, "replace a component that is there already"},
     kDryRun};
+constexpr Option kSelect{
+    "select", 0, "EXPR",
+    "in the place of KEY: all objects that the expression holds for, see find"};
+constexpr Option kTreeOptions[] = {
+    {"depth", 0, "N", "only so many levels below the first"},
+    {"kind", 0, "KIND", "only objects of that kind, and what they are listed under"},
+    {"select", 0, "EXPR",
+     "only objects that the expression holds for, see find, and what they\n"
+     "are listed under"},
+    {"under", 0, "KEY", "only that object and what is below it"},
+    kMaxSegment,
+    kMaxDocument,
+    kFollowLinks};
+constexpr Option kGetOptions[] = {kSelect, kMaxSegment, kMaxDocument, kFollowLinks};
+constexpr Option kChangeOptions[] = {kSelect, kDryRun, kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kSetOptions[] = {kDryRun, kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kKey{"key", 0, "K", "the key of the new object; 'auto', the next free one (auto)"};
 constexpr Option kAddOptions[] = {kKey,
@@ -206,23 +221,40 @@ constexpr Command kCommands[] = {
      "A name that ends in .kpak, .co or .cor becomes a folder with a JT file in it. The component\n"
      "gets the key 1 and the name of the document.",
      1, 1, kNewOptions, runNew},
-    {"tree", "DOC", "a component as the host sees it", "jtw tree gear.kpak",
+    {"tree", "DOC [--depth N] [--kind KIND] [--under KEY] [--select EXPR]",
+     "a component as the host sees it", "jtw tree gear.kpak --depth 2",
      "Lists every place of every object; '= ADDRESS' marks those that are listed again.", 1, 1,
-     kLimitOptions, runTree},
-    {"get", "DOC KEY", "one object of a component", "jtw get gear.kpak 7 --json",
-     "KEY is the key of the object, 'root' for the component itself, or another address that tree\n"
-     "shows: '#ID' by the id of its node, '#A/ID' for node ID of the part file that node A stands "
-     "for.",
-     2, 2, kLimitOptions, runGet},
-    {"set", "DOC KEY NAME=VALUE...", "changes one object of a component and saves",
+     kTreeOptions, runTree},
+    {"find", "DOC EXPR", "the objects of a component that an expression holds for",
+     "jtw find cell.kpak \"kind=entity and name='Bolt*' and not below=/Cell/Robot\"",
+     "EXPR is FIELD=VALUE, FIELD!=VALUE, and for numbers <, <=, > and >=, joined by and, or, not\n"
+     "and parentheses. A value with spaces or parentheses stands between quotation marks.\n"
+     "  kind=component|block|link|sub-device|entity|frame|annotation\n"
+     "  name=PATTERN; * is any text, ? any character\n"
+     "  key=N, key=A..B; layer=N, layer=A..B (of annotations); without a value: has one\n"
+     "  unit=UNIT, color=COLOR, displayed=true|false, preserved=true|false\n"
+     "  property.NAME, property.NAME=PATTERN: of its node in the scene graph\n"
+     "  below=KEY: listed below that object; attached, attached=KEY: to any, to that object\n"
+     "  within=x,y,z,x,y,z: lies in that box, in millimetres of the component",
+     2, 2, kLimitOptions, runFind},
+    {"get", "DOC KEY | DOC --select EXPR", "objects of a component", "jtw get gear.kpak 7 --json",
+     "KEY is the key of the object; 'root' for the component itself; its name, when no other "
+     "object\n"
+     "has it; a path of names, /Robot/Arm[2]/Gripper, where [2] is the second of that name; or an\n"
+     "address that tree shows: '#ID' by the id of its node, '#A/ID' for node ID of the part file\n"
+     "that node A represents.",
+     1, 2, kGetOptions, runGet},
+    {"set", "DOC KEY NAME=VALUE... | DOC --select EXPR NAME=VALUE...",
+     "changes objects of a component and saves",
      "jtw set gear.kpak 7 name=Gripper color=#ff8000 loc=100,0,50,0,0,90",
      "All or nothing: one bad value changes nothing. KEY as for get; an object without key gets "
      "the\n"
      "next free one.\n"
      "  name=TEXT\n"
-     "  color=#rrggbb | #rrggbbaa | r,g,b[,a] with numbers from 0 to 1\n"
-     "  unit=Micrometers|Millimeters|Centimeters|Decimeters|Meters|Kilometers|Inches|Feet|\n"
-     "       Yards|Miles; numbers that are stored stay and are read in the new unit\n"
+     "  color=#rrggbb | #rrggbbaa | r,g,b[,a] with numbers from 0 to 1 | red, blue, gray, ...\n"
+     "  unit=um|mm|cm|dm|m|km|in|ft|yd|mi, or Micrometers to Miles in full; numbers that are "
+     "stored\n"
+     "       stay and are read in the new unit\n"
      "  attributes=TEXT, uniqueId=TEXT, relStringId=TEXT\n"
      "  displayed=true|false, preserved=true|false\n"
      "  attachment=KEY | KEY:TYPE | none\n"
@@ -230,7 +262,7 @@ constexpr Command kCommands[] = {
      "       backgroundColor=, geomColor=, plane=x,y,z,x,y,z (directions); color is that of the "
      "text\n"
      "  loc=x,y,z | x,y,z,rx,ry,rz in degrees | 16 numbers of a matrix, row by row",
-     3, kManyArguments, kSetOptions, runSet},
+     2, kManyArguments, kChangeOptions, runSet},
     {"add", "DOC KIND [--key K] [--parent P] [NAME=VALUE...]",
      "makes a new object in a component and saves",
      "jtw add gear.kpak block --key auto --parent 2 --name Arm --loc 100,0,50",
@@ -239,9 +271,10 @@ constexpr Command kCommands[] = {
      "--text\n"
      "are several lines.",
      2, kManyArguments, kAddOptions, runAdd},
-    {"rm", "DOC KEY", "removes an object and everything below it, and saves", "jtw rm gear.kpak 7",
-     "KEY as for get. Objects that were attached to what is gone are no longer attached.", 2, 2,
-     kSetOptions, runRm},
+    {"rm", "DOC KEY | DOC --select EXPR", "removes objects and everything below them, and saves",
+     "jtw rm gear.kpak 7",
+     "KEY as for get. Objects that were attached to what is gone are no longer attached.", 1, 2,
+     kChangeOptions, runRm},
     {"mv", "DOC KEY --parent P", "moves an object under another one and saves",
      "jtw mv gear.kpak 7 --parent 2 --keep-place",
      "Its place relative to its parent stays the same; with --keep-place its place in the "

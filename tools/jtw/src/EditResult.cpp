@@ -7,15 +7,28 @@
 
 namespace tool {
 
-void writeNodeResult(JsonWriter& json, const Component& component, std::size_t index) {
-  const jtw::Objects& objects = component.objects();
-  const ListedObject object{.node = &objects.node(index),
-                            .parent = objects.listedParent(index),
-                            .address = objects.address(index)};
-  json.key("node");
+namespace {
+
+void writeNode(JsonWriter& json, const Component& component, std::size_t index) {
+  const ListedObject object = component.objects().listed(index);
   json.beginObject();
   writeNodeMembers(json, object);
   json.numbers("absLoc", object.node->absLoc().values());
+  json.end();
+}
+
+}  // namespace
+
+void writeNodeResult(JsonWriter& json, const Component& component, std::size_t index) {
+  json.key("node");
+  writeNode(json, component, index);
+}
+
+void writeNodeResults(JsonWriter& json, const Component& component,
+                      std::span<const std::size_t> indices) {
+  json.key("nodes");
+  json.beginArray();
+  for (const std::size_t index : indices) writeNode(json, component, index);
   json.end();
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 
 #include "Failure.h"
@@ -17,6 +18,10 @@ class Session;
 
 /// Writes the member "node": an object as `get` shows it, without its children.
 void writeNodeResult(JsonWriter& json, const Component& component, std::size_t index);
+
+/// Writes the member "nodes": a list of the same.
+void writeNodeResults(JsonWriter& json, const Component& component,
+                      std::span<const std::size_t> indices);
 
 /// The members that one command adds to its result.
 using ResultMembers = std::function<void(JsonWriter&)>;

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "JtBounds.h"
 #include "JtPartition.h"
 #include "JtPathAttributes.h"
 
@@ -57,7 +58,16 @@ Box ownBox(const JtNode& node) {
 
 }  // namespace
 
-std::optional<jt::Box> JtPartition::computeBounds() const {
+jt::Box jt::unite(const Box& a, const Box& b) {
+  if (!a.isValid()) return b;
+  Box box = a;
+  include(box, b);
+  return box;
+}
+
+std::optional<jt::Box> JtPartition::computeBounds() const { return jt::contentBounds(*this); }
+
+std::optional<jt::Box> jt::contentBounds(const JtNode& root) {
   // Each node once, children first, with a stack of its own: depth and shared nodes do not matter.
   // Below a final transform others do not count, so a node may have two boxes.
   std::array<std::unordered_map<const JtNode*, Box>, 2> boxes;
@@ -76,12 +86,12 @@ std::optional<jt::Box> JtPartition::computeBounds() const {
     Box box;
   };
   std::vector<Level> stack;
-  stack.emplace_back(*this, false);
-  stack.back().box = {};
+  stack.emplace_back(root, false);
+  if (jt::as<JtPartition>(&root)) stack.back().box = {};
   for (;;) {
     Level& level = stack.back();
     const auto* partition = jt::as<JtPartition>(level.node);
-    const bool isLeaf = partition && !partition->fileName().isEmpty();
+    const bool isLeaf = stack.size() > 1 && partition && !partition->fileName().isEmpty();
     if (!isLeaf && level.next < level.node->numChildren()) {
       const JtNode* child = level.node->child(level.next++);
       const auto& known = boxes[level.isFinal ? 1 : 0];

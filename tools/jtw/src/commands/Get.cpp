@@ -1,6 +1,7 @@
 #include <string>
 
 #include "Assembly.h"
+#include "Choice.h"
 #include "Command.h"
 #include "Component.h"
 #include "JtwTree.h"
@@ -47,22 +48,37 @@ void showNode(Session& session, const ListedObject& object, std::uint64_t places
 }  // namespace
 
 ExitCode runGet(Session& session) {
-  const jtw::ObjectAddress name(session.argument(1));
+  const Choice choice(session);
   const Component component(session, session.argument(0), false);
-  const std::size_t index = component.find(name);
-  const std::vector<ListedObject> listing = component.objects().listing(index);
-  const std::uint64_t places = component.objects().placeCount(index);
+  const jtw::Objects& objects = component.objects();
+  const std::vector<std::size_t> chosen = choice.of(objects);
   if (!session.wantsJson()) {
-    showNode(session, listing[0], places);
+    for (const std::size_t index : chosen)
+      showNode(session, objects.listed(index), objects.placeCount(index));
     return ExitCode::done;
   }
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("document", component.document());
-  writeNodeMembers(json, listing[0]);
-  json.numbers("absLoc", listing[0].node->absLoc().values());
-  json.member("places", places);
-  writeChildren(json, listing);
+  const auto writeMembers = [&](std::size_t index) {
+    const ListedObject object = objects.listed(index);
+    writeNodeMembers(json, object);
+    json.numbers("absLoc", object.node->absLoc().values());
+    json.member("places", objects.placeCount(index));
+  };
+  if (choice.isSelection()) {
+    json.key("nodes");
+    json.beginArray();
+    for (const std::size_t index : chosen) {
+      json.beginObject();
+      writeMembers(index);
+      json.end();
+    }
+    json.end();
+  } else {
+    writeMembers(chosen.front());
+    writeChildren(json, objects.listing(chosen.front()));
+  }
   writeFiles(json, component.partFiles());
   session.endResult();
   return ExitCode::done;

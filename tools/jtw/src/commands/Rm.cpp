@@ -1,6 +1,7 @@
-#include <span>
 #include <string>
+#include <vector>
 
+#include "Choice.h"
 #include "Command.h"
 #include "Component.h"
 #include "EditResult.h"
@@ -11,14 +12,19 @@
 namespace tool {
 
 ExitCode runRm(Session& session) {
-  const jtw::ObjectAddress address(session.argument(1));
+  const Choice choice(session);
   Component component(session, session.argument(0), !session.arguments().has("dry-run"));
   jtw::Objects& objects = component.objects();
-  const std::size_t index = objects.find(address);
-  const std::uint64_t places = objects.placeCount(index);
-  std::string line = "removed " + std::string(kindName(objects.node(index))) + " " + address.text();
-  const jtw::RemoveResult result = jtw::removeObjects(objects, std::span(&index, 1));
-  if (result.count > 1) line += " and " + std::to_string(result.count - 1) + " below it";
+  const std::vector<std::size_t> chosen = choice.of(objects);
+  const std::uint64_t places = choice.isSelection() ? 1 : objects.placeCount(chosen.front());
+  std::string line = "removed ";
+  if (!choice.isSelection())
+    line += std::string(kindName(objects.node(chosen.front()))) + " " + choice.text();
+  const jtw::RemoveResult result = jtw::removeObjects(objects, chosen);
+  if (choice.isSelection())
+    line += counted(result.count, "object");
+  else if (result.count > 1)
+    line += " and " + std::to_string(result.count - 1) + " below it";
   if (!result.detached.empty())
     line +=
         "; " + counted(result.detached.size(), "object") + " no longer attached to what is gone";

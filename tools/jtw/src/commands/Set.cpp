@@ -1,6 +1,8 @@
 #include <span>
 #include <string>
+#include <vector>
 
+#include "Choice.h"
 #include "Command.h"
 #include "Component.h"
 #include "EditResult.h"
@@ -10,16 +12,25 @@
 namespace tool {
 
 ExitCode runSet(Session& session) {
-  const auto& words = session.arguments().positional();
-  const jtw::ObjectAddress address(words[1]);
-  const std::vector<jtw::Setting> settings = jtw::parseSettings(std::span(words).subspan(2));
-  Component component(session, words[0], !session.arguments().has("dry-run"));
-  const std::size_t index = component.find(address);
-  if (jtw::setObject(component.objects(), index, settings).isNull())
-    session.warn(component.document() + ": the object has no key, and none could be given to it");
+  const Choice choice(session);
+  const std::vector<jtw::Setting> settings = jtw::parseSettings(
+      std::span(session.arguments().positional()).subspan(choice.firstArgument()));
+  if (settings.empty()) failUsage("there is nothing to set: NAME=VALUE");
+  Component component(session, session.argument(0), !session.arguments().has("dry-run"));
+  jtw::Objects& objects = component.objects();
+  const std::vector<std::size_t> chosen = choice.of(objects);
+  for (const ApiProtoKey& key : jtw::setObjects(objects, chosen, settings))
+    if (key.isNull())
+      session.warn(component.document() + ": the object has no key, and none could be given to it");
   return saveAndReport(
-      session, component, "", [&](JsonWriter& json) { writeNodeResult(json, component, index); },
-      component.objects().placeCount(index));
+      session, component, choice.isSelection() ? "set " + counted(chosen.size(), "object") : "",
+      [&](JsonWriter& json) {
+        if (choice.isSelection())
+          writeNodeResults(json, component, chosen);
+        else
+          writeNodeResult(json, component, chosen.front());
+      },
+      choice.isSelection() ? 1 : objects.placeCount(chosen.front()));
 }
 
 }  // namespace tool

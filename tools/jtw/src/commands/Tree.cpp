@@ -1,9 +1,13 @@
+#include <algorithm>
+#include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
+#include "JtwSelection.h"
 #include "JtwTree.h"
 #include "NodeView.h"
 #include "Session.h"
@@ -67,7 +71,7 @@ void showTree(Session& session, const std::vector<ListedObject>& entries) {
   Branches branches;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     JtwNode& node = *entries[i].node;
-    const auto depth = static_cast<std::size_t>(entries[i].depth);
+    const auto depth = static_cast<std::size_t>(entries[i].depth - entries.front().depth);
     std::string line = branches.enter(depth, isLast[i]);
     line +=
         style.paint(Ink::yellow, entries[i].address.empty() ? "-" : entries[i].address) + "  " +
@@ -84,10 +88,74 @@ void showTree(Session& session, const std::vector<ListedObject>& entries) {
 
 }  // namespace
 
+namespace {
+
+/// What of a listing is shown.
+class TreeFilter {
+ public:
+  explicit TreeFilter(const Arguments& arguments) : depth_(arguments.positiveNumber("depth")) {
+    if (const std::string* under = arguments.value("under")) under_.emplace(*under);
+    std::string expression;
+    if (const std::string* given = arguments.value("select")) expression = "(" + *given + ")";
+    if (const std::string* kind = arguments.value("kind"))
+      expression += (expression.empty() ? "kind=" : " and kind=") + *kind;
+    // Parsed by itself first, so that an error counts from its own start.
+    if (const std::string* given = arguments.value("select")) jtw::Selection check(*given);
+    if (!expression.empty()) selection_.emplace(expression);
+  }
+
+  std::vector<ListedObject> apply(const jtw::Objects& objects,
+                                  std::vector<ListedObject> places) const {
+    if (under_) places = below(places, objects.node(objects.find(*under_)));
+    if (selection_) places = selected(places, objects);
+    if (depth_)
+      std::erase_if(places, [this, top = places.front().depth](const ListedObject& place) {
+        return static_cast<std::uint64_t>(place.depth - top) > *depth_;
+      });
+    return places;
+  }
+
+ private:
+  /// The first place of an object and what is listed below it.
+  static std::vector<ListedObject> below(const std::vector<ListedObject>& places,
+                                         const JtwNode& node) {
+    const auto first = std::ranges::find(places, &node, &ListedObject::node);
+    const auto end = std::find_if(first + 1, places.end(), [&](const ListedObject& place) {
+      return place.depth <= first->depth;
+    });
+    return {first, end};
+  }
+
+  /// The places of selected objects, and what they are listed under.
+  std::vector<ListedObject> selected(const std::vector<ListedObject>& places,
+                                     const jtw::Objects& objects) const {
+    std::unordered_set<const JtwNode*> wanted;
+    for (const std::size_t index : selection_->of(objects)) wanted.insert(&objects.node(index));
+    std::vector<ListedObject> kept;
+    int below = places.front().depth;  // what is above that depth holds something that is kept
+    for (auto place = places.rbegin(); place != places.rend(); ++place) {
+      if (!wanted.contains(place->node) && place->depth >= below && &*place != &places.front())
+        continue;
+      below = place->depth;
+      kept.push_back(*place);
+    }
+    std::ranges::reverse(kept);
+    return kept;
+  }
+
+  std::optional<std::uint64_t> depth_;
+  std::optional<jtw::ObjectAddress> under_;
+  std::optional<jtw::Selection> selection_;
+};
+
+}  // namespace
+
 ExitCode runTree(Session& session) {
+  const TreeFilter filter(session.arguments());
   const Component component(session, session.argument(0), false);
   const jtw::Reading reading(component.root());
-  const std::vector<ListedObject> places = component.objects().allPlaces();
+  const std::vector<ListedObject> places =
+      filter.apply(component.objects(), component.objects().allPlaces());
   const std::vector<jt::PartFile> parts = component.partFiles();
   if (!session.wantsJson()) {
     showTree(session, places);

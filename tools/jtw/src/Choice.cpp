@@ -1,0 +1,30 @@
+#include "Choice.h"
+
+#include "Failure.h"
+#include "JtwEditError.h"
+#include "Session.h"
+
+namespace tool {
+
+Choice::Choice(const Session& session) {
+  const auto& words = session.arguments().positional();
+  if (const std::string* expression = session.arguments().value("select")) {
+    text_ = *expression;
+    selection_.emplace(text_);
+    return;
+  }
+  if (words.size() < 2)
+    failUsage("an object is missing: its KEY, or --select EXPRESSION for those that it holds for");
+  text_ = words[1];
+  address_.emplace(text_);
+}
+
+std::vector<std::size_t> Choice::of(const jtw::Objects& objects) const {
+  if (address_) return {objects.find(*address_)};
+  std::vector<std::size_t> found = selection_->of(objects);
+  if (found.empty())
+    jtw::failRefused(objects.document(), "unknown_key", "no object is selected by " + text_);
+  return found;
+}
+
+}  // namespace tool

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "JtwSelection.h"
+
+namespace tool {
+
+class Session;
+
+/// The objects that a command is for: the one with the address KEY, or all that --select has.
+/// Either of them is given; settings and other arguments follow behind.
+class Choice {
+ public:
+  /// Reads the command line. Throws Failure "usage" where neither or both are given.
+  explicit Choice(const Session& session);
+
+  /// True for --select: there may be any number of objects.
+  bool isSelection() const noexcept { return selection_.has_value(); }
+  /// What was given: the address, or the expression.
+  const std::string& text() const noexcept { return text_; }
+  /// Index of the first argument behind DOC and KEY.
+  std::size_t firstArgument() const noexcept { return isSelection() ? 1 : 2; }
+  /// Indices of the objects. Throws jtw::EditError, "unknown_key" also for an expression that holds
+  /// for nothing.
+  std::vector<std::size_t> of(const jtw::Objects& objects) const;
+
+ private:
+  std::string text_;
+  std::optional<jtw::ObjectAddress> address_;
+  std::optional<jtw::Selection> selection_;
+};
+
+}  // namespace tool
