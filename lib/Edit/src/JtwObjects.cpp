@@ -201,7 +201,7 @@ std::string Objects::path(std::size_t index) const { return names().path(index);
 
 std::uint64_t Objects::placeCount(std::size_t index) const {
   const JtNode* holder = holderOf(node(index));
-  return holder ? jt::placesOf(*holder, *root_.jtNode()) : 1;
+  return holder ? jt::PlaceCounts(*root_.jtNode()).of(*holder) : 1;
 }
 
 std::optional<std::size_t> Objects::parentOf(std::size_t index) const {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "JtExport.h"
@@ -35,8 +36,18 @@ JT_API const char* stateName(PartFile::State state) noexcept;
 /// they are met. Only what JtPartition::openAllPartitions was called for is known.
 JT_API std::vector<PartFile> partFilesOf(const JtPartition& top);
 
-/// How many paths lead from `root` down to `node`: in how many places of the assembly it is shown.
-/// 0 when there is none; the greatest number when there are more than fit.
-JT_API std::uint64_t placesOf(const JtNode& node, const JtNode& root);
+/// In how many places of an assembly its nodes are shown: how many paths lead from its root down to
+/// a node. Remembers what it has counted, so that asking for every node takes one walk over the
+/// graph; the graph must not change meanwhile.
+class JT_API PlaceCounts {
+ public:
+  /// @param root must outlive the object
+  explicit PlaceCounts(const JtNode& root) : places_{{&root, 1}} {}
+  /// 0 when no path leads to the node; the greatest number when there are more than fit.
+  std::uint64_t of(const JtNode& node);
+
+ private:
+  std::unordered_map<const JtNode*, std::uint64_t> places_;
+};
 
 }  // namespace jt

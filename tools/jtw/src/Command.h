@@ -42,6 +42,7 @@ ExitCode runDiff(Session& session);
 ExitCode runNew(Session& session);
 ExitCode runTree(Session& session);
 ExitCode runFind(Session& session);
+ExitCode runInspect(Session& session);
 ExitCode runGet(Session& session);
 ExitCode runSet(Session& session);
 ExitCode runAdd(Session& session);

@@ -64,6 +64,13 @@ constexpr Option kTreeOptions[] = {
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
+constexpr Option kInspectOptions[] = {
+    {"sort", 0, "COLUMN[,desc]", "in the order of that column; desc: the greatest first"},
+    {"select", 0, "EXPR", "only the parts that the expression holds for, see find"},
+    {"csv", 0, nullptr, "as comma-separated values"},
+    kMaxSegment,
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kGetOptions[] = {kSelect, kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kChangeOptions[] = {kSelect, kDryRun, kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kSetOptions[] = {kDryRun, kMaxSegment, kMaxDocument, kFollowLinks};
@@ -102,6 +109,9 @@ constexpr Option kCloneOptions[] = {
     kMaxDocument,
     kFollowLinks};
 constexpr Option kFramesOptions[] = {
+    {"from", 0, "A", "with --to: where object B lies, seen from object A"},
+    {"to", 0, "B", "the other object"},
+    {"unit", 0, "UNIT", "with --from and --to: the unit of length, named as for set (Millimeters)"},
     {"set", 0, "FILE",
      "put the frames in FILE, or on standard input, in the place of those of KEY"},
     {"binary", 0, nullptr, "with --set: store the list in a segment of its own, loaded on demand"},
@@ -237,6 +247,14 @@ constexpr Command kCommands[] = {
      "  below=KEY: listed below that object; attached, attached=KEY: to any, to that object\n"
      "  within=x,y,z,x,y,z: lies in that box, in millimetres of the component",
      2, 2, kLimitOptions, runFind},
+    {"inspect", "DOC [--sort COLUMN[,desc]] [--select EXPR] [--csv]",
+     "a table of the parts of a component: triangles, sizes, materials, ...",
+     "jtw inspect cell.kpak --sort triangles,desc",
+     "Columns: path, key, triangles, vertices, lods (levels of detail), bytes (stored), bounds\n"
+     "(in millimetres of the component), material, texture, unit, instances (places), exact\n"
+     "(precise geometry), annotations. Counts are those of the finest level, as the file states\n"
+     "them; nothing is decoded.",
+     1, 1, kInspectOptions, runInspect},
     {"get", "DOC KEY | DOC --select EXPR", "objects of a component", "jtw get gear.kpak 7 --json",
      "KEY is the key of the object; 'root' for the component itself; its name, when no other "
      "object\n"
@@ -285,12 +303,14 @@ constexpr Command kCommands[] = {
      "copies an entity with its geometry, beside it, and saves",
      "jtw clone gear.kpak 3 --key auto name=Copy", "NAME=VALUE as for set.", 2, kManyArguments,
      kCloneOptions, runClone},
-    {"frames", "DOC [KEY] [--set FILE [--binary]]", "shows or replaces lists of frames",
+    {"frames", "DOC [KEY] [--set FILE [--binary]] | DOC --from A --to B [--unit UNIT]",
+     "shows or replaces lists of frames; where one object lies, seen from another",
      "jtw frames gear.kpak 2 --json | jtw frames wheel.kpak 2 --set -",
      "Without KEY, all lists. FILE holds what 'frames DOC KEY --json' prints, or only the list in "
      "it.\n"
      "All members of a frame may be missing: key (the next free one), name, displayed, relLoc\n"
-     "(3, 6 or 16 numbers), color {r,g,b,a}, attributes, attachment {parent,type}.",
+     "(3, 6 or 16 numbers), color {r,g,b,a}, attributes, attachment {parent,type}.\n"
+     "With --from and --to, any two objects: the placement of B in the coordinates of A.",
      1, 2, kFramesOptions, runFrames},
     {"pmi", "DOC [KEY] [--all]", "lists the annotations of a component", "jtw pmi gear.kpak --json",
      "KEY as for get: only the annotations below that object. Lengths are in millimetres.", 1, 2,

@@ -67,22 +67,21 @@ std::vector<PartFile> partFilesOf(const JtPartition& top) {
   return files;
 }
 
-std::uint64_t placesOf(const JtNode& node, const JtNode& root) {
+std::uint64_t PlaceCounts::of(const JtNode& node) {
   constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
   // Upwards, parents first, with a stack of its own: assemblies may be deep.
-  std::unordered_map<const JtNode*, std::uint64_t> places{{&root, 1}};
   std::vector<const JtNode*> pending{&node};
   while (!pending.empty()) {
     const JtNode* current = pending.back();
-    if (places.contains(current)) {
+    if (places_.contains(current)) {
       pending.pop_back();
       continue;
     }
     std::uint64_t sum = 0;
     bool isReady = true;
     for (int i = 0; i < current->numParents(); ++i) {
-      const auto above = places.find(current->parent(i));
-      if (above == places.end()) {
+      const auto above = places_.find(current->parent(i));
+      if (above == places_.end()) {
         pending.push_back(current->parent(i));
         isReady = false;
       } else {
@@ -90,10 +89,10 @@ std::uint64_t placesOf(const JtNode& node, const JtNode& root) {
       }
     }
     if (!isReady) continue;
-    places.emplace(current, sum);
+    places_.emplace(current, sum);
     pending.pop_back();
   }
-  return places.at(&node);
+  return places_.at(&node);
 }
 
 }  // namespace jt

@@ -5,6 +5,7 @@
 #include "JtShape.h"
 #include "file/save/SavePlan.h"
 #include "file/save/SceneWriter.h"
+#include "inspect/StatedCounts.h"
 
 namespace jt {
 
@@ -24,17 +25,21 @@ void add(ShapeSummary::Counts& counts, const ShapeSummary::Counts& more) noexcep
 
 }  // namespace
 
+StatedCounts statedCounts(const JtShape& shape) {
+  const ShapeStatistics& statistics = shape.statistics();
+  const bool isLineOrPoint = as<JtSparseShape>(&shape) != nullptr;
+  return {{1, isLineOrPoint ? 0 : countOf(statistics.polygons), countOf(statistics.vertices)},
+          statistics.vertices.max >= 0 && statistics.polygons.max >= 0};
+}
+
 ShapeSummary summarizeShapes(const JtPartition& partition) {
   ShapeSummary summary;
   std::array<ShapeSummary::Level, 11> levels;  // by segment type - 6
   for (const JtNode* node : file::SceneWriter::nodesOf(partition)) {
     const auto* shape = as<JtShape>(node);
     if (!shape) continue;
-    const ShapeStatistics& statistics = shape->statistics();
-    const bool isLineOrPoint = as<JtSparseShape>(node) != nullptr;
-    const ShapeSummary::Counts counts{1, isLineOrPoint ? 0 : countOf(statistics.polygons),
-                                      countOf(statistics.vertices)};
-    if (statistics.vertices.max < 0 || statistics.polygons.max < 0) ++summary.uncounted;
+    const auto [counts, isComplete] = statedCounts(*shape);
+    if (!isComplete) ++summary.uncounted;
     const auto place =
         static_cast<std::size_t>(file::SavePlan::segmentTypeOf(*shape) - kWithoutLevel);
     add(levels[place], counts);

@@ -1,3 +1,5 @@
+#include <array>
+#include <cmath>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -16,6 +18,9 @@
 #include "JtwCollection.h"
 #include "JtwFrameLists.h"
 #include "JtwPMI.h"
+#include "JtwPlacements.h"
+#include "JtwTree.h"
+#include "JtwValueText.h"
 #include "NodeView.h"
 #include "Session.h"
 
@@ -197,10 +202,83 @@ ExitCode replaceList(Session& session, Component& component, const jtw::ObjectAd
       places);
 }
 
+// --- One frame, seen from another
+
+/// With as many digits as single precision has. @param noise what is less is 0
+std::string shortText(double number, double noise) {
+  return numberText(std::abs(number) < noise ? 0.0F : static_cast<float>(number));
+}
+
+std::string shortText(const RTVec3D& vector, double noise) {
+  return shortText(vector.x, noise) + ", " + shortText(vector.y, noise) + ", " +
+         shortText(vector.z, noise);
+}
+
+void showPlacement(Session& session, const RTTran3D& placement, const std::string& unit) {
+  constexpr double kSingle = 1e-7;
+  constexpr double kAngle = 1e-5;
+  Output& out = session.out();
+  const RTVec3D move = placement.getTranslation();
+  const double noise = kSingle * move.length();
+  out.line("translate  " + shortText(move, noise) + "  " + unit);
+  const auto rotation = jtw::rotationOf(placement);
+  out.line("rotate     " + (rotation ? shortText(*rotation, kAngle) + "  degrees about x, y, z"
+                                     : std::string("not by a rotation alone")));
+  for (std::size_t row = 0; row < 4; ++row) {
+    std::string line = row == 0 ? "matrix    " : "          ";
+    for (std::size_t column = 0; column < 4; ++column)
+      line += " " + padLeft(shortText(placement(row, column), column < 3 ? kSingle : noise), 13);
+    out.line(line);
+  }
+}
+
+ExitCode showRelation(Session& session, const jtw::ObjectAddress& from,
+                      const jtw::ObjectAddress& to) {
+  const std::string* unitName = session.arguments().value("unit");
+  const float ratio = unitName ? jtw::parseUnit("--unit", *unitName) : 1.0F;
+  const Component component(session, session.argument(0), false);
+  const jtw::Objects& objects = component.objects();
+  const std::size_t fromIndex = objects.find(from);
+  const std::size_t toIndex = objects.find(to);
+  RTTran3D placement = jtw::placementFrom(objects, fromIndex, toIndex);
+  placement.setTranslation(placement.getTranslation() * (1.0 / static_cast<double>(ratio)));
+  const std::string unit = jtw::unitName(ratio);
+  if (!session.wantsJson()) {
+    showPlacement(session, placement, unit);
+    return ExitCode::done;
+  }
+  JsonWriter& json = session.json();
+  session.beginResult();
+  json.member("document", component.document());
+  json.textOrNull("from", objects.address(fromIndex));
+  json.textOrNull("to", objects.address(toIndex));
+  json.numbers("matrix", placement.values());
+  json.member("unit", unit);
+  const auto rotation = jtw::rotationOf(placement);
+  json.numbers("translate", std::array{placement(0, 3), placement(1, 3), placement(2, 3)});
+  if (rotation)
+    json.numbers("rotate", std::array{rotation->x, rotation->y, rotation->z});
+  else
+    json.nullMember("rotate");
+  writeFiles(json, component.partFiles());
+  session.endResult();
+  return ExitCode::done;
+}
+
 }  // namespace
 
 ExitCode runFrames(Session& session) {
   const Arguments& arguments = session.arguments();
+  const std::string* from = arguments.value("from");
+  const std::string* to = arguments.value("to");
+  if (from && to) {
+    if (arguments.positional().size() > 1 || arguments.has("set") || arguments.has("binary") ||
+        arguments.has("dry-run"))
+      failUsage("--from and --to go with neither a KEY nor --set");
+    return showRelation(session, jtw::ObjectAddress(*from), jtw::ObjectAddress(*to));
+  }
+  if (from || to || arguments.has("unit"))
+    failUsage("--from, --to and --unit go together: where one object lies, seen from another");
   const std::string* file = arguments.value("set");
   std::optional<jtw::ObjectAddress> name;
   if (arguments.positional().size() > 1) name.emplace(session.argument(1));
