@@ -202,6 +202,64 @@ TEST_F(Inspect, SortsByAnyColumnAndTakesASelection) {
   }
 }
 
+TEST_F(Inspect, InfoSaysWhatKindsOfDataThereAre) {
+  const struct {
+    const char* file;
+    const char* content;
+  } contents[] = {
+      {"press.jt", R"({"pmi": true, "exactGeometry": true, "textures": true, "otherFiles": true})"},
+      {"typed95.jt", R"({"pmi": true, "exactGeometry": false})"},
+      {"zoo100.jt", R"({"pmi": false, "textures": true})"},
+      {"tiny100.jt", R"({"pmi": false, "exactGeometry": false, "textures": false,
+                         "otherFiles": false})"}};
+  for (const auto& [file, content] : contents)
+    EXPECT_TRUE(matches(work_.json(std::string("info ") + file).at("content"), content)) << file;
+  EXPECT_NE(
+      work_.run("info press.jt")
+          .out.find("content     annotations (PMI), exact geometry, textures, references to other"),
+      std::string::npos);
+}
+
+TEST_F(Inspect, MetadataIsListedForAllNodesAndForOne) {
+  const Json all = work_.json("metadata press.jt");
+  std::string names;
+  std::string bolt;
+  for (const Json& node : all.at("nodes")) {
+    EXPECT_TRUE(node.at("path").is_null());
+    if (!node.at("name").is_null()) names += node.at("name").get<std::string>() + " ";
+    if (node.at("name") == "Bolt") bolt = "'#" + node.at("id").dump() + "'";
+  }
+  EXPECT_EQ(names, "Press Frame Bolt Seal ");
+  for (const std::string& address : {bolt, std::string("Bolt")}) {
+    const Json nodes = work_.json("metadata press.jt " + address).at("nodes");
+    ASSERT_EQ(nodes.size(), 1U) << address;
+    EXPECT_TRUE(matches(nodes[0], R"({"name": "Bolt", "metadata": null,
+        "properties": {"Supplier": "Nord", "JT_LLPROP_PMI": {"late": true}}})"));
+    EXPECT_EQ(nodes[0].at("path").is_null(), address == bolt);
+  }
+  for (const char* address : {"'#6'", "Cube"})
+    EXPECT_TRUE(matches(work_.json(std::string("metadata tiny95.jt ") + address).at("nodes"),
+                        R"([{"metadata": {"Made": "2024-03-05T06:07:08", "LAYER::": 7}}])"));
+  const struct {
+    const char* words;
+    int exit;
+    const char* code;
+  } wrong[] = {{"press.jt '#9999'", 5, "unknown_key"},
+               {"press.jt Nut", 5, "unknown_key"},
+               {"press.jt '#1/2:'", 2, "usage"},
+               {"press.jt Bolt --parts", 2, "usage"},
+               {"nothing.jt", 3, "not_found"},
+               {"nothing.jt Bolt", 3, "not_found"},
+               {"press.jt /Press/Frame/x", 5, "unknown_key"}};
+  for (const auto& [words, exit, code] : wrong)
+    EXPECT_EQ(work_.json(std::string("metadata ") + words, exit).at("code"), code) << words;
+  EXPECT_EQ(work_.run("new cell.kpak").exit, 0);
+  EXPECT_EQ(work_.run("add cell.kpak frame --name F").exit, 0);
+  EXPECT_EQ(work_.json("metadata cell.kpak F", 5).at("code"), "no_node");
+  EXPECT_TRUE(matches(work_.json("metadata cell.kpak root").at("nodes"),
+                      R"([{"key": 1, "path": "/cell"}])"));
+}
+
 TEST_F(Inspect, FramesSayWhereAnObjectLiesSeenFromAnother) {
   for (const char* line : {"new cell.kpak", "add cell.kpak block --name A --loc 100,0,0,0,0,90",
                            "add cell.kpak block --name B --parent A --loc 10,20,30,40,0,0 unit=in",

@@ -97,6 +97,7 @@ class JTW_API Objects {
   Objects(const Objects&) = delete;
   Objects& operator=(const Objects&) = delete;
 
+  /// The root whose objects they are.
   JtwRoot& root() const noexcept { return root_; }
   /// What messages call the component.
   const std::string& document() const noexcept { return document_; }

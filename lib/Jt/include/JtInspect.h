@@ -68,6 +68,16 @@ struct GraphSummary {
 
 JT_API GraphSummary summarizeGraph(const JtPartition& partition);
 
+/// What kinds of data a file has, as its table of contents and its scene graph state.
+struct ContentSummary {
+  bool pmi = false;            ///< a node names product and manufacturing information
+  bool exactGeometry = false;  ///< there are segments of it; see isExactGeometry()
+  bool textures = false;       ///< a node has a texture
+  bool otherFiles = false;     ///< it names part files, or files with the images of textures
+};
+
+JT_API ContentSummary summarizeContent(const JtPartition& partition);
+
 /// The shapes of one file as their nodes tell them, each node counted once however many instances
 /// show it. Nothing is decoded for it.
 struct ShapeSummary {

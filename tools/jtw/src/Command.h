@@ -35,6 +35,7 @@ inline constexpr std::size_t kManyArguments = static_cast<std::size_t>(-1);
 // What the commands do, one file each in commands/.
 ExitCode runInfo(Session& session);
 ExitCode runGraph(Session& session);
+ExitCode runMetadata(Session& session);
 ExitCode runExplain(Session& session);
 ExitCode runVerify(Session& session);
 ExitCode runCopy(Session& session);

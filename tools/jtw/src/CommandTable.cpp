@@ -27,6 +27,10 @@ constexpr Option kGraphOptions[] = {{"metadata", 0, nullptr, "load the metadata 
                                     kMaxSegment,
                                     kMaxDocument,
                                     kFollowLinks};
+constexpr Option kMetadataOptions[] = {{"parts", 0, nullptr, "the nodes of the part files too"},
+                                       kMaxSegment,
+                                       kMaxDocument,
+                                       kFollowLinks};
 constexpr Option kExplainOptions[] = {
     {"segment", 0, "N|ID",
      "only this segment: its row in the table of contents, from 0, or its id"},
@@ -206,6 +210,12 @@ constexpr Command kCommands[] = {
     {"graph", "FILE [--metadata] [--parts]", "the scene graph of a JT file as it is stored",
      "jtw graph gear.jt", "Part files are named, and with --parts their nodes are listed as well.",
      1, 1, kGraphOptions, runGraph},
+    {"metadata", "FILE [KEY] [--parts]",
+     "the properties of the nodes of a JT file, and their metadata", "jtw metadata gear.jt Axle",
+     "Lists the nodes that have any. With KEY only one: '#ID', the id of a node of FILE, or an "
+     "object\n"
+     "of a component as for get.",
+     1, 2, kMetadataOptions, runMetadata},
     {"explain", "FILE[@OFFSET] [--segment N|ID]", "what each byte of a JT file means",
      "jtw explain gear.jt@0x6d",
      "With @OFFSET only the field at that byte, and what it belongs to. In a compressed segment\n"

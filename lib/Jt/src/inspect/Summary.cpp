@@ -3,6 +3,7 @@
 #include <unordered_set>
 
 #include "JtInspect.h"
+#include "JtTexture.h"
 #include "file/save/SceneWriter.h"
 
 namespace jt {
@@ -140,6 +141,56 @@ GraphSummary summarizeGraph(const JtPartition& partition) {
       child->second.first = std::max(child->second.first, depth + 1);
       if (--child->second.second == 0) ready.push_back(child->first);
     }
+  }
+  return summary;
+}
+
+namespace {
+
+/// True when a node has a property with that key. Makes no properties.
+bool namesKey(const JtPartition& partition, const std::vector<const JtNode*>& nodes,
+              const char* text) {
+  const JtString key(text);
+  file::SceneSource* source = file::SceneSource::sourceOf(partition);
+  if (!source)
+    return std::ranges::any_of(nodes, [&](const JtNode* node) { return node->property(key); });
+  std::unordered_set<std::int32_t> keys;
+  for (const file::PropertyRow& row : source->rows())
+    source->eachPair(row.pairs, [&](std::int32_t id, std::int32_t) { keys.insert(id); });
+  return std::ranges::any_of(keys, [&](std::int32_t id) {
+    const std::uint32_t element = source->find(id);
+    if (element == file::SceneSource::kNone || element < source->firstAtom()) return false;
+    const Ref<JtPropAtom> atom = source->atom(element);
+    const auto* own = as<JtStringPropAtom>(atom.get());
+    return own && own->value() == key;
+  });
+}
+
+bool namesFile(const JtTextureImage& texture) {
+  for (const TextureBlock& block : texture.blocks())
+    for (const TextureImage& image : block.images)
+      if (!image.fileName.isEmpty()) return true;
+  return false;
+}
+
+}  // namespace
+
+ContentSummary summarizeContent(const JtPartition& partition) {
+  const std::vector<const JtNode*> nodes = file::SceneWriter::nodesOf(partition);
+  ContentSummary summary;
+  summary.pmi = namesKey(partition, nodes, file::kPMIKey);
+  if (const file::Container* container = partition.container())
+    summary.exactGeometry = std::ranges::any_of(container->toc(), [](const file::TocEntry& entry) {
+      return isExactGeometry(entry.type());
+    });
+  for (const JtNode* node : nodes) {
+    const auto* other = as<JtPartition>(node);
+    if (other && other != &partition && !other->fileName().isEmpty()) summary.otherFiles = true;
+    for (int i = 0; i < node->numAttributes(); ++i)
+      if (const auto* texture = as<JtTextureImage>(node->attribute(i))) {
+        summary.textures = true;
+        summary.otherFiles = summary.otherFiles || namesFile(*texture);
+      }
   }
   return summary;
 }

@@ -1,7 +1,4 @@
-#include <algorithm>
-#include <set>
 #include <string>
-#include <unordered_map>
 
 #include "Assembly.h"
 #include "Command.h"
@@ -9,55 +6,11 @@
 #include "Jt.h"
 #include "JtInspect.h"
 #include "NodeIds.h"
+#include "NodeProperties.h"
 #include "Session.h"
-#include "VisMetaDataNode.h"
 
 namespace tool {
 namespace {
-
-/// Properties, in stored order. Of several with one key the first counts; the others get a number.
-void writeProperties(JsonWriter& json, const JtNode& node) {
-  json.key("properties");
-  json.beginObject(JsonWriter::Layout::line);
-  std::unordered_map<std::string, std::size_t> seen;
-  for (int i = 0; i < node.numProperties(); ++i) {
-    JtPropAtom* key = nullptr;
-    JtPropAtom* value = nullptr;
-    if (!node.getProperty(i, key, value)) continue;
-    std::string name = atomText(key);
-    const std::size_t before = seen[name]++;
-    if (before > 0) name += " #" + std::to_string(before + 1);
-    json.key(name);
-    writeAtom(json, value);
-  }
-  json.end();
-}
-
-const JtMetaData* loadMetaData(Session& session, JtNode& node) {
-  auto* holder = jt::as<VisMetaDataNode>(&node);
-  if (!holder) return nullptr;
-  if (!holder->ensureMetaData()) {
-    session.warn(jt::lastError());
-    return nullptr;
-  }
-  return holder->metaData();
-}
-
-void writeMetaData(JsonWriter& json, const JtMetaData* metaData) {
-  json.key("metadata");
-  if (!metaData) {
-    json.null();
-    return;
-  }
-  json.beginObject(JsonWriter::Layout::line);
-  std::set<JtString> seen;
-  for (const JtMetaData::Entry& entry : metaData->entries()) {
-    if (!seen.insert(entry.key).second) continue;  // the first one counts
-    json.key(entry.key.stringToMbs());
-    writeMetaValue(json, entry.value);
-  }
-  json.end();
-}
 
 void writeNode(Session& session, JtNode& node, const NodeIds& ids, bool withMetaData) {
   JsonWriter& json = session.json();
@@ -97,17 +50,8 @@ void showNode(Session& session, JtNode& node, const NodeIds& ids, bool withMetaD
   }
   for (int i = 0; i < node.numAttributes(); ++i)
     out.line("    attribute: " + printable(attributeText(*node.attribute(i))));
-  for (int i = 0; i < node.numProperties(); ++i) {
-    JtPropAtom* key = nullptr;
-    JtPropAtom* value = nullptr;
-    if (node.getProperty(i, key, value))
-      out.line("    " + printable(atomText(key)) + " = " + printable(atomText(value)));
-  }
-  const JtMetaData* metaData = withMetaData ? loadMetaData(session, node) : nullptr;
-  if (!metaData) return;
-  for (const JtMetaData::Entry& entry : metaData->entries())
-    out.line("    metadata " + printable(entry.key.stringToMbs()) + " = " +
-             printable(metaValueText(entry.value)));
+  showProperties(out, node);
+  if (withMetaData) showMetaData(out, loadMetaData(session, node));
 }
 
 }  // namespace

@@ -38,6 +38,7 @@ struct Facts {
   jt::FileSummary file;
   jt::GraphSummary graph;
   jt::ShapeSummary shapes;
+  jt::ContentSummary content;
   bool component = false;
   bool native = false;
   std::string unit;  ///< empty: none is named
@@ -68,6 +69,7 @@ Facts gather(const OpenedAssembly& opened, bool withSegments) {
   Facts facts{.file = jt::summarizeFile(partition),
               .graph = jt::summarizeGraph(partition),
               .shapes = jt::summarizeShapes(partition),
+              .content = jt::summarizeContent(partition),
               .component = jtw::holdsComponent(partition),
               .native = jtw::isMarkedNative(partition),
               .unit = findUnit(partition),
@@ -168,6 +170,13 @@ void writeFacts(Session& session, const std::string& path, const Facts& facts) {
   writeFile(json, facts.file);
   writeGraph(json, facts.graph);
   writeShapes(json, facts.shapes);
+  json.key("content");
+  json.beginObject(JsonWriter::Layout::line);
+  json.member("pmi", facts.content.pmi);
+  json.member("exactGeometry", facts.content.exactGeometry);
+  json.member("textures", facts.content.textures);
+  json.member("otherFiles", facts.content.otherFiles);
+  json.end();
   json.member("component", facts.component);
   json.member("native", facts.native);
   json.textOrNull("unit", facts.unit);
@@ -223,6 +232,18 @@ void showShapes(Output& out, const jt::ShapeSummary& shapes) {
              " bytes  " + counted(level.triangles, "triangle"));
 }
 
+std::string contentText(const jt::ContentSummary& content) {
+  std::string text;
+  const auto add = [&text](bool has, const char* what) {
+    if (has) text += (text.empty() ? "" : ", ") + std::string(what);
+  };
+  add(content.pmi, "annotations (PMI)");
+  add(content.exactGeometry, "exact geometry");
+  add(content.textures, "textures");
+  add(content.otherFiles, "references to other files");
+  return text.empty() ? "no annotations, exact geometry, textures or other files" : text;
+}
+
 void showParts(Output& out, const Facts& facts) {
   const Totals& totals = facts.totals;
   out.line("  with parts  " + counted(totals.files, "file") + ", " + counted(totals.bytes, "byte") +
@@ -245,6 +266,7 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
              padLeft(std::to_string(row.bytes), 14) + " bytes");
   showGraph(out, facts.graph);
   showShapes(out, facts.shapes);
+  out.line("  content     " + contentText(facts.content));
   out.line(std::string("  component   ") + (facts.component ? "yes" : "no"));
   out.line(std::string("  native      ") + (facts.native ? "yes" : "no"));
   out.line("  unit        " + (facts.unit.empty() ? "unknown" : printable(facts.unit)));
