@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <libdeflate.h>
 
+#include <algorithm>
+
 #include "Jt.h"
 #include "JtInspect.h"
 #include "JtInstance.h"
@@ -12,6 +14,7 @@
 #include "file/elements/MetaDataFields.h"
 #include "file/graph/SceneReader.h"
 #include "support/FileBuilder.h"
+#include "support/HostileFiles.h"
 #include "support/SceneText.h"
 
 namespace {
@@ -304,6 +307,29 @@ TEST(Vectors, AnExternalPartitionIsFoundBesideTheFileAndStandsWhereItsInstancesP
   const auto cyclic = storage.open("tiny95.jt");
   EXPECT_FALSE(JtPartition::openAllPartitions(cyclic.get(), true));
   EXPECT_EQ(cyclic->notes().back().code, "external_cycle");
+}
+
+TEST(Vectors, OfExternalPartitionsOnlyThoseAboveTheirFileAreLeftOut) {
+  MemoryStorage storage;
+  const auto refer = [&](int file, std::size_t next) {  // to the first one and to the next
+    storage["part" + std::to_string(file) + ".jt"] =
+        hostile::chained(jt::file::Format{9, 5, false}, next);
+  };
+  refer(1, 2);
+  refer(2, 3);
+  refer(3, 2);
+  const auto back = storage.open("part1.jt");
+  EXPECT_FALSE(JtPartition::openAllPartitions(back.get(), true));
+  const auto cycles = std::ranges::count(back->notes(), "external_cycle", &jt::Diagnostic::code);
+  EXPECT_EQ(cycles, 4) << "of the first to itself, of both others to it, and of the third";
+
+  storage["part1.jt"] = testData("tiny95.jt");
+  refer(2, 1);
+  const auto shared = storage.open("part3.jt");
+  EXPECT_TRUE(JtPartition::openAllPartitions(shared.get(), true));
+  const auto* place = jt::as<JtPartition>(jt::ownChild(*shared, 0));
+  ASSERT_TRUE(place && place->externalPartition());
+  EXPECT_EQ(place->externalPartition()->numParents(), 3);
 }
 
 TEST(Vectors, AreSoundAndFullyExplained) {

@@ -7,7 +7,6 @@
 #include "JtFormatError.h"
 #include "file/graph/SceneReader.h"
 #include "file/save/FileWriter.h"
-#include "scene/Ancestors.h"
 #include "storage/RelativePath.h"
 
 bool JtPartition::_autoLoadShapes = true;
@@ -90,28 +89,14 @@ struct JtExternalFiles {
     std::optional<JtFormatError> error;
   };
   std::map<std::string, Entry> byPath;
-  std::unordered_set<const JtPartition*> holders;  // files that others hang in
-
-  /// True when `opened` is the root of `file` or is above it.
-  bool isAbove(const JtPartition& opened, const JtPartition& file);
-
- private:
-  const JtPartition* lowest_ = nullptr;  // the file whose ancestors are known
-  std::unordered_set<const JtNode*> above_;
+  /// The file whose references are being followed and those that led to it: a reference to one of
+  /// them would close a cycle.
+  std::unordered_set<const JtPartition*> path;
 };
 
 void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
   external_ = std::move(opened);
   attach(*external_, *this);
-}
-
-bool JtExternalFiles::isAbove(const JtPartition& opened, const JtPartition& file) {
-  if (&opened != &file && !holders.contains(&opened)) return false;
-  if (lowest_ != &file) {
-    above_ = jt::scene::ancestorsOf(file);
-    lowest_ = &file;
-  }
-  return above_.contains(&opened);
 }
 
 /// Opens the file that this partition represents. The location of the referencing file must be
@@ -151,11 +136,9 @@ bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& 
     }
     if (entry->second.error) throw *entry->second.error;
     const jt::Ref<JtPartition>& opened = entry->second.opened;
-    // What was opened just now is above nothing.
-    if (!isNew && files.isAbove(*opened, referencing))
+    if (files.path.contains(opened.get()))
       return fail("external_cycle", "it contains the referencing file");
     attachExternal(opened);
-    files.holders.insert(&referencing);
     return true;
   } catch (const JtFormatError& error) {
     return fail(error.code(), error.what());
@@ -169,24 +152,38 @@ bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
   if (partition->location_)
     files.byPath[partition->location_->displayName().stringToMbs()].opened = partition;
   bool allOpened = true;
-  std::vector<JtPartition*> pending{partition};
-  std::unordered_set<const JtPartition*> seen{partition};
-  for (std::size_t i = 0; i < pending.size(); ++i) {
-    JtPartition* file = pending[i];
-    for (const JtNode* node : jt::file::SceneWriter::nodesOf(*file)) {
-      auto* inner = const_cast<JtPartition*>(jt::as<JtPartition>(node));
-      if (!inner || inner == file || inner->fileName_.isEmpty() || inner->external_) continue;
-      if (!inner->openExternal(*file, files)) {
-        allOpened = false;
-        file->notes_.insert(file->notes_.end(), inner->notes_.begin(), inner->notes_.end());
-        if (file != partition)
-          partition->notes_.insert(partition->notes_.end(), inner->notes_.begin(),
-                                   inner->notes_.end());
-        continue;
-      }
-      if (recursive && seen.insert(inner->external_.get()).second)
-        pending.push_back(inner->external_.get());
+  // Depth first, so that the files above the current one are those of the path.
+  struct Level {
+    JtPartition* file;
+    std::vector<const JtNode*> nodes;
+    std::size_t next = 0;
+  };
+  std::vector<Level> levels;
+  std::unordered_set<const JtPartition*> seen;
+  const auto enter = [&](JtPartition* file) {
+    if (!seen.insert(file).second) return;
+    files.path.insert(file);
+    levels.push_back({file, jt::file::SceneWriter::nodesOf(*file)});
+  };
+  enter(partition);
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    JtPartition* const file = level.file;
+    if (level.next == level.nodes.size()) {
+      files.path.erase(file);
+      levels.pop_back();
+      continue;
     }
+    auto* inner = const_cast<JtPartition*>(jt::as<JtPartition>(level.nodes[level.next++]));
+    if (!inner || inner == file || inner->fileName_.isEmpty() || inner->external_) continue;
+    if (inner->openExternal(*file, files)) {
+      if (recursive) enter(inner->external_.get());
+      continue;
+    }
+    allOpened = false;
+    file->notes_.insert(file->notes_.end(), inner->notes_.begin(), inner->notes_.end());
+    if (file != partition)
+      partition->notes_.insert(partition->notes_.end(), inner->notes_.begin(), inner->notes_.end());
   }
   return allOpened;
 }
