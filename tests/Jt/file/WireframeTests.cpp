@@ -122,7 +122,7 @@ struct Layout {
     out.i32(static_cast<std::int32_t>(flags.size()));
     for (const std::int32_t flag : flags) out.i32(flag);
     for (std::size_t i = 0; i < ofKind.size(); ++i)
-      if (flags[i] != 0) out.indices(ofKind[i]);
+      if (i < flags.size() && flags[i] != 0) out.indices(ofKind[i]);
     out.perCurve(types).perCurve(degrees).perCurve(counts).perCurve(dimensions);
     out.perCurve({0, 0, 0, 0, 0, 0}).i32(weightCount).indices(weightIndices);
     out.doubles(weights).doubles(points).doubles(knots);
