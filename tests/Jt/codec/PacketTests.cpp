@@ -4,7 +4,9 @@
 #include <rapidcheck/gtest.h>
 
 #include "JtFormatError.h"
+#include "codec/packet/Arithmetic.h"
 #include "codec/packet/Packets64.h"
+#include "support/Damage.h"
 
 namespace {
 
@@ -126,6 +128,51 @@ TEST(Packets, EveryTruncationIsAnErrorAndEveryChangedBitIsHarmless) {
         EXPECT_TRUE(error.where().offset) << error.what();
       }
     }
+  }
+}
+
+TEST(Packets, EachCheckRefusesSomeDamage) {
+  std::set<std::string> said;
+  for (const Packet& packet : kPackets)
+    addRefusals(fromHex(packet.hex), said,
+                [&](const Bytes& changed) { decode(packet.kind, changed); });
+  expectRefusals(said, {"bad_context: a context entry leads to table ",
+                        "bad_context: a context of  entries does not fit the  bytes that are left",
+                        "bad_context: expected  or  context tables, found ",
+                        "bad_context: symbol width is , at most  is sound",
+                        "bad_context: the occurrences of a context add up to ",
+                        "bad_count: value count is , expected  or more",
+                        "bad_packet:  bits chopped off values of  bits",
+                        "bad_packet:  bits of code text are left over",
+                        "bad_packet:  bits of code text in  words",
+                        "bad_packet: a field width of ",
+                        "bad_packet: a number of more than  digits",
+                        "bad_packet: a range wider than  bits",
+                        "bad_packet: a run passes the end of the values",
+                        "bad_packet: a window offset of ",
+                        "bad_packet: expected a nested packet of  values, found ",
+                        "bad_packet: more escapes than outofband values",
+                        "bad_packet: runs that never give a value",
+                        "too_large: decoded data would take  bytes, the limit leaves ",
+                        "truncated:  values of  bits do not fit the  bits that are left",
+                        "truncated: expected  bytes for code text, found ",
+                        "truncated: expected  words, found  bytes",
+                        "truncated: the code text ends inside a value",
+                        "truncated: the code text is longer than what is left"});
+
+  // Symbols and values of several tables: as many of the one as of the other.
+  const std::vector<ContextTable> tables{{{{false, 1, 7, 0}}, 1}};
+  const Bytes words(8);
+  for (const auto& [values, code] : {std::pair{2U, "bad_packet"}, {3U, ""}, {4U, "bad_packet"}}) {
+    Values out(values);
+    OutOfBand none{Values()};
+    std::string found;
+    try {
+      decodeArithmetic(WordBits(words, 64, false, 0), tables, 3, none, out);
+    } catch (const JtFormatError& error) {
+      found = error.code();
+    }
+    EXPECT_EQ(found, code) << values;
   }
 }
 
@@ -345,9 +392,15 @@ TEST(Packets, ValuesOf64BitsInEveryCodec) {
        "0500000005020000000191000000160000000000000080000000000000000000006a05000000018b000000"
        "ffffff7fffffffff00000080000000800000c004"},
       {"empty", {}, "00000000"}};
+  std::set<std::string> said;
   for (const auto& packet : packets) {
     SCOPED_TRACE(packet.name);
     const Bytes bytes = fromHex(packet.hex);
+    addRefusals(bytes, said, [](const Bytes& changed) {
+      ByteCursor cursor(changed, false);
+      Budget budget(1 << 20);
+      decodePacket64(cursor, budget, OutOfBandForm::plain);
+    });
     const auto decode64 = [&](std::size_t size) {
       const std::unique_ptr<std::byte[]> exact(new std::byte[size]);  // for sanitizers
       std::copy_n(bytes.begin(), size, exact.get());
@@ -368,6 +421,15 @@ TEST(Packets, ValuesOf64BitsInEveryCodec) {
       EXPECT_EQ(decodePacket64(cursor, budget, OutOfBandForm::nested), packet.values);
     }
   }
+  expectRefusals(
+      said,
+      {"bad_context: a context of  entries does not fit",
+       "bad_context: the occurrences of a context add up to ",
+       "bad_packet:  bits chopped off values of  bits", "bad_packet: a field width of ",
+       "bad_packet: a run passes the end of the values", "bad_packet: a window offset of ",
+       "bad_packet: expected a nested packet of  values, found ",
+       "bad_packet: fewer new values than places for them",
+       "bad_packet: more escapes than outofband values", "truncated:  values of  bits do not fit"});
 }
 
 TEST(Packets, OutOfBandValuesArePlainInCompressedSegments) {

@@ -236,6 +236,10 @@ TEST(Forms, SegmentsAreReadHoweverTheyArePackedAndPlaced) {
     odd.packed(2, 31, 0, 1, scene.fields().zeros(9))
         .packed(1, 1, 3, 2, pack(scene.bytes(), Packing::zlib, 1));
     expectSurvival(odd.tocAtEnd().build());
+    // Too short for a header of packed content.
+    FileBuilder brief(format);
+    brief.segment(2, 31, Fields(format).put(FileBuilder::id(2)).i32(31).i32(27).zeros(3).bytes());
+    expectSurvival(brief.scene(scene).build());
   }
 }
 

@@ -332,9 +332,6 @@ TEST(Hostile, BombsOfTenGigabytesAreRefusedInBoundedTimeAndMemory) {
     if (!kIsSanitized) {
       EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 << 10);
     }
-    jt::ReadLimits ratio;
-    ratio.maxZlibRatio = ratio.maxLzmaRatio = 2;
-    EXPECT_EQ(errorCode([&] { storage.open(file, ratio); }), "too_large");
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }

@@ -80,6 +80,17 @@ TEST(Limits, ADocumentThatNeedsMoreIsRefused) {
     }
 }
 
+TEST(Limits, ASegmentMayUnpackToSoManyTimesItsBytes) {
+  MemoryStorage storage;
+  for (const Format& format : hostile::kForms)
+    for (const auto& [times, code] : {std::pair{3U, "too_large"}, {1000U, ""}}) {
+      jt::ReadLimits limits;
+      limits.maxZlibRatio = limits.maxLzmaRatio = times;
+      const Bytes file = hostile::nodes(format, 2'000);
+      EXPECT_EQ(errorCode([&] { storage.open(file, limits); }), code) << formatText(format);
+    }
+}
+
 TEST(Limits, SegmentsMayNotShareTheirBytesWithoutEnd) {
   MemoryStorage storage;
   for (const Format& format : allFormats())

@@ -12,6 +12,7 @@
 #include "codec/packet/Packets.h"
 #include "codec/packet/Packets64.h"
 #include "file/segments/WireframeElement.h"
+#include "support/Damage.h"
 #include "support/Differences.h"
 #include "support/ShapeScene.h"
 
@@ -189,6 +190,22 @@ TEST(Wireframe, DoublesInArithmeticCodeAreRead) {
   EXPECT_EQ(jt::codec::decodeFloatPacket(cursor, budget),
             (std::vector<double>{1.5, -4.25, 3.75, 1.5}));
   EXPECT_EQ(cursor.left(), 0);
+
+  std::set<std::string> said;
+  const auto decode = [](const Bytes& changed) {
+    jt::codec::ByteCursor damaged(changed, false);
+    auto room = jt::codec::Budget::forInput(1000);
+    jt::codec::decodeFloatPacket(damaged, room);
+  };
+  addRefusals(packet.bytes(), said, decode);
+  addRefusals(Fields(k95).put(std::uint8_t{0}).i32(4).put(1.5).put(-2.5).bytes(), said, decode);
+  expectRefusals(
+      said, {"bad_context: expected  or  context tables, found ",
+             "bad_context: a context of  entries does not fit",
+             "bad_context: the occurrences of a context add up to ",
+             "truncated:  values of  bits do not fit", "bad_packet:  words for values of  bits",
+             "truncated: a code text of  bits does not fit", "bad_packet: expected  values, found ",
+             "bad_packet: more escapes than outofband values"});
 }
 
 // --- Damage
