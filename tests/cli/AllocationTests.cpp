@@ -11,11 +11,17 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "AllocationFaults.h"
+#include "ApiDocument.h"
 #include "AssemblyFiles.h"
+#include "JtwEntity.h"
+#include "JtwManager.h"
+#include "JtwTransaction.h"
+#include "JtwTree.h"
 #include "Session.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -164,5 +170,59 @@ INSTANTIATE_TEST_SUITE_P(
                     Words{"copy", "in/cell0/cell.jt", "copy.jt", "--version", "10.2"},
                     Words{"export", "in/hall.jt", "out.jt", "--per-part"},
                     Words{"export", "in/hall.jt", "out.jt", "--monolithic"}));
+
+/// Edits that fail anywhere, in a transaction that is left then.
+TEST(TransactionFaults, LeaveTheComponentAsItWas) {
+  JtwManager::init();
+  const ApiDocumentRef document(
+      std::make_shared<ApiDocument>((fs::temp_directory_path() / "faults.kpak").string()));
+  JtwRoot& root = *JtwManager::the().computeNewDocRoot(document);
+  const auto key = [](long value) { return ApiProtoKey(value); };
+  const auto at = [](double x) { return RTTran3D::fromTranslation({x, 2 * x, 7}); };
+  root.setKey(key(1));
+  root.createBlockNode(key(2), key(1), at(1));
+  root.createEntityNode(key(3), key(2), at(2));
+  root.createFrameNode(key(4), key(2), at(3));
+  const auto state = [&root] {
+    EXPECT_TRUE(jtw::loadWrappers(root));
+    std::ostringstream text;
+    for (const auto& [node, depth] : jtw::tree(root, root))
+      text << depth << ' ' << node->key().getAsLong() << ' ' << node->absLoc().getTranslation().x
+           << ' ' << node->attributes() << ' ' << node->jtNode()->numAttributes() << ' '
+           << node->jtNode()->numProperties() << ' ' << node->jtNode()->numParents() << '\n';
+    return text.str();
+  };
+  const auto edit = [&](bool isKept) {
+    try {
+      JtwTransaction transaction(root);
+      if (!transaction.begin()) return;
+      JtwNode* node = nullptr;
+      root.getNodeByKey(key(3), node);
+      node->setAttributes("changed");
+      node->setColor(ApiGraColor(1, 2, 3), true, false);
+      root.createLinkNode(key(5), key(1), at(4));
+      root.cloneEntityNode(key(3), true);
+      node->setParent(key(5));
+      root.createFrameNode(key(6), key(5), at(5));
+      root.deleteNode(key(2));
+      if (isKept) transaction.commit();
+    } catch (const std::bad_alloc&) {
+    }
+  };
+  JtwTransaction(root).begin();  // stores the frame
+  const std::string before = state();
+  faults::begin(faults::kNever, false);
+  edit(false);
+  const std::size_t whole = faults::end();
+  ASSERT_EQ(state(), before);
+  for (const bool forever : {true, false})
+    for (std::size_t place = 0; place < whole; ++place) {
+      faults::begin(place, forever);
+      edit(forever);
+      faults::end();
+      ASSERT_EQ(state(), before) << place << ' ' << forever;
+    }
+  JtwManager::the().releaseAllRoots();
+}
 
 }  // namespace

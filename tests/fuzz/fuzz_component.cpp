@@ -1,6 +1,7 @@
 // A component: a file is opened as a document, edited at random through the component layer and the
 // scene graph below, saved, exported as a file of its own, saved in another version, and read back.
-// Findings are also a dry run that changes the scene, and a saved file that means something else.
+// Findings are also a dry run that changes the scene, edits that cannot be taken back, and a saved
+// file that means something else.
 //
 // The last byte of an input is the number of bytes in front of it that choose the edits; all before
 // them is the file.
@@ -17,6 +18,7 @@
 #include "JtInstance.h"
 #include "JtwEntity.h"
 #include "JtwManager.h"
+#include "JtwTransaction.h"
 #include "JtwTree.h"
 #include "MemoryStream.h"
 #include "SegmentMutator.h"
@@ -178,6 +180,24 @@ class Session {
   Choices& choices_;
 };
 
+/// More edits, all of them taken back.
+void editInVain(JtwRoot& root, Choices& choices) {
+  JtwHistory history(root);
+  JtwTransaction transaction(history);
+  if (!transaction.begin()) return;
+  const std::string before = SceneText::of(*root.partition());
+  Session(root, choices).edit();
+  if (choices.oneIn(2)) {
+    transaction.rollBack();
+  } else if (transaction.commit() && history.undoCount() > 0) {
+    const std::string after = SceneText::of(*root.partition());
+    if (!history.undo() || !history.redo()) report("what was done cannot be undone and redone");
+    if (SceneText::of(*root.partition()) != after) report("what was redone is something else");
+    history.undo();
+  }
+  if (SceneText::of(*root.partition()) != before) report("what was undone is still there");
+}
+
 void exportPartition(JtExportRoot& root) {
   const auto target = jt::make<JtPartition>();
   target->setVersion(root.partition()->version());
@@ -195,6 +215,8 @@ void run(const CComPtr<MemoryStream>& stream, Choices& choices) {
       document, static_cast<JtwRoot::JT_LOADING_REPRESENTATION>(choices.of(3)), error);
   if (root && jtw::loadWrappers(*root)) {
     Session(*root, choices).edit();
+    editInVain(*root, choices);
+    if (!jtw::loadWrappers(*root)) report("the component cannot be walked any more");
     JtPartition& partition = *root->partition();
     const std::string before = SceneText::of(partition);
     jt::SaveOptions options;

@@ -30,6 +30,7 @@ class JT_API JtGroup : public JtNode {
  protected:
   JtGroup(const JtGroup& other) : JtNode(other), groupVersion_(other.groupVersion_) {}
   void releaseChildren(Dismantler& out) noexcept override;
+  void disown(const JtNode& child) override;
 
  private:
   friend class Jt;

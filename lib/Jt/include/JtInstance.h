@@ -21,6 +21,7 @@ class JT_API JtInstance : public JtNode {
  protected:
   JtInstance(const JtInstance& other) : JtNode(other), instanceVersion_(other.instanceVersion_) {}
   void releaseChildren(Dismantler& out) noexcept override;
+  void disown(const JtNode& child) override;
 
  private:
   friend class Jt;

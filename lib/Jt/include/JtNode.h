@@ -96,6 +96,9 @@ class JT_API JtNode : public JtSceneObject {
   void detachFrom(const JtNode& parent) noexcept { parents_.remove(&parent); }
   static void attach(JtNode& child, JtNode& parent) { child.attachTo(parent); }
   static void detach(JtNode& child, const JtNode& parent) noexcept { child.detachFrom(parent); }
+  /// As record() for the parents of a node. Once it has returned, attaching a node that had no
+  /// parents cannot fail.
+  static void recordParents(JtNode& child);
   /// Takes a graph down without recursion and without memory: drops the nodes that it is given and,
   /// where that ends them, everything below, when it ends itself.
   class JT_API Dismantler {
@@ -112,6 +115,11 @@ class JT_API JtNode : public JtSceneObject {
   };
   /// Detaches all children and gives the references on them away.
   virtual void releaseChildren(Dismantler& /*out*/) noexcept {}
+  /// Gives up every link to a child, for a journal that records; the child is not detached.
+  virtual void disown(const JtNode& /*child*/) {}
+  /// Takes the links to what goes on living away, as the end of the node would, but so that they
+  /// can come back (AbandonedNode.cpp).
+  void abandoned() const noexcept override;
 
  private:
   friend struct jt::file::FieldAccess;

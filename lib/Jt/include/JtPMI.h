@@ -178,10 +178,17 @@ class JT_API PMIDataManager : public JtBase {
   void prepareForNew(std::size_t count);
   /// Gives a new CAD tag to what is added at a place in the order of tags, if there are tags.
   void addTag(std::size_t place);
+  /// To be called before the content is changed, by everything that changes it.
+  void record();
   jt::PMIData data_;
-  // The first id of each text, as far as texts were looked up; texts are only ever appended.
-  std::unordered_map<std::u16string, std::int32_t> textIds_;
-  std::size_t indexedTexts_ = 0;
-  std::int32_t greatestTag_ = -1;  // of the CAD tags of 32 bits; -1: not known
+  /// What was found out about the content.
+  struct Lookups {
+    // The first id of each text, as far as texts were looked up; texts are only ever appended.
+    std::unordered_map<std::u16string, std::int32_t> textIds;
+    std::size_t indexedTexts = 0;
+    std::int32_t greatestTag = -1;  // of the CAD tags of 32 bits; -1: not known
+  };
+  Lookups lookups_;
+  std::uint32_t revision_ = 0;  // grows with each change
   bool modified_ = false;
 };

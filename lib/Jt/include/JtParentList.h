@@ -19,6 +19,15 @@ class ParentList {
  public:
   static constexpr std::size_t kIndexFrom = 256;
 
+  ParentList() = default;
+  /// Copies the entries, in their order.
+  ParentList(const ParentList& other)
+      : items_(other.items_),
+        index_(other.index_ ? std::make_unique<Index>(*other.index_) : nullptr) {}
+  ParentList(ParentList&&) noexcept = default;
+  ParentList& operator=(const ParentList&) = delete;
+  ParentList& operator=(ParentList&&) noexcept = default;
+
   /// How many entries there are.
   std::size_t size() const noexcept { return items_.size(); }
   /// An entry. @pre index < size()

@@ -90,7 +90,7 @@ class JT_API JtPartition : public JtGroup {
   /// The version that the file was read in, or the one that was set.
   jt::FileVersion version() const noexcept { return version_; }
   /// The version of the next save.
-  void setVersion(jt::FileVersion version) noexcept { version_ = version; }
+  void setVersion(jt::FileVersion version);
   /// The file that a partition inside a scene graph represents; empty for the content's own.
   const JtString& fileName() const noexcept { return fileName_; }
   void setFileName(const JtString& name);

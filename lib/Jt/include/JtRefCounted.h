@@ -1,12 +1,16 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <utility>
 
 #include "JtExport.h"
 
 /// Base of everything that several owners share. The count is atomic; an object starts with no
 /// reference and is destroyed when the last reference is dropped. Never delete such an object.
+///
+/// A journal (jt::ChangeJournal) keeps objects without being one of their owners: what was removed
+/// from a scene can come back, but is as good as gone until then.
 class JT_API JtRefCounted {
  public:
   JtRefCounted() noexcept = default;
@@ -16,25 +20,46 @@ class JT_API JtRefCounted {
 
   /// Takes one reference.
   void ref() const noexcept { count_.fetch_add(1, std::memory_order_relaxed); }
-  /// Drops one reference; the last one destroys the object.
+  /// Drops one reference; the last one destroys the object, unless a journal keeps it.
   void unref() const noexcept {
-    if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+    const std::uint64_t before = count_.fetch_sub(1, std::memory_order_acq_rel);
+    if (before == 1)
+      delete this;
+    else if (ownersIn(before) == 1)
+      abandoned();
   }
   /// Takes a reference unless the last one is gone already; for look-up tables that do not own.
   bool tryRef() const noexcept {
-    int count = count_.load(std::memory_order_relaxed);
+    std::uint64_t count = count_.load(std::memory_order_relaxed);
     while (count > 0)
       if (count_.compare_exchange_weak(count, count + 1, std::memory_order_acquire)) return true;
     return false;
   }
   /// References held at this moment; only a hint while other threads take or drop some.
-  int refCount() const noexcept { return count_.load(std::memory_order_acquire); }
+  int refCount() const noexcept { return ownersIn(count_.load(std::memory_order_acquire)); }
+
+  /// References of journals: these keep the object too, and are not counted by refCount().
+  void keep() const noexcept { count_.fetch_add(kKept, std::memory_order_relaxed); }
+  void unkeep() const noexcept {
+    if (count_.fetch_sub(kKept, std::memory_order_acq_rel) == kKept) delete this;
+  }
+  bool isKept() const noexcept { return count_.load(std::memory_order_acquire) >= kKept; }
+  /// Makes a reference of an owner one of a journal, and the other way round.
+  void keepOnly() const noexcept { count_.fetch_add(kKept - 1, std::memory_order_acq_rel); }
+  void own() const noexcept { count_.fetch_sub(kKept - 1, std::memory_order_acq_rel); }
 
  protected:
   virtual ~JtRefCounted() = default;
+  /// Called when the last reference is dropped of an object that a journal keeps.
+  virtual void abandoned() const noexcept {}
 
  private:
-  mutable std::atomic<int> count_{0};
+  static constexpr std::uint64_t kKept = std::uint64_t{1} << 32;
+  static int ownersIn(std::uint64_t count) noexcept {
+    return static_cast<int>(count & (kKept - 1));
+  }
+
+  mutable std::atomic<std::uint64_t> count_{0};  // owners in the lower half, journals in the upper
 };
 
 namespace jt {

@@ -47,6 +47,14 @@ class JT_API JtSceneObject : public JtBase {
   /// To be called by everything that changes the object's own data. No effect on an object that is
   /// carried unread: writing it anew would lose what it holds.
   void touch() noexcept { modified_ = modified_ || !carried_; }
+  /// To be called before members of the object are changed (scene/Recording.h): keeps their values
+  /// in the journal that records changes on this thread, if there is one. Throws std::bad_alloc,
+  /// and then nothing may be changed.
+  template <class... Members>
+  void record(Members&... members);
+  /// The same and touch(), for changes that cannot fail.
+  template <class... Members>
+  void change(Members&... members);
   /// True for an element of which nothing could be read.
   bool isCarried() const noexcept { return carried_; }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <unordered_set>
 
 #include "JtwNode.h"
@@ -43,6 +44,11 @@ class JTW_API JtwCollection : public JtwNode {
   bool storeFrames();
   /// PMIs(), after reading the frames the first time.
   const RWClassicTValOrderedVector<JtwPMI*>& readKrFrames();
+  /// True when the frames among the PMI are others than those that the JT node was found to have,
+  /// or was given.
+  bool haveFramesChanged() const;
+  /// Records that the JT node has the frames as they are now.
+  void setFramesStored() { framesStored_ = framesHash(0); }
   /// Gives the stored keys to those PMI that have none, if as many keys are stored as there are
   /// PMI.
   void readPMIKeysFromJT();
@@ -60,6 +66,8 @@ class JTW_API JtwCollection : public JtwNode {
   void uninit();
 
  private:
+  /// Of what a list says of the frames among the PMI from an index on; 0 for none.
+  std::size_t framesHash(std::size_t first) const;
   /// The PMI forgets one of its entries in this list.
   void dropListing(JtwPMI& pmi);
 
@@ -69,6 +77,7 @@ class JTW_API JtwCollection : public JtwNode {
   JtwPMIList pmis_;
   // Every PMI that names this collection, listed or not, so that none is left naming a dead one.
   std::unordered_set<JtwPMI*> namedBy_;
+  std::size_t framesStored_ = 0;  // the framesHash() of the frames that the JT node has
   bool framesRead_ = false;
   bool framesFound_ = false;
   bool pmisCalculated_ = false;

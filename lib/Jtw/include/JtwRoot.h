@@ -33,7 +33,9 @@ class VisMetaDataNode;
 
 namespace jtw {
 class Reading;
+class RootEdits;
 class WrapperTable;
+struct RootLink;
 struct WalkMemo;
 }  // namespace jtw
 
@@ -194,8 +196,8 @@ class JTW_API JtwRoot : public JtwCollection {
   /// the file or the document's stream that it lies in.
   /// @param asNewCopy writes what lies below the component node instead of the partition as it is
   /// @return false when the root was not opened, its partition is closed, it has no place to go to,
-  /// PMI cannot be written, or the save failed: the text is then in jt::lastError(), and the old
-  /// data as it was
+  /// a transaction (JtwTransaction) is open, PMI cannot be written, or the save failed: the text is
+  /// then in jt::lastError(), and the old data as it was
   bool write(bool asNewCopy);
 
   // --- Binary data (JtwRootBuffers.cpp)
@@ -229,7 +231,8 @@ class JTW_API JtwRoot : public JtwCollection {
   bool openPartitionAt(JtStorageLocation* location);
   /// Replaces the partition (null: none) and forgets the component node.
   void setPartition(jt::Ref<JtPartition> partition);
-  /// Saves the partition, or what lies below `node` when it is not null, in its own place.
+  /// Saves the partition, or what lies below `node` when it is not null, in its own place. Not
+  /// while a transaction is open.
   bool writeToDatastore(JtNode* node, const jt::SaveOptions& options = {});
   /// Puts wrappers over other JT nodes: every wrapper over a key of the map goes to its value.
   void rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements);
@@ -249,6 +252,7 @@ class JTW_API JtwRoot : public JtwCollection {
   friend class JtwPMI;
   friend class JtwTraverse;
   friend class jtw::Reading;
+  friend class jtw::RootEdits;
 
   bool initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error);
   bool initializeAsNew(const ApiDocumentRef& document);
@@ -280,6 +284,9 @@ class JTW_API JtwRoot : public JtwCollection {
   void endWalk() noexcept;
   bool uninitialize();
   void destroyNodes();
+  /// Destroys all wrappers but the root, which is as it was before the first walk. Those that a
+  /// walk in progress knows end with it.
+  void forgetWrappers() noexcept;
 
   bool getFreeApiProtoKey(ApiProtoKey& key) const;
 
@@ -303,8 +310,9 @@ class JTW_API JtwRoot : public JtwCollection {
   std::unordered_set<JtwNode*> unkeyedPMIs_;
   unsigned walks_ = 0;  // walks in progress; until the last one ends, deleted wrappers are kept
   std::unordered_map<const JtwNode*, std::unique_ptr<JtwNode>> deleted_;
-  unsigned forgotten_ = 0;         // grows whenever a JT node loses its wrapper
-  unsigned openError_ = 0;         // not 0 after a failed opening
-  jt::Ref<JtGroup> group_;         // holds a component node that was taken out of its graph
-  std::shared_ptr<void> sharers_;  // one owner for each root over the same partition
+  unsigned forgotten_ = 0;               // grows whenever a JT node loses its wrapper
+  unsigned openError_ = 0;               // not 0 after a failed opening
+  jt::Ref<JtGroup> group_;               // holds a component node that was taken out of its graph
+  std::shared_ptr<void> sharers_;        // one owner for each root over the same partition
+  std::shared_ptr<jtw::RootLink> link_;  // what transactions and histories know the root by
 };

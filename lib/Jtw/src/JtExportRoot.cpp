@@ -11,6 +11,7 @@
 #include "ApiClock.h"
 #include "ApiSysStringConvertors.h"
 #include "Jt.h"
+#include "JtChangeJournal.h"
 #include "JtGroup.h"
 #include "JtStorageLocation.h"
 #include "JtwFileNaming.h"
@@ -57,6 +58,7 @@ jt::Ref<JtNode> asMetaDataNode(JtPartition& partition) {
 }  // namespace jtw
 
 bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
+  const jt::ChangeJournal::Pause noTransaction;
   jt::setLastError({});
   setPartition(nullptr);
   JtwManager& manager = JtwManager::the();
@@ -86,6 +88,7 @@ bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
 }
 
 bool JtExportRoot::initializeAsNew(const ApiDocumentRef& document) {
+  const jt::ChangeJournal::Pause noTransaction;
   setPartition(jt::make<JtPartition>(nullptr, true));
   RWClassicCString location;
   RWClassicCString name;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -36,6 +37,7 @@ JtwCollection::JtwCollection(JtNode* node, JtwRoot* root) : JtwNode(node, root) 
 
 JtwCollection::JtwCollection(const JtwCollection& other)
     : JtwNode(other),
+      framesStored_(other.framesStored_),
       framesRead_(other.framesRead_),
       framesFound_(other.framesFound_),
       pmisCalculated_(other.pmisCalculated_) {
@@ -47,6 +49,7 @@ JtwCollection& JtwCollection::operator=(const JtwCollection& other) {
   uninit();
   JtwNode::operator=(other);
   for (JtwPMI* pmi : other.PMIs()) addPMI(pmi);
+  framesStored_ = other.framesStored_;
   framesRead_ = other.framesRead_;
   framesFound_ = other.framesFound_;
   pmisCalculated_ = other.pmisCalculated_;
@@ -124,6 +127,7 @@ bool JtwCollection::loadFrames() {
   if (!jtNode() || !root_) return false;
   const jtw::StoredFrames stored = jtw::storedFrames(*this);
   if (!stored.list) return stored.form == jtw::FrameForm::none;
+  const std::size_t first = PMIs().size();
   for (const JtFrame& record : stored.list->frames()) {
     auto frame = std::make_unique<JtwFrame>(this, record, root_);
     if (frame->key().getAsLong() > 0)
@@ -131,8 +135,19 @@ bool JtwCollection::loadFrames() {
     else
       root_->adoptPMI(frame.release());
   }
+  framesStored_ = framesHash(first);
   return true;
 }
+
+std::size_t JtwCollection::framesHash(std::size_t first) const {
+  JtFrameListProperty list;
+  for (std::size_t i = first; i < PMIs().size(); ++i)
+    if (PMIs()[i]->type() == JT_FRAME_NODE)
+      static_cast<JtwFrame*>(PMIs()[i])->convertToJtFrame(list.frames().emplace_back());
+  return list.frames().empty() ? 0 : std::hash<std::string>{}(list.toText());
+}
+
+bool JtwCollection::haveFramesChanged() const { return framesHash(0) != framesStored_; }
 
 const RWClassicTValOrderedVector<JtwPMI*>& JtwCollection::readKrFrames() {
   if (!framesRead_) {

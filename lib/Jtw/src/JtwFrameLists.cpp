@@ -98,16 +98,20 @@ std::vector<jt::Diagnostic> verifyFrameLists(JtPartition& partition) {
 bool writeFrames(JtwCollection& collection, FrameForm form) {
   if (collection.PMIs().empty()) {
     eraseProperty(collection.jtNode(), Key::frames);
+    collection.setFramesStored();
     return true;
   }
   const auto list = jt::make<JtFrameListProperty>();
   for (JtwPMI* pmi : collection.PMIs())
     if (pmi->type() == JtwNode::JT_FRAME_NODE)
       static_cast<JtwFrame*>(pmi)->convertToJtFrame(list->frames().emplace_back());
-  if (form != FrameForm::lateLoaded)
-    return setString(collection.jtNode(), Key::frames, JtString(list->toText()), true);
-  return collection.jtNode()->addProperty(keyAtom(Key::frames),
-                                          jt::make<JtLateLoadedPropAtom>(list).get(), true);
+  const bool isStored =
+      form == FrameForm::lateLoaded
+          ? collection.jtNode()->addProperty(keyAtom(Key::frames),
+                                             jt::make<JtLateLoadedPropAtom>(list).get(), true)
+          : setString(collection.jtNode(), Key::frames, JtString(list->toText()), true);
+  if (isStored) collection.setFramesStored();
+  return isStored;
 }
 
 bool storeFramesInTheirForm(JtwCollection& collection) {

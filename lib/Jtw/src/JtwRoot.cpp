@@ -17,6 +17,7 @@
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
 #include "JtwPMI.h"
+#include "JtwRootEdits.h"
 #include "JtwWalkMemo.h"
 #include "JtwWrapperTable.h"
 
@@ -98,6 +99,8 @@ bool JtwRoot::updateStorageLocation(const RWClassicCString& location,
 }
 
 void JtwRoot::setPartition(jt::Ref<JtPartition> partition) {
+  if (link_) link_->root = nullptr;
+  link_ = nullptr;
   partition_ = std::move(partition);
   sharers_ = partition_ ? std::make_shared<char>() : nullptr;
   group_ = nullptr;
@@ -106,6 +109,7 @@ void JtwRoot::setPartition(jt::Ref<JtPartition> partition) {
 }
 
 bool JtwRoot::initialize(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
+  const jt::ChangeJournal::Pause noTransaction;
   jt::setLastError({});
   bool opened = false;
   try {
@@ -141,6 +145,7 @@ bool JtwRoot::openOrShare(const ApiDocumentRef& document, OPEN_JT_ERR& error) {
 }
 
 bool JtwRoot::initializeAsNew(const ApiDocumentRef& document) {
+  const jt::ChangeJournal::Pause noTransaction;
   setPartition(jt::make<JtPartition>(nullptr, true));
   const bool initialized = initializeComponentNode(document);
   RWClassicCString location;
@@ -240,6 +245,11 @@ bool JtwRoot::uninitialize() {
 }
 
 void JtwRoot::destroyNodes() {
+  forgetWrappers();
+  deleted_.clear();
+}
+
+void JtwRoot::forgetWrappers() noexcept {
   // Destructors come here: the list takes no memory.
   JtwNode* first = nullptr;
   const auto add = [this, &first](JtwNode* node) {
@@ -262,11 +272,22 @@ void JtwRoot::destroyNodes() {
   nodesByJtNode_->clear();
   pmisByJtNode_.clear();
   unkeyedPMIs_.clear();
+  entries_.byKey = entries_.byJtNode = 0;
+  framesRead_ = framesFound_ = pmisCalculated_ = false;
+  framesStored_ = 0;
+  setGatheredPMIs(0);
+  forgetCached();
   while (first) {
-    const JtwNode* const node = std::exchange(first, next(first));
-    delete node;
+    JtwNode* const node = std::exchange(first, next(first));
+    if (walks_ == 0) {
+      delete node;
+      continue;
+    }
+    try {
+      deleted_.emplace(node, nullptr).first->second.reset(node);
+    } catch (const std::bad_alloc&) {  // the walk may still use it
+    }
   }
-  deleted_.clear();
 }
 
 bool JtwRoot::regroup(jt::Ref<JtGroup> group) {
@@ -276,6 +297,10 @@ bool JtwRoot::regroup(jt::Ref<JtGroup> group) {
 
 bool JtwRoot::writeToDatastore(JtNode* node, const jt::SaveOptions& options) {
   jt::setLastError({});
+  if (link_ && link_->isInTransaction) {
+    jt::setLastError("a transaction is open: commit it or roll it back before writing");
+    return false;
+  }
   JtStorageLocation* const place = getStorageLocation();
   if (!place) {
     jt::setLastError(partition_ ? "the component has no place to be written to"

@@ -7,6 +7,7 @@
 #include "file/pmi/PMIElement.h"
 #include "file/pmi/PMIGeneric.h"
 #include "file/pmi/PMITags.h"
+#include "scene/Recording.h"
 
 jt::Ref<PMIDataManager> jt::file::PMIAccess::make(PMIData data) {
   auto manager = jt::make<PMIDataManager>();
@@ -137,16 +138,26 @@ const JtString* PMIDataManager::string(std::int32_t id) const {
 
 std::int32_t PMIDataManager::stringId(const JtString& text) {
   const std::vector<JtString>& strings = data_.strings;
-  for (; indexedTexts_ < strings.size(); ++indexedTexts_)
-    textIds_.try_emplace(strings[indexedTexts_].units(), static_cast<std::int32_t>(indexedTexts_));
+  for (; lookups_.indexedTexts < strings.size(); ++lookups_.indexedTexts)
+    lookups_.textIds.try_emplace(strings[lookups_.indexedTexts].units(),
+                                 static_cast<std::int32_t>(lookups_.indexedTexts));
+  if (const auto known = lookups_.textIds.find(text.units()); known != lookups_.textIds.end())
+    return known->second;
+  record();
   const auto id = static_cast<std::int32_t>(strings.size());
-  const auto [known, isNew] = textIds_.try_emplace(text.units(), id);
-  if (isNew) {
-    data_.strings.push_back(text);
-    ++indexedTexts_;
-    modified_ = true;
-  }
-  return known->second;
+  data_.strings.push_back(text);
+  modified_ = true;
+  lookups_.textIds.try_emplace(text.units(), id);
+  ++lookups_.indexedTexts;
+  return id;
+}
+
+void PMIDataManager::record() {
+  jt::scene::recordChange(*this, data_, modified_, revision_);
+  // What was found out need not hold for the old content.
+  if (jt::ChangeJournal* const journal = jt::scene::journalFor(*this))
+    jt::scene::keepAs(*journal, *this, lookups_, Lookups());
+  ++revision_;
 }
 
 void PMIDataManager::prepareForNew(std::size_t count) {
@@ -163,11 +174,12 @@ void PMIDataManager::addTag(std::size_t place) {
   auto& indices = data_.cadTags.indices;
   indices.insert(indices.begin() + static_cast<std::ptrdiff_t>(place),
                  static_cast<std::int32_t>(tags.size()));
-  tags.push_back({jt::file::newTag(tags, greatestTag_)});
+  tags.push_back({jt::file::newTag(tags, lookups_.greatestTag)});
 }
 
 PMITypedID PMIDataManager::addGenericEntity(jt::PMIGenericEntity entity) {
   const std::size_t index = data_.genericEntities.size();
+  record();
   prepareForNew(index);
   data_.genericEntities.push_back(std::move(entity));
   if (data_.hasAreaForEachEntity) data_.polygons.vertexCounts.push_back(0);
@@ -178,6 +190,7 @@ PMITypedID PMIDataManager::addGenericEntity(jt::PMIGenericEntity entity) {
 
 PMITypedID PMIDataManager::addModelView(jt::PMIModelView view) {
   const std::size_t index = data_.modelViews.size();
+  record();
   prepareForNew(index);
   addTag(*jt::file::PMITagPlaces(data_).first(PMIKind::modelView) + index);
   data_.modelViews.push_back(std::move(view));
@@ -199,6 +212,7 @@ int PMIDataManager::removeGenericEntities(std::span<const int> indices) {
   const auto count = static_cast<int>(std::ranges::count(isRemoved, true));
   if (count == 0) return 0;
   jt::file::requireEditable(data_);
+  record();
   jt::file::removeGeneric(data_, isRemoved);
   modified_ = true;
   return count;
@@ -206,12 +220,14 @@ int PMIDataManager::removeGenericEntities(std::span<const int> indices) {
 
 jt::PMIGenericEntity* PMIDataManager::editGenericEntity(int index) {
   if (index < 0 || static_cast<std::size_t>(index) >= data_.genericEntities.size()) return nullptr;
+  record();
   modified_ = true;
   return &data_.genericEntities[static_cast<std::size_t>(index)];
 }
 
 jt::PMIModelView* PMIDataManager::editModelView(int index) {
   if (index < 0 || static_cast<std::size_t>(index) >= data_.modelViews.size()) return nullptr;
+  record();
   modified_ = true;
   return &data_.modelViews[static_cast<std::size_t>(index)];
 }
@@ -219,6 +235,7 @@ jt::PMIModelView* PMIDataManager::editModelView(int index) {
 void PMIDataManager::makeGeneric() {
   if (!jt::file::hasTypedPMI(data_)) return;
   jt::file::requireEditable(data_);
+  record();
   jt::file::makeGeneric(data_);
   modified_ = true;
 }
@@ -237,6 +254,7 @@ void PMIDataManager::addAssociation(PMITypedID source, PMITypedID destination,
       throw JtFormatError("not_editable",
                           "an entity of a fixed kind cannot be linked: how files name it is not "
                           "known");
+  record();
   data_.associations.push_back(
       {jt::file::storedEnd(data_, source), jt::file::storedEnd(data_, destination), reason});
   modified_ = true;
@@ -253,6 +271,7 @@ std::vector<PMIDataManager::Link> PMIDataManager::links() const {
 }
 
 void PMIDataManager::merge(const PMIDataManager& other) {
+  record();
   if (data_.layout == jt::PMILayout::none && isEmpty() && data_.strings.empty()) {
     data_ = other.data_;
   } else {
@@ -260,6 +279,6 @@ void PMIDataManager::merge(const PMIDataManager& other) {
     jt::file::mergePMI(merged, other.data_);
     data_ = std::move(merged);
   }
-  greatestTag_ = -1;
+  lookups_.greatestTag = -1;
   modified_ = true;
 }

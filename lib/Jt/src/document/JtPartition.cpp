@@ -7,6 +7,7 @@
 #include "JtFormatError.h"
 #include "file/graph/SceneReader.h"
 #include "file/save/FileWriter.h"
+#include "scene/Recording.h"
 #include "storage/RelativePath.h"
 
 bool JtPartition::_autoLoadShapes = true;
@@ -224,6 +225,7 @@ JtString JtPartition::datastoreName() const {
 }
 
 void JtPartition::setFileName(const JtString& name) {
+  record(fileName_);
   fileName_ = name;
   touch();
 }
@@ -236,7 +238,13 @@ std::optional<jt::Box> JtPartition::bounds() const {
   return {};
 }
 
+void JtPartition::setVersion(jt::FileVersion version) {
+  jt::scene::recordChange(*this, version_);
+  version_ = version;
+}
+
 void JtPartition::setBounds(const jt::Box& box) {
+  change(untransformedBox_, box2BeforeArea_, box1_);
   if (untransformedBox_) {
     untransformedBox_ = box;
   } else if (box2BeforeArea_) {
@@ -244,7 +252,6 @@ void JtPartition::setBounds(const jt::Box& box) {
   } else {
     box1_ = box;
   }
-  touch();
 }
 
 const std::vector<jt::Diagnostic>& JtPartition::notes() const { return notes_; }
@@ -254,6 +261,7 @@ const std::vector<jt::Diagnostic>& JtPartition::notes() const { return notes_; }
 void JtPartition::setShapeEncoding(const std::optional<jt::ShapeEncoding>& encoding) {
   if (const std::string flaw = encoding ? encoding->flaw() : std::string(); !flaw.empty())
     throw JtFormatError("bad_encoding", flaw);
+  jt::scene::recordChange(*this, shapeEncoding_);
   shapeEncoding_ = encoding;
 }
 

@@ -6,6 +6,14 @@
 #include "JtBaseDataStream.h"
 #include "JtFormatError.h"
 #include "file/segments/WireframeElement.h"
+#include "scene/Recording.h"
+
+namespace jt {
+
+/// For a journal: edges are only ever added.
+static std::uint64_t fingerprintOf(const WireframeData& data) noexcept { return data.edges.size(); }
+
+}  // namespace jt
 
 jt::Ref<JtBase> JtWireframeRep::clone() const { return jt::Ref<JtBase>(new JtWireframeRep(*this)); }
 
@@ -47,6 +55,7 @@ std::int32_t JtWireframeRep::addEdge(jt::WireCurve curve) {
   if (!data_.trailingBytes.empty() || (data_.cadTags.flag != 0 && !data_.cadTags.tags))
     throw JtFormatError("not_editable",
                         "the wireframe has bytes that are not understood; no edge can be added");
+  jt::scene::recordChange(*this, data_, modified_);
   std::int32_t tag = data_.nextTag;
   for (const jt::WireEdge& edge : data_.edges) tag = std::max(tag, edge.tag + 1);
   data_.edges.push_back({static_cast<std::int32_t>(data_.curves.size()), tag});

@@ -8,6 +8,7 @@
 #include "file/graph/SceneSource.h"
 #include "file/shapes/ShapeGeometry.h"
 #include "file/shapes/ShapeSegment.h"
+#include "scene/Recording.h"
 
 namespace {
 
@@ -111,6 +112,7 @@ void JtShape::setMesh(std::shared_ptr<const jt::Mesh> mesh) {
                                         " cannot hold a mesh of this kind");
   dropSegments();
   setStatistics(jt::file::statisticsOf(*mesh));
+  change(size_);
   size_ = 0;
   followMesh(*mesh);
   const auto geometry = jt::make<jt::file::ShapeGeometry>(std::move(mesh));

@@ -5,6 +5,7 @@
 #include "VisPartNode.h"
 #include "document/LoadMutex.h"
 #include "file/graph/SceneSource.h"
+#include "scene/Recording.h"
 
 namespace {
 
@@ -103,6 +104,7 @@ PMIDataManager* VisMetaDataNode::pmi() {
 }
 
 void VisMetaDataNode::setPMI(PMIDataManager* pmi) {
+  jt::scene::recordChange(*this, pmi_, pmiState_);
   const auto key = jt::make<JtStringPropAtom>(pmiKey());
   if (pmi) {
     const auto atom = jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(pmi));
@@ -125,6 +127,7 @@ JtWireframeRep* VisPartNode::wfRep() {
 
 void VisPartNode::setWFRep(JtWireframeRep* wires) {
   constexpr std::int32_t kWireframeSegment = 18;
+  jt::scene::recordChange(*this, wires_, wiresState_);
   const auto key = jt::make<JtStringPropAtom>(wireframeKey());
   if (wires) {
     const auto atom = jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(wires), kWireframeSegment);

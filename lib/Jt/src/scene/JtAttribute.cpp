@@ -1,10 +1,12 @@
 #include "JtAttribute.h"
 
+#include "scene/Recording.h"
+
 void JtAttribute::setState(JtAttributeState state, bool on) {
   if (isCarried()) return;
   const auto bit = static_cast<std::uint8_t>(state);
+  change(stateFlags_);
   stateFlags_ = static_cast<std::uint8_t>(on ? stateFlags_ | bit : stateFlags_ & ~bit);
-  touch();
 }
 
 namespace {
@@ -33,13 +35,13 @@ bool JtAttribute::isFinal() const noexcept {
 
 void JtAttribute::setFinal(bool on) {
   if (isCarried()) return;
+  change(stateFlags_, finalFlags_);
   if (fieldFlagsOf10_) {
     finalFlags_ = on ? allFields() : 0;
   } else {
     stateFlags_ = static_cast<std::uint8_t>(on ? stateFlags_ | kFinalBefore10
                                                : stateFlags_ & ~kFinalBefore10);
   }
-  touch();
 }
 
 std::uint8_t JtAttribute::stateFlagsIn(bool form10) const noexcept {
@@ -65,8 +67,8 @@ std::uint32_t JtAttribute::inhibitFlagsIn(bool form10) const noexcept {
 void JtAttribute::stateField(const jt::FieldBits& field) {
   const std::uint32_t bits = fieldFlagsOf10_ ? field.from10 : field.before10;
   if (isCarried() || (inhibitFlags_ & bits) == 0) return;
+  change(inhibitFlags_);
   inhibitFlags_ &= ~bits;
-  touch();
 }
 
 bool JtAttribute::isBaseEqualTo(const JtAttribute& other) const noexcept {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "scene/Ancestors.h"
+#include "scene/Recording.h"
 
 JtGroup::~JtGroup() {
   Dismantler children;
@@ -29,6 +30,11 @@ bool JtGroup::addChild(JtNode* child) {
 
 bool JtGroup::insertChild(int index, JtNode* child) {
   if (!jt::scene::mayTakeChild(*this, child)) return false;
+  // A child may still be in its constructor: once a journal has a reference on it, nothing fails.
+  if (children_.size() == children_.capacity())
+    children_.reserve(std::max<std::size_t>(2 * children_.size(), 1));
+  record(children_);
+  recordParents(*child);
   link(std::clamp<std::ptrdiff_t>(index, 0, static_cast<std::ptrdiff_t>(children_.size())), *child);
   touch();
   return true;
@@ -48,10 +54,17 @@ void JtGroup::link(std::ptrdiff_t index, JtNode& child) {
 bool JtGroup::removeChild(int index) {
   if (isOpaque() || index < 0 || static_cast<std::size_t>(index) >= children_.size()) return false;
   const jt::Ref<JtNode> child = children_[static_cast<std::size_t>(index)];
+  record(children_);
+  recordParents(*child);
   children_.erase(children_.begin() + index);
   detach(*child, *this);
   touch();
   return true;
+}
+
+void JtGroup::disown(const JtNode& child) {
+  record(children_);
+  std::erase(children_, &child);
 }
 
 bool JtGroup::removeChild(const JtNode* child) {

@@ -1,6 +1,7 @@
 #include "JtInstance.h"
 
 #include "scene/Ancestors.h"
+#include "scene/Recording.h"
 
 JtInstance::~JtInstance() {
   Dismantler children;
@@ -17,9 +18,18 @@ jt::Ref<JtBase> JtInstance::clone() const { return jt::Ref<JtBase>(new JtInstanc
 
 bool JtInstance::setChild(JtNode* child) {
   if (isOpaque() || (child && !jt::scene::mayTakeChild(*this, child))) return false;
+  record(child_);
+  if (child_) recordParents(*child_);
+  if (child) recordParents(*child);
   link(child);
   touch();
   return true;
+}
+
+void JtInstance::disown(const JtNode& child) {
+  if (child_ != &child) return;
+  record(child_);
+  child_ = nullptr;
 }
 
 void JtInstance::link(JtNode* child) {

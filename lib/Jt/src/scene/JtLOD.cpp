@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "scene/Recording.h"
+
 JtNode* JtLOD::childForLevel(std::uint32_t level) const noexcept {
   const int last = numChildren() - 1;
   return child(level < static_cast<std::uint32_t>(std::max(last, 0)) ? static_cast<int>(level)
@@ -9,8 +11,8 @@ JtNode* JtLOD::childForLevel(std::uint32_t level) const noexcept {
 }
 
 void JtRangeLOD::setRangeLimits(std::vector<float> limits) {
+  change(limits_);
   limits_ = std::move(limits);
-  touch();
 }
 
 JtNode* JtRangeLOD::childForDistance(float distance) const noexcept {
@@ -20,6 +22,6 @@ JtNode* JtRangeLOD::childForDistance(float distance) const noexcept {
 }
 
 void JtRangeLOD::setCenter(const std::array<float, 3>& center) {
+  change(center_);
   center_ = center;
-  touch();
 }

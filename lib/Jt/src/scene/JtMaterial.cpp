@@ -4,15 +4,18 @@
 #include <bit>
 
 #include "JtHash.h"
+#include "scene/Recording.h"
 
 jt::Ref<JtBase> JtMaterial::clone() const { return jt::Ref<JtBase>(new JtMaterial(*this)); }
 
 void JtMaterial::setAmbientColor(float red, float green, float blue, float alpha) {
+  record(ambient_);
   ambient_ = {red, green, blue, alpha};
   clearPattern(0x02);
 }
 
 void JtMaterial::setDiffuseColor(float red, float green, float blue, float alpha) {
+  record(diffuse_);
   diffuse_ = {red, green, blue, alpha};
   setBlending(alpha < 1);
 }
@@ -23,8 +26,8 @@ void JtMaterial::setBlending(bool on) {
   constexpr unsigned kUsualFactors = 6U << 6 | 7U << 11;
   unsigned flags = on ? dataFlags_ | kBlending : dataFlags_ & ~kBlending;
   if (on && (flags & kFactors) == 0) flags |= kUsualFactors;
+  change(dataFlags_);
   dataFlags_ = static_cast<std::uint16_t>(flags);
-  touch();
 }
 
 namespace {
@@ -64,8 +67,8 @@ void JtMaterial::state(JtMaterialField field) { stateField(bitsOf(field)); }
 
 void JtMaterial::takeField(JtMaterialField field, const JtMaterial& from) {
   const auto takeFlags = [&](unsigned mask) {
+    change(dataFlags_);
     dataFlags_ = static_cast<std::uint16_t>((dataFlags_ & ~mask) | (from.dataFlags_ & mask));
-    touch();
   };
   switch (field) {
     case JtMaterialField::ambient:
@@ -86,11 +89,13 @@ void JtMaterial::takeField(JtMaterialField field, const JtMaterial& from) {
     case JtMaterialField::reflectivity:
       return setReflectivity(from.reflectivity());
     case JtMaterialField::diffuse:
+      change(diffuse_);
       std::copy_n(from.diffuse_.begin(), 3, diffuse_.begin());
-      return touch();
+      return;
     case JtMaterialField::alpha:
+      change(diffuse_);
       diffuse_[3] = from.diffuse_[3];
-      return touch();
+      return;
   }
 }
 
@@ -117,38 +122,40 @@ std::size_t JtMaterial::hash() const noexcept {
 }
 
 void JtMaterial::setSpecularColor(float red, float green, float blue, float alpha) {
+  record(specular_);
   specular_ = {red, green, blue, alpha};
   clearPattern(0x04);
 }
 
 void JtMaterial::setEmissionColor(float red, float green, float blue, float alpha) {
+  record(emission_);
   emission_ = {red, green, blue, alpha};
   clearPattern(0x08);
 }
 
 void JtMaterial::clearPattern(std::uint8_t bit) {
+  change(pattern_, dataFlags_);
   pattern_ = static_cast<std::uint8_t>(pattern_ & ~bit);
   dataFlags_ = static_cast<std::uint16_t>(dataFlags_ & ~bit);
-  touch();
 }
 
 void JtMaterial::setShininess(float shininess) {
+  change(shininess_);
   shininess_ = shininess;
-  touch();
 }
 
 void JtMaterial::setReflectivity(float reflectivity) {
+  change(reflectivity_);
   reflectivity_ = reflectivity;
-  touch();
 }
 
 void JtMaterial::setBumpiness(float bumpiness) {
+  change(bumpiness_);
   bumpiness_ = bumpiness;
-  touch();
 }
 
 void JtMaterial::setOverrideVertexColors(bool on) {
+  change(dataFlags_);
   dataFlags_ =
       static_cast<std::uint16_t>(on ? dataFlags_ | kOverrideFlag : dataFlags_ & ~kOverrideFlag);
-  touch();
 }

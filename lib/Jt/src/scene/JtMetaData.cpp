@@ -1,5 +1,9 @@
 #include "JtMetaData.h"
 
+#include <algorithm>
+
+#include "scene/Recording.h"
+
 namespace {
 
 /// A key as it is compared: a trailing "::" marks a key for the user's eyes and is not part of it.
@@ -20,8 +24,10 @@ const JtMetaData::Value* JtMetaData::find(const JtString& key) const {
 }
 
 bool JtMetaData::remove(const JtString& key) {
-  const auto removed = std::erase_if(
-      entries_, [&](const Entry& entry) { return bareKey(entry.key) == bareKey(key); });
-  modified_ = modified_ || removed > 0;
-  return removed > 0;
+  const auto isMeant = [&](const Entry& entry) { return bareKey(entry.key) == bareKey(key); };
+  if (std::ranges::none_of(entries_, isMeant)) return false;
+  jt::scene::recordChange(*this, entries_, modified_);
+  std::erase_if(entries_, isMeant);
+  modified_ = true;
+  return true;
 }

@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "scene/ObjectSource.h"
+#include "scene/Recording.h"
 
 namespace {
 
@@ -39,11 +40,45 @@ JtNode* JtNode::parent(int index) const noexcept {
   return index >= 0 && index < numParents() ? parents_[static_cast<std::size_t>(index)] : nullptr;
 }
 
+namespace {
+
+/// The parents of a node. A node does not own them, so the journal does.
+class KeptParents final : public jt::ChangeJournal::Kept {
+ public:
+  KeptParents(const JtNode& owner, jt::ParentList& parents)
+      : owner_(owner), parents_(parents), kept_(parents) {
+    owned_.reserve(parents.size());
+    for (std::size_t i = 0; i < parents.size(); ++i)
+      if (parents[i]->refCount() > 0) owned_.emplace_back(*parents[i]);
+  }
+  void swap() noexcept override { std::swap(parents_, kept_); }
+
+ private:
+  std::uint64_t fingerprint() const noexcept override {
+    return jt::scene::listFingerprint(parents_);
+  }
+
+  jt::scene::Keeper owner_;
+  jt::ParentList& parents_;
+  jt::ParentList kept_;
+  std::vector<jt::scene::Keeper> owned_;
+};
+
+}  // namespace
+
+/// Also for a child without references: it would otherwise go on naming a parent that has given it
+/// up.
+void JtNode::recordParents(JtNode& child) {
+  jt::ChangeJournal* const journal = jt::ChangeJournal::recording();
+  if (journal && journal->wants(&child.parents_))
+    journal->keep(&child.parents_, std::make_unique<KeptParents>(child, child.parents_));
+}
+
 // A node that is about to end has no parents any more: the first place of that list, which takes no
 // memory, links the nodes that wait.
 
 void JtNode::Dismantler::add(jt::Ref<JtNode> node) noexcept {
-  if (!node || node->refCount() != 1) return;
+  if (!node || node->refCount() != 1 || node->isKept()) return;
   node->parents_ = {};
   if (first_) node->attachTo(*first_);
   first_ = node.release();
@@ -74,6 +109,7 @@ bool JtNode::getAttribute(int index, JtAttribute*& attribute, JtPathQual*& quali
 
 bool JtNode::appendAttribute(JtAttribute* attribute, JtPathQual*) {
   if (!attribute || opaque_) return false;
+  record(attributes_);
   attributes_.push_back(jt::Ref<JtAttribute>(attribute));
   touch();
   return true;
@@ -81,15 +117,15 @@ bool JtNode::appendAttribute(JtAttribute* attribute, JtPathQual*) {
 
 bool JtNode::replaceAttribute(int index, JtAttribute* attribute, JtPathQual*) {
   if (!attribute || opaque_ || !this->attribute(index)) return false;
+  change(attributes_);
   attributes_[static_cast<std::size_t>(index)] = attribute;
-  touch();
   return true;
 }
 
 bool JtNode::removeAttribute(int index) {
   if (opaque_ || !attribute(index)) return false;
+  change(attributes_);
   attributes_.erase(static_cast<std::size_t>(index));
-  touch();
   return true;
 }
 
@@ -147,13 +183,12 @@ bool JtNode::addProperty(JtPropAtom* key, JtPropAtom* value, bool replace) {
   if (!text || !value) return false;
   auto& all = properties();
   const auto found = findKey(all, *text);
-  if (found != all.end()) {
-    if (!replace) return false;
+  if (!replace && (found != all.end() || extraProperty(*text))) return false;
+  jt::scene::recordChange(*this, properties_, propertiesModified_);
+  if (found != all.end())
     all[static_cast<std::size_t>(found - all.begin())].value = value;
-  } else {
-    if (!replace && extraProperty(*text)) return false;
+  else
     all.push_back({key, value});
-  }
   propertiesModified_ = true;
   return true;
 }
@@ -164,6 +199,7 @@ bool JtNode::deleteProperty(const JtPropAtom* key) {
   auto& all = properties();
   const auto found = findKey(all, *text);
   if (found == all.end()) return false;
+  jt::scene::recordChange(*this, properties_, propertiesModified_);
   all.erase(all.begin() + (found - all.begin()));
   propertiesModified_ = true;
   return true;
@@ -171,6 +207,6 @@ bool JtNode::deleteProperty(const JtPropAtom* key) {
 
 void JtNode::setIgnored(bool on) {
   if (isCarried()) return;
+  change(nodeFlags_);
   nodeFlags_ = on ? nodeFlags_ | 1U : nodeFlags_ & ~1U;
-  touch();
 }

@@ -1,8 +1,10 @@
 #include "JtSwitch.h"
 
+#include "scene/Recording.h"
+
 void JtSwitch::setSelectedChild(int index) {
+  change(selected_);
   selected_ = index;
-  touch();
 }
 
 JtNode* JtSwitch::representation(bool selected) const {

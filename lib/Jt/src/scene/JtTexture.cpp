@@ -4,6 +4,7 @@
 #include <span>
 
 #include "JtFormatError.h"
+#include "scene/Recording.h"
 
 namespace {
 
@@ -130,25 +131,26 @@ void JtTextureImage::setImage(jt::TextureImage image, bool isInline, int coordin
   block.coordinateChannel = coordinateChannel;
   block.inlineFlag = isInline ? 1 : 0;
   block.images.push_back(std::move(image));
-  blocks_.clear();
-  blocks_.push_back(std::move(block));
+  std::vector<jt::TextureBlock> blocks;
+  blocks.push_back(std::move(block));
+  change(blocks_, version_);
+  blocks_ = std::move(blocks);
   // Older versions of the attribute name no channel of coordinates.
   version_ = {};
-  touch();
 }
 
 void JtTextureImage::setWrap(jt::TextureWrap alongWidth, jt::TextureWrap alongHeight) {
   if (blocks_.empty() || isCarried()) return;
+  change(blocks_);
   auto& wrap = blocks_.back().environment.wrap;
   wrap[0] = static_cast<std::int32_t>(alongWidth);
   wrap[1] = static_cast<std::int32_t>(alongHeight);
-  touch();
 }
 
 void JtTextureImage::setTransform(const std::array<float, 16>& matrix) {
   if (blocks_.empty() || isCarried()) return;
+  change(blocks_);
   blocks_.back().environment.transform = matrix;
-  touch();
 }
 
 std::optional<jt::TexturePixels> JtTextureImage::pixels() const {

@@ -1,11 +1,13 @@
 #include "JtXform.h"
 
+#include "scene/Recording.h"
+
 jt::Ref<JtBase> JtXform::clone() const { return jt::Ref<JtBase>(new JtXform(*this)); }
 
 void JtXform::setMatrix(const jt::Matrix4& matrix) {
+  change(matrix_, storedMask_);
   matrix_ = matrix;
   storedMask_.reset();
-  touch();
 }
 
 jt::Matrix4 jt::multiply(const Matrix4& a, const Matrix4& b) {

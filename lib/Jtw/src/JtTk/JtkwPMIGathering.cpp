@@ -281,6 +281,27 @@ bool isAsStored(JtwPMI& pmi, const PMIDataManager& stored, const PMISpace& space
          read.data == static_cast<JtwPMIAnnotation&>(pmi).annotationData();
 }
 
+void takeStoredPMIs(JtwNode& carrier) {
+  const auto pmis = carrier.root()->getJtwPMIsOfNode(carrier.jtNode());
+  auto* holder = jt::as<VisMetaDataNode>(carrier.jtNode());
+  const PMIDataManager* pmi = holder && !pmis.empty() ? holder->pmi() : nullptr;
+  if (!pmi) return;
+  const jt::Ref<const PMIDataManager> stored = pmi->generic();
+  for (JtwPMI* each : pmis) {
+    const auto index = static_cast<std::size_t>(each->id());
+    if (each->id() < 0 || index >= stored->pmiDataGenericArray().size() || !each->collection() ||
+        each->type() != JtwNode::JT_PMI_ANNOTATION_NODE)
+      continue;
+    const PMISpace space = pmiSpace(carrier, *each->collection());
+    if (isAsStored(*each, *stored, space)) continue;
+    PMIState state = readAnnotation(*stored, stored->pmiDataGenericArray()[index], space);
+    state.record.key = each->key();
+    *each->KrData() = std::move(state.record);
+    each->setRelLoc(state.relLoc);
+    static_cast<JtwPMIAnnotation*>(each)->annotationData() = std::move(state.data);
+  }
+}
+
 std::vector<std::pair<JtString, JtString>> attributesToCarry(const JtNode& node, int id) {
   // The PMI of a JT node are loaded on demand; that is no change of the node.
   auto* holder = jt::as<VisMetaDataNode>(const_cast<JtNode*>(&node));

@@ -42,6 +42,9 @@ RTTran3D readCoordinateSystem(const jt::PMIGenericEntity& entity, const PMISpace
 /// True while the file has exactly what the host has of a PMI with an id.
 /// @param stored with generic entities alone, see PMIDataManager::generic()
 bool isAsStored(JtwPMI& pmi, const PMIDataManager& stored, const PMISpace& space);
+/// Gives the annotations that a JT node has the values that it has of them, which are in single
+/// precision.
+void takeStoredPMIs(JtwNode& carrier);
 /// True for entities that are the host's to remove when no PMI has their index as id.
 bool isRemovable(const jt::PMIGenericEntity& entity);
 /// The attributes, names and values, of an entity of a JT node that mean nothing to the host.
