@@ -20,7 +20,7 @@ namespace jtw {
 /// Changes objects, all in the same way. Everything is checked for all of them before the first is
 /// changed. @return their keys, which they get when they had none; null keys for those that cannot
 /// get one. Throws EditError as NodeEdits.
-JTW_API std::vector<ApiProtoKey> setObjects(Objects& objects, std::span<const std::size_t> indices,
+JTW_API std::vector<ApiProtoKey> setObjects(Objects& objects, std::span<JtwNode* const> nodes,
                                             std::span<const Setting> settings);
 
 /// A new object.
@@ -38,12 +38,12 @@ JTW_API void checkRequest(const AddRequest& request);
 
 /// What was made.
 struct AddResult {
-  std::size_t index = 0;
+  JtwNode* node = nullptr;
   ApiProtoKey key;
   ApiProtoKey parent;
 };
 
-/// Makes an object and lists the objects anew. Throws EditError; when the fault is in the settings,
+/// Makes an object. Throws EditError; when the fault is in the settings,
 /// the object is there.
 JTW_API AddResult addObject(Objects& objects, const AddRequest& request);
 
@@ -54,30 +54,29 @@ struct RemoveResult {
   std::size_t count = 0;       ///< of objects that are gone
 };
 
-/// Removes objects with everything below them, ends attachments to what is gone, and lists the
-/// objects anew. Indices of what is below another one of them count once. Throws EditError.
-JTW_API RemoveResult removeObjects(Objects& objects, std::span<const std::size_t> indices);
+/// Removes objects with everything below them, and ends attachments to what is gone. What is below
+/// another one of them counts once. Throws EditError.
+JTW_API RemoveResult removeObjects(Objects& objects, std::span<JtwNode* const> nodes);
 
 /// Where an object went.
 struct MoveResult {
-  std::size_t index = 0;
   ApiProtoKey key;
   ApiProtoKey parent;
   bool unitChanged = false;  ///< it has no unit of its own, and its new parent another one
 };
 
-/// Moves an object under another one and lists the objects anew.
+/// Moves an object under another one.
 /// @param keepsPlace it stays where it is in the component; else its place relative to its parent
 /// stays the same
 /// Throws EditError.
-JTW_API MoveResult moveObject(Objects& objects, std::size_t index, const ObjectAddress& parent,
+JTW_API MoveResult moveObject(Objects& objects, JtwNode& node, const ObjectAddress& parent,
                               bool keepsPlace);
 
-/// Copies an entity, beside it, and lists the objects anew. Throws EditError; when the fault is in
-/// the settings, the copy is there.
+/// Copies an entity, beside it. Throws EditError; when the fault is in the settings, the copy is
+/// there.
 /// @param key a number, or "auto" for the next free one
-/// @return index of the copy
-JTW_API std::size_t cloneObject(Objects& objects, std::size_t index, const std::string& key,
-                                bool withGeometry, std::span<const Setting> settings);
+/// @return the copy
+JTW_API JtwNode& cloneObject(Objects& objects, JtwNode& node, const std::string& key,
+                             bool withGeometry, std::span<const Setting> settings);
 
 }  // namespace jtw

@@ -32,10 +32,9 @@ JTW_API std::vector<Setting> parseSettings(std::span<const std::string> words);
 /// `text`, `size`, `layer`, `backgroundColor`, `geomColor`, `plane`.
 class JTW_API NodeEdits {
  public:
-  /// @param index of the object in the list
   /// Throws EditError: "usage" for a setting that there is not or a bad value, other codes for what
   /// the model refuses.
-  NodeEdits(Objects& objects, std::size_t index, std::span<const Setting> settings);
+  NodeEdits(Objects& objects, JtwNode& node, std::span<const Setting> settings);
 
   /// Makes the changes. Throws EditError when the object is a frame and its list cannot be stored.
   void apply();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -86,8 +87,8 @@ struct ListedObject {
 class ObjectNames;
 
 /// The objects of an opened component, in the order of a listing and by their addresses. Looks at
-/// the root and its wrappers, and owns neither. After objects were made, moved or removed the list
-/// has to be made anew: relist().
+/// the root and its wrappers, and owns neither. Indices hold until objects are made, moved or
+/// removed; the list is made anew when somebody asks for it after changed().
 class JTW_API Objects {
  public:
   /// Lists all objects, parents before children. @pre the root's wrappers are made, see
@@ -102,17 +103,23 @@ class JTW_API Objects {
   /// What messages call the component.
   const std::string& document() const noexcept { return document_; }
   /// All objects, each once, parents before children.
-  const std::vector<TreeEntry>& entries() const noexcept { return entries_; }
+  const std::vector<TreeEntry>& entries() const { return current().entries; }
   /// The object of that index.
-  JtwNode& node(std::size_t index) const { return *entries_[index].node; }
-  /// Lists the objects anew.
-  void relist();
+  JtwNode& node(std::size_t index) const { return *entries()[index].node; }
+  /// The objects of these indices.
+  std::vector<JtwNode*> nodes(std::span<const std::size_t> indices) const;
+  /// To be called when objects were made, moved or removed.
+  void changed() noexcept;
   /// To be called when an object got another name: names are looked up anew.
   void forgetNames() noexcept;
 
   /// Index of an object. Throws EditError "unknown_key", or "ambiguous" when a name or a path is
   /// that of several.
   std::size_t find(const ObjectAddress& address) const;
+  /// The object itself. By its key it is found without a list. Throws as find().
+  JtwNode& object(const ObjectAddress& address) const;
+  /// The index of a listed object. Throws EditError "unknown_key".
+  std::size_t indexOf(const JtwNode& node) const;
   /// The shortest address of an object that needs no names; empty for a frame without key.
   std::string address(std::size_t index) const;
   /// Its name in UTF-8.
@@ -125,6 +132,8 @@ class JTW_API Objects {
   std::optional<std::size_t> parentOf(std::size_t index) const;
   /// That object; null for the component itself.
   JtwNode* listedParent(std::size_t index) const;
+  /// The same for an object that need not be in the list yet: the next one above it.
+  JtwNode* parentOf(JtwNode& node) const;
   /// One past the last entry that is listed below that one.
   std::size_t endOfSubtree(std::size_t index) const;
   /// The object as a line of a listing that starts with it.
@@ -136,17 +145,16 @@ class JTW_API Objects {
 
   /// Gives the object the next free key when it has none: files from elsewhere have no keys. False
   /// when the model refuses. @param reserved a key that it must not take
-  bool ensureKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
+  bool ensureKey(JtwNode& node, const ApiProtoKey& reserved = ApiProtoKey());
   /// The same for an object that is edited by its key. Throws EditError "key_in_use" when that key
   /// also names an object of another file.
-  bool ensureOwnKey(std::size_t index, const ApiProtoKey& reserved = ApiProtoKey());
-  /// The index of an object that others can hang on; it has a key from then on, not the reserved
-  /// one. Throws EditError "unknown_key", "not_a_collection", "no_free_key".
-  std::size_t findCollection(const ObjectAddress& address,
-                             const ApiProtoKey& reserved = ApiProtoKey());
+  bool ensureOwnKey(JtwNode& node, const ApiProtoKey& reserved = ApiProtoKey());
+  /// An object that others can hang on; it has a key from then on, not the reserved one. Throws
+  /// EditError "unknown_key", "not_a_collection", "no_free_key".
+  JtwNode& collection(const ObjectAddress& address, const ApiProtoKey& reserved = ApiProtoKey());
   /// The key for a new object: a number, or "auto" for the next free one. Throws EditError "usage",
   /// "key_in_use", "no_free_key".
-  ApiProtoKey newKey(const std::string& text) const;
+  ApiProtoKey newKey(const std::string& text);
 
   /// To be called when a frame of that collection was added, changed or removed (null: nothing).
   /// Throws EditError of the kind "input", "bad_frames", when the stored list cannot be read: its
@@ -162,15 +170,23 @@ class JTW_API Objects {
   [[noreturn]] void failUnknown(const ObjectAddress& address) const;
   [[noreturn]] void failAmbiguous(const ObjectAddress& address,
                                   const std::vector<std::size_t>& candidates) const;
+  /// What a listing has.
+  struct Listing {
+    std::vector<TreeEntry> entries;
+    std::vector<std::size_t> parents;  // index of each entry's parent; of the component its own
+    std::unordered_map<long, std::size_t> firstOfKey;
+    std::unordered_map<const JtwNode*, std::size_t> indices;  // made when somebody asks
+    std::unique_ptr<ObjectNames> names;                       // likewise
+  };
+  const Listing& current() const;
   const ObjectNames& names() const;
+  ApiProtoKey freeKey();
 
   JtwRoot& root_;
   std::string document_;
-  std::vector<TreeEntry> entries_;
-  std::vector<std::size_t> parents_;  // index of each entry's parent; of the component its own
-  std::unordered_map<long, std::size_t> firstOfKey_;
   std::unordered_set<JtwCollection*> changedFrames_;
-  mutable std::unique_ptr<ObjectNames> names_;  // made when somebody asks for a name
+  ApiProtoKey freeKey_;  // the next one; null: to be looked for
+  mutable std::optional<Listing> listing_;
 };
 
 /// Throws EditError of the kind "input": the stored frame list of an object cannot be read;

@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 
 #include "AnnotationEdits.h"
 #include "JtGroup.h"
@@ -18,10 +19,9 @@
 namespace jtw {
 namespace {
 
-std::string keyText(const ApiProtoKey& key) { return std::to_string(key.getAsLong()); }
-
-std::size_t indexOf(const Objects& objects, const ApiProtoKey& key) {
-  return objects.find(ObjectAddress(keyText(key)));
+/// What names an object in messages.
+std::string addressOf(const Objects& objects, JtwNode& node) {
+  return objects.address(objects.indexOf(node));
 }
 
 void refuse(const Objects& objects, const std::string& message) {
@@ -30,17 +30,17 @@ void refuse(const Objects& objects, const std::string& message) {
 
 }  // namespace
 
-std::vector<ApiProtoKey> setObjects(Objects& objects, std::span<const std::size_t> indices,
+std::vector<ApiProtoKey> setObjects(Objects& objects, std::span<JtwNode* const> nodes,
                                     std::span<const Setting> settings) {
   std::vector<NodeEdits> edits;
-  edits.reserve(indices.size());
-  for (const std::size_t index : indices) edits.emplace_back(objects, index, settings);
+  edits.reserve(nodes.size());
+  for (JtwNode* node : nodes) edits.emplace_back(objects, *node, settings);
   for (NodeEdits& each : edits) each.apply();
   std::vector<ApiProtoKey> keys;
-  keys.reserve(indices.size());
-  for (const std::size_t index : indices) {
-    objects.ensureKey(index);
-    keys.push_back(objects.node(index).key());
+  keys.reserve(nodes.size());
+  for (JtwNode* node : nodes) {
+    objects.ensureKey(*node);
+    keys.push_back(node->key());
   }
   return keys;
 }
@@ -89,22 +89,20 @@ AddResult addObject(Objects& objects, const AddRequest& request) {
   const ApiPMIType type = isAnnotation ? parseAnnotationType(objects, request.type) : API_PMI_NONE;
   const bool isAuto = request.key == "auto";
   const ApiProtoKey wanted = isAuto ? ApiProtoKey() : objects.newKey(request.key);
-  const std::size_t parentIndex = objects.findCollection(parentAddress, wanted);
-  const ApiProtoKey parent = objects.node(parentIndex).key();
+  const ApiProtoKey parent = objects.collection(parentAddress, wanted).key();
   const ApiProtoKey key = isAuto ? objects.newKey("auto") : wanted;
   JtwNode* const made = createNode(objects.root(), kind, key, parent, RTTran3D());
   if (!made)
     refuse(objects,
            "object " + parentAddress.text() + " takes nothing new: it is not part of this file");
-  objects.relist();
-  const std::size_t index = indexOf(objects, key);
+  objects.changed();
   if (isAnnotation) static_cast<JtwPMIAnnotation&>(*made).annotationData().annotationType = type;
-  NodeEdits(objects, index, request.settings).apply();
+  NodeEdits(objects, *made, request.settings).apply();
   if (!request.leader.empty() && isAnnotation) {
     const RTTran3D move = parseLocation("leader", request.leader);
     placeAnnotation(static_cast<JtwPMIAnnotation&>(*made), move * made->relLoc());
   }
-  return {index, key, parent};
+  return {made, key, parent};
 }
 
 // --- Removing
@@ -128,14 +126,11 @@ void addKeys(const Objects& objects, std::size_t first, std::size_t end, std::ve
       keys.push_back(key.getAsLong());
 }
 
-void removeObject(Objects& objects, std::size_t index) {
-  JtwNode& node = objects.node(index);
-  const std::string name = objects.address(index);
+void removeObject(Objects& objects, JtwNode& node, const std::string& name) {
   const bool isFrame = node.type() == JtwNode::JT_FRAME_NODE;
-  JtwCollection* frames = isFrame ? static_cast<JtwPMI&>(node).collection() : nullptr;
-  const bool hasKey = objects.ensureOwnKey(index);
+  const bool hasKey = objects.ensureOwnKey(node);
   if (isFrame)
-    objects.framesChanged(frames);
+    objects.framesChanged(static_cast<JtwPMI&>(node).collection());
   else
     objects.storeFrames();  // those of a collection that goes
   if (!node.isOfTypePMI() && node.jtNode()) leaveOtherPlaces(*node.jtNode());
@@ -145,23 +140,25 @@ void removeObject(Objects& objects, std::size_t index) {
 
 }  // namespace
 
-RemoveResult removeObjects(Objects& objects, std::span<const std::size_t> indices) {
-  std::vector<std::size_t> order(indices.begin(), indices.end());
+RemoveResult removeObjects(Objects& objects, std::span<JtwNode* const> nodes) {
+  std::vector<std::size_t> order;
+  order.reserve(nodes.size());
+  for (const JtwNode* node : nodes) order.push_back(objects.indexOf(*node));
   std::ranges::sort(order);
   if (!order.empty() && order.front() == 0)
     refuse(objects, "the component itself cannot be removed");
   RemoveResult result;
   const std::size_t before = objects.entries().size();
-  std::size_t end = 0;  // of what goes with an object before
-  std::vector<std::size_t> tops;
+  std::vector<std::pair<JtwNode*, std::string>> tops;  // with their addresses
+  std::size_t end = 0;                                 // of what goes with an object before
   for (const std::size_t index : order) {
     if (index < end) continue;
     end = objects.endOfSubtree(index);
     addKeys(objects, index, end, result.removed);
-    tops.push_back(index);
+    tops.emplace_back(&objects.node(index), objects.address(index));
   }
-  for (const std::size_t index : tops) removeObject(objects, index);
-  objects.relist();
+  for (const auto& [node, name] : tops) removeObject(objects, *node, name);
+  objects.changed();
 
   // What is below one of them and in another place too is still there.
   std::vector<long> left;
@@ -189,64 +186,58 @@ bool reparent(Objects& objects, JtwNode& node, JtwNode& parent) {
 
 }  // namespace
 
-MoveResult moveObject(Objects& objects, std::size_t index, const ObjectAddress& parentAddress,
+MoveResult moveObject(Objects& objects, JtwNode& node, const ObjectAddress& parentAddress,
                       bool keepsPlace) {
-  JtwNode& node = objects.node(index);
-  const std::string name = objects.address(index);
-  if (index == 0) refuse(objects, "the component itself cannot be moved");
+  if (&node == &objects.root()) refuse(objects, "the component itself cannot be moved");
   if (node.type() == JtwNode::JT_PMI_ANNOTATION_NODE)
     refuse(objects, "changes of an annotation cannot be saved");
-  const std::size_t parentIndex = objects.findCollection(parentAddress);
-  JtwNode& parent = objects.node(parentIndex);
-  if (parentIndex >= index && parentIndex < objects.endOfSubtree(index))
-    failRefused(objects.document(), "cycle", "object " + name + " would be moved below itself");
+  JtwNode& parent = objects.collection(parentAddress);
+  for (JtwNode* above = &parent; above; above = objects.parentOf(*above))
+    if (above == &node)
+      failRefused(objects.document(), "cycle",
+                  "object " + addressOf(objects, node) + " would be moved below itself");
 
-  const RTTran3D place =
-      keepsPlace ? node.absLoc() : listedLocation(node, objects.listedParent(index));
+  const RTTran3D place = keepsPlace ? node.absLoc() : listedLocation(node, objects.parentOf(node));
   const float unit = node.measurementUnitRatio();
-  if (!objects.ensureOwnKey(index) || !reparent(objects, node, parent))
-    refuse(objects, "object " + name +
+  if (!objects.ensureOwnKey(node) || !reparent(objects, node, parent))
+    refuse(objects, "object " + addressOf(objects, node) +
                         " cannot be moved there: one of the two is not part of this file, or it is "
                         "above the other in a second place");
+  objects.changed();
   if (!node.isOfTypePMI()) node.forgetCached();
   const RTTran3D location = keepsPlace ? parent.absLoc().inverse() * place : place;
   if (!isStorable(location)) refuse(objects, "its place cannot be expressed in its new parent");
   setPlacement(node, location);
   if (node.type() == JtwNode::JT_FRAME_NODE)
     objects.framesChanged(&static_cast<JtwCollection&>(parent));
-  const ApiProtoKey key = node.key();
-  MoveResult result{0, key, parent.key(), node.measurementUnitRatio() != unit};
-  objects.relist();
-  result.index = indexOf(objects, key);
-  return result;
+  return {node.key(), parent.key(), node.measurementUnitRatio() != unit};
 }
 
 // --- Copying
 
-std::size_t cloneObject(Objects& objects, std::size_t index, const std::string& keyText,
-                        bool withGeometry, std::span<const Setting> settings) {
-  JtwNode& original = objects.node(index);
-  const std::string name = objects.address(index);
+JtwNode& cloneObject(Objects& objects, JtwNode& original, const std::string& keyText,
+                     bool withGeometry, std::span<const Setting> settings) {
   if (original.type() != JtwNode::JT_ENTITY_NODE)
-    refuse(objects, "object " + name + " is of the kind " + kindName(original) +
-                        "; only an entity can be copied");
+    refuse(objects, "object " + addressOf(objects, original) + " is of the kind " +
+                        kindName(original) + "; only an entity can be copied");
   const bool isAuto = keyText == "auto";
   const ApiProtoKey wanted = isAuto ? ApiProtoKey() : objects.newKey(keyText);
-  objects.ensureOwnKey(index, wanted);
+  objects.ensureOwnKey(original, wanted);
   // An object without a key is no parent to the component model: the copy would go further up.
-  if (const auto parent = objects.parentOf(index); parent && *parent > 0)
+  if (JtwNode* parent = objects.parentOf(original); parent && parent != &objects.root())
     objects.ensureOwnKey(*parent, wanted);
   const ApiProtoKey key = isAuto ? objects.newKey("auto") : wanted;
   JtwEntity* copy = objects.root().cloneEntityNode(original.key(), withGeometry);
-  if (!copy) refuse(objects, "object " + name + " cannot be copied: it is not part of this file");
+  if (!copy)
+    refuse(objects, "object " + addressOf(objects, original) +
+                        " cannot be copied: it is not part of this file");
   if (copy->key() != key) {
     copy->reset(true);
     copy->setKey(key);
   }
-  objects.relist();
-  const std::size_t copyIndex = indexOf(objects, key);
-  NodeEdits(objects, copyIndex, settings).apply();
-  return copyIndex;
+  objects.changed();
+  NodeEdits(objects, *copy, settings).apply();
+  return *copy;
 }
 
 }  // namespace jtw

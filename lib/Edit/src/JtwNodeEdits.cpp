@@ -24,7 +24,6 @@ using Change = std::function<void()>;
 /// The object that is changed, and what a check may want to know.
 struct Target {
   const Objects& objects;
-  std::size_t index;
   JtwNode& node;
 
   bool isFrame() const { return node.type() == JtwNode::JT_FRAME_NODE; }
@@ -120,7 +119,7 @@ Change changeAttachment(const Target& target, const std::string& value) {
                   "', not a whole number");
     }
     const ObjectAddress address(value.substr(0, colon));
-    key = target.objects.node(target.objects.find(address)).key();
+    key = target.objects.object(address).key();
     if (key.isNull())
       failRefused(target.objects.document(), "not_supported",
                   "object " + address.text() + " has no key, so nothing can be attached to it");
@@ -138,9 +137,9 @@ Change changeLocation(const Target& target, const std::string& value) {
   const RTTran3D listed = parseLocation("loc", value);
   if (target.node.type() == JtwNode::JT_ROOT_NODE)
     target.refuse("is placed by whoever uses it, not in its own file");
-  return [&objects = target.objects, &node = target.node, listed, index = target.index] {
+  return [&objects = target.objects, &node = target.node, listed] {
     // The model places relative to the component parent, which may lie above the listed one.
-    JtwNode* shown = objects.listedParent(index);
+    JtwNode* shown = objects.parentOf(node);
     JtwNode* parent = node.parentNode();
     RTTran3D location = listed;
     if (shown && shown != parent) {
@@ -150,7 +149,7 @@ Change changeLocation(const Target& target, const std::string& value) {
     if (!isStorable(location))
       failRefused(objects.document(), "not_supported",
                   "the place cannot be expressed in the object's parent");
-    if (auto* annotation = Target{objects, index, node}.annotation())
+    if (auto* annotation = Target{objects, node}.annotation())
       placeAnnotation(*annotation, location);
     else
       jtw::setPlacement(node, location);
@@ -217,9 +216,9 @@ std::vector<Setting> parseSettings(std::span<const std::string> words) {
   return settings;
 }
 
-NodeEdits::NodeEdits(Objects& objects, std::size_t index, std::span<const Setting> settings)
-    : objects_(objects), node_(objects.node(index)) {
-  const Target target{objects, index, node_};
+NodeEdits::NodeEdits(Objects& objects, JtwNode& node, std::span<const Setting> settings)
+    : objects_(objects), node_(node) {
+  const Target target{objects, node_};
   std::array<Change, kSettings.size()> prepared;
   for (const Setting& setting : settings) {
     const std::size_t place = findSetting(setting.name);

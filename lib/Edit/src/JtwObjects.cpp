@@ -80,32 +80,44 @@ const JtNode* holderOf(JtwNode& node) {
 }  // namespace
 
 Objects::Objects(JtwRoot& root, std::string document)
-    : root_(root), document_(std::move(document)) {
-  relist();
-}
+    : root_(root), document_(std::move(document)) {}
 
 Objects::~Objects() = default;
 
-void Objects::relist() {
-  names_.reset();
-  entries_ = tree(root_, root_);
-  parents_.assign(entries_.size(), 0);
-  firstOfKey_.clear();
-  std::vector<std::size_t> path;  // by depth
-  for (std::size_t i = 0; i < entries_.size(); ++i) {
-    path.resize(static_cast<std::size_t>(entries_[i].depth));
-    if (!path.empty()) parents_[i] = path.back();
-    path.push_back(i);
-    if (const ApiProtoKey key = node(i).key(); !key.isNull())
-      firstOfKey_.emplace(key.getAsLong(), i);
-  }
+void Objects::changed() noexcept { listing_.reset(); }
+
+void Objects::forgetNames() noexcept {
+  if (listing_) listing_->names.reset();
 }
 
-void Objects::forgetNames() noexcept { names_.reset(); }
+const Objects::Listing& Objects::current() const {
+  if (listing_) return *listing_;
+  Listing made;
+  made.entries = tree(root_, root_);
+  made.parents.assign(made.entries.size(), 0);
+  std::vector<std::size_t> path;  // by depth
+  for (std::size_t i = 0; i < made.entries.size(); ++i) {
+    path.resize(static_cast<std::size_t>(made.entries[i].depth));
+    if (!path.empty()) made.parents[i] = path.back();
+    path.push_back(i);
+    if (const ApiProtoKey key = made.entries[i].node->key(); !key.isNull())
+      made.firstOfKey.emplace(key.getAsLong(), i);
+  }
+  return listing_.emplace(std::move(made));
+}
 
 const ObjectNames& Objects::names() const {
-  if (!names_) names_ = std::make_unique<ObjectNames>(entries_, parents_);
-  return *names_;
+  const Listing& listing = current();
+  if (!listing.names)
+    listing_->names = std::make_unique<ObjectNames>(listing.entries, listing.parents);
+  return *listing.names;
+}
+
+std::vector<JtwNode*> Objects::nodes(std::span<const std::size_t> indices) const {
+  std::vector<JtwNode*> nodes;
+  nodes.reserve(indices.size());
+  for (const std::size_t index : indices) nodes.push_back(&node(index));
+  return nodes;
 }
 
 // --- Finding
@@ -134,7 +146,7 @@ std::optional<std::size_t> Objects::findByIds(const ObjectAddress& address) cons
   const JtNode* holder = follow(*root_.partition(), address.nodeIds());
   if (!holder) return {};
   const bool isFrame = !address.key().isNull();
-  for (std::size_t i = 0; i < entries_.size(); ++i) {
+  for (std::size_t i = 0; i < entries().size(); ++i) {
     const bool isNamed = !isFrame || node(i).key() == address.key();
     if (node(i).isOfTypePMI() == isFrame && isNamed && holderOf(node(i)) == holder) return i;
   }
@@ -177,16 +189,34 @@ std::size_t Objects::find(const ObjectAddress& address) const {
     if (!found) failUnknown(address);
     return *found;
   }
-  const auto first = firstOfKey_.find(address.key().getAsLong());
-  if (first == firstOfKey_.end()) failUnknown(address);
+  const auto first = current().firstOfKey.find(address.key().getAsLong());
+  if (first == current().firstOfKey.end()) failUnknown(address);
   return first->second;
+}
+
+JtwNode& Objects::object(const ObjectAddress& address) const {
+  const bool isKey = !address.key().isNull() && address.nodeIds().empty();
+  JtwNode* known = nullptr;
+  if (!listing_ && isKey && root_.getNodeByKey(address.key(), known) && known) return *known;
+  return node(find(address));
+}
+
+std::size_t Objects::indexOf(const JtwNode& node) const {
+  const Listing& listing = current();
+  if (listing.indices.empty())
+    for (std::size_t i = 0; i < listing.entries.size(); ++i)
+      listing_->indices.emplace(listing.entries[i].node, i);
+  const auto found = listing.indices.find(&node);
+  if (found == listing.indices.end())
+    failRefused(document_, "unknown_key", "an object is not listed");
+  return found->second;
 }
 
 std::string Objects::address(std::size_t index) const {
   const ApiProtoKey key = node(index).key();
   if (!key.isNull()) {
-    const auto first = firstOfKey_.find(key.getAsLong());
-    if (first == firstOfKey_.end() || first->second == index)
+    const auto first = current().firstOfKey.find(key.getAsLong());
+    if (first == current().firstOfKey.end() || first->second == index)
       return std::to_string(key.getAsLong());
   } else if (index == 0) {
     return "root";
@@ -205,23 +235,34 @@ std::uint64_t Objects::placeCount(std::size_t index) const {
 }
 
 std::optional<std::size_t> Objects::parentOf(std::size_t index) const {
-  return index == 0 ? std::nullopt : std::optional(parents_[index]);
+  return index == 0 ? std::nullopt : std::optional(current().parents[index]);
 }
 
 JtwNode* Objects::listedParent(std::size_t index) const {
-  return index == 0 ? nullptr : entries_[parents_[index]].node;
+  return index == 0 ? nullptr : entries()[current().parents[index]].node;
+}
+
+JtwNode* Objects::parentOf(JtwNode& node) const {
+  if (listing_) return listedParent(indexOf(node));
+  if (node.isOfTypePMI()) return static_cast<JtwPMI&>(node).collection();
+  for (JtNode* at = node.jtNode(); at && at != root_.jtNode();) {
+    at = at->parent(0);
+    JtwNode* above = at == root_.jtNode() ? &root_ : root_.nodeByJtNode(at);
+    if (above) return above;
+  }
+  return nullptr;
 }
 
 std::size_t Objects::endOfSubtree(std::size_t index) const {
   std::size_t end = index + 1;
-  while (end < entries_.size() && entries_[end].depth > entries_[index].depth) ++end;
+  while (end < entries().size() && entries()[end].depth > entries()[index].depth) ++end;
   return end;
 }
 
 // --- Listings
 
 ListedObject Objects::listed(std::size_t index) const {
-  return {.node = entries_[index].node, .parent = listedParent(index), .address = address(index)};
+  return {.node = entries()[index].node, .parent = listedParent(index), .address = address(index)};
 }
 
 std::vector<ListedObject> Objects::listing(std::size_t index) const {
@@ -230,7 +271,7 @@ std::vector<ListedObject> Objects::listing(std::size_t index) const {
   listed.reserve(end - index);
   for (std::size_t i = index; i < end; ++i) {
     listed.push_back(this->listed(i));
-    listed.back().depth = entries_[i].depth - entries_[index].depth;
+    listed.back().depth = entries()[i].depth - entries()[index].depth;
   }
   return listed;
 }
@@ -246,9 +287,10 @@ std::vector<ListedObject> Objects::allPlaces() const {
     path.push_back(place.node);
     const bool isFirst = place.first == listed.size();
     const ApiProtoKey key = place.node->key();
-    const auto named = key.isNull() ? firstOfKey_.end() : firstOfKey_.find(key.getAsLong());
-    const bool isNamedByKey =
-        isFirst && named != firstOfKey_.end() && entries_[named->second].node == place.node;
+    const auto named =
+        key.isNull() ? current().firstOfKey.end() : current().firstOfKey.find(key.getAsLong());
+    const bool isNamedByKey = isFirst && named != current().firstOfKey.end() &&
+                              entries()[named->second].node == place.node;
     if (isNamedByKey)
       object.address = std::to_string(key.getAsLong());
     else if (listed.empty())
@@ -267,41 +309,48 @@ std::vector<ListedObject> Objects::allPlaces() const {
 
 // --- Keys
 
-bool Objects::ensureKey(std::size_t index, const ApiProtoKey& reserved) {
-  if (!node(index).key().isNull()) return true;
-  ApiProtoKey key = nextFreeKey(root_);
+ApiProtoKey Objects::freeKey() {
+  JtwNode* holder = nullptr;
+  if (!freeKey_.isNull()) root_.getNodeByKey(freeKey_, holder);
+  if (freeKey_.isNull() || holder) freeKey_ = nextFreeKey(root_);
+  return freeKey_;
+}
+
+bool Objects::ensureKey(JtwNode& node, const ApiProtoKey& reserved) {
+  if (!node.key().isNull()) return true;
+  ApiProtoKey key = freeKey();
   if (key == reserved) ++key;
-  if (!node(index).setKey(key)) return false;
-  firstOfKey_.emplace(key.getAsLong(), index);
+  if (!node.setKey(key)) return false;
+  if (listing_) listing_->firstOfKey.emplace(key.getAsLong(), indexOf(node));
   return true;
 }
 
-bool Objects::ensureOwnKey(std::size_t index, const ApiProtoKey& reserved) {
-  if (!ensureKey(index, reserved)) return false;
+bool Objects::ensureOwnKey(JtwNode& node, const ApiProtoKey& reserved) {
+  if (!ensureKey(node, reserved)) return false;
   JtwNode* holder = nullptr;
-  root_.getNodeByKey(node(index).key(), holder);
-  if (holder && holder != &node(index))
+  root_.getNodeByKey(node.key(), holder);
+  if (holder && holder != &node)
     failRefused(document_, "key_in_use",
-                "the key " + std::to_string(node(index).key().getAsLong()) +
+                "the key " + std::to_string(node.key().getAsLong()) +
                     " is that of another object too, of another file; open the part file alone");
   return true;
 }
 
-std::size_t Objects::findCollection(const ObjectAddress& address, const ApiProtoKey& reserved) {
-  const std::size_t index = find(address);
-  if (!node(index).isCollection())
-    failRefused(document_, "not_a_collection",
-                "object " + address.text() + " cannot hold others: it is of the kind " +
-                    kindName(node(index)));
-  if (!ensureOwnKey(index, reserved))
+JtwNode& Objects::collection(const ObjectAddress& address, const ApiProtoKey& reserved) {
+  JtwNode& node = object(address);
+  if (!node.isCollection())
+    failRefused(
+        document_, "not_a_collection",
+        "object " + address.text() + " cannot hold others: it is of the kind " + kindName(node));
+  if (!ensureOwnKey(node, reserved))
     failRefused(document_, "no_free_key",
                 "object " + address.text() + " has no key and cannot get one");
-  return index;
+  return node;
 }
 
-ApiProtoKey Objects::newKey(const std::string& text) const {
+ApiProtoKey Objects::newKey(const std::string& text) {
   if (text == "auto") {
-    const ApiProtoKey key = nextFreeKey(root_);
+    const ApiProtoKey key = freeKey();
     if (key.getAsLong() > std::numeric_limits<std::int32_t>::max())
       failRefused(document_, "no_free_key",
                   "the greatest key is in use; name a free one with --key");
@@ -311,8 +360,10 @@ ApiProtoKey Objects::newKey(const std::string& text) const {
   if (key.getAsLong() <= 0) failUsage("'" + text + "' is no key: they count from 1");
   JtwNode* holder = nullptr;
   root_.getNodeByKey(key, holder);
-  if (const auto first = firstOfKey_.find(key.getAsLong()); !holder && first != firstOfKey_.end())
-    holder = entries_[first->second].node;
+  if (!holder && listing_)
+    if (const auto first = listing_->firstOfKey.find(key.getAsLong());
+        first != listing_->firstOfKey.end())
+      holder = listing_->entries[first->second].node;
   if (holder)
     failRefused(document_, "key_in_use",
                 "the key " + text + " is in use by a " + kindName(*holder) +

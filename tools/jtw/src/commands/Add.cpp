@@ -42,6 +42,7 @@ ExitCode runAdd(Session& session) {
   jtw::checkRequest(request);
   Component component(session, session.argument(0), !arguments.has("dry-run"));
   const jtw::AddResult added = jtw::addObject(component.objects(), request);
+  const std::size_t index = component.objects().indexOf(*added.node);
   return saveAndReport(
       session, component,
       "added " + request.kind + " " + std::to_string(added.key.getAsLong()) + " under " +
@@ -49,9 +50,9 @@ ExitCode runAdd(Session& session) {
       [&](JsonWriter& json) {
         json.member("key", added.key.getAsLong());
         json.member("parent", added.parent.getAsLong());
-        writeNodeResult(json, component, added.index);
+        writeNodeResult(json, component, index);
       },
-      component.objects().placeCount(added.index));
+      component.objects().placeCount(index));
 }
 
 }  // namespace tool

@@ -18,9 +18,10 @@ ExitCode runClone(Session& session) {
       jtw::parseSettings(std::span(arguments.positional()).subspan(2));
   Component component(session, session.argument(0), !arguments.has("dry-run"));
   jtw::Objects& objects = component.objects();
-  const std::size_t copy = jtw::cloneObject(objects, objects.find(address), key ? *key : "auto",
-                                            !arguments.has("without-geometry"), settings);
-  const long copyKey = objects.node(copy).key().getAsLong();
+  JtwNode& made = jtw::cloneObject(objects, objects.object(address), key ? *key : "auto",
+                                   !arguments.has("without-geometry"), settings);
+  const std::size_t copy = objects.indexOf(made);
+  const long copyKey = made.key().getAsLong();
   return saveAndReport(
       session, component, "copied entity " + address.text() + " to " + std::to_string(copyKey),
       [&](JsonWriter& json) {

@@ -176,8 +176,8 @@ std::unordered_set<long> keysThatGo(JtwCollection& collection, const std::vector
 
 ExitCode replaceList(Session& session, Component& component, const jtw::ObjectAddress& name,
                      std::vector<JtFrame> frames) {
-  const std::size_t index = component.objects().findCollection(name);
-  auto& collection = static_cast<JtwCollection&>(component.objects().node(index));
+  auto& collection = static_cast<JtwCollection&>(component.objects().collection(name));
+  const std::size_t index = component.objects().indexOf(collection);
   const std::uint64_t places = component.objects().placeCount(index);
   completeKeys(component, frames);
   checkAttachments(component, collection, frames);
@@ -191,7 +191,7 @@ ExitCode replaceList(Session& session, Component& component, const jtw::ObjectAd
   if (!jtw::replaceFrames(collection, frames, form))
     failRefused(component.document(), "key_in_use",
                 "every frame needs a key of its own, from 1 on, that no other object has");
-  component.objects().relist();
+  component.objects().changed();
   const std::vector<long> detached = jtw::endAttachmentsTo(component.objects(), gone);
   return saveAndReport(
       session, component, "object " + name.text() + " has " + counted(frames.size(), "frame"),

@@ -19,8 +19,8 @@ ExitCode runMv(Session& session) {
   jtw::Objects& objects = component.objects();
   const std::size_t index = objects.find(address);
   const std::uint64_t places = objects.placeCount(index);
-  const jtw::MoveResult moved =
-      jtw::moveObject(objects, index, parent, arguments.has("keep-place"));
+  JtwNode& node = objects.node(index);
+  const jtw::MoveResult moved = jtw::moveObject(objects, node, parent, arguments.has("keep-place"));
   if (moved.unitChanged)
     session.warn(component.document() + ": object " + address.text() +
                  " has no unit of its own and is read in that of its new parent");
@@ -30,7 +30,7 @@ ExitCode runMv(Session& session) {
           std::to_string(moved.parent.getAsLong()),
       [&](JsonWriter& json) {
         json.member("parent", moved.parent.getAsLong());
-        writeNodeResult(json, component, moved.index);
+        writeNodeResult(json, component, objects.indexOf(node));
       },
       places);
 }

@@ -20,7 +20,7 @@ ExitCode runRm(Session& session) {
   std::string line = "removed ";
   if (!choice.isSelection())
     line += std::string(kindName(objects.node(chosen.front()))) + " " + choice.text();
-  const jtw::RemoveResult result = jtw::removeObjects(objects, chosen);
+  const jtw::RemoveResult result = jtw::removeObjects(objects, objects.nodes(chosen));
   if (choice.isSelection())
     line += counted(result.count, "object");
   else if (result.count > 1)

@@ -19,7 +19,8 @@ ExitCode runSet(Session& session) {
   Component component(session, session.argument(0), !session.arguments().has("dry-run"));
   jtw::Objects& objects = component.objects();
   const std::vector<std::size_t> chosen = choice.of(objects);
-  for (const ApiProtoKey& key : jtw::setObjects(objects, chosen, settings))
+  const std::vector<JtwNode*> nodes = objects.nodes(chosen);
+  for (const ApiProtoKey& key : jtw::setObjects(objects, nodes, settings))
     if (key.isNull())
       session.warn(component.document() + ": the object has no key, and none could be given to it");
   return saveAndReport(
