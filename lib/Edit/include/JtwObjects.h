@@ -110,6 +110,9 @@ class JTW_API Objects {
   std::vector<JtwNode*> nodes(std::span<const std::size_t> indices) const;
   /// To be called when objects were made, moved or removed.
   void changed() noexcept;
+  /// To be called when changes were rolled back or undone: all objects are new, and frame lists as
+  /// they were.
+  void forgetChanges() noexcept;
   /// To be called when an object got another name: names are looked up anew.
   void forgetNames() noexcept;
 

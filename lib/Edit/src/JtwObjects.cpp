@@ -86,6 +86,12 @@ Objects::~Objects() = default;
 
 void Objects::changed() noexcept { listing_.reset(); }
 
+void Objects::forgetChanges() noexcept {
+  changed();
+  changedFrames_.clear();
+  freeKey_ = ApiProtoKey();
+}
+
 void Objects::forgetNames() noexcept {
   if (listing_) listing_->names.reset();
 }

@@ -5,15 +5,14 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <span>
 #include <string_view>
 #include <unordered_map>
 
 #include "Failure.h"
+#include "JsonInput.h"
 #include "JtwEditError.h"
 #include "JtwValueText.h"
 
@@ -23,15 +22,9 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr const char* kSchema = "jtw.plan/1";
-constexpr int kDepthLimit = 8;
-
-/// What is wrong, behind the place: "items[2].place.rotate".
-struct PlanError {
-  std::string message;
-};
 
 [[noreturn]] void fail(const std::string& where, const std::string& what) {
-  throw PlanError{where + " " + what};
+  throw DocumentError{where + " " + what};
 }
 
 const Json& requireObject(const Json& value, const std::string& where) {
@@ -112,7 +105,7 @@ auto parsed(const Json& value, const std::string& where, Parse parse) {
   try {
     return parse(where, text);
   } catch (const jtw::EditError& error) {
-    throw PlanError{error.what()};
+    throw DocumentError{error.what()};
   }
 }
 
@@ -174,52 +167,13 @@ class PlanReader {
   std::unordered_map<std::string, std::size_t> indices_;
 };
 
-/// Watches a plan being parsed for what cannot be seen in the result.
-class ParseWatch {
- public:
-  /// @return whether parsing goes on
-  bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {
-    if (depth > kDepthLimit) problem_ = "the plan is nested too deep";
-    if (!problem_.empty()) return false;
-    constexpr int kItemDepth = 2;
-    if (event == Json::parse_event_t::object_start) {
-      names_[static_cast<std::size_t>(depth) + 1].clear();
-      if (depth == kItemDepth) ++items_;
-    } else if (event == Json::parse_event_t::key &&
-               !names_[static_cast<std::size_t>(depth)].insert(parsed).second) {
-      problem_ = depth > kItemDepth ? "items[" + std::to_string(items_ - 1) + "]" : "the plan";
-      problem_ += " has the member '" + parsed.get<std::string>() + "' twice";
-    }
-    return problem_.empty();
-  }
-  const std::string& problem() const noexcept { return problem_; }
-
- private:
-  std::array<std::set<std::string>, kDepthLimit + 2> names_;  // of the open objects, by depth
-  std::size_t items_ = 0;
-  std::string problem_;
-};
-
 }  // namespace
 
 AssemblyPlan readPlan(const std::string& text, const std::string& file) {
-  const jt::FilePosition where{.file = file};
-  ParseWatch watch;
-  Json root;
   try {
-    root = Json::parse(text, std::ref(watch));
-  } catch (const Json::parse_error& error) {
-    // Not the parser's own text: it quotes bytes of the file.
-    throw Failure(ExitCode::input, "not_json",
-                  "this is not JSON from byte " + std::to_string(error.byte) + " on", where);
-  } catch (const Json::exception&) {
-    throw Failure(ExitCode::input, "not_json", "a number in it is too large", where);
-  }
-  try {
-    if (!watch.problem().empty()) throw PlanError{watch.problem()};
-    return PlanReader().read(root);
-  } catch (const PlanError& error) {
-    throw Failure(ExitCode::refused, "bad_plan", error.message, where);
+    return PlanReader().read(parseDocument(text, "the plan", file));
+  } catch (const DocumentError& error) {
+    throw Failure(ExitCode::refused, "bad_plan", error.message, {.file = file});
   }
 }
 

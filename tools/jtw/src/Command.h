@@ -50,6 +50,7 @@ ExitCode runAdd(Session& session);
 ExitCode runRm(Session& session);
 ExitCode runMv(Session& session);
 ExitCode runClone(Session& session);
+ExitCode runEdit(Session& session);
 ExitCode runFrames(Session& session);
 ExitCode runBuffer(Session& session);
 ExitCode runExportPartition(Session& session);

@@ -313,6 +313,19 @@ constexpr Command kCommands[] = {
      "copies an entity with its geometry, beside it, and saves",
      "jtw clone gear.kpak 3 --key auto name=Copy", "NAME=VALUE as for set.", 2, kManyArguments,
      kCloneOptions, runClone},
+    {"edit", "DOC SCRIPT.json|-", "makes many edits of a component at once and saves",
+     "jtw edit cell.kpak changes.json",
+     "All or nothing. SCRIPT is {\"schema\": \"jtw.script/1\", \"steps\": [{\"do\": VERB, ...}]}:\n"
+     "  {\"do\": \"set\", \"key\": KEY or \"select\": EXPR, NAME: VALUE, ...}\n"
+     "  {\"do\": \"add\", \"kind\": KIND, \"parent\": P, \"key\": K, \"type\": T, NAME: VALUE, "
+     "...}\n"
+     "  {\"do\": \"rm\", \"key\" or \"select\"}\n"
+     "  {\"do\": \"mv\", \"key\" or \"select\", \"parent\": P, \"keep-place\": true|false}\n"
+     "  {\"do\": \"clone\", \"key\": KEY, \"new-key\": K, \"without-geometry\": true|false, NAME: "
+     "VALUE}\n"
+     "NAME and VALUE as for set. \"as\": LABEL names what add or clone made: \"@LABEL\" further "
+     "on.",
+     2, 2, kSetOptions, runEdit},
     {"frames", "DOC [KEY] [--set FILE [--binary]] | DOC --from A --to B [--unit UNIT]",
      "shows or replaces lists of frames; where one object lies, seen from another",
      "jtw frames gear.kpak 2 --json | jtw frames wheel.kpak 2 --set -",

@@ -1,0 +1,252 @@
+#include "JtwScript.h"
+
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <unordered_map>
+#include <utility>
+
+#include "JtLastError.h"
+#include "JtwEditError.h"
+#include "JtwEdits.h"
+#include "JtwNearestName.h"
+#include "JtwRoot.h"
+#include "JtwSelection.h"
+#include "JtwTransaction.h"
+#include "JtwTree.h"
+#include "JtwValueText.h"
+
+namespace jtw {
+namespace {
+
+/// The arguments of a step. What is not taken is a setting.
+class StepArguments {
+ public:
+  explicit StepArguments(const ScriptStep& step) : settings_(step.arguments) {}
+
+  const std::string* take(const char* name) {
+    const auto found = std::ranges::find(settings_, name, &Setting::name);
+    if (found == settings_.end()) return nullptr;
+    taken_.push_back(std::move(*found));
+    settings_.erase(found);
+    return &taken_.back().value;
+  }
+  std::string takeOr(const char* name, const char* fallback) {
+    const std::string* value = take(name);
+    return value ? *value : fallback;
+  }
+  bool takeTruth(const char* name) {
+    const std::string* value = take(name);
+    return value && parseTruth(name, *value);
+  }
+  std::vector<Setting>& settings() noexcept { return settings_; }
+  void requireNoSettings() const {
+    if (!settings_.empty()) failUsage("there is no argument '" + settings_.front().name + "'");
+  }
+
+ private:
+  std::vector<Setting> settings_;
+  std::deque<Setting> taken_;
+};
+
+class ScriptRun {
+ public:
+  ScriptRun(Objects& objects, const ScriptProgress& progress)
+      : objects_(objects), progress_(progress) {}
+
+  ScriptResult run(std::span<const ScriptStep> steps) {
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+      step_ = i;
+      verb_ = &steps[i].verb;
+      // Removals in a row are made at once: each of them looks at all objects.
+      if (steps[i].verb == "rm")
+        collectRemoval(steps[i]);
+      else
+        make(steps[i]);
+      const bool endsRemovals = i + 1 == steps.size() || steps[i + 1].verb != "rm";
+      if (endsRemovals) remove();
+      ++result_.steps;
+      if (progress_) progress_(result_.steps);
+    }
+    return std::move(result_);
+  }
+
+  /// The step that is being made, for messages.
+  std::string where() const {
+    return verb_ ? "steps[" + std::to_string(step_) + "] (" + *verb_ + "): " : std::string();
+  }
+
+ private:
+  void make(const ScriptStep& step) {
+    StepArguments arguments(step);
+    for (Setting& setting : arguments.settings()) setting.value = resolved(setting);
+    if (step.verb == "set")
+      set(arguments);
+    else if (step.verb == "add")
+      add(arguments);
+    else if (step.verb == "mv")
+      move(arguments);
+    else if (step.verb == "clone")
+      clone(arguments);
+    else
+      failUsage("there is no such verb" + suggestion(step.verb, scriptVerbs()));
+  }
+
+  /// The value of an argument, with the key of an object in the place of its label.
+  std::string resolved(const Setting& setting) const {
+    const bool isAddress =
+        setting.name == "key" || setting.name == "parent" || setting.name == "attachment";
+    if (!isAddress || !setting.value.starts_with('@')) return setting.value;
+    const std::size_t end = std::min(setting.value.find(':'), setting.value.size());
+    const auto found = labels_.find(setting.value.substr(1, end - 1));
+    if (found == labels_.end())
+      failUsage("no object has the label " + setting.value.substr(0, end));
+    return std::to_string(found->second) + setting.value.substr(end);
+  }
+
+  std::vector<JtwNode*> chosen(StepArguments& arguments) {
+    const std::string* key = arguments.take("key");
+    const std::string* expression = arguments.take("select");
+    if ((key == nullptr) == (expression == nullptr))
+      failUsage("the object is named by either \"key\" or \"select\"");
+    if (key) return {&objects_.object(ObjectAddress(*key))};
+    std::vector<JtwNode*> nodes = objects_.nodes(Selection(*expression).of(objects_));
+    if (nodes.empty())
+      failRefused(objects_.document(), "unknown_key", "no object is selected by " + *expression);
+    return nodes;
+  }
+
+  void label(const std::string* name, long key) {
+    if (name && !labels_.emplace(*name, key).second)
+      failUsage("the label '" + *name + "' is given twice");
+  }
+
+  void set(StepArguments& arguments) {
+    const std::vector<JtwNode*> nodes = chosen(arguments);
+    if (arguments.settings().empty()) failUsage("there is nothing to set");
+    for (const ApiProtoKey& key : setObjects(objects_, nodes, arguments.settings()))
+      if (!key.isNull()) result_.changed.push_back(key.getAsLong());
+  }
+
+  void add(StepArguments& arguments) {
+    const std::string* kind = arguments.take("kind");
+    if (!kind) failUsage("\"kind\" is missing");
+    AddRequest request{.kind = *kind,
+                       .key = arguments.takeOr("key", "auto"),
+                       .parent = arguments.takeOr("parent", "root"),
+                       .type = arguments.takeOr("type", ""),
+                       .leader = arguments.takeOr("leader", "")};
+    const std::string* name = arguments.take("as");
+    request.settings = arguments.settings();
+    const AddResult added = addObject(objects_, request);
+    label(name, added.key.getAsLong());
+    result_.added.push_back(added.key.getAsLong());
+  }
+
+  void move(StepArguments& arguments) {
+    const std::vector<JtwNode*> nodes = chosen(arguments);
+    const std::string* parent = arguments.take("parent");
+    if (!parent) failUsage("\"parent\" is missing");
+    const bool keepsPlace = arguments.takeTruth("keep-place");
+    arguments.requireNoSettings();
+    const ObjectAddress address(*parent);
+    for (JtwNode* node : nodes)
+      result_.changed.push_back(moveObject(objects_, *node, address, keepsPlace).key.getAsLong());
+  }
+
+  void clone(StepArguments& arguments) {
+    const std::string* key = arguments.take("key");
+    if (!key) failUsage("\"key\" is missing");
+    const std::string newKey = arguments.takeOr("new-key", "auto");
+    const bool withGeometry = !arguments.takeTruth("without-geometry");
+    const std::string* name = arguments.take("as");
+    JtwNode& copy = cloneObject(objects_, objects_.object(ObjectAddress(*key)), newKey,
+                                withGeometry, arguments.settings());
+    const long made = copy.key().getAsLong();
+    label(name, made);
+    result_.added.push_back(made);
+  }
+
+  void collectRemoval(const ScriptStep& step) {
+    StepArguments arguments(step);
+    for (Setting& setting : arguments.settings()) setting.value = resolved(setting);
+    const std::vector<JtwNode*> nodes = chosen(arguments);
+    arguments.requireNoSettings();
+    removals_.insert(removals_.end(), nodes.begin(), nodes.end());
+  }
+
+  void remove() {
+    if (removals_.empty()) return;
+    RemoveResult removed = removeObjects(objects_, std::exchange(removals_, {}));
+    const auto append = [](std::vector<long>& to, const std::vector<long>& from) {
+      to.insert(to.end(), from.begin(), from.end());
+    };
+    append(result_.removed, removed.removed);
+    append(result_.detached, removed.detached);
+  }
+
+  Objects& objects_;
+  const ScriptProgress& progress_;
+  ScriptResult result_;
+  std::unordered_map<std::string, long> labels_;
+  std::vector<JtwNode*> removals_;
+  std::size_t step_ = 0;
+  const std::string* verb_ = nullptr;
+};
+
+/// A transaction that ends with the component as it was unless it is committed.
+class ScriptTransaction {
+ public:
+  explicit ScriptTransaction(Objects& objects) : objects_(objects), transaction_(objects.root()) {
+    if (!transaction_.begin()) fail();
+  }
+  ScriptTransaction(const ScriptTransaction&) = delete;
+  ScriptTransaction& operator=(const ScriptTransaction&) = delete;
+  ~ScriptTransaction() {
+    if (!transaction_.isOpen()) return;
+    transaction_.rollBack();
+    reload();
+  }
+
+  void commit() {
+    if (transaction_.commit()) return;
+    reload();
+    fail();
+  }
+
+ private:
+  [[noreturn]] void fail() const {
+    failRefused(objects_.document(), "not_supported", jt::lastError());
+  }
+  void reload() {
+    objects_.forgetChanges();
+    loadWrappers(objects_.root());
+  }
+
+  Objects& objects_;
+  JtwTransaction transaction_;
+};
+
+}  // namespace
+
+std::span<const char* const> scriptVerbs() noexcept {
+  static constexpr std::array<const char*, 5> kVerbs{"set", "add", "rm", "mv", "clone"};
+  return kVerbs;
+}
+
+ScriptResult runScript(Objects& objects, std::span<const ScriptStep> steps,
+                       const ScriptProgress& progress) {
+  ScriptTransaction transaction(objects);
+  ScriptRun run(objects, progress);
+  try {
+    ScriptResult result = run.run(steps);
+    objects.storeFrames();
+    transaction.commit();
+    return result;
+  } catch (const EditError& error) {
+    throw EditError(error.kind(), error.code(), run.where() + error.what(), error.document(),
+                    error.offset());
+  }
+}
+
+}  // namespace jtw
