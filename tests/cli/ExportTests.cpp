@@ -222,7 +222,7 @@ TEST_F(Export, NamesTheItemAndTheMemberThatIsWrong) {
       {plan(R"({"kind": 1})"), "'kind'"},
       {plan("{}", R"("name": "A", "name": "B", )"), "the plan has the member 'name' twice"},
       {plan(R"({"id": "a"}, {"name": "A", "id": "b", "name": "A"})"), "items[1] has the member"},
-      {plan(R"({"place": {"rotate": [1, 2, 3], "rotate": [1, 2, 3]}})"), "items[0] has the member"},
+      {plan(R"({"place": {"rotate": [1, 2, 3], "rotate": [1, 2, 3]}})"), "items[0].place has the member"},
       {plan(R"({}, {"id": 7})"), "items[1].id"},
       {plan(R"({"id": "a"}, {"id": "a"})"), "items[1].id"},
       {plan(R"({"parent": "a"}, {"id": "a"})"), "items[0].parent"},

@@ -201,6 +201,7 @@ std::size_t Objects::find(const ObjectAddress& address) const {
 }
 
 JtwNode& Objects::object(const ObjectAddress& address) const {
+  if (address.isRoot()) return root_;
   const bool isKey = !address.key().isNull() && address.nodeIds().empty();
   JtwNode* known = nullptr;
   if (!listing_ && isKey && root_.getNodeByKey(address.key(), known) && known) return *known;
@@ -316,9 +317,10 @@ std::vector<ListedObject> Objects::allPlaces() const {
 // --- Keys
 
 ApiProtoKey Objects::freeKey() {
-  JtwNode* holder = nullptr;
-  if (!freeKey_.isNull()) root_.getNodeByKey(freeKey_, holder);
-  if (freeKey_.isNull() || holder) freeKey_ = nextFreeKey(root_);
+  if (freeKey_.isNull()) freeKey_ = nextFreeKey(root_);
+  // Above it only keys are in use that it was given out for.
+  for (JtwNode* holder = nullptr; root_.getNodeByKey(freeKey_, holder) && holder; ++freeKey_)
+    holder = nullptr;
   return freeKey_;
 }
 

@@ -10,6 +10,7 @@
 
 #include "ApiSysStringConvertors.h"
 #include "Failure.h"
+#include "JsonInput.h"
 #include "JsonWriter.h"
 #include "NodeView.h"
 
@@ -18,19 +19,12 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int kDepthLimit = 8;
-
-/// What is wrong with the text, as one line.
-struct RecordError {
-  std::string message;
-};
-
 // --- Values. `where` names the value in messages: "frame 2: color.r"
 
 std::string within(const std::string& where, const std::string& name) { return where + "." + name; }
 
 [[noreturn]] void failMember(const std::string& where, const std::string& name, const char* known) {
-  throw RecordError{where + " has a member '" + name + "'; known are " + known};
+  throw DocumentError{where + " has a member '" + name + "'; known are " + known};
 }
 
 std::int32_t readWhole(const Json& value, const std::string& where) {
@@ -41,17 +35,17 @@ std::int32_t readWhole(const Json& value, const std::string& where) {
         number <= std::numeric_limits<std::int32_t>::max())
       return static_cast<std::int32_t>(number);
   }
-  throw RecordError{where + " is not a whole number of 32 bits"};
+  throw DocumentError{where + " is not a whole number of 32 bits"};
 }
 
 std::string readText(const Json& value, const std::string& where) {
-  if (!value.is_string()) throw RecordError{where + " is not a text"};
+  if (!value.is_string()) throw DocumentError{where + " is not a text"};
   return value.get<std::string>();
 }
 
 double readNumber(const Json& value, const std::string& where) {
   if (!value.is_number() || !std::isfinite(value.get<double>()))
-    throw RecordError{where + " is not a number"};
+    throw DocumentError{where + " is not a number"};
   return value.get<double>();
 }
 
@@ -64,18 +58,18 @@ RTTran3D readLocation(const Json& value, const std::string& where) {
     return RTTran3D::fromPlacement(numbers[0], numbers[1], numbers[2], numbers[3], numbers[4],
                                    numbers[5]);
   if (numbers.size() == 16) return RTTran3D(std::span<const double, 16>(numbers.data(), 16));
-  throw RecordError{where + " is not a list of 3, 6 or 16 numbers"};
+  throw DocumentError{where + " is not a list of 3, 6 or 16 numbers"};
 }
 
 float readPart(const Json& value, const std::string& where) {
   const double number = readNumber(value, where);
-  if (number < 0 || number > 1) throw RecordError{where + " is not within 0 and 1"};
+  if (number < 0 || number > 1) throw DocumentError{where + " is not within 0 and 1"};
   return static_cast<float>(number);
 }
 
 ApiGraColor readColor(const Json& value, const std::string& where) {
   std::array<float, 4> parts{0, 0, 0, 1};
-  if (!value.is_object()) throw RecordError{where + " is not an object {r, g, b, a}"};
+  if (!value.is_object()) throw DocumentError{where + " is not an object {r, g, b, a}"};
   for (const auto& [name, part] : value.items()) {
     const std::size_t index = std::string_view("rgba").find(name);
     if (name.size() != 1 || index == std::string_view::npos) failMember(where, name, "r, g, b, a");
@@ -85,7 +79,7 @@ ApiGraColor readColor(const Json& value, const std::string& where) {
 }
 
 void readAttachment(const Json& value, const std::string& where, JtFrame& frame) {
-  if (!value.is_object()) throw RecordError{where + " is not an object {parent, type}"};
+  if (!value.is_object()) throw DocumentError{where + " is not an object {parent, type}"};
   for (const auto& [name, part] : value.items()) {
     if (name == "parent" && part.is_null()) continue;
     const auto number = readWhole(part, within(where, name));
@@ -107,7 +101,7 @@ void readMember(const std::string& name, const Json& value, const std::string& w
   } else if (name == "name") {
     frame.name = ApiSysStringConvertors::RWCStringToUnicode(readText(value, where));
   } else if (name == "displayed") {
-    if (!value.is_boolean()) throw RecordError{where + " is neither true nor false"};
+    if (!value.is_boolean()) throw DocumentError{where + " is neither true nor false"};
     frame.colorSet = value.get<bool>();
   } else if (name == "relLoc") {
     frame.location = readLocation(value, where);
@@ -120,15 +114,15 @@ void readMember(const std::string& name, const Json& value, const std::string& w
   } else if (name == "attachment") {
     readAttachment(value, where, frame);
   } else {
-    throw RecordError{where +
-                      " is unknown: a frame has key, name, displayed, relLoc, color, attributes, "
-                      "uniqueId, attachment"};
+    throw DocumentError{where +
+                        " is unknown: a frame has key, name, displayed, relLoc, color, attributes, "
+                        "uniqueId, attachment"};
   }
 }
 
 JtFrame readRecord(const Json& record, std::size_t number) {
   const std::string frameName = "frame " + std::to_string(number);
-  if (!record.is_object()) throw RecordError{frameName + " is not an object"};
+  if (!record.is_object()) throw DocumentError{frameName + " is not an object"};
   const std::string where = frameName + ": ";
   JtFrame frame;
   frame.colorSet = true;
@@ -137,31 +131,20 @@ JtFrame readRecord(const Json& record, std::size_t number) {
   return frame;
 }
 
-Json parse(std::string_view text) {
-  const auto watchDepth = [](int depth, Json::parse_event_t, Json&) {
-    if (depth > kDepthLimit) throw RecordError{"nested too deeply"};
-    return true;
-  };
-  try {
-    return Json::parse(text, watchDepth);
-  } catch (const Json::parse_error& error) {
-    throw RecordError{"this is no JSON, from byte " + std::to_string(error.byte) + " on"};
-  } catch (const Json::exception&) {
-    throw RecordError{"a number in it is too large"};
-  }
-}
-
 }  // namespace
 
 std::vector<JtFrame> readFrameRecords(std::string_view text, const std::string& file) try {
-  const Json document = parse(text);
+  const Json document = parseDocument(text, "the list", file);
   const bool isResult = document.is_object() && document.contains("frames");
   const Json& list = isResult ? document.at("frames") : document;
-  if (!list.is_array()) throw RecordError{"this is neither a list of frames nor holds \"frames\""};
+  if (!list.is_array())
+    throw DocumentError{"this is neither a list of frames nor holds \"frames\""};
   std::vector<JtFrame> frames;
   for (const Json& record : list) frames.push_back(readRecord(record, frames.size() + 1));
   return frames;
-} catch (const RecordError& error) {
+} catch (const Failure& failure) {
+  throw Failure(failure.exit(), "bad_frames", failure.what(), {.file = file});
+} catch (const DocumentError& error) {
   throw Failure(ExitCode::input, "bad_frames", error.message, {.file = file});
 }
 

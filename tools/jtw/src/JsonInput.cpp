@@ -1,10 +1,10 @@
 #include "JsonInput.h"
 
 #define JSON_NO_IO
-#include <array>
-#include <functional>
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <vector>
 
 #include "Failure.h"
 
@@ -13,61 +13,111 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int kDepthLimit = 8;
+constexpr std::size_t kDepthLimit = 8;
 
-/// Watches a document being parsed for what cannot be seen in the result.
-class ParseWatch {
+/// Reads a document for what the parsed one does not show: how deep it is, members given twice. The
+/// parser's own callback is no way to do so: it looks at a whole list again after each object in
+/// it.
+class DocumentCheck : public nlohmann::json_sax<Json> {
  public:
-  explicit ParseWatch(const std::string& what) : what_(what) {}
+  explicit DocumentCheck(const std::string& what) : what_(what) {}
 
-  /// @return whether parsing goes on
-  bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {
-    if (depth > kDepthLimit) problem_ = what_ + " is nested too deep";
-    if (!problem_.empty()) return false;
-    constexpr int kItemDepth = 2;
-    if (event == Json::parse_event_t::object_start) {
-      names_[static_cast<std::size_t>(depth) + 1].clear();
-      if (depth == kItemDepth) ++items_;
-    } else if (event == Json::parse_event_t::key) {
-      const auto& name = parsed.get_ref<const std::string&>();
-      if (!names_[static_cast<std::size_t>(depth)].insert(name).second) {
-        problem_ = depth > kItemDepth ? list_ + "[" + std::to_string(items_ - 1) + "]" : what_;
-        problem_ += " has the member '" + name + "' twice";
-      }
-      if (depth == 1) {
-        list_ = name;
-        items_ = 0;
-      }
-    }
-    return problem_.empty();
-  }
+  /// What is wrong; empty when nothing is.
   const std::string& problem() const noexcept { return problem_; }
+  /// Byte at which the text is no JSON, from 1 on.
+  std::size_t errorAt() const noexcept { return errorAt_; }
+  bool isTooLarge() const noexcept { return isTooLarge_; }
+
+  bool null() override { return value(); }
+  bool boolean(bool /*value*/) override { return value(); }
+  bool number_integer(number_integer_t /*value*/) override { return value(); }
+  bool number_unsigned(number_unsigned_t /*value*/) override { return value(); }
+  bool number_float(number_float_t /*value*/, const string_t& /*text*/) override { return value(); }
+  bool string(string_t& /*value*/) override { return value(); }
+  bool binary(binary_t& /*value*/) override { return value(); }
+  bool start_object(std::size_t /*size*/) override { return open(true); }
+  bool start_array(std::size_t /*size*/) override { return open(false); }
+  bool end_object() override { return close(); }
+  bool end_array() override { return close(); }
+
+  bool key(string_t& name) override {
+    Level& level = levels_.back();
+    if (!level.names.insert(name).second) {
+      levels_.pop_back();
+      problem_ = place() + " has the member '" + name + "' twice";
+      return false;
+    }
+    level.name = name;
+    return true;
+  }
+
+  bool parse_error(std::size_t position, const std::string& /*token*/,
+                   const nlohmann::detail::exception& error) override {
+    errorAt_ = position;
+    constexpr int kOutOfRange = 406;
+    isTooLarge_ = error.id == kOutOfRange;
+    return false;
+  }
 
  private:
+  struct Level {
+    bool isObject = false;
+    std::set<std::string> names{};
+    std::string name{};     // of the member that is being read
+    std::size_t count = 0;  // of items so far
+  };
+
+  /// Where the parser is: "items[2].place".
+  std::string place() const {
+    std::string text;
+    for (const Level& level : levels_) {
+      if (level.isObject)
+        text += (text.empty() ? "" : ".") + level.name;
+      else
+        text += "[" + std::to_string(level.count - 1) + "]";
+    }
+    return text.empty() ? what_ : text;
+  }
+
+  bool value() {
+    if (!levels_.empty()) ++levels_.back().count;
+    return true;
+  }
+  bool open(bool isObject) {
+    value();
+    if (levels_.size() == kDepthLimit) {
+      problem_ = what_ + " is nested too deep";
+      return false;
+    }
+    levels_.push_back({.isObject = isObject});
+    return true;
+  }
+  bool close() {
+    levels_.pop_back();
+    return true;
+  }
+
   const std::string& what_;
-  std::array<std::set<std::string>, kDepthLimit + 2> names_;  // of the open objects, by depth
-  std::string list_;                                          // the member that is being read
-  std::size_t items_ = 0;                                     // of it
+  std::vector<Level> levels_;
   std::string problem_;
+  std::size_t errorAt_ = 0;
+  bool isTooLarge_ = false;
 };
 
 }  // namespace
 
 Json parseDocument(std::string_view text, const std::string& what, const std::string& file) {
-  ParseWatch watch(what);
-  Json root;
-  try {
-    root = Json::parse(text, std::ref(watch));
-  } catch (const Json::parse_error& error) {
+  DocumentCheck check(what);
+  if (!Json::sax_parse(text, &check)) {
+    if (!check.problem().empty()) throw DocumentError{check.problem()};
     // Not the parser's own text: it quotes bytes of the file.
     throw Failure(ExitCode::input, "not_json",
-                  "this is not JSON from byte " + std::to_string(error.byte) + " on",
+                  check.isTooLarge()
+                      ? std::string("a number in it is too large")
+                      : "this is not JSON from byte " + std::to_string(check.errorAt()) + " on",
                   {.file = file});
-  } catch (const Json::exception&) {
-    throw Failure(ExitCode::input, "not_json", "a number in it is too large", {.file = file});
   }
-  if (!watch.problem().empty()) throw DocumentError{watch.problem()};
-  return root;
+  return Json::parse(text);
 }
 
 }  // namespace tool
