@@ -180,7 +180,7 @@ class Session {
   Choices& choices_;
 };
 
-/// More edits, all of them taken back.
+/// More edits of what was saved, all of them taken back.
 void editInVain(JtwRoot& root, Choices& choices) {
   JtwHistory history(root);
   JtwTransaction transaction(history);
@@ -215,8 +215,6 @@ void run(const CComPtr<MemoryStream>& stream, Choices& choices) {
       document, static_cast<JtwRoot::JT_LOADING_REPRESENTATION>(choices.of(3)), error);
   if (root && jtw::loadWrappers(*root)) {
     Session(*root, choices).edit();
-    editInVain(*root, choices);
-    if (!jtw::loadWrappers(*root)) report("the component cannot be walked any more");
     JtPartition& partition = *root->partition();
     const std::string before = SceneText::of(partition);
     jt::SaveOptions options;
@@ -234,6 +232,9 @@ void run(const CComPtr<MemoryStream>& stream, Choices& choices) {
     root->write(false);
     if (JtExportRoot* exported = registry.exportRoot(document)) exportPartition(*exported);
   }
+  registry.releaseAllRoots();
+  root = registry.computeExistingDocRoot(document, JtwRoot::JT_LOAD_PLAIN, error);
+  if (root && jtw::loadWrappers(*root)) editInVain(*root, choices);
   registry.releaseAllRoots();
 }
 
