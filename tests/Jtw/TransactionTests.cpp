@@ -297,6 +297,21 @@ TEST_F(Transactions, FailWhenFramesCannotBeWritten) {
   EXPECT_FALSE(root_->partition()->isContentModified());
 }
 
+TEST_F(Transactions, LeaveASharedPartToThoseThatStillHaveIt) {
+  const auto instance = jt::make<JtInstance>();
+  instance->setChild(node(4)->jtNode());
+  jt::as<JtGroup>(node(2)->jtNode())->addChild(instance.get());
+  ASSERT_EQ(node(4)->parent(), key(3));
+  JtwTransaction transaction(*root_);
+  ASSERT_TRUE(transaction.begin());
+  ASSERT_TRUE(root_->deleteNode(key(3)));
+  EXPECT_EQ(node(4)->parent(), key(2)) << "the block that was deleted is no parent any more";
+  ASSERT_TRUE(transaction.rollBack());
+  view();
+  EXPECT_EQ(node(4)->parent(), key(3));
+  EXPECT_EQ(node(4)->jtNode()->numParents(), 2);
+}
+
 TEST_F(Transactions, DoNotUndoThatAComponentWasOpened) {
   JtwTransaction transaction(*root_);
   ASSERT_TRUE(transaction.begin());
