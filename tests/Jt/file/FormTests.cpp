@@ -239,7 +239,10 @@ TEST(Forms, SegmentsAreReadHoweverTheyArePackedAndPlaced) {
     // Too short for a header of packed content.
     FileBuilder brief(format);
     brief.segment(2, 31, Fields(format).put(FileBuilder::id(2)).i32(31).i32(27).zeros(3).bytes());
-    expectSurvival(brief.scene(scene).build());
+    const Bytes file = brief.scene(scene).build();
+    expectSurvival(file);
+    const auto container = Container::open(jt::make<MemoryImage>(file, "brief"), {});
+    EXPECT_EQ(container->load(*container->find(FileBuilder::id(2))).bytes.size(), 3U);
   }
 }
 
