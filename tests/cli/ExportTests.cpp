@@ -120,14 +120,20 @@ struct Body : JtBase {
 TEST_F(Export, AndCopyReportExactGeometryThatTheVersionCannotHold) {
   const auto top = jt::make<JtPartition>();
   top->setVersion({9, 5});
+  const auto base = jt::make<VisMetaDataNode>();
   for (const char* name : {"bolt", "nut"}) {
     const auto part = jt::make<VisPartNode>();
     part->addProperty(JtString(Jt::jtPropName), jt::make<JtStringPropAtom>(JtString(name)).get(),
                       true);
     part->addProperty(JtString("JT_LLPROP_XTBREP"),
                       jt::make<JtLateLoadedPropAtom>(jt::Ref<JtBase>(new Body), 17).get(), true);
-    top->addChild(part.get());
+    base->addChild(part.get());
   }
+  base->addProperty(JtString(Jt::jtPropName), jt::make<JtStringPropAtom>(JtString("Base")).get(),
+                    true);
+  static_cast<VisPartNode*>(base->child(0))
+      ->addProperty(JtString("KrGmProtoKey"), jt::make<JtInt32PropAtom>(12).get(), true);
+  top->addChild(base.get());
   top->save(
       jt::make<JtFSStorageLocation>(JtString(), JtString(work_.path("in.jt").string())).get());
   const Outcome copied = work_.run("copy in.jt out.jt --version 10.0");
@@ -138,6 +144,15 @@ TEST_F(Export, AndCopyReportExactGeometryThatTheVersionCannotHold) {
                             ") is left out: " + lost[1].at("reason").get<std::string>()),
             std::string::npos)
       << copied.err;
+  work_.write("out.jt", "kept");
+  const Json losses = work_.json("copy in.jt out.jt --version 10.0 --dry-run").at("losses");
+  EXPECT_TRUE(matches(losses, R"([{"type": 17, "what": "XT B-Rep", "nodes": [{"key": 12,
+      "name": "bolt", "path": "/Base/bolt"}]}, {"nodes": [{"key": null, "name": "nut",
+      "path": "/Base/nut"}]}])"));
+  EXPECT_EQ(losses[1]["nodes"][0].at("id"), lost[1].at("node"));
+  const std::string would = work_.run("copy in.jt out.jt --version 10.0 --dry-run").out;
+  EXPECT_NE(would.find("would leave out XT B-Rep of /Base/bolt (#"), std::string::npos) << would;
+  EXPECT_EQ(work_.read("out.jt"), "kept");
   for (const std::string way : {"", " --per-part"}) {
     const Json left = work_.json("export in.jt out.jt --exact --version 10.0" + way).at("leftOut");
     EXPECT_TRUE(matches(left, R"([{"part": "bolt", "what": "exact geometry"},

@@ -260,6 +260,27 @@ TEST_F(Inspect, MetadataIsListedForAllNodesAndForOne) {
                       R"([{"key": 1, "path": "/cell"}])"));
 }
 
+// The file has singles: what it shows has no more digits than these need.
+TEST_F(Inspect, NumbersAreTheShortestThatReadBackAsStored) {
+  for (const char* line : {"new cell.kpak", "add cell.kpak block --loc 0.1,-0.2,1234.567 unit=in",
+                           "add cell.kpak block --parent 2 --loc 0.3,2e-7,16777217,10,0,0"})
+    EXPECT_EQ(work_.run(line).exit, 0) << line;
+  const std::string place = "[1, 0, 0, 0.1, 0, 1, 0, -0.2, 0, 0, 1, 1234.567, 0, 0, 0, 1]";
+  const struct {
+    const char* command;
+    std::string text;
+  } shown[] = {{"tree cell.kpak", "\"relLoc\": " + place},
+               {"get cell.kpak 2", "\"absLoc\": " + place},
+               {"set cell.kpak 2 name=A", "\"relLoc\": " + place},
+               {"get cell.kpak 3",
+                "[1, 0, 0, 0.3, 0, 0.9848077, -0.17364818, 2e-07, 0, 0.17364818, 0.9848077, "},
+               {"graph cell.kpak", "0.003937008, 0, 1, 0, -0.007874016, 0, 0, 1, 48.605, 0"}};
+  for (const auto& [command, text] : shown) {
+    const std::string out = work_.run(command + std::string(" --json")).out;
+    EXPECT_NE(out.find(text), std::string::npos) << out;
+  }
+}
+
 TEST_F(Inspect, FramesSayWhereAnObjectLiesSeenFromAnother) {
   for (const char* line : {"new cell.kpak", "add cell.kpak block --name A --loc 100,0,0,0,0,90",
                            "add cell.kpak block --name B --parent A --loc 10,20,30,40,0,0 unit=in",
@@ -268,14 +289,17 @@ TEST_F(Inspect, FramesSayWhereAnObjectLiesSeenFromAnother) {
   const struct {
     const char* options;
     const char* expected;
-  } placements[] = {{"--from A --to F", R"({"from": "2", "to": "4", "unit": "Millimeters",
+  } placements[] = {
+      {"--from A --to F", R"({"from": "2", "to": "4", "unit": "Millimeters",
           "translate": [11, 20, 30], "rotate": [40, 0, 0]})"},
-                    {"--from F --to root --unit inches", R"({"unit": "Inches",
+      {"--from F --to root --unit inches", R"({"unit": "Inches",
           "translate": [-0.43307, 1.65354, -2.92930], "rotate": [0, -40, -90]})"},
-                    {"--from root --to /cell/A/B", R"({"translate": [80, 10, 30],
+      {"--from root --to /cell/A/B", R"({"translate": [80, 10, 30],
           "matrix": [0, -0.76604, 0.64279, 80, 1, 0, 0, 10, 0, 0.64279, 0.76604, 30,
                      0, 0, 0, 1]})"},
-                    {"--from 3 --to 3 --unit m", R"({"translate": [0, 0, 0], "unit": "Meters"})"}};
+      {"--from A --to F --unit UM",
+       R"({"unit": "Micrometers", "translate": [10999.99962, 19999.99925, 30000.00038]})"},
+      {"--from 3 --to 3 --unit m", R"({"translate": [0, 0, 0], "unit": "Meters"})"}};
   for (const auto& [options, expected] : placements) {
     Json result = work_.json(std::string("frames cell.kpak ") + options);
     for (const char* member : {"translate", "rotate", "matrix"})

@@ -29,8 +29,17 @@ JTW_API bool isStorable(const RTTran3D& location);
 /// Three numbers (a place in millimetres), six (and degrees about x, y, z), or the 16 of a matrix
 /// for column vectors, row by row, that can be inverted.
 JTW_API RTTran3D parseLocation(const std::string& name, const std::string& text);
-/// Millimetres in one of the unit with that name: "mm" or "Millimeters", in any case of letters.
+/// The host's ratio of the unit with that name: "mm", or "Millimeters" in any case of letters. It
+/// is millimetres in one of it, but for micrometers, see parseLengthUnit().
 JTW_API float parseUnit(const std::string& name, const std::string& text);
+/// A unit of length with its true size.
+struct NamedLength {
+  const char* name = "";   ///< as files have it: "Millimeters"
+  double millimetres = 1;  ///< in one of it; the host's ratio of micrometers is another one
+};
+/// The unit with that name, as parseUnit() takes it.
+JTW_API NamedLength parseLengthUnit(const std::string& name, const std::string& text);
+
 /// The text, if it is UTF-8.
 JTW_API const std::string& parseText(const std::string& name, const std::string& text);
 

@@ -52,12 +52,14 @@ constexpr std::array kColors{
 struct NamedUnit {
   const char* name;
   const char* symbol;
+  double millimetres;
 };
-constexpr std::array kUnits{NamedUnit{"Micrometers", "um"}, NamedUnit{"Millimeters", "mm"},
-                            NamedUnit{"Centimeters", "cm"}, NamedUnit{"Decimeters", "dm"},
-                            NamedUnit{"Meters", "m"},       NamedUnit{"Kilometers", "km"},
-                            NamedUnit{"Inches", "in"},      NamedUnit{"Feet", "ft"},
-                            NamedUnit{"Yards", "yd"},       NamedUnit{"Miles", "mi"}};
+constexpr std::array kUnits{
+    NamedUnit{"Micrometers", "um", 0.001}, NamedUnit{"Millimeters", "mm", 1},
+    NamedUnit{"Centimeters", "cm", 10},    NamedUnit{"Decimeters", "dm", 100},
+    NamedUnit{"Meters", "m", 1000},        NamedUnit{"Kilometers", "km", 1'000'000},
+    NamedUnit{"Inches", "in", 25.4},       NamedUnit{"Feet", "ft", 304.8},
+    NamedUnit{"Yards", "yd", 914.4},       NamedUnit{"Miles", "mi", 1'609'344}};
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
@@ -136,10 +138,15 @@ RTTran3D parseLocation(const std::string& name, const std::string& text) {
 }
 
 float parseUnit(const std::string& name, const std::string& text) {
+  return unitRatio(parseLengthUnit(name, text).name);
+}
+
+NamedLength parseLengthUnit(const std::string& name, const std::string& text) {
   std::string all;
   std::vector<const char*> names;
   for (const NamedUnit& unit : kUnits) {
-    if (equalsIgnoringCase(text, unit.name) || text == unit.symbol) return unitRatio(unit.name);
+    if (equalsIgnoringCase(text, unit.name) || equalsIgnoringCase(text, unit.symbol))
+      return {unit.name, unit.millimetres};
     names.push_back(unit.name);
     all += (all.empty() ? "" : ", ") + std::string(unit.name) + " (" + unit.symbol + ")";
   }

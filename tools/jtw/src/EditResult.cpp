@@ -13,7 +13,7 @@ void writeNode(JsonWriter& json, const Component& component, std::size_t index) 
   const ListedObject object = component.objects().listed(index);
   json.beginObject();
   writeNodeMembers(json, object);
-  json.numbers("absLoc", object.node->absLoc().values());
+  writeLocation(json, "absLoc", object.node->absLoc(), *object.node);
   json.end();
 }
 

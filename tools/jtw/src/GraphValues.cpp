@@ -42,7 +42,8 @@ void writeValues(JsonWriter& json, const JtXform& xform) {
   json.key("matrix");
   json.beginArray(JsonWriter::Layout::line);
   for (std::size_t row = 0; row < 4; ++row)
-    for (std::size_t column = 0; column < 4; ++column) json.value(xform.matrix()[column * 4 + row]);
+    for (std::size_t column = 0; column < 4; ++column)
+      json.storedValue(xform.matrix()[column * 4 + row]);
   json.end();
 }
 
@@ -251,7 +252,7 @@ std::string attributeText(const JtAttribute& attribute) {
   } else if (const auto* xform = jt::as<JtXform>(&attribute)) {
     const jt::Matrix4& m = xform->matrix();
     text +=
-        ", translation " + numberText(m[12]) + " " + numberText(m[13]) + " " + numberText(m[14]);
+        ", translation " + storedText(m[12]) + " " + storedText(m[13]) + " " + storedText(m[14]);
   } else if (const auto* texture = jt::as<JtTextureImage>(&attribute)) {
     for (const jt::TextureBlock& block : texture->blocks())
       for (const jt::TextureImage& image : block.images)

@@ -77,6 +77,13 @@ void JsonWriter::value(double number) {
     null();
 }
 
+void JsonWriter::storedValue(double number, double unit) {
+  if (std::isfinite(number))
+    raw(storedText(number, unit));
+  else
+    null();
+}
+
 void JsonWriter::quoted(std::string_view text) {
   static constexpr char kHex[] = "0123456789abcdef";
   out_.write("\"");

@@ -38,6 +38,8 @@ class JsonWriter {
   /// Infinities and what is not a number become null.
   void value(float number);
   void value(double number);
+  /// A double that was made of a single: see storedText().
+  void storedValue(double number, double unit = 1);
   void value(std::integral auto number) {
     char digits[24];
     raw({digits, std::to_chars(digits, digits + sizeof digits, number).ptr});

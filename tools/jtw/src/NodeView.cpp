@@ -61,6 +61,16 @@ void writeColor(JsonWriter& json, const ApiGraColor& color, std::optional<bool> 
   json.end();
 }
 
+void writeLocation(JsonWriter& json, const char* name, const RTTran3D& location, JtwNode& node) {
+  const auto unit = static_cast<double>(node.measurementUnitRatio());
+  json.key(name);
+  json.beginArray(JsonWriter::Layout::line);
+  for (std::size_t row = 0; row < 4; ++row)
+    for (std::size_t column = 0; column < 4; ++column)
+      json.storedValue(location(row, column), row < 3 && column == 3 && unit > 0 ? unit : 1);
+  json.end();
+}
+
 void writeNodeMembers(JsonWriter& json, const ListedObject& object) {
   JtwNode& node = *object.node;
   json.member("kind", kindName(node));
@@ -75,8 +85,8 @@ void writeNodeMembers(JsonWriter& json, const ListedObject& object) {
   json.textOrNull("unit", unit ? unit : "");
   const float ratio = node.measurementUnitRatio();
   json.member("unitRatio", ratio > 0 ? std::optional<float>(ratio) : std::optional<float>());
-  json.numbers("relLoc",
-               (object.relLoc ? *object.relLoc : listedLocation(node, object.parent)).values());
+  writeLocation(json, "relLoc",
+                object.relLoc ? *object.relLoc : listedLocation(node, object.parent), node);
   bool isDefault = true;
   const ApiGraColor color = jtw::colorOf(node, isDefault);
   writeColor(json, color, isDefault);

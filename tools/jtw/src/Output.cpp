@@ -103,6 +103,22 @@ std::string counted(std::size_t count, std::string_view noun) {
 std::string numberText(double value) { return toText(value); }
 std::string numberText(float value) { return toText(value); }
 
+std::string storedText(double value, double unit) {
+  const auto stored = static_cast<float>(value / unit);
+  if (static_cast<double>(stored) * unit != value) return toText(value);
+  constexpr int kFewest = 6;
+  constexpr int kEnough = 9;  // for every single
+  for (int count = kFewest; count <= kEnough; ++count) {
+    char digits[32];
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, count).ptr;
+    double read = 0;
+    std::from_chars(digits, end, read);
+    if (static_cast<float>(read / unit) == stored) return {digits, end};
+  }
+  return toText(value);
+}
+
 std::string Style::paint(Ink ink, std::string_view text) const {
   const char* code = "";
   switch (ink) {

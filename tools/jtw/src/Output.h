@@ -56,6 +56,9 @@ std::string counted(std::size_t count, std::string_view noun);
 /// The shortest text that reads back as the same number.
 std::string numberText(double value);
 std::string numberText(float value);
+/// The shortest text for `unit` times a stored single that leads back to that single; of another
+/// number, as numberText().
+std::string storedText(double value, double unit = 1);
 
 enum class Ink { plain, dim, bold, red, yellow, green, cyan };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "JtInspect.h"
+#include "JtwTree.h"
 #include "Session.h"
 
 namespace tool {
@@ -112,6 +113,47 @@ void writeSaved(JsonWriter& json, const jt::SaveReport& report) {
   json.beginArray();
   for (const jt::SaveReport& part : report.alsoSaved) writeReport(json, part);
   json.end();
+}
+
+std::vector<jt::Loss> listLosses(const JtPartition& top, const jt::SaveReport& report) {
+  return jt::lossesOf(top, report, jtw::keyProperty());
+}
+
+void writeLosses(JsonWriter& json, const std::vector<jt::Loss>& losses) {
+  json.key("losses");
+  json.beginArray();
+  for (const jt::Loss& loss : losses) {
+    json.beginObject();
+    json.member("segment", loss.segment.text());
+    json.member("type", loss.type);
+    json.member("what", jt::segmentName(loss.type));
+    json.textOrNull("reason", loss.reason);
+    json.key("nodes");
+    json.beginArray();
+    for (const jt::LosingNode& node : loss.nodes) {
+      json.beginObject(JsonWriter::Layout::line);
+      json.member("id", node.nodeId == 0 ? std::nullopt : std::optional<int>(node.nodeId));
+      json.member("key", node.key);
+      json.textOrNull("name", node.name);
+      json.member("path", node.path);
+      json.end();
+    }
+    json.end();
+    json.end();
+  }
+  json.end();
+}
+
+void showLosses(Output& out, const std::vector<jt::Loss>& losses, bool dryRun) {
+  for (const jt::Loss& loss : losses) {
+    std::string what = dryRun ? "would leave out " : "left out ";
+    what += jt::segmentName(loss.type);
+    if (loss.nodes.empty()) out.line(what + " that no node names");
+    for (const jt::LosingNode& node : loss.nodes)
+      out.line(what + " of " + printable(node.path) +
+               (node.nodeId == 0 ? "" : " (#" + std::to_string(node.nodeId) + ")") +
+               (node.key ? ", key " + std::to_string(*node.key) : ""));
+  }
 }
 
 void showSaved(Session& session, const jt::SaveReport& report, bool dryRun) {

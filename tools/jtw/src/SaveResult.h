@@ -2,8 +2,10 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "JsonWriter.h"
+#include "JtLosses.h"
 #include "JtPartition.h"
 #include "Output.h"
 
@@ -22,6 +24,11 @@ jt::SaveReport savePartition(JtPartition& partition, JtStorageLocation* location
 /// Writes the members "saved" and "alsoSaved" of a result.
 void writeSaved(JsonWriter& json, const jt::SaveReport& report);
 void writeSaved(Session& session, const jt::SaveReport& report);
+/// What a save leaves out, with the nodes that it belongs to. @param top what was saved
+std::vector<jt::Loss> listLosses(const JtPartition& top, const jt::SaveReport& report);
+/// Writes the member "losses" of a result.
+void writeLosses(JsonWriter& json, const std::vector<jt::Loss>& losses);
+void showLosses(Output& out, const std::vector<jt::Loss>& losses, bool dryRun);
 /// Tells in text what a save did, or would do; the warnings go to standard error in any case.
 void showSaved(Output& out, const jt::SaveReport& report, bool dryRun);
 void showSaved(Session& session, const jt::SaveReport& report, bool dryRun);

@@ -59,13 +59,15 @@ void renewShapes(JtPartition& partition, const std::string& path) {
 }
 
 ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCounts* counts,
-                  const std::vector<jt::PartFile>& parts) {
+                  const std::vector<jt::Loss>& losses, const std::vector<jt::PartFile>& parts) {
   if (!session.wantsJson()) {
     if (counts) {
       showCounts(session, *counts);
       showSavedComponent(session, report);
     } else {
-      showSaved(session, report, session.arguments().has("dry-run"));
+      const bool dryRun = session.arguments().has("dry-run");
+      showSaved(session, report, dryRun);
+      showLosses(session.out(), losses, dryRun);
     }
     return exitCodeOf(parts);
   }
@@ -73,6 +75,7 @@ ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCou
   session.json().member("file", session.argument(0));
   if (counts) writeCounts(session, *counts);
   writeSaved(session, report);
+  writeLosses(session.json(), losses);
   writeFiles(session.json(), parts);
   session.endResult();
   return exitCodeOf(parts);
@@ -104,7 +107,7 @@ ExitCode jtToJt(Session& session, const std::string& input, const std::string& o
       saveCopy(*opened.top, *opened.top, opened.parts,
                {.input = file, .output = output, .changesParts = changesParts}, options);
   showSaveWarnings(session, report);
-  return reportJt(session, report, nullptr, opened.parts);
+  return reportJt(session, report, nullptr, listLosses(*opened.top, report), opened.parts);
 }
 
 mesh::Scene readScene(Session& session, const std::string& input, const mesh::SceneLines& lines,
@@ -234,7 +237,7 @@ ExitCode runConvert(Session& session) {
   mesh::Scene scene = loadMeshFile(session, input);
   const SceneCounts counts(scene);
   const jt::SaveReport report = saveComponent(session, std::move(scene), output, true);
-  return reportJt(session, report, &counts, {});
+  return reportJt(session, report, &counts, {}, {});
 }
 
 void convertMeshFile(const std::string& mesh, const std::string& jtFile) {

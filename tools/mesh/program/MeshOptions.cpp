@@ -3,6 +3,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "JtwValueText.h"
 #include "Limits.h"
 #include "MeshFiles.h"
 #include "MeshReport.h"
@@ -10,29 +11,6 @@
 
 namespace tool {
 namespace {
-
-struct UnitName {
-  std::string_view name;
-  std::string_view letters;
-  double millimetres;
-};
-constexpr UnitName kUnits[] = {
-    {"micrometers", "um", 0.001}, {"millimeters", "mm", 1}, {"centimeters", "cm", 10},
-    {"decimeters", "dm", 100},    {"meters", "m", 1000},    {"kilometers", "km", 1'000'000},
-    {"inches", "in", 25.4},       {"feet", "ft", 304.8},    {"yards", "yd", 914.4},
-    {"miles", "mi", 1'609'344},
-};
-
-double unitOption(const Session& session) {
-  const std::string* text = session.arguments().value("unit");
-  if (!text) return 0;
-  std::string lower = *text;
-  for (char& letter : lower)
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  for (const UnitName& unit : kUnits)
-    if (lower == unit.name || lower == unit.letters) return unit.millimetres;
-  failUsage("--unit is '" + *text + "', not a unit: um, mm, cm, dm, m, km, in, ft, yd or mi");
-}
 
 std::optional<std::size_t> parseNumber(std::string_view text) {
   std::size_t number = 0;
@@ -44,8 +22,9 @@ std::optional<std::size_t> parseNumber(std::string_view text) {
 }  // namespace
 
 mesh::Scene loadMeshFile(Session& session, const std::string& path) {
-  const double unit = unitOption(session);
   const Arguments& arguments = session.arguments();
+  const std::string* unitName = arguments.value("unit");
+  const double unit = unitName ? jtw::parseLengthUnit("--unit", *unitName).millimetres : 0;
   const ReaderLimits limits(path, arguments.byteCount("max-memory"),
                             arguments.positiveNumber("max-seconds"));
   try {

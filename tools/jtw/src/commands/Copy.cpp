@@ -18,7 +18,7 @@ jt::SaveOptions saveOptions(const Arguments& arguments) {
 }
 
 void writeResult(Session& session, const std::string& input, const jt::SaveReport& report,
-                 const std::vector<jt::PartFile>& parts) {
+                 const std::vector<jt::Loss>& losses, const std::vector<jt::PartFile>& parts) {
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("file", input);
@@ -34,6 +34,7 @@ void writeResult(Session& session, const std::string& input, const jt::SaveRepor
   }
   json.end();
   writeSaved(session, report);
+  writeLosses(json, losses);
   writeFiles(json, parts);
   session.endResult();
 }
@@ -53,10 +54,13 @@ ExitCode runCopy(Session& session) {
       *opened.top, *opened.top, opened.parts,
       {.input = input, .output = output, .changesParts = options.version.has_value()}, options);
   showSaveWarnings(session, report);
-  if (session.wantsJson())
-    writeResult(session, input, report, opened.parts);
-  else
+  const std::vector<jt::Loss> losses = listLosses(*opened.top, report);
+  if (session.wantsJson()) {
+    writeResult(session, input, report, losses, opened.parts);
+  } else {
     showSaved(session, report, options.dryRun);
+    showLosses(session.out(), losses, options.dryRun);
+  }
   return exitCodeOf(opened.parts);
 }
 

@@ -35,13 +35,16 @@ ExitCode runExportPartition(Session& session) {
       {.input = component.file(), .output = output, .changesParts = options.version.has_value()},
       options);
   showSaveWarnings(session, report);
+  const std::vector<jt::Loss> losses = listLosses(*root.partition(), report);
   if (!session.wantsJson()) {
     showSaved(session, report, options.dryRun);
+    showLosses(session.out(), losses, options.dryRun);
     return exitCodeOf(parts);
   }
   session.beginResult();
   session.json().member("document", component.document());
   writeSaved(session, report);
+  writeLosses(session.json(), losses);
   writeFiles(session.json(), parts);
   session.endResult();
   return exitCodeOf(parts);

@@ -235,16 +235,15 @@ void showPlacement(Session& session, const RTTran3D& placement, const std::strin
 ExitCode showRelation(Session& session, const jtw::ObjectAddress& from,
                       const jtw::ObjectAddress& to) {
   const std::string* unitName = session.arguments().value("unit");
-  const float ratio = unitName ? jtw::parseUnit("--unit", *unitName) : 1.0F;
+  const jtw::NamedLength unit = jtw::parseLengthUnit("--unit", unitName ? *unitName : "mm");
   const Component component(session, session.argument(0), false);
   const jtw::Objects& objects = component.objects();
   const std::size_t fromIndex = objects.find(from);
   const std::size_t toIndex = objects.find(to);
   RTTran3D placement = jtw::placementFrom(objects, fromIndex, toIndex);
-  placement.setTranslation(placement.getTranslation() * (1.0 / static_cast<double>(ratio)));
-  const std::string unit = jtw::unitName(ratio);
+  placement.setTranslation(placement.getTranslation() * (1.0 / unit.millimetres));
   if (!session.wantsJson()) {
-    showPlacement(session, placement, unit);
+    showPlacement(session, placement, unit.name);
     return ExitCode::done;
   }
   JsonWriter& json = session.json();
@@ -253,7 +252,7 @@ ExitCode showRelation(Session& session, const jtw::ObjectAddress& from,
   json.textOrNull("from", objects.address(fromIndex));
   json.textOrNull("to", objects.address(toIndex));
   json.numbers("matrix", placement.values());
-  json.member("unit", unit);
+  json.member("unit", unit.name);
   const auto rotation = jtw::rotationOf(placement);
   json.numbers("translate", std::array{placement(0, 3), placement(1, 3), placement(2, 3)});
   if (rotation)

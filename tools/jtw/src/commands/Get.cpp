@@ -63,7 +63,7 @@ ExitCode runGet(Session& session) {
   const auto writeMembers = [&](std::size_t index) {
     const ListedObject object = objects.listed(index);
     writeNodeMembers(json, object);
-    json.numbers("absLoc", object.node->absLoc().values());
+    writeLocation(json, "absLoc", object.node->absLoc(), *object.node);
     json.member("places", objects.placeCount(index));
   };
   if (choice.isSelection()) {

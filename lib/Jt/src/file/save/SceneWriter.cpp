@@ -304,7 +304,7 @@ bool SceneWriter::skipsInConversion(const Item& item) {
     throw JtFormatError("not_convertible",
                         what + " cannot be converted to another version of the format",
                         from->position(from->offset(element)));
-  leaveOut(what, from->objectId(element));
+  leaveOut(what, from->objectId(element), item.object);
   if (item.object) leftOut_.insert(item.object);
   return true;
 }
@@ -319,9 +319,22 @@ bool SceneWriter::skipsNew(const JtSceneObject& object) {
   return true;
 }
 
-void SceneWriter::leaveOut(const std::string& what, std::int32_t id) {
-  result_.warnings.push_back({"not_convertible", what + " (object " + std::to_string(id) +
-                                                     ") was left out: it cannot be converted"});
+void SceneWriter::leaveOut(const std::string& what, std::int32_t id, const JtSceneObject* object) {
+  result_.warnings.push_back({"not_convertible", what + " (object " + std::to_string(id) + ")" +
+                                                     (object ? ownerText(*object) : std::string()) +
+                                                     " was left out: it cannot be converted"});
+}
+
+std::string SceneWriter::ownerText(const JtSceneObject& attribute) {
+  if (!as<JtAttribute>(&attribute)) return {};
+  if (owners_.empty())
+    for (const JtNode* node : nodesOf(root_))
+      for (int i = 0; i < node->numAttributes(); ++i) owners_.emplace(node->attribute(i), node);
+  const auto owner = owners_.find(&attribute);
+  if (owner == owners_.end()) return {};
+  const auto* name = as<JtStringPropAtom>(owner->second->property(JtString("JT_PROP_NAME")));
+  return " of " + (name ? "'" + name->value().stringToMbs() + "' " : std::string("node ")) + "(#" +
+         std::to_string(owner->second->objectId()) + ")";
 }
 
 // --- Bytes
@@ -351,7 +364,7 @@ void SceneWriter::writeItem(ByteSink& out, const Item& item) {
   source_->bind(*read, item.element);
   const Item bound{read.get(), item.element, item.id};
   if (!damage.empty()) {
-    leaveOut(damage, item.id);
+    leaveOut(damage, item.id, nullptr);
   } else if (!skipsInConversion(bound)) {
     writeObject(out, bound, links);
   }

@@ -4,6 +4,7 @@
 // form is the same; everything else runs through its field list.
 
 #include <map>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -107,7 +108,10 @@ class SceneWriter {
   /// True for an object made in memory that this form cannot hold; says so.
   bool skipsNew(const JtSceneObject& object);
   /// @param id of the object in the file that it is from
-  void leaveOut(const std::string& what, std::int32_t id);
+  /// @param object null for one that was not read
+  void leaveOut(const std::string& what, std::int32_t id, const JtSceneObject* object);
+  /// " of 'Bolt' (#7)": the first node that lists that attribute; empty when none does.
+  std::string ownerText(const JtSceneObject& attribute);
 
   const JtNode& root_;
   SceneSource* source_;
@@ -125,6 +129,8 @@ class SceneWriter {
   Links links_;    // of the node that is being written
   ByteSink rows_;  // of the property table, without its head
   std::int32_t rowCount_ = 0;
+  std::unordered_map<const JtSceneObject*, const JtNode*>
+      owners_;                                        // of attributes, when one is left out
   std::unordered_set<const JtSceneObject*> leftOut_;  // what this form cannot hold
   std::size_t lostReflectivities_ = 0;
   std::size_t lostBumps_ = 0;

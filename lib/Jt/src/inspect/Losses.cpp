@@ -1,0 +1,74 @@
+#include <algorithm>
+#include <unordered_map>
+
+#include "JtAssembly.h"
+#include "JtInspect.h"
+#include "JtLosses.h"
+#include "file/save/SceneWriter.h"
+
+namespace jt {
+namespace {
+
+std::string nameOf(const JtNode& node) {
+  const auto* name = as<JtStringPropAtom>(node.property(JtString("JT_PROP_NAME")));
+  return name ? name->value().stringToMbs() : std::string();
+}
+
+/// Names by first parents. What represents or holds a file has no step of its own.
+std::string pathOf(const JtNode& node) {
+  std::vector<std::string> steps;
+  for (const JtNode* at = &node; at; at = at->parent(0)) {
+    if (as<JtPartition>(at)) continue;
+    const std::string name = nameOf(*at);
+    steps.push_back(name.empty() ? elementName(at) : name);
+  }
+  std::string path;
+  for (auto step = steps.rbegin(); step != steps.rend(); ++step) path += "/" + *step;
+  return path.empty() ? "/" : path;
+}
+
+LosingNode describe(const JtNode& node, const char* keyProperty) {
+  const auto* key =
+      keyProperty ? as<JtInt32PropAtom>(node.property(JtString(keyProperty))) : nullptr;
+  return {node.objectId(), key ? std::optional<std::int32_t>(key->value()) : std::nullopt,
+          nameOf(node), pathOf(node)};
+}
+
+void addDropped(const SaveReport& report, std::vector<Loss>& losses) {
+  for (const SegmentAction& action : report.segments)
+    if (action.kind == SegmentAction::Kind::dropped)
+      losses.push_back({action.id, action.type, action.reason, {}});
+  for (const SaveReport& part : report.alsoSaved) addDropped(part, losses);
+}
+
+}  // namespace
+
+std::vector<Loss> lossesOf(const JtPartition& top, const SaveReport& report,
+                           const char* keyProperty) {
+  std::vector<Loss> losses;
+  addDropped(report, losses);
+  if (losses.empty()) return losses;
+  std::unordered_map<JtGuid, std::vector<std::size_t>> bySegment;
+  for (std::size_t i = 0; i < losses.size(); ++i) bySegment[losses[i].segment].push_back(i);
+  std::vector<const JtPartition*> files{&top};
+  for (const PartFile& part : partFilesOf(top))
+    if (part.partition) files.push_back(part.partition);
+  for (const JtPartition* file : files)
+    for (const JtNode* node : file::SceneWriter::nodesOf(*file)) {
+      JtPropAtom* key = nullptr;
+      JtPropAtom* value = nullptr;
+      for (int i = 0; node->getProperty(i, key, value); ++i) {
+        const auto* late = as<JtLateLoadedPropAtom>(value);
+        const auto found = late ? bySegment.find(late->segmentId()) : bySegment.end();
+        if (found == bySegment.end()) continue;
+        for (const std::size_t loss : found->second)
+          losses[loss].nodes.push_back(describe(*node, keyProperty));
+      }
+    }
+  std::erase_if(losses, [](const Loss& loss) {
+    return loss.nodes.empty() && file::isShapeSegment(loss.type);
+  });
+  return losses;
+}
+
+}  // namespace jt
