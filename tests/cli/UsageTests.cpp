@@ -160,5 +160,60 @@ TEST(Help, ShowsEveryCommandWithAnExample) {
   EXPECT_TRUE(matches(work.json("--version"), R"({"schema": "jtw.version/1"})"));
 }
 
+// A mistake has one exit code and one error code, whichever command meets it.
+TEST(Usage, AMistakeHasOneExitCodeInAllCommands) {
+  const Workspace work;
+  EXPECT_EQ(work.run("new a.kpak").exit, 0);
+  EXPECT_EQ(work.run("add a.kpak block").exit, 0);
+  work.write("bad.jt", "no JT file");
+  const char* const readers[] = {"info", "graph",   "metadata", "verify", "tree", "inspect",
+                                 "pmi",  "frames",  "wires",    "get",    "set",  "find",
+                                 "copy", "explain", "diff",     "export", "rm",   "snapshot"};
+  const auto with = [](const std::string& command, const std::string& file) {
+    const std::string rest = command == "get" || command == "rm"        ? " 1"
+                             : command == "set"                         ? " 1 name=x"
+                             : command == "find"                        ? " key"
+                             : command == "copy" || command == "export" ? " out.jt"
+                             : command == "diff"                        ? " a.kpak"
+                             : command == "snapshot"                    ? " out.png"
+                                                                        : "";
+    return command + " " + file + rest;
+  };
+  for (const char* command : readers)
+    for (const auto& [file, code] : {std::pair{"missing.jt", "not_found"}, {"bad.jt", "not_jt"}})
+      EXPECT_EQ(work.json(with(command, file), 3).at("code"), code) << command;
+  const struct {
+    int exit;
+    const char* code;
+    std::vector<const char*> lines;
+  } mistakes[] = {
+      {5,
+       "unknown_key",
+       {"get a.kpak 99", "set a.kpak 99 name=x", "set a.kpak 2 attachment=99", "rm a.kpak 99",
+        "add a.kpak block --parent 99", "mv a.kpak 99 --parent 1", "mv a.kpak 2 --parent 99",
+        "clone a.kpak 99", "frames a.kpak 99", "frames a.kpak --from 99 --to 1", "pmi a.kpak 99",
+        "wires a.kpak 99", "tree a.kpak --under 99", "metadata a.kpak 99", "find a.kpak below=99",
+        "inspect a.kpak --select attached=99"}},
+      {2,
+       "usage",
+       {"get a.kpak /a//b", "rm a.kpak /a//b", "metadata a.kpak /a//b", "tree a.kpak --under /a//b",
+        "frames a.kpak --from /a//b --to 1", "mv a.kpak 2 --parent /a//b"}},
+      {2,
+       "usage",
+       {"new b.kpak --unit ell", "set a.kpak 2 unit=ell", "add a.kpak block unit=ell",
+        "frames a.kpak --from 1 --to 2 --unit ell"}},
+      {2,
+       "usage",
+       {"copy a.kpak b.jt --version 7", "export a.kpak b.jt --version 7",
+        "export-partition a.kpak b.jt --version 7"}},
+      {2,
+       "bad_expression",
+       {"find a.kpak knd=x", "inspect a.kpak --select knd=x", "get a.kpak --select knd=x",
+        "tree a.kpak --select knd=x", "set a.kpak --select knd=x name=y",
+        "rm a.kpak --select knd=x"}}};
+  for (const auto& [exit, code, lines] : mistakes)
+    for (const char* line : lines) EXPECT_EQ(work.json(line, exit).at("code"), code) << line;
+}
+
 }  // namespace
 }  // namespace cli
