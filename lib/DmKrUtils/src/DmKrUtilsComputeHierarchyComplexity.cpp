@@ -1,16 +1,12 @@
 #include "DmKrUtilsComputeHierarchyComplexity.h"
 
-#include <limits>
 #include <unordered_map>
 #include <vector>
 
+#include "JtSaturating.h"
+
 namespace dmkr {
 namespace {
-
-std::uint64_t addSaturating(std::uint64_t a, std::uint64_t b) {
-  constexpr auto kMost = std::numeric_limits<std::uint64_t>::max();
-  return a > kMost - b ? kMost : a + b;
-}
 
 struct Level {
   const JtNode* node;
@@ -27,7 +23,7 @@ std::uint64_t countPaths(const JtNode* top) {
       const JtNode* child = level.node->child(level.nextChild++);
       if (!child) continue;
       if (const auto known = counts.find(child); known != counts.end())
-        level.count = addSaturating(level.count, known->second);
+        level.count = jt::saturatingSum(level.count, known->second);
       else
         stack.push_back({child, 0, 1});
       continue;
@@ -36,7 +32,7 @@ std::uint64_t countPaths(const JtNode* top) {
     counts.emplace(level.node, count);
     stack.pop_back();
     if (stack.empty()) return count;
-    stack.back().count = addSaturating(stack.back().count, count);
+    stack.back().count = jt::saturatingSum(stack.back().count, count);
   }
 }
 

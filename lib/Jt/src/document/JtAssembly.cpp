@@ -1,9 +1,9 @@
 #include "JtAssembly.h"
 
-#include <limits>
 #include <unordered_map>
 #include <unordered_set>
 
+#include "JtSaturating.h"
 #include "file/save/SceneWriter.h"
 
 namespace jt {
@@ -68,7 +68,6 @@ std::vector<PartFile> partFilesOf(const JtPartition& top) {
 }
 
 std::uint64_t PlaceCounts::of(const JtNode& node) {
-  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
   // Upwards, parents first, with a stack of its own: assemblies may be deep.
   std::vector<const JtNode*> pending{&node};
   while (!pending.empty()) {
@@ -85,7 +84,7 @@ std::uint64_t PlaceCounts::of(const JtNode& node) {
         pending.push_back(current->parent(i));
         isReady = false;
       } else {
-        sum = sum > kMost - above->second ? kMost : sum + above->second;
+        sum = saturatingSum(sum, above->second);
       }
     }
     if (!isReady) continue;
