@@ -60,6 +60,10 @@ void visitShapes(const JtkPart& part, int lods, const Visit& visit) {
 
 }  // namespace
 
+const JtString& sceneNameOf(const JtkPart& part) {
+  return part.sceneGraphName().isEmpty() ? part.name() : part.sceneGraphName();
+}
+
 void writeValues(JtkHierarchy& from, JtNode& to) {
   JtString name = from.name();
   if (from.isOfType(JtkEntity::PART)) {

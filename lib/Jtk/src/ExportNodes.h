@@ -10,6 +10,8 @@
 
 namespace jtk {
 
+/// The name that the scene graph has for a part.
+const JtString& sceneNameOf(const JtkPart& part);
 /// What a node has of its own: name, unit, properties, PMI, the mark of hidden nodes.
 void writeValues(JtkHierarchy& from, JtNode& to);
 /// Placement and appearance.

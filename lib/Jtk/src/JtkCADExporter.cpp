@@ -52,7 +52,7 @@ int JtkCADExporter::exportHierarchy(JtkHierarchy* root) {
   }
   try {
     const jt::Ref<JtkHierarchy> held(root);
-    report_ = JtkExportRun(*this).run(*root);
+    report_ = JtkExportRun(*this, *root).run();
     return 1;
   } catch (const JtFormatError& error) {
     errorCode_ = error.code();
