@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -123,13 +121,8 @@ TEST(StreamStorage, ASaveReplacesAllOrNothing) {
 
 using Mode = DmKrUtilsFileStream::Mode;
 
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// What somebody reads who holds the stream.
-std::string contentOf(IStream& stream) {
+std::string textOf(IStream& stream) {
   std::string text(64, '\0');
   std::size_t done = 0;
   stream.Seek(0, IStreamOrigin::begin);
@@ -150,10 +143,10 @@ TEST(TransactedFile, IsChangedByACommitAlone) {
   const std::string path = temp.file("a.jt", "the old one");
   const auto stream = DmKrUtilsFileStream::open(path, Mode::readWrite);
   write(*stream, "half");
-  EXPECT_EQ(contentOf(*stream), "half");
+  EXPECT_EQ(textOf(*stream), "half");
   EXPECT_EQ(contentOf(path), "the old one");
   EXPECT_EQ(stream->Revert(), IStreamResult::ok);
-  EXPECT_EQ(contentOf(*stream), "the old one");
+  EXPECT_EQ(textOf(*stream), "the old one");
   for (const char* text : {"first", "2nd"}) {
     write(*stream, text);
     EXPECT_EQ(stream->Commit(), IStreamResult::ok);
@@ -161,7 +154,7 @@ TEST(TransactedFile, IsChangedByACommitAlone) {
   }
   write(*stream, "third");
   EXPECT_EQ(stream->Revert(), IStreamResult::ok);
-  EXPECT_EQ(contentOf(*stream), "2nd") << "as the last commit left it";
+  EXPECT_EQ(textOf(*stream), "2nd") << "as the last commit left it";
   IStreamStat stat;
   EXPECT_EQ(stream->Stat(stat), IStreamResult::ok);
   EXPECT_EQ(stat.name, path);

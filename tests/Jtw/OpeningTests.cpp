@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <span>
 
 #include "DmKrUtilsInterface.h"
@@ -17,10 +15,6 @@ namespace {
 
 class Opening : public RegistryFixture {
  protected:
-  static std::string bytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
   static jt::Matrix4 moved(double x, double y) {
     jt::Matrix4 matrix = jt::kIdentity;
     matrix[12] = x;
@@ -112,12 +106,12 @@ TEST_F(Opening, WhatWasWrappedIsFoundWhenItIsOpenedAgain) {
     ASSERT_TRUE(root->write(false)) << jt::lastError();
     registry().releaseRoot(document);
 
-    const std::string written = bytes(path);
+    const std::string written = contentOf(path);
     root = open(document);
     ASSERT_NE(root, nullptr) << jt::lastError();
     EXPECT_TRUE(root->isJtKR());
     ASSERT_TRUE(root->write(false)) << jt::lastError();
-    EXPECT_TRUE(bytes(path) == written) << "opening and saving changed the file";
+    EXPECT_TRUE(contentOf(path) == written) << "opening and saving changed the file";
     registry().releaseRoot(document);
   }
 }
@@ -318,7 +312,7 @@ TEST_F(Opening, AnyExceptionIsAFailedOpening) {
 }
 
 TEST_F(Opening, AStreamIsReadInPlaceOfAFile) {
-  const std::string content = bytes(JTW_TEST_DATA "/tiny95.jt");
+  const std::string content = contentOf(JTW_TEST_DATA "/tiny95.jt");
   std::vector<std::byte> data(content.size());
   std::ranges::transform(content, data.begin(), [](char c) { return static_cast<std::byte>(c); });
   using Duty = ApiDocument::StreamDuty;
@@ -348,7 +342,7 @@ TEST_F(Opening, AStreamIsReadInPlaceOfAFile) {
 }
 
 TEST_F(Opening, AStreamIsWrittenInPlaceOfAFile) {
-  const std::string content = bytes(JTW_TEST_DATA "/tiny95.jt");
+  const std::string content = contentOf(JTW_TEST_DATA "/tiny95.jt");
   const auto data = std::as_bytes(std::span(content));
   const CComPtr<IStream> stream(MemoryStream::create({data.begin(), data.end()}).get());
   const auto document =
@@ -377,7 +371,7 @@ TEST_F(Opening, ADeepGraphAndADamagedOneComeBack) {
   EXPECT_NE(open(document), nullptr) << jt::lastError();
   registry().releaseRoot(document);
 
-  const std::string content = bytes(JTW_TEST_DATA "/tiny95.jt");
+  const std::string content = contentOf(JTW_TEST_DATA "/tiny95.jt");
   for (std::size_t length = 0; length < content.size(); length += 7) {
     const ApiDocumentRef cut = documentAt(folder_.file("cut.jt", content.substr(0, length)));
     open(cut);

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <random>
@@ -101,11 +100,7 @@ class PMIWriting : public ComponentFixture {
   static JtwPMIAnnotation& annotation(JtwRoot& root, long itsKey) {
     return static_cast<JtwPMIAnnotation&>(nodeOf(root, itsKey));
   }
-  static std::string textOf(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-  std::string file() const { return textOf(folder_.folder("gear.kpak") + "/gear.jt"); }
+  std::string file() const { return contentOf(folder_.folder("gear.kpak") + "/gear.jt"); }
 };
 
 TEST_F(PMIWriting, AnAnnotationComesBackWithEverythingTheHostGaveIt) {
@@ -266,7 +261,7 @@ TEST_F(PMIWriting, EntitiesOfFixedKindsAreListedAndKept) {
     EXPECT_EQ(byText.at("a note")->id(), 12);
     EXPECT_EQ(jtw::otherPMIs(*carrier, *carrier).size(), 3U);
     ASSERT_TRUE(root->write(false));
-    const std::string untouched = textOf(path);
+    const std::string untouched = contentOf(path);
 
     // Another annotation: theirs are stored as they were, and follow it.
     ASSERT_TRUE(carrier->setKey(key(50)));
@@ -280,9 +275,9 @@ TEST_F(PMIWriting, EntitiesOfFixedKindsAreListedAndKept) {
     PMISummary expected = before;
     expected.names.insert(expected.names.begin() + 2, "Note");
     EXPECT_EQ(PMISummary::of(*pmiOf(*carrier)), expected);
-    const std::string once = textOf(path);
+    const std::string once = contentOf(path);
     ASSERT_TRUE(root->write(false));
-    EXPECT_TRUE(textOf(path) == once);
+    EXPECT_TRUE(contentOf(path) == once);
 
     // An edit of one of theirs, and one of them deleted: the others keep what they are.
     byText.at("a note")->setName(L"renamed");

@@ -2,7 +2,6 @@
 // old file, and the next one everything.
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -19,11 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::int32_t kSceneGraphSegment = 1;
-
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class Saving : public ComponentFixture {
  protected:

@@ -1,6 +1,4 @@
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "ApiErrStream.h"
 #include "ComponentFixture.h"
@@ -32,11 +30,6 @@ class MaterialUpdates : public RegistryFixture {
     return (result ? "true " : "false ") + reported_;
   }
 
-  static std::string bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-
   static VisMetaDataNode& component(JtGroup& parent) {
     auto& node = add<VisMetaDataNode>(parent, "gear");
     setText(node, "KrObjType", "KrComponent");
@@ -63,9 +56,9 @@ TEST_F(MaterialUpdates, AreDoneOnceInTheVersionOfTheFile) {
     const std::string path = folder + file;
 
     EXPECT_EQ(update(document), "true ");
-    const std::string once = bytes(path);
+    const std::string once = contentOf(path);
     EXPECT_EQ(update(document), "true JTUPDATE_FILE_HAS_BEEN_UPDATED " + path + " 3");
-    EXPECT_EQ(bytes(path), once);
+    EXPECT_EQ(contentOf(path), once);
     EXPECT_EQ(once.substr(8, version.size()), version);
 
     JtwRoot* root = open(document);
@@ -128,10 +121,10 @@ TEST_F(MaterialUpdates, FindTheComponentInItsTwoForms) {
     std::string folder;
     std::string file;
     ASSERT_TRUE(JtwManager::getFileNameFromDocument(document, folder, file));
-    const std::string before = bytes(folder + file);
+    const std::string before = contentOf(folder + file);
     const std::string native = "JTUPDATE_FILE_IS_NATIVE_JT " + folder + file;
     EXPECT_EQ(update(document), "true " + (expected.marked.empty() ? native : ""));
-    EXPECT_EQ(bytes(folder + file) == before, expected.marked.empty());
+    EXPECT_EQ(contentOf(folder + file) == before, expected.marked.empty());
 
     JtPartition* opened = nullptr;
     const auto place = jt::make<JtFSStorageLocation>(JtString(folder), JtString(file));
@@ -158,9 +151,9 @@ TEST_F(MaterialUpdates, FailWithTheCodeOfWhatFailed) {
   const ApiDocumentRef document = componentOf(*partition);
   const std::string path = document->path() + "/gear.jt";
   std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-  const std::string before = bytes(path);
+  const std::string before = contentOf(path);
   EXPECT_EQ(update(document), "false JTUPDATE_SAVE_FILE_FAILED " + path);
-  EXPECT_EQ(bytes(path), before);
+  EXPECT_EQ(contentOf(path), before);
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
   std::filesystem::resize_file(path, before.size() / 2);
   EXPECT_EQ(update(document), "false JTUPDATE_OPEN_FILE_FAILED " + path);

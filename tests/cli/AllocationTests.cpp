@@ -8,13 +8,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "../Host/TempFolder.h"
 #include "AllocationFaults.h"
 #include "ApiDocument.h"
 #include "AssemblyFiles.h"
@@ -46,42 +45,32 @@ struct Trial {
   int exit() const { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
 };
 
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 /// A folder with a component and an assembly; the tests run in it.
 class AllocationFaults : public testing::TestWithParam<Words> {
  protected:
   AllocationFaults() {
-    std::string name = (fs::temp_directory_path() / "jtw-faults-XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-    fs::create_directory(folder_ / "io");
-    fs::create_directory(folder_ / "work");
-    cli::AssemblyFiles{.cells = 1, .partsPerCell = 2}.write(folder_ / "work/in");
+    folder_.folder("io");
+    folder_.folder("work");
+    cli::AssemblyFiles{.cells = 1, .partsPerCell = 2}.write(folder_.at("work/in"));
     for (const Words& words :
          {Words{"new", "gear.jt"}, Words{"add", "gear.jt", "block", "--key", "2"},
           Words{"add", "gear.jt", "frame", "--key", "3", "--parent", "2", "--name", "Tip"}})
       EXPECT_EQ(run(words, faults::kNever, false).exit(), 0);
     before_ = files();
   }
-  ~AllocationFaults() override { fs::remove_all(folder_); }
 
   Files files() const {
     Files found;
-    for (const auto& entry : fs::recursive_directory_iterator(folder_ / "work"))
+    for (const auto& entry : fs::recursive_directory_iterator(folder_.at("work")))
       if (entry.is_regular_file())
-        found[fs::relative(entry.path(), folder_ / "work").string()] = slurp(entry.path());
+        found[fs::relative(entry.path(), folder_.at("work")).string()] =
+            contentOf(entry.path().string());
     return found;
   }
 
   void restore() const {
-    fs::remove_all(folder_ / "work");
-    for (const auto& [name, content] : before_) {
-      fs::create_directories((folder_ / "work" / name).parent_path());
-      std::ofstream(folder_ / "work" / name, std::ios::binary) << content;
-    }
+    fs::remove_all(folder_.at("work"));
+    for (const auto& [name, content] : before_) folder_.file("work/" + name, content);
   }
 
   Trial run(const Words& words, std::size_t place, bool forever) const {
@@ -89,14 +78,14 @@ class AllocationFaults : public testing::TestWithParam<Words> {
     if (child == 0) runHere(words, place, forever);
     Trial result;
     EXPECT_EQ(::waitpid(child, &result.status, 0), child);
-    result.out = slurp(folder_ / "io/out");
-    result.err = slurp(folder_ / "io/err");
-    result.allocations = std::strtoul(slurp(folder_ / "io/count").c_str(), nullptr, 10);
+    result.out = contentOf(folder_.at("io/out"));
+    result.err = contentOf(folder_.at("io/err"));
+    result.allocations = std::strtoul(contentOf(folder_.at("io/count")).c_str(), nullptr, 10);
     result.files = files();
     return result;
   }
 
-  fs::path folder_;
+  TempFolder folder_;
   Files before_;
 
   /// Names of files that are not as the exit code says. Ids in new files are random.
@@ -122,18 +111,20 @@ class AllocationFaults : public testing::TestWithParam<Words> {
  private:
   [[noreturn]] void runHere(const Words& words, std::size_t place, bool forever) const {
     const auto redirect = [this](const char* name, int number) {
-      ::dup2(::open((folder_ / "io" / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), number);
+      ::dup2(
+          ::open(folder_.at(std::string("io/") + name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600),
+          number);
     };
     redirect("out", STDOUT_FILENO);
     redirect("err", STDERR_FILENO);
-    if (::chdir((folder_ / "work").c_str()) != 0) ::_exit(kLeaked);
+    if (::chdir(folder_.at("work").c_str()) != 0) ::_exit(kLeaked);
     faults::begin(place, forever);
     int exit = tool::runProgram(words);
     const std::size_t count = faults::end();
 #if defined(__SANITIZE_ADDRESS__)
     if (__lsan_do_recoverable_leak_check() != 0) exit = kLeaked;
 #endif
-    std::ofstream(folder_ / "io/count") << count;
+    folder_.file("io/count", std::to_string(count));
     ::_exit(exit);
   }
 };

@@ -1,27 +1,15 @@
 #include "Program.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <iterator>
+#include <cstdlib>
 
 namespace fs = std::filesystem;
 
 namespace cli {
-namespace {
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  EXPECT_TRUE(in) << path;
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-}  // namespace
-
 Json Outcome::json() const {
   const Json value = Json::parse(out, nullptr, false);
   EXPECT_TRUE(value.is_object()) << "no JSON object: " << out << err;
@@ -31,28 +19,19 @@ Json Outcome::json() const {
 }
 
 Workspace::Workspace() {
-  std::string name = (fs::temp_directory_path() / "jtw-cli-XXXXXX").string();
-  EXPECT_NE(mkdtemp(name.data()), nullptr);
-  folder_ = name;
-  fs::create_directory(folder_ / "io");
+  folder_.folder("io");
   for (const std::string& file : dataFiles())
     fs::copy_file(fs::path(JTW_TEST_DATA) / file, path(file));
 }
 
-Workspace::~Workspace() {
-  std::error_code ignored;
-  fs::remove_all(folder_, ignored);
-}
-
-std::string Workspace::read(const std::string& name) const { return slurp(path(name)); }
-
-void Workspace::write(const std::string& name, const std::string& bytes) const {
-  std::ofstream(path(name), std::ios::binary) << bytes;
+std::string Workspace::read(const std::string& name) const {
+  EXPECT_TRUE(exists(name)) << name;
+  return contentOf(folder_.at(name));
 }
 
 Outcome Workspace::run(const std::string& line) const {
   const std::string command =
-      "cd '" + folder_.string() + "' && { '" JTW_TOOL "' " + line + "; } > io/out 2> io/err";
+      "cd '" + folder_.path() + "' && { '" JTW_TOOL "' " + line + "; } > io/out 2> io/err";
   const int status = std::system(command.c_str());
   Outcome run;
   // The shell answers 128 + N for signal N.

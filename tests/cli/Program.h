@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "../Host/TempFolder.h"
+
 namespace cli {
 
 using Json = nlohmann::ordered_json;
@@ -26,13 +28,10 @@ struct Outcome {
 class Workspace {
  public:
   Workspace();
-  ~Workspace();
-  Workspace(const Workspace&) = delete;
-  Workspace& operator=(const Workspace&) = delete;
 
-  std::filesystem::path path(const std::string& name) const { return folder_ / name; }
+  std::filesystem::path path(const std::string& name) const { return folder_.at(name); }
   std::string read(const std::string& name) const;
-  void write(const std::string& name, const std::string& bytes) const;
+  void write(const std::string& name, const std::string& bytes) const { folder_.file(name, bytes); }
   bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 
   /// Runs the program with the words of a command line for the shell: `copy - - < a.jt`.
@@ -41,7 +40,7 @@ class Workspace {
   Json json(const std::string& line, int exit = 0) const;
 
  private:
-  std::filesystem::path folder_;
+  TempFolder folder_;
 };
 
 /// The JT files among the test data, by name.

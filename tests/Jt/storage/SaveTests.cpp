@@ -17,6 +17,7 @@
 #include <sstream>
 #include <thread>
 
+#include "../../Host/TempFolder.h"
 #include "JtFormatError.h"
 #include "JtMesh.h"
 #include "JtPartition.h"
@@ -24,7 +25,6 @@
 #include "JtShape.h"
 #include "JtStorageManager.h"
 #include "JtTemporaryPath.h"
-#include "storage/TempFolder.h"
 
 namespace {
 /// How many allocations of this thread succeed before one fails; negative: all.
@@ -104,14 +104,14 @@ TEST(Save, JoinsPartsOfMoreFilesThanThereAreDescriptors) {
     mesh->corners = {0, 1, 2};
     const auto made = jt::make<JtPartition>();
     made->addChild(jt::makeShape(mesh).get());
-    const auto place = jt::make<JtFSStorageLocation>("", folder / (std::to_string(i) + ".jt"));
+    const auto place = jt::make<JtFSStorageLocation>("", folder.at(std::to_string(i) + ".jt"));
     made->save(place.get());
     JtPartition* opened = nullptr;
     ASSERT_NO_THROW(JtPartition::openPartition(place.get(), nullptr, opened)) << i;
     all->addChild(jt::as<JtNode>(opened->child(0)->clone().get()));
     opened->unref();
   }
-  const auto target = jt::make<JtFSStorageLocation>("", folder / "all.jt");
+  const auto target = jt::make<JtFSStorageLocation>("", folder.at("all.jt"));
   all->save(target.get());
   JtPartition* joined = nullptr;
   JtPartition::openPartition(target.get(), nullptr, joined);
@@ -133,18 +133,18 @@ TEST(Save, TakesItsPiecesFromMoreFilesThanThereAreDescriptors) {
   std::string expected;
   for (std::size_t i = 0; i < kFiles; ++i) {
     const std::string content(i % 3 == 0 ? 70'000 : 5, static_cast<char>('a' + i % 20));
-    images.push_back(openImage(folder.write("in/" + std::to_string(i), content)));
+    images.push_back(openImage(folder.file("in/" + std::to_string(i), content)));
     pieces.push_back({images.back()->bytes(), images.back().get(), 0});
     expected += content;
   }
   // Another file in the place of one that was opened: its bytes are those of the opening.
-  folder.write("new", "other bytes");
-  fs::rename(folder / "new", folder / "in/250");
-  EXPECT_TRUE(save(folder / "out", pieces).warnings.empty());
-  EXPECT_EQ(contentOf(folder / "out"), expected);
-  fs::resize_file(folder / "in/251", 4);
-  EXPECT_THROW(save(folder / "out", pieces), JtFormatError);
-  EXPECT_EQ(contentOf(folder / "out"), expected);
+  folder.file("new", "other bytes");
+  fs::rename(folder.at("new"), folder.at("in/250"));
+  EXPECT_TRUE(save(folder.at("out"), pieces).warnings.empty());
+  EXPECT_EQ(contentOf(folder.at("out")), expected);
+  fs::resize_file(folder.at("in/251"), 4);
+  EXPECT_THROW(save(folder.at("out"), pieces), JtFormatError);
+  EXPECT_EQ(contentOf(folder.at("out")), expected);
 }
 
 TEST(Save, WritesAllPiecesInOrder) {
@@ -152,7 +152,7 @@ TEST(Save, WritesAllPiecesInOrder) {
   std::mt19937 random(7);
   std::string old(9 << 20, '\0');
   for (char& c : old) c = static_cast<char>(random());
-  const std::string path = folder.write("a.jt", old);
+  const std::string path = folder.file("a.jt", old);
   // From nothing to more than a step of the writer, and small runs beside large ones.
   const std::size_t limits[] = {1, 3000, 200'000, 8 << 20};
   for (int round = 0; round < 12; ++round) {
@@ -172,11 +172,11 @@ TEST(Save, WritesAllPiecesInOrder) {
       expected.append(reinterpret_cast<const char*>(part.data()), part.size());
     }
     jt::StorageSaveOptions options{.readBack = round % 4 != 0, .expected = image->identity()};
-    const std::string target = round % 2 ? path : folder / "new.jt";
+    const std::string target = round % 2 ? path : folder.at("new.jt");
     if (round % 2 == 0) options.expected.reset();
     EXPECT_TRUE(save(target, pieces, options).warnings.empty());
     ASSERT_TRUE(contentOf(target) == expected) << "round " << round;
-    if (target == path) folder.write("a.jt", old);
+    if (target == path) folder.file("a.jt", old);
   }
   EXPECT_EQ(folder.names(), (Names{"a.jt", "new.jt"}));
 }
@@ -206,7 +206,7 @@ std::string accessList(char owner, char rights, char group, char mask, char othe
 
 TEST(Save, KeepsModeOwnerListAndAttributes) {
   const TempFolder folder;
-  const std::string path = folder.write("a.jt", "old");
+  const std::string path = folder.file("a.jt", "old");
   const bool root = ::geteuid() == 0;
   ASSERT_TRUE(!root || ::chown(path.c_str(), 1234, 1235) == 0);
   // The bits that let a program run with the rights of its owner are not for other content.
@@ -235,11 +235,11 @@ TEST(Save, GivesNewFilesTheRightsOfAPlainCreation) {
   const mode_t mask = ::umask(027);
   for (const bool withList : {false, true}) {
     const std::string list = accessList(7, 7, 5, 7, 4);
-    if (withList && ::setxattr((folder / ".").c_str(), "system.posix_acl_default", list.data(),
+    if (withList && ::setxattr(folder.at(".").c_str(), "system.posix_acl_default", list.data(),
                                list.size(), 0) != 0)
       break;
-    const std::string plain = folder.write("plain", "x");
-    const std::string saved = folder / "saved.jt";
+    const std::string plain = folder.file("plain", "x");
+    const std::string saved = folder.at("saved.jt");
     EXPECT_EQ(saveText(saved, "x"), "");
     EXPECT_EQ(statOf(saved).st_mode, statOf(plain).st_mode);
     EXPECT_EQ(attribute(saved, "system.posix_acl_access"),
@@ -258,39 +258,39 @@ TEST(Save, GivesNewFilesTheRightsOfAPlainCreation) {
 
 TEST(Save, FollowsLinksAndTellsOfOtherNames) {
   const TempFolder folder;
-  folder.write("real/a.jt", "old");
-  fs::create_symlink("real/a.jt", folder / "one");
-  fs::create_symlink(folder / "one", folder / "two");
-  fs::create_symlink("real/none.jt", folder / "dangling");
-  EXPECT_EQ(saveText(folder / "two", "new"), "");
-  EXPECT_EQ(saveText(folder / "dangling", "made"), "");
-  EXPECT_TRUE(fs::is_symlink(folder / "one") && fs::is_symlink(folder / "two") &&
-              fs::is_symlink(folder / "dangling"));
-  EXPECT_EQ(contentOf(folder / "real/a.jt"), "new");
-  EXPECT_EQ(contentOf(folder / "real/none.jt"), "made");
+  folder.file("real/a.jt", "old");
+  fs::create_symlink("real/a.jt", folder.at("one"));
+  fs::create_symlink(folder.at("one"), folder.at("two"));
+  fs::create_symlink("real/none.jt", folder.at("dangling"));
+  EXPECT_EQ(saveText(folder.at("two"), "new"), "");
+  EXPECT_EQ(saveText(folder.at("dangling"), "made"), "");
+  EXPECT_TRUE(fs::is_symlink(folder.at("one")) && fs::is_symlink(folder.at("two")) &&
+              fs::is_symlink(folder.at("dangling")));
+  EXPECT_EQ(contentOf(folder.at("real/a.jt")), "new");
+  EXPECT_EQ(contentOf(folder.at("real/none.jt")), "made");
 
-  fs::create_hard_link(folder / "real/a.jt", folder / "other");
-  EXPECT_EQ(saveText(folder / "real/a.jt", "newer"), "links_broken");
-  EXPECT_EQ(contentOf(folder / "other"), "new");
+  fs::create_hard_link(folder.at("real/a.jt"), folder.at("other"));
+  EXPECT_EQ(saveText(folder.at("real/a.jt"), "newer"), "links_broken");
+  EXPECT_EQ(contentOf(folder.at("other")), "new");
 }
 
 TEST(Save, RefusesWhatIsNoWritableFile) {
   const TempFolder folder;
-  ASSERT_EQ(::chmod(folder.write("read_only.jt", "old").c_str(), 0444), 0);
-  fs::create_directory(folder / "folder");
-  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0666), 0);
-  fs::create_symlink("/dev/null", folder / "device");
-  fs::create_symlink("loop", folder / "loop");
+  ASSERT_EQ(::chmod(folder.file("read_only.jt", "old").c_str(), 0444), 0);
+  fs::create_directory(folder.at("folder"));
+  ASSERT_EQ(::mkfifo(folder.at("pipe").c_str(), 0666), 0);
+  fs::create_symlink("/dev/null", folder.at("device"));
+  fs::create_symlink("loop", folder.at("loop"));
   const Names before = folder.names();
   const std::pair<const char*, const char*> cases[] = {
       {"read_only.jt", "read_only"}, {"folder", "unwritable"},   {"folder/", "unwritable"},
       {"pipe", "unwritable"},        {"device", "unwritable"},   {"loop", "unwritable"},
       {"none/a.jt", "unwritable"},   {"folder/..", "unwritable"}};
-  for (const auto& [name, code] : cases) EXPECT_EQ(saveText(folder / name, "new"), code) << name;
-  EXPECT_EQ(saveText(folder / std::string(300, 'x'), "new"), "unwritable");
-  EXPECT_EQ(saveText(folder / std::string(250, 'x'), "new"), "");
-  EXPECT_EQ(contentOf(folder / "read_only.jt"), "old");
-  fs::remove(folder / std::string(250, 'x'));
+  for (const auto& [name, code] : cases) EXPECT_EQ(saveText(folder.at(name), "new"), code) << name;
+  EXPECT_EQ(saveText(folder.at(std::string(300, 'x')), "new"), "unwritable");
+  EXPECT_EQ(saveText(folder.at(std::string(250, 'x')), "new"), "");
+  EXPECT_EQ(contentOf(folder.at("read_only.jt")), "old");
+  fs::remove(folder.at(std::string(250, 'x')));
   EXPECT_EQ(folder.names(), before);
 }
 
@@ -325,7 +325,7 @@ TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {
       [](const std::string& path) { fs::remove(path); }};
   for (const Change& change : changes) {
     const TempFolder folder;
-    const std::string path = folder.write("a.jt", "old");
+    const std::string path = folder.file("a.jt", "old");
     const auto image = openImage(path);
     change(path);
     const Names names = folder.names();
@@ -334,7 +334,7 @@ TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {
     EXPECT_EQ(contentOf(path), content);
     EXPECT_EQ(folder.names(), names);
     // The same while the save goes on, after its first look at the file.
-    folder.write("a.jt", "old");
+    folder.file("a.jt", "old");
     const jt::StorageSaveOptions options{.expected = openImage(path)->identity()};
     const auto intruder = jt::make<Intruder>([&, done = false]() mutable {
       if (!std::exchange(done, true)) change(path);
@@ -347,10 +347,10 @@ TEST(Save, NoticesThatTheFileChangedSinceItWasOpened) {
 
   // A source that got shorter: its bytes are gone, and the mapping must not be touched.
   const TempFolder folder;
-  const auto source = openImage(folder.write("b.jt", std::string(100'000, 'b')));
+  const auto source = openImage(folder.file("b.jt", std::string(100'000, 'b')));
   const jt::FilePiece piece{source->bytes(), source.get(), 0};
-  fs::resize_file(folder / "b.jt", 10);
-  EXPECT_THROW(save(folder / "c.jt", {&piece, 1}), JtFormatError);
+  fs::resize_file(folder.at("b.jt"), 10);
+  EXPECT_THROW(save(folder.at("c.jt"), {&piece, 1}), JtFormatError);
   EXPECT_EQ(folder.names(), Names{"b.jt"});
 }
 
@@ -363,7 +363,7 @@ void replaceFile(const std::string& path, const std::string& content) {
 TEST(Save, WaitsForTheOneThatReplacesTheSameFile) {
   const TempFolder folder;
   for (const bool replaced : {false, true}) {
-    const std::string path = folder.write("a.jt", "old");
+    const std::string path = folder.file("a.jt", "old");
     const jt::StorageSaveOptions options{.expected = openImage(path)->identity()};
     const int other = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(other, LOCK_EX), 0);
@@ -383,12 +383,12 @@ TEST(Save, WaitsForTheOneThatReplacesTheSameFile) {
 
 TEST(Save, MakesANewFileOnlyWhereThereIsNone) {
   const TempFolder folder;
-  const std::string path = folder / "a.jt";
+  const std::string path = folder.at("a.jt");
   EXPECT_EQ(saveText(path, "first", {.expected = {}, .createOnly = true}), "");
   EXPECT_EQ(saveText(path, "second", {.expected = {}, .createOnly = true}), "exists");
   // Made by another program while the save goes on.
-  const std::string late = folder / "late.jt";
-  const auto intruder = jt::make<Intruder>([&] { folder.write("late.jt", "other"); });
+  const std::string late = folder.at("late.jt");
+  const auto intruder = jt::make<Intruder>([&] { folder.file("late.jt", "other"); });
   const jt::FilePiece piece{intruder->bytes(), intruder.get(), 0};
   EXPECT_THROW(save(late, {&piece, 1}, {.expected = {}, .createOnly = true}), JtFormatError);
   EXPECT_EQ(contentOf(path) + contentOf(late), "firstother");
@@ -397,8 +397,8 @@ TEST(Save, MakesANewFileOnlyWhereThereIsNone) {
 
 TEST(Save, FailsOfLackOfMemoryOnlyBeforeTheFileIsReplaced) {
   const TempFolder folder;
-  const std::string path = folder.write("a.jt", "old");
-  fs::create_hard_link(path, folder / "other");  // a warning takes memory
+  const std::string path = folder.file("a.jt", "old");
+  fs::create_hard_link(path, folder.at("other"));  // a warning takes memory
   const std::string text = "new";
   const jt::FilePiece piece{bytesOf(text)};
   const JtFSStorageLocation location("", path);
@@ -439,7 +439,7 @@ class Watched : public JtStorageManager {
 
 TEST(Save, OfAPartitionKnowsItsOwnFileFromAnother) {
   const TempFolder folder;
-  const std::string path = folder / "a.jt";
+  const std::string path = folder.at("a.jt");
   fs::copy_file(JTW_TEST_DATA "/tiny95.jt", path);
   const auto manager = jt::make<Watched>();
   jt::installStorageManager(manager.get());
@@ -461,7 +461,7 @@ TEST(Save, OfAPartitionKnowsItsOwnFileFromAnother) {
   EXPECT_EQ(saved(), "");
   EXPECT_EQ(saved(), "") << "its own file is no other one";
   for (const char* name : {"c.jt", "a.jt"}) {
-    partition->setStorageLocation(jt::make<JtFSStorageLocation>("", folder / name).get());
+    partition->setStorageLocation(jt::make<JtFSStorageLocation>("", folder.at(name)).get());
     EXPECT_EQ(saved(), "") << name;
   }
   for (int i = 0; i < 2; ++i)
@@ -470,20 +470,20 @@ TEST(Save, OfAPartitionKnowsItsOwnFileFromAnother) {
   EXPECT_EQ(saved(), "saved_not_reopened") << "the save is done all the same";
   EXPECT_EQ(saved(), "changed_on_disk");
   manager->hides = false;
-  partition->setStorageLocation(jt::make<JtFSStorageLocation>("", folder / "b.jt").get());
-  manager->afterwards = [&] { replaceFile(folder / "b.jt", "of another program"); };
+  partition->setStorageLocation(jt::make<JtFSStorageLocation>("", folder.at("b.jt")).get());
+  manager->afterwards = [&] { replaceFile(folder.at("b.jt"), "of another program"); };
   EXPECT_EQ(saved(), "") << "a new place";
   EXPECT_EQ(saved(), "changed_on_disk");
-  EXPECT_EQ(contentOf(folder / "b.jt"), "of another program");
+  EXPECT_EQ(contentOf(folder.at("b.jt")), "of another program");
   jt::installStorageManager(nullptr);
 }
 
 TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
   const TempFolder folder;
-  const std::string path = folder.write("a.jt", "old");
+  const std::string path = folder.file("a.jt", "old");
   const std::string self = std::to_string(::getpid());
   const auto age = [&](const std::string& name) {
-    fs::last_write_time(folder / name, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    fs::last_write_time(folder.at(name), fs::file_time_type::clock::now() - std::chrono::hours(1));
   };
   const Names kept{".a.jt.jtw-" + self + "-1.tmp",  // its process runs
                    ".a.jt.jtw-" + self + "-2.tmp",  // old, but locked
@@ -495,10 +495,10 @@ TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
                       ".b.jt.jtw-999999999-1.tmp",        // of another target
                       ".c.jt.jtw-999999999-f.tmp/0.jt"};  // of an export
   for (const Names* names : {&kept, &removed})
-    for (const std::string& name : *names) folder.write(name, "old");
+    for (const std::string& name : *names) folder.file(name, "old");
   age(".a.jt.jtw-" + self + "-2.tmp");
   age(".a.jt.jtw-" + self + "-3.tmp");
-  const int lock = ::open((folder / (".a.jt.jtw-" + self + "-2.tmp")).c_str(), O_RDWR | O_CLOEXEC);
+  const int lock = ::open(folder.at(".a.jt.jtw-" + self + "-2.tmp").c_str(), O_RDWR | O_CLOEXEC);
   ASSERT_EQ(::flock(lock, LOCK_EX), 0);
   EXPECT_EQ(saveText(path, "new"), "");
   EXPECT_EQ(folder.names(), kept);
@@ -508,13 +508,13 @@ TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
 /// What a signal handler does: nothing of a save, an export or a made folder stays.
 TEST(TemporaryPaths, AreRemovedByAProcessThatIsToldToEnd) {
   const TempFolder folder;
-  folder.write("a.jt", "old");
+  folder.file("a.jt", "old");
   const auto saveUntilTheEnd = [&folder] {
-    fs::create_directory(folder / "made");
-    const jt::TemporaryPath made(folder / "made", jt::TemporaryPath::Kind::folder);
-    jt::TemporaryPath kept(folder.write("made/kept", ""));
-    const jt::TemporaryPath inside(folder.write("made/inside", ""));
-    fs::rename(folder / "made/kept", folder / "kept");
+    fs::create_directory(folder.at("made"));
+    const jt::TemporaryPath made(folder.at("made"), jt::TemporaryPath::Kind::folder);
+    jt::TemporaryPath kept(folder.file("made/kept", ""));
+    const jt::TemporaryPath inside(folder.file("made/inside", ""));
+    fs::rename(folder.at("made/kept"), folder.at("kept"));
     kept.keep();
     // The second time that a source is looked at, its bytes are in the temporary file.
     int looks = 0;
@@ -524,7 +524,7 @@ TEST(TemporaryPaths, AreRemovedByAProcessThatIsToldToEnd) {
       std::_Exit(7);
     });
     const jt::FilePiece piece{ends->bytes(), ends.get(), 0};
-    save(folder / "a.jt", {&piece, 1});
+    save(folder.at("a.jt"), {&piece, 1});
   };
   EXPECT_EXIT(saveUntilTheEnd(), testing::ExitedWithCode(7), "");
   EXPECT_EQ(folder.names(), (Names{"a.jt", "kept"}));
@@ -532,13 +532,13 @@ TEST(TemporaryPaths, AreRemovedByAProcessThatIsToldToEnd) {
 
 TEST(SaveTogether, ReplacesAllFilesOrNone) {
   const TempFolder folder;
-  folder.write("a.mtl", "old materials");
-  folder.write("a.obj", "old");
+  folder.file("a.mtl", "old materials");
+  folder.file("a.obj", "old");
   const auto saveBoth = [&](const std::string& second) {
     const std::string contents[] = {"new materials", "more", "new"};
-    const jt::NewFile files[] = {{folder / "a.mtl", bytesOf(contents[0])},
-                                 {folder / "new.mtl", bytesOf(contents[1])},
-                                 {folder / second, bytesOf(contents[2])}};
+    const jt::NewFile files[] = {{folder.at("a.mtl"), bytesOf(contents[0])},
+                                 {folder.at("new.mtl"), bytesOf(contents[1])},
+                                 {folder.at(second), bytesOf(contents[2])}};
     try {
       jt::saveFilesTogether(files);
     } catch (const JtFormatError& error) {
@@ -546,18 +546,18 @@ TEST(SaveTogether, ReplacesAllFilesOrNone) {
     }
     return std::string();
   };
-  fs::create_directory(folder / "folder");
+  fs::create_directory(folder.at("folder"));
   EXPECT_EQ(saveBoth("folder"), "unwritable");
-  EXPECT_EQ(contentOf(folder / "a.mtl"), "old materials");
+  EXPECT_EQ(contentOf(folder.at("a.mtl")), "old materials");
   EXPECT_EQ(folder.names(), (Names{"a.mtl", "a.obj", "folder"}));
   EXPECT_EQ(saveBoth("a.obj"), "");
-  EXPECT_EQ(contentOf(folder / "a.mtl") + contentOf(folder / "a.obj"), "new materialsnew");
+  EXPECT_EQ(contentOf(folder.at("a.mtl")) + contentOf(folder.at("a.obj")), "new materialsnew");
   EXPECT_EQ(folder.names(), (Names{"a.mtl", "a.obj", "folder", "new.mtl"}));
 }
 
 TEST(Save, KeepsOneWholeContentWhenManySaveAtOnce) {
   const TempFolder folder;
-  const std::string path = folder.write("a.jt", "old");
+  const std::string path = folder.file("a.jt", "old");
   const auto content = [](int i) { return std::string(5 << 20, static_cast<char>('a' + i)); };
   std::vector<std::thread> threads;
   for (int i = 0; i < 3; ++i)
@@ -573,7 +573,7 @@ TEST(Save, KeepsOneWholeContentWhenManySaveAtOnce) {
 
 TEST(Save, OfManyAtOnceLosesNoneThatItReported) {
   const TempFolder folder;
-  const std::string path = folder.write("a.jt", "");
+  const std::string path = folder.file("a.jt", "");
   std::array<std::string, 4> reported;
   std::vector<std::thread> threads;
   for (std::string& mine : reported)

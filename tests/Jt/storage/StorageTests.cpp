@@ -10,11 +10,11 @@
 #include <filesystem>
 #include <thread>
 
+#include "../../Host/TempFolder.h"
 #include "JtFileGuard.h"
 #include "JtFormatError.h"
 #include "JtResidencyRequestManager.h"
 #include "JtStorageManager.h"
-#include "storage/TempFolder.h"
 
 namespace {
 
@@ -36,23 +36,23 @@ std::string codeOf(Call call) {
 
 TEST(OpenedFile, RefusesWhatIsNoReadableFile) {
   const TempFolder folder;
-  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0666), 0);
+  ASSERT_EQ(::mkfifo(folder.at("pipe").c_str(), 0666), 0);
   const std::pair<std::string, const char*> cases[] = {
-      {folder / "none.jt", "not_found"}, {folder / "pipe/a.jt", "not_found"},
-      {folder / ".", "not_a_file"},      {folder / "pipe", "not_a_file"},
-      {"/dev/zero", "not_a_file"},       {folder.write("empty", ""), ""}};
+      {folder.at("none.jt"), "not_found"}, {folder.at("pipe/a.jt"), "not_found"},
+      {folder.at("."), "not_a_file"},      {folder.at("pipe"), "not_a_file"},
+      {"/dev/zero", "not_a_file"},         {folder.file("empty", ""), ""}};
   for (const auto& [path, code] : cases) EXPECT_EQ(codeOf([&] { openImage(path); }), code) << path;
 }
 
 TEST(OpenedFile, KeepsItsBytesWithoutItsNameAndNoticesThatTheyAreGone) {
   const TempFolder folder;
-  const std::string path = folder.write("a.jt", "bytes");
+  const std::string path = folder.file("a.jt", "bytes");
   const auto image = openImage(path);
-  fs::create_hard_link(path, folder / "b.jt");
+  fs::create_hard_link(path, folder.at("b.jt"));
   fs::remove(path);
   image->checkPresent();
   EXPECT_EQ(std::memcmp(image->bytes().data(), "bytes", 5), 0);
-  fs::resize_file(folder / "b.jt", 4);
+  fs::resize_file(folder.at("b.jt"), 4);
   EXPECT_EQ(codeOf([&] { image->checkPresent(); }), "changed_on_disk");
 }
 
@@ -62,13 +62,13 @@ TEST(OpenedFile, SurvivesAndReportsChangesInPlace) {
   jt::takeFileChange();  // of tests before
   const TempFolder folder;
   const std::string bytes(3 * 4096 + 5, 'x');
-  const std::string path = folder.write("a.jt", bytes);
+  const std::string path = folder.file("a.jt", bytes);
   const auto change = [] {
     const auto error = jt::takeFileChange();
     return error ? error->code() + " " + error->where().file : std::string();
   };
   auto shrunk = openImage(path);
-  auto other = openImage(folder.write("other.jt", bytes));
+  auto other = openImage(folder.file("other.jt", bytes));
   fs::resize_file(path, 4096);
   EXPECT_EQ(shrunk->bytes()[4095], std::byte{'x'});
   EXPECT_EQ(shrunk->bytes()[2 * 4096], std::byte{0});
@@ -82,24 +82,24 @@ TEST(OpenedFile, SurvivesAndReportsChangesInPlace) {
   EXPECT_EQ(change(), "");
 
   // Replaced, as saves do it, the opened file is as it was.
-  fs::rename(folder.write("new.jt", "short"), folder / "other.jt");
+  fs::rename(folder.file("new.jt", "short"), folder.at("other.jt"));
   EXPECT_EQ(change(), "");
   other->checkPresent();
-  other = openImage(folder / "other.jt");
+  other = openImage(folder.at("other.jt"));
   std::this_thread::sleep_for(std::chrono::milliseconds(20));  // times of files have steps
-  folder.write("other.jt", "twice");
+  folder.file("other.jt", "twice");
   EXPECT_EQ(codeOf([&] { other->checkPresent(); }), "changed_on_disk");
 
   // A copy of what is gone is no copy.
   const jt::FilePiece piece{other->bytes(), other.get(), 0};
   EXPECT_EQ(codeOf([&] {
-              JtStorageManager::current()->save(JtFSStorageLocation(folder / "", "copy.jt"),
+              JtStorageManager::current()->save(JtFSStorageLocation(folder.at(""), "copy.jt"),
                                                 {&piece, 1}, {});
             }),
             "changed_on_disk");
-  EXPECT_FALSE(fs::exists(folder / "copy.jt"));
+  EXPECT_FALSE(fs::exists(folder.at("copy.jt")));
   other = nullptr;
-  EXPECT_EQ(change(), "changed_on_disk " + (folder / "other.jt"));
+  EXPECT_EQ(change(), "changed_on_disk " + folder.at("other.jt"));
 }
 
 /// Faults that are none of a mapped file end as they did before.
@@ -114,9 +114,9 @@ TEST(OpenedFile, LeavesOtherFaultsAlone) {
 TEST(Resolve, FindsWhatAFileNamesAndNothingOutside) {
   const TempFolder folder;
   for (const char* name : {"asm.jt", "Sub/Gear.jt", "sub/other.jt", "bolt.jt", "\xc3\x9c.jt"})
-    folder.write(std::string("top/") + name, "");
-  folder.write("secret.jt", "");
-  const JtFSStorageLocation base(folder / "top", "asm.jt");
+    folder.file(std::string("top/") + name, "");
+  folder.file("secret.jt", "");
+  const JtFSStorageLocation base(folder.at("top"), "asm.jt");
   const std::pair<const char*, const char*> cases[] = {
       {"Sub/Gear.jt", "Sub/Gear.jt"},
       {"Sub\\Gear.jt", "Sub/Gear.jt"},
@@ -140,17 +140,17 @@ TEST(Resolve, FindsWhatAFileNamesAndNothingOutside) {
     const auto found = JtStorageManager::current()->resolve(base, named);
     ASSERT_EQ(bool(found), expected != nullptr) << named;
     if (!expected) continue;
-    EXPECT_EQ(found->displayName().stringToMbs(), folder / (std::string("top/") + expected));
+    EXPECT_EQ(found->displayName().stringToMbs(), folder.at(std::string("top/") + expected));
   }
 }
 
 /// Two links of like names to their own folder: as many ways as there are numbers of 60 bits.
 TEST(Resolve, LinksToAFolderMeanNoMoreWorkThanOne) {
   const TempFolder folder;
-  folder.write("asm.jt", "");
-  folder.write("Bolt.jt", "");
-  for (const char* link : {"a", "A"}) std::filesystem::create_symlink(".", folder / link);
-  const JtFSStorageLocation base(folder / "", "asm.jt");
+  folder.file("asm.jt", "");
+  folder.file("Bolt.jt", "");
+  for (const char* link : {"a", "A"}) std::filesystem::create_symlink(".", folder.at(link));
+  const JtFSStorageLocation base(folder.at(""), "asm.jt");
   std::string way;
   for (int level = 0; level < 60; ++level) way += level % 3 == 0 ? "A/" : "a/";
   const auto place = [&](const std::string& name) {
