@@ -1,4 +1,4 @@
-// The component model beside what it stands on: walking beside a bare walk of the scene graph,
+// The component model beside what it is built on: walking beside a bare walk of the scene graph,
 // looking up beside a plain table, and how making, placing, coloring and saving grow with the
 // component.
 
@@ -137,7 +137,7 @@ void lookUpInTable(benchmark::State& state) {
 void locateAndColor(benchmark::State& state) {
   Component component;
   component.deepen(state.range(0));
-  // Entities tell their color: one below each block.
+  // Entities have a color of their own: one below each block.
   for (long key = 1; key <= state.range(0); ++key)
     component.root().createEntityNode(ApiProtoKey(1000000 + key), ApiProtoKey(key),
                                       Component::at(1));

@@ -3,7 +3,7 @@
 //
 // The component has 2,000 small parts, all different, and among them a few of 50,000 to 200,000
 // triangles. `speedup` is over one thread of the same way; `cpu_ms` is the processor time of all
-// threads together, which tells on a busy machine what more threads cost.
+// threads together, which shows on a busy machine what more threads cost.
 
 #include <benchmark/benchmark.h>
 

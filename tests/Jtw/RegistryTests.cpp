@@ -15,30 +15,30 @@ namespace {
 class Registry : public RegistryFixture {};
 
 TEST_F(Registry, OptionsStartWithTheirDefaultsAndKeepWhatTheyAreGiven) {
-  JtwManager fresh = registry();
-  EXPECT_EQ(fresh.getJtVersion(), 2);
-  EXPECT_EQ(fresh.getDefaultJtVersion(), 2);
+  JtwManager copy = registry();
+  EXPECT_EQ(copy.getJtVersion(), 2);
+  EXPECT_EQ(copy.getDefaultJtVersion(), 2);
   std::string versions;
-  for (const auto& version : fresh.getJtVersionList())
+  for (const auto& version : copy.getJtVersionList())
     versions += std::to_string(version.version()) + "=" + version.jtFormatVersion() + " ";
   EXPECT_EQ(versions, "0=8.2 1=9.5 2=10.0 3=10.2 ");
 
-  fresh.setJtVersion(static_cast<ApiGraJtVersionData::apiGraJtVersion>(7));
-  EXPECT_EQ(fresh.getJtVersion(), 7);
-  EXPECT_EQ(fresh.getDefaultJtVersion(), 2);
+  copy.setJtVersion(static_cast<ApiGraJtVersionData::apiGraJtVersion>(7));
+  EXPECT_EQ(copy.getJtVersion(), 7);
+  EXPECT_EQ(copy.getDefaultJtVersion(), 2);
 
-  EXPECT_FALSE(fresh.isPMITypeExcluded(API_PMI_NOTE));
+  EXPECT_FALSE(copy.isPMITypeExcluded(API_PMI_NOTE));
   std::vector<bool> excluded(API_PMI_TYPE_COUNT);
   excluded[API_PMI_NOTE] = true;
-  fresh.setExcludedPMITypes(excluded);
-  EXPECT_TRUE(fresh.isPMITypeExcluded(API_PMI_NOTE));
-  EXPECT_FALSE(fresh.isPMITypeExcluded(API_PMI_BALLOON));
-  EXPECT_FALSE(fresh.isPMITypeExcluded(API_PMI_NONE));
+  copy.setExcludedPMITypes(excluded);
+  EXPECT_TRUE(copy.isPMITypeExcluded(API_PMI_NOTE));
+  EXPECT_FALSE(copy.isPMITypeExcluded(API_PMI_BALLOON));
+  EXPECT_FALSE(copy.isPMITypeExcluded(API_PMI_NONE));
 
-  fresh.setUsingJtViewer(true);
-  fresh.setUsingJtViewer(false);
-  EXPECT_FALSE(fresh.usingJtViewer());
-  EXPECT_TRUE(fresh.usingJtInCO());
+  copy.setUsingJtViewer(true);
+  copy.setUsingJtViewer(false);
+  EXPECT_FALSE(copy.usingJtViewer());
+  EXPECT_TRUE(copy.usingJtInCO());
 }
 
 TEST_F(Registry, PartitionTablesStayInStep) {

@@ -23,7 +23,7 @@ class HOST_API ApiLogLogger {
  public:
   using Sink = std::function<void(const ApiLogRecord&)>;
 
-  /// A logger of that name, which stands in front of its messages.
+  /// A logger of that name, which precedes its messages.
   explicit ApiLogLogger(std::string_view name) : name_(name) {}
   ApiLogLogger(const ApiLogLogger&) = delete;
   ApiLogLogger& operator=(const ApiLogLogger&) = delete;

@@ -67,12 +67,12 @@ struct CompareOptions {
   /// that is; nor is how geometry is stored, such as numbers of bits. Properties and metadata are
   /// compared exactly. What is the same within one tolerance is the same within every greater one.
   double tolerance = 0;
-  /// Keys of properties that tell siblings apart whatever their name, the first one that a node has
+  /// Keys of properties that identify siblings whatever their name, the first one that a node has
   /// counts.
   std::vector<std::string> identityKeys;
   /// Further differences are counted and not reported.
   std::size_t maxDifferences = 1000;
-  /// Told the share that is done, 0..1, of the files and part files known so far; may be empty.
+  /// Receives the share that is done, 0..1, of the files and part files known so far; may be empty.
   std::function<void(double)> progress = {};
 };
 

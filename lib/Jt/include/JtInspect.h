@@ -78,8 +78,8 @@ struct ContentSummary {
 
 JT_API ContentSummary summarizeContent(const JtPartition& partition);
 
-/// The shapes of one file as their nodes tell them, each node counted once however many instances
-/// show it. Nothing is decoded for it.
+/// The shapes of one file as their nodes describe them, each node counted once however many
+/// instances show it. Nothing is decoded for it.
 struct ShapeSummary {
   /// Shapes with what they hold.
   struct Counts {
@@ -146,8 +146,8 @@ class JT_API ExplainSink {
 JT_API void explain(const JtStorageLocation& location, const ExplainOptions& options,
                     ExplainSink& sink);
 
-/// Where an object of the scene graph belongs: the node and, for an atom, the key under which it
-/// stands. Empty when nothing names the object.
+/// Where an object of the scene graph belongs: the node and, for an atom, its key
+/// there. Empty when nothing names the object.
 struct ObjectPlace {
   std::int32_t nodeId = 0;
   std::string nodeName;

@@ -61,9 +61,9 @@ class JT_API PMIEntity {
   /// False when the manager has no such entity; it has no name and no properties then.
   bool isValid() const noexcept { return properties_ != nullptr; }
   PMITypedID id() const noexcept { return id_; }
-  /// What people call the entity. Of a view its name without quotation marks. Of a generic entity
-  /// the property "Description", else "name", else its first text, else the name of its type. Of an
-  /// entity of a fixed kind its text, else the name of its type.
+  /// The display name of the entity. Of a view its name without quotation marks. Of a generic
+  /// entity the property "Description", else "name", else its first text, else the name of its
+  /// type. Of an entity of a fixed kind its text, else the name of its type.
   JtString name() const;
   /// Code of the type: 0x0082 dimension, 0x0100 note, 0x0104 coordinate system, ... Entities of
   /// fixed kinds have the code of the generic entity that they correspond to; 0 for views.

@@ -45,8 +45,8 @@ class JTW_API JtExportRoot : public JtwRoot {
   bool write();
   /// Drops the partition's content, after which it cannot be written. @return true
   bool close();
-  /// Copies the component below another partition and goes on with the copy: every wrapper stands
-  /// over the copied node from then on. Nothing happens without component or target.
+  /// Copies the component below another partition and goes on with the copy: every wrapper is
+  /// of the copied node from then on. Nothing happens without component or target.
   void copyToPartition(JtPartition* target);
   /// Takes the component node out of the graph; from then on it hangs below a group of its own,
   /// which lives as long as the root. Its wrappers stay usable. False without component node.

@@ -86,7 +86,7 @@ class JTW_API JtwManager {
   JtPartition* findJtPartition(const ApiDocumentRef& document) const;
   /// The document that a partition is registered for; false when there is none.
   bool getApiDocumentRef(const JtPartition* partition, ApiDocumentRef& document) const;
-  /// Unregisters a partition, and forgets what docHasKrJt() and docHasKrSwitch() tell of its
+  /// Unregisters a partition, and forgets what docHasKrJt() and docHasKrSwitch() return for its
   /// document. Nothing happens for one that is not registered.
   void removeJtPartition(JtPartition* partition);
   /// Unregisters every partition of the document that `partition` is registered for.

@@ -29,7 +29,7 @@ namespace {
 /// The viewer's partition is not shared beyond this many nodes.
 constexpr std::uint64_t kComplexityLimit = 100000;
 
-/// Tells the user what the version of the file has no form for.
+/// Reports to the user what the version of the file has no form for.
 void reportLost(const jt::SaveReport& report) {
   for (const jt::LostGeometry& lost : report.lostGeometry)
     apiErr << ApiErrCode("JTEXPORT_EXACT_GEOMETRY_LEFT_OUT")

@@ -62,7 +62,7 @@ void expectSameExtent(const jt::Mesh& a, const jt::Mesh& b, float tolerance) {
   EXPECT_NEAR(left.area, right.area, 100 * tolerance);
 }
 
-/// Forms of vertex colors that 8.x does not tell apart.
+/// Forms of vertex colors that 8.x does not distinguish.
 std::uint64_t colorBits(FileVersion version) {
   using Bindings = jt::codec::VertexBindings;
   return version.major == 8 ? Bindings::kColors3 | Bindings::kColors4 : 0;

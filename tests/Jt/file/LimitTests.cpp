@@ -37,7 +37,7 @@ struct Held {
 
 TEST(Limits, WhatADocumentHoldsIsCounted) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizer's own memory is not told apart";
+  GTEST_SKIP() << "the sanitizer's own memory cannot be separated";
 #endif
   for (const Format& format : hostile::kForms)
     for (const hostile::Kind& kind : hostile::kKinds) {

@@ -336,7 +336,7 @@ TEST(Vectors, AreSoundAndFullyExplained) {
   MemoryStorage storage;
   struct Sink : jt::ExplainSink {
     void beginSegment(const jt::ExplainedSegment& segment) override {
-      EXPECT_EQ(end, size) << "a segment was not told to its end";
+      EXPECT_EQ(end, size) << "a segment was not explained to its end";
       inflated = segment.inflatedOffsets;
       size = segment.size;
       end = 0;

@@ -238,9 +238,9 @@ INSTANTIATE_TEST_SUITE_P(
              kHuge},
         Edit{"area_beside_geometry",
              [](Model& m) {
-               auto told = m.shape->statistics();
-               told.area = 5;
-               m.shape->setStatistics(told);
+               auto statistics = m.shape->statistics();
+               statistics.area = 5;
+               m.shape->setStatistics(statistics);
              },
              {},
              1e-6},
@@ -300,9 +300,9 @@ INSTANTIATE_TEST_SUITE_P(
         Edit{"shared_node", [](Model& m) { put(*m.bolt, "New", "1"); }, {"/Arm/Bolt property New"}},
         Edit{"statistics",
              [](Model& m) {
-               auto told = m.shape->statistics();
-               told.box.max[0] = 5;
-               m.shape->setStatistics(told);
+               auto statistics = m.shape->statistics();
+               statistics.box.max[0] = 5;
+               m.shape->setStatistics(statistics);
              },
              {"/Arm/LOD/Tri-Strip Set Shape Node field untransformedBoundingBox"}},
         Edit{"mesh_order", [](Model& m) { turnFirstTriangle(m, 0); }, {}},

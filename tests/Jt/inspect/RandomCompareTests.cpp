@@ -97,12 +97,13 @@ TEST(RandomCompare, FindsOneEditAndNothingElse) {
     RC_ASSERT(found.lines().size() == (expected ? 1U : 0U));
     RC_ASSERT(Differences(*b, *a).lines() == found.lines());
     if (!expected) return;
-    const jt::Difference& told = found.all()[0];
-    RC_ASSERT(told.kind == expected->kind);
+    const jt::Difference& reported = found.all()[0];
+    RC_ASSERT(reported.kind == expected->kind);
     const std::string path = (place == 0 ? "" : "/EDITED") + expected->below;
-    if (!expected->somewhereElse && place > 0) RC_ASSERT(told.path.find(path) != std::string::npos);
+    if (!expected->somewhereElse && place > 0)
+      RC_ASSERT(reported.path.find(path) != std::string::npos);
     if (place == 0 && expected->below.empty() && !expected->somewhereElse)
-      RC_ASSERT(told.path == "/");
+      RC_ASSERT(reported.path == "/");
   });
   EXPECT_TRUE(holds);
 }

@@ -232,9 +232,9 @@ TEST(Graph, APartitionKeepsItsOwnChildrenBesideTheFileThatItStandsFor) {
     if (isOpen) {
       ASSERT_TRUE(JtPartition::openAllPartitions(top.get(), true));
     }
-    const JtNode* stands = top->child(0);
-    EXPECT_EQ(jt::as<JtPartition>(stands->child(0)) != nullptr, isOpen);
-    EXPECT_EQ(SceneText::of(*Jt::clone(stands)), SceneText::of(*partition));
+    const JtNode* holder = top->child(0);
+    EXPECT_EQ(jt::as<JtPartition>(holder->child(0)) != nullptr, isOpen);
+    EXPECT_EQ(SceneText::of(*Jt::clone(holder)), SceneText::of(*partition));
     top->addProperty(text("edit").get(), text(isOpen ? "2" : "1").get(), true);
     const auto again = storage.open(storage.saved(*top));
     EXPECT_EQ(SceneText::of(*again->child(0)), SceneText::of(*partition));
@@ -255,7 +255,7 @@ TEST(Graph, AWalkGoesInOrderPrunesAndStops) {
                                     [&](const auto& held) { return held.get() == node; });
     return std::to_string(found - nodes.begin());
   };
-  const auto told = [&](int prune, int stopDown, int stopUp) {
+  const auto walked = [&](int prune, int stopDown, int stopUp) {
     std::string text;
     const auto walk = jt::make<JtStackNodeIter>();
     walk->setPreVisit([&](JtNode* node) {
@@ -272,10 +272,10 @@ TEST(Graph, AWalkGoesInOrderPrunesAndStops) {
     const bool whole = walk->run(nodes[0].get());
     return text + (whole ? "." : "!");
   };
-  EXPECT_EQ(told(-1, -1, -1), "(0(1<0(2<1)(3<1))(4<0)(1<0(2<1)(3<1))).");
-  EXPECT_EQ(told(1, -1, -1), "(0(1<0)(4<0)(1<0)).");
-  EXPECT_EQ(told(-1, 3, -1), "(0(1<0(2<1)(3<1!");
-  EXPECT_EQ(told(-1, -1, 2), "(0(1<0(2<1)!");
+  EXPECT_EQ(walked(-1, -1, -1), "(0(1<0(2<1)(3<1))(4<0)(1<0(2<1)(3<1))).");
+  EXPECT_EQ(walked(1, -1, -1), "(0(1<0)(4<0)(1<0)).");
+  EXPECT_EQ(walked(-1, 3, -1), "(0(1<0(2<1)(3<1!");
+  EXPECT_EQ(walked(-1, -1, 2), "(0(1<0(2<1)!");
 }
 
 }  // namespace

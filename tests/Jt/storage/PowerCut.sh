@@ -32,8 +32,8 @@ skip() {
   exit 77
 }
 
-# fresh MODE: a mounted disk that holds the old file, for certain.
-fresh() {
+# new_disk MODE: a mounted disk that holds the old file, for certain.
+new_disk() {
   umount "$disk" 2>/dev/null
   cp --sparse=always "$folder/pristine" "$folder/image"
   # Without auto_da_alloc: it would sync what the save forgets to.
@@ -82,7 +82,7 @@ if [[ ${JTW_LONG_TESTS-} ]]; then
   changing=.
 fi
 for mode in "${modes[@]}"; do
-  fresh "$mode"
+  new_disk "$mode"
   strace -f -o "$folder/log" "$probe" "$target" hello >/dev/null || fail "a save on ext4"
   power_cut "$mode: after the save" new
   # Calls are counted from the start of the program; those before the target is opened are the loader's.
@@ -93,9 +93,9 @@ for mode in "${modes[@]}"; do
   ' "$folder/log" >"$folder/calls"
   grep -q '^fsync 2$' "$folder/calls" || fail "$mode: file and folder are not both synced"
   while read -r call n; do
-    fresh "$mode"
+    new_disk "$mode"
     # Killed when it enters the call: everything before it is done, nothing after it.
-    # In a subshell, which keeps the shell's remark on a killed program out of the output.
+    # In a subshell, which keeps the shell's message about a killed program out of the output.
     (
       strace -f -qq -o /dev/null -e trace="$call" -e inject="$call:signal=KILL:when=$n" \
         "$probe" "$target" hello
@@ -105,7 +105,7 @@ for mode in "${modes[@]}"; do
   done <"$folder/calls"
 done
 # What is not synced is lost here: the cuts above are real.
-fresh ordered
+new_disk ordered
 strace -qq -o /dev/null -e inject=fsync:retval=0 "$probe" "$target" hello >/dev/null
 power_cut "a save that syncs nothing" old broken
 [[ ${seen[old]} -gt 0 && ${seen[new]} -gt 0 ]] || fail "not both states were seen"

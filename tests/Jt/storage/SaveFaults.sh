@@ -36,7 +36,7 @@ reset() {
 faulty() {
   reset
   runs=$((runs + 1))
-  # In a subshell, which keeps the shell's remark on a killed program out of the output.
+  # In a subshell, which keeps the shell's message about a killed program out of the output.
   (
     strace -f -qq -o /dev/null -e trace="$1" -e inject="$1:$2" "$probe" "$target" hello
     exit $?

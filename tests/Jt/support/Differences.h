@@ -11,11 +11,11 @@ class Differences : public jt::CompareSink {
   Differences(const JtPartition& a, const JtPartition& b, jt::CompareOptions options = {}) {
     result_ = jt::compare(a, b, options, *this);
   }
-  void difference(const jt::Difference& told) override {
-    std::string line = told.path + " " + jt::differenceName(told.kind);
-    if (!told.name.empty()) line += " " + told.name;
+  void difference(const jt::Difference& found) override {
+    std::string line = found.path + " " + jt::differenceName(found.kind);
+    if (!found.name.empty()) line += " " + found.name;
     lines_.push_back(std::move(line));
-    all_.push_back(told);
+    all_.push_back(found);
   }
   const std::vector<std::string>& lines() const { return lines_; }
   const std::vector<jt::Difference>& all() const { return all_; }

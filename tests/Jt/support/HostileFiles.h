@@ -94,8 +94,7 @@ inline Bytes missingParts(const Format& format, std::size_t count) {
   return whole(format, scene);
 }
 
-/// A file of a chain of references: it stands for part1.jt, like every other, and for
-/// part<next>.jt.
+/// A file of a chain of references: it names part1.jt, like every other, and part<next>.jt.
 inline Bytes chained(const Format& format, std::size_t next) {
   SceneBuilder scene(format);
   scene.partition(1, {2, 3}).partition(2, {}, "part1.jt");

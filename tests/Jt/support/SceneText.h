@@ -55,10 +55,11 @@ class SceneText {
     if (const auto* lod = jt::as<JtRangeLOD>(&node))
       add(" limits ", lod->rangeLimits(), " center ", lod->center());
     if (const auto* shape = jt::as<JtShape>(&node)) {
-      const auto& told = shape->statistics();
-      add(" box ", told.box.min, told.box.max, " area ", told.area, " counts ", told.vertices.min,
-          told.vertices.max, told.nodes.min, told.nodes.max, told.polygons.min, told.polygons.max,
-          " size ", shape->memorySize(), " level ", shape->compressionLevel());
+      const auto& statistics = shape->statistics();
+      add(" box ", statistics.box.min, statistics.box.max, " area ", statistics.area, " counts ",
+          statistics.vertices.min, statistics.vertices.max, statistics.nodes.min,
+          statistics.nodes.max, statistics.polygons.min, statistics.polygons.max, " size ",
+          shape->memorySize(), " level ", shape->compressionLevel());
     }
     if (const auto* shape = jt::as<JtVertexShape>(&node)) add(" has ", shape->vertexBindings());
     if (const auto* shape = jt::as<JtSparseShape>(&node)) add(" factor ", shape->areaFactor());

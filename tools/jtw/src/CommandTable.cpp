@@ -248,7 +248,7 @@ constexpr Command kCommands[] = {
     {"find", "DOC EXPR", "the objects of a component that an expression holds for",
      "jtw find cell.kpak \"kind=entity and name='Bolt*' and not below=/Cell/Robot\"",
      "EXPR is FIELD=VALUE, FIELD!=VALUE, and for numbers <, <=, > and >=, joined by and, or, not\n"
-     "and parentheses. A value with spaces or parentheses stands between quotation marks.\n"
+     "and parentheses. A value with spaces or parentheses is put in quotation marks.\n"
      "  kind=component|block|link|sub-device|entity|frame|annotation\n"
      "  name=PATTERN; * is any text, ? any character\n"
      "  key=N, key=A..B; layer=N, layer=A..B (of annotations); without a value: has one\n"
@@ -387,7 +387,8 @@ constexpr Command kCommands[] = {
      2, 2, kImportOptions, runImport},
     {"convert", "IN OUT [--version V] [--lod N]", "converts between JT and mesh files",
      "jtw convert gear.jt gear.glb",
-     "The extensions tell the formats: JT and what import reads, to JT, .glb, .obj, .stl or .ply. "
+     "The extensions select the formats: JT and what import reads, to JT, .glb, .obj, .stl or "
+     ".ply. "
      "An\n"
      "OUT that is there is replaced.",
      2, 2, kConvertOptions, runConvert},

@@ -76,8 +76,8 @@ class Component {
 
 /// The document behind a name. Throws Failure "bad_document".
 ApiDocumentRef openHostDocument(const DocumentName& name);
-/// Tells why a document's JT file cannot be opened: the library's operations say only that. Throws
-/// Failure.
+/// Reports why a document's JT file cannot be opened: the library's operations say only that.
+/// Throws Failure.
 [[noreturn]] void failToOpen(const ApiDocumentRef& document, const DocumentName& name);
 
 }  // namespace tool

@@ -14,7 +14,7 @@ class Component;
 class JsonWriter;
 class Session;
 
-// What the commands that change a component have in common: they save, and tell what they did.
+// What the commands that change a component have in common: they save, and report what they did.
 
 /// Writes the member "node": an object as `get` shows it, without its children.
 void writeNodeResult(JsonWriter& json, const Component& component, std::size_t index);

@@ -60,7 +60,7 @@ const char* limitOptions(const std::string& code);
 /// True for a file that is missing, or no JT file at all, by the code of the error.
 bool isUnreadable(const std::string& code);
 
-/// Position and message in one line, as people read them.
+/// Position and message in one human-readable line.
 std::string describe(const jt::FilePosition& where, const std::string& message);
 
 }  // namespace tool

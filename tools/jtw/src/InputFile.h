@@ -39,7 +39,7 @@ std::uint64_t mostPlaces(const Arguments& arguments);
 /// The most that is read from standard input from now on.
 void limitStandardInput(std::uint64_t bytes);
 
-/// Tells the first notes about a file on standard error; `verify` is there for all of them.
+/// Reports the first findings of a file on standard error; `verify` is there for all of them.
 void showNotes(Session& session, const std::string& path, std::span<const jt::Diagnostic> notes);
 
 /// Opens a JT file: header, table of contents, scene graph. What was noticed while reading goes to

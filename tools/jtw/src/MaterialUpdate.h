@@ -33,7 +33,7 @@ MaterialUpdate updateMaterials(const DocumentName& document, bool dryRun);
 /// Writes the members of the result, for a document as the command line named it.
 void writeMaterialUpdate(JsonWriter& json, const std::string& document,
                          const MaterialUpdate& update);
-/// Tells the result in one line.
+/// Reports the result in one line.
 void showMaterialUpdate(Output& out, const Style& style, const std::string& document,
                         const MaterialUpdate& update);
 

@@ -26,7 +26,7 @@ class Output {
     write("\n");
   }
   void flush();
-  /// Flushes, and closes the stream: some file systems tell only then that the disk is full.
+  /// Flushes, and closes the stream: some file systems report only then that the disk is full.
   void close();
   /// Forgets what is still in the buffer.
   void discard() noexcept { buffer_.clear(); }

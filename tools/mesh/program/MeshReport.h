@@ -27,7 +27,7 @@ void writeCounts(Session& session, const SceneCounts& counts);
 /// The same in one line of text.
 void showCounts(Session& session, const SceneCounts& counts);
 
-/// Tells in a line of text that a component was saved; all segments of one are new.
+/// Reports in a line of text that a component was saved; all segments of one are new.
 void showSavedComponent(Session& session, const jt::SaveReport& report);
 /// Makes a component of a scene and saves it.
 jt::SaveReport saveComponent(Session& session, mesh::Scene scene, const std::string& document,

@@ -100,7 +100,7 @@ void JtMaterial::takeField(JtMaterialField field, const JtMaterial& from) {
 }
 
 std::array<std::uint32_t, 20> JtMaterial::values() const noexcept {
-  // The low bits tell how 8.x files store the colors.
+  // The low bits select how 8.x files store the colors.
   constexpr unsigned kStorage = 0x000f;
   std::array<std::uint32_t, 20> all{
       dataFlags_ & ~kStorage, std::bit_cast<std::uint32_t>(shininess_),

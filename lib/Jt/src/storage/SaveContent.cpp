@@ -75,7 +75,7 @@ class Writer {
     const int source = source_.of(*run.file).descriptor();
     while (source >= 0 && done < run.size) {
       const ssize_t count = uninterrupted([&] {
-        // Fresh offsets a try: the call may move them.
+        // New offsets for each try: the call may move them.
         auto from = static_cast<off64_t>(run.offset + done);
         auto to = static_cast<off64_t>(position_);
         return ::copy_file_range(source, &from, file_, &to,
@@ -108,7 +108,7 @@ class Writer {
   void advance(std::uint64_t count) {
     position_ += count;
     if (position_ - announced_ < kStep) return;
-    // Only a hint. What goes wrong in the write-out is for fsync to tell.
+    // Only a hint. What goes wrong in the write-out is for fsync to report.
     ::sync_file_range(file_, static_cast<off64_t>(announced_),
                       static_cast<off64_t>(position_ - announced_), SYNC_FILE_RANGE_WRITE);
     announced_ = position_;

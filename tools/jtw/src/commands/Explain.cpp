@@ -226,7 +226,7 @@ class FindingSink final : public jt::ExplainSink {
   std::optional<jt::ExplainedSegment> segment_;
 };
 
-/// The opened file, to tell what a field belongs to; null for one that cannot be opened.
+/// The opened file, to find what a field belongs to; null for one that cannot be opened.
 jt::Ref<JtPartition> tryOpen(Session& session, const std::string& path) {
   try {
     return openFile(session, path);

@@ -47,7 +47,7 @@ struct ArithmeticEstimate {
 /// @param width bits between the least and the greatest value
 ArithmeticEstimate estimateArithmetic(PacketKind kind, const Histogram& histogram, unsigned width);
 
-/// A table for values, scaled to what the registers can tell apart: ascending, the entry of the
+/// A table for values, scaled to what the registers can distinguish: ascending, the entry of the
 /// escape, if there is one, comes last.
 ContextTable tableOf(const Histogram& histogram, std::uint32_t leastCount);
 

@@ -118,7 +118,7 @@ void SurfaceEncoder::link(std::uint32_t corner) {
   knownDegrees_ += vertex.degree;
 }
 
-/// Tells the vertex of a corner: a new one, or by a split. Returns true for a split.
+/// Encodes the vertex of a corner: a new one, or a split. Returns true for a split.
 bool SurfaceEncoder::activate(std::uint32_t corner) {
   std::vector<std::int32_t>& degrees =
       out_->streams.faceDegrees[degreeContext(valence_, known_, knownDegrees_)];

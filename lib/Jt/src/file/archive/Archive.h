@@ -44,7 +44,7 @@ struct Links {
   std::vector<std::int32_t> doubtful;
 };
 
-/// Told of every field that a TracingReader reads.
+/// Receives every field that a TracingReader reads.
 class FieldListener {
  public:
   virtual ~FieldListener() = default;
@@ -224,7 +224,7 @@ class BasicReader {
     trace(name, "bytes", count, [&] { return valueText(at_, count); });
     at_ += count;
   }
-  /// Passes over bytes that were read by way of rest(). @param text gives the value to tell
+  /// Passes over bytes that were read by way of rest(). @param text gives the value to report
   template <class Text>
   void taken(const char* name, const char* type, std::size_t size, Text text) {
     need(name, size);

@@ -1,6 +1,6 @@
 #pragma once
 
-// The text that shows the values of a packet to people.
+// The values of a packet as human-readable text.
 
 #include <string>
 #include <vector>

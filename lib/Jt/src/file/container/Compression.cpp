@@ -33,7 +33,7 @@ std::uint64_t ceiling(std::size_t packed, std::uint32_t ratio, std::uint64_t max
   return std::min(maxBytes, std::max<std::uint64_t>(kSmallest, std::uint64_t{packed} * ratio));
 }
 
-/// libdeflate wants the whole output at once and the stream does not tell its size: try with room
+/// libdeflate wants the whole output at once and the stream does not hold its size: try with room
 /// that fits nearly every file, then with more. Memory that stays unused is never touched.
 Unpacked unpackZlib(std::span<const std::byte> packed, std::uint64_t cap) {
   const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> inflater(

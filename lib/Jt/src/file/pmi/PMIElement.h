@@ -18,7 +18,7 @@ namespace jt::file {
 /// @param memory counts the result; may be null
 PMIData readPMI(std::span<const std::byte> body, const Format& format, std::size_t base,
                 MemoryShare* memory = nullptr);
-/// Tells the fields of a body. Throws JtFormatError after those that can be read.
+/// Explains the fields of a body. Throws JtFormatError after those that can be read.
 void tracePMI(std::span<const std::byte> body, const Format& format, std::size_t base,
               FieldListener& listener, MemoryShare* memory = nullptr);
 /// Appends the body of an element in the form of any version. What the version cannot hold is left

@@ -449,7 +449,7 @@ void SceneWriter::tellLosses() {
     result_.warnings.push_back(
         {"not_convertible", std::to_string(lostFinalFields_) +
                                 " attributes with some final fields became final in all fields: "
-                                "8.x and 9.x do not tell fields apart"});
+                                "8.x and 9.x have one mark for all fields"});
   if (lostBumps_ > 0)
     result_.warnings.push_back(
         {"not_convertible", "the bumpiness of " + std::to_string(lostBumps_) +

@@ -1,7 +1,7 @@
 #pragma once
 
 // Field lists of the shape elements, in the order and with the names of ISO 14306. Packets are
-// fields too: read and written by the codecs, told with their first values.
+// fields too: read and written by the codecs, explained with their first values.
 
 #include "codec/packet/Packets.h"
 #include "file/archive/Archive.h"

@@ -77,7 +77,7 @@ class Comparison {
     const JtNode& a = *report_.pair(id).a;
     const JtNode& b = *report_.pair(id).b;
     if (!areOfOneType(a, b)) {
-      tell(id, DifferenceKind::type, {}, elementName(&a), elementName(&b));
+      report(id, DifferenceKind::type, {}, elementName(&a), elementName(&b));
     } else {
       compareFields(id, a, b);
     }
@@ -99,7 +99,7 @@ class Comparison {
       const auto state = [](const JtPartition* file) {
         return std::string(file ? "read" : "not readable");
       };
-      tell(id, DifferenceKind::field, "partFile", state(fileA), state(fileB));
+      report(id, DifferenceKind::field, "partFile", state(fileA), state(fileB));
     }
   }
 
@@ -120,7 +120,7 @@ class Comparison {
     objects_.compare(a, b, toleranceOf(id),
                      [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
                        if (areOpenFiles && field == "fileName") return;  // what is in them counts
-                       tell(id, DifferenceKind::field, field, x, y);
+                       report(id, DifferenceKind::field, field, x, y);
                      });
   }
 
@@ -149,7 +149,7 @@ class Comparison {
     if (!same) {
       report_.skip();
     } else if (!*same) {
-      tell(id, kind, name, std::string("other bytes"), std::string("other bytes"));
+      report(id, kind, name, std::string("other bytes"), std::string("other bytes"));
     }
   }
 
@@ -226,7 +226,7 @@ class Comparison {
     }
     objects_.compare(a, b, toleranceOf(id),
                      [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
-                       tell(id, DifferenceKind::attribute, elementName(&a) + "." + field, x, y);
+                       report(id, DifferenceKind::attribute, elementName(&a) + "." + field, x, y);
                      });
   }
 
@@ -235,8 +235,8 @@ class Comparison {
       report_.skip();
       return;
     }
-    tell(id, DifferenceKind::attribute, type, inA ? ComparedValue(type) : ComparedValue(),
-         inA ? ComparedValue() : ComparedValue(type));
+    report(id, DifferenceKind::attribute, type, inA ? ComparedValue(type) : ComparedValue(),
+           inA ? ComparedValue() : ComparedValue(type));
   }
 
   /// Matches the children and adds the pairs that were not met before to `pending`.
@@ -263,14 +263,14 @@ class Comparison {
       if (!isNew && !pair.moved) continue;
       const PairId child = report_.add(nodes);
       if (pair.moved)
-        tell(child, DifferenceKind::position, {}, std::int64_t{pair.a}, std::int64_t{pair.b});
+        report(child, DifferenceKind::position, {}, std::int64_t{pair.a}, std::int64_t{pair.b});
       if (isNew) pending.push_back(child);
     }
   }
 
-  void tell(PairId id, DifferenceKind kind, const std::string& name, const ComparedValue& a,
-            const ComparedValue& b) {
-    report_.tell(id, kind, name, [&](Difference& difference) {
+  void report(PairId id, DifferenceKind kind, const std::string& name, const ComparedValue& a,
+              const ComparedValue& b) {
+    report_.add(id, kind, name, [&](Difference& difference) {
       difference.a = a;
       difference.b = b;
     });

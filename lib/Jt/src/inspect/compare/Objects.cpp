@@ -113,7 +113,7 @@ bool ObjectComparison::isLeftOut(const JtSceneObject& object, std::string_view n
                                                   "bitsPerVertexAndColor",
                                                   "size",
                                                   "compressionLevel"};
-  // Older than the oldest common form, so that form does not tell.
+  // Older than the oldest common form, so that form shows nothing.
   if (!forms_.haveReflectivity && name == "reflectivity") return true;
   if (std::ranges::find(kAlways, name) != std::end(kAlways)) return true;
   if (!tolerance.isExact() && isDerived(object, name)) return true;
@@ -135,7 +135,7 @@ void ObjectComparison::list(const JtSceneObject& object, const Tolerance& tolera
 }
 
 void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b,
-                               const Tolerance& tolerance, const Tell& tell) {
+                               const Tolerance& tolerance, const OnDifference& report) {
   list(a, tolerance, listA_);
   list(b, tolerance, listB_);
   const char* last = "";
@@ -144,20 +144,21 @@ void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b,
     const auto* fieldA = i < listA_.fields.size() ? &listA_.fields[i] : nullptr;
     const auto* fieldB = i < listB_.fields.size() ? &listB_.fields[i] : nullptr;
     if (!fieldA || !fieldB || std::string_view(fieldA->name) != fieldB->name) {
-      tell((fieldA ? fieldA : fieldB)->name, fieldA ? fieldValue(listA_, *fieldA) : ComparedValue(),
-           fieldB ? fieldValue(listB_, *fieldB) : ComparedValue());
+      report((fieldA ? fieldA : fieldB)->name,
+             fieldA ? fieldValue(listA_, *fieldA) : ComparedValue(),
+             fieldB ? fieldValue(listB_, *fieldB) : ComparedValue());
       break;
     }
     repeat = std::string_view(last) == fieldA->name ? repeat + 1 : 0;
     last = fieldA->name;
     if (std::string_view(last) == "lightObjectId") {
-      compareLights(a, b, tolerance, tell);
+      compareLights(a, b, tolerance, report);
       break;
     }
     if (sameField(listA_, *fieldA, listB_, *fieldB, limitOf(last, tolerance))) continue;
     std::string name = last;
     if (repeat > 0) name += "[" + std::to_string(repeat) + "]";
-    tell(name, fieldValue(listA_, *fieldA), fieldValue(listB_, *fieldB));
+    report(name, fieldValue(listA_, *fieldA), fieldValue(listB_, *fieldB));
     // Lists of another length: what follows does not line up.
     if (name == "image") break;
   }
@@ -166,17 +167,17 @@ void ObjectComparison::compare(const JtSceneObject& a, const JtSceneObject& b,
   if (!xformA || !xformB) return;
   const std::vector<double> matrixA = matrixOf(*xformA, forms_.common);
   const std::vector<double> matrixB = matrixOf(*xformB, forms_.common);
-  if (!areMatricesClose(matrixA, matrixB, tolerance)) tell("matrix", matrixA, matrixB);
+  if (!areMatricesClose(matrixA, matrixB, tolerance)) report("matrix", matrixA, matrixB);
 }
 
 /// Light sets name their lights by ids, which mean something in their file only.
 void ObjectComparison::compareLights(const JtSceneObject& a, const JtSceneObject& b,
-                                     const Tolerance& tolerance, const Tell& tell) {
+                                     const Tolerance& tolerance, const OnDifference& report) {
   const auto& lightsA = static_cast<const JtLightSet&>(a).lightIds();
   const auto& lightsB = static_cast<const JtLightSet&>(b).lightIds();
   if (lightsA.size() != lightsB.size()) {
-    tell("lights", static_cast<std::int64_t>(lightsA.size()),
-         static_cast<std::int64_t>(lightsB.size()));
+    report("lights", static_cast<std::int64_t>(lightsA.size()),
+           static_cast<std::int64_t>(lightsB.size()));
     return;
   }
   for (std::size_t i = 0; i < lightsA.size(); ++i) {
@@ -185,13 +186,13 @@ void ObjectComparison::compareLights(const JtSceneObject& a, const JtSceneObject
     const Ref<JtSceneObject> lightB = lightOf(b, lightsB[i]);
     if (!lightA && !lightB) continue;
     if (!lightA || !lightB || lightA->typeID() != lightB->typeID()) {
-      tell(name + "type", lightA ? ComparedValue(lightA->typeID()->name()) : ComparedValue(),
-           lightB ? ComparedValue(lightB->typeID()->name()) : ComparedValue());
+      report(name + "type", lightA ? ComparedValue(lightA->typeID()->name()) : ComparedValue(),
+             lightB ? ComparedValue(lightB->typeID()->name()) : ComparedValue());
     } else if (!as<JtLightSet>(lightA.get())) {  // sets in sets would not end
       ObjectComparison(forms_).compare(
           *lightA, *lightB, tolerance,
           [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
-            tell(std::string(name).append(field), x, y);
+            report(std::string(name).append(field), x, y);
           });
     }
   }

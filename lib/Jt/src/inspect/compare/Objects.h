@@ -28,7 +28,7 @@ struct Forms {
 bool isCarriedUnread(const JtSceneObject& object);
 
 /// True when the elements of two objects that are carried unread hold the same bytes; nothing when
-/// that would tell nothing.
+/// that would show nothing.
 std::optional<bool> sameCarriedBytes(const JtSceneObject& a, const JtSceneObject& b,
                                      const Forms& forms);
 
@@ -36,19 +36,20 @@ class ObjectComparison {
  public:
   explicit ObjectComparison(const Forms& forms) : forms_(forms) {}
 
-  /// Told the name of a field that differs, and both values.
-  using Tell = std::function<void(const std::string&, const ComparedValue&, const ComparedValue&)>;
+  /// Receives the name of a field that differs, and both values.
+  using OnDifference =
+      std::function<void(const std::string&, const ComparedValue&, const ComparedValue&)>;
 
   /// Compares two objects of one class, but for links, properties and what is carried unread.
   void compare(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance,
-               const Tell& tell);
+               const OnDifference& report);
   /// True when nothing differs. What cannot be compared is the same.
   bool isSame(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance);
 
  private:
   void list(const JtSceneObject& object, const Tolerance& tolerance, file::FieldList& out) const;
   void compareLights(const JtSceneObject& a, const JtSceneObject& b, const Tolerance& tolerance,
-                     const Tell& tell);
+                     const OnDifference& report);
   bool isLeftOut(const JtSceneObject& object, std::string_view name,
                  const Tolerance& tolerance) const;
 

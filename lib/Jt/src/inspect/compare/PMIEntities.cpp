@@ -64,11 +64,11 @@ class Reporting {
  public:
   Reporting(Report& report, PairId pair) : report_(report), pair_(pair) {}
 
-  void tell(const std::string& label, const std::string& what, const ComparedValue& a,
-            const ComparedValue& b) {
+  void report(const std::string& label, const std::string& what, const ComparedValue& a,
+              const ComparedValue& b) {
     any_ = true;
     const std::string name = "JT_LLPROP_PMI[" + label + "]" + (what.empty() ? "" : "." + what);
-    report_.tell(pair_, DifferenceKind::property, name, [&](Difference& difference) {
+    report_.add(pair_, DifferenceKind::property, name, [&](Difference& difference) {
       difference.a = a;
       difference.b = b;
     });
@@ -79,15 +79,15 @@ class Reporting {
     compareProperties(a, b);
     const PMIGenericEntity& x = *a.entity;
     const PMIGenericEntity& y = *b.entity;
-    if (x.type != y.type) tell(a.label, "type", std::int64_t{x.type}, std::int64_t{y.type});
-    if (frameOf(x) != frameOf(y)) tell(a.label, "frame", frameOf(x), frameOf(y));
+    if (x.type != y.type) report(a.label, "type", std::int64_t{x.type}, std::int64_t{y.type});
+    if (frameOf(x) != frameOf(y)) report(a.label, "frame", frameOf(x), frameOf(y));
     if (x.base.textHeight != y.base.textHeight)
-      tell(a.label, "textHeight", static_cast<double>(x.base.textHeight),
-           static_cast<double>(y.base.textHeight));
-    if (!sameLines(x.lines, y.lines)) tell(a.label, "lines", linesOf(x), linesOf(y));
+      report(a.label, "textHeight", static_cast<double>(x.base.textHeight),
+             static_cast<double>(y.base.textHeight));
+    if (!sameLines(x.lines, y.lines)) report(a.label, "lines", linesOf(x), linesOf(y));
     const std::string textA = textsOf(pmiA, x);
     const std::string textB = textsOf(pmiB, y);
-    if (textA != textB) tell(a.label, "text", textA, textB);
+    if (textA != textB) report(a.label, "text", textA, textB);
   }
 
   bool any() const noexcept { return any_; }
@@ -100,11 +100,11 @@ class Reporting {
     for (const PMIProperty& each : a.view.properties()) {
       const JtString* other = b.view.property(each.key.text);
       if (!other || *other != each.value.text)
-        tell(a.label, each.key.text.stringToMbs(), valueOf(&each.value.text), valueOf(other));
+        report(a.label, each.key.text.stringToMbs(), valueOf(&each.value.text), valueOf(other));
     }
     for (const PMIProperty& each : b.view.properties())
       if (!a.view.property(each.key.text))
-        tell(a.label, each.key.text.stringToMbs(), {}, valueOf(&each.value.text));
+        report(a.label, each.key.text.stringToMbs(), {}, valueOf(&each.value.text));
   }
 
   Report& report_;
@@ -128,7 +128,7 @@ bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& stored
   for (const Named& each : inA) {
     const auto found = byLabel.find(each.label);
     if (found == byLabel.end()) {
-      reporting.tell(each.label, "", each.view.name().stringToMbs(), {});
+      reporting.add(each.label, "", each.view.name().stringToMbs(), {});
       continue;
     }
     reporting.compare(a, each, b, *found->second);
@@ -136,7 +136,7 @@ bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& stored
   }
   for (const Named& each : inB)
     if (byLabel.contains(each.label))
-      reporting.tell(each.label, "", {}, each.view.name().stringToMbs());
+      reporting.add(each.label, "", {}, each.view.name().stringToMbs());
   return reporting.any();
 }
 

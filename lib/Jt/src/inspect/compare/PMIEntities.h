@@ -11,7 +11,7 @@ namespace jt::compare_detail {
 
 /// Reports the differences between the generic entities of two managers, under names such as
 /// "JT_LLPROP_PMI[20].Layer": the identity key of the entity, else its name, and what differs.
-/// @param identityKeys keys of the properties that tell entities apart
+/// @param identityKeys keys of the properties that identify entities
 /// @return whether there were any; other parts of a manager are not compared
 bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& a,
                        const PMIDataManager& b, std::span<const JtString> identityKeys);

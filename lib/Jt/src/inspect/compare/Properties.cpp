@@ -81,18 +81,18 @@ void PropertyComparison::compareValues(PairId pair, const Entry& a, const Entry&
     if (!same)
       report_.skip();
     else if (!*same)
-      tell(pair, a, std::string("other bytes"), std::string("other bytes"));
+      report(pair, a, std::string("other bytes"), std::string("other bytes"));
     return;
   }
   if (!sameAtom(*a.value, *b.value)) {
-    tell(pair, a, atomValue(*a.value), atomValue(*b.value));
+    report(pair, a, atomValue(*a.value), atomValue(*b.value));
     return;
   }
   if (a.value->stateFlags() != b.value->stateFlags()) {
     const auto flags = [](const JtPropAtom& atom) {
       return "state flags " + std::to_string(atom.stateFlags());
     };
-    tell(pair, a, flags(*a.value), flags(*b.value));
+    report(pair, a, flags(*a.value), flags(*b.value));
   }
   if (const auto* pointer = as<JtPtrPropAtom>(a.value))
     pointers_.push_back({pair, atomText(*a.key), pointer->targetId(),
@@ -119,14 +119,14 @@ void PropertyComparison::tellLonely(PairId pair, const Entry& entry, bool inA) {
     return;
   }
   const ComparedValue value = atomValue(*entry.value);
-  tell(pair, entry, inA ? value : ComparedValue(), inA ? ComparedValue() : value);
+  report(pair, entry, inA ? value : ComparedValue(), inA ? ComparedValue() : value);
 }
 
-void PropertyComparison::tell(PairId pair, const Entry& entry, const ComparedValue& a,
-                              const ComparedValue& b) {
+void PropertyComparison::report(PairId pair, const Entry& entry, const ComparedValue& a,
+                                const ComparedValue& b) {
   const std::string key = atomText(*entry.key);
   const auto kind = key == Jt::jtPropName ? DifferenceKind::name : DifferenceKind::property;
-  report_.tell(pair, kind, key, [&](Difference& difference) {
+  report_.add(pair, kind, key, [&](Difference& difference) {
     difference.a = a;
     difference.b = b;
   });
@@ -148,7 +148,7 @@ void PropertyComparison::comparePointers() {
     const auto text = [](std::int32_t id) {
       return id == 0 ? std::string("no object") : "object " + std::to_string(id);
     };
-    report_.tell(pointer.pair, DifferenceKind::property, pointer.key, [&](Difference& difference) {
+    report_.add(pointer.pair, DifferenceKind::property, pointer.key, [&](Difference& difference) {
       difference.a = text(pointer.a);
       difference.b = text(pointer.b);
     });

@@ -43,7 +43,7 @@ class PropertyComparison {
   void compareValues(PairId pair, const Entry& a, const Entry& b);
   void compareLate(PairId pair, const std::string& key, const Entry& a, const Entry& b);
   void tellLonely(PairId pair, const Entry& entry, bool inA);
-  void tell(PairId pair, const Entry& entry, const ComparedValue& a, const ComparedValue& b);
+  void report(PairId pair, const Entry& entry, const ComparedValue& a, const ComparedValue& b);
 
   const Forms& forms_;
   Report& report_;

@@ -56,7 +56,7 @@ std::string Report::path(PairId pair) {
 }
 
 void Report::tellChild(PairId parent, int index, bool inA) {
-  tell(parent, DifferenceKind::node, {}, [&](Difference& difference) {
+  add(parent, DifferenceKind::node, {}, [&](Difference& difference) {
     const JtNode& holder = inA ? *pairs_[parent].a : *pairs_[parent].b;
     if (difference.path == "/") difference.path.clear();
     difference.path += "/" + step(holder, index, inA ? graphs_.factsA : graphs_.factsB);

@@ -48,7 +48,7 @@ class Report {
   /// A difference of a pair, or of the file when `pair` is kFile. `values` is called only for
   /// differences that are reported and fills in both sides.
   template <class Values>
-  void tell(PairId pair, DifferenceKind kind, std::string_view name, Values values) {
+  void add(PairId pair, DifferenceKind kind, std::string_view name, Values values) {
     if (++result_.differences > most_) return;
     Difference difference{
         pair == kFile ? std::string() : path(pair), kind, std::string(name), {}, {}};

@@ -160,7 +160,7 @@ void SegmentComparison::compareLate(PairId pair, const std::string& key,
          sameObjects(managerA, managerB)))
       return;
   }
-  report_.tell(pair, DifferenceKind::property, key, [&](Difference& difference) {
+  report_.add(pair, DifferenceKind::property, key, [&](Difference& difference) {
     difference.a = placeA.text();
     difference.b = placeB.text();
   });
@@ -182,7 +182,7 @@ bool SegmentComparison::compareGeometry(PairId pair) {
   const auto apart = meshA && meshB ? meshDifference(*meshA, *meshB, tolerance)
                                     : std::optional(std::pair(damageA, damageB));
   if (!apart) return true;
-  report_.tell(pair, DifferenceKind::geometry, {}, [&](Difference& difference) {
+  report_.add(pair, DifferenceKind::geometry, {}, [&](Difference& difference) {
     difference.a = meshA ? apart->first : "not readable: " + damageA;
     difference.b = meshB ? apart->second : "not readable: " + damageB;
   });
@@ -192,9 +192,9 @@ bool SegmentComparison::compareGeometry(PairId pair) {
 void SegmentComparison::compareMetaData(PairId pair, const JtMetaData& a, const JtMetaData& b) {
   const auto entriesA = entriesOf(a);
   const auto entriesB = entriesOf(b);
-  const auto tell = [&](const JtString& key, const JtMetaData::Value* x,
-                        const JtMetaData::Value* y) {
-    report_.tell(pair, DifferenceKind::metadata, key.stringToMbs(), [&](Difference& difference) {
+  const auto report = [&](const JtString& key, const JtMetaData::Value* x,
+                          const JtMetaData::Value* y) {
+    report_.add(pair, DifferenceKind::metadata, key.stringToMbs(), [&](Difference& difference) {
       if (x) difference.a = metaValue(*x);
       if (y) difference.b = metaValue(*y);
     });
@@ -203,13 +203,13 @@ void SegmentComparison::compareMetaData(PairId pair, const JtMetaData& a, const 
   auto atB = entriesB.begin();
   while (atA != entriesA.end() || atB != entriesB.end()) {
     if (atB == entriesB.end() || (atA != entriesA.end() && atA->first < atB->first)) {
-      tell(atA->first, atA->second, nullptr);
+      report(atA->first, atA->second, nullptr);
       ++atA;
     } else if (atA == entriesA.end() || atB->first < atA->first) {
-      tell(atB->first, nullptr, atB->second);
+      report(atB->first, nullptr, atB->second);
       ++atB;
     } else {
-      if (!sameMetaValue(*atA->second, *atB->second)) tell(atA->first, atA->second, atB->second);
+      if (!sameMetaValue(*atA->second, *atB->second)) report(atA->first, atA->second, atB->second);
       ++atA;
       ++atB;
     }
@@ -219,29 +219,29 @@ void SegmentComparison::compareMetaData(PairId pair, const JtMetaData& a, const 
 void SegmentComparison::compareUnnamed() {
   std::vector<const TocEntry*> allA = unnamedSegments(graphs_.a);
   std::vector<const TocEntry*> allB = unnamedSegments(graphs_.b);
-  const auto tell = [&](const TocEntry* x, const TocEntry* y) {
-    report_.tell(Report::kFile, DifferenceKind::segment, (x ? x : y)->id.text(),
-                 [&](Difference& difference) {
-                   if (x) difference.a = segmentText(*graphs_.a.container(), *x);
-                   if (y) difference.b = segmentText(*graphs_.b.container(), *y);
-                 });
+  const auto report = [&](const TocEntry* x, const TocEntry* y) {
+    report_.add(Report::kFile, DifferenceKind::segment, (x ? x : y)->id.text(),
+                [&](Difference& difference) {
+                  if (x) difference.a = segmentText(*graphs_.a.container(), *x);
+                  if (y) difference.b = segmentText(*graphs_.b.container(), *y);
+                });
   };
   std::multimap<JtGuid, const TocEntry*> byId;
   for (const TocEntry* entry : allB) byId.emplace(entry->id, entry);
   for (const TocEntry* entry : allA) {
     const auto found = byId.find(entry->id);
     if (found == byId.end()) {
-      tell(entry, nullptr);
+      report(entry, nullptr);
       continue;
     }
     const Place placeA{graphs_.a.container(), entry, {}};
     const Place placeB{graphs_.b.container(), found->second, {}};
     if (entry->type() != found->second->type() ||
         (!sameBytes(placeA, placeB) && !sameContent(placeA, placeB)))
-      tell(entry, found->second);
+      report(entry, found->second);
     byId.erase(found);
   }
-  for (const auto& [id, entry] : byId) tell(nullptr, entry);
+  for (const auto& [id, entry] : byId) report(nullptr, entry);
 }
 
 }  // namespace jt::compare_detail
