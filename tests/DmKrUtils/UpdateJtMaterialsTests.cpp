@@ -131,7 +131,7 @@ TEST(UpdateMaterials, BringsTheColorsOfEachGenerationToTodaysForm) {
   }
 }
 
-TEST(UpdateMaterials, TellsWhetherAMaterialHidesVertexColors) {
+TEST(UpdateMaterials, ReportsWhetherAMaterialHidesVertexColors) {
   struct Case {
     const char* what;
     int major;

@@ -184,7 +184,7 @@ TEST_F(Node, LocationsAreMillimetresAndRelativeToTheKeyedParent) {
   EXPECT_EQ(seen.relLoc(), at(3));
 }
 
-TEST_F(Node, PlacingKeepsWhatStandsBetweenNodeAndParent) {
+TEST_F(Node, PlacingKeepsTransformsBetweenNodeAndParent) {
   const RTTran3D target = RTTran3D::fromPlacement(10, 20, 30, 0, 0, 90);
   VisMetaDataNode& between = add<VisMetaDataNode>(component(), "between");
   move(between, 100);
@@ -215,7 +215,7 @@ TEST_F(Node, PlacingKeepsWhatStandsBetweenNodeAndParent) {
   EXPECT_NEAR(jtw::placement(seen, direct).getTranslation().x, 1 - 20, 1e-4);
 }
 
-TEST_F(Node, TheComponentIsPlacedWhereItWasTold) {
+TEST_F(Node, TheComponentIsPlacedWhereItWasSet) {
   move(*root_.partition(), 3);
   root_.forgetCached();
   for (const double x : {5.0, 5.0, 7.0, 0.0}) {
@@ -361,7 +361,7 @@ TEST_F(Node, AWrapperOverNothingGivesEmptyValues) {
   EXPECT_EQ(nothing.name(), L"");
 }
 
-TEST_F(Node, UtilityTestsTellBadQuestionsFromAnswers) {
+TEST_F(Node, UtilityTestsDistinguishBadQuestionsFromAnswers) {
   bool answer = true;
   EXPECT_FALSE(JtwUtilsJtHasProtoKey(nullptr, answer));
   EXPECT_FALSE(JtwUtilsJtHasKinDevice(nullptr, answer));

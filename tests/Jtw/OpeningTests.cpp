@@ -225,7 +225,7 @@ TEST_F(Opening, TheAlternateRepresentationIsWrappedOnlyInPmiMode) {
   }
 }
 
-TEST_F(Opening, TheStructureTellsWhetherThereIsHostData) {
+TEST_F(Opening, TheStructureShowsWhetherThereIsHostData) {
   for (const char* property :
        {"KrGmAttributes", "KrKinBuffer", "KrKinModelingBuffer", "KrMopBuffer"}) {
     const auto partition = hostComponent();
@@ -379,7 +379,7 @@ TEST_F(Opening, ADeepGraphAndADamagedOneComeBack) {
   }
 }
 
-TEST(Version, TellsItsRelease) {
+TEST(Version, ReportsItsRelease) {
   EXPECT_EQ(JtwRoot::currentVersion(), 2U);
   EXPECT_EQ(JtwRoot::getVersionAsString(1), "7.6Dev");
   EXPECT_EQ(JtwRoot::getVersionAsString(2), "7.6");

@@ -11,7 +11,7 @@ namespace {
 
 class RootNodes : public ComponentFixture {};
 
-TEST_F(RootNodes, LookingUpTellsAnEmptyMapFromAnUnknownKey) {
+TEST_F(RootNodes, LookUpDistinguishesAnEmptyMapFromAnUnknownKey) {
   JtwRoot& bare = *registry().computeNewDocRoot(documentAt(folder_.folder("bare.kpak")));
   JtwNode* node = &root_;
   EXPECT_FALSE(bare.getNodeByKey(key(1), node));

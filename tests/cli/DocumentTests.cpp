@@ -68,7 +68,7 @@ TEST_F(Component, GetAddsTheAbsolutePlace) {
                       R"({"absLoc": [1, 0, 0, 100, 0, 1, 0, 0, 0, 0, 1, 7, 0, 0, 0, 1]})"));
 }
 
-TEST_F(Component, ItsFolderStandsForTheFileWhereFilesAreRead) {
+TEST_F(Component, ItsFolderIsReadAsTheFileInIt) {
   for (const std::string command : {"verify", "graph", "explain", "info"}) {
     Json ofFolder = work_.json(command + " gear.kpak");
     Json ofFile = work_.json(command + " gear.kpak/gear.jt");

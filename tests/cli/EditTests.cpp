@@ -181,7 +181,7 @@ TEST_F(Edit, MvKeepsOneOfTheTwoPlaces) {
   expectSound();
 }
 
-TEST_F(Edit, ACloneStandsBesideItsOriginal) {
+TEST_F(Edit, ACloneIsASiblingOfItsOriginal) {
   EXPECT_TRUE(matches(edit("clone cell.kpak 10"), R"({"key": 12, "node": {"name": "Cover"}})"));
   edit("clone cell.kpak 10 --key 30 name=Lid loc=1,20,30");
   EXPECT_TRUE(matches(get(30),
@@ -196,7 +196,7 @@ TEST_F(Edit, ACloneStandsBesideItsOriginal) {
   EXPECT_EQ(work_.json("verify tiny95.jt").at("sound"), true);
 }
 
-TEST_F(Edit, FrameListsGoRound) {
+TEST_F(Edit, FrameListsRoundTrip) {
   work_.write("list.json", R"([{"key": 11, "name": "Spitze \u00fc", "displayed": false,
       "relLoc": [1, 2, 3, 0, 90, 0], "color": {"r": 0.2, "g": 0.4, "b": 1, "a": 0.5},
       "attributes": "a=b", "attachment": {"parent": 3, "type": 7}},
@@ -238,7 +238,7 @@ TEST_F(Edit, FrameListsGoRound) {
                       R"({"form": null, "frames": [], "detached": [10]})"));
 }
 
-TEST_F(Edit, BadFramesAreToldByTheirPlace) {
+TEST_F(Edit, BadFramesAreReportedWithTheirPlace) {
   const std::pair<const char*, const char*> lists[] = {
       {"[{]", "byte 3"},
       {"7", "neither a list"},
@@ -265,7 +265,7 @@ TEST_F(Edit, BadFramesAreToldByTheirPlace) {
   }
 }
 
-TEST_F(Edit, BuffersGoRoundByteForByte) {
+TEST_F(Edit, BuffersRoundTripByteForByte) {
   std::string blob = "a,\\@,\\\\";
   for (int byte = 0; byte < 256; ++byte) blob += static_cast<char>(byte);
   const std::vector<std::string> kinds{"kin",       "kin-modeling",     "kin-techno",

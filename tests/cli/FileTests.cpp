@@ -20,7 +20,7 @@ INSTANTIATE_TEST_SUITE_P(Data, DataFile, testing::ValuesIn(dataFiles()), [](cons
   return test.param.substr(0, test.param.size() - 3);
 });
 
-TEST_P(DataFile, InfoAndGraphTellTheSame) {
+TEST_P(DataFile, InfoAndGraphAgree) {
   const Json info = work_.json("info --segments " + file());
   EXPECT_EQ(info.at("size"), work_.read(file()).size());
   EXPECT_EQ(info.at("segmentList").size(), info.at("segments").at("count"));
@@ -95,7 +95,7 @@ struct Tiles {
   }
 };
 
-TEST_P(DataFile, ExplainTellsEveryByteOnce) {
+TEST_P(DataFile, ExplainListsEveryByteOnce) {
   const Json explained = work_.json("explain " + file());
   const std::string bytes = work_.read(file());
   Tiles container;
@@ -142,7 +142,7 @@ TEST(Explain, AByteAloneIsTheFieldOfTheList) {
   }
 }
 
-TEST(Explain, TellsWhatAFieldBelongsTo) {
+TEST(Explain, ReportsWhatAFieldBelongsTo) {
   const Workspace work;
   const Json fields = work.json("explain tiny95.jt --segment 0").at("fields");
   const auto name = std::find_if(fields.begin(), fields.end(), [](const Json& field) {
@@ -172,7 +172,7 @@ TEST(Graph, ShowsValuesAsTheyAreMeant) {
   }
 }
 
-TEST(Info, TellsWhatTheSceneGraphSays) {
+TEST(Info, ReportsWhatTheSceneGraphHas) {
   const Workspace work;
   EXPECT_TRUE(matches(work.json("info - < tiny100.jt"), R"({"schema": "jtw.info/1", "file": "-",
       "version": "10.0", "versionText": "Version 10.0 JT", "component": false, "native": false,

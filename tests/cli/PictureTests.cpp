@@ -175,7 +175,7 @@ TEST_F(Picture, ShowsWiresWherePolylinesDoNot) {
   EXPECT_EQ(work_.json("wires boxes.jt '" + address + "'")["parts"].size(), 1U);
 }
 
-TEST_F(Picture, TellsWhatCannotBeShown) {
+TEST_F(Picture, ReportsWhatCannotBeShown) {
   EXPECT_EQ(work_.run("snapshot tiny95.jt out.png").exit, 0);
   EXPECT_NE(work_.run("snapshot tiny95.jt out.png").err.find("no geometry"), std::string::npos);
   EXPECT_EQ(work_.run("snapshot tiny95.jt out.png --view inside").exit, 2);

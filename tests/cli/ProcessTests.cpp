@@ -89,7 +89,7 @@ TEST(Batch, ShowsResultsWhileOthersAreWorkedOn) {
   EXPECT_EQ(work.read("io/code"), "0\n");
 }
 
-TEST(Batch, ThatIsToldToEndReportsWhatIsDoneAndStopsItsChildren) {
+TEST(Batch, TerminationReportsWhatIsDoneAndStopsItsChildren) {
   const Workspace work;
   runHeld(work, "c=$(childrenOf $p); kill -TERM $p; wait $p; echo $? > io/ended; allEnd $c");
   EXPECT_EQ(work.read("io/ended"), "143\n");

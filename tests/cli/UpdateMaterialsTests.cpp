@@ -56,7 +56,7 @@ TEST_F(UpdateMaterials, OneDocumentIsDoneOnce) {
                       R"({"result": "native", "code": "JTUPDATE_FILE_IS_NATIVE_JT"})"));
 }
 
-TEST_F(UpdateMaterials, FailuresTellTheirCode) {
+TEST_F(UpdateMaterials, FailuresReportTheirCode) {
   component("kept");
   fs::permissions(work_.path("kept.kpak/kept.jt"), fs::perms::owner_read);
   work_.write("cut.jt", work_.read("tiny95.jt").substr(0, 300));

@@ -17,7 +17,7 @@ struct Failing {
 
 class Failures : public testing::TestWithParam<Failing> {};
 
-TEST_P(Failures, AreToldInJsonAndTextWithTheirCode) {
+TEST_P(Failures, AreReportedInJsonAndTextWithTheirCode) {
   const Workspace work;
   work.write("text.jt", "this is no JT file, whatever its name says\n");
   work.write("empty.jt", "");
@@ -135,7 +135,7 @@ TEST(StandardOutput, KeepsMessagesOut) {
   EXPECT_EQ(work.run("verify tiny95.jt").err, "") << "progress without a terminal";
 }
 
-TEST(Options, StandBeforeOrBehindTheCommand) {
+TEST(Options, ComeBeforeOrAfterTheCommand) {
   const Workspace work;
   const std::string expected = work.run("info tiny95.jt --json").out;
   for (const char* line : {"--json info tiny95.jt", "-q info --json tiny95.jt",

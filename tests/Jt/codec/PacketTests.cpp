@@ -309,7 +309,7 @@ TEST(Packets, SteppedWidthsFollowTheValues) {
 }
 
 /// Codes of normals come back soon, but are spread over a range that no table holds.
-TEST(Packets, WhatComesBackSoonIsWrittenByItsPlace) {
+TEST(Packets, RecentValuesAreCodedByTheirPosition) {
   Values values;
   std::uint32_t state = 1;
   for (std::size_t i = 0; i < 20000; ++i) {
@@ -326,7 +326,7 @@ TEST(Packets, WhatComesBackSoonIsWrittenByItsPlace) {
 }
 
 /// Angles of neighbours differ by little, and each has low bits that are noise.
-TEST(Packets, HighBitsThatComeBackSoonAreFieldsOfTheirOwn) {
+TEST(Packets, RecentHighBitsAreFieldsOfTheirOwn) {
   Values values;
   std::uint32_t state = 1;
   std::uint32_t angles[] = {20, 40};
@@ -348,7 +348,7 @@ TEST(Packets, HighBitsThatComeBackSoonAreFieldsOfTheirOwn) {
 
 /// A symbol in the middle of the others keeps the code between two bits, until a later one settles
 /// words of them at once, upwards or downwards.
-TEST(Packets, BitsThatWaitForWordsAreSettled) {
+TEST(Packets, CarryPropagatesThroughPendingBits) {
   for (const std::int32_t next : {0, 2}) {
     Values values(300, 1);
     values.insert(values.end(), 300, next);

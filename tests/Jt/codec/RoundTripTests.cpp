@@ -255,7 +255,7 @@ TEST(RoundTrips, ARegularShapeCanStillBeRead) {
   }
 }
 
-TEST(RoundTrips, WhatAFormCannotHoldIsTold) {
+TEST(RoundTrips, WhatAFormCannotHoldIsReported) {
   Mesh mesh = grid(2, 2, false, false, {}, true);
   mesh.colors = {{1, 0, 0, 0.5F}, {0, 1, 0, 1}};
   mesh.textures = {{1, 2, {0, 0, 1, 1}}};

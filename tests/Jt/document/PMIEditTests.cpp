@@ -293,7 +293,7 @@ TEST(PMIEdit, GenericEntitiesGoIntoOtherVersions) {
   }
 }
 
-TEST(PMIEdit, WhatAnotherVersionHasNoPlaceForIsToldOrRefused) {
+TEST(PMIEdit, WhatAnotherVersionHasNoPlaceForIsReportedOrRefused) {
   PMIData data = readPMI(kDim105.body(), kDim105.format, 0);
   data.genericEntities[0].lines.widths = {1, 1, 1};
   data.modelViews[0].properties.push_back({{JtString("k")}, {JtString("v")}});

@@ -422,7 +422,7 @@ TEST(Conversion, AWireHarnessBecomesANullShape) {
   }
 }
 
-TEST(Conversion, WhatIsLeftOutOfAnotherFileIsToldByItsIdThere) {
+TEST(Conversion, ReportsLossesOfAnotherFileByTheirIdsThere) {
   MemoryStorage storage;
   const Format ten{10, 0, false};
   SceneBuilder scene(ten);
@@ -461,7 +461,7 @@ TEST(Findings, ChangedBitsOfShapesAreFoundOrHarmless) {
     EXPECT_GT(codes[code], 0) << code;
 }
 
-TEST(Findings, TheWalkOfAFileIsToldOnce) {
+TEST(Findings, TheWalkOfAFileIsReportedOnce) {
   MemoryStorage storage;
   std::vector<bool> holes(31);
   for (std::size_t i = 0; i < holes.size(); i += 4) holes[i] = true;

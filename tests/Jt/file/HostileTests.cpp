@@ -126,7 +126,7 @@ std::string codesOf(const Format& format, const SceneBuilder& scene) {
   return text;
 }
 
-TEST(Hostile, FlawsOfASceneGraphAreNotedAndBorne) {
+TEST(Hostile, FlawsOfASceneGraphAreReportedAndTolerated) {
   for (const Format& format : allFormats()) {
     SCOPED_TRACE(formatText(format));
     const auto scene = [&] { return SceneBuilder(format); };

@@ -109,7 +109,7 @@ TEST(PMI, EveryVersionOfTheTypedLayoutHasItsOwnFields) {
         }
 }
 
-TEST(PMI, TheFormsOfTheGenericLayoutAreToldApart) {
+TEST(PMI, TheFormsOfTheGenericLayoutAreDistinguished) {
   for (const Format& format : allFormats()) {
     if (format.major < 10) continue;
     for (const bool byteFlags : {false, true})
@@ -133,7 +133,7 @@ TEST(PMI, TheFormsOfTheGenericLayoutAreToldApart) {
   }
 }
 
-TEST(PMI, OwnersMayStandInOldContentAndLengthsMayCountFromTheVersion) {
+TEST(PMI, OwnersMayBeInOldContentAndLengthsMayCountFromTheVersion) {
   PMIData data;
   const Format format{9, 5, false};
   Fields owners(format);

@@ -86,7 +86,7 @@ TEST(Variants, AFileIsExaminedOnlyWhenAShapeDoesNotFitTheExpectedOne) {
   EXPECT_FALSE(cache.variants().isSettled());
 }
 
-TEST(Variants, VerifyTellsWhichWereMet) {
+TEST(Variants, VerifyReportsTheVariantsThatWereMet) {
   MemoryStorage storage;
   const struct {
     unsigned large;

@@ -281,7 +281,7 @@ TEST(Vectors, TexturesGetOtherPixels) {
   }
 }
 
-TEST(Vectors, AnExternalPartitionIsFoundBesideTheFileAndStandsWhereItsInstancesPutIt) {
+TEST(Vectors, AnExternalPartitionIsFoundBesideTheFileAndPlacedByItsInstances) {
   MemoryStorage storage;
   storage["tiny95.jt"] = testData("tiny95.jt");
   const auto root = storage.open(testData("asm95.jt"));

@@ -389,7 +389,7 @@ TEST(Compare, NotANumberEqualsItself) {
   EXPECT_EQ(Differences(*a.root, *b.root).lines(), Lines());
 }
 
-TEST(Compare, TellsValuesAndStopsAtTheLimit) {
+TEST(Compare, ReportsValuesAndStopsAtTheLimit) {
   Model a;
   Model b;
   Model::name(*b.arm, "Leg");

@@ -172,7 +172,7 @@ TEST(Graph, InheritedLookUpTakesTheNearestAncestor) {
   EXPECT_FALSE(leaf->lookupProperty(jt::make<JtInt32PropAtom>(1).get(), value, true));
 }
 
-TEST(Graph, ASwitchNamesTheChildThatStandsForIt) {
+TEST(Graph, ASwitchNamesTheSelectedChild) {
   const auto node = jt::make<JtSwitch>();
   EXPECT_EQ(node->representation(true), nullptr);
   EXPECT_EQ(node->representation(false), nullptr);
@@ -216,7 +216,7 @@ TEST(Graph, ACopyIsDeepAndSharesWhatNeverChanges) {
   EXPECT_FALSE(Jt::clone(nullptr));
 }
 
-TEST(Graph, APartitionKeepsItsOwnChildrenBesideTheFileThatItStandsFor) {
+TEST(Graph, APartitionKeepsItsOwnChildrenBesideTheFileThatItReferences) {
   MemoryStorage storage;
   const auto root = jt::make<JtPartition>();
   const auto partition = jt::make<JtPartition>(root.get(), false);

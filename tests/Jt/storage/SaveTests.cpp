@@ -256,7 +256,7 @@ TEST(Save, GivesNewFilesTheRightsOfAPlainCreation) {
   ::umask(mask);
 }
 
-TEST(Save, FollowsLinksAndTellsOfOtherNames) {
+TEST(Save, FollowsSymbolicLinksAndWarnsOfHardLinks) {
   const TempFolder folder;
   folder.file("real/a.jt", "old");
   fs::create_symlink("real/a.jt", folder.at("one"));
@@ -506,7 +506,7 @@ TEST(Save, RemovesWhatKilledSavesLeftAndNothingElse) {
 }
 
 /// What a signal handler does: nothing of a save, an export or a made folder stays.
-TEST(TemporaryPaths, AreRemovedByAProcessThatIsToldToEnd) {
+TEST(TemporaryPaths, AreRemovedByAProcessThatIsTerminated) {
   const TempFolder folder;
   folder.file("a.jt", "old");
   const auto saveUntilTheEnd = [&folder] {
