@@ -217,16 +217,17 @@ TEST(Predictors, ResidualsOfEachPredictor) {
     Predictor predictor;
     Values residuals;
   };
-  const Values values{10, 11, 13, 17, 25, 26, 40, 42};
+  // Among the last ones are steps of 8 and -8, which strips do not continue.
+  const Values values{10, 11, 13, 17, 25, 26, 40, 42, 48, 60, 40, 61, 33};
   const Case cases[] = {{Predictor::none, values},
-                        {Predictor::lag1, {10, 11, 13, 17, 8, 1, 14, 2}},
-                        {Predictor::lag2, {10, 11, 13, 17, 12, 9, 15, 16}},
-                        {Predictor::stride1, {10, 11, 13, 17, 4, -7, 13, -12}},
-                        {Predictor::stride2, {10, 11, 13, 17, 9, 3, 3, 7}},
-                        {Predictor::stripIndex, {10, 11, 13, 17, 9, 3, 13, 14}},
-                        {Predictor::ramp, {10, 11, 13, 17, 21, 21, 34, 35}},
-                        {Predictor::xor1, {10, 11, 13, 17, 8, 3, 50, 2}},
-                        {Predictor::xor2, {10, 11, 13, 17, 20, 11, 49, 48}}};
+                        {Predictor::lag1, {10, 11, 13, 17, 8, 1, 14, 2, 6, 12, -20, 21, -28}},
+                        {Predictor::lag2, {10, 11, 13, 17, 12, 9, 15, 16, 8, 18, -8, 1, -7}},
+                        {Predictor::stride1, {10, 11, 13, 17, 4, -7, 13, -12, 4, 6, -32, 41, -49}},
+                        {Predictor::stride2, {10, 11, 13, 17, 9, 3, 3, 7, -7, 2, -16, -17, 1}},
+                        {Predictor::stripIndex, {10, 11, 13, 17, 9, 3, 13, 14, 6, 16, -10, -1, -9}},
+                        {Predictor::ramp, {10, 11, 13, 17, 21, 21, 34, 35, 40, 51, 30, 50, 21}},
+                        {Predictor::xor1, {10, 11, 13, 17, 8, 3, 50, 2, 26, 12, 20, 21, 28}},
+                        {Predictor::xor2, {10, 11, 13, 17, 20, 11, 49, 48, 24, 22, 24, 1, 9}}};
   for (const Case& expected : cases) {
     SCOPED_TRACE(static_cast<int>(expected.predictor));
     Values now = values;
