@@ -128,7 +128,7 @@ bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& stored
   for (const Named& each : inA) {
     const auto found = byLabel.find(each.label);
     if (found == byLabel.end()) {
-      reporting.add(each.label, "", each.view.name().stringToMbs(), {});
+      reporting.report(each.label, "", each.view.name().stringToMbs(), {});
       continue;
     }
     reporting.compare(a, each, b, *found->second);
@@ -136,7 +136,7 @@ bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& stored
   }
   for (const Named& each : inB)
     if (byLabel.contains(each.label))
-      reporting.add(each.label, "", {}, each.view.name().stringToMbs());
+      reporting.report(each.label, "", {}, each.view.name().stringToMbs());
   return reporting.any();
 }
 
