@@ -5,6 +5,7 @@
 #include <array>
 #include <map>
 #include <regex>
+#include <set>
 #include <thread>
 
 #include "Jt.h"
@@ -115,6 +116,24 @@ TEST(Edit, MetaDataIsReadThroughPropertiesAndRewrittenWhenAKeyIsRemoved) {
     EXPECT_EQ(jt::as<JtStringPropAtom>(saved->property("Name"))->value(), JtString("bracket"));
     EXPECT_EQ(saved->property("LAYER"), nullptr);
   }
+}
+
+TEST(Edit, TheFirstRowOfANodeCountsAndDanglingPairsStay) {
+  const Format format{9, 5, false};
+  SceneBuilder scene(format);
+  scene.partition(1, {}).marker().text(2, "a").text(3, "b").text(4, "c").marker();
+  scene.table({{1, 2, 3, 2, 99}, {1, 2, 4, 4, 3}});
+  MemoryStorage storage;
+  const auto root = storage.open(FileBuilder(format).scene(scene).build());
+  EXPECT_EQ(jt::as<JtStringPropAtom>(root->property("a"))->value(), JtString("b"));
+  EXPECT_EQ(jt::as<JtStringPropAtom>(root->property("c"))->value(), JtString("b"));
+  set(*root, "new", "value");
+  const auto again = storage.open(storage.saved(*root));
+  const SceneSource* saved = SceneSource::sourceOf(*again);
+  std::set<std::pair<std::int32_t, std::int32_t>> pairs;
+  saved->eachPair(saved->rows().at(0).pairs,
+                  [&](std::int32_t key, std::int32_t value) { pairs.emplace(key, value); });
+  EXPECT_TRUE(pairs.contains({2, 99}));
 }
 
 TEST(Edit, ARemovedNodeTakesItsRowAndTheSegmentsThatOnlyItNamesWithIt) {

@@ -228,6 +228,13 @@ TEST(PMIEdit, MergedPMIKeepItsNamesAndLinks) {
     EXPECT_EQ(summaryOf(*saved), (Lines{kDimension, kDimension, "mine", link, link, "mine>mine"}));
     EXPECT_EQ(std::ranges::count(saved->data().strings, JtString("Top")), 1);
   }
+  // Each end of a link moves by its own kind: faces of precise geometry keep their numbers.
+  const auto face = PMIDataManager::constructPMITypedID(static_cast<int>(PMIKind::brepFace), 5);
+  const auto onFace = jt::make<PMIDataManager>();
+  onFace->addAssociation(onFace->addGenericEntity(entityNamed(*onFace, "on a face")), face, 20);
+  made->merge(*onFace);
+  EXPECT_EQ(made->links().back().source->index(), 1);
+  EXPECT_EQ(made->links().back().destination, face);
 }
 
 TEST(PMIEdit, EntitiesOfFixedKindsAreMergedAsGenericOnes) {
