@@ -4,6 +4,7 @@
 
 #include "JtBaseDataStream.h"
 #include "JtInspect.h"
+#include "file/pmi/PMITags.h"
 #include "support/PMIFiles.h"
 
 namespace {
@@ -235,6 +236,30 @@ TEST(PMIEdit, MergedPMIKeepItsNamesAndLinks) {
   made->merge(*onFace);
   EXPECT_EQ(made->links().back().source->index(), 1);
   EXPECT_EQ(made->links().back().destination, face);
+}
+
+TEST(PMIEdit, MergedListsFollowTheOwnOnes) {
+  PMIData to;
+  PMIData from;
+  to.layout = from.layout = jt::PMILayout::typed9;
+  to.strings = {JtString("own"), JtString("both")};
+  from.strings = {JtString("both"), JtString("theirs")};
+  to.coordinateSystems = {{0, {1, 2, 3}}};
+  from.coordinateSystems = {{0, {4, 5, 6}}, {1, {7, 8, 9}}};
+  to.genericEntities.resize(2);
+  from.genericEntities.resize(1);
+  from.polygons.vertexCounts = {3};
+  from.polygons.filled.resize(1);
+  from.polygons.filled[0].vertices = {0.5F, 0.25F, 4, 5, 6, 7, 8, 9, 10};
+  mergePMI(to, from);
+  EXPECT_EQ(to.strings, (std::vector{JtString("own"), JtString("both"), JtString("theirs")}));
+  std::vector<std::pair<std::int32_t, float>> systems;
+  for (const auto& system : to.coordinateSystems)
+    systems.emplace_back(system.nameId, system.frame[0]);
+  EXPECT_EQ(systems, (decltype(systems){{0, 1}, {1, 4}, {2, 7}}));
+  EXPECT_EQ(to.polygons.vertexCounts, (std::vector{0, 0, 3})) << "the own entities have no area";
+  ASSERT_EQ(to.polygons.filled.size(), 1U);
+  EXPECT_EQ(to.polygons.filled[0].vertices, from.polygons.filled[0].vertices);
 }
 
 TEST(PMIEdit, EntitiesOfFixedKindsAreMergedAsGenericOnes) {
