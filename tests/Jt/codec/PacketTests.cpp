@@ -6,6 +6,7 @@
 #include "JtFormatError.h"
 #include "codec/packet/Arithmetic.h"
 #include "codec/packet/Packets64.h"
+#include "codec/packet/PrefixTree.h"
 #include "support/Damage.h"
 
 namespace {
@@ -173,6 +174,20 @@ TEST(Packets, EachCheckRefusesSomeDamage) {
       found = error.code();
     }
     EXPECT_EQ(found, code) << values;
+  }
+}
+
+/// Producers order equal weights in several ways; the codes are of trees that differ in that.
+TEST(Packets, PrefixTreesOfEveryOrderOfEqualWeightsDecode) {
+  ContextTable table;
+  for (const auto& [occurrences, value] : {std::pair{1U, 5}, {1U, 9}, {1U, -2}, {2U, 40}})
+    table.entries.push_back({false, occurrences, value, 0});
+  for (const std::uint32_t code : {0b1110000100U, 0b0010001011U, 0b0001111011U, 0b1101110100U}) {
+    Bytes word;
+    for (const unsigned shift : {0U, 8U, 16U, 24U}) word.push_back(std::byte(code << 22 >> shift));
+    Values values(5);
+    decodePrefixTree(WordBits(word, 10, false, 0), {&table, 1}, values.size(), {}, values);
+    EXPECT_EQ(values, (Values{5, 9, 40, -2, 40})) << code;
   }
 }
 
