@@ -5,6 +5,7 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "codec/shape/MeshDecoder.h"
@@ -267,6 +268,64 @@ TEST(RoundTrips, WhatAFormCannotHoldIsReported) {
   EXPECT_EQ(codes, (std::vector<std::string>{"textures", "groups", "alpha"}));
   mesh.records[0] = 9;
   EXPECT_THROW(jt::file::writeShapeSegment(mesh, {}, 7, {9, 5, false}, {}, losses), JtFormatError);
+}
+
+TEST(RoundTrips, CapsAreMarkedByTheirFlagOrByTheirGroup) {
+  Mesh open;
+  open.positions = {{0, 0, 0}, {1, 0, 0}, {0, 2, 0}, {3, 3, 1}};
+  open.corners = {0, 1, 2, 2, 1, 3};
+  for (const bool byGroup : {false, true}) {
+    Report report;
+    TopologyData data = encodeTopology(open, Generation::v10, {}, report);
+    TopologyStreams& streams = data.streams;
+    std::size_t caps = 0;
+    for (std::size_t polygon = 0; polygon < streams.vertexFlags.size(); ++polygon) {
+      if ((streams.vertexFlags[polygon] & 1) == 0) continue;
+      ++caps;
+      streams.vertexGroups[polygon] = byGroup ? -1 : 0;
+      if (byGroup) streams.vertexFlags[polygon] &= ~1;
+    }
+    EXPECT_GT(caps, 0U);
+    Budget budget(1 << 20);
+    VariantChoice variants;
+    const Mesh mesh = decodeTopology(data, Generation::v10, variants, budget, report);
+    EXPECT_EQ(contentOf(mesh), contentOf(open)) << byGroup;
+  }
+}
+
+TEST(Strips, EverySecondTriangleIsTurnedAndFlatOnesAreLeftOut) {
+  const std::vector<jt::Vec3f> points{{0, 0, 0}, {1, 0, 0}, {0, 2, 0}, {3, 2, 0}, {1, 5, 4}};
+  StripData data;
+  data.quantization[0] = 16;
+  data.arrays.coordinates = encodeCoordinates(points, Generation::v8, 16);
+  data.primitives = {0, 5, 9};  // the second one begins at an odd entry
+  data.indices = {0, 1, 0, 2, 3, 1, 2, 3, 4};
+  Budget budget(1 << 20);
+  Report report;
+  const Mesh mesh = decodeStrips(data, {}, false, Mesh::Kind::triangles, budget, report);
+  EXPECT_EQ(mesh.corners, (std::vector<std::uint32_t>{0, 1, 2, 0, 2, 3, 1, 2, 3, 3, 2, 4}));
+}
+
+TEST(Strips, PlainRecordsHaveColorsOfThreeOrFourNumbers) {
+  for (const std::size_t words : {3U, 4U}) {
+    StripData data;
+    data.colorBinding = 1;
+    data.primitives = {0, 3};
+    std::vector<float> records;
+    for (int entry = 0; entry < 3; ++entry) {
+      for (std::size_t k = 0; k < words; ++k) records.push_back(0.125F * static_cast<float>(k + 1));
+      const auto number = static_cast<float>(entry);
+      records.insert(records.end(), {number, number * number, 7});
+    }
+    Budget budget(1 << 20);
+    Report report;
+    const Mesh mesh = decodeStrips(data, std::as_bytes(std::span(records)),
+                                   std::endian::native == std::endian::big, Mesh::Kind::triangles,
+                                   budget, report);
+    ASSERT_EQ(mesh.colors.size(), 3U);
+    EXPECT_EQ(mesh.colors[2], (Vec4{0.125F, 0.25F, 0.375F, words == 3 ? 1 : 0.5F}));
+    EXPECT_EQ(mesh.positions[2], (jt::Vec3f{2, 4, 7}));
+  }
 }
 
 }  // namespace
