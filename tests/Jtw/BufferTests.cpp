@@ -231,7 +231,7 @@ TEST(FrameList, ATextThatIsNoListIsWrittenAsItWas) {
   for (const std::string& text :
        {std::string("-1"), std::string("x"), "99" + good.substr(1), good + " more", good + " 0",
         good + " 3 0 1:a 1 1:b 2 1:c", good + " 1 2 1:a", good + " 2 1 1:a 0 1:b",
-        good + " 1 0 2:a", good + " 1 0 1:a 7"}) {
+        good + " 2 1 1:a 1 1:b", good + " 1 0 2:a", good + " 1 0 1:a 7"}) {
     JtBaseDataStream stored;
     stored.write(JtString(text));
     JtBaseDataStream in(stored.written(), false);

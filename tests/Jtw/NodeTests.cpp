@@ -224,6 +224,14 @@ TEST_F(Node, TheComponentIsPlacedWhereItWasSet) {
     EXPECT_EQ(root_.internalRelLoc(), at(x));
     EXPECT_EQ(root_.relLoc(), RTTran3D::unit);
   }
+  JtwEntity& made = entity(5);
+  move(*made.jtNode(), 2);
+  root_.setRelLoc(RTTran3D::fromPlacement(30, 0, 0, 0, 0, 90));
+  root_.forgetCached();
+  made.forgetCached();
+  const RTVec3D place = made.relLoc().getTranslation();
+  EXPECT_NEAR(place.x, 30, 1e-9);
+  EXPECT_NEAR(place.y, 2, 1e-9) << "turned by the placement of the component";
 }
 
 TEST_F(Node, NewObjectsAreWhereTheyWereMade) {

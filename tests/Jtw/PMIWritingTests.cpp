@@ -357,6 +357,18 @@ TEST_F(PMIWriting, PMIOfADeletedPartStaysInPlace) {
   EXPECT_NEAR(moved.lines.vertices[1], 20 + 0.1, 1e-5);
 }
 
+TEST_F(PMIWriting, PMIOfAMovedPartStaysInItsCollection) {
+  block(2);
+  JtwEntity& part = ComponentFixture::entity(5);
+  addForeign(*part.jtNode(), 0x0082, "on a part");
+  ASSERT_TRUE(jtw::loadWrappers(root_));
+  ASSERT_EQ(root_.PMIs().size(), 1U);
+  ASSERT_EQ(root_.PMIs()[0]->originJtNode(), part.jtNode());
+  ASSERT_TRUE(part.setParent(key(2)));
+  ASSERT_EQ(root_.PMIs().size(), 1U);
+  EXPECT_EQ(root_.PMIs()[0]->originJtNode(), root_.jtNode());
+}
+
 TEST_F(PMIWriting, ACopiedPartHasPMIWithoutKeys) {
   addForeign(*ComponentFixture::entity(5).jtNode(), 0x0100, "theirs");
   auto& stored = *pmiOf(nodeOf(root_, 5))->editGenericEntity(0);

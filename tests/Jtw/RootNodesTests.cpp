@@ -201,10 +201,12 @@ TEST_F(RootNodes, KeysOfDeletedPmiAreNotGivenAgain) {
 
   // Frames of a file that never recorded its keys, which go with what holds them.
   JtFrameListProperty list;
-  list.frames().emplace_back().key = key(60);
+  for (const long itsKey : {59, 60}) list.frames().emplace_back().key = key(itsKey);
   setText(*find(3)->jtNode(), "KrWmFrames", list.toText().c_str());
   static_cast<JtwBlock*>(find(3))->readKrFrames();
   EXPECT_EQ(root_.PMIMaxProtoKey(), key(24)) << "reading changes nothing";
+  EXPECT_TRUE(root_.deleteNode(key(59)));
+  EXPECT_EQ(root_.PMIMaxProtoKey(), key(59));
   EXPECT_TRUE(root_.deleteNode(key(2)));
   JtwRoot& again = reopened();
   EXPECT_EQ(jtw::nextFreeKey(again), key(61));
@@ -222,6 +224,7 @@ TEST_F(RootNodes, ACopyHasAnIdentityOfItsOwnInTheSamePlace) {
   original.setGlobalUniqueId(ApiGlobalUniqueId("id"));
   add<VisPartNode>(*jt::as<JtGroup>(keep.get()), "inside");
   setNumber(*keep->child(0), "KrGmProtoKey", 9);
+  setText(*keep->child(0), "KrWmFrames", "0");
 
   for (const bool withGeometry : {true, false}) {
     JtwEntity* const copy = root_.cloneEntityNode(key(2), withGeometry);
@@ -232,7 +235,8 @@ TEST_F(RootNodes, ACopyHasAnIdentityOfItsOwnInTheSamePlace) {
     EXPECT_TRUE(copy->globalUniqueId().isNull());
     EXPECT_EQ(copy->jtNode()->numChildren(), withGeometry ? 1 : 0);
     if (!withGeometry) continue;
-    EXPECT_EQ(copy->jtNode()->child(0)->property(JtString("KrGmProtoKey")), nullptr);
+    for (const char* own : {"KrGmProtoKey", "KrWmFrames"})
+      EXPECT_EQ(copy->jtNode()->child(0)->property(JtString(own)), nullptr) << own;
   }
   EXPECT_EQ(original.key(), key(2));
   EXPECT_EQ(original.globalUniqueId().getAsString(), "id");
