@@ -58,9 +58,8 @@ TEST(Normals, AxesAndExamplesHaveTheirCodes) {
     const DeeringCode code = encoder.encode(expected.normal);
     EXPECT_EQ((std::array{code.sextant, code.octant, code.theta, code.psi}), expected.code);
   }
-  // Of two sextants that meet, the odd one is taken.
-  for (const jt::Vec3f& onEdge : std::initializer_list<jt::Vec3f>{
-           {3, 3, 1}, {1, 3, 3}, {3, 1, 3}, {1, 1, 3}, {3, 1, 1}, {1, 3, 1}})
+  // Of two sextants that meet beside an axis, the one that reaches it is taken.
+  for (const jt::Vec3f& onEdge : std::initializer_list<jt::Vec3f>{{1, 1, 3}, {3, 1, 1}, {1, 3, 1}})
     EXPECT_EQ(encoder.encode(onEdge).sextant % 2, 1U) << onEdge[0] << onEdge[1] << onEdge[2];
   for (unsigned bits = 1; bits <= Deering::kMostBits; ++bits)
     for (int axis = 0; axis < 6; ++axis) {
