@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -27,6 +29,30 @@ struct WalkMemo {
   std::unordered_map<const JtwNode*, RTTran3D> absLocs;
 };
 
+/// The nodes that a walk up has passed. Ways are short as a rule: the first nodes take no memory.
+template <class Node>
+class PassedNodes {
+ public:
+  bool empty() const noexcept { return count_ == 0; }
+  Node& back() const { return count_ > kNear ? *far_.back() : *near_[count_ - 1]; }
+  void push_back(Node& node) {
+    if (count_ < kNear)
+      near_[count_] = &node;
+    else
+      far_.push_back(&node);
+    ++count_;
+  }
+  void pop_back() noexcept {
+    if (count_-- > kNear) far_.pop_back();
+  }
+
+ private:
+  static constexpr std::size_t kNear = 16;
+  std::array<Node*, kNear> near_;
+  std::vector<Node*> far_;
+  std::size_t count_ = 0;
+};
+
 /// The value of a node that depends on the values of the nodes above it: up from `start` until a
 /// value is known or `above(node)` is null, then down again, without a deep call stack.
 /// @param known    values to stop at; those of the nodes that are passed are entered; may be null
@@ -34,7 +60,7 @@ struct WalkMemo {
 template <class Value, class Node, class Above, class Extended>
 Value walkUp(Node* start, std::unordered_map<const Node*, Value>* known, Above above,
              Extended extended) {
-  std::vector<Node*> passed;
+  PassedNodes<Node> passed;
   std::optional<Value> value;
   for (Node* node = start; node; node = above(*node)) {
     if (known)
@@ -42,11 +68,11 @@ Value walkUp(Node* start, std::unordered_map<const Node*, Value>* known, Above a
         value = found->second;
         break;
       }
-    passed.push_back(node);
+    passed.push_back(*node);
   }
   for (; !passed.empty(); passed.pop_back()) {
-    value = extended(value ? &*value : nullptr, *passed.back());
-    if (known) known->emplace(passed.back(), *value);
+    value = extended(value ? &*value : nullptr, passed.back());
+    if (known) known->emplace(&passed.back(), *value);
   }
   return value.value_or(Value{});
 }

@@ -2,6 +2,7 @@
 
 // Elements of a segment: where they lie, and the frame that each begins with.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -40,14 +41,41 @@ struct ElementExtent {
   bool isEndMarker = false;
 };
 
+/// The length that an element states, or -1 where there is no room for one.
+inline std::int32_t elementLength(std::span<const std::byte> content, std::size_t at,
+                                  const Format& format) noexcept {
+  return content.size() - at >= kLengthSize
+             ? loadScalar<std::int32_t>(content.data() + at, format.bigEndian)
+             : -1;
+}
+
 /// The element at an offset; empty when its length cannot be. The element may be shorter than a
 /// frame.
-std::optional<ElementExtent> findElement(std::span<const std::byte> content, std::size_t at,
-                                         const Format& format) noexcept;
+inline std::optional<ElementExtent> findElement(std::span<const std::byte> content, std::size_t at,
+                                                const Format& format) noexcept {
+  const std::int32_t length = elementLength(content, at, format);
+  if (length < static_cast<std::int32_t>(kMarkerLength) ||
+      static_cast<std::size_t>(length) > content.size() - at - kLengthSize)
+    return {};
+  const JtGuid typeId = loadGuid(content.data() + at + kLengthSize, format.bigEndian);
+  return ElementExtent{
+      kLengthSize + static_cast<std::size_t>(length), typeId,
+      typeId.data1 == 0xffffffffU && typeId.data2 == 0xffffU && typeId.data3 == 0xffffU &&
+          std::ranges::all_of(typeId.data4, [](auto byte) { return byte == 0xff; })};
+}
+
+/// Throws JtFormatError: the element at an offset cannot be as long as it states.
+[[noreturn]] void failElementLength(std::span<const std::byte> content, std::size_t at,
+                                    const Format& format, std::size_t frameSize);
 
 /// The element or marker at an offset. Throws JtFormatError when its length cannot be.
 /// @param frameSize the fewest bytes of an element that is no marker
-ElementExtent elementAt(std::span<const std::byte> content, std::size_t at, const Format& format,
-                        std::size_t frameSize);
+inline ElementExtent elementAt(std::span<const std::byte> content, std::size_t at,
+                               const Format& format, std::size_t frameSize) {
+  const std::optional<ElementExtent> element = findElement(content, at, format);
+  if (!element || (!element->isEndMarker && element->size < frameSize))
+    failElementLength(content, at, format, frameSize);
+  return *element;
+}
 
 }  // namespace jt::file
