@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "JtBase.h"
@@ -67,6 +68,21 @@ struct WireframeData {
   PMILayout layout = PMILayout::none;    ///< of CAD tags that are bytes
   bool bigEndian = false;                ///< the same
   std::vector<std::byte> trailingBytes;  ///< bytes after the last known field
+
+  /// Exchanges all values, without a third object.
+  friend void swap(WireframeData& a, WireframeData& b) noexcept {
+    std::swap(a.edges, b.edges);
+    std::swap(a.curves, b.curves);
+    std::swap(a.nextTag, b.nextTag);
+    std::swap(a.cadTags.flag, b.cadTags.flag);
+    std::swap(a.cadTags.indices, b.cadTags.indices);
+    std::swap(a.cadTags.version, b.cadTags.version);
+    std::swap(a.cadTags.coded, b.cadTags.coded);
+    std::swap(a.cadTags.tags, b.cadTags.tags);
+    std::swap(a.layout, b.layout);
+    std::swap(a.bigEndian, b.bigEndian);
+    std::swap(a.trailingBytes, b.trailingBytes);
+  }
 };
 
 namespace file {

@@ -150,7 +150,8 @@ class KeptValue final : public ChangeJournal::Kept {
   void swap() noexcept override {
     static_assert(std::is_nothrow_swappable_v<T>);
     ownReferences(value_);
-    std::swap(member_, value_);
+    using std::swap;
+    swap(member_, value_);
     keepReferences(value_);
   }
 
