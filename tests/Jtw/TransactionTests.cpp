@@ -107,7 +107,8 @@ class Transactions : public RegistryFixture {
     out << depth << ' ' << node.parent().getAsLong() << ' ' << node.type() << ' '
         << node.key().getAsLong() << ' ' << ApiSysStringConvertors::UnicodeToRWCString(node.name())
         << ' ' << node.attributes() << ' ' << node.globalUniqueId().getAsString();
-    for (const double value : node.absLoc().values()) out << ' ' << value + 0.0;
+    const RTTran3D place = node.absLoc();
+    for (const double value : place.values()) out << ' ' << value + 0.0;
     bool isDefault = false;
     const ApiGraColor color = jtw::colorOf(node, isDefault);
     if (node.type() == JtwNode::JT_FRAME_NODE) isDefault = false;
