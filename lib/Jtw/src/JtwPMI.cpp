@@ -9,7 +9,12 @@
 JtwPMI::JtwPMI(JtwCollection* collection, JtwRoot* root)
     : JtwLeaf(collection ? collection->jtNode() : nullptr, root) {
   setCollection(collection);
-  setOriginJtNode(jtNode());
+  try {
+    setOriginJtNode(jtNode());
+  } catch (...) {
+    setCollection(nullptr);  // no destructor runs
+    throw;
+  }
 }
 
 JtwPMI::JtwPMI(const JtwPMI& other)
