@@ -20,7 +20,7 @@ constexpr std::uint64_t mixHash(std::uint64_t hash, std::uint64_t value) noexcep
 struct PointerHash {
   /// The address.
   std::size_t operator()(const void* pointer) const noexcept {
-    return std::bit_cast<std::uintptr_t>(pointer);
+    return reinterpret_cast<std::uintptr_t>(pointer);
   }
 };
 
