@@ -82,7 +82,8 @@ jtw::ScriptStep readStep(const Json& value, const std::string& where) {
   bool isKnown = false;
   for (const char* verb : jtw::scriptVerbs()) {
     isKnown = isKnown || step.verb == verb;
-    verbs += (verbs.empty() ? "" : ", ") + std::string(verb);
+    if (!verbs.empty()) verbs += ", ";
+    verbs += verb;
   }
   if (step.verb.empty()) fail(where, "has no \"do\"; it is one of " + verbs);
   if (!isKnown)
