@@ -72,7 +72,9 @@ jtw::ScriptStep readStep(const Json& value, const std::string& where) {
   jtw::ScriptStep step;
   for (const auto& [name, content] : value.items()) {
     if (name != "do") {
-      step.arguments.push_back({name, valueText(content, where + "." + name)});
+      std::string place = where;
+      place.append(".").append(name);
+      step.arguments.push_back({name, valueText(content, place)});
       continue;
     }
     if (!content.is_string()) fail(where + ".do", "is not a text");
