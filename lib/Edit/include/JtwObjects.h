@@ -110,8 +110,8 @@ class JTW_API Objects {
   std::vector<JtwNode*> nodes(std::span<const std::size_t> indices) const;
   /// To be called when objects were made, moved or removed.
   void changed() noexcept;
-  /// To be called when changes were rolled back or undone: all objects are new, and frame lists as
-  /// they were.
+  /// To be called when changes were rolled back or undone: frame lists are as they were, and all
+  /// wrappers have gone. They are made anew when somebody asks for an object.
   void forgetChanges() noexcept;
   /// To be called when an object got another name: names are looked up anew.
   void forgetNames() noexcept;
@@ -189,6 +189,7 @@ class JTW_API Objects {
   std::string document_;
   std::unordered_set<JtwCollection*> changedFrames_;
   ApiProtoKey freeKey_;  // the next one; null: to be looked for
+  mutable bool needsWrappers_ = false;
   mutable std::optional<Listing> listing_;
 };
 

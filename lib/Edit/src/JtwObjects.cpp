@@ -90,6 +90,7 @@ void Objects::forgetChanges() noexcept {
   changed();
   changedFrames_.clear();
   freeKey_ = ApiProtoKey();
+  needsWrappers_ = true;
 }
 
 void Objects::forgetNames() noexcept {
@@ -98,6 +99,7 @@ void Objects::forgetNames() noexcept {
 
 const Objects::Listing& Objects::current() const {
   if (listing_) return *listing_;
+  if (needsWrappers_) needsWrappers_ = !loadWrappers(root_);
   Listing made;
   made.entries = tree(root_, root_);
   made.parents.assign(made.entries.size(), 0);
@@ -204,7 +206,8 @@ JtwNode& Objects::object(const ObjectAddress& address) const {
   if (address.isRoot()) return root_;
   const bool isKey = !address.key().isNull() && address.nodeIds().empty();
   JtwNode* known = nullptr;
-  if (!listing_ && isKey && root_.getNodeByKey(address.key(), known) && known) return *known;
+  if (!listing_ && !needsWrappers_ && isKey && root_.getNodeByKey(address.key(), known) && known)
+    return *known;
   return node(find(address));
 }
 
@@ -273,14 +276,14 @@ ListedObject Objects::listed(std::size_t index) const {
 }
 
 std::vector<ListedObject> Objects::listing(std::size_t index) const {
-  std::vector<ListedObject> listed;
+  std::vector<ListedObject> lines;
   const std::size_t end = endOfSubtree(index);
-  listed.reserve(end - index);
+  lines.reserve(end - index);
   for (std::size_t i = index; i < end; ++i) {
-    listed.push_back(this->listed(i));
-    listed.back().depth = entries()[i].depth - entries()[index].depth;
+    lines.push_back(listed(i));
+    lines.back().depth = entries()[i].depth - entries()[index].depth;
   }
-  return listed;
+  return lines;
 }
 
 std::vector<ListedObject> Objects::allPlaces() const {

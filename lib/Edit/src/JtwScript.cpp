@@ -13,7 +13,6 @@
 #include "JtwRoot.h"
 #include "JtwSelection.h"
 #include "JtwTransaction.h"
-#include "JtwTree.h"
 #include "JtwValueText.h"
 
 namespace jtw {
@@ -22,7 +21,12 @@ namespace {
 /// The arguments of a step. What is not taken is a setting.
 class StepArguments {
  public:
-  explicit StepArguments(const ScriptStep& step) : settings_(step.arguments) {}
+  using Labels = std::unordered_map<std::string, long>;
+
+  /// @param labels of new objects, with their keys: addresses may name them
+  StepArguments(const ScriptStep& step, const Labels& labels) : settings_(step.arguments) {
+    for (Setting& setting : settings_) resolve(setting, labels);
+  }
 
   const std::string* take(const char* name) {
     const auto found = std::ranges::find(settings_, name, &Setting::name);
@@ -39,12 +43,24 @@ class StepArguments {
     const std::string* value = take(name);
     return value && parseTruth(name, *value);
   }
-  std::vector<Setting>& settings() noexcept { return settings_; }
+  const std::vector<Setting>& settings() const noexcept { return settings_; }
   void requireNoSettings() const {
     if (!settings_.empty()) failUsage("there is no argument '" + settings_.front().name + "'");
   }
 
  private:
+  /// Puts the key of an object in the place of its label.
+  static void resolve(Setting& setting, const Labels& labels) {
+    const bool isAddress =
+        setting.name == "key" || setting.name == "parent" || setting.name == "attachment";
+    std::string& value = setting.value;
+    if (!isAddress || !value.starts_with('@')) return;
+    const std::size_t end = std::min(value.find(':'), value.size());
+    const auto found = labels.find(value.substr(1, end - 1));
+    if (found == labels.end()) failUsage("no object has the label " + value.substr(0, end));
+    value.replace(0, end, std::to_string(found->second));
+  }
+
   std::vector<Setting> settings_;
   std::deque<Setting> taken_;
 };
@@ -78,8 +94,7 @@ class ScriptRun {
 
  private:
   void make(const ScriptStep& step) {
-    StepArguments arguments(step);
-    for (Setting& setting : arguments.settings()) setting.value = resolved(setting);
+    StepArguments arguments(step, labels_);
     if (step.verb == "set")
       set(arguments);
     else if (step.verb == "add")
@@ -90,18 +105,6 @@ class ScriptRun {
       clone(arguments);
     else
       failUsage("there is no such verb" + suggestion(step.verb, scriptVerbs()));
-  }
-
-  /// The value of an argument, with the key of an object in the place of its label.
-  std::string resolved(const Setting& setting) const {
-    const bool isAddress =
-        setting.name == "key" || setting.name == "parent" || setting.name == "attachment";
-    if (!isAddress || !setting.value.starts_with('@')) return setting.value;
-    const std::size_t end = std::min(setting.value.find(':'), setting.value.size());
-    const auto found = labels_.find(setting.value.substr(1, end - 1));
-    if (found == labels_.end())
-      failUsage("no object has the label " + setting.value.substr(0, end));
-    return std::to_string(found->second) + setting.value.substr(end);
   }
 
   std::vector<JtwNode*> chosen(StepArguments& arguments) {
@@ -168,8 +171,7 @@ class ScriptRun {
   }
 
   void collectRemoval(const ScriptStep& step) {
-    StepArguments arguments(step);
-    for (Setting& setting : arguments.settings()) setting.value = resolved(setting);
+    StepArguments arguments(step, labels_);
     const std::vector<JtwNode*> nodes = chosen(arguments);
     arguments.requireNoSettings();
     removals_.insert(removals_.end(), nodes.begin(), nodes.end());
@@ -188,7 +190,7 @@ class ScriptRun {
   Objects& objects_;
   const ScriptProgress& progress_;
   ScriptResult result_;
-  std::unordered_map<std::string, long> labels_;
+  StepArguments::Labels labels_;
   std::vector<JtwNode*> removals_;
   std::size_t step_ = 0;
   const std::string* verb_ = nullptr;
@@ -205,12 +207,12 @@ class ScriptTransaction {
   ~ScriptTransaction() {
     if (!transaction_.isOpen()) return;
     transaction_.rollBack();
-    reload();
+    objects_.forgetChanges();
   }
 
   void commit() {
     if (transaction_.commit()) return;
-    reload();
+    objects_.forgetChanges();
     fail();
   }
 
@@ -218,11 +220,6 @@ class ScriptTransaction {
   [[noreturn]] void fail() const {
     failRefused(objects_.document(), "not_supported", jt::lastError());
   }
-  void reload() {
-    objects_.forgetChanges();
-    loadWrappers(objects_.root());
-  }
-
   Objects& objects_;
   JtwTransaction transaction_;
 };
