@@ -14,4 +14,8 @@ JTW_API const char* nearestName(std::string_view text, std::span<const char* con
 /// "; did you mean 'NAME'?" with the nearest name, or the empty text: the end of a message.
 JTW_API std::string suggestion(std::string_view text, std::span<const char* const> names);
 
+/// The same, and where no name is near all of them behind `all`, such as "the fields are".
+JTW_API std::string suggestion(std::string_view text, std::span<const char* const> names,
+                               const char* all);
+
 }  // namespace jtw

@@ -212,6 +212,8 @@ JTW_API std::string nameOf(JtwNode& node);
 JTW_API const char* unitOf(JtwNode& node);
 /// Its place relative to the object that it is listed under, in millimetres.
 JTW_API RTTran3D listedLocation(JtwNode& node, JtwNode* parent);
+/// A key as a number; nothing for the null key.
+JTW_API std::optional<long> keyNumber(const ApiProtoKey& key);
 /// The key of what an object is attached to; null for nothing.
 JTW_API ApiProtoKey attachmentOf(JtwNode& node);
 

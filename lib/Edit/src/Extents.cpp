@@ -17,12 +17,9 @@ jt::Box placed(const jt::Box& box, JtwNode& node) {
   const RTTran3D place = node.absLoc();
   const auto unit = static_cast<double>(node.measurementUnitRatio());
   jt::Box result;
-  for (unsigned corner = 0; corner < 8; ++corner) {
-    const auto at = [&](unsigned axis) {
-      return unit * static_cast<double>((corner >> axis) & 1U ? box.max[axis] : box.min[axis]);
-    };
-    result = jt::unite(result, pointBox(place.transformPoint(RTVec3D(at(0), at(1), at(2)))));
-  }
+  for (const auto& [x, y, z] : jt::corners(box))
+    result =
+        jt::unite(result, pointBox(place.transformPoint(RTVec3D(unit * x, unit * y, unit * z))));
   return result;
 }
 

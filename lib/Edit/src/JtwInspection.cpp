@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <type_traits>
 #include <unordered_map>
 #include <variant>
 
 #include "JtAssembly.h"
 #include "JtPartSummary.h"
+#include "JtSaturating.h"
 #include "JtwEditError.h"
 #include "JtwNearestName.h"
 #include "JtwPMI.h"
@@ -45,16 +45,6 @@ std::string textureText(const JtTextureImage* texture) {
       return std::to_string(image.width) + "x" + std::to_string(image.height);
     }
   return "empty";
-}
-
-std::uint64_t addLimited(std::uint64_t a, std::uint64_t b) {
-  constexpr auto kMost = std::numeric_limits<std::uint64_t>::max();
-  return a > kMost - b ? kMost : a + b;
-}
-
-std::uint64_t multiplyLimited(std::uint64_t a, std::uint64_t b) {
-  constexpr auto kMost = std::numeric_limits<std::uint64_t>::max();
-  return b != 0 && a > kMost / b ? kMost : a * b;
 }
 
 // --- Columns to sort by
@@ -163,11 +153,7 @@ PartOrder::PartOrder(std::string_view text) {
   for (std::size_t i = 0; i < kColumns.size(); ++i) names[i] = kColumns[i].name;
   const auto found = std::ranges::find_if(names, [&](const char* known) { return name == known; });
   if (found == names.end()) {
-    std::string all;
-    for (const char* known : names) all += (all.empty() ? "" : ", ") + std::string(known);
-    const std::string nearest = suggestion(name, names);
-    failUsage("there is no column '" + name + "'" +
-              (nearest.empty() ? "; the columns are " + all : nearest));
+    failUsage("there is no column '" + name + "'" + suggestion(name, names, "the columns are"));
   }
   column_ = static_cast<std::size_t>(found - names.begin());
 }
@@ -197,12 +183,12 @@ InspectionTotals totalsOf(const std::vector<InspectedPart>& parts) {
   for (const InspectedPart& part : parts) {
     if (!part.triangles) ++totals.uncounted;
     const std::uint64_t triangles = part.triangles.value_or(0);
-    totals.triangles = addLimited(totals.triangles, triangles);
-    totals.vertices = addLimited(totals.vertices, part.vertices.value_or(0));
+    totals.triangles = jt::saturatingSum(totals.triangles, triangles);
+    totals.vertices = jt::saturatingSum(totals.vertices, part.vertices.value_or(0));
     totals.shownTriangles =
-        addLimited(totals.shownTriangles, multiplyLimited(triangles, part.instances));
-    totals.bytes = addLimited(totals.bytes, part.bytes);
-    totals.instances = addLimited(totals.instances, part.instances);
+        jt::saturatingSum(totals.shownTriangles, jt::saturatingProduct(triangles, part.instances));
+    totals.bytes = jt::saturatingSum(totals.bytes, part.bytes);
+    totals.instances = jt::saturatingSum(totals.instances, part.instances);
     totals.annotations += part.annotations;
   }
   return totals;

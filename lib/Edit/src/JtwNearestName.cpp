@@ -42,4 +42,12 @@ std::string suggestion(std::string_view text, std::span<const char* const> names
   return nearest ? "; did you mean '" + std::string(nearest) + "'?" : std::string();
 }
 
+std::string suggestion(std::string_view text, std::span<const char* const> names, const char* all) {
+  std::string message = suggestion(text, names);
+  if (!message.empty()) return message;
+  message = std::string("; ") + all;
+  for (const char* name : names) message.append(name == names.front() ? " " : ", ").append(name);
+  return message;
+}
+
 }  // namespace jtw

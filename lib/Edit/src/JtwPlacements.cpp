@@ -8,15 +8,14 @@
 namespace jtw {
 namespace {
 
-RTTran3D invertiblePlace(const Objects& objects, std::size_t index, RTTran3D& inverse) {
-  const RTTran3D place = objects.node(index).absLoc();
-  const auto inverted = place.tryInverse();
-  if (!inverted)
+/// Throws EditError "singular" when there is none.
+RTTran3D inversePlace(const Objects& objects, std::size_t index) {
+  const auto inverse = objects.node(index).absLoc().tryInverse();
+  if (!inverse)
     failRefused(objects.document(), "singular",
                 "object " + objectText(objects.node(index)) +
                     " is placed by a matrix that has no inverse: nothing can be seen from it");
-  inverse = *inverted;
-  return place;
+  return *inverse;
 }
 
 bool isRigid(const RTTran3D& placement) {
@@ -33,10 +32,9 @@ bool isRigid(const RTTran3D& placement) {
 }  // namespace
 
 RTTran3D placementFrom(const Objects& objects, std::size_t from, std::size_t to) {
-  RTTran3D fromInverse;
-  RTTran3D toInverse;
-  invertiblePlace(objects, from, fromInverse);
-  return fromInverse * invertiblePlace(objects, to, toInverse);
+  const RTTran3D toFrom = inversePlace(objects, from);
+  inversePlace(objects, to);  // refused as well
+  return toFrom * objects.node(to).absLoc();
 }
 
 std::optional<RTVec3D> rotationOf(const RTTran3D& placement) {

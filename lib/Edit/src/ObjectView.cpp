@@ -70,6 +70,10 @@ RTTran3D listedLocation(JtwNode& node, JtwNode* parent) {
   return !parent || parent == node.parentNode() ? node.relLoc() : placement(node, *parent);
 }
 
+std::optional<long> keyNumber(const ApiProtoKey& key) {
+  return key.isNull() ? std::nullopt : std::optional<long>(key.getAsLong());
+}
+
 ApiProtoKey attachmentOf(JtwNode& node) {
   ApiProtoKey parent;
   AttachmentType type = ATTACHMENT_DEFAULT;

@@ -128,10 +128,7 @@ Evaluate numberTest(const FieldTest& test, Number number) {
 }
 
 Evaluate keyTest(const FieldTest& test) {
-  return numberTest(test, [](JtwNode& node) {
-    const ApiProtoKey key = node.key();
-    return key.isNull() ? std::optional<long>() : key.getAsLong();
-  });
+  return numberTest(test, [](JtwNode& node) { return keyNumber(node.key()); });
 }
 
 Evaluate layerTest(const FieldTest& test) {
@@ -249,11 +246,7 @@ const Field& findField(const std::string& name) {
     if (name == field.name) return field;
     names.push_back(field.name);
   }
-  std::string all;
-  for (const char* known : names) all += (all.empty() ? "" : ", ") + std::string(known);
-  const std::string nearest = suggestion(name, names);
-  failUsage("there is no field '" + name + "'" +
-            (nearest.empty() ? "; the fields are " + all : nearest));
+  failUsage("there is no field '" + name + "'" + suggestion(name, names, "the fields are"));
 }
 
 }  // namespace

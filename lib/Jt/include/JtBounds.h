@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 
 #include "JtExport.h"
@@ -7,6 +8,9 @@
 #include "JtShape.h"
 
 namespace jt {
+
+/// The corners of a box: bit 0 of the index chooses the greater x, bit 1 y, bit 2 z.
+JT_API std::array<std::array<double, 3>, 8> corners(const Box& box);
 
 /// The box around two boxes; one that is not valid adds nothing.
 JT_API Box unite(const Box& a, const Box& b);

@@ -153,8 +153,7 @@ void writeFrameRecords(JsonWriter& json, const std::vector<JtFrame>& frames) {
   json.beginArray();
   for (const JtFrame& frame : frames) {
     json.beginObject();
-    json.member("key", frame.key.isNull() ? std::optional<long>()
-                                          : std::optional<long>(frame.key.getAsLong()));
+    json.member("key", keyNumber(frame.key));
     json.textOrNull("name", ApiSysStringConvertors::UnicodeToRWCString(frame.name));
     json.member("displayed", frame.colorSet);
     json.numbers("relLoc", frame.location.values());

@@ -74,8 +74,7 @@ void writeLocation(JsonWriter& json, const char* name, const RTTran3D& location,
 void writeNodeMembers(JsonWriter& json, const ListedObject& object) {
   JtwNode& node = *object.node;
   json.member("kind", kindName(node));
-  const ApiProtoKey key = node.key();
-  json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
+  json.member("key", keyNumber(node.key()));
   const std::int32_t id = nodeIdOf(node);
   json.member("nodeId", id == 0 ? std::optional<std::int32_t>() : std::optional<std::int32_t>(id));
   json.textOrNull("address", object.address);

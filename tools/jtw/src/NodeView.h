@@ -15,6 +15,7 @@ class JsonWriter;
 
 // What is shown of an object of a component.
 
+using jtw::keyNumber;
 using jtw::kindName;
 using jtw::listedLocation;
 using jtw::ListedObject;

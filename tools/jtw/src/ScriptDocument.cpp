@@ -113,7 +113,7 @@ std::vector<jtw::ScriptStep> readSteps(const Json& root) {
 
 }  // namespace
 
-std::vector<jtw::ScriptStep> readScript(const std::string& text, const std::string& file) {
+std::vector<jtw::ScriptStep> readScript(std::string_view text, const std::string& file) {
   try {
     return readSteps(parseDocument(text, "the script", file));
   } catch (const DocumentError& error) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "JtwScript.h"
@@ -11,6 +12,6 @@ namespace tool {
 /// command line, numbers, true and false, lists of numbers, lists of lines and colors {r, g, b, a}.
 /// Throws Failure: exit code 3 for what is no JSON, 5 for a script that is wrong; the message names
 /// the step and the member. @param file for messages
-std::vector<jtw::ScriptStep> readScript(const std::string& text, const std::string& file);
+std::vector<jtw::ScriptStep> readScript(std::string_view text, const std::string& file);
 
 }  // namespace tool

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <unordered_map>
 
+#include "Jt.h"
 #include "JtAssembly.h"
 #include "JtInspect.h"
 #include "JtLosses.h"
@@ -9,10 +10,7 @@
 namespace jt {
 namespace {
 
-std::string nameOf(const JtNode& node) {
-  const auto* name = as<JtStringPropAtom>(node.property(JtString("JT_PROP_NAME")));
-  return name ? name->value().stringToMbs() : std::string();
-}
+std::string nameOf(const JtNode& node) { return Jt::name(&node).stringToMbs(); }
 
 /// Names by first parents. What represents or holds a file has no step of its own.
 std::string pathOf(const JtNode& node) {

@@ -35,10 +35,7 @@ void include(Box& box, const Box& other) {
 Box transformed(const Box& box, const jt::Matrix4& m) {
   if (!box.isValid()) return box;
   Box result;
-  for (unsigned corner = 0; corner < 8; ++corner) {
-    std::array<double, 3> p{};
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      p[axis] = static_cast<double>((corner >> axis) & 1U ? box.max[axis] : box.min[axis]);
+  for (const std::array<double, 3>& p : jt::corners(box)) {
     std::array<double, 3> q{};
     for (std::size_t axis = 0; axis < 3; ++axis)
       q[axis] = p[0] * m[axis] + p[1] * m[4 + axis] + p[2] * m[8 + axis] + m[12 + axis];
@@ -57,6 +54,15 @@ Box ownBox(const JtNode& node) {
 }
 
 }  // namespace
+
+std::array<std::array<double, 3>, 8> jt::corners(const Box& box) {
+  std::array<std::array<double, 3>, 8> points{};
+  for (unsigned corner = 0; corner < points.size(); ++corner)
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      points[corner][axis] =
+          static_cast<double>((corner >> axis) & 1U ? box.max[axis] : box.min[axis]);
+  return points;
+}
 
 jt::Box jt::unite(const Box& a, const Box& b) {
   if (!a.isValid()) return b;

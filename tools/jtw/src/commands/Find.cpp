@@ -33,9 +33,8 @@ ExitCode runFind(Session& session) {
   json.key("matches");
   json.beginArray();
   for (const std::size_t i : found) {
-    const ApiProtoKey key = objects.node(i).key();
     json.beginObject(JsonWriter::Layout::line);
-    json.member("key", key.isNull() ? std::optional<long>() : std::optional(key.getAsLong()));
+    json.member("key", keyNumber(objects.node(i).key()));
     json.textOrNull("address", objects.address(i));
     json.member("path", objects.path(i));
     json.member("kind", kindName(objects.node(i)));

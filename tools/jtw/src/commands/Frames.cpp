@@ -51,7 +51,7 @@ FrameList listOf(const Component& component, std::size_t index) {
 
 void writeList(JsonWriter& json, const FrameList& list) {
   const ApiProtoKey key = list.collection->key();
-  json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
+  json.member("key", keyNumber(key));
   json.textOrNull("address", list.address);
   json.textOrNull("form", list.form == FrameForm::none ? "" : formName(list.form));
   writeFrameRecords(json, list.frames);

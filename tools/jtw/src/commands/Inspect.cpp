@@ -19,13 +19,9 @@ namespace {
 
 using jtw::InspectedPart;
 
-std::string countText(const std::optional<std::uint64_t>& count) {
+template <class Number>
+std::string countText(const std::optional<Number>& count) {
   return count ? std::to_string(*count) : std::string();
-}
-
-std::string keyText(const jtw::Objects& objects, const InspectedPart& part) {
-  const ApiProtoKey key = objects.node(part.index).key();
-  return key.isNull() ? std::string() : std::to_string(key.getAsLong());
 }
 
 // --- JSON
@@ -43,10 +39,9 @@ void writeBounds(JsonWriter& json, const std::optional<jt::Box>& bounds) {
 }
 
 void writePart(JsonWriter& json, const jtw::Objects& objects, const InspectedPart& part) {
-  const ApiProtoKey key = objects.node(part.index).key();
   json.beginObject(JsonWriter::Layout::line);
   json.member("path", part.path);
-  json.member("key", key.isNull() ? std::optional<long>() : std::optional<long>(key.getAsLong()));
+  json.member("key", keyNumber(objects.node(part.index).key()));
   json.textOrNull("address", objects.address(part.index));
   json.member("triangles", part.triangles);
   json.member("vertices", part.vertices);
@@ -110,7 +105,8 @@ void writeCsv(Output& out, const jtw::Objects& objects, const std::vector<Inspec
       "path,key,triangles,vertices,lods,bytes,minX,minY,minZ,maxX,maxY,maxZ,material,texture,unit,"
       "instances,exact,annotations");
   for (const InspectedPart& part : parts) {
-    std::string line = csvField(part.path) + "," + keyText(objects, part) + "," +
+    std::string line = csvField(part.path) + "," +
+                       countText(keyNumber(objects.node(part.index).key())) + "," +
                        countText(part.triangles) + "," + countText(part.vertices) + "," +
                        std::to_string(part.lods) + "," + std::to_string(part.bytes);
     for (const auto corner : {&jt::Box::min, &jt::Box::max})

@@ -83,9 +83,7 @@ Listing list(const Component& component, std::size_t first, std::size_t end, boo
   return listing;
 }
 
-std::optional<long> keyOrNull(const ApiProtoKey& key) {
-  return key.isNull() ? std::nullopt : std::optional<long>(key.getAsLong());
-}
+std::optional<long> keyOrNull(const ApiProtoKey& key) { return keyNumber(key); }
 
 std::optional<int> idOrNull(const JtwPMI& pmi) {
   return pmi.id() < 0 ? std::nullopt : std::optional<int>(pmi.id());

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 #include "Assembly.h"
@@ -95,19 +95,16 @@ class TreeFilter {
  public:
   explicit TreeFilter(const Arguments& arguments) : depth_(arguments.positiveNumber("depth")) {
     if (const std::string* under = arguments.value("under")) under_.emplace(*under);
-    std::string expression;
-    if (const std::string* given = arguments.value("select")) expression = "(" + *given + ")";
+    if (const std::string* expression = arguments.value("select"))
+      selections_.emplace_back(*expression);
     if (const std::string* kind = arguments.value("kind"))
-      expression += (expression.empty() ? "kind=" : " and kind=") + *kind;
-    // Parsed by itself first, so that an error counts from its own start.
-    if (const std::string* given = arguments.value("select")) jtw::Selection check(*given);
-    if (!expression.empty()) selection_.emplace(expression);
+      selections_.emplace_back("kind=" + *kind);
   }
 
   std::vector<ListedObject> apply(const jtw::Objects& objects,
                                   std::vector<ListedObject> places) const {
     if (under_) places = below(places, objects.node(objects.find(*under_)));
-    if (selection_) places = selected(places, objects);
+    if (!selections_.empty()) places = selected(places, objects);
     if (depth_)
       std::erase_if(places, [this, top = places.front().depth](const ListedObject& place) {
         return static_cast<std::uint64_t>(place.depth - top) > *depth_;
@@ -126,16 +123,18 @@ class TreeFilter {
     return {first, end};
   }
 
-  /// The places of selected objects, and what they are listed under.
+  /// The places of objects that all expressions hold for, and what they are listed under.
   std::vector<ListedObject> selected(const std::vector<ListedObject>& places,
                                      const jtw::Objects& objects) const {
-    std::unordered_set<const JtwNode*> wanted;
-    for (const std::size_t index : selection_->of(objects)) wanted.insert(&objects.node(index));
+    std::unordered_map<const JtwNode*, std::size_t> held;  // by how many expressions
+    for (const jtw::Selection& selection : selections_)
+      for (const std::size_t index : selection.of(objects)) ++held[&objects.node(index)];
     std::vector<ListedObject> kept;
     int below = places.front().depth;  // what is above that depth holds something that is kept
     for (auto place = places.rbegin(); place != places.rend(); ++place) {
-      if (!wanted.contains(place->node) && place->depth >= below && &*place != &places.front())
-        continue;
+      const auto found = held.find(place->node);
+      const bool isWanted = found != held.end() && found->second == selections_.size();
+      if (!isWanted && place->depth >= below && &*place != &places.front()) continue;
       below = place->depth;
       kept.push_back(*place);
     }
@@ -145,7 +144,7 @@ class TreeFilter {
 
   std::optional<std::uint64_t> depth_;
   std::optional<jtw::ObjectAddress> under_;
-  std::optional<jtw::Selection> selection_;
+  std::vector<jtw::Selection> selections_;
 };
 
 }  // namespace

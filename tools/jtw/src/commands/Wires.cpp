@@ -114,8 +114,7 @@ void writeParts(Session& session, const Component& component, const std::vector<
   for (const PartWires& part : parts) {
     JtwNode& node = component.objects().node(part.entry);
     json.beginObject();
-    json.member("key",
-                node.key().isNull() ? std::nullopt : std::optional<long>(node.key().getAsLong()));
+    json.member("key", keyNumber(node.key()));
     json.textOrNull("address", component.objects().address(part.entry));
     json.textOrNull("name", nameOf(node));
     json.textOrNull("error", part.error);
