@@ -134,10 +134,9 @@ class Explainer {
   /// Reports one element; returns the offset behind it, or its own offset when it cannot be one.
   std::size_t element(std::size_t at, std::size_t number, bool hasId, bool& isMarker) {
     const auto rest = content_.subspan(at);
-    const auto extent = findElement(content_, at, container_.format());
-    if (!extent) return at;
-    const auto [size, typeId, marks] = *extent;
-    isMarker = marks;
+    const auto [size, isEndMarker] = findElement(content_, at, container_.format());
+    if (size == 0) return at;
+    isMarker = isEndMarker;
     const std::size_t frameSize = hasId ? kFrameSize : kFrameSizeWithoutId;
     const std::string position = "elements[" + std::to_string(number) + "]";
     if (isMarker || size < frameSize) {
@@ -150,6 +149,7 @@ class Explainer {
       listener_.bytes(reader.offset(), reader.rest(), "rest");
       return at + size;
     }
+    const JtGuid typeId = loadGuid(rest.data() + kLengthSize, container_.format().bigEndian);
     const ElementKind* kind = findElementKind(typeId);
     const ShapeKind* shape = findShapeKind(typeId);
     const bool isMetaData = typeId == JtMetaData::classTypeID()->guid();

@@ -10,7 +10,7 @@ void failElementLength(std::span<const std::byte> content, std::size_t at, const
                        std::size_t frameSize) {
   const std::size_t left = content.size() - at;
   const std::string expected =
-      findElement(content, at, format)
+      findElement(content, at, format).size
           ? "an element takes at least " + std::to_string(frameSize - kLengthSize) +
                 " bytes, found "
           : "expected an element of 16 to " +

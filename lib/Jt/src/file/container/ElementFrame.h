@@ -2,10 +2,10 @@
 
 // Elements of a segment: where they lie, and the frame that each begins with.
 
-#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <cstring>
 #include <span>
 
 #include "JtGuid.h"
@@ -36,8 +36,7 @@ void fields(Ar& ar, ElementFrame& frame, bool hasObjectId) {
 
 /// An element of a segment's content, or the marker that ends a list of elements.
 struct ElementExtent {
-  std::size_t size = 0;  ///< frame and body
-  JtGuid typeId;
+  std::size_t size = 0;  ///< frame and body; 0: the length that is stated cannot be
   bool isEndMarker = false;
 };
 
@@ -49,19 +48,21 @@ inline std::int32_t elementLength(std::span<const std::byte> content, std::size_
              : -1;
 }
 
-/// The element at an offset; empty when its length cannot be. The element may be shorter than a
-/// frame.
-inline std::optional<ElementExtent> findElement(std::span<const std::byte> content, std::size_t at,
-                                                const Format& format) noexcept {
+/// The element at an offset; its size is 0 when its length cannot be. The element may be shorter
+/// than a frame. Scans call this for every element of a file: few words, nothing copied.
+inline ElementExtent findElement(std::span<const std::byte> content, std::size_t at,
+                                 const Format& format) noexcept {
+  static constexpr auto kMarkerId = [] {
+    std::array<std::byte, kMarkerLength> id{};
+    id.fill(std::byte{0xff});
+    return id;
+  }();
   const std::int32_t length = elementLength(content, at, format);
   if (length < static_cast<std::int32_t>(kMarkerLength) ||
       static_cast<std::size_t>(length) > content.size() - at - kLengthSize)
     return {};
-  const JtGuid typeId = loadGuid(content.data() + at + kLengthSize, format.bigEndian);
-  return ElementExtent{
-      kLengthSize + static_cast<std::size_t>(length), typeId,
-      typeId.data1 == 0xffffffffU && typeId.data2 == 0xffffU && typeId.data3 == 0xffffU &&
-          std::ranges::all_of(typeId.data4, [](auto byte) { return byte == 0xff; })};
+  return {kLengthSize + static_cast<std::size_t>(length),
+          std::memcmp(content.data() + at + kLengthSize, kMarkerId.data(), kMarkerId.size()) == 0};
 }
 
 /// Throws JtFormatError: the element at an offset cannot be as long as it states.
@@ -72,10 +73,10 @@ inline std::optional<ElementExtent> findElement(std::span<const std::byte> conte
 /// @param frameSize the fewest bytes of an element that is no marker
 inline ElementExtent elementAt(std::span<const std::byte> content, std::size_t at,
                                const Format& format, std::size_t frameSize) {
-  const std::optional<ElementExtent> element = findElement(content, at, format);
-  if (!element || (!element->isEndMarker && element->size < frameSize))
+  const ElementExtent element = findElement(content, at, format);
+  if (element.size < (element.isEndMarker ? kLengthSize + kMarkerLength : frameSize))
     failElementLength(content, at, format, frameSize);
-  return *element;
+  return element;
 }
 
 }  // namespace jt::file
