@@ -145,21 +145,6 @@ TEST(Options, ComeBeforeOrAfterTheCommand) {
   EXPECT_NE(work.run("info tiny95.jt --color always").out.find('\x1b'), std::string::npos);
 }
 
-TEST(Help, ShowsEveryCommandWithAnExample) {
-  const Workspace work;
-  const Json help = work.json("help");
-  EXPECT_GE(help.at("commands").size(), 10U);
-  for (const Json& command : help.at("commands")) {
-    const std::string name = command.at("name");
-    const std::string text = work.run("help " + name).out;
-    EXPECT_NE(text.find("jtw " + name), std::string::npos);
-    EXPECT_NE(text.find("example: jtw "), std::string::npos);
-    EXPECT_EQ(work.run(name + " --help").out, text);
-  }
-  EXPECT_EQ(work.run("-h").out, work.run("help").out);
-  EXPECT_TRUE(matches(work.json("--version"), R"({"schema": "jtw.version/1"})"));
-}
-
 // A mistake has one exit code and one error code, whichever command meets it.
 TEST(Usage, AMistakeHasOneExitCodeInAllCommands) {
   const Workspace work;

@@ -30,6 +30,16 @@ endfunction()
 step(${CMAKE_COMMAND} --install ${JTW_BUILD_DIR} --prefix ${work}/installed)
 file(RENAME ${work}/installed ${prefix})
 
+if(EXISTS ${prefix}/bin/jtw)
+  foreach(file share/man/man1/jtw.1 share/man/man1/jtw-set.1 share/doc/Jtw/LICENSE share/doc/Jtw/docs/cli.md
+               share/bash-completion/completions/jtw share/zsh/site-functions/_jtw
+               share/fish/vendor_completions.d/jtw.fish)
+    if(NOT EXISTS ${prefix}/${file})
+      message(FATAL_ERROR "${file} is not installed")
+    endif()
+  endforeach()
+endif()
+
 step(${CMAKE_COMMAND} -S ${project} -B ${work}/build -G Ninja -DCMAKE_PREFIX_PATH=${prefix}
      -DCMAKE_CXX_COMPILER=${built_CMAKE_CXX_COMPILER} -DCMAKE_CXX_FLAGS=${built_CMAKE_CXX_FLAGS})
 step(${CMAKE_COMMAND} --build ${work}/build)

@@ -29,6 +29,10 @@ std::span<const Command> commands();
 /// Throws Failure "usage" for a name that is none.
 const Command& findCommand(std::string_view name);
 
+/// What every help has, lines of text: what arguments mean, and how the program ends.
+extern const char* const kArgumentsHelp;
+extern const char* const kExitCodesHelp;
+
 /// No limit for `maxArguments`.
 inline constexpr std::size_t kManyArguments = static_cast<std::size_t>(-1);
 
@@ -64,6 +68,7 @@ ExitCode runImport(Session& session);
 ExitCode runConvert(Session& session);
 ExitCode runUpdateMaterials(Session& session);
 ExitCode runHelp(Session& session);
+ExitCode runCompletion(Session& session);
 /// The help of the program, or of one command.
 void showHelp(Session& session, const Command* command);
 

@@ -201,6 +201,7 @@ constexpr Option kConvertOptions[] = {
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
+constexpr Option kHelpOptions[] = {{"man", 0, nullptr, "as a manual page, in roff"}};
 
 constexpr Command kCommands[] = {
     {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
@@ -399,18 +400,27 @@ constexpr Command kCommands[] = {
      "failure when all fail alike. --jobs sets how many run at a time; by default one for each "
      "core.",
      1, kManyArguments, kSetOptions, runUpdateMaterials},
-    {"help",
-     "[COMMAND]",
-     "explains the program or a command",
-     "jtw help set",
-     "",
-     0,
+    {"help", "[COMMAND] [--man]", "explains the program or a command", "jtw help set",
+     "With --man as a manual page: jtw help set --man | man -l -", 0, 1, kHelpOptions, runHelp},
+    {"completion",
+     "bash|zsh|fish",
+     "prints a script with which a shell completes command lines",
+     "jtw completion bash > ~/.local/share/bash-completion/completions/jtw",
+     "An installation has the scripts where the shells look for them.",
+     1,
      1,
      {},
-     runHelp},
+     runCompletion},
 };
 
 }  // namespace
+
+const char* const kArgumentsHelp =
+    "FILE is a JT file; DOC a component folder (gear.kpak), a .co or .cor document, a .jt file,\n"
+    "or stream:FILE; '-' is standard input or output.";
+const char* const kExitCodesHelp =
+    "  0 done, 1 the answer is no, 2 wrong usage, 3 an input cannot be read,\n"
+    "  4 an output cannot be written, 5 the model refuses";
 
 std::span<const Command> commands() { return kCommands; }
 

@@ -1,4 +1,6 @@
 #include "Command.h"
+#include "Completion.h"
+#include "ManPage.h"
 #include "Session.h"
 
 namespace tool {
@@ -18,14 +20,9 @@ void showProgram(Session& session) {
   out.line("usage: jtw COMMAND ARGUMENTS [OPTIONS]\n");
   for (const Command& command : commands())
     if (command.run) out.line("  " + padRight(command.name, 17) + command.summary);
-  out.line(
-      "\nFILE is a JT file; DOC a component folder (gear.kpak), a .co or .cor document, a .jt "
-      "file,\n"
-      "or stream:FILE; '-' is standard input or output.\n");
+  out.line(std::string("\n") + kArgumentsHelp + "\n");
   listOptions(out, globalOptions());
-  out.line(
-      "\nexit codes: 0 done, 1 the answer is no, 2 wrong usage, 3 an input cannot be read,\n"
-      "            4 an output cannot be written, 5 the model refuses");
+  out.line(std::string("\nexit codes:\n") + kExitCodesHelp);
   out.line("\n'jtw help COMMAND' explains one command.");
 }
 
@@ -41,22 +38,27 @@ void showCommand(Session& session, const Command& command) {
   out.line(std::string("\nexample: ") + command.example);
 }
 
+void writeOptions(JsonWriter& json, std::span<const Option> options) {
+  json.key("options");
+  json.beginArray();
+  for (const Option& option : options) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("name", option.name);
+    json.textOrNull("letter", option.letter ? std::string_view(&option.letter, 1) : "");
+    json.textOrNull("value", option.value ? option.value : "");
+    json.member("help", option.help);
+    json.end();
+  }
+  json.end();
+}
+
 void writeCommand(JsonWriter& json, const Command& command) {
   json.beginObject();
   json.member("name", command.name);
   json.member("usage", command.usage);
   json.member("summary", command.summary);
   json.member("example", command.example);
-  json.key("options");
-  json.beginArray();
-  for (const Option& option : command.options) {
-    json.beginObject(JsonWriter::Layout::line);
-    json.member("name", option.name);
-    json.textOrNull("value", option.value ? option.value : "");
-    json.member("help", option.help);
-    json.end();
-  }
-  json.end();
+  writeOptions(json, command.options);
   json.end();
 }
 
@@ -80,12 +82,25 @@ void showHelp(Session& session, const Command* command) {
   for (const Command& row : commands())
     if (row.run && (!command || command == &row)) writeCommand(json, row);
   json.end();
+  writeOptions(json, globalOptions());
   json.end();
 }
 
 ExitCode runHelp(Session& session) {
   const auto& names = session.arguments().positional();
-  showHelp(session, names.empty() ? nullptr : &findCommand(names[0]));
+  const Command* command = names.empty() ? nullptr : &findCommand(names[0]);
+  if (!session.arguments().has("man"))
+    showHelp(session, command);
+  else if (session.wantsJson())
+    failUsage("a manual page has no form in JSON; leave out --json or --man");
+  else
+    session.out().write(manPage(command));
+  return ExitCode::done;
+}
+
+ExitCode runCompletion(Session& session) {
+  if (session.wantsJson()) failUsage("a script has no form in JSON; leave out --json");
+  session.out().write(completionScript(session.argument(0)));
   return ExitCode::done;
 }
 
