@@ -36,6 +36,8 @@ TEST(MeshCommands, ImportMakesAComponentThatConvertsBack) {
                        (std::string(name) == "again.jt" ? "out.glb" : name) + " again.kpak",
                    0);
   }
+  workspace.json("convert block.kpak up.obj --up Y");
+  EXPECT_NE(workspace.read("up.obj").find("v 254 762 -508\n"), std::string::npos);
   EXPECT_TRUE(cli::matches(workspace.json("convert again.jt old.jt --version 9.5 --lod 0"),
                            R"({"saved": {"version": "9.5"}})"));
 }
@@ -119,6 +121,8 @@ TEST(MeshCommands, WhatCannotBeDoneHasItsExitCodeAndLeavesNothing) {
       {"import block.obj taken.jt", 4, "exists"},
       {"import block.obj no/such/folder.jt", 4, "unwritable"},
       {"import block.obj a.kpak --unit furlong", 2, "usage"},
+      {"import block.obj a.kpak --up -Z", 2, "usage"},
+      {"convert tiny95.jt a.glb --up Z", 2, "usage"},
       {"import block.obj a.kpak --bits 99,8", 2, "usage"},
       {"import block.obj a.kpak --bits 12,8 --lossless", 2, "usage"},
       {"import block.obj a.kpak --lods 0", 2, "usage"},

@@ -234,7 +234,8 @@ TEST_F(MeshTest, ImportKeepsNumbersToTheBit) {
   for (const int mode : {4, 1}) {
     const mesh::Scene scene = mesh::loadScene(gltfFile(folder_, mode, vertices));
     EXPECT_EQ(scene.notes, std::vector<std::string>());
-    std::vector<jt::Vec3f> expected(std::begin(given), std::end(given));
+    std::vector<jt::Vec3f> expected;
+    for (const auto& [x, y, z] : given) expected.push_back({x, -z, y});  // +z is up in JT
     std::ranges::sort(expected);
     for (const char* version : {"8.2", "9.5", "10.0"}) {
       const mesh::Scene back =
@@ -251,6 +252,103 @@ TEST_F(MeshTest, ImportKeepsNumbersToTheBit) {
     EXPECT_EQ(mesh::loadScene(gltfFile(folder_, mode, vertices)).meshes[0]->recordCount(), 6U);
     vertices[4][3] = given[4][0];
   }
+}
+
+std::string collada(const std::string& up) {
+  return R"(<?xml version="1.0"?><COLLADA xmlns="http://www.collada.org/2005/11/COLLADASchema"
+    version="1.4.1"><asset><unit meter="1"/><up_axis>)" +
+         up + R"(</up_axis></asset><library_geometries><geometry id="g"><mesh><source id="p">
+    <float_array id="a" count="9">0 0 0 1 2 3 5 0 0</float_array><technique_common>
+    <accessor source="#a" count="3" stride="3"><param name="X" type="float"/>
+    <param name="Y" type="float"/><param name="Z" type="float"/></accessor></technique_common>
+    </source><vertices id="v"><input semantic="POSITION" source="#p"/></vertices>
+    <triangles count="1"><input semantic="VERTEX" source="#v" offset="0"/><p>0 1 2</p></triangles>
+    </mesh></geometry></library_geometries><library_visual_scenes><visual_scene id="s"><node id="n">
+    <instance_geometry url="#g"/></node></visual_scene></library_visual_scenes>
+    <scene><instance_visual_scene url="#s"/></scene></COLLADA>)";
+}
+
+/// @param axes numbers of the axes that point up and to the right, each with its sign
+std::string fbx(const std::array<int, 4>& axes) {
+  std::string settings;
+  const char* const names[] = {"UpAxis", "UpAxisSign", "CoordAxis", "CoordAxisSign"};
+  for (std::size_t i = 0; i < axes.size(); ++i)
+    settings += "P: \"" + std::string(names[i]) + R"(", "int", "Integer", "",)" +
+                std::to_string(axes[i]) + "\n";
+  return "; FBX 7.3.0 project file\nFBXHeaderExtension: {\nFBXVersion: 7300\n}\nGlobalSettings: {\n"
+         "Version: 1000\nProperties70: {\n" +
+         settings + R"(}
+}
+Objects: {
+Geometry: 10, "Geometry::g", "Mesh" {
+Vertices: *9 {
+a: 0,0,0,1,2,3,5,0,0
+}
+PolygonVertexIndex: *3 {
+a: 0,1,-3
+}
+}
+Model: 20, "Model::n", "Mesh" {
+Version: 232
+}
+}
+Connections: {
+C: "OO",20,0
+C: "OO",10,20
+}
+)";
+}
+
+TEST_F(MeshTest, ZIsUpWhateverAxisTheFileHas) {
+  const std::string obj = "v 0 0 0\nv 1 2 3\nv 5 0 0\nf 1 2 3\n";
+  const std::vector<std::array<float, 8>> corners{{0, 0, 0}, {1, 2, 3}, {5, 0, 0}};
+  const struct {
+    std::string path;
+    std::optional<mesh::UpAxis> up;
+    std::array<double, 3> min, max;
+  } rows[] = {
+      {folder_.file("a.obj", obj), {}, {0, 0, 0}, {5, 2, 3}},
+      {folder_.file("a.obj", obj), mesh::UpAxis::y, {0, -3, 0}, {5, 0, 2}},
+      {folder_.file("a.obj", obj), mesh::UpAxis::x, {-2, -3, 0}, {0, 0, 5}},
+      {folder_.file("x.dae", collada("X_UP")), {}, {-2, -3, 0}, {0, 0, 5}},
+      {folder_.file("y.dae", collada("Y_UP")), {}, {0, -3, 0}, {5, 0, 2}},
+      {folder_.file("z.dae", collada("Z_UP")), {}, {0, 0, 0}, {5, 2, 3}},
+      {folder_.file("z.dae", collada("Z_UP")), mesh::UpAxis::y, {0, -3, 0}, {5, 0, 2}},
+      {folder_.file("y.fbx", fbx({1, 1, 0, 1})), {}, {0, -3, 0}, {5, 0, 2}},
+      {folder_.file("z.fbx", fbx({2, 1, 0, 1})), {}, {0, 0, 0}, {5, 2, 3}},
+      {folder_.file("x.fbx", fbx({0, 1, 1, -1})), {}, {-2, -3, 0}, {0, 0, 5}},
+      {folder_.file("down.fbx", fbx({1, -1, 2, 1})), {}, {0, -5, -2}, {3, 0, 0}},
+      {gltfFile(folder_, 4, corners), {}, {0, -3, 0}, {5, 0, 2}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.path + (row.up ? " " + std::to_string(static_cast<int>(*row.up)) : ""));
+    const mesh::Scene scene = mesh::loadScene(row.path, 1, row.up);
+    const mesh::Extent extent = mesh::extentOf(scene);
+    EXPECT_EQ(extent.min, row.min);
+    EXPECT_EQ(extent.max, row.max);
+    EXPECT_EQ(scene.nodes[0].transform, jt::kIdentity) << "nothing is left to be turned";
+    // Written with the same axis up, and read as it is written.
+    for (const mesh::UpAxis up : {mesh::UpAxis::x, mesh::UpAxis::y, mesh::UpAxis::z}) {
+      mesh::writeScene(scene, folder_.at("out.ply"), up);
+      EXPECT_EQ(mesh::extentOf(mesh::loadScene(folder_.at("out.ply"), 1, up)).max, row.max);
+    }
+  }
+}
+
+TEST_F(MeshTest, GlbThroughJtKeepsItsOwnNumbers) {
+  mesh::Scene scene = workcell();
+  mesh::convertUnit(scene, 1000);
+  scene.nodes[2].transform = {0, 0.6, 0.8, 0, 1, 0, 0, 0, 0, 0.8, -0.6, 0, 0.25, 0.5, 0.75, 1};
+  mesh::writeScene(scene, folder_.at("a.glb"));
+  const mesh::Scene a = mesh::loadScene(folder_.at("a.glb"));
+  mesh::writeScene(throughJt(a, folder_.at("a.jt"), {.version = "10.0", .encoding = {}}),
+                   folder_.at("b.glb"));
+  const auto asStored = [this](const char* name) {
+    return mesh::loadScene(folder_.at(name), 0, mesh::UpAxis::z);
+  };
+  const mesh::Scene before = asStored("a.glb");
+  EXPECT_EQ(difference(before, asStored("b.glb"), {.placement = 1e-6}), "");
+  EXPECT_EQ(named(before, "left").transform[13], 0.75) << "y is up in glTF";
 }
 
 TEST_F(MeshTest, NormalsWithoutDirectionAreReplacedOrLeftOutWithAWarning) {
@@ -274,7 +372,7 @@ TEST_F(MeshTest, NormalsWithoutDirectionAreReplacedOrLeftOutWithAWarning) {
       const std::vector<jt::Vec3f>& normals = scene.meshes[0]->normals;
       EXPECT_EQ(normals.size(), one.normals) << one.mode << ' ' << one.bad;
       EXPECT_EQ(scene.notes.size(), one.notes) << one.mode << ' ' << one.bad;
-      EXPECT_EQ(std::ranges::count(normals, jt::Vec3f{0, 1, 0}), one.normals > 0 ? 1 : 0)
+      EXPECT_EQ(std::ranges::count(normals, jt::Vec3f{0, 0, 1}), one.normals > 0 ? 1 : 0)
           << "the normal of the triangle";
     }
 }

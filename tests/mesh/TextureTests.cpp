@@ -64,8 +64,8 @@ Bytes rgb(unsigned r, unsigned g, unsigned b) {
 /// What a viewer shows at the corners of the square of makeGltf.
 const std::map<jt::Vec3f, Bytes> kColors{{{0, 0, 0}, rgb(0, 0, 255)},
                                          {{1, 0, 0}, rgb(255, 255, 0)},
-                                         {{1, 1, 0}, rgb(0, 255, 0)},
-                                         {{0, 1, 0}, rgb(255, 0, 0)}};
+                                         {{1, 0, 1}, rgb(0, 255, 0)},
+                                         {{0, 0, 1}, rgb(255, 0, 0)}};
 
 class TextureTest : public testing::Test {
  protected:
@@ -223,8 +223,8 @@ TEST_F(TextureTest, AnImageThatIsMovedInGltfIsMovedOnAllWays) {
     SCOPED_TRACE(transform);
     const std::map<jt::Vec3f, Bytes> expected{{{0, 0, 0}, colors[0]},
                                               {{1, 0, 0}, colors[1]},
-                                              {{1, 1, 0}, colors[2]},
-                                              {{0, 1, 0}, colors[3]}};
+                                              {{1, 0, 1}, colors[2]},
+                                              {{0, 0, 1}, colors[3]}};
     const mesh::Scene scene = mesh::loadScene(makeGltf(kPngUri, transform));
     EXPECT_TRUE(scene.notes.empty());
     EXPECT_EQ(colorsOf(scene), expected);
@@ -240,8 +240,8 @@ TEST_F(TextureTest, TheMatrixOfATextureInJtIsFollowed) {
   });
   EXPECT_EQ(colorsOf(turned), (std::map<jt::Vec3f, Bytes>{{{0, 0, 0}, rgb(255, 255, 0)},
                                                           {{1, 0, 0}, rgb(0, 255, 0)},
-                                                          {{1, 1, 0}, rgb(255, 0, 0)},
-                                                          {{0, 1, 0}, rgb(0, 0, 255)}}));
+                                                          {{1, 0, 1}, rgb(255, 0, 0)},
+                                                          {{0, 0, 1}, rgb(0, 0, 255)}}));
 }
 
 TEST_F(TextureTest, AnImageFileThatAJtFileNamesIsFoundInItsFolderOnly) {

@@ -158,6 +158,9 @@ constexpr Option kUnit{
     "unit", 0, "U",
     "the unit of length of the mesh file: mm, cm, m, in, ft, ...; without it what "
     "the file says"};
+constexpr Option kUp{
+    "up", 0, "X|Y|Z",
+    "the axis of the mesh file that points up; without it what the file says, else Z"};
 constexpr Option kVersion{"version", 0, "V", "the JT version to write, such as 9.5"};
 constexpr Option kLods{"lods", 0, "N", "levels of detail in all, each half of the one before (1)"};
 constexpr Option kLossless{"lossless", 0, nullptr, "store all numbers as they are; the default"};
@@ -171,15 +174,11 @@ constexpr Option kMaxMemory{
 constexpr Option kMaxSeconds{
     "max-seconds", 0, "N", "how long reading a mesh file may take (60, and more for large files)"};
 constexpr Option kImportOptions[] = {
-    kUnit,
-    kLods,
-    kLossless,
-    kBits,
-    kProfile,
-    kVersion,
-    {"force", 0, nullptr, "replace a component that is there already"},
-    kDryRun,
-    kMaxMemory,
+    kUnit,      kUp,
+    kLods,      kLossless,
+    kBits,      kProfile,
+    kVersion,   {"force", 0, nullptr, "replace a component that is there already"},
+    kDryRun,    kMaxMemory,
     kMaxSeconds};
 constexpr Option kConvertOptions[] = {
     kVersion,
@@ -187,6 +186,7 @@ constexpr Option kConvertOptions[] = {
      "the level of detail to take, 0 the finest; without it the finest, and in a JT "
      "file all of them"},
     kUnit,
+    kUp,
     kLods,
     kLossless,
     kBits,

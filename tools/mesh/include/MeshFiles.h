@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,12 @@ namespace mesh {
 /// Files that it names (buffers, material lists) are read when they lie in the same folder or below
 /// it. Polygons become triangles, segments that follow each other polylines.
 /// A file that says nothing about its unit of length is taken to be in millimetres.
+/// The scene is turned, by right angles and without rounding, until +z is up: glTF, X3D and VRML
+/// have +y up, FBX and Collada state their axes, and all others are taken as they are.
 /// @param millimetres in one unit of length, whatever the file says; 0: what the file says
-Scene loadScene(const std::string& path, double millimetres = 0);
+/// @param up axis of the file that points up, whatever the file says
+Scene loadScene(const std::string& path, double millimetres = 0,
+                std::optional<UpAxis> up = std::nullopt);
 
 /// A mesh format that can be written.
 enum class Format { glb, obj, stl, ply };
@@ -30,10 +35,12 @@ std::vector<std::string> filesOf(const Scene& scene, const std::string& path);
 
 /// Writes a scene: all of it, or nothing and the old file stays.
 ///
-/// GLB keeps the tree, names, instances, materials and properties (`extras`), in metres. The other
-/// formats hold one flat list of meshes in millimetres: OBJ with names and, in a file beside it,
-/// materials, STL and PLY without; STL has triangles alone.
+/// GLB keeps the tree, names, instances, materials and properties (`extras`), in metres, with +y
+/// up. The other formats hold one flat list of meshes in millimetres: OBJ with names and, in a file
+/// beside it, materials, STL and PLY without; STL has triangles alone.
+/// @param up axis that points up in a format that leaves it open: all but GLB
 /// @return the files that were written
-std::vector<std::string> writeScene(const Scene& scene, const std::string& path);
+std::vector<std::string> writeScene(const Scene& scene, const std::string& path,
+                                    UpAxis up = UpAxis::z);
 
 }  // namespace mesh

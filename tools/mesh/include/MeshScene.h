@@ -68,7 +68,11 @@ struct Node {
   std::vector<Property> properties;
 };
 
-/// A tree of nodes over shared meshes, in one unit of length.
+/// The axis of a file that points up.
+enum class UpAxis : std::uint8_t { x, y, z };
+
+/// A tree of nodes over shared meshes, in one unit of length. +z is up in all that JT files and
+/// components make of it.
 struct Scene {
   double millimetres = 1;                               ///< in one unit of length
   std::vector<std::shared_ptr<const jt::Mesh>> meshes;  ///< none null, none flawed

@@ -150,6 +150,8 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   const mesh::SceneLines lines{.ofAnnotations = extension == "glb",
                                .ofWires = extension == "glb" || extension == "obj"};
   std::vector<jt::PartFile> parts;
+  // Of a mesh file that is read, the option is about that one.
+  const auto up = isJt(input) ? upAxis(session.arguments()) : std::nullopt;
   const mesh::Scene scene = readScene(session, input, lines, parts);
   if (scene.models.empty())
     throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it", {.file = input});
@@ -157,7 +159,7 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   const bool dryRun = session.arguments().has("dry-run");
   const std::vector<std::string> files = mesh::filesOf(scene, output);
   try {
-    if (!dryRun) mesh::writeScene(scene, output);
+    if (!dryRun) mesh::writeScene(scene, output, up.value_or(mesh::UpAxis::z));
   } catch (const JtFormatError& error) {
     throw saveFailure(error, output);
   }
@@ -198,10 +200,14 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
 }
 
 /// Options that would change nothing are reported, not passed over.
-void checkOptions(const Session& session, bool fromJt, bool toJt) {
+void checkOptions(const Session& session, bool fromJt, const std::string& output) {
+  const bool toJt = isJt(output);
   const auto refuse = [&session](const char* name, const char* what) {
     if (session.arguments().has(name)) failUsage(std::string("--") + name + " is for " + what);
   };
+  if (fromJt && (toJt || ApiSysFilePath(output).extension() == "glb"))
+    refuse("up",
+           "mesh files that are read, and for .obj, .stl and .ply, which leave the axis open");
   if (fromJt)
     for (const char* name : {"unit", "lods", "max-memory", "max-seconds"})
       refuse(name, "mesh files that are read");
@@ -229,10 +235,10 @@ ExitCode runConvert(Session& session) {
     } catch (const JtFormatError& error) {
       failUsage(output + ": " + error.message() + " or .jt");
     }
-    checkOptions(session, isJt(input), false);
+    checkOptions(session, isJt(input), output);
     return toMesh(session, input, output);
   }
-  checkOptions(session, isJt(input), true);
+  checkOptions(session, isJt(input), output);
   if (isJt(input)) return jtToJt(session, input, output);
   mesh::Scene scene = loadMeshFile(session, input);
   const SceneCounts counts(scene);

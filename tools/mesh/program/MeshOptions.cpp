@@ -21,14 +21,24 @@ std::optional<std::size_t> parseNumber(std::string_view text) {
 
 }  // namespace
 
+std::optional<mesh::UpAxis> upAxis(const Arguments& arguments) {
+  const std::string* text = arguments.value("up");
+  if (!text) return std::nullopt;
+  if (*text == "X" || *text == "x") return mesh::UpAxis::x;
+  if (*text == "Y" || *text == "y") return mesh::UpAxis::y;
+  if (*text == "Z" || *text == "z") return mesh::UpAxis::z;
+  failUsage("--up is '" + *text + "', not X, Y or Z");
+}
+
 mesh::Scene loadMeshFile(Session& session, const std::string& path) {
   const Arguments& arguments = session.arguments();
   const std::string* unitName = arguments.value("unit");
   const double unit = unitName ? jtw::parseLengthUnit("--unit", *unitName).millimetres : 0;
+  const auto up = upAxis(arguments);
   const ReaderLimits limits(path, arguments.byteCount("max-memory"),
                             arguments.positiveNumber("max-seconds"));
   try {
-    mesh::Scene scene = mesh::loadScene(path, unit);
+    mesh::Scene scene = mesh::loadScene(path, unit, up);
     showNotes(session, path, scene);
     return scene;
   } catch (const JtFormatError& error) {

@@ -9,11 +9,14 @@
 
 namespace tool {
 
+class Arguments;
 class Session;
 
 // The options that import and convert have in common; a bad value throws Failure "usage".
 
-/// Reads a mesh file with --unit. Throws Failure.
+/// --up: the axis of a mesh file that points up.
+std::optional<mesh::UpAxis> upAxis(const Arguments& arguments);
+/// Reads a mesh file with --unit and --up. Throws Failure.
 mesh::Scene loadMeshFile(Session& session, const std::string& path);
 /// --lods: levels of detail in all.
 std::size_t levelCount(const Session& session);

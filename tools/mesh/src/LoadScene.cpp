@@ -12,6 +12,7 @@
 #include "Assimp.h"
 #include "JtFormatError.h"
 #include "MeshFiles.h"
+#include "Orientation.h"
 
 namespace mesh {
 namespace {
@@ -185,10 +186,13 @@ void checkIndices(const aiScene& scene) {
 }
 
 /// The scene as the import library reads it; the importer owns it.
-const aiScene& readWith(Assimp::Importer& importer, const std::string& path, const Folder& folder) {
+/// @param keepsAxes whatever a Collada file says of them
+const aiScene& readWith(Assimp::Importer& importer, const std::string& path, const Folder& folder,
+                        bool keepsAxes) {
   importer.SetIOHandler(new FolderIO(folder));  // it takes ownership
   // Pivots would make up to nine nodes of one.
   importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, keepsAxes);
   const aiScene* scene = importer.ReadFile(path, 0);
   if (scene && scene->mRootNode) {
     if (scene->mNumMeshes == 0) fail("no_geometry", path, "there is no geometry in it");
@@ -212,7 +216,7 @@ bool canLoad(const std::string& path) {
   return !extension.empty() && Assimp::Importer().IsExtensionSupported("." + extension);
 }
 
-Scene loadScene(const std::string& path, double millimetres) try {
+Scene loadScene(const std::string& path, double millimetres, std::optional<UpAxis> up) try {
   const std::string extension = ApiSysFilePath(path).extension();
   if (!canLoad(path))
     fail("unknown_format", path,
@@ -220,10 +224,11 @@ Scene loadScene(const std::string& path, double millimetres) try {
   checkFile(path);
   const MeshFile file{extension, Folder(fs::path(path).parent_path())};
   Assimp::Importer importer;
-  const aiScene& source = readWith(importer, path, file.folder);
+  const aiScene& source = readWith(importer, path, file.folder, up.has_value());
   Scene scene = SceneReader(source).read(file);
   if (scene.models.empty()) fail("no_geometry", path, "there is no geometry in it");
   checkNumbers(scene);
+  turnUp(scene, source, extension, up);
   scene.millimetres = millimetres > 0 ? millimetres : unitOf(source, file.extension);
   return scene;
 } catch (const JtFormatError& error) {

@@ -5,6 +5,7 @@
 #include "JtSaveFiles.h"
 #include "JtStorageManager.h"
 #include "MeshFiles.h"
+#include "Orientation.h"
 #include "Writers.h"
 
 namespace mesh {
@@ -46,12 +47,13 @@ std::vector<std::string> filesOf(const Scene& scene, const std::string& path) {
   return {path, std::filesystem::path(path).replace_extension(".mtl").string()};
 }
 
-std::vector<std::string> writeScene(const Scene& scene, const std::string& path) {
+std::vector<std::string> writeScene(const Scene& scene, const std::string& path, UpAxis up) {
   constexpr double kMetre = 1000;
   const Format format = formatOf(path);
   checkNumbers(scene);
   Scene converted = scene;
   convertUnit(converted, format == Format::glb ? kMetre : 1);
+  turn(converted, Turn::toZ(format == Format::glb ? UpAxis::y : up).inverse());
   switch (format) {
     case Format::glb:
       save(path, glbOf(converted));
