@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <set>
+#include <utility>
 
 #include "codec/shape/MeshDecoder.h"
 #include "codec/shape/MeshEncoder.h"
@@ -291,6 +293,26 @@ TEST(RoundTrips, CapsAreMarkedByTheirFlagOrByTheirGroup) {
     const Mesh mesh = decodeTopology(data, Generation::v10, variants, budget, report);
     EXPECT_EQ(contentOf(mesh), contentOf(open)) << byGroup;
   }
+}
+
+/// A cap that is not marked is a face: with it the surface is closed, and every edge has a face on
+/// either side.
+TEST(RoundTrips, FacesOfFourCornersTurnAsTheirNeighborsDo) {
+  Mesh open;
+  open.positions = {{0, 0, 0}, {1, 0, 0}, {0, 2, 0}, {3, 3, 1}};
+  open.corners = {0, 1, 2, 2, 1, 3};
+  Report report;
+  TopologyData data = encodeTopology(open, Generation::v10, {}, report);
+  for (auto& flags : data.streams.vertexFlags) flags &= ~1;
+  for (auto& group : data.streams.vertexGroups) group = 0;
+  Budget budget(1 << 20);
+  VariantChoice variants;
+  const Mesh mesh = decodeTopology(data, Generation::v10, variants, budget, report);
+  ASSERT_EQ(mesh.corners.size(), 12U);
+  std::set<std::pair<std::uint32_t, std::uint32_t>> edges;
+  for (std::size_t i = 0; i < mesh.corners.size(); ++i)
+    EXPECT_TRUE(edges.emplace(mesh.corners[i], mesh.corners[i % 3 == 2 ? i - 2 : i + 1]).second);
+  for (const auto& [from, to] : edges) EXPECT_TRUE(edges.contains({to, from})) << from << to;
 }
 
 TEST(Strips, EverySecondTriangleIsTurnedAndFlatOnesAreLeftOut) {
