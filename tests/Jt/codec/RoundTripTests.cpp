@@ -313,6 +313,10 @@ TEST(RoundTrips, FacesOfFourCornersTurnAsTheirNeighborsDo) {
   for (std::size_t i = 0; i < mesh.corners.size(); ++i)
     EXPECT_TRUE(edges.emplace(mesh.corners[i], mesh.corners[i % 3 == 2 ? i - 2 : i + 1]).second);
   for (const auto& [from, to] : edges) EXPECT_TRUE(edges.contains({to, from})) << from << to;
+  std::vector<jt::Vec3f> first;
+  for (std::size_t i = 0; i < 3; ++i) first.push_back(mesh.positions[mesh.corners[i]]);
+  std::ranges::rotate(first, std::ranges::find(first, open.positions[2]));
+  EXPECT_EQ(first, (std::vector{open.positions[2], open.positions[1], open.positions[3]}));
 }
 
 TEST(Strips, EverySecondTriangleIsTurnedAndFlatOnesAreLeftOut) {
