@@ -173,6 +173,7 @@ TEST_F(Select, CommandsTakeASelectionInThePlaceOfAKey) {
   EXPECT_EQ(work_.run("set cell.kpak --select name=Nothing color=red").exit, 5);
   EXPECT_EQ(work_.run("set cell.kpak --select key=3").exit, 2);
   EXPECT_EQ(work_.run("rm cell.kpak").exit, 2);
+  EXPECT_EQ(work_.run("rm cell.kpak 3 --select key=4").exit, 2);
   EXPECT_EQ(work_.run("rm cell.kpak --select kind=component").exit, 5);
   EXPECT_EQ(work_.read("cell.kpak/cell.jt"), before);
 
@@ -180,6 +181,20 @@ TEST_F(Select, CommandsTakeASelectionInThePlaceOfAKey) {
   EXPECT_EQ(removed.at("removed"), Json({4, 5, 10, 6, 7}));
   EXPECT_EQ(keysOf(work_.json("find cell.kpak 'key'").at("matches")), "1 2 3 11");
   EXPECT_TRUE(work_.json("frames cell.kpak 2").at("frames").empty());
+}
+
+/// Arm (4) takes its entity along; a move that one of them cannot make moves none.
+TEST_F(Select, SelectedObjectsMoveTogether) {
+  Json result =
+      work_.json("mv cell.kpak --select 'name=Arm or key=6 or key=10' --parent root --keep-place");
+  EXPECT_EQ(result.at("moved"), Json({3, 4, 6}));
+  EXPECT_EQ(result.at("parent"), 1);
+  EXPECT_EQ(keysOf(work_.json("find cell.kpak below=Robot").at("matches")), "7");
+  EXPECT_EQ(keysOf(work_.json("find cell.kpak 'below=4'").at("matches")), "5 10");
+  EXPECT_EQ(work_.json("mv cell.kpak --select kind=block --parent 3", 5).at("code"), "cycle");
+  EXPECT_EQ(keysOf(work_.json("find cell.kpak 'below=3'").at("matches")), "");
+  EXPECT_EQ(work_.json("mv cell.kpak --select name=x --parent 3", 5).at("code"), "unknown_key");
+  EXPECT_EQ(work_.json("mv cell.kpak 2 --select name=x --parent 3", 2).at("code"), "usage");
 }
 
 TEST_F(Select, TreesShowAPart) {

@@ -72,6 +72,12 @@ struct MoveResult {
 JTW_API MoveResult moveObject(Objects& objects, JtwNode& node, const ObjectAddress& parent,
                               bool keepsPlace);
 
+/// Moves objects under another one. What is below another one of them moves with it. All are
+/// checked before the first is moved. @return what became of each, in the order of the listing.
+/// Throws EditError.
+JTW_API std::vector<MoveResult> moveObjects(Objects& objects, std::span<JtwNode* const> nodes,
+                                            const ObjectAddress& parent, bool keepsPlace);
+
 /// Copies an entity, beside it. Throws EditError; when the fault is in the settings, the copy is
 /// there.
 /// @param key a number, or "auto" for the next free one

@@ -126,6 +126,23 @@ void addKeys(const Objects& objects, std::size_t first, std::size_t end, std::ve
       keys.push_back(key.getAsLong());
 }
 
+/// Indices of objects, without those that are listed below another one of them; ascending.
+std::vector<std::size_t> topsOf(const Objects& objects, std::span<JtwNode* const> nodes) {
+  std::vector<std::size_t> order;
+  order.reserve(nodes.size());
+  for (const JtwNode* node : nodes) order.push_back(objects.indexOf(*node));
+  std::ranges::sort(order);
+  std::vector<std::size_t> tops;
+  tops.reserve(order.size());
+  std::size_t end = 0;  // of what is below the object before
+  for (const std::size_t index : order) {
+    if (index < end) continue;
+    tops.push_back(index);
+    end = objects.endOfSubtree(index);
+  }
+  return tops;
+}
+
 void removeObject(Objects& objects, JtwNode& node, const std::string& name) {
   const bool isFrame = node.type() == JtwNode::JT_FRAME_NODE;
   const bool hasKey = objects.ensureOwnKey(node);
@@ -141,20 +158,15 @@ void removeObject(Objects& objects, JtwNode& node, const std::string& name) {
 }  // namespace
 
 RemoveResult removeObjects(Objects& objects, std::span<JtwNode* const> nodes) {
-  std::vector<std::size_t> order;
-  order.reserve(nodes.size());
-  for (const JtwNode* node : nodes) order.push_back(objects.indexOf(*node));
-  std::ranges::sort(order);
-  if (!order.empty() && order.front() == 0)
+  const std::vector<std::size_t> chosen = topsOf(objects, nodes);
+  if (!chosen.empty() && chosen.front() == 0)
     refuse(objects, "the component itself cannot be removed");
   RemoveResult result;
   const std::size_t before = objects.entries().size();
   std::vector<std::pair<JtwNode*, std::string>> tops;  // with their addresses
-  std::size_t end = 0;                                 // of what goes with an object before
-  for (const std::size_t index : order) {
-    if (index < end) continue;
-    end = objects.endOfSubtree(index);
-    addKeys(objects, index, end, result.removed);
+  tops.reserve(chosen.size());
+  for (const std::size_t index : chosen) {
+    addKeys(objects, index, objects.endOfSubtree(index), result.removed);
     tops.emplace_back(&objects.node(index), objects.address(index));
   }
   for (const auto& [node, name] : tops) removeObject(objects, *node, name);
@@ -184,19 +196,18 @@ bool reparent(Objects& objects, JtwNode& node, JtwNode& parent) {
   return true;
 }
 
-}  // namespace
-
-MoveResult moveObject(Objects& objects, JtwNode& node, const ObjectAddress& parentAddress,
-                      bool keepsPlace) {
+/// Throws EditError for what cannot be moved under that parent.
+void checkMove(const Objects& objects, JtwNode& node, JtwNode& parent) {
   if (&node == &objects.root()) refuse(objects, "the component itself cannot be moved");
   if (node.type() == JtwNode::JT_PMI_ANNOTATION_NODE)
     refuse(objects, "changes of an annotation cannot be saved");
-  JtwNode& parent = objects.collection(parentAddress);
   for (JtwNode* above = &parent; above; above = objects.parentOf(*above))
     if (above == &node)
       failRefused(objects.document(), "cycle",
                   "object " + addressOf(objects, node) + " would be moved below itself");
+}
 
+MoveResult moveUnder(Objects& objects, JtwNode& node, JtwNode& parent, bool keepsPlace) {
   const RTTran3D place = keepsPlace ? node.absLoc() : listedLocation(node, objects.parentOf(node));
   const float unit = node.measurementUnitRatio();
   if (!objects.ensureOwnKey(node) || !reparent(objects, node, parent))
@@ -211,6 +222,31 @@ MoveResult moveObject(Objects& objects, JtwNode& node, const ObjectAddress& pare
   if (node.type() == JtwNode::JT_FRAME_NODE)
     objects.framesChanged(&static_cast<JtwCollection&>(parent));
   return {node.key(), parent.key(), node.measurementUnitRatio() != unit};
+}
+
+}  // namespace
+
+MoveResult moveObject(Objects& objects, JtwNode& node, const ObjectAddress& parentAddress,
+                      bool keepsPlace) {
+  JtwNode* const one = &node;
+  return moveObjects(objects, {&one, 1}, parentAddress, keepsPlace).front();
+}
+
+std::vector<MoveResult> moveObjects(Objects& objects, std::span<JtwNode* const> nodes,
+                                    const ObjectAddress& parentAddress, bool keepsPlace) {
+  std::vector<JtwNode*> tops;
+  tops.reserve(nodes.size());
+  if (nodes.size() == 1) {
+    tops.push_back(nodes.front());
+  } else {
+    for (const std::size_t index : topsOf(objects, nodes)) tops.push_back(&objects.node(index));
+  }
+  JtwNode& parent = objects.collection(parentAddress);
+  for (JtwNode* node : tops) checkMove(objects, *node, parent);
+  std::vector<MoveResult> results;
+  results.reserve(tops.size());
+  for (JtwNode* node : tops) results.push_back(moveUnder(objects, *node, parent, keepsPlace));
+  return results;
 }
 
 // --- Copying

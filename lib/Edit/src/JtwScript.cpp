@@ -152,9 +152,9 @@ class ScriptRun {
     if (!parent) failUsage("\"parent\" is missing");
     const bool keepsPlace = arguments.takeTruth("keep-place");
     arguments.requireNoSettings();
-    const ObjectAddress address(*parent);
-    for (JtwNode* node : nodes)
-      result_.changed.push_back(moveObject(objects_, *node, address, keepsPlace).key.getAsLong());
+    for (const MoveResult& moved :
+         moveObjects(objects_, nodes, ObjectAddress(*parent), keepsPlace))
+      result_.changed.push_back(moved.key.getAsLong());
   }
 
   void clone(StepArguments& arguments) {

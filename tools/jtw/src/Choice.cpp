@@ -6,9 +6,11 @@
 
 namespace tool {
 
-Choice::Choice(const Session& session) {
+Choice::Choice(const Session& session, Others others) {
   const auto& words = session.arguments().positional();
   if (const std::string* expression = session.arguments().value("select")) {
+    if (others == Others::none && words.size() > 1)
+      failUsage("'" + words[1] + "' and --select: the objects are named by one of the two");
     text_ = *expression;
     selection_.emplace(text_);
     return;

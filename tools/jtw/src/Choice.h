@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,8 +16,11 @@ class Session;
 /// Either of them is given; settings and other arguments follow behind.
 class Choice {
  public:
+  /// What may follow behind DOC and KEY.
+  enum class Others : std::uint8_t { none, settings };
+
   /// Reads the command line. Throws Failure "usage" where neither or both are given.
-  explicit Choice(const Session& session);
+  explicit Choice(const Session& session, Others others = Others::none);
 
   /// True for --select: there may be any number of objects.
   bool isSelection() const noexcept { return selection_.has_value(); }

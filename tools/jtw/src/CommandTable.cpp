@@ -99,6 +99,7 @@ constexpr Option kPmiOptions[] = {
     kMaxDocument,
     kFollowLinks};
 constexpr Option kMvOptions[] = {
+    kSelect,
     {"parent", 0, "P", "the object that it moves under"},
     {"keep-place", 0, nullptr, "it stays where it is in the component"},
     kDryRun,
@@ -304,12 +305,13 @@ constexpr Command kCommands[] = {
      "jtw rm gear.kpak 7",
      "KEY as for get. Objects that were attached to what is gone are no longer attached.", 1, 2,
      kChangeOptions, runRm},
-    {"mv", "DOC KEY --parent P", "moves an object under another one and saves",
+    {"mv", "DOC KEY --parent P | DOC --select EXPR --parent P",
+     "moves objects under another one and saves",
      "jtw mv gear.kpak 7 --parent 2 --keep-place",
      "Its place relative to its parent stays the same; with --keep-place its place in the "
      "component\n"
-     "does.",
-     2, 2, kMvOptions, runMv},
+     "does. What is below another selected object moves with it.",
+     1, 2, kMvOptions, runMv},
     {"clone", "DOC KEY [--key K] [NAME=VALUE...]",
      "copies an entity with its geometry, beside it, and saves",
      "jtw clone gear.kpak 3 --key auto name=Copy", "NAME=VALUE as for set.", 2, kManyArguments,

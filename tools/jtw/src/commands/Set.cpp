@@ -12,7 +12,7 @@
 namespace tool {
 
 ExitCode runSet(Session& session) {
-  const Choice choice(session);
+  const Choice choice(session, Choice::Others::settings);
   const std::vector<jtw::Setting> settings = jtw::parseSettings(
       std::span(session.arguments().positional()).subspan(choice.firstArgument()));
   if (settings.empty()) failUsage("there is nothing to set: NAME=VALUE");

@@ -1,0 +1,113 @@
+// Expressions that select objects, and scripts of edits, on a small component. The first byte
+// chooses. What is wrong is one error; findings are any other exception, a message that is empty or
+// no UTF-8, a script that fails and leaves something changed, and an expression whose negation
+// selects some of the same objects.
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "ApiDocument.h"
+#include "ApiDocumentRef.h"
+#include "ApiSysStringConvertors.h"
+#include "Failure.h"
+#include "Finding.h"
+#include "JtwEditError.h"
+#include "JtwEdits.h"
+#include "JtwPMIs.h"
+#include "JtwScript.h"
+#include "JtwSelection.h"
+#include "ScriptDocument.h"
+#include "StartedLibrary.h"
+#include "support/SceneText.h"
+
+namespace {
+
+/// A robot with an arm, a gripper, a frame and a note; another gripper beside it.
+class Robot {
+ public:
+  Robot()
+      : root_(*JtwManager::the().computeNewDocRoot(
+            ApiDocumentRef(std::make_shared<ApiDocument>("fuzzed")))),
+        objects_(root_, "fuzzed") {
+    root_.setKey(ApiProtoKey(1));
+    const jtw::AddRequest requests[] = {
+        {"block", "2", "root", {}, {}, {{"name", "Robot"}, {"unit", "mm"}}},
+        {"link", "3", "2", {}, {}, {{"name", "Arm"}, {"color", "red"}}},
+        {"entity", "4", "3", {}, {}, {{"name", "Gripper"}, {"loc", "10,20,30"}}},
+        {"frame", "5", "3", {}, {}, {{"name", "TCP"}}},
+        {"annotation", "6", "root", "Note", {}, {{"text", "weld"}, {"layer", "7"}}},
+        {"entity", "8", "root", {}, {}, {{"name", "Gripper"}, {"displayed", "false"}}},
+    };
+    for (const jtw::AddRequest& request : requests) jtw::addObject(objects_, request);
+    // As a script does before its first step.
+    objects_.storeFrames();
+    jtw::writePMIs(root_);
+  }
+  ~Robot() { JtwManager::the().releaseAllRoots(); }
+  Robot(const Robot&) = delete;
+  Robot& operator=(const Robot&) = delete;
+
+  jtw::Objects& objects() { return objects_; }
+  std::string text() const { return SceneText::of(*root_.partition()); }
+
+ private:
+  JtwRoot& root_;
+  jtw::Objects objects_;
+};
+
+std::unique_ptr<Robot>& robot() {
+  static std::unique_ptr<Robot> one;
+  if (!one) one = std::make_unique<Robot>();
+  return one;
+}
+
+void checkMessage(const std::string& message) {
+  if (message.empty()) finding("an error says nothing");
+  if (ApiSysStringConvertors::UnicodeToRWCString(
+          ApiSysStringConvertors::RWCStringToUnicode(message)) != message)
+    finding("a message is no UTF-8");
+}
+
+void select(const std::string& expression) {
+  const jtw::Objects& objects = robot()->objects();
+  const std::vector<std::size_t> chosen = jtw::Selection(expression).of(objects);
+  const std::vector<std::size_t> others = jtw::Selection("not (" + expression + ")").of(objects);
+  if (chosen.size() + others.size() != objects.entries().size())
+    finding("an expression and its negation do not select each object once");
+  for (const std::size_t index : chosen)
+    if (std::ranges::binary_search(others, index)) finding("an object is selected and is not");
+}
+
+void edit(const std::string& text) {
+  const std::vector<jtw::ScriptStep> steps = tool::readScript(text, "script.json");
+  const std::string before = robot()->text();
+  try {
+    jtw::runScript(robot()->objects(), steps);
+    robot().reset();
+  } catch (const jtw::EditError&) {
+    if (robot()->text() != before) finding("a script that failed has changed something");
+    throw;
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  startLibrary();
+  const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+  try {
+    if (data[0] % 2 == 0) {
+      select(text);
+    } else {
+      edit(text);
+    }
+  } catch (const jtw::EditError& error) {
+    checkMessage(error.what());
+  } catch (const tool::Failure& failure) {
+    checkMessage(failure.what());
+  }
+  return 0;
+}
