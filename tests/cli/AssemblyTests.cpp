@@ -195,6 +195,29 @@ TEST_P(Assembly, ACopyBringsItsPartsAlong) {
   EXPECT_EQ(work_.json("tree in/hall9.jt", 1).at("root").at("children").size(), files().cells + 1);
 }
 
+TEST_P(Assembly, SelectedObjectsAloneAreConvertedAndExported) {
+  files().write(work_.path("whole"));
+  const std::string chosen = " --select 'name=\"Part 2-3\" or name=\"Part 1-0\"'";
+  const auto parts = [&](const std::string& file) {
+    std::set<std::string> paths;
+    const Json report = work_.json("inspect " + file);
+    for (const Json& part : report.at("parts")) paths.insert(part.at("path"));
+    return paths;
+  };
+  // Part 1-0 is one node in its cell, shown twice.
+  work_.json("convert whole/hall.jt out/hall.jt" + chosen);
+  EXPECT_EQ(parts("out/hall.jt"),
+            (std::set<std::string>{"/Hall/Cell 2/Part 2-3", "/Hall/Cell 1/Part 1-0"}));
+  EXPECT_EQ(work_.json("info out/hall.jt").at("files").size(), 4U);
+  EXPECT_EQ(work_.json("export whole/hall.jt exported/hall.jt" + chosen).at("exported").at("parts"),
+            2);
+  EXPECT_TRUE(matches(work_.json("convert whole/hall.jt out/hall.obj" + chosen),
+                      R"({"scene": {"instances": 3, "triangles": 4}})"));
+  EXPECT_EQ(work_.json("convert whole/hall.jt out/none.obj --select name=None", 5).at("code"),
+            "unknown_key");
+  EXPECT_FALSE(work_.exists("out/none.obj"));
+}
+
 TEST_P(Assembly, DifferencesInPartFilesAreFound) {
   files().write(work_.path("whole"));
   files().write(work_.path("other"));

@@ -6,6 +6,14 @@
 
 namespace tool {
 
+std::vector<std::size_t> chosenBy(const jtw::Selection& selection, const std::string& text,
+                                  const jtw::Objects& objects) {
+  std::vector<std::size_t> found = selection.of(objects);
+  if (found.empty())
+    jtw::failRefused(objects.document(), "unknown_key", "no object is selected by " + text);
+  return found;
+}
+
 Choice::Choice(const Session& session, Others others) {
   const auto& words = session.arguments().positional();
   if (const std::string* expression = session.arguments().value("select")) {
@@ -23,10 +31,7 @@ Choice::Choice(const Session& session, Others others) {
 
 std::vector<std::size_t> Choice::of(const jtw::Objects& objects) const {
   if (address_) return {objects.find(*address_)};
-  std::vector<std::size_t> found = selection_->of(objects);
-  if (found.empty())
-    jtw::failRefused(objects.document(), "unknown_key", "no object is selected by " + text_);
-  return found;
+  return chosenBy(*selection_, text_, objects);
 }
 
 }  // namespace tool

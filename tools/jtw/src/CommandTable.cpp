@@ -58,6 +58,8 @@ constexpr Option kNewOptions[] = {
 constexpr Option kSelect{
     "select", 0, "EXPR",
     "in the place of KEY: all objects that the expression holds for, see find"};
+constexpr Option kOnlySelected{"select", 0, "EXPR",
+                               "only the objects that the expression holds for, see find"};
 constexpr Option kTreeOptions[] = {
     {"depth", 0, "N", "only so many levels below the first"},
     {"kind", 0, "KIND", "only objects of that kind, and what they are listed under"},
@@ -132,17 +134,21 @@ constexpr Option kPartitionOptions[] = {
     kMaxDocument,
     kFollowLinks};
 
-constexpr Option kExportOptions[] = {
-    {"version", 0, "V", "8.2, 9.5, 10.0 or 10.2; without it that of DOC, for a plan 10.0"},
-    {"monolithic", 0, nullptr, "everything in one file; the default"},
-    {"per-part", 0, nullptr, "a file for each part, in a folder beside OUT and named after it"},
-    {"exact", 0, nullptr, "precise geometry too"},
-    {"exclude-pmi", 0, "TYPE,...", "leave out annotations of these types and groups"},
-    {"layer", 0, "N", "the layer of the root"},
-    kDryRun,
-    kMaxSegment,
-    kMaxDocument,
-    kFollowLinks};
+constexpr Option kTargetVersion{"version", 0, "V",
+                                "8.2, 9.5, 10.0 or 10.2; without it that of DOC, for a plan 10.0"};
+constexpr Option kMonolithic{"monolithic", 0, nullptr, "everything in one file; the default"};
+constexpr Option kPerPart{"per-part", 0, nullptr,
+                          "a file for each part, in a folder beside OUT and named after it"};
+constexpr Option kExact{"exact", 0, nullptr, "precise geometry too"};
+constexpr Option kExcludePMI{"exclude-pmi", 0, "TYPE,...",
+                             "leave out annotations of these types and groups"};
+constexpr Option kRootLayer{"layer", 0, "N", "the layer of the root"};
+constexpr Option kExportOptions[] = {kTargetVersion, kMonolithic,  kPerPart,      kExact,
+                                     kExcludePMI,    kRootLayer,   kOnlySelected, kDryRun,
+                                     kMaxSegment,    kMaxDocument, kFollowLinks};
+constexpr Option kAssembleOptions[] = {kTargetVersion, kMonolithic, kPerPart, kExact,
+                                       kExcludePMI,    kRootLayer,  kDryRun,  kMaxSegment,
+                                       kMaxDocument,   kFollowLinks};
 
 constexpr Option kSnapshotOptions[] = {
     {"size", 0, "WxH", "width and height in pixels (1024x768)"},
@@ -186,6 +192,7 @@ constexpr Option kConvertOptions[] = {
     {"lod", 0, "N",
      "the level of detail to take, 0 the finest; without it the finest, and in a JT "
      "file all of them"},
+    kOnlySelected,
     kUnit,
     kUp,
     kLods,
@@ -306,8 +313,7 @@ constexpr Command kCommands[] = {
      "KEY as for get. Objects that were attached to what is gone are no longer attached.", 1, 2,
      kChangeOptions, runRm},
     {"mv", "DOC KEY --parent P | DOC --select EXPR --parent P",
-     "moves objects under another one and saves",
-     "jtw mv gear.kpak 7 --parent 2 --keep-place",
+     "moves objects under another one and saves", "jtw mv gear.kpak 7 --parent 2 --keep-place",
      "Its place relative to its parent stays the same; with --keep-place its place in the "
      "component\n"
      "does. What is below another selected object moves with it.",
@@ -367,7 +373,7 @@ constexpr Command kCommands[] = {
      "\"name\", \"place\", \"color\", \"layer\", \"unit\"}]}; docs/cli.md explains it. Sources are "
      "relative to\n"
      "the plan. '-' is standard input.",
-     2, 2, kExportOptions, runAssemble},
+     2, 2, kAssembleOptions, runAssemble},
     {"export-partition", "DOC OUT [--version V]",
      "writes a copy of a component into a JT file of its own",
      "jtw export-partition gear.kpak gear-export.jt",

@@ -40,7 +40,12 @@ ApiDocumentRef withFileStream(const ApiDocumentRef& document, const std::string&
 
 }  // namespace
 
+namespace {
+int librariesInUse = 0;  // the last one stops the library
+}  // namespace
+
 Library::Library(Session& session) {
+  if (librariesInUse++ > 0) return;
   JtPartition::_autoLoadShapes = false;
   ApiErrStream::setSink([&session](const ApiErrRecord& record) {
     if (record.code.ends_with("_LEFT_OUT")) return;  // exports print these for their parts
@@ -52,6 +57,7 @@ Library::Library(Session& session) {
 }
 
 Library::~Library() {
+  if (--librariesInUse > 0) return;
   JtwManager::fini();
   ApiErrStream::setSink({});
 }

@@ -15,7 +15,7 @@ namespace tool {
 
 class Session;
 
-/// The library, started for as long as the object lives. Errors that it reports to the host go to
+/// The library, started for as long as one of these lives. Errors that it reports to the host go to
 /// standard error as warnings.
 class Library {
  public:

@@ -163,16 +163,15 @@ void ExportWishes::requireOther(const std::string& input) const {
 
 void readSource(Session& session, const std::string& path, const ExportWishes& wishes,
                 ExportSource& source) {
-  const std::string file = jtFileOf(DocumentName(path).path);
-  wishes.requireOther(file);
-  source.opened = openAssembly(session, file);
-  for (const jt::PartFile& part : source.opened.parts) {
+  wishes.requireOther(jtFileOf(DocumentName(path).path));
+  source.opened = SelectedAssembly(session, path);
+  for (const jt::PartFile& part : source.opened.parts()) {
     wishes.requireOther(part.file);
     for (const JtPartition* holder : part.holders)
       if (const auto& failure = holder->partFailure(); failure && jt::isReadFailure(failure->code))
         throw Failure(ExitCode::input, "source_unreadable", failure->message, {.file = part.file});
   }
-  if (!source.root.importHierarchy(ApiKey(1), ApiKey(0), source.opened.top.get()))
+  if (!source.root.importHierarchy(ApiKey(1), ApiKey(0), &source.opened.top()))
     throw Failure(ExitCode::input, "empty", "there is nothing to export in it", {.file = path});
 }
 

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "ApiPMIType.h"
-#include "Assembly.h"
 #include "Failure.h"
 #include "JtkwComponentExportRoot.h"
+#include "SelectedAssembly.h"
 
 namespace tool {
 
@@ -42,7 +42,7 @@ struct ExportWishes {
 
 /// A source of an export: a JT file with its part files, and what the toolkit made of it.
 struct ExportSource {
-  OpenedAssembly opened;
+  SelectedAssembly opened;
   JtkwComponentExportRoot root;  ///< keeps the hierarchy until it is written
 };
 

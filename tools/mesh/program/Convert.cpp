@@ -15,6 +15,7 @@
 #include "MeshReport.h"
 #include "PartCopies.h"
 #include "SaveResult.h"
+#include "SelectedAssembly.h"
 #include "Session.h"
 
 namespace tool {
@@ -83,11 +84,12 @@ ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCou
 
 ExitCode jtToJt(Session& session, const std::string& input, const std::string& output) {
   const std::string file = jtFileOf(DocumentName(input).path);
-  const OpenedAssembly opened = session.arguments().has("top-only")
-                                    ? OpenedAssembly{openFile(session, file), {}}
-                                    : openAssembly(session, file);
+  const SelectedAssembly opened =
+      session.arguments().has("top-only")
+          ? SelectedAssembly(OpenedAssembly{openFile(session, file), {}})
+          : SelectedAssembly(session, input);
   const auto level = chosenLevel(session);
-  if (level) keepLevel(*opened.top, *level);
+  if (level) keepLevel(opened.top(), *level);
   jt::SaveOptions options;
   options.dryRun = session.arguments().has("dry-run");
   options.version = versionOption(session.arguments());
@@ -98,26 +100,26 @@ ExitCode jtToJt(Session& session, const std::string& input, const std::string& o
     return options.version && *options.version != partition.version();
   };
   const bool anyDiffers =
-      differs(*opened.top) || std::ranges::any_of(opened.parts, [&](const jt::PartFile& part) {
+      differs(opened.top()) || std::ranges::any_of(opened.parts(), [&](const jt::PartFile& part) {
         return part.partition && differs(*part.partition);
       });
-  if (asksForForm || anyDiffers) renewShapes(*opened.top, input);
-  const bool changesParts = level || asksForForm || options.version;
+  if (asksForForm || anyDiffers) renewShapes(opened.top(), input);
+  const bool changesParts = opened.isSelection() || level || asksForForm || options.version;
   const jt::SaveReport report =
-      saveCopy(*opened.top, *opened.top, opened.parts,
+      saveCopy(opened.top(), opened.top(), opened.parts(),
                {.input = file, .output = output, .changesParts = changesParts}, options);
   showSaveWarnings(session, report);
-  return reportJt(session, report, nullptr, listLosses(*opened.top, report), opened.parts);
+  return reportJt(session, report, nullptr, listLosses(opened.top(), report), opened.parts());
 }
 
 mesh::Scene readScene(Session& session, const std::string& input, const mesh::SceneLines& lines,
                       std::vector<jt::PartFile>& parts) {
   if (!isJt(input)) return loadMeshFile(session, input);
-  OpenedAssembly opened = openAssembly(session, jtFileOf(DocumentName(input).path));
+  SelectedAssembly opened(session, input);
   try {
-    mesh::Scene scene = mesh::sceneOf(*opened.top, chosenLevel(session).value_or(0), lines,
+    mesh::Scene scene = mesh::sceneOf(opened.top(), chosenLevel(session).value_or(0), lines,
                                       mostPlaces(session.arguments()));
-    for (jt::PartFile& part : opened.parts)
+    for (jt::PartFile& part : opened.parts())
       parts.push_back({std::move(part.file), part.state, std::move(part.error), nullptr, {}});
     showNotes(session, input, scene);
     if (const auto change = session.inputChange()) throw JtFormatError(*change);
@@ -212,8 +214,10 @@ void checkOptions(const Session& session, bool fromJt, const std::string& output
     for (const char* name : {"unit", "lods", "max-memory", "max-seconds"})
       refuse(name, "mesh files that are read");
   else
-    for (const char* name : {"lod", "top-only", "follow-links", "max-places"})
+    for (const char* name : {"lod", "select", "top-only", "follow-links", "max-places"})
       refuse(name, "JT files that are read");
+  if (session.arguments().has("select") && session.arguments().has("top-only"))
+    failUsage("--select is for whole assemblies; --top-only is not");
   if (toJt)
     for (const char* name : {"max-places", "max-triangles"})
       refuse(name, "mesh files that are written");

@@ -67,7 +67,7 @@ class Sources {
       // The name of the scratch file is none for the user.
       if (file != path) source->root.jtkRoot()->setName(JtString(fs::path(path).stem().string()));
       excludePMI(*source->root.jtkRoot(), wishes.excludedPMI);
-      for (const jt::PartFile& part : source->opened.parts) parts_.push_back(part);
+      for (const jt::PartFile& part : source->opened.parts()) parts_.push_back(part);
     }
     return source->root.jtkRoot();
   }

@@ -28,11 +28,11 @@ ExitCode runExport(Session& session) {
   ExportSource source;
   readSource(session, document, wishes, source);
   if (wishes.data.getJtVersion() == ApiApproxJtExportData::NO_VERSION)
-    wishes.data.setJtVersion(versionLike(source.opened.top->version()));
+    wishes.data.setJtVersion(versionLike(source.opened.top().version()));
 
   JtkwExportRoot& root = source.root;
   JtkHierarchy& top = *root.jtkRoot();
-  if (top.name().isEmpty()) top.setName(Jt::name(source.opened.top.get()));
+  if (top.name().isEmpty()) top.setName(Jt::name(&source.opened.top()));
   if (top.name().isEmpty()) top.setName(JtString(std::filesystem::path(document).stem().string()));
   root.initializeJtkRoot(ApiKey(1), {}, wishes.output);
   excludePMI(top, wishes.excludedPMI);
@@ -40,7 +40,7 @@ ExitCode runExport(Session& session) {
   // A root that is exported with part files loses the ".jt" of its name.
   if (wishes.data.targetJtFormat() == ApiApproxJtExportData::PART_FILES)
     top.setName(JtString(top.name().units() + u".jt"));
-  return writeExport(session, root, wishes, "document", source.opened.parts);
+  return writeExport(session, root, wishes, "document", source.opened.parts());
 }
 
 }  // namespace tool
