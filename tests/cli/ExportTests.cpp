@@ -51,7 +51,7 @@ TEST_F(Export, WritesWholeAssembliesInOneFileAndInPartFiles) {
       7U);
   EXPECT_EQ(work_.run("export in/hall.jt missing/out.jt").exit, 4);
   EXPECT_EQ(work_.run("export nowhere.jt out.jt").exit, 3);
-  for (const char* wrong : {"out.kpak", "-", "out.jt --version 7.0", "out.jt --layer x",
+  for (const char* wrong : {"out.kpak", "- --per-part", "out.jt --version 7.0", "out.jt --layer x",
                             "out.jt --exclude-pmi Nonsense", "out.jt --per-part --monolithic"})
     EXPECT_EQ(work_.run(std::string("export in/hall.jt ") + wrong).exit, 2) << wrong;
   EXPECT_EQ(work_.read("out.jt"), before);

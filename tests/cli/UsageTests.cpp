@@ -47,7 +47,7 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"diff tiny95.jt", 2, "usage"},
         Failing{"diff tiny95.jt tiny95.jt --tolerance -1", 2, "usage"},
         Failing{"diff tiny95.jt tiny95.jt -tnan", 2, "usage"},
-        Failing{"info tiny95.jt tiny81.jt", 2, "usage"},
+        Failing{"graph tiny95.jt tiny81.jt", 2, "usage"},
         Failing{"info --nothing tiny95.jt", 2, "usage"},
         Failing{"info --segments=3 tiny95.jt", 2, "usage"},
         Failing{"info tiny95.jt --max-segment 9X", 2, "usage"},
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Inputs, Failures,
     testing::Values(
-        Failing{"info missing.jt", 3, "not_found"}, Failing{"info folder", 3, "not_a_file"},
+        Failing{"info missing.jt", 3, "not_found"}, Failing{"graph folder", 3, "not_a_file"},
         Failing{"graph text.jt", 3, "not_jt"}, Failing{"info - < empty.jt", 3, "empty"},
         Failing{"explain cut.jt", 3, "truncated"}, Failing{"verify missing.jt", 3, "not_found"},
         Failing{"verify text.jt", 3, "not_jt"}, Failing{"copy cut.jt b.jt", 3, "truncated"},

@@ -56,6 +56,17 @@ std::vector<std::string> Arguments::values(std::string_view option) const {
   return all;
 }
 
+std::vector<std::string> Arguments::optionWords(
+    std::initializer_list<std::string_view> without) const {
+  std::vector<std::string> words;
+  for (const Given& given : given_) {
+    if (std::ranges::find(without, given.option->name) != without.end()) continue;
+    words.push_back(std::string("--") + given.option->name);
+    if (given.option->value) words.back() += "=" + given.value;
+  }
+  return words;
+}
+
 std::optional<std::uint64_t> Arguments::byteCount(std::string_view option) const {
   const std::string* text = value(option);
   if (!text) return std::nullopt;
@@ -108,9 +119,12 @@ class ArgumentReader {
   }
 
  private:
-  /// "-" represents a stream, "-5" for a key.
-  static bool isShort(std::string_view word) {
-    return word.size() > 1 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
+  /// "-" represents a stream, "-5" a key unless there is an option with that digit.
+  bool isShort(std::string_view word) const {
+    if (word.size() < 2 || word[0] != '-') return false;
+    const char letter = word[1];
+    return letter < '0' || letter > '9' ||
+           find([letter](const Option& option) { return option.letter == letter; });
   }
 
   template <class Matches>

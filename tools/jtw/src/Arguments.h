@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string>
@@ -32,6 +33,8 @@ class Arguments {
   const std::string* value(std::string_view option) const;
   /// All values of an option that may be given several times, in order.
   std::vector<std::string> values(std::string_view option) const;
+  /// The options as words of a command line, all but those of these names.
+  std::vector<std::string> optionWords(std::initializer_list<std::string_view> without) const;
   /// A number of bytes such as 4096, 64K, 2M or 1G. Throws Failure "usage".
   std::optional<std::uint64_t> byteCount(std::string_view option) const;
   /// A whole number from 1 on. Throws Failure "usage".

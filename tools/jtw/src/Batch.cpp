@@ -28,10 +28,11 @@ std::string indented(std::string_view json) {
 }  // namespace
 
 // In front are the outcome and the exit code, a character each, and warnings, a line each, up to an
-// empty line.
+// empty line; then the length of the record, up to another line's end, and the record.
 
 std::string PieceReport::packed() const {
-  return std::string{static_cast<char>(outcome), static_cast<char>(exit)} + warnings + "\n" + body;
+  return std::string{static_cast<char>(outcome), static_cast<char>(exit)} + warnings + "\n" +
+         std::to_string(record.size()) + "\n" + record + body;
 }
 
 PieceReport PieceReport::unpacked(const std::string& text) {
@@ -44,7 +45,10 @@ PieceReport PieceReport::unpacked(const std::string& text) {
     report.warnings.append(text, at, end - at);
     at = end;
   }
-  report.body = text.substr(at + 1);
+  const std::size_t length = std::stoul(text.substr(at + 1));
+  at = text.find('\n', at + 1) + 1;
+  report.record = text.substr(at, length);
+  report.body = text.substr(at + length);
   return report;
 }
 
@@ -98,7 +102,7 @@ void Batch::show(const PieceReport& report) {
   }
   if (session_.wantsJson())
     session_.json().raw(indented(report.body));
-  else if (!session_.isQuiet() || report.exit != ExitCode::done)
+  else if (work_.isAlwaysShown || !session_.isQuiet() || report.exit != ExitCode::done)
     session_.out().write(report.body);
 }
 

@@ -18,6 +18,7 @@ struct PieceReport {
   std::uint8_t outcome = 0;  ///< a number of the command's own
   ExitCode exit = ExitCode::done;
   std::string warnings;  ///< one a line
+  std::string record;    ///< what the command itself wants back; not shown
   std::string body;      ///< of the results: text, or a JSON object laid out for itself
 
   std::string packed() const;
@@ -37,6 +38,7 @@ class Batch {
     std::function<PieceReport(std::size_t piece)> lost;
     /// Called in this process when a piece is done; may be empty.
     std::function<void(std::size_t piece, const PieceReport& report)> done;
+    bool isAlwaysShown = false;  ///< --quiet leaves no results out
   };
 
   Batch(Session& session, std::size_t count, Work work);

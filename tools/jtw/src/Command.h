@@ -33,6 +33,10 @@ const Command& findCommand(std::string_view name);
 extern const char* const kArgumentsHelp;
 extern const char* const kExitCodesHelp;
 
+/// Throws Failure "usage" unless the number of arguments is in this range: for commands that
+/// several forms of the command line have.
+void requireArguments(const Session& session, std::size_t least, std::size_t most);
+
 /// No limit for `maxArguments`.
 inline constexpr std::size_t kManyArguments = static_cast<std::size_t>(-1);
 

@@ -18,10 +18,20 @@ constexpr Option kFollowLinks{"follow-links", 0, nullptr,
                               "open part files that a link leads out of the folder to"};
 constexpr Option kTopOnly{"top-only", 0, nullptr,
                           "leave the part files where they are; OUT refers to them by name"};
+constexpr Option kFilesFrom{"files-from", 0, "LIST",
+                            "also the files in this list, a name a line; '-' is standard input"};
+constexpr Option kNull{"null", '0', nullptr, "a zero byte ends each name in the list"};
+constexpr Option kOutputFolder{
+    "output-dir", 'o', "DIR",
+    "convert several files into this folder; what a folder holds keeps its place below"};
 constexpr Option kDryRun{"dry-run", 0, nullptr, "report what would be done, write nothing"};
 
-constexpr Option kInfoOptions[] = {
-    {"segments", 0, nullptr, "list the segments"}, kMaxSegment, kMaxDocument, kFollowLinks};
+constexpr Option kInfoOptions[] = {{"segments", 0, nullptr, "list the segments"},
+                                   kFilesFrom,
+                                   kNull,
+                                   kMaxSegment,
+                                   kMaxDocument,
+                                   kFollowLinks};
 constexpr Option kGraphOptions[] = {{"metadata", 0, nullptr, "load the metadata segments too"},
                                     {"parts", 0, nullptr, "list the nodes of the part files too"},
                                     kMaxSegment,
@@ -37,6 +47,18 @@ constexpr Option kExplainOptions[] = {
     kMaxSegment,
     kMaxDocument};
 constexpr Option kLimitOptions[] = {kMaxSegment, kMaxDocument, kFollowLinks};
+constexpr Option kVerifyOptions[] = {
+    kFilesFrom,
+    kNull,
+    {"strict", 0, nullptr, "warnings count as errors"},
+    {"ignore", 0, "CODE,...", "leave out findings with these codes; may be given several times"},
+    {"sarif", 0, "FILE", "also write the findings as SARIF 2.1.0; '-' is standard output"},
+    {"junit", 0, "FILE", "also write the results as JUnit XML; '-' is standard output"},
+    kMaxSegment,
+    kMaxDocument,
+    kFollowLinks};
+constexpr Option kUpdateOptions[] = {kFilesFrom,  kNull,        kDryRun,
+                                     kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kCopyOptions[] = {
     {"version", 0, "V", "8.1, 8.2, 9.5, 10.0 or 10.2; without it that of IN"},
     kTopOnly,
@@ -151,6 +173,9 @@ constexpr Option kAssembleOptions[] = {kTargetVersion, kMonolithic, kPerPart, kE
                                        kMaxDocument,   kFollowLinks};
 
 constexpr Option kSnapshotOptions[] = {
+    kOutputFolder,
+    kFilesFrom,
+    kNull,
     {"size", 0, "WxH", "width and height in pixels (1024x768)"},
     {"view", 0, "VIEW", "iso (default), front, back, top, bottom, left or right"},
     {"background", 0, "COLOR", "#rrggbb[aa], r,g,b[,a] or transparent (white)"},
@@ -181,13 +206,27 @@ constexpr Option kMaxMemory{
 constexpr Option kMaxSeconds{
     "max-seconds", 0, "N", "how long reading a mesh file may take (60, and more for large files)"};
 constexpr Option kImportOptions[] = {
-    kUnit,      kUp,
-    kLods,      kLossless,
-    kBits,      kProfile,
-    kVersion,   {"force", 0, nullptr, "replace a component that is there already"},
-    kDryRun,    kMaxMemory,
+    {"from", 0, "FORMAT", "the format of standard input: glb, obj, stl, ..."},
+    kUnit,
+    kUp,
+    kLods,
+    kLossless,
+    kBits,
+    kProfile,
+    kVersion,
+    {"force", 0, nullptr, "replace a component that is there already"},
+    kDryRun,
+    kMaxMemory,
     kMaxSeconds};
+constexpr Option kFrom{"from", 0, "FORMAT",
+                       "the format of standard input: jt (default), glb, obj, stl, ..."};
 constexpr Option kConvertOptions[] = {
+    kOutputFolder,
+    {"to", 0, "FORMAT",
+     "the format of the files in DIR, or of standard output: jt, glb, obj, stl or ply"},
+    kFrom,
+    kFilesFrom,
+    kNull,
     kVersion,
     {"lod", 0, "N",
      "the level of detail to take, 0 the finest; without it the finest, and in a JT "
@@ -212,10 +251,10 @@ constexpr Option kConvertOptions[] = {
 constexpr Option kHelpOptions[] = {{"man", 0, nullptr, "as a manual page, in roff"}};
 
 constexpr Command kCommands[] = {
-    {"info", "FILE [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
+    {"info", "FILE... [--segments]", "what a JT file is and holds", "jtw info gear.jt --segments",
      "Reads nothing but the header, the table of contents and the scene graph, of the part files "
-     "too.",
-     1, 1, kInfoOptions, runInfo},
+     "too. A folder means the JT files in it and below.",
+     0, kManyArguments, kInfoOptions, runInfo},
     {"graph", "FILE [--metadata] [--parts]", "the scene graph of a JT file as it is stored",
      "jtw graph gear.jt", "Part files are named, and with --parts their nodes are listed as well.",
      1, 1, kGraphOptions, runGraph},
@@ -231,8 +270,10 @@ constexpr Command kCommands[] = {
      "offsets count in the inflated bytes; name it with --segment to ask for one of them.",
      1, 1, kExplainOptions, runExplain},
     {"verify", "FILE...", "reads and decodes everything and reports what is wrong",
-     "jtw verify delivery/*.jt", "Exit code 1 when there is an error, 0 for warnings alone.", 1,
-     kManyArguments, kLimitOptions, runVerify},
+     "jtw verify delivery/ --strict --ignore unusual_form --junit report.xml",
+     "Exit code 1 when there is an error, 0 for warnings alone unless --strict is given. A folder\n"
+     "means the JT files in it and below.",
+     0, kManyArguments, kVerifyOptions, runVerify},
     {"copy", "IN OUT [--version V]", "rewrites a JT file and reports what changed",
      "jtw copy gear.jt gear95.jt --version 9.5",
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
@@ -381,12 +422,12 @@ constexpr Command kCommands[] = {
      "files\n"
      "of an assembly come along, to the same places beside OUT.",
      2, 2, kPartitionOptions, runExportPartition},
-    {"snapshot", "FILE OUT.png [--size WxH] [--view VIEW] [--background COLOR]",
+    {"snapshot", "FILE OUT.png | FILE... -o DIR [--size WxH] [--view VIEW] [--background COLOR]",
      "a picture of what a JT file holds", "jtw snapshot gear.jt gear.png --view front",
      "Shows the finest level of detail, shaded, fitted to the view; up is +z. Shapes that cannot "
      "be\n"
      "read are left out and reported; the exit code is 1 then.",
-     2, 2, kSnapshotOptions, runSnapshot},
+     0, kManyArguments, kSnapshotOptions, runSnapshot},
     {"import", "MESH DOC [--unit U] [--lods N]", "makes a component of a mesh file",
      "jtw import robot.glb robot.kpak --lods 3",
      "MESH is a glTF, OBJ, STL, PLY, FBX, Collada, 3DS or other file; the extension gives the "
@@ -394,20 +435,21 @@ constexpr Command kCommands[] = {
      "nodes\n"
      "become blocks and entities with keys; meshes that are used twice are stored once.",
      2, 2, kImportOptions, runImport},
-    {"convert", "IN OUT [--version V] [--lod N]", "converts between JT and mesh files",
-     "jtw convert gear.jt gear.glb",
+    {"convert", "IN OUT | IN... -o DIR --to FORMAT [--version V] [--lod N]",
+     "converts between JT and mesh files", "jtw convert gear.jt gear.glb",
      "The extensions select the formats: JT and what import reads, to JT, .glb, .obj, .stl or "
      ".ply. "
      "An\n"
-     "OUT that is there is replaced.",
-     2, 2, kConvertOptions, runConvert},
+     "OUT that is there is replaced. '-' is standard input or output; --from and --to name its "
+     "format.",
+     0, kManyArguments, kConvertOptions, runConvert},
     {"update-materials", "DOC...", "converts the materials of components to today's form, once",
      "jtw update-materials cells/*.kpak",
      "Each DOC is 'updated', or left as it is: 'already-updated', or 'native' when there is no\n"
      "component in it. One that fails stops nothing; the exit code is then 1, or that of the\n"
      "failure when all fail alike. --jobs sets how many run at a time; by default one for each "
-     "core.",
-     1, kManyArguments, kSetOptions, runUpdateMaterials},
+     "core. A folder that is no component means the components in it and below.",
+     0, kManyArguments, kUpdateOptions, runUpdateMaterials},
     {"help", "[COMMAND] [--man]", "explains the program or a command", "jtw help set",
      "With --man as a manual page: jtw help set --man | man -l -", 0, 1, kHelpOptions, runHelp},
     {"completion",

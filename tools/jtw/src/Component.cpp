@@ -11,6 +11,7 @@
 #include "JtwManager.h"
 #include "JtwPMIs.h"
 #include "JtwTree.h"
+#include "MemoryStream.h"
 #include "SaveResult.h"
 #include "Session.h"
 
@@ -36,6 +37,11 @@ ApiDocumentRef withFileStream(const ApiDocumentRef& document, const std::string&
   } catch (const JtFormatError& error) {
     throw readFailure(error, path);
   }
+}
+
+ApiDocumentRef withInputStream(const ApiDocumentRef& document) {
+  const auto stream = MemoryStream::create(readBytes("-"));
+  return host::withStream(document, CComPtr<IStream>(stream), ApiDocument::StreamDuty::should);
 }
 
 }  // namespace
@@ -99,9 +105,19 @@ ApiDocumentRef openHostDocument(const DocumentName& name) {
 
 Component::Component(Session& session, const std::string& document, bool forWriting)
     : text_(document), library_(session) {
-  const DocumentName name(document);
+  DocumentName name(document);
+  const bool isInput = document == "-";
+  if (isInput && forWriting)
+    failUsage("a component on standard input cannot be saved; name a file");
+  if (isInput) {
+    name.path = "standard input";
+    name.isStream = true;
+  }
   document_ = openHostDocument(name);
-  if (name.isStream) document_ = withFileStream(document_, name.path, forWriting);
+  if (isInput)
+    document_ = withInputStream(document_);
+  else if (name.isStream)
+    document_ = withFileStream(document_, name.path, forWriting);
   JtwManager::the().setReadLimits(readLimits(session));
   auto error = JtwRoot::JT_INITIALIZE_FAILED;
   root_ = JtwManager::the().computeExistingDocRoot(document_, JtwRoot::JT_LOAD_WITH_UNIT_PROPERTY,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <iterator>
 
 #include "Component.h"
 #include "InputFile.h"
@@ -130,11 +131,27 @@ void showResult(Session& session, const jtk::ExportReport& report, bool dryRun) 
     session.out().line("  with " + count(report.files.size() - 1, "part file"));
 }
 
+/// Writes the exported file to standard output.
+void handOver(Session& session, const ExportWishes& wishes, jtk::ExportReport& report) {
+  report.saved.file = "standard output";
+  for (jtk::ExportedFile& file : report.files) file.file = report.saved.file;
+  if (wishes.dryRun) return;
+  writeBytes("-", readBytes(wishes.output));
+  namespace fs = std::filesystem;
+  const fs::directory_iterator files(fs::path(wishes.output).parent_path());
+  if (std::distance(fs::begin(files), fs::end(files)) > 1)
+    session.warn("standard output has no folder; the images of textures are left out");
+}
+
 }  // namespace
 
 ExportWishes::ExportWishes(Session& session) : output(session.argument(1)) {
   const Arguments& arguments = session.arguments();
-  if (output == "-") failUsage("an export is written as files; '-' is none");
+  isOutput = output == "-";
+  if (isOutput && arguments.has("per-part"))
+    failUsage("--per-part writes several files; '-' is only one");
+  claimOutput(session, output, arguments.has("dry-run"));
+  if (isOutput) output = scratch.place("export.jt");
   if (DocumentName(output).isFolder || DocumentName(output).isStream)
     failUsage("'" + output + "' is no name for a JT file");
   if (arguments.has("per-part") && arguments.has("monolithic"))
@@ -191,7 +208,7 @@ ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes&
                      const char* argument, const std::vector<jt::PartFile>& parts) {
   root.setCadSource();
   root.setTranslationDate();
-  Progress progress(session, "exporting " + wishes.output);
+  Progress progress(session, wishes.isOutput ? "exporting" : "exporting " + wishes.output);
   root.setWriteOptions(
       {.dryRun = wishes.dryRun,
        .progress =
@@ -206,7 +223,8 @@ ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes&
            },
        .shapeEncoding = {}});
   if (!root.write(wishes.data)) failExport(root, wishes.output);
-  const jtk::ExportReport& report = root.report();
+  jtk::ExportReport report = root.report();
+  if (wishes.isOutput) handOver(session, wishes, report);
   if (!wishes.dryRun) session.noteWritten(report.saved.file);
   jt::SaveReport saved = report.saved;
   saved.alsoSaved = report.alsoSaved;

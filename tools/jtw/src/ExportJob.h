@@ -6,6 +6,7 @@
 #include "ApiPMIType.h"
 #include "Failure.h"
 #include "JtkwComponentExportRoot.h"
+#include "ScratchFolder.h"
 #include "SelectedAssembly.h"
 
 namespace tool {
@@ -30,7 +31,9 @@ class ExportImporter {
 struct ExportWishes {
   explicit ExportWishes(Session& session);
 
-  std::string output;
+  std::string output;     ///< of standard output, a temporary file
+  bool isOutput = false;  ///< goes to standard output
+  ScratchFolder scratch;
   /// Throws Failure "usage" for a file that is read and that the export would replace or remove.
   void requireOther(const std::string& input) const;
 

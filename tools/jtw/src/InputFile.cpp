@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -40,7 +42,7 @@ class PipeLocation final : public JtStorageLocation {
   const char* name_;
 };
 
-[[noreturn]] void fail(const char* code, const char* name, const std::string& message) {
+[[noreturn]] void fail(const char* code, const std::string& name, const std::string& message) {
   throw JtFormatError(code, message, {.file = name});
 }
 
@@ -58,22 +60,25 @@ class PipeImage final : public jt::FileImage {
 
 std::uint64_t mostInput = std::uint64_t{1} << 30;
 
-std::vector<std::byte> readStandardInput() {
+/// All that a stream has.
+std::vector<std::byte> readStream(std::FILE* file, const std::string& name) {
   constexpr std::size_t kFirstSize = std::size_t{1} << 16;
   std::vector<std::byte> bytes(kFirstSize);
   std::size_t filled = 0;
   while (const std::size_t count =
-             std::fread(bytes.data() + filled, 1, bytes.size() - filled, stdin)) {
+             std::fread(bytes.data() + filled, 1, bytes.size() - filled, file)) {
     filled += count;
     if (filled > mostInput)
-      fail("too_large", kInputName,
+      fail("too_large", name,
            "it is longer than " + std::to_string(mostInput) + " bytes; option: --max-input");
     if (filled == bytes.size()) bytes.resize(filled * 2);
   }
-  if (std::ferror(stdin) != 0) fail("unreadable", kInputName, std::strerror(errno));
+  if (std::ferror(file) != 0) fail("unreadable", name, std::strerror(errno));
   bytes.resize(filled);
   return bytes;
 }
+
+std::vector<std::byte> readStandardInput() { return readStream(stdin, kInputName); }
 
 void writeStandardOutput(std::span<const std::byte> bytes) {
   if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size())
@@ -151,6 +156,14 @@ void claimOutput(Session& session, const std::string& path, bool dryRun) {
 // Not through the storage manager in use: it may be that of a host, for JT data alone.
 std::vector<std::byte> readBytes(const std::string& path) try {
   if (path == "-") return readStandardInput();
+  // A pipe that the shell has made, <(...), cannot be mapped.
+  std::error_code ignored;
+  if (std::filesystem::is_fifo(path, ignored)) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(std::fopen(path.c_str(), "rb"),
+                                                               &std::fclose);
+    if (!pipe) fail("unreadable", path, std::strerror(errno));
+    return readStream(pipe.get(), path);
+  }
   const auto image =
       jt::make<JtStorageManager>()->open(JtFSStorageLocation(JtString(), JtString(path)));
   const std::span<const std::byte> bytes = image->bytes();

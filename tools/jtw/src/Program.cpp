@@ -51,11 +51,7 @@ ExitCode run(Session& session) {
   if (arguments.has("version") && !hasOwnVersionOption(*command))
     failUsage("--version takes nothing else: jtw --version");
   if (!command->run) failUsage("'" + std::string(command->name) + "' is not available yet");
-  const std::size_t count = arguments.positional().size();
-  if (count < command->minArguments)
-    failUsage("an argument is missing: jtw " + std::string(command->name) + " " + command->usage);
-  if (count > command->maxArguments)
-    failUsage("'" + arguments.positional()[command->maxArguments] + "' is one argument too many");
+  requireArguments(session, command->minArguments, command->maxArguments);
   return command->run(session);
 }
 
@@ -115,6 +111,14 @@ ExitCode guarded(Session& session, const Work& work) {
 }
 
 }  // namespace
+
+void requireArguments(const Session& session, std::size_t least, std::size_t most) {
+  const std::vector<std::string>& given = session.arguments().positional();
+  const Command& command = *session.command();
+  if (given.size() < least)
+    failUsage("an argument is missing: jtw " + std::string(command.name) + " " + command.usage);
+  if (given.size() > most) failUsage("'" + given[most] + "' is one argument too many");
+}
 
 int runProgram(std::span<const char* const> words) try {
   std::optional<Session> session;

@@ -5,6 +5,7 @@
 #include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
+#include "FileList.h"
 #include "InputFile.h"
 #include "JtLOD.h"
 #include "JtStackNodeIter.h"
@@ -15,6 +16,7 @@
 #include "MeshReport.h"
 #include "PartCopies.h"
 #include "SaveResult.h"
+#include "ScratchFolder.h"
 #include "SelectedAssembly.h"
 #include "Session.h"
 
@@ -22,6 +24,64 @@ namespace tool {
 namespace {
 
 bool isJt(const std::string& path) { return DocumentName(path).isJt; }
+
+/// IN and OUT of the command line. Standard input and output have no name that could show their
+/// format; what has to be a file goes through a temporary one.
+class Ends {
+ public:
+  explicit Ends(Session& session) : session_(session) {
+    const Arguments& arguments = session.arguments();
+    input = shownInput = session.argument(0);
+    output = session.argument(1);
+    const bool isInput = input == "-";
+    isOutput_ = output == "-";
+    if (!isInput && arguments.has("from")) failUsage("--from is for standard input, '-'");
+    if (!isOutput_ && arguments.has("to"))
+      failUsage("--to is for standard output, '-', and for --output-dir");
+    const std::string* from = arguments.value("from");
+    fromJt = isInput ? !from || *from == "jt" : isJt(input);
+    if (isInput && !fromJt) input = scratch_.place("input." + *from);
+    if (isOutput_) nameOutput(arguments.value("to"));
+    toJt = isJt(output);
+    if (!toJt) checkFormat();
+    if (isOutput_) claimOutput(session, "-", arguments.has("dry-run"));
+  }
+  /// Fetches standard input.
+  void begin() {
+    if (input != shownInput) writeBytes(input, readBytes("-"));
+  }
+  /// Hands the result over to standard output.
+  void finish() {
+    if (isOutput_ && !session_.arguments().has("dry-run")) writeBytes("-", readBytes(output));
+  }
+  std::string shownOutput() const { return isOutput_ ? "standard output" : output; }
+  bool isOutput() const noexcept { return isOutput_; }
+
+  std::string input;
+  std::string shownInput;
+  std::string output;
+  bool fromJt = false;
+  bool toJt = false;
+
+ private:
+  void nameOutput(const std::string* format) {
+    if (!format) failUsage("standard output needs --to FORMAT: jt, glb, stl or ply");
+    if (*format == "obj")
+      failUsage("an OBJ file has a second one, with its materials; name a file");
+    output = scratch_.place("output." + *format);
+  }
+  void checkFormat() const {
+    try {
+      mesh::formatOf(output);
+    } catch (const JtFormatError& error) {
+      failUsage((isOutput_ ? "--to" : output) + ": " + error.message() + " or .jt");
+    }
+  }
+
+  Session& session_;
+  ScratchFolder scratch_;
+  bool isOutput_ = false;
+};
 
 /// Calls `take` for every node of that class in the assembly's files, once.
 template <class T, class Take>
@@ -82,7 +142,8 @@ ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCou
   return exitCodeOf(parts);
 }
 
-ExitCode jtToJt(Session& session, const std::string& input, const std::string& output) {
+ExitCode jtToJt(Session& session, Ends& ends) {
+  const std::string& input = ends.input;
   const std::string file = jtFileOf(DocumentName(input).path);
   const SelectedAssembly opened =
       session.arguments().has("top-only")
@@ -105,16 +166,20 @@ ExitCode jtToJt(Session& session, const std::string& input, const std::string& o
       });
   if (asksForForm || anyDiffers) renewShapes(opened.top(), input);
   const bool changesParts = opened.isSelection() || level || asksForForm || options.version;
-  const jt::SaveReport report =
-      saveCopy(opened.top(), opened.top(), opened.parts(),
-               {.input = file, .output = output, .changesParts = changesParts}, options);
+  const std::vector<jt::PartFile> parts =
+      ends.isOutput() ? std::vector<jt::PartFile>() : opened.parts();
+  const jt::SaveReport report = saveCopy(
+      opened.top(), opened.top(), parts,
+      {.input = file, .output = ends.isOutput() ? "-" : ends.output, .changesParts = changesParts},
+      options);
   showSaveWarnings(session, report);
   return reportJt(session, report, nullptr, listLosses(opened.top(), report), opened.parts());
 }
 
-mesh::Scene readScene(Session& session, const std::string& input, const mesh::SceneLines& lines,
+mesh::Scene readScene(Session& session, const Ends& ends, const mesh::SceneLines& lines,
                       std::vector<jt::PartFile>& parts) {
-  if (!isJt(input)) return loadMeshFile(session, input);
+  const std::string& input = ends.shownInput;
+  if (!ends.fromJt) return loadMeshFile(session, ends.input, input);
   SelectedAssembly opened(session, input);
   try {
     mesh::Scene scene = mesh::sceneOf(opened.top(), chosenLevel(session).value_or(0), lines,
@@ -146,25 +211,29 @@ void checkTriangles(const Session& session, const mesh::Scene& scene, const std:
   }
 }
 
-ExitCode toMesh(Session& session, const std::string& input, const std::string& output) {
+ExitCode toMesh(Session& session, Ends& ends) {
+  const std::string& input = ends.shownInput;
+  const std::string& output = ends.output;
   // The other formats have no lines; annotations need a color of their own as well.
   const std::string extension = ApiSysFilePath(output).extension();
   const mesh::SceneLines lines{.ofAnnotations = extension == "glb",
                                .ofWires = extension == "glb" || extension == "obj"};
   std::vector<jt::PartFile> parts;
   // Of a mesh file that is read, the option is about that one.
-  const auto up = isJt(input) ? upAxis(session.arguments()) : std::nullopt;
-  const mesh::Scene scene = readScene(session, input, lines, parts);
+  const auto up = ends.fromJt ? upAxis(session.arguments()) : std::nullopt;
+  const mesh::Scene scene = readScene(session, ends, lines, parts);
   if (scene.models.empty())
     throw Failure(ExitCode::input, "no_geometry", "there is no geometry in it", {.file = input});
   if (extension != "glb") checkTriangles(session, scene, input);
   const bool dryRun = session.arguments().has("dry-run");
-  const std::vector<std::string> files = mesh::filesOf(scene, output);
+  std::vector<std::string> files = mesh::filesOf(scene, output);
   try {
     if (!dryRun) mesh::writeScene(scene, output, up.value_or(mesh::UpAxis::z));
   } catch (const JtFormatError& error) {
     throw saveFailure(error, output);
   }
+  ends.finish();
+  files[0] = ends.shownOutput();
   if (!dryRun)
     for (const std::string& file : files) session.noteWritten(file);
   const SceneCounts counts(scene);
@@ -176,11 +245,11 @@ ExitCode toMesh(Session& session, const std::string& input, const std::string& o
   }
   JsonWriter& json = session.json();
   session.beginResult();
-  json.member("file", input);
+  json.member("file", ends.shownInput);
   writeCounts(session, counts);
   json.key("saved");
   json.beginObject();
-  json.member("file", output);
+  json.member("file", files[0]);
   json.nullMember("version");
   json.key("files");
   json.beginArray(JsonWriter::Layout::line);
@@ -229,24 +298,19 @@ void checkOptions(const Session& session, bool fromJt, const std::string& output
 }  // namespace
 
 ExitCode runConvert(Session& session) {
-  const std::string& input = session.argument(0);
-  const std::string& output = session.argument(1);
-  if (input == "-" || output == "-")
-    failUsage("the formats show in the names of the files; '-' has none");
-  if (!isJt(output)) {
-    try {
-      mesh::formatOf(output);
-    } catch (const JtFormatError& error) {
-      failUsage(output + ": " + error.message() + " or .jt");
-    }
-    checkOptions(session, isJt(input), output);
-    return toMesh(session, input, output);
-  }
-  checkOptions(session, isJt(input), output);
-  if (isJt(input)) return jtToJt(session, input, output);
-  mesh::Scene scene = loadMeshFile(session, input);
+  if (session.arguments().has("output-dir")) failUsage("--output-dir is for the program jtw");
+  requireNoList(session);
+  requireArguments(session, 2, 2);
+  Ends ends(session);
+  checkOptions(session, ends.fromJt, ends.output);
+  ends.begin();
+  if (!ends.toJt) return toMesh(session, ends);
+  if (ends.fromJt) return jtToJt(session, ends);
+  mesh::Scene scene = loadMeshFile(session, ends.input, ends.shownInput);
   const SceneCounts counts(scene);
-  const jt::SaveReport report = saveComponent(session, std::move(scene), output, true);
+  jt::SaveReport report = saveComponent(session, std::move(scene), ends.output, true);
+  ends.finish();
+  report.file = ends.shownOutput();
   return reportJt(session, report, &counts, {}, {});
 }
 

@@ -30,7 +30,7 @@ std::optional<mesh::UpAxis> upAxis(const Arguments& arguments) {
   failUsage("--up is '" + *text + "', not X, Y or Z");
 }
 
-mesh::Scene loadMeshFile(Session& session, const std::string& path) {
+mesh::Scene loadMeshFile(Session& session, const std::string& path, const std::string& shown) {
   const Arguments& arguments = session.arguments();
   const std::string* unitName = arguments.value("unit");
   const double unit = unitName ? jtw::parseLengthUnit("--unit", *unitName).millimetres : 0;
@@ -39,13 +39,15 @@ mesh::Scene loadMeshFile(Session& session, const std::string& path) {
                             arguments.positiveNumber("max-seconds"));
   try {
     mesh::Scene scene = mesh::loadScene(path, unit, up);
-    showNotes(session, path, scene);
+    showNotes(session, shown, scene);
     return scene;
   } catch (const JtFormatError& error) {
+    jt::FilePosition where = error.where();
+    if (where.file.empty() || where.file == path) where.file = shown;
     if (error.code() == "too_large")
       throw Failure(ExitCode::input, error.code(), error.message() + "; option: --max-memory",
-                    error.where());
-    throw readFailure(error, path);
+                    where);
+    throw readFailure({error.code(), error.message(), where}, shown);
   }
 }
 

@@ -17,7 +17,8 @@ class Session;
 /// --up: the axis of a mesh file that points up.
 std::optional<mesh::UpAxis> upAxis(const Arguments& arguments);
 /// Reads a mesh file with --unit and --up. Throws Failure.
-mesh::Scene loadMeshFile(Session& session, const std::string& path);
+/// @param shown its name in messages
+mesh::Scene loadMeshFile(Session& session, const std::string& path, const std::string& shown);
 /// --lods: levels of detail in all.
 std::size_t levelCount(const Session& session);
 /// --lod: the level of detail to take.

@@ -1,8 +1,6 @@
 #include <filesystem>
-#include <list>
 #include <map>
 #include <memory>
-#include <random>
 #include <string_view>
 
 #include "ApiSysStringConvertors.h"
@@ -11,38 +9,16 @@
 #include "Component.h"
 #include "ExportJob.h"
 #include "InputFile.h"
-#include "JtTemporaryPath.h"
 #include "JtkEntityFactory.h"
 #include "JtkInstance.h"
 #include "MeshConversion.h"
+#include "ScratchFolder.h"
 #include "Session.h"
 
 namespace tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A folder for JT files that mesh files were converted to.
-class ScratchFolder {
- public:
-  std::string place(std::size_t number) {
-    if (path_.path().empty()) {
-      const fs::path path =
-          fs::temp_directory_path() / ("jtw-assemble-" + std::to_string(std::random_device{}()));
-      std::error_code error;
-      if (!fs::create_directory(path, error))
-        throw Failure(ExitCode::output, "unwritable", "no folder for converted meshes can be made",
-                      {.file = path.string()});
-      path_.set(path.string(), jt::TemporaryPath::Kind::folder);
-      fs::permissions(path, fs::perms::owner_all, error);
-    }
-    return files_.emplace_back(path_.path() + "/" + std::to_string(number) + ".jt").path();
-  }
-
- private:
-  jt::TemporaryPath path_;
-  std::list<jt::TemporaryPath> files_;  // ends before the folder
-};
 
 /// The sources of a plan, each read once.
 class Sources {
@@ -60,7 +36,7 @@ class Sources {
         if (!fs::exists(path))
           throw Failure(ExitCode::input, "not_found", "there is no such file", {.file = path});
         wishes.requireOther(path);
-        file = scratch_.place(sources_.size());
+        file = scratch_.place(std::to_string(sources_.size()) + ".jt");
         convertMeshFile(path, file);
       }
       readSource(session_, file, wishes, *source);
@@ -76,7 +52,7 @@ class Sources {
  private:
   Session& session_;
   fs::path folder_;
-  ScratchFolder scratch_;
+  ScratchFolder scratch_;  // of JT files that mesh files were converted to
   std::map<std::string, std::unique_ptr<ExportSource>> sources_;
   std::vector<jt::PartFile> parts_;
 };

@@ -3,7 +3,10 @@
 #include <vector>
 
 #include "Assembly.h"
+#include "Batch.h"
 #include "Command.h"
+#include "CommandLines.h"
+#include "FileList.h"
 #include "InputFile.h"
 #include "Jt.h"
 #include "JtInspect.h"
@@ -285,6 +288,12 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
 }  // namespace
 
 ExitCode runInfo(Session& session) {
+  const FileList list = listFiles(session);
+  if (!list.isOne) {
+    std::vector<CommandPiece> pieces;
+    for (const ListedFile& file : list.files) pieces.push_back({{file.path}, file.path});
+    return runForEach(session, pieces, Batch::jobs(session), false);
+  }
   const std::string& path = session.argument(0);
   const OpenedAssembly opened = openAssembly(session, path);
   const Facts facts = gather(opened, session.arguments().has("segments"));

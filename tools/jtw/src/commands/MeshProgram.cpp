@@ -13,7 +13,10 @@
 #include <vector>
 
 #include "ApiSysFileAccess.h"
+#include "Batch.h"
 #include "Command.h"
+#include "CommandLines.h"
+#include "FileList.h"
 #include "MeshConversion.h"
 #include "Session.h"
 #include "Signals.h"
@@ -70,12 +73,39 @@ ExitCode runMeshProgram(std::span<const char* const> arguments, const std::strin
   return static_cast<ExitCode>(WEXITSTATUS(status));
 }
 
+void requireFormat(const std::string& format) {
+  for (const char* known : {"jt", "glb", "obj", "stl", "ply"})
+    if (format == known) return;
+  failUsage("--to is '" + format + "', not jt, glb, obj, stl or ply");
+}
+
+/// Converts each file, into a folder.
+ExitCode convertEach(Session& session, const std::string& folder) {
+  const Arguments& arguments = session.arguments();
+  const std::string* format = arguments.value("to");
+  if (!format) failUsage("--output-dir needs --to FORMAT: jt, glb, obj, stl or ply");
+  requireFormat(*format);
+  const FileList list = listFiles(session, Wanted::documents);
+  const std::vector<std::string> outputs = outputsOf(list, folder, "." + *format);
+  if (!arguments.has("dry-run")) makeFoldersOf(outputs);
+  std::vector<CommandPiece> pieces;
+  for (std::size_t i = 0; i < outputs.size(); ++i)
+    pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
+  // Two assemblies can have a part file in common, which each of them writes.
+  const bool sharesFiles = *format == "jt" && !arguments.has("top-only");
+  return runForEach(session, pieces, sharesFiles ? 1 : Batch::jobs(session), true);
+}
+
 }  // namespace
 
 ExitCode runImport(Session& session) {
   return runMeshProgram(session.words(), session.argument(0));
 }
 ExitCode runConvert(Session& session) {
+  if (const std::string* folder = session.arguments().value("output-dir"))
+    return convertEach(session, *folder);
+  requireNoList(session);
+  requireArguments(session, 2, 2);
   return runMeshProgram(session.words(), session.argument(0));
 }
 

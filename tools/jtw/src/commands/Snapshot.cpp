@@ -5,7 +5,10 @@
 
 #include "ApiSysFilePath.h"
 #include "Assembly.h"
+#include "Batch.h"
 #include "Command.h"
+#include "CommandLines.h"
+#include "FileList.h"
 #include "InputFile.h"
 #include "JtFormatError.h"
 #include "JtwValueText.h"
@@ -103,9 +106,25 @@ void writeResult(Session& session, const DrawingRequest& request, const Drawing&
   session.endResult();
 }
 
+/// A picture of each file, in a folder.
+ExitCode drawEach(Session& session, const std::string& folder) {
+  static_cast<void>(readRequest(session.arguments()));  // a mistake is reported once
+  const FileList list = listFiles(session, Wanted::documents);
+  const std::vector<std::string> outputs = outputsOf(list, folder, ".png");
+  makeFoldersOf(outputs);
+  std::vector<CommandPiece> pieces;
+  for (std::size_t i = 0; i < outputs.size(); ++i)
+    pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
+  return runForEach(session, pieces, Batch::jobs(session), true);
+}
+
 }  // namespace
 
 ExitCode runSnapshot(Session& session) {
+  if (const std::string* folder = session.arguments().value("output-dir"))
+    return drawEach(session, *folder);
+  requireNoList(session);
+  requireArguments(session, 2, 2);
   const std::string& output = session.argument(1);
   const DrawingRequest request = readRequest(session.arguments());
   checkName(output);

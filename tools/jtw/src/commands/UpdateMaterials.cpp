@@ -8,6 +8,7 @@
 #include "Batch.h"
 #include "Command.h"
 #include "Component.h"
+#include "FileList.h"
 #include "InputFile.h"
 #include "JtwManager.h"
 #include "MaterialUpdate.h"
@@ -19,11 +20,11 @@ namespace {
 
 using Outcome = MaterialUpdate::Outcome;
 
-std::vector<DocumentName> documentNames(const std::vector<std::string>& words) {
+std::vector<DocumentName> documentNames(const FileList& list) {
   std::vector<DocumentName> names;
-  names.reserve(words.size());
-  for (const std::string& word : words) {
-    names.emplace_back(word);
+  names.reserve(list.files.size());
+  for (const ListedFile& file : list.files) {
+    names.emplace_back(file.path);
     if (names.back().isStream)
       failUsage("the material update works on files, not on streams: leave out 'stream:'");
   }
@@ -99,8 +100,8 @@ void writeSummary(JsonWriter& json, const Batch& batch) {
 }
 
 /// Every document in a process of its own, files that are named twice one after the other.
-ExitCode updateMany(Session& session, const std::vector<DocumentName>& names) {
-  const std::vector<std::string>& documents = session.arguments().positional();
+ExitCode updateMany(Session& session, const std::vector<std::string>& documents,
+                    const std::vector<DocumentName>& names) {
   const bool dryRun = session.arguments().has("dry-run");
   const auto run = [&](std::size_t i) {
     return reportOf(session, documents[i], updateMaterials(names[i], dryRun));
@@ -151,15 +152,19 @@ void showOne(Session& session, const MaterialUpdate& update, bool dryRun) {
 }  // namespace
 
 ExitCode runUpdateMaterials(Session& session) {
-  const std::vector<DocumentName> names = documentNames(session.arguments().positional());
+  const FileList list = listFiles(session, Wanted::documents);
+  const std::vector<DocumentName> names = documentNames(list);
   const Library library(session);
   JtwManager::the().setReadLimits(readLimits(session));
-  if (names.size() == 1) {
+  if (list.isOne) {
     const bool dryRun = session.arguments().has("dry-run");
     showOne(session, updateMaterials(names[0], dryRun), dryRun);
     return ExitCode::done;
   }
-  return updateMany(session, names);
+  std::vector<std::string> documents;
+  documents.reserve(list.files.size());
+  for (const ListedFile& file : list.files) documents.push_back(file.path);
+  return updateMany(session, documents, names);
 }
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <functional>
 #include <numeric>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "Batch.h"
 #include "Command.h"
 #include "Component.h"
+#include "FileList.h"
 #include "InputFile.h"
 #include "JtFileGuard.h"
 #include "JtFormatError.h"
@@ -17,40 +19,11 @@
 #include "JtwFrameLists.h"
 #include "Progress.h"
 #include "Session.h"
+#include "Verdict.h"
+#include "VerifyReports.h"
 
 namespace tool {
 namespace {
-
-bool isSound(const std::vector<jt::Diagnostic>& findings) {
-  return std::ranges::none_of(findings,
-                              [](const jt::Diagnostic& finding) { return finding.isError; });
-}
-
-/// A part file, and what is wrong with it.
-struct PartVerdict {
-  jt::PartFile part;
-  std::vector<jt::Diagnostic> findings;
-};
-
-struct Verdict {
-  std::string file;
-  std::vector<jt::Diagnostic> findings;
-  std::vector<PartVerdict> parts;
-
-  bool isSound() const {
-    return tool::isSound(findings) && std::ranges::all_of(parts, [](const PartVerdict& part) {
-             return tool::isSound(part.findings);
-           });
-  }
-  /// The finding that it is missing or no JT file, or null.
-  const jt::Diagnostic* unreadable() const {
-    const auto found =
-        std::find_if(findings.begin(), findings.end(), [](const jt::Diagnostic& finding) {
-          return finding.isError && isUnreadable(finding.code);
-        });
-    return found == findings.end() ? nullptr : &*found;
-  }
-};
 
 /// What the host keeps in a file is looked at through the component model, which has to be started.
 void addFrameFindings(JtStorageLocation& location, const jt::ReadLimits& limits,
@@ -95,7 +68,8 @@ std::vector<jt::Diagnostic> examinePart(const jt::PartFile& part, const jt::Read
     findings = jt::verify(*location, limits);
     addFrameFindings(*location, limits, findings);
   }
-  if (part.state != State::read && isSound(findings))
+  const bool hasError = std::ranges::any_of(findings, &jt::Diagnostic::isError);
+  if (part.state != State::read && !hasError)
     findings.push_back(
         {std::string("part_") + jt::stateName(part.state), part.error, {}, {}, true});
   nameOptions(findings);
@@ -110,7 +84,9 @@ Verdict examine(Session& session, const std::string& path,
   if (path != "-") parts = listParts(*location, limits);
   const double share = 1.0 / static_cast<double>(parts.size() + 1);
   Verdict verdict{
-      path, jt::verify(*location, limits, [&](double done) { progress(done * share); }), {}};
+      .file = path,
+      .findings = jt::verify(*location, limits, [&](double done) { progress(done * share); }),
+      .parts = {}};
   const Library library(session);
   addFrameFindings(*location, limits, verdict.findings);
   nameOptions(verdict.findings);
@@ -124,67 +100,44 @@ Verdict examine(Session& session, const std::string& path,
   return verdict;
 }
 
-void writeFindings(JsonWriter& json, const std::string& part,
-                   const std::vector<jt::Diagnostic>& findings) {
-  for (const jt::Diagnostic& finding : findings) {
-    json.beginObject(JsonWriter::Layout::line);
-    json.member("severity", finding.isError ? "error" : "warning");
-    json.member("code", finding.code);
-    json.textOrNull("segment", finding.segment);
-    json.member("offset", finding.offset);
-    json.member("message", finding.message);
-    json.textOrNull("file", part);
-    json.end();
+/// Where reports in other forms go.
+struct Reports {
+  explicit Reports(Session& session) : rules(VerdictRules::of(session)) {
+    const auto name = [&](const char* option) {
+      const std::string* file = session.arguments().value(option);
+      if (!file) return std::string();
+      // The next word on the command line, when the name was forgotten.
+      if (file->empty() || DocumentName(*file).isJt)
+        failUsage("--" + std::string(option) + " is '" + *file + "', no name for a report");
+      return *file;
+    };
+    sarif = name("sarif");
+    junit = name("junit");
+    if (sarif == "-" && junit == "-") failUsage("only one report can go to standard output");
+    claimOutput(session, sarif == "-" ? sarif : junit, false);
   }
-}
-
-void writeVerdict(JsonWriter& json, const Verdict& verdict) {
-  json.member("file", verdict.file);
-  json.member("sound", verdict.isSound());
-  json.key("findings");
-  json.beginArray();
-  writeFindings(json, {}, verdict.findings);
-  for (const PartVerdict& part : verdict.parts) writeFindings(json, part.part.file, part.findings);
-  json.end();
-  if (verdict.parts.empty()) return;
-  json.key("files");
-  json.beginArray();
-  for (const PartVerdict& part : verdict.parts) {
-    json.beginObject(JsonWriter::Layout::line);
-    json.member("file", part.part.file);
-    json.member("state", jt::stateName(part.part.state));
-    json.textOrNull("error", part.part.error);
-    json.member("sound", isSound(part.findings));
-    json.end();
+  bool any() const { return !sarif.empty() || !junit.empty(); }
+  void write(const std::vector<Verdict>& verdicts) const {
+    const auto save = [](const std::string& file, const std::string& text) {
+      writeBytes(file, std::as_bytes(std::span(text)));
+    };
+    if (!sarif.empty()) save(sarif, sarifLog(verdicts, rules));
+    if (!junit.empty()) save(junit, junitReport(verdicts, rules));
   }
-  json.end();
-}
 
-void showFindings(Output& out, const Style& style, const std::string& part,
-                  const std::vector<jt::Diagnostic>& findings) {
-  for (const jt::Diagnostic& finding : findings)
-    out.line(
-        "  " +
-        style.paint(finding.isError ? Ink::red : Ink::yellow,
-                    finding.isError ? "error  " : "warning") +
-        " " + finding.code + ": " +
-        printable(describe({.file = part, .segment = finding.segment, .offset = finding.offset},
-                           finding.message)));
-}
+  VerdictRules rules;
+  std::string sarif;
+  std::string junit;
+};
 
-void showVerdict(Output& out, const Style& style, const Verdict& verdict) {
-  const bool sound = verdict.isSound();
-  out.line(printable(verdict.file) + ": " +
-           style.paint(sound ? Ink::green : Ink::red, sound ? "sound" : "not sound"));
-  showFindings(out, style, {}, verdict.findings);
-  for (const PartVerdict& part : verdict.parts)
-    showFindings(out, style, part.part.file, part.findings);
-}
-
-ExitCode verifyOne(Session& session, const std::string& path) {
-  Progress progress(session, "verify " + path);
-  const Verdict verdict =
-      examine(session, path, [&progress](double share) { progress.update(share); });
+ExitCode verifyOne(Session& session, const std::string& path, const Reports& reports) {
+  const Verdict verdict = [&] {
+    Progress progress(session, "verify " + path);
+    Verdict found = examine(session, path, [&progress](double share) { progress.update(share); });
+    found.ignore(reports.rules);
+    return found;
+  }();
+  reports.write({verdict});
   if (const jt::Diagnostic* finding = verdict.unreadable())
     throw Failure(ExitCode::input, finding->code, finding->message,
                   {.file = path, .segment = finding->segment, .offset = finding->offset});
@@ -192,10 +145,10 @@ ExitCode verifyOne(Session& session, const std::string& path) {
     session.beginResult();
     writeVerdict(session.json(), verdict);
     session.endResult();
-  } else if (!session.isQuiet() || !verdict.isSound()) {
+  } else if (!session.isQuiet() || !verdict.passes(reports.rules)) {
     showVerdict(session.out(), session.style(), verdict);
   }
-  return verdict.isSound() ? ExitCode::done : ExitCode::no;
+  return verdict.passes(reports.rules) ? ExitCode::done : ExitCode::no;
 }
 
 // --- Many files
@@ -206,7 +159,9 @@ enum class Outcome : std::uint8_t { sound, notSound, unreadable };
 Verdict examineAny(Session& session, const std::string& path) {
   const auto failed = [&path](const std::string& code, const std::string& message,
                               const jt::FilePosition& where) {
-    return Verdict{path, {{code, message, where.segment, where.offset, true}}, {}};
+    return Verdict{.file = path,
+                   .findings = {{code, message, where.segment, where.offset, true}},
+                   .parts = {}};
   };
   Verdict verdict;
   try {
@@ -221,15 +176,17 @@ Verdict examineAny(Session& session, const std::string& path) {
   return verdict;
 }
 
-PieceReport reportOf(Session& session, const Verdict& verdict) {
+PieceReport reportOf(Session& session, Verdict verdict, const Reports& reports) {
+  verdict.ignore(reports.rules);
   PieceReport report;
+  if (reports.any()) report.record = packedVerdict(verdict);
   const Outcome outcome = verdict.unreadable() ? Outcome::unreadable
                           : verdict.isSound()  ? Outcome::sound
                                                : Outcome::notSound;
   report.outcome = static_cast<std::uint8_t>(outcome);
-  report.exit = outcome == Outcome::sound      ? ExitCode::done
-                : outcome == Outcome::notSound ? ExitCode::no
-                                               : ExitCode::input;
+  report.exit = outcome == Outcome::unreadable  ? ExitCode::input
+                : verdict.passes(reports.rules) ? ExitCode::done
+                                                : ExitCode::no;
   Output out;
   if (session.wantsJson()) {
     JsonWriter json(out);
@@ -265,19 +222,25 @@ void showSummary(Session& session, const Batch& batch) {
   }
 }
 
-ExitCode verifyMany(Session& session, const std::vector<std::string>& paths) {
-  const auto run = [&](std::size_t i) { return reportOf(session, examineAny(session, paths[i])); };
-  const auto lost = [&](std::size_t i) {
-    return reportOf(session, {paths[i],
-                              {{"worker_failed",
-                                "the process that read it could not be started or broke off",
-                                {},
-                                {},
-                                true}},
-                              {}});
+ExitCode verifyMany(Session& session, const std::vector<ListedFile>& files,
+                    const Reports& reports) {
+  const auto run = [&](std::size_t i) {
+    return reportOf(session, examineAny(session, files[i].path), reports);
   };
-  Batch batch(session, paths.size(), {"verify", run, lost, {}});
-  std::vector<std::size_t> pieces(paths.size());
+  const auto lost = [&](std::size_t i) {
+    const char* message = "the process that read it could not be started or broke off";
+    return reportOf(session,
+                    {.file = files[i].path,
+                     .findings = {{"worker_failed", message, {}, {}, true}},
+                     .parts = {}},
+                    reports);
+  };
+  std::vector<Verdict> verdicts(files.size());
+  const auto done = [&](std::size_t i, const PieceReport& report) {
+    if (reports.any()) verdicts[i] = unpackedVerdict(report.record);
+  };
+  Batch batch(session, files.size(), {.label = "verify", .run = run, .lost = lost, .done = done});
+  std::vector<std::size_t> pieces(files.size());
   std::iota(pieces.begin(), pieces.end(), std::size_t{0});
   if (session.wantsJson()) {
     session.beginResult();
@@ -287,6 +250,7 @@ ExitCode verifyMany(Session& session, const std::vector<std::string>& paths) {
   batch.run(pieces, Batch::jobs(session));
   if (session.wantsJson()) session.json().end();
   showSummary(session, batch);
+  reports.write(verdicts);
   if (session.wantsJson()) session.endResult();
   return batch.exit();
 }
@@ -294,8 +258,10 @@ ExitCode verifyMany(Session& session, const std::vector<std::string>& paths) {
 }  // namespace
 
 ExitCode runVerify(Session& session) {
-  const std::vector<std::string>& paths = session.arguments().positional();
-  return paths.size() == 1 ? verifyOne(session, paths[0]) : verifyMany(session, paths);
+  const Reports reports(session);
+  const FileList list = listFiles(session);
+  return list.isOne ? verifyOne(session, list.files[0].path, reports)
+                    : verifyMany(session, list.files, reports);
 }
 
 }  // namespace tool

@@ -1,0 +1,117 @@
+#include "CommandLines.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <numeric>
+
+#include "Batch.h"
+#include "Command.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+/// What the program prints on standard output, from now on to the end of the process.
+class CapturedOutput {
+ public:
+  CapturedOutput() : file_(std::tmpfile()) {
+    if (!file_ || dup2(fileno(file_), STDOUT_FILENO) < 0)
+      throw Failure(ExitCode::output, "unwritable", "no temporary file can be made");
+  }
+  std::string text() const {
+    std::string all;
+    std::array<char, 1U << 16> bytes{};
+    std::rewind(file_);
+    while (const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), file_))
+      all.append(bytes.data(), count);
+    return all;
+  }
+
+ private:
+  std::FILE* file_;
+};
+
+PieceReport reportOf(const Session& session, const std::vector<std::string>& words) {
+  std::vector<const char*> line;
+  line.reserve(words.size());
+  for (const std::string& word : words) line.push_back(word.c_str());
+  const CapturedOutput captured;
+  PieceReport report;
+  report.exit = static_cast<ExitCode>(runProgram(line));
+  report.outcome = static_cast<std::uint8_t>(report.exit);
+  report.body = captured.text();
+  // A closed pipe, and nothing else, ends a command without a word.
+  if (session.wantsJson() && report.body.empty()) report.body = "null";
+  return report;
+}
+
+PieceReport lostPiece(const Session& session, const std::string& file) {
+  const std::string message = "the process for it could not be started or broke off";
+  PieceReport report;
+  report.exit = ExitCode::input;
+  report.outcome = static_cast<std::uint8_t>(report.exit);
+  Output out;
+  if (session.wantsJson()) {
+    JsonWriter json(out);
+    json.beginObject();
+    json.member("schema", "jtw.error/1");
+    json.member("code", "worker_failed");
+    json.member("message", message);
+    json.member("file", file);
+    json.nullMember("segment");
+    json.nullMember("offset");
+    json.end();
+  } else {
+    report.warnings = printable(file + ": " + message) + "\n";
+  }
+  report.body = out.take();
+  return report;
+}
+
+}  // namespace
+
+ExitCode runForEach(Session& session, const std::vector<CommandPiece>& pieces, std::size_t jobs,
+                    bool isQuietWithQuiet) {
+  std::vector<std::string> options =
+      session.arguments().optionWords({"files-from", "null", "output-dir", "to", "jobs"});
+  options.emplace_back("--no-progress");
+  // The processors are busy with the other files.
+  if (jobs > 1) options.emplace_back("--jobs=1");
+  const auto run = [&](std::size_t i) {
+    std::vector<std::string> words{session.command()->name};
+    words.insert(words.end(), options.begin(), options.end());
+    words.emplace_back("--");
+    words.insert(words.end(), pieces[i].arguments.begin(), pieces[i].arguments.end());
+    return reportOf(session, words);
+  };
+  const auto lost = [&](std::size_t i) { return lostPiece(session, pieces[i].file); };
+  Batch batch(session, pieces.size(),
+              {.label = session.command()->name,
+               .run = run,
+               .lost = lost,
+               .done = {},
+               .isAlwaysShown = !isQuietWithQuiet});
+  std::vector<std::size_t> all(pieces.size());
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  const bool toJson = session.wantsJson();
+  if (toJson) {
+    session.beginResult();
+    session.json().key("files");
+    session.json().beginArray();
+  }
+  batch.run(all, jobs);
+  if (toJson) {
+    session.json().end();
+    session.json().key("summary");
+    session.json().beginObject(JsonWriter::Layout::line);
+    session.json().member("files", batch.size());
+    session.json().member("failed", batch.size() - batch.count(0));
+    session.json().end();
+    session.endResult();
+  }
+  return batch.exit();
+}
+
+}  // namespace tool

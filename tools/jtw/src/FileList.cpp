@@ -1,0 +1,144 @@
+#include "FileList.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+#include "ApiSysFilePath.h"
+#include "Command.h"
+#include "Component.h"
+#include "InputFile.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isPlainFolder(const std::string& path) {
+  return path != "-" && !path.empty() && !DocumentName(path).isFolder &&
+         !DocumentName(path).isStream && ApiSysFilePath(path).isDirectory();
+}
+
+/// What is wanted in a folder, by path.
+void search(const fs::path& folder, Wanted wanted, std::vector<ListedFile>& found) {
+  const std::size_t first = found.size();
+  std::error_code error;
+  fs::recursive_directory_iterator entry(folder, error);
+  for (const fs::recursive_directory_iterator end; !error && entry != end; entry.increment(error)) {
+    const std::string path = entry->path().string();
+    const bool isFolder = entry->is_directory(error);
+    const DocumentName name(path);
+    const bool isDocument = wanted == Wanted::documents && name.isFolder && isFolder;
+    if (isDocument && entry->is_directory()) entry.disable_recursion_pending();
+    if (isDocument || (!isFolder && name.isJt && !name.isFolder))
+      found.push_back({path, entry->path().lexically_relative(folder).string()});
+    error.clear();  // of one entry that is gone again
+  }
+  if (error)
+    throw Failure(ExitCode::input, "unreadable", error.message(), {.file = folder.string()});
+  if (found.size() == first)
+    throw Failure(ExitCode::input, "not_found", "there is no JT file in this folder or below",
+                  {.file = folder.string()});
+  std::sort(found.begin() + static_cast<std::ptrdiff_t>(first), found.end(),
+            [](const ListedFile& a, const ListedFile& b) { return a.path < b.path; });
+}
+
+/// The names in a list: lines, or what ends with a zero byte.
+std::vector<std::string> readNames(const std::string& list, bool endWithZero) {
+  const std::vector<std::byte> bytes = readBytes(list);
+  std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  if (!endWithZero && rest.find('\0') != std::string_view::npos)
+    throw Failure(ExitCode::input, "bad_list",
+                  "there is a zero byte in it; option for such lists: --null", {.file = list});
+  std::vector<std::string> names;
+  const char separator = endWithZero ? '\0' : '\n';
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find(separator), rest.size());
+    std::string_view name = rest.substr(0, end);
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    if (!endWithZero && name.ends_with('\r')) name.remove_suffix(1);
+    if (!name.empty()) names.emplace_back(name);
+  }
+  if (names.empty())
+    throw Failure(ExitCode::input, "not_found", "the list names no file", {.file = list});
+  return names;
+}
+
+}  // namespace
+
+FileList listFiles(const Session& session, Wanted wanted) {
+  const Arguments& arguments = session.arguments();
+  std::vector<std::string> names = arguments.positional();
+  const std::string* list = arguments.value("files-from");
+  if (!list) {
+    requireArguments(session, 1, kManyArguments);
+    if (arguments.has("null")) failUsage("--null is for a list of files, --files-from");
+  } else {
+    if (*list == "-" && std::ranges::find(names, "-") != names.end())
+      failUsage("'-' is the list of files, and one of the files");
+    const std::vector<std::string> more = readNames(*list, arguments.has("null"));
+    names.insert(names.end(), more.begin(), more.end());
+  }
+  FileList found;
+  found.isOne = names.size() == 1 && !list && !isPlainFolder(names[0]);
+  for (const std::string& name : names) {
+    if (isPlainFolder(name))
+      search(name, wanted, found.files);
+    else
+      found.files.push_back(
+          {name, name.empty() ? name : fs::path(DocumentName(name).path).filename().string()});
+  }
+  return found;
+}
+
+void requireNoList(const Session& session) {
+  for (const char* option : {"files-from", "null"})
+    if (session.arguments().has(option))
+      failUsage("--" + std::string(option) + " is for several files, with --output-dir");
+}
+
+std::vector<std::string> outputsOf(const FileList& list, const std::string& folder,
+                                   const std::string& extension) {
+  const auto real = [](const std::string& path) {
+    std::error_code ignored;
+    const fs::path full = fs::weakly_canonical(path, ignored);
+    return full.empty() ? path : full.string();
+  };
+  std::set<std::string> read;
+  for (const ListedFile& file : list.files) {
+    if (file.path == "-") failUsage("'-' has no name that a file in '" + folder + "' could have");
+    read.insert(real(jtFileOf(DocumentName(file.path).path)));
+  }
+  std::vector<std::string> outputs;
+  std::map<std::string, std::string> sources;
+  for (const ListedFile& file : list.files) {
+    fs::path place(file.place);
+    place.replace_extension(extension);
+    outputs.push_back((fs::path(folder) / place).string());
+    const std::string& output = outputs.back();
+    const auto [earlier, isNew] = sources.emplace(output, file.path);
+    if (!isNew)
+      failUsage("'" + earlier->second + "' and '" + file.path + "' would both become '" + output +
+                "'; nothing was written");
+    if (read.contains(real(output)))
+      failUsage("'" + file.path + "' would become '" + output +
+                "', which is read; nothing was written");
+  }
+  return outputs;
+}
+
+void makeFoldersOf(const std::vector<std::string>& files) {
+  for (const std::string& file : files) {
+    const fs::path folder = fs::path(file).parent_path();
+    std::error_code error;
+    if (!folder.empty()) fs::create_directories(folder, error);
+    if (error)
+      throw Failure(ExitCode::output, "unwritable", error.message(), {.file = folder.string()});
+  }
+}
+
+}  // namespace tool
