@@ -11,6 +11,8 @@
 #include "JtMaterial.h"
 #include "JtMesh.h"
 #include "JtPartition.h"
+#include "JtStyles.h"
+#include "JtTexture.h"
 #include "JtXform.h"
 #include "Program.h"
 #include "VisPartNode.h"
@@ -68,8 +70,24 @@ class Picture : public testing::Test {
         jt::make<JtFSStorageLocation>(JtString(work_.path("").c_str()), JtString("boxes.jt"));
     partition.save(location.get());
   }
+  /// The picture of boxes.jt with these options.
+  Pixels picture(const std::string& options) const {
+    work_.json("snapshot boxes.jt out.png " + options);
+    return decode(work_.read("out.png"));
+  }
   Workspace work_;
 };
+
+bool isRed(const std::array<int, 4>& p) { return p[0] > p[1] + 60 && p[0] > p[2] + 60; }
+bool isBlue(const std::array<int, 4>& p) { return p[2] > p[1] + 60 && p[2] > p[0] + 60; }
+bool isDark(const std::array<int, 4>& pixel) { return pixel[0] + pixel[1] + pixel[2] < 150; }
+
+std::size_t count(const Pixels& pixels, bool (*isOne)(const std::array<int, 4>&)) {
+  std::size_t number = 0;
+  for (std::size_t y = 0; y < pixels.height; ++y)
+    for (std::size_t x = 0; x < pixels.width; ++x) number += isOne(pixels.at(x, y)) ? 1 : 0;
+  return number;
+}
 
 TEST_F(Picture, ShowsEachSideFittedToTheView) {
   auto partition = jt::make<JtPartition>();
@@ -87,12 +105,9 @@ TEST_F(Picture, ShowsEachSideFittedToTheView) {
     const Pixels pixels = decode(work_.read("out.png"));
     ASSERT_EQ(pixels.width, 200U);
     ASSERT_EQ(pixels.height, 100U);
-    std::size_t covered = 0;
-    for (std::size_t y = 0; y < pixels.height; ++y)
-      for (std::size_t x = 0; x < pixels.width; ++x)
-        if (const auto pixel = pixels.at(x, y); pixel[0] > pixel[1] + 100) ++covered;
     const double scale = std::min(0.92 * 200 / row.across, 0.92 * 100 / row.along);
-    EXPECT_NEAR(static_cast<double>(covered), row.across * row.along * scale * scale, 400);
+    EXPECT_NEAR(static_cast<double>(count(pixels, isRed)), row.across * row.along * scale * scale,
+                400);
     EXPECT_EQ(pixels.at(0, 0), (std::array<int, 4>{255, 255, 255, 255}));
   }
 }
@@ -114,6 +129,184 @@ TEST_F(Picture, WhatIsNearerHidesAndWhatIsTranslucentMixes) {
   EXPECT_GT(mixed[1], 40);
   EXPECT_GT(mixed[2], 100);
   EXPECT_EQ(mixed[3], 255);
+}
+
+/// Red beside blue, which is smaller.
+void addTwoBoxes(JtPartition& partition) {
+  addBox(partition, {10, 20, 40}, 0, {1, 0, 0, 1});
+  addBox(partition, {10, 10, 10}, 30, {0, 0, 1, 1});
+}
+
+TEST_F(Picture, AnyDirectionAndPlaceCanBeTheEyes) {
+  auto partition = jt::make<JtPartition>();
+  addTwoBoxes(*partition);
+  save(*partition);
+  const std::string size = "--size 90x60 ";
+  for (const auto& [view, same] : {std::pair("--view 0,3,0", "--view front"),
+                                   {"--from 7,-900,8 --to 7,0,8", "--view front"},
+                                   {"--view 0,0,-1", "--view top"},
+                                   {"--view 0,1,0 --up 0,0,-2", "--view back --up 0,0,-1"}}) {
+    const Pixels one = picture(size + view);
+    const Pixels other = picture(size + same);
+    const bool isTurned = std::string(same).find("back") != std::string::npos;
+    EXPECT_EQ(one.rgba == other.rgba, !isTurned) << view;
+  }
+  // The nearer one is the larger one: 5 of 25 and 20 of 55 away, half a picture is 0.577.
+  const Pixels near = picture("--size 100x100 --from 60,0,0 --to 0,0,0 --perspective 60");
+  EXPECT_TRUE(isBlue(near.at(50, 35)));
+  EXPECT_TRUE(isRed(near.at(50, 30)));
+  EXPECT_TRUE(isRed(near.at(50, 20)));
+  EXPECT_FALSE(isRed(near.at(50, 16)));
+  EXPECT_GT(count(picture("--size 80x80 --perspective 50"), isRed),
+            count(picture("--size 80x80"), isRed) * 3 / 5)
+      << "it fills the picture";
+  const Pixels inside = picture("--size 20x20 --from 0,0,0 --to 0,0,9 --perspective 90");
+  EXPECT_EQ(count(inside, isRed), 400U) << "what is behind the eye is not in front of it";
+  const Pixels middle = picture("--size 100x100 --from 15,-500,0 --perspective 10");
+  EXPECT_TRUE(isRed(middle.at(30, 50)) && isBlue(middle.at(67, 50)));
+}
+
+TEST_F(Picture, ShowsWhatIsChosenCutOrPulledApart) {
+  auto partition = jt::make<JtPartition>();
+  addTwoBoxes(*partition);
+  save(*partition);
+  const Json tree = work_.json("tree boxes.jt");
+  const std::string blue = tree["root"]["children"][1]["address"];
+  for (const std::string& choice : {"--key '" + blue + "'", std::string("--select 'color=blue'")}) {
+    const Pixels chosen = picture("--size 100x50 --view front " + choice);
+    EXPECT_EQ(count(chosen, isRed), 0U);
+    EXPECT_NEAR(static_cast<double>(count(chosen, isBlue)), 46 * 46, 100) << "it fills the picture";
+  }
+  // In front view, 44 of 1200 pixels a unit: the boxes are 40 high and 40 wide together.
+  const std::string front = "--size 100x100 --view front ";
+  const auto matter = std::array<int, 4>{158, 0, 0, 255};
+  EXPECT_EQ(picture(front + "--section y=3").at(15, 50), matter);
+  EXPECT_NE(picture(front + "--section 0,3,0,0,2,0").at(15, 50), matter);
+  EXPECT_EQ(picture(front + "--section 0,3,0,0,-2,0").at(15, 50), matter);
+  const Pixels lower = picture(front + "--section z=10");
+  EXPECT_FALSE(isRed(lower.at(15, 25)));
+  EXPECT_TRUE(isRed(lower.at(15, 29)));
+  // 70 units over the picture in the place of 40.
+  const auto columns = [](const Pixels& pixels) {
+    std::size_t number = 0;
+    for (std::size_t x = 0; x < pixels.width; ++x) number += isRed(pixels.at(x, 50)) ? 1 : 0;
+    return number;
+  };
+  EXPECT_NEAR(static_cast<double>(columns(picture(front))), 92 * 10 / 40.0, 1.1);
+  EXPECT_NEAR(static_cast<double>(columns(picture(front + "--explode 1"))), 92 * 10 / 70.0, 1.1);
+}
+
+TEST_F(Picture, EdgesAndWidthsAreDrawn) {
+  auto partition = jt::make<JtPartition>();
+  addBox(*partition, {10, 20, 40}, 0, {1, 0, 0, 1});
+  save(*partition);
+  const std::string front = "--size 100x100 --view front ";
+  EXPECT_EQ(count(picture(front), isDark), 0U);
+  EXPECT_NEAR(static_cast<double>(count(picture(front + "--edges"), isDark)), 2 * (92 + 23), 60);
+  EXPECT_EQ(count(picture(front + "--edge-angle 91"), isDark), 0U) << "all are right angles";
+
+  auto strokes = std::make_shared<jt::Mesh>();
+  strokes->kind = jt::Mesh::Kind::polylines;
+  strokes->positions = {{0, 0, 0}, {40, 0, 0}, {40, 0, 40}};
+  strokes->corners = {0, 1, 2};
+  strokes->starts = {0, 3};
+  for (const jt::Mesh::Kind kind : {jt::Mesh::Kind::polylines, jt::Mesh::Kind::points}) {
+    const bool isLines = kind == jt::Mesh::Kind::polylines;
+    auto mesh = std::make_shared<jt::Mesh>(*strokes);
+    mesh->kind = kind;
+    partition = jt::make<JtPartition>();
+    auto part = jt::make<VisPartNode>();
+    part->addChild(jt::makeShape(mesh).get());
+    auto material = jt::make<JtMaterial>();
+    material->setDiffuseColor(1, 0, 0, 1);
+    part->appendAttribute(material.get());
+    auto line = jt::make<JtLineStyle>();
+    line->setWidth(5);
+    part->appendAttribute(line.get());
+    auto point = jt::make<JtPointStyle>();
+    point->setSize(9);
+    part->appendAttribute(point.get());
+    partition->addChild(part.get());
+    save(*partition);
+    const auto red = [&](const char* option) {
+      return static_cast<double>(count(picture(front + option), isRed));
+    };
+    EXPECT_NEAR(red(""), isLines ? 2 * 92 * 5.5 : 3 * 64, 130);
+    EXPECT_NEAR(red(isLines ? "--line-width 2" : "--point-size 4"), isLines ? 2 * 92 * 2 : 3 * 12.6,
+                40);
+  }
+}
+
+/// A square of 10 in the plane of x and z with an image of 2 x 2 pixels on it: below red and blue,
+/// above white and black.
+void addImage(JtPartition& partition, float repeats, jt::TextureWrap wrap) {
+  auto mesh = std::make_shared<jt::Mesh>();
+  mesh->positions = {{0, 0, 0}, {10, 0, 0}, {10, 0, 10}, {0, 0, 10}};
+  mesh->textures = {
+      {.channel = 0, .components = 2, .values = {0, 0, repeats, 0, repeats, repeats, 0, repeats}}};
+  mesh->corners = mesh->records = {0, 1, 2, 0, 2, 3};
+  auto part = jt::make<VisPartNode>();
+  part->addChild(jt::makeShape(mesh).get());
+  auto texture = jt::make<JtTextureImage>();
+  jt::TexturePixels pixels{2, 2, 3, {}};
+  for (const int value : {255, 0, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0})
+    pixels.bytes.push_back(static_cast<std::byte>(value));
+  texture->setPixels(pixels);
+  texture->setWrap(wrap, wrap);
+  part->appendAttribute(texture.get());
+  partition.addChild(part.get());
+}
+
+TEST_F(Picture, ImagesLieOnSurfaces) {
+  const auto draw = [this](float repeats, jt::TextureWrap wrap, const char* options) {
+    auto partition = jt::make<JtPartition>();
+    addImage(*partition, repeats, wrap);
+    save(*partition);
+    return picture(std::string("--size 100x100 --view front ") + options);
+  };
+  const Pixels once = draw(1, jt::TextureWrap::clampToEdge, "");
+  EXPECT_TRUE(isRed(once.at(15, 85)));
+  EXPECT_TRUE(isBlue(once.at(85, 85)));
+  EXPECT_GT(once.at(15, 15)[1], 120);
+  EXPECT_TRUE(isDark(once.at(85, 15)));
+  EXPECT_NEAR(once.at(50, 85)[0], once.at(50, 85)[2], 12) << "between texels they are mixed";
+  const Pixels twice = draw(2, jt::TextureWrap::repeat, "");
+  EXPECT_TRUE(isRed(twice.at(61, 85)) && isBlue(twice.at(39, 85)));
+  EXPECT_TRUE(isBlue(draw(2, jt::TextureWrap::mirror, "").at(61, 85)));
+  EXPECT_TRUE(isBlue(draw(2, jt::TextureWrap::clampToEdge, "").at(61, 85)));
+  const Pixels none = draw(1, jt::TextureWrap::repeat, "--textures off");
+  EXPECT_EQ(none.at(15, 85), none.at(85, 15));
+}
+
+TEST_F(Picture, SheetsTurntablesAndJpegs) {
+  auto partition = jt::make<JtPartition>();
+  addBox(*partition, {10, 20, 40}, 0, {1, 0, 0, 1});
+  save(*partition);
+  const Pixels sheet = picture("--sheet --size 201x101 --view front,right,top");
+  EXPECT_EQ(sheet.at(100, 30), sheet.at(30, 50)) << "a line between the pictures";
+  const auto redIn = [&sheet](std::size_t left, std::size_t top) {
+    std::size_t number = 0;
+    for (std::size_t y = top; y < top + 50; ++y)
+      for (std::size_t x = left; x < left + 100; ++x) number += isRed(sheet.at(x, y)) ? 1 : 0;
+    return static_cast<double>(number);
+  };
+  EXPECT_NEAR(redIn(101, 0) / redIn(0, 0), 2, 0.2) << "the same scale in all";
+  EXPECT_NEAR(redIn(0, 51) / redIn(0, 0), 0.5, 0.1);
+  EXPECT_EQ(redIn(101, 51), 0);
+
+  const Json film =
+      work_.json("snapshot boxes.jt turn.png --size 80x80 --view front --turntable 4");
+  ASSERT_EQ(film["pictures"],
+            Json({"turn-001.png", "turn-002.png", "turn-003.png", "turn-004.png"}));
+  const auto red = [this](const char* name) {
+    return static_cast<double>(count(decode(work_.read(name)), isRed));
+  };
+  EXPECT_NEAR(red("turn-002.png") / red("turn-001.png"), 2, 0.2);
+  EXPECT_NEAR(red("turn-003.png"), red("turn-001.png"), 5);
+
+  work_.json("snapshot boxes.jt out.jpg --size 40x40");
+  EXPECT_EQ(work_.read("out.jpg").substr(0, 3), "\xff\xd8\xff");
+  EXPECT_EQ(picture("--size 9x9 --background none").at(0, 0)[3], 0);
 }
 
 /// A part with a frame of 40 by 20 and an arc as wires, red, moved along x. @param inShapes also as
@@ -139,13 +332,7 @@ TEST_F(Picture, ShowsWiresWherePolylinesDoNot) {
   addWires(*partition, 100, false);
   save(*partition);
   EXPECT_EQ(work_.json("snapshot boxes.jt out.png --size 200x120 --view front")["wires"], 2);
-  const Pixels pixels = decode(work_.read("out.png"));
-  std::size_t red = 0;
-  for (std::size_t y = 0; y < pixels.height; ++y)
-    for (std::size_t x = 0; x < pixels.width; ++x) {
-      const auto pixel = pixels.at(x, y);
-      if (pixel[0] > pixel[1] + 100) ++red;
-    }
+  const std::size_t red = count(decode(work_.read("out.png")), isRed);
   EXPECT_GT(red, 500U);  // around the frame
   EXPECT_LT(red, 2400U);
   EXPECT_EQ(work_.json("snapshot boxes.jt out.png --wires off")["wires"], 0);
@@ -178,9 +365,33 @@ TEST_F(Picture, ShowsWiresWherePolylinesDoNot) {
 TEST_F(Picture, ReportsWhatCannotBeShown) {
   EXPECT_EQ(work_.run("snapshot tiny95.jt out.png").exit, 0);
   EXPECT_NE(work_.run("snapshot tiny95.jt out.png").err.find("no geometry"), std::string::npos);
-  EXPECT_EQ(work_.run("snapshot tiny95.jt out.png --view inside").exit, 2);
-  EXPECT_EQ(work_.run("snapshot tiny95.jt out.png --size 0x7").exit, 2);
-  EXPECT_EQ(work_.run("snapshot tiny95.jt out.png --size 99999x7").exit, 2);
+  const std::pair<const char*, const char*> rows[] = {{"--view inside", "--view"},
+                                                      {"--view 0,0,0", "--view"},
+                                                      {"--size 0x7", "--size"},
+                                                      {"--size 99999x7", "--size"},
+                                                      {"--from 1,2", "--from"},
+                                                      {"--to 1,2,3", "--from"},
+                                                      {"--from 1,2,3 --to 1,2,3", "same place"},
+                                                      {"--from 1,2,3 --view top", "exclude"},
+                                                      {"--up 0,0,0", "--up"},
+                                                      {"--perspective 180", "--perspective"},
+                                                      {"--section w=3", "--section"},
+                                                      {"--section 1,2,3,0,0,0", "--section"},
+                                                      {"--edge-angle wide", "--edge-angle"},
+                                                      {"--explode -1", "--explode"},
+                                                      {"--point-size 0", "--point-size"},
+                                                      {"--sheet --view front,inside", "--view"},
+                                                      {"--sheet --turntable 3", "exclude"},
+                                                      {"--turntable 9999", "--turntable"},
+                                                      {"--key 1 --select kind=entity", "exclude"},
+                                                      {"--select colour=red", "colour"}};
+  for (const auto& [options, reason] : rows) {
+    const Json failure = work_.json("snapshot tiny95.jt out.png " + std::string(options), 2);
+    EXPECT_NE(failure["message"].get<std::string>().find(reason), std::string::npos) << options;
+  }
+  EXPECT_EQ(work_.run("snapshot tiny95.jt out.jpg --background none").exit, 2);
+  EXPECT_EQ(work_.run("snapshot tiny95.jt - --turntable 3").exit, 2);
+  EXPECT_EQ(work_.run("snapshot tiny95.jt out.png --key 99").exit, 5);
   EXPECT_EQ(work_.run("snapshot missing.jt out.png").exit, 3);
   const std::string untouched = work_.read("zoo95.jt");
   EXPECT_EQ(work_.run("snapshot tiny95.jt zoo95.jt").exit, 2)

@@ -10,14 +10,14 @@
 
 #include "../Host/TempFolder.h"
 #include "Comparison.h"
-#include "ImageFile.h"
+#include "ImageDecoder.h"
+#include "ImageEncoder.h"
 #include "JtFormatError.h"
 #include "JtPartition.h"
 #include "JtStackNodeIter.h"
 #include "JtwManager.h"
 #include "MeshComponent.h"
 #include "MeshFiles.h"
-#include "Png.h"
 
 namespace {
 
@@ -285,15 +285,15 @@ TEST_F(TextureTest, JpegIsDecodedUprightAndDamageIsAnError) {
   const Bytes file(begin, begin + size);
   tjFree(made);
   tjDestroy(compressor);
-  const jt::TexturePixels image = mesh::decodeImage(file, 1000);
+  const jt::TexturePixels image = tool::decodeImage(file, 1000);
   EXPECT_EQ(image.width * image.height * image.components, kSide * kSide * 3);
   EXPECT_LT(std::to_integer<int>(image.bytes.front()), 5) << "the first row is the lowest";
   EXPECT_GT(std::to_integer<int>(image.bytes[kSide * (kSide - 1) * 3]), 250);
-  EXPECT_THROW(mesh::decodeImage(file, 700), JtFormatError)
+  EXPECT_THROW(tool::decodeImage(file, 700), JtFormatError)
       << "no more bytes than there is room for";
   for (std::size_t cut = 0; cut + 2 < file.size(); ++cut) {
     const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(cut));
-    EXPECT_THROW(mesh::decodeImage(part, 1000), JtFormatError) << cut;
+    EXPECT_THROW(tool::decodeImage(part, 1000), JtFormatError) << cut;
   }
 }
 

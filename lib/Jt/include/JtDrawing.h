@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 
 #include "JtExport.h"
 #include "JtMaterial.h"
+#include "JtPathAttributes.h"
 #include "JtShape.h"
 #include "JtXform.h"
 #include "VisPartNode.h"
@@ -18,16 +20,20 @@ namespace jt {
 /// A shape on one path from the root. Nothing is owned; pointers hold during the visit.
 struct DrawnShape {
   JtShape* shape = nullptr;
-  JtNode* part = nullptr;                ///< nearest part node or instance above, or null
-  const JtMaterial* material = nullptr;  ///< what the path hands down; null: none
-  const Matrix4* toRoot = nullptr;       ///< row vectors: p(root) = p(shape) * toRoot
+  JtNode* part = nullptr;                      ///< nearest part node or instance above, or null
+  const JtMaterial* material = nullptr;        ///< what the path hands down; null: none
+  const Matrix4* toRoot = nullptr;             ///< row vectors: p(root) = p(shape) * toRoot
+  const PathAttributes* attributes = nullptr;  ///< all that the path hands down
+  std::span<JtNode* const> path;               ///< from the root down to the shape
 };
 
 /// The wires of a part on one path from the root. Nothing is owned; pointers hold during the call.
 struct DrawnWires {
   VisPartNode* part = nullptr;
-  const JtMaterial* material = nullptr;  ///< what the path hands down; null: none
-  const Matrix4* toRoot = nullptr;       ///< row vectors: p(root) = p(part) * toRoot
+  const JtMaterial* material = nullptr;        ///< what the path hands down; null: none
+  const Matrix4* toRoot = nullptr;             ///< row vectors: p(root) = p(part) * toRoot
+  const PathAttributes* attributes = nullptr;  ///< all that the path hands down
+  std::span<JtNode* const> path;               ///< from the root down to the part
 };
 
 /// True for a part whose wires are shown: one that has some in a form that is known, and no
@@ -46,9 +52,9 @@ struct DrawingOptions {
   /// Paths after which the walk gives up: shared nodes can be reached by more paths than a machine
   /// could ever draw.
   std::uint64_t maxPaths = 50'000'000;
-  /// Called for each node that is shown, before what is below it, with the matrix that takes it to
-  /// the root; may be empty.
-  std::function<void(JtNode&, const Matrix4& toRoot)> onNode{};
+  /// Called for each node that is shown, before what is below it, with the nodes from the root down
+  /// to it and the matrix that takes it to the root; may be empty.
+  std::function<void(std::span<JtNode* const> path, const Matrix4& toRoot)> onNode{};
   /// Called for each part whose wires are shown, before what is below it; may be empty.
   std::function<void(const DrawnWires&)> onWires{};
   /// True for a node that is not shown, nor what is below it; may be empty. Nodes with the flag

@@ -11,8 +11,10 @@
 #include "JtMaterial.h"
 #include "JtXform.h"
 
+class JtLineStyle;
 class JtNode;
 class JtPartition;
+class JtPointStyle;
 class JtTextureImage;
 
 namespace jt {
@@ -55,7 +57,7 @@ struct InheritedTexture {
 /// Transforms multiply; of materials and textures the nearest holds, materials field by field,
 /// textures by texture channel. A field that an attribute inhibits, and one that an ancestor made
 /// final, is not taken, the latter unless the attribute forces. Copies are independent; pointers
-/// hold while the graph is unchanged.
+/// hold while the graph is unchanged. Styles of lines and points replace each other as a whole.
 class JT_API PathAttributes {
  public:
   /// Adds the attributes of `node`, the next node on the way down.
@@ -68,6 +70,9 @@ class JT_API PathAttributes {
   /// The texture of the lowest texture channel, which has the surface's own color; its attribute
   /// is null when there is none.
   const InheritedTexture& texture() const noexcept;
+  /// How lines and points are drawn; null: as the viewer has it.
+  const JtLineStyle* lineStyle() const noexcept { return lineStyle_; }
+  const JtPointStyle* pointStyle() const noexcept { return pointStyle_; }
   /// The file that the nodes entered last are in: the last partition that does not represent
   /// another file that is open. Null: none was entered.
   const JtPartition* file() const noexcept { return file_; }
@@ -80,6 +85,8 @@ class JT_API PathAttributes {
   std::uint32_t finalFields_ = 0;  // of materials
   InheritedMaterial material_;
   std::vector<InheritedTexture> textures_;  // one a channel
+  const JtLineStyle* lineStyle_ = nullptr;
+  const JtPointStyle* pointStyle_ = nullptr;
   const JtPartition* file_ = nullptr;
 };
 

@@ -172,13 +172,43 @@ constexpr Option kAssembleOptions[] = {kTargetVersion, kMonolithic, kPerPart, kE
                                        kExcludePMI,    kRootLayer,  kDryRun,  kMaxSegment,
                                        kMaxDocument,   kFollowLinks};
 
+constexpr Option kSize{"size", 0, "WxH", "width and height in pixels (1024x768)"};
+constexpr Option kView{
+    "view", 0, "VIEW",
+    "iso (default), front, back, top, bottom, left, right, or x,y,z: the direction\n"
+    "to look along"};
+constexpr Option kFrom{"from", 0, "X,Y,Z", "where the eye is, in millimetres"};
+constexpr Option kTo{"to", 0, "X,Y,Z", "the place that it looks at (the middle)"};
+constexpr Option kUpwards{"up", 0, "X,Y,Z", "the direction that is up in the picture (0,0,1)"};
+constexpr Option kPerspective{
+    "perspective", 0, "DEGREES",
+    "perspective: the angle that the height covers; without it parallel lines stay so"};
+constexpr Option kBackground{"background", 0, "COLOR", "a color, as for set, or none (white)"};
 constexpr Option kSnapshotOptions[] = {
     kOutputFolder,
     kFilesFrom,
     kNull,
-    {"size", 0, "WxH", "width and height in pixels (1024x768)"},
-    {"view", 0, "VIEW", "iso (default), front, back, top, bottom, left or right"},
-    {"background", 0, "COLOR", "#rrggbb[aa], r,g,b[,a] or transparent (white)"},
+    kSize,
+    kView,
+    kFrom,
+    kTo,
+    kUpwards,
+    kPerspective,
+    kBackground,
+    {"key", 0, "KEY", "only that object of a component"},
+    {"select", 0, "EXPR", "only the objects that the expression holds for, see find"},
+    {"edges", 0, nullptr, "also draw sharp edges, and those where surfaces end"},
+    {"edge-angle", 0, "DEGREES", "the angle from which on an edge is sharp (30)"},
+    {"section", 0, "PLANE",
+     "cut open: x=MM, y=MM or z=MM, or x,y,z,nx,ny,nz: a place, and the\n"
+     "direction that is taken away"},
+    {"explode", 0, "FACTOR", "parts moved away from the middle by so many times their distance"},
+    {"sheet", 0, nullptr,
+     "several views on one sheet: those that --view lists (front,right,top,iso)"},
+    {"turntable", 0, "N", "N pictures around the model: OUT-001.png, ..."},
+    {"line-width", 0, "PIXELS", "of lines, whatever the file says"},
+    {"point-size", 0, "PIXELS", "of points, whatever the file says"},
+    {"textures", 0, "on|off", "whether images on surfaces are drawn (on)"},
     {"pmi", 0, "on|off", "whether annotations are drawn (on)"},
     {"wires", 0, "on|off", "whether wires of parts without polyline sets are drawn (on)"},
     kMaxPlaces,
@@ -422,7 +452,9 @@ constexpr Command kCommands[] = {
      "files\n"
      "of an assembly come along, to the same places beside OUT.",
      2, 2, kPartitionOptions, runExportPartition},
-    {"snapshot", "FILE OUT.png | FILE... -o DIR [--size WxH] [--view VIEW] [--background COLOR]",
+    {"snapshot",
+     "FILE OUT.png | FILE... -o DIR [--view VIEW] [--key KEY] [--edges] [--section PLANE] "
+     "[--sheet]",
      "a picture of what a JT file holds", "jtw snapshot gear.jt gear.png --view front",
      "Shows the finest level of detail, shaded, fitted to the view; up is +z. Shapes that cannot "
      "be\n"

@@ -39,7 +39,7 @@ Material materialFrom(const aiMaterial& source);
 /// The file that is read.
 struct MeshFile {
   std::string extension;  ///< lower case
-  Folder folder;
+  tool::Folder folder;
   bool isGltf() const { return extension == "gltf" || extension == "glb" || extension == "vrm"; }
 };
 

@@ -47,7 +47,9 @@ Material materialFrom(const aiMaterial& source) {
   if (!readColor(source, AI_MATKEY_BASE_COLOR, material.diffuse))
     readColor(source, AI_MATKEY_COLOR_DIFFUSE, material.diffuse);
   float opacity = 1;
-  if (material.diffuse[3] == 1 && source.Get(AI_MATKEY_OPACITY, opacity) == aiReturn_SUCCESS)
+  // Some programs write transparency for opacity: what nobody could see is meant to be opaque.
+  if (material.diffuse[3] == 1 && source.Get(AI_MATKEY_OPACITY, opacity) == aiReturn_SUCCESS &&
+      opacity != 0)
     material.diffuse[3] = unitRange(opacity);
   // Most formats leave it out or black; what surrounds a thing colors it as light does.
   const bool hasAmbient = readColor(source, AI_MATKEY_COLOR_AMBIENT, material.ambient) &&

@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 /// waits for its writer.
 class FolderIO final : public Assimp::DefaultIOSystem {
  public:
-  explicit FolderIO(Folder folder) : folder_(std::move(folder)) {}
+  explicit FolderIO(tool::Folder folder) : folder_(std::move(folder)) {}
 
   bool Exists(const char* file) const override {
     return isAllowed(file) && DefaultIOSystem::Exists(file);
@@ -42,7 +42,7 @@ class FolderIO final : public Assimp::DefaultIOSystem {
     return folder_.contains(file) && fs::is_regular_file(file, error);
   }
 
-  Folder folder_;
+  tool::Folder folder_;
 };
 
 jt::Matrix4 matrixFrom(const aiMatrix4x4& m) {
@@ -187,8 +187,8 @@ void checkIndices(const aiScene& scene) {
 
 /// The scene as the import library reads it; the importer owns it.
 /// @param keepsAxes whatever a Collada file says of them
-const aiScene& readWith(Assimp::Importer& importer, const std::string& path, const Folder& folder,
-                        bool keepsAxes) {
+const aiScene& readWith(Assimp::Importer& importer, const std::string& path,
+                        const tool::Folder& folder, bool keepsAxes) {
   importer.SetIOHandler(new FolderIO(folder));  // it takes ownership
   // Pivots would make up to nine nodes of one.
   importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
@@ -222,7 +222,7 @@ Scene loadScene(const std::string& path, double millimetres, std::optional<UpAxi
     fail("unknown_format", path,
          "the extension '" + extension + "' is none of a mesh file that can be read");
   checkFile(path);
-  const MeshFile file{extension, Folder(fs::path(path).parent_path())};
+  const MeshFile file{extension, tool::Folder(fs::path(path).parent_path())};
   Assimp::Importer importer;
   const aiScene& source = readWith(importer, path, file.folder, up.has_value());
   Scene scene = SceneReader(source).read(file);

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "Assimp.h"
-#include "ImageFile.h"
+#include "ImageDecoder.h"
 #include "JtFormatError.h"
 
 namespace mesh {
@@ -59,7 +59,7 @@ jt::TexturePixels pixelsFrom(const aiTexture& texture, std::size_t mostBytes) {
   constexpr std::size_t kComponents = 4;
   const std::size_t width = texture.mWidth;
   const std::size_t height = texture.mHeight;
-  if (width < 1 || width > kMostImageSide || height > kMostImageSide ||
+  if (width < 1 || width > tool::kMostImageSide || height > tool::kMostImageSide ||
       width * height * kComponents > mostBytes)
     fail("the image has " + std::to_string(width) + " x " + std::to_string(height) + " pixels");
   jt::TexturePixels image{static_cast<int>(width), static_cast<int>(height), kComponents, {}};
@@ -111,7 +111,7 @@ jt::TexturePixels TextureReader::decode(const aiString& name, std::size_t mostBy
   if (!embedded) return file_.folder.decodeImage(name.C_Str(), mostBytes);
   if (!embedded->pcData) fail("it is empty");
   if (embedded->mHeight > 0) return pixelsFrom(*embedded, mostBytes);
-  return decodeImage(
+  return tool::decodeImage(
       std::as_bytes(std::span(reinterpret_cast<const char*>(embedded->pcData), embedded->mWidth)),
       mostBytes);
 }

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "ImageFile.h"
+#include "ImageDecoder.h"
 #include "JtFormatError.h"
 
 namespace mesh {
 
-SceneImages::SceneImages(Scene& scene) : scene_(scene), bytesLeft_(kMostPixelBytes) {}
+SceneImages::SceneImages(Scene& scene) : scene_(scene), bytesLeft_(tool::kMostPixelBytes) {}
 
 std::optional<std::size_t> SceneImages::take(const std::string& key, const std::string& name,
                                              const Decode& decode) {

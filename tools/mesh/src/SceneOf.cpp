@@ -183,7 +183,7 @@ class SceneBuilder {
     return images_.take(folder.string() + '\n' + name, name, [&](std::size_t mostBytes) {
       if (!location)
         throw JtFormatError("bad_image", "the model has no folder in which it could lie");
-      return Folder(folder).decodeImage(name, mostBytes);
+      return tool::Folder(folder).decodeImage(name, mostBytes);
     });
   }
 

@@ -8,8 +8,8 @@
 #include <map>
 #include <sstream>
 
+#include "ImageEncoder.h"
 #include "JtFormatError.h"
-#include "Png.h"
 #include "Unified.h"
 #include "Writers.h"
 

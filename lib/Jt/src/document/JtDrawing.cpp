@@ -7,7 +7,6 @@
 #include "JtInstance.h"
 #include "JtLOD.h"
 #include "JtMesh.h"
-#include "JtPathAttributes.h"
 #include "JtSwitch.h"
 #include "file/save/SceneWriter.h"
 
@@ -66,15 +65,19 @@ class Walk {
     Level level{.node = node, .part = above.part, .attributes = above.attributes};
     if (as<VisPartNode>(node) || as<JtInstance>(node)) level.part = node;
     level.attributes.enter(*node);
-    if (options_.onNode) options_.onNode(*node, level.attributes.toRoot());
+    path_.resize(stack_.size());
+    path_.push_back(node);
+    if (options_.onNode) options_.onNode(path_, level.attributes.toRoot());
     if (options_.onWires)
       if (auto* part = as<VisPartNode>(node); part && showsWires(*part)) {
         const Ref<const JtMaterial> material = level.attributes.material().material();
-        options_.onWires({part, material.get(), &level.attributes.toRoot()});
+        options_.onWires(
+            {part, material.get(), &level.attributes.toRoot(), &level.attributes, path_});
       }
     if (auto* shape = as<JtShape>(node)) {
       const Ref<const JtMaterial> material = level.attributes.material().material();
-      return visit_({shape, level.part, material.get(), &level.attributes.toRoot()});
+      return visit_({shape, level.part, material.get(), &level.attributes.toRoot(),
+                     &level.attributes, path_});
     }
     chooseChildren(level, options_.levelOfDetail);
     stack_.push_back(std::move(level));
@@ -84,6 +87,7 @@ class Walk {
   const DrawingOptions& options_;
   const std::function<bool(const DrawnShape&)>& visit_;
   std::vector<Level> stack_;
+  std::vector<JtNode*> path_;  // of the stack, and the node that is entered
   std::uint64_t paths_ = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "JtPartition.h"
+#include "JtStyles.h"
 #include "JtTexture.h"
 
 namespace jt {
@@ -22,6 +23,14 @@ std::uint32_t finalFieldsOf(const JtMaterial& material) {
   for (std::size_t i = 0; i < kMaterialFields; ++i)
     if (material.isFinal(static_cast<JtMaterialField>(i))) fields |= bitOf(i);
   return fields;
+}
+
+/// The nearest style holds, unless one above is final and it does not force.
+template <class Style>
+void takeStyle(const Style*& holding, const JtAttribute* attribute) {
+  const auto* own = as<Style>(attribute);
+  if (!own || own->hasState(JtAttributeState::ignore)) return;
+  if (!holding || !holding->isFinal() || own->hasState(JtAttributeState::force)) holding = own;
 }
 
 }  // namespace
@@ -93,6 +102,9 @@ Matrix4 PathAttributes::enter(const JtNode& node) {
       if (!material->hasState(JtAttributeState::ignore)) finalFields_ |= finalFieldsOf(*material);
     } else if (const auto* texture = as<JtTextureImage>(node.attribute(i))) {
       takeTexture(*texture, inherited);
+    } else {
+      takeStyle(lineStyle_, node.attribute(i));
+      takeStyle(pointStyle_, node.attribute(i));
     }
   }
   return local;

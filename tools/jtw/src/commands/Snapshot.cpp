@@ -1,107 +1,213 @@
 #include <algorithm>
-#include <charconv>
+#include <optional>
 #include <string>
-#include <thread>
+#include <unordered_set>
+#include <vector>
 
-#include "ApiSysFilePath.h"
 #include "Assembly.h"
 #include "Batch.h"
+#include "Choice.h"
 #include "Command.h"
 #include "CommandLines.h"
+#include "Component.h"
 #include "FileList.h"
 #include "InputFile.h"
-#include "JtFormatError.h"
-#include "JtwValueText.h"
-#include "Png.h"
+#include "JtwEditError.h"
+#include "JtwSelection.h"
 #include "Progress.h"
 #include "Session.h"
-#include "picture/Drawing.h"
+#include "picture/PictureOptions.h"
+#include "picture/Scene.h"
 
 namespace tool {
 namespace {
 
-/// "800x600", each from 1 to 4096.
-void parseSize(const std::string& text, DrawingRequest& request) {
-  constexpr std::size_t kLargest = 4096;
-  const char* const end = text.data() + text.size();
-  const auto width = std::from_chars(text.data(), end, request.width);
-  if (width.ec == std::errc() && width.ptr != end && *width.ptr == 'x') {
-    const auto height = std::from_chars(width.ptr + 1, end, request.height);
-    const auto fits = [](std::size_t size) { return size >= 1 && size <= kLargest; };
-    if (height.ec == std::errc() && height.ptr == end && fits(request.width) &&
-        fits(request.height))
-      return;
+struct Request {
+  View view;
+  SceneRequest scene;
+  bool isSheet = false;
+  std::vector<std::pair<std::string, Viewpoint>> sheet;
+  std::optional<double> edgeAngle;
+  double explosion = 0;
+  std::size_t frames = 0;  ///< of a turntable; 0: one picture
+  Vector axis{0, 0, 1};    ///< of the turntable
+};
+
+std::optional<float> readPixels(const Arguments& arguments, const char* name) {
+  constexpr double kMost = 100;
+  if (!arguments.has(name)) return std::nullopt;
+  return static_cast<float>(readNumber(arguments, name, 1, 1, kMost));
+}
+
+Request readRequest(const Arguments& arguments) {
+  Request request;
+  request.view = readView(arguments);
+  request.isSheet = arguments.has("sheet");
+  if (request.isSheet) {
+    for (const char* name : {"from", "up", "turntable"})
+      if (arguments.has(name))
+        failUsage("--sheet and --" + std::string(name) + " exclude each other");
+    request.sheet = readSheet(arguments, request.view.viewpoint);
   }
-  failUsage("--size is '" + text + "', not WIDTHxHEIGHT with numbers from 1 to 4096");
-}
-
-Color parseBackground(const std::string& text) {
-  if (text == "transparent") return {0, 0, 0, 0};
-  const ApiGraColor color = jtw::parseColor("--background", text);
-  float red = 0;
-  float green = 0;
-  float blue = 0;
-  color.getRGB(red, green, blue);
-  return {red, green, blue, static_cast<float>(color.getAlpha())};
-}
-
-/// "on" or "off"; on when it is not given.
-bool isOn(const Arguments& arguments, const char* name) {
-  const std::string* value = arguments.value(name);
-  if (value && *value != "on" && *value != "off")
-    failUsage("--" + std::string(name) + " is '" + *value + "', not on or off");
-  return !value || *value == "on";
-}
-
-DrawingRequest readRequest(const Arguments& arguments) {
-  DrawingRequest request;
-  if (const std::string* size = arguments.value("size")) parseSize(*size, request);
-  if (const std::string* view = arguments.value("view")) request.view = *view;
-  static_cast<void>(Camera(request.view));  // a wrong name is reported before a file is read
-  if (const std::string* color = arguments.value("background"))
-    request.background = parseBackground(*color);
-  request.withAnnotations = isOn(arguments, "pmi");
-  request.withWires = isOn(arguments, "wires");
-  request.mostPlaces = mostPlaces(arguments);
-  if (const auto jobs = arguments.positiveNumber("jobs"))
-    request.jobs = static_cast<unsigned>(std::min<std::uint64_t>(*jobs, 256));
-  else
-    request.jobs = std::max(1U, std::thread::hardware_concurrency());
+  constexpr double kUsualAngle = 30;
+  constexpr double kStraight = 180;
+  if (arguments.has("edges") || arguments.has("edge-angle"))
+    request.edgeAngle = readNumber(arguments, "edge-angle", kUsualAngle, 0, kStraight);
+  constexpr double kFarthest = 100;
+  request.explosion = readNumber(arguments, "explode", 0, 0, kFarthest);
+  constexpr std::size_t kMostFrames = 3600;
+  request.frames = arguments.positiveNumber("turntable").value_or(0);
+  if (request.frames > kMostFrames) failUsage("--turntable is more than 3600 pictures");
+  if (request.frames > 0 && arguments.has("from"))
+    failUsage("--turntable and --from exclude each other");
+  if (arguments.has("up")) request.axis = request.view.viewpoint.up;
+  SceneRequest& scene = request.scene;
+  // They say where something is, and would no longer be there.
+  scene.withAnnotations = isOn(arguments, "pmi") && request.explosion == 0;
+  scene.withWires = isOn(arguments, "wires");
+  scene.withTextures = isOn(arguments, "textures");
+  scene.withParts = request.explosion > 0;
+  scene.lineWidth = readPixels(arguments, "line-width");
+  scene.pointSize = readPixels(arguments, "point-size");
+  scene.mostPlaces = mostPlaces(arguments);
   return request;
 }
 
-/// A picture never takes the place of a JT file that was meant to be looked at.
-void checkName(const std::string& output) {
-  if (output != "-" && ApiSysFilePath(output).extension() != "png")
-    failUsage("the picture's name is '" + output + "'; it has to end in .png");
-}
-
-std::vector<std::byte> pngOf(const Image& image, const std::string& output) {
-  try {
-    return encodePng({.width = image.width,
-                      .height = image.height,
-                      .bytes = std::as_bytes(std::span(image.rgba))});
-  } catch (const JtFormatError& error) {
-    throw saveFailure(error, output);
+/// A JT file with what is drawn of it.
+class Input {
+ public:
+  explicit Input(Session& session) {
+    const std::string* key = session.arguments().value("key");
+    const std::string* expression = session.arguments().value("select");
+    if (key && expression) failUsage("--key and --select exclude each other");
+    if (!key && !expression) {
+      opened_ = openAssembly(session, session.argument(0));
+      return;
+    }
+    std::optional<jtw::ObjectAddress> address;
+    std::optional<jtw::Selection> selection;
+    if (key) address.emplace(*key);
+    if (expression) selection.emplace(*expression);
+    component_.emplace(session, session.argument(0), false);
+    const jtw::Objects& objects = component_->objects();
+    const jtw::Reading reading(component_->root());
+    const auto found = address ? std::vector{component_->find(*address)} : selection->of(objects);
+    if (found.empty())
+      jtw::failRefused(objects.document(), "unknown_key",
+                       "no object is selected by " + *expression);
+    for (JtwNode* object : objects.nodes(found))
+      if (JtNode* node = object->jtNode()) chosen_.insert(node);
+    if (chosen_.empty())
+      jtw::failRefused(objects.document(), "no_node",
+                       "what is chosen is not drawn: frames and annotations have no node");
+    opened_.parts = component_->partFiles();
   }
+
+  JtPartition& partition() const {
+    return component_ ? *component_->root().partition() : *opened_.top;
+  }
+  const std::vector<jt::PartFile>& parts() const noexcept { return opened_.parts; }
+  /// Has a request ask for what is chosen.
+  void restrict(SceneRequest& request) const {
+    if (!component_) return;
+    request.isShown = [this](std::span<JtNode* const> path) {
+      return std::ranges::any_of(path, [this](JtNode* node) { return chosen_.contains(node); });
+    };
+  }
+
+ private:
+  OpenedAssembly opened_;
+  std::optional<Component> component_;
+  std::unordered_set<const JtNode*> chosen_;
+};
+
+/// OUT-007.png
+std::string frameName(const std::string& output, std::size_t number, std::size_t count) {
+  constexpr std::size_t kDigits = 3;
+  const std::string digits = std::to_string(number);
+  const std::size_t width = std::max(kDigits, std::to_string(count).size());
+  const std::size_t dot = output.rfind('.');
+  return output.substr(0, dot) + "-" + std::string(width - digits.size(), '0') + digits +
+         output.substr(dot);
 }
 
-void writeResult(Session& session, const DrawingRequest& request, const Drawing& drawing,
-                 const std::string& output, const std::vector<jt::PartFile>& parts) {
+/// Draws and writes. @return the names of the files
+std::vector<std::string> drawAll(Session& session, const Request& request, const Scene& scene,
+                                 const std::string& output, const ProgressOf& progress) {
+  const Scene* const one = &scene;
+  const Scenes scenes(&one, 1);
+  View view = request.view;
+  fitToScenes(view, scenes);
+  if (request.isSheet) {
+    writePicture(session, output, drawSheet(scenes, view, request.sheet, progress));
+    return {output};
+  }
+  if (request.frames == 0) {
+    writePicture(session, output, drawView(scenes, view, aimed(scenes, view), 0, progress));
+    return {output};
+  }
+  std::vector<std::string> names;
+  double scale = 0;
+  for (std::size_t i = 0; i < request.frames; ++i) {
+    const double share = static_cast<double>(i) / static_cast<double>(request.frames);
+    view.viewpoint = turned(request.view.viewpoint, request.axis, share);
+    const Camera camera = aimedAround(scenes, view.viewpoint, request.axis);
+    names.push_back(frameName(output, i + 1, request.frames));
+    writePicture(session, names.back(), drawView(scenes, view, camera, scale, [&](double) {}));
+    progress(static_cast<double>(i + 1) / static_cast<double>(request.frames));
+  }
+  return names;
+}
+
+/// What is in a picture; shapes count as often as they occur.
+struct Counts {
+  std::size_t shapes = 0;
+  std::size_t triangles = 0;
+  std::size_t polylines = 0;
+  std::size_t points = 0;
+  std::size_t wires = 0;
+
+  explicit Counts(const Scene& scene) {
+    for (const Item& item : scene.items()) {
+      const jt::Mesh* mesh = scene.mesh(item);
+      if (!mesh) continue;
+      if (!item.isWires) ++shapes;
+      std::size_t& primitives = item.isWires                              ? wires
+                                : mesh->kind == jt::Mesh::Kind::triangles ? triangles
+                                : mesh->kind == jt::Mesh::Kind::polylines ? polylines
+                                                                          : points;
+      primitives += mesh->primitiveCount();
+    }
+  }
+};
+
+void writeResult(Session& session, const Request& request, const Scene& scene,
+                 const std::vector<std::string>& pictures, const std::vector<jt::PartFile>& parts) {
+  const Counts counts(scene);
+  const std::string* view = session.arguments().value("view");
   JsonWriter& json = session.json();
   session.beginResult();
   json.member("file", session.argument(0));
-  json.member("picture", output);
-  json.member("width", request.width);
-  json.member("height", request.height);
-  json.member("view", request.view);
-  json.member("shapes", drawing.shapes);
-  json.member("triangles", drawing.triangles);
-  json.member("polylines", drawing.polylines);
-  json.member("points", drawing.points);
-  json.member("damaged", drawing.damaged.size());
-  json.member("annotationLines", drawing.annotationLines);
-  json.member("wires", drawing.wires);
+  json.member("picture", pictures.front());
+  json.member("width", request.view.width);
+  json.member("height", request.view.height);
+  if (view)
+    json.member("view", *view);
+  else if (request.isSheet || session.arguments().has("from"))
+    json.nullMember("view");
+  else
+    json.member("view", "iso");
+  json.member("shapes", counts.shapes);
+  json.member("triangles", counts.triangles);
+  json.member("polylines", counts.polylines);
+  json.member("points", counts.points);
+  json.member("damaged", scene.damaged().size());
+  json.member("annotationLines", scene.annotations().size());
+  json.member("wires", counts.wires);
+  json.key("pictures");
+  json.beginArray();
+  for (const std::string& picture : pictures) json.value(picture);
+  json.end();
   writeFiles(json, parts);
   session.endResult();
 }
@@ -126,28 +232,39 @@ ExitCode runSnapshot(Session& session) {
   requireNoList(session);
   requireArguments(session, 2, 2);
   const std::string& output = session.argument(1);
-  const DrawingRequest request = readRequest(session.arguments());
-  checkName(output);
+  Request request = readRequest(session.arguments());
+  checkPictureName(output, request.view.background);
+  if (request.frames > 0 && output == "-")
+    failUsage("--turntable writes several pictures; '-' is one");
   claimOutput(session, output, false);
-  const OpenedAssembly opened = openAssembly(session, session.argument(0));
-  const Drawing drawing = [&] {
+  const Input input(session);
+  input.restrict(request.scene);
+  std::vector<std::string> pictures;
+  Scene scene(input.partition(), request.scene);
+  {
     Progress progress(session, "drawing");
-    return drawScene(*opened.top, request, [&progress](double share) { progress.update(share); });
-  }();
-  if (const auto change = session.inputChange()) throw readFailure(*change, {});
-  writeBytes(output, pngOf(drawing.image, output));
-  session.noteWritten(output);
-  for (const std::string& error : drawing.damaged)
+    scene.decode(request.view.jobs, [&progress](double share) { progress.update(share / 2); });
+    if (const auto change = session.inputChange()) throw readFailure(*change, {});
+    if (request.edgeAngle) scene.findEdges(*request.edgeAngle, request.view.jobs);
+    if (request.explosion > 0) scene.explode(request.explosion);
+    pictures = drawAll(session, request, scene, output,
+                       [&progress](double share) { progress.update(0.5 + share / 2); });
+  }
+  for (const std::string& error : scene.damaged())
     session.warn("a shape is not in the picture: " + error);
-  if (drawing.shapes == 0 && drawing.annotationLines == 0 && drawing.wires == 0)
+  for (const std::string& note : scene.notes()) session.warn(note);
+  const Counts counts(scene);
+  if (counts.shapes == 0 && scene.annotations().size() == 0 && counts.wires == 0)
     session.warn("there is no geometry to be seen; the picture is empty");
   if (session.wantsJson()) {
-    writeResult(session, request, drawing, output, opened.parts);
+    writeResult(session, request, scene, pictures, input.parts());
   } else if (output != "-") {
-    session.out().line(output + ": " + std::to_string(drawing.shapes) + " shapes, " +
-                       std::to_string(drawing.triangles) + " triangles");
+    session.out().line(
+        (pictures.size() == 1 ? output : pictures.front() + " to " + pictures.back()) + ": " +
+        std::to_string(counts.shapes) + " shapes, " + std::to_string(counts.triangles) +
+        " triangles");
   }
-  return drawing.damaged.empty() ? exitCodeOf(opened.parts) : ExitCode::no;
+  return scene.damaged().empty() ? exitCodeOf(input.parts()) : ExitCode::no;
 }
 
 }  // namespace tool

@@ -1,5 +1,6 @@
 #include "Annotations.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "VisMetaDataNode.h"
@@ -7,13 +8,7 @@
 namespace tool {
 namespace {
 
-Vector transformed(const std::array<float, 3>& point, const jt::Matrix4& m) {
-  Vector result{m[12], m[13], m[14]};
-  for (std::size_t axis = 0; axis < 3; ++axis)
-    for (std::size_t i = 0; i < 3; ++i)
-      result[i] += static_cast<double>(point[axis]) * m[axis * 4 + i];
-  return result;
-}
+constexpr float kWidestLine = 100;  // pixels
 
 /// By how much a matrix makes things larger.
 double scaleOf(const jt::Matrix4& m) { return std::hypot(m[0], m[1], m[2]); }
@@ -52,28 +47,15 @@ void Annotations::include(Camera& camera) const {
       for (const Vector& point : inView(occurrence, line, camera)) camera.include(point);
 }
 
-void Annotations::draw(Rasterizer& canvas, const Camera& camera, double samples) const {
+void Annotations::draw(DrawList& list, const Camera& camera) const {
   for (const Occurrence& occurrence : occurrences_)
     for (const jtk::PMILine& line : *occurrence.lines) {
       const Color color{line.color[0], line.color[1], line.color[2], 1};
       const std::vector<Vector> points = inView(occurrence, line, camera);
-      const int width = static_cast<int>(line.width);
-      for (std::size_t i = 1; i < points.size(); ++i) {
-        const Vector from = camera.onScreen(points[i - 1]);
-        const Vector to = camera.onScreen(points[i]);
-        // A wide line is several beside each other.
-        const double length = std::hypot(to[0] - from[0], to[1] - from[1]);
-        const Vector across = length > 0 ? Vector{(from[1] - to[1]) / length * samples,
-                                                  (to[0] - from[0]) / length * samples, 0}
-                                         : Vector{};
-        for (int k = 0; k < width; ++k) {
-          const double offset = k - 0.5 * (width - 1);
-          const auto moved = [&](const Vector& p) {
-            return Vector{p[0] + across[0] * offset, p[1] + across[1] * offset, p[2]};
-          };
-          canvas.line(moved(from), moved(to), color);
-        }
-      }
+      for (std::size_t i = 1; i < points.size(); ++i)
+        if (points[i - 1][2] < camera.nearLimit() && points[i][2] < camera.nearLimit())
+          list.lines.push_back({camera.onScreen(points[i - 1]), camera.onScreen(points[i]), color,
+                                std::min(line.width, kWidestLine)});
     }
 }
 

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Camera.h"
 #include "JtNode.h"
 #include "JtXform.h"
 #include "JtkPMIDrawing.h"
@@ -20,8 +21,8 @@ class Annotations {
 
   /// Makes room for all lines.
   void include(Camera& camera) const;
-  /// @param samples of the canvas along each side of a pixel
-  void draw(Rasterizer& canvas, const Camera& camera, double samples) const;
+  /// Adds all lines as they are seen.
+  void draw(DrawList& list, const Camera& camera) const;
   /// How many lines there are, each occurrence counted.
   std::size_t size() const noexcept;
   /// How many nodes with lines there are, each occurrence counted.

@@ -1,279 +1,236 @@
 #include "Drawing.h"
 
 #include <algorithm>
-#include <atomic>
-#include <mutex>
-#include <thread>
-#include <unordered_map>
+#include <cmath>
 
-#include "Annotations.h"
-#include "Failure.h"
-#include "Jt.h"
-#include "JtDrawing.h"
-#include "JtMesh.h"
-#include "JtwLeaf.h"
+#include "JtkStrokeFont.h"
+#include "Painter.h"
 
 namespace tool {
 namespace {
 
-constexpr std::uint64_t kNodesOfPlace = 8;  // groups, instances, levels of detail
-
-/// What a mesh comes from: one of them.
-struct Source {
-  JtShape* shape;
-  VisPartNode* partWithWires;
-
-  std::shared_ptr<const jt::Mesh> mesh() const {
-    return shape ? shape->mesh() : jt::wireMesh(*partWithWires);
-  }
-};
-
-/// A mesh to be drawn, with its own material or that of the path.
-struct Item {
-  std::size_t mesh;  ///< in the list of different ones
-  bool isWires;
-  jt::Matrix4 toRoot;
-  Color color;
-  bool usesVertexColors;
-};
-
-class Scene {
- public:
-  Scene(JtPartition& partition, const DrawingRequest& request) : most_(request.mostPlaces) {
-    jt::DrawingOptions options{.levelOfDetail = request.levelOfDetail,
-                               .maxPaths = std::max(most_, kNodesOfPlace * most_)};
-    options.isHidden = [](const JtNode& node) { return !JtwLeaf::isDisplayed(&node); };
-    if (request.withAnnotations)
-      options.onNode = [this](JtNode& node, const jt::Matrix4& toRoot) {
-        if (!isFull()) annotations_.add(node, toRoot);
-      };
-    if (request.withWires)
-      options.onWires = [this](const jt::DrawnWires& drawn) {
-        add(drawn.part, {nullptr, drawn.part}, drawn.material, *drawn.toRoot);
-      };
-    const bool complete =
-        jt::visitDrawnShapes(partition, options, [this](const jt::DrawnShape& drawn) {
-          return add(drawn.shape, {drawn.shape, nullptr}, drawn.material, *drawn.toRoot);
-        });
-    if (!complete || isFull())
-      throw Failure(ExitCode::input, "too_many_places",
-                    "the scene graph unfolds into more than " + std::to_string(most_) +
-                        " objects, each counted where it occurs; option: --max-places");
-  }
-
-  /// Decodes each shape once, on `jobs` threads.
-  void decode(unsigned jobs, const std::function<void(double)>& progress,
-              std::vector<std::string>& damaged);
-
-  const std::vector<Item>& items() const noexcept { return items_; }
-  const Annotations& annotations() const noexcept { return annotations_; }
-  const jt::Mesh* mesh(const Item& item) const { return meshes_[item.mesh].get(); }
-
- private:
-  bool isFull() const noexcept { return items_.size() + annotations_.occurrences() > most_; }
-  /// @param node the shape, or the part that has the wires
-  bool add(const JtNode* node, const Source& source, const JtMaterial* material,
-           const jt::Matrix4& toRoot) {
-    if (isFull()) return false;
-    const auto [known, isNew] = indices_.try_emplace(node, sources_.size());
-    if (isNew) sources_.push_back(source);
-    constexpr Color kNoMaterial{0.72F, 0.74F, 0.78F, 1};
-    items_.push_back({known->second, !source.shape, toRoot,
-                      material ? material->diffuse() : kNoMaterial,
-                      !material || !material->overrideVertexColors()});
-    return true;
-  }
-
-  const std::uint64_t most_;
-  std::unordered_map<const JtNode*, std::size_t> indices_;
-  std::vector<Source> sources_;
-  std::vector<std::shared_ptr<const jt::Mesh>> meshes_;
-  std::vector<Item> items_;
-  Annotations annotations_;
-};
-
-void Scene::decode(unsigned jobs, const std::function<void(double)>& progress,
-                   std::vector<std::string>& damaged) {
-  meshes_.resize(sources_.size());
-  std::atomic<std::size_t> next{0};
-  std::mutex reporting;
-  const auto work = [&](bool reports) {
-    for (std::size_t i = next++; i < sources_.size(); i = next++) {
-      jt::setLastError({});
-      meshes_[i] = sources_[i].mesh();
-      const std::string error = meshes_[i] ? meshes_[i]->flaw() : jt::lastError();
-      if (!error.empty()) {
-        meshes_[i].reset();
-        const std::lock_guard lock(reporting);
-        damaged.push_back(error);
-      }
-      if (reports) progress(static_cast<double>(i + 1) / static_cast<double>(sources_.size()));
-    }
-  };
-  std::vector<std::jthread> helpers;
-  for (unsigned job = 1; job < std::min<std::size_t>(jobs, sources_.size()); ++job)
-    helpers.emplace_back(work, false);
-  work(true);
+/// Height of capital letters, in pixels.
+double letterHeight(const View& view) {
+  const auto side = static_cast<double>(std::min(view.width, view.height));
+  return std::clamp(side / 40, 7.0, 20.0);
 }
 
-/// Puts the geometry of one item in front of a camera.
-class Placement {
- public:
-  Placement(const Camera& camera, const jt::Matrix4& toRoot) : camera_(camera) {
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const Vector row{toRoot[axis * 4], toRoot[axis * 4 + 1], toRoot[axis * 4 + 2]};
-      axes_[axis] = camera.inView(row);
+/// What captions need of the height, in pixels.
+double captionSpace(const View& view) {
+  return view.captions.empty() ? 0 : 2.4 * letterHeight(view);
+}
+
+DrawList captionList(const View& view, const Rasterizer& canvas) {
+  constexpr double kInFront = 1e30;
+  constexpr Color kDark{0.12F, 0.12F, 0.14F, 1};
+  constexpr Color kLight{0.93F, 0.93F, 0.93F, 1};
+  const Color& back = view.background;
+  const bool isDark = back[3] > 0.5F && back[0] + back[1] + back[2] < 1.2F;
+  const double samples = canvas.samples();
+  const double height = letterHeight(view);
+  const JtkStrokeFont& font = JtkStrokeFont::builtIn();
+  const double baseline = static_cast<double>(view.height) - 0.8 * height;
+  double x = 0.8 * height;
+  DrawList list;
+  for (const Caption& caption : view.captions) {
+    if (caption.patch) {
+      list.dots.push_back(
+          {{(x + height / 2) * samples, (baseline - height / 2) * samples, kInFront},
+           *caption.patch,
+           static_cast<float>(height)});
+      x += 1.5 * height;
     }
-    origin_ = camera.inView({toRoot[12], toRoot[13], toRoot[14]});
-    // Normals go by the cofactors, so that they stay square to a surface that is stretched.
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      normalAxes_[axis] = cross(axes_[(axis + 1) % 3], axes_[(axis + 2) % 3]);
-  }
-
-  Vector inView(const jt::Vec3f& p) const {
-    Vector result = combined(axes_, p);
-    for (std::size_t i = 0; i < 3; ++i) result[i] += origin_[i];
-    return result;
-  }
-  Vector onScreen(const jt::Vec3f& p) const { return camera_.onScreen(inView(p)); }
-  Vector normal(const jt::Vec3f& n) const { return combined(normalAxes_, n); }
-
- private:
-  static Vector combined(const std::array<Vector, 3>& axes, const jt::Vec3f& v) {
-    Vector result{};
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      for (std::size_t i = 0; i < 3; ++i) result[i] += static_cast<double>(v[axis]) * axes[axis][i];
-    return result;
-  }
-
-  const Camera& camera_;
-  std::array<Vector, 3> axes_;
-  std::array<Vector, 3> normalAxes_;
-  Vector origin_;
-};
-
-/// Draws the meshes of a scene.
-class Painter {
- public:
-  Painter(Rasterizer& canvas, const Camera& camera) : canvas_(canvas), camera_(camera) {}
-
-  void paint(const Item& item, const jt::Mesh& mesh) {
-    const Placement placement(camera_, item.toRoot);
-    if (mesh.kind == jt::Mesh::Kind::triangles) {
-      paintTriangles(item, mesh, placement);
-      return;
+    const JtString text(caption.text);
+    const auto width = static_cast<float>(std::max(1.0, height / 8));
+    for (const auto& stroke : font.layOut(text, static_cast<float>(height))) {
+      const auto place = [&](const JtkStrokeFont::Point& p) {
+        return Vector{(x + static_cast<double>(p[0])) * samples,
+                      (baseline - static_cast<double>(p[1])) * samples, kInFront};
+      };
+      for (std::size_t i = 1; i < stroke.size(); ++i)
+        list.lines.push_back(
+            {place(stroke[i - 1]), place(stroke[i]), isDark ? kLight : kDark, width});
     }
-    const bool lines = mesh.kind == jt::Mesh::Kind::polylines;
-    for (std::size_t i = 0; i + 1 < mesh.starts.size(); ++i)
-      for (std::size_t corner = mesh.starts[i]; corner < mesh.starts[i + 1]; ++corner)
-        paintCorner(item, mesh, placement, corner, lines && corner > mesh.starts[i]);
+    x += static_cast<double>(font.width(text, static_cast<float>(height))) + 1.2 * height;
   }
+  return list;
+}
 
- private:
-  static Color colorOf(const Item& item, const jt::Mesh& mesh, std::size_t corner) {
-    if (mesh.colors.empty() || !item.usesVertexColors) return item.color;
-    return mesh.colors[mesh.records[corner]];
-  }
+/// What a section leaves, in view coordinates.
+std::optional<HalfSpace> spaceOf(const std::optional<Section>& section, const Camera& camera) {
+  if (!section) return std::nullopt;
+  constexpr double kAlong = 1e-6;
+  Vector normal = unit(camera.inView(section->normal));
+  if (section->isTowardsEye && normal[2] < -kAlong) normal = minus({}, normal);
+  return HalfSpace{normal, dot(normal, camera.inView(section->point))};
+}
 
-  void paintTriangles(const Item& item, const jt::Mesh& mesh, const Placement& placement) {
-    for (std::size_t first = 0; first + 2 < mesh.corners.size(); first += 3) {
-      std::array<Corner, 3> corners;
-      for (std::size_t i = 0; i < 3; ++i) {
-        corners[i].place = placement.onScreen(mesh.positions[mesh.corners[first + i]]);
-        corners[i].color = colorOf(item, mesh, first + i);
-      }
-      const Vector flat = flatNormal(corners);
-      for (std::size_t i = 0; i < 3; ++i) {
-        Vector normal{};
-        if (!mesh.normals.empty())
-          normal = unit(placement.normal(mesh.normals[mesh.records[first + i]]));
-        const double length = dot(normal, normal);
-        corners[i].normal = length > 0.5 && length < 2 ? normal : flat;
-      }
-      canvas_.triangle(corners[0], corners[1], corners[2]);
-    }
-  }
+/// Copies a picture into a larger one.
+void copyInto(Image& target, const Image& image, std::size_t x, std::size_t y) {
+  for (std::size_t row = 0; row < image.height; ++row)
+    std::copy_n(
+        image.rgba.begin() + static_cast<std::ptrdiff_t>(row * image.width * 4), image.width * 4,
+        target.rgba.begin() + static_cast<std::ptrdiff_t>(((y + row) * target.width + x) * 4));
+}
 
-  /// Square to the triangle, in view coordinates: on the screen y goes down, and the depth has
-  /// another scale than the picture.
-  Vector flatNormal(const std::array<Corner, 3>& corners) const {
-    const auto edge = [&](std::size_t to) {
-      const Vector& a = corners[0].place;
-      const Vector& b = corners[to].place;
-      return Vector{b[0] - a[0], a[1] - b[1], (b[2] - a[2]) * camera_.scale()};
-    };
-    return unit(cross(edge(1), edge(2)));
-  }
-
-  void paintCorner(const Item& item, const jt::Mesh& mesh, const Placement& placement,
-                   std::size_t corner, bool joined) {
-    const Vector place = placement.onScreen(mesh.positions[mesh.corners[corner]]);
-    const Color color = colorOf(item, mesh, corner);
-    if (joined) {
-      canvas_.line(placement.onScreen(mesh.positions[mesh.corners[corner - 1]]), place, color);
-    } else {
-      canvas_.point(place, color);
-    }
-  }
-
-  Rasterizer& canvas_;
-  const Camera& camera_;
-};
-
-bool isOpaque(const Item& item) { return item.color[3] >= 0.996F; }
-
-void count(const Item& item, const jt::Mesh& mesh, Drawing& drawing) {
-  if (item.isWires) {
-    drawing.wires += mesh.primitiveCount();
-    return;
-  }
-  ++drawing.shapes;
-  std::size_t& primitives = mesh.kind == jt::Mesh::Kind::triangles   ? drawing.triangles
-                            : mesh.kind == jt::Mesh::Kind::polylines ? drawing.polylines
-                                                                     : drawing.points;
-  primitives += mesh.primitiveCount();
+/// The vector turned about an axis of length 1.
+Vector turnedAbout(const Vector& v, const Vector& axis, double angle) {
+  const Vector along = plus({}, axis, dot(axis, v));
+  const Vector across = minus(v, along);
+  return plus(plus(along, across, std::cos(angle)), cross(axis, across), std::sin(angle));
 }
 
 }  // namespace
 
-Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
-                  const std::function<void(double)>& progress) {
-  Camera camera(request.view);
-  Drawing drawing;
-  Scene scene(partition, request);
-  scene.decode(
-      request.jobs, [&progress](double share) { progress(share / 2); }, drawing.damaged);
-
-  for (const Item& item : scene.items()) {
-    const jt::Mesh* mesh = scene.mesh(item);
-    if (!mesh) continue;
-    const Placement placement(camera, item.toRoot);
-    for (const jt::Vec3f& position : mesh->positions) camera.include(placement.inView(position));
+Camera aimed(Scenes scenes, const View& view) {
+  Camera camera(view.viewpoint);
+  for (const Scene* scene : scenes) {
+    scene->forEachPosition([&camera](const Vector& p) { camera.include(camera.inView(p)); });
+    scene->annotations().include(camera);
   }
-  scene.annotations().include(camera);
-  Rasterizer canvas(request.width, request.height, request.background);
-  camera.fit(canvas.width(), canvas.height());
+  if (view.viewpoint.perspective == 0 || view.viewpoint.eye) return camera;
+  const double height = static_cast<double>(view.height) - captionSpace(view);
+  const double aspect = static_cast<double>(view.width) / std::max(1.0, height);
+  for (const Scene* scene : scenes)
+    scene->forEachPosition([&](const Vector& p) { camera.reach(camera.inView(p), aspect); });
+  return camera;
+}
 
-  Painter painter(canvas, camera);
-  std::size_t painted = 0;
-  for (const Rasterizer::Pass pass :
-       {Rasterizer::Pass::opaque, Rasterizer::Pass::nearest, Rasterizer::Pass::mix}) {
-    canvas.begin(pass);
-    if (pass == Rasterizer::Pass::opaque)
-      scene.annotations().draw(canvas, camera, canvas.width() / static_cast<double>(request.width));
-    for (const Item& item : scene.items()) {
-      if (isOpaque(item) != (pass == Rasterizer::Pass::opaque)) continue;
-      if (const jt::Mesh* mesh = scene.mesh(item)) painter.paint(item, *mesh);
-      if (pass != Rasterizer::Pass::nearest)
-        progress(0.5 +
-                 0.5 * static_cast<double>(++painted) / static_cast<double>(scene.items().size()));
+std::optional<Vector> middleOf(Scenes scenes) {
+  Vector low{HUGE_VAL, HUGE_VAL, HUGE_VAL};
+  Vector high{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+  for (const Scene* scene : scenes)
+    scene->forEachPosition([&](const Vector& p) {
+      if (!isFinite(p)) return;
+      for (std::size_t i = 0; i < 3; ++i) {
+        low[i] = std::min(low[i], p[i]);
+        high[i] = std::max(high[i], p[i]);
+      }
+    });
+  if (low[0] > high[0]) return std::nullopt;
+  return plus(plus({}, low, 0.5), high, 0.5);
+}
+
+Camera aimedAround(Scenes scenes, const Viewpoint& viewpoint, const Vector& about) {
+  // Fits a cylinder about the axis.
+  const Vector axis = unit(about);
+  constexpr double kSlanted = 0.9;
+  const Vector other = std::abs(axis[2]) < kSlanted ? Vector{0, 0, 1} : Vector{1, 0, 0};
+  const Camera upright({.toEye = cross(axis, other), .up = axis});
+  Vector low{HUGE_VAL, HUGE_VAL, HUGE_VAL};
+  Vector high{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+  const auto forEach = [&](const auto& take) {
+    for (const Scene* scene : scenes)
+      scene->forEachPosition([&](const Vector& p) {
+        if (isFinite(p)) take(upright.inView(p));
+      });
+  };
+  forEach([&](const Vector& p) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      low[i] = std::min(low[i], p[i]);
+      high[i] = std::max(high[i], p[i]);
     }
+  });
+  Camera camera(viewpoint);
+  if (low[0] > high[0]) return camera;
+  const Vector middle = plus(plus({}, low, 0.5), high, 0.5);
+  double radius = 0;
+  forEach([&](const Vector& p) {
+    radius = std::max(radius, std::hypot(p[0] - middle[0], p[2] - middle[2]));
+  });
+  const double half = (high[1] - low[1]) / 2;
+  // Back to the root's coordinates: the columns of the upright camera.
+  const Vector x = upright.inView({1, 0, 0});
+  const Vector y = upright.inView({0, 1, 0});
+  const Vector z = upright.inView({0, 0, 1});
+  const Vector centre = camera.inView({dot(x, middle), dot(y, middle), dot(z, middle)});
+  const Vector seenAxis = camera.inView(axis);
+  const auto reach = [&](double share) {
+    return radius * std::sqrt(std::max(0.0, 1 - share * share)) + half * std::abs(share);
+  };
+  const Vector size{reach(seenAxis[0]), reach(seenAxis[1]), reach(seenAxis[2])};
+  camera.include(plus(centre, size));
+  camera.include(minus(centre, size));
+  return camera;
+}
+
+Image drawView(Scenes scenes, const View& view, Camera camera, double scale,
+               const ProgressOf& progress) {
+  Rasterizer canvas(view.width, view.height, view.background, view.viewpoint.perspective > 0,
+                    view.section.has_value());
+  camera.fit(canvas.width(), canvas.height(), captionSpace(view) * canvas.samples());
+  if (scale > 0) camera.setScale(scale * canvas.samples());
+  Painter painter(canvas, camera, spaceOf(view.section, camera), view.jobs);
+  const Rasterizer::Pass passes[] = {Rasterizer::Pass::opaque, Rasterizer::Pass::nearest,
+                                     Rasterizer::Pass::mix};
+  DrawList lines = captionList(view, canvas);
+  for (const Scene* scene : scenes) scene->annotations().draw(lines, camera);
+  painter.paint(lines);
+  const double steps = static_cast<double>(std::size(passes) * scenes.size());
+  double done = 0;
+  for (const Rasterizer::Pass pass : passes)
+    for (const Scene* scene : scenes) {
+      painter.paint(*scene, pass, [&](double share) { progress((done + share) / steps); });
+      ++done;
+    }
+  return canvas.image();
+}
+
+Image drawSheet(Scenes scenes, const View& view,
+                std::span<const std::pair<std::string, Viewpoint>> viewpoints,
+                const ProgressOf& progress) {
+  const auto columns =
+      static_cast<std::size_t>(std::ceil(std::sqrt(static_cast<double>(viewpoints.size()))));
+  const std::size_t rows = (viewpoints.size() + columns - 1) / columns;
+  constexpr std::size_t kLine = 1;  // pixels between pictures
+  View cell = view;
+  cell.width = std::max<std::size_t>(
+      1, (view.width - std::min(view.width, (columns - 1) * kLine)) / columns);
+  cell.height =
+      std::max<std::size_t>(1, (view.height - std::min(view.height, (rows - 1) * kLine)) / rows);
+  cell.captions = {{"", std::nullopt}};
+  std::vector<Camera> cameras;
+  cameras.reserve(viewpoints.size());
+  double scale = 0;
+  for (const auto& [name, viewpoint] : viewpoints) {
+    cell.viewpoint = viewpoint;
+    Camera fitted = cameras.emplace_back(aimed(scenes, cell));
+    fitted.fit(static_cast<double>(cell.width), static_cast<double>(cell.height),
+               captionSpace(cell));
+    if (!fitted.hasPerspective() && !fitted.seesNothing())
+      scale = scale > 0 ? std::min(scale, fitted.scale()) : fitted.scale();
   }
-  for (const Item& item : scene.items())
-    if (const jt::Mesh* mesh = scene.mesh(item)) count(item, *mesh, drawing);
-  drawing.annotationLines = scene.annotations().size();
-  drawing.image = canvas.image();
-  return drawing;
+  Image sheet{view.width, view.height, {}};
+  const std::array<std::uint8_t, 4> gray{150, 150, 155, 255};
+  sheet.rgba.reserve(sheet.width * sheet.height * 4);
+  for (std::size_t i = 0; i < sheet.width * sheet.height; ++i)
+    sheet.rgba.insert(sheet.rgba.end(), gray.begin(), gray.end());
+  for (std::size_t i = 0; i < columns * rows; ++i) {
+    // The last ones in a row and a column take what division left over.
+    const std::size_t x = i % columns * (cell.width + kLine);
+    const std::size_t y = i / columns * (cell.height + kLine);
+    if (x >= sheet.width || y >= sheet.height) continue;
+    View one = cell;
+    one.width = i % columns + 1 == columns ? sheet.width - x : cell.width;
+    one.height = i / columns + 1 == rows ? sheet.height - y : cell.height;
+    const bool isEmpty = i >= viewpoints.size();
+    one.captions = {{isEmpty ? "" : viewpoints[i].first, std::nullopt}};
+    if (!isEmpty) one.viewpoint = viewpoints[i].second;
+    const Image image =
+        drawView(isEmpty ? Scenes() : scenes, one, isEmpty ? Camera(Viewpoint()) : cameras[i],
+                 scale, [&](double share) {
+                   progress((static_cast<double>(i) + share) / static_cast<double>(columns * rows));
+                 });
+    copyInto(sheet, image, x, y);
+  }
+  return sheet;
+}
+
+Viewpoint turned(const Viewpoint& viewpoint, const Vector& about, double share) {
+  Viewpoint result = viewpoint;
+  result.toEye = turnedAbout(viewpoint.toEye, unit(about), 2 * M_PI * share);
+  result.up = turnedAbout(viewpoint.up, unit(about), 2 * M_PI * share);
+  return result;
 }
 
 }  // namespace tool

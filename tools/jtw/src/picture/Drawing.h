@@ -1,45 +1,60 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
+#include <optional>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "Camera.h"
 #include "Image.h"
-#include "JtPartition.h"
-#include "Rasterizer.h"
+#include "Scene.h"
+#include "Section.h"
 
 namespace tool {
 
-struct DrawingRequest {
+/// A word below a picture, behind a patch of its color where it has one.
+struct Caption {
+  std::string text;
+  std::optional<Color> patch;
+};
+
+/// A picture to be made.
+struct View {
   std::size_t width = 1024;
   std::size_t height = 768;
-  std::string view = "iso";
+  Viewpoint viewpoint;  ///< places in the root's unit of length
   Color background{1, 1, 1, 1};
-  std::uint32_t levelOfDetail = 0;
-  unsigned jobs = 1;  ///< threads that decode shapes
-  bool withAnnotations = true;
-  bool withWires = true;
-  std::uint64_t mostPlaces = 1'000'000;  ///< shapes, annotated nodes and wires where they occur
+  std::optional<Section> section;  ///< likewise
+  std::vector<Caption> captions;   ///< in a row at the lower edge, below what is shown
+  unsigned jobs = 1;               ///< threads
 };
 
-/// What is in a picture; shapes count as often as they occur.
-struct Drawing {
-  Image image;
-  std::size_t shapes = 0;
-  std::size_t triangles = 0;
-  std::size_t polylines = 0;
-  std::size_t points = 0;
-  std::size_t annotationLines = 0;
-  std::size_t wires = 0;
-  std::vector<std::string>
-      damaged;  ///< shapes and wires that cannot be decoded: the reason of each
-};
+/// Scenes that are drawn together, in the coordinates of the first one. Their meshes are decoded.
+using Scenes = std::span<const Scene* const>;
+/// Receives the share that is done, 0..1.
+using ProgressOf = std::function<void(double)>;
 
-/// A picture of all that a viewer would show, fitted to the view. Throws Failure: "usage" for an
-/// unknown view, "too_many_places" when shared parts add up to more than may be drawn.
-/// @param progress receives the share that is done, 0..1
-Drawing drawScene(JtPartition& partition, const DrawingRequest& request,
-                  const std::function<void(double)>& progress);
+/// A camera at the viewpoint of a view that has room for all that the scenes show.
+Camera aimed(Scenes scenes, const View& view);
+/// The same for all viewpoints that turned() makes of one: a film does not jump.
+Camera aimedAround(Scenes scenes, const Viewpoint& viewpoint, const Vector& about);
+/// The middle of what the scenes show; nothing when that is nothing.
+std::optional<Vector> middleOf(Scenes scenes);
+
+/// A picture through a camera, which is fitted to it.
+/// @param scale pixels for a unit of length; 0: as large as there is room for
+Image drawView(Scenes scenes, const View& view, Camera camera, double scale,
+               const ProgressOf& progress);
+
+/// Pictures with these names side by side, all in the same scale unless there is perspective. The
+/// size of `view` is that of the whole sheet.
+Image drawSheet(Scenes scenes, const View& view,
+                std::span<const std::pair<std::string, Viewpoint>> viewpoints,
+                const ProgressOf& progress);
+
+/// The viewpoint after a part of a turn about an axis, counter-clockwise seen from its tip.
+Viewpoint turned(const Viewpoint& viewpoint, const Vector& about, double share);
 
 }  // namespace tool

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace tool {
+
+/// Red, green, blue, alpha in 0..1.
+using Color = std::array<float, 4>;
 
 /// A picture: rows from the top, four bytes a pixel (red, green, blue, alpha; not premultiplied).
 struct Image {

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <fstream>
 
-#include "ImageFile.h"
+#include "ImageDecoder.h"
 #include "JtFormatError.h"
 
-namespace mesh {
+namespace tool {
 
 namespace fs = std::filesystem;
 
@@ -46,9 +46,9 @@ jt::TexturePixels Folder::decodeImage(const std::string& name, std::size_t mostB
     std::error_code error;
     // Opening a pipe would wait for its writer.
     if (fs::is_regular_file(file, error) && contains(file))
-      return mesh::decodeImage(bytesOf(file), mostBytes);
+      return tool::decodeImage(bytesOf(file), mostBytes);
   }
   fail("there is no such file in the folder of the model or below");
 }
 
-}  // namespace mesh
+}  // namespace tool

@@ -8,7 +8,7 @@
 
 #include "JtTexture.h"
 
-namespace mesh {
+namespace tool {
 
 /// Pixels along the longest side that an image may have.
 constexpr int kMostImageSide = 16384;
@@ -22,4 +22,4 @@ constexpr std::size_t kMostPixelBytes = std::size_t{512} << 20U;
 /// image that is larger than kMostImageSide or has more than `mostBytes` bytes of pixels.
 jt::TexturePixels decodeImage(std::span<const std::byte> file, std::size_t mostBytes);
 
-}  // namespace mesh
+}  // namespace tool

@@ -1,4 +1,4 @@
-#include "ImageFile.h"
+#include "ImageDecoder.h"
 
 #include <png.h>
 #include <turbojpeg.h>
@@ -8,7 +8,7 @@
 
 #include "JtFormatError.h"
 
-namespace mesh {
+namespace tool {
 namespace {
 
 [[noreturn]] void fail(const std::string& message) { throw JtFormatError("bad_image", message); }
@@ -84,4 +84,4 @@ jt::TexturePixels decodeImage(std::span<const std::byte> file, std::size_t mostB
   fail("the image is neither PNG nor JPEG");
 }
 
-}  // namespace mesh
+}  // namespace tool

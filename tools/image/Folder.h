@@ -7,7 +7,7 @@
 
 #include "JtTexture.h"
 
-namespace mesh {
+namespace tool {
 
 class Folder {
  public:
@@ -24,4 +24,4 @@ class Folder {
   std::filesystem::path path_;
 };
 
-}  // namespace mesh
+}  // namespace tool
