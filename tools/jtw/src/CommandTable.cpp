@@ -177,8 +177,8 @@ constexpr Option kView{
     "view", 0, "VIEW",
     "iso (default), front, back, top, bottom, left, right, or x,y,z: the direction\n"
     "to look along"};
-constexpr Option kFrom{"from", 0, "X,Y,Z", "where the eye is, in millimetres"};
-constexpr Option kTo{"to", 0, "X,Y,Z", "the place that it looks at (the middle)"};
+constexpr Option kEye{"from", 0, "X,Y,Z", "where the eye is, in millimetres"};
+constexpr Option kTarget{"to", 0, "X,Y,Z", "the place that it looks at (the middle)"};
 constexpr Option kUpwards{"up", 0, "X,Y,Z", "the direction that is up in the picture (0,0,1)"};
 constexpr Option kPerspective{
     "perspective", 0, "DEGREES",
@@ -190,13 +190,13 @@ constexpr Option kSnapshotOptions[] = {
     kNull,
     kSize,
     kView,
-    kFrom,
-    kTo,
+    kEye,
+    kTarget,
     kUpwards,
     kPerspective,
     kBackground,
     {"key", 0, "KEY", "only that object of a component"},
-    {"select", 0, "EXPR", "only the objects that the expression holds for, see find"},
+    kOnlySelected,
     {"edges", 0, nullptr, "also draw sharp edges, and those where surfaces end"},
     {"edge-angle", 0, "DEGREES", "the angle from which on an edge is sharp (30)"},
     {"section", 0, "PLANE",
