@@ -237,6 +237,70 @@ TEST_F(Picture, EdgesAndWidthsAreDrawn) {
   }
 }
 
+TEST_F(Picture, TwoFilesAreComparedByColor) {
+  struct Box {
+    const char* name;
+    int key;  // 0: none
+    double x;
+    float height;
+    float red;
+  };
+  const auto make = [this](const char* file, const std::vector<Box>& boxes) {
+    auto partition = jt::make<JtPartition>();
+    for (const Box& box : boxes) {
+      addBox(*partition, {10, 10, box.height}, box.x, {box.red, 0.5F, 0.5F, 1});
+      JtNode& part = *partition->child(partition->numChildren() - 1);
+      const auto add = [&part](const char* key, const jt::Ref<JtPropAtom>& value) {
+        part.addProperty(jt::make<JtStringPropAtom>(JtString(key)).get(), value.get(), true);
+      };
+      add("JT_PROP_NAME", jt::make<JtStringPropAtom>(JtString(box.name)));
+      if (box.key > 0) add("KrGmProtoKey", jt::make<JtInt32PropAtom>(box.key));
+    }
+    auto location = jt::make<JtFSStorageLocation>(JtString(work_.path("").c_str()), JtString(file));
+    partition->save(location.get());
+  };
+  make("a.jt", {{"same", 0, 0, 10, 0},
+                {"gone", 0, 20, 10, 0},
+                {"moved", 0, 40, 10, 0},
+                {"form", 0, 100, 10, 0},
+                {"paint", 0, 120, 10, 0},
+                {"name", 7, 140, 10, 0}});
+  make("b.jt", {{"same", 0, 0, 10, 0},
+                {"new", 0, 60, 10, 0},
+                {"moved", 0, 80, 10, 0},
+                {"form", 0, 100, 8, 0},
+                {"paint", 0, 120, 10, 1},
+                {"renamed", 7, 140, 10, 0}});
+  const Json told = work_.json("diff a.jt b.jt --picture out.png --size 320x80 --view front", 1);
+  EXPECT_TRUE(matches(told["picture"], R"({"file": "out.png", "added": 1, "removed": 1,
+      "moved": 1, "changed": 2, "same": 2})"))
+      << told["picture"];
+  const Pixels pixels = decode(work_.read("out.png"));
+  // 150 units over 92 of 100 of 320 pixels.
+  const auto at = [&pixels](double x) {
+    return pixels.at(static_cast<std::size_t>(160 + (x - 70) * 0.92 * 320 / 150), 31);
+  };
+  const auto isGreen = [](const std::array<int, 4>& p) {
+    return p[1] > p[0] + 60 && p[1] > p[2] + 60;
+  };
+  const auto isGray = [](const std::array<int, 4>& p) {
+    return p[0] < 250 && std::abs(p[0] - p[2]) < 12;
+  };
+  EXPECT_TRUE(isGray(at(0)));
+  EXPECT_TRUE(isRed(at(20)));
+  EXPECT_GT(at(40)[2], at(40)[0] + 20) << "a shade where it was";
+  EXPECT_GT(at(40)[0], 150);
+  EXPECT_TRUE(isGreen(at(60)));
+  EXPECT_TRUE(isBlue(at(80)) && at(80)[0] < 80);
+  for (const double x : {100.0, 120.0}) EXPECT_TRUE(isRed(at(x)) && at(x)[1] > at(x)[2] + 40);
+  EXPECT_TRUE(isGray(at(140))) << "a key outlives a name";
+  EXPECT_EQ(work_.json("diff a.jt b.jt --tolerance 1", 1)["picture"], nullptr);
+  EXPECT_EQ(work_.json("diff a.jt b.jt --picture out.png --tolerance 50", 1)["picture"]["moved"],
+            0);
+  EXPECT_EQ(work_.json("diff a.jt b.jt --view top", 2)["code"], "usage");
+  EXPECT_EQ(work_.json("diff a.jt b.jt --picture b.jt", 2)["code"], "usage");
+}
+
 /// A square of 10 in the plane of x and z with an image of 2 x 2 pixels on it: below red and blue,
 /// above white and black.
 void addImage(JtPartition& partition, float repeats, jt::TextureWrap wrap) {

@@ -66,10 +66,30 @@ constexpr Option kCopyOptions[] = {
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
+constexpr Option kSize{"size", 0, "WxH", "width and height in pixels (1024x768)"};
+constexpr Option kView{
+    "view", 0, "VIEW",
+    "iso (default), front, back, top, bottom, left, right, or x,y,z: the direction\n"
+    "to look along"};
+constexpr Option kEye{"from", 0, "X,Y,Z", "where the eye is, in millimetres"};
+constexpr Option kTarget{"to", 0, "X,Y,Z", "the place that it looks at (the middle)"};
+constexpr Option kUpwards{"up", 0, "X,Y,Z", "the direction that is up in the picture (0,0,1)"};
+constexpr Option kPerspective{
+    "perspective", 0, "DEGREES",
+    "perspective: the angle that the height covers; without it parallel lines stay so"};
+constexpr Option kBackground{"background", 0, "COLOR", "a color, as for set, or none (white)"};
 constexpr Option kDiffOptions[] = {
     {"tolerance", 't', "T", "how far apart lengths may be, in millimetres (0)"},
     {"segments", 0, nullptr, "also compare the segments byte for byte"},
     {"limit", 0, "N", "the most differences that are listed (1000)"},
+    {"picture", 0, "OUT", "a picture of both: added green, removed red, moved blue, else orange"},
+    kSize,
+    kView,
+    kEye,
+    kTarget,
+    kUpwards,
+    kPerspective,
+    kBackground,
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
@@ -172,18 +192,6 @@ constexpr Option kAssembleOptions[] = {kTargetVersion, kMonolithic, kPerPart, kE
                                        kExcludePMI,    kRootLayer,  kDryRun,  kMaxSegment,
                                        kMaxDocument,   kFollowLinks};
 
-constexpr Option kSize{"size", 0, "WxH", "width and height in pixels (1024x768)"};
-constexpr Option kView{
-    "view", 0, "VIEW",
-    "iso (default), front, back, top, bottom, left, right, or x,y,z: the direction\n"
-    "to look along"};
-constexpr Option kEye{"from", 0, "X,Y,Z", "where the eye is, in millimetres"};
-constexpr Option kTarget{"to", 0, "X,Y,Z", "the place that it looks at (the middle)"};
-constexpr Option kUpwards{"up", 0, "X,Y,Z", "the direction that is up in the picture (0,0,1)"};
-constexpr Option kPerspective{
-    "perspective", 0, "DEGREES",
-    "perspective: the angle that the height covers; without it parallel lines stay so"};
-constexpr Option kBackground{"background", 0, "COLOR", "a color, as for set, or none (white)"};
 constexpr Option kSnapshotOptions[] = {
     kOutputFolder,
     kFilesFrom,
@@ -310,12 +318,14 @@ constexpr Command kCommands[] = {
      "OUT is standard input or output; the report then goes to standard error.\n"
      "The part files of an assembly come along, to the same places beside OUT.",
      2, 2, kCopyOptions, runCopy},
-    {"diff", "A B [--tolerance T] [--segments]", "reports the differences between two JT files",
+    {"diff", "A B [--tolerance T] [--segments] [--picture OUT.png]",
+     "reports the differences between two JT files",
      "jtw diff gear.jt gear-new.jt --tolerance 0.01",
      "Compares what the files mean: one model in two versions of the format is the same. Meshes\n"
      "are compared as sets of triangles. --tolerance is for nodes, attributes and meshes; numbers\n"
      "without a unit may differ as much, by 0.02 at most. Properties and metadata are compared\n"
-     "exactly. Exit code 1 when there is a difference.",
+     "exactly. --picture draws what was added green, removed red, moved blue, changed otherwise\n"
+     "orange, the rest as gray glass. Exit code 1 when there is a difference.",
      2, 2, kDiffOptions, runDiff},
     {"new", "DOC [--unit UNIT] [--force]", "makes an empty component", "jtw new gear.kpak",
      "A name that ends in .kpak, .co or .cor becomes a folder with a JT file in it. The component\n"

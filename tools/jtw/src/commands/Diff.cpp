@@ -1,4 +1,5 @@
 #include <charconv>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "JtwTree.h"
 #include "Progress.h"
 #include "Session.h"
+#include "picture/DiffPicture.h"
 
 namespace tool {
 namespace {
@@ -41,6 +43,7 @@ struct Answer {
   std::vector<jt::Difference> differences;
   std::vector<jt::ComparedSegment> segments;
   std::vector<jt::PartFile> parts;  ///< of both sides
+  std::optional<ComparedShapes> picture;
 
   bool isWhole() const { return exitCodeOf(parts) == ExitCode::done; }
   /// Files that could not be compared may differ.
@@ -127,6 +130,7 @@ void writeAnswer(Session& session, const Answer& answer) {
     }
     json.end();
   }
+  writeDiffPicture(json, session.arguments(), answer.picture);
   writeFiles(json, answer.parts);
   session.endResult();
 }
@@ -174,6 +178,7 @@ ExitCode runDiff(Session& session) {
   options.identityKeys = {jtw::keyProperty()};
   options.maxDifferences =
       static_cast<std::size_t>(arguments.positiveNumber("limit").value_or(options.maxDifferences));
+  checkDiffPicture(arguments);
   const Library library(session);  // knows the host's buffers
   const std::string& pathA = session.argument(0);
   const std::string& pathB = session.argument(1);
@@ -192,6 +197,7 @@ ExitCode runDiff(Session& session) {
   if (answer.result.skipped > 0)
     session.warn(counted(static_cast<std::size_t>(answer.result.skipped), "thing") +
                  " of unknown meaning not compared, since the files have different versions");
+  answer.picture = drawDiffPicture(session, *a.top, *b.top, options.tolerance);
   answer.parts = a.parts;
   answer.parts.insert(answer.parts.end(), b.parts.begin(), b.parts.end());
   if (session.wantsJson())
