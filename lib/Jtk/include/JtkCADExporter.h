@@ -99,6 +99,9 @@ class JTK_API JtkCADExporter final : public JtkRefCounted {
   }
   /// How geometry is stored that is not in a file yet.
   void setShapeEncoding(const std::optional<jt::ShapeEncoding>& encoding) { encoding_ = encoding; }
+  /// Whether each part gets validation properties: what its geometry measured before it was
+  /// encoded, see JtValidation.h.
+  void setValidation(bool on) noexcept { validation_ = on; }
 
   /// Writes the root and what is below it. Its file is named by its file name, else by its name;
   /// it is written last, in one step: an export that fails leaves an older one as it was.
@@ -122,6 +125,7 @@ class JTK_API JtkCADExporter final : public JtkRefCounted {
   PartCallback before_ = nullptr;
   PartCallback after_ = nullptr;
   bool dryRun_ = false;
+  bool validation_ = false;
   std::function<void(const jtk::ExportProgress&)> progress_;
   std::optional<jt::ShapeEncoding> encoding_;
   jtk::ExportReport report_;

@@ -6,6 +6,7 @@
 #include "JtFormatError.h"
 #include "JtInstance.h"
 #include "JtPartFolder.h"
+#include "JtValidation.h"
 #include "LostBreps.h"
 #include "VisPartNode.h"
 
@@ -83,8 +84,10 @@ PartFiles::File PartFiles::encode(JtkPart& part) {
   const auto content = settings().newPartition();
   const auto node = jt::make<VisPartNode>();
   writeValues(part, *node);
+  jt::removeValidation(*node);
   record_.sources().noteFiles(*node);
   writeShapes(part, *node);
+  if (settings().validation) jt::storeValidation(*node);
   if (settings().isExact) writeBreps(part, *node);
   content->addChild(node.get());
   content->growBounds();

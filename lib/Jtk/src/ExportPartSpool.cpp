@@ -6,6 +6,7 @@
 #include "ExportParts.h"
 #include "JtFormatError.h"
 #include "JtSpool.h"
+#include "JtValidation.h"
 #include "LostBreps.h"
 #include "VisPartNode.h"
 
@@ -26,9 +27,9 @@ class PartSpool final : public ExportParts {
  private:
   /// Geometry on its way through the spool.
   struct Content {
-    jt::Ref<VisPartNode> shell;           ///< with the geometry as it is now
-    std::vector<jt::Ref<JtNode>> shapes;  ///< once it is stored
-    std::vector<jt::Property> breps;      ///< likewise
+    jt::Ref<VisPartNode> shell;            ///< with the geometry as it is now
+    std::vector<jt::Ref<JtNode>> shapes;   ///< once it is stored
+    std::vector<jt::Property> properties;  ///< likewise: precise geometry, and what it measures
     std::vector<std::pair<jt::Ref<VisPartNode>, JtString>> receivers;  ///< parts that wait for it
     std::vector<std::pair<const char*, std::string>> leftOut;  ///< what, and why; once it is stored
     const JtNode* source = nullptr;
@@ -59,6 +60,7 @@ bool isEmptied(const JtNode& node) {
 jt::Ref<JtNode> PartSpool::write(JtkPart& part) {
   auto node = jt::make<VisPartNode>();
   writeValues(part, *node);
+  jt::removeValidation(*node);
   record_.sources().noteFiles(*node);
   writeAttributes(part, *node);
   const JtString& name = sceneNameOf(part);
@@ -94,6 +96,7 @@ void PartSpool::addContent(JtkPart& part, Content& content) {
   record_.countTriangles(part, content.triangles);
   content.shell = jt::make<VisPartNode>();
   writeShapes(part, *content.shell);
+  if (settings().validation) jt::storeValidation(*content.shell);
   if (settings().isExact) writeBreps(part, *content.shell);
 }
 
@@ -165,7 +168,7 @@ void PartSpool::take(Content& content, const JtNode& stored, const DroppedSegmen
   JtPropAtom* key = nullptr;
   JtPropAtom* value = nullptr;
   for (int i = 0; stored.getProperty(i, key, value); ++i)
-    content.breps.push_back({jt::Ref<JtPropAtom>(key), jt::Ref<JtPropAtom>(value)});
+    content.properties.push_back({jt::Ref<JtPropAtom>(key), jt::Ref<JtPropAtom>(value)});
 }
 
 /// Gives stored geometry to the parts that wait for it.
@@ -178,8 +181,8 @@ void PartSpool::hand(Content& content) {
 
 void PartSpool::deliver(const Content& content, VisPartNode& part, const JtString& name) {
   for (const auto& shape : content.shapes) part.addChild(shape.get());
-  for (const jt::Property& brep : content.breps)
-    part.JtNode::addProperty(brep.key.get(), brep.value.get(), true);
+  for (const jt::Property& property : content.properties)
+    part.JtNode::addProperty(property.key.get(), property.value.get(), true);
   for (const auto& [what, reason] : content.leftOut)
     record_.leaveOut(content.source, name, what, reason);
 }

@@ -22,6 +22,7 @@ struct ExportSettings {
   std::optional<jt::ShapeEncoding> encoding;
   bool isExact = false;  ///< with precise geometry
   bool dryRun = false;
+  bool validation = false;  ///< with validation properties, see JtValidation.h
 
   jt::SaveOptions saveOptions() const;
   /// A partition of the version, without location.

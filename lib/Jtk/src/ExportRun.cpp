@@ -17,7 +17,8 @@ JtkExportRun::JtkExportRun(JtkCADExporter& exporter, JtkHierarchy& root)
       record_({.version = exporter.version_,
                .encoding = exporter.encoding_,
                .isExact = exporter.geometry_ == JtkCADExporter::EXACT_GEOMETRY,
-               .dryRun = exporter.dryRun_},
+               .dryRun = exporter.dryRun_,
+               .validation = exporter.validation_},
               root) {
   parts_ = exporter.partFiles_ ? jtk::makePartFiles(record_, rootFile_)
                                : jtk::makePartSpool(record_, rootFile_);

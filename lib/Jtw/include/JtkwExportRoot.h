@@ -94,6 +94,7 @@ class JTW_API JtkwExportRoot {
     bool dryRun = false;
     std::function<void(const jtk::ExportProgress&)> progress;
     std::optional<jt::ShapeEncoding> shapeEncoding;
+    bool validation = false;  ///< parts get validation properties, see JtValidation.h
   };
   void setWriteOptions(WriteOptions options) { options_ = std::move(options); }
   /// What the last write() did.

@@ -59,8 +59,11 @@ constexpr Option kVerifyOptions[] = {
     kFollowLinks};
 constexpr Option kUpdateOptions[] = {kFilesFrom,  kNull,        kDryRun,
                                      kMaxSegment, kMaxDocument, kFollowLinks};
+constexpr Option kCheck{"check", 0, nullptr,
+                        "store what the geometry of each part measures, for verify --properties"};
 constexpr Option kCopyOptions[] = {
     {"version", 0, "V", "8.1, 8.2, 9.5, 10.0 or 10.2; without it that of IN"},
+    kCheck,
     kTopOnly,
     kDryRun,
     kMaxSegment,
@@ -185,12 +188,12 @@ constexpr Option kExact{"exact", 0, nullptr, "precise geometry too"};
 constexpr Option kExcludePMI{"exclude-pmi", 0, "TYPE,...",
                              "leave out annotations of these types and groups"};
 constexpr Option kRootLayer{"layer", 0, "N", "the layer of the root"};
-constexpr Option kExportOptions[] = {kTargetVersion, kMonolithic,  kPerPart,      kExact,
-                                     kExcludePMI,    kRootLayer,   kOnlySelected, kDryRun,
-                                     kMaxSegment,    kMaxDocument, kFollowLinks};
-constexpr Option kAssembleOptions[] = {kTargetVersion, kMonolithic, kPerPart, kExact,
-                                       kExcludePMI,    kRootLayer,  kDryRun,  kMaxSegment,
-                                       kMaxDocument,   kFollowLinks};
+constexpr Option kExportOptions[] = {kTargetVersion, kMonolithic, kPerPart,      kExact,
+                                     kExcludePMI,    kRootLayer,  kOnlySelected, kCheck,
+                                     kDryRun,        kMaxSegment, kMaxDocument,  kFollowLinks};
+constexpr Option kAssembleOptions[] = {kTargetVersion, kMonolithic,  kPerPart,    kExact,
+                                       kExcludePMI,    kRootLayer,   kCheck,      kDryRun,
+                                       kMaxSegment,    kMaxDocument, kFollowLinks};
 
 constexpr Option kSnapshotOptions[] = {
     kOutputFolder,
@@ -270,6 +273,7 @@ constexpr Option kConvertOptions[] = {
      "the level of detail to take, 0 the finest; without it the finest, and in a JT "
      "file all of them"},
     kOnlySelected,
+    kCheck,
     kUnit,
     kUp,
     kLods,

@@ -163,6 +163,7 @@ ExportWishes::ExportWishes(Session& session) : output(session.argument(1)) {
   if (const std::string* text = arguments.value("layer")) layer = parseLayer(*text);
   if (const std::string* text = arguments.value("exclude-pmi")) excludedPMI = parseTypes(*text);
   dryRun = arguments.has("dry-run");
+  validation = arguments.has("check");
 }
 
 void ExportWishes::requireOther(const std::string& input) const {
@@ -221,7 +222,8 @@ ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes&
                      std::to_string(static_cast<int>(static_cast<double>(now.bytes) / kMegabyte)) +
                      " MB");
            },
-       .shapeEncoding = {}});
+       .shapeEncoding = {},
+       .validation = wishes.validation});
   if (!root.write(wishes.data)) failExport(root, wishes.output);
   jtk::ExportReport report = root.report();
   if (wishes.isOutput) handOver(session, wishes, report);

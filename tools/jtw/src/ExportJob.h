@@ -41,6 +41,7 @@ struct ExportWishes {
   std::optional<int> layer;
   std::vector<ApiPMIType> excludedPMI;
   bool dryRun = false;
+  bool validation = false;
 };
 
 /// A source of an export: a JT file with its part files, and what the toolkit made of it.

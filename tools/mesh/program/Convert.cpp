@@ -9,6 +9,7 @@
 #include "InputFile.h"
 #include "JtLOD.h"
 #include "JtStackNodeIter.h"
+#include "JtValidation.h"
 #include "MeshComponent.h"
 #include "MeshConversion.h"
 #include "MeshFiles.h"
@@ -19,6 +20,7 @@
 #include "ScratchFolder.h"
 #include "SelectedAssembly.h"
 #include "Session.h"
+#include "Validation.h"
 
 namespace tool {
 namespace {
@@ -164,8 +166,14 @@ ExitCode jtToJt(Session& session, Ends& ends) {
       differs(opened.top()) || std::ranges::any_of(opened.parts(), [&](const jt::PartFile& part) {
         return part.partition && differs(*part.partition);
       });
+  const bool stores = session.arguments().has("check");
+  if (stores)
+    storeValidations(session, opened.top(), input);
+  else if (level)
+    jt::removeValidations(opened.top());
   if (asksForForm || anyDiffers) renewShapes(opened.top(), input);
-  const bool changesParts = opened.isSelection() || level || asksForForm || options.version;
+  const bool changesParts =
+      opened.isSelection() || stores || level || asksForForm || options.version;
   const std::vector<jt::PartFile> parts =
       ends.isOutput() ? std::vector<jt::PartFile>() : opened.parts();
   const jt::SaveReport report = saveCopy(
@@ -291,7 +299,7 @@ void checkOptions(const Session& session, bool fromJt, const std::string& output
     for (const char* name : {"max-places", "max-triangles"})
       refuse(name, "mesh files that are written");
   if (!toJt)
-    for (const char* name : {"version", "bits", "lossless", "profile", "top-only"})
+    for (const char* name : {"version", "bits", "lossless", "profile", "check", "top-only"})
       refuse(name, "JT files that are written");
 }
 

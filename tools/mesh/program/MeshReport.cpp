@@ -5,6 +5,7 @@
 #include "NewDocument.h"
 #include "SaveResult.h"
 #include "Session.h"
+#include "Validation.h"
 
 namespace tool {
 
@@ -63,6 +64,8 @@ jt::SaveReport saveComponent(Session& session, mesh::Scene scene, const std::str
   } catch (const JtFormatError& error) {
     throw readFailure(error, document);
   }
+  if (session.arguments().has("check"))
+    storeValidations(session, *made.root().partition(), document);
   made.root().partition()->setShapeEncoding(shapes);
   jt::SaveReport report = made.save(saving);
   showSaveWarnings(session, report);

@@ -3,33 +3,18 @@
 
 #include "Jt.h"
 #include "JtAssembly.h"
-#include "JtInspect.h"
 #include "JtLosses.h"
 #include "file/save/SceneWriter.h"
+#include "inspect/NodePath.h"
 
 namespace jt {
 namespace {
-
-std::string nameOf(const JtNode& node) { return Jt::name(&node).stringToMbs(); }
-
-/// Names by first parents. What represents or holds a file has no step of its own.
-std::string pathOf(const JtNode& node) {
-  std::vector<std::string> steps;
-  for (const JtNode* at = &node; at; at = at->parent(0)) {
-    if (as<JtPartition>(at)) continue;
-    const std::string name = nameOf(*at);
-    steps.push_back(name.empty() ? elementName(at) : name);
-  }
-  std::string path;
-  for (auto step = steps.rbegin(); step != steps.rend(); ++step) path += "/" + *step;
-  return path.empty() ? "/" : path;
-}
 
 LosingNode describe(const JtNode& node, const char* keyProperty) {
   const auto* key =
       keyProperty ? as<JtInt32PropAtom>(node.property(JtString(keyProperty))) : nullptr;
   return {node.objectId(), key ? std::optional<std::int32_t>(key->value()) : std::nullopt,
-          nameOf(node), pathOf(node)};
+          Jt::name(&node).stringToMbs(), pathOf(node)};
 }
 
 void addDropped(const SaveReport& report, std::vector<Loss>& losses) {

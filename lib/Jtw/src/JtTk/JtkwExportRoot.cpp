@@ -409,6 +409,7 @@ void JtkwExportRoot::prepare(JtkCADExporter& exporter, const ApiApproxJtExportDa
   exporter.setDryRun(options_.dryRun);
   exporter.setProgress(options_.progress);
   exporter.setShapeEncoding(options_.shapeEncoding);
+  exporter.setValidation(options_.validation);
 }
 
 bool JtkwExportRoot::write(const ApiApproxJtExportData& exportData) {

@@ -5,6 +5,7 @@
 #include "PartCopies.h"
 #include "SaveResult.h"
 #include "Session.h"
+#include "Validation.h"
 
 namespace tool {
 namespace {
@@ -50,9 +51,11 @@ ExitCode runCopy(Session& session) {
   const bool isTopOnly = session.arguments().has("top-only") || input == "-" || output == "-";
   const OpenedAssembly opened =
       isTopOnly ? OpenedAssembly{openFile(session, input), {}} : openAssembly(session, input);
+  const bool stores = session.arguments().has("check");
+  if (stores) storeValidations(session, *opened.top, input);
   jt::SaveReport report = saveCopy(
       *opened.top, *opened.top, opened.parts,
-      {.input = input, .output = output, .changesParts = options.version.has_value()}, options);
+      {.input = input, .output = output, .changesParts = stores || options.version}, options);
   showSaveWarnings(session, report);
   const std::vector<jt::Loss> losses = listLosses(*opened.top, report);
   if (session.wantsJson()) {
