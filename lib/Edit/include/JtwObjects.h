@@ -168,6 +168,8 @@ class JTW_API Objects {
   void storeFrames();
 
  private:
+  JtNode* findNode(JtNode& start, std::int32_t id) const;
+  const JtNode* follow(const std::vector<std::int32_t>& ids) const;
   std::optional<std::size_t> findByIds(const ObjectAddress& address) const;
   std::size_t findByPath(const ObjectAddress& address) const;
   [[noreturn]] void failUnknown(const ObjectAddress& address) const;
@@ -178,8 +180,11 @@ class JTW_API Objects {
     std::vector<TreeEntry> entries;
     std::vector<std::size_t> parents;  // index of each entry's parent; of the component its own
     std::unordered_map<long, std::size_t> firstOfKey;
-    std::unordered_map<const JtwNode*, std::size_t> indices;  // made when somebody asks
-    std::unique_ptr<ObjectNames> names;                       // likewise
+    // Made when somebody asks:
+    std::unordered_map<const JtwNode*, std::size_t> indices;
+    std::unordered_map<const JtNode*, std::size_t> firstOfNode;  // objects that are nodes
+    std::unordered_map<const JtNode*, std::unordered_map<std::int32_t, JtNode*>> nodesOfFiles;
+    std::unique_ptr<ObjectNames> names;
   };
   const Listing& current() const;
   const ObjectNames& names() const;

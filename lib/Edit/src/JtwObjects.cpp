@@ -20,34 +20,20 @@
 namespace jtw {
 namespace {
 
-/// The node with that id in the file of `start`, at `start` or below it; null when there is none.
-JtNode* findBelow(JtNode& start, std::int32_t id) {
+/// Visits the nodes at `start` and below it that are in the file of it, each once, until `visit`
+/// has seen enough: it returns false.
+template <class Visit>
+void eachOfFile(JtNode& start, const Visit& visit) {
   const auto iterator = jt::make<JtStackNodeIter>();
   std::unordered_set<const JtNode*> shared;
-  JtNode* found = nullptr;
   iterator->setPreVisit([&](JtNode* node) {
     using Next = JtStackNodeIter::Next;
     if (node->numParents() > 1 && !shared.insert(node).second) return Next::skipChildren;
-    if (node->objectId() == id) found = node;
-    if (found) return Next::stop;
+    if (!visit(*node)) return Next::stop;
     const auto* partition = jt::as<JtPartition>(node);
     return partition && partition->externalPartition() ? Next::skipChildren : Next::descend;
   });
   iterator->run(&start);
-  return found;
-}
-
-/// The node that the ids lead to; null when they lead nowhere.
-JtNode* follow(JtPartition& top, const std::vector<std::int32_t>& ids) {
-  JtNode* at = &top;
-  JtNode* found = nullptr;
-  for (const std::int32_t id : ids) {
-    found = findBelow(*at, id);
-    if (!found) return nullptr;
-    auto* partition = jt::as<JtPartition>(found);
-    at = partition && partition->externalPartition() ? partition->externalPartition() : found;
-  }
-  return found;
 }
 
 /// The ids that lead to a node: of the partitions that represent the files on the way, and its own;
@@ -150,14 +136,56 @@ void Objects::failAmbiguous(const ObjectAddress& address,
   failRefused(document_, "ambiguous", "several objects are called " + address.text() + ": " + list);
 }
 
-std::optional<std::size_t> Objects::findByIds(const ObjectAddress& address) const {
-  const JtNode* holder = follow(*root_.partition(), address.nodeIds());
-  if (!holder) return {};
-  const bool isFrame = !address.key().isNull();
-  for (std::size_t i = 0; i < entries().size(); ++i) {
-    const bool isNamed = !isFrame || node(i).key() == address.key();
-    if (node(i).isOfTypePMI() == isFrame && isNamed && holderOf(node(i)) == holder) return i;
+/// The node with that id in the file of `start`, at `start` or below it; null when there is none.
+/// Of a file as a whole all ids are kept, since many may be asked for.
+JtNode* Objects::findNode(JtNode& start, std::int32_t id) const {
+  if (!jt::as<JtPartition>(&start)) {
+    JtNode* found = nullptr;
+    eachOfFile(start, [&](JtNode& node) {
+      if (node.objectId() == id) found = &node;
+      return !found;
+    });
+    return found;
   }
+  current();
+  auto& nodes = listing_->nodesOfFiles[&start];
+  if (nodes.empty())
+    eachOfFile(start, [&nodes](JtNode& node) {
+      nodes.emplace(node.objectId(), &node);
+      return true;
+    });
+  const auto found = nodes.find(id);
+  return found == nodes.end() ? nullptr : found->second;
+}
+
+/// The node that the ids lead to; null when they lead nowhere.
+const JtNode* Objects::follow(const std::vector<std::int32_t>& ids) const {
+  JtNode* at = root_.partition();
+  JtNode* found = nullptr;
+  for (const std::int32_t id : ids) {
+    found = findNode(*at, id);
+    if (!found) return nullptr;
+    auto* partition = jt::as<JtPartition>(found);
+    at = partition && partition->externalPartition() ? partition->externalPartition() : found;
+  }
+  return found;
+}
+
+std::optional<std::size_t> Objects::findByIds(const ObjectAddress& address) const {
+  const JtNode* holder = follow(address.nodeIds());
+  if (!holder) return {};
+  const Listing& listing = current();
+  if (listing.firstOfNode.empty())
+    for (std::size_t i = 0; i < listing.entries.size(); ++i)
+      if (!node(i).isOfTypePMI()) listing_->firstOfNode.emplace(node(i).jtNode(), i);
+  if (address.key().isNull()) {
+    const auto found = listing.firstOfNode.find(holder);
+    if (found == listing.firstOfNode.end()) return {};
+    return found->second;
+  }
+  for (std::size_t i = 0; i < listing.entries.size(); ++i)
+    if (node(i).isOfTypePMI() && node(i).key() == address.key() && holderOf(node(i)) == holder)
+      return i;
   return {};
 }
 
