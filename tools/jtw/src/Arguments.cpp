@@ -94,6 +94,17 @@ std::optional<std::uint64_t> Arguments::positiveNumber(std::string_view option) 
   return number;
 }
 
+std::optional<double> Arguments::tolerance(std::string_view option) const {
+  const std::string* text = value(option);
+  if (!text) return std::nullopt;
+  double number = 0;
+  const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+  // Written so that it catches what is not a number.
+  if (error != std::errc() || end != text->data() + text->size() || !(number >= 0))
+    failValue(option, *text, "a number from 0 on");
+  return number;
+}
+
 /// Walks over the words of a command line.
 class ArgumentReader {
  public:

@@ -39,6 +39,8 @@ class Arguments {
   std::optional<std::uint64_t> byteCount(std::string_view option) const;
   /// A whole number from 1 on. Throws Failure "usage".
   std::optional<std::uint64_t> positiveNumber(std::string_view option) const;
+  /// A number from 0 on. Throws Failure "usage".
+  std::optional<double> tolerance(std::string_view option) const;
 
  private:
   friend class ArgumentReader;

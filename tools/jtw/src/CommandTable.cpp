@@ -50,6 +50,10 @@ constexpr Option kLimitOptions[] = {kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kVerifyOptions[] = {
     kFilesFrom,
     kNull,
+    {"properties", 0, nullptr,
+     "also compare what parts measure with what --check stored; the\n"
+     "default tolerance is 0.001"},
+    {"tolerance", 't', "T", "with --properties: in shares of the size of a part"},
     {"strict", 0, nullptr, "warnings count as errors"},
     {"ignore", 0, "CODE,...", "leave out findings with these codes; may be given several times"},
     {"sarif", 0, "FILE", "also write the findings as SARIF 2.1.0; '-' is standard output"},

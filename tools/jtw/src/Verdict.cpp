@@ -124,6 +124,7 @@ void writeVerdict(JsonWriter& json, const Verdict& verdict) {
   json.member("file", verdict.file);
   json.member("sound", verdict.isSound());
   json.member("ignored", verdict.ignored);
+  if (verdict.compared) json.member("compared", *verdict.compared);
   json.key("findings");
   json.beginArray();
   writeFindings(json, {}, verdict.findings);
@@ -147,7 +148,8 @@ void showVerdict(Output& out, const Style& style, const Verdict& verdict) {
   const bool sound = verdict.isSound();
   out.line(printable(verdict.file) + ": " +
            style.paint(sound ? Ink::green : Ink::red, sound ? "sound" : "not sound") +
-           (verdict.ignored > 0 ? " (" + counted(verdict.ignored, "finding") + " ignored)" : ""));
+           (verdict.ignored > 0 ? " (" + counted(verdict.ignored, "finding") + " ignored)" : "") +
+           (verdict.compared ? ", " + counted(*verdict.compared, "part") + " compared" : ""));
   showFindings(out, style, {}, verdict.findings);
   for (const PartVerdict& part : verdict.parts)
     showFindings(out, style, part.part.file, part.findings);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -37,6 +39,8 @@ struct Verdict {
   std::vector<jt::Diagnostic> findings;
   std::vector<PartVerdict> parts;
   std::size_t ignored = 0;  ///< findings that were left out
+  /// Parts whose validation properties were compared; nothing when nobody asked for it.
+  std::optional<std::size_t> compared{};
 
   /// There are no errors.
   bool isSound() const;

@@ -1,4 +1,3 @@
-#include <charconv>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,17 +15,6 @@
 
 namespace tool {
 namespace {
-
-double tolerance(const Arguments& arguments) {
-  const std::string* text = arguments.value("tolerance");
-  if (!text) return 0;
-  double number = 0;
-  const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
-  // Written so that it catches what is not a number.
-  if (error != std::errc() || end != text->data() + text->size() || !(number >= 0))
-    failUsage("--tolerance is '" + *text + "', not a number from 0 on");
-  return number;
-}
 
 /// Keeps the differences, since the answer comes first.
 class Collector : public jt::CompareSink {
@@ -174,7 +162,7 @@ void showAnswer(Session& session, const Answer& answer) {
 ExitCode runDiff(Session& session) {
   const Arguments& arguments = session.arguments();
   jt::CompareOptions options;
-  options.tolerance = tolerance(arguments);
+  options.tolerance = arguments.tolerance("tolerance").value_or(0);
   options.identityKeys = {jtw::keyProperty()};
   options.maxDifferences =
       static_cast<std::size_t>(arguments.positiveNumber("limit").value_or(options.maxDifferences));

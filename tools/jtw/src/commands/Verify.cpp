@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <numeric>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -16,6 +18,7 @@
 #include "JtFileGuard.h"
 #include "JtFormatError.h"
 #include "JtInspect.h"
+#include "JtValidation.h"
 #include "JtwFrameLists.h"
 #include "Progress.h"
 #include "Session.h"
@@ -25,18 +28,38 @@
 namespace tool {
 namespace {
 
-/// What the host keeps in a file is looked at through the component model, which has to be started.
-void addFrameFindings(JtStorageLocation& location, const jt::ReadLimits& limits,
-                      std::vector<jt::Diagnostic>& findings) {
+/// How files are looked at.
+struct Checks {
+  explicit Checks(const Session& session) : limits(readLimits(session)) {
+    constexpr double kTolerance = 0.001;
+    const auto tolerance = session.arguments().tolerance("tolerance");
+    if (session.arguments().has("properties"))
+      properties = tolerance.value_or(kTolerance);
+    else if (tolerance)
+      failUsage("--tolerance is for --properties");
+  }
+
+  jt::ReadLimits limits;
+  std::optional<double> properties;  ///< the tolerance of validation properties
+};
+
+/// Looks at what a file means, beyond its form. What the host keeps in it is looked at through the
+/// component model, which has to be started.
+/// @return the number of parts whose validation properties were compared
+std::size_t addMeaningFindings(JtStorageLocation& location, const Checks& checks,
+                               std::vector<jt::Diagnostic>& findings) {
   try {
     JtPartition* opened = nullptr;
-    JtPartition::openPartition(&location, nullptr, opened, limits);
+    JtPartition::openPartition(&location, nullptr, opened, checks.limits);
     const auto partition = jt::Ref<JtPartition>::adopt(opened);
-    if (!partition) return;
-    for (jt::Diagnostic& finding : jtw::verifyFrameLists(*partition))
-      findings.push_back(std::move(finding));
+    if (!partition) return 0;
+    std::ranges::move(jtw::verifyFrameLists(*partition), std::back_inserter(findings));
+    if (!checks.properties) return 0;
+    jt::ValidationReport report = jt::checkValidation(*partition, *checks.properties);
+    std::ranges::move(report.findings, std::back_inserter(findings));
+    return report.parts;
   } catch (const JtFormatError&) {
-    // Is among the findings already.
+    return 0;  // is among the findings already
   }
 }
 
@@ -60,13 +83,14 @@ void nameOptions(std::vector<jt::Diagnostic>& findings) {
     if (finding.isError) finding.message += limitOptions(finding.code);
 }
 
-std::vector<jt::Diagnostic> examinePart(const jt::PartFile& part, const jt::ReadLimits& limits) {
+std::vector<jt::Diagnostic> examinePart(const jt::PartFile& part, const Checks& checks,
+                                        std::size_t& compared) {
   using State = jt::PartFile::State;
   std::vector<jt::Diagnostic> findings;
   if (part.state == State::read || part.state == State::damaged) {
     const auto location = jt::make<JtFSStorageLocation>(JtString(), JtString(part.file));
-    findings = jt::verify(*location, limits);
-    addFrameFindings(*location, limits, findings);
+    findings = jt::verify(*location, checks.limits);
+    compared += addMeaningFindings(*location, checks, findings);
   }
   const bool hasError = std::ranges::any_of(findings, &jt::Diagnostic::isError);
   if (part.state != State::read && !hasError)
@@ -78,25 +102,26 @@ std::vector<jt::Diagnostic> examinePart(const jt::PartFile& part, const jt::Read
 
 Verdict examine(Session& session, const std::string& path,
                 const std::function<void(double share)>& progress) {
-  const jt::ReadLimits limits = readLimits(session);
+  const Checks checks(session);
   const jt::Ref<JtStorageLocation> location = inputLocation(path);
   std::vector<jt::PartFile> parts;
-  if (path != "-") parts = listParts(*location, limits);
+  if (path != "-") parts = listParts(*location, checks.limits);
   const double share = 1.0 / static_cast<double>(parts.size() + 1);
-  Verdict verdict{
-      .file = path,
-      .findings = jt::verify(*location, limits, [&](double done) { progress(done * share); }),
-      .parts = {}};
+  Verdict verdict{.file = path,
+                  .findings = jt::verify(*location, checks.limits,
+                                         [&](double done) { progress(done * share); }),
+                  .parts = {}};
   const Library library(session);
-  addFrameFindings(*location, limits, verdict.findings);
+  std::size_t compared = addMeaningFindings(*location, checks, verdict.findings);
   nameOptions(verdict.findings);
   for (jt::PartFile& part : parts) {
     part.partition = nullptr;
     part.holders.clear();
-    std::vector<jt::Diagnostic> findings = examinePart(part, limits);
+    std::vector<jt::Diagnostic> findings = examinePart(part, checks, compared);
     verdict.parts.push_back({std::move(part), std::move(findings)});
     progress(static_cast<double>(verdict.parts.size() + 1) * share);
   }
+  if (checks.properties) verdict.compared = compared;
   return verdict;
 }
 
