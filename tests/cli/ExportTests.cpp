@@ -150,11 +150,17 @@ TEST_F(Export, AndCopyReportExactGeometryThatTheVersionCannotHold) {
       "name": "bolt", "path": "/Base/bolt"}]}, {"nodes": [{"key": null, "name": "nut",
       "path": "/Base/nut"}]}])"));
   EXPECT_EQ(losses[1]["nodes"][0].at("id"), lost[1].at("node"));
+  for (const std::string command : {"convert", "export-partition"})
+    EXPECT_TRUE(matches(work_.json(command + " in.jt out.jt --version 10.0 --dry-run").at("losses"),
+                        R"([{"what": "XT B-Rep", "nodes": [{"key": 12, "path": "/Base/bolt"}]},
+                            {"what": "XT B-Rep", "nodes": [{"key": null, "path": "/Base/nut"}]}])"))
+        << command;
   const std::string would = work_.run("copy in.jt out.jt --version 10.0 --dry-run").out;
   EXPECT_NE(would.find("would leave out XT B-Rep of /Base/bolt (#"), std::string::npos) << would;
   EXPECT_EQ(work_.read("out.jt"), "kept");
   for (const std::string way : {"", " --per-part"}) {
-    const Json left = work_.json("export in.jt out.jt --exact --version 10.0" + way).at("leftOut");
+    const Json left =
+        work_.json("export in.jt out.jt --exact --version 10.0 --dry-run" + way).at("leftOut");
     EXPECT_TRUE(matches(left, R"([{"part": "bolt", "what": "exact geometry"},
                                   {"part": "nut", "what": "exact geometry"}])"));
     const std::string said = work_.run("export in.jt out.jt --exact --version 10.0" + way).err;

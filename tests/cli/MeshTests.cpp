@@ -124,6 +124,7 @@ TEST(MeshCommands, WhatCannotBeDoneHasItsExitCodeAndLeavesNothing) {
       {"import block.obj a.kpak --up -Z", 2, "usage"},
       {"convert tiny95.jt a.glb --up Z", 2, "usage"},
       {"import block.obj a.kpak --bits 99,8", 2, "usage"},
+      {"import block.obj a.kpak --bits 12,8,0", 2, "usage"},
       {"import block.obj a.kpak --bits 12,8 --lossless", 2, "usage"},
       {"import block.obj a.kpak --lods 0", 2, "usage"},
       {"import block.obj", 2, "usage"},

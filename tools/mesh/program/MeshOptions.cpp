@@ -1,5 +1,7 @@
 #include "MeshOptions.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <string_view>
 
@@ -66,6 +68,15 @@ std::optional<std::uint32_t> chosenLevel(const Session& session) {
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(*level, UINT32_MAX));
 }
 
+namespace {
+
+[[noreturn]] void failBits(const std::string& bits) {
+  failUsage("--bits is '" + bits +
+            "', not P,N[,T] with P from 0 to 24, N from 0 to 13 and T from 1 to 24");
+}
+
+}  // namespace
+
 jt::ShapeEncoding encoding(const Session& session) {
   jt::ShapeEncoding encoding;
   const Arguments& arguments = session.arguments();
@@ -76,17 +87,27 @@ jt::ShapeEncoding encoding(const Session& session) {
       failUsage("--profile is '" + *profile + "', not compatible or compact");
   }
   const std::string* bits = arguments.value("bits");
-  if (!bits) return encoding;
+  if (!bits) {
+    encoding.textureBits = jt::ShapeEncoding::kMostTextureBits;  // as fine as they are
+    return encoding;
+  }
   if (arguments.has("lossless")) failUsage("--lossless and --bits exclude each other");
-  const std::string_view text = *bits;
-  const std::size_t comma = text.find(',');
-  const auto positions = parseNumber(text.substr(0, comma));
-  const auto normals = parseNumber(comma == text.npos ? "" : text.substr(comma + 1));
-  const auto most = jt::ShapeEncoding::kMostPositionBits;
-  if (!positions || !normals || *positions > most || *normals > jt::ShapeEncoding::kMostNormalBits)
-    failUsage("--bits is '" + *bits + "', not P,N with P from 0 to 24 and N from 0 to 13");
-  encoding.positionBits = static_cast<unsigned>(*positions);
-  encoding.normalBits = static_cast<unsigned>(*normals);
+  std::array<unsigned*, 3> numbers{&encoding.positionBits, &encoding.normalBits,
+                                   &encoding.textureBits};
+  constexpr std::array<unsigned, 3> kLeast{0, 0, 1};
+  constexpr std::array<unsigned, 3> kMost{jt::ShapeEncoding::kMostPositionBits,
+                                          jt::ShapeEncoding::kMostNormalBits,
+                                          jt::ShapeEncoding::kMostTextureBits};
+  std::size_t count = 0;
+  for (std::size_t start = 0; start <= bits->size();) {
+    const std::size_t end = std::min(bits->find(',', start), bits->size());
+    const auto number = parseNumber(std::string_view(*bits).substr(start, end - start));
+    if (count == numbers.size() || !number || *number < kLeast[count] || *number > kMost[count])
+      failBits(*bits);
+    *numbers[count++] = static_cast<unsigned>(*number);
+    start = end + 1;
+  }
+  if (count < 2) failBits(*bits);
   return encoding;
 }
 
