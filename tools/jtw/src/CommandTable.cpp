@@ -10,7 +10,7 @@ namespace {
 constexpr Option kMaxSegment{"max-segment", 0, "BYTES",
                              "the most that one segment may unpack to (1G)"};
 constexpr Option kMaxDocument{"max-document", 0, "BYTES",
-                              "the most memory that the content of a file may take (128M and 256\n"
+                              "the most memory that the content of a file may take (128M and 256 "
                               "bytes for each of its own, at most 4G)"};
 constexpr Option kMaxPlaces{"max-places", 0, "N",
                             "the most objects that are shown, each where it occurs (1000000)"};
@@ -51,7 +51,7 @@ constexpr Option kVerifyOptions[] = {
     kFilesFrom,
     kNull,
     {"properties", 0, nullptr,
-     "also compare what parts measure with what --check stored; the\n"
+     "also compare what parts measure with what --check stored; the "
      "default tolerance is 0.001"},
     {"tolerance", 't', "T", "with --properties: in shares of the size of a part"},
     {"strict", 0, nullptr, "warnings count as errors"},
@@ -76,7 +76,7 @@ constexpr Option kCopyOptions[] = {
 constexpr Option kSize{"size", 0, "WxH", "width and height in pixels (1024x768)"};
 constexpr Option kView{
     "view", 0, "VIEW",
-    "iso (default), front, back, top, bottom, left, right, or x,y,z: the direction\n"
+    "iso (default), front, back, top, bottom, left, right, or x,y,z: the direction "
     "to look along"};
 constexpr Option kEye{"from", 0, "X,Y,Z", "where the eye is, in millimetres"};
 constexpr Option kTarget{"to", 0, "X,Y,Z", "the place that it looks at (the middle)"};
@@ -113,7 +113,7 @@ constexpr Option kTreeOptions[] = {
     {"depth", 0, "N", "only so many levels below the first"},
     {"kind", 0, "KIND", "only objects of that kind, and what they are listed under"},
     {"select", 0, "EXPR",
-     "only objects that the expression holds for, see find, and what they\n"
+     "only objects that the expression holds for, see find, and what they "
      "are listed under"},
     {"under", 0, "KEY", "only that object and what is below it"},
     kMaxSegment,
@@ -215,7 +215,7 @@ constexpr Option kSnapshotOptions[] = {
     {"edges", 0, nullptr, "also draw sharp edges, and those where surfaces end"},
     {"edge-angle", 0, "DEGREES", "the angle from which on an edge is sharp (30)"},
     {"section", 0, "PLANE",
-     "cut open: x=MM, y=MM or z=MM, or x,y,z,nx,ny,nz: a place, and the\n"
+     "cut open: x=MM, y=MM or z=MM, or x,y,z,nx,ny,nz: a place, and the "
      "direction that is taken away"},
     {"explode", 0, "FACTOR", "parts moved away from the middle by so many times their distance"},
     {"sheet", 0, nullptr,
@@ -243,7 +243,7 @@ constexpr Option kLods{"lods", 0, "N", "levels of detail in all, each half of th
 constexpr Option kLossless{"lossless", 0, nullptr, "store all numbers as they are; the default"};
 constexpr Option kBits{"bits", 0, "P,N[,T]",
                        "bits of a coordinate (1 to 24), of a normal (1 to 13; 0: lossless) and of "
-                       "a texture\ncoordinate (16)"};
+                       "a texture coordinate (16)"};
 constexpr Option kProfile{"profile", 0, "compatible|compact",
                           "geometry in a form that every reader takes alike, or in the smallest"};
 constexpr Option kMaxMemory{
@@ -357,7 +357,7 @@ constexpr Command kCommands[] = {
      "  within=x,y,z,x,y,z: lies in that box, in millimetres of the component",
      2, 2, kLimitOptions, runFind},
     {"inspect", "DOC [--sort COLUMN[,desc]] [--select EXPR] [--csv]",
-     "a table of the parts of a component: triangles, sizes, materials, ...",
+     "a table of the parts of a component: triangles, sizes, materials and more",
      "jtw inspect cell.kpak --sort triangles,desc",
      "Columns: path, key, triangles, vertices, lods (levels of detail), bytes (stored), bounds\n"
      "(in millimetres of the component), material, texture, unit, instances (places), exact\n"

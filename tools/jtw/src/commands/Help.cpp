@@ -1,3 +1,7 @@
+#include <algorithm>
+#include <string>
+#include <string_view>
+
 #include "Command.h"
 #include "Completion.h"
 #include "ManPage.h"
@@ -6,12 +10,37 @@
 namespace tool {
 namespace {
 
+constexpr std::size_t kHelpColumn = 36;
+constexpr std::size_t kWidth = 100;
+
+/// The words of a text in lines of the terminal; all but the first one begin in the help column.
+std::string wrapped(std::string_view text) {
+  std::string lines;
+  std::size_t column = kHelpColumn;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of(" \n"), text.size());
+    const std::string_view word = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    const bool begins = column == kHelpColumn;
+    if (!begins && column + 1 + word.size() > kWidth) {
+      lines += "\n" + std::string(kHelpColumn, ' ');
+      column = kHelpColumn;
+    } else if (!begins) {
+      lines += ' ';
+      ++column;
+    }
+    lines += word;
+    column += word.size();
+  }
+  return lines;
+}
+
 void listOptions(Output& out, std::span<const Option> options) {
   for (const Option& option : options) {
     std::string form = option.letter ? std::string{'-', option.letter, ',', ' '} : "    ";
     form += std::string("--") + option.name;
     if (option.value) form += std::string(" ") + option.value;
-    out.line("  " + padRight(form, 33) + " " + option.help);
+    out.line("  " + padRight(form, kHelpColumn - 3) + " " + wrapped(option.help));
   }
 }
 
