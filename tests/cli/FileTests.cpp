@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <set>
 
 #include "Program.h"
@@ -226,6 +227,83 @@ TEST(Copy, AFailureLeavesTheOldFile) {
     EXPECT_EQ(work.json("info old.jt").at("version"), version);
     EXPECT_EQ(work.json("verify old.jt").at("sound"), true);
   }
+}
+
+/// File names are bytes, whatever they mean.
+TEST(FileNames, NeedNotBeUtf8) {
+  const Workspace work;
+  const std::string in = "b\xffse";
+  const std::string out = "o\xfe";
+  for (const char* name : {".jt", "/asm95.jt", "/tiny95.jt"}) {
+    std::filesystem::create_directory(work.path(in));
+    const std::string from = name[0] == '/' ? name + 1 : "tiny95.jt";
+    std::filesystem::copy_file(work.path(from), work.path(in + name));
+  }
+  work.write(in + ".obj", "v 0 0 0\nv 7 0 0\nv 0 3 0\nf 1 2 3\n");
+  work.write(in + ".list", in + ".jt\n");
+  work.write(in + ".json", R"({"schema": "jtw.script/1", "steps": []})");
+  const std::string plan = R"({"schema": "jtw.plan/1", "items": [{"source": "tiny95.jt"}]})";
+  work.write(in + "-plan.json", plan);
+  // IN and OUT are the names; the file behind the colon is there afterwards.
+  std::vector<std::string> lines = {"info IN.jt",
+                                    "graph IN.jt",
+                                    "metadata IN.jt",
+                                    "explain IN.jt",
+                                    "explain IN.jt@8",
+                                    "verify IN.jt",
+                                    "verify --files-from IN.list --sarif OUT.sarif:OUT.sarif",
+                                    "tree IN.jt",
+                                    "find IN.jt key",
+                                    "inspect IN.jt",
+                                    "get IN.jt root",
+                                    "pmi IN.jt",
+                                    "wires IN.jt",
+                                    "frames IN.jt",
+                                    "tree stream:IN.jt",
+                                    "info IN/asm95.jt",
+                                    "verify IN/asm95.jt",
+                                    "copy IN.jt OUT.jt:OUT.jt",
+                                    "diff IN.jt OUT.jt",
+                                    "copy IN/asm95.jt OUT-a.jt:OUT-a.jt",
+                                    "copy IN/asm95.jt IN/OUT.jt --version 10.0:IN/OUT/tiny95.jt",
+                                    "info IN/OUT.jt",
+                                    "new OUT.kpak:OUT.kpak/OUT.jt",
+                                    "add OUT.kpak block",
+                                    "set OUT.kpak 1 name=A",
+                                    "set stream:OUT.kpak/OUT.jt 1 name=B",
+                                    "mv OUT.kpak 2 --parent 1",
+                                    "rm OUT.kpak 2",
+                                    "edit OUT.kpak IN.json",
+                                    "buffer OUT.kpak kin set IN.obj",
+                                    "buffer OUT.kpak kin get OUT.bin:OUT.bin",
+                                    "export-partition OUT.kpak OUT-p.jt:OUT-p.jt",
+                                    "export IN.jt OUT-e.jt:OUT-e.jt",
+                                    "export IN.jt OUT-f.jt --per-part:OUT-f",
+                                    "assemble IN-plan.json OUT-m.jt:OUT-m.jt",
+                                    "update-materials OUT.kpak",
+                                    "snapshot IN.jt OUT.png:OUT.png"};
+  if (JTW_HAS_MESH)
+    lines.insert(
+        lines.end(),
+        {"import IN.obj OUT-i.kpak:OUT-i.kpak/OUT-i.jt", "convert IN.obj OUT-c.jt:OUT-c.jt",
+         "convert OUT-c.jt OUT-c.glb:OUT-c.glb", "convert OUT-c.jt OUT-c.obj:OUT-c.obj",
+         "convert OUT-c.jt OUT-c.stl:OUT-c.stl", "convert OUT-c.jt OUT-c.ply:OUT-c.ply",
+         "convert OUT-c.glb OUT-g.jt:OUT-g.jt", "convert OUT-c.jt OUT-j.jt:OUT-j.jt",
+         "convert IN.obj -o OUT-d --to stl:OUT-d/IN.stl"});
+  for (const std::string& line : lines) {
+    std::string named = std::regex_replace(line, std::regex("IN"), in);
+    named = std::regex_replace(named, std::regex("OUT"), out);
+    const std::size_t colon = named.rfind(':');
+    const bool hasFile = colon != std::string::npos && named.rfind("stream:") + 6 != colon;
+    const Outcome run = work.run(named.substr(0, hasFile ? colon : named.size()));
+    EXPECT_EQ(run.exit, 0) << line << "\n" << run.err;
+    if (hasFile) {
+      EXPECT_TRUE(work.exists(named.substr(colon + 1))) << line;
+    }
+  }
+  EXPECT_EQ(work.json("info " + in + ".jt")["file"], "b\xef\xbf\xbdse.jt");
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(work.path("")))
+    EXPECT_EQ(entry.path().string().find("\xef\xbf\xbd"), std::string::npos) << entry.path();
 }
 
 }  // namespace

@@ -45,6 +45,14 @@ step(${CMAKE_COMMAND} -S ${project} -B ${work}/build -G Ninja -DCMAKE_PREFIX_PAT
 step(${CMAKE_COMMAND} --build ${work}/build)
 run_consumer(${work}/build/consumer)
 
+# The examples as a project against the installed package.
+step(${CMAKE_COMMAND} -S ${prefix}/share/doc/Jtw/examples -B ${work}/examples -G Ninja
+     -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${built_CMAKE_CXX_COMPILER}
+     -DCMAKE_CXX_FLAGS=${built_CMAKE_CXX_FLAGS})
+step(${CMAKE_COMMAND} --build ${work}/examples)
+step(${CMAKE_COMMAND} -DFOLDER=${work}/examples -DWORK=${work}/run-examples
+     -P ${CMAKE_CURRENT_LIST_DIR}/examples.cmake)
+
 set(libdir ${prefix}/${built_CMAKE_INSTALL_LIBDIR})
 set(ENV{PKG_CONFIG_PATH} ${libdir}/pkgconfig)
 execute_process(COMMAND pkg-config --cflags --libs jtw OUTPUT_VARIABLE flags COMMAND_ECHO STDOUT

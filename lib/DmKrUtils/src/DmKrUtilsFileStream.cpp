@@ -29,7 +29,7 @@ CComPtr<DmKrUtilsFileStream> DmKrUtilsFileStream::open(const RWClassicCString& p
 }
 
 DmKrUtilsFileStream::DmKrUtilsFileStream(const RWClassicCString& path, Mode mode)
-    : location_(JtString(), JtString(path)), mode_(mode) {
+    : location_(path), mode_(mode) {
   if (mode == Mode::createNew) {
     content_ = MemoryStream::create();
     before_.emplace();

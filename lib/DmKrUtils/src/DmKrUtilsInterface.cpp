@@ -76,7 +76,7 @@ jt::Ref<JtPartition> DmKrUtilsInterface::OpenJt(const RWClassicCString& path,
   jt::setLastError({});
   JtPartition* opened = nullptr;
   try {
-    const auto place = jt::make<JtFSStorageLocation>(JtString(), JtString(path));
+    const auto place = jt::make<JtFSStorageLocation>(path);
     JtPartition::openPartition(place.get(), nullptr, opened, limits);
   } catch (const std::exception& failure) {
     jt::setLastError(failure, path);

@@ -9,6 +9,6 @@ JtString DmKrUtilsStreamStorageLocation::displayName() const {
   IStreamStat stat;
   if (object_ && object_->stream() && object_->stream()->Stat(stat) == IStreamResult::ok &&
       !stat.name.empty())
-    return JtString(stat.name);
+    return jt::textOfBytes(stat.name);
   return JtString("stream");
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "JtBase.h"
+#include "JtByteText.h"
 #include "JtString.h"
 
 /// Where the bytes of a partition lie. What the place is (a file, a stream of a document) is the
@@ -21,15 +22,18 @@ class JT_API JtFSStorageLocation : public JtStorageLocation {
   /// @param location the folder, with or without a trailing separator; empty when `name` is a path
   /// @param name     the file's name inside the folder, or a whole path
   JtFSStorageLocation(JtString location, JtString name);
+  /// @param path a whole path, bytes of any kind
+  explicit JtFSStorageLocation(std::string_view path);
 
   static const JtType* classTypeID();
   const JtType* typeID() const override { return classTypeID(); }
-  JtString displayName() const override { return JtString(fullFilePath()); }
+  JtString displayName() const override { return jt::textOfBytes(fullFilePath()); }
 
   /// The folder and the name as they were given.
   const JtString& location() const noexcept { return location_; }
   const JtString& name() const noexcept { return name_; }
-  /// Folder and name put together, UTF-8, with '/' as separator.
+  /// Folder and name put together, with '/' as separator: the bytes that they were made of by
+  /// jt::textOfBytes(), UTF-8 as a rule.
   std::string fullFilePath() const;
 
  private:

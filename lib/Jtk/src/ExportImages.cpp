@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "JtByteText.h"
 #include "JtFormatError.h"
 #include "JtPartFolder.h"
 #include "JtSourceFile.h"
@@ -49,13 +50,12 @@ std::string ExportImages::bring(const JtAttribute& attribute, const JtStorageLoc
   const auto to = fileBeside(place, name);
   if (!to) return "its path leads out of the folder of the file";
   const jt::FileImage* source = jt::fileOf(attribute);
-  const auto from =
-      source ? fileBeside(JtFSStorageLocation(JtString(), JtString(source->name())), name)
-             : jt::Ref<JtFSStorageLocation>();
+  const auto from = source ? fileBeside(JtFSStorageLocation(source->name()), name)
+                           : jt::Ref<JtFSStorageLocation>();
   if (!from || !isFile(from->fullFilePath()))
     return isFile(to->fullFilePath()) ? "" : "there is no such file";
   if (!jt::isBeside(from->fullFilePath(), source->name()) ||
-      !jt::isBeside(to->fullFilePath(), place.displayName().stringToMbs()))
+      !jt::isBeside(to->fullFilePath(), jt::bytesOfText(place.displayName())))
     return "its path leads out of the folder of the file";
   const auto [entry, isNew] =
       done_.try_emplace({from->fullFilePath(), to->fullFilePath()}, std::string());

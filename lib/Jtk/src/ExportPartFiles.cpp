@@ -3,6 +3,7 @@
 
 #include "ExportNodes.h"
 #include "ExportParts.h"
+#include "JtByteText.h"
 #include "JtFormatError.h"
 #include "JtInstance.h"
 #include "JtPartFolder.h"
@@ -67,7 +68,7 @@ jt::Ref<JtNode> PartFiles::write(JtkPart& part) {
   ++record_.report().files[file.index].parts;
   record_.countTriangles(part, file.triangles);
   auto reference = jt::make<JtPartition>();
-  reference->setFileName(JtString(file.reference));
+  reference->setFileName(jt::textOfBytes(file.reference));
   if (file.bounds) reference->setBounds(*file.bounds);
   if (part.numAttributes() == 0 && isNew) return jt::Ref<JtNode>(reference);
   auto instance = jt::make<JtInstance>();

@@ -5,6 +5,7 @@
 
 #include "ExportNodes.h"
 #include "Jt.h"
+#include "JtByteText.h"
 #include "JtFormatError.h"
 #include "JtPartFolder.h"
 #include "LostBreps.h"
@@ -26,11 +27,11 @@ JtkExportRun::JtkExportRun(JtkCADExporter& exporter, JtkHierarchy& root)
 
 /// The file of the root. It may lie in one folder inside the output folder, never elsewhere.
 jt::Ref<JtFSStorageLocation> JtkExportRun::targetOf(const JtkHierarchy& root) const {
-  std::string folder = exporter_.folder_.stringToMbs();
+  std::string folder = jt::bytesOfText(exporter_.folder_);
   std::ranges::replace(folder, '\\', '/');
   if (folder.empty()) folder = "./";
   if (folder.back() != '/') folder += '/';
-  std::string name = root.fileName().stringToMbs();
+  std::string name = jt::bytesOfText(root.fileName());
   std::ranges::replace(name, '\\', '/');
   if (name.empty()) {
     name = jt::safeFileName(root.name());
@@ -46,8 +47,8 @@ jt::Ref<JtFSStorageLocation> JtkExportRun::targetOf(const JtkHierarchy& root) co
   if (isBad(file) || (slash != std::string::npos && isBad(inner)))
     throw JtFormatError("bad_file_name", "\"" + name + "\" is no name for a file in " + folder);
   if (!inner.empty() && !exporter_.dryRun_) jt::makeFolder(folder + inner);
-  return jt::make<JtFSStorageLocation>(JtString(inner.empty() ? folder : folder + inner + "/"),
-                                       JtString(file));
+  return jt::make<JtFSStorageLocation>(
+      jt::textOfBytes(inner.empty() ? folder : folder + inner + "/"), jt::textOfBytes(file));
 }
 
 jtk::ExportReport JtkExportRun::run() {
@@ -66,7 +67,7 @@ jtk::ExportReport JtkExportRun::run() {
   // All that the report needs is allocated before the file is replaced.
   jtk::ExportReport& report = record_.report();
   jtk::ExportedFile& file = report.files.emplace_back();
-  file.file = rootFile_->displayName().stringToMbs();
+  file.file = jt::bytesOfText(rootFile_->displayName());
   file.parts = parts_->partsInRootFile(report.parts);
   jt::Diagnostic incomplete{"report_incomplete",
                             "the export is done, but there is no memory for all of its report"};

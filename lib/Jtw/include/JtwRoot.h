@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -199,6 +200,9 @@ class JTW_API JtwRoot : public JtwCollection {
   /// a transaction (JtwTransaction) is open, PMI cannot be written, or the save failed: the text is
   /// then in jt::lastError(), and the old data as it was
   bool write(bool asNewCopy);
+  /// As write(), with options of the save, and returns what became of each segment; nothing where
+  /// write() returns false.
+  std::optional<jt::SaveReport> writeReported(bool asNewCopy, const jt::SaveOptions& options = {});
 
   // --- Binary data (JtwRootBuffers.cpp)
 
@@ -232,8 +236,8 @@ class JTW_API JtwRoot : public JtwCollection {
   /// Replaces the partition (null: none) and forgets the component node.
   void setPartition(jt::Ref<JtPartition> partition);
   /// Saves the partition, or what lies below `node` when it is not null, in its own place. Not
-  /// while a transaction is open.
-  bool writeToDatastore(JtNode* node, const jt::SaveOptions& options = {});
+  /// while a transaction is open. Nothing when it failed; the text is in jt::lastError().
+  std::optional<jt::SaveReport> writeToDatastore(JtNode* node, const jt::SaveOptions& options);
   /// Puts wrappers over other JT nodes: every wrapper over a key of the map goes to its value.
   void rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements);
 

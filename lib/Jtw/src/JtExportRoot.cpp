@@ -11,6 +11,7 @@
 #include "ApiClock.h"
 #include "ApiSysStringConvertors.h"
 #include "Jt.h"
+#include "JtByteText.h"
 #include "JtChangeJournal.h"
 #include "JtGroup.h"
 #include "JtStorageLocation.h"
@@ -74,7 +75,8 @@ bool JtExportRoot::initialize(const ApiDocumentRef& document) try {
     jt::setLastError(location + name + ": there is no such file");
     return false;
   }
-  const auto place = jt::make<JtFSStorageLocation>(JtString(location), JtString(name));
+  const auto place =
+      jt::make<JtFSStorageLocation>(jt::textOfBytes(location), jt::textOfBytes(name));
   if (manager.usingJtViewer()) JtPartition::_autoLoadShapes = false;
   return openPartitionAt(place.get()) && initializeComponentNode(document);
 } catch (const std::exception& failure) {
@@ -154,7 +156,7 @@ bool JtExportRoot::write() {
     }
     options.version = jt::FileVersion::parse(entry->jtFormatVersion());
   }
-  return writeToDatastore(nullptr, options);
+  return writeToDatastore(nullptr, options).has_value();
 }
 
 bool JtExportRoot::close() {

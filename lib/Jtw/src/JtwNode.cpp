@@ -9,9 +9,9 @@
 
 #include "ApiSysStringConvertors.h"
 #include "Jt.h"
+#include "JtByteText.h"
 #include "JtGroup.h"
 #include "JtInstance.h"
-#include "JtwHostText.h"
 #include "JtwPMI.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
@@ -31,7 +31,7 @@ bool fitsStoredKey(long key) {
 
 RWClassicCString stringOf(const JtNode* node, Key key) {
   const JtString* value = jtw::stringProperty(node, key);
-  return value ? jtw::hostTextFromJt(*value) : RWClassicCString();
+  return value ? jt::bytesOfText(*value) : RWClassicCString();
 }
 
 }  // namespace
@@ -233,7 +233,7 @@ void JtwNode::setAttributes(const RWClassicCString& text) {
   if (text.empty())
     jtw::eraseProperty(jtNode(), Key::attributes);
   else
-    jtw::setString(jtNode(), Key::attributes, jtw::hostTextToJt(text), true);
+    jtw::setString(jtNode(), Key::attributes, jt::textOfBytes(text), true);
 }
 
 ApiGlobalUniqueId JtwNode::globalUniqueId() {
@@ -242,13 +242,13 @@ ApiGlobalUniqueId JtwNode::globalUniqueId() {
 
 void JtwNode::setGlobalUniqueId(const ApiGlobalUniqueId& id) {
   if (id.isNull()) return;
-  jtw::setString(jtNode(), Key::globalUniqueId, jtw::hostTextToJt(id.getAsString()), true);
+  jtw::setString(jtNode(), Key::globalUniqueId, jt::textOfBytes(id.getAsString()), true);
 }
 
 RWClassicCString JtwNode::relStringId() const { return stringOf(jtNode(), Key::relStringId); }
 
 void JtwNode::setRelStringId(const RWClassicCString& id) {
-  if (!id.empty()) jtw::setString(jtNode(), Key::relStringId, jtw::hostTextToJt(id), true);
+  if (!id.empty()) jtw::setString(jtNode(), Key::relStringId, jt::textOfBytes(id), true);
 }
 
 void JtwNode::getAttachmentParent(ApiProtoKey& key, AttachmentType& type) {

@@ -13,6 +13,7 @@
 #include "DmKrUtilsComputeHierarchyComplexity.h"
 #include "DmKrUtilsStreamObject.h"
 #include "DmKrUtilsStreamStorageLocation.h"
+#include "JtByteText.h"
 #include "JtStorageLocation.h"
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
@@ -93,7 +94,8 @@ JtStorageLocation* JtwRoot::getStorageLocation() const {
 bool JtwRoot::updateStorageLocation(const RWClassicCString& location,
                                     const RWClassicCString& name) {
   if (!partition_ || name.empty()) return false;
-  const auto place = jt::make<JtFSStorageLocation>(JtString(location), JtString(name));
+  const auto place =
+      jt::make<JtFSStorageLocation>(jt::textOfBytes(location), jt::textOfBytes(name));
   partition_->setStorageLocation(place.get());
   return true;
 }
@@ -167,9 +169,10 @@ bool JtwRoot::openPartitionAt(JtStorageLocation* location) {
     JtPartition::openPartition(location, nullptr, opened, JtwManager::the().readLimits());
   } catch (const std::exception& failure) {
     // What counts is whether a partition came back.
-    jt::setLastError(failure, location->displayName().stringToMbs());
+    jt::setLastError(failure, jt::bytesOfText(location->displayName()));
   } catch (...) {
-    jt::setLastError(std::runtime_error(kUnknownException), location->displayName().stringToMbs());
+    jt::setLastError(std::runtime_error(kUnknownException),
+                     jt::bytesOfText(location->displayName()));
   }
   if (!opened) return false;
   setPartition(jt::Ref<JtPartition>::adopt(opened));
@@ -194,7 +197,7 @@ JtStorageLocation* JtwRoot::computeLocation(const ApiDocumentRef& document, OPEN
   if (JtwManager::getFileNameFromDocument(document, location, name)) {
     // Without a name the document itself is the JT file, and missing: opening it says so.
     if (name.empty()) name = jtw::pathOf(document);
-    return new JtFSStorageLocation(JtString(location), JtString(name));
+    return new JtFSStorageLocation(jt::textOfBytes(location), jt::textOfBytes(name));
   }
   setJtError(location, error);
   jt::setLastError(jtw::pathOf(document) + (error == JT_PATH_NOT_FOUND
@@ -295,28 +298,31 @@ bool JtwRoot::regroup(jt::Ref<JtGroup> group) {
   return group_ && group_->addChild(jtNode());
 }
 
-bool JtwRoot::writeToDatastore(JtNode* node, const jt::SaveOptions& options) {
+std::optional<jt::SaveReport> JtwRoot::writeToDatastore(JtNode* node,
+                                                        const jt::SaveOptions& options) {
   jt::setLastError({});
   if (link_ && link_->isInTransaction) {
     jt::setLastError("a transaction is open: commit it or roll it back before writing");
-    return false;
+    return std::nullopt;
   }
   JtStorageLocation* const place = getStorageLocation();
   if (!place) {
     jt::setLastError(partition_ ? "the component has no place to be written to"
                                 : "the component is not open");
-    return false;
+    return std::nullopt;
   }
   try {
-    jtw::reportLost(node && node != partition_.get() ? partition_->saveAs(node, place, options)
-                                                     : partition_->save(nullptr, options));
-    return true;
+    jt::SaveReport report = node && node != partition_.get()
+                                ? partition_->saveAs(node, place, options)
+                                : partition_->save(nullptr, options);
+    jtw::reportLost(report);
+    return report;
   } catch (const std::exception& failure) {
-    jt::setLastError(failure, place->displayName().stringToMbs());
+    jt::setLastError(failure, jt::bytesOfText(place->displayName()));
   } catch (...) {
-    jt::setLastError(std::runtime_error(kUnknownException), place->displayName().stringToMbs());
+    jt::setLastError(std::runtime_error(kUnknownException), jt::bytesOfText(place->displayName()));
   }
-  return false;
+  return std::nullopt;
 }
 
 void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacements) {

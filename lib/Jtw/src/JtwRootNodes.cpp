@@ -382,11 +382,14 @@ void JtwRoot::endWalk() noexcept {
 
 // --- Writing
 
-bool JtwRoot::write(bool asNewCopy) {
+bool JtwRoot::write(bool asNewCopy) { return writeReported(asNewCopy).has_value(); }
+
+std::optional<jt::SaveReport> JtwRoot::writeReported(bool asNewCopy,
+                                                     const jt::SaveOptions& options) {
   if (openError_ != 0) {
     jt::setLastError("the component could not be opened, so there is nothing to write");
-    return false;
+    return std::nullopt;
   }
-  if (!jtw::writePMIs(*this)) return false;
-  return writeToDatastore(asNewCopy ? jtNode() : nullptr);
+  if (!jtw::writePMIs(*this)) return std::nullopt;
+  return writeToDatastore(asNewCopy ? jtNode() : nullptr, options);
 }

@@ -7,8 +7,10 @@
 #include "DmKrUtilsFileStream.h"
 #include "DocumentStore.h"
 #include "InputFile.h"
+#include "JtByteText.h"
 #include "JtExportRoot.h"
 #include "JtwManager.h"
+#include "JtwOpening.h"
 #include "JtwPMIs.h"
 #include "JtwTree.h"
 #include "MemoryStream.h"
@@ -87,20 +89,11 @@ ApiDocumentRef openHostDocument(const DocumentName& name) {
 }
 
 [[noreturn]] void failToOpen(const ApiDocumentRef& document, const DocumentName& name) {
-  std::string location;
-  std::string file = name.path;
-  if (!name.isStream && !JtwManager::getFileNameFromDocument(document, location, file))
-    throw Failure(ExitCode::input, "not_found",
-                  ApiSysFilePath(name.path).exists() ? "there is no JT file in it"
-                                                     : "there is no such document",
-                  {.file = name.path});
-  if (jt::lastErrorCode() == "out_of_memory") throw std::bad_alloc();
-  if (const auto& error = jt::lastFormatError()) {
-    jt::FilePosition where = error->where();
-    where.file = location + file;  // an error in a stream has the name of that
-    throw readFailure({error->code(), error->message(), where}, where.file);
-  }
-  throw Failure(ExitCode::input, "not_a_component", jt::lastError(), {.file = name.path});
+  const jtw::OpenError error = jtw::lastOpenError(document);
+  if (error.code == "out_of_memory") throw std::bad_alloc();
+  jt::FilePosition where = error.where;
+  if (name.isStream) where.file = name.path;
+  throw readFailure({error.code, error.message, where}, where.file);
 }
 
 Component::Component(Session& session, const std::string& document, bool forWriting)
@@ -136,7 +129,7 @@ JtExportRoot& Component::exportRoot() const { return *JtwManager::the().exportRo
 
 std::string Component::file() const {
   const JtStorageLocation* place = root_->partition()->storageLocation();
-  return place ? place->displayName().stringToMbs() : text_;
+  return place ? jt::bytesOfText(place->displayName()) : text_;
 }
 
 std::optional<int> Component::structure() const {

@@ -114,7 +114,7 @@ class PipeStorageManager final : public JtStorageManager {
 };
 
 jt::Ref<JtStorageLocation> locationOf(const std::string& path, const char* pipe) {
-  if (path != "-") return jt::make<JtFSStorageLocation>(JtString(), JtString(path));
+  if (path != "-") return jt::make<JtFSStorageLocation>(path);
   if (!dynamic_cast<PipeStorageManager*>(JtStorageManager::current().get()))
     jt::installStorageManager(new PipeStorageManager);
   return jt::make<PipeLocation>(pipe);
@@ -164,8 +164,7 @@ std::vector<std::byte> readBytes(const std::string& path) try {
     if (!pipe) fail("unreadable", path, std::strerror(errno));
     return readStream(pipe.get(), path);
   }
-  const auto image =
-      jt::make<JtStorageManager>()->open(JtFSStorageLocation(JtString(), JtString(path)));
+  const auto image = jt::make<JtStorageManager>()->open(JtFSStorageLocation(path));
   const std::span<const std::byte> bytes = image->bytes();
   return {bytes.begin(), bytes.end()};
 } catch (const JtFormatError& error) {
@@ -179,8 +178,7 @@ void writeBytes(const std::string& path, std::span<const std::byte> bytes) try {
     return;
   }
   const jt::FilePiece piece{.bytes = bytes};
-  jt::make<JtStorageManager>()->save(JtFSStorageLocation(JtString(), JtString(path)), {&piece, 1},
-                                     {});
+  jt::make<JtStorageManager>()->save(JtFSStorageLocation(path), {&piece, 1}, {});
 } catch (const JtFormatError& error) {
   throw saveFailure(error, path);
 }

@@ -9,6 +9,7 @@
 
 #include "Failure.h"
 #include "InputFile.h"
+#include "JtByteText.h"
 #include "JtStackNodeIter.h"
 #include "JtTemporaryPath.h"
 #include "SaveResult.h"
@@ -106,8 +107,8 @@ PartCopies::PartCopies(JtPartition& top, const std::vector<jt::PartFile>& parts,
   for (int i = 2; !place(below); ++i) below = name + "-" + std::to_string(i);
   for (const JtPartition* holder : holdersIn(top))
     if (const JtPartition* opened = holder->externalPartition())
-      newNames_[holder->fileName().stringToMbs()] =
-          (below / relative(opened->storageLocation()->displayName().stringToMbs())).string();
+      newNames_[jt::bytesOfText(holder->fileName())] =
+          (below / relative(jt::bytesOfText(opened->storageLocation()->displayName()))).string();
 }
 
 PartCopies::~PartCopies() {
@@ -117,8 +118,9 @@ PartCopies::~PartCopies() {
 void PartCopies::redirect(JtPartition& graph) const {
   if (newNames_.empty()) return;
   for (JtPartition* holder : holdersIn(graph))
-    if (const auto name = newNames_.find(holder->fileName().stringToMbs()); name != newNames_.end())
-      holder->setFileName(JtString(name->second));
+    if (const auto name = newNames_.find(jt::bytesOfText(holder->fileName()));
+        name != newNames_.end())
+      holder->setFileName(jt::textOfBytes(name->second));
 }
 
 void PartCopies::makeFolders(const fs::path& folder) {
@@ -146,7 +148,7 @@ std::vector<jt::SaveReport> PartCopies::save(const jt::SaveOptions& options) {
     const bool isNew = !options.dryRun && !fs::exists(copy.target, error);
     // The folder of the copy itself has to be there, as for every file that is written.
     if (!options.dryRun && fs::is_directory(base_, error)) makeFolders(copy.target.parent_path());
-    const auto location = jt::make<JtFSStorageLocation>(JtString(), JtString(copy.target.string()));
+    const auto location = jt::make<JtFSStorageLocation>(copy.target.string());
     // Before it is made: afterwards nothing may fail until it is in the list.
     if (isNew) made_.emplace_back(copy.target.string());
     reports.push_back(savePartition(*copy.part, location.get(), ofPart, copy.target.string()));

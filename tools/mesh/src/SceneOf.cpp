@@ -6,6 +6,7 @@
 #include "CoordinateMap.h"
 #include "Folder.h"
 #include "Jt.h"
+#include "JtByteText.h"
 #include "JtDrawing.h"
 #include "JtFormatError.h"
 #include "JtInstance.h"
@@ -171,7 +172,7 @@ class SceneBuilder {
   }
 
   std::optional<std::size_t> imageOf(const JtTextureImage& source, const JtPartition* file) {
-    const std::string name = source.fileName().stringToMbs();
+    const std::string name = jt::bytesOfText(source.fileName());
     if (name.empty()) {
       if (auto pixels = source.pixels()) return images_.take(*std::move(pixels));
       ++texturesLeftOut_;

@@ -12,7 +12,7 @@ namespace mesh {
 namespace {
 
 void save(const std::string& path, const std::string& content) {
-  const JtFSStorageLocation location(JtString(), JtString{path});
+  const JtFSStorageLocation location(path);
   const jt::FilePiece piece{std::as_bytes(std::span(content)), nullptr, 0};
   JtStorageManager::current()->save(location, {&piece, 1}, {});
 }

@@ -3,6 +3,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "JtByteText.h"
 #include "JtSaturating.h"
 #include "file/save/SceneWriter.h"
 
@@ -21,12 +22,12 @@ PartFile describe(JtPartition& holder) {
   if (JtPartition* opened = holder.externalPartition()) {
     const JtStorageLocation* place = opened->storageLocation();
     const JtString name = place ? place->displayName() : holder.fileName();
-    return {name.stringToMbs(), PartFile::State::read, {}, opened, {}};
+    return {bytesOfText(name), PartFile::State::read, {}, opened, {}};
   }
   if (const auto& failure = holder.partFailure())
     return {failure->file, stateOf(*failure), failure->message, nullptr, {}};
   return {
-      holder.fileName().stringToMbs(), PartFile::State::missing, "it was not opened", nullptr, {}};
+      bytesOfText(holder.fileName()), PartFile::State::missing, "it was not opened", nullptr, {}};
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <map>
 #include <unordered_set>
 
+#include "JtByteText.h"
 #include "JtFormatError.h"
 #include "file/graph/SceneReader.h"
 #include "file/save/FileWriter.h"
@@ -103,7 +104,7 @@ void JtPartition::attachExternal(jt::Ref<JtPartition> opened) {
 /// Opens the file that this partition represents. The location of the referencing file must be
 /// known.
 bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& files) {
-  const std::string name = fileName_.stringToMbs();
+  const std::string name = jt::bytesOfText(fileName_);
   std::string file = name;
   partFailure_.reset();
   const auto fail = [&](const std::string& code, const std::string& why) {
@@ -121,7 +122,7 @@ bool JtPartition::openExternal(const JtPartition& referencing, JtExternalFiles& 
     if (!place && jt::as<JtFSStorageLocation>(base))
       return fail("external_outside", "it lies outside the folder of the referencing file");
     if (!place) return fail("external_missing", "the referencing file has no folder to look in");
-    file = place->displayName().stringToMbs();
+    file = jt::bytesOfText(place->displayName());
     if (!limits.followLinks && jt::storage::leadsOutside(*base, *place))
       return fail("external_outside",
                   "a link leads out of the folder of the referencing file; it is not followed");
@@ -151,7 +152,7 @@ bool JtPartition::openAllPartitions(JtPartition* partition, bool recursive) {
   if (!partition) return false;
   JtExternalFiles files;
   if (partition->location_)
-    files.byPath[partition->location_->displayName().stringToMbs()].opened = partition;
+    files.byPath[jt::bytesOfText(partition->location_->displayName())].opened = partition;
   bool allOpened = true;
   // Depth first, so that the files above the current one are those of the path.
   struct Level {
@@ -213,7 +214,8 @@ const JtString* JtPartition::getDatastoreLocation() const {
   if (!place) return nullptr;
   const std::string path = place->fullFilePath();
   const std::size_t cut = path.find_last_of('/');
-  datastoreLocation_ = JtString(cut == std::string::npos ? std::string() : path.substr(0, cut + 1));
+  datastoreLocation_ =
+      jt::textOfBytes(cut == std::string::npos ? std::string() : path.substr(0, cut + 1));
   return &datastoreLocation_;
 }
 
@@ -221,7 +223,7 @@ JtString JtPartition::datastoreName() const {
   const auto* place = jt::as<JtFSStorageLocation>(location_.get());
   if (!place) return {};
   const std::string path = place->fullFilePath();
-  return JtString(path.substr(path.find_last_of('/') + 1));
+  return jt::textOfBytes(path.substr(path.find_last_of('/') + 1));
 }
 
 void JtPartition::setFileName(const JtString& name) {
@@ -275,7 +277,7 @@ bool JtPartition::isContentModified() const {
 void JtPartition::requireOpen(const JtStorageLocation& target) const {
   if (isClosed_)
     throw JtFormatError("closed", "the partition is closed; open the file again before it is saved",
-                        {.file = target.displayName().stringToMbs()});
+                        {.file = jt::bytesOfText(target.displayName())});
 }
 
 namespace {
@@ -311,7 +313,7 @@ jt::SaveReport saveAndRemember(jt::file::FileWriter writer, JtStorageLocation& l
   const bool inPlace = own && own->displayName() == location.displayName();
   // Made before the save: once that is done, nothing may make a failure of it.
   std::optional<jt::FileIdentity>* const saved =
-      inPlace ? &savedAs[location.displayName().stringToMbs()] : nullptr;
+      inPlace ? &savedAs[jt::bytesOfText(location.displayName())] : nullptr;
   jt::SaveReport report = writer.save(location);
   if (saved && writer.savedAs()) *saved = writer.savedAs();
   return report;

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <ctime>
 
-#include "JtString.h"
+#include "JtByteText.h"
 
 namespace jt::storage {
 namespace {
@@ -24,7 +24,7 @@ char16_t lower(char16_t c) {
 
 /// A name in lower case.
 std::u16string folded(const std::string& name) {
-  std::u16string units = JtString(name).units();
+  std::u16string units = textOfBytes(name).units();
   std::ranges::transform(units, units.begin(), lower);
   return units;
 }

@@ -11,6 +11,7 @@
 #include <unordered_set>
 
 #include "JtAssembly.h"
+#include "JtByteText.h"
 #include "JtFormatError.h"
 #include "storage/OpenWithoutShapes.h"
 #include "storage/SaveErrors.h"
@@ -61,7 +62,7 @@ std::vector<std::string> referencesOf(const std::string& path) {
   std::error_code error;
   if (!fs::is_regular_file(path, error)) return names;
   try {
-    const auto place = make<JtFSStorageLocation>(JtString(), JtString(path));
+    const auto place = make<JtFSStorageLocation>(path);
     const Ref<JtPartition> top = storage::openWithoutShapes(*place);
     for (const PartFile& file : partFilesOf(*top)) names.push_back(file.file);
   } catch (const std::exception&) {
@@ -140,7 +141,7 @@ Ref<JtFSStorageLocation> PartFolder::add(const JtString& partName, bool dryRun) 
   used_.insert(lower(name));
   if (!dryRun) added_.emplace_back(folder_ + name);
   reference_ = prefix_ + name;
-  return make<JtFSStorageLocation>(JtString(folder_), JtString(name));
+  return make<JtFSStorageLocation>(textOfBytes(folder_), textOfBytes(name));
 }
 
 void PartFolder::commit() noexcept {

@@ -74,7 +74,7 @@ Spool::~Spool() = default;
 Ref<JtPartition> Spool::store(JtPartition& content, const SaveOptions& options,
                               SaveReport& report) {
   if (!folder_) folder_ = std::make_unique<Folder>(target_);
-  const auto place = make<JtFSStorageLocation>(JtString(), JtString(folder_->nextPlace()));
+  const auto place = make<JtFSStorageLocation>(folder_->nextPlace());
   SaveOptions spooled = options;
   spooled.partFiles = false;
   spooled.storage.readBack = false;  // the file that is made of it is read back

@@ -11,16 +11,19 @@ const JtType* JtStorageLocation::classTypeID() {
 JtFSStorageLocation::JtFSStorageLocation(JtString location, JtString name)
     : location_(std::move(location)), name_(std::move(name)) {}
 
+JtFSStorageLocation::JtFSStorageLocation(std::string_view path)
+    : JtFSStorageLocation(JtString(), jt::textOfBytes(path)) {}
+
 const JtType* JtFSStorageLocation::classTypeID() {
   static const JtType type("JtFSStorageLocation", JtStorageLocation::classTypeID());
   return &type;
 }
 
 std::string JtFSStorageLocation::fullFilePath() const {
-  std::string path = location_.stringToMbs();
+  std::string path = jt::bytesOfText(location_);
   const bool separated = path.empty() || path.back() == '/' || path.back() == '\\';
   if (!separated) path += '/';
-  path += name_.stringToMbs();
+  path += jt::bytesOfText(name_);
   std::replace(path.begin(), path.end(), '\\', '/');
   return path;
 }

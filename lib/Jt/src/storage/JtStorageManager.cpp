@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "JtByteText.h"
 #include "JtFormatError.h"
 #include "storage/AtomicFile.h"
 #include "storage/FolderNames.h"
@@ -29,7 +30,7 @@ std::string pathOf(const JtStorageLocation& location, const char* code) {
   throw JtFormatError(code,
                       "the place is no file, and the storage manager in use serves files only; "
                       "install the one that serves it",
-                      {.file = location.displayName().stringToMbs()});
+                      {.file = jt::bytesOfText(location.displayName())});
 }
 
 }  // namespace
@@ -54,11 +55,13 @@ jt::Ref<JtStorageLocation> JtStorageManager::resolve(const JtStorageLocation& ba
   if (!file) return {};
   const std::string path = file->fullFilePath();
   std::string folder = path.substr(0, path.rfind('/') + 1);
-  const auto found = jt::storage::findRelative(folder, relativePath.stringToMbs(), *folderNames_);
+  const auto found =
+      jt::storage::findRelative(folder, jt::bytesOfText(relativePath), *folderNames_);
   if (!found) return {};
   const std::size_t nameStart = found->rfind('/') + 1;
   folder += found->substr(0, nameStart);
-  return jt::make<JtFSStorageLocation>(JtString(folder), JtString(found->substr(nameStart)));
+  return jt::make<JtFSStorageLocation>(jt::textOfBytes(folder),
+                                       jt::textOfBytes(found->substr(nameStart)));
 }
 
 jt::Ref<JtStorageManager> JtStorageManager::current() {

@@ -12,6 +12,7 @@
 #include "ApiSysFilePath.h"
 #include "ApiSysStringConvertors.h"
 #include "DbDatabaseVersion.h"
+#include "JtByteText.h"
 #include "JtFormatError.h"
 #include "JtPartition.h"
 #include "JtkAssembly.h"
@@ -373,8 +374,7 @@ void JtkwExportRoot::computeLocationAndFileName(const RWClassicCString& fullPath
 }
 
 void JtkwExportRoot::setJtFileNameToRoot(const RWClassicCString& name) {
-  if (tree_->root)
-    tree_->root->setFileName(JtString(ApiSysStringConvertors::RWCStringToUnicode(name)));
+  if (tree_->root) tree_->root->setFileName(jt::textOfBytes(name));
 }
 
 bool JtkwExportRoot::updateRelativeLocation(ApiSysFileName& newPath) {
@@ -385,7 +385,7 @@ bool JtkwExportRoot::updateRelativeLocation(ApiSysFileName& newPath) {
 void JtkwExportRoot::prepare(JtkCADExporter& exporter, const ApiApproxJtExportData& exportData) {
   exporter.setPartExportPreCallback(&JtkwExportWriter::partPreCB);
   exporter.setPartExportPostCallback(&JtkwExportWriter::partPostCB);
-  exporter.setOutputDirectory(JtString(ApiSysStringConvertors::RWCStringToUnicode(location_)));
+  exporter.setOutputDirectory(jt::textOfBytes(location_));
   if (exportData.targetJtFormat() == ApiApproxJtExportData::PART_FILES) {
     constexpr std::size_t kExtension = 3;  // ".jt"
     exporter.setOption(JtkCADExporter::PART_FILES);

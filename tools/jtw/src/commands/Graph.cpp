@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "GraphValues.h"
 #include "Jt.h"
+#include "JtByteText.h"
 #include "JtInspect.h"
 #include "NodeIds.h"
 #include "NodeProperties.h"
@@ -19,7 +20,7 @@ void writeNode(Session& session, JtNode& node, const NodeIds& ids, bool withMeta
   json.member("type", jt::elementName(&node));
   json.textOrNull("name", Jt::name(&node).stringToMbs());
   if (const auto* partition = jt::as<JtPartition>(&node))
-    json.textOrNull("fileName", partition->fileName().stringToMbs());
+    json.textOrNull("fileName", jt::bytesOfText(partition->fileName()));
   json.key("children");
   json.beginArray(JsonWriter::Layout::line);
   for (int i = 0; i < ids.childCount(node); ++i) json.value(ids.of(node.child(i)));
@@ -41,7 +42,7 @@ void showNode(Session& session, JtNode& node, const NodeIds& ids, bool withMetaD
   out.line(session.style().paint(Ink::bold, head));
   if (const auto* partition = jt::as<JtPartition>(&node);
       partition && !partition->fileName().isEmpty())
-    out.line("    file: " + printable(partition->fileName().stringToMbs()));
+    out.line("    file: " + printable(jt::bytesOfText(partition->fileName())));
   if (ids.childCount(node) > 0) {
     out.write("    children:");
     for (int i = 0; i < ids.childCount(node); ++i)

@@ -88,7 +88,7 @@ std::vector<jt::Diagnostic> examinePart(const jt::PartFile& part, const Checks& 
   using State = jt::PartFile::State;
   std::vector<jt::Diagnostic> findings;
   if (part.state == State::read || part.state == State::damaged) {
-    const auto location = jt::make<JtFSStorageLocation>(JtString(), JtString(part.file));
+    const auto location = jt::make<JtFSStorageLocation>(part.file);
     findings = jt::verify(*location, checks.limits);
     compared += addMeaningFindings(*location, checks, findings);
   }

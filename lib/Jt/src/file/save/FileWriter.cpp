@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "JtByteText.h"
 #include "JtInspect.h"
 #include "base/ParallelFor.h"
 #include "file/save/SavePlan.h"
@@ -94,7 +95,7 @@ bool FileWriter::isUntouched() const {
 
 SaveReport FileWriter::save(JtStorageLocation& location) {
   checkVersion();
-  report_.file = location.displayName().stringToMbs();
+  report_.file = jt::bytesOfText(location.displayName());
   report_.version = version_;
   std::vector<FilePiece> pieces;
   Buffer front;

@@ -1,10 +1,10 @@
-#include "JtwHostText.h"
+#include "JtByteText.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-namespace jtw {
+namespace jt {
 namespace {
 
 constexpr char16_t kByteUnits = 0xdc00;  // plus the byte, which is 0x80 or greater
@@ -33,27 +33,27 @@ std::size_t characterSize(std::string_view text) {
 
 }  // namespace
 
-JtString hostTextToJt(std::string_view text) {
+JtString textOfBytes(std::string_view bytes) {
   std::u16string units;
-  while (!text.empty()) {
+  while (!bytes.empty()) {
     std::size_t valid = 0;
-    while (valid < text.size()) {
-      const std::size_t size = characterSize(text.substr(valid));
+    while (valid < bytes.size()) {
+      const std::size_t size = characterSize(bytes.substr(valid));
       if (size == 0) break;
       valid += size;
     }
-    units += JtString(text.substr(0, valid)).units();
-    text.remove_prefix(valid);
-    if (text.empty()) break;
-    units += static_cast<char16_t>(kByteUnits + static_cast<std::uint8_t>(text.front()));
-    text.remove_prefix(1);
+    units += JtString(bytes.substr(0, valid)).units();
+    bytes.remove_prefix(valid);
+    if (bytes.empty()) break;
+    units += static_cast<char16_t>(kByteUnits + static_cast<std::uint8_t>(bytes.front()));
+    bytes.remove_prefix(1);
   }
   return JtString(std::move(units));
 }
 
-RWClassicCString hostTextFromJt(const JtString& text) {
+std::string bytesOfText(const JtString& text) {
   const std::u16string& units = text.units();
-  RWClassicCString bytes;
+  std::string bytes;
   for (std::size_t place = 0; place < units.size();) {
     std::size_t end = place;
     while (end < units.size() &&
@@ -66,4 +66,4 @@ RWClassicCString hostTextFromJt(const JtString& text) {
   return bytes;
 }
 
-}  // namespace jtw
+}  // namespace jt

@@ -1,0 +1,36 @@
+#include "JtwOpening.h"
+
+#include "JtLastError.h"
+#include "JtwFileNaming.h"
+#include "JtwManager.h"
+
+namespace jtw {
+
+OpenError lastOpenError(const ApiDocumentRef& document) {
+  // What is asked below sets an error of its own.
+  const std::string text = jt::lastError();
+  const std::string code = jt::lastErrorCode();
+  const std::optional<JtFormatError> known = jt::lastFormatError();
+  const std::string path = pathOf(document);
+  if (code == "out_of_memory") return {code, text, {.file = path}};
+  auto kind = JtwRoot::JT_INITIALIZE_FAILED;
+  if (!JtwRoot::hasJtData(document, kind))
+    return {"not_found",
+            kind == JtwRoot::JT_PATH_NOT_FOUND ? "there is no such document"
+                                               : "there is no JT file in it",
+            {.file = path}};
+  if (!known) return {"not_a_component", text, {.file = path}};
+  OpenError error{known->code(), known->message(), known->where()};
+  if (error.where.file.empty()) error.where.file = path;
+  return error;
+}
+
+JtwRoot* openComponent(const ApiDocumentRef& document, OpenError& error,
+                       JtwRoot::JT_LOADING_REPRESENTATION representation) {
+  auto kind = JtwRoot::JT_INITIALIZE_FAILED;
+  JtwRoot* root = JtwManager::the().computeExistingDocRoot(document, representation, kind);
+  if (!root) error = lastOpenError(document);
+  return root;
+}
+
+}  // namespace jtw
