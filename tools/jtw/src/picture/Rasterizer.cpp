@@ -109,6 +109,7 @@ void Rasterizer::draw(const Triangle& triangle, Rows rows) {
   const Vector& p = a.place;
   const Vector& q = b.place;
   const Vector& r = c.place;
+  if (!isFinite(p) || !isFinite(q) || !isFinite(r)) return;
   const auto [lowY, highY] = std::minmax({p[1], q[1], r[1]});
   const auto [firstRow, endRow] = samplesIn(lowY, highY, rows.first, rows.end);
   if (firstRow >= endRow) return;
@@ -152,6 +153,7 @@ void Rasterizer::draw(const Triangle& triangle, Rows rows) {
 }
 
 void Rasterizer::draw(const Dot& dot, Rows rows) {
+  if (!isFinite(dot.place)) return;
   const double half = static_cast<double>(samples_) * std::max(1.0, double{dot.size}) / 2;
   const auto [firstRow, endRow] =
       samplesIn(dot.place[1] - half, dot.place[1] + half, rows.first, rows.end);
@@ -167,6 +169,7 @@ void Rasterizer::draw(const Dot& dot, Rows rows) {
 
 void Rasterizer::draw(const Line& line, Rows rows) {
   const Vector along = minus(line.to, line.from);
+  if (!isFinite(along)) return;
   const std::size_t major = std::abs(along[0]) >= std::abs(along[1]) ? 0 : 1;
   draw(Dot{line.from, line.color, line.width}, rows);
   draw(Dot{line.to, line.color, line.width}, rows);

@@ -113,6 +113,8 @@ const PlacedTexture* Scene::textureOf(const jt::InheritedTexture& inherited) {
   if (!isNew) return found->second.get();
   try {
     if (auto pixels = pixelsOf(inherited)) {
+      if (pixels->bytes.size() > kMostPixelBytes - texelBytes_)
+        throw JtFormatError("bad_image", "the images have more than 512 MiB of pixels");
       texelBytes_ += pixels->bytes.size();
       found->second = std::make_unique<PlacedTexture>(
           PlacedTexture{std::make_shared<const Texture>(*std::move(pixels), source->wrap()),
@@ -134,8 +136,7 @@ std::optional<jt::TexturePixels> Scene::pixelsOf(const jt::InheritedTexture& inh
       jt::as<JtFSStorageLocation>(inherited.file ? inherited.file->storageLocation() : nullptr);
   if (!location) throw JtFormatError("bad_image", "the model has no folder in which it could lie");
   const std::filesystem::path file(location->fullFilePath());
-  return Folder(file.parent_path())
-      .decodeImage(name, kMostPixelBytes - std::min(kMostPixelBytes, texelBytes_));
+  return Folder(file.parent_path()).decodeImage(name, kMostPixelBytes - texelBytes_);
 }
 
 void Scene::decode(unsigned jobs, const std::function<void(double)>& progress) {
