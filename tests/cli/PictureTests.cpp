@@ -301,6 +301,22 @@ TEST_F(Picture, TwoFilesAreComparedByColor) {
   EXPECT_EQ(work_.json("diff a.jt b.jt --picture b.jt", 2)["code"], "usage");
 }
 
+TEST_F(Picture, PartsAreAsLargeAsTheirUnitsSay) {
+  auto partition = jt::make<JtPartition>();
+  addBox(*partition, {100, 10, 100}, 0, {1, 0, 0, 1});
+  addBox(*partition, {2, 1, 3}, 4, {0, 0, 1, 1});
+  for (const auto& [part, unit] : {std::pair(0, "Millimeters"), {1, "Inches"}})
+    partition->child(part)->addProperty(
+        jt::make<JtStringPropAtom>(JtString(Jt::jtPropMeasurementUnits)).get(),
+        jt::make<JtStringPropAtom>(JtString(unit)).get(), true);
+  save(*partition);
+  // From -50 to 50 and from 76.2 to 127 millimetres.
+  const Pixels pixels = picture("--size 177x177 --view front");
+  const double scale = 0.92 * 177 / 177;
+  EXPECT_NEAR(static_cast<double>(count(pixels, isRed)), 100 * 100 * scale * scale, 300);
+  EXPECT_NEAR(static_cast<double>(count(pixels, isBlue)), 50.8 * 76.2 * scale * scale, 200);
+}
+
 /// A square of 10 in the plane of x and z with an image of 2 x 2 pixels on it: below red and blue,
 /// above white and black.
 void addImage(JtPartition& partition, float repeats, jt::TextureWrap wrap) {

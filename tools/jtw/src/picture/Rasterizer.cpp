@@ -19,7 +19,7 @@ std::uint8_t toByte(float value) {
 Color shaded(const Color& color, const std::array<float, 3>& normal) {
   Vector n = unit({normal[0], normal[1], normal[2]});
   if (n[2] < 0) n = {-n[0], -n[1], -n[2]};
-  static const Vector kAbove = unit({-0.45, 0.75, 0.6});
+  constexpr Vector kAbove{-0.424264, 0.707107, 0.565685};
   const double above = std::max(0.0, dot(n, kAbove));
   const auto light = static_cast<float>(0.25 + 0.4 * n[2] + 0.33 * above);
   const double above4 = above * above * above * above;

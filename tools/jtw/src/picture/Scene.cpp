@@ -27,23 +27,30 @@ float sizeOf(const std::optional<float>& chosen, bool isStated, float stated) {
   return size >= 1 ? std::min(size, kWidest) : 1;
 }
 
-/// Of the first node, from the top down, that names a unit.
-double unitOf(const JtNode& root) {
+/// Millimetres in the unit that the node itself names; 0: in none.
+double unitOf(const JtNode& node) {
   constexpr double kMetre = 1000;
+  JtPartUtil::Unit unit{};
+  double metres = 0;
+  const bool isNamed = JtPartUtil::obtainMeasureUnit(&node, unit) &&
+                       JtPartUtil::obtainScaleToXtFromUnit(unit, metres);
+  return isNamed ? metres * kMetre : 0;
+}
+
+/// All units that nodes name, the first one from the top down in front.
+std::vector<double> unitsIn(const JtNode& root) {
+  std::vector<double> units;
   std::vector<const JtNode*> pending{&root};
   std::unordered_set<const JtNode*> seen{&root};
   while (!pending.empty()) {
     const JtNode* node = pending.back();
     pending.pop_back();
-    JtPartUtil::Unit unit{};
-    double metres = 0;
-    if (JtPartUtil::obtainMeasureUnit(node, unit) &&
-        JtPartUtil::obtainScaleToXtFromUnit(unit, metres))
-      return metres * kMetre;
+    const double unit = unitOf(*node);
+    if (unit > 0 && std::ranges::find(units, unit) == units.end()) units.push_back(unit);
     for (int i = node->numChildren(); i-- > 0;)
       if (seen.insert(node->child(i)).second) pending.push_back(node->child(i));
   }
-  return 1;
+  return units;
 }
 
 }  // namespace
@@ -53,14 +60,17 @@ bool Item::isOpaque() const noexcept {
 }
 
 Scene::Scene(JtPartition& partition, const SceneRequest& request)
-    : request_(request), most_(request.mostPlaces), millimetres_(unitOf(partition)) {
+    : request_(request), most_(request.mostPlaces) {
+  const std::vector<double> units = unitsIn(partition);
+  if (!units.empty()) millimetres_ = units.front();
+  hasSeveralUnits_ = units.size() > 1;
   jt::DrawingOptions options{.levelOfDetail = request.levelOfDetail,
                              .maxPaths = std::max(most_, kNodesOfPlace * most_)};
   options.isHidden = [](const JtNode& node) { return !JtwLeaf::isDisplayed(&node); };
   if (request.withAnnotations)
     options.onNode = [this](std::span<JtNode* const> path, const jt::Matrix4& toRoot) {
       if (!isFull() && (!request_.isShown || request_.isShown(path)))
-        annotations_.add(*path.back(), toRoot);
+        annotations_.add(*path.back(), inUnitOfRoot(path, toRoot));
     };
   if (request.withWires)
     options.onWires = [this](const jt::DrawnWires& drawn) {
@@ -87,7 +97,7 @@ bool Scene::add(const Drawn& drawn, const JtNode* node, const Source& source) {
   const JtPointStyle* points = drawn.attributes->pointStyle();
   items_.push_back({.mesh = known->second,
                     .isWires = !source.shape,
-                    .toRoot = *drawn.toRoot,
+                    .toRoot = inUnitOfRoot(drawn.path, *drawn.toRoot),
                     .color = drawn.material ? drawn.material->diffuse() : kNoMaterial,
                     .usesVertexColors = !drawn.material || !drawn.material->overrideVertexColors(),
                     .texture = source.shape ? textureOf(drawn.attributes->texture()) : nullptr,
@@ -96,6 +106,24 @@ bool Scene::add(const Drawn& drawn, const JtNode* node, const Source& source) {
                     .part = request_.withParts ? partOf(drawn.path, drawn.part) : 0,
                     .label = request_.labelOf ? request_.labelOf(drawn.path) : std::string()});
   return true;
+}
+
+jt::Matrix4 Scene::inUnitOfRoot(std::span<JtNode* const> path, const jt::Matrix4& toRoot) const {
+  if (!hasSeveralUnits_) return toRoot;
+  jt::Matrix4 result = jt::kIdentity;
+  bool isFinal = false;
+  double above = millimetres_;
+  for (const JtNode* node : path) {
+    jt::Matrix4 local = jt::localTransform(*node, isFinal);
+    if (const double own = unitOf(*node); own > 0 && own != above) {
+      jt::Matrix4 scale = jt::kIdentity;
+      scale[0] = scale[5] = scale[10] = own / above;
+      local = jt::multiply(local, scale);
+      above = own;
+    }
+    result = jt::multiply(local, result);
+  }
+  return result;
 }
 
 std::size_t Scene::partOf(std::span<JtNode* const> path, const JtNode* part) {

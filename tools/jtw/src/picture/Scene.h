@@ -103,11 +103,15 @@ class Scene {
   bool add(const Drawn& drawn, const JtNode* node, const Source& source);
   const PlacedTexture* textureOf(const jt::InheritedTexture& inherited);
   std::optional<jt::TexturePixels> pixelsOf(const jt::InheritedTexture& inherited);
+  /// The matrix of the last node of a path, where nodes in other units than what they hang under
+  /// are scaled.
+  jt::Matrix4 inUnitOfRoot(std::span<JtNode* const> path, const jt::Matrix4& toRoot) const;
   std::size_t partOf(std::span<JtNode* const> path, const JtNode* part);
 
   SceneRequest request_;
   const std::uint64_t most_;
   double millimetres_ = 1;
+  bool hasSeveralUnits_ = false;
   std::unordered_map<const JtNode*, std::size_t> indices_;
   std::vector<Source> sources_;
   std::vector<std::shared_ptr<const jt::Mesh>> meshes_;
