@@ -8,6 +8,7 @@
 
 #include "DmKrUtilsFileStream.h"
 #include "DmKrUtilsStreamStorageLocation.h"
+#include "JtByteText.h"
 #include "JtFormatError.h"
 
 namespace dmkr {
@@ -41,7 +42,7 @@ class Stream {
  public:
   Stream(const DmKrUtilsStreamStorageLocation& location, std::uint64_t mostBytes)
       : mostBytes_(mostBytes),
-        name_(location.displayName().stringToMbs()),
+        name_(jt::bytesOfText(location.displayName())),
         stream_(location.streamObject() ? location.streamObject()->stream() : nullptr) {
     if (!stream_) fail("not_found", name_, "the document has no stream");
   }

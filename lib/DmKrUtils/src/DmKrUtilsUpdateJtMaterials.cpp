@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "JtByteText.h"
 #include "JtMaterial.h"
 #include "JtShape.h"
 
@@ -224,7 +225,7 @@ bool DmKrUtilsUpdateJtMaterials::execute(JtPartition* partition, Result& result)
     return true;
   } catch (const std::exception& failure) {
     const JtStorageLocation* const place = partition->storageLocation();
-    jt::setLastError(failure, place ? place->displayName().stringToMbs() : std::string());
+    jt::setLastError(failure, place ? jt::bytesOfText(place->displayName()) : std::string());
     return false;
   }
 }

@@ -119,8 +119,7 @@ void PartSpool::flush() {
 jt::SaveReport PartSpool::encode(JtPartition& content) const {
   jt::SaveOptions options = settings().saveOptions();
   options.dryRun = true;
-  return content.save(jt::make<JtFSStorageLocation>(JtString(), JtString("spool.jt")).get(),
-                      options);
+  return content.save(jt::make<JtFSStorageLocation>("spool.jt").get(), options);
 }
 
 /// False for geometry that cannot be encoded: it is left out.

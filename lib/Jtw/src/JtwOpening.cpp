@@ -1,5 +1,8 @@
 #include "JtwOpening.h"
 
+#include <optional>
+#include <utility>
+
 #include "JtLastError.h"
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
@@ -8,19 +11,20 @@ namespace jtw {
 
 OpenError lastOpenError(const ApiDocumentRef& document) {
   // What is asked below sets an error of its own.
-  const std::string text = jt::lastError();
-  const std::string code = jt::lastErrorCode();
-  const std::optional<JtFormatError> known = jt::lastFormatError();
+  std::string text = jt::lastError();
+  std::string code = jt::lastErrorCode();
+  std::optional<JtFormatError> known = jt::lastFormatError();
   const std::string path = pathOf(document);
-  if (code == "out_of_memory") return {code, text, {.file = path}};
+  if (code == "out_of_memory") return {std::move(code), std::move(text), {.file = path}};
   auto kind = JtwRoot::JT_INITIALIZE_FAILED;
   if (!JtwRoot::hasJtData(document, kind))
     return {"not_found",
             kind == JtwRoot::JT_PATH_NOT_FOUND ? "there is no such document"
                                                : "there is no JT file in it",
             {.file = path}};
-  if (!known) return {"not_a_component", text, {.file = path}};
-  OpenError error{known->code(), known->message(), known->where()};
+  if (!known) return {"not_a_component", std::move(text), {.file = path}};
+  const JtFormatError failure = *std::move(known);
+  OpenError error{failure.code(), failure.message(), failure.where()};
   if (error.where.file.empty()) error.where.file = path;
   return error;
 }

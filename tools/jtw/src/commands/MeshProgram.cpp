@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -16,6 +17,7 @@
 #include "Batch.h"
 #include "Command.h"
 #include "CommandLines.h"
+#include "Component.h"
 #include "FileList.h"
 #include "MeshConversion.h"
 #include "Session.h"
@@ -92,7 +94,10 @@ ExitCode convertEach(Session& session, const std::string& folder) {
   for (std::size_t i = 0; i < outputs.size(); ++i)
     pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
   // Two assemblies can have a part file in common, which each of them writes.
-  const bool sharesFiles = *format == "jt" && !arguments.has("top-only");
+  const bool sharesFiles = *format == "jt" && !arguments.has("top-only") &&
+                           std::ranges::any_of(list.files, [](const ListedFile& file) {
+                             return DocumentName(file.path).isJt;
+                           });
   return runForEach(session, pieces, sharesFiles ? 1 : Batch::jobs(session), true);
 }
 
