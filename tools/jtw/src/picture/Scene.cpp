@@ -9,6 +9,7 @@
 #include "Folder.h"
 #include "ImageDecoder.h"
 #include "Jt.h"
+#include "JtByteText.h"
 #include "JtPartUtil.h"
 #include "JtStyles.h"
 #include "JtwLeaf.h"
@@ -158,7 +159,7 @@ const PlacedTexture* Scene::textureOf(const jt::InheritedTexture& inherited) {
 }
 
 std::optional<jt::TexturePixels> Scene::pixelsOf(const jt::InheritedTexture& inherited) {
-  const std::string name = inherited.attribute->fileName().stringToMbs();
+  const std::string name = jt::bytesOfText(inherited.attribute->fileName());
   if (name.empty()) return inherited.attribute->pixels();
   const auto* location =
       jt::as<JtFSStorageLocation>(inherited.file ? inherited.file->storageLocation() : nullptr);
