@@ -335,6 +335,16 @@ TEST_F(MeshTest, ZIsUpWhateverAxisTheFileHas) {
   }
 }
 
+TEST_F(MeshTest, MaterialsThatNobodyCouldSeeAreOpaque) {
+  for (const auto& [opacity, expected] : {std::pair("0", 1.0F), {"0.25", 0.25F}, {"1", 1.0F}}) {
+    folder_.file("m.mtl", "newmtl red\nKd 1 0.5 0\nd " + std::string(opacity) + "\n");
+    const mesh::Scene scene = mesh::loadScene(
+        folder_.file("m.obj", "mtllib m.mtl\nv 0 0 0\nv 1 2 3\nv 5 0 0\nusemtl red\nf 1 2 3\n"));
+    ASSERT_TRUE(scene.models.at(0).surfaces.at(0).material);
+    EXPECT_EQ(scene.materials.at(*scene.models[0].surfaces[0].material).diffuse[3], expected);
+  }
+}
+
 TEST_F(MeshTest, GlbThroughJtKeepsItsOwnNumbers) {
   mesh::Scene scene = workcell();
   mesh::convertUnit(scene, 1000);

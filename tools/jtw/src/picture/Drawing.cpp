@@ -3,57 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
-#include "JtkStrokeFont.h"
 #include "Painter.h"
 
 namespace tool {
 namespace {
 
-/// Height of capital letters, in pixels.
-double letterHeight(const View& view) {
-  const auto side = static_cast<double>(std::min(view.width, view.height));
-  return std::clamp(side / 40, 7.0, 20.0);
-}
-
-/// What captions need of the height, in pixels.
-double captionSpace(const View& view) {
-  return view.captions.empty() ? 0 : 2.4 * letterHeight(view);
-}
-
-DrawList captionList(const View& view, const Rasterizer& canvas) {
-  constexpr double kInFront = 1e30;
-  constexpr Color kDark{0.12F, 0.12F, 0.14F, 1};
-  constexpr Color kLight{0.93F, 0.93F, 0.93F, 1};
-  const Color& back = view.background;
-  const bool isDark = back[3] > 0.5F && back[0] + back[1] + back[2] < 1.2F;
-  const double samples = canvas.samples();
-  const double height = letterHeight(view);
-  const JtkStrokeFont& font = JtkStrokeFont::builtIn();
-  const double baseline = static_cast<double>(view.height) - 0.8 * height;
-  double x = 0.8 * height;
-  DrawList list;
-  for (const Caption& caption : view.captions) {
-    if (caption.patch) {
-      list.dots.push_back(
-          {{(x + height / 2) * samples, (baseline - height / 2) * samples, kInFront},
-           *caption.patch,
-           static_cast<float>(height)});
-      x += 1.5 * height;
-    }
-    const JtString text(caption.text);
-    const auto width = static_cast<float>(std::max(1.0, height / 8));
-    for (const auto& stroke : font.layOut(text, static_cast<float>(height))) {
-      const auto place = [&](const JtkStrokeFont::Point& p) {
-        return Vector{(x + static_cast<double>(p[0])) * samples,
-                      (baseline - static_cast<double>(p[1])) * samples, kInFront};
-      };
-      for (std::size_t i = 1; i < stroke.size(); ++i)
-        list.lines.push_back(
-            {place(stroke[i - 1]), place(stroke[i]), isDark ? kLight : kDark, width});
-    }
-    x += static_cast<double>(font.width(text, static_cast<float>(height))) + 1.2 * height;
-  }
-  return list;
+CaptionRows captionsOf(const View& view) {
+  return CaptionRows(view.captions, view.width, view.height);
 }
 
 /// What a section leaves, in view coordinates.
@@ -89,7 +45,7 @@ Camera aimed(Scenes scenes, const View& view) {
     scene->annotations().include(camera);
   }
   if (view.viewpoint.perspective == 0 || view.viewpoint.eye) return camera;
-  const double height = static_cast<double>(view.height) - captionSpace(view);
+  const double height = static_cast<double>(view.height) - captionsOf(view).space();
   const double aspect = static_cast<double>(view.width) / std::max(1.0, height);
   for (const Scene* scene : scenes)
     scene->forEachPosition([&](const Vector& p) { camera.reach(camera.inView(p), aspect); });
@@ -158,12 +114,14 @@ Image drawView(Scenes scenes, const View& view, Camera camera, double scale,
                const ProgressOf& progress) {
   Rasterizer canvas(view.width, view.height, view.background, view.viewpoint.perspective > 0,
                     view.section.has_value());
-  camera.fit(canvas.width(), canvas.height(), captionSpace(view) * canvas.samples());
+  const CaptionRows captions = captionsOf(view);
+  camera.fit(canvas.width(), canvas.height(), captions.space() * canvas.samples());
   if (scale > 0) camera.setScale(scale * canvas.samples());
   Painter painter(canvas, camera, spaceOf(view.section, camera), view.jobs);
   const Rasterizer::Pass passes[] = {Rasterizer::Pass::opaque, Rasterizer::Pass::nearest,
                                      Rasterizer::Pass::mix};
-  DrawList lines = captionList(view, canvas);
+  DrawList lines;
+  captions.draw(lines, view.background, canvas.samples());
   for (const Scene* scene : scenes) scene->annotations().draw(lines, camera);
   painter.paint(lines);
   const double steps = static_cast<double>(std::size(passes) * scenes.size());
@@ -196,7 +154,7 @@ Image drawSheet(Scenes scenes, const View& view,
     cell.viewpoint = viewpoint;
     Camera fitted = cameras.emplace_back(aimed(scenes, cell));
     fitted.fit(static_cast<double>(cell.width), static_cast<double>(cell.height),
-               captionSpace(cell));
+               captionsOf(cell).space());
     if (!fitted.hasPerspective() && !fitted.seesNothing())
       scale = scale > 0 ? std::min(scale, fitted.scale()) : fitted.scale();
   }

@@ -8,17 +8,12 @@
 #include <vector>
 
 #include "Camera.h"
+#include "Captions.h"
 #include "Image.h"
 #include "Scene.h"
 #include "Section.h"
 
 namespace tool {
-
-/// A word below a picture, behind a patch of its color where it has one.
-struct Caption {
-  std::string text;
-  std::optional<Color> patch;
-};
 
 /// A picture to be made.
 struct View {
@@ -27,7 +22,7 @@ struct View {
   Viewpoint viewpoint;  ///< places in the root's unit of length
   Color background{1, 1, 1, 1};
   std::optional<Section> section;  ///< likewise
-  std::vector<Caption> captions;   ///< in a row at the lower edge, below what is shown
+  std::vector<Caption> captions;   ///< at the lower edge, below what is shown
   unsigned jobs = 1;               ///< threads
 };
 
