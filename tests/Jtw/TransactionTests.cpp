@@ -15,6 +15,7 @@
 #include "JtwPMIs.h"
 #include "JtwTransaction.h"
 #include "MemoryStream.h"
+#include "RandomChange.h"
 
 namespace {
 
@@ -340,78 +341,6 @@ TEST_F(Transactions, UndoTheCopyOfAComponent) {
   EXPECT_EQ(view(), before);
 }
 
-/// One change, as a script of the program would make it. What is refused changes nothing.
-void change(JtwRoot& root, Choices& choices) {
-  const auto key = [&choices] { return ApiProtoKey(1 + static_cast<long>(choices.of(24))); };
-  const auto place = [&choices] {
-    const auto number = [&choices] { return static_cast<double>(choices.of(50)) / 7; };
-    return RTTran3D::fromTranslation({number(), number(), number()});
-  };
-  const ApiProtoKey itsKey = key();
-  JtwNode* node = nullptr;
-  root.getNodeByKey(itsKey, node);
-  const auto text = std::to_string(choices.number());
-  switch (choices.of(16)) {
-    case 0:
-    case 1: {
-      const auto type = static_cast<JtwNode::JT_NODE_TYPE>(1 + choices.of(6));
-      JtwNode* made = jtw::createNode(root, type, itsKey, key(), place());
-      if (made && type == JtwNode::JT_PMI_ANNOTATION_NODE) {
-        auto& data = static_cast<JtwPMIAnnotation*>(made)->annotationData();
-        data.annotationType = choices.oneIn(2) ? API_PMI_NOTE : API_PMI_GROOVE_WELD;
-        data.textLines = {text};
-      }
-      return;
-    }
-    case 2:
-      root.deleteNode(itsKey);
-      return;
-    case 3:
-      root.cloneEntityNode(itsKey, choices.oneIn(2));
-      return;
-    case 4:
-      root.setBuffer(JtwRoot::JT_MOP_BUFFER, text.data(), static_cast<unsigned>(choices.of(9)));
-      return;
-    default:
-      break;
-  }
-  if (!node) return;
-  switch (choices.of(10)) {
-    case 0:
-    case 1:
-      // A PMI whose new parent cannot take it is in no list, but stays in the file.
-      if (const ApiProtoKey parent = key(); node != &root) {
-        JtwNode* above = nullptr;
-        root.getNodeByKey(parent, above);
-        if (above && above->isCollection() != 0) node->setParent(parent);
-      }
-      return;
-    case 2:
-      return jtw::setPlacement(*node, place());
-    case 3: {
-      const ApiGraColor color(static_cast<std::uint8_t>(choices.number()), 7, 9);
-      return node->setColor(color, choices.oneIn(2), choices.oneIn(2));
-    }
-    case 4: {
-      constexpr float kUnits[] = {0.1F, 1.0F, 10.0F, 1000.0F, 25.4F};
-      node->setMeasurementUnitRatio(kUnits[choices.of(std::size(kUnits))]);
-      return;
-    }
-    case 5:
-      return node->setAttributes(choices.oneIn(3) ? "" : text);
-    case 6:
-      return node->setGlobalUniqueId(ApiGlobalUniqueId(text));
-    case 7:
-      return node->setAttachmentParent(key(), static_cast<AttachmentType>(choices.of(5)));
-    case 8:
-      if (JtNode* above = node->jtNode(); !node->isOfTypePMI() && choices.oneIn(2))
-        above->setIgnored(choices.oneIn(2));
-      return;
-    default:
-      return node->setName(std::wstring(text.begin(), text.end()));
-  }
-}
-
 TEST_F(Transactions, ComeBackFromRandomScripts) {
   const bool holds = rc::check([this] {
     Choices choices(*rc::gen::resize(
@@ -424,7 +353,7 @@ TEST_F(Transactions, ComeBackFromRandomScripts) {
     while (choices.any()) {
       JtwTransaction transaction(history);
       RC_ASSERT(transaction.begin());
-      for (std::size_t left = choices.of(8) + 1; left > 0; --left) change(*root_, choices);
+      for (std::size_t left = choices.of(8) + 1; left > 0; --left) randomChange(*root_, choices);
       const bool isKept = !choices.oneIn(3);
       RC_ASSERT((isKept ? transaction.commit() : transaction.rollBack()));
       if (isKept && history.undoCount() == views.size()) views.push_back(view());

@@ -15,6 +15,7 @@
 #include "JtwPMIAnnotation.h"
 #include "JtwRoot.h"
 #include "JtwValueText.h"
+#include "ObjectParents.h"
 
 namespace jtw {
 namespace {
@@ -143,6 +144,8 @@ std::vector<std::size_t> topsOf(const Objects& objects, std::span<JtwNode* const
   return tops;
 }
 
+}  // namespace
+
 void removeObject(Objects& objects, JtwNode& node, const std::string& name) {
   const bool isFrame = node.type() == JtwNode::JT_FRAME_NODE;
   const bool hasKey = objects.ensureOwnKey(node);
@@ -154,8 +157,6 @@ void removeObject(Objects& objects, JtwNode& node, const std::string& name) {
   if (!hasKey || !objects.root().deleteNode(node.key()))
     refuse(objects, "object " + name + " cannot be removed: it is not part of this file");
 }
-
-}  // namespace
 
 RemoveResult removeObjects(Objects& objects, std::span<JtwNode* const> nodes) {
   const std::vector<std::size_t> chosen = topsOf(objects, nodes);
@@ -185,9 +186,6 @@ RemoveResult removeObjects(Objects& objects, std::span<JtwNode* const> nodes) {
 
 // --- Moving
 
-namespace {
-
-/// Hangs the object under its new parent, which is none of those below it.
 bool reparent(Objects& objects, JtwNode& node, JtwNode& parent) {
   if (!node.isOfTypePMI()) return node.setParent(parent.key());
   JtwCollection* old = static_cast<JtwPMI&>(node).collection();
@@ -195,6 +193,8 @@ bool reparent(Objects& objects, JtwNode& node, JtwNode& parent) {
   if (node.type() == JtwNode::JT_FRAME_NODE) objects.framesChanged(old);
   return true;
 }
+
+namespace {
 
 /// Throws EditError for what cannot be moved under that parent.
 void checkMove(const Objects& objects, JtwNode& node, JtwNode& parent) {

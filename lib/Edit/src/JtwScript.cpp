@@ -6,13 +6,11 @@
 #include <unordered_map>
 #include <utility>
 
-#include "JtLastError.h"
+#include "EditTransaction.h"
 #include "JtwEditError.h"
 #include "JtwEdits.h"
 #include "JtwNearestName.h"
-#include "JtwRoot.h"
 #include "JtwSelection.h"
-#include "JtwTransaction.h"
 #include "JtwValueText.h"
 
 namespace jtw {
@@ -152,8 +150,7 @@ class ScriptRun {
     if (!parent) failUsage("\"parent\" is missing");
     const bool keepsPlace = arguments.takeTruth("keep-place");
     arguments.requireNoSettings();
-    for (const MoveResult& moved :
-         moveObjects(objects_, nodes, ObjectAddress(*parent), keepsPlace))
+    for (const MoveResult& moved : moveObjects(objects_, nodes, ObjectAddress(*parent), keepsPlace))
       result_.changed.push_back(moved.key.getAsLong());
   }
 
@@ -196,34 +193,6 @@ class ScriptRun {
   const std::string* verb_ = nullptr;
 };
 
-/// A transaction that ends with the component as it was unless it is committed.
-class ScriptTransaction {
- public:
-  explicit ScriptTransaction(Objects& objects) : objects_(objects), transaction_(objects.root()) {
-    if (!transaction_.begin()) fail();
-  }
-  ScriptTransaction(const ScriptTransaction&) = delete;
-  ScriptTransaction& operator=(const ScriptTransaction&) = delete;
-  ~ScriptTransaction() {
-    if (!transaction_.isOpen()) return;
-    transaction_.rollBack();
-    objects_.forgetChanges();
-  }
-
-  void commit() {
-    if (transaction_.commit()) return;
-    objects_.forgetChanges();
-    fail();
-  }
-
- private:
-  [[noreturn]] void fail() const {
-    failRefused(objects_.document(), "not_supported", jt::lastError());
-  }
-  Objects& objects_;
-  JtwTransaction transaction_;
-};
-
 }  // namespace
 
 std::span<const char* const> scriptVerbs() noexcept {
@@ -233,7 +202,7 @@ std::span<const char* const> scriptVerbs() noexcept {
 
 ScriptResult runScript(Objects& objects, std::span<const ScriptStep> steps,
                        const ScriptProgress& progress) {
-  ScriptTransaction transaction(objects);
+  EditTransaction transaction(objects);
   ScriptRun run(objects, progress);
   try {
     ScriptResult result = run.run(steps);

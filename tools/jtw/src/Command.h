@@ -48,6 +48,8 @@ ExitCode runExplain(Session& session);
 ExitCode runVerify(Session& session);
 ExitCode runCopy(Session& session);
 ExitCode runDiff(Session& session);
+/// diff --patch: the changes from A to B, for apply.
+ExitCode runDiffPatch(Session& session);
 ExitCode runNew(Session& session);
 ExitCode runTree(Session& session);
 ExitCode runFind(Session& session);
@@ -59,6 +61,9 @@ ExitCode runRm(Session& session);
 ExitCode runMv(Session& session);
 ExitCode runClone(Session& session);
 ExitCode runEdit(Session& session);
+ExitCode runApply(Session& session);
+ExitCode runMerge(Session& session);
+ExitCode runGitSetup(Session& session);
 ExitCode runFrames(Session& session);
 ExitCode runBuffer(Session& session);
 ExitCode runExportPartition(Session& session);

@@ -97,6 +97,8 @@ constexpr Option kDiffOptions[] = {
     kUpwards,
     kPerspective,
     kBackground,
+    {"patch", 0, nullptr, "write the changes from A to B, for apply"},
+    {"output", 'o', "FILE", "with --patch: where to; without it standard output"},
     kMaxSegment,
     kMaxDocument,
     kFollowLinks};
@@ -129,6 +131,20 @@ constexpr Option kInspectOptions[] = {
 constexpr Option kGetOptions[] = {kSelect, kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kChangeOptions[] = {kSelect, kDryRun, kMaxSegment, kMaxDocument, kFollowLinks};
 constexpr Option kSetOptions[] = {kDryRun, kMaxSegment, kMaxDocument, kFollowLinks};
+constexpr Option kApplyOptions[] = {
+    {"force-matching", 0, nullptr, "leave out the changes that do not fit, and make the others"},
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument,
+    kFollowLinks};
+constexpr Option kMergeOptions[] = {
+    {"ours", 0, nullptr, "in conflicts take the changes of OURS"},
+    {"theirs", 0, nullptr, "in conflicts take the changes of THEIRS"},
+    kDryRun,
+    kMaxSegment,
+    kMaxDocument,
+    kFollowLinks};
+constexpr Option kGitSetupOptions[] = {{"global", 0, nullptr, "for all repositories of the user"}};
 constexpr Option kKey{"key", 0, "K", "the key of the new object; 'auto', the next free one (auto)"};
 constexpr Option kAddOptions[] = {kKey,
                                   {"parent", 0, "P", "the object that it goes under (root)"},
@@ -425,6 +441,28 @@ constexpr Command kCommands[] = {
      "NAME and VALUE as for set. \"as\": LABEL names what add or clone made: \"@LABEL\" further "
      "on.",
      2, 2, kSetOptions, runEdit},
+    {"apply", "DOC PATCH|-", "makes the changes of a patch in a component and saves",
+     "jtw diff --patch old.kpak new.kpak | jtw apply mine.kpak -",
+     "All or nothing: every object must be there and every value be the old one of the patch. "
+     "What\n"
+     "does not fit is listed.",
+     2, 2, kApplyOptions, runApply},
+    {"merge", "BASE OURS THEIRS OUT [--ours|--theirs]",
+     "puts the changes together that two sides made to a component",
+     "jtw merge old.jt mine.jt yours.jt merged.jt",
+     "Object by object, by key. Where both sides changed the same thing in two ways, it is a "
+     "conflict:\n"
+     "all are listed, the exit code is 1 and nothing is written. OUT may be OURS.",
+     4, 4, kMergeOptions, runMerge},
+    {"git-setup", "[--global]", "makes git compare and merge JT files with this program",
+     "jtw git-setup",
+     "Writes the drivers into the configuration of the repository of the current folder, and a "
+     "line "
+     "for\n"
+     "*.jt into its .gitattributes; what is there already stays. git diff shows objects with "
+     "their\n"
+     "values then, and git merge puts the changes of two branches together.",
+     0, 0, kGitSetupOptions, runGitSetup},
     {"frames", "DOC [KEY] [--set FILE [--binary]] | DOC --from A --to B [--unit UNIT]",
      "shows or replaces lists of frames; where one object lies, seen from another",
      "jtw frames gear.kpak 2 --json | jtw frames wheel.kpak 2 --set -",

@@ -191,12 +191,21 @@ void fill(JtwPMIAnnotation& annotation, PMIState state, int id) {
 bool isFrameAsStored(JtwPMI& frame, const jt::PMIGenericEntity& entity, const PMISpace& space) {
   const JtString* name = attributeOf(entity, pmi::kName);
   if ((name ? name->toWide() : RWClassicWString()) != frame.name()) return false;
+  // What the list of frames keeps too.
+  const JtwNwObjData stored = readRecord(entity, JtString());
+  const JtwNwObjData& wanted = *frame.KrData();
+  if (stored.key == wanted.key &&
+      (stored.attributes != wanted.attributes || stored.globalUniqueId != wanted.globalUniqueId ||
+       stored.attachmentParent != wanted.attachmentParent ||
+       stored.attachmentType != wanted.attachmentType ||
+       stored.displayState != wanted.displayState))
+    return false;
   // A frame is kept in double precision elsewhere, its coordinate system in single precision.
   const RTTran3D read = readCoordinateSystem(entity, space);
-  const RTTran3D wanted = frame.relLoc();
-  const double tolerance = 1e-6 * std::max(1.0, wanted.getTranslation().length());
+  const RTTran3D place = frame.relLoc();
+  const double tolerance = 1e-6 * std::max(1.0, place.getTranslation().length());
   for (std::size_t i = 0; i < 16; ++i)
-    if (!(std::abs(read.values()[i] - wanted.values()[i]) <= tolerance)) return false;
+    if (!(std::abs(read.values()[i] - place.values()[i]) <= tolerance)) return false;
   return true;
 }
 

@@ -161,6 +161,8 @@ void showAnswer(Session& session, const Answer& answer) {
 
 ExitCode runDiff(Session& session) {
   const Arguments& arguments = session.arguments();
+  if (arguments.has("patch")) return runDiffPatch(session);
+  if (arguments.value("output")) failUsage("--output is for --patch");
   jt::CompareOptions options;
   options.tolerance = arguments.tolerance("tolerance").value_or(0);
   options.identityKeys = {jtw::keyProperty()};

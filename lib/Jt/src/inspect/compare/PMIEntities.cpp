@@ -57,7 +57,32 @@ std::string linesOf(const PMIGenericEntity& entity) {
 }
 
 bool sameLines(const PMIPolylines& a, const PMIPolylines& b) {
-  return a.indices == b.indices && a.types == b.types && a.vertices == b.vertices;
+  return a.indices == b.indices && a.types == b.types && a.widths == b.widths &&
+         a.vertices == b.vertices;
+}
+
+/// The same strokes, whatever number the text has.
+bool sameStrokes(const std::vector<PMIText>& a, const std::vector<PMIText>& b) {
+  return std::ranges::equal(a, b, [](const PMIText& x, const PMIText& y) {
+    return x.font == y.font && x.box == y.box && x.indices == y.indices && x.vertices == y.vertices;
+  });
+}
+
+std::string strokesOf(const PMIGenericEntity& entity) {
+  std::size_t points = 0;
+  for (const PMIText& text : entity.texts) points += text.vertices.size() / 2;
+  return std::to_string(entity.texts.size()) + " texts of " + std::to_string(points) + " points";
+}
+
+/// The group that the type belongs to, and how the entity is shown.
+std::string groupOf(const PMIDataManager& pmi, const PMIGenericEntity& entity) {
+  std::string all;
+  for (const std::int32_t id : {entity.typeNameId, entity.parentTypeNameId}) {
+    const JtString* name = pmi.string(id);
+    all += (name ? name->stringToMbs() : "") + " ";
+  }
+  return all + std::to_string(entity.parentType) + " " + std::to_string(entity.userFlags) + " " +
+         std::to_string(entity.base.symbolValid);
 }
 
 class Reporting {
@@ -87,7 +112,12 @@ class Reporting {
     if (!sameLines(x.lines, y.lines)) report(a.label, "lines", linesOf(x), linesOf(y));
     const std::string textA = textsOf(pmiA, x);
     const std::string textB = textsOf(pmiB, y);
-    if (textA != textB) report(a.label, "text", textA, textB);
+    if (textA != textB)
+      report(a.label, "text", textA, textB);
+    else if (!sameStrokes(x.texts, y.texts))
+      report(a.label, "strokes", strokesOf(x), strokesOf(y));
+    if (groupOf(pmiA, x) != groupOf(pmiB, y))
+      report(a.label, "group", groupOf(pmiA, x), groupOf(pmiB, y));
   }
 
   bool any() const noexcept { return any_; }
@@ -112,7 +142,20 @@ class Reporting {
   bool any_ = false;
 };
 
+bool isPlain(const PMIData& data) {
+  const auto isEmpty = [](const auto& list) { return list.empty(); };
+  return std::ranges::all_of(data.flat, isEmpty) && std::ranges::all_of(data.solid, isEmpty) &&
+         data.designGroups.empty() && data.coordinateSystems.empty() && data.associations.empty() &&
+         data.userAttributes.empty() && data.modelViews.empty() && data.viewProperties.empty() &&
+         data.polygons.filled.empty() && data.fonts.empty() &&
+         std::ranges::all_of(data.trailingBytes, [](std::byte b) { return b == std::byte{}; });
+}
+
 }  // namespace
+
+bool holdEntitiesAlone(const PMIDataManager& a, const PMIDataManager& b) {
+  return isPlain(a.data()) && isPlain(b.data());
+}
 
 bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& storedA,
                        const PMIDataManager& storedB, std::span<const JtString> identityKeys) {

@@ -16,4 +16,8 @@ namespace jt::compare_detail {
 bool reportPMIEntities(Report& report, PairId pair, const PMIDataManager& a,
                        const PMIDataManager& b, std::span<const JtString> identityKeys);
 
+/// True when both hold generic entities and nothing else. Where they do, how the file numbers
+/// texts, and texts that nothing names any more, mean nothing.
+bool holdEntitiesAlone(const PMIDataManager& a, const PMIDataManager& b);
+
 }  // namespace jt::compare_detail

@@ -154,10 +154,9 @@ void SegmentComparison::compareLate(PairId pair, const std::string& key,
     const Ref<JtBase> pmiB = isShape ? nullptr : placeB.load(PMIDataManager::classTypeID());
     const auto* managerA = as<PMIDataManager>(pmiA.get());
     const auto* managerB = as<PMIDataManager>(pmiB.get());
-    // Texts that nothing names, and how the file numbers them, mean nothing.
     if (managerA && managerB &&
         (reportPMIEntities(report_, pair, *managerA, *managerB, graphs_.factsA.identityKeys()) ||
-         sameObjects(managerA, managerB)))
+         holdEntitiesAlone(*managerA, *managerB) || sameObjects(managerA, managerB)))
       return;
   }
   report_.add(pair, DifferenceKind::property, key, [&](Difference& difference) {

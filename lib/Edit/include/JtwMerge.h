@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "JtwExport.h"
+#include "JtwPatch.h"
+
+namespace jtw {
+
+/// Whose changes count where two sides changed the same thing.
+enum class MergeSide : std::uint8_t { neither, ours, theirs };
+
+/// Something that both sides changed, each in its own way.
+struct MergeConflict {
+  std::string at;  ///< the object, as in patches
+  PatchWhat what = PatchWhat::value;
+  std::string name;
+  PatchValue base;
+  PatchValue ours;
+  PatchValue theirs;
+  std::string reason;  ///< for readers
+};
+
+/// What merging found.
+struct MergeResult {
+  Patch patch;  ///< the changes that lead from `ours` to the merged component
+  std::vector<MergeConflict> conflicts;  ///< those that a chosen side decided too
+};
+
+/// Merges the changes that two sides made to a component, object by object by their keys. What one
+/// side changed is taken, and what both changed alike. Conflicts are: a value with two new values,
+/// an object that one side removed and the other changed, filled or attached something to, moves
+/// that lead in a circle or to two parents, and two new objects with one key that are not the same.
+/// Of orders that both changed, that of `ours` holds.
+/// @param side decides conflicts; while there are some and neither side is chosen, the patch is not
+///   to be applied
+JTW_API MergeResult merge(const ComponentFacts& base, const ComponentFacts& ours,
+                          const ComponentFacts& theirs, MergeSide side = MergeSide::neither);
+
+}  // namespace jtw

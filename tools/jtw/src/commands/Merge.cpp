@@ -1,0 +1,189 @@
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Command.h"
+#include "Component.h"
+#include "InputFile.h"
+#include "JtwMerge.h"
+#include "JtwPatch.h"
+#include "PatchDocument.h"
+#include "SaveResult.h"
+#include "Session.h"
+
+namespace tool {
+namespace {
+
+using jtw::MergeSide;
+
+MergeSide sideOption(const Arguments& arguments) {
+  const bool ours = arguments.has("ours");
+  const bool theirs = arguments.has("theirs");
+  if (ours && theirs) failUsage("--ours and --theirs exclude each other");
+  return ours ? MergeSide::ours : theirs ? MergeSide::theirs : MergeSide::neither;
+}
+
+/// Content that no patch can hold, as one conflict of both sides.
+struct ContentConflict {
+  jt::Difference ours;
+  jt::Difference theirs;
+};
+
+struct Merged {
+  jtw::MergeResult result;
+  std::optional<ContentConflict> content;
+  bool startsFromTheirs = false;
+
+  std::size_t conflictCount() const { return result.conflicts.size() + (content ? 1U : 0U); }
+};
+
+/// Conflicts as they are seen from the other side.
+void turnAround(std::vector<jtw::MergeConflict>& conflicts) {
+  for (jtw::MergeConflict& conflict : conflicts) {
+    std::swap(conflict.ours, conflict.theirs);
+    const auto word = [&conflict](const char* from, const char* to) {
+      if (const auto at = conflict.reason.find(from); at != std::string::npos)
+        conflict.reason.replace(at, std::string(from).size(), to);
+    };
+    word("ours", "\x01");
+    word("theirs", "ours");
+    word("\x01", "theirs");
+  }
+}
+
+/// What a patch cannot hold has to come from where the merged document starts.
+Merged mergeComponents(Component& base, const Component& ours, const Component& theirs,
+                       MergeSide side) {
+  const jtw::ComponentFacts inBase(base.objects());
+  const jtw::ComponentFacts inOurs(ours.objects());
+  const jtw::ComponentFacts inTheirs(theirs.objects());
+  Merged merged;
+  const auto lossesOfTheirs =
+      jtw::lossesOf(base.objects(), theirs.root(), jtw::difference(inBase, inTheirs), 1);
+  if (!lossesOfTheirs.empty()) {
+    const auto lossesOfOurs =
+        jtw::lossesOf(base.objects(), ours.root(), jtw::difference(inBase, inOurs), 1);
+    if (!lossesOfOurs.empty())
+      merged.content = ContentConflict{lossesOfOurs.front(), lossesOfTheirs.front()};
+    merged.startsFromTheirs = lossesOfOurs.empty() || side == MergeSide::theirs;
+  }
+  if (!merged.startsFromTheirs) {
+    merged.result = jtw::merge(inBase, inOurs, inTheirs, side);
+    return merged;
+  }
+  const MergeSide turned = side == MergeSide::ours     ? MergeSide::theirs
+                           : side == MergeSide::theirs ? MergeSide::ours
+                                                       : MergeSide::neither;
+  merged.result = jtw::merge(inBase, inTheirs, inOurs, turned);
+  turnAround(merged.result.conflicts);
+  return merged;
+}
+
+std::string lossText(const jt::Difference& difference) {
+  return difference.path + " " + jt::differenceName(difference.kind) +
+         (difference.name.empty() ? "" : " " + difference.name);
+}
+
+void writeConflicts(JsonWriter& json, const Merged& merged) {
+  json.key("conflicts");
+  json.beginArray();
+  for (const jtw::MergeConflict& conflict : merged.result.conflicts) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.key("at");
+    writePatchPlace(json, conflict.at);
+    json.member("what", jtw::patchWhatName(conflict.what));
+    json.textOrNull("name", conflict.name);
+    const auto side = [&](const char* name, const jtw::PatchValue& value) {
+      json.key(name);
+      writePatchValue(json, value, conflict.name);
+    };
+    side("base", conflict.base);
+    side("ours", conflict.ours);
+    side("theirs", conflict.theirs);
+    json.member("reason", conflict.reason);
+    json.end();
+  }
+  if (merged.content) {
+    json.beginObject(JsonWriter::Layout::line);
+    json.nullMember("at");
+    json.member("what", "content");
+    json.nullMember("name");
+    json.nullMember("base");
+    json.member("ours", lossText(merged.content->ours));
+    json.member("theirs", lossText(merged.content->theirs));
+    json.member("reason", "both sides changed what no patch can hold");
+    json.end();
+  }
+  json.end();
+}
+
+void showConflicts(Session& session, const Merged& merged) {
+  Output& out = session.out();
+  const std::string label = session.style().paint(Ink::red, "conflict ");
+  for (const jtw::MergeConflict& conflict : merged.result.conflicts) {
+    const std::string name = conflict.name.empty() ? "" : " " + conflict.name;
+    out.line(label +
+             printable(conflict.at + "  " + jtw::patchWhatName(conflict.what) + name + ": " +
+                       conflict.reason + ": " + jtw::valueText(conflict.base) + " -> " +
+                       jtw::valueText(conflict.ours) + " | " + jtw::valueText(conflict.theirs)));
+  }
+  if (merged.content)
+    out.line(label +
+             printable("content: both sides changed what no patch can hold: " +
+                       lossText(merged.content->ours) + " | " + lossText(merged.content->theirs)));
+}
+
+}  // namespace
+
+ExitCode runMerge(Session& session) {
+  const Arguments& arguments = session.arguments();
+  const MergeSide side = sideOption(arguments);
+  const bool dryRun = arguments.has("dry-run");
+  const std::string& out = session.argument(3);
+  const DocumentName outName(out);
+  // A folder that is there has a JT file to be written.
+  const std::string outFile = outName.isFolder ? jtFileOf(out) : out;
+  Component base(session, session.argument(0), false);
+  Component ours(session, session.argument(1), false);
+  Component theirs(session, session.argument(2), false);
+  const Merged merged = mergeComponents(base, ours, theirs, side);
+  const bool isRefused = merged.conflictCount() > 0 && side == MergeSide::neither;
+  if (!session.wantsJson()) showConflicts(session, merged);
+  std::optional<jt::SaveReport> report;
+  if (!isRefused) {
+    Component& start = merged.startsFromTheirs ? theirs : ours;
+    if (!jtw::applyPatch(start.objects(), merged.result.patch).misfits.empty())
+      throw Failure(ExitCode::refused, "not_supported",
+                    "the changes of both sides do not go together", {.file = start.document()});
+    jt::SaveOptions options;
+    options.dryRun = dryRun;
+    claimOutput(session, outFile, dryRun);
+    report =
+        savePartition(*start.root().partition(), outputLocation(outFile).get(), options, outFile);
+    showSaveWarnings(session, *report);
+  }
+  const std::size_t conflicts = merged.conflictCount();
+  if (!session.wantsJson()) {
+    if (isRefused) {
+      session.out().line(counted(conflicts, "conflict") +
+                         "; nothing is written without --ours or --theirs");
+      return ExitCode::no;
+    }
+    session.out().line("merged " + counted(merged.result.patch.changes.size(), "change") +
+                       (conflicts > 0 ? ", decided " + counted(conflicts, "conflict") : ""));
+    showSaved(session, *report, dryRun);
+    return ExitCode::done;
+  }
+  session.beginResult();
+  session.json().member("out", out);
+  session.json().member("changes", merged.result.patch.changes.size());
+  writeConflicts(session.json(), merged);
+  if (report)
+    writeSaved(session, *report);
+  else
+    session.json().nullMember("saved");
+  session.endResult();
+  return isRefused ? ExitCode::no : ExitCode::done;
+}
+
+}  // namespace tool
