@@ -196,6 +196,25 @@ TEST_F(Picture, ShowsWhatIsChosenCutOrPulledApart) {
   EXPECT_NEAR(static_cast<double>(columns(picture(front + "--explode 1"))), 92 * 10 / 70.0, 1.1);
 }
 
+TEST_F(Picture, DeepPathsAreNotLookedAtWithoutEnd) {
+  auto partition = jt::make<JtPartition>();
+  auto mesh = std::make_shared<jt::Mesh>();
+  mesh->positions = {{0, 0, 0}, {1, 0, 0}, {0, 0, 2}};
+  mesh->corners = {0, 1, 2};
+  JtGroup* group = partition.get();
+  for (int depth = 0; depth < 90; ++depth) {
+    const auto below = jt::make<JtGroup>();
+    below->addChild(jt::makeShape(mesh).get());
+    group->addChild(below.get());
+    group = below.get();
+  }
+  save(*partition);
+  const std::string few = "snapshot boxes.jt out.png --size 9x9 --max-places 100";
+  EXPECT_EQ(work_.json(few)["shapes"], 90);
+  EXPECT_EQ(work_.json(few + " --explode 1", 3)["code"], "too_many_places");
+  EXPECT_EQ(work_.json("snapshot boxes.jt out.png --size 9x9 --explode 1")["shapes"], 90);
+}
+
 TEST_F(Picture, EdgesAndWidthsAreDrawn) {
   auto partition = jt::make<JtPartition>();
   addBox(*partition, {10, 20, 40}, 0, {1, 0, 0, 1});

@@ -70,8 +70,7 @@ Scene::Scene(JtPartition& partition, const SceneRequest& request)
   options.isHidden = [](const JtNode& node) { return !JtwLeaf::isDisplayed(&node); };
   if (request.withAnnotations)
     options.onNode = [this](std::span<JtNode* const> path, const jt::Matrix4& toRoot) {
-      if (!isFull() && (!request_.isShown || request_.isShown(path)))
-        annotations_.add(*path.back(), inUnitOfRoot(path, toRoot));
+      if (!isFull() && takes(path)) annotations_.add(*path.back(), inUnitOfRoot(path, toRoot));
     };
   if (request.withWires)
     options.onWires = [this](const jt::DrawnWires& drawn) {
@@ -87,10 +86,23 @@ Scene::Scene(JtPartition& partition, const SceneRequest& request)
                       " objects, each counted where it occurs; option: --max-places");
 }
 
+bool Scene::takes(std::span<JtNode* const> path) {
+  const bool isLookedAt =
+      request_.isShown || request_.labelOf || request_.withParts || hasSeveralUnits_;
+  if (isLookedAt) pathSteps_ += path.size();
+  return !request_.isShown || request_.isShown(path);
+}
+
+bool Scene::isFull() const noexcept {
+  // What a small file can make deep is not to be looked at again and again.
+  constexpr std::uint64_t kStepsOfPlace = 16;
+  return items_.size() + annotations_.occurrences() > most_ || pathSteps_ / kStepsOfPlace > most_;
+}
+
 template <class Drawn>
 bool Scene::add(const Drawn& drawn, const JtNode* node, const Source& source) {
   if (isFull()) return false;
-  if (request_.isShown && !request_.isShown(drawn.path)) return true;
+  if (!takes(drawn.path)) return true;
   const auto [known, isNew] = indices_.try_emplace(node, sources_.size());
   if (isNew) sources_.push_back(source);
   constexpr Color kNoMaterial{0.72F, 0.74F, 0.78F, 1};

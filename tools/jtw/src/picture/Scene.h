@@ -98,7 +98,9 @@ class Scene {
     JtShape* shape;
     VisPartNode* partWithWires;
   };
-  bool isFull() const noexcept { return items_.size() + annotations_.occurrences() > most_; }
+  bool isFull() const noexcept;
+  /// Whether what a path leads to is drawn.
+  bool takes(std::span<JtNode* const> path);
   template <class Drawn>
   bool add(const Drawn& drawn, const JtNode* node, const Source& source);
   const PlacedTexture* textureOf(const jt::InheritedTexture& inherited);
@@ -110,6 +112,7 @@ class Scene {
 
   SceneRequest request_;
   const std::uint64_t most_;
+  std::uint64_t pathSteps_ = 0;  // of paths that were looked at
   double millimetres_ = 1;
   bool hasSeveralUnits_ = false;
   std::unordered_map<const JtNode*, std::size_t> indices_;
