@@ -89,6 +89,8 @@ TEST(ManyFiles, MistakesAreOneErrorAndWriteNothing) {
   work.write("nothing", "\n\r\n");
   work.write("zeros", std::string("in\0", 3));
   fs::copy_file(work.path("tiny95.jt"), work.path("in/sub/b.jt"));
+  fs::create_directory(work.path("sub"));
+  fs::copy_file(work.path("zoo95.jt"), work.path("sub/tiny95.jt"));
   const struct {
     int exit;
     const char* code;
@@ -115,6 +117,7 @@ TEST(ManyFiles, MistakesAreOneErrorAndWriteNothing) {
         "snapshot tiny95.jt",
         "convert in/b.jt in/sub/b.jt -o out --to glb",
         "convert in -o out",
+        "convert asm95.jt sub/tiny95.jt -o out --to jt",
         "convert in -o out --to png",
         "convert in -o in --to jt",
         "convert in/b.jt -o in --to jt",
@@ -138,6 +141,9 @@ TEST(ManyFiles, BecomeFilesInAFolder) {
     EXPECT_TRUE(work.exists(std::string("made/pics/") + file)) << file;
   if (!JTW_HAS_MESH) GTEST_SKIP() << "no jtw-mesh";
   work.write("one.obj", "v 0 0 0\nv 7 0 0\nv 0 3 0\nf 1 2 3\n");
+  // The part file of an assembly is another one of the files.
+  EXPECT_EQ(work.run("convert asm95.jt tiny95.jt -o made/as --to jt -q").exit, 0);
+  EXPECT_EQ(work.json("diff asm95.jt made/as/asm95.jt")["same"], true);
   EXPECT_EQ(work.run("convert in/cell.kpak tiny95.jt one.obj -o made/jt --to jt -q").exit, 0);
   EXPECT_EQ(filesIn(work.json("verify made/jt")),
             (std::vector<std::string>{"made/jt/cell.jt", "made/jt/one.jt", "made/jt/tiny95.jt"}));

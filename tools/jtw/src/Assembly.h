@@ -23,6 +23,10 @@ struct OpenedAssembly {
 /// that cannot be opened are warnings. Throws Failure.
 OpenedAssembly openAssembly(Session& session, const std::string& path);
 
+/// The part files that a JT file refers to, closed again: of a large assembly one can be looked at
+/// after the other. None for a file that cannot be read.
+std::vector<jt::PartFile> listPartFiles(JtStorageLocation& location, const jt::ReadLimits& limits);
+
 /// Writes the member "files" of a result.
 void writeFiles(JsonWriter& json, const std::vector<jt::PartFile>& parts);
 /// `done`, or `no` when part files could not be read: the answer is about the rest only.

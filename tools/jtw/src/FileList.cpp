@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "ApiSysFilePath.h"
+#include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
@@ -68,6 +69,13 @@ std::vector<std::string> readNames(const std::string& list, bool endWithZero) {
   return names;
 }
 
+/// One text for all names of a file.
+std::string real(const std::string& path) {
+  std::error_code ignored;
+  const fs::path full = fs::weakly_canonical(fs::absolute(path, ignored), ignored);
+  return full.empty() ? path : full.string();
+}
+
 }  // namespace
 
 FileList listFiles(const Session& session, Wanted wanted) {
@@ -103,11 +111,6 @@ void requireNoList(const Session& session) {
 
 std::vector<std::string> outputsOf(const FileList& list, const std::string& folder,
                                    const std::string& extension) {
-  const auto real = [](const std::string& path) {
-    std::error_code ignored;
-    const fs::path full = fs::weakly_canonical(path, ignored);
-    return full.empty() ? path : full.string();
-  };
   std::set<std::string> read;
   for (const ListedFile& file : list.files) {
     if (file.path == "-") failUsage("'-' has no name that a file in '" + folder + "' could have");
@@ -129,6 +132,29 @@ std::vector<std::string> outputsOf(const FileList& list, const std::string& fold
                 "', which is read; nothing was written");
   }
   return outputs;
+}
+
+void requireSeparateParts(const Session& session, const FileList& list,
+                          const std::vector<std::string>& outputs) {
+  const jt::ReadLimits limits = readLimits(session);
+  std::map<std::string, std::string> sources;  // of the files that are written
+  const auto claim = [&sources](const std::string& output, const std::string& source) {
+    const auto [known, isNew] = sources.emplace(real(output), real(source));
+    if (!isNew && known->second != real(source))
+      failUsage("'" + known->second + "' and '" + source + "' would both become '" + output +
+                "'; nothing was written");
+  };
+  for (std::size_t i = 0; i < outputs.size(); ++i)
+    claim(outputs[i], jtFileOf(DocumentName(list.files[i].path).path));
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    if (!DocumentName(list.files[i].path).isJt) continue;
+    const std::string file = jtFileOf(DocumentName(list.files[i].path).path);
+    const fs::path from = fs::path(real(file)).parent_path();
+    const fs::path to = fs::path(outputs[i]).parent_path();
+    for (const jt::PartFile& part : listPartFiles(*inputLocation(file), limits))
+      if (part.state == jt::PartFile::State::read)
+        claim((to / fs::path(real(part.file)).lexically_relative(from)).string(), part.file);
+  }
 }
 
 void makeFoldersOf(const std::vector<std::string>& files) {

@@ -42,6 +42,10 @@ void requireNoList(const Session& session);
 /// that is read.
 std::vector<std::string> outputsOf(const FileList& list, const std::string& folder,
                                    const std::string& extension);
+/// Throws Failure "usage" when a part file that comes along with a file of the list would get the
+/// name of another result.
+void requireSeparateParts(const Session& session, const FileList& list,
+                          const std::vector<std::string>& outputs);
 /// Makes the folders of these files. Throws Failure.
 void makeFoldersOf(const std::vector<std::string>& files);
 

@@ -89,15 +89,16 @@ ExitCode convertEach(Session& session, const std::string& folder) {
   requireFormat(*format);
   const FileList list = listFiles(session, Wanted::documents);
   const std::vector<std::string> outputs = outputsOf(list, folder, "." + *format);
-  if (!arguments.has("dry-run")) makeFoldersOf(outputs);
-  std::vector<CommandPiece> pieces;
-  for (std::size_t i = 0; i < outputs.size(); ++i)
-    pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
   // Two assemblies can have a part file in common, which each of them writes.
   const bool sharesFiles = *format == "jt" && !arguments.has("top-only") &&
                            std::ranges::any_of(list.files, [](const ListedFile& file) {
                              return DocumentName(file.path).isJt;
                            });
+  if (sharesFiles) requireSeparateParts(session, list, outputs);
+  if (!arguments.has("dry-run")) makeFoldersOf(outputs);
+  std::vector<CommandPiece> pieces;
+  for (std::size_t i = 0; i < outputs.size(); ++i)
+    pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
   return runForEach(session, pieces, sharesFiles ? 1 : Batch::jobs(session), true);
 }
 

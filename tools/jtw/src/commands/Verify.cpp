@@ -63,21 +63,6 @@ std::size_t addMeaningFindings(JtStorageLocation& location, const Checks& checks
   }
 }
 
-/// The part files that a file refers to, closed again: of a large assembly one is looked at after
-/// the other.
-std::vector<jt::PartFile> listParts(JtStorageLocation& location, const jt::ReadLimits& limits) {
-  JtPartition::_autoLoadShapes = false;
-  try {
-    JtPartition* opened = nullptr;
-    JtPartition::openPartition(&location, nullptr, opened, limits);
-    const auto top = jt::Ref<JtPartition>::adopt(opened);
-    JtPartition::openAllPartitions(opened, true);
-    return jt::partFilesOf(*top);
-  } catch (const JtFormatError&) {
-    return {};  // is among the findings
-  }
-}
-
 void nameOptions(std::vector<jt::Diagnostic>& findings) {
   for (jt::Diagnostic& finding : findings)
     if (finding.isError) finding.message += limitOptions(finding.code);
@@ -105,7 +90,7 @@ Verdict examine(Session& session, const std::string& path,
   const Checks checks(session);
   const jt::Ref<JtStorageLocation> location = inputLocation(path);
   std::vector<jt::PartFile> parts;
-  if (path != "-") parts = listParts(*location, checks.limits);
+  if (path != "-") parts = listPartFiles(*location, checks.limits);
   const double share = 1.0 / static_cast<double>(parts.size() + 1);
   Verdict verdict{.file = path,
                   .findings = jt::verify(*location, checks.limits,
@@ -115,8 +100,6 @@ Verdict examine(Session& session, const std::string& path,
   std::size_t compared = addMeaningFindings(*location, checks, verdict.findings);
   nameOptions(verdict.findings);
   for (jt::PartFile& part : parts) {
-    part.partition = nullptr;
-    part.holders.clear();
     std::vector<jt::Diagnostic> findings = examinePart(part, checks, compared);
     verdict.parts.push_back({std::move(part), std::move(findings)});
     progress(static_cast<double>(verdict.parts.size() + 1) * share);
