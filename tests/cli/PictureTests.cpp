@@ -316,6 +316,9 @@ TEST_F(Picture, TwoFilesAreComparedByColor) {
   EXPECT_EQ(work_.json("diff a.jt b.jt --tolerance 1", 1)["picture"], nullptr);
   EXPECT_EQ(work_.json("diff a.jt b.jt --picture out.png --tolerance 50", 1)["picture"]["moved"],
             0);
+  EXPECT_NE(work_.run("diff a.jt b.jt --picture out.png")
+                .out.find("out.png: added 1, removed 1, moved 1, changed 2, same 2\n"),
+            std::string::npos);
   EXPECT_EQ(work_.json("diff a.jt b.jt --view top", 2)["code"], "usage");
   EXPECT_EQ(work_.json("diff a.jt b.jt --picture b.jt", 2)["code"], "usage");
 }

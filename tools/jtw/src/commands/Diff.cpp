@@ -151,6 +151,7 @@ void showAnswer(Session& session, const Answer& answer) {
   for (const jt::ComparedSegment& segment : answer.segments)
     out.line("segment " + segment.id.text() + "  " + padRight(stateName(segment.state), 7) + "  " +
              jt::segmentName(segment.type));
+  showDiffPicture(session, answer.picture);
   const std::size_t count = answer.result.differences;
   out.line(answer.isSame() ? session.style().paint(Ink::green, "same")
                            : counted(count, "difference") +

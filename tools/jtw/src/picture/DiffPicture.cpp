@@ -3,6 +3,7 @@
 #include <string>
 
 #include "InputFile.h"
+#include "Output.h"
 #include "PictureOptions.h"
 #include "Progress.h"
 #include "Session.h"
@@ -48,6 +49,14 @@ std::optional<ComparedShapes> drawDiffPicture(Session& session, JtPartition& bef
                  progress.update(0.5 + share / 2);
                }));
   return shapes;
+}
+
+void showDiffPicture(Session& session, const std::optional<ComparedShapes>& shapes) {
+  if (!shapes) return;
+  std::string line;
+  for (const Caption& caption : legendOf(*shapes))
+    line += (line.empty() ? ": " : ", ") + caption.text;
+  session.out().line(printable(*session.arguments().value("picture")) + line);
 }
 
 void writeDiffPicture(JsonWriter& json, const Arguments& arguments,

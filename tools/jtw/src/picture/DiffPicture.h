@@ -19,6 +19,8 @@ void checkDiffPicture(const Arguments& arguments);
 /// are warnings. Throws Failure. @param tolerance in millimetres
 std::optional<ComparedShapes> drawDiffPicture(Session& session, JtPartition& before,
                                               JtPartition& after, double tolerance);
+/// What a picture shows, in a line of text.
+void showDiffPicture(Session& session, const std::optional<ComparedShapes>& shapes);
 /// Writes the member "picture" of a result.
 void writeDiffPicture(JsonWriter& json, const Arguments& arguments,
                       const std::optional<ComparedShapes>& shapes);
