@@ -197,6 +197,27 @@ TEST_F(Select, SelectedObjectsMoveTogether) {
   EXPECT_EQ(work_.json("mv cell.kpak 2 --select name=x --parent 3", 2).at("code"), "usage");
 }
 
+/// What is not selected may differ; what only one file has is a difference.
+TEST_F(Select, DifferencesAreThoseOfSelectedObjects) {
+  work_.write("new.jt", work_.read("cell.kpak/cell.jt"));
+  work_.json("set new.jt 3 unit=in");
+  work_.json("set new.jt 10 color=blue");
+  work_.json("rm new.jt 5");
+  const struct {
+    const char* expression;
+    int exit;
+    int count;
+  } rows[] = {{"key=10", 1, 1}, {"key=3", 1, 1}, {"key=5", 1, 1}, {"key=3 or kind=frame", 1, 1}};
+  for (const auto& [expression, exit, count] : rows)
+    EXPECT_EQ(work_.json("diff cell.kpak new.jt --select '" + std::string(expression) + "'", exit)
+                  .at("count"),
+              count)
+        << expression;
+  EXPECT_EQ(work_.run("diff cell.kpak new.jt --select name=Nothing").exit, 5);
+  for (const char* other : {"--segments", "--patch"})
+    EXPECT_EQ(work_.run(std::string("diff cell.kpak new.jt --select key=3 ") + other).exit, 2);
+}
+
 TEST_F(Select, TreesShowAPart) {
   const auto shape = [&](const std::string& options) {
     std::string text;

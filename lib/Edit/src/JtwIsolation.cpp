@@ -58,6 +58,7 @@ void isolate(const Objects& objects, std::span<const std::size_t> chosen) {
   }
   const NodeSet inside = withDescendants(whole);
   kept.insert(kept.end(), whole.begin(), whole.end());
+  kept.push_back(objects.root().partition());
   const NodeSet above = withAncestors(kept);
   for (JtNode* node : above) {
     auto* group = jt::as<JtGroup>(node);

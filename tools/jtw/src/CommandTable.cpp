@@ -85,9 +85,12 @@ constexpr Option kPerspective{
     "perspective", 0, "DEGREES",
     "perspective: the angle that the height covers; without it parallel lines stay so"};
 constexpr Option kBackground{"background", 0, "COLOR", "a color, as for set, or none (white)"};
+constexpr Option kOnlySelected{"select", 0, "EXPR",
+                               "only the objects that the expression holds for, see find"};
 constexpr Option kDiffOptions[] = {
     {"tolerance", 't', "T", "how far apart lengths may be, in millimetres (0)"},
     {"segments", 0, nullptr, "also compare the segments byte for byte"},
+    kOnlySelected,
     {"limit", 0, "N", "the most differences that are listed (1000)"},
     {"picture", 0, "OUT", "a picture of both: added green, removed red, moved blue, else orange"},
     kSize,
@@ -109,8 +112,6 @@ constexpr Option kNewOptions[] = {
 constexpr Option kSelect{
     "select", 0, "EXPR",
     "in the place of KEY: all objects that the expression holds for, see find"};
-constexpr Option kOnlySelected{"select", 0, "EXPR",
-                               "only the objects that the expression holds for, see find"};
 constexpr Option kTreeOptions[] = {
     {"depth", 0, "N", "only so many levels below the first"},
     {"kind", 0, "KIND", "only objects of that kind, and what they are listed under"},

@@ -1,6 +1,7 @@
 #include "SelectedAssembly.h"
 
 #include <utility>
+#include <vector>
 
 #include "Choice.h"
 #include "Component.h"
@@ -12,7 +13,7 @@ namespace tool {
 
 SelectedAssembly::SelectedAssembly() = default;
 
-SelectedAssembly::SelectedAssembly(Session& session, const std::string& path) {
+SelectedAssembly::SelectedAssembly(Session& session, const std::string& path, Empty empty) {
   const std::string* expression = session.arguments().value("select");
   if (!expression) {
     opened_ = openAssembly(session, jtFileOf(DocumentName(path).path));
@@ -20,7 +21,11 @@ SelectedAssembly::SelectedAssembly(Session& session, const std::string& path) {
   }
   const jtw::Selection selection(*expression);
   component_ = std::make_unique<Component>(session, path, false);
-  jtw::isolate(component_->objects(), chosenBy(selection, *expression, component_->objects()));
+  const jtw::Objects& objects = component_->objects();
+  const std::vector<std::size_t> chosen =
+      empty == Empty::allowed ? selection.of(objects) : chosenBy(selection, *expression, objects);
+  isEmpty_ = chosen.empty();
+  jtw::isolate(objects, chosen);
   opened_.top = jt::Ref<JtPartition>(component_->root().partition());
   opened_.parts = component_->partFiles();
 }

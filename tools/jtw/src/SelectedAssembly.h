@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -14,8 +15,11 @@ class Component;
 class SelectedAssembly {
  public:
   SelectedAssembly();
-  /// Opens a document or a JT file. Throws Failure, and jtw::EditError for the expression.
-  SelectedAssembly(Session& session, const std::string& path);
+  enum class Empty : std::uint8_t { refused, allowed };
+
+  /// Opens a document or a JT file. Throws Failure, and jtw::EditError for the expression, also for
+  /// one that holds for nothing where that is refused.
+  SelectedAssembly(Session& session, const std::string& path, Empty empty = Empty::refused);
   /// All of an assembly.
   explicit SelectedAssembly(OpenedAssembly opened);
   ~SelectedAssembly();
@@ -28,10 +32,13 @@ class SelectedAssembly {
   const std::vector<jt::PartFile>& parts() const noexcept { return opened_.parts; }
   /// True when objects were left out.
   bool isSelection() const noexcept { return component_ != nullptr; }
+  /// True when the expression holds for nothing.
+  bool isEmpty() const noexcept { return isEmpty_; }
 
  private:
   std::unique_ptr<Component> component_;  ///< of a selection: it keeps the partition open
   OpenedAssembly opened_;
+  bool isEmpty_ = false;
 };
 
 }  // namespace tool

@@ -8,8 +8,10 @@
 #include "InputFile.h"
 #include "JtCompare.h"
 #include "JtInspect.h"
+#include "JtwEditError.h"
 #include "JtwTree.h"
 #include "Progress.h"
+#include "SelectedAssembly.h"
 #include "Session.h"
 #include "picture/DiffPicture.h"
 
@@ -173,24 +175,30 @@ ExitCode runDiff(Session& session) {
   const Library library(session);  // knows the host's buffers
   const std::string& pathA = session.argument(0);
   const std::string& pathB = session.argument(1);
-  const OpenedAssembly a = openAssembly(session, pathA);
-  const OpenedAssembly b = openAssembly(session, pathB);
+  if (arguments.has("segments") && arguments.has("select"))
+    failUsage("--segments compares whole files; --select leaves most of them out");
+  // An object that is missing on one side is a difference.
+  const SelectedAssembly a(session, pathA, SelectedAssembly::Empty::allowed);
+  const SelectedAssembly b(session, pathB, SelectedAssembly::Empty::allowed);
+  if (a.isEmpty() && b.isEmpty())
+    jtw::failRefused({}, "unknown_key",
+                     "no object of either file is selected by " + *arguments.value("select"));
 
   Answer answer;
   Collector collector;
   {
     Progress progress(session, "comparing");
     options.progress = [&progress](double share) { progress.update(share); };
-    answer.result = jt::compare(*a.top, *b.top, options, collector);
+    answer.result = jt::compare(a.top(), b.top(), options, collector);
   }
   answer.differences = collector.all();
-  if (arguments.has("segments")) answer.segments = jt::compareSegments(*a.top, *b.top);
+  if (arguments.has("segments")) answer.segments = jt::compareSegments(a.top(), b.top());
   if (answer.result.skipped > 0)
     session.warn(counted(static_cast<std::size_t>(answer.result.skipped), "thing") +
                  " of unknown meaning not compared, since the files have different versions");
-  answer.picture = drawDiffPicture(session, *a.top, *b.top, options.tolerance);
-  answer.parts = a.parts;
-  answer.parts.insert(answer.parts.end(), b.parts.begin(), b.parts.end());
+  answer.picture = drawDiffPicture(session, a.top(), b.top(), options.tolerance);
+  answer.parts = a.parts();
+  answer.parts.insert(answer.parts.end(), b.parts().begin(), b.parts().end());
   if (session.wantsJson())
     writeAnswer(session, answer);
   else

@@ -29,6 +29,9 @@ std::string lossText(const std::vector<jt::Difference>& losses) {
 ExitCode runDiffPatch(Session& session) {
   const std::string* given = session.arguments().value("output");
   const std::string file = given ? *given : "-";
+  for (const char* name : {"select", "segments", "picture", "tolerance"})
+    if (session.arguments().has(name))
+      failUsage("--patch is of whole components, and exact; leave --" + std::string(name) + " out");
   Component a(session, session.argument(0), false);
   const Component b(session, session.argument(1), false);
   jtw::Patch patch =
