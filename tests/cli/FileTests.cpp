@@ -281,6 +281,10 @@ TEST(FileNames, NeedNotBeUtf8) {
                                     "export IN.jt OUT-f.jt --per-part:OUT-f",
                                     "assemble IN-plan.json OUT-m.jt:OUT-m.jt",
                                     "update-materials OUT.kpak",
+                                    "copy OUT.kpak OUT-n.jt",
+                                    "diff --patch OUT.kpak OUT-n.jt -o OUT.patch:OUT.patch",
+                                    "apply OUT.kpak OUT.patch",
+                                    "merge OUT.kpak OUT.kpak OUT.kpak OUT-t.jt:OUT-t.jt",
                                     "snapshot IN.jt OUT.png:OUT.png"};
   if (JTW_HAS_MESH)
     lines.insert(

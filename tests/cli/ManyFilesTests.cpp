@@ -147,6 +147,11 @@ TEST(ManyFiles, BecomeFilesInAFolder) {
   EXPECT_EQ(work.run("convert in/cell.kpak tiny95.jt one.obj -o made/jt --to jt -q").exit, 0);
   EXPECT_EQ(filesIn(work.json("verify made/jt")),
             (std::vector<std::string>{"made/jt/cell.jt", "made/jt/one.jt", "made/jt/tiny95.jt"}));
+  // Options of the command itself hold for each file.
+  const std::string view = " --size 40x30 --from 9,-12,7 --to 5,1,0 -q";
+  EXPECT_EQ(work.run("snapshot made/jt/one.jt tiny95.jt -o made/views" + view).exit, 0);
+  EXPECT_EQ(work.run("snapshot made/jt/one.jt one.png" + view).exit, 0);
+  EXPECT_EQ(work.read("made/views/one.png"), work.read("one.png"));
   EXPECT_EQ(work.json("convert one.obj -o dry --to glb --dry-run")["summary"]["failed"], 0);
   EXPECT_FALSE(work.exists("dry"));
 }

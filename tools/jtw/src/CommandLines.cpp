@@ -72,13 +72,13 @@ PieceReport lostPiece(const Session& session, const std::string& file) {
 
 }  // namespace
 
-ExitCode runForEach(Session& session, const std::vector<CommandPiece>& pieces, std::size_t jobs,
-                    bool isQuietWithQuiet) {
+ExitCode runForEach(Session& session, const CommandBatch& work) {
+  const std::vector<CommandPiece>& pieces = work.pieces;
   std::vector<std::string> options =
-      session.arguments().optionWords({"files-from", "null", "output-dir", "to", "jobs"});
+      session.arguments().optionWords({"files-from", "null", "output-dir", "jobs", work.ownOption});
   options.emplace_back("--no-progress");
   // The processors are busy with the other files.
-  if (jobs > 1) options.emplace_back("--jobs=1");
+  if (work.jobs > 1) options.emplace_back("--jobs=1");
   const auto run = [&](std::size_t i) {
     std::vector<std::string> words{session.command()->name};
     words.insert(words.end(), options.begin(), options.end());
@@ -92,7 +92,7 @@ ExitCode runForEach(Session& session, const std::vector<CommandPiece>& pieces, s
                .run = run,
                .lost = lost,
                .done = {},
-               .isAlwaysShown = !isQuietWithQuiet});
+               .isAlwaysShown = !work.isQuietWithQuiet});
   std::vector<std::size_t> all(pieces.size());
   std::iota(all.begin(), all.end(), std::size_t{0});
   const bool toJson = session.wantsJson();
@@ -101,7 +101,7 @@ ExitCode runForEach(Session& session, const std::vector<CommandPiece>& pieces, s
     session.json().key("files");
     session.json().beginArray();
   }
-  batch.run(all, jobs);
+  batch.run(all, work.jobs);
   if (toJson) {
     session.json().end();
     session.json().key("summary");

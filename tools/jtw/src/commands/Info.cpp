@@ -290,9 +290,9 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
 ExitCode runInfo(Session& session) {
   const FileList list = listFiles(session);
   if (!list.isOne) {
-    std::vector<CommandPiece> pieces;
-    for (const ListedFile& file : list.files) pieces.push_back({{file.path}, file.path});
-    return runForEach(session, pieces, Batch::jobs(session), false);
+    CommandBatch batch{.pieces = {}, .jobs = Batch::jobs(session), .isQuietWithQuiet = false};
+    for (const ListedFile& file : list.files) batch.pieces.push_back({{file.path}, file.path});
+    return runForEach(session, batch);
   }
   const std::string& path = session.argument(0);
   const OpenedAssembly opened = openAssembly(session, path);

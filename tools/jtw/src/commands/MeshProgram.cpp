@@ -96,10 +96,11 @@ ExitCode convertEach(Session& session, const std::string& folder) {
                            });
   if (sharesFiles) requireSeparateParts(session, list, outputs);
   if (!arguments.has("dry-run")) makeFoldersOf(outputs);
-  std::vector<CommandPiece> pieces;
+  CommandBatch batch{
+      .pieces = {}, .jobs = sharesFiles ? 1 : Batch::jobs(session), .ownOption = "to"};
   for (std::size_t i = 0; i < outputs.size(); ++i)
-    pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
-  return runForEach(session, pieces, sharesFiles ? 1 : Batch::jobs(session), true);
+    batch.pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
+  return runForEach(session, batch);
 }
 
 }  // namespace

@@ -216,10 +216,10 @@ ExitCode drawEach(Session& session, const std::string& folder) {
   const FileList list = listFiles(session, Wanted::documents);
   const std::vector<std::string> outputs = outputsOf(list, folder, ".png");
   makeFoldersOf(outputs);
-  std::vector<CommandPiece> pieces;
+  CommandBatch batch{.pieces = {}, .jobs = Batch::jobs(session)};
   for (std::size_t i = 0; i < outputs.size(); ++i)
-    pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
-  return runForEach(session, pieces, Batch::jobs(session), true);
+    batch.pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
+  return runForEach(session, batch);
 }
 
 }  // namespace
