@@ -122,8 +122,7 @@ TEST(ManyFiles, MistakesAreOneErrorAndWriteNothing) {
         "convert in -o in --to jt",
         "convert in/b.jt -o in --to jt",
         "set - 1 name=x < tiny95.jt",
-        "export tiny95.jt - --per-part",
-        "import - a.kpak < tiny95.jt"}}};
+        "export tiny95.jt - --per-part"}}};
   const std::set<std::string> before = allPaths(work);
   for (const auto& [exit, code, lines] : mistakes)
     for (const char* line : lines) EXPECT_EQ(work.json(line, exit).at("code"), code) << line;
@@ -252,6 +251,7 @@ TEST(Dash, IsStandardInputAndOutput) {
   EXPECT_EQ(work.run("convert - - --to stl < one.jt > one.stl").exit, 0);
   EXPECT_EQ(work.run("import - one.kpak --from stl < one.stl").exit, 0);
   EXPECT_EQ(work.json("info one.kpak")["shapes"]["triangles"], 1);
+  EXPECT_EQ(work.run("import - two.kpak < one.stl").exit, 2) << "of what format?";
   const Json wrong = work.json("convert - b.jt --from stl < /dev/null", 3);
   EXPECT_EQ(wrong["file"], "-");
 }
