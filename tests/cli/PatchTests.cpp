@@ -155,6 +155,27 @@ TEST_F(Patch, SaysWhatItCannotHold) {
   EXPECT_EQ(work_.run("diff tiny95.jt tiny95.jt -o out.json").exit, 2);
 }
 
+TEST_F(Patch, IsReadInADifferenceToo) {
+  edit("b.jt", R"({"do": "mv", "key": 4, "parent": "root"}, {"do": "set", "key": 4, "name": "Nut"},
+                  {"do": "rm", "key": 5}, {"do": "set", "key": 3, "color": "teal"})");
+  const Json all = work_.json("diff a.kpak b.jt --summary", 1);
+  EXPECT_TRUE(matches(all.at("summary"), R"({"parent": 1, "name": 1, "node": 0, "attribute": 1})"));
+  const auto& list = all.at("differences");
+  const auto moved =
+      std::ranges::find_if(list, [](const Json& d) { return d["what"] == "parent"; });
+  ASSERT_NE(moved, list.end());
+  EXPECT_TRUE(matches(*moved, R"({"key": 4, "path": "/a/Robot/Arm/Bolt", "a": "/a/Robot/Arm",
+                                  "b": "/a"})"));
+  EXPECT_NE(work_.run("diff a.kpak b.jt").out.find("moved from /a/Robot/Arm to /a"),
+            std::string::npos);
+  const Json some = work_.json("diff a.kpak b.jt --ignore parent,name --ignore property", 1);
+  EXPECT_EQ(some.at("count"), 1);
+  EXPECT_EQ(work_.json("diff a.kpak b.jt --ignore parent,name,property,attribute").at("same"),
+            true);
+  const Json error = work_.json("diff a.kpak b.jt --ignore nam", 2);
+  EXPECT_NE(error.at("message").get<std::string>().find("did you mean 'name'"), std::string::npos);
+}
+
 // --- Merging
 
 /// a.kpak is the base, ours.jt and theirs.jt began as the same.

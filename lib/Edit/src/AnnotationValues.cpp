@@ -79,7 +79,8 @@ PatchValue polylineNumbers(const Polylines& lines) {
 bool arePolylines(const Numbers& list) {
   for (std::size_t at = 0; at < list.size();) {
     const double count = list[at++];
-    const auto left = static_cast<double>((list.size() - at) / 3);
+    const std::size_t points = (list.size() - at) / 3;
+    const auto left = static_cast<double>(points);
     if (!(count >= 0 && count <= left) || std::trunc(count) != count) return false;
     at += 3 * static_cast<std::size_t>(count);
   }

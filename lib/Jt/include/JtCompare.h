@@ -3,6 +3,7 @@
 // What is different between two JT files: by meaning, whatever versions they have and however their
 // bytes are arranged.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -31,8 +32,11 @@ enum class DifferenceKind : std::uint8_t {
   property,   ///< one property
   metadata,   ///< one entry of the node's metadata
   geometry,   ///< the mesh of a shape
-  segment     ///< a segment that no node names
+  segment,    ///< a segment that no node names
+  parent      ///< the node with its identity key is below another one; the values are their paths
 };
+/// How many kinds there are.
+inline constexpr std::size_t kDifferenceKinds = 11;
 
 /// "node", "type", "position", ...
 JT_API const char* differenceName(DifferenceKind kind) noexcept;
@@ -48,6 +52,7 @@ struct Difference {
   std::string name;  ///< field, attribute and field, key, segment id; may be empty
   ComparedValue a;
   ComparedValue b;
+  std::string key{};  ///< value of the node's identity key; empty when it has none
 };
 
 /// Receives differences, a node's own before those of what is below it.
@@ -74,11 +79,14 @@ struct CompareOptions {
   std::size_t maxDifferences = 1000;
   /// Receives the share that is done, 0..1, of the files and part files known so far; may be empty.
   std::function<void(double)> progress = {};
+  /// Differences of these kinds are neither counted nor reported.
+  std::vector<DifferenceKind> ignored = {};
 };
 
 /// The outcome of a comparison.
 struct CompareResult {
-  std::uint64_t differences = 0;  ///< all of them
+  std::uint64_t differences = 0;                         ///< all of them
+  std::array<std::uint64_t, kDifferenceKinds> byKind{};  ///< how many of each kind
   /// Things that are not understood and could not be compared, since the files have different
   /// versions.
   std::uint64_t skipped = 0;
@@ -87,6 +95,8 @@ struct CompareResult {
 
 /// Compares two opened files, or partitions made in memory. Children are matched by identity key,
 /// then by content, then by name and type, then by place; what one side lacks is one difference. A
+/// node that one parent lacks and another one has more, by identity key, was moved: that is one
+/// difference, and the two are held against each other. A
 /// pair of nodes is compared once, however many paths lead to it; partitions that represent other
 /// files are compared by what is in the files where both are open, else by file name. Segments are
 /// loaded only where their bytes differ. Throws JtFormatError when a segment that must be looked at

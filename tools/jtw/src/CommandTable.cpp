@@ -92,6 +92,10 @@ constexpr Option kDiffOptions[] = {
     {"segments", 0, nullptr, "also compare the segments byte for byte"},
     kOnlySelected,
     {"limit", 0, "N", "the most differences that are listed (1000)"},
+    {"ignore", 0, "WHAT,...",
+     "leave out differences of these kinds: node, parent, position, name, field, attribute,\n"
+     "property, metadata, geometry, segment, type; may be given several times"},
+    {"summary", 0, nullptr, "how many differences of each kind, not each of them"},
     {"picture", 0, "OUT", "a picture of both: added green, removed red, moved blue, else orange"},
     kSize,
     kView,

@@ -1,5 +1,9 @@
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Assembly.h"
@@ -9,6 +13,7 @@
 #include "JtCompare.h"
 #include "JtInspect.h"
 #include "JtwEditError.h"
+#include "JtwNearestName.h"
 #include "JtwTree.h"
 #include "Progress.h"
 #include "SelectedAssembly.h"
@@ -75,6 +80,44 @@ std::string sideText(const jt::Difference& difference, const jt::ComparedValue& 
   return text.empty() ? "()" : text + ")";
 }
 
+/// Keys of the host are numbers.
+void writeKey(JsonWriter& json, const std::string& key) {
+  long number = 0;
+  const char* const last = key.data() + key.size();
+  const auto [end, error] = std::from_chars(key.data(), last, number);
+  if (!key.empty() && error == std::errc() && end == last)
+    json.member("key", number);
+  else
+    json.textOrNull("key", key);
+}
+
+using KindNames = std::array<const char*, jt::kDifferenceKinds>;
+
+KindNames kindNames() {
+  KindNames names{};
+  for (std::size_t kind = 0; kind < names.size(); ++kind)
+    names[kind] = jt::differenceName(static_cast<jt::DifferenceKind>(kind));
+  return names;
+}
+
+/// The option --ignore: kinds of differences, with commas between them.
+std::vector<jt::DifferenceKind> ignoredKinds(const Arguments& arguments) {
+  const KindNames names = kindNames();
+  std::vector<jt::DifferenceKind> kinds;
+  for (const std::string& list : arguments.values("ignore"))
+    for (std::size_t first = 0; first <= list.size();) {
+      const std::size_t end = std::min(list.find(',', first), list.size());
+      const std::string name = list.substr(first, end - first);
+      const auto found = std::ranges::find(names, std::string_view(name));
+      if (found == names.end())
+        failUsage("--ignore: there is no difference '" + name + "'" +
+                  jtw::suggestion(name, names, "the kinds are"));
+      kinds.push_back(static_cast<jt::DifferenceKind>(found - names.begin()));
+      first = end + 1;
+    }
+  return kinds;
+}
+
 const char* stateName(jt::SegmentState state) {
   switch (state) {
     case jt::SegmentState::same:
@@ -104,9 +147,18 @@ void writeAnswer(Session& session, const Answer& answer) {
     json.textOrNull("name", difference.name);
     writeSide(json, "a", difference, difference.a);
     writeSide(json, "b", difference, difference.b);
+    writeKey(json, difference.key);
     json.end();
   }
   json.end();
+  if (session.arguments().has("summary")) {
+    json.key("summary");
+    json.beginObject(JsonWriter::Layout::line);
+    const KindNames names = kindNames();
+    for (std::size_t kind = 0; kind < names.size(); ++kind)
+      json.member(names[kind], answer.result.byKind[kind]);
+    json.end();
+  }
   if (session.arguments().has("segments")) {
     json.key("segments");
     json.beginArray();
@@ -136,6 +188,15 @@ void showDifference(Session& session, const jt::Difference& difference) {
              type);
     return;
   }
+  if (difference.kind == jt::DifferenceKind::parent) {
+    const auto where = [](const jt::ComparedValue& side) {
+      const auto* path = std::get_if<std::string>(&side);
+      return path ? printable(*path) : std::string();
+    };
+    out.line(style.paint(Ink::cyan, "> ") + path + "  moved from " + where(difference.a) + " to " +
+             where(difference.b));
+    return;
+  }
   std::string what = jt::differenceName(difference.kind);
   // The key of the name says nothing beside it.
   if (!difference.name.empty() && difference.kind != jt::DifferenceKind::name)
@@ -146,10 +207,17 @@ void showDifference(Session& session, const jt::Difference& difference) {
 
 void showAnswer(Session& session, const Answer& answer) {
   Output& out = session.out();
-  for (const jt::Difference& difference : answer.differences) showDifference(session, difference);
-  const auto listed = static_cast<std::uint64_t>(answer.differences.size());
-  if (listed < answer.result.differences)
-    out.line("... and " + std::to_string(answer.result.differences - listed) + " more");
+  if (session.arguments().has("summary")) {
+    const KindNames names = kindNames();
+    for (std::size_t kind = 0; kind < names.size(); ++kind)
+      if (const std::uint64_t count = answer.result.byKind[kind]; count > 0)
+        out.line(padRight(names[kind], 10) + std::to_string(count));
+  } else {
+    for (const jt::Difference& difference : answer.differences) showDifference(session, difference);
+    const auto listed = static_cast<std::uint64_t>(answer.differences.size());
+    if (listed < answer.result.differences)
+      out.line("... and " + std::to_string(answer.result.differences - listed) + " more");
+  }
   for (const jt::ComparedSegment& segment : answer.segments)
     out.line("segment " + segment.id.text() + "  " + padRight(stateName(segment.state), 7) + "  " +
              jt::segmentName(segment.type));
@@ -169,6 +237,7 @@ ExitCode runDiff(Session& session) {
   jt::CompareOptions options;
   options.tolerance = arguments.tolerance("tolerance").value_or(0);
   options.identityKeys = {jtw::keyProperty()};
+  options.ignored = ignoredKinds(arguments);
   options.maxDifferences =
       static_cast<std::size_t>(arguments.positiveNumber("limit").value_or(options.maxDifferences));
   checkDiffPicture(arguments);

@@ -66,7 +66,7 @@ std::string attributesFile(bool global) {
   if (set.exit == 0 && !set.text.empty()) return set.text;
   const char* home = std::getenv("HOME");
   if (!home) failGit("there is no home folder");
-  const std::string file = std::string(home) + "/.gitattributes";
+  std::string file = std::string(home) + "/.gitattributes";
   configure("--global", "core.attributesFile", file);
   return file;
 }
@@ -105,9 +105,11 @@ ExitCode runGitSetup(Session& session) {
     if (configure(scope, name, value)) written.push_back(name);
   const bool hasLine = !addAttributes(file);
   if (!session.wantsJson()) {
-    for (const auto& [name, value] : values)
-      session.out().line(
-          printable("git config " + std::string(scope) + " " + name + " = " + value));
+    for (const auto& [name, value] : values) {
+      std::string line = "git config ";
+      line.append(scope).append(" ").append(name).append(" = ").append(value);
+      session.out().line(printable(line));
+    }
     session.out().line(
         printable(file + (hasLine ? " has: " : ": added ") + std::string(kAttributes)));
     return ExitCode::done;

@@ -121,11 +121,13 @@ void showConflicts(Session& session, const Merged& merged) {
   Output& out = session.out();
   const std::string label = session.style().paint(Ink::red, "conflict ");
   for (const jtw::MergeConflict& conflict : merged.result.conflicts) {
-    const std::string name = conflict.name.empty() ? "" : " " + conflict.name;
-    out.line(label +
-             printable(conflict.at + "  " + jtw::patchWhatName(conflict.what) + name + ": " +
-                       conflict.reason + ": " + jtw::valueText(conflict.base) + " -> " +
-                       jtw::valueText(conflict.ours) + " | " + jtw::valueText(conflict.theirs)));
+    std::string text = conflict.at;
+    text.append("  ").append(jtw::patchWhatName(conflict.what));
+    if (!conflict.name.empty()) text.append(" ").append(conflict.name);
+    text.append(": ").append(conflict.reason).append(": ").append(jtw::valueText(conflict.base));
+    text.append(" -> ").append(jtw::valueText(conflict.ours));
+    text.append(" | ").append(jtw::valueText(conflict.theirs));
+    out.line(label + printable(text));
   }
   if (merged.content)
     out.line(label +

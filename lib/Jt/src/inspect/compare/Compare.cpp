@@ -10,6 +10,7 @@
 #include "inspect/compare/ChildMatch.h"
 #include "inspect/compare/Properties.h"
 #include "inspect/compare/Segments.h"
+#include "inspect/compare/Values.h"
 
 namespace jt {
 
@@ -39,7 +40,7 @@ class Comparison {
              CompareSink& sink)
       : graphs_{a, b, GraphFacts(a, options.identityKeys), GraphFacts(b, options.identityKeys)},
         forms_(a, b),
-        report_(graphs_, options.maxDifferences, sink),
+        report_(graphs_, options, sink),
         objects_(forms_),
         segments_(graphs_, options.tolerance, report_),
         properties_(forms_, report_, segments_),
@@ -52,6 +53,30 @@ class Comparison {
     NodePair roots{&graphs_.a, &graphs_.b};
     roots.millimetres = unitOf(graphs_.a, millimetres);
     std::vector<PairId> pending{report_.add(roots)};
+    do {
+      comparePairs(pending);
+      pairMoved(pending);
+    } while (!pending.empty());
+    for (const Lonely& child : onlyA_) report_.tellChild(child.parent, child.index, true);
+    for (const Lonely& child : onlyB_) report_.tellChild(child.parent, child.index, false);
+    properties_.comparePointers();
+    segments_.compareUnnamed();
+    return report_.result();
+  }
+  std::vector<PartPair> takeParts() { return std::move(parts_); }
+
+ private:
+  // Shared nodes can be held against each other in many ways; real files stay far below.
+  static constexpr std::size_t kWorkALink = 64;
+
+  /// A child that one side has, and that may have come from or gone to another parent.
+  struct Lonely {
+    PairId parent;
+    int index;
+    const JtPropAtom* key;
+  };
+
+  void comparePairs(std::vector<PairId>& pending) {
     while (!pending.empty()) {
       const PairId id = pending.back();
       pending.pop_back();
@@ -63,15 +88,43 @@ class Comparison {
       compareChildren(id, pending);
       std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
     }
-    properties_.comparePointers();
-    segments_.compareUnnamed();
-    return report_.result();
   }
-  std::vector<PartPair> takeParts() { return std::move(parts_); }
 
- private:
-  // Shared nodes can be held against each other in many ways; real files stay far below.
-  static constexpr std::size_t kWorkALink = 64;
+  /// Children that only one side has: those with a key wait for one of the other side.
+  void tellOrKeep(PairId parent, int index, bool inA) {
+    const JtNode& holder = inA ? *report_.pair(parent).a : *report_.pair(parent).b;
+    const NodeFacts& facts = (inA ? graphs_.factsA : graphs_.factsB).of(ownChild(holder, index));
+    const bool mayBeElsewhere =
+        facts.key && (inA ? graphs_.factsB : graphs_.factsA).hasKey(facts.keyHash);
+    if (!mayBeElsewhere) return report_.tellChild(parent, index, inA);
+    (inA ? onlyA_ : onlyB_).push_back({parent, index, facts.key});
+  }
+
+  /// Pairs of the same key whose parents are not a pair.
+  void pairMoved(std::vector<PairId>& pending) {
+    if (onlyA_.empty() || onlyB_.empty()) return;
+    std::unordered_map<std::string, std::size_t> byKey;
+    for (std::size_t i = 0; i < onlyB_.size(); ++i) byKey.emplace(atomText(*onlyB_[i].key), i);
+    std::vector<bool> isPaired(onlyB_.size());
+    std::erase_if(onlyA_, [&](const Lonely& child) {
+      const auto found = byKey.find(atomText(*child.key));
+      if (found == byKey.end() || isPaired[found->second]) return false;
+      const Lonely& other = onlyB_[found->second];
+      const JtNode& node = *ownChild(*report_.pair(child.parent).a, child.index);
+      const NodePair nodes{&node,        ownChild(*report_.pair(other.parent).b, other.index),
+                           child.parent, child.index,
+                           other.index,  unitOf(node, report_.pair(child.parent).millimetres)};
+      if (!seenNodes_.emplace(nodes.a, nodes.b).second) return false;
+      isPaired[found->second] = true;
+      const PairId pair = report_.add(nodes);
+      report(pair, DifferenceKind::parent, {}, report_.path(child.parent),
+             report_.path(other.parent));
+      pending.push_back(pair);
+      return true;
+    });
+    std::size_t at = 0;
+    std::erase_if(onlyB_, [&](const Lonely&) { return isPaired[at++]; });
+  }
 
   void compareNodes(PairId id) {
     const JtNode& a = *report_.pair(id).a;
@@ -251,8 +304,8 @@ class Comparison {
                           "the shared nodes of the two files can be paired in too many ways");
     workLeft_ -= work;
     const ChildMatch match = matchChildren(a, graphs_.factsA, b, graphs_.factsB);
-    for (const int index : match.onlyA) report_.tellChild(id, index, true);
-    for (const int index : match.onlyB) report_.tellChild(id, index, false);
+    for (const int index : match.onlyA) tellOrKeep(id, index, true);
+    for (const int index : match.onlyB) tellOrKeep(id, index, false);
     for (const ChildMatch::Pair& pair : match.pairs) {
       const JtNode& childA = *ownChild(a, pair.a);
       const NodePair nodes{&childA, ownChild(b, pair.b),
@@ -288,6 +341,8 @@ class Comparison {
   const std::function<void(double)>& progress_;
   std::size_t compared_ = 0;
   std::vector<PartPair> parts_;
+  std::vector<Lonely> onlyA_;
+  std::vector<Lonely> onlyB_;
   std::size_t workLeft_;
 };
 
@@ -328,6 +383,8 @@ CompareResult compareAssemblies(const JtPartition& a, const JtPartition& b,
     const CompareResult result = comparison.run(pair.millimetres);
     all.differences += result.differences;
     all.skipped += result.skipped;
+    for (std::size_t kind = 0; kind < kDifferenceKinds; ++kind)
+      all.byKind[kind] += result.byKind[kind];
     for (PartPair& part : comparison.takeParts()) {
       if (!pair.path.empty()) part.path = pair.path + part.path;
       if (seen.emplace(part.a, part.b).second) pending.push_back(std::move(part));
@@ -360,6 +417,8 @@ const char* differenceName(DifferenceKind kind) noexcept {
       return "geometry";
     case DifferenceKind::segment:
       return "segment";
+    case DifferenceKind::parent:
+      return "parent";
   }
   return "";
 }

@@ -94,6 +94,7 @@ GraphFacts::GraphFacts(const JtNode& root, std::span<const std::string> identity
   std::vector<Level> stack;
   const auto enter = [&](const JtNode* node, NodeFacts& facts) {
     facts = describe(*node);
+    if (facts.key) keyHashes_.insert(facts.keyHash);
     facts.subtree = facts.content;
     stack.push_back({node, &facts});
   };

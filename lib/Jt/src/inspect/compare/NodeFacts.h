@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "JtNode.h"
@@ -35,6 +36,8 @@ class GraphFacts {
   const NodeFacts& of(const JtNode* node) const { return facts_.at(node); }
   /// Links from nodes to children.
   std::size_t edges() const noexcept { return edges_; }
+  /// True when a node has an identity key with that hash.
+  bool hasKey(std::uint64_t hash) const { return keyHashes_.contains(hash); }
   std::span<const JtString> identityKeys() const noexcept { return keys_; }
 
  private:
@@ -43,6 +46,7 @@ class GraphFacts {
 
   std::vector<JtString> keys_;
   std::size_t edges_ = 0;
+  std::unordered_set<std::uint64_t> keyHashes_;
   std::unordered_map<const JtNode*, NodeFacts> facts_;
 };
 

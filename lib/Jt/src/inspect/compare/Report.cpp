@@ -18,6 +18,11 @@ std::string baseName(const JtNode& node, const GraphFacts& facts) {
 
 }  // namespace
 
+std::string Report::keyOf(const JtNode& node, const GraphFacts& facts) {
+  const JtPropAtom* key = facts.of(&node).key;
+  return key ? atomText(*key) : std::string();
+}
+
 bool Report::isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts) {
   const auto [entry, isNew] = names_.try_emplace(&parent);
   auto& names = entry->second;
@@ -59,7 +64,9 @@ void Report::tellChild(PairId parent, int index, bool inA) {
   add(parent, DifferenceKind::node, {}, [&](Difference& difference) {
     const JtNode& holder = inA ? *pairs_[parent].a : *pairs_[parent].b;
     if (difference.path == "/") difference.path.clear();
-    difference.path += "/" + step(holder, index, inA ? graphs_.factsA : graphs_.factsB);
+    const GraphFacts& facts = inA ? graphs_.factsA : graphs_.factsB;
+    difference.path += "/" + step(holder, index, facts);
+    difference.key = keyOf(*ownChild(holder, index), facts);
     (inA ? difference.a : difference.b) = elementName(ownChild(holder, index));
   });
 }

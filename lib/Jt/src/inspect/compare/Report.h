@@ -2,6 +2,7 @@
 
 // Pairs of nodes that were held against each other, and the differences between them.
 
+#include <array>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -35,8 +36,10 @@ struct Graphs {
 /// Counts differences and reports the first ones, with the path of their node.
 class Report {
  public:
-  Report(const Graphs& graphs, std::size_t most, CompareSink& sink)
-      : graphs_(graphs), most_(most), sink_(sink) {}
+  Report(const Graphs& graphs, const CompareOptions& options, CompareSink& sink)
+      : graphs_(graphs), most_(options.maxDifferences), sink_(sink) {
+    for (const DifferenceKind kind : options.ignored) isIgnored_[indexOf(kind)] = true;
+  }
 
   PairId add(const NodePair& pair) {
     pairs_.push_back(pair);
@@ -49,9 +52,12 @@ class Report {
   /// differences that are reported and fills in both sides.
   template <class Values>
   void add(PairId pair, DifferenceKind kind, std::string_view name, Values values) {
+    if (isIgnored_[indexOf(kind)]) return;
+    ++result_.byKind[indexOf(kind)];
     if (++result_.differences > most_) return;
     Difference difference{
         pair == kFile ? std::string() : path(pair), kind, std::string(name), {}, {}};
+    if (pair != kFile) difference.key = keyOf(*pairs_[pair].a, graphs_.factsA);
     values(difference);
     sink_.difference(difference);
   }
@@ -66,11 +72,17 @@ class Report {
   static constexpr PairId kFile = 0xffffffffU;
 
  private:
+  static std::size_t indexOf(DifferenceKind kind) noexcept {
+    return static_cast<std::size_t>(kind);
+  }
+  /// The value of a node's identity key; empty for none.
+  static std::string keyOf(const JtNode& node, const GraphFacts& facts);
   std::string step(const JtNode& parent, int index, const GraphFacts& facts);
   bool isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts);
 
   const Graphs& graphs_;
   std::size_t most_;
+  std::array<bool, kDifferenceKinds> isIgnored_{};
   CompareSink& sink_;
   CompareResult result_;
   std::vector<NodePair> pairs_;
