@@ -11,6 +11,7 @@
 #include "../Jtw/RegistryFixture.h"
 #include "DocumentStore.h"
 #include "JtStorageManager.h"
+#include "JtwMerge.h"
 #include "JtwPatch.h"
 #include "MemoryStream.h"
 
@@ -123,6 +124,33 @@ TEST_F(RandomPatch, LeadsFromOneComponentToTheOther) {
     registry().releaseRoot(b.document);
   }
   EXPECT_LE(refused, pairs / 500);
+}
+
+TEST_F(RandomPatch, MergesWithAnyOtherSide) {
+  const int triples = std::getenv("JTW_LONG_TESTS") ? 2000 : 50;
+  std::mt19937 random(9);
+  std::size_t conflicts = 0;
+  for (int i = 0; i < triples; ++i) {
+    SCOPED_TRACE("triple " + std::to_string(i));
+    const auto common = changed(empty_, random);
+    const Opened base = openBytes("base", common);
+    const Opened theirs = openBytes("theirs", changed(common, random));
+    const auto bytes = changed(common, random);
+    const jtw::ComponentFacts inBase(*base.objects);
+    const jtw::ComponentFacts inTheirs(*theirs.objects);
+    for (const jtw::MergeSide side : {jtw::MergeSide::ours, jtw::MergeSide::theirs}) {
+      const Opened ours = openBytes("ours", bytes);
+      const auto merged = jtw::merge(inBase, jtw::ComponentFacts(*ours.objects), inTheirs, side);
+      conflicts += merged.conflicts.size();
+      const auto result = jtw::applyPatch(*ours.objects, merged.patch);
+      for (const jtw::PatchMisfit& misfit : result.misfits)
+        ADD_FAILURE() << merged.patch.changes[misfit.change].at << " " << misfit.reason;
+      registry().releaseRoot(ours.document);
+    }
+    registry().releaseRoot(base.document);
+    registry().releaseRoot(theirs.document);
+  }
+  EXPECT_GT(conflicts, 0U);
 }
 
 }  // namespace
