@@ -214,6 +214,8 @@ TEST_F(Merge, TakesTheChangesOfBothSides) {
   EXPECT_TRUE(work_.json("diff --patch out.jt other.jt -o p").at("changes") <= 1);
   EXPECT_EQ(work_.run("merge a.kpak ours.jt ours.jt same.jt").exit, 0);
   EXPECT_EQ(work_.run("diff ours.jt same.jt").exit, 0);
+  EXPECT_EQ(work_.run("merge a.kpak a.kpak theirs.jt same.jt").exit, 0);
+  EXPECT_EQ(work_.run("diff theirs.jt same.jt").exit, 0);
 }
 
 TEST_F(Merge, ListsConflictsAndTakesASide) {

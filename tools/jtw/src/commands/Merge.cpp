@@ -154,6 +154,8 @@ ExitCode runMerge(Session& session) {
   std::optional<jt::SaveReport> report;
   if (!isRefused) {
     Component& start = merged.startsFromTheirs ? theirs : ours;
+    // One document may be given twice; its wrappers went when the changes were tried on the base.
+    if (&start.root() == &base.root()) start.objects().forgetChanges();
     if (!jtw::applyPatch(start.objects(), merged.result.patch).misfits.empty())
       throw Failure(ExitCode::refused, "not_supported",
                     "the changes of both sides do not go together", {.file = start.document()});
