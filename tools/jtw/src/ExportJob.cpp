@@ -225,9 +225,13 @@ ExitCode writeExport(Session& session, JtkwExportRoot& root, const ExportWishes&
        .shapeEncoding = {},
        .validation = wishes.validation});
   if (!root.write(wishes.data)) failExport(root, wishes.output);
+  // Before anything else is allocated: the files are there.
+  if (!wishes.dryRun && !wishes.isOutput) session.noteWritten(root.report().saved.file);
   jtk::ExportReport report = root.report();
-  if (wishes.isOutput) handOver(session, wishes, report);
-  if (!wishes.dryRun) session.noteWritten(report.saved.file);
+  if (wishes.isOutput) {
+    handOver(session, wishes, report);
+    if (!wishes.dryRun) session.noteWritten(report.saved.file);
+  }
   jt::SaveReport saved = report.saved;
   saved.alsoSaved = report.alsoSaved;
   // What is left out is reported below, for each part.
