@@ -86,7 +86,10 @@ std::string valueText(const PatchValue& value) {
   }
   for (const double x : std::get<std::vector<double>>(value)) {
     if (text.size() > kMost) return "(" + text + " ...)";
-    text += (text.empty() ? "" : " ") + number(x);
+    // Most come from stored singles: their shortest text has fewer digits.
+    const auto single = static_cast<float>(x);
+    const bool isSingle = static_cast<double>(single) == x;
+    text += (text.empty() ? "" : " ") + (isSingle ? number(single) : number(x));
   }
   return "(" + text + ")";
 }
