@@ -50,7 +50,8 @@ TEST_F(Validation, MeasuresArePropertiesOfParts) {
   EXPECT_EQ(found("coarse.jt --ignore validation_differs", 0), "1");
   // What changes the geometry on purpose has no use for them.
   work_.json("convert wedge.jt finest.jt --lod 0");
-  EXPECT_EQ(found("finest.jt", 0), "0");
+  EXPECT_EQ(found("finest.jt", 0), "0 no_validation");
+  EXPECT_EQ(found("finest.jt --strict", 1), "0 no_validation");
   work_.json("convert coarse.jt coarse2.jt --check");
   EXPECT_EQ(found("coarse2.jt -t 0.000001", 0), "1");
 }
@@ -61,7 +62,7 @@ TEST_F(Validation, EveryPartHasItsOwn) {
   std::filesystem::create_directory(work_.path("out"));
   work_.json("copy in/hall.jt out/hall.jt --check");
   EXPECT_EQ(found("out/hall.jt", 0), "12");
-  EXPECT_EQ(found("in/hall.jt", 0), "0");
+  EXPECT_EQ(found("in/hall.jt", 0), "0 no_validation");
   // Another part in its place, with what the first measured.
   work_.write("out/" + AssemblyFiles::part(1, 2), work_.read("out/" + AssemblyFiles::part(1, 3)));
   EXPECT_EQ(found("out/hall.jt", 0), "12");
@@ -69,7 +70,7 @@ TEST_F(Validation, EveryPartHasItsOwn) {
     work_.json(std::string("export out/hall.jt exported.jt --check ") + form);
     EXPECT_EQ(found("exported.jt", 0), "12") << form;
     work_.json(std::string("export out/hall.jt exported.jt ") + form);
-    EXPECT_EQ(found("exported.jt", 0), "0") << form;
+    EXPECT_EQ(found("exported.jt", 0), "0 no_validation") << form;
   }
   EXPECT_EQ(
       work_.json("copy out/hall.jt empty.jt --check --top-only").at("warnings").at(0).at("code"),

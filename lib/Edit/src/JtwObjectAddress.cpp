@@ -76,7 +76,10 @@ void ObjectAddress::readPath() {
       const std::size_t end = text_.find(']', at);
       const std::size_t length = end == std::string::npos ? 0 : end - at - 1;
       const auto number = wholeNumber(std::string_view(text_).substr(at + 1, length));
-      if (!number || *number <= 0) failAddress(text_, "'[' needs a number from 1 on and ']',", at);
+      if (!number || *number <= 0)
+        failAddress(text_,
+                    "'[' needs a number from 1 on and ']'; a bracket in a name is written '\\[',",
+                    at);
       step.number = static_cast<std::size_t>(*number);
       at = end + 1;
       if (at < text_.size() && text_[at] != '/')

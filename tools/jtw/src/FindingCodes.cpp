@@ -87,6 +87,7 @@ constexpr FindingCode kCodes[] = {
     {"dangling_segment", false, "a property names a segment that is not in the file"},
     {"validation_differs", true, "a part does not measure what its file states; see --properties"},
     {"bad_validation", false, "what a file states of a part cannot be read; see --properties"},
+    {"no_validation", false, "nothing is stored that could be compared; see --properties"},
     {"changed_on_disk", true, "another program changed the file while it was read"},
     {"not_found", true, kNotFound},
     {"not_a_file", true, kNotFound},

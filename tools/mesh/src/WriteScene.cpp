@@ -38,7 +38,8 @@ Format formatOf(const std::string& path) {
   if (extension == "ply") return Format::ply;
   throw JtFormatError(
       "unknown_format",
-      "the extension '" + extension + "' is none that can be written: .glb, .obj, .stl, .ply",
+      "the extension '" + extension +
+          "' is none that can be written: .glb (glTF in one file), .obj, .stl, .ply",
       {.file = path});
 }
 

@@ -104,7 +104,12 @@ Verdict examine(Session& session, const std::string& path,
     verdict.parts.push_back({std::move(part), std::move(findings)});
     progress(static_cast<double>(verdict.parts.size() + 1) * share);
   }
-  if (checks.properties) verdict.compared = compared;
+  if (!checks.properties) return verdict;
+  verdict.compared = compared;
+  if (compared == 0 && !verdict.unreadable())
+    verdict.findings.push_back(
+        {"no_validation",
+         "no part has anything to compare; --check of copy, convert and export stores it"});
   return verdict;
 }
 
