@@ -1,6 +1,11 @@
 #include "SaveResult.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
 
 #include "JtInspect.h"
 #include "JtwTree.h"
@@ -156,6 +161,32 @@ void showLosses(Output& out, const std::vector<jt::Loss>& losses, bool dryRun) {
   }
 }
 
+namespace {
+
+/// What was done to segments that were not kept; what was done alike to many is one line.
+void showActions(Output& out, const std::vector<jt::SegmentAction>& actions) {
+  constexpr std::size_t kMostAlike = 3;
+  using Alike = std::tuple<Kind, std::int32_t, std::string>;
+  const auto alike = [](const jt::SegmentAction& action) {
+    return Alike(action.kind, action.type, action.reason);
+  };
+  std::map<Alike, std::size_t> counts;
+  for (const jt::SegmentAction& action : actions) ++counts[alike(action)];
+  for (const jt::SegmentAction& action : actions) {
+    if (action.kind == Kind::copied) continue;
+    std::size_t& count = counts[alike(action)];
+    if (count == 0) continue;  // listed already
+    const bool isOne = count <= kMostAlike;
+    out.line("  " + padRight(actionName(action.kind), 9) + " " +
+             printable(jt::segmentName(action.type)) + " " +
+             (isOne ? action.id.text() : "(" + counted(count, "segment") + ")") +
+             (action.reason.empty() ? "" : ": " + printable(action.reason)));
+    if (!isOne) count = 0;
+  }
+}
+
+}  // namespace
+
 void showSaved(Session& session, const jt::SaveReport& report, bool dryRun) {
   showSaved(session.out(), report, dryRun);
 }
@@ -166,11 +197,7 @@ void showSaved(Output& out, const jt::SaveReport& report, bool dryRun) {
   out.line((dryRun ? "would save " : "saved ") + printable(report.file) + ", version " +
            report.version.text() + ": " + counted(static_cast<std::size_t>(kept), "segment") +
            " kept");
-  for (const jt::SegmentAction& action : report.segments)
-    if (action.kind != Kind::copied)
-      out.line("  " + padRight(actionName(action.kind), 9) + " " +
-               printable(jt::segmentName(action.type)) + " " + action.id.text() +
-               (action.reason.empty() ? "" : ": " + printable(action.reason)));
+  showActions(out, report.segments);
   for (const jt::SaveReport& part : report.alsoSaved) showSaved(out, part, dryRun);
 }
 
