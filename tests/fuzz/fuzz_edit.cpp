@@ -8,60 +8,26 @@
 #include <memory>
 #include <string>
 
-#include "ApiDocument.h"
-#include "ApiDocumentRef.h"
 #include "ApiSysStringConvertors.h"
 #include "Failure.h"
 #include "Finding.h"
 #include "JtwEditError.h"
-#include "JtwEdits.h"
-#include "JtwPMIs.h"
 #include "JtwScript.h"
 #include "JtwSelection.h"
+#include "Robot.h"
 #include "ScriptDocument.h"
 #include "StartedLibrary.h"
 #include "support/SceneText.h"
 
 namespace {
 
-/// A robot with an arm, a gripper, a frame and a note; another gripper beside it.
-class Robot {
- public:
-  Robot()
-      : root_(*JtwManager::the().computeNewDocRoot(
-            ApiDocumentRef(std::make_shared<ApiDocument>("fuzzed")))),
-        objects_(root_, "fuzzed") {
-    root_.setKey(ApiProtoKey(1));
-    const jtw::AddRequest requests[] = {
-        {"block", "2", "root", {}, {}, {{"name", "Robot"}, {"unit", "mm"}}},
-        {"link", "3", "2", {}, {}, {{"name", "Arm"}, {"color", "red"}}},
-        {"entity", "4", "3", {}, {}, {{"name", "Gripper"}, {"loc", "10,20,30"}}},
-        {"frame", "5", "3", {}, {}, {{"name", "TCP"}}},
-        {"annotation", "6", "root", "Note", {}, {{"text", "weld"}, {"layer", "7"}}},
-        {"entity", "8", "root", {}, {}, {{"name", "Gripper"}, {"displayed", "false"}}},
-    };
-    for (const jtw::AddRequest& request : requests) jtw::addObject(objects_, request);
-    // As a script does before its first step.
-    objects_.storeFrames();
-    jtw::writePMIs(root_);
-  }
-  ~Robot() { JtwManager::the().releaseAllRoots(); }
-  Robot(const Robot&) = delete;
-  Robot& operator=(const Robot&) = delete;
-
-  jtw::Objects& objects() { return objects_; }
-  std::string text() const { return SceneText::of(*root_.partition()); }
-
- private:
-  JtwRoot& root_;
-  jtw::Objects objects_;
-};
-
 std::unique_ptr<Robot>& robot() {
   static std::unique_ptr<Robot> one;
   if (!one) one = std::make_unique<Robot>();
   return one;
 }
+
+std::string sceneText() { return SceneText::of(*robot()->root().partition()); }
 
 bool isUtf8(const std::string& text) {
   return ApiSysStringConvertors::UnicodeToRWCString(
@@ -86,12 +52,12 @@ void select(const std::string& expression) {
 
 void edit(const std::string& text) {
   const std::vector<jtw::ScriptStep> steps = tool::readScript(text, "script.json");
-  const std::string before = robot()->text();
+  const std::string before = sceneText();
   try {
     jtw::runScript(robot()->objects(), steps);
     robot().reset();
   } catch (const jtw::EditError&) {
-    if (robot()->text() != before) finding("a script that failed has changed something");
+    if (sceneText() != before) finding("a script that failed has changed something");
     throw;
   }
 }

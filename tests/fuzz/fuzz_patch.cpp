@@ -3,59 +3,21 @@
 // and one that fits and does not lead to what its difference leads to.
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
-#include "ApiDocument.h"
-#include "ApiDocumentRef.h"
 #include "Failure.h"
 #include "Finding.h"
 #include "JtwEditError.h"
-#include "JtwEdits.h"
-#include "JtwPMIs.h"
 #include "JtwPatch.h"
 #include "PatchDocument.h"
+#include "Robot.h"
 #include "StartedLibrary.h"
 
 namespace {
 
-/// A robot with an arm, a gripper, a frame and a note.
-class Robot {
- public:
-  Robot()
-      : root_(*JtwManager::the().computeNewDocRoot(
-            ApiDocumentRef(std::make_shared<ApiDocument>("fuzzed" + std::to_string(count_++))))),
-        objects_(root_, "fuzzed") {
-    root_.setKey(ApiProtoKey(1));
-    const jtw::AddRequest requests[] = {
-        {"block", "2", "root", {}, {}, {{"name", "Robot"}, {"unit", "mm"}}},
-        {"link", "3", "2", {}, {}, {{"name", "Arm"}, {"color", "red"}}},
-        {"entity", "4", "3", {}, {}, {{"name", "Gripper"}, {"loc", "10,20,30"}}},
-        {"frame", "5", "3", {}, {}, {{"name", "TCP"}}},
-        {"annotation", "6", "root", "Note", {}, {{"text", "weld"}, {"layer", "7"}}},
-    };
-    for (const jtw::AddRequest& request : requests) jtw::addObject(objects_, request);
-    objects_.storeFrames();
-    jtw::writePMIs(root_);
-  }
-  ~Robot() {
-    if (--count_ == 0) JtwManager::the().releaseAllRoots();
-  }
-  Robot(const Robot&) = delete;
-  Robot& operator=(const Robot&) = delete;
-
-  jtw::Objects& objects() { return objects_; }
-  jtw::ComponentFacts facts() const { return jtw::ComponentFacts(objects_); }
-
- private:
-  inline static int count_ = 0;  // that live
-  JtwRoot& root_;
-  jtw::Objects objects_;
-};
-
 void apply(const jtw::Patch& patch, bool force) {
   Robot robot;
-  const jtw::ComponentFacts before = robot.facts();
+  const jtw::ComponentFacts before(robot.objects());
   bool isDone = false;
   try {
     const jtw::ApplyResult result = jtw::applyPatch(robot.objects(), patch, force);
@@ -63,13 +25,13 @@ void apply(const jtw::Patch& patch, bool force) {
   } catch (const jtw::EditError& error) {
     if (*error.what() == '\0') finding("an error says nothing");
   }
-  const jtw::ComponentFacts after = robot.facts();
+  const jtw::ComponentFacts after(robot.objects());
   const jtw::Patch made = jtw::difference(before, after);
   if (!isDone && !made.changes.empty()) finding("a patch that failed has changed something");
   if (!isDone) return;
   Robot other;
   if (!jtw::applyPatch(other.objects(), made).misfits.empty() ||
-      !jtw::difference(after, other.facts()).changes.empty())
+      !jtw::difference(after, jtw::ComponentFacts(other.objects())).changes.empty())
     finding("the difference does not lead to what the patch made");
 }
 
