@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "ParentCircle.h"
 #include "PatchValues.h"
 
 namespace jtw {
@@ -240,17 +241,9 @@ class Merging {
     for (std::size_t i = 0; i < theirs_.changes.size(); ++i) {
       const PatchChange& change = theirs_.changes[i];
       if (change.what != PatchWhat::parent || dropped_[i]) continue;
-      std::vector<std::string> way;
-      std::unordered_set<std::string> met;
-      std::string at = change.at;
-      while (!at.empty() && !sound.contains(at) && met.insert(at).second) {
-        way.push_back(at);
-        at = mergedParent(at);
-      }
-      if (at.empty() || sound.contains(at)) {
-        sound.insert(way.begin(), way.end());
-        continue;
-      }
+      const std::vector<std::string> way = wayIntoCircle(
+          change.at, sound, [this](const std::string& at) { return mergedParent(at); });
+      if (way.empty()) continue;
       conflict(change, "it would be below itself by the moves of both sides");
       drop(i);
       // Theirs: all that is on the circle goes where it is there.

@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "JtwEditError.h"
+#include "ParentCircle.h"
 #include "PatchValues.h"
 
 namespace jtw {
@@ -274,21 +275,12 @@ void PatchCheck::checkCycles() {
   for (std::size_t i = 0; i < reasons_.size(); ++i) {
     const PatchChange& change = patch_.changes[i];
     if (change.what != PatchWhat::parent || !fits(i)) continue;
-    std::vector<std::string> way;
-    std::unordered_set<std::string> met;
-    std::string at = change.at;
-    while (!at.empty() && !sound.contains(at) && met.insert(at).second) {
-      way.push_back(at);
-      at = parentOf(at);
-    }
-    if (at.empty() || sound.contains(at)) {
-      sound.insert(way.begin(), way.end());
-    } else {
-      reject(i, "it would be moved below itself");
-      // A new object goes with its parent.
-      if (const std::size_t object = slots_.at(change.at).object; object != 0)
-        reject(object - 1, "it would be below itself");
-    }
+    const auto parentIn = [this](const std::string& at) { return parentOf(at); };
+    if (wayIntoCircle(change.at, sound, parentIn).empty()) continue;
+    reject(i, "it would be moved below itself");
+    // A new object goes with its parent.
+    if (const std::size_t object = slots_.at(change.at).object; object != 0)
+      reject(object - 1, "it would be below itself");
   }
 }
 
