@@ -35,6 +35,16 @@ std::optional<std::uint64_t> parseCount(std::string_view text) {
 
 }  // namespace
 
+std::vector<std::string> commaList(std::string_view text) {
+  std::vector<std::string> parts;
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find(',', start), text.size());
+    parts.emplace_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return parts;
+}
+
 std::span<const Option> globalOptions() { return kGlobalOptions; }
 
 const Arguments::Given* Arguments::find(std::string_view option) const {

@@ -24,6 +24,9 @@ struct Option {
 /// The options that every command has.
 std::span<const Option> globalOptions();
 
+/// The parts of a text with commas between them, at least one; each may be empty.
+std::vector<std::string> commaList(std::string_view text);
+
 /// What was said on the command line, checked against the tables.
 class Arguments {
  public:

@@ -33,11 +33,7 @@ ApiPMIType parseType(const std::string& name) {
 
 std::vector<ApiPMIType> parseTypes(const std::string& text) {
   std::vector<ApiPMIType> types;
-  for (std::size_t start = 0; start <= text.size();) {
-    const std::size_t end = std::min(text.find(',', start), text.size());
-    types.push_back(parseType(text.substr(start, end - start)));
-    start = end + 1;
-  }
+  for (const std::string& name : commaList(text)) types.push_back(parseType(name));
   return types;
 }
 

@@ -83,11 +83,7 @@ VerdictRules VerdictRules::of(const Session& session) {
   VerdictRules rules;
   rules.isStrict = session.arguments().has("strict");
   for (const std::string& codes : session.arguments().values("ignore"))
-    for (std::size_t start = 0; start <= codes.size();) {
-      const std::size_t end = std::min(codes.find(',', start), codes.size());
-      rules.ignored.insert(checkedCode(codes.substr(start, end - start)));
-      start = end + 1;
-    }
+    for (const std::string& code : commaList(codes)) rules.ignored.insert(checkedCode(code));
   return rules;
 }
 

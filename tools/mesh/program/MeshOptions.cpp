@@ -98,16 +98,13 @@ jt::ShapeEncoding encoding(const Session& session) {
   constexpr std::array<unsigned, 3> kMost{jt::ShapeEncoding::kMostPositionBits,
                                           jt::ShapeEncoding::kMostNormalBits,
                                           jt::ShapeEncoding::kMostTextureBits};
-  std::size_t count = 0;
-  for (std::size_t start = 0; start <= bits->size();) {
-    const std::size_t end = std::min(bits->find(',', start), bits->size());
-    const auto number = parseNumber(std::string_view(*bits).substr(start, end - start));
-    if (count == numbers.size() || !number || *number < kLeast[count] || *number > kMost[count])
-      failBits(*bits);
-    *numbers[count++] = static_cast<unsigned>(*number);
-    start = end + 1;
+  const std::vector<std::string> parts = commaList(*bits);
+  if (parts.size() < 2 || parts.size() > numbers.size()) failBits(*bits);
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    const auto number = parseNumber(parts[i]);
+    if (!number || *number < kLeast[i] || *number > kMost[i]) failBits(*bits);
+    *numbers[i] = static_cast<unsigned>(*number);
   }
-  if (count < 2) failBits(*bits);
   return encoding;
 }
 

@@ -105,15 +105,12 @@ std::vector<jt::DifferenceKind> ignoredKinds(const Arguments& arguments) {
   const KindNames names = kindNames();
   std::vector<jt::DifferenceKind> kinds;
   for (const std::string& list : arguments.values("ignore"))
-    for (std::size_t first = 0; first <= list.size();) {
-      const std::size_t end = std::min(list.find(',', first), list.size());
-      const std::string name = list.substr(first, end - first);
+    for (const std::string& name : commaList(list)) {
       const auto found = std::ranges::find(names, std::string_view(name));
       if (found == names.end())
         failUsage("--ignore: there is no difference '" + name + "'" +
                   jtw::suggestion(name, names, "the kinds are"));
       kinds.push_back(static_cast<jt::DifferenceKind>(found - names.begin()));
-      first = end + 1;
     }
   return kinds;
 }

@@ -158,16 +158,13 @@ std::vector<std::pair<std::string, Viewpoint>> readSheet(const Arguments& argume
   const std::string* view = arguments.value("view");
   const std::string list = view ? *view : "front,right,top,iso";
   std::vector<std::pair<std::string, Viewpoint>> sheet;
-  for (std::size_t begin = 0; begin <= list.size();) {
-    const std::size_t end = std::min(list.find(',', begin), list.size());
-    const std::string name = list.substr(begin, end - begin);
+  for (const std::string& name : commaList(list)) {
     const auto named = namedView(name);
     constexpr std::size_t kMost = 64;
     if (!named || sheet.size() == kMost)
       failUsage("--view is '" + list + "'; a sheet has up to 64 of these: " + knownViews());
     sheet.emplace_back(name, *named);
     sheet.back().second.perspective = viewpoint.perspective;
-    begin = end + 1;
   }
   return sheet;
 }
