@@ -44,8 +44,8 @@ class ExportRecord {
   /// Counts bytes that were written, for showing progress.
   void countBytes(std::uint64_t bytes) noexcept { bytes_ += bytes; }
   std::uint64_t bytes() const noexcept { return bytes_; }
-  /// Reports what is left out of a part. A source that is shown in many places is reported once for
-  /// each name that it has.
+  /// Reports what is left out of a part. Each name of a source is reported
+  /// once, in however many places the source is shown.
   void leaveOut(const JtNode* source, const JtString& part, const char* what,
                 const std::string& reason);
   /// Copies the image files that the textures of a node name.

@@ -47,7 +47,7 @@ Material materialFrom(const aiMaterial& source) {
   if (!readColor(source, AI_MATKEY_BASE_COLOR, material.diffuse))
     readColor(source, AI_MATKEY_COLOR_DIFFUSE, material.diffuse);
   float opacity = 1;
-  // Some programs write transparency for opacity: what nobody could see is meant to be opaque.
+  // Some programs write the transparency here. An opacity of 0 is therefore read as opaque.
   if (material.diffuse[3] == 1 && source.Get(AI_MATKEY_OPACITY, opacity) == aiReturn_SUCCESS &&
       opacity != 0)
     material.diffuse[3] = unitRange(opacity);
