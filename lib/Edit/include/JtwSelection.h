@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -42,11 +43,14 @@ class JTW_API Selection {
   /// Indices of the objects that it holds for, ascending. Throws EditError for an address in the
   /// expression that names nothing.
   std::vector<std::size_t> of(const Objects& objects) const;
+  /// The same, at least one: throws EditError "unknown_key" where it holds for nothing.
+  std::vector<std::size_t> someOf(const Objects& objects) const;
 
   /// Whether an expression holds, for each object.
   using Evaluate = std::function<std::vector<bool>(const Objects&)>;
 
  private:
+  std::string text_;
   Evaluate evaluate_;
 };
 

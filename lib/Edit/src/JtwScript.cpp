@@ -111,10 +111,7 @@ class ScriptRun {
     if ((key == nullptr) == (expression == nullptr))
       failUsage("the object is named by either \"key\" or \"select\"");
     if (key) return {&objects_.object(ObjectAddress(*key))};
-    std::vector<JtwNode*> nodes = objects_.nodes(Selection(*expression).of(objects_));
-    if (nodes.empty())
-      failRefused(objects_.document(), "unknown_key", "no object is selected by " + *expression);
-    return nodes;
+    return objects_.nodes(Selection(*expression).someOf(objects_));
   }
 
   void label(const std::string* name, long key) {

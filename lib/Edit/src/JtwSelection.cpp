@@ -200,7 +200,8 @@ class Parser {
 
 }  // namespace
 
-Selection::Selection(std::string_view expression) : evaluate_(Parser(expression).parse()) {}
+Selection::Selection(std::string_view expression)
+    : text_(expression), evaluate_(Parser(expression).parse()) {}
 
 std::vector<std::size_t> Selection::of(const Objects& objects) const {
   const std::vector<bool> holds = evaluate_(objects);
@@ -208,6 +209,13 @@ std::vector<std::size_t> Selection::of(const Objects& objects) const {
   for (std::size_t i = 0; i < holds.size(); ++i)
     if (holds[i]) indices.push_back(i);
   return indices;
+}
+
+std::vector<std::size_t> Selection::someOf(const Objects& objects) const {
+  std::vector<std::size_t> found = of(objects);
+  if (found.empty())
+    failRefused(objects.document(), "unknown_key", "no object is selected by " + text_);
+  return found;
 }
 
 bool matchesPattern(std::string_view text, std::string_view pattern) noexcept {

@@ -1,18 +1,9 @@
 #include "Choice.h"
 
 #include "Failure.h"
-#include "JtwEditError.h"
 #include "Session.h"
 
 namespace tool {
-
-std::vector<std::size_t> chosenBy(const jtw::Selection& selection, const std::string& text,
-                                  const jtw::Objects& objects) {
-  std::vector<std::size_t> found = selection.of(objects);
-  if (found.empty())
-    jtw::failRefused(objects.document(), "unknown_key", "no object is selected by " + text);
-  return found;
-}
 
 Choice::Choice(const Session& session, Others others) {
   const auto& words = session.arguments().positional();
@@ -31,7 +22,7 @@ Choice::Choice(const Session& session, Others others) {
 
 std::vector<std::size_t> Choice::of(const jtw::Objects& objects) const {
   if (address_) return {objects.find(*address_)};
-  return chosenBy(*selection_, text_, objects);
+  return selection_->someOf(objects);
 }
 
 }  // namespace tool

@@ -12,12 +12,6 @@ namespace tool {
 
 class Session;
 
-/// Indices of the objects that an expression holds for, at least one. Throws jtw::EditError,
-/// "unknown_key" when it holds for nothing.
-/// @param text the expression, for the message
-std::vector<std::size_t> chosenBy(const jtw::Selection& selection, const std::string& text,
-                                  const jtw::Objects& objects);
-
 /// The objects that a command is for: the one with the address KEY, or all that --select has.
 /// Either of them is given; settings and other arguments follow behind.
 class Choice {

@@ -23,7 +23,7 @@ SelectedAssembly::SelectedAssembly(Session& session, const std::string& path, Em
   component_ = std::make_unique<Component>(session, path, false);
   const jtw::Objects& objects = component_->objects();
   const std::vector<std::size_t> chosen =
-      empty == Empty::allowed ? selection.of(objects) : chosenBy(selection, *expression, objects);
+      empty == Empty::allowed ? selection.of(objects) : selection.someOf(objects);
   isEmpty_ = chosen.empty();
   jtw::isolate(objects, chosen);
   opened_.top = jt::Ref<JtPartition>(component_->root().partition());

@@ -91,8 +91,8 @@ class Input {
     component_.emplace(session, session.argument(0), false);
     const jtw::Objects& objects = component_->objects();
     const jtw::Reading reading(component_->root());
-    const auto found = address ? std::vector{component_->find(*address)}
-                               : chosenBy(*selection, *expression, objects);
+    const auto found =
+        address ? std::vector{component_->find(*address)} : selection->someOf(objects);
     for (JtwNode* object : objects.nodes(found))
       if (JtNode* node = object->jtNode()) chosen_.insert(node);
     if (chosen_.empty())
