@@ -75,9 +75,10 @@ JTW_API ApiProtoKey parseKey(const std::string& text);
 /// A line of a listing: an object in one of its places.
 struct ListedObject {
   JtwNode* node = nullptr;
-  JtwNode* parent = nullptr;  ///< under which it is listed; null for the component itself
-  int depth = 0;              ///< 0 for the start of the listing
-  std::string address{};      ///< see ObjectAddress; empty for a frame without key
+  JtwNode* parent = nullptr;     ///< under which it is listed; null for the component itself
+  int depth = 0;                 ///< 0 for the start of the listing
+  std::string address{};         ///< see ObjectAddress; empty for a frame without key
+  std::vector<JtNode*> nodes{};  ///< of a list of all places: see TreePlace
   // Of a place where an object is listed again:
   std::string sameAs{};              ///< its address in the first place; empty for that
   std::optional<RTTran3D> relLoc{};  ///< relative to `parent`, in millimetres

@@ -318,10 +318,12 @@ std::vector<ListedObject> Objects::allPlaces() const {
   constexpr std::size_t kMost = 200'000;
   std::vector<ListedObject> listed;
   std::vector<JtwNode*> path;
-  for (const TreePlace& place : treePlaces(root_, kMost)) {
+  for (TreePlace& place : treePlaces(root_, kMost)) {
     path.resize(static_cast<std::size_t>(place.depth));
-    ListedObject object{
-        .node = place.node, .parent = path.empty() ? nullptr : path.back(), .depth = place.depth};
+    ListedObject object{.node = place.node,
+                        .parent = path.empty() ? nullptr : path.back(),
+                        .depth = place.depth,
+                        .nodes = std::move(place.nodes)};
     path.push_back(place.node);
     const bool isFirst = place.first == listed.size();
     const ApiProtoKey key = place.node->key();

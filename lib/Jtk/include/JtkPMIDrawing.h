@@ -28,6 +28,7 @@ struct PMILine {
   /// Set: the line faces the viewer. Its points are then distances from here, x to the right and y
   /// upwards on the screen.
   std::optional<std::array<float, 3>> anchor;
+  std::size_t entity = 0;  ///< index of the entity in the generic form of the PMI
 };
 
 /// The lines of all entities that are visible. Text without strokes is drawn with the built-in

@@ -112,16 +112,20 @@ void appendPolylines(const std::vector<std::int32_t>& indices, std::size_t verti
 /// Draws one entity.
 class EntityDrawing {
  public:
-  EntityDrawing(const PMIDataManager& pmi, const jt::PMIGenericEntity& entity, bool facing,
+  EntityDrawing(const PMIDataManager& pmi, std::size_t index, bool facing,
                 std::vector<PMILine>& out)
-      : pmi_(pmi), entity_(entity), out_(out), plane_(entity.base) {
-    const JtString* inPlane = attributeOf(entity, "PMITextInPlane");
-    const bool isFlat = inPlane ? *inPlane == JtString("0") : (entity.userFlags & 0x0001) != 0;
+      : pmi_(pmi),
+        index_(index),
+        entity_(pmi.pmiDataGenericArray()[index]),
+        out_(out),
+        plane_(entity_.base) {
+    const JtString* inPlane = attributeOf(entity_, "PMITextInPlane");
+    const bool isFlat = inPlane ? *inPlane == JtString("0") : (entity_.userFlags & 0x0001) != 0;
     isFlat_ = facing && isFlat;
-    lineColor_ = colorOf(entity, {"PMIGeometryColor", "PMIGeometryColour"});
+    lineColor_ = colorOf(entity_, {"PMIGeometryColor", "PMIGeometryColour"});
     textColor_ =
-        colorOf(entity, {"PMITextForegroundColor", "PMITextForegroundColour", "textColour"});
-    width_ = static_cast<float>(std::clamp(numberOf(entity, "PMIGeometryWidth"), 1, 32));
+        colorOf(entity_, {"PMITextForegroundColor", "PMITextForegroundColour", "textColour"});
+    width_ = static_cast<float>(std::clamp(numberOf(entity_, "PMIGeometryWidth"), 1, 32));
   }
 
   void run() {
@@ -136,18 +140,19 @@ class EntityDrawing {
     const std::size_t count = lines.indices.empty() ? 0 : lines.indices.size() - 1;
     const auto strokes = static_cast<std::size_t>(
         std::clamp(numberOf(entity_, kTextStrokesAttribute), 0, static_cast<int>(count)));
-    appendPolylines(lines.indices, lines.vertices.size() / 3,
-                    [&](std::size_t index, std::size_t first, std::size_t end) {
-                      const bool isText = index >= count - strokes;
-                      PMILine line{{}, isText ? textColor_ : lineColor_, isText ? 1 : width_, {}};
-                      for (std::size_t v = first; v < end; ++v) {
-                        const jt::Vec3f point{lines.vertices[v * 3], lines.vertices[v * 3 + 1],
-                                              lines.vertices[v * 3 + 2]};
-                        line.points.push_back(isText && isFlat_ ? plane_.inPlane(point) : point);
-                      }
-                      if (isText && isFlat_) line.anchor = plane_.origin;
-                      add(std::move(line));
-                    });
+    appendPolylines(
+        lines.indices, lines.vertices.size() / 3,
+        [&](std::size_t index, std::size_t first, std::size_t end) {
+          const bool isText = index >= count - strokes;
+          PMILine line{{}, isText ? textColor_ : lineColor_, isText ? 1 : width_, {}, index_};
+          for (std::size_t v = first; v < end; ++v) {
+            const jt::Vec3f point{lines.vertices[v * 3], lines.vertices[v * 3 + 1],
+                                  lines.vertices[v * 3 + 2]};
+            line.points.push_back(isText && isFlat_ ? plane_.inPlane(point) : point);
+          }
+          if (isText && isFlat_) line.anchor = plane_.origin;
+          add(std::move(line));
+        });
   }
 
   void drawTexts() {
@@ -176,7 +181,7 @@ class EntityDrawing {
   }
 
   void addInPlane(const std::vector<JtkStrokeFont::Point>& points, float x, float y) {
-    PMILine line{{}, textColor_, 1, {}};
+    PMILine line{{}, textColor_, 1, {}, index_};
     for (const auto& [right, up] : points)
       line.points.push_back(isFlat_ ? jt::Vec3f{x + right, y + up, 0}
                                     : plane_.at(x + right, y + up));
@@ -189,6 +194,7 @@ class EntityDrawing {
   }
 
   const PMIDataManager& pmi_;
+  const std::size_t index_;
   const jt::PMIGenericEntity& entity_;
   std::vector<PMILine>& out_;
   Plane plane_;
@@ -211,8 +217,9 @@ std::optional<std::uint32_t> colorNumber(std::string_view text) {
 std::vector<PMILine> drawnLines(const PMIDataManager& pmi, bool facing) {
   std::vector<PMILine> lines;
   const jt::Ref<const PMIDataManager> shown = pmi.generic();
-  for (const jt::PMIGenericEntity& entity : shown->pmiDataGenericArray())
-    if (isVisible(entity)) EntityDrawing(*shown, entity, facing, lines).run();
+  const auto& entities = shown->pmiDataGenericArray();
+  for (std::size_t i = 0; i < entities.size(); ++i)
+    if (isVisible(entities[i])) EntityDrawing(*shown, i, facing, lines).run();
   return lines;
 }
 

@@ -62,6 +62,9 @@ struct TreePlace {
   RTTran3D relLoc{};
   /// In a further place of an object that has its name from where it is placed.
   RWClassicWString name{};
+  /// JT nodes from below that of the object above down to its own, in this place; empty for the
+  /// component, for a frame and for an annotation.
+  std::vector<JtNode*> nodes{};
 };
 
 /// All places of all objects: as tree(), and where a node is met again, on another path, it and

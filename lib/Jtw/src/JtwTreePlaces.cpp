@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -74,6 +75,7 @@ class Places {
     place.first = first->second;
     place.ids = step.ids;
     place.ids.push_back(step.node->objectId());
+    place.nodes = nodesBelowWrapper();
     if (!isFirst) {
       place.relLoc = step.location;
       const JtNode* above = path_.size() < 2 ? nullptr : path_[path_.size() - 2].node;
@@ -82,6 +84,17 @@ class Places {
     }
     if (std::ranges::find(place.ids, 0) != place.ids.end()) place.ids.clear();
     places_.push_back(std::move(place));
+  }
+
+  /// The nodes of the current path from below the last object above its end.
+  std::vector<JtNode*> nodesBelowWrapper() const {
+    if (path_.size() < 2) return {};
+    const auto above = std::find_if(path_.rbegin() + 1, path_.rend(),
+                                    [](const Step& step) { return step.wrapper != nullptr; });
+    std::vector<JtNode*> nodes;
+    std::transform(above.base(), path_.end(), std::back_inserter(nodes),
+                   [](const Step& step) { return step.node; });
+    return nodes;
   }
 
   bool leave() {

@@ -72,6 +72,7 @@ ExitCode runAssemble(Session& session);
 ExitCode runPmi(Session& session);
 ExitCode runWires(Session& session);
 ExitCode runSnapshot(Session& session);
+ExitCode runView(Session& session);
 // These two are in the program jtw-mesh; in jtw itself they start it.
 ExitCode runImport(Session& session);
 ExitCode runConvert(Session& session);

@@ -272,6 +272,14 @@ constexpr Option kMaxMemory{
     "the most memory that reading a mesh file may take (half of the machine's)"};
 constexpr Option kMaxSeconds{
     "max-seconds", 0, "N", "how long reading a mesh file may take (60, and more for large files)"};
+constexpr Option kViewOptions[] = {
+    {"output", 'o', "OUT.html", "the page; without it beside FILE, with its name"},
+    {"compare", 0, "OTHER", "color what is new since OTHER, or has gone, moved or changed"},
+    {"lod", 0, "N", "the level of detail to take, 0 the finest (0)"},
+    kMaxPlaces,
+    kMaxSegment,
+    kMaxDocument,
+    kFollowLinks};
 constexpr Option kImportOptions[] = {
     {"from", 0, "FORMAT", "the format of standard input: glb, obj, stl, ..."},
     kUnit,
@@ -522,6 +530,11 @@ constexpr Command kCommands[] = {
      "be\n"
      "read are left out and reported; the exit code is 1 then.",
      0, kManyArguments, kSnapshotOptions, runSnapshot},
+    {"view", "DOC [-o OUT.html] [--compare OTHER]", "a page that shows a component in a browser",
+     "jtw view gear.kpak -o gear.html",
+     "One file that opens without a server or a network: the model, its tree, its properties.\n"
+     "Shapes that cannot be read are left out and reported; the exit code is 1 then.",
+     1, 1, kViewOptions, runView},
     {"import", "MESH DOC [--unit U] [--lods N]", "makes a component of a mesh file",
      "jtw import robot.glb robot.kpak --lods 3",
      "MESH is a glTF, OBJ, STL, PLY, FBX, Collada, 3DS or other file; the extension gives the "

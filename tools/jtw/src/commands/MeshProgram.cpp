@@ -10,15 +10,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
 #include <vector>
 
-#include "ApiSysFileAccess.h"
 #include "Batch.h"
 #include "Command.h"
 #include "CommandLines.h"
 #include "Component.h"
 #include "FileList.h"
+#include "Installed.h"
 #include "MeshConversion.h"
 #include "Session.h"
 #include "Signals.h"
@@ -26,17 +25,10 @@
 namespace tool {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr const char* kProgram = "jtw-mesh";
 
-/// Beside this program, as in a build tree, or where an installation has it.
 std::string findProgram() {
-  const fs::path folder = fs::path(ApiSysFileAccess::programFolder()).parent_path();
-  // Without a folder of its own the program would be looked for in the current one, and run.
-  for (const fs::path& candidate :
-       {folder / kProgram, folder.parent_path() / "libexec" / "jtw" / kProgram})
-    if (candidate.is_absolute() && access(candidate.c_str(), X_OK) == 0) return candidate.string();
+  if (auto found = findInstalled(kProgram, "libexec/jtw", X_OK)) return *std::move(found);
   throw Failure(ExitCode::input, "not_installed",
                 std::string("the program ") + kProgram + " is not installed beside jtw");
 }

@@ -18,6 +18,7 @@
 #include "Session.h"
 #include "picture/PictureOptions.h"
 #include "picture/Scene.h"
+#include "picture/SceneCounts.h"
 
 namespace tool {
 namespace {
@@ -157,31 +158,9 @@ std::vector<std::string> drawAll(Session& session, const Request& request, const
   return names;
 }
 
-/// What is in a picture; shapes count as often as they occur.
-struct Counts {
-  std::size_t shapes = 0;
-  std::size_t triangles = 0;
-  std::size_t polylines = 0;
-  std::size_t points = 0;
-  std::size_t wires = 0;
-
-  explicit Counts(const Scene& scene) {
-    for (const Item& item : scene.items()) {
-      const jt::Mesh* mesh = scene.mesh(item);
-      if (!mesh) continue;
-      if (!item.isWires) ++shapes;
-      std::size_t& primitives = item.isWires                              ? wires
-                                : mesh->kind == jt::Mesh::Kind::triangles ? triangles
-                                : mesh->kind == jt::Mesh::Kind::polylines ? polylines
-                                                                          : points;
-      primitives += mesh->primitiveCount();
-    }
-  }
-};
-
 void writeResult(Session& session, const Request& request, const Scene& scene,
                  const std::vector<std::string>& pictures, const std::vector<jt::PartFile>& parts) {
-  const Counts counts(scene);
+  const SceneCounts counts(scene);
   const std::string* view = session.arguments().value("view");
   JsonWriter& json = session.json();
   session.beginResult();
@@ -195,13 +174,7 @@ void writeResult(Session& session, const Request& request, const Scene& scene,
     json.nullMember("view");
   else
     json.member("view", "iso");
-  json.member("shapes", counts.shapes);
-  json.member("triangles", counts.triangles);
-  json.member("polylines", counts.polylines);
-  json.member("points", counts.points);
-  json.member("damaged", scene.damaged().size());
-  json.member("annotationLines", scene.annotations().size());
-  json.member("wires", counts.wires);
+  writeCounts(json, scene, counts);
   json.key("pictures");
   json.beginArray();
   for (const std::string& picture : pictures) json.value(picture);
@@ -251,7 +224,7 @@ ExitCode runSnapshot(Session& session) {
   for (const std::string& error : scene.damaged())
     session.warn("a shape is not in the picture: " + error);
   for (const std::string& note : scene.notes()) session.warn(note);
-  const Counts counts(scene);
+  const SceneCounts counts(scene);
   if (counts.shapes == 0 && scene.annotations().size() == 0 && counts.wires == 0)
     session.warn("there is no geometry to be seen; the picture is empty");
   if (session.wantsJson()) {

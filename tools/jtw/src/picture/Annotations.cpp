@@ -15,13 +15,14 @@ double scaleOf(const jt::Matrix4& m) { return std::hypot(m[0], m[1], m[2]); }
 
 }  // namespace
 
-void Annotations::add(JtNode& node, const jt::Matrix4& toRoot) {
+void Annotations::add(JtNode& node, const jt::Matrix4& toRoot, std::size_t place) {
   auto* holder = jt::as<VisMetaDataNode>(&node);
   const PMIDataManager* pmi = holder ? holder->pmi() : nullptr;
   if (!pmi) return;
-  Lines& lines = drawn_[pmi];
-  if (!lines) lines = std::make_shared<const std::vector<jtk::PMILine>>(jtk::drawnLines(*pmi));
-  if (!lines->empty()) occurrences_.push_back({lines, toRoot});
+  auto& lines = drawn_[pmi];
+  if (!lines)
+    lines = std::make_shared<const std::vector<jtk::PMILine>>(jtk::drawnLines(*pmi, facing_));
+  if (!lines->empty()) occurrences_.push_back({lines, toRoot, &node, place});
 }
 
 std::vector<Vector> Annotations::inView(const Occurrence& occurrence, const jtk::PMILine& line,

@@ -16,8 +16,19 @@ namespace tool {
 /// The lines of the annotations in a picture.
 class Annotations {
  public:
+  /// The lines of a node where it occurs.
+  struct Occurrence {
+    std::shared_ptr<const std::vector<jtk::PMILine>> lines;
+    jt::Matrix4 toRoot;  ///< for row vectors
+    const JtNode* node;  ///< that carries the annotations
+    std::size_t place;   ///< as the request has it, see SceneRequest::placeOf
+  };
+
+  /// @param facing false: text that faces the viewer is in the plane of its annotation instead
+  explicit Annotations(bool facing = true) : facing_(facing) {}
+
   /// Takes the annotations of a node where it occurs. @param toRoot for row vectors
-  void add(JtNode& node, const jt::Matrix4& toRoot);
+  void add(JtNode& node, const jt::Matrix4& toRoot, std::size_t place);
 
   /// Makes room for all lines.
   void include(Camera& camera) const;
@@ -25,20 +36,17 @@ class Annotations {
   void draw(DrawList& list, const Camera& camera) const;
   /// How many lines there are, each occurrence counted.
   std::size_t size() const noexcept;
-  /// How many nodes with lines there are, each occurrence counted.
-  std::size_t occurrences() const noexcept { return occurrences_.size(); }
+  /// The nodes with lines, each where it occurs.
+  const std::vector<Occurrence>& occurrences() const noexcept { return occurrences_; }
 
  private:
-  using Lines = std::shared_ptr<const std::vector<jtk::PMILine>>;
-  struct Occurrence {
-    Lines lines;
-    jt::Matrix4 toRoot;
-  };
   static std::vector<Vector> inView(const Occurrence& occurrence, const jtk::PMILine& line,
                                     const Camera& camera);
 
+  bool facing_;
   std::vector<Occurrence> occurrences_;
-  std::unordered_map<const PMIDataManager*, Lines> drawn_;
+  std::unordered_map<const PMIDataManager*, std::shared_ptr<const std::vector<jtk::PMILine>>>
+      drawn_;
 };
 
 }  // namespace tool

@@ -8,6 +8,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "JsonWriter.h"
 #include "Jt.h"
 #include "JtPropAtom.h"
 #include "JtType.h"
@@ -140,8 +141,26 @@ void match(const std::vector<Item>& before, const std::vector<Item>& after, cons
   }
 }
 
-void paint(Item& item, const Color& color) {
-  item.color = color;
+const Color& colorOf(Change change) {
+  switch (change) {
+    case Change::added:
+      return kAdded;
+    case Change::removed:
+      return kRemoved;
+    case Change::moved:
+      return kMoved;
+    case Change::wasThere:
+      return kWasThere;
+    case Change::changed:
+      return kChanged;
+    default:
+      return kSame;
+  }
+}
+
+void mark(Item& item, Change change) {
+  item.change = change;
+  item.color = colorOf(change);
   item.usesVertexColors = false;
   item.texture = nullptr;
 }
@@ -185,7 +204,7 @@ ComparedShapes markDifferences(Scene& before, Scene& after, double tolerance) {
   for (std::size_t i = 0; i < now.size(); ++i) {
     Item& item = now[i];
     if (!partners[i]) {
-      paint(item, kAdded);
+      mark(item, Change::added);
       ++shapes.added;
       continue;
     }
@@ -193,25 +212,34 @@ ComparedShapes markDifferences(Scene& before, Scene& after, double tolerance) {
     const bool hasForm = judge.hasSameForm(pair);
     if (hasForm && !judge.hasSamePlace(pair)) {
       shown.push_back(*pair.before);
-      paint(shown.back(), kWasThere);
-      paint(item, kMoved);
+      mark(shown.back(), Change::wasThere);
+      shown.back().place = item.place;
+      mark(item, Change::moved);
       ++shapes.moved;
     } else if (hasForm && Judge::hasSameLook(pair)) {
-      paint(item, kSame);
+      mark(item, Change::same);
       ++shapes.same;
     } else {
-      paint(item, kChanged);
+      mark(item, Change::changed);
       ++shapes.changed;
     }
   }
   for (std::size_t i = 0; i < old.size(); ++i) {
     if (isTaken[i]) continue;
     shown.push_back(old[i]);
-    paint(shown.back(), kRemoved);
+    mark(shown.back(), Change::removed);
     ++shapes.removed;
   }
   old = std::move(shown);
   return shapes;
+}
+
+void writeShapes(JsonWriter& json, const ComparedShapes& shapes) {
+  json.member("added", shapes.added);
+  json.member("removed", shapes.removed);
+  json.member("moved", shapes.moved);
+  json.member("changed", shapes.changed);
+  json.member("same", shapes.same);
 }
 
 std::vector<Caption> legendOf(const ComparedShapes& shapes) {

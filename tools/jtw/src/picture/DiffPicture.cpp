@@ -65,11 +65,7 @@ void writeDiffPicture(JsonWriter& json, const Arguments& arguments,
   json.key("picture");
   json.beginObject(JsonWriter::Layout::line);
   json.member("file", *arguments.value("picture"));
-  json.member("added", shapes->added);
-  json.member("removed", shapes->removed);
-  json.member("moved", shapes->moved);
-  json.member("changed", shapes->changed);
-  json.member("same", shapes->same);
+  writeShapes(json, *shapes);
   json.end();
 }
 

@@ -61,7 +61,7 @@ bool Item::isOpaque() const noexcept {
 }
 
 Scene::Scene(JtPartition& partition, const SceneRequest& request)
-    : request_(request), most_(request.mostPlaces) {
+    : request_(request), most_(request.mostPlaces), annotations_(request.textFacesViewer) {
   const std::vector<double> units = unitsIn(partition);
   if (!units.empty()) millimetres_ = units.front();
   hasSeveralUnits_ = units.size() > 1;
@@ -70,7 +70,8 @@ Scene::Scene(JtPartition& partition, const SceneRequest& request)
   options.isHidden = [](const JtNode& node) { return !JtwLeaf::isDisplayed(&node); };
   if (request.withAnnotations)
     options.onNode = [this](std::span<JtNode* const> path, const jt::Matrix4& toRoot) {
-      if (!isFull() && takes(path)) annotations_.add(*path.back(), inUnitOfRoot(path, toRoot));
+      if (!isFull() && takes(path))
+        annotations_.add(*path.back(), inUnitOfRoot(path, toRoot), placeOf(path));
     };
   if (request.withWires)
     options.onWires = [this](const jt::DrawnWires& drawn) {
@@ -87,16 +88,21 @@ Scene::Scene(JtPartition& partition, const SceneRequest& request)
 }
 
 bool Scene::takes(std::span<JtNode* const> path) {
-  const bool isLookedAt =
-      request_.isShown || request_.labelOf || request_.withParts || hasSeveralUnits_;
+  const bool isLookedAt = request_.isShown || request_.labelOf || request_.placeOf ||
+                          request_.withParts || hasSeveralUnits_;
   if (isLookedAt) pathSteps_ += path.size();
   return !request_.isShown || request_.isShown(path);
+}
+
+std::size_t Scene::placeOf(std::span<JtNode* const> path) const {
+  return request_.placeOf ? request_.placeOf(path) : 0;
 }
 
 bool Scene::isFull() const noexcept {
   // What a small file can make deep is not to be looked at again and again.
   constexpr std::uint64_t kStepsOfPlace = 16;
-  return items_.size() + annotations_.occurrences() > most_ || pathSteps_ / kStepsOfPlace > most_;
+  return items_.size() + annotations_.occurrences().size() > most_ ||
+         pathSteps_ / kStepsOfPlace > most_;
 }
 
 template <class Drawn>
@@ -117,7 +123,8 @@ bool Scene::add(const Drawn& drawn, const JtNode* node, const Source& source) {
                     .lineWidth = sizeOf(request_.lineWidth, lines, lines ? lines->width() : 1),
                     .pointSize = sizeOf(request_.pointSize, points, points ? points->size() : 1),
                     .part = request_.withParts ? partOf(drawn.path, drawn.part) : 0,
-                    .label = request_.labelOf ? request_.labelOf(drawn.path) : std::string()});
+                    .label = request_.labelOf ? request_.labelOf(drawn.path) : std::string(),
+                    .place = placeOf(drawn.path)});
   return true;
 }
 

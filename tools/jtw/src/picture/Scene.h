@@ -24,6 +24,7 @@ namespace tool {
 struct SceneRequest {
   std::uint32_t levelOfDetail = 0;
   bool withAnnotations = true;
+  bool textFacesViewer = true;  ///< false: all text is in the plane of its annotation
   bool withWires = true;
   bool withTextures = true;
   bool withParts = false;          ///< numbers the places of parts, for explode()
@@ -36,6 +37,8 @@ struct SceneRequest {
   std::function<bool(std::span<JtNode* const>)> isShown{};
   /// Names an item by the same nodes, see Item::label; may be empty.
   std::function<std::string(std::span<JtNode* const>)> labelOf{};
+  /// Number of what an item belongs to, by the same nodes, see Item::place; may be empty.
+  std::function<std::size_t(std::span<JtNode* const>)> placeOf{};
 };
 
 /// A texture with what its coordinates are multiplied with.
@@ -44,6 +47,9 @@ struct PlacedTexture {
   int channel = 0;  ///< of the mesh
   std::array<float, 16> transform{};
 };
+
+/// What became of an item in a comparison of two scenes.
+enum class Change : std::uint8_t { none, same, added, removed, moved, wasThere, changed };
 
 /// A mesh where it occurs, with its appearance.
 struct Item {
@@ -57,6 +63,8 @@ struct Item {
   float pointSize;
   std::size_t part;   ///< number of the place of a part that it belongs to, where asked for
   std::string label;  ///< as the request has it
+  std::size_t place;  ///< likewise; 0 where it was not asked for
+  Change change = Change::none;
 
   bool isOpaque() const noexcept;
 };
@@ -81,8 +89,11 @@ class Scene {
   std::vector<Item>& items() noexcept { return items_; }
   const std::vector<Item>& items() const noexcept { return items_; }
   const Annotations& annotations() const noexcept { return annotations_; }
+  /// How many different meshes there are; items have their numbers.
+  std::size_t meshCount() const noexcept { return meshes_.size(); }
   /// Null for what cannot be decoded.
-  const jt::Mesh* mesh(const Item& item) const { return meshes_[item.mesh].get(); }
+  const jt::Mesh* mesh(std::size_t number) const { return meshes_[number].get(); }
+  const jt::Mesh* mesh(const Item& item) const { return mesh(item.mesh); }
   /// Empty before findEdges.
   std::span<const Edge> edges(const Item& item) const;
   /// Shapes and wires that cannot be decoded: the reason of each.
@@ -101,6 +112,7 @@ class Scene {
   bool isFull() const noexcept;
   /// Whether what a path leads to is drawn.
   bool takes(std::span<JtNode* const> path);
+  std::size_t placeOf(std::span<JtNode* const> path) const;
   template <class Drawn>
   bool add(const Drawn& drawn, const JtNode* node, const Source& source);
   const PlacedTexture* textureOf(const jt::InheritedTexture& inherited);
