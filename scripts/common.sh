@@ -46,7 +46,8 @@ show_same() {
 }
 
 # ensure_packages GROUP...: installs what is missing of the groups in scripts/packages.txt. Where
-# nothing is missing the package manager is not called; without Debian's tools it only says so.
+# nothing is missing the package manager is not called; without Debian's tools it only says so. A program of
+# a package's name that comes from elsewhere will do.
 ensure_packages() {
   if ! command -v dpkg-query >/dev/null 2>&1; then
     echo "Not a Debian system: the packages of scripts/packages.txt are taken to be there."
@@ -57,7 +58,7 @@ ensure_packages() {
   wanted=$(awk -v groups="^($groups)\$" '$1 !~ /^#/ && $2 ~ groups { print $1 }' scripts/packages.txt)
   installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p')
   for name in $wanted; do
-    grep -qxF "$name" <<<"$installed" || missing+=("$name")
+    grep -qxF "$name" <<<"$installed" || command -v "$name" >/dev/null || missing+=("$name")
   done
   if [ ${#missing[@]} -eq 0 ]; then
     echo "All packages of ($groups) are installed."

@@ -189,7 +189,7 @@ class App {
     const difference = this.#measure.difference();
     output.hidden = !difference;
     if (!difference) return;
-    const text = (length: number) => lengthText(Number(length.toPrecision(6)), this.#unit);
+    const text = (length: number) => lengthText(length, this.#unit, 6);
     output.value = `${text(difference.length())}\n${['x', 'y', 'z']
       .map((axis) => `${axis} ${text(difference[axis as Axis])}`).join('  ')}`;
     this.#say(`Distance: ${output.value.replace('\n', ', ')}`);

@@ -25,12 +25,14 @@ export function unitNamed(name: string | null): Unit {
   return units.find((unit) => unit.name === name) ?? units[1];
 }
 
-/** A number of millimetres in that unit, with as many digits as single precision has. */
-export function lengthText(millimetres: number, unit: Unit): string {
-  return `${numberText(millimetres / unit.millimetres)} ${unit.sign}`;
+const digitsOfSingles = 7;
+
+/** A number of millimetres in that unit. */
+export function lengthText(millimetres: number, unit: Unit, digits = digitsOfSingles): string {
+  return `${numberText(millimetres / unit.millimetres, digits)} ${unit.sign}`;
 }
 
-/** Seven digits, without zeros at the end. */
-export function numberText(value: number): string {
-  return String(Number(value.toPrecision(7)));
+/** Without zeros at the end. */
+export function numberText(value: number, digits = digitsOfSingles): string {
+  return String(Number(value.toPrecision(digits)));
 }
