@@ -213,9 +213,10 @@ test('two thousand parts, a million triangles', async (context) => {
   const pictures = await page.evaluate(async () => {
     const canvas = document.getElementById('canvas');
     const gl = canvas.getContext('webgl2');
-    const start = performance.now();
-    let count = 0;
-    for (; performance.now() - start < 2000; ++count) {
+    let start = 0;
+    let count = -1; // the first picture prepares the others
+    for (; count < 0 || performance.now() - start < 2000; ++count) {
+      if (count === 0) start = performance.now();
       canvas.dispatchEvent(new KeyboardEvent('keydown', { key: 'ArrowLeft', bubbles: true }));
       await new Promise((drawn) => requestAnimationFrame(drawn));
       gl.readPixels(0, 0, 1, 1, gl.RGBA, gl.UNSIGNED_BYTE, new Uint8Array(4));
