@@ -58,6 +58,7 @@ export class Viewer {
     this.scene.add(drawing.group);
     this.#resize();
     this.lookFrom('iso');
+    this.#isMoving = false; // that was no motion that anybody sees
     this.#measureTime();
     this.canvas.dataset.state = 'still';
   }
