@@ -59,6 +59,26 @@ TEST(Diff, MatricesAreForColumnVectors) {
   EXPECT_EQ(work.json("diff tiny95.jt zoo95.jt -t inf", 1).at("same"), false);
 }
 
+TEST(Diff, SaysInALineHowAnObjectMovedAndWhatColorItGot) {
+  const Workspace work;
+  const auto becomes = [&](const std::string& edit, const std::string& line) {
+    const std::string before = work.read("b.jt");
+    work.write("a.jt", before);
+    ASSERT_EQ(work.run("set b.jt '#6' " + edit).exit, 0) << edit;
+    const Outcome text = work.run("diff a.jt b.jt");
+    EXPECT_NE(text.out.find("  " + line + "\n"), std::string::npos) << edit << '\n' << text.out;
+  };
+  work.write("b.jt", work.read("tiny95.jt"));
+  ASSERT_EQ(work.run("set b.jt '#6' loc=1,2,3").exit, 0);
+  becomes("loc=1.5,2,3", "moved by (0.5, 0, 0) mm");
+  becomes("loc=1.5,2,7,0,0,40", "moved by (0, 0, 4) mm, turned by 40 degrees");
+  becomes("loc=1.5,2,7,0,0,75", "turned by 35 degrees");
+  becomes("color=#ff8000", "color #cc6633 -> #ff8000 (ambient, diffuse)");
+  becomes("color=#0080ff", "color #ff8000 -> #0080ff");
+  EXPECT_TRUE(matches(work.json("diff a.jt b.jt", 1), R"({"count": 1, "differences": [
+      {"name": "Material Attribute.diffuse", "counts": null, "moved": null}]})"));
+}
+
 TEST(Diff, DamageIsAnErrorWhereItMustBeLookedAt) {
   const Workspace work;
   const Json info = work.json("info --segments tiny95.jt");
