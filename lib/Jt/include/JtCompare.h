@@ -63,8 +63,8 @@ struct PlacementChange {
 struct Difference {
   /// Names of the nodes from below the root down to the node, each behind a '/'; "/" is the root,
   /// and what belongs to the file and not to a node has none. A node without name goes by its type.
-  /// Where siblings share a name, "[7]" (identity key), "[#12]" (object id) or "[child 3]" follows.
-  /// The middle of very deep paths is left out.
+  /// Where siblings share a name, "[key 7]" (identity key), "[#12]" (object id) or "[child 3]"
+  /// follows. Names are escaped, see escapedStep(). The middle of very deep paths is left out.
   std::string path;
   DifferenceKind kind = DifferenceKind::node;
   std::string name;  ///< field, attribute and field, key, segment id; may be empty
