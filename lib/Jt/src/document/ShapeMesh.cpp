@@ -58,7 +58,7 @@ std::shared_ptr<const jt::Mesh> meshOf(const JtShape& shape, const Decode& decod
           stored.source ? stored.source->position(0) : jt::FilePosition{});
     return decode(stored);
   } catch (const JtFormatError& error) {
-    jt::setLastError(error.what(), error.code());
+    jt::setLastError(error, {});
   } catch (const std::bad_alloc&) {
     jt::setLastError("a shape needs more memory than there is", "out_of_memory");
   }
