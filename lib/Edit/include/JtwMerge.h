@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "JtCompare.h"
 #include "JtwExport.h"
+#include "JtwObjects.h"
 #include "JtwPatch.h"
 
 namespace jtw {
@@ -38,5 +42,30 @@ struct MergeResult {
 ///   to be applied
 JTW_API MergeResult merge(const ComponentFacts& base, const ComponentFacts& ours,
                           const ComponentFacts& theirs, MergeSide side = MergeSide::neither);
+
+/// Content that no patch can hold, such as geometry, and that both sides changed: the first
+/// difference of each.
+struct ContentConflict {
+  jt::Difference ours;
+  jt::Difference theirs;
+};
+
+/// What merging whole components found.
+struct ComponentMerge {
+  MergeResult result;
+  std::optional<ContentConflict> content;
+  /// The patch leads from `theirs` to the merged component: content that no patch can hold has to
+  /// come from where it starts.
+  bool startsFromTheirs = false;
+
+  /// Conflicts, that of the content among them.
+  std::size_t conflictCount() const { return result.conflicts.size() + (content ? 1U : 0U); }
+};
+
+/// Merges as merge(), from the side whose content no patch can hold. Nothing is changed, but that
+/// changes are tried on `base`: where that is the same component as another one, call
+/// Objects::forgetChanges() for the other afterwards.
+JTW_API ComponentMerge mergeComponents(Objects& base, const Objects& ours, const Objects& theirs,
+                                       MergeSide side = MergeSide::neither);
 
 }  // namespace jtw

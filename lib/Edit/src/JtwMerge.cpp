@@ -286,4 +286,52 @@ MergeResult merge(const ComponentFacts& base, const ComponentFacts& ours,
   return Merging(base, ours, theirs, side).run();
 }
 
+// --- Whole components
+
+namespace {
+
+/// Conflicts as they are seen from the other side.
+void turnAround(std::vector<MergeConflict>& conflicts) {
+  for (MergeConflict& conflict : conflicts) {
+    std::swap(conflict.ours, conflict.theirs);
+    const auto word = [&conflict](const char* from, const char* to) {
+      if (const auto at = conflict.reason.find(from); at != std::string::npos)
+        conflict.reason.replace(at, std::string(from).size(), to);
+    };
+    word("ours", "\x01");
+    word("theirs", "ours");
+    word("\x01", "theirs");
+  }
+}
+
+MergeSide turned(MergeSide side) {
+  return side == MergeSide::ours     ? MergeSide::theirs
+         : side == MergeSide::theirs ? MergeSide::ours
+                                     : MergeSide::neither;
+}
+
+}  // namespace
+
+ComponentMerge mergeComponents(Objects& base, const Objects& ours, const Objects& theirs,
+                               MergeSide side) {
+  const ComponentFacts inBase(base);
+  const ComponentFacts inOurs(ours);
+  const ComponentFacts inTheirs(theirs);
+  ComponentMerge merged;
+  const auto lossesOfTheirs = lossesOf(base, theirs.root(), difference(inBase, inTheirs), 1);
+  if (!lossesOfTheirs.empty()) {
+    const auto lossesOfOurs = lossesOf(base, ours.root(), difference(inBase, inOurs), 1);
+    if (!lossesOfOurs.empty())
+      merged.content = ContentConflict{lossesOfOurs.front(), lossesOfTheirs.front()};
+    merged.startsFromTheirs = lossesOfOurs.empty() || side == MergeSide::theirs;
+  }
+  if (!merged.startsFromTheirs) {
+    merged.result = merge(inBase, inOurs, inTheirs, side);
+    return merged;
+  }
+  merged.result = merge(inBase, inTheirs, inOurs, turned(side));
+  turnAround(merged.result.conflicts);
+  return merged;
+}
+
 }  // namespace jtw

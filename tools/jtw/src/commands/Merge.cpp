@@ -15,68 +15,13 @@ namespace tool {
 namespace {
 
 using jtw::MergeSide;
+using Merged = jtw::ComponentMerge;
 
 MergeSide sideOption(const Arguments& arguments) {
   const bool ours = arguments.has("ours");
   const bool theirs = arguments.has("theirs");
   if (ours && theirs) failUsage("--ours and --theirs exclude each other");
   return ours ? MergeSide::ours : theirs ? MergeSide::theirs : MergeSide::neither;
-}
-
-/// Content that no patch can hold, as one conflict of both sides.
-struct ContentConflict {
-  jt::Difference ours;
-  jt::Difference theirs;
-};
-
-struct Merged {
-  jtw::MergeResult result;
-  std::optional<ContentConflict> content;
-  bool startsFromTheirs = false;
-
-  std::size_t conflictCount() const { return result.conflicts.size() + (content ? 1U : 0U); }
-};
-
-/// Conflicts as they are seen from the other side.
-void turnAround(std::vector<jtw::MergeConflict>& conflicts) {
-  for (jtw::MergeConflict& conflict : conflicts) {
-    std::swap(conflict.ours, conflict.theirs);
-    const auto word = [&conflict](const char* from, const char* to) {
-      if (const auto at = conflict.reason.find(from); at != std::string::npos)
-        conflict.reason.replace(at, std::string(from).size(), to);
-    };
-    word("ours", "\x01");
-    word("theirs", "ours");
-    word("\x01", "theirs");
-  }
-}
-
-/// What a patch cannot hold has to come from where the merged document starts.
-Merged mergeComponents(Component& base, const Component& ours, const Component& theirs,
-                       MergeSide side) {
-  const jtw::ComponentFacts inBase(base.objects());
-  const jtw::ComponentFacts inOurs(ours.objects());
-  const jtw::ComponentFacts inTheirs(theirs.objects());
-  Merged merged;
-  const auto lossesOfTheirs =
-      jtw::lossesOf(base.objects(), theirs.root(), jtw::difference(inBase, inTheirs), 1);
-  if (!lossesOfTheirs.empty()) {
-    const auto lossesOfOurs =
-        jtw::lossesOf(base.objects(), ours.root(), jtw::difference(inBase, inOurs), 1);
-    if (!lossesOfOurs.empty())
-      merged.content = ContentConflict{lossesOfOurs.front(), lossesOfTheirs.front()};
-    merged.startsFromTheirs = lossesOfOurs.empty() || side == MergeSide::theirs;
-  }
-  if (!merged.startsFromTheirs) {
-    merged.result = jtw::merge(inBase, inOurs, inTheirs, side);
-    return merged;
-  }
-  const MergeSide turned = side == MergeSide::ours     ? MergeSide::theirs
-                           : side == MergeSide::theirs ? MergeSide::ours
-                                                       : MergeSide::neither;
-  merged.result = jtw::merge(inBase, inTheirs, inOurs, turned);
-  turnAround(merged.result.conflicts);
-  return merged;
 }
 
 std::string lossText(const jt::Difference& difference) {
@@ -148,7 +93,8 @@ ExitCode runMerge(Session& session) {
   Component base(session, session.argument(0), false);
   Component ours(session, session.argument(1), false);
   Component theirs(session, session.argument(2), false);
-  const Merged merged = mergeComponents(base, ours, theirs, side);
+  const Merged merged =
+      jtw::mergeComponents(base.objects(), ours.objects(), theirs.objects(), side);
   const bool isRefused = merged.conflictCount() > 0 && side == MergeSide::neither;
   if (!session.wantsJson()) showConflicts(session, merged);
   std::optional<jt::SaveReport> report;
