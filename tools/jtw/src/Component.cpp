@@ -70,7 +70,7 @@ Library::~Library() {
   ApiErrStream::setSink({});
 }
 
-DocumentName::DocumentName(const std::string& text) : path(text) {
+DocumentName::DocumentName(const std::string& text) : text(text), path(text) {
   isStream = path.starts_with(kStreamPrefix);
   if (isStream) path.erase(0, kStreamPrefix.size());
   if (path.empty()) failUsage("the name of the document is empty");

@@ -27,6 +27,7 @@ class Library {
 
 /// A DOC as the command line names it.
 struct DocumentName {
+  std::string text;  ///< as it was given
   std::string path;
   bool isStream = false;  ///< was given as stream:FILE
   bool isFolder = false;  ///< a component folder, .kpak, .co or .cor

@@ -3,18 +3,19 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "ApiSysFileAccess.h"
 #include "ApiSysFilePath.h"
 #include "ApiSysStringConvertors.h"
 #include "DmKrUtilsFileStream.h"
 #include "DmKrUtilsStreamStorageLocation.h"
+#include "Failure.h"
 #include "InputFile.h"
 #include "JtTemporaryPath.h"
 #include "JtwManager.h"
 #include "JtwNewComponent.h"
 #include "SaveResult.h"
-#include "Session.h"
 
 namespace tool {
 namespace {
@@ -91,16 +92,15 @@ void furnish(JtwRoot& root, const DocumentName& name, float unitRatio) {
 
 }  // namespace
 
-NewDocument::NewDocument(Session& session, const std::string& document, bool replace,
+NewDocument::NewDocument(DocumentName name, const ApiDocumentRef& document, bool replace,
                          float unitRatio)
-    : text_(document), name_(document), library_(session) {
-  const ApiDocumentRef reference = openHostDocument(name_);
-  const Target target = findTarget(name_, reference);
+    : name_(std::move(name)) {
+  const Target target = findTarget(name_, document);
   if (target.exists && !replace)
     failOutput("exists", target.file, "it is there already; --force replaces it");
   file_ = target.file;
   exists_ = target.exists;
-  root_ = JtwManager::the().computeNewDocRoot(reference);
+  root_ = JtwManager::the().computeNewDocRoot(document);
   furnish(*root_, name_, unitRatio);
 }
 
@@ -113,7 +113,7 @@ jt::SaveReport NewDocument::save(jt::SaveOptions options) {
   if (!options.dryRun && name_.isFolder) folder.create(name_.path);
   if (!options.dryRun && name_.isStream) location = streamLocation({file_, exists_});
   options.storage.createOnly = !exists_;
-  jt::SaveReport report = savePartition(*root_->partition(), location.get(), options, text_);
+  jt::SaveReport report = savePartition(*root_->partition(), location.get(), options, name_.text);
   folder.keep();
   if (!folder.isDurable())
     report.warnings.push_back(

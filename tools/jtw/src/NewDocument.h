@@ -14,20 +14,23 @@ namespace tool {
 /// Nothing is on disk before save().
 class NewDocument {
  public:
-  /// @param unitRatio millimetres in its unit of length
+  /// @param document of that name, see openHostDocument()
   /// @param replace take the place of a component that is there already
-  /// Throws Failure: "exists", "not_a_file", "not_a_folder", "usage", "bad_document".
-  NewDocument(Session& session, const std::string& document, bool replace, float unitRatio = 1.0F);
+  /// @param unitRatio millimetres in its unit of length
+  /// @pre the library is started, and is for as long as this lives
+  /// Throws Failure: "exists", "not_a_file", "not_a_folder", "usage".
+  NewDocument(DocumentName name, const ApiDocumentRef& document, bool replace,
+              float unitRatio = 1.0F);
 
   JtwRoot& root() const noexcept { return *root_; }
+  /// Path of the JT file that save() writes.
+  const std::string& file() const noexcept { return file_; }
   /// Throws Failure; a folder or file that was made for it is gone again then.
   jt::SaveReport save(jt::SaveOptions options);
 
  private:
-  std::string text_;
   DocumentName name_;
-  Library library_;
-  std::string file_;  // that the JT data goes to
+  std::string file_;
   bool exists_ = false;
   JtwRoot* root_ = nullptr;
 };

@@ -58,7 +58,9 @@ jt::SaveReport saveComponent(Session& session, mesh::Scene scene, const std::str
   saving.version = versionOption(session.arguments());
   if (!mesh::isHostUnit(scene.millimetres))
     session.warn(document + ": lengths are converted to millimetres, which rounds them");
-  NewDocument made(session, document, replace);
+  const Library library(session);
+  const DocumentName name(document);
+  NewDocument made(name, openHostDocument(name), replace);
   try {
     mesh::buildComponent(std::move(scene), made.root(), options);
   } catch (const JtFormatError& error) {

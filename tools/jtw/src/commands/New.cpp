@@ -10,7 +10,9 @@ ExitCode runNew(Session& session) {
   const std::string& text = session.argument(0);
   const std::string* unit = session.arguments().value("unit");
   const float unitRatio = unit ? jtw::parseUnit("--unit", *unit) : 1.0F;
-  NewDocument document(session, text, session.arguments().has("force"), unitRatio);
+  const Library library(session);
+  const DocumentName name(text);
+  NewDocument document(name, openHostDocument(name), session.arguments().has("force"), unitRatio);
   jt::SaveOptions options;
   options.dryRun = session.arguments().has("dry-run");
   const jt::SaveReport report = document.save(options);

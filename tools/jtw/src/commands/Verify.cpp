@@ -9,17 +9,14 @@
 #include <utility>
 #include <vector>
 
-#include "Assembly.h"
 #include "Batch.h"
 #include "Command.h"
 #include "Component.h"
+#include "Examination.h"
 #include "FileList.h"
 #include "InputFile.h"
 #include "JtFileGuard.h"
 #include "JtFormatError.h"
-#include "JtInspect.h"
-#include "JtValidation.h"
-#include "JtwFrameLists.h"
 #include "Progress.h"
 #include "Session.h"
 #include "Verdict.h"
@@ -28,89 +25,22 @@
 namespace tool {
 namespace {
 
-/// How files are looked at.
-struct Checks {
-  explicit Checks(const Session& session) : limits(readLimits(session)) {
-    constexpr double kTolerance = 0.001;
-    const auto tolerance = session.arguments().tolerance("tolerance");
-    if (session.arguments().has("properties"))
-      properties = tolerance.value_or(kTolerance);
-    else if (tolerance)
-      failUsage("--tolerance is for --properties");
-  }
-
-  jt::ReadLimits limits;
-  std::optional<double> properties;  ///< the tolerance of validation properties
-};
-
-/// Looks at what a file means, beyond its form. What the host keeps in it is looked at through the
-/// component model, which has to be started.
-/// @return the number of parts whose validation properties were compared
-std::size_t addMeaningFindings(JtStorageLocation& location, const Checks& checks,
-                               std::vector<jt::Diagnostic>& findings) {
-  try {
-    JtPartition* opened = nullptr;
-    JtPartition::openPartition(&location, nullptr, opened, checks.limits);
-    const auto partition = jt::Ref<JtPartition>::adopt(opened);
-    if (!partition) return 0;
-    std::ranges::move(jtw::verifyFrameLists(*partition), std::back_inserter(findings));
-    if (!checks.properties) return 0;
-    jt::ValidationReport report = jt::checkValidation(*partition, *checks.properties);
-    std::ranges::move(report.findings, std::back_inserter(findings));
-    return report.parts;
-  } catch (const JtFormatError&) {
-    return 0;  // is among the findings already
-  }
-}
-
-void nameOptions(std::vector<jt::Diagnostic>& findings) {
-  for (jt::Diagnostic& finding : findings)
-    if (finding.isError) finding.message += limitOptions(finding.code);
-}
-
-std::vector<jt::Diagnostic> examinePart(const jt::PartFile& part, const Checks& checks,
-                                        std::size_t& compared) {
-  using State = jt::PartFile::State;
-  std::vector<jt::Diagnostic> findings;
-  if (part.state == State::read || part.state == State::damaged) {
-    const auto location = jt::make<JtFSStorageLocation>(part.file);
-    findings = jt::verify(*location, checks.limits);
-    compared += addMeaningFindings(*location, checks, findings);
-  }
-  const bool hasError = std::ranges::any_of(findings, &jt::Diagnostic::isError);
-  if (part.state != State::read && !hasError)
-    findings.push_back(
-        {std::string("part_") + jt::stateName(part.state), part.error, {}, {}, true});
-  nameOptions(findings);
-  return findings;
+ExaminationRules rulesOf(const Session& session) {
+  constexpr double kTolerance = 0.001;
+  ExaminationRules rules{.limits = readLimits(session), .properties = {}};
+  const auto tolerance = session.arguments().tolerance("tolerance");
+  if (session.arguments().has("properties"))
+    rules.properties = tolerance.value_or(kTolerance);
+  else if (tolerance)
+    failUsage("--tolerance is for --properties");
+  return rules;
 }
 
 Verdict examine(Session& session, const std::string& path,
                 const std::function<void(double share)>& progress) {
-  const Checks checks(session);
-  const jt::Ref<JtStorageLocation> location = inputLocation(path);
-  std::vector<jt::PartFile> parts;
-  if (path != "-") parts = listPartFiles(*location, checks.limits);
-  const double share = 1.0 / static_cast<double>(parts.size() + 1);
-  Verdict verdict{.file = path,
-                  .findings = jt::verify(*location, checks.limits,
-                                         [&](double done) { progress(done * share); }),
-                  .parts = {}};
+  const ExaminationRules rules = rulesOf(session);
   const Library library(session);
-  std::size_t compared = addMeaningFindings(*location, checks, verdict.findings);
-  nameOptions(verdict.findings);
-  for (jt::PartFile& part : parts) {
-    std::vector<jt::Diagnostic> findings = examinePart(part, checks, compared);
-    verdict.parts.push_back({std::move(part), std::move(findings)});
-    progress(static_cast<double>(verdict.parts.size() + 1) * share);
-  }
-  if (!checks.properties) return verdict;
-  verdict.compared = compared;
-  if (compared == 0 && !verdict.unreadable())
-    verdict.findings.push_back(
-        {"no_validation",
-         "no part has anything to compare; --check of copy, convert and export stores it"});
-  return verdict;
+  return tool::examine(path, rules, progress);
 }
 
 /// Where reports in other forms go.
