@@ -19,6 +19,7 @@ set(JTW_GOALS
     "G4|OutsideTheFolder"
     "G4|InItsFolderOnly$"
     "G4|^jt_storage_tests\\.Resolve\\."
+    "G4|ViewPage\\.Names"
     # Seeds of the fuzz targets, and findings among them
     "G5|^fuzz\\.replay\\."
     # Killed at each call of a save

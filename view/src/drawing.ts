@@ -1,6 +1,7 @@
 // The model as objects of the graphics library.
 
 import * as THREE from 'three';
+import { coarseMesh } from './coarse.js';
 import type { MeshData, PageData } from './data.js';
 import { LineSet, type LinePiece } from './lineset.js';
 import { surfaceMaterial } from './materials.js';
@@ -15,13 +16,16 @@ export interface Hit {
   corner: THREE.Vector3 | null;
 }
 
-/** A batch of surfaces that are drawn at once, and the item of each instance. */
+/** A batch of surfaces that are drawn at once. Of each instance: its item, and its geometries. */
 interface Batch {
   mesh: THREE.BatchedMesh;
   items: number[];
+  fine: number[];
+  coarse: number[];
 }
 
 const opaque = 254; // alphas from here on
+const coarseTriangles = 60_000; // of everything, about
 const highlight = new THREE.Vector4(0.1, 0.5, 1, 1);
 
 export class Drawing {
@@ -34,6 +38,7 @@ export class Drawing {
   readonly #batches: Batch[] = [];
   readonly #lines: LineSet;
   readonly #dots: { cloud: THREE.Points; item: number }[] = [];
+  #isCoarse = false;
   triangleCount = 0;
 
   constructor(data: PageData, model: Model) {
@@ -78,6 +83,14 @@ export class Drawing {
       (cloud.material as THREE.PointsMaterial).color.setRGB(x, y, z);
     }
     for (const set of [this.#lines, this.annotations]) set.select((place) => this.#model.isSelected(place));
+  }
+
+  /** Draws stand-ins with few triangles, or everything. */
+  setCoarse(isCoarse: boolean): void {
+    if (isCoarse === this.#isCoarse) return;
+    this.#isCoarse = isCoarse;
+    for (const { mesh, fine, coarse } of this.#batches)
+      (isCoarse ? coarse : fine).forEach((geometry, instance) => mesh.setGeometryIdAt(instance, geometry));
   }
 
   /** Dark lines become bright ones on a dark background. */
@@ -140,6 +153,8 @@ export class Drawing {
 
   /** Surfaces by what they need of a material. */
   #addSurfaces(): void {
+    for (let item = 0; item < this.#data.itemCount; ++item)
+      if (this.#meshOf(item).kind === 'triangles') this.triangleCount += this.#meshOf(item).indices.length / 3;
     const groups = new Map<string, number[]>();
     for (let item = 0; item < this.#data.itemCount; ++item) {
       const mesh = this.#meshOf(item);
@@ -155,22 +170,33 @@ export class Drawing {
 
   #addBatch(items: number[], isOpaque: boolean, hasColors: boolean): void {
     const used = [...new Set(items.map((item) => this.#data.itemMeshes[item]))];
-    const meshes = used.map((number) => this.#data.meshes[number]);
-    const vertices = meshes.reduce((sum, mesh) => sum + mesh.positions.length / 3, 0);
-    const corners = meshes.reduce((sum, mesh) => sum + mesh.indices.length, 0);
+    const fine = used.map((number) => this.#data.meshes[number]);
+    const coarse = fine.map((mesh) => (mesh.indices.length > 150 ? coarseMesh(mesh, this.#cells()) : mesh));
+    const all = [...fine, ...coarse.filter((mesh, i) => mesh !== fine[i])];
+    const vertices = all.reduce((sum, mesh) => sum + mesh.positions.length / 3, 0);
+    const corners = all.reduce((sum, mesh) => sum + mesh.indices.length, 0);
     const batched = new THREE.BatchedMesh(items.length, vertices, corners, surfaceMaterial(isOpaque, hasColors));
-    const geometryIds = new Map(used.map((number, i) => [number, batched.addGeometry(geometryOf(meshes[i], hasColors))]));
+    const fineIds = fine.map((mesh) => batched.addGeometry(geometryOf(mesh, hasColors)));
+    const coarseIds = coarse.map((mesh, i) =>
+      mesh === fine[i] || mesh.indices.length === 0 ? fineIds[i] : batched.addGeometry(geometryOf(mesh, hasColors)));
+    const order = new Map(used.map((number, i) => [number, i]));
+    const orderOf = (item: number) => order.get(this.#data.itemMeshes[item]) as number;
     for (const item of items) {
-      const instance = batched.addInstance(geometryIds.get(this.#data.itemMeshes[item]) as number);
+      const instance = batched.addInstance(fineIds[orderOf(item)]);
       batched.setMatrixAt(instance, this.#matrixOf(item));
       batched.setColorAt(instance, this.#colorOf(item));
-      this.triangleCount += this.#meshOf(item).indices.length / 3;
     }
     // Glass is mixed from the back to the front; what is opaque needs no order.
     batched.sortObjects = !isOpaque;
     batched.frustumCulled = false;
-    this.#batches.push({ mesh: batched, items });
+    this.#batches.push({ mesh: batched, items, fine: items.map((item) => fineIds[orderOf(item)]),
+      coarse: items.map((item) => coarseIds[orderOf(item)]) });
     this.group.add(batched);
+  }
+
+  /** The cells of stand-ins along the longest side: a closed surface has some eight triangles for the square of it. */
+  #cells(): number {
+    return Math.max(3, Math.floor(Math.sqrt(coarseTriangles / Math.max(this.#data.itemCount, 1) / 8)));
   }
 
   #linePieces(): LinePiece[] {

@@ -7,6 +7,8 @@ import { Signal } from './model.js';
 
 export type Axis = 'x' | 'y' | 'z';
 
+const slow = 30; // milliseconds of a picture
+
 /** Directions from the middle to the eye. */
 const views: Record<string, [number, number, number]> = {
   iso: [1, -1, 0.8],
@@ -27,24 +29,26 @@ export class Viewer {
   readonly scene = new THREE.Scene();
   /** After each picture. */
   readonly drawn = new Signal();
-  /** How long the last picture took, in milliseconds. */
-  drawTime = 0;
   readonly #renderer: THREE.WebGLRenderer;
   readonly #controls: OrbitControls;
   readonly #section = new THREE.Plane();
   #drawing: Drawing | null = null;
   #isAsked = false;
   #size = 1; // of the model, in millimetres
+  /** How long a picture with everything takes, with one sample a pixel, in milliseconds. */
+  #pictureTime = 0;
+  #isMoving = false;
+  #rest = 0; // timer
 
   constructor(canvas: HTMLCanvasElement) {
     this.canvas = canvas;
-    this.#renderer = new THREE.WebGLRenderer({ canvas, antialias: true, alpha: true });
+    this.#renderer = new THREE.WebGLRenderer({ canvas, alpha: true });
     this.#renderer.outputColorSpace = THREE.LinearSRGBColorSpace;
     this.camera.up.set(0, 0, 1);
     this.#controls = new OrbitControls(this.camera, canvas);
     this.#controls.enableDamping = false;
     this.#controls.zoomToCursor = true;
-    this.#controls.addEventListener('change', () => this.draw());
+    this.#controls.addEventListener('change', () => this.#move());
     new ResizeObserver(() => this.#resize()).observe(canvas);
     canvas.addEventListener('webglcontextrestored', () => this.draw());
   }
@@ -54,21 +58,27 @@ export class Viewer {
     this.scene.add(drawing.group);
     this.#resize();
     this.lookFrom('iso');
+    this.#isMoving = false; // that was no motion that anybody sees
+    this.#measureTime();
+    this.canvas.dataset.state = 'still';
   }
 
   /** Draws at the next chance, however often it is asked for until then. */
   draw(): void {
     if (this.#isAsked) return;
     this.#isAsked = true;
-    requestAnimationFrame(() => this.drawNow());
+    requestAnimationFrame(() => {
+      if (this.#isAsked) this.drawNow();
+    });
   }
 
   drawNow(): void {
     this.#isAsked = false;
-    const start = performance.now();
     this.#renderer.render(this.scene, this.camera);
-    this.drawTime = performance.now() - start;
     this.drawn.emit();
+    if (!this.#isMoving) return;
+    clearTimeout(this.#rest);
+    this.#rest = window.setTimeout(() => this.#setMoving(false), 300);
   }
 
   /** Looks at everything that is visible, from a side. */
@@ -109,13 +119,13 @@ export class Viewer {
     offset.setFromSpherical(around).applyQuaternion(toYUp.invert());
     this.camera.position.copy(this.#controls.target).add(offset);
     this.#controls.update();
-    this.draw();
+    this.#move();
   }
 
   zoomBy(factor: number): void {
     this.camera.zoom *= factor;
     this.camera.updateProjectionMatrix();
-    this.draw();
+    this.#move();
   }
 
   /** Cuts what is beyond a place on an axis. @param share of the extent; null: nothing is cut */
@@ -137,6 +147,7 @@ export class Viewer {
     const { clientWidth, clientHeight } = this.canvas;
     const ray = new THREE.Raycaster();
     ray.setFromCamera(new THREE.Vector2((2 * x) / clientWidth - 1, 1 - (2 * y) / clientHeight), this.camera);
+    this.#drawing?.setCoarse(false);
     const fewPixels = 4 * this.millimetresOfPixel();
     ray.params.Line.threshold = fewPixels;
     ray.params.Points.threshold = fewPixels;
@@ -155,6 +166,46 @@ export class Viewer {
     return { x: ((1 + x) * this.canvas.clientWidth) / 2, y: ((1 - y) * this.canvas.clientHeight) / 2 };
   }
 
+  /** The eye moved: until it rests the picture is drawn as quickly as this machine needs it. */
+  #move(): void {
+    clearTimeout(this.#rest);
+    if (!this.#isMoving) this.#setMoving(true);
+    this.draw();
+  }
+
+  #setMoving(isMoving: boolean): void {
+    const isSlow = this.#pictureTime > slow;
+    this.#isMoving = isMoving;
+    this.#drawing?.setCoarse(isMoving && isSlow);
+    this.#setSamples();
+    this.canvas.dataset.state = isMoving ? 'moving' : 'still';
+    this.draw();
+  }
+
+  /** Four samples a pixel instead of one, where there is time for them. True when that changed. */
+  #setSamples(): boolean {
+    const samples = this.#isMoving ? 4 * this.#pictureTime < 15 : 4 * this.#pictureTime < 400;
+    const ratio = window.devicePixelRatio * (samples ? 2 : 1);
+    if (ratio === this.#renderer.getPixelRatio()) return false;
+    this.#renderer.setPixelRatio(ratio);
+    return true;
+  }
+
+  /** Draws, and waits for the picture; twice where it took long, since the first one also prepares what the others
+   * use. */
+  #measureTime(): void {
+    this.#renderer.setPixelRatio(window.devicePixelRatio);
+    const gl = this.#renderer.getContext();
+    const pixel = new Uint8Array(4);
+    for (let picture = 0; picture < 2 && (picture === 0 || this.#pictureTime > slow); ++picture) {
+      const start = performance.now();
+      this.drawNow();
+      gl.readPixels(0, 0, 1, 1, gl.RGBA, gl.UNSIGNED_BYTE, pixel);
+      this.#pictureTime = performance.now() - start;
+    }
+    if (this.#setSamples()) this.draw();
+  }
+
   #zoomFor(box: THREE.Box3): number {
     const seen = box.clone().applyMatrix4(this.camera.matrixWorldInverse).getSize(new THREE.Vector3());
     const margin = 0.92;
@@ -166,7 +217,7 @@ export class Viewer {
   #resize(): void {
     const { clientWidth, clientHeight } = this.canvas;
     if (clientWidth === 0 || clientHeight === 0) return;
-    this.#renderer.setPixelRatio(window.devicePixelRatio);
+    this.#setSamples();
     this.#renderer.setSize(clientWidth, clientHeight, false);
     const aspect = clientWidth / clientHeight;
     Object.assign(this.camera, { left: -aspect, right: aspect, top: 1, bottom: -1 });

@@ -27,20 +27,25 @@ namespace jtw {
 /// | text | names |
 /// |---|---|
 /// | `7` | the first object with that key |
-/// | `root` | the component itself |
+/// | `root`, `/` | the component itself |
 /// | `#12` | the object of node 12 of the component's own file |
 /// | `#12/5` | that of node 5 below node 12; where 12 represents a part file, of node 5 in that |
 /// | `#12/5:7` | the frame with key 7 of the object `#12/5` |
 /// | `/Robot/Arm[2]/Gripper` | names from the component down; `[2]` is the second of that name |
+/// | `/Robot/Arm[key 7]`, `/Robot/Arm[#12]` | the one of that name with key 7, or of node 12 |
 /// | `Gripper` | the only object of that name |
 ///
-/// In a path a backslash takes the special meaning from the character behind it: `\/`, `\[`, `\\`.
+/// In a path a backslash takes the special meaning from the character behind it: `\/`, `\[`, `\\`;
+/// jt::escapedStep() is the inverse. A path that no objects have may also be that of a node of the
+/// scene graph, as jt::NodePaths and jt::compare() make it; it names the object of that node.
 class JTW_API ObjectAddress {
  public:
   /// One name of a path.
   struct Step {
     std::string name;
-    std::optional<std::size_t> number;  ///< among siblings of that name, from 1 on
+    std::optional<std::size_t> number{};  ///< among siblings of that name, from 1 on
+    ApiProtoKey key{};                    ///< null: any
+    std::int32_t nodeId = 0;              ///< in its file; 0: any
   };
 
   /// Throws EditError "usage" for a text that is no address.
@@ -48,7 +53,7 @@ class JTW_API ObjectAddress {
 
   /// As it was given.
   const std::string& text() const noexcept { return text_; }
-  bool isRoot() const noexcept { return text_ == "root"; }
+  bool isRoot() const noexcept { return text_ == "root" || text_ == "/"; }
   /// The key of the object, or of a frame below nodeIds(); null where none is named.
   const ApiProtoKey& key() const noexcept { return key_; }
   /// Object ids, the last one that of the object's node; empty where none is named.
@@ -61,6 +66,7 @@ class JTW_API ObjectAddress {
  private:
   void readIds();
   void readPath();
+  std::size_t readWhich(std::size_t open, Step& step) const;
 
   std::string text_;
   ApiProtoKey key_;
@@ -173,6 +179,9 @@ class JTW_API Objects {
   const JtNode* follow(const std::vector<std::int32_t>& ids) const;
   std::optional<std::size_t> findByIds(const ObjectAddress& address) const;
   std::size_t findByPath(const ObjectAddress& address) const;
+  std::size_t findByNodePath(const ObjectAddress& address) const;
+  std::vector<std::size_t> stepDown(std::size_t parent, const ObjectAddress::Step& step) const;
+  const std::unordered_map<const JtNode*, std::size_t>& objectsOfNodes() const;
   [[noreturn]] void failUnknown(const ObjectAddress& address) const;
   [[noreturn]] void failAmbiguous(const ObjectAddress& address,
                                   const std::vector<std::size_t>& candidates) const;

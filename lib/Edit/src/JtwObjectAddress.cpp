@@ -64,6 +64,29 @@ void ObjectAddress::readIds() {
   key_ = ApiProtoKey(*key);
 }
 
+/// Reads "[2]", "[key 7]" or "[#12]". @return the place behind it
+std::size_t ObjectAddress::readWhich(std::size_t open, Step& step) const {
+  constexpr std::string_view kKey = "key ";
+  const std::size_t close = text_.find(']', open);
+  const std::size_t length = close == std::string::npos ? 0 : close - open - 1;
+  const std::string_view which = std::string_view(text_).substr(open + 1, length);
+  const bool isKey = which.starts_with(kKey);
+  const bool isId = which.starts_with('#');
+  const auto number = wholeNumber(which.substr(isKey ? kKey.size() : isId ? 1 : 0));
+  if (!number || (!isKey && *number <= 0))
+    failAddress(text_,
+                "'[' needs a number from 1 on, 'key' and a key, or '#' and an object id, and ']'; "
+                "a bracket in a name is written '\\[',",
+                open);
+  if (isKey)
+    step.key = ApiProtoKey(*number);
+  else if (isId)
+    step.nodeId = *number;
+  else
+    step.number = static_cast<std::size_t>(*number);
+  return close + 1;
+}
+
 void ObjectAddress::readPath() {
   for (std::size_t at = 1; at <= text_.size(); ++at) {
     Step step;
@@ -72,20 +95,13 @@ void ObjectAddress::readPath() {
         failAddress(text_, "a backslash needs a character behind it,", at - 1);
       step.name += text_[at];
     }
-    if (at < text_.size() && text_[at] == '[') {
-      const std::size_t end = text_.find(']', at);
-      const std::size_t length = end == std::string::npos ? 0 : end - at - 1;
-      const auto number = wholeNumber(std::string_view(text_).substr(at + 1, length));
-      if (!number || *number <= 0)
-        failAddress(text_,
-                    "'[' needs a number from 1 on and ']'; a bracket in a name is written '\\[',",
-                    at);
-      step.number = static_cast<std::size_t>(*number);
-      at = end + 1;
+    const bool hasWhich = at < text_.size() && text_[at] == '[';
+    if (hasWhich) {
+      at = readWhich(at, step);
       if (at < text_.size() && text_[at] != '/')
         failAddress(text_, "']' ends a name; '/' is expected,", at);
     }
-    if (step.name.empty() && !step.number) failAddress(text_, "a name is missing,", at);
+    if (step.name.empty() && !hasWhich) failAddress(text_, "a name is missing,", at);
     path_.push_back(std::move(step));
   }
 }

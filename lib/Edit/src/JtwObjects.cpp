@@ -171,44 +171,27 @@ const JtNode* Objects::follow(const std::vector<std::int32_t>& ids) const {
   return found;
 }
 
-std::optional<std::size_t> Objects::findByIds(const ObjectAddress& address) const {
-  const JtNode* holder = follow(address.nodeIds());
-  if (!holder) return {};
+const std::unordered_map<const JtNode*, std::size_t>& Objects::objectsOfNodes() const {
   const Listing& listing = current();
   if (listing.firstOfNode.empty())
     for (std::size_t i = 0; i < listing.entries.size(); ++i)
       if (!node(i).isOfTypePMI()) listing_->firstOfNode.emplace(node(i).jtNode(), i);
+  return listing.firstOfNode;
+}
+
+std::optional<std::size_t> Objects::findByIds(const ObjectAddress& address) const {
+  const JtNode* holder = follow(address.nodeIds());
+  if (!holder) return {};
   if (address.key().isNull()) {
-    const auto found = listing.firstOfNode.find(holder);
-    if (found == listing.firstOfNode.end()) return {};
+    const auto found = objectsOfNodes().find(holder);
+    if (found == objectsOfNodes().end()) return {};
     return found->second;
   }
+  const Listing& listing = current();
   for (std::size_t i = 0; i < listing.entries.size(); ++i)
     if (node(i).isOfTypePMI() && node(i).key() == address.key() && holderOf(node(i)) == holder)
       return i;
   return {};
-}
-
-std::size_t Objects::findByPath(const ObjectAddress& address) const {
-  std::vector<std::size_t> found;
-  for (const ObjectAddress::Step& step : address.path()) {
-    std::vector<std::size_t> next;
-    if (&step == &address.path().front()) {
-      if (names().name(0) == step.name && step.number.value_or(1) == 1) next.push_back(0);
-    } else {
-      for (const std::size_t parent : found) {
-        const auto named = names().below(parent, step.name);
-        if (!step.number)
-          next.insert(next.end(), named.begin(), named.end());
-        else if (*step.number <= named.size())
-          next.push_back(named[*step.number - 1]);
-      }
-    }
-    found = std::move(next);
-  }
-  if (found.empty()) failUnknown(address);
-  if (found.size() > 1) failAmbiguous(address, found);
-  return found.front();
 }
 
 std::size_t Objects::find(const ObjectAddress& address) const {

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "JtHash.h"
+#include "JtNodePath.h"
 #include "JtwObjects.h"
 
 namespace jtw {
@@ -37,11 +38,7 @@ std::span<const std::size_t> ObjectNames::below(std::size_t parent, std::string_
 }
 
 std::string ObjectNames::step(std::size_t index) const {
-  std::string text = "/";
-  for (const char c : names_[index]) {
-    if (c == '/' || c == '[' || c == '\\') text += '\\';
-    text += c;
-  }
+  std::string text = "/" + jt::escapedStep(names_[index]);
   const bool isOneOfSeveral =
       index > 0 && byPlace_.find({parents_[index], names_[index]})->second.size() > 1;
   if (isOneOfSeveral || names_[index].empty())

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -41,18 +42,42 @@ inline constexpr std::size_t kDifferenceKinds = 11;
 /// "node", "type", "position", ...
 JT_API const char* differenceName(DifferenceKind kind) noexcept;
 
+/// How many of something the two meshes of a difference of geometry have.
+struct ComparedCount {
+  /// "triangles", "polylines", "points", "vertices", "normals", "colors", "textureCoordinates" (of
+  /// all channels together), or "unmatched": triangles, polylines or points that have no partner in
+  /// the other mesh.
+  const char* name = "";
+  std::uint64_t a = 0;
+  std::uint64_t b = 0;
+};
+
+/// The rigid motion that leads from one placement to another.
+struct PlacementChange {
+  std::array<double, 3> translation{};  ///< of the origin, in millimetres, in the parent's axes
+  double degrees = 0;                   ///< 0..180, about `axis`
+  std::array<double, 3> axis{0, 0, 1};  ///< of length 1, in the parent's axes
+};
+
 /// One difference. A side that has nothing is std::monostate.
 struct Difference {
   /// Names of the nodes from below the root down to the node, each behind a '/'; "/" is the root,
   /// and what belongs to the file and not to a node has none. A node without name goes by its type.
-  /// Where siblings share a name, "[7]" (identity key), "[#12]" (object id) or "[child 3]" follows.
-  /// The middle of very deep paths is left out.
+  /// Where siblings share a name, "[key 7]" (identity key), "[#12]" (object id) or "[child 3]"
+  /// follows. Names are escaped, see escapedStep(). The middle of very deep paths is left out.
   std::string path;
   DifferenceKind kind = DifferenceKind::node;
   std::string name;  ///< field, attribute and field, key, segment id; may be empty
   ComparedValue a;
   ComparedValue b;
   std::string key{};  ///< value of the node's identity key; empty when it has none
+  /// Of geometry that can be decoded on both sides: what either mesh has. "unmatched" is there only
+  /// when the meshes have the same numbers of primitives and attributes and all were looked at.
+  std::vector<ComparedCount> counts{};
+  /// Of a transform (or the only one of a node that was not placed, or is not any more): the
+  /// motion, unless the two placements differ in scale, shear or mirroring, or in their unit of
+  /// length.
+  std::optional<PlacementChange> moved{};
 };
 
 /// Receives differences, a node's own before those of what is below it.

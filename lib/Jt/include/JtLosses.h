@@ -18,7 +18,7 @@ struct LosingNode {
   std::int32_t nodeId = 0;          ///< in its file; 0: none
   std::optional<std::int32_t> key;  ///< see lossesOf()
   std::string name;                 ///< may be empty
-  std::string path;                 ///< from the root down: "/Hall/Cell/Bolt"
+  std::string path;                 ///< from the root down: "/Hall/Cell/Bolt", as NodePaths has it
 };
 
 /// A segment that a save leaves out.

@@ -408,6 +408,94 @@ TEST(Compare, ReportsValuesAndStopsAtTheLimit) {
   EXPECT_EQ(first.result().differences, 3U);
 }
 
+TEST(Compare, CountsWhatMeshesHave) {
+  struct Case {
+    const char* name;
+    void (*change)(jt::Mesh&);
+    std::string counts;
+  };
+  for (const Case& one :
+       {Case{"another triangle",
+             [](jt::Mesh& mesh) {
+               mesh.positions.push_back({5, 6, 7});
+               mesh.corners.insert(mesh.corners.end(), {4, 1, 2});
+               mesh.records.insert(mesh.records.end(), 3, 0);
+             },
+             "triangles 3 4, vertices 4 5, normals 1 1, "},
+        Case{"the same triangle twice",
+             [](jt::Mesh& mesh) { std::copy_n(mesh.corners.begin(), 3, mesh.corners.begin() + 3); },
+             "triangles 3 3, vertices 4 4, normals 1 1, unmatched 1 1, "}}) {
+    Model a;
+    Model b;
+    auto mesh = makeMesh();
+    one.change(*mesh);
+    b.shape->setMesh(mesh);
+    b.shape->setStatistics(a.shape->statistics());
+    const Differences found(*a.root, *b.root);
+    ASSERT_EQ(found.all().size(), 1U) << one.name;
+    std::string counts;
+    for (const jt::ComparedCount& count : found.all()[0].counts)
+      counts += std::string(count.name) + " " + std::to_string(count.a) + " " +
+                std::to_string(count.b) + ", ";
+    EXPECT_EQ(counts, one.counts) << one.name;
+  }
+}
+
+TEST(Compare, NamesRigidMotions) {
+  using Matrix = jt::Matrix4;
+  const Matrix placed{0, 2, 0, 0, -2, 0,  0,  0,
+                      0, 0, 2, 0, 10, 20, 30, 1};  // turned, twice as large
+  struct Case {
+    const char* name;
+    Matrix to;
+    bool isRigid;
+    std::array<double, 3> translation;
+    double degrees;
+    std::array<double, 3> axis;
+  };
+  const double c = std::cos(0.5);
+  const double s = std::sin(0.5);
+  for (const Case& one :
+       {Case{"shifted",
+             {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 10, 21, 28, 1},
+             true,
+             {0, 25.4, -50.8},
+             0,
+             {0, 0, 1}},
+        // The old placement, then a turn about the parent's x axis.
+        Case{"turned",
+             {0, 2 * c, 2 * s, 0, -2, 0, 0, 0, 0, -2 * s, 2 * c, 0, 11, 20, 30, 1},
+             true,
+             {25.4, 0, 0},
+             90 / std::acos(0.0) * 0.5,
+             {1, 0, 0}},
+        Case{"half a turn",
+             {0, -2, 0, 0, -2, 0, 0, 0, 0, 0, -2, 0, 10, 20, 30, 1},
+             true,
+             {0, 0, 0},
+             180,
+             {1, 0, 0}},
+        Case{"scaled", {0, 3, 0, 0, -3, 0, 0, 0, 0, 0, 3, 0, 10, 20, 30, 1}, false, {}, 0, {}},
+        Case{
+            "mirrored", {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, -2, 0, 10, 20, 30, 1}, false, {}, 0, {}}}) {
+    Model a;
+    Model b;
+    for (Model* model : {&a, &b}) put(*model->arm, Jt::jtPropMeasurementUnits, "Inches");
+    a.xform->setMatrix(placed);
+    b.xform->setMatrix(one.to);
+    const Differences found(*a.root, *b.root);
+    ASSERT_EQ(found.all().size(), 1U) << one.name;
+    const auto& moved = found.all()[0].moved;
+    ASSERT_EQ(moved.has_value(), one.isRigid) << one.name;
+    if (!moved) continue;
+    EXPECT_NEAR(moved->degrees, one.degrees, 1e-4) << one.name;
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_NEAR(moved->translation[i], one.translation[i], 1e-4) << one.name << i;
+      EXPECT_NEAR(moved->axis[i], one.axis[i], 1e-4) << one.name << i;
+    }
+  }
+}
+
 TEST(Compare, AFileEqualsItselfInEveryVersion) {
   MemoryStorage storage;
   for (const char* name : kVectors) {

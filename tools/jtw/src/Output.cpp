@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 #include "Failure.h"
@@ -102,6 +103,10 @@ std::string counted(std::size_t count, std::string_view noun) {
 
 std::string numberText(double value) { return toText(value); }
 std::string numberText(float value) { return toText(value); }
+
+std::string shortText(double value, double noise) {
+  return numberText(std::abs(value) < noise ? 0.0F : static_cast<float>(value));
+}
 
 std::string storedText(double value, double unit) {
   const auto stored = static_cast<float>(value / unit);

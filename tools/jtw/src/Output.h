@@ -56,6 +56,8 @@ std::string counted(std::size_t count, std::string_view noun);
 /// The shortest text that reads back as the same number.
 std::string numberText(double value);
 std::string numberText(float value);
+/// A computed number with as many digits as single precision has. @param noise what is less is 0
+std::string shortText(double value, double noise);
 /// The shortest text for `unit` times a stored single that leads back to that single; of another
 /// number, as numberText().
 std::string storedText(double value, double unit = 1);

@@ -4,17 +4,17 @@
 #include "Jt.h"
 #include "JtAssembly.h"
 #include "JtLosses.h"
+#include "JtNodePath.h"
 #include "file/save/SceneWriter.h"
-#include "inspect/NodePath.h"
 
 namespace jt {
 namespace {
 
-LosingNode describe(const JtNode& node, const char* keyProperty) {
+LosingNode describe(const JtNode& node, const char* keyProperty, NodePaths& paths) {
   const auto* key =
       keyProperty ? as<JtInt32PropAtom>(node.property(JtString(keyProperty))) : nullptr;
   return {node.objectId(), key ? std::optional<std::int32_t>(key->value()) : std::nullopt,
-          Jt::name(&node).stringToMbs(), pathOf(node)};
+          Jt::name(&node).stringToMbs(), paths.path(node)};
 }
 
 void addDropped(const SaveReport& report, std::vector<Loss>& losses) {
@@ -36,6 +36,7 @@ std::vector<Loss> lossesOf(const JtPartition& top, const SaveReport& report,
   std::vector<const JtPartition*> files{&top};
   for (const PartFile& part : partFilesOf(top))
     if (part.partition) files.push_back(part.partition);
+  NodePaths paths(keyProperty ? keyProperty : "");
   for (const JtPartition* file : files)
     for (const JtNode* node : file::SceneWriter::nodesOf(*file)) {
       JtPropAtom* key = nullptr;
@@ -45,7 +46,7 @@ std::vector<Loss> lossesOf(const JtPartition& top, const SaveReport& report,
         const auto found = late ? bySegment.find(late->segmentId()) : bySegment.end();
         if (found == bySegment.end()) continue;
         for (const std::size_t loss : found->second)
-          losses[loss].nodes.push_back(describe(*node, keyProperty));
+          losses[loss].nodes.push_back(describe(*node, keyProperty, paths));
       }
     }
   std::erase_if(losses, [](const Loss& loss) {

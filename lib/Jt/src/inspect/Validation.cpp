@@ -8,10 +8,10 @@
 #include "JtDrawing.h"
 #include "JtFormatError.h"
 #include "JtLastError.h"
+#include "JtNodePath.h"
 #include "JtValidation.h"
 #include "VisPartNode.h"
 #include "file/save/SceneWriter.h"
-#include "inspect/NodePath.h"
 
 namespace jt {
 namespace {
@@ -146,8 +146,9 @@ std::string numberText(double number) {
 
 class Comparing {
  public:
-  Comparing(const JtNode& part, double tolerance, std::vector<Diagnostic>& findings)
-      : part_(part), tolerance_(tolerance), findings_(findings) {}
+  Comparing(const JtNode& part, double tolerance, NodePaths& paths,
+            std::vector<Diagnostic>& findings)
+      : part_(part), tolerance_(tolerance), paths_(paths), findings_(findings) {}
 
   void run(const PartMeasures& stated, const PartMeasures& found) {
     if (stated.triangles != found.triangles)
@@ -167,15 +168,17 @@ class Comparing {
   }
 
   void add(const char* what, const std::string& stated, const std::string& found) {
-    findings_.push_back({"validation_differs",
-                         pathOf(part_) + ": " + what + ": expected " + stated + ", found " + found,
-                         {},
-                         {},
-                         true});
+    findings_.push_back(
+        {"validation_differs",
+         paths_.path(part_) + ": " + what + ": expected " + stated + ", found " + found,
+         {},
+         {},
+         true});
   }
 
   const JtNode& part_;
   double tolerance_;
+  NodePaths& paths_;
   std::vector<Diagnostic>& findings_;
 };
 
@@ -251,20 +254,22 @@ void removeValidations(JtPartition& top) {
 
 ValidationReport checkValidation(const JtPartition& file, double tolerance) {
   ValidationReport report;
+  NodePaths paths;
   eachPart(file, [&](const JtNode& part) {
     const auto* atom = as<JtStringPropAtom>(part.property(JtString(kProperty)));
     if (!atom) return;
     const std::optional<PartMeasures> stated = parseValidation(atom->value().stringToMbs());
     if (!stated) {
-      report.findings.push_back({"bad_validation", pathOf(part) + ": the property " + kProperty +
-                                                       " cannot be read: \"" +
+      report.findings.push_back({"bad_validation", paths.path(part) + ": the property " +
+                                                       kProperty + " cannot be read: \"" +
                                                        atom->value().stringToMbs() + "\""});
       return;
     }
     try {
       const std::optional<PartMeasures> found = measurePart(part);
       ++report.parts;
-      Comparing(part, tolerance, report.findings).run(*stated, found.value_or(PartMeasures{}));
+      Comparing(part, tolerance, paths, report.findings)
+          .run(*stated, found.value_or(PartMeasures{}));
     } catch (const JtFormatError&) {
       // Is a finding of verify().
     }

@@ -9,6 +9,7 @@
 #include "Assembly.h"
 #include "Command.h"
 #include "Component.h"
+#include "DifferenceText.h"
 #include "InputFile.h"
 #include "JtCompare.h"
 #include "JtInspect.h"
@@ -45,15 +46,6 @@ struct Answer {
   bool isSame() const { return result.isSame() && isWhole(); }
 };
 
-/// Matrices are for row vectors in the scene graph and for column vectors here.
-std::vector<double> shownNumbers(const jt::Difference& difference, std::vector<double> numbers) {
-  if (!difference.name.ends_with(".matrix") || numbers.size() != 16) return numbers;
-  for (std::size_t row = 0; row < 4; ++row)
-    for (std::size_t column = row + 1; column < 4; ++column)
-      std::swap(numbers[4 * row + column], numbers[4 * column + row]);
-  return numbers;
-}
-
 void writeSide(JsonWriter& json, const char* name, const jt::Difference& difference,
                const jt::ComparedValue& side) {
   if (const auto* text = std::get_if<std::string>(&side))
@@ -68,18 +60,6 @@ void writeSide(JsonWriter& json, const char* name, const jt::Difference& differe
     json.nullMember(name);
 }
 
-std::string sideText(const jt::Difference& difference, const jt::ComparedValue& side) {
-  if (const auto* text = std::get_if<std::string>(&side)) return "\"" + printable(*text) + "\"";
-  if (const auto* integer = std::get_if<std::int64_t>(&side)) return std::to_string(*integer);
-  if (const auto* number = std::get_if<double>(&side)) return numberText(*number);
-  const auto* numbers = std::get_if<std::vector<double>>(&side);
-  if (!numbers) return "nothing";
-  std::string text;
-  for (const double number : shownNumbers(difference, *numbers))
-    text += (text.empty() ? "(" : " ") + numberText(number);
-  return text.empty() ? "()" : text + ")";
-}
-
 /// Keys of the host are numbers.
 void writeKey(JsonWriter& json, const std::string& key) {
   long number = 0;
@@ -89,6 +69,36 @@ void writeKey(JsonWriter& json, const std::string& key) {
     json.member("key", number);
   else
     json.textOrNull("key", key);
+}
+
+void writeCounts(JsonWriter& json, const std::vector<jt::ComparedCount>& counts) {
+  if (counts.empty()) return json.nullMember("counts");
+  json.key("counts");
+  json.beginObject();
+  for (const jt::ComparedCount& count : counts) {
+    json.key(count.name);
+    json.beginObject();
+    json.member("a", count.a);
+    json.member("b", count.b);
+    json.end();
+  }
+  json.end();
+}
+
+void writeMotion(JsonWriter& json, const std::optional<jt::PlacementChange>& moved) {
+  if (!moved) return json.nullMember("moved");
+  json.key("moved");
+  json.beginObject();
+  // In the precision of most files: more digits are noise.
+  const auto single = [](const std::array<double, 3>& vector) {
+    std::array<float, 3> parts{};
+    std::ranges::transform(vector, parts.begin(), [](double x) { return static_cast<float>(x); });
+    return parts;
+  };
+  json.numbers("translate", single(moved->translation));
+  json.member("degrees", static_cast<float>(moved->degrees));
+  json.numbers("axis", single(moved->axis));
+  json.end();
 }
 
 using KindNames = std::array<const char*, jt::kDifferenceKinds>;
@@ -145,6 +155,8 @@ void writeAnswer(Session& session, const Answer& answer) {
     writeSide(json, "a", difference, difference.a);
     writeSide(json, "b", difference, difference.b);
     writeKey(json, difference.key);
+    writeCounts(json, difference.counts);
+    writeMotion(json, difference.moved);
     json.end();
   }
   json.end();
@@ -174,34 +186,6 @@ void writeAnswer(Session& session, const Answer& answer) {
   session.endResult();
 }
 
-void showDifference(Session& session, const jt::Difference& difference) {
-  const Style& style = session.style();
-  Output& out = session.out();
-  const std::string path = printable(difference.path);
-  if (difference.kind == jt::DifferenceKind::node) {
-    const bool isGone = std::holds_alternative<std::monostate>(difference.b);
-    const std::string type = sideText(difference, isGone ? difference.a : difference.b);
-    out.line(style.paint(isGone ? Ink::red : Ink::green, isGone ? "- " : "+ ") + path + "  " +
-             type);
-    return;
-  }
-  if (difference.kind == jt::DifferenceKind::parent) {
-    const auto where = [](const jt::ComparedValue& side) {
-      const auto* path = std::get_if<std::string>(&side);
-      return path ? printable(*path) : std::string();
-    };
-    out.line(style.paint(Ink::cyan, "> ") + path + "  moved from " + where(difference.a) + " to " +
-             where(difference.b));
-    return;
-  }
-  std::string what = jt::differenceName(difference.kind);
-  // The key of the name says nothing beside it.
-  if (!difference.name.empty() && difference.kind != jt::DifferenceKind::name)
-    what += " " + printable(difference.name);
-  out.line(style.paint(Ink::yellow, "~ ") + (path.empty() ? "" : path + "  ") + what + ": " +
-           sideText(difference, difference.a) + " -> " + sideText(difference, difference.b));
-}
-
 void showAnswer(Session& session, const Answer& answer) {
   Output& out = session.out();
   if (session.arguments().has("summary")) {
@@ -210,7 +194,7 @@ void showAnswer(Session& session, const Answer& answer) {
       if (const std::uint64_t count = answer.result.byKind[kind]; count > 0)
         out.line(padRight(names[kind], 10) + std::to_string(count));
   } else {
-    for (const jt::Difference& difference : answer.differences) showDifference(session, difference);
+    showDifferences(session, answer.differences);
     const auto listed = static_cast<std::uint64_t>(answer.differences.size());
     if (listed < answer.result.differences)
       out.line("... and " + std::to_string(answer.result.differences - listed) + " more");

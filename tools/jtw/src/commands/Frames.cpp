@@ -1,5 +1,4 @@
 #include <array>
-#include <cmath>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -204,12 +203,7 @@ ExitCode replaceList(Session& session, Component& component, const jtw::ObjectAd
 
 // --- One frame, seen from another
 
-/// With as many digits as single precision has. @param noise what is less is 0
-std::string shortText(double number, double noise) {
-  return numberText(std::abs(number) < noise ? 0.0F : static_cast<float>(number));
-}
-
-std::string shortText(const RTVec3D& vector, double noise) {
+std::string vectorText(const RTVec3D& vector, double noise) {
   return shortText(vector.x, noise) + ", " + shortText(vector.y, noise) + ", " +
          shortText(vector.z, noise);
 }
@@ -220,9 +214,9 @@ void showPlacement(Session& session, const RTTran3D& placement, const std::strin
   Output& out = session.out();
   const RTVec3D move = placement.getTranslation();
   const double noise = kSingle * move.length();
-  out.line("translate  " + shortText(move, noise) + "  " + unit);
+  out.line("translate  " + vectorText(move, noise) + "  " + unit);
   const auto rotation = jtw::rotationOf(placement);
-  out.line("rotate     " + (rotation ? shortText(*rotation, kAngle) + "  degrees about x, y, z"
+  out.line("rotate     " + (rotation ? vectorText(*rotation, kAngle) + "  degrees about x, y, z"
                                      : std::string("not by a rotation alone")));
   for (std::size_t row = 0; row < 4; ++row) {
     std::string line = row == 0 ? "matrix    " : "          ";

@@ -7,7 +7,9 @@
 #include "JtHash.h"
 #include "JtInspect.h"
 #include "JtPartition.h"
+#include "JtXform.h"
 #include "inspect/compare/ChildMatch.h"
+#include "inspect/compare/Motion.h"
 #include "inspect/compare/Properties.h"
 #include "inspect/compare/Segments.h"
 #include "inspect/compare/Values.h"
@@ -279,8 +281,23 @@ class Comparison {
     }
     objects_.compare(a, b, toleranceOf(id),
                      [&](const std::string& field, const ComparedValue& x, const ComparedValue& y) {
-                       report(id, DifferenceKind::attribute, elementName(&a) + "." + field, x, y);
+                       report_.add(id, DifferenceKind::attribute, elementName(&a) + "." + field,
+                                   [&](Difference& difference) {
+                                     difference.a = x;
+                                     difference.b = y;
+                                     if (field == "matrix")
+                                       difference.moved =
+                                           motionOf(id, as<JtXform>(&a), as<JtXform>(&b));
+                                   });
                      });
+  }
+
+  /// How a pair of nodes was moved. A side without transform lies where its parent does.
+  std::optional<PlacementChange> motionOf(PairId id, const JtXform* a, const JtXform* b) const {
+    const NodePair& pair = report_.pair(id);
+    if (graphs_.factsA.of(pair.a).millimetres != graphs_.factsB.of(pair.b).millimetres) return {};
+    return motionBetween(a ? a->matrix() : kIdentity, b ? b->matrix() : kIdentity,
+                         pair.millimetres);
   }
 
   void tellLonely(PairId id, const std::string& type, const JtAttribute& attribute, bool inA) {
@@ -288,8 +305,17 @@ class Comparison {
       report_.skip();
       return;
     }
-    report(id, DifferenceKind::attribute, type, inA ? ComparedValue(type) : ComparedValue(),
-           inA ? ComparedValue() : ComparedValue(type));
+    report_.add(id, DifferenceKind::attribute, type, [&](Difference& difference) {
+      (inA ? difference.a : difference.b) = type;
+      const auto* xform = as<JtXform>(&attribute);
+      const auto hasOther = [&](const JtNode& node) {
+        for (int i = 0; i < node.numAttributes(); ++i)
+          if (as<JtXform>(node.attribute(i)) && node.attribute(i) != xform) return true;
+        return false;
+      };
+      if (xform && !hasOther(*report_.pair(id).a) && !hasOther(*report_.pair(id).b))
+        difference.moved = motionOf(id, inA ? xform : nullptr, inA ? nullptr : xform);
+    });
   }
 
   /// Matches the children and adds the pairs that were not met before to `pending`.

@@ -124,24 +124,46 @@ void matchNear(Side& a, Side& b, const Tolerance& tolerance, Work& work) {
 const char* noun(Mesh::Kind kind) {
   switch (kind) {
     case Mesh::Kind::triangles:
-      return " triangles";
+      return "triangles";
     case Mesh::Kind::polylines:
-      return " polylines";
+      return "polylines";
     case Mesh::Kind::points:
       break;
   }
-  return " points";
+  return "points";
 }
 
 std::string summary(const Primitives& primitives) {
   const Mesh& mesh = primitives.mesh();
-  std::string text = std::to_string(primitives.count()) + noun(mesh.kind);
+  std::string text = std::to_string(primitives.count()) + " " + noun(mesh.kind);
   if (!mesh.normals.empty()) text += ", normals";
   if (!mesh.colors.empty()) text += ", colors";
   for (const Mesh::TextureChannel& texture : mesh.textures)
     text += ", texture " + std::to_string(texture.channel) + " of " +
             std::to_string(texture.components);
   return text;
+}
+
+std::vector<ComparedCount> countsOf(const Primitives& a, const Primitives& b) {
+  std::vector<ComparedCount> counts;
+  const auto add = [&](const char* name, auto count) {
+    const ComparedCount found{name, count(a), count(b)};
+    if (found.a + found.b > 0) counts.push_back(found);
+  };
+  for (const auto kind : {Mesh::Kind::triangles, Mesh::Kind::polylines, Mesh::Kind::points})
+    add(noun(kind), [&](const Primitives& side) {
+      return side.mesh().kind == kind ? std::uint64_t{side.count()} : 0;
+    });
+  add("vertices", [](const Primitives& side) { return side.mesh().positions.size(); });
+  add("normals", [](const Primitives& side) { return side.mesh().normals.size(); });
+  add("colors", [](const Primitives& side) { return side.mesh().colors.size(); });
+  add("textureCoordinates", [](const Primitives& side) {
+    std::uint64_t count = 0;
+    for (const Mesh::TextureChannel& texture : side.mesh().textures)
+      count += texture.values.size() / std::max<std::size_t>(1, texture.components);
+    return count;
+  });
+  return counts;
 }
 
 std::string lonelyText(const Side& side) {
@@ -155,12 +177,13 @@ std::string lonelyText(const Side& side) {
 
 }  // namespace
 
-std::optional<std::pair<std::string, std::string>> meshDifference(const Mesh& a, const Mesh& b,
-                                                                  const Tolerance& tolerance) {
+std::optional<MeshDifference> meshDifference(const Mesh& a, const Mesh& b,
+                                             const Tolerance& tolerance) {
   Side sideA(a);
   Side sideB(b);
-  std::pair texts(summary(sideA.primitives), summary(sideB.primitives));
-  if (texts.first != texts.second) return texts;  // kind, count or attributes
+  MeshDifference found{summary(sideA.primitives), summary(sideB.primitives),
+                       countsOf(sideA.primitives, sideB.primitives)};
+  if (found.a != found.b) return found;  // kind, count or attributes
   Work work(sideA.lonely);
   // Most meshes that are the same have the same order.
   matchInOrder(sideA, sideB, {});
@@ -171,9 +194,11 @@ std::optional<std::pair<std::string, std::string>> meshDifference(const Mesh& a,
     matchNear(sideB, sideA, tolerance, work);
   }
   if (sideA.lonely + sideB.lonely == 0) return {};
-  texts.first += lonelyText(sideA);
-  texts.second += lonelyText(sideB);
-  return texts;
+  found.a += lonelyText(sideA);
+  found.b += lonelyText(sideB);
+  if (sideA.isSearched && sideB.isSearched)
+    found.counts.push_back({"unmatched", sideA.lonely, sideB.lonely});
+  return found;
 }
 
 }  // namespace jt::compare_detail

@@ -11,11 +11,6 @@ namespace {
 constexpr std::size_t kShownAbove = 8;  // steps of a path that is too deep to be shown whole
 constexpr std::size_t kShownBelow = 56;
 
-std::string baseName(const JtNode& node, const GraphFacts& facts) {
-  const JtString* name = facts.of(&node).name;
-  return name && !name->isEmpty() ? name->stringToMbs() : elementName(&node);
-}
-
 }  // namespace
 
 std::string Report::keyOf(const JtNode& node, const GraphFacts& facts) {
@@ -23,24 +18,9 @@ std::string Report::keyOf(const JtNode& node, const GraphFacts& facts) {
   return key ? atomText(*key) : std::string();
 }
 
-bool Report::isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts) {
-  const auto [entry, isNew] = names_.try_emplace(&parent);
-  auto& names = entry->second;
-  for (int i = 0; isNew && i < numOwnChildren(parent); ++i) {
-    const JtNode* child = ownChild(parent, i);
-    const auto [named, isFirst] = names.emplace(baseName(*child, facts), child);
-    if (!isFirst && named->second != child) named->second = nullptr;
-  }
-  return names[name] == nullptr;
-}
-
 std::string Report::step(const JtNode& parent, int index, const GraphFacts& facts) {
   const JtNode& node = *ownChild(parent, index);
-  std::string text = baseName(node, facts);
-  if (!isRepeated(parent, text, facts)) return text;
-  if (const JtPropAtom* key = facts.of(&node).key) return text + "[" + atomText(*key) + "]";
-  if (const std::int32_t id = node.objectId()) return text + "[#" + std::to_string(id) + "]";
-  return text + "[child " + std::to_string(index) + "]";
+  return paths_.step(parent, node, facts.of(&node).key);
 }
 
 std::string Report::path(PairId pair) {

@@ -4,10 +4,10 @@
 
 #include <array>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "JtCompare.h"
+#include "JtNodePath.h"
 #include "inspect/compare/NodeFacts.h"
 
 namespace jt::compare_detail {
@@ -78,7 +78,6 @@ class Report {
   /// The value of a node's identity key; empty for none.
   static std::string keyOf(const JtNode& node, const GraphFacts& facts);
   std::string step(const JtNode& parent, int index, const GraphFacts& facts);
-  bool isRepeated(const JtNode& parent, const std::string& name, const GraphFacts& facts);
 
   const Graphs& graphs_;
   std::size_t most_;
@@ -86,8 +85,7 @@ class Report {
   CompareSink& sink_;
   CompareResult result_;
   std::vector<NodePair> pairs_;
-  // Names of children, by parent: the child, or null where several have the name.
-  std::unordered_map<const JtNode*, std::unordered_map<std::string, const JtNode*>> names_;
+  NodePaths paths_;
 };
 
 }  // namespace jt::compare_detail

@@ -178,12 +178,13 @@ bool SegmentComparison::compareGeometry(PairId pair) {
   shapeB->releaseMesh();
   if (!meshA && !meshB) return false;
   const Tolerance tolerance(tolerance_, report_.pair(pair).millimetres, 0);
-  const auto apart = meshA && meshB ? meshDifference(*meshA, *meshB, tolerance)
-                                    : std::optional(std::pair(damageA, damageB));
+  const auto apart =
+      meshA && meshB ? meshDifference(*meshA, *meshB, tolerance) : std::optional(MeshDifference());
   if (!apart) return true;
   report_.add(pair, DifferenceKind::geometry, {}, [&](Difference& difference) {
-    difference.a = meshA ? apart->first : "not readable: " + damageA;
-    difference.b = meshB ? apart->second : "not readable: " + damageB;
+    difference.a = meshA ? apart->a : "not readable: " + damageA;
+    difference.b = meshB ? apart->b : "not readable: " + damageB;
+    difference.counts = apart->counts;
   });
   return true;
 }
