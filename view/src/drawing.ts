@@ -3,6 +3,7 @@
 import * as THREE from 'three';
 import { coarseMesh } from './coarse.js';
 import type { MeshData, PageData } from './data.js';
+import { framePieces } from './frames.js';
 import { LineSet, type LinePiece } from './lineset.js';
 import { surfaceMaterial } from './materials.js';
 import type { Model } from './model.js';
@@ -25,12 +26,15 @@ interface Batch {
 }
 
 const opaque = 254; // alphas from here on
+const frameShare = 0.04; // of the size of everything
+const usualSize = 1000; // millimetres, where there is nothing
 const coarseTriangles = 60_000; // of everything, about
 const highlight = new THREE.Vector4(0.1, 0.5, 1, 1);
 
 export class Drawing {
   readonly group = new THREE.Group();
   readonly annotations: LineSet;
+  readonly frames: LineSet;
   readonly #data: PageData;
   readonly #model: Model;
   readonly #places: number[];
@@ -38,6 +42,7 @@ export class Drawing {
   readonly #batches: Batch[] = [];
   readonly #lines: LineSet;
   readonly #dots: { cloud: THREE.Points; item: number }[] = [];
+  readonly #lineSets: LineSet[];
   #isCoarse = false;
   triangleCount = 0;
 
@@ -48,10 +53,14 @@ export class Drawing {
     this.#boxes = this.#placedBoxes();
     this.#lines = new LineSet(this.#linePieces());
     this.annotations = new LineSet(this.#annotationPieces());
+    const all = new THREE.Box3();
+    for (const box of this.#boxes) all.union(box);
+    const size = all.isEmpty() ? usualSize : all.getSize(new THREE.Vector3()).length();
+    this.frames = new LineSet(framePieces(model.places, data.origin, frameShare * size));
+    this.#lineSets = [this.#lines, this.annotations, this.frames];
     this.#addSurfaces();
     this.#addDots();
-    this.group.add(this.#lines.object, this.annotations.object);
-    for (const set of [this.#lines, this.annotations]) set.select((place) => model.isSelected(place));
+    for (const set of this.#lineSets) this.group.add(set.object);
     this.showVisible();
   }
 
@@ -61,8 +70,10 @@ export class Drawing {
     this.#places.forEach((place, item) => {
       if (place >= first && place < end && this.#model.isVisible(place)) box.union(this.#boxes[item]);
     });
-    if (this.annotations.object.visible)
-      this.annotations.extend(box, (place) => place >= first && place < end && this.#model.isVisible(place));
+    const isWanted = (place: number) => place >= first && place < end && this.#model.isVisible(place);
+    if (this.annotations.object.visible) this.annotations.extend(box, isWanted);
+    // The size of frames says nothing: they count where there is nothing else.
+    if (box.isEmpty()) this.frames.extend(box, isWanted);
     return box;
   }
 
@@ -71,7 +82,7 @@ export class Drawing {
     for (const { mesh, items } of this.#batches)
       items.forEach((item, instance) => mesh.setVisibleAt(instance, this.#model.isVisible(this.#places[item])));
     for (const { cloud, item } of this.#dots) cloud.visible = this.#model.isVisible(this.#places[item]);
-    for (const set of [this.#lines, this.annotations]) set.show((place) => this.#model.isVisible(place));
+    for (const set of this.#lineSets) set.show((place) => this.#model.isVisible(place));
   }
 
   /** To be called when the selection changed. */
@@ -82,7 +93,7 @@ export class Drawing {
       const { x, y, z } = this.#colorOf(item);
       (cloud.material as THREE.PointsMaterial).color.setRGB(x, y, z);
     }
-    for (const set of [this.#lines, this.annotations]) set.select((place) => this.#model.isSelected(place));
+    for (const set of this.#lineSets) set.select((place) => this.#model.isSelected(place));
   }
 
   /** Draws stand-ins with few triangles, or everything. */
@@ -95,7 +106,7 @@ export class Drawing {
 
   /** Dark lines become bright ones on a dark background. */
   setDark(isDark: boolean): void {
-    for (const set of [this.#lines, this.annotations]) set.setDark(isDark);
+    for (const set of this.#lineSets) set.setDark(isDark);
   }
 
   /** @param isCut true for points that a section takes away */
@@ -107,7 +118,7 @@ export class Drawing {
         hits.push({ place: this.#places[items[found.batchId]], point: found.point, distance: found.distance,
           corner: cornerNear(mesh, found) });
       }
-    for (const set of [this.#lines, this.annotations])
+    for (const set of this.#lineSets)
       for (const { place, point, distance } of set.hits(ray))
         if (!isCut(point)) hits.push({ place, point, distance: distance - (ray.params.Line.threshold ?? 0), corner: null });
     for (const { cloud, item } of this.#dots)

@@ -3,6 +3,7 @@
 import * as THREE from 'three';
 import { decodePage, type PageData } from './data.js';
 import { Drawing } from './drawing.js';
+import type { LineSet } from './lineset.js';
 import { Measure } from './measure.js';
 import { Model } from './model.js';
 import { showProperties } from './properties.js';
@@ -52,7 +53,8 @@ class App {
   #fillControls(data: PageData): void {
     for (const { name, sign } of units)
       element<HTMLSelectElement>('unit').add(new Option(sign, name, false, name === this.#unit.name));
-    if (this.#drawing.annotations.count === 0) element('pmi').hidden = true;
+    element('pmi').hidden = this.#drawing.annotations.count === 0;
+    element('frames').hidden = this.#drawing.frames.count === 0;
     const legend = element('legend');
     if (!data.comparison) return;
     legend.hidden = false;
@@ -84,7 +86,8 @@ class App {
       isolate: () => this.#isolate(),
       'show-all': () => this.#model.showAll(),
       measure: () => this.#setMeasuring(!this.#isMeasuring),
-      pmi: () => this.#toggleAnnotations(),
+      pmi: () => this.#toggle('pmi', this.#drawing.annotations),
+      frames: () => this.#toggle('frames', this.#drawing.frames),
       help: () => element<HTMLDialogElement>('keys').showModal(),
     };
     for (const [id, act] of Object.entries(buttons)) element(id).addEventListener('click', act);
@@ -140,10 +143,9 @@ class App {
     this.#say(`Only ${this.#model.places[this.#model.selected].name} is shown.`);
   }
 
-  #toggleAnnotations(): void {
-    const { object } = this.#drawing.annotations;
+  #toggle(id: string, { object }: LineSet): void {
     object.visible = !object.visible;
-    element('pmi').setAttribute('aria-pressed', String(object.visible));
+    element(id).setAttribute('aria-pressed', String(object.visible));
     this.#viewer.draw();
   }
 
@@ -253,7 +255,8 @@ class App {
       i: () => this.#isolate(),
       a: () => this.#model.showAll(),
       m: () => this.#setMeasuring(!this.#isMeasuring),
-      p: () => this.#toggleAnnotations(),
+      p: () => this.#toggle('pmi', this.#drawing.annotations),
+      r: () => this.#toggle('frames', this.#drawing.frames),
       t: () => element('theme').click(),
       x: () => this.#cutAcross('x'),
       y: () => this.#cutAcross('y'),

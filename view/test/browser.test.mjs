@@ -29,8 +29,9 @@ function makeComponent(name) {
   run('import', 'Box.obj', name);
   run('set', name, '2', 'name=Box', 'color=#c02020');
   run('clone', name, '2', '--key', '3', 'name=Twin', 'loc=30,0,0', 'color=#20a020');
+  run('add', name, 'block', '--key', '6', '--parent', '1', '--name', 'Stand', '--loc', '15,-5,10,0,0,90');
   run('add', name, 'annotation', '--key', '4', '--parent', '1', '--type', 'Note', '--name', 'Hint', '--text', 'mind the gap');
-  run('add', name, 'frame', '--key', '5', '--parent', '1', '--name', hostile);
+  run('add', name, 'frame', '--key', '5', '--parent', '6', '--name', hostile, '--loc', '5,0,0');
 }
 
 let browser;
@@ -78,7 +79,7 @@ after(() => browser?.close());
 
 test('tree and picture select each other', async () => {
   await open('cell.html');
-  assert.deepEqual(await page.locator('[role=treeitem] .name').allTextContents(), ['cell', 'Box', 'Twin', hostile, 'Hint']);
+  assert.deepEqual(await page.locator('[role=treeitem] .name').allTextContents(), ['cell', 'Box', 'Twin', 'Stand', 'Hint']);
   await page.keyboard.press('p'); // the note is in front of the box
   await page.keyboard.press('2');
   await page.mouse.click(...(await fromFront(35, 20)));
@@ -108,6 +109,18 @@ test('what is hidden is neither seen nor hit', async () => {
   await page.keyboard.press('i');
   await page.keyboard.press('Escape');
   await page.mouse.click(...(await fromFront(5, 20)));
+  assert.deepEqual(await selected(), []);
+});
+
+test('a frame is where the objects above it place it', async () => {
+  await open('cell.html');
+  await page.keyboard.press('p');
+  await page.keyboard.press('2');
+  await page.mouse.click(...(await fromFront(15, 10.4))); // its z axis; turned, 5 along its block's x are along y
+  assert.deepEqual(await selected(), [hostile]);
+  assert.match(await page.textContent('#properties'), /Path\/cell\/Stand\//);
+  await page.keyboard.press('r');
+  await page.mouse.click(...(await fromFront(15, 10.4)));
   assert.deepEqual(await selected(), []);
 });
 
