@@ -110,6 +110,23 @@ void bindDiff(py::module_& module) {
       .def_property_readonly(
           "b", [](const Difference& self) { return sideOf(self.b); }, "On the second side.")
       .def_readonly("key", &Difference::key, "Key of the object; empty when it has none.")
+      .def_property_readonly(
+          "counts",
+          [](const Difference& self) {
+            py::dict counts;
+            for (const jt::ComparedCount& count : self.counts)
+              counts[count.name] = py::make_tuple(count.a, count.b);
+            return counts;
+          },
+          "Of geometry: how many triangles, vertices, ... each side has, by name.")
+      .def_property_readonly(
+          "moved",
+          [](const Difference& self) -> py::object {
+            if (!self.moved) return py::none();
+            return py::make_tuple(self.moved->translation, self.moved->degrees, self.moved->axis);
+          },
+          "Of a placement: the way of the origin in millimetres, the angle in degrees and the axis "
+          "of the motion; None when it is none.")
       .def("__repr__",
            [](const Difference& self) { return "<jtw.Difference " + textOf(self) + ">"; });
   py::class_<Comparison>(module, "Comparison", "What a comparison found.")

@@ -11,6 +11,7 @@
 #include "JtMetaData.h"
 #include "JtNode.h"
 #include "JtwEditError.h"
+#include "JtwRoot.h"
 #include "NodeHandle.h"
 #include "VisMetaDataNode.h"
 
@@ -131,9 +132,14 @@ py::object metadataOf(JtNode* node) {
 
 namespace {
 
-/// An object names itself by its address.
+/// An object names itself by its key, which needs no list of all objects; else by its address.
 std::string addressOf(const NodeHandle& node) {
-  std::string address = node.objects().address(node.index());
+  JtwNode& object = node.get();
+  const ApiProtoKey key = object.key();
+  JtwNode* first = nullptr;
+  if (!key.isNull()) node.component()->root().getNodeByKey(key, first);
+  std::string address =
+      first == &object ? std::to_string(key.getAsLong()) : node.objects().address(node.index());
   if (address.empty())
     jtw::failRefused(node.component()->path(), "not_supported", "the object has no key");
   return address;

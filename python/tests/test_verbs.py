@@ -28,7 +28,10 @@ def test_diff(cell: Path) -> None:
         assert not found.same and found.count == len(found) == len(list(found))
         kinds = [(d.kind, d.key) for d in found]
         assert ("node", "5") in kinds and "attribute" not in {d.kind for d in found}
-        assert jtw.diff(cell, component).count > found.count
+        exact = jtw.diff(cell, component)
+        assert exact.count > found.count
+        (moved,) = [d.moved for d in exact if d.moved]
+        np.testing.assert_allclose(moved[0], [0, 0, 0.0004], atol=1e-5)
         assert jtw.diff(jtw.File(cell / "cell.jt"), component, ignore=["node", "property"]).count
         assert len(jtw.diff(cell, component, limit=1).differences) == 1
     with pytest.raises(jtw.Error, match="did you mean 'node'"):
