@@ -14,6 +14,7 @@
 #include "JtMaterial.h"
 #include "JtMesh.h"
 #include "JtPartition.h"
+#include "JtTexture.h"
 #include "JtXform.h"
 #include "Program.h"
 #include "VisPartNode.h"
@@ -107,6 +108,7 @@ class ViewPage : public testing::Test {
     auto mesh = std::make_shared<jt::Mesh>();
     mesh->positions = {{9, 9, 9}, {1, 2, 0}, {4, 2, 0}, {1, 8, 5}};
     mesh->normals = {{0, 0, 1}, {0, 1, 0}};
+    mesh->textures = {{.channel = 0, .components = 2, .values = {0.25F, 0.5F, 0.75F, 1}}};
     mesh->corners = {1, 2, 3, 3, 2, 1};
     mesh->records = {0, 0, 0, 0, 1, 1};
     const auto part = jt::make<VisPartNode>();
@@ -117,6 +119,13 @@ class ViewPage : public testing::Test {
     const auto material = jt::make<JtMaterial>();
     material->setDiffuseColor(1, 0.4F, 0.2F, 0.8F);
     part->appendAttribute(material.get());
+    const auto texture = jt::make<JtTextureImage>();
+    jt::TexturePixels pixels{2, 1, 3, {}};
+    for (const int value : {255, 0, 9, 0, 8, 255})
+      pixels.bytes.push_back(static_cast<std::byte>(value));
+    texture->setPixels(pixels);
+    texture->setWrap(jt::TextureWrap::mirror, jt::TextureWrap::clampToEdge);
+    part->appendAttribute(texture.get());
     const auto partition = jt::make<JtPartition>();
     partition->addChild(part.get());
     const auto location =
@@ -181,6 +190,17 @@ TEST_F(ViewPage, HoldsShapesInMillimetresFromTheirMiddle) {
   EXPECT_NEAR(origin[0], 25.4 * 90, 1e-3);
   const auto color = page.array<std::uint8_t>(page.header["items"]["colors"], 4);
   EXPECT_EQ(color, (std::vector<std::uint8_t>{255, 102, 51, 204}));
+
+  EXPECT_EQ(page.array<std::uint32_t>(page.header["items"]["textures"], 1).front(), 0U);
+  const Json& texture = page.header["textures"][0];
+  EXPECT_TRUE(
+      matches(texture, R"({"width": 2, "height": 1, "translucent": false, "wrap": [3, 4]})"));
+  EXPECT_EQ(page.array<std::uint8_t>(texture["texels"], 8),
+            (std::vector<std::uint8_t>{255, 0, 9, 255, 0, 8, 255, 255}));
+  const auto coordinates = page.array<float>(mesh["coordinates"][0]["at"], 10);
+  for (std::size_t vertex = 0; vertex < 5; ++vertex)
+    EXPECT_EQ(coordinates[2 * vertex + 1], normals[4 * vertex + 2] == 127 ? 0.5F : 1) << vertex;
+  EXPECT_EQ(data("part.jt --textures off").header["textures"].size(), 0U);
 }
 
 TEST_F(ViewPage, MarksWhatChangedSinceAnotherFile) {

@@ -31,7 +31,7 @@ export function coarseMesh(mesh: MeshData, cells: number): MeshData {
     return picked;
   };
   return { kind: mesh.kind, positions: pick(mesh.positions, 3), normals: mesh.normals && pick(mesh.normals, 4),
-    colors: mesh.colors && pick(mesh.colors, 4), indices: new Uint32Array(indices) };
+    colors: mesh.colors && pick(mesh.colors, 4), coordinates: mesh.coordinates && pick(mesh.coordinates, 2), indices: new Uint32Array(indices) };
 }
 
 /** Number of the cell that each vertex is in. */

@@ -33,6 +33,7 @@ export interface MeshRow {
   vertices: number;
   positions: number;
   normals?: number;
+  coordinates?: { channel: number; at: number }[];
   colors?: number;
   corners: number;
   indices: number;
@@ -46,6 +47,16 @@ export interface ComparisonCounts {
   same: number;
 }
 
+interface TextureRow {
+  width: number;
+  height: number;
+  texels: number;
+  translucent: boolean;
+  channel: number;
+  transform: number[];
+  wrap: [number, number];
+}
+
 interface Header {
   schema: string;
   document: string;
@@ -53,7 +64,8 @@ interface Header {
   nodes: (ObjectRow | FurtherPlace)[];
   nodesBefore?: (ObjectRow | FurtherPlace)[];
   meshes: MeshRow[];
-  items: Record<'count' | 'matrices' | 'meshes' | 'places' | 'colors' | 'flags', number>;
+  textures: TextureRow[];
+  items: Record<'count' | 'matrices' | 'meshes' | 'places' | 'colors' | 'flags' | 'textures', number>;
   annotations: Record<'count' | 'pointCount' | 'points' | 'ends' | 'places' | 'colors', number>;
   comparison?: ComparisonCounts;
 }
@@ -64,8 +76,23 @@ export interface MeshData {
   positions: Float32Array;
   normals: Int8Array | null;
   colors: Uint8Array | null;
+  /** Two for each vertex, as the image of an item needs them; null without one. */
+  coordinates: Float32Array | null;
   indices: Uint32Array;
 }
+
+/** An image on surfaces. */
+export interface TextureData {
+  width: number;
+  height: number;
+  /** Red, green, blue, alpha; rows from the bottom up. */
+  texels: Uint8Array<ArrayBuffer>;
+  translucent: boolean;
+  /** What is beyond the image along both coordinates: 2 repeated, 3 mirrored, else the edge. */
+  wrap: [number, number];
+}
+
+const noTexture = 0xffffffff;
 
 /** What became of an item since the other file; the numbers of the data. */
 export enum Change {
@@ -96,6 +123,10 @@ export class PageData {
   readonly itemColors: Uint8Array;
   /** Four bytes each: whether vertex colors count, the Change, width of lines, size of points. */
   readonly itemFlags: Uint8Array;
+  readonly textures: TextureData[];
+  readonly #itemTextures: Uint32Array;
+  readonly #textureRows: TextureRow[];
+  readonly #coordinates: Map<number, Float32Array>[];
   /** Lines of annotations: the points of all, and where each ends. */
   readonly annotationPoints: Float32Array;
   readonly annotationEnds: Uint32Array;
@@ -121,9 +152,15 @@ export class PageData {
       positions: floats(mesh.positions, 3 * mesh.vertices),
       normals: mesh.normals === undefined ? null : new Int8Array(bytes.buffer, start + mesh.normals, 4 * mesh.vertices),
       colors: mesh.colors === undefined ? null : quads(mesh.colors, mesh.vertices),
+      coordinates: null,
       indices: words(mesh.indices, mesh.corners),
     }));
+    this.#coordinates = header.meshes.map((mesh) => new Map(
+      (mesh.coordinates ?? []).map(({ channel, at }) => [channel, floats(at, 2 * mesh.vertices)])));
+    this.#textureRows = header.textures;
+    this.textures = header.textures.map((row) => ({ ...row, texels: quads(row.texels, row.width * row.height) }));
     const { items, annotations } = header;
+    this.#itemTextures = words(items.textures, items.count);
     this.itemCount = items.count;
     this.itemMatrices = floats(items.matrices, 12 * items.count);
     this.itemMeshes = words(items.meshes, items.count);
@@ -134,6 +171,28 @@ export class PageData {
     this.annotationEnds = words(annotations.ends, annotations.count);
     this.annotationPlaces = words(annotations.places, annotations.count);
     this.annotationColors = quads(annotations.colors, annotations.count);
+  }
+
+  /** Number of the image on an item; -1 without one, or without coordinates for it. */
+  textureOf(item: number): number {
+    const texture = this.#itemTextures[item];
+    const isThere = texture !== noTexture &&
+      this.#coordinates[this.itemMeshes[item]].has(this.#textureRows[texture].channel);
+    return isThere ? texture : -1;
+  }
+
+  /** A mesh with its coordinates in an image. */
+  meshWithTexture(mesh: number, texture: number): MeshData {
+    const { channel, transform: m } = this.#textureRows[texture];
+    const own = this.#coordinates[mesh].get(channel) as Float32Array;
+    const coordinates = new Float32Array(own.length);
+    for (let i = 0; i < own.length; i += 2) {
+      const row = (column: number) => own[i] * m[column] + own[i + 1] * m[4 + column] + m[12 + column];
+      const share = row(3) || 1;
+      coordinates[i] = row(0) / share;
+      coordinates[i + 1] = row(1) / share;
+    }
+    return { ...this.meshes[mesh], coordinates };
   }
 }
 

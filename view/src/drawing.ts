@@ -142,6 +142,7 @@ export class Drawing {
   }
 
   #isOpaque(item: number): boolean {
+    if (this.#data.textures[this.#data.textureOf(item)]?.translucent) return false;
     return this.#data.itemColors[4 * item + 3] >= opaque || this.#hasVertexColors(item);
   }
 
@@ -170,23 +171,25 @@ export class Drawing {
     for (let item = 0; item < this.#data.itemCount; ++item) {
       const mesh = this.#meshOf(item);
       if (mesh.kind !== 'triangles' || mesh.indices.length === 0) continue;
-      const key = `${this.#isOpaque(item) ? 0 : 1}${this.#hasVertexColors(item) ? 1 : 0}`;
+      const key = `${this.#isOpaque(item) ? 0 : 1}${this.#hasVertexColors(item) ? 1 : 0}${this.#data.textureOf(item)}`;
       const group = groups.get(key);
       if (group) group.push(item);
       else groups.set(key, [item]);
     }
     for (const key of [...groups.keys()].sort())
-      this.#addBatch(groups.get(key) ?? [], key[0] === '0', key[1] === '1');
+      this.#addBatch(groups.get(key) ?? [], key[0] === '0', key[1] === '1', Number(key.slice(2)));
   }
 
-  #addBatch(items: number[], isOpaque: boolean, hasColors: boolean): void {
+  #addBatch(items: number[], isOpaque: boolean, hasColors: boolean, texture: number): void {
     const used = [...new Set(items.map((item) => this.#data.itemMeshes[item]))];
-    const fine = used.map((number) => this.#data.meshes[number]);
+    const fine = used.map((number) =>
+      texture < 0 ? this.#data.meshes[number] : this.#data.meshWithTexture(number, texture));
     const coarse = fine.map((mesh) => (mesh.indices.length > 150 ? coarseMesh(mesh, this.#cells()) : mesh));
     const all = [...fine, ...coarse.filter((mesh, i) => mesh !== fine[i])];
     const vertices = all.reduce((sum, mesh) => sum + mesh.positions.length / 3, 0);
     const corners = all.reduce((sum, mesh) => sum + mesh.indices.length, 0);
-    const batched = new THREE.BatchedMesh(items.length, vertices, corners, surfaceMaterial(isOpaque, hasColors));
+    const material = surfaceMaterial(isOpaque, hasColors, this.#data.textures[texture] ?? null);
+    const batched = new THREE.BatchedMesh(items.length, vertices, corners, material);
     const fineIds = fine.map((mesh) => batched.addGeometry(geometryOf(mesh, hasColors)));
     const coarseIds = coarse.map((mesh, i) =>
       mesh === fine[i] || mesh.indices.length === 0 ? fineIds[i] : batched.addGeometry(geometryOf(mesh, hasColors)));
@@ -258,6 +261,7 @@ function geometryOf(mesh: MeshData, hasColors: boolean): THREE.BufferGeometry {
   // All geometries of a batch have the same attributes; normals of 0 mean flat shading.
   geometry.setAttribute('normal', new THREE.BufferAttribute(mesh.normals ?? new Int8Array(4 * count), 4, true));
   if (hasColors && mesh.colors) geometry.setAttribute('color', new THREE.BufferAttribute(mesh.colors, 4, true));
+  if (mesh.coordinates) geometry.setAttribute('uv', new THREE.BufferAttribute(mesh.coordinates, 2));
   geometry.setIndex(new THREE.BufferAttribute(mesh.indices, 1));
   return geometry;
 }

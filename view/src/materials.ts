@@ -2,6 +2,7 @@
 // side is outside.
 
 import * as THREE from 'three';
+import type { TextureData } from './data.js';
 
 const vertexShader = `
 #include <batching_pars_vertex>
@@ -9,7 +10,13 @@ const vertexShader = `
 #include <clipping_planes_pars_vertex>
 varying vec3 vNormalInView;
 varying vec3 vPlaceInView;
+#ifdef USE_IMAGE
+varying vec2 vInImage;
+#endif
 void main() {
+  #ifdef USE_IMAGE
+  vInImage = uv;
+  #endif
   #include <batching_vertex>
   #include <color_vertex>
   mat3 turn = mat3(batchingMatrix);
@@ -26,23 +33,45 @@ const fragmentShader = `
 #include <clipping_planes_pars_fragment>
 varying vec3 vNormalInView;
 varying vec3 vPlaceInView;
+#ifdef USE_IMAGE
+uniform sampler2D image;
+varying vec2 vInImage;
+#endif
 const vec3 light = vec3(0.2540, 0.3810, 0.8890);
 void main() {
   vec4 diffuseColor = vColor;
   #include <clipping_planes_fragment>
+  #ifdef USE_IMAGE
+  diffuseColor *= texture2D(image, vInImage);
+  #endif
   vec3 n = vNormalInView;
   if (dot(n, n) < 1e-12) n = cross(dFdx(vPlaceInView), dFdy(vPlaceInView));
   n = normalize(n);
   n *= n.z < 0.0 ? -1.0 : 1.0;
   float brightness = 0.35 + 0.65 * max(dot(n, light), 0.0);
-  gl_FragColor = vec4(vColor.rgb * brightness, vColor.a);
+  gl_FragColor = vec4(diffuseColor.rgb * brightness, diffuseColor.a);
 }`;
 
-/** @param hasColors vertices have colors */
-export function surfaceMaterial(isOpaque: boolean, hasColors: boolean): THREE.ShaderMaterial {
+const wraps: Record<number, THREE.Wrapping> = { 2: THREE.RepeatWrapping, 3: THREE.MirroredRepeatWrapping };
+
+function imageOf({ width, height, texels, wrap }: TextureData): THREE.DataTexture {
+  const image = new THREE.DataTexture(texels, width, height);
+  image.wrapS = wraps[wrap[0]] ?? THREE.ClampToEdgeWrapping;
+  image.wrapT = wraps[wrap[1]] ?? THREE.ClampToEdgeWrapping;
+  image.magFilter = THREE.LinearFilter;
+  image.minFilter = THREE.LinearMipmapLinearFilter;
+  image.generateMipmaps = true;
+  image.needsUpdate = true;
+  return image;
+}
+
+/** @param hasColors vertices have colors @param texture an image; null: none */
+export function surfaceMaterial(isOpaque: boolean, hasColors: boolean, texture: TextureData | null): THREE.ShaderMaterial {
   return new THREE.ShaderMaterial({
     vertexShader,
     fragmentShader,
+    defines: texture ? { USE_IMAGE: '' } : {},
+    uniforms: texture ? { image: { value: imageOf(texture) } } : {},
     vertexColors: hasColors,
     clipping: true,
     side: THREE.DoubleSide,

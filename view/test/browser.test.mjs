@@ -213,6 +213,19 @@ test('the engine is up', async (context) => {
   await page.screenshot({ path: `${folder}/engine.png` });
 });
 
+test('images lie on surfaces', async (context) => {
+  const model = '/usr/share/assimp/models/glTF2/BoxTextured-glTF-Binary/BoxTextured.glb';
+  if (!existsSync(model)) return context.skip('no model');
+  run('import', model, 'image.kpak');
+  run('view', 'image.kpak');
+  run('view', 'image.kpak', '--textures', 'off', '-o', 'plain.html');
+  await open('plain.html');
+  const plain = await picture();
+  await open('image.html');
+  assert.notEqual(await picture(), plain);
+  await page.screenshot({ path: `${folder}/image.png` });
+});
+
 test('two thousand parts, a million triangles', async (context) => {
   const items = Array.from({ length: 2000 }, (_, i) => ({ source: 'Wheel.obj', name: `Wheel ${i}`,
     place: { translate: [(i % 20) * 70, (Math.floor(i / 20) % 10) * 90, Math.floor(i / 200) * 40] } }));

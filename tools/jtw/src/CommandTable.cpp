@@ -220,6 +220,7 @@ constexpr Option kAssembleOptions[] = {kTargetVersion, kMonolithic,  kPerPart,  
                                        kExcludePMI,    kRootLayer,   kCheck,      kDryRun,
                                        kMaxSegment,    kMaxDocument, kFollowLinks};
 
+constexpr Option kTextures{"textures", 0, "on|off", "whether images on surfaces are drawn (on)"};
 constexpr Option kSnapshotOptions[] = {
     kOutputFolder,
     kFilesFrom,
@@ -244,7 +245,7 @@ constexpr Option kSnapshotOptions[] = {
     {"turntable", 0, "N", "N pictures around the model: OUT-001.png, ..."},
     {"line-width", 0, "PIXELS", "of lines, whatever the file says"},
     {"point-size", 0, "PIXELS", "of points, whatever the file says"},
-    {"textures", 0, "on|off", "whether images on surfaces are drawn (on)"},
+    kTextures,
     {"pmi", 0, "on|off", "whether annotations are drawn (on)"},
     {"wires", 0, "on|off", "whether wires of parts without polyline sets are drawn (on)"},
     kMaxPlaces,
@@ -276,6 +277,7 @@ constexpr Option kViewOptions[] = {
     {"output", 'o', "OUT.html", "the page; without it beside FILE, with its name"},
     {"compare", 0, "OTHER", "color what is new since OTHER, or has gone, moved or changed"},
     {"lod", 0, "N", "the level of detail to take, 0 the finest (0)"},
+    kTextures,
     kMaxPlaces,
     kMaxSegment,
     kMaxDocument,

@@ -104,7 +104,7 @@ ExitCode runView(Session& session) {
   const unsigned jobs = readView(arguments).jobs;
   SceneRequest request{.levelOfDetail = levelOfDetail(arguments),
                        .textFacesViewer = false,
-                       .withTextures = false,
+                       .withTextures = isOn(arguments, "textures"),
                        .lineWidth = {},
                        .pointSize = {},
                        .mostPlaces = mostPlaces(arguments)};
@@ -133,6 +133,7 @@ ExitCode runView(Session& session) {
     if (!shown) continue;
     for (const std::string& error : shown->scene().damaged())
       session.warn("a shape is not in the page: " + error);
+    for (const std::string& note : shown->scene().notes()) session.warn(note);
     isWhole = isWhole && shown->scene().damaged().empty();
   }
   if (session.wantsJson()) {

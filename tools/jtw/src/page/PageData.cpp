@@ -156,6 +156,17 @@ class Writer {
       json_.member("vertices", vertices.positions.size());
       json_.member("positions", store_.add(vertices.positions));
       if (!vertices.normals.empty()) json_.member("normals", store_.add(vertices.normals));
+      if (!vertices.coordinates.empty()) {
+        json_.key("coordinates");
+        json_.beginArray();
+        for (const auto& [channel, values] : vertices.coordinates) {
+          json_.beginObject();
+          json_.member("channel", channel);
+          json_.member("at", store_.add(values));
+          json_.end();
+        }
+        json_.end();
+      }
       if (!vertices.colors.empty()) json_.member("colors", store_.add(vertices.colors));
       json_.member("corners", vertices.indices.size());
       json_.member("indices", store_.add(vertices.indices));
@@ -170,6 +181,7 @@ class Writer {
     std::vector<std::uint32_t> places;
     std::vector<std::array<std::uint8_t, 4>> colors;
     std::vector<std::array<std::uint8_t, 4>> flags;  // vertex colors, change, width, size
+    std::vector<std::uint32_t> textures;
   };
 
   void addItems(const Scene& scene, std::size_t firstMesh, std::size_t firstPlace, Items& items) {
@@ -181,6 +193,7 @@ class Writer {
       const bool isOfOther = item.change == Change::removed;
       items.places.push_back(static_cast<std::uint32_t>(item.place + (isOfOther ? firstPlace : 0)));
       items.colors.push_back(packedColor(item.color));
+      items.textures.push_back(numberOf(item.texture));
       items.flags.push_back({static_cast<std::uint8_t>(item.usesVertexColors),
                              static_cast<std::uint8_t>(item.change),
                              static_cast<std::uint8_t>(std::min(item.lineWidth, kWidest)),
@@ -202,6 +215,37 @@ class Writer {
     json_.member("places", store_.add(items.places));
     json_.member("colors", store_.add(items.colors));
     json_.member("flags", store_.add(items.flags));
+    json_.member("textures", store_.add(items.textures));
+    json_.end();
+    writeTextures();
+  }
+
+  std::uint32_t numberOf(const PlacedTexture* texture) {
+    constexpr std::uint32_t kNone = 0xffffffffU;
+    if (!texture) return kNone;
+    const auto [known, isNew] =
+        textureNumbers_.try_emplace(texture, static_cast<std::uint32_t>(textures_.size()));
+    if (isNew) textures_.push_back(texture);
+    return known->second;
+  }
+
+  void writeTextures() {
+    constexpr std::size_t kLongestSide = 1024;  // a page is to be opened, not printed
+    json_.key("textures");
+    json_.beginArray();
+    for (const PlacedTexture* placed : textures_) {
+      const Texture::Level& image = placed->texture->fitting(kLongestSide);
+      json_.beginObject();
+      json_.member("width", image.width);
+      json_.member("height", image.height);
+      json_.member("texels", store_.add(image.texels));
+      json_.member("translucent", placed->texture->isTranslucent());
+      json_.member("channel", placed->channel);
+      json_.numbers("transform", placed->transform);
+      json_.numbers("wrap", std::array{static_cast<int>(placed->texture->wrap()[0]),
+                                       static_cast<int>(placed->texture->wrap()[1])});
+      json_.end();
+    }
     json_.end();
   }
 
@@ -273,6 +317,8 @@ class Writer {
   Output text_;
   JsonWriter json_{text_};
   ByteStore store_;
+  std::vector<const PlacedTexture*> textures_;
+  std::unordered_map<const PlacedTexture*, std::uint32_t> textureNumbers_;
 };
 
 }  // namespace

@@ -22,6 +22,11 @@ class Welder {
  public:
   Welder(const jt::Mesh& mesh, VertexBuffers& out) : mesh_(mesh), out_(out) {
     vertices_.reserve(mesh.positions.size());
+    for (const auto& channel : mesh.textures)
+      if (channel.components >= 2) {
+        channels_.push_back(&channel);
+        out.coordinates.push_back({channel.channel, {}});
+      }
   }
 
   std::uint32_t vertexOf(std::size_t corner) {
@@ -45,6 +50,11 @@ class Welder {
     constexpr float kWhite = 255;
     out_.positions.push_back(mesh_.positions[position]);
     if (!mesh_.normals.empty()) out_.normals.push_back(packedNormal(mesh_.normals[record]));
+    for (std::size_t i = 0; i < channels_.size(); ++i) {
+      const auto width = static_cast<std::size_t>(channels_[i]->components);
+      const float* at = &channels_[i]->values[record * width];
+      out_.coordinates[i].values.push_back({at[0], at[1]});
+    }
     if (mesh_.colors.empty()) return;
     std::array<std::uint8_t, 4> color{};
     for (std::size_t i = 0; i < 4; ++i) {
@@ -57,6 +67,7 @@ class Welder {
 
   const jt::Mesh& mesh_;
   VertexBuffers& out_;
+  std::vector<const jt::Mesh::TextureChannel*> channels_;      // of out_.coordinates
   std::unordered_map<std::uint64_t, std::uint32_t> vertices_;  // by position and record
 };
 

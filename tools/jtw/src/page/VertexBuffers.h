@@ -16,6 +16,12 @@ struct VertexBuffers {
   std::vector<std::array<std::int8_t, 4>> normals;
   /// Red, green, blue, alpha; empty for a mesh without colors.
   std::vector<std::array<std::uint8_t, 4>> colors;
+  /// The first two texture coordinates of each channel.
+  struct Coordinates {
+    int channel;
+    std::vector<std::array<float, 2>> values;
+  };
+  std::vector<Coordinates> coordinates;
   /// Three for a triangle, two for each piece of a polyline, one for a point.
   std::vector<std::uint32_t> indices;
 };

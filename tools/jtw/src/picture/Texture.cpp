@@ -70,6 +70,12 @@ Texture::Level Texture::half(const Level& level) {
 
 double Texture::texels() const noexcept { return static_cast<double>(levels_[0].texels.size()); }
 
+const Texture::Level& Texture::fitting(std::size_t side) const {
+  const auto found = std::ranges::find_if(
+      levels_, [side](const Level& level) { return std::max(level.width, level.height) <= side; });
+  return found == levels_.end() ? levels_.back() : *found;
+}
+
 Color Texture::at(double u, double v, std::size_t level) const {
   if (!std::isfinite(u + v)) return {1, 1, 1, 1};
   const Level& image = levels_[std::min(level, levels_.size() - 1)];

@@ -12,6 +12,13 @@ namespace tool {
 /// An image on a surface, in its own size and in smaller ones for surfaces that are far away.
 class Texture {
  public:
+  /// Texels row after row, from the bottom up: red, green, blue, alpha.
+  struct Level {
+    std::size_t width;
+    std::size_t height;
+    std::vector<std::array<std::uint8_t, 4>> texels;
+  };
+
   Texture(jt::TexturePixels pixels, const std::array<jt::TextureWrap, 2>& wrap);
 
   /// The color at texture coordinates, between texels and beyond the image as it has to be.
@@ -22,13 +29,12 @@ class Texture {
   /// Texels of the image itself.
   double texels() const noexcept;
   std::size_t levels() const noexcept { return levels_.size(); }
+  /// The largest form in which neither side is longer than that number of texels.
+  const Level& fitting(std::size_t side) const;
+  /// Along both coordinates.
+  const std::array<jt::TextureWrap, 2>& wrap() const noexcept { return wrap_; }
 
  private:
-  struct Level {
-    std::size_t width;
-    std::size_t height;
-    std::vector<std::array<std::uint8_t, 4>> texels;  // rows from the bottom
-  };
   static Level half(const Level& level);
 
   std::vector<Level> levels_;
