@@ -10,6 +10,9 @@ const vertexShader = `
 #include <clipping_planes_pars_vertex>
 varying vec3 vNormalInView;
 varying vec3 vPlaceInView;
+#if NUM_CLIPPING_PLANES > 0
+varying float vIsMirrored;
+#endif
 #ifdef USE_IMAGE
 varying vec2 vInImage;
 #endif
@@ -20,6 +23,9 @@ void main() {
   #include <batching_vertex>
   #include <color_vertex>
   mat3 turn = mat3(batchingMatrix);
+  #if NUM_CLIPPING_PLANES > 0
+  vIsMirrored = determinant(turn) < 0.0 ? 1.0 : 0.0;
+  #endif
   vec3 stretched = normal / vec3(dot(turn[0], turn[0]), dot(turn[1], turn[1]), dot(turn[2], turn[2]));
   vNormalInView = normalMatrix * (turn * stretched);
   vec4 mvPosition = modelViewMatrix * (batchingMatrix * vec4(position, 1.0));
@@ -33,6 +39,9 @@ const fragmentShader = `
 #include <clipping_planes_pars_fragment>
 varying vec3 vNormalInView;
 varying vec3 vPlaceInView;
+#if NUM_CLIPPING_PLANES > 0
+varying float vIsMirrored;
+#endif
 #ifdef USE_IMAGE
 uniform sampler2D image;
 varying vec2 vInImage;
@@ -43,6 +52,13 @@ void main() {
   #include <clipping_planes_fragment>
   #ifdef USE_IMAGE
   diffuseColor *= texture2D(image, vInImage);
+  #endif
+  #if NUM_CLIPPING_PLANES > 0
+  // The inside of a closed body that is cut: without light it looks like the matter that was cut through.
+  if (gl_FrontFacing == (vIsMirrored > 0.5)) {
+    gl_FragColor = vec4(0.45 * diffuseColor.rgb, diffuseColor.a);
+    return;
+  }
   #endif
   vec3 n = vNormalInView;
   if (dot(n, n) < 1e-12) n = cross(dFdx(vPlaceInView), dFdy(vPlaceInView));

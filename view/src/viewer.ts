@@ -37,6 +37,8 @@ export class Viewer {
   #size = 1; // of the model, in millimetres
   /** How long a picture with everything takes, with one sample a pixel, in milliseconds. */
   #pictureTime = 0;
+  #cutAxis: Axis | null = null;
+  #cutsAbove = true;
   #isMoving = false;
   #rest = 0; // timer
 
@@ -128,13 +130,19 @@ export class Viewer {
     this.#move();
   }
 
-  /** Cuts what is beyond a place on an axis. @param share of the extent; null: nothing is cut */
+  /** Takes away what is on one side of a place on an axis: the side of the eye, as it is when the axis is chosen.
+   * @param share of the extent; null: nothing is cut @param flipped the other side */
   cut(axis: Axis, share: number | null, flipped: boolean): void {
     this.#renderer.clippingPlanes = [];
-    if (share !== null) {
+    if (share === null) {
+      this.#cutAxis = null;
+    } else {
+      if (axis !== this.#cutAxis)
+        this.#cutsAbove = this.camera.position[axis] - this.#controls.target[axis] > -1e-3 * this.#size;
+      this.#cutAxis = axis;
       const box = this.#drawing?.boxOf(0, Infinity) ?? new THREE.Box3();
       const at = box.min[axis] + share * (box.max[axis] - box.min[axis]);
-      const sign = flipped ? 1 : -1;
+      const sign = this.#cutsAbove === flipped ? 1 : -1;
       this.#section.normal.set(0, 0, 0)[axis] = sign;
       this.#section.constant = -sign * at;
       this.#renderer.clippingPlanes = [this.#section];

@@ -187,8 +187,9 @@ class Writer {
   void addItems(const Scene& scene, std::size_t firstMesh, std::size_t firstPlace, Items& items) {
     constexpr float kWidest = 100;
     for (const Item& item : scene.items()) {
-      if (!scene.mesh(item)) continue;
-      for (const float number : matrixOf(item.toRoot)) items.matrices.push_back(number);
+      const std::array<float, 12> matrix = matrixOf(item.toRoot);
+      if (!scene.mesh(item) || !isFinite(matrix)) continue;
+      items.matrices.insert(items.matrices.end(), matrix.begin(), matrix.end());
       items.meshes.push_back(static_cast<std::uint32_t>(firstMesh + item.mesh));
       const bool isOfOther = item.change == Change::removed;
       items.places.push_back(static_cast<std::uint32_t>(item.place + (isOfOther ? firstPlace : 0)));
@@ -249,6 +250,11 @@ class Writer {
     json_.end();
   }
 
+  template <class Numbers>
+  static bool isFinite(const Numbers& numbers) {
+    return std::ranges::all_of(numbers, [](float number) { return std::isfinite(number); });
+  }
+
   /// Four rows of three numbers, for row vectors.
   std::array<float, 12> matrixOf(const jt::Matrix4& toRoot) const {
     std::array<float, 12> numbers{};
@@ -267,11 +273,13 @@ class Writer {
     std::vector<std::array<std::uint8_t, 4>> colors;
     for (const Annotations::Occurrence& each : content_.now.scene.annotations().occurrences())
       for (const jtk::PMILine& line : *each.lines) {
+        std::vector<float> own;
         for (const auto& point : line.points) {
           const Vector at = minus(transformed(point, each.toRoot), origin_);
-          for (const double number : at)
-            points.push_back(static_cast<float>(number * millimetres_));
+          for (const double number : at) own.push_back(static_cast<float>(number * millimetres_));
         }
+        if (!isFinite(own)) continue;
+        points.insert(points.end(), own.begin(), own.end());
         ends.push_back(static_cast<std::uint32_t>(points.size() / 3));
         places.push_back(static_cast<std::uint32_t>(
             content_.now.index.ofAnnotation(each.node, line.entity, each.place)));
