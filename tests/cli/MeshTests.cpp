@@ -16,6 +16,24 @@ std::size_t entriesIn(const Workspace& workspace) {
   return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
+/// A quarter of the extent is a step of two bits less one: x = 4.1 is stored as 3.
+TEST(MeshCommands, RoundingIsReportedInMillimetres) {
+  const Workspace workspace;
+  workspace.write("part.obj", "v 0 0 0\nv 9 0 0\nv 4.1 8 0\nv 99 99 99\nf 1 2 3\n");
+  const auto rounding = [&](const std::string& line) {
+    const Json told = workspace.json(line).at("rounding");
+    return told.is_null() ? -1 : told.get<double>();
+  };
+  EXPECT_NEAR(rounding("import part.obj a.jt --unit in --bits 2"), 1.1 * 25.4, 1e-4);
+  EXPECT_EQ(rounding("import part.obj b.jt --unit in"), -1);
+  EXPECT_NEAR(rounding("convert b.jt c.jt --bits 2,5 --dry-run"), 1.1 * 25.4, 1e-4);
+  EXPECT_EQ(rounding("convert b.jt c.jt --version 9.5"), -1);
+  EXPECT_NE(workspace.run("convert b.jt c.jt --bits 2").out.find("moved by up to 27.9"),
+            std::string::npos);
+  const std::string hint = workspace.run("copy b.jt c.jt --bits 12").err;
+  EXPECT_NE(hint.find("import, convert"), std::string::npos) << hint;
+}
+
 TEST(MeshCommands, ImportMakesAComponentThatConvertsBack) {
   const Workspace workspace;
   workspace.write("block.obj", kCube);

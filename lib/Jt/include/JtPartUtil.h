@@ -28,6 +28,11 @@ class JT_API JtPartUtil {
   static bool obtainMeasureUnit(const JtNode* node, Unit& unit);
   /// Metres per unit: the factor to the unit of XT geometry. False for `unknown` and `native`.
   static bool obtainScaleToXtFromUnit(Unit unit, double& scale);
+  /// Millimetres in the unit that the node itself names; 0 when it names none.
+  static double millimetresOf(const JtNode& node);
+  /// Millimetres in the unit of length that holds at a node, its own or that of the next node above
+  /// it, by first parents, that names one; 1 when none does.
+  static double millimetresAt(const JtNode& node);
   /// The word that files use, first letter capital; empty for `unknown` and `native`.
   static const char* unitName(Unit unit);
 };

@@ -60,6 +60,13 @@ class ArgumentReader {
     if (line_.command)
       for (const Option& option : line_.command->options) names.push_back(option.name);
     for (const Option& option : globalOptions()) names.push_back(option.name);
+    std::string others;
+    for (const Command& command : commands())
+      if (std::ranges::any_of(command.options, [&](const Option& o) { return name == o.name; }))
+        others += (others.empty() ? "" : ", ") + std::string(command.name);
+    if (line_.command && !others.empty())
+      failUsage(std::string(line_.command->name) + " has no option '--" + std::string(name) +
+                "'; commands that have it: " + others);
     const char* nearest = jtw::nearestName(name, names);
     failUsage("unknown option '--" + std::string(name) + "'" +
               (nearest ? "; did you mean '--" + std::string(nearest) + "'?" : std::string()));

@@ -263,9 +263,9 @@ constexpr Option kUp{
 constexpr Option kVersion{"version", 0, "V", "the JT version to write, such as 9.5"};
 constexpr Option kLods{"lods", 0, "N", "levels of detail in all, each half of the one before (1)"};
 constexpr Option kLossless{"lossless", 0, nullptr, "store all numbers as they are; the default"};
-constexpr Option kBits{"bits", 0, "P,N[,T]",
-                       "bits of a coordinate (1 to 24), of a normal (1 to 13; 0: lossless) and of "
-                       "a texture coordinate (16)"};
+constexpr Option kBits{"bits", 0, "P[,N[,T]]",
+                       "bits of a coordinate (1 to 24), of a normal (1 to 13; 0 as without it: "
+                       "lossless) and of a texture coordinate (16)"};
 constexpr Option kProfile{"profile", 0, "compatible|compact",
                           "geometry in a form that every reader takes alike, or in the smallest"};
 constexpr Option kMaxMemory{

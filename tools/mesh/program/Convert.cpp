@@ -122,7 +122,8 @@ void renewShapes(JtPartition& partition, const std::string& path) {
 }
 
 ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCounts* counts,
-                  const std::vector<jt::Loss>& losses, const std::vector<jt::PartFile>& parts) {
+                  const std::optional<double>& rounding, const std::vector<jt::Loss>& losses,
+                  const std::vector<jt::PartFile>& parts) {
   if (!session.wantsJson()) {
     if (counts) {
       showCounts(session, *counts);
@@ -132,12 +133,14 @@ ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCou
       showSaved(session, report, dryRun);
       showLosses(session.out(), losses, dryRun);
     }
+    showRounding(session, rounding);
     return exitCodeOf(parts);
   }
   session.beginResult();
   session.json().member("file", session.argument(0));
   if (counts) writeCounts(session, *counts);
   writeSaved(session, report);
+  writeRounding(session, rounding);
   writeLosses(session.json(), losses);
   writeFiles(session.json(), parts);
   session.endResult();
@@ -174,6 +177,8 @@ ExitCode jtToJt(Session& session, Ends& ends) {
   if (asksForForm || anyDiffers) renewShapes(opened.top(), input);
   const bool changesParts =
       opened.isSelection() || stores || level || asksForForm || options.version;
+  const auto rounding =
+      asksForForm ? roundingOf(session, opened.top(), *options.shapeEncoding) : std::nullopt;
   const std::vector<jt::PartFile> parts =
       ends.isOutput() ? std::vector<jt::PartFile>() : opened.parts();
   const jt::SaveReport report = saveCopy(
@@ -181,7 +186,8 @@ ExitCode jtToJt(Session& session, Ends& ends) {
       {.input = file, .output = ends.isOutput() ? "-" : ends.output, .changesParts = changesParts},
       options);
   showSaveWarnings(session, report);
-  return reportJt(session, report, nullptr, listLosses(opened.top(), report), opened.parts());
+  return reportJt(session, report, nullptr, rounding, listLosses(opened.top(), report),
+                  opened.parts());
 }
 
 mesh::Scene readScene(Session& session, const Ends& ends, const mesh::SceneLines& lines,
@@ -316,10 +322,10 @@ ExitCode runConvert(Session& session) {
   if (ends.fromJt) return jtToJt(session, ends);
   mesh::Scene scene = loadMeshFile(session, ends.input, ends.shownInput);
   const SceneCounts counts(scene);
-  jt::SaveReport report = saveComponent(session, std::move(scene), ends.output, true);
+  SavedScene saved = saveComponent(session, std::move(scene), ends.output, true);
   ends.finish();
-  report.file = ends.shownOutput();
-  return reportJt(session, report, &counts, {}, {});
+  saved.report.file = ends.shownOutput();
+  return reportJt(session, saved.report, &counts, saved.rounding, {}, {});
 }
 
 void convertMeshFile(const std::string& mesh, const std::string& jtFile) {

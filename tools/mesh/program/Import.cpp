@@ -23,11 +23,12 @@ ExitCode runImport(Session& session) {
   const Arguments& arguments = session.arguments();
   mesh::Scene scene = loadMeshFile(session, input, session.argument(0));
   const SceneCounts counts(scene);
-  const jt::SaveReport report =
+  const SavedScene saved =
       saveComponent(session, std::move(scene), document, arguments.has("force"));
   if (!session.wantsJson()) {
     showCounts(session, counts);
-    showSavedComponent(session, report);
+    showSavedComponent(session, saved.report);
+    showRounding(session, saved.rounding);
     return ExitCode::done;
   }
   JsonWriter& json = session.json();
@@ -36,7 +37,8 @@ ExitCode runImport(Session& session) {
   json.member("document", document);
   json.member("key", kComponentKey);
   writeCounts(session, counts);
-  writeSaved(session, report);
+  writeSaved(session, saved.report);
+  writeRounding(session, saved.rounding);
   session.endResult();
   return ExitCode::done;
 }

@@ -72,7 +72,7 @@ namespace {
 
 [[noreturn]] void failBits(const std::string& bits) {
   failUsage("--bits is '" + bits +
-            "', not P,N[,T] with P from 0 to 24, N from 0 to 13 and T from 1 to 24");
+            "', not P[,N[,T]] with P from 0 to 24, N from 0 to 13 and T from 1 to 24");
 }
 
 }  // namespace
@@ -99,7 +99,7 @@ jt::ShapeEncoding encoding(const Session& session) {
                                           jt::ShapeEncoding::kMostNormalBits,
                                           jt::ShapeEncoding::kMostTextureBits};
   const std::vector<std::string> parts = commaList(*bits);
-  if (parts.size() < 2 || parts.size() > numbers.size()) failBits(*bits);
+  if (parts.size() > numbers.size()) failBits(*bits);
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const auto number = parseNumber(parts[i]);
     if (!number || *number < kLeast[i] || *number > kMost[i]) failBits(*bits);

@@ -1,5 +1,6 @@
 #include "MeshReport.h"
 
+#include "JtRounding.h"
 #include "MeshComponent.h"
 #include "MeshOptions.h"
 #include "NewDocument.h"
@@ -48,8 +49,24 @@ void showSavedComponent(Session& session, const jt::SaveReport& report) {
                      report.version.text() + ", " + counted(report.segments.size(), "segment"));
 }
 
-jt::SaveReport saveComponent(Session& session, mesh::Scene scene, const std::string& document,
-                             bool replace) {
+std::optional<double> roundingOf(const Session& session, const JtPartition& top,
+                                 const jt::ShapeEncoding& encoding) {
+  if (encoding.positionBits == 0) return {};
+  return jt::largestRounding(top, encoding, versionOption(session.arguments()));
+}
+
+void writeRounding(Session& session, const std::optional<double>& rounding) {
+  session.json().key("rounding");
+  session.json().value(rounding ? std::optional(static_cast<float>(*rounding)) : std::nullopt);
+}
+
+void showRounding(Session& session, const std::optional<double>& rounding) {
+  if (rounding)
+    session.out().line("vertices moved by up to " + shortText(*rounding, 0) + " mm (--bits)");
+}
+
+SavedScene saveComponent(Session& session, mesh::Scene scene, const std::string& document,
+                         bool replace) {
   const jt::ShapeEncoding shapes = encoding(session);
   mesh::BuildOptions options;
   options.levels = levelCount(session);
@@ -69,9 +86,10 @@ jt::SaveReport saveComponent(Session& session, mesh::Scene scene, const std::str
   if (session.arguments().has("check"))
     storeValidations(session, *made.root().partition(), document);
   made.root().partition()->setShapeEncoding(shapes);
+  const auto rounding = roundingOf(session, *made.root().partition(), shapes);
   jt::SaveReport report = made.save(saving);
   showSaveWarnings(session, report);
-  return report;
+  return {std::move(report), rounding};
 }
 
 }  // namespace tool

@@ -60,6 +60,20 @@ bool JtPartUtil::obtainScaleToXtFromUnit(Unit unit, double& scale) {
   return true;
 }
 
+double JtPartUtil::millimetresOf(const JtNode& node) {
+  constexpr double kMetre = 1000;
+  Unit unit{};
+  double metres = 0;
+  const bool isNamed = obtainMeasureUnit(&node, unit) && obtainScaleToXtFromUnit(unit, metres);
+  return isNamed ? kMetre * metres : 0;
+}
+
+double JtPartUtil::millimetresAt(const JtNode& node) {
+  for (const JtNode* at = &node; at; at = at->parent(0))
+    if (const double millimetres = millimetresOf(*at); millimetres > 0) return millimetres;
+  return 1;
+}
+
 const char* JtPartUtil::unitName(Unit unit) {
   const auto index = static_cast<std::size_t>(unit);
   return index < kUnits.size() ? kUnits[index].name : "";

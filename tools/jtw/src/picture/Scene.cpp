@@ -28,16 +28,6 @@ float sizeOf(const std::optional<float>& chosen, bool isStated, float stated) {
   return size >= 1 ? std::min(size, kWidest) : 1;
 }
 
-/// Millimetres in the unit that the node itself names; 0: in none.
-double unitOf(const JtNode& node) {
-  constexpr double kMetre = 1000;
-  JtPartUtil::Unit unit{};
-  double metres = 0;
-  const bool isNamed = JtPartUtil::obtainMeasureUnit(&node, unit) &&
-                       JtPartUtil::obtainScaleToXtFromUnit(unit, metres);
-  return isNamed ? metres * kMetre : 0;
-}
-
 /// All units that nodes name, the first one from the top down in front.
 std::vector<double> unitsIn(const JtNode& root) {
   std::vector<double> units;
@@ -46,7 +36,7 @@ std::vector<double> unitsIn(const JtNode& root) {
   while (!pending.empty()) {
     const JtNode* node = pending.back();
     pending.pop_back();
-    const double unit = unitOf(*node);
+    const double unit = JtPartUtil::millimetresOf(*node);
     if (unit > 0 && std::ranges::find(units, unit) == units.end()) units.push_back(unit);
     for (int i = node->numChildren(); i-- > 0;)
       if (seen.insert(node->child(i)).second) pending.push_back(node->child(i));
@@ -135,7 +125,7 @@ jt::Matrix4 Scene::inUnitOfRoot(std::span<JtNode* const> path, const jt::Matrix4
   double above = millimetres_;
   for (const JtNode* node : path) {
     jt::Matrix4 local = jt::localTransform(*node, isFinal);
-    if (const double own = unitOf(*node); own > 0 && own != above) {
+    if (const double own = JtPartUtil::millimetresOf(*node); own > 0 && own != above) {
       jt::Matrix4 scale = jt::kIdentity;
       scale[0] = scale[5] = scale[10] = own / above;
       local = jt::multiply(local, scale);

@@ -66,14 +66,6 @@ double placedReach(const JtNode& node, double reach) {
   return reach;
 }
 
-double millimetresOf(const JtNode& node) {
-  JtPartUtil::Unit unit{};
-  double metres = 0;
-  const bool hasUnit = JtPartUtil::obtainMeasureUnit(&node, unit) &&
-                       JtPartUtil::obtainScaleToXtFromUnit(unit, metres);
-  return hasUnit ? 1000 * metres : 0;
-}
-
 }  // namespace
 
 std::uint64_t hashOf(const JtPropAtom& atom) {
@@ -149,7 +141,7 @@ NodeFacts GraphFacts::describe(const JtNode& node) const {
   if (const auto* partition = as<JtPartition>(&node))
     hash = mixHash(hash, hashOf(partition->fileName()));
   facts.content = hash;
-  facts.millimetres = millimetresOf(node);
+  facts.millimetres = JtPartUtil::millimetresOf(node);
   return facts;
 }
 
