@@ -34,6 +34,21 @@ TEST(MeshCommands, RoundingIsReportedInMillimetres) {
   EXPECT_NE(hint.find("import, convert"), std::string::npos) << hint;
 }
 
+TEST(MeshCommands, MeshFilesAreComparedAndShown) {
+  const Workspace workspace;
+  workspace.write("a.obj", "v 0 0 0\nv 9 0 0\nv 4 8 0\nf 1 2 3\n");
+  workspace.write("b.obj", "v 0 0 0\nv 9 0 0\nv 4 8 0\nv 1 2 7\nf 1 2 3\nf 2 3 4\n");
+  const Json told = workspace.json("diff a.obj b.obj --ignore field,name", 1);
+  EXPECT_TRUE(cli::matches(told, R"({"count": 1, "differences": [{"what": "geometry",
+      "counts": {"triangles": {"a": 1, "b": 2}}}]})"));
+  EXPECT_EQ(workspace.json("diff a.obj a.obj").at("same"), true);
+  EXPECT_EQ(workspace.json("snapshot b.obj b.png --size 40x30").at("triangles"), 2);
+  workspace.write("a-002.png/x", "");
+  EXPECT_EQ(workspace.json("snapshot a.obj a.png --size 40x30 --turntable 3", 4).at("code"),
+            "not_a_file");
+  EXPECT_FALSE(workspace.exists("a-001.png"));
+}
+
 TEST(MeshCommands, ImportMakesAComponentThatConvertsBack) {
   const Workspace workspace;
   workspace.write("block.obj", kCube);

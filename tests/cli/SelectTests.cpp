@@ -114,7 +114,8 @@ TEST_F(Select, FindsWhatAnExpressionHoldsFor) {
                {"attached=Robot", "6"},
                {"attached=F1", ""},
                {"within=100,0,0,110,10,10", "6"},
-               {"within=110,70,10,100,0,0 and kind=frame", "6 7"}};
+               {"within=110,70,10,100,0,0 and kind=frame", "6 7"},
+               {"within=Robot and kind=frame", "6 7"}};
   for (const auto& [expression, keys] : found) {
     work_.write("expression", expression);
     const Json result = work_.json("find cell.kpak \"$(cat expression)\"");
@@ -198,6 +199,13 @@ TEST_F(Select, SelectedObjectsMoveTogether) {
 }
 
 /// What is not selected may differ; what only one file has is a difference.
+TEST_F(Select, SeveralKeysAreAsGoodAsASelection) {
+  EXPECT_EQ(work_.json("mv cell.kpak 6 4 6 --parent 3").at("moved"), Json({4, 6}));
+  EXPECT_EQ(keysOf(work_.json("find cell.kpak 'below=3'").at("matches")), "4 5 10 6");
+  EXPECT_EQ(work_.run("rm cell.kpak 6 99").exit, 5);
+  EXPECT_EQ(work_.json("rm cell.kpak 4 6").at("removed"), Json({4, 5, 10, 6}));
+}
+
 TEST_F(Select, DifferencesAreThoseOfSelectedObjects) {
   work_.write("new.jt", work_.read("cell.kpak/cell.jt"));
   work_.json("set new.jt 3 unit=in");

@@ -33,8 +33,9 @@ namespace jtw {
 /// | `displayed`, `preserved` | true or false |
 /// | `property.NAME` | objects whose JT node has that property, with that value; `*` and `?` as
 /// above | | `below` | objects that are listed below the one with that address | | `within` |
-/// objects that lie within a box: two corners, x,y,z,x,y,z in millimetres | | `attached` | objects
-/// that are attached to the one with that address; without a value: to any |
+/// objects that lie within a box: two corners, x,y,z,x,y,z in millimetres, or that of the object
+/// with that address | | `attached` | objects that are attached to the one with that address;
+/// without a value: to any |
 class JTW_API Selection {
  public:
   /// Throws EditError "usage", with the offset of the fault in the text.

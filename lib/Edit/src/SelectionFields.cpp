@@ -199,9 +199,31 @@ Evaluate attachedTest(const FieldTest& test) {
   };
 }
 
+bool isWithin(const std::optional<jt::Box>& inner, const jt::Box& outer) {
+  for (std::size_t axis = 0; inner && axis < 3; ++axis)
+    if (inner->min[axis] < outer.min[axis] || inner->max[axis] > outer.max[axis]) return false;
+  return inner.has_value();
+}
+
+/// Others in the box of an object, also those below it.
+Evaluate withinObject(const ObjectAddress& address) {
+  return [address](const Objects& objects) {
+    const std::size_t outer = objects.find(address);
+    const auto extents = extentsOf(objects);
+    if (!extents[outer])
+      failRefused(objects.document(), "no_extent",
+                  "the file states no extent of object " + address.text());
+    std::vector<bool> result(extents.size());
+    for (std::size_t i = 0; i < extents.size(); ++i)
+      result[i] = i != outer && isWithin(extents[i], *extents[outer]);
+    return result;
+  };
+}
+
 Evaluate withinTest(const FieldTest& test) {
   const auto numbers = parseNumbers(requireValue(test));
-  if (!numbers || numbers->size() != 6)
+  if (!numbers || numbers->size() == 1) return withinObject(ObjectAddress(*test.value));
+  if (numbers->size() != 6)
     failUsage("'within' is '" + *test.value + "', not two corners: x,y,z,x,y,z");
   std::array<double, 6> corners{};
   std::copy(numbers->begin(), numbers->end(), corners.begin());

@@ -12,19 +12,19 @@ namespace tool {
 
 class Session;
 
-/// The objects that a command is for: the one with the address KEY, or all that --select has.
-/// Either of them is given; settings and other arguments follow behind.
+/// The objects that a command is for: the one with the address KEY, those with several ones, or all
+/// that --select has. One of these is given; settings and other arguments follow behind a KEY.
 class Choice {
  public:
   /// What may follow behind DOC and KEY.
-  enum class Others : std::uint8_t { none, settings };
+  enum class Others : std::uint8_t { none, settings, keys };
 
   /// Reads the command line. Throws Failure "usage" where neither or both are given.
   explicit Choice(const Session& session, Others others = Others::none);
 
-  /// True for --select: there may be any number of objects.
-  bool isSelection() const noexcept { return selection_.has_value(); }
-  /// What was given: the address, or the expression.
+  /// True for --select and for several KEYs: there may be any number of objects.
+  bool isSelection() const noexcept { return selection_.has_value() || addresses_.size() > 1; }
+  /// What was given: the first address, or the expression.
   const std::string& text() const noexcept { return text_; }
   /// Index of the first argument behind DOC and KEY.
   std::size_t firstArgument() const noexcept { return isSelection() ? 1 : 2; }
@@ -34,7 +34,7 @@ class Choice {
 
  private:
   std::string text_;
-  std::optional<jtw::ObjectAddress> address_;
+  std::vector<jtw::ObjectAddress> addresses_;
   std::optional<jtw::Selection> selection_;
 };
 

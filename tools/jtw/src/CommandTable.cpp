@@ -359,7 +359,7 @@ constexpr Command kCommands[] = {
      "The part files of an assembly come along, to the same places beside OUT.",
      2, 2, kCopyOptions, runCopy},
     {"diff", "A B [--tolerance T] [--segments] [--picture OUT.png]",
-     "reports the differences between two JT files",
+     "reports the differences between two JT files or mesh files",
      "jtw diff gear.jt gear-new.jt --tolerance 0.01",
      "Compares what the files mean: one model in two versions of the format is the same. Meshes\n"
      "are compared as sets of triangles. --tolerance is for nodes, attributes and meshes; numbers\n"
@@ -385,7 +385,9 @@ constexpr Command kCommands[] = {
      "  unit=UNIT, color=COLOR, displayed=true|false, preserved=true|false\n"
      "  property.NAME, property.NAME=PATTERN: of its node in the scene graph\n"
      "  below=KEY: listed below that object; attached, attached=KEY: to any, to that object\n"
-     "  within=x,y,z,x,y,z: lies in that box, in millimetres of the component",
+     "  within=x,y,z,x,y,z: lies in that box, in millimetres of the component; within=KEY: in "
+     "that\n"
+     "  of another object",
      2, 2, kLimitOptions, runFind},
     {"inspect", "DOC [--sort COLUMN[,desc]] [--select EXPR] [--csv]",
      "a table of the parts of a component: triangles, sizes, materials and more",
@@ -429,16 +431,16 @@ constexpr Command kCommands[] = {
      "--text\n"
      "are several lines.",
      2, kManyArguments, kAddOptions, runAdd},
-    {"rm", "DOC KEY | DOC --select EXPR", "removes objects and everything below them, and saves",
+    {"rm", "DOC KEY... | DOC --select EXPR", "removes objects and everything below them, and saves",
      "jtw rm gear.kpak 7",
-     "KEY as for get. Objects that were attached to what is gone are no longer attached.", 1, 2,
-     kChangeOptions, runRm},
-    {"mv", "DOC KEY --parent P | DOC --select EXPR --parent P",
+     "KEY as for get. Objects that were attached to what is gone are no longer attached.", 1,
+     kManyArguments, kChangeOptions, runRm},
+    {"mv", "DOC KEY... --parent P | DOC --select EXPR --parent P",
      "moves objects under another one and saves", "jtw mv gear.kpak 7 --parent 2 --keep-place",
      "Its place relative to its parent stays the same; with --keep-place its place in the "
      "component\n"
      "does. What is below another selected object moves with it.",
-     1, 2, kMvOptions, runMv},
+     1, kManyArguments, kMvOptions, runMv},
     {"clone", "DOC KEY [--key K] [NAME=VALUE...]",
      "copies an entity with its geometry, beside it, and saves",
      "jtw clone gear.kpak 3 --key auto name=Copy", "NAME=VALUE as for set.", 2, kManyArguments,
@@ -527,7 +529,8 @@ constexpr Command kCommands[] = {
     {"snapshot",
      "FILE OUT.png | FILE... -o DIR [--view VIEW] [--key KEY] [--edges] [--section PLANE] "
      "[--sheet]",
-     "a picture of what a JT file holds", "jtw snapshot gear.jt gear.png --view front",
+     "a picture of what a JT file or a mesh file holds",
+     "jtw snapshot gear.jt gear.png --view front",
      "Shows the finest level of detail, shaded, fitted to the view; up is +z. Shapes that cannot "
      "be\n"
      "read are left out and reported; the exit code is 1 then.",

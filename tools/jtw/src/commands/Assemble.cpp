@@ -11,7 +11,7 @@
 #include "InputFile.h"
 #include "JtkEntityFactory.h"
 #include "JtkInstance.h"
-#include "MeshConversion.h"
+#include "MeshInput.h"
 #include "ScratchFolder.h"
 #include "Session.h"
 
@@ -31,17 +31,11 @@ class Sources {
     auto& source = sources_[path];
     if (!source) {
       source = std::make_unique<ExportSource>();
-      std::string file = path;
-      if (!DocumentName(path).isJt && !fs::is_directory(path)) {
-        if (!fs::exists(path))
-          throw Failure(ExitCode::input, "not_found", "there is no such file", {.file = path});
-        wishes.requireOther(path);
-        file = scratch_.place(std::to_string(sources_.size()) + ".jt");
-        convertMeshFile(path, file);
-      }
+      if (!DocumentName(path).isJt && !fs::exists(path))
+        throw Failure(ExitCode::input, "not_found", "there is no such file", {.file = path});
+      if (!DocumentName(path).isJt) wishes.requireOther(path);
+      const std::string file = meshes_.jtFileFor(path, fs::path(path).stem().string());
       readSource(session_, file, wishes, *source);
-      // The name of the scratch file is none for the user.
-      if (file != path) source->root.jtkRoot()->setName(JtString(fs::path(path).stem().string()));
       excludePMI(*source->root.jtkRoot(), wishes.excludedPMI);
       for (const jt::PartFile& part : source->opened.parts()) parts_.push_back(part);
     }
@@ -52,7 +46,7 @@ class Sources {
  private:
   Session& session_;
   fs::path folder_;
-  ScratchFolder scratch_;  // of JT files that mesh files were converted to
+  MeshInputs meshes_;
   std::map<std::string, std::unique_ptr<ExportSource>> sources_;
   std::vector<jt::PartFile> parts_;
 };

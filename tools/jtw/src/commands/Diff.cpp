@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@
 #include "JtwEditError.h"
 #include "JtwNearestName.h"
 #include "JtwTree.h"
+#include "MeshInput.h"
 #include "Progress.h"
 #include "SelectedAssembly.h"
 #include "Session.h"
@@ -227,9 +229,14 @@ ExitCode runDiff(Session& session) {
   const std::string& pathB = session.argument(1);
   if (arguments.has("segments") && arguments.has("select"))
     failUsage("--segments compares whole files; --select leaves most of them out");
+  // One name for the components that are made of mesh files: those of the files do not count.
+  MeshInputs meshes;
+  const std::string name = std::filesystem::path(pathA).stem().string();
   // An object that is missing on one side is a difference.
-  const SelectedAssembly a(session, pathA, SelectedAssembly::Empty::allowed);
-  const SelectedAssembly b(session, pathB, SelectedAssembly::Empty::allowed);
+  const SelectedAssembly a(session, meshes.jtFileFor(pathA, name),
+                           SelectedAssembly::Empty::allowed);
+  const SelectedAssembly b(session, meshes.jtFileFor(pathB, name),
+                           SelectedAssembly::Empty::allowed);
   if (a.isEmpty() && b.isEmpty())
     jtw::failRefused({}, "unknown_key",
                      "no object of either file is selected by " + *arguments.value("select"));

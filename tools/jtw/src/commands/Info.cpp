@@ -273,9 +273,10 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
   out.line(std::string("  component   ") + (facts.component ? "yes" : "no"));
   out.line(std::string("  native      ") + (facts.native ? "yes" : "no"));
   out.line("  unit        " + (facts.unit.empty() ? "unknown" : printable(facts.unit)));
-  out.line("  bounds      " + (facts.bounds
-                                   ? point(facts.bounds->min) + "  to  " + point(facts.bounds->max)
-                                   : std::string("unknown")));
+  out.line("  bounds      " +
+           (facts.bounds ? point(facts.bounds->min) + "  to  " + point(facts.bounds->max) +
+                               (facts.unit.empty() ? "" : "  " + printable(facts.unit))
+                         : std::string("unknown")));
   if (!facts.parts.empty()) showParts(out, facts);
   if (!facts.segments) return;
   out.line("\n  offset      length      compression  segment");

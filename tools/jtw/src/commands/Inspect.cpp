@@ -121,9 +121,9 @@ void writeCsv(Output& out, const jtw::Objects& objects, const std::vector<Inspec
 
 // --- Text
 
-constexpr std::array kHeads{"key",    "triangles",   "vertices", "lods", "bytes",
-                            "bounds", "material",    "texture",  "unit", "instances",
-                            "exact",  "annotations", "path"};
+constexpr std::array kHeads{"key",         "triangles",   "vertices", "lods", "bytes",
+                            "bounds (mm)", "material",    "texture",  "unit", "instances",
+                            "exact",       "annotations", "path"};
 using Row = std::array<std::string, kHeads.size()>;
 constexpr std::size_t kLeftFrom = 5;  // numbers are aligned on the right, texts on the left
 constexpr std::size_t kInstances = 9;

@@ -12,7 +12,7 @@ namespace tool {
 
 ExitCode runMv(Session& session) {
   const Arguments& arguments = session.arguments();
-  const Choice choice(session);
+  const Choice choice(session, Choice::Others::keys);
   const std::string* parentText = arguments.value("parent");
   if (!parentText) failUsage("--parent names the object that it moves under");
   const jtw::ObjectAddress parent(*parentText);

@@ -12,7 +12,7 @@
 namespace tool {
 
 ExitCode runRm(Session& session) {
-  const Choice choice(session);
+  const Choice choice(session, Choice::Others::keys);
   Component component(session, session.argument(0), !session.arguments().has("dry-run"));
   jtw::Objects& objects = component.objects();
   const std::vector<std::size_t> chosen = choice.of(objects);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <unordered_set>
@@ -14,6 +15,7 @@
 #include "InputFile.h"
 #include "JtwEditError.h"
 #include "JtwSelection.h"
+#include "MeshInput.h"
 #include "Progress.h"
 #include "Session.h"
 #include "picture/PictureOptions.h"
@@ -81,15 +83,17 @@ class Input {
     const std::string* key = session.arguments().value("key");
     const std::string* expression = session.arguments().value("select");
     if (key && expression) failUsage("--key and --select exclude each other");
+    const std::string& given = session.argument(0);
+    const std::string file = meshes_.jtFileFor(given, std::filesystem::path(given).stem().string());
     if (!key && !expression) {
-      opened_ = openAssembly(session, session.argument(0));
+      opened_ = openAssembly(session, file);
       return;
     }
     std::optional<jtw::ObjectAddress> address;
     std::optional<jtw::Selection> selection;
     if (key) address.emplace(*key);
     if (expression) selection.emplace(*expression);
-    component_.emplace(session, session.argument(0), false);
+    component_.emplace(session, file, false);
     const jtw::Objects& objects = component_->objects();
     const jtw::Reading reading(component_->root());
     const auto found =
@@ -115,6 +119,7 @@ class Input {
   }
 
  private:
+  MeshInputs meshes_;
   OpenedAssembly opened_;
   std::optional<Component> component_;
   std::unordered_set<const JtNode*> chosen_;
@@ -128,6 +133,22 @@ std::string frameName(const std::string& output, std::size_t number, std::size_t
   const std::size_t dot = output.rfind('.');
   return output.substr(0, dot) + "-" + std::string(width - digits.size(), '0') + digits +
          output.substr(dot);
+}
+
+/// Before the first picture is drawn: no set of pictures shall end halfway.
+void requireFrames(const std::string& output, std::size_t count) {
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  const fs::path folder = fs::path(output).parent_path();
+  if (!folder.empty() && !fs::is_directory(folder, ignored))
+    throw Failure(ExitCode::output, "unwritable", "there is no such folder",
+                  {.file = folder.string()});
+  for (std::size_t i = 1; i <= count; ++i) {
+    const std::string name = frameName(output, i, count);
+    if (fs::exists(name, ignored) && !fs::is_regular_file(name, ignored))
+      throw Failure(ExitCode::output, "not_a_file", "a picture cannot take the place of that",
+                    {.file = name});
+  }
 }
 
 /// Draws and writes. @return the names of the files
@@ -208,6 +229,7 @@ ExitCode runSnapshot(Session& session) {
   if (request.frames > 0 && output == "-")
     failUsage("--turntable writes several pictures; '-' is one");
   claimOutput(session, output, false);
+  if (request.frames > 0) requireFrames(output, request.frames);
   const Input input(session);
   input.restrict(request.scene);
   std::vector<std::string> pictures;
