@@ -200,6 +200,14 @@ TEST_F(Merge, TakesTheChangesOfBothSides) {
                        {"do": "add", "kind": "frame", "key": 9, "parent": 2, "name": "Theirs"})");
   const Json merged = merge();
   EXPECT_EQ(merged.at("conflicts"), Json::array());
+  std::string taken;
+  for (const Json& one : merged.at("taken"))
+    taken += one.at("from").get<std::string>() + " " + one.at("at").dump() + " " +
+             (one.at("name").is_null() ? one.at("what") : one.at("name")).get<std::string>() + ", ";
+  for (const char* one : {"ours 4 parent, ", "ours 5 object, ", "both 3 name, ", "theirs 4 name, ",
+                          "theirs 3 place, ", "theirs 6 text, ", "ours 8 object, "})
+    EXPECT_NE(taken.find(one), std::string::npos) << one << taken;
+  EXPECT_EQ(taken.find("ours 3 name"), std::string::npos) << taken;
   EXPECT_TRUE(matches(work_.json("tree out.jt").at("root"), R"({"children": [
       {"key": 2, "children": [
         {"key": 3, "name": "Arm 2", "relLoc": [1, 0, 0, 1, 0, 1, 0, 2, 0, 0, 1, 3, 0, 0, 0, 1],
@@ -274,6 +282,26 @@ TEST_F(Merge, RefusesCirclesOfMoves) {
   EXPECT_EQ(work_.json("find out.jt \"key=7 and below=3\"").at("count"), 1);
   merge(0, "--theirs");
   EXPECT_EQ(work_.json("find out.jt \"key=2 and below=7\"").at("count"), 1);
+}
+
+/// Part files come with the side that changed them, and those of the sides stay as they are.
+TEST_F(Merge, WritesPartFilesBesideItsResult) {
+  work_.json("set asm95.jt '#7/6' name=Cube");
+  for (const char* side : {"ours", "theirs", "out"})
+    std::filesystem::create_directory(work_.path(side));
+  work_.json("copy asm95.jt ours/asm95.jt");
+  work_.json("copy asm95.jt theirs/asm95.jt");
+  work_.json("set ours/asm95.jt root name=Hall");
+  work_.json("set theirs/asm95.jt '#7/6' name=Screw");
+  const std::string part = work_.read("theirs/tiny95.jt");
+  const Json merged = work_.json("merge asm95.jt ours/asm95.jt theirs/asm95.jt out/asm95.jt");
+  EXPECT_TRUE(matches(
+      merged,
+      R"({"conflicts": [], "taken": [{"name": "key"}, {"from": "ours", "at": "root", "name": "name"}],
+      "saved": {"file": "out/asm95.jt"}, "alsoSaved": [{"file": "out/tiny95.jt"}]})"));
+  EXPECT_EQ(work_.json("get out/asm95.jt root").at("name"), "Hall");
+  EXPECT_EQ(work_.json("get out/asm95.jt '#7/6'").at("name"), "Screw");
+  EXPECT_EQ(work_.read("theirs/tiny95.jt"), part);
 }
 
 TEST_F(Merge, TakesWhatNoPatchHoldsFromTheSideThatHasIt) {

@@ -40,6 +40,20 @@ TEST_P(Failures, AreReportedInJsonAndTextWithTheirCode) {
   EXPECT_NE(text.err.find(error.value("message", "-")), std::string::npos) << text.err;
 }
 
+TEST(Usage, QuietCommandsSayNothing) {
+  const Workspace work;
+  for (const char* line :
+       {"new a.kpak", "add a.kpak block name=B", "set a.kpak B name=C", "mv a.kpak C --parent root",
+        "copy a.kpak/a.jt b.jt", "copy b.jt c.jt --version 9.5", "export a.kpak d.jt",
+        "set b.jt C color=red", "diff --patch a.kpak b.jt -o p.json", "apply c.jt p.json",
+        "merge a.kpak a.kpak b.jt e.jt", "snapshot tiny95.jt p.png", "rm b.jt C"}) {
+    const Outcome run = work.run(std::string(line) + " -q");
+    EXPECT_EQ(run.exit, 0) << line;
+    EXPECT_EQ(run.out + run.err, "") << line;
+  }
+  EXPECT_NE(work.run("find a.kpak name=C -q").out, "");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Usage, Failures,
     testing::Values(

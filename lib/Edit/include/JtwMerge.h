@@ -27,10 +27,20 @@ struct MergeConflict {
   std::string reason;  ///< for readers
 };
 
+/// A change that the merged component has, and who made it.
+struct MergedChange {
+  bool ours = false;
+  bool theirs = false;
+  PatchChange change;  ///< from the base
+};
+
 /// What merging found.
 struct MergeResult {
   Patch patch;  ///< the changes that lead from `ours` to the merged component
   std::vector<MergeConflict> conflicts;  ///< those that a chosen side decided too
+  /// What was taken from the sides, without the order of objects and what follows from other
+  /// changes: all changes of ours in their order, then those of theirs alone.
+  std::vector<MergedChange> taken;
 };
 
 /// Merges the changes that two sides made to a component, object by object by their keys. What one

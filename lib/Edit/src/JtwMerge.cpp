@@ -263,7 +263,35 @@ class Merging {
     if (isTheirs_)
       for (const PatchChange& change : across_->changes)
         if (taken_.contains(slotOf(change))) result.patch.changes.push_back(change);
+    result.taken = takenFromSides();
     return result;
+  }
+
+  std::vector<MergedChange> takenFromSides() const {
+    const auto isListed = [](const PatchChange& change) {
+      return change.what != PatchWhat::order && !isBookkeeping(change);
+    };
+    // What theirs decided to remove takes no more changes.
+    const auto isGone = [this](const std::string& at) {
+      const auto taken = taken_.find(slotOf({ownerOf(at), PatchWhat::object, {}, {}, {}}));
+      return taken != taken_.end() && isNothing(taken->second.after);
+    };
+    std::vector<MergedChange> taken;
+    for (const PatchChange& change : ours_.changes) {
+      const std::string slot = slotOf(change);
+      if (!isListed(change) || taken_.contains(slot) || isGone(change.at)) continue;
+      const auto other = theirs_.slots.find(slot);
+      const PatchChange* theirs =
+          other == theirs_.slots.end() ? nullptr : &theirs_.changes[other->second];
+      if (theirs && theirs->after != change.after && !dropped_[other->second]) continue;
+      taken.push_back({true, theirs && theirs->after == change.after, change});
+    }
+    for (std::size_t i = 0; i < theirs_.changes.size(); ++i) {
+      const PatchChange& change = theirs_.changes[i];
+      if (isListed(change) && (!dropped_[i] || taken_.contains(slotOf(change))))
+        taken.push_back({false, true, change});
+    }
+    return taken;
   }
 
   const ComponentFacts& base_;
@@ -331,6 +359,9 @@ ComponentMerge mergeComponents(Objects& base, const Objects& ours, const Objects
   }
   merged.result = merge(inBase, inTheirs, inOurs, turned(side));
   turnAround(merged.result.conflicts);
+  for (MergedChange& change : merged.result.taken) std::swap(change.ours, change.theirs);
+  std::ranges::stable_partition(merged.result.taken,
+                                [](const MergedChange& change) { return change.ours; });
   return merged;
 }
 

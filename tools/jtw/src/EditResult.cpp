@@ -38,8 +38,8 @@ ExitCode saveAndReport(Session& session, Component& component, const std::string
   const jt::SaveReport report = component.save(dryRun);
   showSaveWarnings(session, report);
   if (!session.wantsJson()) {
-    if (!line.empty()) session.out().line(printable(line));
-    if (places > 1) session.out().line("changes the component in " + counted(places, "place"));
+    if (!line.empty()) session.report().line(printable(line));
+    if (places > 1) session.report().line("changes the component in " + counted(places, "place"));
     showSaved(session, report, dryRun);
     return ExitCode::done;
   }

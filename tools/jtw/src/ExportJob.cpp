@@ -118,13 +118,13 @@ void showResult(Session& session, const jtk::ExportReport& report, bool dryRun) 
   const auto count = [](std::uint64_t number, const char* noun) {
     return counted(static_cast<std::size_t>(number), noun);
   };
-  session.out().line((dryRun ? "would save " : "saved ") + printable(report.saved.file) +
-                     ", version " + report.saved.version.text() + ": " +
-                     count(report.parts, "part") + " in " + count(report.instances, "place") +
-                     ", " + count(report.triangles, "triangle") + ", " +
-                     count(report.annotations, "annotation"));
+  session.report().line((dryRun ? "would save " : "saved ") + printable(report.saved.file) +
+                        ", version " + report.saved.version.text() + ": " +
+                        count(report.parts, "part") + " in " + count(report.instances, "place") +
+                        ", " + count(report.triangles, "triangle") + ", " +
+                        count(report.annotations, "annotation"));
   if (report.files.size() > 1)
-    session.out().line("  with " + count(report.files.size() - 1, "part file"));
+    session.report().line("  with " + count(report.files.size() - 1, "part file"));
 }
 
 /// Writes the exported file to standard output.

@@ -188,7 +188,7 @@ void showActions(Output& out, const std::vector<jt::SegmentAction>& actions) {
 }  // namespace
 
 void showSaved(Session& session, const jt::SaveReport& report, bool dryRun) {
-  showSaved(session.out(), report, dryRun);
+  showSaved(session.report(), report, dryRun);
 }
 
 void showSaved(Output& out, const jt::SaveReport& report, bool dryRun) {

@@ -36,6 +36,8 @@ class Session {
   bool isQuiet() const noexcept { return quiet_; }
   /// Where results go: standard output, or standard error after resultsToStandardError().
   Output& out() noexcept { return *results_; }
+  /// Where a command that writes says what it wrote: out(), with --quiet nowhere.
+  Output& report() noexcept { return quiet_ ? silence_ : *results_; }
   JsonWriter& json() noexcept { return *writer_; }
   /// Colors for out().
   const Style& style() const noexcept { return style_; }
@@ -83,6 +85,7 @@ class Session {
   Output* results_ = &standardOutput_;
   std::optional<JsonWriter> writer_;
   bool json_;
+  Output silence_;  // what is not to be read
   bool quiet_;
   bool progress_;
   std::vector<Warning> warnings_;

@@ -131,7 +131,7 @@ ExitCode reportJt(Session& session, const jt::SaveReport& report, const SceneCou
     } else {
       const bool dryRun = session.arguments().has("dry-run");
       showSaved(session, report, dryRun);
-      showLosses(session.out(), losses, dryRun);
+      showLosses(session.report(), losses, dryRun);
     }
     showRounding(session, rounding);
     return exitCodeOf(parts);
@@ -254,7 +254,7 @@ ExitCode toMesh(Session& session, Ends& ends) {
   if (!session.wantsJson()) {
     showCounts(session, counts);
     for (const std::string& file : files)
-      session.out().line((dryRun ? "would save " : "saved ") + printable(file));
+      session.report().line((dryRun ? "would save " : "saved ") + printable(file));
     return exitCodeOf(parts);
   }
   JsonWriter& json = session.json();

@@ -38,15 +38,16 @@ void writeCounts(Session& session, const SceneCounts& counts) {
 }
 
 void showCounts(Session& session, const SceneCounts& counts) {
-  session.out().line(counted(counts.nodes, "node") + ", " + counted(counts.instances, "instance") +
-                     " of " + counted(counts.models, "model") + ", " +
-                     counted(counts.triangles, "triangle"));
+  session.report().line(
+      counted(counts.nodes, "node") + ", " + counted(counts.instances, "instance") + " of " +
+      counted(counts.models, "model") + ", " + counted(counts.triangles, "triangle"));
 }
 
 void showSavedComponent(Session& session, const jt::SaveReport& report) {
   const bool dryRun = session.arguments().has("dry-run");
-  session.out().line((dryRun ? "would save " : "saved ") + printable(report.file) + ", version " +
-                     report.version.text() + ", " + counted(report.segments.size(), "segment"));
+  session.report().line((dryRun ? "would save " : "saved ") + printable(report.file) +
+                        ", version " + report.version.text() + ", " +
+                        counted(report.segments.size(), "segment"));
 }
 
 std::optional<double> roundingOf(const Session& session, const JtPartition& top,
@@ -62,7 +63,7 @@ void writeRounding(Session& session, const std::optional<double>& rounding) {
 
 void showRounding(Session& session, const std::optional<double>& rounding) {
   if (rounding)
-    session.out().line("vertices moved by up to " + shortText(*rounding, 0) + " mm (--bits)");
+    session.report().line("vertices moved by up to " + shortText(*rounding, 0) + " mm (--bits)");
 }
 
 SavedScene saveComponent(Session& session, mesh::Scene scene, const std::string& document,

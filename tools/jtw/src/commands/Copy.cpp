@@ -62,7 +62,7 @@ ExitCode runCopy(Session& session) {
     writeResult(session, input, report, losses, opened.parts);
   } else {
     showSaved(session, report, options.dryRun);
-    showLosses(session.out(), losses, options.dryRun);
+    showLosses(session.report(), losses, options.dryRun);
   }
   return exitCodeOf(opened.parts);
 }

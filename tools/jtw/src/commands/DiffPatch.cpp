@@ -45,8 +45,8 @@ ExitCode runDiffPatch(Session& session) {
   if (file == "-") return ExitCode::done;
   session.noteWritten(file);
   if (!session.wantsJson()) {
-    session.out().line("wrote " + counted(patch.changes.size(), "change") + " to " +
-                       printable(file));
+    session.report().line("wrote " + counted(patch.changes.size(), "change") + " to " +
+                          printable(file));
     return ExitCode::done;
   }
   session.beginResult();

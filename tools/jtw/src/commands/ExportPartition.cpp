@@ -38,7 +38,7 @@ ExitCode runExportPartition(Session& session) {
   const std::vector<jt::Loss> losses = listLosses(*root.partition(), report);
   if (!session.wantsJson()) {
     showSaved(session, report, options.dryRun);
-    showLosses(session.out(), losses, options.dryRun);
+    showLosses(session.report(), losses, options.dryRun);
     return exitCodeOf(parts);
   }
   session.beginResult();

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -5,8 +7,10 @@
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
+#include "JtwEditError.h"
 #include "JtwMerge.h"
 #include "JtwPatch.h"
+#include "PartCopies.h"
 #include "PatchDocument.h"
 #include "SaveResult.h"
 #include "Session.h"
@@ -80,6 +84,77 @@ void showConflicts(Session& session, const Merged& merged) {
                        lossText(merged.content->ours) + " | " + lossText(merged.content->theirs)));
 }
 
+const char* fromName(const jtw::MergedChange& taken) {
+  return !taken.theirs ? "ours" : !taken.ours ? "theirs" : "both";
+}
+
+void writeTaken(JsonWriter& json, const Merged& merged) {
+  json.key("taken");
+  json.beginArray();
+  for (const jtw::MergedChange& taken : merged.result.taken) {
+    const jtw::PatchChange& change = taken.change;
+    json.beginObject(JsonWriter::Layout::line);
+    json.member("from", fromName(taken));
+    json.key("at");
+    writePatchPlace(json, change.at);
+    json.member("what", jtw::patchWhatName(change.what));
+    json.textOrNull("name", change.name);
+    json.key("base");
+    writePatchValue(json, change.before, change.name);
+    json.key("value");
+    writePatchValue(json, change.after, change.name);
+    json.end();
+  }
+  json.end();
+}
+
+/// The path of the object that a change is about, in the first component that has it.
+std::string pathOf(const std::string& at, const std::vector<const Component*>& components) {
+  const jtw::ObjectAddress address(at.substr(0, at.find('/')));
+  for (const Component* component : components) {
+    try {
+      return component->objects().path(component->find(address));
+    } catch (const jtw::EditError&) {
+      // The other ones may have it.
+    }
+  }
+  return {};
+}
+
+void showTaken(Session& session, const Merged& merged,
+               const std::vector<const Component*>& components) {
+  constexpr std::size_t kMost = 40;
+  const std::vector<jtw::MergedChange>& all = merged.result.taken;
+  for (std::size_t i = 0; i < std::min(kMost, all.size()); ++i) {
+    const jtw::PatchChange& change = all[i].change;
+    const std::string what = change.name.empty() ? jtw::patchWhatName(change.what) : change.name;
+    session.report().line(padRight(fromName(all[i]), 8) + change.at + "  " +
+                          printable(pathOf(change.at, components)) + "  " +
+                          printable(what + ": " + jtw::valueText(change.before) + " -> " +
+                                    jtw::valueText(change.after)));
+  }
+  if (all.size() > kMost)
+    session.report().line("... and " + std::to_string(all.size() - kMost) +
+                          " more; --json lists them");
+}
+
+/// Part files are written beside OUT, or, where OUT is the file that the changes were made in, in
+/// their places.
+jt::SaveReport save(Component& merged, const std::string& outFile, bool changes, bool dryRun) {
+  jt::SaveOptions options;
+  options.dryRun = dryRun;
+  JtPartition& top = *merged.root().partition();
+  std::error_code ignored;
+  const bool isInPlace = std::filesystem::equivalent(merged.file(), outFile, ignored);
+  const std::vector<jt::PartFile> parts = merged.partFiles();
+  if (isInPlace || outFile == "-" || parts.empty()) {
+    options.partFiles = isInPlace;
+    return savePartition(top, outputLocation(outFile).get(), options, outFile);
+  }
+  return saveCopy(top, top, parts,
+                  {.input = merged.file(), .output = outFile, .changesParts = changes}, options);
+}
+
 }  // namespace
 
 ExitCode runMerge(Session& session) {
@@ -97,19 +172,16 @@ ExitCode runMerge(Session& session) {
       jtw::mergeComponents(base.objects(), ours.objects(), theirs.objects(), side);
   const bool isRefused = merged.conflictCount() > 0 && side == MergeSide::neither;
   if (!session.wantsJson()) showConflicts(session, merged);
+  Component& start = merged.startsFromTheirs ? theirs : ours;
   std::optional<jt::SaveReport> report;
   if (!isRefused) {
-    Component& start = merged.startsFromTheirs ? theirs : ours;
     // One document may be given twice; its wrappers went when the changes were tried on the base.
     if (&start.root() == &base.root()) start.objects().forgetChanges();
     if (!jtw::applyPatch(start.objects(), merged.result.patch).misfits.empty())
       throw Failure(ExitCode::refused, "not_supported",
                     "the changes of both sides do not go together", {.file = start.document()});
-    jt::SaveOptions options;
-    options.dryRun = dryRun;
     claimOutput(session, outFile, dryRun);
-    report =
-        savePartition(*start.root().partition(), outputLocation(outFile).get(), options, outFile);
+    report = save(start, outFile, !merged.result.patch.changes.empty(), dryRun);
     showSaveWarnings(session, *report);
   }
   const std::size_t conflicts = merged.conflictCount();
@@ -119,14 +191,19 @@ ExitCode runMerge(Session& session) {
                          "; nothing is written without --ours or --theirs");
       return ExitCode::no;
     }
-    session.out().line("merged " + counted(merged.result.patch.changes.size(), "change") +
-                       (conflicts > 0 ? ", decided " + counted(conflicts, "conflict") : ""));
+    // What is not in the merged component was in the base.
+    std::vector<const Component*> named{&start};
+    if (&start.root() != &base.root()) named.push_back(&base);
+    showTaken(session, merged, named);
+    session.report().line("merged " + counted(merged.result.patch.changes.size(), "change") +
+                          (conflicts > 0 ? ", decided " + counted(conflicts, "conflict") : ""));
     showSaved(session, *report, dryRun);
     return ExitCode::done;
   }
   session.beginResult();
   session.json().member("out", out);
   session.json().member("changes", merged.result.patch.changes.size());
+  writeTaken(session.json(), merged);
   writeConflicts(session.json(), merged);
   if (report)
     writeSaved(session, *report);

@@ -252,7 +252,7 @@ ExitCode runSnapshot(Session& session) {
   if (session.wantsJson()) {
     writeResult(session, request, scene, pictures, input.parts());
   } else if (output != "-") {
-    session.out().line(
+    session.report().line(
         (pictures.size() == 1 ? output : pictures.front() + " to " + pictures.back()) + ": " +
         std::to_string(counts.shapes) + " shapes, " + std::to_string(counts.triangles) +
         " triangles");

@@ -140,9 +140,9 @@ ExitCode runView(Session& session) {
     writeResult(session, output, now, shapes, page.size());
   } else if (output != "-") {
     const SceneCounts counts(now.scene());
-    session.out().line(printable(output) + ": " + counted(now.objectCount(), "object") + ", " +
-                       counted(counts.shapes, "shape") + ", " +
-                       counted(counts.triangles, "triangle"));
+    session.report().line(printable(output) + ": " + counted(now.objectCount(), "object") + ", " +
+                          counted(counts.shapes, "shape") + ", " +
+                          counted(counts.triangles, "triangle"));
   }
   return isWhole ? exitCodeOf(now.component().partFiles()) : ExitCode::no;
 }
