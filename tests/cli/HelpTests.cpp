@@ -26,7 +26,15 @@ TEST(Help, ShowsEveryCommandWithAnExample) {
     EXPECT_NE(text.find("example: jtw "), std::string::npos);
     EXPECT_EQ(work.run(name + " --help").out, text);
   }
-  EXPECT_EQ(work.run("-h").out, work.run("help").out);
+  // All are listed, each in its group.
+  const std::string text = work.run("help").out;
+  EXPECT_EQ(work.run("-h").out, text);
+  for (const Json& command : help.at("commands")) {
+    const std::size_t title = text.find(command.at("group").get<std::string>() + ":\n");
+    const std::size_t at = text.find("\n  " + command.at("name").get<std::string>() + " ");
+    EXPECT_LT(title, at) << command.at("name");
+    EXPECT_LT(at, text.find("\n\n", title)) << command.at("name");
+  }
   EXPECT_TRUE(matches(work.json("--version"), R"({"schema": "jtw.version/1"})"));
 }
 

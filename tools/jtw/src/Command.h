@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "Arguments.h"
+#include "CommandGroup.h"
 #include "Failure.h"
 
 namespace tool {
@@ -13,6 +14,7 @@ class Session;
 
 /// One row of the table of commands.
 struct Command {
+  CommandGroup group;
   const char* name;
   const char* usage;    ///< what follows the name
   const char* summary;  ///< one line
@@ -24,7 +26,7 @@ struct Command {
   ExitCode (*run)(Session&);  ///< null: planned, not there yet
 };
 
-/// All commands, in the order in which help lists them.
+/// All commands, in the order in which help lists those of a group.
 std::span<const Command> commands();
 /// Throws Failure "usage" for a name that is none.
 const Command& findCommand(std::string_view name);

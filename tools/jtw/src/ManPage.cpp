@@ -71,10 +71,13 @@ std::string programPage() {
   std::string roff = header("JTW", "jtw", "read, edit and export components in JT files") +
                      "\\fBjtw\\fR \\fICOMMAND\\fR \\fIARGUMENTS\\fR [\\fIOPTIONS\\fR]\n" +
                      ".SH DESCRIPTION\n" + paragraphs(kArgumentsHelp) + ".SH COMMANDS\n";
-  for (const Command& command : commands())
-    if (command.run)
-      roff += ".TP\n\\fB" + escaped(std::string("jtw-") + command.name) + "\\fR(1)\n" +
-              sentence(command.summary);
+  for (const CommandGroup group : kCommandGroups) {
+    roff += ".SS " + escaped(groupTitle(group)) + "\n";
+    for (const Command& command : commands())
+      if (command.run && command.group == group)
+        roff += ".TP\n\\fB" + escaped(std::string("jtw-") + command.name) + "\\fR(1)\n" +
+                sentence(command.summary);
+  }
   return roff + ".SH OPTIONS\n" + optionList(globalOptions()) + ".SH EXIT STATUS\n" +
          paragraphs(kExitCodesHelp);
 }

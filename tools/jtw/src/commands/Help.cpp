@@ -47,9 +47,14 @@ void listOptions(Output& out, std::span<const Option> options) {
 void showProgram(Session& session) {
   Output& out = session.out();
   out.line("usage: jtw COMMAND ARGUMENTS [OPTIONS]\n");
-  for (const Command& command : commands())
-    if (command.run) out.line("  " + padRight(command.name, 17) + command.summary);
-  out.line(std::string("\n") + kArgumentsHelp + "\n");
+  for (const CommandGroup group : kCommandGroups) {
+    out.line(std::string(groupTitle(group)) + ":");
+    for (const Command& command : commands())
+      if (command.run && command.group == group)
+        out.line("  " + padRight(command.name, 17) + command.summary);
+    out.line("");
+  }
+  out.line(std::string(kArgumentsHelp) + "\n");
   listOptions(out, globalOptions());
   out.line(std::string("\nexit codes:\n") + kExitCodesHelp);
   out.line("\n'jtw help COMMAND' explains one command.");
@@ -86,6 +91,7 @@ void writeCommand(JsonWriter& json, const Command& command) {
   json.member("name", command.name);
   json.member("usage", command.usage);
   json.member("summary", command.summary);
+  json.member("group", groupTitle(command.group));
   json.member("example", command.example);
   writeOptions(json, command.options);
   json.end();
