@@ -121,6 +121,8 @@ TEST(ManyFiles, MistakesAreOneErrorAndWriteNothing) {
         "convert in -o out --to png",
         "convert in -o in --to jt",
         "convert in/b.jt -o in --to jt",
+        "copy asm95.jt sub/tiny95.jt -o out",
+        "copy in -o in",
         "set - 1 name=x < tiny95.jt",
         "export tiny95.jt - --per-part"}}};
   const std::set<std::string> before = allPaths(work);
@@ -144,6 +146,10 @@ TEST(ManyFiles, BecomeFilesInAFolder) {
   EXPECT_EQ(work.run("convert asm95.jt tiny95.jt -o made/as --to jt -q").exit, 0);
   EXPECT_EQ(work.json("diff asm95.jt made/as/asm95.jt")["same"], true);
   EXPECT_EQ(work.run("convert in/cell.kpak tiny95.jt one.obj -o made/jt --to jt -q").exit, 0);
+  const Json copied = work.json("copy in/cell.kpak asm95.jt -o made/copy --version 10.0");
+  EXPECT_TRUE(matches(copied, R"({"schema": "jtw.copy/1", "summary": {"files": 2, "failed": 0},
+      "files": [{"saved": {"file": "made/copy/cell.jt"}},
+                {"saved": {"version": "10.0"}, "alsoSaved": [{"file": "made/copy/tiny95.jt"}]}]})"));
   EXPECT_EQ(filesIn(work.json("verify made/jt")),
             (std::vector<std::string>{"made/jt/cell.jt", "made/jt/one.jt", "made/jt/tiny95.jt"}));
   // Options of the command itself hold for each file.

@@ -2,12 +2,15 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <numeric>
 
 #include "Batch.h"
 #include "Command.h"
+#include "Component.h"
+#include "FileList.h"
 #include "Session.h"
 
 namespace tool {
@@ -112,6 +115,23 @@ ExitCode runForEach(Session& session, const CommandBatch& work) {
     session.endResult();
   }
   return batch.exit();
+}
+
+ExitCode runIntoFolder(Session& session, const FolderResults& results) {
+  const Arguments& arguments = session.arguments();
+  const FileList list = listFiles(session, Wanted::documents);
+  const std::vector<std::string> outputs = outputsOf(list, results.folder, results.extension);
+  const bool sharesFiles = results.bringsParts && !arguments.has("top-only") &&
+                           std::ranges::any_of(list.files, [](const ListedFile& file) {
+                             return DocumentName(file.path).isJt;
+                           });
+  if (sharesFiles) requireSeparateParts(session, list, outputs);
+  if (!arguments.has("dry-run")) makeFoldersOf(outputs);
+  CommandBatch batch{
+      .pieces = {}, .jobs = sharesFiles ? 1 : Batch::jobs(session), .ownOption = results.ownOption};
+  for (std::size_t i = 0; i < outputs.size(); ++i)
+    batch.pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
+  return runForEach(session, batch);
 }
 
 }  // namespace tool

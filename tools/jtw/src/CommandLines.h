@@ -29,4 +29,18 @@ struct CommandBatch {
 /// what the command prints for one file, an error among it, and `summary`, `{files, failed}`.
 ExitCode runForEach(Session& session, const CommandBatch& work);
 
+/// Results that go into a folder.
+struct FolderResults {
+  std::string folder;          ///< of --output-dir
+  std::string extension;       ///< of each, with its dot
+  bool bringsParts = false;    ///< part files come along, unless --top-only is given
+  const char* ownOption = "";  ///< see CommandBatch
+};
+
+/// Lists the files that the command line names, and runs the session's command for each of them
+/// with the name of its result behind it. Assemblies that bring their part files along are worked
+/// on one after the other, since two of them may have one in common. Throws Failure "usage" for
+/// results of one name before anything is written.
+ExitCode runIntoFolder(Session& session, const FolderResults& results);
+
 }  // namespace tool

@@ -66,13 +66,11 @@ constexpr Option kUpdateOptions[] = {kFilesFrom,  kNull,        kDryRun,
 constexpr Option kCheck{"check", 0, nullptr,
                         "store what the geometry of each part measures, for verify --properties"};
 constexpr Option kCopyOptions[] = {
-    {"version", 0, "V", "8.1, 8.2, 9.5, 10.0 or 10.2; without it that of IN"},
-    kCheck,
-    kTopOnly,
-    kDryRun,
-    kMaxSegment,
-    kMaxDocument,
-    kFollowLinks};
+    kOutputFolder, kFilesFrom,
+    kNull,         {"version", 0, "V", "8.1, 8.2, 9.5, 10.0 or 10.2; without it that of IN"},
+    kCheck,        kTopOnly,
+    kDryRun,       kMaxSegment,
+    kMaxDocument,  kFollowLinks};
 constexpr Option kSize{"size", 0, "WxH", "width and height in pixels (1024x768)"};
 constexpr Option kView{
     "view", 0, "VIEW",
@@ -356,12 +354,13 @@ constexpr Command kCommands[] = {
      "Exit code 1 when there is an error, 0 for warnings alone unless --strict is given. A folder\n"
      "means the JT files in it and below.",
      0, kManyArguments, kVerifyOptions, runVerify},
-    {Group::convert, "copy", "IN OUT [--version V]", "rewrites a JT file and reports what changed",
-     "jtw copy gear.jt gear95.jt --version 9.5",
+    {Group::convert, "copy", "IN OUT | IN... -o DIR [--version V]",
+     "rewrites a JT file and reports what changed", "jtw copy gear.jt gear95.jt --version 9.5",
      "In the same version every segment but the scene graph is copied byte for byte. '-' as IN or\n"
      "OUT is standard input or output; the report then goes to standard error.\n"
-     "The part files of an assembly come along, to the same places beside OUT.",
-     2, 2, kCopyOptions, runCopy},
+     "The part files of an assembly come along, to the same places beside OUT.\n"
+     "With --output-dir any number of files, and the components in folders.",
+     0, kManyArguments, kCopyOptions, runCopy},
     {Group::compare, "diff", "A B [--tolerance T] [--segments] [--picture OUT.png]",
      "reports the differences between two JT files or mesh files",
      "jtw diff gear.jt gear-new.jt --tolerance 0.01",

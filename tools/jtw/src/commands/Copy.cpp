@@ -1,5 +1,7 @@
 #include "Assembly.h"
 #include "Command.h"
+#include "CommandLines.h"
+#include "FileList.h"
 #include "InputFile.h"
 #include "JtInspect.h"
 #include "PartCopies.h"
@@ -43,6 +45,10 @@ void writeResult(Session& session, const std::string& input, const jt::SaveRepor
 }  // namespace
 
 ExitCode runCopy(Session& session) {
+  if (const std::string* folder = session.arguments().value("output-dir"))
+    return runIntoFolder(session, {.folder = *folder, .extension = ".jt", .bringsParts = true});
+  requireNoList(session);
+  requireArguments(session, 2, 2);
   const std::string& input = session.argument(0);
   const std::string& output = session.argument(1);
   const jt::SaveOptions options = saveOptions(session.arguments());

@@ -6,13 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <vector>
 
-#include "Batch.h"
 #include "Command.h"
 #include "CommandLines.h"
 #include "Component.h"
@@ -79,20 +77,10 @@ ExitCode convertEach(Session& session, const std::string& folder) {
   const std::string* format = arguments.value("to");
   if (!format) failUsage("--output-dir needs --to FORMAT: jt, glb, obj, stl or ply");
   requireFormat(*format);
-  const FileList list = listFiles(session, Wanted::documents);
-  const std::vector<std::string> outputs = outputsOf(list, folder, "." + *format);
-  // Two assemblies can have a part file in common, which each of them writes.
-  const bool sharesFiles = *format == "jt" && !arguments.has("top-only") &&
-                           std::ranges::any_of(list.files, [](const ListedFile& file) {
-                             return DocumentName(file.path).isJt;
-                           });
-  if (sharesFiles) requireSeparateParts(session, list, outputs);
-  if (!arguments.has("dry-run")) makeFoldersOf(outputs);
-  CommandBatch batch{
-      .pieces = {}, .jobs = sharesFiles ? 1 : Batch::jobs(session), .ownOption = "to"};
-  for (std::size_t i = 0; i < outputs.size(); ++i)
-    batch.pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
-  return runForEach(session, batch);
+  return runIntoFolder(session, {.folder = folder,
+                                 .extension = "." + *format,
+                                 .bringsParts = *format == "jt",
+                                 .ownOption = "to"});
 }
 
 }  // namespace

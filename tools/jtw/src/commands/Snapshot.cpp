@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "Assembly.h"
-#include "Batch.h"
 #include "Choice.h"
 #include "Command.h"
 #include "CommandLines.h"
@@ -207,13 +206,7 @@ void writeResult(Session& session, const Request& request, const Scene& scene,
 /// A picture of each file, in a folder.
 ExitCode drawEach(Session& session, const std::string& folder) {
   static_cast<void>(readRequest(session.arguments()));  // a mistake is reported once
-  const FileList list = listFiles(session, Wanted::documents);
-  const std::vector<std::string> outputs = outputsOf(list, folder, ".png");
-  makeFoldersOf(outputs);
-  CommandBatch batch{.pieces = {}, .jobs = Batch::jobs(session)};
-  for (std::size_t i = 0; i < outputs.size(); ++i)
-    batch.pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
-  return runForEach(session, batch);
+  return runIntoFolder(session, {.folder = folder, .extension = ".png"});
 }
 
 }  // namespace
