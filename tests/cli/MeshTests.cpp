@@ -34,6 +34,20 @@ TEST(MeshCommands, RoundingIsReportedInMillimetres) {
   EXPECT_NE(hint.find("import, convert"), std::string::npos) << hint;
 }
 
+TEST(MeshCommands, StoredExtentsAreThoseOfTheContent) {
+  const Workspace workspace;
+  workspace.write("part.obj", kCube);
+  workspace.json("import part.obj a.jt");
+  const Json bounds = workspace.json("info a.jt").at("bounds");
+  workspace.json("add a.jt block name=Turned loc=0,0,0,0,0,30");
+  workspace.json("mv a.jt 2 --parent Turned --keep-place");
+  EXPECT_EQ(workspace.json("info a.jt").at("bounds"), bounds);
+  workspace.json("clone a.jt 2 name=Copy loc=500,0,0");
+  EXPECT_NE(workspace.json("info a.jt").at("bounds"), bounds);
+  workspace.json("convert a.jt b.jt --select key=2");
+  EXPECT_EQ(workspace.json("info b.jt").at("bounds"), bounds);
+}
+
 TEST(MeshCommands, MeshFilesAreComparedAndShown) {
   const Workspace workspace;
   workspace.write("a.obj", "v 0 0 0\nv 9 0 0\nv 4 8 0\nf 1 2 3\n");

@@ -1,6 +1,9 @@
 #include "JtwIsolation.h"
 
+#include <algorithm>
+#include <functional>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "JtGroup.h"
@@ -47,6 +50,23 @@ NodeSet withDescendants(const std::vector<JtNode*>& nodes) {
   return found;
 }
 
+/// Has partitions state the extent of what is left of them, part files before what represents them.
+void tightenBounds(const NodeSet& nodes) {
+  std::vector<std::pair<int, JtPartition*>> byDepth;
+  for (JtNode* node : nodes)
+    if (auto* partition = jt::as<JtPartition>(node)) {
+      int depth = 0;
+      for (const JtNode* at = node->parent(0); at; at = at->parent(0)) ++depth;
+      byDepth.emplace_back(depth, partition);
+    }
+  std::ranges::sort(byDepth, std::greater());
+  for (const auto& [depth, partition] : byDepth) {
+    const JtPartition* file = partition->externalPartition();
+    if (const auto bounds = file ? file->bounds() : partition->computeBounds())
+      partition->setBounds(*bounds);
+  }
+}
+
 }  // namespace
 
 void isolate(const Objects& objects, std::span<const std::size_t> chosen) {
@@ -70,6 +90,7 @@ void isolate(const Objects& objects, std::span<const std::size_t> chosen) {
     while (group->numChildren() > 0) group->removeChild(group->numChildren() - 1);
     for (const jt::Ref<JtNode>& child : stay) group->addChild(child.get());
   }
+  tightenBounds(above);
 }
 
 }  // namespace jtw

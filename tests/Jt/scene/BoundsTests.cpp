@@ -59,6 +59,23 @@ TEST(Bounds, HoldAllCornersOfATurnedBox) {
   EXPECT_FLOAT_EQ(turned->max[1], 22);
 }
 
+TEST(Bounds, AreTightWhereTurnsUndoEachOther) {
+  const auto partition = jt::make<JtPartition>();
+  const auto outer = jt::make<JtInstance>();
+  const auto inner = jt::make<JtInstance>();
+  inner->setChild(boxShape(1, 2, 3).get());
+  outer->setChild(inner.get());
+  move(*inner, {0.6, -0.8, 0, 0, 0.8, 0.6, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
+  move(*outer, {0.6, 0.8, 0, 0, -0.8, 0.6, 0, 0, 0, 0, 1, 0, 10, 20, 30, 1});
+  partition->addChild(outer.get());
+  const auto box = partition->computeBounds();
+  ASSERT_TRUE(box);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    EXPECT_FLOAT_EQ(box->min[axis], static_cast<float>(10 * (axis + 1)));
+    EXPECT_FLOAT_EQ(box->max[axis], static_cast<float>(11 * (axis + 1)));
+  }
+}
+
 TEST(Bounds, StoredExtentGrowsAndNeverShrinks) {
   const auto partition = jt::make<JtPartition>();
   partition->addChild(boxShape(1, 1, 1).get());

@@ -53,6 +53,58 @@ Box ownBox(const JtNode& node) {
   return standsForFile ? partition->bounds().value_or(Box{}) : Box{};
 }
 
+/// True for transforms that take boxes along the axes to such boxes.
+bool keepsAxes(const jt::Matrix4& m) {
+  for (std::size_t row = 0; row < 3; ++row) {
+    int used = 0;
+    for (std::size_t column = 0; column < 3; ++column) used += m[4 * row + column] != 0 ? 1 : 0;
+    if (used > 1) return false;
+  }
+  return true;
+}
+
+/// Represents another file, whose content it knows by its extent alone.
+bool representsFile(const JtNode& node) {
+  const auto* partition = jt::as<JtPartition>(&node);
+  return partition && !partition->fileName().isEmpty();
+}
+
+/// The extent with the transforms of each way down multiplied first: boxes around turned boxes are
+/// larger than what is in them. Nothing when there are very many ways.
+std::optional<Box> boundsByWays(const JtNode& root) {
+  constexpr std::size_t kMostWays = 1'000'000;
+  struct Level {
+    const JtNode* node;
+    bool isFinal;
+    jt::Matrix4 toRoot;
+    int next = 0;
+  };
+  std::vector<Level> stack;
+  std::size_t ways = 0;
+  Box whole;
+  const auto enter = [&](const JtNode& node, bool isFinal, const jt::Matrix4& above) {
+    const jt::Matrix4 own = jt::localTransform(node, isFinal);
+    const jt::Matrix4 toRoot = stack.empty() ? above : jt::multiply(own, above);
+    if (!stack.empty() || !jt::as<JtPartition>(&node))
+      include(whole, transformed(ownBox(node), toRoot));
+    stack.push_back({&node, isFinal, toRoot});
+  };
+  enter(root, false, jt::kIdentity);
+  while (!stack.empty()) {
+    Level& level = stack.back();
+    const bool isLeaf = stack.size() > 1 && representsFile(*level.node);
+    if (isLeaf || level.next == level.node->numChildren()) {
+      stack.pop_back();
+      continue;
+    }
+    if (++ways > kMostWays) return {};
+    const Level above = level;
+    ++level.next;
+    enter(*above.node->child(above.next), above.isFinal, above.toRoot);
+  }
+  return whole;
+}
+
 }  // namespace
 
 std::array<std::array<double, 3>, 8> jt::corners(const Box& box) {
@@ -92,12 +144,12 @@ std::optional<jt::Box> jt::contentBounds(const JtNode& root) {
     Box box;
   };
   std::vector<Level> stack;
+  bool areTurned = false;
   stack.emplace_back(root, false);
   if (jt::as<JtPartition>(&root)) stack.back().box = {};
   for (;;) {
     Level& level = stack.back();
-    const auto* partition = jt::as<JtPartition>(level.node);
-    const bool isLeaf = stack.size() > 1 && partition && !partition->fileName().isEmpty();
+    const bool isLeaf = stack.size() > 1 && representsFile(*level.node);
     if (!isLeaf && level.next < level.node->numChildren()) {
       const JtNode* child = level.node->child(level.next++);
       const auto& known = boxes[level.isFinal ? 1 : 0];
@@ -109,12 +161,14 @@ std::optional<jt::Box> jt::contentBounds(const JtNode& root) {
       continue;
     }
     if (stack.size() == 1) break;
+    areTurned = areTurned || !keepsAxes(level.toParent);
     const Box box = transformed(level.box, level.toParent);
     boxes[level.known].emplace(level.node, box);
     stack.pop_back();
     include(stack.back().box, box);
   }
-  const Box& whole = stack.back().box;
+  Box whole = stack.back().box;
+  if (areTurned) whole = boundsByWays(root).value_or(whole);
   return whole.isValid() ? std::optional<Box>(whole) : std::nullopt;
 }
 
