@@ -196,6 +196,7 @@ struct Application {
 };
 
 Application apply(const ComponentPtr& component, const jtw::Patch& patch, bool force) {
+  component->prepareChange();
   component->objectsGone();
   const jtw::ApplyResult result = jtw::applyPatch(component->objects(), patch, force);
   Application application{.applied = result.applied, .misfits = {}};

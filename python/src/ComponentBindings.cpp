@@ -151,6 +151,7 @@ struct Buffers {
   }
   void set(const std::string& name, const std::string& bytes) const {
     const JtwRoot::JT_BUFFER buffer = find(name);
+    component->prepareChange();
     if (bytes.empty())
       jtw::failRefused(component->path(), "empty_buffer",
                        "an empty buffer cannot be kept; 'del' removes it");
@@ -160,6 +161,7 @@ struct Buffers {
   }
   void remove(const std::string& name) const {
     if (!component->root().hasBuffer(find(name))) throw py::key_error(name);
+    component->prepareChange();
     component->root().setBuffer(find(name), nullptr, 0);
   }
 };

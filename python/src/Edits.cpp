@@ -74,7 +74,7 @@ NodeHandle addNode(const ComponentPtr& component, const std::string& kind, const
   objects.collection(jtw::ObjectAddress(request.parent));
   const ApiProtoKey made = objects.newKey(keyText(key));
   request.key = std::to_string(made.getAsLong());
-  component->changed();
+  component->prepareChange();
   try {
     return {component, *jtw::addObject(objects, request).node};
   } catch (const jtw::EditError&) {
@@ -91,11 +91,12 @@ NodeHandle addNode(const ComponentPtr& component, const std::string& kind, const
 void setNodes(const ComponentPtr& component, const py::handle& what, const py::dict& values) {
   const std::vector<jtw::Setting> settings = settingsOf(values);
   const std::vector<JtwNode*> nodes = nodesOf(component, what);
-  component->changed();
+  component->prepareChange();
   jtw::setObjects(component->objects(), nodes, settings);
 }
 
 py::list removeNodes(const ComponentPtr& component, const py::handle& what) {
+  component->prepareChange();
   const std::vector<JtwNode*> nodes = nodesOf(component, what);
   const jtw::RemoveResult result = jtw::removeObjects(component->objects(), nodes);
   component->objectsGone();
@@ -106,7 +107,7 @@ void moveNodes(const ComponentPtr& component, const py::handle& what, const py::
                bool keepsPlace) {
   const std::vector<JtwNode*> nodes = nodesOf(component, what);
   const jtw::ObjectAddress address(addressOf(nodeOf(component, parent)));
-  component->changed();
+  component->prepareChange();
   jtw::moveObjects(component->objects(), nodes, address, keepsPlace);
 }
 
@@ -116,7 +117,7 @@ NodeHandle cloneNode(const NodeHandle& node, const py::object& key, bool withGeo
   jtw::Objects& objects = component->objects();
   const std::vector<jtw::Setting> settings = settingsOf(values);
   JtwNode& original = node.get();
-  component->changed();
+  component->prepareChange();
   JtwNode& copy = jtw::cloneObject(objects, original, keyText(key), withGeometry, {});
   try {
     JtwNode* const made = &copy;

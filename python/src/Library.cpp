@@ -53,7 +53,7 @@ void stopLibrary() noexcept {
   if (!isRunning) return;
   isRunning = false;
   const Locked lock;
-  OpenComponent::closeAll();
+  if (!OpenComponent::closeAll()) return;
   JtwManager::fini();
   ApiErrStream::setSink({});
 }

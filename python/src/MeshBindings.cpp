@@ -150,7 +150,7 @@ void addMesh(const NodeHandle& self, const Table<float>& positions,
                             std::to_string(positions.shape(0)));
     mesh->corners.push_back(static_cast<std::uint32_t>(corner));
   }
-  self.component()->changed();
+  self.component()->prepareChange();
   if (!group->addChild(jt::makeShape(mesh).get()))
     jtw::failRefused(self.component()->path(), "not_supported", "the entity takes no geometry");
 }

@@ -245,6 +245,7 @@ jt::Ref<JtPropAtom> atomFrom(const py::object& value) {
 
 void setProperty(const NodeHandle& self, const std::string& name, const py::object& value) {
   checkName(self, name);
+  self.component()->prepareChange();
   const jt::Ref<JtPropAtom> atom = atomFrom(value);
   const auto key = jt::make<JtStringPropAtom>(JtString(name));
   if (!jtNodeOf(self).addProperty(key.get(), atom.get(), true))
@@ -253,6 +254,7 @@ void setProperty(const NodeHandle& self, const std::string& name, const py::obje
 
 void deleteProperty(const NodeHandle& self, const std::string& name) {
   checkName(self, name);
+  self.component()->prepareChange();
   const auto key = jt::make<JtStringPropAtom>(JtString(name));
   if (!jtNodeOf(self).deleteProperty(key.get())) throw py::key_error(name);
 }

@@ -1,5 +1,6 @@
 #include "OpenComponent.h"
 
+#include <map>
 #include <set>
 
 #include "Failure.h"
@@ -21,6 +22,13 @@ namespace {
 
 std::set<OpenComponent*>& allOpen() {
   static auto* const all = new std::set<OpenComponent*>;
+  return *all;
+}
+
+/// Components with an open transaction, by the thread that began it: the library records all
+/// changes of a thread.
+std::map<std::thread::id, OpenComponent*>& transactions() {
+  static auto* const all = new std::map<std::thread::id, OpenComponent*>;
   return *all;
 }
 
@@ -68,12 +76,18 @@ std::shared_ptr<OpenComponent> OpenComponent::create(const std::string& path, fl
 
 OpenComponent::~OpenComponent() {
   const Locked lock;
-  close();
+  end();
 }
 
-void OpenComponent::close() noexcept {
+void OpenComponent::close() {
+  if (belongsElsewhere()) requireOwnThread();
+  end();
+}
+
+void OpenComponent::end() noexcept {
   if (allOpen().erase(this) == 0) return;
   objectsGone();
+  if (isInTransaction()) transactions().erase(thread_);
   transaction_.reset();
   history_.reset();
   objects_.reset();
@@ -83,8 +97,26 @@ void OpenComponent::close() noexcept {
   JtwManager::the().releaseDocument(document_);
 }
 
-void OpenComponent::closeAll() noexcept {
-  while (!allOpen().empty()) (*allOpen().begin())->close();
+bool OpenComponent::closeAll() noexcept {
+  const std::set<OpenComponent*> all = allOpen();
+  for (OpenComponent* component : all)
+    if (!component->belongsElsewhere()) component->end();
+  return allOpen().empty();
+}
+
+bool OpenComponent::belongsElsewhere() const noexcept {
+  return isInTransaction() && thread_ != std::this_thread::get_id();
+}
+
+void OpenComponent::prepareChange() {
+  root();
+  extents_.reset();
+  if (isInTransaction()) {
+    requireOwnThread();
+  } else if (transactions().contains(std::this_thread::get_id())) {
+    jtw::failRefused(path(), "transaction",
+                     "a transaction of another component is open on this thread");
+  }
 }
 
 JtwRoot& OpenComponent::root() const {
@@ -105,6 +137,7 @@ const jt::Box* OpenComponent::extent(std::size_t index) {
 }
 
 void OpenComponent::settle() {
+  prepareChange();
   objects().storeFrames();
   if (!jtw::writePMIs(root())) jtw::failRefused(path(), "pmi_not_written", jt::lastError());
 }
@@ -134,12 +167,13 @@ jt::SaveReport OpenComponent::saveCopy(const std::string& path, const jt::SaveOp
 // --- Transactions
 
 void OpenComponent::begin() {
-  root();
+  prepareChange();
   if (isInTransaction()) jtw::failRefused(path(), "transaction", "a transaction is open already");
   objects().storeFrames();
   transaction_.emplace(*history_);
   if (!transaction_->begin()) jtw::failRefused(path(), "transaction", jt::lastError());
   thread_ = std::this_thread::get_id();
+  transactions()[thread_] = this;
 }
 
 void OpenComponent::requireOwnThread() const {
@@ -157,6 +191,7 @@ void OpenComponent::commit() {
     rollBack();
     throw;
   }
+  transactions().erase(thread_);
   if (transaction_->commit()) return;
   const std::string reason = jt::lastError();
   objectsGone();
@@ -167,13 +202,13 @@ void OpenComponent::commit() {
 void OpenComponent::rollBack() {
   requireOwnThread();
   objectsGone();
+  transactions().erase(thread_);
   const bool isDone = transaction_->rollBack();
   objects().forgetChanges();
   if (!isDone) jtw::failRefused(path(), "transaction", jt::lastError());
 }
 
 bool OpenComponent::step(bool (JtwHistory::*way)()) {
-  root();
   objects().storeFrames();
   objectsGone();
   const bool isDone = ((*history_).*way)();
@@ -182,14 +217,14 @@ bool OpenComponent::step(bool (JtwHistory::*way)()) {
 }
 
 bool OpenComponent::undo() {
-  root();
+  prepareChange();
   if (history_->undoCount() == 0) return false;
   if (!step(&JtwHistory::undo)) jtw::failRefused(path(), "not_undone", jt::lastError());
   return true;
 }
 
 bool OpenComponent::redo() {
-  root();
+  prepareChange();
   if (history_->redoCount() == 0) return false;
   if (!step(&JtwHistory::redo)) jtw::failRefused(path(), "not_redone", jt::lastError());
   return true;

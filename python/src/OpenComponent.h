@@ -30,9 +30,11 @@ class OpenComponent : public std::enable_shared_from_this<OpenComponent> {
   OpenComponent(const OpenComponent&) = delete;
   OpenComponent& operator=(const OpenComponent&) = delete;
 
-  /// Ends it; what was not saved is lost.
-  void close() noexcept;
-  static void closeAll() noexcept;
+  /// Ends it; what was not saved is lost. Throws EditError "transaction" in a thread that did not
+  /// begin the open transaction.
+  void close();
+  /// False when one has a transaction open in another thread, which alone can end it.
+  static bool closeAll() noexcept;
   bool isClosed() const noexcept { return root_ == nullptr; }
 
   const std::string& path() const noexcept { return name_.text; }
@@ -48,10 +50,11 @@ class OpenComponent : public std::enable_shared_from_this<OpenComponent> {
   std::uint64_t generation() const noexcept { return generation_; }
   void objectsGone() noexcept {
     ++generation_;
-    changed();
+    extents_.reset();
   }
-  /// To be called when something of the component was changed.
-  void changed() noexcept { extents_.reset(); }
+  /// To be called before something of the component is changed. Throws EditError "transaction" when
+  /// the change would belong to a transaction of another component or of another thread.
+  void prepareChange();
   /// Extent of the object of that index, with what is below it; null for none.
   const jt::Box* extent(std::size_t index);
 
@@ -76,6 +79,8 @@ class OpenComponent : public std::enable_shared_from_this<OpenComponent> {
  private:
   explicit OpenComponent(const std::string& path);
   void take(JtwRoot& root);
+  bool belongsElsewhere() const noexcept;
+  void end() noexcept;
   bool step(bool (JtwHistory::*way)());
   void requireOwnThread() const;
 

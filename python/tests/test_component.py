@@ -5,7 +5,7 @@ from __future__ import annotations
 import gc
 import threading
 from pathlib import Path
-from typing import Any
+from typing import Any, Callable
 
 import numpy as np
 import pytest
@@ -123,6 +123,41 @@ def test_transactions(cell: Path) -> None:
         assert component.undo() and arm.name == "Arm" and cover.name == "Cover"
         assert component.redo() and component.get("Arm") is None
         assert not component.redo()
+
+
+def test_transactions_of_threads_and_components(cell: Path) -> None:
+    """The library records all changes of a thread: what would mix things up is refused."""
+    refused: list[str] = []
+
+    def elsewhere(component: jtw.Component) -> None:
+        changes: list[Callable[[], object]] = [
+            lambda: component[3].set(name="Stolen"),
+            lambda: component[3].__setitem__("LOT", 1),
+            component.save,
+            component.close,
+            component.undo,
+        ]
+        for change in changes:
+            try:
+                change()
+            except jtw.Error as error:
+                refused.append(error.code)
+
+    with jtw.open(cell) as component, jtw.open(cell) as other:
+        with component.transaction():
+            component[3].name = "Boom"
+            thread = threading.Thread(target=elsewhere, args=(component,))
+            thread.start()
+            thread.join()
+            assert refused == ["transaction"] * 5
+            with pytest.raises(jtw.Error, match="another component"):
+                other[3].name = "Beam"
+            with pytest.raises(jtw.Error, match="another component"):
+                with other.transaction():
+                    pass
+            assert jtw.diff(cell, component).count == 1
+        other[3].name = "Beam"
+        assert component[3].name == "Boom" and component.undo_count == 1
 
 
 def test_objects_end_in_any_order(cell: Path, data: Path) -> None:
