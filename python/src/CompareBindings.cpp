@@ -20,7 +20,6 @@
 #include "Library.h"
 #include "Options.h"
 #include "PatchDocument.h"
-#include "SaveResult.h"
 #include "Sources.h"
 #include "Values.h"
 
@@ -293,8 +292,7 @@ Merge merge(const py::object& base, const py::object& ours, const py::object& th
   OpenComponent& start = *opened[merge.found.startsFromTheirs ? 2 : 1];
   if (!jtw::applyPatch(start.objects(), merge.found.result.patch).misfits.empty())
     jtw::failRefused(start.path(), "not_supported", "the changes of both sides do not go together");
-  merge.saved =
-      tool::savePartition(start.partition(), tool::outputLocation(file).get(), options, file);
+  merge.saved = start.saveTo(file, options);
   return merge;
 }
 
@@ -325,6 +323,18 @@ void bindMerge(py::module_& module) {
             return std::pair(self.found.content->ours, self.found.content->theirs);
           },
           "A difference of ours and one of theirs, when both changed what no patch can hold.")
+      .def_property_readonly(
+          "taken",
+          [](const Merge& self) {
+            py::list taken;
+            for (const jtw::MergedChange& change : self.found.result.taken) {
+              const char* const side = !change.theirs ? "ours" : change.ours ? "both" : "theirs";
+              taken.append(py::make_tuple(side, change.change));
+            }
+            return taken;
+          },
+          "What the merged component has of the sides: \"ours\", \"theirs\" or \"both\", and the "
+          "change.")
       .def_property_readonly(
           "patch", [](const Merge& self) { return self.found.result.patch; },
           "The changes that lead from where it starts to the merged component.")

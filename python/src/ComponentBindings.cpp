@@ -238,7 +238,7 @@ jt::SaveReport save(const ComponentPtr& component, const py::object& path,
   const std::string target = path.is_none() ? std::string() : pathOf(path);
   const auto write = [&] {
     const Released released;
-    return target.empty() ? component->save(options) : component->saveCopy(target, options);
+    return target.empty() ? component->save(options) : component->saveTo(target, options);
   };
   jt::SaveReport report = write();
   showWarnings();

@@ -1,14 +1,19 @@
 #include "OpenComponent.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <map>
 #include <set>
+#include <system_error>
 
 #include "Failure.h"
 #include "InputFile.h"
 #include "JtAssembly.h"
+#include "JtByteText.h"
 #include "JtLastError.h"
 #include "JtwEditError.h"
 #include "JtwManager.h"
+#include "JtwNewComponent.h"
 #include "JtwOpening.h"
 #include "JtwPMIs.h"
 #include "JtwSelection.h"
@@ -157,11 +162,26 @@ jt::SaveReport OpenComponent::save(const jt::SaveOptions& options) {
 
 jt::SaveReport OpenComponent::saveCopy(const std::string& path, const jt::SaveOptions& options) {
   settle();
+  if (new_ && !jtw::completeNewComponent(root()))
+    jtw::failRefused(name_.text, "not_updated", "the materials cannot be completed");
   const JtStorageLocation* const place = partition().storageLocation();
-  const std::string input = place ? place->displayName().stringToMbs() : name_.path;
-  return tool::saveCopy(
-      partition(), partition(), jt::partFilesOf(partition()),
-      {.input = input, .output = path, .changesParts = options.version.has_value()}, options);
+  const std::string input = place ? jt::bytesOfText(place->displayName()) : name_.path;
+  const std::vector<jt::PartFile> parts = jt::partFilesOf(partition());
+  // Part files that were changed here are not on disk as they are now.
+  const bool changesParts =
+      options.version || std::ranges::any_of(parts, [](const jt::PartFile& part) {
+        return part.partition && part.partition->isContentModified();
+      });
+  return tool::saveCopy(partition(), partition(), parts,
+                        {.input = input, .output = path, .changesParts = changesParts}, options);
+}
+
+jt::SaveReport OpenComponent::saveTo(const std::string& path, const jt::SaveOptions& options) {
+  const JtStorageLocation* const place = partition().storageLocation();
+  std::error_code ignored;
+  const bool isOwn =
+      place && std::filesystem::equivalent(jt::bytesOfText(place->displayName()), path, ignored);
+  return isOwn ? save(options) : saveCopy(path, options);
 }
 
 // --- Transactions

@@ -62,6 +62,8 @@ class OpenComponent : public std::enable_shared_from_this<OpenComponent> {
   jt::SaveReport save(const jt::SaveOptions& options);
   /// Writes a copy of it, as it is now, to another file, with the part files that it refers to.
   jt::SaveReport saveCopy(const std::string& path, const jt::SaveOptions& options);
+  /// Saves it to that file: its own, or another one, where its part files come along.
+  jt::SaveReport saveTo(const std::string& path, const jt::SaveOptions& options);
   /// Writes frames and annotations to their JT nodes, so that the partition has everything.
   void settle();
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import gc
+import shutil
 import threading
 from pathlib import Path
 from typing import Any, Callable
@@ -262,5 +263,30 @@ def test_save_reports(cell: Path) -> None:
         assert {segment.action for segment in copy.segments} <= {"copied", "rewritten", "added"}
         component[3].name = "Boom"
         assert any(s.action == "rewritten" and s.reason for s in component.save().segments)
+    with jtw.new(cell.parent / "other.kpak") as component:
+        component.add("block", name="Plate")
+        component.save(cell.parent / "copy.jt")
+        assert not (cell.parent / "other.kpak").exists()
+        component.save()
+    assert jtw.diff(cell.parent / "copy.jt", cell.parent / "other.kpak").same
     with jtw.open(cell.parent / "old.jt") as component:
         assert component.version == "8.1" and component[3].name == "Arm"
+
+
+def test_copies_bring_changed_part_files_along(data: Path, tmp_path: Path) -> None:
+    for name in ("asm95.jt", "tiny95.jt"):
+        shutil.copy(data / name, tmp_path)
+    (tmp_path / "there").mkdir()
+    with jtw.open(tmp_path / "asm95.jt") as component:
+        part = list(component)[-1]  # an object of the part file
+        part["LOT"] = 47
+        report = component.save(tmp_path / "there" / "asm95.jt")
+        assert [Path(also.file).name for also in report.also_saved] == ["tiny95.jt"]
+    with jtw.open(tmp_path / "there" / "asm95.jt") as copy:
+        assert list(copy)[-1]["LOT"] == 47
+    with jtw.open(tmp_path / "asm95.jt") as component:
+        assert "LOT" not in list(component)[-1]
+        list(component)[-1]["LOT"] = 48
+        component.save(tmp_path / "asm95.jt")  # its own file
+    with jtw.open(tmp_path / "asm95.jt") as component:
+        assert list(component)[-1]["LOT"] == 48

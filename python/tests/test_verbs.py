@@ -90,6 +90,7 @@ def test_merge(cell: Path) -> None:
     assert merge.saved is None and not output.exists()
     merge = jtw.merge(cell, ours, theirs, output, side="theirs")
     assert merge.saved is not None
+    assert ("ours", "3", "name") in [(side, c.at, c.name) for side, c in merge.taken]
     with jtw.open(output) as component:
         assert component[3].name == "Boom" and component["Base"].attributes == "theirs"
         np.testing.assert_allclose(component["Finger"].placement[:3, 3], [7, 11, 13])
