@@ -100,8 +100,8 @@ void mergeSides(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-BENCHMARK(findChanges)->RangeMultiplier(10)->Range(2000, 200000)->Unit(benchmark::kMillisecond);
-BENCHMARK(applyChanges)->RangeMultiplier(10)->Range(2000, 200000)->Unit(benchmark::kMillisecond);
-BENCHMARK(mergeSides)->RangeMultiplier(10)->Range(2000, 200000)->Unit(benchmark::kMillisecond);
+BENCHMARK(findChanges)->Arg(2000)->Arg(20000)->Arg(200000)->Unit(benchmark::kMillisecond);
+BENCHMARK(applyChanges)->Arg(2000)->Arg(20000)->Arg(200000)->Unit(benchmark::kMillisecond);
+BENCHMARK(mergeSides)->Arg(2000)->Arg(20000)->Arg(200000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -10,7 +10,9 @@
 
 #include "Jt.h"
 #include "JtMaterial.h"
+#include "JtPathAttributes.h"
 #include "JtXform.h"
+#include "JtwPropertyNames.h"
 #include "JtwTree.h"
 #include "PatchValues.h"
 
@@ -31,37 +33,30 @@ struct Alias {
 };
 const std::array<Alias, 9>& aliases() {
   static const std::array<Alias, 9> all{{
-      {"attachment", "KrWmAttachmentParent", ValueShape::integer},
-      {"attachmentType", "KrWmAttachmentType", ValueShape::integer},
-      {"attributes", "KrGmAttributes", ValueShape::text},
-      {"displayed", "KrGraVisibility", ValueShape::truth},
+      {"attachment", keyName(Key::attachmentParent), ValueShape::integer},
+      {"attachmentType", keyName(Key::attachmentType), ValueShape::integer},
+      {"attributes", keyName(Key::attributes), ValueShape::text},
+      {"displayed", keyName(Key::visibility), ValueShape::truth},
       {"name", Jt::jtPropName, ValueShape::text},
-      {"preserved", "KrGmNotUnitedEntity", ValueShape::truth},
-      {"relStringId", "KrRelStringId", ValueShape::text},
-      {"uniqueId", "KrGlobalUniqueId", ValueShape::text},
+      {"preserved", keyName(Key::notUnitedEntity), ValueShape::truth},
+      {"relStringId", keyName(Key::relStringId), ValueShape::text},
+      {"uniqueId", keyName(Key::globalUniqueId), ValueShape::text},
       {"unit", Jt::jtPropMeasurementUnits, ValueShape::text},
   }};
   return all;
 }
 
-constexpr const char* kCounter = "KrRootPMIMaxProtoKey";
-constexpr const char* kFrames = "KrWmFrames";
+constexpr const char* kCounter = keyName(Key::pmiMaxProtoKey);
+constexpr const char* kFrames = keyName(Key::frames);
 
 /// Properties that follow from the objects and their kinds.
 bool isDerived(const std::string& property) {
-  return property == keyProperty() || property == "KrObjType";
-}
-
-template <class T>
-int firstOf(const JtNode& node) {
-  for (int i = 0; i < node.numAttributes(); ++i)
-    if (jt::as<T>(node.attribute(i))) return i;
-  return -1;
+  return property == keyProperty() || property == keyName(Key::objType);
 }
 
 template <class T>
 const T* first(const JtNode& node) {
-  const int index = firstOf<T>(node);
+  const int index = jt::firstAttribute<T>(&node);
   return index < 0 ? nullptr : jt::as<T>(node.attribute(index));
 }
 
@@ -147,7 +142,7 @@ void setMaterial(JtMaterial& material, const std::vector<double>& numbers) {
 /// Puts a copy of the node's first attribute of a type, changed, in its place: others may share it.
 template <class T, class Change>
 bool changeAttribute(JtNode& node, const PatchValue& value, Change change) {
-  const int index = firstOf<T>(node);
+  const int index = jt::firstAttribute<T>(&node);
   if (std::holds_alternative<std::monostate>(value))
     return index < 0 || node.removeAttribute(index);
   const jt::Ref<JtBase> copy =
@@ -298,8 +293,8 @@ bool isFrameList(const PatchChange& change) {
 }
 
 bool isBookkeeping(const PatchChange& change) {
-  static constexpr std::array kNames{kCounter, kFrames, "KrPMIProtoKeys",
-                                     "KrCollectionHasPreservePMI"};
+  static constexpr std::array kNames{kCounter, kFrames, keyName(Key::pmiProtoKeys),
+                                     keyName(Key::hasPreservedPmi)};
   return change.what == PatchWhat::property &&
          std::ranges::find(kNames, change.name) != kNames.end();
 }

@@ -9,15 +9,24 @@
 
 #include "JtExport.h"
 #include "JtMaterial.h"
+#include "JtNode.h"
 #include "JtXform.h"
 
 class JtLineStyle;
-class JtNode;
 class JtPartition;
 class JtPointStyle;
 class JtTextureImage;
 
 namespace jt {
+
+/// Index of a node's first attribute of type T; -1 when it has none or is null.
+template <class T>
+int firstAttribute(const JtNode* node) {
+  if (!node) return -1;
+  for (int i = 0; i < node->numAttributes(); ++i)
+    if (as<T>(node->attribute(i))) return i;
+  return -1;
+}
 
 /// The transforms of one node in list order, the first nearest to the geometry: for row vectors
 /// p(parent) = p(node) * M. One that is ignored, or has a value that is no number, does not count.

@@ -13,6 +13,7 @@
 #include "JtwProperties.h"
 #include "JtwRoot.h"
 #include "JtwSceneGraph.h"
+#include "JtwSharedAtoms.h"
 #include "VisMetaDataNode.h"
 
 namespace jtw {

@@ -2,13 +2,14 @@
 #include <vector>
 
 #include "JtMaterial.h"
+#include "JtPathAttributes.h"
 #include "JtwLeaf.h"
 #include "JtwRoot.h"
 #include "JtwSceneGraph.h"
 #include "JtwTransforms.h"
 #include "JtwWalkMemo.h"
 
-int JtwNode::getColorAttrIndex(JtNode* node) { return jtw::firstAttribute<JtMaterial>(node); }
+int JtwNode::getColorAttrIndex(JtNode* node) { return jt::firstAttribute<JtMaterial>(node); }
 
 bool JtwNode::computeNodeColor(JtNode* node, ApiGraColor& color) {
   const int index = getColorAttrIndex(node);

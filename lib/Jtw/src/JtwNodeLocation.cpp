@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Jt.h"
+#include "JtPathAttributes.h"
 #include "JtXform.h"
 #include "JtwManager.h"
 #include "JtwNode.h"
@@ -60,7 +61,7 @@ void JtwNode::removeMeasurementUnitsProperty(JtNode* node) {
 
 // --- Location
 
-int JtwNode::getXformAttrIndex(JtNode* node) { return jtw::firstAttribute<JtXform>(node); }
+int JtwNode::getXformAttrIndex(JtNode* node) { return jt::firstAttribute<JtXform>(node); }
 
 void JtwNode::computeLocation() {
   using Place = jtw::WalkMemo::Place;
@@ -72,7 +73,7 @@ void JtwNode::computeLocation() {
     Place here = placeAbove ? *placeAbove : ofParent;
     const float own = takesUnits ? jtw::ownUnitRatio(&node).value_or(0.0F) : 0.0F;
     if (own >= kLeastRatio) here.ratio = own;
-    if (jtw::firstAttribute<JtXform>(&node) >= 0)
+    if (jt::firstAttribute<JtXform>(&node) >= 0)
       here.location = here.location * jtw::localTransform(&node, static_cast<double>(here.ratio));
     return here;
   };

@@ -1,5 +1,7 @@
 #include "JtwProperties.h"
 
+#include "JtwSharedAtoms.h"
+
 namespace jtw {
 
 JtPropAtom* findProperty(const JtNode* node, const JtPropAtom* key) {

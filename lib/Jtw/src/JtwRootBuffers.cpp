@@ -10,6 +10,7 @@
 #include "JtPropAtom.h"
 #include "JtwProperties.h"
 #include "JtwRoot.h"
+#include "JtwSharedAtoms.h"
 #include "VisMetaDataNode.h"
 
 namespace jtw {

@@ -14,6 +14,7 @@
 #include "JtwProperties.h"
 #include "JtwRoot.h"
 #include "JtwSceneGraph.h"
+#include "JtwSharedAtoms.h"
 #include "JtwTransforms.h"
 #include "JtwTraverse.h"
 #include "VisMetaDataNode.h"
@@ -66,7 +67,7 @@ void removeOverridden(JtNode& node) {
 /// Places what the node holds by `outer` beyond its own first transform.
 void placeNode(JtNode& node, const Placement& outer) {
   if (outer.isFinal) removeOverridden(node);
-  const int index = firstAttribute<JtXform>(&node);
+  const int index = jt::firstAttribute<JtXform>(&node);
   if (index < 0) {
     const auto xform = jt::make<JtXform>(outer.matrix);
     if (outer.isFinal) xform->setFinal(true);

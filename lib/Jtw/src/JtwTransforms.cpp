@@ -2,12 +2,13 @@
 
 #include "DmKrUtilsGeomUtilities.h"
 #include "DmKrUtilsInterface.h"
+#include "JtPathAttributes.h"
 #include "JtXform.h"
 
 namespace jtw {
 
 RTTran3D localTransform(const JtNode* node, double scale) {
-  const int index = firstAttribute<JtXform>(node);
+  const int index = jt::firstAttribute<JtXform>(node);
   jt::Matrix4 matrix;
   if (index < 0 || !DmKrUtilsGeomUtilities::getJtMatrix4fOfXform(
                        jt::as<JtXform>(node->attribute(index)), matrix))
@@ -23,7 +24,7 @@ void setLocalTransform(JtNode& node, const RTTran3D& local) {
   // A new attribute, never a changed one: other nodes may list the old one too.
   const auto xform = jt::make<JtXform>();
   DmKrUtilsInterface::setMatrix(xform.get(), matrix);
-  const int index = firstAttribute<JtXform>(&node);
+  const int index = jt::firstAttribute<JtXform>(&node);
   if (index >= 0)
     node.replaceAttribute(index, xform.get());
   else

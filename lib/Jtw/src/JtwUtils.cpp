@@ -14,6 +14,7 @@
 #include "JtwPMIAnnotation.h"
 #include "JtwPMIs.h"
 #include "JtwProperties.h"
+#include "JtwSharedAtoms.h"
 
 using jtw::Key;
 

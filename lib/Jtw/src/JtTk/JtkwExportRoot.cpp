@@ -28,6 +28,7 @@
 #include "JtkwPMIWriter.h"
 #include "JtwManager.h"
 #include "JtwPropertyNames.h"
+#include "JtwSharedAtoms.h"
 #include "JtwUtils.h"
 
 namespace {

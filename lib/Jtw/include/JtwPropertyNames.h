@@ -3,13 +3,11 @@
 #include <array>
 #include <cstddef>
 
-#include "JtPropAtom.h"
-
-// The names of all host properties on JT nodes; nothing else in the library spells them out.
+// The names of all host properties on JT nodes; nothing else spells them out.
 
 namespace jtw {
 
-/// The properties whose key atoms are made once and shared, in the order in which they are made.
+/// The properties that objects of a component keep on their JT nodes.
 enum class Key : std::size_t {
   protoKey,
   attributes,
@@ -39,6 +37,7 @@ enum class Key : std::size_t {
   count
 };
 
+/// Their names in files.
 inline constexpr std::array<const char*, static_cast<std::size_t>(Key::count)> kKeyNames{
     "KrGmProtoKey",
     "KrGmAttributes",
@@ -67,13 +66,10 @@ inline constexpr std::array<const char*, static_cast<std::size_t>(Key::count)> k
     "KrRootPMIMaxProtoKey",
 };
 
+/// The name of one of them.
 constexpr const char* keyName(Key key) { return kKeyNames[static_cast<std::size_t>(key)]; }
 
-/// The shared key atom of a property; never null. Made by JtwNode::init(), or here when that has
-/// not run. Not owned by the caller; valid until JtwNode::fini().
-JtPropAtom* keyAtom(Key key);
-
-// Names that are used in one place each and have no shared atom.
+// Names that are used in one place each.
 
 /// On the partition: the data was not written by this system.
 inline constexpr const char* kOriginateFromNativeJt = "KrOriginateFromNativeJt";

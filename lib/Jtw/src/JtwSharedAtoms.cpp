@@ -1,5 +1,3 @@
-#include "JtwPropertyNames.h"
-
 #include "JtwSharedAtoms.h"
 
 namespace jtw {
