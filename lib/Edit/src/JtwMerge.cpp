@@ -360,8 +360,8 @@ ComponentMerge mergeComponents(Objects& base, const Objects& ours, const Objects
   merged.result = merge(inBase, inTheirs, inOurs, turned(side));
   turnAround(merged.result.conflicts);
   for (MergedChange& change : merged.result.taken) std::swap(change.ours, change.theirs);
-  std::ranges::stable_partition(merged.result.taken,
-                                [](const MergedChange& change) { return change.ours; });
+  std::stable_partition(merged.result.taken.begin(), merged.result.taken.end(),
+                        [](const MergedChange& change) { return change.ours; });
   return merged;
 }
 
