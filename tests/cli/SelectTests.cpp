@@ -203,6 +203,8 @@ TEST_F(Select, SeveralKeysAreAsGoodAsASelection) {
   EXPECT_EQ(work_.json("mv cell.kpak 6 4 6 --parent 3").at("moved"), Json({4, 6}));
   EXPECT_EQ(keysOf(work_.json("find cell.kpak 'below=3'").at("matches")), "4 5 10 6");
   EXPECT_EQ(work_.run("rm cell.kpak 6 99").exit, 5);
+  const std::string hint = work_.json("rm cell.kpak 6 Robt", 5).at("message");
+  EXPECT_NE(hint.find("did you mean 'Robot'"), std::string::npos) << hint;
   EXPECT_EQ(work_.json("rm cell.kpak 4 6").at("removed"), Json({4, 5, 10, 6}));
 }
 

@@ -13,6 +13,7 @@
 #include "JtwEditError.h"
 #include "JtwFrameLists.h"
 #include "JtwManager.h"
+#include "JtwNearestName.h"
 #include "JtwPMI.h"
 #include "JtwRoot.h"
 #include "ObjectNames.h"
@@ -117,9 +118,15 @@ std::vector<JtwNode*> Objects::nodes(std::span<const std::size_t> indices) const
 // --- Finding
 
 void Objects::failUnknown(const ObjectAddress& address) const {
-  failRefused(
-      document_, "unknown_key",
-      "the component has no object " + address.text() + "; `jtw tree` lists those that it has");
+  std::string hint;
+  if (!address.name().empty()) {
+    std::vector<const char*> known;
+    known.reserve(entries().size());
+    for (std::size_t i = 0; i < entries().size(); ++i) known.push_back(name(i).c_str());
+    hint = suggestion(address.name(), known);
+  }
+  if (hint.empty()) hint = "; `jtw tree` lists those that it has";
+  failRefused(document_, "unknown_key", "the component has no object " + address.text() + hint);
 }
 
 void Objects::failAmbiguous(const ObjectAddress& address,

@@ -26,7 +26,7 @@ bool isMeshFile(const std::string& path) {
 
 std::string MeshInputs::jtFileFor(const std::string& path, const std::string& name) {
   if (!isMeshFile(path)) return path;
-  const std::string file = folders_.emplace_back().place(name + ".jt");
+  std::string file = folders_.emplace_back().place(name + ".jt");
   convertMeshFile(path, file);
   return file;
 }

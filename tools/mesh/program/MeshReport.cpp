@@ -1,5 +1,7 @@
 #include "MeshReport.h"
 
+#include <cstdio>
+
 #include "JtRounding.h"
 #include "MeshComponent.h"
 #include "MeshOptions.h"
@@ -62,8 +64,10 @@ void writeRounding(Session& session, const std::optional<double>& rounding) {
 }
 
 void showRounding(Session& session, const std::optional<double>& rounding) {
-  if (rounding)
-    session.report().line("vertices moved by up to " + shortText(*rounding, 0) + " mm (--bits)");
+  if (!rounding) return;
+  char digits[32];
+  std::snprintf(digits, sizeof digits, "%.3g", *rounding);
+  session.report().line(std::string("vertices moved by up to ") + digits + " mm (--bits)");
 }
 
 SavedScene saveComponent(Session& session, mesh::Scene scene, const std::string& document,

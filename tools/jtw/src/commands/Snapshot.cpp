@@ -247,8 +247,7 @@ ExitCode runSnapshot(Session& session) {
   } else if (output != "-") {
     session.report().line(
         (pictures.size() == 1 ? output : pictures.front() + " to " + pictures.back()) + ": " +
-        std::to_string(counts.shapes) + " shapes, " + std::to_string(counts.triangles) +
-        " triangles");
+        counted(counts.shapes, "shape") + ", " + counted(counts.triangles, "triangle"));
   }
   return scene.damaged().empty() ? exitCodeOf(input.parts()) : ExitCode::no;
 }
