@@ -1,5 +1,8 @@
-// Makes the page: node build.mjs OUT.html
-// One file with everything in it. Its policy lets nothing run but the script that is in it.
+// Makes the page.
+//   node build.mjs OUT.html     one file with everything in it, for data of one model
+//   node build.mjs --reader DIR a folder for a server of files, whose page opens the files that are dropped on it;
+//                               DIR has the reader already: reader.js and reader.wasm
+// A policy in the page lets nothing run but its own script, and nothing be sent.
 
 import { createHash } from 'node:crypto';
 import { readFileSync, writeFileSync } from 'node:fs';
@@ -24,14 +27,32 @@ function hashOf(text) {
   return `'sha256-${createHash('sha256').update(text).digest('base64')}'`;
 }
 
+function filled(values) {
+  return readFileSync(folder + 'page.html', 'utf8').replace(/{{(\w+)}}/g, (_, name) => values[name]);
+}
+
 const style = await bundle('page.css');
 const script = await bundle('main.ts');
 if (/<!--|<\/?script/i.test(script)) throw new Error('the script holds markup that ends it');
-const values = {
-  style,
-  script,
-  policy: `default-src 'none'; script-src ${hashOf(script)}; style-src ${hashOf(style)}; img-src data:; ` +
-    "base-uri 'none'; form-action 'none'",
-};
-const page = readFileSync(folder + 'page.html', 'utf8').replace(/{{(\w+)}}/g, (_, name) => values[name]);
-writeFileSync(process.argv[2], page);
+const rest = "img-src data:; base-uri 'none'; form-action 'none'";
+if (process.argv[2] === '--reader') {
+  const out = process.argv[3];
+  writeFileSync(`${out}/page.css`, style);
+  writeFileSync(`${out}/page.js`, script);
+  writeFileSync(`${out}/worker.js`, await bundle('worker.ts'));
+  const page = filled({
+    attributes: ' data-reader',
+    style: '<link rel="stylesheet" href="page.css">',
+    script: '<script src="page.js"></script>',
+    policy: `default-src 'none'; script-src 'self' 'wasm-unsafe-eval'; worker-src 'self'; connect-src 'self'; style-src 'self'; ${rest}`,
+  });
+  writeFileSync(`${out}/index.html`, page.replace('<!--jtw-page-data-->', ''));
+} else {
+  const page = filled({
+    attributes: '',
+    style: `<style>${style}</style>`,
+    script: `<script>${script}</script>`,
+    policy: `default-src 'none'; script-src ${hashOf(script)}; style-src ${hashOf(style)}; ${rest}`,
+  });
+  writeFileSync(process.argv[2], page);
+}

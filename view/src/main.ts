@@ -6,6 +6,7 @@ import { Drawing } from './drawing.js';
 import type { LineSet } from './lineset.js';
 import { Measure } from './measure.js';
 import { Model } from './model.js';
+import { acceptFiles, readFiles } from './open.js';
 import { showProperties } from './properties.js';
 import { startTheme } from './theme.js';
 import { TreeView } from './tree.js';
@@ -18,8 +19,9 @@ function element<T extends HTMLElement>(id: string): T {
 
 const counted = (count: number, noun: string) => `${count.toLocaleString('en')} ${noun}${count === 1 ? '' : 's'}`;
 
-/** Shows data in the page, which must not show any yet. */
+/** Shows data in the page, which is as it was loaded. */
 class App {
+  readonly #end = new AbortController();
   readonly #model: Model;
   readonly #viewer = new Viewer(element('canvas'));
   readonly #drawing: Drawing;
@@ -48,6 +50,12 @@ class App {
     this.#showProperties();
     const objects = this.#model.places.filter((place) => place.same === place.index).length;
     this.#say(`${counted(objects, 'object')}, ${counted(this.#drawing.triangleCount, 'triangle')}`);
+  }
+
+  /** To be called before the page is put back. */
+  dispose(): void {
+    this.#end.abort();
+    this.#viewer.dispose();
   }
 
   #fillControls(data: PageData): void {
@@ -79,7 +87,7 @@ class App {
     canvas.addEventListener('click', (event) => this.#onPick(event));
     canvas.addEventListener('dblclick', () => this.#fit());
     canvas.addEventListener('keydown', (event) => this.#onCanvasKey(event));
-    document.addEventListener('keydown', (event) => this.#onKey(event));
+    document.addEventListener('keydown', (event) => this.#onKey(event), { signal: this.#end.signal });
     const buttons: Record<string, () => void> = {
       fit: () => this.#fit(),
       hide: () => this.#toggleHidden(),
@@ -280,18 +288,69 @@ class App {
   }
 }
 
-async function start(): Promise<void> {
-  const message = element('message');
-  try {
+/** What is on the page: nothing, a model, or the reason why there is none. */
+class Page {
+  readonly #empty = document.body.cloneNode(true);
+  readonly #hasReader = 'reader' in document.documentElement.dataset;
+  #app: App | null = null;
+  #accepts = false;
+
+  start(): void {
     const text = element('data').textContent ?? '';
-    if (!/^[A-Za-z0-9+/]/.test(text)) throw new Error('There is no model in this page.');
-    new App(await decodePage(text));
-    message.hidden = true;
-    document.documentElement.dataset.state = 'ready';
-  } catch (error) {
-    message.textContent = `The model cannot be shown: ${error instanceof Error ? error.message : error}`;
-    document.documentElement.dataset.state = 'failed';
+    if (!this.#hasReader) void this.#show(async () => text);
+    else this.#offer('Drop a JT file here, or open one. It is read in this browser; nothing is sent.');
+  }
+
+  /** @param textOf what a page holds as its data */
+  async #show(textOf: () => Promise<string>, warnings: string[] = []): Promise<void> {
+    const message = element('message');
+    try {
+      const text = await textOf();
+      if (!/^[A-Za-z0-9+/]/.test(text)) throw new Error('There is no model in this page.');
+      this.#app = new App(await decodePage(text));
+      message.hidden = true;
+      if (warnings.length > 0) element('status').textContent = warnings.join(' ');
+      this.#setState('ready');
+    } catch (error) {
+      this.#fail(error instanceof Error ? error.message : String(error));
+    }
+  }
+
+  #fail(reason: string): void {
+    element('message').hidden = false;
+    element('message').textContent = `The model cannot be shown: ${reason}`;
+    this.#setState('failed');
+  }
+
+  #setState(state: string): void {
+    document.documentElement.dataset.state = state;
+  }
+
+  #offer(message: string): void {
+    element('open').hidden = false;
+    element('message').textContent = message;
+    this.#setState('empty');
+    if (!this.#accepts) acceptFiles((files) => void this.#open(files));
+    this.#accepts = true;
+    element('file').addEventListener('change', () => void this.#open([...(element<HTMLInputElement>('file').files ?? [])]));
+  }
+
+  async #open(files: File[]): Promise<void> {
+    if (files.length === 0 || document.documentElement.dataset.state === 'reading') return;
+    this.#app?.dispose();
+    this.#app = null;
+    document.body.replaceChildren(...this.#empty.cloneNode(true).childNodes);
+    this.#offer(`Reading ${files[0].name}…`);
+    this.#setState('reading');
+    try {
+      const { page, warnings, error, time } = await readFiles(files);
+      document.documentElement.dataset.readTime = String(time);
+      if (error) this.#fail(error);
+      else await this.#show(async () => page ?? '', warnings);
+    } catch (error) {
+      this.#fail(error instanceof Error ? error.message : String(error));
+    }
   }
 }
 
-void start();
+new Page().start();

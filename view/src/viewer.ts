@@ -65,6 +65,15 @@ export class Viewer {
     this.canvas.dataset.state = 'still';
   }
 
+  /** Gives what it holds of the graphics processor back. */
+  dispose(): void {
+    clearTimeout(this.#rest);
+    this.#isAsked = false;
+    this.#controls.dispose();
+    this.#renderer.dispose();
+    this.#renderer.forceContextLoss();
+  }
+
   /** Draws at the next chance, however often it is asked for until then. */
   draw(): void {
     if (this.#isAsked) return;

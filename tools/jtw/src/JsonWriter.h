@@ -42,7 +42,8 @@ class JsonWriter {
   void storedValue(double number, double unit = 1);
   void value(std::integral auto number) {
     char digits[24];
-    raw({digits, std::to_chars(digits, digits + sizeof digits, number).ptr});
+    const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    raw({digits, static_cast<std::size_t>(end - digits)});
   }
   template <class T>
   void value(const std::optional<T>& maybe) {
