@@ -160,7 +160,8 @@ std::vector<ComparedCount> countsOf(const Primitives& a, const Primitives& b) {
   add("textureCoordinates", [](const Primitives& side) {
     std::uint64_t count = 0;
     for (const Mesh::TextureChannel& texture : side.mesh().textures)
-      count += texture.values.size() / std::max<std::size_t>(1, texture.components);
+      count += texture.values.size() /
+               std::max<std::size_t>(1, static_cast<std::size_t>(texture.components));
     return count;
   });
   return counts;
