@@ -141,7 +141,8 @@ void addMesh(const NodeHandle& self, const Table<float>& positions,
         "geometry is added to entities, not to a " + std::string(jtw::kindName(self.get())));
   const auto mesh = std::make_shared<jt::Mesh>();
   mesh->positions.resize(static_cast<std::size_t>(positions.shape(0)));
-  std::copy_n(positions.data(), positions.size(), mesh->positions.data()->data());
+  if (!mesh->positions.empty())
+    std::copy_n(positions.data(), positions.size(), mesh->positions.front().data());
   mesh->corners.reserve(static_cast<std::size_t>(triangles.size()));
   for (py::ssize_t i = 0; i < triangles.size(); ++i) {
     const std::int64_t corner = triangles.data()[i];
