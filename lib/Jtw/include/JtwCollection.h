@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <unordered_set>
 
 #include "JtwNode.h"
@@ -74,11 +75,16 @@ class JTW_API JtwCollection : public JtwNode {
   friend class JtwPMI;
   friend class JtwRoot;
 
-  JtwPMIList pmis_;
   // Every PMI that names this collection, listed or not, so that none is left naming a dead one.
-  std::unordered_set<JtwPMI*> namedBy_;
-  std::size_t framesStored_ = 0;  // the framesHash() of the frames that the JT node has
+  const std::unordered_set<JtwPMI*>& namedBy() const noexcept;
+  void addNamedBy(JtwPMI* pmi);
+  void removeNamedBy(JtwPMI* pmi) noexcept;
+
+  // What a walk reads comes first: it lies in one line of the cache with what is above.
+  bool pmisCalculated_ = false;
   bool framesRead_ = false;
   bool framesFound_ = false;
-  bool pmisCalculated_ = false;
+  JtwPMIList pmis_;
+  std::unique_ptr<std::unordered_set<JtwPMI*>> namedBy_;  // null until the first
+  std::size_t framesStored_ = 0;  // the framesHash() of the frames that the JT node has
 };

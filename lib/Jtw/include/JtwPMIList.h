@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <unordered_set>
 
 #include "JtwExport.h"
@@ -30,5 +31,6 @@ class JTW_API JtwPMIList {
   bool leaveGap(const JtwPMI* pmi) noexcept;
 
   mutable RWClassicTValOrderedVector<JtwPMI*> entries_;
-  mutable std::unordered_set<const JtwPMI*> gaps_;  // one entry each, of PMI that may be gone
+  // One entry each, of PMI that may be gone. Null where there are none: most lists stay empty.
+  mutable std::unique_ptr<std::unordered_set<const JtwPMI*>> gaps_;
 };

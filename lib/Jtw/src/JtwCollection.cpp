@@ -37,10 +37,10 @@ JtwCollection::JtwCollection(JtNode* node, JtwRoot* root) : JtwNode(node, root) 
 
 JtwCollection::JtwCollection(const JtwCollection& other)
     : JtwNode(other),
-      framesStored_(other.framesStored_),
+      pmisCalculated_(other.pmisCalculated_),
       framesRead_(other.framesRead_),
       framesFound_(other.framesFound_),
-      pmisCalculated_(other.pmisCalculated_) {
+      framesStored_(other.framesStored_) {
   for (JtwPMI* pmi : other.PMIs()) addPMI(pmi);
 }
 
@@ -63,9 +63,23 @@ void JtwCollection::uninit() {
   const auto listed = pmis_.take();
   for (auto pmi = listed.rbegin(); pmi != listed.rend(); ++pmi) {
     dropListing(**pmi);
-    if (namedBy_.contains(*pmi)) (*pmi)->clearParent();
+    if (namedBy().contains(*pmi)) (*pmi)->clearParent();
   }
-  while (!namedBy_.empty()) (*namedBy_.begin())->clearParent();
+  while (!namedBy().empty()) (*namedBy().begin())->clearParent();
+}
+
+const std::unordered_set<JtwPMI*>& JtwCollection::namedBy() const noexcept {
+  static const std::unordered_set<JtwPMI*> none;
+  return namedBy_ ? *namedBy_ : none;
+}
+
+void JtwCollection::addNamedBy(JtwPMI* pmi) {
+  if (!namedBy_) namedBy_ = std::make_unique<std::unordered_set<JtwPMI*>>();
+  namedBy_->insert(pmi);
+}
+
+void JtwCollection::removeNamedBy(JtwPMI* pmi) noexcept {
+  if (namedBy_) namedBy_->erase(pmi);
 }
 
 // --- PMI

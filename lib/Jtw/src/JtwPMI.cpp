@@ -51,9 +51,9 @@ JtwPMI::~JtwPMI() {
 }
 
 void JtwPMI::setCollection(JtwCollection* collection) {
-  if (collection_) collection_->namedBy_.erase(this);
+  if (collection_) collection_->removeNamedBy(this);
   collection_ = collection;
-  if (collection_) collection_->namedBy_.insert(this);
+  if (collection_) collection_->addNamedBy(this);
 }
 
 void JtwPMI::clearParent() {

@@ -5,23 +5,24 @@
 #include <utility>
 
 const RWClassicTValOrderedVector<JtwPMI*>& JtwPMIList::entries() const noexcept {
-  if (!gaps_.empty()) {
-    std::erase_if(entries_, [this](const JtwPMI* pmi) { return gaps_.contains(pmi); });
-    gaps_.clear();
+  if (gaps_) {
+    std::erase_if(entries_, [this](const JtwPMI* pmi) { return gaps_->contains(pmi); });
+    gaps_ = nullptr;
   }
   return entries_;
 }
 
 void JtwPMIList::add(JtwPMI* pmi) {
   // It may have been listed before, or be at the address of one that was.
-  if (gaps_.contains(pmi)) entries();
+  if (gaps_ && gaps_->contains(pmi)) entries();
   entries_.push_back(pmi);
 }
 
 /// False when there is no memory for a gap.
 bool JtwPMIList::leaveGap(const JtwPMI* pmi) noexcept try {
-  gaps_.insert(pmi);
-  if (gaps_.size() * 2 >= entries_.size()) entries();
+  if (!gaps_) gaps_ = std::make_unique<std::unordered_set<const JtwPMI*>>();
+  gaps_->insert(pmi);
+  if (gaps_->size() * 2 >= entries_.size()) entries();
   return true;
 } catch (const std::bad_alloc&) {
   return false;

@@ -246,7 +246,7 @@ std::vector<JtwNode*> JtwRoot::pmiCarriers() {
 void JtwRoot::partPMIsFromNode(JtwNode& node) {
   for (JtwPMI* pmi : getJtwPMIsOfNode(node.jtNode())) pmi->setOriginJtNode(nullptr);
   if (node.isCollection() == 0) return;
-  for (JtwPMI* pmi : static_cast<JtwCollection&>(node).namedBy_) pmi->setJtNode(nullptr);
+  for (JtwPMI* pmi : static_cast<JtwCollection&>(node).namedBy()) pmi->setJtNode(nullptr);
 }
 
 ApiProtoKey JtwRoot::PMIMaxProtoKey() const {
@@ -268,7 +268,7 @@ void JtwRoot::recordPMIKeysBelow(JtNode* node) {
   jtw::forEachBelow(node, [this, &greatest](JtNode& below) {
     JtwNode* wrapper = nodesByJtNode_->wrapperOf(&below);
     if (!wrapper || wrapper->isCollection() == 0) return;
-    for (JtwPMI* pmi : static_cast<JtwCollection*>(wrapper)->namedBy_)
+    for (JtwPMI* pmi : static_cast<JtwCollection*>(wrapper)->namedBy())
       greatest = std::max(greatest, pmi->key());
   });
   if (!greatest.isNull()) recordPMIKey(greatest);
