@@ -26,6 +26,11 @@ endif()
 if(JTW_SANITIZE)
   add_compile_options(-fsanitize=${JTW_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${JTW_SANITIZE})
+  # clang does not define g++'s macros.
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang AND JTW_SANITIZE MATCHES "address|thread")
+    string(TOUPPER ${CMAKE_MATCH_0} sanitizer)
+    add_compile_definitions(__SANITIZE_${sanitizer}__)
+  endif()
 endif()
 
 # Warnings for our own targets only.

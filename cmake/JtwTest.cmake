@@ -20,12 +20,17 @@ function(jtw_test name)
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_definitions(${name} PRIVATE JTW_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data")
   jtw_warnings(${name})
+  # The tests of the layers; the program's look at folders and at what a failing program does.
+  set(environment "")
+  if(JTW_COVERAGE AND name MATCHES "^jt")
+    set(environment ENVIRONMENT "LLVM_PROFILE_FILE=${PROJECT_BINARY_DIR}/coverage/${name}-%2m.profraw")
+  endif()
   gtest_discover_tests(
     ${name}
     TEST_PREFIX "${name}."
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT ${JTW_TEST_TIMEOUT} LABELS ${name})
+    PROPERTIES TIMEOUT ${JTW_TEST_TIMEOUT} LABELS ${name} ${environment})
   # ctest knows the names of the cases, CMake does not.
   set(labels ${CMAKE_CURRENT_BINARY_DIR}/${name}_labels.cmake)
   file(GENERATE OUTPUT ${labels} CONTENT "\

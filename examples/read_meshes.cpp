@@ -10,6 +10,7 @@
 #include <JtPartition.h>
 #include <JtStorageLocation.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <limits>
 
@@ -21,9 +22,9 @@ struct Extent {
   double max[3] = {-1e300, -1e300, -1e300};
 
   void add(const jt::Vec3f& point, const jt::Matrix4& toRoot) {
-    for (int to = 0; to < 3; ++to) {
+    for (std::size_t to = 0; to < 3; ++to) {
       double value = toRoot[12 + to];
-      for (int from = 0; from < 3; ++from) value += point[from] * toRoot[4 * from + to];
+      for (std::size_t from = 0; from < 3; ++from) value += point[from] * toRoot[4 * from + to];
       if (value < min[to]) min[to] = value;
       if (value > max[to]) max[to] = value;
     }

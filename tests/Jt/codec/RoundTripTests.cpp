@@ -315,7 +315,7 @@ TEST(RoundTrips, FacesOfFourCornersTurnAsTheirNeighborsDo) {
   for (const auto& [from, to] : edges) EXPECT_TRUE(edges.contains({to, from})) << from << to;
   std::vector<jt::Vec3f> first;
   for (std::size_t i = 0; i < 3; ++i) first.push_back(mesh.positions[mesh.corners[i]]);
-  std::ranges::rotate(first, std::ranges::find(first, open.positions[2]));
+  std::rotate(first.begin(), std::ranges::find(first, open.positions[2]), first.end());
   EXPECT_EQ(first, (std::vector{open.positions[2], open.positions[1], open.positions[3]}));
 }
 

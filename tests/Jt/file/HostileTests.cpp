@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <set>
+#include <string_view>
 
 #include "support/FileBuilder.h"
 #include "support/Survival.h"
@@ -261,8 +262,8 @@ Bytes zlibBomb(std::uint64_t size) {
   // Last block, dynamic codes; 286 literals and lengths, 1 distance, 18 lengths of length codes.
   put(1, 1), put(2, 2), put(29, 5), put(0, 5), put(14, 4);
   // Order 16 17 18 0 8 7 9 6 10 5 11 4 12 3 13 2 14 1: symbols 18, 1 and 2 get 2, 2 and 1 bits.
-  for (const unsigned length : {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 2})
-    put(length, 3);
+  for (const char length : std::string_view("002000000000000102"))
+    put(static_cast<unsigned>(length - '0'), 3);
   const auto two = [&] { put(0, 1); };
   const auto one = [&] { put(1, 2); };  // code 10, first bit first
   const auto zeros = [&](unsigned count) { put(3, 2), put(count - 11, 7); };
@@ -296,7 +297,7 @@ Bytes xzBomb(std::uint64_t size) {
   EXPECT_EQ(lzma_code(&coder, LZMA_FINISH), LZMA_STREAM_END);
   lzma_end(&coder);
   const std::size_t head = 12 + 4 * (std::size_t{packed[12]} + 1);
-  const std::size_t chunk = 6 + (packed[head + 3] << 8 | packed[head + 4]) + 1U;
+  const std::size_t chunk = 7 + (std::size_t{packed[head + 3]} << 8) + packed[head + 4];
   EXPECT_EQ(packed[head] & 0xe0, 0xe0);
   EXPECT_EQ(packed[head + chunk], 0) << "one chunk holds all";
   Bytes out;

@@ -58,9 +58,9 @@ TEST(Texture, PixelsOfEveryStoredOrderBecomeRedGreenBlueAndAlpha) {
     jt::TexturePixels expected{3, 2, hasAlpha ? 4 : 3, {}};
     for (int y = 0; y < 2; ++y) {
       for (int x = 0; x < 3; ++x) {
-        const auto component = [&](char name) {
-          std::size_t place = stored.find(name);
-          if (place == std::string::npos) place = stored.find('L');
+        const auto component = [&, &order = stored](char name) {
+          std::size_t place = order.find(name);
+          if (place == std::string::npos) place = order.find('L');
           return static_cast<std::byte>(100 * y + 10 * x + static_cast<int>(place));
         };
         for (const char name : stored) texels.push_back(component(name));

@@ -41,7 +41,8 @@ TEST(OpenedFile, RefusesWhatIsNoReadableFile) {
       {folder.at("none.jt"), "not_found"}, {folder.at("pipe/a.jt"), "not_found"},
       {folder.at("."), "not_a_file"},      {folder.at("pipe"), "not_a_file"},
       {"/dev/zero", "not_a_file"},         {folder.file("empty", ""), ""}};
-  for (const auto& [path, code] : cases) EXPECT_EQ(codeOf([&] { openImage(path); }), code) << path;
+  for (const auto& [path, code] : cases)
+    EXPECT_EQ(codeOf([&name = path] { openImage(name); }), code) << path;
 }
 
 TEST(OpenedFile, KeepsItsBytesWithoutItsNameAndNoticesThatTheyAreGone) {
