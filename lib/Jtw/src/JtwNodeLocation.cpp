@@ -67,10 +67,10 @@ void JtwNode::computeLocation() {
   using Place = jtw::WalkMemo::Place;
   jtw::WalkMemo* const memo = this->memo();
   JtwNode* const above = parentNode();
-  const Place ofParent{{}, above ? above->measurementUnitRatio() : 1.0F};
+  const float ratioAbove = above ? above->measurementUnitRatio() : 1.0F;
   const bool takesUnits = !JtwManager::the().usingJtViewer();
   const auto placed = [&](const Place* placeAbove, JtNode& node) {
-    Place here = placeAbove ? *placeAbove : ofParent;
+    Place here = placeAbove ? *placeAbove : Place{{}, ratioAbove};
     const float own = takesUnits ? jtw::ownUnitRatio(&node).value_or(0.0F) : 0.0F;
     if (own >= kLeastRatio) here.ratio = own;
     if (jt::firstAttribute<JtXform>(&node) >= 0)
@@ -80,7 +80,7 @@ void JtwNode::computeLocation() {
   const auto next = [this](const JtNode& node) { return nextOfWalk(node); };
   const Place place =
       jtNode() ? jtw::walkUp<Place>(jtNode(), memo ? &memo->places : nullptr, next, placed)
-               : ofParent;
+               : Place{{}, ratioAbove};
   unitRatio_ = place.ratio;
   relLoc_ = above && above == root_ ? root_->internalRelLoc() * place.location : place.location;
   locationValid_ = true;

@@ -61,20 +61,25 @@ template <class Value, class Node, class Above, class Extended>
 Value walkUp(Node* start, std::unordered_map<const Node*, Value>* known, Above above,
              Extended extended) {
   PassedNodes<Node> passed;
-  std::optional<Value> value;
+  const Value* valueAbove = nullptr;
   for (Node* node = start; node; node = above(*node)) {
     if (known)
       if (const auto found = known->find(node); found != known->end()) {
-        value = found->second;
+        valueAbove = &found->second;
         break;
       }
     passed.push_back(*node);
   }
-  for (; !passed.empty(); passed.pop_back()) {
-    value = extended(value ? &*value : nullptr, passed.back());
-    if (known) known->emplace(&passed.back(), *value);
-  }
-  return value.value_or(Value{});
+  if (passed.empty()) return valueAbove ? *valueAbove : Value{};
+  const auto next = [&] {
+    Value value = extended(valueAbove, passed.back());
+    if (known) known->emplace(&passed.back(), value);
+    passed.pop_back();
+    return value;
+  };
+  Value value = next();
+  for (valueAbove = &value; !passed.empty();) value = next();
+  return value;
 }
 
 }  // namespace jtw
