@@ -8,13 +8,13 @@
 
 #include "Bindings.h"
 #include "Component.h"
+#include "DifferenceText.h"
 #include "Examination.h"
 #include "Failure.h"
 #include "InputFile.h"
 #include "JtCompare.h"
 #include "JtwEditError.h"
 #include "JtwMerge.h"
-#include "JtwNearestName.h"
 #include "JtwPatch.h"
 #include "JtwTree.h"
 #include "Library.h"
@@ -41,27 +41,6 @@ struct Comparison {
   bool isWhole = true;  ///< all part files could be read
 };
 
-py::object sideOf(const jt::ComparedValue& side) {
-  return std::visit(
-      [](const auto& held) -> py::object {
-        if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::monostate>)
-          return py::none();
-        else
-          return py::cast(held);
-      },
-      side);
-}
-
-jt::DifferenceKind kindOf(const std::string& name) {
-  std::array<const char*, jt::kDifferenceKinds> names{};
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    names[i] = jt::differenceName(static_cast<jt::DifferenceKind>(i));
-    if (name == names[i]) return static_cast<jt::DifferenceKind>(i);
-  }
-  tool::failUsage("there is no difference '" + name + "'" +
-                  jtw::suggestion(name, names, "the kinds are"));
-}
-
 bool areRead(const JtPartition& top) {
   for (const jt::PartFile& part : jt::partFilesOf(top))
     if (part.state != jt::PartFile::State::read) return false;
@@ -76,7 +55,7 @@ Comparison diff(const py::object& a, const py::object& b, double tolerance, std:
   options.tolerance = tolerance;
   options.maxDifferences = limit;
   options.identityKeys = {jtw::keyProperty()};
-  for (const std::string& name : ignore) options.ignored.push_back(kindOf(name));
+  for (const std::string& name : ignore) options.ignored.push_back(tool::kindNamed(name, ""));
   if (!(tolerance >= 0)) tool::failUsage("tolerance is no number from 0 on");
   const Released released;
   first.open();
@@ -104,10 +83,10 @@ void bindDiff(py::module_& module) {
           "\"metadata\", \"geometry\", \"segment\" or \"parent\".")
       .def_readonly("name", &Difference::name, "Field or property; may be empty.")
       .def_property_readonly(
-          "a", [](const Difference& self) { return sideOf(self.a); },
+          "a", [](const Difference& self) { return variantValueOf(self.a); },
           "The value on the first side; None where that has nothing.")
       .def_property_readonly(
-          "b", [](const Difference& self) { return sideOf(self.b); }, "On the second side.")
+          "b", [](const Difference& self) { return variantValueOf(self.b); }, "On the second side.")
       .def_readonly("key", &Difference::key, "Key of the object; empty when it has none.")
       .def_property_readonly(
           "counts",
@@ -221,10 +200,10 @@ void bindPatch(py::module_& module) {
           "\"object\", \"parent\", \"order\", \"value\" or \"property\".")
       .def_readonly("name", &PatchChange::name, "Of a value, an order or a property; else empty.")
       .def_property_readonly(
-          "before", [](const PatchChange& self) { return patchValueOf(self.before); },
+          "before", [](const PatchChange& self) { return variantValueOf(self.before); },
           "The old value, or None.")
       .def_property_readonly(
-          "after", [](const PatchChange& self) { return patchValueOf(self.after); },
+          "after", [](const PatchChange& self) { return variantValueOf(self.after); },
           "The new value, or None.")
       .def("__repr__",
            [](const PatchChange& self) { return "<jtw.Change " + changeText(self) + ">"; });
@@ -307,7 +286,7 @@ void bindMerge(py::module_& module) {
       .def_readonly("reason", &MergeConflict::reason, "For readers.");
   const auto value = [&conflict](const char* name, auto member, const char* text) {
     conflict.def_property_readonly(
-        name, [member](const MergeConflict& self) { return patchValueOf(self.*member); }, text);
+        name, [member](const MergeConflict& self) { return variantValueOf(self.*member); }, text);
   };
   value("base", &MergeConflict::base, "The value that both sides had.");
   value("ours", &MergeConflict::ours, "The value of ours.");

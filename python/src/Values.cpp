@@ -198,15 +198,4 @@ std::vector<jtw::Setting> settingsOf(const py::dict& values) {
   return settings;
 }
 
-py::object patchValueOf(const jtw::PatchValue& value) {
-  return std::visit(
-      [](const auto& held) -> py::object {
-        if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::monostate>)
-          return py::none();
-        else
-          return py::cast(held);
-      },
-      value);
-}
-
 }  // namespace binding

@@ -4,6 +4,8 @@
 #include <pybind11/pybind11.h>
 
 #include <string>
+#include <type_traits>
+#include <variant>
 #include <vector>
 
 #include "ApiGraColor.h"
@@ -11,7 +13,6 @@
 #include "JtPropAtom.h"
 #include "JtXform.h"
 #include "JtwNodeEdits.h"
-#include "JtwPatch.h"
 #include "RTTran3D.h"
 
 namespace binding {
@@ -44,6 +45,17 @@ std::string settingText(const py::handle& value);
 /// The same for keyword arguments: unit="mm", placement=matrix, unique_id="x".
 std::vector<jtw::Setting> settingsOf(const py::dict& values);
 
-py::object patchValueOf(const jtw::PatchValue& value);
+/// The value that a variant holds; None for std::monostate. For files that include pybind11/stl.h.
+template <class Variant>
+py::object variantValueOf(const Variant& value) {
+  return std::visit(
+      [](const auto& held) -> py::object {
+        if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::monostate>)
+          return py::none();
+        else
+          return py::cast(held);
+      },
+      value);
+}
 
 }  // namespace binding

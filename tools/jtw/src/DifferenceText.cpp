@@ -6,12 +6,30 @@
 #include <string_view>
 #include <utility>
 
+#include "Failure.h"
 #include "JtMaterial.h"
+#include "JtwNearestName.h"
 #include "NodeView.h"
 #include "Output.h"
 #include "Session.h"
 
 namespace tool {
+
+std::array<const char*, jt::kDifferenceKinds> kindNames() {
+  std::array<const char*, jt::kDifferenceKinds> names{};
+  for (std::size_t kind = 0; kind < names.size(); ++kind)
+    names[kind] = jt::differenceName(static_cast<jt::DifferenceKind>(kind));
+  return names;
+}
+
+jt::DifferenceKind kindNamed(const std::string& name, const std::string& option) {
+  const auto names = kindNames();
+  const auto* const found = std::ranges::find(names, std::string_view(name));
+  if (found == names.end())
+    failUsage(option + "there is no difference '" + name + "'" +
+              jtw::suggestion(name, names, "the kinds are"));
+  return static_cast<jt::DifferenceKind>(found - names.begin());
+}
 
 std::vector<double> shownNumbers(const jt::Difference& difference, std::vector<double> numbers) {
   if (!difference.name.ends_with(".matrix") || numbers.size() != 16) return numbers;

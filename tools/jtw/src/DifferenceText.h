@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "JtCompare.h"
@@ -8,6 +10,12 @@
 namespace tool {
 
 class Session;
+
+/// The names of all kinds of differences, in the order of jt::DifferenceKind.
+std::array<const char*, jt::kDifferenceKinds> kindNames();
+/// The kind of that name. Where there is none: a usage failure that suggests others.
+/// @param option what begins its message, such as "--ignore: "
+jt::DifferenceKind kindNamed(const std::string& name, const std::string& option);
 
 /// The numbers of one side as this program shows them: matrices are for row vectors in the scene
 /// graph and for column vectors here.

@@ -15,7 +15,6 @@
 #include "JtCompare.h"
 #include "JtInspect.h"
 #include "JtwEditError.h"
-#include "JtwNearestName.h"
 #include "JtwTree.h"
 #include "MeshInput.h"
 #include "Progress.h"
@@ -103,27 +102,11 @@ void writeMotion(JsonWriter& json, const std::optional<jt::PlacementChange>& mov
   json.end();
 }
 
-using KindNames = std::array<const char*, jt::kDifferenceKinds>;
-
-KindNames kindNames() {
-  KindNames names{};
-  for (std::size_t kind = 0; kind < names.size(); ++kind)
-    names[kind] = jt::differenceName(static_cast<jt::DifferenceKind>(kind));
-  return names;
-}
-
 /// The option --ignore: kinds of differences, with commas between them.
 std::vector<jt::DifferenceKind> ignoredKinds(const Arguments& arguments) {
-  const KindNames names = kindNames();
   std::vector<jt::DifferenceKind> kinds;
   for (const std::string& list : arguments.values("ignore"))
-    for (const std::string& name : commaList(list)) {
-      const auto found = std::ranges::find(names, std::string_view(name));
-      if (found == names.end())
-        failUsage("--ignore: there is no difference '" + name + "'" +
-                  jtw::suggestion(name, names, "the kinds are"));
-      kinds.push_back(static_cast<jt::DifferenceKind>(found - names.begin()));
-    }
+    for (const std::string& name : commaList(list)) kinds.push_back(kindNamed(name, "--ignore: "));
   return kinds;
 }
 
@@ -165,7 +148,7 @@ void writeAnswer(Session& session, const Answer& answer) {
   if (session.arguments().has("summary")) {
     json.key("summary");
     json.beginObject(JsonWriter::Layout::line);
-    const KindNames names = kindNames();
+    const auto names = kindNames();
     for (std::size_t kind = 0; kind < names.size(); ++kind)
       json.member(names[kind], answer.result.byKind[kind]);
     json.end();
@@ -191,7 +174,7 @@ void writeAnswer(Session& session, const Answer& answer) {
 void showAnswer(Session& session, const Answer& answer) {
   Output& out = session.out();
   if (session.arguments().has("summary")) {
-    const KindNames names = kindNames();
+    const auto names = kindNames();
     for (std::size_t kind = 0; kind < names.size(); ++kind)
       if (const std::uint64_t count = answer.result.byKind[kind]; count > 0)
         out.line(padRight(names[kind], 10) + std::to_string(count));
