@@ -7,14 +7,9 @@ import { execFileSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
 import { copyFileSync, existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { after, before, test } from 'node:test';
-import { chromium } from 'playwright-core';
+import { launch } from './chromium.mjs';
 
 const [jtw, folder, gear] = process.argv.slice(2);
-const executablePath = ['/usr/bin/chromium', '/usr/bin/chromium-browser'].find(existsSync);
-if (!executablePath) {
-  console.log('there is no chromium');
-  process.exit(77);
-}
 rmSync(folder, { recursive: true, force: true });
 mkdirSync(folder, { recursive: true });
 
@@ -66,8 +61,7 @@ async function fromFront(x, z) {
 before(async () => {
   makeComponent('cell.kpak');
   run('view', 'cell.kpak');
-  const args = ['--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
-  browser = await chromium.launch({ executablePath, args });
+  browser = await launch();
   page = await browser.newPage({ viewport: { width: 1200, height: 700 } });
   page.on('console', (message) => noise.push(message.text()));
   page.on('pageerror', (error) => noise.push(error.message));

@@ -4,17 +4,12 @@
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { copyFileSync, existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { copyFileSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { createServer } from 'node:http';
 import { after, before, test } from 'node:test';
-import { chromium } from 'playwright-core';
+import { launch } from './chromium.mjs';
 
 const [jtw, site, folder, gear] = process.argv.slice(2);
-const executablePath = ['/usr/bin/chromium', '/usr/bin/chromium-browser'].find(existsSync);
-if (!executablePath) {
-  console.log('there is no chromium');
-  process.exit(77);
-}
 rmSync(folder, { recursive: true, force: true });
 mkdirSync(folder, { recursive: true });
 
@@ -43,7 +38,7 @@ before(async () => {
     response.end(readFileSync(`${site}/${name}`));
   });
   await new Promise((listening) => server.listen(0, '127.0.0.1', listening));
-  browser = await chromium.launch({ executablePath, args: ['--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'] });
+  browser = await launch();
   page = await browser.newPage({ viewport: { width: 1200, height: 700 } });
   page.on('console', (message) => noise.push(message.text()));
   page.on('pageerror', (error) => noise.push(error.message));
