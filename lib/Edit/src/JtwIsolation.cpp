@@ -50,7 +50,8 @@ NodeSet withDescendants(const std::vector<JtNode*>& nodes) {
   return found;
 }
 
-/// Has partitions state the extent of what is left of them, part files before what represents them.
+/// Shrinks the extents that partitions store to what remains in them; part files before their
+/// partitions.
 void tightenBounds(const NodeSet& nodes) {
   std::vector<std::pair<int, JtPartition*>> byDepth;
   for (JtNode* node : nodes)
