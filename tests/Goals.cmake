@@ -13,6 +13,7 @@ set(JTW_GOALS
     "G2|^jt_codec_tests\\..*EveryChangedBit"
     # Extreme values of fields
     "G3|^jt_file_tests\\.Sweeps\\.EveryField"
+    "G3|^jt_file_tests\\.Extremes\\."
     "G3|^jt_file_tests\\.Hostile\\.OffsetsAndSizes"
     # Hostile files by class, each with its code
     "G4|^jt_file_tests\\.Hostile\\."
@@ -68,6 +69,10 @@ set(JTW_GOALS
     "G16|^jt_document_tests\\.Shapes\\.AreDecodedOnce"
     "G16|^jt_document_tests\\.Edit\\.MetaDataIsLoadedOnce"
     "G16|^jt_storage_tests\\.Save\\.(KeepsOneWhole|OfManyAtOnce)"
+    # What each check says, so that one that is missing is noticed
+    "G18|^jt_file_tests\\.Extremes\\."
+    "G18|(WhatDoesNotFitIsRefused|TheRestIsOpaqueWhereAFieldOfItIsWrong)$"
+    "G18|EachCheckRefusesSomeDamage$"
     # Promises and their labels
     "G19|^documents$")
 

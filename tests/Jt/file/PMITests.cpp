@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "file/pmi/PMIConversion.h"
+#include "file/pmi/PMIFields.h"
 #include "file/pmi/PMITags.h"
 #include "support/PMIBodies.h"
 #include "support/Survival.h"
@@ -185,6 +187,57 @@ TEST(PMI, WhatCannotBeReadIsCarriedAndLeavesTheFileUsable) {
     const auto again = storage.open(storage.saved(*root));
     EXPECT_TRUE(std::ranges::equal(again->container()->segmentBytes(again->container()->toc()[1]),
                                    root->container()->segmentBytes(root->container()->toc()[1])));
+  }
+}
+
+/// Offset of the first field of a name.
+class FirstField : public FieldListener {
+ public:
+  explicit FirstField(std::string_view name) : name_(name) {}
+  void field(std::size_t offset, std::size_t, const char* name, const char*,
+             const std::string&) override {
+    if (at == 0 && name == name_) at = offset;
+  }
+  std::size_t at = 0;
+
+ private:
+  std::string_view name_;
+};
+
+TEST(PMI, TheRestIsOpaqueWhereAFieldOfItIsWrong) {
+  struct Case {
+    const char* field;
+    Bytes body;
+    Format format;
+    std::int32_t value;
+    const char* said;  // in the usual form; a reader tries the others, and then carries the rest
+    std::size_t kept = ~std::size_t{0};  // bytes behind the value
+  };
+  constexpr Format k95{9, 5, false};
+  constexpr Format k100{10, 0, true};
+  const Bytes generic = genericBody(k100, false, true);
+  const Case cases[] = {
+      {"vertexCounts", TypedBody(k95, 2, 8).bytes(), k95, 2, "1 polygon elements do not fit", 23},
+      {"elementCount", generic, k100, 1, "expected 1 vertexCounts, found 2"},
+      {"bindings", generic, k100, 0, "expected 3 bindings, found 0"},
+      {"dimensions", generic, k100, 0, "expected 1 dimensions, found 0"},
+      {"cadTagsFlag", kDim9.body(), kDim9.format, 2, "the flag is 0 or 1, found 2"},
+      {"cadTagIndex", kDim9.body(), kDim9.format, 1,
+       "expected 2 indices, one for each entity, found 1"},
+      {"cadTagDataLength", kDim105.body(), kDim105.format, 3, "expected at least 4, found 3"}};
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.field);
+    FirstField field(each.field);
+    tracePMI(each.body, each.format, 0, field);
+    Bytes body = each.body;
+    const Fields value = Fields(each.format).i32(each.value);
+    std::ranges::copy(value.bytes(), body.begin() + static_cast<std::ptrdiff_t>(field.at));
+    body.resize(field.at + 4 + std::min(each.kept, body.size() - field.at - 4));
+    PMIData data;
+    data.form = usualPMIForm(each.format);
+    Reader reader(body, each.format, 0);
+    EXPECT_EQ(errorText([&] { PMIFields::run(reader, data); }), each.said);
+    EXPECT_TRUE(readPMI(body, each.format, 0).form.opaqueRest);
   }
 }
 

@@ -6,8 +6,8 @@
 #include <map>
 #include <numbers>
 
-#include "file/container/Compression.h"
 #include "file/shapes/ShapeSegment.h"
+#include "support/PrimitiveContent.h"
 #include "support/ShapeScene.h"
 
 namespace {
@@ -51,37 +51,6 @@ double volumeOf(const Mesh& mesh, double* middle = nullptr) {
   return volume / 6;
 }
 
-/// The content of a segment with one primitive, turned a quarter about x.
-Bytes segmentOf(const Format& format, const Case& one, bool lossless, bool packed, bool color) {
-  const bool isTen = format.major == 10;
-  Fields primitive(format);
-  if (lossless) primitive.i32(0);
-  const auto quaternion = [&] { primitive.f32({std::sqrt(0.5F), 0, 0, std::sqrt(0.5F)}); };
-  if (!lossless) quaternion();
-  primitive.f32({10, 20, 30}).f32({one.size[0], one.size[1], one.size[2]});
-  if (lossless) quaternion();
-  if (color) primitive.f32({1, 0, 0});
-  primitive.i32(one.type);
-  Fields body(format);
-  if (isTen) {
-    body.put(std::uint8_t{1}).put(std::uint8_t{1}).put(std::uint64_t{color ? 0x12U : 2U});
-    body.put(std::uint8_t{0}).put(std::uint8_t{1});
-  } else {
-    body.put(std::int16_t{1}).i32(0).i32(color ? 1 : 0).i32(0).put(std::int16_t{1});
-  }
-  const auto size = static_cast<std::int32_t>(primitive.bytes().size());
-  if (!lossless) {
-    body.i32(12).i32(1).raw(primitive);
-  } else if (!packed) {
-    body.i32(0).i32(size).i32(-size).raw(primitive);
-  } else {
-    const auto stream = jt::file::pack(primitive.bytes(),
-                                       isTen ? jt::file::Packing::xz : jt::file::Packing::zlib, 6);
-    body.i32(0).i32(size).i32(static_cast<std::int32_t>(stream.size())).raw(stream.bytes());
-  }
-  return elementOf(format, "e40373c2-1ad9-11d3-9daf-00a0c9c7ddc2", 4, body);
-}
-
 void expectClosed(const Mesh& mesh) {
   std::map<std::pair<jt::Vec3f, jt::Vec3f>, int> edges;
   for (std::size_t c = 0; c < mesh.corners.size(); ++c) {
@@ -99,7 +68,8 @@ TEST(Primitives, BecomeClosedSurfacesInEveryForm) {
       for (const int form : {0, 1, 2, 3, 4}) {
         SCOPED_TRACE(formatText(format) + " type " + std::to_string(one.type) + " form " +
                      std::to_string(form));
-        const Bytes content = segmentOf(format, one, form < 4, form % 2 == 1, form >= 2);
+        const Bytes content =
+            primitiveContent(format, one.type, one.size, form < 4, form % 2 == 1, form >= 2);
         const auto node = jt::make<JtPrimitiveSet>();
         const auto root = storage.open(shapeFile(format, *node, content));
         const auto* set = jt::as<JtPrimitiveSet>(static_cast<const JtBase*>(root->child(0)));
@@ -119,10 +89,42 @@ TEST(Primitives, BecomeClosedSurfacesInEveryForm) {
       }
 }
 
+TEST(Primitives, WhatDoesNotFitIsRefused) {
+  struct Damage {
+    bool packed;
+    std::size_t field;  // 0 the unpacked size, 1 the stored size, 2 the type
+    std::int32_t value;
+    const char* said;
+  };
+  const char* const kSizes = "the sizes of the primitives do not fit their bytes";
+  const Damage cases[] = {{false, 1, -61, kSizes},
+                          {false, 1, -59, "the primitives are no whole number of records"},
+                          {true, 0, -1, kSizes},
+                          {true, 1, 1000, kSizes},
+                          {false, 2, 5, "expected a primitive of type 0 to 4, found 5"},
+                          {false, 2, -1, "expected a primitive of type 0 to 4, found -1"}};
+  for (const Format& format : allFormats())
+    for (const Damage& damage : cases) {
+      SCOPED_TRACE(formatText(format) + " " + damage.said);
+      Bytes content = primitiveContent(format, 1, {3, 2, 4}, true, damage.packed, true);
+      const Fields sizes = Fields(format).i32(0).i32(60);
+      const auto at =
+          std::search(content.begin(), content.end(), sizes.bytes().begin(), sizes.bytes().end()) +
+          4;
+      const Fields value = Fields(format).i32(damage.value);
+      std::ranges::copy(value.bytes(), damage.field == 2
+                                           ? content.end() - 4
+                                           : at + 4 * static_cast<std::ptrdiff_t>(damage.field));
+      jt::codec::VariantChoice variants;
+      EXPECT_EQ(errorText([&] { jt::file::readShape(content, format, variants); }), damage.said);
+    }
+}
+
 TEST(Primitives, AreWrittenAsTrianglesInAnotherVersionAndKeptInTheirOwn) {
   MemoryStorage storage;
   const Format format{9, 5, false};
-  const Bytes content = segmentOf(format, kCases[0], true, false, false);
+  const Bytes content =
+      primitiveContent(format, kCases[0].type, kCases[0].size, true, false, false);
   const auto node = jt::make<JtPrimitiveSet>();
   const auto root = storage.open(shapeFile(format, *node, content));
   jt::SaveOptions options;

@@ -6,8 +6,8 @@
 
 #include <cstdlib>
 
+#include "support/FieldValues.h"
 #include "support/GoldenFiles.h"
-#include "support/Repacked.h"
 #include "support/Survival.h"
 
 namespace {
@@ -105,81 +105,21 @@ TEST(Sweeps, EveryBitOfAnUnpackedSegmentMayBeWrong) {
   }
 }
 
-/// Every field that explain lists, with the row of the segment where its offset counts in unpacked
-/// bytes.
-struct FieldSink : jt::ExplainSink {
-  struct Place {
-    jt::ExplainedField field;
-    std::optional<std::size_t> row;
-  };
-  void beginSegment(const jt::ExplainedSegment& segment) override {
-    if (segment.inflatedOffsets) {
-      row = segment.index;
-    } else {
-      row.reset();
-    }
-  }
-  void field(const jt::ExplainedField& field) override {
-    const bool isHead = field.path.starts_with("segment.");
-    places.push_back({field, isHead ? std::nullopt : row});
-  }
-  std::optional<std::size_t> row;
-  std::vector<Place> places;
-};
-
-std::vector<FieldSink::Place> fieldsOf(const Bytes& file) {
-  MemoryStorage storage;
-  storage["file"] = file;
-  FieldSink sink;
-  jt::explain(MemoryLocation("file"), {}, sink);
-  return std::move(sink.places);
-}
-
-/// Ten extreme values for a field of `width` bytes that holds `n`, a number or the bits of one.
-std::array<std::uint64_t, 10> extremes(std::size_t width, std::uint64_t n, bool isReal) {
-  const std::uint64_t all = ~std::uint64_t{0} >> (64 - 8 * width);
-  const std::uint64_t sign = all / 2 + 1;
-  if (!isReal) return {0, 1, n - 1, n + 1, n * 2, sign - 1, sign, sign + 1, all - 1, all};
-  const std::uint64_t infinity = width == 4 ? 0x7f800000 : 0x7ff0000000000000;
-  return {
-      0,  1, n ^ sign, infinity, sign | infinity, infinity - 1, sign, infinity + 1, infinity / 2,
-      all};
-}
-
 TEST(Sweeps, EveryFieldMayBeExtreme) {
   Sweep sweep(11);
   Sample isTried(7 * kSlow);
-  std::size_t counts = 0;
+  std::ptrdiff_t counts = 0;
   for (const GoldenFile& golden : goldenFiles()) {
-    const Repacked file(golden.bytes);
-    for (const auto& [field, row] : fieldsOf(golden.bytes)) {
-      const std::string type = field.type;
-      counts += type == "I32 count";
-      if (field.size == 0) continue;
-      // Of texts and lists the first bytes, a count perhaps.
-      const std::size_t width = field.size >= 8 && field.size % 8 == 0 && type.ends_with("64") ? 8
-                                : field.size >= 4                                              ? 4
-                                : field.size >= 2                                              ? 2
-                                                                                               : 1;
-      const Bytes bytes = row ? file.content(*row) : golden.bytes;
-      const auto at = static_cast<std::size_t>(field.offset);
-      ASSERT_LE(at + width, bytes.size()) << golden.name << " " << field.path;
-      const bool isBig = file.format().bigEndian;
-      const auto place = [&](std::size_t i) { return at + (isBig ? width - 1 - i : i); };
-      std::uint64_t n = 0;
-      for (std::size_t i = 0; i < width; ++i)
-        n |= std::to_integer<std::uint64_t>(bytes[place(i)]) << 8 * i;
-      for (const std::uint64_t value : extremes(width, n, width >= 4 && type.starts_with("F"))) {
-        if (!isTried()) continue;
-        Bytes changed = bytes;
-        for (std::size_t i = 0; i < width; ++i)
-          changed[place(i)] = static_cast<std::byte>(value >> 8 * i);
-        ASSERT_TRUE(sweep.bears(row ? file.with(*row, changed) : changed))
-            << golden.name << " " << field.path << " = " << value;
-      }
-    }
+    const FieldValues values(golden.bytes);
+    counts += std::ranges::count(values.fields(), true, &ValueField::isCount);
+    for (const ValueField& field : values.fields())
+      for (const std::uint64_t value : values.extremes(field))
+        if (isTried()) {
+          ASSERT_TRUE(sweep.bears(values.with(field, value)))
+              << golden.name << " " << field.path << " = " << value;
+        }
   }
-  EXPECT_GT(counts, 200U);
+  EXPECT_GT(counts, 200);
 }
 
 }  // namespace

@@ -8,21 +8,17 @@
 #include <numbers>
 
 #include "VisPartNode.h"
-#include "codec/packet/FloatPackets.h"
-#include "codec/packet/Packets.h"
-#include "codec/packet/Packets64.h"
 #include "file/segments/WireframeElement.h"
 #include "support/Damage.h"
 #include "support/Differences.h"
 #include "support/ShapeScene.h"
+#include "support/WireLayout.h"
 
 namespace {
 
 using namespace jt::file;
 using jt::WireCurve;
 using jt::WireframeData;
-using jt::codec::PacketKind;
-using jt::codec::Predictor;
 using Point = std::array<double, 3>;
 using Ints = std::vector<std::int32_t>;
 
@@ -47,94 +43,10 @@ jt::Ref<JtWireframeRep> sample() {
 
 // --- The layout
 
-/// The body of an element, field by field.
-class Body {
- public:
-  explicit Body(const Format& format) : isTen_(format.major == 10), format_(format), out_(format) {}
-
-  Body& i32(std::int32_t value) {
-    out_.i32(value);
-    return *this;
-  }
-  Body& version() {
-    out_.version();
-    return *this;
-  }
-  /// A packet of the kind and predictor that the field has in 9.x and in 10.x.
-  Body& ints(const Ints& values, PacketKind kind9, Predictor predictor9, Predictor predictor10) {
-    jt::codec::Bytes bytes;
-    jt::codec::encodePacket(isTen_ ? PacketKind::mk3 : kind9, bytes, format_.bigEndian, values,
-                            isTen_ ? predictor10 : predictor9);
-    out_.raw(bytes);
-    return *this;
-  }
-  Body& edges(const Ints& values) {
-    return ints(values, PacketKind::mk2, Predictor::lag1, Predictor::none);
-  }
-  Body& perCurve(const Ints& values) {
-    return ints(values, PacketKind::mk1, Predictor::lag1, Predictor::none);
-  }
-  Body& indices(const Ints& values) {
-    return ints(values, PacketKind::mk1, Predictor::stride1, Predictor::lag1);
-  }
-  Body& doubles(const std::vector<double>& values) {
-    jt::codec::Bytes bytes;
-    if (isTen_) {
-      std::vector<std::int64_t> bits;
-      for (const double value : values) bits.push_back(std::bit_cast<std::int64_t>(value));
-      jt::codec::encodePacket64(bytes, format_.bigEndian, bits);
-    } else {
-      jt::codec::encodeFloatPacket(bytes, format_.bigEndian, values);
-    }
-    out_.raw(bytes);
-    return *this;
-  }
-  const Bytes& bytes() const { return out_.bytes(); }
-
- private:
-  bool isTen_;
-  Format format_;
-  Fields out_;
-};
-
-/// Every field with values of its own: four kinds of knots and none, weights, a curve of two edges.
-struct Layout {
-  Ints curveOf{3, 0, 3, 5, 2, 4, 1};
-  Ints tags{7, 9, 4, 12, 5, 30, 31};
-  Ints flags{1, 1, 1, 1};
-  std::array<Ints, 4> ofKind{Ints{0}, {1}, {2}, {3}};
-  Ints types{1, 1, 1, 1, 1, 1};
-  Ints degrees{1, 2, 2, 1, 2, 1};
-  Ints counts{4, 5, 4, 4, 3, 2};
-  Ints dimensions{3, 4, 3, 3, 4, 3};
-  std::int32_t weightCount = 8;
-  Ints weightIndices{1, 3, 6};
-  std::vector<double> weights{0.5, 0.25, 0.75};
-  std::vector<double> points;
-  std::vector<double> knots{0.5, -1, 3, 6, 0.25, 10, 11, 13, 20};
-
-  Layout() {
-    for (int i = 0; i < 3 * 22; ++i) points.push_back(i + 0.5);
-  }
-  Bytes body(const Format& format) const {
-    Body out(format);
-    out.version().i32(static_cast<std::int32_t>(curveOf.size()));
-    out.i32(static_cast<std::int32_t>(types.size())).edges(curveOf).edges(tags);
-    out.i32(static_cast<std::int32_t>(flags.size()));
-    for (const std::int32_t flag : flags) out.i32(flag);
-    for (std::size_t i = 0; i < ofKind.size(); ++i)
-      if (i < flags.size() && flags[i] != 0) out.indices(ofKind[i]);
-    out.perCurve(types).perCurve(degrees).perCurve(counts).perCurve(dimensions);
-    out.perCurve({0, 0, 0, 0, 0, 0}).i32(weightCount).indices(weightIndices);
-    out.doubles(weights).doubles(points).doubles(knots);
-    return out.i32(99).i32(0).bytes();
-  }
-};
-
 TEST(Wireframe, EveryFieldIsReadInTheOrderOfItsGeneration) {
   for (const Format& format : {k95, k100, Format{9, 5, true}, Format{10, 5, true}}) {
     SCOPED_TRACE(formatText(format));
-    const Bytes body = Layout().body(format);
+    const Bytes body = WireLayout().body(format);
     const WireframeData data = readWireframe(body, format, 0);
     const auto wires = WireframeAccess::make(data);
     EXPECT_EQ(wires->edgeIds(), (Ints{7, 9, 4, 12, 5, 30, 31}));
@@ -157,7 +69,7 @@ TEST(Wireframe, EveryFieldIsReadInTheOrderOfItsGeneration) {
 }
 
 TEST(Wireframe, AnOddNumberOfPairedKnotsIsCompleted) {
-  Layout layout;
+  WireLayout layout;
   layout.counts[0] = 5;  // three inner knots, of which one pair is stored
   layout.points.insert(layout.points.end(), {1, 2, 3});
   const WireframeData data = readWireframe(layout.body(k100), k100, 0);
@@ -212,40 +124,47 @@ TEST(Wireframe, DoublesInArithmeticCodeAreRead) {
 
 TEST(Wireframe, WhatDoesNotFitIsRefused) {
   struct Damage {
-    const char* what;
-    std::function<void(Layout&)> make;
+    std::function<void(WireLayout&)> make;
+    const char* said;
   };
   const Damage cases[] = {
-      {"no such curve", [](Layout& l) { l.curveOf[2] = 6; }},
-      {"negative curve", [](Layout& l) { l.curveOf[2] = -1; }},
-      {"too few tags", [](Layout& l) { l.tags.pop_back(); }},
-      {"three flags", [](Layout& l) { l.flags.pop_back(), l.ofKind[3].clear(); }},
-      {"two kinds of knots", [](Layout& l) { l.ofKind[2] = {1}; }},
-      {"knots of no curve", [](Layout& l) { l.ofKind[1] = {6}; }},
-      {"not NURBS", [](Layout& l) { l.types[4] = 2; }},
-      {"degree 0", [](Layout& l) { l.degrees[5] = 0; }},
-      {"few points", [](Layout& l) { l.degrees[5] = 2; }},
-      {"very many points", [](Layout& l) { l.counts[1] = 0x7fffffff; }},
-      {"few coordinates", [](Layout& l) { l.points.pop_back(); }},
-      {"trailingBytes coordinates", [](Layout& l) { l.points.push_back(1); }},
-      {"weights of another count", [](Layout& l) { l.weightCount = 7; }},
-      {"weight of no point", [](Layout& l) { l.weightIndices[2] = 8; }},
-      {"index without weight", [](Layout& l) { l.weights.pop_back(); }},
-      {"few knots", [](Layout& l) { l.knots.pop_back(); }},
-      {"trailingBytes knots", [](Layout& l) { l.knots.push_back(1); }},
+      {[](auto& l) { l.curveOf[2] = 6; }, "edge 2 has curve 6, but there are 6"},
+      {[](auto& l) { l.curveOf[2] = -1; }, "edge 2 has curve -1, but there are 6"},
+      {[](auto& l) { l.tags.pop_back(); }, "expected 7 values, found 6"},
+      {[](auto& l) { l.flags.pop_back(), l.ofKind[3].clear(); }, "expected 4 flags, found 3"},
+      {[](auto& l) { l.ofKind[2] = {1}; }, "curve 1 has two kinds of knots, or does not exist"},
+      {[](auto& l) { l.ofKind[1] = {6}; }, "curve 6 has two kinds of knots, or does not exist"},
+      {[](auto& l) { l.types[4] = 2; }, "curve 4 is of the unknown type 2"},
+      {[](auto& l) { l.degrees[5] = 0; }, "curve 5 has 2 control points for a degree of 0"},
+      {[](auto& l) { l.degrees[5] = 2; }, "curve 5 has 2 control points for a degree of 2"},
+      {[](auto& l) { l.counts[1] = 0x7fffffff; },
+       "66 coordinates do not fit the numbers of control points"},
+      {[](auto& l) { l.points.pop_back(); },
+       "65 coordinates do not fit the numbers of control points"},
+      {[](auto& l) { l.points.push_back(1); },
+       "67 coordinates do not fit the numbers of control points"},
+      {[](auto& l) { l.weightCount = 7; },
+       "7 weights with 3 indices and 3 values for 8 points of rational curves"},
+      {[](auto& l) { l.weightIndices[2] = 8; }, "weight 8 of 8"},
+      {[](auto& l) { l.weights.pop_back(); },
+       "8 weights with 3 indices and 2 values for 8 points of rational curves"},
+      {[](auto& l) { l.knots.pop_back(); }, "8 knots do not fit the curves"},
+      {[](auto& l) { l.knots.push_back(1); }, "10 knots do not fit the curves"},
   };
   for (const Format& format : {k95, k100})
     for (const Damage& damage : cases) {
-      SCOPED_TRACE(damage.what);
-      Layout layout;
+      SCOPED_TRACE(damage.said);
+      WireLayout layout;
       damage.make(layout);
-      EXPECT_EQ(errorCode([&] { readWireframe(layout.body(format), format, 0); }), "bad_value");
+      const Bytes body = layout.body(format);
+      EXPECT_EQ(errorCode([&] { readWireframe(body, format, 0); }), "bad_value");
+      EXPECT_EQ(errorText([&] { readWireframe(body, format, 0); }), damage.said);
     }
 }
 
 TEST(Wireframe, EveryTruncationIsAnError) {
   for (const Format& format : {k95, k100}) {
-    const Bytes body = Layout().body(format);
+    const Bytes body = WireLayout().body(format);
     for (std::size_t size = 0; size < body.size(); ++size) {
       const Bytes cut(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(size));
       EXPECT_NE(errorCode([&] { readWireframe(cut, format, 0); }), "") << size;
@@ -379,11 +298,9 @@ TEST(Wireframe, ThePartReturns1ForWiresOnly) {
   VisPartNode none;
   EXPECT_EQ(none.ensureWFRep(), 0);
   EXPECT_EQ(none.wfRep(), nullptr);
-  Layout layout;
+  WireLayout layout;
   layout.curveOf[1] = 88;
-  const Bytes damaged =
-      elementOf(k100, "873a70d0-2ac8-11d1-9b6b-0080c7bb5997", 9, layout.body(k100));
-  const auto root = storage.open(wireFile(k100, damaged));
+  const auto root = storage.open(wireFile(k100, wireContent(k100, layout)));
   EXPECT_EQ(partOf(*root).ensureWFRep(), 0);
   EXPECT_NE(jt::lastError().find("curve 88"), std::string::npos) << jt::lastError();
   // What cannot be read is kept by a save in the same version.

@@ -141,3 +141,13 @@ std::string errorCode(Call call) {
     return error.code();
   }
 }
+/// What that error says.
+template <class Call>
+std::string errorText(Call call) {
+  try {
+    call();
+    return {};
+  } catch (const JtFormatError& error) {
+    return error.message();
+  }
+}
