@@ -11,6 +11,7 @@
 #include "ApiSysFilePath.h"
 #include "Assimp.h"
 #include "JtFormatError.h"
+#include "JtParallel.h"
 #include "MeshFiles.h"
 #include "Orientation.h"
 
@@ -103,16 +104,27 @@ class SceneReader {
 
  private:
   void readMeshes() {
-    MeshLosses losses;
-    for (unsigned i = 0; i < source_.mNumMeshes; ++i) {
-      const aiMesh& mesh = *source_.mMeshes[i];
-      surfaces_.emplace_back();
+    struct Made {
       std::optional<std::size_t> material;
-      if (mesh.mMaterialIndex < scene_.materials.size()) material = mesh.mMaterialIndex;
-      for (auto& made : meshesFrom(mesh, losses)) {
-        surfaces_.back().push_back({scene_.meshes.size(), material});
-        const CoordinateMap* map = material && maps_[*material] ? &*maps_[*material] : nullptr;
-        scene_.meshes.push_back(map ? mapped(std::move(made), *map) : std::move(made));
+      std::vector<std::shared_ptr<const jt::Mesh>> meshes;
+      MeshLosses losses;
+    };
+    std::vector<Made> all(source_.mNumMeshes);
+    jt::inParallel(0, all.size(), [&](std::size_t i) {
+      const aiMesh& mesh = *source_.mMeshes[i];
+      Made& made = all[i];
+      if (mesh.mMaterialIndex < scene_.materials.size()) made.material = mesh.mMaterialIndex;
+      made.meshes = meshesFrom(mesh, made.losses);
+      if (made.material && maps_[*made.material])
+        for (auto& one : made.meshes) one = mapped(std::move(one), *maps_[*made.material]);
+    });
+    MeshLosses losses;
+    for (Made& made : all) {
+      surfaces_.emplace_back();
+      losses.add(made.losses);
+      for (auto& one : made.meshes) {
+        surfaces_.back().push_back({scene_.meshes.size(), made.material});
+        scene_.meshes.push_back(std::move(one));
       }
     }
     for (std::string& note : losses.notes()) scene_.notes.push_back(std::move(note));

@@ -37,6 +37,13 @@ void MeshLosses::add(Loss loss, const aiMesh& mesh, std::size_t count) {
   entry.count += count;
 }
 
+void MeshLosses::add(const MeshLosses& later) {
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    if (entries_[i].count == 0) entries_[i].first = later.entries_[i].first;
+    entries_[i].count += later.entries_[i].count;
+  }
+}
+
 std::vector<std::string> MeshLosses::notes() const {
   std::vector<std::string> notes;
   for (std::size_t i = 0; i < entries_.size(); ++i)

@@ -26,6 +26,8 @@ enum class Loss {
 class MeshLosses {
  public:
   void add(Loss loss, const aiMesh& mesh, std::size_t count = 1);
+  /// Adds those of meshes that come later in the file.
+  void add(const MeshLosses& later);
   /// One text for each kind of loss that there is.
   std::vector<std::string> notes() const;
 

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "JsonWriter.h"
+#include "JtParallel.h"
 #include "JtkwPMITypeMaps.h"
 #include "JtwPMIAnnotation.h"
 #include "NodeProperties.h"
@@ -14,7 +15,6 @@
 #include "Output.h"
 #include "Session.h"
 #include "VertexBuffers.h"
-#include "picture/Parallel.h"
 #include "picture/Vector.h"
 
 namespace tool {
@@ -142,7 +142,7 @@ class Writer {
     std::vector<VertexBuffers> buffers(scene.meshCount());
     std::vector<char> isShown(scene.meshCount());  // a comparison leaves most of the other file out
     for (const Item& item : scene.items()) isShown[item.mesh] = 1;
-    inParallel(jobs_, buffers.size(), [&](std::size_t i) {
+    jt::inParallel(jobs_, buffers.size(), [&](std::size_t i) {
       const jt::Mesh* mesh = scene.mesh(i);
       if (mesh && isShown[i] != 0) buffers[i] = vertexBuffersOf(*mesh);
     });

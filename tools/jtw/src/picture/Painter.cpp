@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Parallel.h"
+#include "JtParallel.h"
 
 namespace tool {
 namespace {
@@ -265,7 +265,7 @@ std::vector<Painter::Work> Painter::divide(const Scene& scene, Kind kind) const 
 
 void Painter::paint(std::span<const DrawList> lists) {
   const std::size_t bands = jobs_ > 1 ? std::size_t{jobs_} * 4 : 1;
-  inParallel(jobs_, bands, [&](std::size_t i) {
+  jt::inParallel(jobs_, bands, [&](std::size_t i) {
     for (const DrawList& list : lists) canvas_.draw(list, canvas_.band(i, bands));
   });
 }
@@ -288,7 +288,7 @@ void Painter::paint(const Scene& scene, Kind kind, const std::function<void(doub
   std::vector<DrawList> lists(group);
   for (std::size_t first = 0; first < all.size(); first += group) {
     const std::size_t count = std::min(group, all.size() - first);
-    inParallel(jobs_, count, [&](std::size_t i) {
+    jt::inParallel(jobs_, count, [&](std::size_t i) {
       DrawList& list = lists[i];
       list.triangles.clear();
       list.lines.clear();

@@ -10,10 +10,10 @@
 #include "ImageDecoder.h"
 #include "Jt.h"
 #include "JtByteText.h"
+#include "JtParallel.h"
 #include "JtPartUtil.h"
 #include "JtStyles.h"
 #include "JtwLeaf.h"
-#include "Parallel.h"
 
 namespace tool {
 namespace {
@@ -181,7 +181,7 @@ void Scene::decode(unsigned jobs, const std::function<void(double)>& progress) {
   meshes_.resize(sources_.size());
   std::mutex reporting;
   std::size_t done = 0;
-  inParallel(jobs, sources_.size(), [&](std::size_t i) {
+  jt::inParallel(jobs, sources_.size(), [&](std::size_t i) {
     jt::setLastError({});
     const Source& source = sources_[i];
     meshes_[i] = source.shape ? source.shape->mesh() : jt::wireMesh(*source.partWithWires);
@@ -195,7 +195,7 @@ void Scene::decode(unsigned jobs, const std::function<void(double)>& progress) {
 
 void Scene::findEdges(double degrees, unsigned jobs) {
   edges_.resize(meshes_.size());
-  inParallel(jobs, meshes_.size(), [&](std::size_t i) {
+  jt::inParallel(jobs, meshes_.size(), [&](std::size_t i) {
     if (meshes_[i]) edges_[i] = featureEdges(*meshes_[i], degrees);
   });
 }

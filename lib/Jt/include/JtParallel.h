@@ -1,0 +1,48 @@
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace jt {
+
+/// Calls work(0) ... work(count - 1), each once and in no certain order, on several threads; the
+/// calling thread is one of them. Returns when all are done. The first exception of any call stops
+/// what has not begun and is thrown here.
+/// @param threads at most so many; 0: one for each core that this process may use. Where the
+///   system gives fewer, fewer do the work.
+template <class Work>
+void inParallel(std::size_t threads, std::size_t count, const Work& work) {
+  std::atomic<std::size_t> next{0};
+  std::mutex mutex;
+  std::exception_ptr failure;
+  const auto run = [&] {
+    for (std::size_t i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) {
+      try {
+        work(i);
+      } catch (...) {
+        const std::lock_guard lock(mutex);
+        if (!failure) failure = std::current_exception();
+        next.store(count, std::memory_order_relaxed);
+      }
+    }
+  };
+  {
+    if (threads == 0) threads = std::max(1U, std::thread::hardware_concurrency());
+    std::vector<std::jthread> helpers;
+    try {
+      for (std::size_t i = 1; i < std::min(threads, count); ++i) helpers.emplace_back(run);
+    } catch (const std::system_error&) {
+      // No more threads available: continue with those that run.
+    }
+    run();
+  }
+  if (failure) std::rethrow_exception(failure);
+}
+
+}  // namespace jt
