@@ -59,6 +59,7 @@ class Comparison {
       comparePairs(pending);
       pairMoved(pending);
     } while (!pending.empty());
+    segments_.compareShapes();
     for (const Lonely& child : onlyA_) report_.tellChild(child.parent, child.index, true);
     for (const Lonely& child : onlyB_) report_.tellChild(child.parent, child.index, false);
     properties_.comparePointers();

@@ -13,6 +13,17 @@ constexpr std::size_t kShownBelow = 56;
 
 }  // namespace
 
+void Report::take(Entry entry) {
+  if (queue_.empty()) return pass(entry);
+  ++held_;
+  queue_.push_back(std::move(entry));
+}
+
+void Report::pass(const Entry& entry) {
+  ++result_.byKind[indexOf(*entry.kind)];
+  if (++result_.differences <= most_ && entry.difference) sink_.difference(*entry.difference);
+}
+
 std::string Report::keyOf(const JtNode& node, const GraphFacts& facts) {
   const JtPropAtom* key = facts.of(&node).key;
   return key ? atomText(*key) : std::string();

@@ -3,7 +3,10 @@
 // Pairs of nodes that were held against each other, and the differences between them.
 
 #include <array>
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "JtCompare.h"
@@ -53,13 +56,34 @@ class Report {
   template <class Values>
   void add(PairId pair, DifferenceKind kind, std::string_view name, Values values) {
     if (isIgnored_[indexOf(kind)]) return;
-    ++result_.byKind[indexOf(kind)];
-    if (++result_.differences > most_) return;
-    Difference difference{
-        pair == kFile ? std::string() : path(pair), kind, std::string(name), {}, {}};
-    if (pair != kFile) difference.key = keyOf(*pairs_[pair].a, graphs_.factsA);
-    values(difference);
-    sink_.difference(difference);
+    // Those that wait may or may not be differences: this one is needed if none of them is.
+    std::unique_ptr<Difference> made;
+    if (result_.differences + held_ < most_) {
+      made = std::make_unique<Difference>();
+      if (pair != kFile) made->path = path(pair);
+      made->kind = kind;
+      made->name = name;
+      if (pair != kFile) made->key = keyOf(*pairs_[pair].a, graphs_.factsA);
+      values(*made);
+    }
+    take({kind, std::move(made)});
+  }
+  /// Keeps a place for what is found out later. Differences that are added from now on are held
+  /// back until finish() is called.
+  void wait() { queue_.push_back({}); }
+  /// Calls tell(0), tell(1) ... for the places in their order: each adds the differences of its
+  /// place, and those that were added behind it follow.
+  template <class Tell>
+  void finish(Tell tell) {
+    const std::vector<Entry> queue = std::exchange(queue_, {});
+    held_ = 0;
+    std::size_t place = 0;
+    for (const Entry& entry : queue) {
+      if (entry.kind)
+        pass(entry);
+      else
+        tell(place++);
+    }
   }
   /// A child of a pair's node that only one side has.
   void tellChild(PairId parent, int index, bool inA);
@@ -72,6 +96,14 @@ class Report {
   static constexpr PairId kFile = 0xffffffffU;
 
  private:
+  /// A difference, counted and reported when it is its turn.
+  struct Entry {
+    std::optional<DifferenceKind> kind;      ///< none: a place that is kept
+    std::unique_ptr<Difference> difference;  ///< null: there are more than are reported
+  };
+  void take(Entry entry);
+  void pass(const Entry& entry);
+
   static std::size_t indexOf(DifferenceKind kind) noexcept {
     return static_cast<std::size_t>(kind);
   }
@@ -85,6 +117,8 @@ class Report {
   CompareSink& sink_;
   CompareResult result_;
   std::vector<NodePair> pairs_;
+  std::vector<Entry> queue_;  ///< from the first place that is kept on
+  std::uint64_t held_ = 0;    ///< differences in it
   NodePaths paths_;
 };
 

@@ -7,6 +7,7 @@
 #include "JtBaseDataStream.h"
 #include "JtCompare.h"
 #include "JtShape.h"
+#include "base/ParallelFor.h"
 #include "file/elements/ElementTable.h"
 #include "file/graph/SceneSource.h"
 #include "file/segments/SegmentObjects.h"
@@ -140,18 +141,21 @@ void SegmentComparison::compareLate(PairId pair, const std::string& key,
   // A segment that several nodes name is compared once.
   if (!seen_.emplace(a.segmentId(), b.segmentId()).second) return;
   if (!placeA.isNowhere() && !placeB.isNowhere()) {
-    const bool isShape = file::isShapeSegment(a.segmentType());
-    if (!isShape) {
-      const Ref<JtBase> objectA = placeA.load(JtMetaData::classTypeID());
-      const Ref<JtBase> objectB = placeB.load(JtMetaData::classTypeID());
-      const auto* dataA = as<JtMetaData>(objectA.get());
-      const auto* dataB = as<JtMetaData>(objectB.get());
-      if (dataA && dataB) return compareMetaData(pair, *dataA, *dataB);
+    if (file::isShapeSegment(a.segmentType())) {
+      report_.wait();
+      shapes_.push_back({pair, key, placeA, placeB, false, {}});
+      constexpr std::size_t kShapesAtATime = 256;
+      if (shapes_.size() == kShapesAtATime) compareShapes();
+      return;
     }
-    if (isShape && compareGeometry(pair)) return;
+    const Ref<JtBase> objectA = placeA.load(JtMetaData::classTypeID());
+    const Ref<JtBase> objectB = placeB.load(JtMetaData::classTypeID());
+    const auto* dataA = as<JtMetaData>(objectA.get());
+    const auto* dataB = as<JtMetaData>(objectB.get());
+    if (dataA && dataB) return compareMetaData(pair, *dataA, *dataB);
     if (sameContent(placeA, placeB)) return;
-    const Ref<JtBase> pmiA = isShape ? nullptr : placeA.load(PMIDataManager::classTypeID());
-    const Ref<JtBase> pmiB = isShape ? nullptr : placeB.load(PMIDataManager::classTypeID());
+    const Ref<JtBase> pmiA = placeA.load(PMIDataManager::classTypeID());
+    const Ref<JtBase> pmiB = placeB.load(PMIDataManager::classTypeID());
     const auto* managerA = as<PMIDataManager>(pmiA.get());
     const auto* managerB = as<PMIDataManager>(pmiB.get());
     if (managerA && managerB &&
@@ -159,16 +163,41 @@ void SegmentComparison::compareLate(PairId pair, const std::string& key,
          holdEntitiesAlone(*managerA, *managerB) || sameObjects(managerA, managerB)))
       return;
   }
+  tellPlaces(pair, key, placeA, placeB);
+}
+
+void SegmentComparison::tellPlaces(PairId pair, const std::string& key, const Place& a,
+                                   const Place& b) {
   report_.add(pair, DifferenceKind::property, key, [&](Difference& difference) {
-    difference.a = placeA.text();
-    difference.b = placeB.text();
+    difference.a = a.text();
+    difference.b = b.text();
   });
 }
 
-/// Compares the meshes of a pair of shapes; false when neither can be decoded.
-bool SegmentComparison::compareGeometry(PairId pair) {
-  const auto* shapeA = as<JtShape>(report_.pair(pair).a);
-  const auto* shapeB = as<JtShape>(report_.pair(pair).b);
+void SegmentComparison::compareShapes() {
+  file::parallelFor(shapes_.size(), [this](std::size_t i) { compareShape(shapes_[i]); });
+  report_.finish([this](std::size_t i) { tell(shapes_[i]); });
+  shapes_.clear();
+}
+
+void SegmentComparison::compareShape(ShapePair& shapes) const {
+  if (!compareMeshes(shapes)) shapes.isSame = sameContent(shapes.a, shapes.b);
+}
+
+void SegmentComparison::tell(const ShapePair& shapes) {
+  if (shapes.isSame) return;
+  if (!shapes.apart) return tellPlaces(shapes.pair, shapes.key, shapes.a, shapes.b);
+  report_.add(shapes.pair, DifferenceKind::geometry, {}, [&](Difference& difference) {
+    difference.a = shapes.apart->a;
+    difference.b = shapes.apart->b;
+    difference.counts = shapes.apart->counts;
+  });
+}
+
+/// False when neither of the meshes can be decoded.
+bool SegmentComparison::compareMeshes(ShapePair& shapes) const {
+  const auto* shapeA = as<JtShape>(report_.pair(shapes.pair).a);
+  const auto* shapeB = as<JtShape>(report_.pair(shapes.pair).b);
   if (!shapeA || !shapeB) return false;
   const std::shared_ptr<const Mesh> meshA = shapeA->mesh();
   const std::string damageA = meshA ? std::string() : lastError();
@@ -177,15 +206,14 @@ bool SegmentComparison::compareGeometry(PairId pair) {
   shapeA->releaseMesh();
   shapeB->releaseMesh();
   if (!meshA && !meshB) return false;
-  const Tolerance tolerance(tolerance_, report_.pair(pair).millimetres, 0);
-  const auto apart =
-      meshA && meshB ? meshDifference(*meshA, *meshB, tolerance) : std::optional(MeshDifference());
-  if (!apart) return true;
-  report_.add(pair, DifferenceKind::geometry, {}, [&](Difference& difference) {
-    difference.a = meshA ? apart->a : "not readable: " + damageA;
-    difference.b = meshB ? apart->b : "not readable: " + damageB;
-    difference.counts = apart->counts;
-  });
+  const Tolerance tolerance(tolerance_, report_.pair(shapes.pair).millimetres, 0);
+  if (meshA && meshB)
+    shapes.apart = meshDifference(*meshA, *meshB, tolerance);
+  else
+    shapes.apart = MeshDifference();
+  if (!meshA) shapes.apart->a = "not readable: " + damageA;
+  if (!meshB) shapes.apart->b = "not readable: " + damageB;
+  shapes.isSame = !shapes.apart;
   return true;
 }
 
