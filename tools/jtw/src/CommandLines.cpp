@@ -80,8 +80,11 @@ ExitCode runForEach(Session& session, const CommandBatch& work) {
   std::vector<std::string> options =
       session.arguments().optionWords({"files-from", "null", "output-dir", "jobs", work.ownOption});
   options.emplace_back("--no-progress");
-  // The processors are busy with the other files.
-  if (work.jobs > 1) options.emplace_back("--jobs=1");
+  // Processors that other files do not keep busy are shared out.
+  if (work.jobs > 1) {
+    const std::size_t ofEach = work.jobs / std::max<std::size_t>(1, pieces.size());
+    options.push_back("--jobs=" + std::to_string(std::max<std::size_t>(1, ofEach)));
+  }
   const auto run = [&](std::size_t i) {
     std::vector<std::string> words{session.command()->name};
     words.insert(words.end(), options.begin(), options.end());

@@ -38,6 +38,20 @@ std::pair<std::size_t, std::size_t> samplesIn(double low, double high, std::size
   return {static_cast<std::size_t>(first), static_cast<std::size_t>(end)};
 }
 
+/// A number that is linear in x: its slope, and where it is 0.
+struct Slope {
+  double alongX;
+  double zero;
+};
+
+/// Narrows [low, high] to where a slope is not negative.
+void keepInside(const Slope& slope, double& low, double& high) {
+  if (slope.alongX > 0)
+    low = std::max(low, slope.zero);
+  else if (slope.alongX < 0)
+    high = std::min(high, slope.zero);
+}
+
 template <std::size_t N>
 std::array<float, N> mixed(const std::array<float, N>& a, const std::array<float, N>& b,
                            const std::array<float, N>& c, const std::array<float, 3>& weights) {
@@ -121,15 +135,22 @@ void Rasterizer::draw(const Triangle& triangle, Rows rows) {
   const Vector alongY{(r[0] - q[0]) * inverse, (p[0] - r[0]) * inverse, (q[0] - p[0]) * inverse};
   const Vector* origin[] = {&q, &r, &p};  // a point where the weight is 0
   const auto [lowX, highX] = std::minmax({p[0], q[0], r[0]});
-  const auto [firstColumn, endColumn] = samplesIn(lowX, highX, 0, width_);
   const std::size_t level = triangle.texture ? levelOf(triangle, std::abs(area)) : 0;
   for (std::size_t row = firstRow; row < endRow; ++row) {
     const double y = static_cast<double>(row) + 0.5;
+    Vector ofRow;
+    double left = lowX;
+    double right = highX;
+    for (std::size_t i = 0; i < 3; ++i) {
+      ofRow[i] = alongY[i] * (y - (*origin[i])[1]);
+      keepInside({alongX[i], (*origin[i])[0] - ofRow[i] / alongX[i]}, left, right);
+    }
+    // One sample more on each side: what the weights say there counts, not where an edge is met.
+    const auto [firstColumn, endColumn] = samplesIn(left - 1, right + 1, 0, width_);
     for (std::size_t column = firstColumn; column < endColumn; ++column) {
       const double x = static_cast<double>(column) + 0.5;
       Vector weights;
-      for (std::size_t i = 0; i < 3; ++i)
-        weights[i] = alongX[i] * (x - (*origin[i])[0]) + alongY[i] * (y - (*origin[i])[1]);
+      for (std::size_t i = 0; i < 3; ++i) weights[i] = alongX[i] * (x - (*origin[i])[0]) + ofRow[i];
       if (weights[0] < 0 || weights[1] < 0 || weights[2] < 0) continue;
       const double depth = weights[0] * p[2] + weights[1] * q[2] + weights[2] * r[2];
       const std::size_t index = row * width_ + column;
