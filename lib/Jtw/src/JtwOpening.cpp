@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "ApiSysFilePath.h"
 #include "JtLastError.h"
 #include "JtwFileNaming.h"
 #include "JtwManager.h"
@@ -17,11 +18,13 @@ OpenError lastOpenError(const ApiDocumentRef& document) {
   const std::string path = pathOf(document);
   if (code == "out_of_memory") return {std::move(code), std::move(text), {.file = path}};
   auto kind = JtwRoot::JT_INITIALIZE_FAILED;
-  if (!JtwRoot::hasJtData(document, kind))
+  if (!JtwRoot::hasJtData(document, kind)) {
+    // A document that is a JT file itself has no place to look in.
+    const bool isThere = kind != JtwRoot::JT_PATH_NOT_FOUND && ApiSysFilePath(path).exists();
     return {"not_found",
-            kind == JtwRoot::JT_PATH_NOT_FOUND ? "there is no such document"
-                                               : "there is no JT file in it",
+            isThere ? "there is no JT file in it" : "there is no such document",
             {.file = path}};
+  }
   if (!known) return {"not_a_component", std::move(text), {.file = path}};
   const JtFormatError failure = *std::move(known);
   OpenError error{failure.code(), failure.message(), failure.where()};
