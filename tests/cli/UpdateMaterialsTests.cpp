@@ -36,6 +36,18 @@ class UpdateMaterials : public testing::Test {
   Workspace work_;
 };
 
+TEST_F(UpdateMaterials, AreNotRepeatedByAResumedRun) {
+  component("gear");
+  component("lid");
+  const std::string line = "update-materials gear.kpak lid.kpak gear.kpak --report r";
+  const std::string outcomes = R"({"summary": {"files": 2}, "outcomes": {"updated": 2}})";
+  EXPECT_TRUE(matches(work_.json(line), outcomes));
+  const std::string before = work_.read("lid.kpak/lid.jt");
+  // The files are no longer those that were read, and still those that the run left behind.
+  EXPECT_TRUE(matches(work_.json(line + " --resume"), outcomes));
+  EXPECT_EQ(work_.read("lid.kpak/lid.jt"), before);
+}
+
 TEST_F(UpdateMaterials, OneDocumentIsDoneOnce) {
   component("gear");
   const std::string before = work_.read("gear.kpak/gear.jt");

@@ -1,13 +1,19 @@
 #include "Batch.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
+#include <numeric>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 
+#include "MergedReport.h"
 #include "Progress.h"
+#include "RunLog.h"
 #include "Session.h"
 #include "Signals.h"
 #include "Workers.h"
@@ -52,36 +58,108 @@ PieceReport PieceReport::unpacked(const std::string& text) {
   return report;
 }
 
-Batch::Batch(Session& session, std::size_t count, Work work)
-    : session_(session), work_(std::move(work)), reports_(count) {}
+Batch::Batch(Session& session, const FileList& list, Work work)
+    : session_(session), work_(std::move(work)), reports_(list.files.size()) {
+  files_.reserve(list.files.size());
+  for (const ListedFile& file : list.files) files_.push_back(file.path);
+  if (session.arguments().has("report")) {
+    log_ = std::make_unique<RunLog>(session, list, work_.outputs);
+    done_ = static_cast<std::size_t>(
+        std::ranges::count_if(files_, [this](const auto& file) { return log_->has(file); }));
+  } else if (session.wantsJson()) {
+    session.beginResult();
+    session.json().key(work_.list);
+    session.json().beginArray();
+  }
+}
+
+Batch::~Batch() = default;
 
 std::size_t Batch::jobs(const Session& session) {
   const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
   return session.arguments().positiveNumber("jobs").value_or(cores);
 }
 
+bool Batch::wantsJson(const Session& session) {
+  return session.wantsJson() || session.arguments().has("report");
+}
+
+void Batch::run(std::size_t jobs) {
+  std::vector<std::size_t> all(size());
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  run(all, jobs);
+}
+
 void Batch::run(const std::vector<std::size_t>& pieces, std::size_t jobs) {
   const SignalsNoted noted;
   session_.out().flush();  // or each process would have it to write
   Progress progress(session_, work_.label);
-  const auto run = [this](std::size_t piece) { return work_.run(piece).packed(); };
+  std::vector<std::size_t> missing = pieces;
+  if (log_) std::erase_if(missing, [this](std::size_t i) { return log_->has(files_[i]); });
+  const auto run = [this](std::size_t piece) {
+    return (log_ ? runForReport(piece) : work_.run(piece)).packed();
+  };
   const auto done = [&](std::size_t piece, const std::optional<std::string>& result) {
     progress.clear();
-    take(piece, result ? PieceReport::unpacked(*result) : work_.lost(piece));
+    take(piece, result ? PieceReport::unpacked(*result) : lose(piece));
     progress.update(static_cast<double>(done_) / static_cast<double>(size()),
                     std::to_string(done_) + " of " + std::to_string(size()));
   };
-  if (runInProcesses(pieces, jobs, run, done)) return;
+  if (runInProcesses(missing, jobs, run, done)) return;
   progress.clear();
   showRest();
   throw Failure(ExitCode::no, "interrupted",
                 std::string("interrupted (") + strsignal(notedSignal()) +
-                    "): " + std::to_string(done_) + " of " + std::to_string(size()) + " are done");
+                    "): " + std::to_string(done_) + " of " + std::to_string(size()) + " are done" +
+                    (log_ ? "; --resume does the others" : ""));
+}
+
+RunEntry Batch::entryOf(std::size_t piece, const PieceReport& report) const {
+  RunEntry entry;
+  entry.id = idOf(files_[piece]);
+  entry.file = files_[piece];
+  entry.exit = report.exit;
+  entry.outcome = work_.outcome(report);
+  return entry;
+}
+
+/// Does a piece; the line for the report takes the place of its result.
+PieceReport Batch::runForReport(std::size_t piece) const {
+  using Clock = std::chrono::steady_clock;
+  // A file that changes while it is worked on counts as changed, unless the work changes it.
+  const FileState before = FileState::of(files_[piece]);
+  const Clock::time_point start = Clock::now();
+  PieceReport report = work_.run(piece);
+  RunEntry entry = entryOf(piece, report);
+  const auto time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+  entry.seconds = static_cast<double>(time.count()) / 1e6;
+  entry.state = work_.changesFiles ? FileState::of(files_[piece]) : before;
+  std::string output = work_.outputs.empty() ? std::string() : work_.outputs[piece];
+  std::error_code ignored;
+  if (!output.empty() && !std::filesystem::exists(output, ignored)) output.clear();
+  entry.format(output, report.body);
+  report.body = std::move(entry.text);
+  return report;
+}
+
+PieceReport Batch::lose(std::size_t piece) const {
+  PieceReport report = work_.lost(piece);
+  if (!log_) return report;
+  RunEntry entry = entryOf(piece, report);
+  entry.lost = true;
+  entry.format({}, report.body);
+  report.body = std::move(entry.text);
+  return report;
 }
 
 void Batch::take(std::size_t piece, PieceReport report) {
   ++done_;
   if (work_.done) work_.done(piece, report);
+  if (log_) {
+    log_->append(report.body);
+    showWarnings(report);
+    return;
+  }
   reports_[piece] = std::move(report);
   const std::size_t before = shown_;
   for (; shown_ < size() && reports_[shown_]; ++shown_) show(*reports_[shown_]);
@@ -93,13 +171,17 @@ void Batch::showRest() {
     if (reports_[shown_]) show(*reports_[shown_]);
 }
 
-void Batch::show(const PieceReport& report) {
+void Batch::showWarnings(const PieceReport& report) {
   const std::string_view warnings = report.warnings;
   for (std::size_t at = 0; at < warnings.size();) {
     const std::size_t end = warnings.find('\n', at);
     session_.warn(std::string(warnings.substr(at, end - at)));
     at = end + 1;
   }
+}
+
+void Batch::show(const PieceReport& report) {
+  showWarnings(report);
   if (session_.wantsJson())
     session_.json().raw(indented(report.body));
   else if (work_.isAlwaysShown || !session_.isQuiet() || report.exit != ExitCode::done)
@@ -112,17 +194,25 @@ std::size_t Batch::count(std::uint8_t outcome) const {
 }
 
 ExitCode Batch::exit() const {
-  std::size_t failures = 0;
-  bool allAlike = true;
-  const std::optional<PieceReport>* first = nullptr;
-  for (const auto& report : reports_) {
-    if (!report || report->exit == ExitCode::done) continue;
-    ++failures;
-    if (!first) first = &report;
-    allAlike = allAlike && report->exit == (*first)->exit;
+  std::vector<ExitCode> exits;
+  for (const auto& report : reports_) exits.push_back(report ? report->exit : ExitCode::done);
+  return exitOfAll(exits);
+}
+
+std::optional<MergedReport> Batch::report() const {
+  if (!log_) return std::nullopt;
+  return MergedReport({readRunReport(log_->path())}, MergedReport::Scope::oneRun);
+}
+
+ExitCode Batch::finish(const std::function<void()>& summarize) {
+  if (const std::optional<MergedReport> merged = report()) {
+    showReport(session_, *merged, false);
+    return merged->exit();
   }
-  if (failures == 0) return ExitCode::done;
-  return failures == size() && allAlike ? (*first)->exit : ExitCode::no;
+  if (session_.wantsJson()) session_.json().end();
+  summarize();
+  if (session_.wantsJson()) session_.endResult();
+  return exit();
 }
 
 }  // namespace tool

@@ -79,6 +79,7 @@ ExitCode runView(Session& session);
 ExitCode runImport(Session& session);
 ExitCode runConvert(Session& session);
 ExitCode runUpdateMaterials(Session& session);
+ExitCode runReport(Session& session);
 ExitCode runHelp(Session& session);
 ExitCode runCompletion(Session& session);
 /// The help of the program, or of one command.

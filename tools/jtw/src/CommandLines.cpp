@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <numeric>
 
 #include "Batch.h"
 #include "Command.h"
@@ -46,7 +45,7 @@ PieceReport reportOf(const Session& session, const std::vector<std::string>& wor
   report.outcome = static_cast<std::uint8_t>(report.exit);
   report.body = captured.text();
   // A closed pipe, and nothing else, ends a command without a word.
-  if (session.wantsJson() && report.body.empty()) report.body = "null";
+  if (Batch::wantsJson(session) && report.body.empty()) report.body = "null";
   return report;
 }
 
@@ -56,7 +55,7 @@ PieceReport lostPiece(const Session& session, const std::string& file) {
   report.exit = ExitCode::input;
   report.outcome = static_cast<std::uint8_t>(report.exit);
   Output out;
-  if (session.wantsJson()) {
+  if (Batch::wantsJson(session)) {
     JsonWriter json(out);
     json.beginObject();
     json.member("schema", "jtw.error/1");
@@ -75,49 +74,44 @@ PieceReport lostPiece(const Session& session, const std::string& file) {
 
 }  // namespace
 
-ExitCode runForEach(Session& session, const CommandBatch& work) {
-  const std::vector<CommandPiece>& pieces = work.pieces;
+ExitCode runForEach(Session& session, const FileList& list, const CommandBatch& work) {
   std::vector<std::string> options =
-      session.arguments().optionWords({"files-from", "null", "output-dir", "jobs", work.ownOption});
+      session.arguments().optionWords({"files-from", "null", "output-dir", "jobs", "shard",
+                                       "report", "resume", "retry-failed", "json", work.ownOption});
+  if (Batch::wantsJson(session)) options.emplace_back("--json");
   options.emplace_back("--no-progress");
   // Processors that other files do not keep busy are shared out.
-  if (work.jobs > 1) {
-    const std::size_t ofEach = work.jobs / std::max<std::size_t>(1, pieces.size());
-    options.push_back("--jobs=" + std::to_string(std::max<std::size_t>(1, ofEach)));
-  }
+  const std::size_t atATime = std::max<std::size_t>(1, std::min(work.jobs, list.files.size()));
+  const std::size_t ofEach = std::max<std::size_t>(1, Batch::jobs(session) / atATime);
+  options.push_back("--jobs=" + std::to_string(ofEach));
   const auto run = [&](std::size_t i) {
     std::vector<std::string> words{session.command()->name};
     words.insert(words.end(), options.begin(), options.end());
-    words.emplace_back("--");
-    words.insert(words.end(), pieces[i].arguments.begin(), pieces[i].arguments.end());
+    words.insert(words.end(), {"--", list.files[i].path});
+    if (!work.outputs.empty()) words.push_back(work.outputs[i]);
     return reportOf(session, words);
   };
-  const auto lost = [&](std::size_t i) { return lostPiece(session, pieces[i].file); };
-  Batch batch(session, pieces.size(),
+  const auto lost = [&](std::size_t i) { return lostPiece(session, list.files[i].path); };
+  const auto outcome = [](const PieceReport& report) {
+    return std::string(report.exit == ExitCode::done ? "done" : "failed");
+  };
+  Batch batch(session, list,
               {.label = session.command()->name,
+               .outcome = outcome,
                .run = run,
                .lost = lost,
                .done = {},
-               .isAlwaysShown = !work.isQuietWithQuiet});
-  std::vector<std::size_t> all(pieces.size());
-  std::iota(all.begin(), all.end(), std::size_t{0});
-  const bool toJson = session.wantsJson();
-  if (toJson) {
-    session.beginResult();
-    session.json().key("files");
-    session.json().beginArray();
-  }
-  batch.run(all, work.jobs);
-  if (toJson) {
-    session.json().end();
+               .isAlwaysShown = !work.isQuietWithQuiet,
+               .outputs = work.outputs});
+  batch.run(work.jobs);
+  return batch.finish([&] {
+    if (!session.wantsJson()) return;
     session.json().key("summary");
     session.json().beginObject(JsonWriter::Layout::line);
     session.json().member("files", batch.size());
     session.json().member("failed", batch.size() - batch.count(0));
     session.json().end();
-    session.endResult();
-  }
-  return batch.exit();
+  });
 }
 
 ExitCode runIntoFolder(Session& session, const FolderResults& results) {
@@ -128,13 +122,12 @@ ExitCode runIntoFolder(Session& session, const FolderResults& results) {
                            std::ranges::any_of(list.files, [](const ListedFile& file) {
                              return DocumentName(file.path).isJt;
                            });
-  if (sharesFiles) requireSeparateParts(session, list, outputs);
+  if (sharesFiles) requireSeparateParts(session, list, results.folder, results.extension);
   if (!arguments.has("dry-run")) makeFoldersOf(outputs);
-  CommandBatch batch{
-      .pieces = {}, .jobs = sharesFiles ? 1 : Batch::jobs(session), .ownOption = results.ownOption};
-  for (std::size_t i = 0; i < outputs.size(); ++i)
-    batch.pieces.push_back({{list.files[i].path, outputs[i]}, list.files[i].path});
-  return runForEach(session, batch);
+  return runForEach(session, list,
+                    {.outputs = outputs,
+                     .jobs = sharesFiles ? 1 : Batch::jobs(session),
+                     .ownOption = results.ownOption});
 }
 
 }  // namespace tool

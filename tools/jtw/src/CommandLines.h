@@ -5,29 +5,26 @@
 #include <vector>
 
 #include "Failure.h"
+#include "FileList.h"
 
 namespace tool {
 
 class Session;
 
-/// A command line for one file of several.
-struct CommandPiece {
-  std::vector<std::string> arguments;  ///< in the place of those that were given
-  std::string file;                    ///< for messages
-};
-
 /// What is to be done for several files.
 struct CommandBatch {
-  std::vector<CommandPiece> pieces;
+  /// The file that each makes, named behind it on the command line; may be empty.
+  std::vector<std::string> outputs;
   std::size_t jobs = 1;          ///< how many run at a time at most
   bool isQuietWithQuiet = true;  ///< --quiet shows failures only
   const char* ownOption = "";    ///< one that the command has for several files alone
 };
 
-/// Runs the session's command for each of several files, each in a process of its own, with the
-/// options that were given but those that choose files. As JSON the result has `files`, a list of
-/// what the command prints for one file, an error among it, and `summary`, `{files, failed}`.
-ExitCode runForEach(Session& session, const CommandBatch& work);
+/// Runs the session's command for each file of the list, each in a process of its own, with the
+/// options that were given but those that are for several files. As JSON the result has `files`, a
+/// list of what the command prints for one file, an error among it, and `summary`, `{files,
+/// failed}`.
+ExitCode runForEach(Session& session, const FileList& list, const CommandBatch& work);
 
 /// Results that go into a folder.
 struct FolderResults {

@@ -25,6 +25,14 @@ Failure fromFormatError(ExitCode exit, const JtFormatError& error, const std::st
 
 }  // namespace
 
+ExitCode exitOfAll(std::span<const ExitCode> exits) {
+  const auto isDone = [](ExitCode exit) { return exit == ExitCode::done; };
+  if (std::ranges::all_of(exits, isDone)) return ExitCode::done;
+  const ExitCode first = exits.front();
+  const bool areAlike = std::ranges::all_of(exits, [&](ExitCode exit) { return exit == first; });
+  return areAlike ? first : ExitCode::no;
+}
+
 void failUsage(const std::string& message) { throw Failure(ExitCode::usage, "usage", message); }
 
 void failRefused(const std::string& document, const char* code, const std::string& message) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -20,6 +21,10 @@ enum class ExitCode : int {
   output = 4,   ///< an output cannot be written
   refused = 5,  ///< the model refuses
 };
+
+/// How work on several files ends: 0 when all are done, the code of the failures when all failed
+/// alike, else 1.
+ExitCode exitOfAll(std::span<const ExitCode> exits);
 
 /// A command that cannot be done. `code()` is stable and meant for programs.
 class Failure : public std::runtime_error {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <set>
 #include <string_view>
@@ -12,7 +13,10 @@
 #include "Command.h"
 #include "Component.h"
 #include "InputFile.h"
+#include "RunLog.h"
+#include "RunReport.h"
 #include "Session.h"
+#include "Shard.h"
 
 namespace tool {
 namespace {
@@ -35,8 +39,10 @@ void search(const fs::path& folder, Wanted wanted, std::vector<ListedFile>& foun
     const DocumentName name(path);
     const bool isDocument = wanted == Wanted::documents && name.isFolder && isFolder;
     if (isDocument && entry->is_directory()) entry.disable_recursion_pending();
-    if (isDocument || (!isFolder && name.isJt && !name.isFolder))
-      found.push_back({path, entry->path().lexically_relative(folder).string()});
+    if (isDocument || (!isFolder && name.isJt && !name.isFolder)) {
+      const std::string place = entry->path().lexically_relative(folder).string();
+      found.push_back({path, place, place});
+    }
     error.clear();  // of one entry that is gone again
   }
   if (error)
@@ -69,6 +75,30 @@ std::vector<std::string> readNames(const std::string& list, bool endWithZero) {
   return names;
 }
 
+/// A report has a line for each file, however often it is named.
+void keepOnce(std::vector<ListedFile>& files) {
+  std::set<std::string> known;
+  std::erase_if(files, [&known](const ListedFile& file) {
+    if (file.path == "-") failUsage("'-' has no name that a report could have");
+    return !known.insert(idOf(file.path)).second;
+  });
+}
+
+void leaveToOthers(const Shard& shard, FileList& list) {
+  const auto others =
+      std::stable_partition(list.files.begin(), list.files.end(),
+                            [&shard](const ListedFile& file) { return shard.has(file.key); });
+  list.others.assign(std::make_move_iterator(others), std::make_move_iterator(list.files.end()));
+  list.files.erase(others, list.files.end());
+}
+
+std::string outputOf(const ListedFile& file, const std::string& folder,
+                     const std::string& extension) {
+  fs::path place(file.place);
+  place.replace_extension(extension);
+  return (fs::path(folder) / place).string();
+}
+
 /// One text for all names of a file.
 std::string real(const std::string& path) {
   std::error_code ignored;
@@ -80,6 +110,7 @@ std::string real(const std::string& path) {
 
 FileList listFiles(const Session& session, Wanted wanted) {
   const Arguments& arguments = session.arguments();
+  checkReportOptions(session);
   std::vector<std::string> names = arguments.positional();
   const std::string* list = arguments.value("files-from");
   if (!list) {
@@ -92,19 +123,23 @@ FileList listFiles(const Session& session, Wanted wanted) {
     names.insert(names.end(), more.begin(), more.end());
   }
   FileList found;
-  found.isOne = names.size() == 1 && !list && !isPlainFolder(names[0]);
+  found.isOne = names.size() == 1 && !list && !isPlainFolder(names[0]) &&
+                !arguments.has("report") && !arguments.has("shard");
   for (const std::string& name : names) {
     if (isPlainFolder(name))
       search(name, wanted, found.files);
     else
       found.files.push_back(
-          {name, name.empty() ? name : fs::path(DocumentName(name).path).filename().string()});
+          {name, name.empty() ? name : fs::path(DocumentName(name).path).filename().string(),
+           fs::path(name).lexically_normal().string()});
   }
+  if (arguments.has("report")) keepOnce(found.files);
+  if (const auto shard = Shard::of(arguments)) leaveToOthers(*shard, found);
   return found;
 }
 
 void requireNoList(const Session& session) {
-  for (const char* option : {"files-from", "null"})
+  for (const char* option : {"files-from", "null", "shard", "report", "resume", "retry-failed"})
     if (session.arguments().has(option))
       failUsage("--" + std::string(option) + " is for several files, with --output-dir");
 }
@@ -112,17 +147,14 @@ void requireNoList(const Session& session) {
 std::vector<std::string> outputsOf(const FileList& list, const std::string& folder,
                                    const std::string& extension) {
   std::set<std::string> read;
-  for (const ListedFile& file : list.files) {
-    if (file.path == "-") failUsage("'-' has no name that a file in '" + folder + "' could have");
-    read.insert(real(jtFileOf(DocumentName(file.path).path)));
-  }
-  std::vector<std::string> outputs;
+  for (const auto* files : {&list.files, &list.others})
+    for (const ListedFile& file : *files) {
+      if (file.path == "-") failUsage("'-' has no name that a file in '" + folder + "' could have");
+      read.insert(real(jtFileOf(DocumentName(file.path).path)));
+    }
   std::map<std::string, std::string> sources;
-  for (const ListedFile& file : list.files) {
-    fs::path place(file.place);
-    place.replace_extension(extension);
-    outputs.push_back((fs::path(folder) / place).string());
-    const std::string& output = outputs.back();
+  const auto claim = [&](const ListedFile& file) {
+    const std::string output = outputOf(file, folder, extension);
     const auto [earlier, isNew] = sources.emplace(output, file.path);
     if (!isNew)
       failUsage("'" + earlier->second + "' and '" + file.path + "' would both become '" + output +
@@ -130,12 +162,16 @@ std::vector<std::string> outputsOf(const FileList& list, const std::string& fold
     if (read.contains(real(output)))
       failUsage("'" + file.path + "' would become '" + output +
                 "', which is read; nothing was written");
-  }
+    return output;
+  };
+  std::vector<std::string> outputs;
+  for (const ListedFile& file : list.files) outputs.push_back(claim(file));
+  for (const ListedFile& file : list.others) claim(file);
   return outputs;
 }
 
-void requireSeparateParts(const Session& session, const FileList& list,
-                          const std::vector<std::string>& outputs) {
+void requireSeparateParts(const Session& session, const FileList& list, const std::string& folder,
+                          const std::string& extension) {
   const jt::ReadLimits limits = readLimits(session);
   std::map<std::string, std::string> sources;  // of the files that are written
   const auto claim = [&sources](const std::string& output, const std::string& source) {
@@ -144,13 +180,15 @@ void requireSeparateParts(const Session& session, const FileList& list,
       failUsage("'" + known->second + "' and '" + source + "' would both become '" + output +
                 "'; nothing was written");
   };
-  for (std::size_t i = 0; i < outputs.size(); ++i)
-    claim(outputs[i], jtFileOf(DocumentName(list.files[i].path).path));
-  for (std::size_t i = 0; i < outputs.size(); ++i) {
-    if (!DocumentName(list.files[i].path).isJt) continue;
-    const std::string file = jtFileOf(DocumentName(list.files[i].path).path);
+  for (const auto* files : {&list.files, &list.others})
+    for (const ListedFile& file : *files)
+      claim(outputOf(file, folder, extension), jtFileOf(DocumentName(file.path).path));
+  // Other shards look for their own part files: this costs an opened file each.
+  for (const ListedFile& listed : list.files) {
+    if (!DocumentName(listed.path).isJt) continue;
+    const std::string file = jtFileOf(DocumentName(listed.path).path);
     const fs::path from = fs::path(real(file)).parent_path();
-    const fs::path to = fs::path(outputs[i]).parent_path();
+    const fs::path to = fs::path(outputOf(listed, folder, extension)).parent_path();
     for (const jt::PartFile& part : listPartFiles(*inputLocation(file), limits))
       if (part.state == jt::PartFile::State::read)
         claim((to / fs::path(real(part.file)).lexically_relative(from)).string(), part.file);

@@ -153,6 +153,14 @@ void claimOutput(Session& session, const std::string& path, bool dryRun) {
   session.resultsToStandardError();
 }
 
+std::string reportName(const Session& session, const char* option) {
+  const std::string* file = session.arguments().value(option);
+  if (!file) return {};
+  if (file->empty() || DocumentName(*file).isJt)
+    failUsage("--" + std::string(option) + " is '" + *file + "', no name for a report");
+  return *file;
+}
+
 // Not through the storage manager in use: it may be that of a host, for JT data alone.
 std::vector<std::byte> readBytes(const std::string& path) try {
   if (path == "-") return readStandardInput();

@@ -26,6 +26,10 @@ jt::Ref<JtStorageLocation> outputLocation(const std::string& path);
 /// Failure "usage" when that is a terminal.
 void claimOutput(Session& session, const std::string& path, bool dryRun);
 
+/// The file that an option names for a report; empty when it was not given. Throws Failure "usage"
+/// for what has to be the next word on the command line.
+std::string reportName(const Session& session, const char* option);
+
 /// All bytes of a FILE that is read as it is; "-" is standard input. Throws Failure.
 std::vector<std::byte> readBytes(const std::string& path);
 /// Writes a FILE as it is, whole or not at all; "-" is standard output. Throws Failure.

@@ -57,9 +57,10 @@ void Session::resultsToStandardError() {
   style_ = styleFor(*results_);
 }
 
-void Session::beginResult() {
+void Session::beginResult(std::string_view name) {
+  if (name.empty()) name = command() ? command()->name : "version";
   json().beginObject();
-  json().member("schema", "jtw." + std::string(command() ? command()->name : "version") + "/1");
+  json().member("schema", "jtw." + std::string(name) + "/1");
 }
 
 void Session::endResult() {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Arguments.h"
@@ -44,8 +45,8 @@ class Session {
   /// To be called when a file is written to standard output.
   void resultsToStandardError();
 
-  /// Begins the one object of the results, with its schema.
-  void beginResult();
+  /// Begins the one object of the results, with the schema of the command, or of another one.
+  void beginResult(std::string_view name = {});
   /// Ends it, with the warnings so far as its last member.
   void endResult();
 

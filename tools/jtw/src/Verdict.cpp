@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "Arguments.h"
 #include "Failure.h"
 #include "FindingCodes.h"
 #include "JsonWriter.h"
 #include "JtwNearestName.h"
 #include "Output.h"
-#include "Session.h"
 
 namespace tool {
 namespace {
@@ -79,10 +79,10 @@ std::vector<jt::Diagnostic> unpackedFindings(const Json& list) {
 
 }  // namespace
 
-VerdictRules VerdictRules::of(const Session& session) {
+VerdictRules VerdictRules::of(const Arguments& arguments) {
   VerdictRules rules;
-  rules.isStrict = session.arguments().has("strict");
-  for (const std::string& codes : session.arguments().values("ignore"))
+  rules.isStrict = arguments.has("strict");
+  for (const std::string& codes : arguments.values("ignore"))
     for (const std::string& code : commaList(codes)) rules.ignored.insert(checkedCode(code));
   return rules;
 }
@@ -138,6 +138,37 @@ void writeVerdict(JsonWriter& json, const Verdict& verdict) {
     json.end();
   }
   json.end();
+}
+
+Verdict verdictOf(const Json& written) {
+  const auto text = [](const Json& object, const char* name) {
+    const auto found = object.find(name);
+    return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+  };
+  Verdict verdict{.file = text(written, "file"), .findings = {}, .parts = {}};
+  const auto findings = written.find("findings");
+  if (findings == written.end()) return verdict;
+  for (const Json& row : *findings) {
+    if (!row.is_object()) continue;
+    jt::Diagnostic finding{text(row, "code"),
+                           text(row, "message"),
+                           text(row, "segment"),
+                           {},
+                           text(row, "severity") == "error"};
+    const auto offset = row.find("offset");
+    if (offset != row.end() && offset->is_number_unsigned())
+      finding.offset = offset->get<std::uint64_t>();
+    const std::string file = text(row, "file");
+    if (file.empty()) {
+      verdict.findings.push_back(std::move(finding));
+      continue;
+    }
+    // Findings of a part file follow each other.
+    if (verdict.parts.empty() || verdict.parts.back().part.file != file)
+      verdict.parts.emplace_back().part.file = file;
+    verdict.parts.back().findings.push_back(std::move(finding));
+  }
+  return verdict;
 }
 
 void showVerdict(Output& out, const Style& style, const Verdict& verdict) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <set>
 #include <string>
@@ -11,9 +12,9 @@
 
 namespace tool {
 
+class Arguments;
 class JsonWriter;
 class Output;
-class Session;
 class Style;
 
 /// What findings mean for the answer.
@@ -22,7 +23,7 @@ struct VerdictRules {
   std::set<std::string> ignored;  ///< codes of findings that are left out
 
   /// --strict and --ignore. Throws Failure "usage".
-  static VerdictRules of(const Session& session);
+  static VerdictRules of(const Arguments& arguments);
 };
 
 /// A part file, and what is wrong with it.
@@ -54,6 +55,8 @@ struct Verdict {
 
 /// Writes the members of a verdict into the object that is open.
 void writeVerdict(JsonWriter& json, const Verdict& verdict);
+/// The verdict that was written as this object; members that are missing or wrong count as empty.
+Verdict verdictOf(const nlohmann::json& written);
 void showVerdict(Output& out, const Style& style, const Verdict& verdict);
 
 /// A verdict as bytes, for another process of this program.

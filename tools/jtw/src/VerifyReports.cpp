@@ -1,10 +1,12 @@
 #include "VerifyReports.h"
 
 #include <nlohmann/json.hpp>
+#include <span>
 #include <string_view>
 
 #include "Failure.h"
 #include "FindingCodes.h"
+#include "InputFile.h"
 #include "Output.h"
 
 namespace tool {
@@ -140,6 +142,21 @@ std::string junitReport(const std::vector<Verdict>& verdicts, const VerdictRules
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites" + counts +
          ">\n  <testsuite name=\"jtw verify\"" + counts + " skipped=\"0\">\n" + cases +
          "  </testsuite>\n</testsuites>\n";
+}
+
+VerifyReportFiles::VerifyReportFiles(Session& session)
+    : sarif_(reportName(session, "sarif")), junit_(reportName(session, "junit")) {
+  if (sarif_ == "-" && junit_ == "-") failUsage("only one report can go to standard output");
+  claimOutput(session, sarif_ == "-" ? sarif_ : junit_, false);
+}
+
+void VerifyReportFiles::write(const std::vector<Verdict>& verdicts,
+                              const VerdictRules& rules) const {
+  const auto save = [](const std::string& file, const std::string& text) {
+    writeBytes(file, std::as_bytes(std::span(text)));
+  };
+  if (!sarif_.empty()) save(sarif_, sarifLog(verdicts, rules));
+  if (!junit_.empty()) save(junit_, junitReport(verdicts, rules));
 }
 
 }  // namespace tool

@@ -291,9 +291,8 @@ void showFacts(Session& session, const std::string& path, const Facts& facts) {
 ExitCode runInfo(Session& session) {
   const FileList list = listFiles(session);
   if (!list.isOne) {
-    CommandBatch batch{.pieces = {}, .jobs = Batch::jobs(session), .isQuietWithQuiet = false};
-    for (const ListedFile& file : list.files) batch.pieces.push_back({{file.path}, file.path});
-    return runForEach(session, batch);
+    return runForEach(session, list,
+                      {.outputs = {}, .jobs = Batch::jobs(session), .isQuietWithQuiet = false});
   }
   const std::string& path = session.argument(0);
   const OpenedAssembly opened = openAssembly(session, path);

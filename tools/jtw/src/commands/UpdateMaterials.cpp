@@ -54,7 +54,7 @@ PieceReport reportOf(Session& session, const std::string& document, const Materi
     for (const jt::Diagnostic& warning : update.saved->warnings)
       report.warnings += printable(update.saved->file + ": " + warning.message) + "\n";
   Output out;
-  if (session.wantsJson()) {
+  if (Batch::wantsJson(session)) {
     JsonWriter json(out);
     json.beginObject();
     writeMaterialUpdate(json, document, update);
@@ -100,39 +100,43 @@ void writeSummary(JsonWriter& json, const Batch& batch) {
 }
 
 /// Every document in a process of its own, files that are named twice one after the other.
-ExitCode updateMany(Session& session, const std::vector<std::string>& documents,
+ExitCode updateMany(Session& session, const FileList& list,
                     const std::vector<DocumentName>& names) {
   const bool dryRun = session.arguments().has("dry-run");
   const auto run = [&](std::size_t i) {
-    return reportOf(session, documents[i], updateMaterials(names[i], dryRun));
+    return reportOf(session, list.files[i].path, updateMaterials(names[i], dryRun));
   };
-  const auto lost = [&](std::size_t i) { return reportOf(session, documents[i], lostUpdate()); };
+  const auto lost = [&](std::size_t i) {
+    return reportOf(session, list.files[i].path, lostUpdate());
+  };
   const auto done = [&](std::size_t i, const PieceReport& report) {
     if (!dryRun && report.outcome == static_cast<std::uint8_t>(Outcome::updated))
-      session.noteWritten(documents[i]);
+      session.noteWritten(list.files[i].path);
   };
-  Batch batch(session, names.size(), {"update-materials", run, lost, done});
+  const auto outcome = [](const PieceReport& report) {
+    return std::string(outcomeName(static_cast<Outcome>(report.outcome)));
+  };
+  Batch batch(session, list,
+              {.label = "update-materials",
+               .list = "documents",
+               .outcome = outcome,
+               .run = run,
+               .lost = lost,
+               .done = done,
+               .changesFiles = true});
   std::vector<std::size_t> first;
   std::vector<std::size_t> again;
   std::unordered_set<std::string> files;
   for (std::size_t i = 0; i < names.size(); ++i)
     (files.insert(fileOf(names[i])).second ? first : again).push_back(i);
-  const bool toJson = session.wantsJson();
-  if (toJson) {
-    session.beginResult();
-    session.json().key("documents");
-    session.json().beginArray();
-  }
   batch.run(first, Batch::jobs(session));
   batch.run(again, 1);
-  if (toJson) {
-    session.json().end();
-    writeSummary(session.json(), batch);
-    session.endResult();
-  } else if (!session.isQuiet()) {
-    session.out().line(summaryOf(batch));
-  }
-  return batch.exit();
+  return batch.finish([&] {
+    if (session.wantsJson())
+      writeSummary(session.json(), batch);
+    else if (!session.isQuiet())
+      session.out().line(summaryOf(batch));
+  });
 }
 
 void showOne(Session& session, const MaterialUpdate& update, bool dryRun) {
@@ -161,10 +165,7 @@ ExitCode runUpdateMaterials(Session& session) {
     showOne(session, updateMaterials(names[0], dryRun), dryRun);
     return ExitCode::done;
   }
-  std::vector<std::string> documents;
-  documents.reserve(list.files.size());
-  for (const ListedFile& file : list.files) documents.push_back(file.path);
-  return updateMany(session, documents, names);
+  return updateMany(session, list, names);
 }
 
 }  // namespace tool

@@ -1,10 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <iterator>
-#include <numeric>
 #include <optional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +14,7 @@
 #include "InputFile.h"
 #include "JtFileGuard.h"
 #include "JtFormatError.h"
+#include "MergedReport.h"
 #include "Progress.h"
 #include "Session.h"
 #include "Verdict.h"
@@ -43,34 +41,15 @@ Verdict examine(Session& session, const std::string& path,
   return tool::examine(path, rules, progress);
 }
 
-/// Where reports in other forms go.
+/// The answer, and where reports in other forms go.
 struct Reports {
-  explicit Reports(Session& session) : rules(VerdictRules::of(session)) {
-    const auto name = [&](const char* option) {
-      const std::string* file = session.arguments().value(option);
-      if (!file) return std::string();
-      // The next word on the command line, when the name was forgotten.
-      if (file->empty() || DocumentName(*file).isJt)
-        failUsage("--" + std::string(option) + " is '" + *file + "', no name for a report");
-      return *file;
-    };
-    sarif = name("sarif");
-    junit = name("junit");
-    if (sarif == "-" && junit == "-") failUsage("only one report can go to standard output");
-    claimOutput(session, sarif == "-" ? sarif : junit, false);
-  }
-  bool any() const { return !sarif.empty() || !junit.empty(); }
-  void write(const std::vector<Verdict>& verdicts) const {
-    const auto save = [](const std::string& file, const std::string& text) {
-      writeBytes(file, std::as_bytes(std::span(text)));
-    };
-    if (!sarif.empty()) save(sarif, sarifLog(verdicts, rules));
-    if (!junit.empty()) save(junit, junitReport(verdicts, rules));
-  }
+  explicit Reports(Session& session)
+      : files(session), rules(VerdictRules::of(session.arguments())) {}
+  bool any() const { return files.any(); }
+  void write(const std::vector<Verdict>& verdicts) const { files.write(verdicts, rules); }
 
+  VerifyReportFiles files;
   VerdictRules rules;
-  std::string sarif;
-  std::string junit;
 };
 
 ExitCode verifyOne(Session& session, const std::string& path, const Reports& reports) {
@@ -131,7 +110,7 @@ PieceReport reportOf(Session& session, Verdict verdict, const Reports& reports) 
                 : verdict.passes(reports.rules) ? ExitCode::done
                                                 : ExitCode::no;
   Output out;
-  if (session.wantsJson()) {
+  if (Batch::wantsJson(session)) {
     JsonWriter json(out);
     json.beginObject();
     writeVerdict(json, verdict);
@@ -141,6 +120,19 @@ PieceReport reportOf(Session& session, Verdict verdict, const Reports& reports) 
   }
   report.body = out.take();
   return report;
+}
+
+std::string wordFor(const PieceReport& report) {
+  switch (static_cast<Outcome>(report.outcome)) {
+    case Outcome::sound:
+      // With --strict, warnings fail it.
+      return report.exit == ExitCode::done ? "sound" : "sound with warnings";
+    case Outcome::notSound:
+      return "not sound";
+    case Outcome::unreadable:
+      return "unreadable";
+  }
+  return {};
 }
 
 void showSummary(Session& session, const Batch& batch) {
@@ -165,8 +157,8 @@ void showSummary(Session& session, const Batch& batch) {
   }
 }
 
-ExitCode verifyMany(Session& session, const std::vector<ListedFile>& files,
-                    const Reports& reports) {
+ExitCode verifyMany(Session& session, const FileList& list, const Reports& reports) {
+  const std::vector<ListedFile>& files = list.files;
   const auto run = [&](std::size_t i) {
     return reportOf(session, examineAny(session, files[i].path), reports);
   };
@@ -182,20 +174,15 @@ ExitCode verifyMany(Session& session, const std::vector<ListedFile>& files,
   const auto done = [&](std::size_t i, const PieceReport& report) {
     if (reports.any()) verdicts[i] = unpackedVerdict(report.record);
   };
-  Batch batch(session, files.size(), {.label = "verify", .run = run, .lost = lost, .done = done});
-  std::vector<std::size_t> pieces(files.size());
-  std::iota(pieces.begin(), pieces.end(), std::size_t{0});
-  if (session.wantsJson()) {
-    session.beginResult();
-    session.json().key("files");
-    session.json().beginArray();
-  }
-  batch.run(pieces, Batch::jobs(session));
-  if (session.wantsJson()) session.json().end();
-  showSummary(session, batch);
-  reports.write(verdicts);
-  if (session.wantsJson()) session.endResult();
-  return batch.exit();
+  Batch batch(session, list,
+              {.label = "verify", .outcome = wordFor, .run = run, .lost = lost, .done = done});
+  batch.run(Batch::jobs(session));
+  if (const auto merged = reports.any() ? batch.report() : std::nullopt)
+    reports.write(merged->verdicts());
+  return batch.finish([&] {
+    showSummary(session, batch);
+    reports.write(verdicts);
+  });
 }
 
 }  // namespace
@@ -204,7 +191,7 @@ ExitCode runVerify(Session& session) {
   const Reports reports(session);
   const FileList list = listFiles(session);
   return list.isOne ? verifyOne(session, list.files[0].path, reports)
-                    : verifyMany(session, list.files, reports);
+                    : verifyMany(session, list, reports);
 }
 
 }  // namespace tool
