@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
 
 #include "AssemblyFiles.h"
@@ -55,6 +56,24 @@ TEST_F(Export, WritesWholeAssembliesInOneFileAndInPartFiles) {
                             "out.jt --exclude-pmi Nonsense", "out.jt --per-part --monolithic"})
     EXPECT_EQ(work_.run(std::string("export in/hall.jt ") + wrong).exit, 2) << wrong;
   EXPECT_EQ(work_.read("out.jt"), before);
+}
+
+TEST_F(Export, NotesTheMomentOfTheEnvironmentWhateverTheTimeZone) {
+  AssemblyFiles{.cells = 1, .partsPerCell = 2}.write(work_.path("in"));
+  ASSERT_EQ(setenv("TZ", "Asia/Kolkata", 1), 0);
+  ASSERT_EQ(setenv("SOURCE_DATE_EPOCH", "981173106", 1), 0);
+  for (const std::string command : {"export", "export-partition"}) {
+    EXPECT_EQ(work_.run(command + " in/hall.jt dated.jt").exit, 0) << command;
+    const Outcome listed = work_.run("metadata dated.jt");
+    EXPECT_NE(listed.out.find("3/2/2001, 4:5\n"), std::string::npos) << command << listed.out;
+  }
+  for (const char* wrong : {"-1", "5s", "253402300800", "99999999999999999999"}) {
+    ASSERT_EQ(setenv("SOURCE_DATE_EPOCH", wrong, 1), 0);
+    EXPECT_EQ(work_.run("export in/hall.jt wrong.jt").exit, 2) << wrong;
+  }
+  EXPECT_FALSE(work_.exists("wrong.jt"));
+  unsetenv("SOURCE_DATE_EPOCH");
+  unsetenv("TZ");
 }
 
 TEST_F(Export, NeverReplacesOrRemovesAFileThatItReads) {

@@ -10,6 +10,7 @@
 #include "InputFile.h"
 #include "JtwEditError.h"
 #include "Session.h"
+#include "SourceDate.h"
 
 namespace tool {
 namespace {
@@ -52,6 +53,7 @@ ExitCode run(Session& session) {
     failUsage("--version takes nothing else: jtw --version");
   if (!command->run) failUsage("'" + std::string(command->name) + "' is not available yet");
   requireArguments(session, command->minArguments, command->maxArguments);
+  useSourceDate();
   return command->run(session);
 }
 
