@@ -8,6 +8,7 @@
 #include "codec/packet/Packets64.h"
 #include "codec/packet/PrefixTree.h"
 #include "support/Damage.h"
+#include "support/MemoryStorage.h"
 
 namespace {
 
@@ -16,6 +17,7 @@ using Values = std::vector<std::int32_t>;
 
 const Values kV{5, 4, 5, 5, 5, 4, 4};
 const Values kW{10, 10, 10, 10, 12, 10, 10, 10, 90000, 10};
+const Values kTwo{5, 9, 9, 9, 5, 9};  // 9 after each of the first table
 
 Bytes fromHex(std::string_view text) {
   Bytes bytes;
@@ -55,6 +57,9 @@ const Packet kPackets[] = {
     {PacketKind::mk1, "arithmetic with escape", kW,
      "03 01 00000003 0c40810000000a021c0830 01000000 01 1d000000 01000000 01000000 80fccaff"
      "10000000 0a000000 01000000 0000a0ac"},
+    {PacketKind::mk1, "arithmetic over two tables", kTwo,
+     "03 02 00000002 0c10c1000000057199000000010c1064 00000000 10000000 06000000 06000000 01000000 "
+     "00000040"},
     {PacketKind::mk1, "prefix tree", kV,
      "02 01 00000002 08304100 00000499 c800000000 07000000 07000000 01000000 00000046"},
     {PacketKind::mk1, "prefix tree", kW,
@@ -142,6 +147,7 @@ TEST(Packets, EachCheckRefusesSomeDamage) {
                         "bad_context: expected  or  context tables, found ",
                         "bad_context: symbol width is , at most  is sound",
                         "bad_context: the occurrences of a context add up to ",
+                        "bad_context: the second table has a symbol that the first has not",
                         "bad_count: value count is , expected  or more",
                         "bad_packet:  bits chopped off values of  bits",
                         "bad_packet:  bits of code text are left over",
@@ -164,16 +170,15 @@ TEST(Packets, EachCheckRefusesSomeDamage) {
   // Symbols and values of several tables: as many of the one as of the other.
   const std::vector<ContextTable> tables{{{{false, 1, 7, 0}}, 1}};
   const Bytes words(8);
-  for (const auto& [values, code] : {std::pair{2U, "bad_packet"}, {3U, ""}, {4U, "bad_packet"}}) {
-    Values out(values);
+  for (const auto& [count, code] : {std::pair{2U, "bad_packet"}, {3U, ""}, {4U, "bad_packet"}}) {
+    Values out(count);
     OutOfBand none{Values()};
-    std::string found;
-    try {
-      decodeArithmetic(WordBits(words, 64, false, 0), tables, 3, none, out);
-    } catch (const JtFormatError& error) {
-      found = error.code();
-    }
-    EXPECT_EQ(found, code) << values;
+    EXPECT_EQ(
+        errorCode([&] { decodeArithmetic(WordBits(words, 64, false, 0), tables, 3, none, out); }),
+        code);
+    EXPECT_EQ(
+        errorCode([&] { decodePrefixTree(WordBits(words, 0, false, 0), tables, 3, {}, out); }),
+        code);
   }
 }
 
@@ -210,21 +215,31 @@ TEST(Packets, WhatOnlySeemsToNeedMemoryOrTimeIsRefused) {
     PacketKind kind;
     const char* name;
     const char* hex;
+    const char* said;
   };
   const Case cases[] = {
-      {PacketKind::mk2, "2^31-1 values of no width", "ffffff7f 01 0d000000 00000000"},
-      {PacketKind::mk3, "2^31-1 values of no width", "ffffff7f 01 0b000000 00000000"},
-      {PacketKind::mk2, "negative count", "ffffffff 01 0d000000 00000000"},
-      {PacketKind::mk2, "runs of no length", "07000000 01 40000000 00000080 00000000"},
-      {PacketKind::mk3, "2^31-1 symbols of no bits", "ffffff7f 03 00000000 0001 040000000008"},
-      {PacketKind::mk1, "entries of no width", "03 01 ffff0000 00000000 00000000 00000000"},
-      {PacketKind::mk1, "words that are not there", "00 ffffff7f 00000000"},
+      {PacketKind::mk2, "2^31-1 values of no width", "ffffff7f 01 0d000000 00000000",
+       "decoded data would take 8589934588 bytes, the limit leaves 1048576"},
+      {PacketKind::mk3, "2^31-1 values of no width", "ffffff7f 01 0b000000 00000000",
+       "decoded data would take 8589934588 bytes, the limit leaves 1048576"},
+      {PacketKind::mk2, "negative count", "ffffffff 01 0d000000 00000000",
+       "value count is -1, expected 0 or more"},
+      {PacketKind::mk2, "runs of no length", "07000000 01 40000000 00000080 00000000",
+       "runs that never give a value"},
+      {PacketKind::mk3, "2^31-1 symbols of no bits", "ffffff7f 03 00000000 0001 040000000008",
+       "the occurrences of a context add up to 0"},
+      {PacketKind::mk1, "entries of no width", "03 01 ffff0000 00000000 00000000 00000000",
+       "a context of 4294901760 entries does not fit the 5 bytes that are left"},
+      {PacketKind::mk1, "words that are not there", "00 ffffff7f 00000000",
+       "expected 2147483647 words, found 4 bytes"},
       {PacketKind::mk2, "chopper in chopper without end",
        "01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00"
-       "01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00"},
+       "01000000 04 00 01000000 04 00 01000000 04 00 01000000 04 00",
+       "packets nested too deep"},
   };
   for (const Case& hostile : cases)
-    EXPECT_THROW(decode(hostile.kind, fromHex(hostile.hex)), JtFormatError) << hostile.name;
+    EXPECT_EQ(errorText([&] { decode(hostile.kind, fromHex(hostile.hex)); }), hostile.said)
+        << hostile.name;
 }
 
 TEST(Predictors, ResidualsOfEachPredictor) {
@@ -437,6 +452,15 @@ TEST(Packets, ValuesOf64BitsInEveryCodec) {
       EXPECT_EQ(decodePacket64(cursor, budget, OutOfBandForm::nested), packet.values);
     }
   }
+  std::string deep;
+  for (int level = 0; level < 10; ++level) deep += "0100000005";
+  const Bytes nested = fromHex(deep);
+  EXPECT_EQ(errorText([&] {
+              ByteCursor cursor(nested, false);
+              Budget budget(1 << 20);
+              decodePacket64(cursor, budget, OutOfBandForm::plain);
+            }),
+            "packets nested too deep");
   expectRefusals(
       said,
       {"bad_context: a context of  entries does not fit",

@@ -241,6 +241,21 @@ TEST(PMI, TheRestIsOpaqueWhereAFieldOfItIsWrong) {
   }
 }
 
+TEST(PMI, ANumberThatAFormHasNoRoomForIsRefused) {
+  constexpr Format k95{9, 5, false};
+  PMIData data = readPMI(TypedBody(k95, 2, 8).bytes(), k95, 0);
+  const auto said = [&](std::int32_t index) {
+    data.solid[PMIData::spotWeld].at(0).indices.at(1) = index;
+    ByteSink out;
+    Writer writer(out, k95);
+    return errorText([&] { PMIFields::run(writer, data); });
+  };
+  for (const std::int32_t index : {-32768, 32767}) EXPECT_EQ(said(index), "");
+  for (const std::int32_t index : {-32769, 32768})
+    EXPECT_EQ(said(index), "polylineSegmentIndex cannot be " + std::to_string(index) +
+                               " in this version of the format");
+}
+
 TEST(PMI, ShortenedElementsAreRefusedOrReadInPart) {
   for (const PMIVector& vector : {kNote8, kNote9, kDim9, kDim105}) {
     const Bytes body = vector.body();

@@ -110,11 +110,15 @@ TEST(Wireframe, DoublesInArithmeticCodeAreRead) {
     jt::codec::decodeFloatPacket(damaged, room);
   };
   addRefusals(packet.bytes(), said, decode);
+  Fields single(k95);  // a symbol that may be left without occurrences
+  single.put(std::uint8_t{3}).i32(1).i32(1).i32(0).i32(1).put(1.5).i32(0).zeros(16);
+  addRefusals(single.i32(0).i32(16).i32(2).i32(1).i32(0).bytes(), said, decode);
   addRefusals(Fields(k95).put(std::uint8_t{0}).i32(4).put(1.5).put(-2.5).bytes(), said, decode);
   expectRefusals(
       said, {"bad_context: expected  or  context tables, found ",
              "bad_context: a context of  entries does not fit",
              "bad_context: the occurrences of a context add up to ",
+             "bad_context: code text over this number of tables or without symbols is not defined",
              "truncated:  values of  bits do not fit", "bad_packet:  words for values of  bits",
              "truncated: a code text of  bits does not fit", "bad_packet: expected  values, found ",
              "bad_packet: more escapes than outofband values"});

@@ -95,10 +95,7 @@ void run(WordBits bits, std::span<const SymbolTable> tables, std::size_t symbolC
   std::size_t produced = 0;
   for (std::size_t i = 0; i < symbolCount; ++i) {
     const SymbolTable& table = tables[current];
-    const std::uint32_t position = registers.position(table.total());
-    if (position >= table.total())
-      fail("bad_packet", "arithmetic code outside its interval", bits.offset());
-    const std::size_t index = table.find(position);
+    const std::size_t index = table.find(registers.position(table.total()));
     const ContextEntry& entry = table.entry(index);
     if (!registers.narrow(table.from(index), table.to(index), table.total()))
       fail("bad_packet", "arithmetic code outside its interval", bits.offset());

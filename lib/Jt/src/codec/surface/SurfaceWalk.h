@@ -36,11 +36,7 @@ class SurfaceWalk {
  public:
   /// @param corners sum of all valences, and of all degrees; at most Surface::kMostCorners
   SurfaceWalk(Port& port, Variant variant, std::size_t vertices, std::size_t corners)
-      : port_(port),
-        variant_(variant),
-        active_(variant.finished),
-        positionOf_(corners),
-        corners_(corners) {
+      : port_(port), variant_(variant), active_(variant.finished), positionOf_(corners) {
     surface_.vertices = storage::WorkArray<Surface::Vertex>(vertices);
     surface_.vertexOf.assign(corners, Surface::kNone);
     surface_.slots = storage::WorkArray<std::uint32_t>(corners);
@@ -64,8 +60,7 @@ class SurfaceWalk {
         active_.finish(v, surface_.vertices);
       }
     }
-    // Every polygon has all its corners, so that the rings are full when the corners are used up.
-    if (end_ != corners_) reject("corners are left open");
+    // Every polygon has all its corners, so that no slot of a ring is empty now.
     return std::move(surface_);
   }
 
@@ -242,7 +237,6 @@ class SurfaceWalk {
   Surface surface_;
   storage::WorkArray<Position> positionOf_;  // of each corner, in the ring of its vertex
   std::vector<Other> others_;
-  std::size_t corners_;
   std::uint32_t vertices_ = 0;  // up to now
   std::uint32_t slots_ = 0;     // of these
   // The polygon under work:
