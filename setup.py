@@ -38,6 +38,9 @@ class CMakeBuild(build_ext):
                 "-DJTW_BUILD_TESTS=OFF",
                 f"-DPython_EXECUTABLE={sys.executable}",
             ]
+            if shutil.which("ninja"):
+                # As the presets do: a compiler cache then has their objects in common with this build.
+                options.append("-GNinja")
             subprocess.run(["cmake", "-S", ROOT, "-B", folder, *options], check=True)
             jobs = str(os.cpu_count() or 1)
             build = ["cmake", "--build", folder, "--target", "jtw_python", "--parallel", jobs]
