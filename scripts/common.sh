@@ -1,4 +1,4 @@
-# Shared by ./run and ./test; sourced, never run. Expects the repository root as the working folder.
+# Shared by ./run, ./test and the scripts of the packages; sourced, never run. Expects the repository root as the working folder.
 
 say() { printf '\n== %s\n' "$*"; }
 die() {
@@ -78,6 +78,9 @@ ensure_packages() {
     die "these packages could not be installed: ${missing[*]}"
   }
 }
+
+# The version of the whole project, which CMake's project() has.
+project_version() { sed -n 's/^project(Jtw VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt; }
 
 jobs=${JTW_JOBS:-$(nproc 2>/dev/null || echo 2)}
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/jtw.XXXXXX")
