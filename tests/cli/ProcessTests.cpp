@@ -99,6 +99,23 @@ TEST(Batch, TerminationReportsWhatIsDoneAndStopsItsChildren) {
   EXPECT_EQ(results["files"][0]["file"], "tiny95.jt");
 }
 
+TEST(Batch, AFileThatBringsItsProcessDownIsLostAlone) {
+  const Workspace work;
+  // Of 40 files on one processor a process does five; the second of the second process is held.
+  std::string names;
+  for (int i = 0; i < 40; ++i) names += i == 6 ? " -" : " tiny95.jt";
+  work.run("--version > io/v; " + kShell +
+           "hasSix() { [ $(grep -c sound io/results) -ge 6 ]; }; mkfifo io/pipe; '" JTW_TOOL
+           "' verify" +
+           names +
+           " --json -j 1 < io/pipe > io/results & p=$!; exec 3> io/pipe; waitFor hasSix; "
+           "kill -KILL $(childrenOf $p); exec 3>&-; wait $p; echo $? > io/code");
+  EXPECT_EQ(work.read("io/code"), "1\n");
+  const Json results = Json::parse(work.read("io/results"));
+  EXPECT_EQ(results["files"][6]["findings"][0]["code"], "worker_failed");
+  EXPECT_TRUE(matches(results["summary"], R"({"files": 40, "sound": 39, "notSound": 1})"));
+}
+
 TEST(Batch, ThatIsKilledLeavesNoChildren) {
   const Workspace work;
   runHeld(work, "c=$(childrenOf $p); echo $c > io/children; kill -KILL $p; allEnd $c");

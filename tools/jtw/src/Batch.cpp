@@ -105,7 +105,14 @@ void Batch::run(const std::vector<std::size_t>& pieces, std::size_t jobs) {
     progress.update(static_cast<double>(done_) / static_cast<double>(size()),
                     std::to_string(done_) + " of " + std::to_string(size()));
   };
-  if (runInProcesses(missing, jobs, run, done)) return;
+  // Starting a process costs as much as a small file. Few pieces each, so that all end together.
+  constexpr std::size_t kMostPieces = 16;
+  constexpr std::size_t kRounds = 8;
+  const std::size_t perProcess =
+      work_.leavesNothing
+          ? std::clamp<std::size_t>(missing.size() / (jobs * kRounds), 1, kMostPieces)
+          : 1;
+  if (runInProcesses(missing, jobs, perProcess, run, done)) return;
   progress.clear();
   showRest();
   throw Failure(ExitCode::no, "interrupted",

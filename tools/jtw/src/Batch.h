@@ -48,6 +48,7 @@ class Batch {
     /// Called in this process when a piece is done; may be empty.
     std::function<void(std::size_t piece, const PieceReport& report)> done;
     bool isAlwaysShown = false;          ///< --quiet leaves no results out
+    bool leavesNothing = false;          ///< a process may do several pieces, one after the other
     bool changesFiles = false;           ///< the files that are read are those that are written
     std::vector<std::string> outputs{};  ///< the file that each piece makes; may be empty
   };

@@ -5,20 +5,29 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <deque>
 #include <string_view>
+#include <utility>
 
 #include "Signals.h"
 
 namespace tool {
 namespace {
 
+using Pieces = std::deque<std::size_t>;
+/// The length of a result, in front of it.
+using Length = std::uint64_t;
+
 struct Worker {
-  std::size_t piece = 0;
+  Pieces pieces;  ///< that it has not done yet
   pid_t process = -1;
   int pipe = -1;
-  std::string result;
+  std::string received;
 };
 
 bool writeAll(int file, std::string_view text) {
@@ -31,17 +40,22 @@ bool writeAll(int file, std::string_view text) {
 }
 
 /// The worker process from its start to its end. Nothing that this process has buffered is written.
-[[noreturn]] void runPiece(std::size_t piece, const PieceOfWork& work, int pipe) {
-  bool isDone = false;
+[[noreturn]] void runPieces(const Pieces& pieces, const PieceOfWork& work, int pipe) {
+  bool isDone = true;
   try {
-    isDone = writeAll(pipe, work(piece));
+    for (auto piece = pieces.begin(); isDone && piece != pieces.end(); ++piece) {
+      const std::string result = work(*piece);
+      const Length length = result.size();
+      isDone = writeAll(pipe, {reinterpret_cast<const char*>(&length), sizeof length}) &&
+               writeAll(pipe, result);
+    }
   } catch (...) {
-    // The process that started this one learns it from the exit status.
+    // The process that started this one learns it from the missing result.
   }
-  _exit(isDone ? 0 : 1);
+  _exit(0);
 }
 
-std::optional<Worker> start(std::size_t piece, const PieceOfWork& work) {
+std::optional<Worker> start(const Pieces& pieces, const PieceOfWork& work) {
   std::array<int, 2> ends{};
   if (pipe(ends.data()) != 0) return std::nullopt;
   const pid_t parent = getpid();
@@ -49,34 +63,46 @@ std::optional<Worker> start(std::size_t piece, const PieceOfWork& work) {
   if (process == 0) {
     beginChild(parent);
     close(ends[0]);
-    runPiece(piece, work, ends[1]);
+    runPieces(pieces, work, ends[1]);
   }
   close(ends[1]);
   if (process < 0) {
     close(ends[0]);
     return std::nullopt;
   }
-  return Worker{.piece = piece, .process = process, .pipe = ends[0], .result = {}};
+  return Worker{.pieces = pieces, .process = process, .pipe = ends[0], .received = {}};
 }
 
 /// Takes what the worker has written; false when there is no more to come.
 bool receive(Worker& worker) {
   std::array<char, 1U << 16> bytes{};
   const ssize_t count = read(worker.pipe, bytes.data(), bytes.size());
-  if (count > 0) worker.result.append(bytes.data(), static_cast<std::size_t>(count));
+  if (count > 0) worker.received.append(bytes.data(), static_cast<std::size_t>(count));
   return count > 0 || (count < 0 && errno == EINTR);
 }
 
-std::optional<std::string> finish(Worker& worker) {
+/// Hands over the results that are whole.
+void handOver(Worker& worker, const PieceDone& done) {
+  for (Length length = 0; worker.received.size() >= sizeof length;) {
+    std::memcpy(&length, worker.received.data(), sizeof length);
+    if (worker.received.size() - sizeof length < length) return;
+    std::string result = worker.received.substr(sizeof length, length);
+    worker.received.erase(0, sizeof length + length);
+    const std::size_t piece = worker.pieces.front();
+    worker.pieces.pop_front();
+    done(piece, std::move(result));
+  }
+}
+
+void finish(const Worker& worker) {
   close(worker.pipe);
   int status = 0;
   while (waitpid(worker.process, &status, 0) < 0 && errno == EINTR) continue;
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
-  return std::move(worker.result);
 }
 
-/// Waits until a worker has something to say, and takes it.
-void serve(std::vector<Worker>& workers, const PieceDone& done) {
+/// Waits until a worker has something to say, and takes it. What one that broke off had still to do
+/// goes back into `todo`, but for the piece that it was at.
+void serve(std::vector<Worker>& workers, Pieces& todo, const PieceDone& done) {
   std::vector<pollfd> pipes;
   pipes.reserve(workers.size());
   for (const Worker& worker : workers)
@@ -84,11 +110,17 @@ void serve(std::vector<Worker>& workers, const PieceDone& done) {
   constexpr int kMostWaiting = 200;  // milliseconds; a signal can come just before
   if (poll(pipes.data(), pipes.size(), kMostWaiting) < 0) return;  // interrupted
   for (std::size_t i = workers.size(); i-- > 0;) {
-    if (pipes[i].revents == 0 || receive(workers[i])) continue;
-    const std::size_t piece = workers[i].piece;
-    std::optional<std::string> result = finish(workers[i]);
+    if (pipes[i].revents == 0) continue;
+    if (receive(workers[i])) {
+      handOver(workers[i], done);
+      continue;
+    }
+    const Worker ended = std::move(workers[i]);
     workers.erase(workers.begin() + static_cast<std::ptrdiff_t>(i));
-    done(piece, std::move(result));
+    finish(ended);
+    if (ended.pieces.empty()) continue;
+    todo.insert(todo.begin(), ended.pieces.begin() + 1, ended.pieces.end());
+    done(ended.pieces.front(), std::nullopt);
   }
 }
 
@@ -98,7 +130,7 @@ class Stopper {
   explicit Stopper(std::vector<Worker>& workers) : workers_(workers) {}
   ~Stopper() {
     for (const Worker& worker : workers_) kill(worker.process, SIGTERM);
-    for (Worker& worker : workers_) finish(worker);
+    for (const Worker& worker : workers_) finish(worker);
   }
   Stopper(const Stopper&) = delete;
   Stopper& operator=(const Stopper&) = delete;
@@ -110,21 +142,28 @@ class Stopper {
 }  // namespace
 
 bool runInProcesses(const std::vector<std::size_t>& pieces, std::size_t jobs,
-                    const PieceOfWork& work, const PieceDone& done) {
+                    std::size_t perProcess, const PieceOfWork& work, const PieceDone& done) {
+  Pieces todo(pieces.begin(), pieces.end());
   std::vector<Worker> workers;
   const Stopper stopper(workers);
-  for (std::size_t next = 0; next < pieces.size() || !workers.empty();) {
+  while (!todo.empty() || !workers.empty()) {
     if (notedSignal() != 0) return false;
-    if (next < pieces.size() && workers.size() < jobs) {
-      if (std::optional<Worker> worker = start(pieces[next], work)) {
+    if (!todo.empty() && workers.size() < jobs) {
+      const auto end =
+          todo.begin() + static_cast<std::ptrdiff_t>(std::min(perProcess, todo.size()));
+      if (std::optional<Worker> worker = start({todo.begin(), end}, work)) {
         workers.push_back(std::move(*worker));
-        ++next;
+        todo.erase(todo.begin(), end);
         continue;
       }
       // What keeps it from starting may pass when others end.
-      if (workers.empty()) done(pieces[next++], std::nullopt);
+      if (workers.empty()) {
+        const std::size_t piece = todo.front();
+        todo.pop_front();
+        done(piece, std::nullopt);
+      }
     }
-    if (!workers.empty()) serve(workers, done);
+    if (!workers.empty()) serve(workers, todo, done);
   }
   return true;
 }

@@ -175,7 +175,12 @@ ExitCode verifyMany(Session& session, const FileList& list, const Reports& repor
     if (reports.any()) verdicts[i] = unpackedVerdict(report.record);
   };
   Batch batch(session, list,
-              {.label = "verify", .outcome = wordFor, .run = run, .lost = lost, .done = done});
+              {.label = "verify",
+               .outcome = wordFor,
+               .run = run,
+               .lost = lost,
+               .done = done,
+               .leavesNothing = true});
   batch.run(Batch::jobs(session));
   if (const auto merged = reports.any() ? batch.report() : std::nullopt)
     reports.write(merged->verdicts());
