@@ -154,7 +154,7 @@ std::vector<std::string> outputsOf(const FileList& list, const std::string& fold
     }
   std::map<std::string, std::string> sources;
   const auto claim = [&](const ListedFile& file) {
-    const std::string output = outputOf(file, folder, extension);
+    std::string output = outputOf(file, folder, extension);
     const auto [earlier, isNew] = sources.emplace(output, file.path);
     if (!isNew)
       failUsage("'" + earlier->second + "' and '" + file.path + "' would both become '" + output +
