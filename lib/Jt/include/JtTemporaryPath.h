@@ -44,6 +44,12 @@ class JT_API TemporaryPath {
   TemporaryPath* newer_ = nullptr;
 };
 
+/// A name for a temporary file or folder beside a file, other at each call:
+/// ".<file>.jtw-<process>-<random>.tmp". A save in that folder removes what has such a name when
+/// its process is gone.
+/// @param file  its name, without its folder
+JT_API std::string newTemporaryName(const std::string& file);
+
 /// Removes what all TemporaryPath objects of the process name, the newest first. Async-signal-safe:
 /// for the handler of a program that is asked to end, which must not go on afterwards.
 JT_API void removeTemporaryPaths() noexcept;

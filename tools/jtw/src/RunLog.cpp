@@ -167,10 +167,8 @@ void RunLog::resume(RunHeader header, const Session& session, const FileList& li
 void RunLog::replace(const std::string& text) {
   std::error_code error;
   const std::filesystem::path target = std::filesystem::canonical(path_, error);
-  const std::string name =
-      "." + target.filename().string() + ".jtw-" + std::to_string(getpid()) + "-0.tmp";
-  jt::TemporaryPath temporary((target.parent_path() / name).string());
-  ::unlink(temporary.path().c_str());  // of a run that was killed here, under the same number
+  jt::TemporaryPath temporary(
+      (target.parent_path() / jt::newTemporaryName(target.filename().string())).string());
   OpenedFile file(
       ::open(temporary.path().c_str(), O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   struct stat found {};

@@ -46,7 +46,7 @@ class Spool::Folder {
     constexpr int kAttempts = 16;
     std::error_code error;
     for (int attempt = 0; attempt < kAttempts && path_.path().empty() && !error; ++attempt) {
-      const fs::path path = folderOf(target) / storage::newTemporaryName(nameOf(target));
+      const fs::path path = folderOf(target) / newTemporaryName(nameOf(target));
       if (fs::create_directory(path, error)) path_.set(path.string(), TemporaryPath::Kind::folder);
     }
     if (path_.path().empty())

@@ -83,16 +83,20 @@ void removeFolder(int folder, const char* name) {
 }
 
 }  // namespace
+}  // namespace jt::storage
 
-std::string newTemporaryName(const std::string& target) {
-  std::string stem = target;
+std::string jt::newTemporaryName(const std::string& file) {
+  using namespace storage;
+  std::string stem = file;
   if (stem.size() > kMaxStem)
-    stem = stem.substr(0, kMaxStem) + '~' + hexText(std::hash<std::string>{}(target));
+    stem = stem.substr(0, kMaxStem) + '~' + hexText(std::hash<std::string>{}(file));
   std::random_device device;
   const std::uint64_t number = (std::uint64_t{device()} << 32) | device();
   return "." + stem + std::string(kMark) + std::to_string(::getpid()) + '-' + hexText(number) +
          std::string(kEnd);
 }
+
+namespace jt::storage {
 
 TemporaryFile::TemporaryFile(int folder, const std::string& target, const SaveErrors& errors)
     : folder_(folder), errors_(errors) {

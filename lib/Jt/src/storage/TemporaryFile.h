@@ -9,10 +9,6 @@
 
 namespace jt::storage {
 
-/// A name for a temporary file or folder beside the target, other at each call:
-/// ".<target>.jtw-<process>-<random>.tmp".
-std::string newTemporaryName(const std::string& target);
-
 /// The new content of a file on its way: a file beside the target with a
 /// temporary name, locked for as long as it is open, removed with its owner
 /// unless `moveTo` gave it its final name.
