@@ -12,7 +12,6 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 #include <thread>
 #include <unordered_map>
@@ -28,16 +27,6 @@ namespace {
 
 [[noreturn]] void failSystem(const char* code, const std::string& path) {
   throw Failure(ExitCode::output, code, std::strerror(errno), {.file = path});
-}
-
-/// In one piece, unless the system takes less. False when it takes no more.
-bool writeAll(int file, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = ::write(file, text.data(), text.size());
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
 }
 
 /// Opens the file, or makes it, and locks it. Workers inherit the lock: while one of a killed run
@@ -115,10 +104,6 @@ void checkReportOptions(const Session& session) {
     failUsage("--resume goes on with the report of --report FILE");
   if (arguments.has("retry-failed") && !arguments.has("resume"))
     failUsage("--retry-failed is for --resume");
-}
-
-OpenedFile::~OpenedFile() {
-  if (isOpen()) ::close(descriptor_);
 }
 
 RunLog::RunLog(const Session& session, const FileList& list,

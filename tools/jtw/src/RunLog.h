@@ -3,34 +3,15 @@
 #include <cstddef>
 #include <string>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 #include "FileList.h"
+#include "OpenedFile.h"
 #include "RunReport.h"
 
 namespace tool {
 
 class Session;
-
-/// A file that is open, closed with the object.
-class OpenedFile {
- public:
-  OpenedFile() noexcept = default;
-  explicit OpenedFile(int descriptor) noexcept : descriptor_(descriptor) {}
-  OpenedFile(OpenedFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-  OpenedFile& operator=(OpenedFile&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
-    return *this;
-  }
-  ~OpenedFile();
-
-  int get() const noexcept { return descriptor_; }
-  bool isOpen() const noexcept { return descriptor_ >= 0; }
-
- private:
-  int descriptor_ = -1;
-};
 
 /// Throws Failure "usage" unless --report, --resume and --retry-failed fit together, and --shard is
 /// one.

@@ -11,9 +11,9 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
-#include <string_view>
 #include <utility>
 
+#include "OpenedFile.h"
 #include "Signals.h"
 
 namespace tool {
@@ -29,15 +29,6 @@ struct Worker {
   int pipe = -1;
   std::string received;
 };
-
-bool writeAll(int file, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = write(file, text.data(), text.size());
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
 
 /// The worker process from its start to its end. Nothing that this process has buffered is written.
 [[noreturn]] void runPieces(const Pieces& pieces, const PieceOfWork& work, int pipe) {
