@@ -206,15 +206,13 @@ ExitCode Batch::exit() const {
   return exitOfAll(exits);
 }
 
-std::optional<MergedReport> Batch::report() const {
-  if (!log_) return std::nullopt;
-  return MergedReport({readRunReport(log_->path())}, MergedReport::Scope::oneRun);
-}
-
-ExitCode Batch::finish(const std::function<void()>& summarize) {
-  if (const std::optional<MergedReport> merged = report()) {
-    showReport(session_, *merged, false);
-    return merged->exit();
+ExitCode Batch::finish(const std::function<void()>& summarize,
+                       const std::function<void(const MergedReport&)>& withReport) {
+  if (log_) {
+    const MergedReport merged({readRunReport(log_->path())}, MergedReport::Scope::oneRun);
+    if (withReport) withReport(merged);
+    showReport(session_, merged, false);
+    return merged.exit();
   }
   if (session_.wantsJson()) session_.json().end();
   summarize();

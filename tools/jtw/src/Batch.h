@@ -66,10 +66,10 @@ class Batch {
   void run(std::size_t jobs);
   /// Ends the results. @param summarize  writes what follows the pieces: members of the JSON
   /// object, or text; not called with --report
+  /// @param withReport  called with the whole report of --report; may be empty
   /// @return how the command ends
-  ExitCode finish(const std::function<void()>& summarize);
-  /// The report of --report so far, or nothing without one.
-  std::optional<MergedReport> report() const;
+  ExitCode finish(const std::function<void()>& summarize,
+                  const std::function<void(const MergedReport&)>& withReport = {});
 
   /// As many as --jobs says, or as the machine has processors.
   static std::size_t jobs(const Session& session);

@@ -182,12 +182,14 @@ ExitCode verifyMany(Session& session, const FileList& list, const Reports& repor
                .done = done,
                .leavesNothing = true});
   batch.run(Batch::jobs(session));
-  if (const auto merged = reports.any() ? batch.report() : std::nullopt)
-    reports.write(merged->verdicts());
-  return batch.finish([&] {
-    showSummary(session, batch);
-    reports.write(verdicts);
-  });
+  return batch.finish(
+      [&] {
+        showSummary(session, batch);
+        reports.write(verdicts);
+      },
+      [&](const MergedReport& merged) {
+        if (reports.any()) reports.write(merged.verdicts());
+      });
 }
 
 }  // namespace
