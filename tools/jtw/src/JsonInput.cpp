@@ -120,4 +120,10 @@ Json parseDocument(std::string_view text, const std::string& what, const std::st
   return Json::parse(text);
 }
 
+std::string textIn(const Json& object, const char* name) {
+  if (!object.is_object()) return {};
+  const auto found = object.find(name);
+  return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
 }  // namespace tool

@@ -19,4 +19,8 @@ struct DocumentError {
 nlohmann::json parseDocument(std::string_view text, const std::string& what,
                              const std::string& file);
 
+/// The text in a member of an object. Empty for a member that is missing or no text, and for what
+/// is no object.
+std::string textIn(const nlohmann::json& object, const char* name);
+
 }  // namespace tool

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "JsonInput.h"
 #include "MergedReport.h"
 #include "Session.h"
 
@@ -19,12 +20,6 @@ struct Reason {
 
 /// An error, the first error among findings, or the first finding at all.
 Reason reasonOf(const Json& result) {
-  const auto textIn = [](const Json& object, const char* name) {
-    const auto found = object.is_object() ? object.find(name) : object.end();
-    return object.is_object() && found != object.end() && found->is_string()
-               ? found->get<std::string>()
-               : std::string();
-  };
   if (!result.is_object()) return {};
   const auto findings = result.find("findings");
   if (findings == result.end() || !findings->is_array())

@@ -6,6 +6,7 @@
 #include "Arguments.h"
 #include "Failure.h"
 #include "FindingCodes.h"
+#include "JsonInput.h"
 #include "JsonWriter.h"
 #include "JtwNearestName.h"
 #include "Output.h"
@@ -141,24 +142,20 @@ void writeVerdict(JsonWriter& json, const Verdict& verdict) {
 }
 
 Verdict verdictOf(const Json& written) {
-  const auto text = [](const Json& object, const char* name) {
-    const auto found = object.find(name);
-    return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
-  };
-  Verdict verdict{.file = text(written, "file"), .findings = {}, .parts = {}};
+  Verdict verdict{.file = textIn(written, "file"), .findings = {}, .parts = {}};
   const auto findings = written.find("findings");
   if (findings == written.end()) return verdict;
   for (const Json& row : *findings) {
     if (!row.is_object()) continue;
-    jt::Diagnostic finding{text(row, "code"),
-                           text(row, "message"),
-                           text(row, "segment"),
+    jt::Diagnostic finding{textIn(row, "code"),
+                           textIn(row, "message"),
+                           textIn(row, "segment"),
                            {},
-                           text(row, "severity") == "error"};
+                           textIn(row, "severity") == "error"};
     const auto offset = row.find("offset");
     if (offset != row.end() && offset->is_number_unsigned())
       finding.offset = offset->get<std::uint64_t>();
-    const std::string file = text(row, "file");
+    const std::string file = textIn(row, "file");
     if (file.empty()) {
       verdict.findings.push_back(std::move(finding));
       continue;
