@@ -5,6 +5,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -131,23 +132,25 @@ inline constexpr const char* kVectors[] = {"tiny81.jt",  "tiny95.jt", "tiny95be.
                                            "tiny105.jt", "asm95.jt",  "zoo81.jt",    "zoo95.jt",
                                            "zoo100.jt",  "zoo105.jt"};
 
-/// Code of the JtFormatError that `call` throws; empty when it throws none.
+/// The JtFormatError that `call` throws, if it throws one.
+template <class Call>
+std::optional<JtFormatError> errorOf(Call call) {
+  try {
+    call();
+  } catch (const JtFormatError& error) {
+    return error;
+  }
+  return std::nullopt;
+}
+/// Its code; empty when there is none.
 template <class Call>
 std::string errorCode(Call call) {
-  try {
-    call();
-    return {};
-  } catch (const JtFormatError& error) {
-    return error.code();
-  }
+  const std::optional<JtFormatError> error = errorOf(call);
+  return error ? error->code() : std::string();
 }
-/// What that error says.
+/// What it says.
 template <class Call>
 std::string errorText(Call call) {
-  try {
-    call();
-    return {};
-  } catch (const JtFormatError& error) {
-    return error.message();
-  }
+  const std::optional<JtFormatError> error = errorOf(call);
+  return error ? error->message() : std::string();
 }
