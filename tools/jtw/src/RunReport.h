@@ -15,8 +15,8 @@ namespace tool {
 // The report that a batch writes while it runs: lines of JSON, first the run's own and then one for
 // each file that is done.
 
-/// What tells whether a file changed: its size and when it was modified. Both empty for a file that
-/// is not there.
+/// Size and time of modification of a file. They are compared to notice that it changed; both are
+/// empty for a file that is not there.
 struct FileState {
   std::optional<std::uint64_t> size;
   std::string modified;  ///< in UTC with nanoseconds
