@@ -111,6 +111,7 @@ void SceneReader::makeObjects() {
   links_.resize(count);
   Links links;
   std::string damaged;
+  const ObjectBlocks::Use use(source_->objects());
   for (std::uint32_t element = 0; element < count; ++element) {
     const ElementKind* kind = nullptr;
     damaged.clear();

@@ -1,6 +1,7 @@
 #include "file/graph/SceneSource.h"
 
 #include <algorithm>
+#include <cstring>
 #include <unordered_set>
 
 #include "JtResidencyRequestManager.h"
@@ -198,16 +199,27 @@ bool SceneSource::isNode(std::uint32_t element) const {
   return elementClass == ElementClass::node;
 }
 
+/// As kind(). Most atoms are of the kind of the one before.
+const ElementKind* SceneSource::atomKind(std::uint32_t element) {
+  const std::byte* const id = content_.bytes.data() + offsets_[element] + kLengthSize;
+  if (!lastKind_ || std::memcmp(id, lastKindId_.data(), lastKindId_.size()) != 0) {
+    lastKind_ = kind(element);
+    std::memcpy(lastKindId_.data(), id, lastKindId_.size());
+  }
+  return lastKind_;
+}
+
 Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
   const std::lock_guard lock(atomsMutex_);
+  const ObjectBlocks::Use use(objects_);
+  return atomLocked(element);
+}
+
+Ref<JtPropAtom> SceneSource::atomLocked(std::uint32_t element) {
   if (atoms_.empty()) atoms_.resize(elementCount() - firstAtom_);
   JtPropAtom*& slot = atoms_[element - firstAtom_];
-  if (slot && slot->tryRef()) {
-    Ref<JtPropAtom> held(slot);
-    slot->unref();
-    return held;
-  }
-  const ElementKind* known = kind(element);
+  if (slot && slot->tryRef()) return Ref<JtPropAtom>::adopt(slot);
+  const ElementKind* known = atomKind(element);
   Ref<JtSceneObject> object;
   if (known && known->elementClass == ElementClass::atom) {
     object = known->create();
@@ -224,7 +236,7 @@ Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
   }
   bind(*object, element);
   slot = static_cast<JtPropAtom*>(object.get());
-  return Ref<JtPropAtom>(slot);
+  return Ref<JtPropAtom>::adopt(static_cast<JtPropAtom*>(object.release()));
 }
 
 const std::vector<std::uint32_t>& SceneSource::poolAtoms() {
@@ -246,11 +258,19 @@ const std::vector<std::uint32_t>& SceneSource::poolAtoms() {
 
 std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
   std::vector<Property> result;
+  std::size_t count = 0;
+  eachPair(pairs, [&count](std::int32_t, std::int32_t) { ++count; });
+  result.reserve(count);
+  const std::lock_guard lock(atomsMutex_);
+  const ObjectBlocks::Use use(objects_);
   eachPair(pairs, [&](std::int32_t keyId, std::int32_t valueId) {
     const std::uint32_t key = find(keyId);
     const std::uint32_t value = find(valueId);
     if (key == kNone || value == kNone || key < firstAtom_ || value < firstAtom_) return;
-    result.push_back({atom(key), atom(value)});
+    // An atom that ends asks for the lock: those of a node that fails end behind it, with the result.
+    Property& property = result.emplace_back();
+    property.key = atomLocked(key);
+    property.value = atomLocked(value);
   });
   return result;
 }

@@ -4,6 +4,7 @@
 // from it when the file is opened; property atoms and the properties of a node are made when
 // somebody asks for them, and until then stay the bytes that they are.
 
+#include <array>
 #include <cstdint>
 #include <mutex>
 #include <unordered_map>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "JtNode.h"
+#include "base/ObjectBlocks.h"
 #include "base/Once.h"
 #include "file/archive/FieldAccess.h"
 #include "file/container/Container.h"
@@ -112,6 +114,8 @@ class SceneSource final : public ObjectSource {
   /// Counts what lives as long as the source: its tables, and the objects that are bound to it. For
   /// the thread that opens the file.
   MemoryShare& memory() noexcept { return memory_; }
+  /// Memory of the objects that are bound to the source. For the thread that opens the file.
+  ObjectBlocks& objects() noexcept { return objects_; }
 
   /// The decoded shapes of the file.
   ShapeCache& shapes() noexcept { return *shapes_; }
@@ -130,12 +134,15 @@ class SceneSource final : public ObjectSource {
   void scanTable(std::size_t at);
   void indexIds();
   void countTables();
+  const ElementKind* atomKind(std::uint32_t element);
+  Ref<JtPropAtom> atomLocked(std::uint32_t element);
 
   Ref<Container> container_;
   std::unique_ptr<ShapeCache> shapes_;
   const TocEntry* entry_ = nullptr;
   SegmentContent content_;
   MemoryShare memory_;
+  ObjectBlocks objects_;
   std::vector<std::uint32_t> offsets_;
   std::vector<std::int32_t> ids_;
   std::uint32_t firstAtom_ = 0;
@@ -150,8 +157,10 @@ class SceneSource final : public ObjectSource {
   std::vector<Diagnostic> notes_;
   std::vector<bool> unreachable_;
 
-  std::mutex atomsMutex_;
+  std::mutex atomsMutex_;           // of the next four, and of objects_ once the file is open
   std::vector<JtPropAtom*> atoms_;  // by element - firstAtom_; not owned
+  const ElementKind* lastKind_ = nullptr;
+  std::array<std::byte, 16> lastKindId_{};  // as the file has it
   Once poolsFound_;
   std::vector<std::uint32_t> poolAtoms_;
 };
