@@ -267,7 +267,8 @@ std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
     const std::uint32_t key = find(keyId);
     const std::uint32_t value = find(valueId);
     if (key == kNone || value == kNone || key < firstAtom_ || value < firstAtom_) return;
-    // An atom that ends asks for the lock: those of a node that fails end behind it, with the result.
+    // An atom that ends asks for the lock: those of a node that fails end after it, with the
+    // result.
     Property& property = result.emplace_back();
     property.key = atomLocked(key);
     property.value = atomLocked(value);
