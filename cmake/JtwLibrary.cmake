@@ -19,7 +19,8 @@ if(PROJECT_IS_TOP_LEVEL)
   # The presets compile much the same several times; a compiler cache pays where there is one.
   find_program(JTW_CCACHE ccache)
   if(JTW_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${JTW_CCACHE})
+    # Without this it leaves sources with precompiled headers alone.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${JTW_CCACHE})
   endif()
 endif()
 
