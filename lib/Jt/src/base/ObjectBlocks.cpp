@@ -35,8 +35,9 @@ struct ObjectBlocks::Header {
 
 struct alignas(kAlignment) ObjectBlocks::Block {
   /// What a block that is open counts beside its objects. An object that is made is not counted
-  /// until the block is closed: only ends of objects touch the count.
-  static constexpr std::size_t kOpen = std::size_t{1} << 32;
+  /// until the block is closed: only ends of objects touch the count. Far more than the objects of
+  /// a block, and fits 32 bits.
+  static constexpr std::size_t kOpen = std::size_t{1} << 30;
 
   std::atomic<std::size_t> count = kOpen;
 
