@@ -33,6 +33,7 @@ class JtwSubDevice;
 class VisMetaDataNode;
 
 namespace jtw {
+class KeyTable;
 class Reading;
 class RootEdits;
 class WrapperTable;
@@ -143,9 +144,7 @@ class JTW_API JtwRoot : public JtwCollection {
   /// Takes ownership of a PMI that has no key: no map has it until it gets one. Null: nothing.
   void adoptPMI(JtwPMI* pmi);
   /// All wrappers that have a key. Valid until a wrapper is added or removed.
-  const RWClassicTValHashDictionary<ApiProtoKey, JtwNode*>& getAllNodes() const {
-    return nodesByKey_;
-  }
+  const RWClassicTValHashDictionary<ApiProtoKey, JtwNode*>& getAllNodes() const;
 
   /// The creators make a JT node (frames and annotations: none) with its wrapper under the wrapper
   /// of `parentKey`. The root owns the result. Null, changing nothing, when `key` is in use or
@@ -303,7 +302,7 @@ class JTW_API JtwRoot : public JtwCollection {
   // A wrapper in either of the first two maps or in unkeyedPMIs_ is destroyed with the root.
   std::unique_ptr<jtw::WrapperTable> nodesByJtNode_;
   std::unique_ptr<jtw::WalkMemo> memo_;  // while somebody only reads
-  RWClassicTValHashDictionary<ApiProtoKey, JtwNode*> nodesByKey_{64};
+  std::unique_ptr<jtw::KeyTable> nodesByKey_;
   JT_LOADING_REPRESENTATION loadingRep_ = JT_LOAD_WITH_UNIT_PROPERTY;
   jt::Ref<JtPartition> partition_;
   bool isJtKR_ = false;

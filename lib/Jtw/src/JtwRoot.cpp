@@ -16,6 +16,7 @@
 #include "JtByteText.h"
 #include "JtStorageLocation.h"
 #include "JtwFileNaming.h"
+#include "JtwKeyTable.h"
 #include "JtwManager.h"
 #include "JtwPMI.h"
 #include "JtwRootEdits.h"
@@ -44,6 +45,7 @@ void reportLost(const jt::SaveReport& report) {
 JtwRoot::JtwRoot(JT_LOADING_REPRESENTATION loadingRep)
     : JtwCollection(nullptr, this),
       nodesByJtNode_(std::make_unique<jtw::WrapperTable>()),
+      nodesByKey_(std::make_unique<jtw::KeyTable>()),
       loadingRep_(loadingRep) {}
 
 JtwRoot::JtwRoot() : JtwRoot(JT_LOAD_WITH_UNIT_PROPERTY) {}
@@ -51,6 +53,7 @@ JtwRoot::JtwRoot() : JtwRoot(JT_LOAD_WITH_UNIT_PROPERTY) {}
 JtwRoot::JtwRoot(const JtwRoot& other)
     : JtwCollection(other.jtNode(), this),
       nodesByJtNode_(std::make_unique<jtw::WrapperTable>()),
+      nodesByKey_(std::make_unique<jtw::KeyTable>()),
       loadingRep_(other.loadingRep_),
       partition_(other.partition_),
       isJtKR_(other.isJtKR_),
@@ -263,7 +266,7 @@ void JtwRoot::forgetWrappers() noexcept {
   const auto next = [](const JtwNode* node) {
     return node->nextToEnd_ == node ? nullptr : node->nextToEnd_;
   };
-  for (const auto& entry : nodesByKey_) add(entry.second);
+  for (const auto& entry : nodesByKey_->all()) add(entry.second);
   nodesByJtNode_->forEach([&add](JtNode*, JtwNode* node) { add(node); });
   for (JtwNode* node : unkeyedPMIs_) add(node);
   // Collections and PMI refer to each other: they part while all of them are alive.
@@ -271,7 +274,7 @@ void JtwRoot::forgetWrappers() noexcept {
     if (node->isCollection() != 0) static_cast<JtwCollection*>(node)->uninit();
   uninit();
   ++forgotten_;
-  nodesByKey_.clear();
+  nodesByKey_->clear();
   nodesByJtNode_->clear();
   pmisByJtNode_.clear();
   unkeyedPMIs_.clear();
@@ -333,7 +336,7 @@ void JtwRoot::rebindNodes(const std::unordered_map<JtNode*, JtNode*>& replacemen
     if (!wrapper.isOfTypePMI()) wrapper.forgetCached();  // a PMI's place and color are its own
   };
   std::unordered_set<JtwNode*> wrappers{this};
-  for (const auto& entry : nodesByKey_) wrappers.insert(entry.second);
+  for (const auto& entry : nodesByKey_->all()) wrappers.insert(entry.second);
   nodesByJtNode_->forEach([&wrappers](JtNode*, JtwNode* node) { wrappers.insert(node); });
   for (JtwNode* wrapper : wrappers) rebind(*wrapper);
 

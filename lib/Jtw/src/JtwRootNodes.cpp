@@ -12,6 +12,7 @@
 #include "JtwBlock.h"
 #include "JtwEntity.h"
 #include "JtwFrame.h"
+#include "JtwKeyTable.h"
 #include "JtwLink.h"
 #include "JtwPMI.h"
 #include "JtwPMIAnnotation.h"
@@ -115,14 +116,17 @@ void stripIdentity(JtNode* copy) {
 // --- Maps
 
 bool JtwRoot::getNodeByKey(const ApiProtoKey& key, JtwNode*& node) const {
-  if (nodesByKey_.empty()) return false;
-  const auto found = nodesByKey_.find(key);
-  node = found == nodesByKey_.end() ? nullptr : found->second;
+  if (nodesByKey_->isEmpty()) return false;
+  node = nodesByKey_->find(key);
   return true;
 }
 
+const RWClassicTValHashDictionary<ApiProtoKey, JtwNode*>& JtwRoot::getAllNodes() const {
+  return nodesByKey_->all();
+}
+
 bool JtwRoot::addNodeToMapByKey(const ApiProtoKey& key, JtwNode* node) {
-  if (!node || key.isNull() || !nodesByKey_.emplace(key, node).second) return false;
+  if (!node || key.isNull() || !nodesByKey_->insert(key, node)) return false;
   ++node->entries_.byKey;
   if (!unkeyedPMIs_.empty()) unkeyedPMIs_.erase(node);
   return true;
@@ -131,10 +135,10 @@ bool JtwRoot::addNodeToMapByKey(const ApiProtoKey& key, JtwNode* node) {
 bool JtwRoot::addNodeToMap(JtwNode* node) { return node && addNodeToMapByKey(node->key(), node); }
 
 bool JtwRoot::removeNodeFromMapByKey(const ApiProtoKey& key) {
-  const auto found = nodesByKey_.find(key);
-  if (found == nodesByKey_.end()) return false;
-  --found->second->entries_.byKey;
-  nodesByKey_.erase(found);
+  JtwNode* const node = nodesByKey_->find(key);
+  if (!node) return false;
+  --node->entries_.byKey;
+  nodesByKey_->erase(key);
   return true;
 }
 
@@ -149,12 +153,9 @@ JtwNode* JtwRoot::nodeByJtNode(JtNode* jtNode) const { return nodesByJtNode_->wr
 void JtwRoot::forgetNode(JtwNode& node) {
   ++forgotten_;
   unkeyedPMIs_.erase(&node);
-  if (node.entries_.byKey > 0) {
-    const auto byKey = nodesByKey_.find(node.key());
-    if (byKey != nodesByKey_.end() && byKey->second == &node) {
-      nodesByKey_.erase(byKey);
-      --node.entries_.byKey;
-    }
+  if (node.entries_.byKey > 0 && nodesByKey_->find(node.key()) == &node) {
+    nodesByKey_->erase(node.key());
+    --node.entries_.byKey;
   }
   if (nodesByJtNode_->wrapperOf(node.jtNode()) == &node) {
     nodesByJtNode_->erase(node.jtNode());
@@ -162,7 +163,7 @@ void JtwRoot::forgetNode(JtwNode& node) {
   }
   // It may have had other keys and another JT node before. That is rare enough for a search.
   if (node.entries_.byKey > 0)
-    std::erase_if(nodesByKey_, [&node](const auto& entry) { return entry.second == &node; });
+    nodesByKey_->eraseWrapper(&node);
   if (node.entries_.byJtNode > 0)
     nodesByJtNode_->eraseIf(
         [&node](JtNode* /*jtNode*/, const JtwNode* wrapper) { return wrapper == &node; });
@@ -176,10 +177,9 @@ void JtwRoot::adoptPMI(JtwPMI* pmi) {
 
 bool JtwRoot::getFreeApiProtoKey(ApiProtoKey& key) const {
   key = ApiProtoKey();
-  if (nodesByKey_.empty()) return false;
-  key = std::max_element(nodesByKey_.begin(), nodesByKey_.end(), [](const auto& a, const auto& b) {
-          return a.first < b.first;
-        })->first;
+  if (nodesByKey_->isEmpty()) return false;
+  const auto byKey = [](const auto& a, const auto& b) { return a.first < b.first; };
+  key = std::ranges::max_element(nodesByKey_->all(), byKey)->first;
   ++key;
   return true;
 }
