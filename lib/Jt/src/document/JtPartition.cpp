@@ -269,8 +269,10 @@ void JtPartition::setShapeEncoding(const std::optional<jt::ShapeEncoding>& encod
 
 bool JtPartition::isContentModified() const {
   using jt::file::SceneWriter;
-  return !isClosed_ && (SceneWriter::isChanged(*this, scene_.get()) ||
-                        !SceneWriter::changedMetaData(SceneWriter::nodesOf(*this)).empty());
+  if (isClosed_) return false;
+  const std::vector<const JtNode*> nodes = SceneWriter::nodesOf(*this);
+  return SceneWriter::isChanged(nodes, scene_.get()) ||
+         !SceneWriter::changedMetaData(nodes).empty();
 }
 
 /// A closed partition has no content: saving it would replace a good file by an empty one.

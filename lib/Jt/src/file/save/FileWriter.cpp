@@ -74,6 +74,8 @@ FileWriter::FileWriter(const JtPartition& partition, const JtPartition& top,
           partition.shapeEncoding().value_or(options.shapeEncoding.value_or(ShapeEncoding{}))),
       sameForm_(container_ && container_->format().sameFormAs(format_)),
       sameVersion_(container_ && container_->format() == format_),
+      nodes_(SceneWriter::nodesOf(top)),
+      isSceneChanged_(SceneWriter::isChanged(nodes_, source_)),
       converter_(format_, encoding_, options.compressionLevel),
       places_(container_, converter_) {}
 
@@ -87,10 +89,9 @@ void FileWriter::checkVersion() const {
                           "that a file was read in");
 }
 
-bool FileWriter::isUntouched() const {
-  return sameVersion_ && &partition_ == &top_ && !options_.rewriteSceneGraph &&
-         !SceneWriter::isChanged(top_, source_) &&
-         SceneWriter::changedMetaData(SceneWriter::nodesOf(top_)).empty();
+bool FileWriter::isUntouched(const std::vector<ChangedObject>& changedObjects) const {
+  return sameVersion_ && &partition_ == &top_ && !options_.rewriteSceneGraph && !isSceneChanged_ &&
+         changedObjects.empty();
 }
 
 SaveReport FileWriter::save(JtStorageLocation& location) {
@@ -99,25 +100,24 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
   report_.version = version_;
   std::vector<FilePiece> pieces;
   Buffer front;
-  if (isUntouched()) {
+  std::vector<ChangedObject> changedObjects = SceneWriter::changedMetaData(nodes_);
+  if (isUntouched(changedObjects)) {
     for (const TocEntry& entry : container_->toc())
       report_.segments.push_back(copied(entry).action);
     pieces.push_back({container_->image().bytes(), &container_->image(), 0});
   } else {
-    const auto nodes = SceneWriter::nodesOf(top_);
-    for (ChangedObject& changed : SceneWriter::changedMetaData(nodes))
+    for (ChangedObject& changed : changedObjects)
       converter_.setChanged(*changed.entry, std::move(changed.object), changed.reason);
     std::optional<std::unordered_set<const Container*>> named;
     converter_.setHasPools([&](const Container& from) {
       // Those of the file itself stay, whether they are named or not.
       if (&from == container_) return true;
-      if (!named) named = filesOfPools(nodes);
+      if (!named) named = filesOfPools(nodes_);
       return named->contains(&from);
     });
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
-    const SavePlan plan(top_, nodes, !container_ || SceneWriter::isChanged(top_, source_),
-                        encoding_, format_, converter_);
-    takeScene(SceneWriter(top_, source_, format_, plan, places_).encode());
+    const SavePlan plan(top_, nodes_, isSceneChanged_, encoding_, format_, converter_);
+    takeScene(SceneWriter(nodes_, source_, format_, plan, places_).encode());
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
     std::vector<const Segment*> order;
@@ -131,7 +131,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
       pieces.push_back(
           {segment->bytes, segment->source, segment->source ? segment->offsetInSource : 0});
     for (const Segment& segment : segments_) report_.segments.push_back(segment.action);
-    noteLostGeometry(nodes);
+    noteLostGeometry();
     converter_.setHasPools({});
   }
   if (!options_.dryRun) {
@@ -142,14 +142,14 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
 }
 
 /// Reports what is dropped for each part that has it.
-void FileWriter::noteLostGeometry(const std::vector<const JtNode*>& nodes) {
+void FileWriter::noteLostGeometry() {
   std::unordered_map<JtGuid, const SegmentAction*> lost;
   for (const SegmentAction& action : report_.segments)
     if (action.kind == SegmentAction::Kind::dropped && isExactGeometry(action.type))
       lost.emplace(action.id, &action);
   if (lost.empty()) return;
   const JtString nameKey("JT_PROP_NAME");
-  eachLateLoaded(nodes, [&](const JtNode& node, const JtLateLoadedPropAtom& late) {
+  eachLateLoaded(nodes_, [&](const JtNode& node, const JtLateLoadedPropAtom& late) {
     const auto found = lost.find(late.segmentId());
     if (found == lost.end()) return;
     const auto* name = as<JtStringPropAtom>(node.property(nameKey));
@@ -162,10 +162,10 @@ void FileWriter::noteLostGeometry(const std::vector<const JtNode*>& nodes) {
 void FileWriter::takeScene(EncodedScene scene) {
   report_.warnings = std::move(scene.warnings);
   sceneId_ = container_ ? container_->sceneEntry().id : JtGuid::random();
-  sceneReason_ = !container_                             ? "it is new"
-                 : !sameVersion_                         ? "the version changes"
-                 : SceneWriter::isChanged(top_, source_) ? "the scene graph was changed"
-                                                         : "asked for";
+  sceneReason_ = !container_       ? "it is new"
+                 : !sameVersion_   ? "the version changes"
+                 : isSceneChanged_ ? "the scene graph was changed"
+                                   : "asked for";
   sceneBytes_ = writeSegment(scene.bytes.bytes(), sceneId_, 1, format_, options_.compressionLevel);
   scene.bytes = {};
   if (container_) planExisting(scene);

@@ -35,7 +35,7 @@ class FileWriter {
   };
 
   void checkVersion() const;
-  bool isUntouched() const;
+  bool isUntouched(const std::vector<ChangedObject>& changedObjects) const;
   void planExisting(const EncodedScene& scene);
   void planNew(const EncodedScene& scene);
   void planForeign();
@@ -50,7 +50,7 @@ class FileWriter {
   std::string versionText() const;
   Buffer encodeNew(const NewSegment& segment, codec::Report& losses) const;
   void warn(const std::string& code, const std::string& message);
-  void noteLostGeometry(const std::vector<const JtNode*>& nodes);
+  void noteLostGeometry();
   void takeScene(EncodedScene scene);
 
   const JtPartition& partition_;
@@ -63,6 +63,8 @@ class FileWriter {
   ShapeEncoding encoding_;
   bool sameForm_;     // as the file that was read, but for the number of the version
   bool sameVersion_;  // and the number too
+  std::vector<const JtNode*> nodes_;  // what is written
+  bool isSceneChanged_;
   SegmentConverter converter_;
   SegmentPlaces places_;
   JtGuid sceneId_;

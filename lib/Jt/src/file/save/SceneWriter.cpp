@@ -46,9 +46,9 @@ const ElementKind* standInFor(const ElementKind& kind, const Format& format) {
 
 }  // namespace
 
-SceneWriter::SceneWriter(const JtNode& root, SceneSource* source, const Format& format,
-                         const SavePlan& plan, SegmentPlaces& places)
-    : root_(root),
+SceneWriter::SceneWriter(const std::vector<const JtNode*>& nodes, SceneSource* source,
+                         const Format& format, const SavePlan& plan, SegmentPlaces& places)
+    : nodes_(nodes),
       source_(source),
       format_(format),
       sameForm_(formOf(source, format).sameFormAs(format)),
@@ -82,9 +82,8 @@ std::vector<const JtNode*> SceneWriter::nodesOf(const JtNode& root) {
   return order;
 }
 
-bool SceneWriter::isChanged(const JtNode& root, const SceneSource* source) {
+bool SceneWriter::isChanged(const std::vector<const JtNode*>& nodes, const SceneSource* source) {
   if (!source) return true;
-  std::vector<const JtNode*> nodes = nodesOf(root);
   return std::any_of(nodes.begin(), nodes.end(), [&](const JtNode* node) {
     if (node->isModified() || node->propertiesModified() || !SceneSource::isFrom(*node, source))
       return true;
@@ -118,7 +117,6 @@ std::vector<ChangedObject> SceneWriter::changedMetaData(const std::vector<const 
 }
 
 EncodedScene SceneWriter::encode() {
-  nodes_ = nodesOf(root_);
   collectGraph();
   ByteSink& out = result_.bytes;
   if (source_) {
@@ -328,7 +326,7 @@ void SceneWriter::leaveOut(const std::string& what, std::int32_t id, const JtSce
 std::string SceneWriter::ownerText(const JtSceneObject& attribute) {
   if (!as<JtAttribute>(&attribute)) return {};
   if (owners_.empty())
-    for (const JtNode* node : nodesOf(root_))
+    for (const JtNode* node : nodes_)
       for (int i = 0; i < node->numAttributes(); ++i) owners_.emplace(node->attribute(i), node);
   const auto owner = owners_.find(&attribute);
   if (owner == owners_.end()) return {};

@@ -46,19 +46,20 @@ struct EncodedScene {
 
 class SceneWriter {
  public:
-  /// @param root   top of what is written; a partition that represents another file is a leaf
+  /// @param nodes  what is written, as nodesOf() lists it; must outlive the writer
   /// @param source the file whose ids, order and unread elements are kept; null for a new file
   /// @param plan   what is stored otherwise than the graph has it; must outlive the writer
   /// @param places gives the ids of segments; must outlive the writer
-  SceneWriter(const JtNode& root, SceneSource* source, const Format& format, const SavePlan& plan,
-              SegmentPlaces& places);
+  SceneWriter(const std::vector<const JtNode*>& nodes, SceneSource* source, const Format& format,
+              const SavePlan& plan, SegmentPlaces& places);
 
   /// Throws JtFormatError "not_convertible" when an element cannot be put into this form.
   EncodedScene encode();
 
-  /// True when something that the scene graph segment stores differs from the source.
-  static bool isChanged(const JtNode& root, const SceneSource* source);
-  /// Nodes of the file that `root` belongs to, parents first, each once.
+  /// True when something that the scene graph segment stores of nodes differs from the source.
+  static bool isChanged(const std::vector<const JtNode*>& nodes, const SceneSource* source);
+  /// Nodes of the file that `root` belongs to, parents first, each once; a partition that
+  /// represents another file is a leaf.
   static std::vector<const JtNode*> nodesOf(const JtNode& root);
   /// Metadata and PMI that were changed and lie in segments of files.
   static std::vector<ChangedObject> changedMetaData(const std::vector<const JtNode*>& nodes);
@@ -113,7 +114,7 @@ class SceneWriter {
   /// " of 'Bolt' (#7)": the first node that lists that attribute; empty when none does.
   std::string ownerText(const JtSceneObject& attribute);
 
-  const JtNode& root_;
+  const std::vector<const JtNode*>& nodes_;
   SceneSource* source_;
   Format format_;
   bool sameForm_;
@@ -122,7 +123,6 @@ class SceneWriter {
   EncodedScene result_;
   std::int32_t nextId_ = 1;
   std::unordered_set<std::int32_t> takenIds_;  // greater than those of the source's elements
-  std::vector<const JtNode*> nodes_;
   std::vector<Item> graph_;
   ByteSink newAtoms_;  // elements of atoms that are not from the source
   ByteSink* atomsOut_ = &newAtoms_;
