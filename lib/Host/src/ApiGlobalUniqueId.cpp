@@ -1,13 +1,9 @@
 #include "ApiGlobalUniqueId.h"
 
-#include <array>
-#include <cstdint>
-#include <random>
+#include "HostRandom.h"
 
 ApiGlobalUniqueId ApiGlobalUniqueId::create() {
-  std::random_device random;
-  std::array<std::uint32_t, 4> words{};
-  for (std::uint32_t& word : words) word = random();
+  std::array<std::uint32_t, 4> words = host::randomBits();
   words[1] = (words[1] & 0xFFFF0FFFU) | 0x00004000U;  // version 4
   words[2] = (words[2] & 0x3FFFFFFFU) | 0x80000000U;  // the variant that has versions
 

@@ -1,9 +1,9 @@
 #include "ScratchFolder.h"
 
 #include <filesystem>
-#include <random>
 
 #include "Failure.h"
+#include "HostRandom.h"
 
 namespace tool {
 
@@ -17,7 +17,7 @@ ScratchFolder::~ScratchFolder() {
 std::string ScratchFolder::place(const std::string& name) {
   if (path_.path().empty()) {
     const fs::path path =
-        fs::temp_directory_path() / ("jtw-" + std::to_string(std::random_device{}()));
+        fs::temp_directory_path() / ("jtw-" + std::to_string(host::randomBits()[0]));
     std::error_code error;
     if (!fs::create_directory(path, error))
       throw Failure(ExitCode::output, "unwritable", "no folder for temporary files can be made",

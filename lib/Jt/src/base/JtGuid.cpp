@@ -1,7 +1,8 @@
 #include "JtGuid.h"
 
 #include <charconv>
-#include <random>
+
+#include "HostRandom.h"
 
 namespace {
 
@@ -63,16 +64,12 @@ std::optional<JtGuid> JtGuid::parse(std::string_view text) {
 }
 
 JtGuid JtGuid::random() {
-  std::random_device device;
+  const auto bits = host::randomBits();
   JtGuid guid;
-  guid.data1 = device();
-  const std::uint32_t middle = device();
-  guid.data2 = static_cast<std::uint16_t>(middle);
-  guid.data3 = static_cast<std::uint16_t>(((middle >> 16) & 0x0fff) | 0x4000);
-  for (std::size_t i = 0; i < guid.data4.size(); i += 4) {
-    const std::uint32_t bits = device();
-    std::memcpy(&guid.data4[i], &bits, sizeof bits);
-  }
+  guid.data1 = bits[0];
+  guid.data2 = static_cast<std::uint16_t>(bits[1]);
+  guid.data3 = static_cast<std::uint16_t>(((bits[1] >> 16) & 0x0fff) | 0x4000);
+  std::memcpy(guid.data4.data(), &bits[2], guid.data4.size());
   guid.data4[0] = static_cast<std::uint8_t>((guid.data4[0] & 0x3f) | 0x80);
   return guid;
 }

@@ -11,8 +11,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <random>
 #include <string_view>
+
+#include "HostRandom.h"
 
 namespace jt::storage {
 namespace {
@@ -90,8 +91,8 @@ std::string jt::newTemporaryName(const std::string& file) {
   std::string stem = file;
   if (stem.size() > kMaxStem)
     stem = stem.substr(0, kMaxStem) + '~' + hexText(std::hash<std::string>{}(file));
-  std::random_device device;
-  const std::uint64_t number = (std::uint64_t{device()} << 32) | device();
+  const auto bits = host::randomBits();
+  const std::uint64_t number = (std::uint64_t{bits[0]} << 32) | bits[1];
   return "." + stem + std::string(kMark) + std::to_string(::getpid()) + '-' + hexText(number) +
          std::string(kEnd);
 }
