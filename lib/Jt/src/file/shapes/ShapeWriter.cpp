@@ -118,9 +118,10 @@ ShapeStatistics statisticsOf(const Mesh& mesh) {
       u[axis] = mesh.positions[mesh.corners[t + 1]][axis] - origin;
       v[axis] = mesh.positions[mesh.corners[t + 2]][axis] - origin;
     }
-    area += std::hypot(u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
-                       u[0] * v[1] - u[1] * v[0]) /
-            2;
+    const double x = u[1] * v[2] - u[2] * v[1];
+    const double y = u[2] * v[0] - u[0] * v[2];
+    const double z = u[0] * v[1] - u[1] * v[0];
+    area += std::sqrt(x * x + y * y + z * z) / 2;  // of floats: the squares cannot overflow
   }
   if (std::isfinite(area)) statistics.area = static_cast<float>(area);
   return statistics;
