@@ -297,7 +297,7 @@ TEST(PMIEdit, NodesGetAndLoseTheirPMI) {
     const auto again = storage.open(storage.saved(*bare));
     ASSERT_NE(pmiNode(*again).pmi(), nullptr) << jt::lastError();
     EXPECT_EQ(summaryOf(*pmiNode(*again).pmi()), Lines{"\u4e2d new"});
-    EXPECT_EQ(again->container()->toc().at(1).type(), vector.format.major < 10 ? 4 : 3);
+    EXPECT_EQ(again->container()->toc()[1].type(), vector.format.major < 10 ? 4 : 3);
     EXPECT_TRUE(jt::verify(MemoryLocation("opened")).empty());
   }
 }

@@ -83,7 +83,7 @@ TEST(Shapes, OfFilesAreDecodedOnDemandAndKeepTheirBytes) {
     const auto key = jt::make<JtStringPropAtom>(JtString(Jt::jtPropName));
     root->addProperty(key.get(), key.get(), true);
     const auto again = storage.open(storage.saved(*root));
-    const auto stored = again->container()->segmentBytes(again->container()->toc().at(1));
+    const auto stored = again->container()->segmentBytes(again->container()->toc()[1]);
     EXPECT_TRUE(std::ranges::equal(stored.subspan(jt::file::kSegmentHeaderSize), one.vector.bytes));
   }
 }
@@ -96,7 +96,7 @@ TEST(Shapes, SetGeometryIsSavedWithNodeDataThatFollowsIt) {
     JtShape* shape = shapeOf(root);
     Mesh other = *shape->mesh();
     for (jt::Vec3f& position : other.positions) position[0] *= 2;
-    const auto old = root->container()->toc().at(1).id;
+    const auto old = root->container()->toc()[1].id;
     shape->setMesh(shared(other));
     EXPECT_EQ(contentOf(*shape->mesh()), contentOf(other));
     const auto again = storage.open(storage.saved(*root));
@@ -264,7 +264,7 @@ TEST(Shapes, ADamagedOneIsOneErrorAndTheRestStaysUsable) {
     root->addChild(jt::makeShape(shared(one.mesh)).get());
     Bytes file = storage.saved(*root);
     const auto whole = storage.open(file);
-    const auto entry = whole->container()->toc().at(1);
+    const auto entry = whole->container()->toc()[1];
     const auto begin = file.begin() + static_cast<std::ptrdiff_t>(entry.offset);
     std::fill(begin + 66, begin + entry.length, std::byte{0xff});  // behind the element's head
     const auto damaged = storage.open(file);

@@ -374,7 +374,7 @@ class FieldLines : public FieldListener {
 
 std::vector<std::string> fieldLines(const JtPartition& root) {
   const Container& container = *root.container();
-  const SegmentContent content = container.load(container.toc().at(1));
+  const SegmentContent content = container.load(container.toc()[1]);
   FieldLines lines;
   tracePMI(segmentElements(content.bytes, container.format()).at(0).body, container.format(), 0,
            lines);

@@ -295,7 +295,7 @@ class Explainer {
 };
 
 std::size_t askedSegment(const Container& container, const ExplainOptions& options) {
-  const auto& toc = container.toc();
+  const auto toc = container.toc();
   if (options.segmentIndex && *options.segmentIndex < toc.size()) return *options.segmentIndex;
   if (options.segmentId)
     for (std::size_t i = 0; i < toc.size(); ++i)

@@ -51,9 +51,9 @@ ShapeSummary summarizeShapes(const JtPartition& partition) {
     ++summary.byType[elementName(shape)];
   }
   if (const file::Container* container = partition.container())
-    for (const file::TocEntry& entry : container->toc())
-      if (file::isShapeSegment(entry.type()))
-        levels[static_cast<std::size_t>(entry.type() - kWithoutLevel)].bytes += entry.length;
+    for (std::size_t place = 0; place < levels.size(); ++place)
+      levels[place].bytes =
+          container->totals()[static_cast<std::size_t>(kWithoutLevel) + place].bytes;
   for (std::size_t place = 1; place <= levels.size(); ++place) {
     ShapeSummary::Level& level = levels[place % levels.size()];  // those without level last
     if (place < levels.size()) level.level = static_cast<int>(place) - 1;

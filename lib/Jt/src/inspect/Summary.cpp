@@ -64,17 +64,10 @@ FileSummary summarizeFile(const JtPartition& partition) {
   summary.versionText.erase(summary.versionText.find_last_not_of(' ') + 1);
   summary.bigEndian = container.format().bigEndian;
   summary.segmentCount = container.toc().size();
-  std::array<FileSummary::TypeCount, 256> counts{};
-  for (const file::TocEntry& entry : container.toc()) {
-    FileSummary::TypeCount& count = counts[static_cast<std::size_t>(entry.type())];
-    ++count.count;
-    count.bytes += entry.length;
-  }
-  for (std::size_t type = 0; type < counts.size(); ++type) {
-    if (counts[type].count == 0) continue;
-    counts[type].type = static_cast<std::int32_t>(type);
-    counts[type].name = segmentName(counts[type].type);
-    summary.byType.push_back(counts[type]);
+  std::int32_t type = 0;
+  for (const auto& [count, bytes] : container.totals()) {
+    if (count > 0) summary.byType.push_back({type, segmentName(type), count, bytes});
+    ++type;
   }
   return summary;
 }
@@ -179,10 +172,13 @@ ContentSummary summarizeContent(const JtPartition& partition) {
   const std::vector<const JtNode*> nodes = file::SceneWriter::nodesOf(partition);
   ContentSummary summary;
   summary.pmi = namesKey(partition, nodes, file::kPMIKey);
-  if (const file::Container* container = partition.container())
-    summary.exactGeometry = std::ranges::any_of(container->toc(), [](const file::TocEntry& entry) {
-      return isExactGeometry(entry.type());
-    });
+  if (const file::Container* container = partition.container()) {
+    std::int32_t type = 0;
+    for (const file::SegmentTotal& total : container->totals()) {
+      if (total.count > 0 && isExactGeometry(type)) summary.exactGeometry = true;
+      ++type;
+    }
+  }
   for (const JtNode* node : nodes) {
     const auto* other = as<JtPartition>(node);
     if (other && other != &partition && !other->fileName().isEmpty()) summary.otherFiles = true;

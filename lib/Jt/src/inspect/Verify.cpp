@@ -44,7 +44,7 @@ class Verifier {
       references();
     }
     std::unordered_set<JtGuid> ids;
-    const auto& toc = container_->toc();
+    const auto toc = container_->toc();
     for (std::size_t i = 0; i < toc.size(); ++i) {
       if (i % kBlock == 0) decodeShapes(i, std::min(toc.size(), i + kBlock));
       if (!ids.insert(toc[i].id).second)

@@ -5,13 +5,18 @@
 
 namespace jt::file {
 
-JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept {
-  JtGuid id;
-  id.data1 = loadScalar<std::uint32_t>(bytes, bigEndian);
-  id.data2 = loadScalar<std::uint16_t>(bytes + 4, bigEndian);
-  id.data3 = loadScalar<std::uint16_t>(bytes + 6, bigEndian);
-  std::memcpy(id.data4.data(), bytes + 8, 8);
-  return id;
+void throwTruncated(const char* name, std::size_t size, std::size_t left, std::size_t offset) {
+  throw JtFormatError("truncated",
+                      "expected " + std::to_string(size) + " bytes for " + name + ", found " +
+                          std::to_string(left),
+                      {.element = name, .offset = offset});
+}
+
+void throwBadCount(const char* name, std::int32_t count, std::size_t room, std::size_t offset) {
+  throw JtFormatError("bad_count",
+                      std::string("the count of ") + name + " is " + std::to_string(count) +
+                          ", but there is room for " + std::to_string(room),
+                      {.element = name, .offset = offset});
 }
 
 std::string valueText(double value, bool isFloat) {

@@ -30,7 +30,20 @@ namespace jt::file {
 template <class T>
 concept Scalar = std::is_arithmetic_v<T>;
 
-JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept;
+inline JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept {
+  JtGuid id;
+  id.data1 = loadScalar<std::uint32_t>(bytes, bigEndian);
+  id.data2 = loadScalar<std::uint16_t>(bytes + 4, bigEndian);
+  id.data3 = loadScalar<std::uint16_t>(bytes + 6, bigEndian);
+  std::memcpy(id.data4.data(), bytes + 8, 8);
+  return id;
+}
+
+// Failures of a reader. Out of line: what can fail is small enough to be inlined then.
+[[noreturn]] void throwTruncated(const char* name, std::size_t size, std::size_t left,
+                                 std::size_t offset);
+[[noreturn]] void throwBadCount(const char* name, std::int32_t count, std::size_t room,
+                                std::size_t offset);
 
 /// An object as the field list of an archive takes it: only a reader changes it.
 template <class Ar, class T>
@@ -241,11 +254,7 @@ class BasicReader {
 
  private:
   void need(const char* name, std::size_t size) const {
-    if (size <= left()) return;
-    throw JtFormatError("truncated",
-                        std::string("expected ") + std::to_string(size) + " bytes for " + name +
-                            ", found " + std::to_string(left()),
-                        {.element = name, .offset = offset()});
+    if (size > left()) throwTruncated(name, size, left(), offset());
   }
   std::size_t readCount(const char* name, std::size_t itemSize) {
     std::int32_t count = 0;
@@ -253,10 +262,7 @@ class BasicReader {
     count = loadScalar<std::int32_t>(at_, format_.bigEndian);
     const std::size_t room = (left() - sizeof count) / (itemSize == 0 ? 1 : itemSize);
     if (count < 0 || static_cast<std::size_t>(count) > room)
-      throw JtFormatError("bad_count",
-                          std::string("the count of ") + name + " is " + std::to_string(count) +
-                              ", but there is room for " + std::to_string(room),
-                          {.element = name, .offset = offset()});
+      throwBadCount(name, count, room, offset());
     trace(name, "I32 count", sizeof count, [&] { return std::to_string(count); });
     at_ += sizeof count;
     return static_cast<std::size_t>(count);

@@ -184,13 +184,15 @@ void Container::readToc() {
                             " segments, but there is room for 1 to " + std::to_string(room) +
                             "; the file is truncated or damaged",
                         {.element = "entryCount", .offset = at});
-  toc_.resize(static_cast<std::size_t>(count));
+  toc_ = storage::WorkArray<TocEntry>(static_cast<std::size_t>(count));
   Reader reader(bytes.subspan(at + 4, static_cast<std::size_t>(count) * entrySize), format_,
                 at + 4);
   std::uint64_t total = 0;
-  for (TocEntry& entry : toc_) {
+  for (std::size_t i = 0; i < toc_.size(); ++i) {
     const std::size_t row = reader.offset();
+    TocEntry entry;
     fields(reader, entry);
+    toc_[i] = entry;
     if (entry.offset < headerSize || entry.length < kSegmentHeaderSize ||
         entry.offset > bytes.size() || bytes.size() - entry.offset < entry.length) {
       const bool beyond = entry.offset >= headerSize && entry.length >= kSegmentHeaderSize;
@@ -201,6 +203,9 @@ void Container::readToc() {
                               (beyond ? "; the file is truncated or damaged" : ""),
                           {.element = "segmentOffset", .offset = row});
     }
+    SegmentTotal& ofType = totals_[static_cast<std::size_t>(entry.type())];
+    ++ofType.count;
+    ofType.bytes += entry.length;
     total += entry.length;
   }
   // A save writes each of them, and whoever reads all would read the same bytes again and again.
@@ -218,7 +223,7 @@ void Container::readToc() {
 
 const TocEntry& Container::sceneEntry() const {
   const TocEntry* byType = nullptr;
-  for (const TocEntry& entry : toc_) {
+  for (const TocEntry& entry : toc()) {
     if (entry.id == header_.sceneId && header_.reserved == 0) return entry;
     if (entry.type() == 1 && !byType) byType = &entry;
   }

@@ -3,7 +3,7 @@
 // A JT file as a container: header, table of contents, segments. Nothing of a segment is read
 // before it is asked for.
 
-#include <atomic>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -13,6 +13,7 @@
 #include "JtPartition.h"
 #include "JtStorageManager.h"
 #include "base/Once.h"
+#include "base/WorkArray.h"
 #include "file/archive/Archive.h"
 #include "file/archive/Format.h"
 #include "file/container/Compression.h"
@@ -67,6 +68,12 @@ void fields(Ar& ar, TocEntry& entry) {
   ar("segmentLength", entry.length);
   ar("segmentAttributes", entry.attributes);
 }
+
+/// The segments of one type.
+struct SegmentTotal {
+  std::size_t count = 0;
+  std::uint64_t bytes = 0;
+};
 
 /// What every segment begins with.
 struct SegmentHeader {
@@ -127,7 +134,9 @@ class Container : public JtRefCounted {
   const FileHeader& header() const noexcept { return header_; }
   /// The 80 bytes in front, as they are.
   std::string versionText() const;
-  const std::vector<TocEntry>& toc() const noexcept { return toc_; }
+  std::span<const TocEntry> toc() const noexcept { return {toc_.data(), toc_.size()}; }
+  /// What the table of contents amounts to, by segment type.
+  const std::array<SegmentTotal, 256>& totals() const noexcept { return totals_; }
   const std::vector<Diagnostic>& notes() const noexcept { return notes_; }
 
   /// The scene graph's row. Throws JtFormatError when there is none.
@@ -158,7 +167,8 @@ class Container : public JtRefCounted {
   Format format_;
   FileHeader header_;
   bool checkBytesOk_ = true;
-  std::vector<TocEntry> toc_;
+  storage::WorkArray<TocEntry> toc_;
+  std::array<SegmentTotal, 256> totals_{};
   std::vector<Diagnostic> notes_;
   mutable Once indexed_;
   mutable std::unordered_map<JtGuid, std::uint32_t> index_;

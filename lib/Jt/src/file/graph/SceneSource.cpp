@@ -279,7 +279,7 @@ std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
 void SceneSource::loadShapesAhead() {
   // Requests of a size that makes asking cheap and stopping quick.
   constexpr std::size_t kShapes = 16;
-  const std::vector<TocEntry>& toc = container_->toc();
+  const std::span<const TocEntry> toc = container_->toc();
   const auto isShape = [](const TocEntry& entry) { return isShapeSegment(entry.type()); };
   if (std::ranges::none_of(toc, isShape)) return;
   for (std::size_t first = 0; first < toc.size(); first += kShapes)

@@ -88,7 +88,7 @@ void ShapeCache::release(const TocEntry& entry) {
 }
 
 void ShapeCache::loadRange(std::size_t first, std::size_t count) {
-  const std::vector<TocEntry>& toc = container_.toc();
+  const std::span<const TocEntry> toc = container_.toc();
   std::exception_ptr damage;
   for (std::size_t i = first; i < std::min(toc.size(), first + count); ++i) {
     if (!isShapeSegment(toc[i].type())) continue;
