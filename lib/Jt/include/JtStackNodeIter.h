@@ -37,7 +37,7 @@ class JT_API JtStackNodeIter : public JtRefCounted {
     const JtNode* visited = nullptr;
     const JtNode* following = nullptr;
   };
-  static void findPlace(Level& level);
+  static JtNode* findNext(Level& level);
   std::function<Next(JtNode*)> pre_;
   std::function<bool(JtNode*)> post_;
   std::vector<Level> stack_;

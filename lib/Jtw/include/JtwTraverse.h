@@ -79,6 +79,7 @@ class JTW_API JtwTraverse {
  private:
   struct Walk;
 
+  void prefetchWrappers(const JtNode& node) const;
   bool internalPreNode(JtNode* node);
   bool internalPostNode(JtNode* node);
   bool internalActOnWrapper(JtwNode* wrapper);

@@ -1,6 +1,7 @@
 #include "JtwTraverse.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <unordered_set>
 #include <utility>
@@ -19,6 +20,7 @@
 #include "JtwProperties.h"
 #include "JtwRoot.h"
 #include "JtwSubDevice.h"
+#include "JtwWrapperTable.h"
 #include "VisPartNode.h"
 
 using jtw::Key;
@@ -84,8 +86,10 @@ bool JtwTraverse::execute() try {
   const auto iterator = jt::make<JtStackNodeIter>();
   iterator->setPreVisit([this, &walk](JtNode* node) {
     walk.path.push_back({.visited = walk.isFirstVisit(node)});
-    return walk.path.back().visited && internalPreNode(node) ? JtStackNodeIter::Next::descend
-                                                             : JtStackNodeIter::Next::skipChildren;
+    if (!walk.path.back().visited || !internalPreNode(node))
+      return JtStackNodeIter::Next::skipChildren;
+    prefetchWrappers(*node);
+    return JtStackNodeIter::Next::descend;
   });
   iterator->setPostVisit([this, &walk](JtNode* node) {
     const Walk::Step step = walk.path.back();
@@ -101,6 +105,22 @@ bool JtwTraverse::execute() try {
 } catch (const JtFormatError& error) {
   jt::setLastError(error.what());
   return false;
+}
+
+/// Wrappers lie anywhere in memory: those of the children are loaded side by side.
+void JtwTraverse::prefetchWrappers(const JtNode& node) const {
+  constexpr std::size_t kMost = 64;  // what is loaded should still be near when its turn comes
+  std::array<JtNode*, kMost> children;
+  const std::size_t count = std::min(static_cast<std::size_t>(node.numChildren()), kMost);
+  for (std::size_t i = 0; i < count; ++i) {
+    children[i] = node.child(static_cast<int>(i));
+    root_->nodesByJtNode_->prefetch(children[i]);
+  }
+  for (std::size_t i = 0; i < count; ++i)
+    if (const JtwNode* wrapper = root_->nodesByJtNode_->wrapperOf(children[i])) {
+      __builtin_prefetch(wrapper);
+      __builtin_prefetch(wrapper + 1);  // what collections have beyond nodes
+    }
 }
 
 bool JtwTraverse::internalPreNode(JtNode* node) {

@@ -34,7 +34,10 @@ JtNode::JtNode(const JtNode& other)
 
 /// The values lie all over the memory: their loads overlap when all begin before one is waited for.
 JtNode::~JtNode() {
+  if (properties_.empty()) return;
   for (const jt::Property& property : properties_) __builtin_prefetch(property.value.get(), 1);
+  if (jt::ObjectSource* const source = jt::ObjectSource::of(*this))
+    source->forgetValues(properties_);
 }
 
 jt::Ref<JtBase> JtNode::clone() const { return jt::Ref<JtBase>(new JtNode(*this)); }

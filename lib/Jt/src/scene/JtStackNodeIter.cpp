@@ -22,11 +22,10 @@ bool JtStackNodeIter::run(JtNode* start) {
   if (!enter(start)) return false;
   while (!stack_.empty()) {
     Level& level = stack_.back();
-    findPlace(level);
-    if (!level.skip && level.nextChild < level.node->numChildren()) {
-      JtNode* const child = level.node->child(level.nextChild++);
+    if (JtNode* const child = level.skip ? nullptr : findNext(level)) {
       level.visited = child;
-      level.following = childAt(*level.node, level.nextChild);
+      level.following = childAt(*level.node, ++level.nextChild);
+      __builtin_prefetch(level.following);
       if (!enter(child)) return false;
       continue;
     }
@@ -36,9 +35,11 @@ bool JtStackNodeIter::run(JtNode* start) {
   return true;
 }
 
-/// Sets `nextChild` again when children were added or removed while one was visited.
-void JtStackNodeIter::findPlace(Level& level) {
-  if (level.nextChild == 0 || childAt(*level.node, level.nextChild) == level.following) return;
+/// The child at `nextChild`, null behind the last one. Sets `nextChild` again when children were
+/// added or removed while one was visited.
+JtNode* JtStackNodeIter::findNext(Level& level) {
+  JtNode* const next = childAt(*level.node, level.nextChild);
+  if (level.nextChild == 0 || next == level.following) return next;
   const int count = level.node->numChildren();
   const auto find = [&](const JtNode* child) {
     int index = 0;
@@ -48,10 +49,11 @@ void JtStackNodeIter::findPlace(Level& level) {
   const int visited = find(level.visited);
   if (visited < count) {
     level.nextChild = visited + 1;
-    return;
+  } else {
+    const int following = level.following ? find(level.following) : count;
+    level.nextChild = following < count ? following : std::min(level.nextChild - 1, count);
   }
-  const int following = level.following ? find(level.following) : count;
-  level.nextChild = following < count ? following : std::min(level.nextChild - 1, count);
+  return childAt(*level.node, level.nextChild);
 }
 
 JtNode* JtStackNodeIter::pathParent() const {

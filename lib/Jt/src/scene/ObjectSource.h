@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <span>
 #include <vector>
 
 #include "JtNode.h"
@@ -18,6 +19,9 @@ class ObjectSource : public JtRefCounted {
   virtual std::int32_t objectId(std::uint32_t element) const noexcept = 0;
   /// Called by objects that end.
   virtual void forget(const JtSceneObject& object) noexcept = 0;
+  /// Called by a node that ends: forgets those values of its properties that end with it, all at
+  /// once.
+  virtual void forgetValues(std::span<const Property> properties) noexcept = 0;
   /// The properties of a row of the property table; pairs that name missing atoms are left out.
   virtual std::vector<Property> properties(std::uint32_t row) = 0;
 

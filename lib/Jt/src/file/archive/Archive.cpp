@@ -6,9 +6,14 @@
 namespace jt::file {
 
 void throwTruncated(const char* name, std::size_t size, std::size_t left, std::size_t offset) {
-  throw JtFormatError("truncated",
-                      "expected " + std::to_string(size) + " bytes for " + name + ", found " +
-                          std::to_string(left),
+  throw JtFormatError(
+      "truncated",
+      "expected " + std::to_string(size) + " bytes for " + name + ", found " + std::to_string(left),
+      {.element = name, .offset = offset});
+}
+
+void throwBadVersion(const char* name, std::int16_t version, std::size_t offset) {
+  throw JtFormatError("bad_value", "a version cannot be " + std::to_string(version),
                       {.element = name, .offset = offset});
 }
 

@@ -42,6 +42,7 @@ inline JtGuid loadGuid(const std::byte* bytes, bool bigEndian) noexcept {
 // Failures of a reader. Out of line: what can fail is small enough to be inlined then.
 [[noreturn]] void throwTruncated(const char* name, std::size_t size, std::size_t left,
                                  std::size_t offset);
+[[noreturn]] void throwBadVersion(const char* name, std::int16_t version, std::size_t offset);
 [[noreturn]] void throwBadCount(const char* name, std::int32_t count, std::size_t room,
                                 std::size_t offset);
 
@@ -157,8 +158,11 @@ class BasicReader {
     const std::size_t count = readCount(name, 2);
     if (count > kShortText) hold(2 * count + kBlockCost);
     std::u16string units(count, u'\0');
-    for (std::size_t i = 0; i < count; ++i)
-      units[i] = static_cast<char16_t>(loadScalar<std::uint16_t>(at_ + 2 * i, format_.bigEndian));
+    if (count > 0) std::memcpy(units.data(), at_, 2 * count);
+    if (format_.bigEndian != (std::endian::native == std::endian::big))
+      for (char16_t& unit : units)
+        unit =
+            static_cast<char16_t>(inFileOrder(static_cast<std::uint16_t>(unit), format_.bigEndian));
     value = JtString(std::move(units));
     trace(name, "MbString", 2 * count, [&] { return value.stringToMbs(); });
     at_ += 2 * count;
@@ -212,7 +216,7 @@ class BasicReader {
       (*this)(name, version.value);
       if (version.value > LocalVersion::kAbsent) return;
       at_ = field;  // the two least numbers mean something else in memory
-      fail(name, "a version cannot be " + std::to_string(version.value));
+      throwBadVersion(name, version.value, offset());
     }
   }
   /// A last field that older forms lack: read when there are bytes for it.

@@ -112,11 +112,18 @@ void SceneSource::indexIds() {
   }
 }
 
-std::uint32_t SceneSource::find(std::int32_t objectId) const noexcept {
-  if (objectId <= 0 || objectId > maxId_) return kNone;
-  if (!dense_.empty()) return dense_[static_cast<std::size_t>(objectId)];
+std::uint32_t SceneSource::findSparse(std::int32_t objectId) const noexcept {
   const auto found = sparse_.find(objectId);
   return found == sparse_.end() ? kNone : found->second;
+}
+
+/// Out of line, so that the check before it is inlined.
+[[noreturn]] void SceneSource::throwShortTable(const char* what, std::size_t left,
+                                               std::size_t offset) {
+  throw JtFormatError("truncated",
+                      std::string("expected ") + what + " of the property table, found " +
+                          std::to_string(left) + " bytes",
+                      {.element = "property table", .offset = offset});
 }
 
 void SceneSource::scanTable(std::size_t at) {
@@ -129,11 +136,7 @@ void SceneSource::scanTable(std::size_t at) {
     return;
   }
   const auto need = [&](std::size_t size, const char* what) {
-    if (size > all.size() - at)
-      throw JtFormatError("truncated",
-                          std::string("expected ") + what + " of the property table, found " +
-                              std::to_string(all.size() - at) + " bytes",
-                          {.element = "property table", .offset = at});
+    if (size > all.size() - at) throwShortTable(what, all.size() - at, at);
   };
   const bool big = format().bigEndian;
   const auto int32 = [&](const char* what) {
@@ -167,16 +170,6 @@ void SceneSource::scanTable(std::size_t at) {
   if (at < all.size())
     note(false, "surplus_bytes", at,
          std::to_string(all.size() - at) + " bytes follow the property table");
-}
-
-std::span<const std::byte> SceneSource::elementBytes(std::uint32_t element) const noexcept {
-  const std::size_t at = offsets_[element];
-  const auto length = loadScalar<std::int32_t>(content_.bytes.data() + at, format().bigEndian);
-  return content_.bytes.subspan(at, kLengthSize + static_cast<std::size_t>(length));
-}
-
-std::span<const std::byte> SceneSource::body(std::uint32_t element) const noexcept {
-  return elementBytes(element).subspan(kFrameSize);
 }
 
 ElementFrame SceneSource::frame(std::uint32_t element) const {
@@ -299,6 +292,19 @@ void SceneSource::forget(const JtSceneObject& object) noexcept {
   const std::lock_guard lock(atomsMutex_);
   JtPropAtom*& slot = atoms_[FieldAccess::element(object) - firstAtom_];
   if (slot == &object) slot = nullptr;
+}
+
+void SceneSource::forgetValues(std::span<const Property> properties) noexcept {
+  // Nobody else can take a reference of an atom that has one: that is done under the same lock.
+  const std::lock_guard lock(atomsMutex_);
+  for (const Property& property : properties) {
+    JtPropAtom& value = *property.value;
+    if (!isFrom(value, this) || value.refCount() != 1 || value.isKept()) continue;
+    JtPropAtom*& slot = atoms_[FieldAccess::element(value) - firstAtom_];
+    if (slot != &value) continue;
+    slot = nullptr;
+    FieldAccess::element(value) = 0;  // forget() has nothing to do for a node
+  }
 }
 
 }  // namespace jt::file

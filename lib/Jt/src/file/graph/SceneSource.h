@@ -55,13 +55,22 @@ class SceneSource final : public ObjectSource {
     if (id > maxId_) missingIds_.push_back(id);
   }
   /// The element with that id (the first, if several have it), or kNone.
-  std::uint32_t find(std::int32_t objectId) const noexcept;
+  std::uint32_t find(std::int32_t objectId) const noexcept {
+    if (objectId <= 0 || objectId > maxId_) return kNone;
+    return dense_.empty() ? findSparse(objectId) : dense_[static_cast<std::size_t>(objectId)];
+  }
 
   std::size_t offset(std::uint32_t element) const noexcept { return offsets_[element]; }
   /// Frame and body.
-  std::span<const std::byte> elementBytes(std::uint32_t element) const noexcept;
+  std::span<const std::byte> elementBytes(std::uint32_t element) const noexcept {
+    const std::size_t at = offsets_[element];
+    const auto length = loadScalar<std::int32_t>(content_.bytes.data() + at, format().bigEndian);
+    return content_.bytes.subspan(at, kLengthSize + static_cast<std::size_t>(length));
+  }
   /// What is behind the frame.
-  std::span<const std::byte> body(std::uint32_t element) const noexcept;
+  std::span<const std::byte> body(std::uint32_t element) const noexcept {
+    return elementBytes(element).subspan(kFrameSize);
+  }
   ElementFrame frame(std::uint32_t element) const;
   /// The kind of an element by its type id alone, null when it is not known.
   const ElementKind* kind(std::uint32_t element) const;
@@ -99,6 +108,7 @@ class SceneSource final : public ObjectSource {
   /// Makes an object belong to an element of this source.
   void bind(JtSceneObject& object, std::uint32_t element) noexcept;
   void forget(const JtSceneObject& object) noexcept override;
+  void forgetValues(std::span<const Property> properties) noexcept override;
   /// True for the object of an element of that source; copies of it do not count.
   static bool isFrom(const JtSceneObject& object, const SceneSource* source) noexcept {
     return FieldAccess::source(object) == source && source && !FieldAccess::copied(object);
@@ -132,7 +142,9 @@ class SceneSource final : public ObjectSource {
   void scan();
   std::size_t scanElements(std::size_t at, bool lastList);
   void scanTable(std::size_t at);
+  [[noreturn]] static void throwShortTable(const char* what, std::size_t left, std::size_t offset);
   void indexIds();
+  std::uint32_t findSparse(std::int32_t objectId) const noexcept;
   void countTables();
   const ElementKind* atomKind(std::uint32_t element);
   Ref<JtPropAtom> atomLocked(std::uint32_t element);
