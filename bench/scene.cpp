@@ -96,9 +96,9 @@ void saveOpened(benchmark::State& state) {
 BENCHMARK(openFloor)->Unit(benchmark::kMillisecond);
 BENCHMARK(open)->Unit(benchmark::kMillisecond);
 BENCHMARK(openAndReadProperties)->Unit(benchmark::kMillisecond);
-BENCHMARK(deflateFloor)->Unit(benchmark::kMillisecond);
-BENCHMARK(saveFromMemory)->Unit(benchmark::kMillisecond);
-BENCHMARK(saveOpened)->Unit(benchmark::kMillisecond);
+BENCHMARK(deflateFloor)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(saveFromMemory)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(saveOpened)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 /// The runs of this program that only measure memory.
 int runForPeak(const char* what, const char* file) {
