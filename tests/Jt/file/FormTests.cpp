@@ -154,6 +154,39 @@ std::vector<Bytes> elementsWithoutIds(const Bytes& file) {
   return result;
 }
 
+/// Looking for what a node does not have leaves its properties in the file. A key may be stored
+/// more than once, and a pair may name values that do not exist.
+TEST(Forms, PropertiesAreFoundByTextWhereverTheirKeysAreStored) {
+  for (const Format& format : allFormats()) {
+    SceneBuilder scene(format);
+    scene.partition(1, {2, 3, 4})
+        .group(2, {})
+        .group(3, {})
+        .group(4, {})
+        .marker()
+        .text(90, "size")
+        .text(91, "M6")
+        .text(92, "size")
+        .text(93, "M8")
+        .text(94, "grade")
+        .marker()
+        .table({{2, 90, 91}, {3, 94, 91, 92, 93}, {4, 90, 99, 94, 93}});
+    MemoryStorage storage;
+    const auto root = storage.open(FileBuilder(format).scene(scene).build());
+    const char* const kSizes[] = {"M6", "M8", ""};
+    for (const int i : {0, 1, 2}) {
+      JtNode& node = *root->child(i);
+      EXPECT_FALSE(node.property("norm"));
+      EXPECT_NE(FieldAccess::propertyRow(node).load(), 0U) << i;
+      EXPECT_EQ(node.property("grade") != nullptr, i > 0);
+      const auto* size = jt::as<JtStringPropAtom>(node.property("size"));
+      EXPECT_EQ(size ? size->value() : JtString(), JtString(kSizes[i])) << i;
+    }
+    rename(*root->child(0), "Bolt");
+    EXPECT_TRUE(root->child(0)->property(JtString(Jt::jtPropName)));
+  }
+}
+
 TEST(Forms, OpaqueElementsKeepTheirBytesWhereverTheirNodeGoes) {
   // Of known and unknown types, each too short or with a count that cannot be.
   constexpr std::string_view kInt32 = "10dd102b-2ac8-11d1-9b6b-0080c7bb5997";

@@ -144,19 +144,9 @@ namespace {
 bool namesKey(const JtPartition& partition, const std::vector<const JtNode*>& nodes,
               const char* text) {
   const JtString key(text);
-  file::SceneSource* source = file::SceneSource::sourceOf(partition);
-  if (!source)
-    return std::ranges::any_of(nodes, [&](const JtNode* node) { return node->property(key); });
-  std::unordered_set<std::int32_t> keys;
-  for (const file::PropertyRow& row : source->rows())
-    source->eachPair(row.pairs, [&](std::int32_t id, std::int32_t) { keys.insert(id); });
-  return std::ranges::any_of(keys, [&](std::int32_t id) {
-    const std::uint32_t element = source->find(id);
-    if (element == file::SceneSource::kNone || element < source->firstAtom()) return false;
-    const Ref<JtPropAtom> atom = source->atom(element);
-    const auto* own = as<JtStringPropAtom>(atom.get());
-    return own && own->value() == key;
-  });
+  if (file::SceneSource* source = file::SceneSource::sourceOf(partition))
+    return source->keys().has(key);
+  return std::ranges::any_of(nodes, [&](const JtNode* node) { return node->property(key); });
 }
 
 bool namesFile(const JtTextureImage& texture) {

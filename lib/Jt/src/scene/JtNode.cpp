@@ -160,6 +160,9 @@ bool JtNode::getProperty(int index, JtPropAtom*& key, JtPropAtom*& value) const 
 }
 
 JtPropAtom* JtNode::property(const JtString& key) const {
+  // Most nodes are asked for what they do not have: their properties can stay where they are.
+  if (const std::uint32_t row = propertyRow_.load(std::memory_order_acquire))
+    if (!jt::ObjectSource::of(*this)->mayHave(row, key)) return extraProperty(key);
   const auto& all = properties();
   const auto found = findKey(all, key);
   return found != all.end() ? found->value.get() : extraProperty(key);

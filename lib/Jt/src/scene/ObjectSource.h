@@ -24,6 +24,8 @@ class ObjectSource : public JtRefCounted {
   virtual void forgetValues(std::span<const Property> properties) noexcept = 0;
   /// The properties of a row of the property table; pairs that name missing atoms are left out.
   virtual std::vector<Property> properties(std::uint32_t row) = 0;
+  /// False when a row has no property with that key; says so without making the properties.
+  virtual bool mayHave(std::uint32_t row, const JtString& key) = 0;
 
   /// Held while a node takes its properties over from the table.
   std::mutex& propertiesMutex() noexcept { return propertiesMutex_; }

@@ -53,13 +53,13 @@ struct Facts {
 
 /// The unit of the first node, from the top down, that names one.
 std::string findUnit(const JtPartition& partition) {
+  const JtString key(Jt::jtPropMeasurementUnits);
   std::vector<const JtNode*> pending{&partition};
   std::unordered_set<const JtNode*> seen{&partition};
   while (!pending.empty()) {
     const JtNode* node = pending.back();
     pending.pop_back();
-    const auto* unit =
-        jt::as<JtStringPropAtom>(node->property(JtString(Jt::jtPropMeasurementUnits)));
+    const auto* unit = jt::as<JtStringPropAtom>(node->property(key));
     if (unit && !unit->value().isEmpty()) return unit->value().stringToMbs();
     for (int i = node->numChildren() - 1; i >= 0; --i)
       if (seen.insert(node->child(i)).second) pending.push_back(node->child(i));

@@ -249,6 +249,11 @@ const std::vector<std::uint32_t>& SceneSource::poolAtoms() {
   return poolAtoms_;
 }
 
+const KeyIndex& SceneSource::keys() {
+  keysRead_.call([this] { keys_.emplace(*this); });
+  return *keys_;
+}
+
 std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
   std::vector<Property> result;
   std::size_t count = 0;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "file/container/Container.h"
 #include "file/container/ElementFrame.h"
 #include "file/elements/ElementTable.h"
+#include "file/graph/KeyIndex.h"
 #include "file/shapes/ShapeCache.h"
 #include "scene/ObjectSource.h"
 
@@ -104,6 +106,11 @@ class SceneSource final : public ObjectSource {
   /// Elements of atoms that name MultiXT segments, one for each segment. Safe from several threads.
   const std::vector<std::uint32_t>& poolAtoms();
   std::vector<Property> properties(std::uint32_t pairs) override;
+  bool mayHave(std::uint32_t pairs, const JtString& key) override {
+    return keys().has(*this, pairs, key);
+  }
+  /// The keys of all properties, read the first time. Safe from several threads.
+  const KeyIndex& keys();
 
   /// Makes an object belong to an element of this source.
   void bind(JtSceneObject& object, std::uint32_t element) noexcept;
@@ -175,6 +182,8 @@ class SceneSource final : public ObjectSource {
   std::array<std::byte, 16> lastKindId_{};  // as the file has it
   Once poolsFound_;
   std::vector<std::uint32_t> poolAtoms_;
+  Once keysRead_;
+  std::optional<KeyIndex> keys_;
 };
 
 }  // namespace jt::file
