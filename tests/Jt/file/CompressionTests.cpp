@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string_view>
 #include <vector>
 
 #include "base/ParallelFor.h"
@@ -16,15 +17,17 @@ using jt::file::Packing;
 
 /// Kinds of content that get blocks of all kinds: words, noise, long runs, and stretches of each.
 std::vector<std::byte> contentOf(int kind, std::size_t size) {
+  constexpr std::string_view kWords = "Bolt M6x20, Washer 7.5; ";
   std::vector<std::byte> content(size);
   std::mt19937 random(17);
   for (std::size_t i = 0; i < size; ++i) {
     const int of = kind == 3 ? static_cast<int>(i / 50021 % 3) : kind;
     const auto noise = static_cast<unsigned>(random());
-    content[i] = static_cast<std::byte>(of == 0   ? "Bolt M6x20, Washer 7.5; "[(i + i / 977) % 24]
-                                        : of == 1 ? noise & 0xffU
-                                                  : i / 70001 % 3);
-    if (of == 0 && noise % 11 == 0) content[i] = static_cast<std::byte>('0' + noise / 11 % 10);
+    if (of == 0)
+      content[i] = static_cast<std::byte>(noise % 11 == 0 ? static_cast<char>('0' + noise / 11 % 10)
+                                                          : kWords[(i + i / 977) % kWords.size()]);
+    else
+      content[i] = static_cast<std::byte>(of == 1 ? noise & 0xffU : i / 70001 % 3);
   }
   return content;
 }
