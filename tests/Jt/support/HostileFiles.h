@@ -136,6 +136,22 @@ inline Bytes equalKeys(const Format& format, std::size_t count) {
   return FileBuilder(format).scene(scene.table({row})).build();
 }
 
+/// Nodes with a property each whose key nobody shares, though all have the same text.
+inline Bytes ownKeys(const Format& format, std::size_t count) {
+  SceneBuilder scene(format);
+  const auto first = static_cast<std::int32_t>(count) + 2;
+  scene.partition(1, idsFrom(2, count));
+  for (const std::int32_t id : idsFrom(2, count)) scene.group(id, {});
+  scene.marker();
+  std::vector<std::vector<std::int32_t>> rows;
+  for (const std::int32_t id : idsFrom(2, count)) {
+    const std::int32_t key = first + 2 * (id - 2);
+    scene.text(key, "JT_PROP_MEASUREMENT_UNITS").text(key + 1, "");
+    rows.push_back({id, key, key + 1});
+  }
+  return FileBuilder(format).scene(scene.marker().table(rows)).build();
+}
+
 /// Entries of metadata.
 inline Bytes metaData(const Format& format, std::size_t count) {
   Fields body(format);
@@ -199,6 +215,7 @@ inline constexpr Kind kKinds[] = {{"nodes", Large::scene, nodes},
                                   {"unknown-attributes", Large::scene, unknownAttributes},
                                   {"atoms", Large::scene, atoms},
                                   {"equal-keys", Large::scene, equalKeys},
+                                  {"own-keys", Large::scene, ownKeys},
                                   {"metadata", Large::segment, metaData},
                                   {"texts", Large::segment, texts},
                                   {"primitives", Large::shape, primitives},

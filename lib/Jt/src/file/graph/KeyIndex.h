@@ -3,7 +3,6 @@
 // Which properties a scene graph has, without making them.
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -14,22 +13,24 @@ namespace jt::file {
 
 class SceneSource;
 
-/// The keys of all properties of a file: few texts as a rule, which many nodes share.
+/// The keys of all properties of a file: few texts as a rule, each in one atom or in very many.
 class KeyIndex {
  public:
   /// Reads the property table once, and each atom that is a key there.
   explicit KeyIndex(SceneSource& source);
 
   /// False when no property has that key.
-  bool has(const JtString& key) const { return !idsOf(key).empty(); }
+  bool has(const JtString& key) const { return numbers_.contains(key.units()); }
   /// False when a row of the property table has no property with that key.
   /// @param pairs where the pairs of the row begin
   bool has(const SceneSource& source, std::uint32_t pairs, const JtString& key) const;
 
  private:
-  std::span<const std::int32_t> idsOf(const JtString& key) const;
+  static constexpr std::uint32_t kUnknown = 0;  // an atom that is no key
+  static constexpr std::uint32_t kNoText = 1;
 
-  std::unordered_map<std::u16string, std::vector<std::int32_t>> ids_;  // object ids of a text
+  std::unordered_map<std::u16string, std::uint32_t> numbers_;  // of the texts, from kNoText + 1 on
+  std::vector<std::uint32_t> numberOf_;                        // of each atom, by element
 };
 
 }  // namespace jt::file
