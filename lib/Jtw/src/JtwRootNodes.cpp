@@ -162,8 +162,7 @@ void JtwRoot::forgetNode(JtwNode& node) {
     --node.entries_.byJtNode;
   }
   // It may have had other keys and another JT node before. That is rare enough for a search.
-  if (node.entries_.byKey > 0)
-    nodesByKey_->eraseWrapper(&node);
+  if (node.entries_.byKey > 0) nodesByKey_->eraseWrapper(&node);
   if (node.entries_.byJtNode > 0)
     nodesByJtNode_->eraseIf(
         [&node](JtNode* /*jtNode*/, const JtwNode* wrapper) { return wrapper == &node; });
