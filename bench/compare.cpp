@@ -103,10 +103,3 @@ BENCHMARK_CAPTURE(compare, moved_great_tolerance, Variant::moved, 5, true)
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  JtPartition::_autoLoadShapes = false;
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
-}

@@ -119,10 +119,3 @@ BENCHMARK(encodeMesh)->Apply(ofMeshes);
 BENCHMARK(decodeMesh)->Apply(ofMeshes);
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  JtPartition::_autoLoadShapes = false;
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
-}
