@@ -8,7 +8,7 @@ KeyIndex::KeyIndex(SceneSource& source) : numberOf_(source.elementCount() - sour
   for (const PropertyRow& row : source.rows())
     source.eachPair(row.pairs, [&](std::int32_t key, std::int32_t) {
       const std::uint32_t element = source.find(key);
-      if (element == SceneSource::kNone || element < source.firstAtom()) return;
+      if (!source.isAtom(element)) return;
       std::uint32_t& number = numberOf_[element - source.firstAtom()];
       if (number != kUnknown) return;
       const Ref<JtPropAtom> atom = source.atom(element);
@@ -24,8 +24,8 @@ bool KeyIndex::has(const SceneSource& source, std::uint32_t pairs, const JtStrin
   bool found = false;
   source.eachPair(pairs, [&](std::int32_t id, std::int32_t) {
     const std::uint32_t element = source.find(id);
-    found = found || (element != SceneSource::kNone && element >= source.firstAtom() &&
-                      numberOf_[element - source.firstAtom()] == number->second);
+    found = found ||
+            (source.isAtom(element) && numberOf_[element - source.firstAtom()] == number->second);
   });
   return found;
 }

@@ -264,7 +264,7 @@ std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
   eachPair(pairs, [&](std::int32_t keyId, std::int32_t valueId) {
     const std::uint32_t key = find(keyId);
     const std::uint32_t value = find(valueId);
-    if (key == kNone || value == kNone || key < firstAtom_ || value < firstAtom_) return;
+    if (!isAtom(key) || !isAtom(value)) return;
     // An atom that ends asks for the lock: those of a node that fails end after it, with the
     // result.
     Property& property = result.emplace_back();

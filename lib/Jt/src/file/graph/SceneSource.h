@@ -48,6 +48,10 @@ class SceneSource final : public ObjectSource {
   }
   /// Elements before this index are nodes and attributes, those from it on are atoms.
   std::uint32_t firstAtom() const noexcept { return firstAtom_; }
+  /// False for kNone too.
+  bool isAtom(std::uint32_t element) const noexcept {
+    return element >= firstAtom_ && element < elementCount();
+  }
   std::int32_t objectId(std::uint32_t element) const noexcept override { return ids_[element]; }
   std::int32_t maxObjectId() const noexcept { return maxId_; }
   /// Ids above the greatest one that the file names although no element has them. A new object with

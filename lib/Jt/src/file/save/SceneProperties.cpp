@@ -20,8 +20,7 @@ bool SceneWriter::isUnloaded(const JtNode& node) const {
 
 void SceneWriter::markAtom(std::int32_t id) {
   const std::uint32_t element = source_->find(id);
-  if (element != SceneSource::kNone && element >= source_->firstAtom())
-    liveAtoms_[element - source_->firstAtom()] = true;
+  if (source_->isAtom(element)) liveAtoms_[element - source_->firstAtom()] = true;
 }
 
 void SceneWriter::putId(std::int32_t id) {
@@ -48,10 +47,7 @@ void SceneWriter::copyRow(std::int32_t owner, std::uint32_t pairs) {
 
 /// Pairs that name atoms which do not exist are no properties to anybody, but stay in the file.
 void SceneWriter::keepDanglingPairs(std::uint32_t pairs) {
-  const auto isAtom = [&](std::int32_t id) {
-    const std::uint32_t element = source_->find(id);
-    return element != SceneSource::kNone && element >= source_->firstAtom();
-  };
+  const auto isAtom = [&](std::int32_t id) { return source_->isAtom(source_->find(id)); };
   source_->eachPair(pairs, [&](std::int32_t key, std::int32_t value) {
     if (isAtom(key) && isAtom(value)) return;
     putId(key);
@@ -216,8 +212,7 @@ void SceneWriter::keepUnreachableAtoms() {
   std::vector<bool> named(liveAtoms_.size());
   const auto mark = [&](std::int32_t id) {
     const std::uint32_t element = source_->find(id);
-    if (element != SceneSource::kNone && element >= source_->firstAtom())
-      named[element - source_->firstAtom()] = true;
+    if (source_->isAtom(element)) named[element - source_->firstAtom()] = true;
   };
   for (const PropertyRow& row : source_->rows())
     source_->eachPair(row.pairs, [&](std::int32_t key, std::int32_t value) {
