@@ -111,7 +111,7 @@ class Verifier {
       source_->eachPair(row.pairs, [&](std::int32_t key, std::int32_t value) {
         for (const std::int32_t id : {key, value}) {
           const std::uint32_t element = source_->find(id);
-          if (element == SceneSource::kNone || element < source_->firstAtom())
+          if (!source_->isAtom(element))
             add(true, "dangling_property", source_->entry(), row.pairs,
                 "a property of element " + std::to_string(row.owner) + " names atom " +
                     std::to_string(id) + ", which does not exist");
