@@ -9,6 +9,7 @@
 #include "base/ParallelFor.h"
 #include "file/container/Compression.h"
 #include "file/container/DeflateBlocks.h"
+#include "file/container/ZlibPacker.h"
 
 namespace {
 
@@ -49,6 +50,15 @@ TEST(Compression, PiecesMakeOneStream) {
       const Buffer alone = jt::file::pack(content, Packing::zlib, level);
       jt::file::parallelThreads = 0;
       EXPECT_TRUE(isSame(packed.bytes(), alone.bytes())) << kind << ' ' << size;
+      jt::file::ZlibPacker growing(level);
+      for (std::size_t part = 1; part < size; part += 654321) {
+        std::vector<std::byte> early(content.begin(),
+                                     content.begin() + static_cast<std::ptrdiff_t>(part));
+        growing.add(early);
+        std::ranges::fill(early, std::byte{0x5a});
+      }
+      EXPECT_TRUE(isSame(packed.bytes(), growing.finish(content).bytes())) << kind << ' ' << size;
+      jt::file::ZlibPacker(level).add(content);  // given up
       const jt::file::Unpacked unpacked =
           jt::file::unpack(packed.bytes(), Packing::zlib, jt::ReadLimits{}, 2 * size);
       EXPECT_EQ(unpacked.consumed, packed.size());

@@ -7,10 +7,16 @@ namespace jt::file {
 /// The threads of parallelFor; 0: one for each core. Set by tests of what must not depend on it.
 inline std::atomic<std::size_t> parallelThreads{0};
 
+/// How many threads parallelFor() uses at most.
+inline std::size_t parallelThreadCount() {
+  const std::size_t set = parallelThreads;
+  return set != 0 ? set : std::max(1U, std::thread::hardware_concurrency());
+}
+
 /// inParallel() on all cores.
 template <class Work>
 void parallelFor(std::size_t count, const Work& work) {
-  inParallel(parallelThreads, count, work);
+  inParallel(parallelThreadCount(), count, work);
 }
 
 }  // namespace jt::file

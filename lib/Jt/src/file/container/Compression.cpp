@@ -4,18 +4,13 @@
 #include <lzma.h>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <memory>
 #include <new>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "JtFormatError.h"
-#include "base/ByteOrder.h"
-#include "base/ParallelFor.h"
-#include "file/container/DeflateBlocks.h"
+#include "file/container/ZlibPacker.h"
 
 namespace jt::file {
 
@@ -116,77 +111,6 @@ Unpacked unpackXz(std::span<const std::byte> packed, std::uint64_t cap) {
   }
 }
 
-using Deflater = std::unique_ptr<libdeflate_compressor, decltype(&libdeflate_free_compressor)>;
-
-Deflater makeDeflater(int level) {
-  Deflater deflater(libdeflate_alloc_compressor(std::clamp(level, 1, 12)),
-                    &libdeflate_free_compressor);
-  if (!deflater) throw std::bad_alloc();
-  return deflater;
-}
-
-Buffer packWhole(std::span<const std::byte> bytes, int level) {
-  const Deflater deflater = makeDeflater(level);
-  Buffer out(libdeflate_zlib_compress_bound(deflater.get(), bytes.size()));
-  const std::size_t size =
-      libdeflate_zlib_compress(deflater.get(), bytes.data(), bytes.size(), out.data(), out.size());
-  out.resize(size);
-  return out;
-}
-
-/// A raw stream whose last block is not marked as the last one, up to a whole byte: more blocks can
-/// follow. Throws std::logic_error when the blocks of the stream cannot be followed.
-Buffer packPiece(std::span<const std::byte> bytes, int level, bool isLast) {
-  constexpr std::size_t kStoredBlock = 5;  // an empty one, which ends at a whole byte
-  const Deflater deflater = makeDeflater(level);
-  Buffer out(libdeflate_deflate_compress_bound(deflater.get(), bytes.size()) + kStoredBlock);
-  std::size_t size = libdeflate_deflate_compress(deflater.get(), bytes.data(), bytes.size(),
-                                                 out.data(), out.size());
-  if (!isLast) {
-    const auto last = findLastBlock(out.bytes().first(size));
-    if (!last) throw std::logic_error("a deflate stream of libdeflate has blocks of no known kind");
-    out.data()[last->header / 8] &= ~(std::byte{1} << (last->header % 8));
-    // Its first three bits are 0: not the last block, stored.
-    size = (last->end + 3 + 7) / 8;
-    constexpr std::array<std::byte, 4> kNoBytes = {std::byte{0}, std::byte{0}, std::byte{0xff},
-                                                   std::byte{0xff}};
-    const std::size_t used = (last->end + 7) / 8;
-    if (size > used) out.data()[used] = std::byte{0};
-    std::ranges::copy(kNoBytes, out.data() + size);
-    size += kNoBytes.size();
-  }
-  out.resize(size);
-  return out;
-}
-
-/// Large content is packed in pieces, side by side, whatever the number of cores: what comes out is
-/// the same everywhere.
-Buffer packZlib(std::span<const std::byte> bytes, int level) {
-  constexpr std::size_t kPiece = std::size_t{2} << 20U;
-  const std::size_t count = (bytes.size() + kPiece - 1) / kPiece;
-  if (count < 2) return packWhole(bytes, level);
-  std::vector<Buffer> pieces(count);
-  parallelFor(count, [&](std::size_t i) {
-    const bool isLast = i + 1 == count;
-    const auto piece = isLast ? bytes.subspan(i * kPiece) : bytes.subspan(i * kPiece, kPiece);
-    pieces[i] = packPiece(piece, level, isLast);
-  });
-  // RFC 1950: a window of 32 KiB, the usual compression.
-  constexpr std::array<std::byte, 2> kHeader = {std::byte{0x78}, std::byte{0x9c}};
-  std::size_t size = kHeader.size() + sizeof(std::uint32_t);
-  for (const Buffer& piece : pieces) size += piece.size();
-  Buffer out(size);
-  std::byte* at = std::ranges::copy(kHeader, out.data()).out;
-  for (Buffer& piece : pieces) {
-    at = std::ranges::copy(piece.bytes(), at).out;
-    piece = {};
-  }
-  const std::uint32_t sum = inFileOrder(
-      libdeflate_adler32(libdeflate_adler32(0, nullptr, 0), bytes.data(), bytes.size()), true);
-  std::memcpy(at, &sum, sizeof sum);
-  return out;
-}
-
 Buffer packXz(std::span<const std::byte> bytes) {
   // Preset 1 and CRC64: what the streams of real files begin with.
   LzmaStream coder;
@@ -216,7 +140,7 @@ Unpacked unpack(std::span<const std::byte> packed, Packing packing, const ReadLi
 }
 
 Buffer pack(std::span<const std::byte> bytes, Packing packing, int level) {
-  if (packing == Packing::zlib) return packZlib(bytes, level);
+  if (packing == Packing::zlib) return ZlibPacker(level).finish(bytes);
   if (packing == Packing::xz) return packXz(bytes);
   Buffer out(bytes.size());
   std::copy(bytes.begin(), bytes.end(), out.data());

@@ -117,7 +117,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
     });
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
     const SavePlan plan(top_, nodes_, isSceneChanged_, encoding_, format_, converter_);
-    takeScene(SceneWriter(nodes_, source_, format_, plan, places_).encode());
+    writeScene(plan);
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
     std::vector<const Segment*> order;
@@ -159,14 +159,22 @@ void FileWriter::noteLostGeometry() {
   });
 }
 
-void FileWriter::takeScene(EncodedScene scene) {
+void FileWriter::writeScene(const SavePlan& plan) {
+  constexpr std::int32_t kScene = 1;
+  const bool isZlib = packingOf(kScene, format_) == Packing::zlib;
+  ZlibPacker packer(options_.compressionLevel);
+  EncodedScene scene =
+      SceneWriter(nodes_, source_, format_, plan, places_).encode(isZlib ? &packer : nullptr);
   report_.warnings = std::move(scene.warnings);
   sceneId_ = container_ ? container_->sceneEntry().id : JtGuid::random();
   sceneReason_ = !container_       ? "it is new"
                  : !sameVersion_   ? "the version changes"
                  : isSceneChanged_ ? "the scene graph was changed"
                                    : "asked for";
-  sceneBytes_ = writeSegment(scene.bytes.bytes(), sceneId_, 1, format_, options_.compressionLevel);
+  const auto content = scene.bytes.bytes();
+  sceneBytes_ = isZlib
+                    ? wrapSegment(packer.finish(content).bytes(), sceneId_, kScene, format_)
+                    : writeSegment(content, sceneId_, kScene, format_, options_.compressionLevel);
   scene.bytes = {};
   if (container_) planExisting(scene);
   planNew(scene);

@@ -51,7 +51,7 @@ class FileWriter {
   Buffer encodeNew(const NewSegment& segment, codec::Report& losses) const;
   void warn(const std::string& code, const std::string& message);
   void noteLostGeometry();
-  void takeScene(EncodedScene scene);
+  void writeScene(const SavePlan& plan);
 
   const JtPartition& partition_;
   const JtPartition& top_;

@@ -202,7 +202,9 @@ void SceneWriter::collectProperties() {
     }
   for (const JtNode* node : nodes_) {
     const bool isDone = isOwn(*node) && !own[SceneSource::elementOf(*node)];
-    if (!isDone && node->numProperties() > 0) collectNodeRow(*node, idOf(*node), 0);
+    if (isDone || node->numProperties() == 0) continue;
+    collectNodeRow(*node, idOf(*node), 0);
+    packAhead();
   }
 }
 

@@ -116,7 +116,8 @@ std::vector<ChangedObject> SceneWriter::changedMetaData(const std::vector<const 
   return changed;
 }
 
-EncodedScene SceneWriter::encode() {
+EncodedScene SceneWriter::encode(ZlibPacker* packer) {
+  packer_ = packer;
   collectGraph();
   ByteSink& out = result_.bytes;
   if (source_) {
@@ -129,7 +130,10 @@ EncodedScene SceneWriter::encode() {
     constexpr std::size_t kUsualNode = 512;  // with attributes and properties
     out.reserve(kUsualNode * nodes_.size());
   }
-  for (const Item& item : graph_) writeItem(out, item);
+  for (const Item& item : graph_) {
+    writeItem(out, item);
+    packAhead();
+  }
   writeEndMarker(out, format_);
   if (!source_) {
     atomsOut_ = &out;
@@ -137,8 +141,10 @@ EncodedScene SceneWriter::encode() {
   }
   if (source_)
     for (std::uint32_t element = source_->firstAtom(); element < source_->elementCount(); ++element)
-      if (liveAtoms_[element - source_->firstAtom()])
+      if (liveAtoms_[element - source_->firstAtom()]) {
         writeItem(out, {nullptr, element, source_->objectId(element)});
+        packAhead();
+      }
   out.append(newAtoms_.bytes());
   writeEndMarker(out, format_);
   Writer writer(out, format_);

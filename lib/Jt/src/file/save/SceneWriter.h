@@ -12,6 +12,7 @@
 #include "JtMaterial.h"
 #include "JtPartition.h"
 #include "base/RecentTexts.h"
+#include "file/container/ZlibPacker.h"
 #include "file/graph/SceneSource.h"
 #include "file/save/SavePlan.h"
 #include "file/save/SegmentPlaces.h"
@@ -54,7 +55,8 @@ class SceneWriter {
               const SavePlan& plan, SegmentPlaces& places);
 
   /// Throws JtFormatError "not_convertible" when an element cannot be put into this form.
-  EncodedScene encode();
+  /// @param packer gets the content while it grows, all but its end; may be null
+  EncodedScene encode(ZlibPacker* packer = nullptr);
 
   /// True when something that the scene graph segment stores of nodes differs from the source.
   static bool isChanged(const std::vector<const JtNode*>& nodes, const SceneSource* source);
@@ -114,6 +116,10 @@ class SceneWriter {
   /// " of 'Bolt' (#7)": the first node that lists that attribute; empty when none does.
   std::string ownerText(const JtSceneObject& attribute);
 
+  void packAhead() {
+    if (packer_) packer_->add(result_.bytes.bytes());
+  }
+
   const std::vector<const JtNode*>& nodes_;
   SceneSource* source_;
   Format format_;
@@ -121,6 +127,7 @@ class SceneWriter {
   const SavePlan& plan_;
   SegmentPlaces& places_;
   EncodedScene result_;
+  ZlibPacker* packer_ = nullptr;
   std::int32_t nextId_ = 1;
   std::unordered_set<std::int32_t> takenIds_;  // greater than those of the source's elements
   std::vector<Item> graph_;

@@ -188,29 +188,36 @@ void writeEndMarker(ByteSink& out, const Format& format) {
   std::memset(out.extend(kMarkerLength), 0xff, kMarkerLength);
 }
 
+Packing packingOf(std::int32_t type, const Format& format) {
+  if (isShapeSegment(type)) return Packing::stored;
+  return format.has(Feature::lzma) ? Packing::xz : Packing::zlib;
+}
+
 Buffer writeSegment(std::span<const std::byte> content, const JtGuid& id, std::int32_t type,
                     const Format& format, int level) {
-  const bool isShape = isShapeSegment(type);
-  const Packing packing = isShape                     ? Packing::stored
-                          : format.has(Feature::lzma) ? Packing::xz
-                                                      : Packing::zlib;
-  const Buffer stream = pack(content, packing, level);
-  const std::size_t headers = kSegmentHeaderSize + (isShape ? 0 : kPackingHeaderSize);
-  if (stream.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - headers)
-    throw JtFormatError("too_large", "a segment of " + std::to_string(stream.size()) +
+  return wrapSegment(pack(content, packingOf(type, format), level).bytes(), id, type, format);
+}
+
+Buffer wrapSegment(std::span<const std::byte> packed, const JtGuid& id, std::int32_t type,
+                   const Format& format) {
+  const Packing packing = packingOf(type, format);
+  const bool isStored = packing == Packing::stored;
+  const std::size_t headers = kSegmentHeaderSize + (isStored ? 0 : kPackingHeaderSize);
+  if (packed.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - headers)
+    throw JtFormatError("too_large", "a segment of " + std::to_string(packed.size()) +
                                          " bytes cannot be stored; the format allows 2 GiB");
   ByteSink out;
-  out.reserve(headers + stream.size());
+  out.reserve(headers + packed.size());
   Writer writer(out, format);
-  SegmentHeader header{id, type, static_cast<std::int32_t>(headers + stream.size())};
+  SegmentHeader header{id, type, static_cast<std::int32_t>(headers + packed.size())};
   fields(writer, header);
-  if (!isShape) {
-    PackingHeader packed{packing == Packing::zlib ? 2U : 3U,
-                         static_cast<std::int32_t>(stream.size() + 1),
-                         static_cast<std::uint8_t>(packing)};
-    fields(writer, packed);
+  if (!isStored) {
+    PackingHeader packingHeader{packing == Packing::zlib ? 2U : 3U,
+                                static_cast<std::int32_t>(packed.size() + 1),
+                                static_cast<std::uint8_t>(packing)};
+    fields(writer, packingHeader);
   }
-  out.append(stream.bytes());
+  out.append(packed);
   return std::move(out).take();
 }
 

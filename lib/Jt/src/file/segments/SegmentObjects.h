@@ -76,6 +76,13 @@ void writeEndMarker(ByteSink& out, const Format& format);
 Buffer writeSegment(std::span<const std::byte> content, const JtGuid& id, std::int32_t type,
                     const Format& format, int level);
 
+/// How the generation packs segments of a type.
+Packing packingOf(std::int32_t type, const Format& format);
+
+/// A whole segment around content that is packed as packingOf() says.
+Buffer wrapSegment(std::span<const std::byte> packed, const JtGuid& id, std::int32_t type,
+                   const Format& format);
+
 /// A whole segment under another id.
 Buffer renamedSegment(std::span<const std::byte> segment, const JtGuid& id, const Format& format);
 
