@@ -7,7 +7,8 @@
 
 namespace jt {
 
-/// A list that is nearly always empty or of one item: the first item lies in the list itself.
+/// A list of pointers that is nearly always empty or of one item: the first one lies in the list
+/// itself. None of them is null.
 template <class T>
 class InlineList {
  public:
@@ -15,14 +16,13 @@ class InlineList {
   /// Copies the items.
   InlineList(const InlineList& other)
       : first_(other.first_),
-        rest_(other.rest_ ? std::make_unique<std::vector<T>>(*other.rest_) : nullptr),
-        hasFirst_(other.hasFirst_) {}
+        rest_(other.rest_ ? std::make_unique<std::vector<T>>(*other.rest_) : nullptr) {}
   InlineList(InlineList&&) noexcept = default;
   InlineList& operator=(const InlineList&) = delete;
   InlineList& operator=(InlineList&&) noexcept = default;
 
   /// How many items there are.
-  std::size_t size() const noexcept { return (hasFirst_ ? 1U : 0U) + (rest_ ? rest_->size() : 0U); }
+  std::size_t size() const noexcept { return (first_ ? 1U : 0U) + (rest_ ? rest_->size() : 0U); }
   /// An item. @pre index < size()
   T& operator[](std::size_t index) noexcept { return index == 0 ? first_ : (*rest_)[index - 1]; }
   const T& operator[](std::size_t index) const noexcept {
@@ -30,9 +30,8 @@ class InlineList {
   }
   /// Appends an item.
   void push_back(T item) {
-    if (!hasFirst_) {
+    if (!first_) {
       first_ = std::move(item);
-      hasFirst_ = true;
       return;
     }
     if (!rest_) rest_ = std::make_unique<std::vector<T>>();
@@ -47,14 +46,12 @@ class InlineList {
       rest_->erase(rest_->begin());
     } else {
       first_ = T();
-      hasFirst_ = false;
     }
   }
 
  private:
   T first_{};
   std::unique_ptr<std::vector<T>> rest_;
-  bool hasFirst_ = false;
 };
 
 }  // namespace jt

@@ -7,8 +7,8 @@ namespace jt::file {
 namespace {
 
 constexpr std::size_t kBlockCost = 16;      // of a block of memory, beside its bytes
-constexpr std::size_t kWorkOfElement = 64;  // in the arrays of a reader
-constexpr std::size_t kWorkOfLink = 16;
+constexpr std::size_t kWorkOfElement = 32;  // in the arrays of a reader
+constexpr std::size_t kWorkOfLink = 8;
 constexpr std::size_t kMemoryOfLink = 24;      // a child knows its parents
 constexpr std::size_t kMemoryOfIndexed = 160;  // and finds them among very many
 
@@ -75,14 +75,14 @@ Ref<JtSceneObject> SceneReader::readElement(const SceneSource& source, std::uint
   return object;
 }
 
+SceneReader::~SceneReader() {
+  for (std::uint32_t element = 0; element < objects_.size(); ++element)
+    if (!is(element, kTaken)) Ref<JtSceneObject>::adopt(objects_[element]);
+}
+
 Ref<JtPartition> SceneReader::read() {
   makeObjects();
-  const auto count = static_cast<std::uint32_t>(objects_.size());
-  attributeElements_.assign(attributeIds_.size(), SceneSource::kNone);
-  childElements_.assign(childIds_.size(), SceneSource::kNone);
-  isListed_.assign(count, false);
-  for (std::uint32_t element = 0; element < count; ++element) {
-    if (!isNode(element)) continue;
+  for (std::uint32_t element = 0; element < objects_.size(); ++element) {
     resolveAttributes(element);
     resolveChildren(element);
   }
@@ -101,74 +101,78 @@ Ref<JtPartition> SceneReader::read() {
   return root;
 }
 
+void SceneReader::LinkList::add(const std::vector<std::int32_t>& ids) {
+  targets.insert(targets.end(), ids.begin(), ids.end());
+  ends.push_back(static_cast<std::uint32_t>(targets.size()));
+}
+
 void SceneReader::makeObjects() {
   const std::uint32_t count = source_->firstAtom();
   work_.take(std::uint64_t{count} * kWorkOfElement);
-  owned_.resize(count);
-  objects_.resize(count);
-  nodes_.resize(count);
-  isAttribute_.resize(count);
-  links_.resize(count);
+  objects_.reserve(count);
+  facts_.reserve(count);
+  attributes_.ends.reserve(count);
+  children_.ends.reserve(count);
   Links links;
   std::string damaged;
   const ObjectBlocks::Use use(source_->objects());
   for (std::uint32_t element = 0; element < count; ++element) {
     const ElementKind* kind = nullptr;
     damaged.clear();
-    owned_[element] = readElement(*source_, element, links, kind, &damaged, &source_->memory());
-    objects_[element] = owned_[element].get();
-    source_->bind(*objects_[element], element);
+    JtSceneObject& object =
+        *readElement(*source_, element, links, kind, &damaged, &source_->memory()).release();
+    objects_.push_back(&object);
+    facts_.push_back(0);
+    source_->bind(object, element);
     if (!damaged.empty())
       source_->note(true, "damaged_element", source_->offset(element),
                     damaged + "; the element is carried as it is");
     for (const std::int32_t id : links.doubtful) source_->noteMissing(id);
-    isAttribute_[element] = kind->elementClass == ElementClass::attribute;
-    if (kind->elementClass != ElementClass::node) continue;
-    nodes_[element] = static_cast<JtNode*>(objects_[element]);
-    FieldAccess::opaque(*nodes_[element]) =
-        !damaged.empty() || FieldAccess::carried(*nodes_[element]);
-    const std::size_t linkCount = links.attributes.size() + links.children.size();
-    work_.take(linkCount * kWorkOfLink);
-    source_->memory().take(linkCount * kMemoryOfLink);
-    NodeLinks& mine = links_[element];
-    mine.attributes = {static_cast<std::uint32_t>(attributeIds_.size()),
-                       static_cast<std::uint32_t>(links.attributes.size())};
-    attributeIds_.insert(attributeIds_.end(), links.attributes.begin(), links.attributes.end());
-    mine.children = {static_cast<std::uint32_t>(childIds_.size()),
-                     static_cast<std::uint32_t>(links.children.size())};
-    childIds_.insert(childIds_.end(), links.children.begin(), links.children.end());
+    if (kind->elementClass == ElementClass::attribute) set(element, kAttribute);
+    if (kind->elementClass == ElementClass::node) {
+      set(element, kNode);
+      FieldAccess::opaque(node(element)) = !damaged.empty() || FieldAccess::carried(object);
+      const std::size_t linkCount = links.attributes.size() + links.children.size();
+      work_.take(linkCount * kWorkOfLink);
+      source_->memory().take(linkCount * kMemoryOfLink);
+    } else {
+      links.attributes.clear();
+      links.children.clear();
+    }
+    attributes_.add(links.attributes);
+    children_.add(links.children);
   }
 }
 
 void SceneReader::resolveAttributes(std::uint32_t element) {
-  const Slice slice = links_[element].attributes;
-  for (std::uint32_t i = slice.first; i < slice.first + slice.count; ++i) {
-    const std::uint32_t target = source_->find(attributeIds_[i]);
-    if (target < objects_.size() && isAttribute_[target]) {
-      attributeElements_[i] = target;
-      isListed_[target] = true;
-    } else {
-      source_->noteMissing(attributeIds_[i]);
-      source_->note(
-          true, "dangling_attribute", source_->offset(element),
-          "a node names attribute " + std::to_string(attributeIds_[i]) + ", which does not exist");
+  for (std::uint32_t& link : attributes_.of(element)) {
+    const auto id = static_cast<std::int32_t>(link);
+    link = source_->find(id);
+    if (is(link, kAttribute)) {
+      set(link, kListed);
+      continue;
     }
+    link = SceneSource::kNone;
+    source_->noteMissing(id);
+    source_->note(true, "dangling_attribute", source_->offset(element),
+                  "a node names attribute " + std::to_string(id) + ", which does not exist");
   }
 }
 
 void SceneReader::resolveChildren(std::uint32_t element) {
-  const Slice slice = links_[element].children;
-  for (std::uint32_t i = slice.first; i < slice.first + slice.count; ++i) {
-    const std::uint32_t target = source_->find(childIds_[i]);
-    if (isNode(target)) {
-      childElements_[i] = target;
-      if (target <= element) inOrder_ = false;
-    } else if (childIds_[i] != 0 || slice.count > 1) {
-      source_->noteMissing(childIds_[i]);
-      source_->note(
-          true, "dangling_child", source_->offset(element),
-          "a node names child " + std::to_string(childIds_[i]) + ", which does not exist");
+  const auto links = children_.of(element);
+  for (std::uint32_t& link : links) {
+    const auto id = static_cast<std::int32_t>(link);
+    link = source_->find(id);
+    if (is(link, kNode)) {
+      if (link <= element) inOrder_ = false;
+      continue;
     }
+    link = SceneSource::kNone;
+    if (id == 0 && links.size() == 1) continue;
+    source_->noteMissing(id);
+    source_->note(true, "dangling_child", source_->offset(element),
+                  "a node names child " + std::to_string(id) + ", which does not exist");
   }
 }
 
@@ -187,13 +191,13 @@ void SceneReader::dropCycles() {
     stack.push_back({start, 0});
     while (!stack.empty()) {
       Level& level = stack.back();
-      const Slice slice = links_[level.element].children;
-      if (level.next == slice.count) {
+      const auto links = children_.of(level.element);
+      if (level.next == links.size()) {
         marks[level.element] = Mark::done;
         stack.pop_back();
         continue;
       }
-      std::uint32_t& target = childElements_[slice.first + level.next++];
+      std::uint32_t& target = links[level.next++];
       if (target == SceneSource::kNone) continue;
       if (marks[target] == Mark::open) {
         source_->note(true, "cycle", source_->offset(level.element),
@@ -213,7 +217,7 @@ void SceneReader::findRows() {
   rows_.assign(objects_.size(), 0);
   for (const PropertyRow& row : source_->rows()) {
     const std::uint32_t element = source_->find(row.owner);
-    if (!isNode(element)) continue;
+    if (!is(element, kNode)) continue;
     if (rows_[element] == 0) {
       rows_[element] = row.pairs;
     } else {
@@ -223,30 +227,29 @@ void SceneReader::findRows() {
 }
 
 void SceneReader::assemble() {
-  hasParent_.assign(objects_.size(), false);
   for (std::uint32_t element = 0; element < objects_.size(); ++element)
-    if (JtNode* node = nodes_[element]) assembleNode(element, *node);
+    if (is(element, kNode)) assembleNode(element);
 }
 
-void SceneReader::assembleNode(std::uint32_t element, JtNode& node) {
+void SceneReader::assembleNode(std::uint32_t element) {
+  JtNode& node = this->node(element);
   FieldAccess::propertyRow(node).store(rows_[element], std::memory_order_relaxed);
-  const Slice attributes = links_[element].attributes;
-  for (std::uint32_t i = attributes.first; i < attributes.first + attributes.count; ++i)
-    if (attributeElements_[i] != SceneSource::kNone)
-      FieldAccess::attributes(node).push_back(take<JtAttribute>(attributeElements_[i]));
+  for (const std::uint32_t attribute : attributes_.of(element))
+    if (attribute != SceneSource::kNone)
+      FieldAccess::attributes(node).push_back(take<JtAttribute>(attribute));
 
-  const Slice children = links_[element].children;
+  const auto children = children_.of(element);
   auto* group = as<JtGroup>(&node);
   auto* instance = as<JtInstance>(&node);
-  if (children.count == 0 || (!group && !instance)) return;
-  if (group) FieldAccess::children(*group).reserve(children.count);
-  for (std::uint32_t i = children.first; i < children.first + children.count; ++i) {
-    const std::uint32_t target = childElements_[i];
+  if (children.empty() || (!group && !instance)) return;
+  if (group) FieldAccess::children(*group).reserve(children.size());
+  for (const std::uint32_t target : children) {
     if (target == SceneSource::kNone) continue;
-    hasParent_[target] = true;
-    if (nodes_[target]->numParents() + 1 >= static_cast<int>(ParentList::kIndexFrom))
+    set(target, kHasParent);
+    JtNode& child = this->node(target);
+    if (child.numParents() + 1 >= static_cast<int>(ParentList::kIndexFrom))
       source_->memory().take(kMemoryOfIndexed);
-    FieldAccess::attach(*nodes_[target], node);
+    FieldAccess::attach(child, node);
     if (group) {
       FieldAccess::children(*group).push_back(take<JtNode>(target));
     } else {
@@ -260,13 +263,13 @@ void SceneReader::assembleNode(std::uint32_t element, JtNode& node) {
 Ref<JtPartition> SceneReader::chooseRoot() {
   std::vector<std::uint32_t> tops;
   for (std::uint32_t element = 0; element < objects_.size(); ++element)
-    if (isNode(element) && !hasParent_[element]) tops.push_back(element);
+    if (is(element, kNode) && !is(element, kHasParent)) tops.push_back(element);
   if (tops.empty())
     throw JtFormatError("no_nodes",
                         "expected a scene graph with at least one node on top, found none",
                         source_->position(0));
   for (const std::uint32_t top : tops) {
-    if (!as<JtPartition>(nodes_[top])) continue;
+    if (!as<JtPartition>(objects_[top])) continue;
     if (tops.size() > 1) {
       hasOneTop_ = false;
       source_->note(false, "unreachable_nodes", 0,
@@ -279,7 +282,7 @@ Ref<JtPartition> SceneReader::chooseRoot() {
                 "the scene graph has no partition on top; one is put there");
   hasOneTop_ = false;
   auto made = make<JtPartition>();
-  for (const std::uint32_t top : tops) made->addChild(nodes_[top]);
+  for (const std::uint32_t top : tops) made->addChild(&node(top));
   return made;
 }
 
@@ -289,7 +292,7 @@ void SceneReader::findUnreachable(const JtPartition& root) {
   std::vector<bool> unreachable(objects_.size(), true);
   if (hasOneTop_) {  // then every node hangs below it
     for (std::uint32_t element = 0; element < objects_.size(); ++element)
-      unreachable[element] = !isNode(element) && !isListed_[element];
+      unreachable[element] = !is(element, kNode) && !is(element, kListed);
     source_->setUnreachable(std::move(unreachable));
     return;
   }
@@ -315,7 +318,7 @@ void SceneReader::findUnreachable(const JtPartition& root) {
 /// An element listed twice: the second list continues the first.
 void SceneReader::appendFurtherRows() {
   for (const PropertyRow& row : furtherRows_) {
-    auto& properties = FieldAccess::properties(*nodes_[source_->find(row.owner)]);
+    auto& properties = FieldAccess::properties(node(source_->find(row.owner)));
     auto more = source_->properties(row.pairs);
     properties.insert(properties.end(), more.begin(), more.end());
     source_->note(false, "owner_listed_twice", row.pairs,

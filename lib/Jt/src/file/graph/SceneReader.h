@@ -11,6 +11,9 @@ class SceneReader {
  public:
   explicit SceneReader(Ref<SceneSource> source)
       : source_(std::move(source)), work_(source_->container().share()) {}
+  SceneReader(const SceneReader&) = delete;
+  SceneReader& operator=(const SceneReader&) = delete;
+  ~SceneReader();
 
   /// The root partition, bound to the source. Links that would close a cycle or that name nothing
   /// are left out and noted. Throws JtFormatError when there is no node at all.
@@ -24,14 +27,25 @@ class SceneReader {
                                         std::string* damaged, MemoryShare* memory = nullptr);
 
  private:
-  /// A span of the flat id lists below.
-  struct Slice {
-    std::uint32_t first = 0;
-    std::uint32_t count = 0;
+  /// What is known of an element, as bits.
+  enum Fact : std::uint8_t {
+    kNode = 1,
+    kAttribute = 2,
+    kTaken = 4,  // somebody owns the object
+    kHasParent = 8,
+    kListed = 16  // an attribute that a node lists
   };
-  struct NodeLinks {
-    Slice attributes;
-    Slice children;
+  /// Links of all elements, one after another: first ids, then elements. kNone: left out.
+  struct LinkList {
+    std::vector<std::uint32_t> targets;
+    std::vector<std::uint32_t>
+        ends;  // by element: where its links end, and those of the next begin
+
+    void add(const std::vector<std::int32_t>& ids);
+    std::span<std::uint32_t> of(std::uint32_t element) {
+      const std::uint32_t begin = element == 0 ? 0 : ends[element - 1];
+      return std::span(targets).subspan(begin, ends[element] - begin);
+    }
   };
 
   void makeObjects();
@@ -40,37 +54,39 @@ class SceneReader {
   void dropCycles();
   void findRows();
   void assemble();
-  void assembleNode(std::uint32_t element, JtNode& node);
+  void assembleNode(std::uint32_t element);
   Ref<JtPartition> chooseRoot();
   void appendFurtherRows();
   void findUnreachable(const JtPartition& root);
 
-  bool isNode(std::uint32_t element) const { return element < nodes_.size() && nodes_[element]; }
+  bool is(std::uint32_t element, Fact fact) const {
+    return element < facts_.size() && (facts_[element] & fact) != 0;
+  }
+  void set(std::uint32_t element, Fact fact) {
+    facts_[element] = static_cast<std::uint8_t>(facts_[element] | fact);
+  }
+  /// @pre is(element, kNode)
+  JtNode& node(std::uint32_t element) const { return static_cast<JtNode&>(*objects_[element]); }
   /// A reference on an object; the reader's own one the first time.
   template <class T>
   Ref<T> take(std::uint32_t element) {
-    if (owned_[element]) return Ref<T>::adopt(static_cast<T*>(owned_[element].release()));
-    return Ref<T>(static_cast<T*>(objects_[element]));
+    auto* const object = static_cast<T*>(objects_[element]);
+    if (is(element, kTaken)) return Ref<T>(object);
+    set(element, kTaken);
+    return Ref<T>::adopt(object);
   }
 
   // Everything is decided in these arrays, by element; the objects themselves, which lie all over
   // the memory, are touched twice: when they are made and when they are put together.
   Ref<SceneSource> source_;
-  MemoryShare work_;                       // of these arrays
-  std::vector<Ref<JtSceneObject>> owned_;  // nodes and attributes, until they find an owner
-  std::vector<JtSceneObject*> objects_;
-  std::vector<JtNode*> nodes_;  // the same where it is a node, else null
-  std::vector<bool> isAttribute_;
-  std::vector<NodeLinks> links_;
+  MemoryShare work_;                     // of these arrays
+  std::vector<JtSceneObject*> objects_;  // nodes and attributes; owned until they are taken
+  std::vector<std::uint8_t> facts_;
+  LinkList attributes_;
+  LinkList children_;
   std::vector<std::uint32_t> rows_;       // where the properties are, 0 for none
   std::vector<PropertyRow> furtherRows_;  // of nodes that have a row already
-  std::vector<bool> hasParent_;
-  std::vector<bool> isListed_;  // attributes that a node lists
-  std::vector<std::int32_t> attributeIds_;
-  std::vector<std::uint32_t> attributeElements_;  // beside attributeIds_; kNone: left out
-  std::vector<std::int32_t> childIds_;
-  std::vector<std::uint32_t> childElements_;  // beside childIds_; kNone where a link is left out
-  bool inOrder_ = true;                       // every child follows its parents
+  bool inOrder_ = true;                   // every child follows its parents
   bool hasOneTop_ = true;
 };
 

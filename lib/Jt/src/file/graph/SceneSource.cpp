@@ -19,6 +19,8 @@ Ref<SceneSource> SceneSource::open(Ref<Container> container) {
   try {
     if (source->content_.bytes.size() >= kNone)
       throw JtFormatError("too_large", "scene graphs of 4 GiB and more cannot be read");
+    // The pages of the file served to be unpacked from.
+    if (source->content_.packed) source->container_->image().releasePages();
     source->scan();
   } catch (const JtFormatError& error) {
     throw error.within(source->container_->position(*source->entry_));
@@ -84,37 +86,14 @@ std::size_t SceneSource::scanElements(std::size_t at, bool lastList) {
 }
 
 void SceneSource::indexIds() {
-  for (const std::int32_t id : ids_) maxId_ = std::max(maxId_, id);
-  const bool isDense = static_cast<std::size_t>(maxId_) <= 4 * ids_.size() + 1024;
-  if (isDense) {
-    dense_.assign(static_cast<std::size_t>(maxId_) + 1, kNone);
-  } else {
-    sparse_.reserve(ids_.size());
-  }
-  for (std::uint32_t element = 0; element < elementCount(); ++element) {
-    const std::int32_t id = ids_[element];
-    if (id <= 0) {
-      note(true, "bad_object_id", offsets_[element],
-           "object ids are positive, found " + std::to_string(id));
-      if (!isDense) continue;
-    }
-    bool isNew = false;
-    if (id > 0 && isDense) {
-      std::uint32_t& slot = dense_[static_cast<std::size_t>(id)];
-      isNew = slot == kNone;
-      if (isNew) slot = element;
-    } else if (id > 0) {
-      isNew = sparse_.emplace(id, element).second;
-    }
-    if (id > 0 && !isNew)
+  ids_.index([this](std::uint32_t element, bool isPositive) {
+    const std::string id = std::to_string(ids_[element]);
+    if (isPositive)
       note(true, "duplicate_object_id", offsets_[element],
-           "object id " + std::to_string(id) + " is used twice; the first element counts");
-  }
-}
-
-std::uint32_t SceneSource::findSparse(std::int32_t objectId) const noexcept {
-  const auto found = sparse_.find(objectId);
-  return found == sparse_.end() ? kNone : found->second;
+           "object id " + id + " is used twice; the first element counts");
+    else
+      note(true, "bad_object_id", offsets_[element], "object ids are positive, found " + id);
+  });
 }
 
 /// Out of line, so that the check before it is inlined.

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -20,6 +19,7 @@
 #include "file/container/ElementFrame.h"
 #include "file/elements/ElementTable.h"
 #include "file/graph/KeyIndex.h"
+#include "file/graph/ObjectIds.h"
 #include "file/shapes/ShapeCache.h"
 #include "scene/ObjectSource.h"
 
@@ -33,7 +33,7 @@ struct PropertyRow {
 
 class SceneSource final : public ObjectSource {
  public:
-  static constexpr std::uint32_t kNone = 0xffffffffU;
+  static constexpr std::uint32_t kNone = ObjectIds::kNone;
 
   /// Unpacks the scene graph of a file and finds its elements. Throws JtFormatError.
   static Ref<SceneSource> open(Ref<Container> container);
@@ -53,18 +53,15 @@ class SceneSource final : public ObjectSource {
     return element >= firstAtom_ && element < elementCount();
   }
   std::int32_t objectId(std::uint32_t element) const noexcept override { return ids_[element]; }
-  std::int32_t maxObjectId() const noexcept { return maxId_; }
+  std::int32_t maxObjectId() const noexcept { return ids_.max(); }
   /// Ids above the greatest one that the file names although no element has them. A new object with
   /// such an id would be taken for what the file has lost.
   const std::vector<std::int32_t>& missingIds() const noexcept { return missingIds_; }
   void noteMissing(std::int32_t id) {
-    if (id > maxId_) missingIds_.push_back(id);
+    if (id > ids_.max()) missingIds_.push_back(id);
   }
   /// The element with that id (the first, if several have it), or kNone.
-  std::uint32_t find(std::int32_t objectId) const noexcept {
-    if (objectId <= 0 || objectId > maxId_) return kNone;
-    return dense_.empty() ? findSparse(objectId) : dense_[static_cast<std::size_t>(objectId)];
-  }
+  std::uint32_t find(std::int32_t objectId) const noexcept { return ids_.find(objectId); }
 
   std::size_t offset(std::uint32_t element) const noexcept { return offsets_[element]; }
   /// Frame and body.
@@ -155,7 +152,6 @@ class SceneSource final : public ObjectSource {
   void scanTable(std::size_t at);
   [[noreturn]] static void throwShortTable(const char* what, std::size_t left, std::size_t offset);
   void indexIds();
-  std::uint32_t findSparse(std::int32_t objectId) const noexcept;
   void countTables();
   const ElementKind* atomKind(std::uint32_t element);
   Ref<JtPropAtom> atomLocked(std::uint32_t element);
@@ -167,12 +163,9 @@ class SceneSource final : public ObjectSource {
   MemoryShare memory_;
   ObjectBlocks objects_;
   std::vector<std::uint32_t> offsets_;
-  std::vector<std::int32_t> ids_;
+  ObjectIds ids_;
   std::uint32_t firstAtom_ = 0;
-  std::int32_t maxId_ = 0;
   std::vector<std::int32_t> missingIds_;
-  std::vector<std::uint32_t> dense_;                        // id -> element, where ids are dense
-  std::unordered_map<std::int32_t, std::uint32_t> sparse_;  // the same where they are not
   std::vector<PropertyRow> rows_;
   std::size_t tableOffset_ = 0;
   std::size_t trailingOffset_ = 0;
