@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "JtSceneObject.h"
+#include "JtTrailingBytes.h"
 
 /// Restricts an attribute to some of the paths to a node. The format has no such thing; the type
 /// exists for the signatures of the node operations, which take and give null.
@@ -75,7 +76,7 @@ class JT_API JtAttribute : public JtSceneObject {
   std::uint32_t inhibitFlags_ = 0;    // one bit a field
   std::uint32_t finalFlags_ = 0;      // one bit a field; before 10.x one of the state flags instead
   std::optional<std::int32_t> tail_;  // closes every attribute in 10.5 files
-  std::shared_ptr<const std::vector<std::byte>> trailingBytes_;  // bytes after the last known field
+  jt::TrailingBytes trailingBytes_;
 };
 
 /// An attribute of a kind that this library does not know, or that is damaged: carried as it is.

@@ -11,6 +11,7 @@
 #include "JtParentList.h"
 #include "JtPropAtom.h"
 #include "JtSceneObject.h"
+#include "JtTrailingBytes.h"
 
 namespace jt {
 
@@ -135,5 +136,5 @@ class JT_API JtNode : public JtSceneObject {
   jt::ParentList parents_;
   jt::InlineList<jt::Ref<JtAttribute>> attributes_;
   mutable std::vector<jt::Property> properties_;
-  std::shared_ptr<const std::vector<std::byte>> trailingBytes_;  // bytes after the last known field
+  jt::TrailingBytes trailingBytes_;
 };

@@ -8,6 +8,7 @@
 
 #include "JtSceneObject.h"
 #include "JtString.h"
+#include "JtTrailingBytes.h"
 
 class JtPartition;
 
@@ -32,7 +33,7 @@ class JT_API JtPropAtom : public JtSceneObject {
   jt::LocalVersion baseVersion_;
   jt::LocalVersion version_;
   std::uint32_t stateFlags_ = 0;
-  std::shared_ptr<const std::vector<std::byte>> trailingBytes_;  // bytes after the last known field
+  jt::TrailingBytes trailingBytes_;
 };
 
 /// Text.

@@ -1,6 +1,7 @@
 #include "base/Buffer.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -54,6 +55,16 @@ void Buffer::resize(std::size_t size) {
     *this = std::move(other);
   }
   size_ = size;
+}
+
+std::size_t Buffer::dropFront(std::size_t dropped, std::size_t size) noexcept {
+  if (!mapped_) return dropped;
+  constexpr std::uintptr_t kLargePage = std::uintptr_t{2} << 20U;
+  const auto start = reinterpret_cast<std::uintptr_t>(bytes_);
+  const std::uintptr_t end = (start + size) / kLargePage * kLargePage;
+  if (end <= start + dropped) return dropped;
+  storage::dropPages(bytes_ + dropped, end - start - dropped);
+  return end - start;
 }
 
 void ByteSink::grow(std::size_t count) {

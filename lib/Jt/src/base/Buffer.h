@@ -21,6 +21,10 @@ class Buffer {
   std::span<const std::byte> bytes() const noexcept { return {bytes_, size_}; }
   /// Changes the size; what is in both sizes stays.
   void resize(std::size_t size);
+  /// Gives memory of the first `size` bytes back, where it is in large pages of its own.
+  /// @param dropped how many bytes were dropped before
+  /// @return how many are dropped now; what they were is lost
+  std::size_t dropFront(std::size_t dropped, std::size_t size) noexcept;
 
  private:
   std::byte* bytes_ = nullptr;

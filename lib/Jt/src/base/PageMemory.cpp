@@ -19,4 +19,6 @@ std::byte* remapPages(std::byte* pages, std::size_t oldSize, std::size_t newSize
 
 void unmapPages(std::byte* pages, std::size_t size) noexcept { munmap(pages, size); }
 
+void dropPages(std::byte* pages, std::size_t size) noexcept { madvise(pages, size, MADV_DONTNEED); }
+
 }  // namespace jt::storage

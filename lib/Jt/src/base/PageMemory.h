@@ -11,5 +11,7 @@ std::byte* mapPages(std::size_t size) noexcept;
 /// none.
 std::byte* remapPages(std::byte* pages, std::size_t oldSize, std::size_t newSize) noexcept;
 void unmapPages(std::byte* pages, std::size_t size) noexcept;
+/// Gives the memory of such pages back, but not the pages: what they hold is lost.
+void dropPages(std::byte* pages, std::size_t size) noexcept;
 
 }  // namespace jt::storage

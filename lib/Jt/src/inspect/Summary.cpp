@@ -27,13 +27,15 @@ const char* compressionName(const file::Container& container, const file::TocEnt
 
 std::string elementName(const JtSceneObject* object) {
   if (!object) return {};
-  if (const file::SceneSource* source = file::SceneSource::sourceOf(*object)) {
-    const std::uint32_t element = file::SceneSource::elementOf(*object);
-    if (const file::ElementKind* kind = source->kind(element)) return kind->name;
-    return "Unknown Element " + source->frame(element).typeId.text();
-  }
-  const file::ElementKind* kind = file::findElementKind(object->typeID());
-  return kind ? kind->name : object->typeID()->name();
+  const JtType* const type = object->typeID();
+  const file::SceneSource* source = file::SceneSource::sourceOf(*object);
+  // Plain nodes and groups also stand for elements of unknown types.
+  if (!source || (type != JtNode::classTypeID() && type != JtGroup::classTypeID()))
+    if (const file::ElementKind* kind = file::findElementKind(type)) return kind->name;
+  if (!source) return type->name();
+  const std::uint32_t element = file::SceneSource::elementOf(*object);
+  if (const file::ElementKind* kind = source->kind(element)) return kind->name;
+  return "Unknown Element " + source->frame(element).typeId.text();
 }
 
 const char* segmentName(std::int32_t type) { return file::segmentTypeName(type); }

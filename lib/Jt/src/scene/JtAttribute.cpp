@@ -74,6 +74,5 @@ void JtAttribute::stateField(const jt::FieldBits& field) {
 bool JtAttribute::isBaseEqualTo(const JtAttribute& other) const noexcept {
   return stateFlags() == other.stateFlags() && inhibitFlags() == other.inhibitFlags() &&
          finalFlags() == other.finalFlags() && tail_.value_or(-1) == other.tail_.value_or(-1) &&
-         (trailingBytes_ == other.trailingBytes_ ||
-          (trailingBytes_ && other.trailingBytes_ && *trailingBytes_ == *other.trailingBytes_));
+         trailingBytes_ == other.trailingBytes_;
 }

@@ -20,6 +20,7 @@
 #include "JtSceneObject.h"
 #include "JtShape.h"
 #include "JtString.h"
+#include "JtTrailingBytes.h"
 #include "base/Buffer.h"
 #include "base/ByteOrder.h"
 #include "base/MemoryBudget.h"
@@ -301,13 +302,13 @@ class BasicReader {
   MemoryShare* memory_ = nullptr;
 };
 
-/// What follows the last known field of an element, to be kept; null when nothing does.
+/// What follows the last known field of an element, to be kept.
 template <bool Tracing>
-std::shared_ptr<const std::vector<std::byte>> readTrailingBytes(BasicReader<Tracing>& reader) {
+TrailingBytes readTrailingBytes(BasicReader<Tracing>& reader) {
   if (reader.left() == 0) return {};
-  auto bytes = std::make_shared<std::vector<std::byte>>();
-  reader.raw("surplus", *bytes, reader.left());
-  return bytes;
+  std::vector<std::byte> bytes;
+  reader.raw("surplus", bytes, reader.left());
+  return TrailingBytes(std::move(bytes));
 }
 
 using Reader = BasicReader<false>;

@@ -42,6 +42,13 @@ std::string hex(std::uint64_t value) {
       "the file was damaged by a transfer in text mode: transfer it again in binary mode", where);
 }
 
+/// The packed bytes behind both headers.
+std::span<const std::byte> streamOf(std::span<const std::byte> segment,
+                                    const PackingHeader& header) {
+  return segment.subspan(kSegmentHeaderSize + kPackingHeaderSize,
+                         static_cast<std::size_t>(header.length) - 1);
+}
+
 }  // namespace
 
 const char* segmentTypeName(std::int32_t type) noexcept {
@@ -285,29 +292,43 @@ SegmentContent Container::load(const TocEntry& entry) const {
     content.fileOffset = static_cast<std::size_t>(entry.offset) + kSegmentHeaderSize;
     return content;
   }
-  const auto stream = bytes.subspan(kSegmentHeaderSize + kPackingHeaderSize,
-                                    static_cast<std::size_t>(packing->length) - 1);
   content.packing = static_cast<Packing>(packing->algorithm);
   if (content.packing == Packing::stored) {
-    content.bytes = stream;
+    content.bytes = streamOf(bytes, *packing);
     content.fileOffset =
         static_cast<std::size_t>(entry.offset) + kSegmentHeaderSize + kPackingHeaderSize;
     return content;
   }
+  content.owned = unpackStream(entry, *packing, std::min(limits_.maxSegmentBytes, memory_->left()));
+  content.memory = share();
+  content.memory.take(content.owned.size());
+  content.bytes = content.owned.bytes();
+  content.packed = true;
+  return content;
+}
+
+Buffer Container::loadAgain(const TocEntry& entry, std::size_t size) const {
+  const auto packing = packingHeader(entry);
+  Buffer bytes;
+  if (packing) bytes = unpackStream(entry, *packing, size + 1);  // xz ends where there is room left
+  if (bytes.size() != size)
+    throw JtFormatError("changed_on_disk", "the segment has changed since it was read",
+                        position(entry));
+  return bytes;
+}
+
+Buffer Container::unpackStream(const TocEntry& entry, const PackingHeader& header,
+                               std::uint64_t maxBytes) const {
   try {
-    content.owned =
-        unpack(stream, content.packing, limits_, std::min(limits_.maxSegmentBytes, memory_->left()))
-            .bytes;
-    content.memory = share();
-    content.memory.take(content.owned.size());
+    Buffer bytes = unpack(streamOf(segmentBytes(entry), header),
+                          static_cast<Packing>(header.algorithm), limits_, maxBytes)
+                       .bytes;
+    image_->checkPresent();
+    return bytes;
   } catch (const JtFormatError& error) {
     image_->checkPresent();
     throw error.within(position(entry, entry.offset + kSegmentHeaderSize + kPackingHeaderSize));
   }
-  image_->checkPresent();
-  content.bytes = content.owned.bytes();
-  content.packed = true;
-  return content;
 }
 
 }  // namespace jt::file

@@ -148,6 +148,10 @@ class Container : public JtRefCounted {
   std::span<const std::byte> segmentBytes(const TocEntry& entry) const;
   /// The content behind the headers, unpacked. Throws JtFormatError with segment and offset.
   SegmentContent load(const TocEntry& entry) const;
+  /// The unpacked bytes of a segment that was loaded before, beside what may be held for the file.
+  /// Throws JtFormatError "changed_on_disk" where they have become others.
+  /// @param size of the content
+  Buffer loadAgain(const TocEntry& entry, std::size_t size) const;
   /// The two headers of a segment as they are; the packing header only where there is one.
   SegmentHeader segmentHeader(const TocEntry& entry) const;
   std::optional<PackingHeader> packingHeader(const TocEntry& entry) const;
@@ -160,6 +164,8 @@ class Container : public JtRefCounted {
   void readHeader();
   void readToc();
   void note(bool isError, const char* code, std::uint64_t offset, std::string message);
+  Buffer unpackStream(const TocEntry& entry, const PackingHeader& header,
+                      std::uint64_t maxBytes) const;
 
   Ref<FileImage> image_;
   ReadLimits limits_;

@@ -117,6 +117,7 @@ void SceneReader::makeObjects() {
   std::string damaged;
   const ObjectBlocks::Use use(source_->objects());
   for (std::uint32_t element = 0; element < count; ++element) {
+    source_->dropBytesBefore(element);
     const ElementKind* kind = nullptr;
     damaged.clear();
     JtSceneObject& object =

@@ -158,9 +158,16 @@ ElementFrame SceneSource::frame(std::uint32_t element) const {
   return result;
 }
 
+void SceneSource::restoreBytes() const {
+  restored_.call([this] {
+    const Buffer again = container_->loadAgain(*entry_, content_.bytes.size());
+    std::ranges::copy(again.bytes().first(dropped_), content_.owned.data());
+    container_->image().releasePages();
+  });
+}
+
 const ElementKind* SceneSource::kind(std::uint32_t element) const {
-  return findElementKind(
-      loadGuid(content_.bytes.data() + offsets_[element] + kLengthSize, format().bigEndian));
+  return findElementKind(loadGuid(start(element) + kLengthSize, format().bigEndian));
 }
 
 bool SceneSource::isNode(std::uint32_t element) const {

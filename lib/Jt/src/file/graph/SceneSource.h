@@ -64,18 +64,24 @@ class SceneSource final : public ObjectSource {
   std::uint32_t find(std::int32_t objectId) const noexcept { return ids_.find(objectId); }
 
   std::size_t offset(std::uint32_t element) const noexcept { return offsets_[element]; }
-  /// Frame and body.
-  std::span<const std::byte> elementBytes(std::uint32_t element) const noexcept {
-    const std::size_t at = offsets_[element];
-    const auto length = loadScalar<std::int32_t>(content_.bytes.data() + at, format().bigEndian);
-    return content_.bytes.subspan(at, kLengthSize + static_cast<std::size_t>(length));
+  /// Frame and body. Throws JtFormatError where they have to be read again and cannot.
+  std::span<const std::byte> elementBytes(std::uint32_t element) const {
+    const std::byte* const at = start(element);
+    const auto length = loadScalar<std::int32_t>(at, format().bigEndian);
+    return {at, kLengthSize + static_cast<std::size_t>(length)};
   }
-  /// What is behind the frame.
-  std::span<const std::byte> body(std::uint32_t element) const noexcept {
+  /// What is behind the frame. Throws as elementBytes().
+  std::span<const std::byte> body(std::uint32_t element) const {
     return elementBytes(element).subspan(kFrameSize);
   }
   ElementFrame frame(std::uint32_t element) const;
-  /// The kind of an element by its type id alone, null when it is not known.
+  /// Graph elements up to that one have been made objects: their bytes may go. Who asks for one
+  /// later gets it from the file. For the thread that opens the file.
+  void dropBytesBefore(std::uint32_t element) noexcept {
+    if (content_.packed) dropped_ = content_.owned.dropFront(dropped_, offsets_[element]);
+  }
+  /// The kind of an element by its type id alone, null when it is not known. Throws as
+  /// elementBytes().
   const ElementKind* kind(std::uint32_t element) const;
 
   /// Graph elements that nothing led to when the graph was made; they are written back unread.
@@ -147,6 +153,12 @@ class SceneSource final : public ObjectSource {
 
  private:
   SceneSource() = default;
+  const std::byte* start(std::uint32_t element) const {
+    const std::size_t at = offsets_[element];
+    if (at < dropped_) restoreBytes();
+    return content_.bytes.data() + at;
+  }
+  void restoreBytes() const;
   void scan();
   std::size_t scanElements(std::size_t at, bool lastList);
   void scanTable(std::size_t at);
@@ -159,7 +171,9 @@ class SceneSource final : public ObjectSource {
   Ref<Container> container_;
   std::unique_ptr<ShapeCache> shapes_;
   const TocEntry* entry_ = nullptr;
-  SegmentContent content_;
+  mutable SegmentContent content_;
+  std::size_t dropped_ = 0;  // bytes of it in front
+  mutable Once restored_;
   MemoryShare memory_;
   ObjectBlocks objects_;
   std::vector<std::uint32_t> offsets_;
