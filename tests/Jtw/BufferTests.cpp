@@ -65,7 +65,7 @@ TEST(BufferText, DamageNeverRunsOverTheSizeOrTheText) {
   std::mt19937 random(11);
   const std::u16string alphabet = u"0129,\\@-x\u00ff\uffff";
   for (int round = 0; round < 20000; ++round) {
-    std::u16string units = bufferOf("a\\\0,z"sv).toText().units();
+    std::u16string units(bufferOf("a\\\0,z"sv).toText().units());
     for (auto left = random() % 6; left > 0; --left) {
       const std::size_t place = random() % (units.size() + 1);
       const char16_t unit = alphabet[random() % alphabet.size()];

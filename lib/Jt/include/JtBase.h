@@ -2,20 +2,11 @@
 
 #include <cstddef>
 
+#include "JtAllocHooked.h"
 #include "JtRefCounted.h"
 #include "JtType.h"
 
 class JtBaseDataStream;
-
-/// Objects whose memory comes from the library's allocator, so that it is freed by the library that
-/// made it whichever module drops the last reference.
-class JT_API JtAllocHooked {
- public:
-  /// Memory from the library's allocator; std::bad_alloc when there is none.
-  static void* operator new(std::size_t size);
-  static void operator delete(void* memory) noexcept;
-  static void operator delete(void* memory, std::size_t size) noexcept;
-};
 
 /// Root of the JT object classes: run-time type, copying, and a byte form for the objects that live
 /// in segments of their own.

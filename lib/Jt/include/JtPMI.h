@@ -184,7 +184,7 @@ class JT_API PMIDataManager : public JtBase {
   /// What was found out about the content.
   struct Lookups {
     // The first id of each text, as far as texts were looked up; texts are only ever appended.
-    std::unordered_map<std::u16string, std::int32_t> textIds;
+    std::unordered_map<JtString, std::int32_t, jt::TextHash> textIds;
     std::size_t indexedTexts = 0;
     std::int32_t greatestTag = -1;  // of the CAD tags of 32 bits; -1: not known
   };

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "JtAllocHooked.h"
 #include "JtExport.h"
 
 /// Text as JT files hold it: UTF-16 code units. Every sequence of units is kept, lone surrogates
@@ -19,7 +20,15 @@ class JT_API JtString {
   JtString(const std::string& text) : JtString(std::string_view(text)) {}
   /// From wide text (UTF-16 or UTF-32, whatever the platform's wide character holds).
   explicit JtString(std::wstring_view text);
-  explicit JtString(std::u16string units) : units_(std::move(units)) {}
+  explicit JtString(std::u16string_view units) : units_(units) {}
+  /// Of `count` units, which fill(char16_t*) puts in place.
+  template <class Fill>
+  static JtString filled(std::size_t count, const Fill& fill) {
+    JtString text;
+    text.units_.resize(count);
+    fill(text.units_.data());
+    return text;
+  }
 
   /// The UTF-8 form.
   std::string stringToMbs() const;
@@ -34,7 +43,8 @@ class JT_API JtString {
   bool isAscii() const noexcept;
   /// The units, terminated by 0; valid until the next change.
   const char16_t* getConstPtr() const noexcept { return units_.c_str(); }
-  const std::u16string& units() const noexcept { return units_; }
+  /// The units; valid until the next change.
+  std::u16string_view units() const noexcept { return units_; }
 
   /// Inserts `text` before unit `position` (at the end when beyond it).
   void insert(std::size_t position, const JtString& text);
@@ -45,5 +55,19 @@ class JT_API JtString {
   friend auto operator<=>(const JtString&, const JtString&) = default;
 
  private:
-  std::u16string units_;
+  using Units =
+      std::basic_string<char16_t, std::char_traits<char16_t>, jt::ObjectAllocator<char16_t>>;
+  Units units_;
 };
+
+namespace jt {
+
+/// For tables of texts.
+struct TextHash {
+  /// A hash of the units.
+  std::size_t operator()(const JtString& text) const noexcept {
+    return std::hash<std::u16string_view>{}(text.units());
+  }
+};
+
+}  // namespace jt

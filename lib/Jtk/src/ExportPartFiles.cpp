@@ -45,10 +45,11 @@ class PartFiles final : public ExportParts {
 
 /// What parts share that share a file; with a null source for one that shares it with none.
 PartFiles::Key PartFiles::keyOf(const JtkPart& part) {
-  Key key{part.geometrySource(), sceneNameOf(part).units()};
+  Key key{part.geometrySource(), std::u16string(sceneNameOf(part).units())};
   for (int i = 0; i < part.numProperties(); ++i) {
     const JtkProperty& property = *part.property(i);
-    key.second += u'\0' + property.key().units() + u'\0' + property.stringValue().units();
+    (key.second += u'\0') += property.key().units();
+    (key.second += u'\0') += property.stringValue().units();
     if (property.valueType() != JtkProperty::ValueType::STRING) key.first = nullptr;
   }
   if (part.numChildren() > 0 || part.isHidden()) key.first = nullptr;

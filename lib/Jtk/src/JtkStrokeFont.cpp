@@ -54,7 +54,7 @@ class Source {
 
 /// The code points of a text; a lone surrogate is one of its own.
 std::u32string codePoints(const JtString& text) {
-  const std::u16string& units = text.units();
+  const std::u16string_view units = text.units();
   std::u32string points;
   for (std::size_t i = 0; i < units.size(); ++i) {
     const char32_t unit = units[i];

@@ -78,7 +78,7 @@ JtNode* contentOf(JtNode* node) {
 /// A name without the extension that marks what the toolkit made of a node, when that is empty.
 JtString withoutMark(const JtString& name) {
   for (const std::u16string_view mark : {u".part;;:", u".asm;;:"})
-    if (std::u16string_view(name.units()).ends_with(mark))
+    if (name.units().ends_with(mark))
       return JtString(name.units().substr(0, name.length() - mark.size()));
   return name;
 }

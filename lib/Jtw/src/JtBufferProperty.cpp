@@ -20,7 +20,7 @@ JtBase* createBuffer() { return new JtBufferProperty; }
 /// The bytes of a text. Each unit is one byte, as toText() writes them; other writers may have
 /// taken the bytes for characters, and then units beyond a byte occur.
 std::string bytesOf(const JtString& text) {
-  const std::u16string& units = text.units();
+  const std::u16string_view units = text.units();
   if (std::ranges::any_of(units, [](char16_t unit) { return unit > 0xFF; }))
     return text.stringToMbs();
   std::string bytes(units.size(), '\0');

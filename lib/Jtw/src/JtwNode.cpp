@@ -274,7 +274,7 @@ void JtwNode::collectOccId(JtString& out) const {
     if (id && !id->isEmpty()) ids.push_back(id);
   }
   std::u16string joined;
-  for (auto id = ids.rbegin(); id != ids.rend(); ++id) joined += u'\\' + (*id)->units();
+  for (auto id = ids.rbegin(); id != ids.rend(); ++id) (joined += u'\\') += (*id)->units();
   out.insert(0, JtString(std::move(joined)));
 }
 

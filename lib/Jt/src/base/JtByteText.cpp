@@ -52,7 +52,7 @@ JtString textOfBytes(std::string_view bytes) {
 }
 
 std::string bytesOfText(const JtString& text) {
-  const std::u16string& units = text.units();
+  const std::u16string_view units = text.units();
   std::string bytes;
   for (std::size_t place = 0; place < units.size();) {
     std::size_t end = place;

@@ -7,14 +7,15 @@
 namespace {
 
 /// The code point at `place`, which moves behind it. A surrogate without partner is its own value.
-char32_t nextCodePoint(const std::u16string& units, std::size_t& place) {
+char32_t nextCodePoint(std::u16string_view units, std::size_t& place) {
   const char32_t unit = units[place++];
   if (!host::isHighSurrogate(unit) || place == units.size() || !host::isLowSurrogate(units[place]))
     return unit;
   return host::characterOf(unit, units[place++]);
 }
 
-void appendUnits(std::u16string& units, char32_t value) {
+template <class Units>
+void appendUnits(Units& units, char32_t value) {
   if (value > 0x10ffff) value = host::kReplacementCharacter;
   if (value >= 0x10000) {
     units += static_cast<char16_t>(0xd7c0 + (value >> 10));

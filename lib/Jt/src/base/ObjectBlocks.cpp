@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::size_t kAlignment = 16;  // of objects
 constexpr std::size_t kLeastBlock = std::size_t{1} << 12;
-constexpr std::size_t kMostBlock = std::size_t{1} << 16;  // what one object can keep alive
+constexpr std::size_t kMostBlock = std::size_t{1} << 16;   // what one object can keep alive
+constexpr std::size_t kMostObject = std::size_t{1} << 12;  // what is larger has memory of its own
 
 void* allocateBytes(std::size_t size) {
   if (void* memory = std::malloc(size)) return memory;
@@ -52,7 +53,7 @@ ObjectBlocks*& ObjectBlocks::used() noexcept {
 }
 
 void* ObjectBlocks::allocate(std::size_t size) {
-  if (ObjectBlocks* const blocks = used()) return blocks->take(size);
+  if (ObjectBlocks* const blocks = used(); blocks && size <= kMostObject) return blocks->take(size);
   std::byte* const memory = bytesAt(allocateBytes(size + kAlignment), kAlignment);
   ::new (memory - sizeof(Header)) Header{};
   return memory;

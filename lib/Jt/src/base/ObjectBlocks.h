@@ -5,9 +5,9 @@
 
 namespace jt {
 
-/// Memory of JT objects that are made one after another, such as those of a file: many objects to a
-/// block of memory. A block lives as long as an object in it, and may outlive its ObjectBlocks. For
-/// one thread at a time; objects may end on any.
+/// Memory of JT objects that are made one after another, such as those of a file, and of what is in
+/// them: many objects to a block of memory. A block lives as long as an object in it, and may
+/// outlive its ObjectBlocks. For one thread at a time; objects may end on any.
 class ObjectBlocks {
  public:
   ObjectBlocks() noexcept = default;

@@ -19,7 +19,7 @@ namespace {
 
 /// A text without the quotation marks that some producers put around it.
 JtString unquoted(const JtString& text) {
-  std::u16string_view inner(text.units());
+  std::u16string_view inner = text.units();
   if (inner.size() >= 2 && inner.front() == u'"' && inner.back() == u'"')
     inner = inner.substr(1, inner.size() - 2);
   return JtString(std::u16string(inner));
@@ -139,15 +139,15 @@ const JtString* PMIDataManager::string(std::int32_t id) const {
 std::int32_t PMIDataManager::stringId(const JtString& text) {
   const std::vector<JtString>& strings = data_.strings;
   for (; lookups_.indexedTexts < strings.size(); ++lookups_.indexedTexts)
-    lookups_.textIds.try_emplace(strings[lookups_.indexedTexts].units(),
+    lookups_.textIds.try_emplace(strings[lookups_.indexedTexts],
                                  static_cast<std::int32_t>(lookups_.indexedTexts));
-  if (const auto known = lookups_.textIds.find(text.units()); known != lookups_.textIds.end())
+  if (const auto known = lookups_.textIds.find(text); known != lookups_.textIds.end())
     return known->second;
   record();
   const auto id = static_cast<std::int32_t>(strings.size());
   data_.strings.push_back(text);
   modified_ = true;
-  lookups_.textIds.try_emplace(text.units(), id);
+  lookups_.textIds.try_emplace(text, id);
   ++lookups_.indexedTexts;
   return id;
 }

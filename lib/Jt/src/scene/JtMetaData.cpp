@@ -8,7 +8,7 @@ namespace {
 
 /// A key as it is compared: a trailing "::" marks a key for the user's eyes and is not part of it.
 std::u16string_view bareKey(const JtString& key) {
-  std::u16string_view text(key.units());
+  std::u16string_view text = key.units();
   if (text.ends_with(u"::")) text.remove_suffix(2);
   return text;
 }

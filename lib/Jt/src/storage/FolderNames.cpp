@@ -24,7 +24,7 @@ char16_t lower(char16_t c) {
 
 /// A name in lower case.
 std::u16string folded(const std::string& name) {
-  std::u16string units = textOfBytes(name).units();
+  std::u16string units(textOfBytes(name).units());
   std::ranges::transform(units, units.begin(), lower);
   return units;
 }

@@ -30,7 +30,7 @@ void addExtension(JtNode& node) {
   if (!name || name->isEmpty() || JtkwComponentExportRoot::hasJtkExtension(&node)) return;
   const bool isPart = node.typeID() == VisPartNode::classTypeID();
   if (!isPart && node.typeID() != VisMetaDataNode::classTypeID()) return;
-  setName(node, JtString(name->units() + (isPart ? u".part;;:" : u".asm;;:")));
+  setName(node, JtString(std::u16string(name->units()) + (isPart ? u".part;;:" : u".asm;;:")));
 }
 
 /// Brings a name of ISO 8859-1 characters into the form of the other names.

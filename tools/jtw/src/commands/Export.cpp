@@ -39,7 +39,7 @@ ExitCode runExport(Session& session) {
   if (wishes.layer) root.setLayer(ApiKey(1), *wishes.layer);
   // A root that is exported with part files loses the ".jt" of its name.
   if (wishes.data.targetJtFormat() == ApiApproxJtExportData::PART_FILES)
-    top.setName(JtString(top.name().units() + u".jt"));
+    top.setName(JtString(std::u16string(top.name().units()) + u".jt"));
   return writeExport(session, root, wishes, "document", source.opened.parts());
 }
 

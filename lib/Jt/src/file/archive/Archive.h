@@ -158,13 +158,13 @@ class BasicReader {
   void operator()(const char* name, JtString& value) {
     const std::size_t count = readCount(name, 2);
     if (count > kShortText) hold(2 * count + kBlockCost);
-    std::u16string units(count, u'\0');
-    if (count > 0) std::memcpy(units.data(), at_, 2 * count);
-    if (format_.bigEndian != (std::endian::native == std::endian::big))
-      for (char16_t& unit : units)
-        unit =
-            static_cast<char16_t>(inFileOrder(static_cast<std::uint16_t>(unit), format_.bigEndian));
-    value = JtString(std::move(units));
+    value = JtString::filled(count, [&](char16_t* units) {
+      if (count > 0) std::memcpy(units, at_, 2 * count);
+      if (format_.bigEndian != (std::endian::native == std::endian::big))
+        for (char16_t& unit : std::span(units, count))
+          unit = static_cast<char16_t>(
+              inFileOrder(static_cast<std::uint16_t>(unit), format_.bigEndian));
+    });
     trace(name, "MbString", 2 * count, [&] { return value.stringToMbs(); });
     at_ += 2 * count;
   }

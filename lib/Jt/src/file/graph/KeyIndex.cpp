@@ -14,12 +14,12 @@ KeyIndex::KeyIndex(SceneSource& source) : numberOf_(source.elementCount() - sour
       const Ref<JtPropAtom> atom = source.atom(element);
       const auto* text = as<JtStringPropAtom>(atom.get());
       const auto next = static_cast<std::uint32_t>(kNoText + 1 + numbers_.size());
-      number = text ? numbers_.try_emplace(text->value().units(), next).first->second : kNoText;
+      number = text ? numbers_.try_emplace(text->value(), next).first->second : kNoText;
     });
 }
 
 bool KeyIndex::has(const SceneSource& source, std::uint32_t pairs, const JtString& key) const {
-  const auto number = numbers_.find(key.units());
+  const auto number = numbers_.find(key);
   if (number == numbers_.end()) return false;
   bool found = false;
   source.eachPair(pairs, [&](std::int32_t id, std::int32_t) {

@@ -3,7 +3,6 @@
 // Which properties a scene graph has, without making them.
 
 #include <cstdint>
-#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -20,7 +19,7 @@ class KeyIndex {
   explicit KeyIndex(SceneSource& source);
 
   /// False when no property has that key.
-  bool has(const JtString& key) const { return numbers_.contains(key.units()); }
+  bool has(const JtString& key) const { return numbers_.contains(key); }
   /// False when a row of the property table has no property with that key.
   /// @param pairs where the pairs of the row begin
   bool has(const SceneSource& source, std::uint32_t pairs, const JtString& key) const;
@@ -29,8 +28,9 @@ class KeyIndex {
   static constexpr std::uint32_t kUnknown = 0;  // an atom that is no key
   static constexpr std::uint32_t kNoText = 1;
 
-  std::unordered_map<std::u16string, std::uint32_t> numbers_;  // of the texts, from kNoText + 1 on
-  std::vector<std::uint32_t> numberOf_;                        // of each atom, by element
+  // Of the texts, from kNoText + 1 on.
+  std::unordered_map<JtString, std::uint32_t, TextHash> numbers_;
+  std::vector<std::uint32_t> numberOf_;  // of each atom, by element
 };
 
 }  // namespace jt::file

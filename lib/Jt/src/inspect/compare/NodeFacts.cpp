@@ -15,9 +15,7 @@ namespace jt::compare_detail {
 
 namespace {
 
-std::uint64_t hashOf(const JtString& text) {
-  return std::hash<std::u16string_view>{}(text.units()) | 1U;
-}
+std::uint64_t hashOf(const JtString& text) { return TextHash{}(text) | 1U; }
 
 std::uint64_t hashOf(float value) noexcept {
   return value == 0 ? 0U : std::bit_cast<std::uint32_t>(value);
