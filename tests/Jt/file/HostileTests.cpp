@@ -81,6 +81,27 @@ TEST(Hostile, OffsetsAndSizesOfSegmentsAreChecked) {
   }
 }
 
+TEST(Hostile, RowsAreCheckedAgainWhenTheyAreKept) {
+  for (const char* name : {"tiny95be.jt", "tiny100.jt"}) {
+    const auto image = jt::make<MemoryImage>(testData(name), name);
+    const auto container = Container::open(image, {});
+    const JtGuid scene = container->sceneEntry().id;
+    std::size_t row = 0;
+    for (const auto other = Container::open(image, {}); other->toc()[row].id != scene;) ++row;
+    EXPECT_EQ(container->sceneEntry().id, scene) << name;
+    // Another program writes into the second row: the high byte of its length.
+    const Format format = container->format();
+    auto* const place = const_cast<std::byte*>(image->bytes().data()) +
+                        container->header().tocOffset + 4 + 2 * TocEntry::size(format) -
+                        (format.bigEndian ? 8 : 5);
+    const std::byte before = std::exchange(*place, std::byte{0x7e});
+    EXPECT_EQ(errorCode([&] { static_cast<void>(container->toc()); }), "truncated") << name;
+    *place = before;
+    const std::span<const TocEntry> rows = container->toc();
+    EXPECT_EQ(&rows[row], &container->sceneEntry()) << name;
+  }
+}
+
 TEST(Hostile, WhatIsNoJtFileIsNamed) {
   MemoryStorage storage;
   const auto bytes = [](std::string_view text) {

@@ -65,7 +65,7 @@ FileSummary summarizeFile(const JtPartition& partition) {
   summary.versionText = container.versionText().substr(0, 75);
   summary.versionText.erase(summary.versionText.find_last_not_of(' ') + 1);
   summary.bigEndian = container.format().bigEndian;
-  summary.segmentCount = container.toc().size();
+  summary.segmentCount = container.segmentCount();
   std::int32_t type = 0;
   for (const auto& [count, bytes] : container.totals()) {
     if (count > 0) summary.byType.push_back({type, segmentName(type), count, bytes});
@@ -77,7 +77,7 @@ FileSummary summarizeFile(const JtPartition& partition) {
 std::vector<SegmentInfo> listSegments(const JtPartition& partition) {
   const file::Container& container = *partition.container();
   std::vector<SegmentInfo> segments;
-  segments.reserve(container.toc().size());
+  segments.reserve(container.segmentCount());
   for (const file::TocEntry& entry : container.toc())
     segments.push_back({entry.id, entry.type(), segmentName(entry.type()), entry.offset,
                         entry.length, compressionName(container, entry)});

@@ -36,6 +36,37 @@ std::string hex(std::uint64_t value) {
   return text;
 }
 
+constexpr std::int32_t kSceneSegment = 1;
+
+/// The rows of a table of contents: their room was checked, and what their layout depends on is
+/// known to the compiler.
+template <bool IsWide, bool IsBigEndian>
+class RowReader {
+ public:
+  explicit RowReader(const std::byte* rows) : at_(rows) {}
+
+  static constexpr bool has(Feature /*wideToc*/) { return IsWide; }
+
+  template <Scalar T>
+  void operator()(const char* /*name*/, T& value) {
+    value = loadScalar<T>(at_, IsBigEndian);
+    at_ += sizeof(T);
+  }
+  void operator()(const char* /*name*/, JtGuid& value) {
+    value = loadGuid(at_, IsBigEndian);
+    at_ += sizeof(JtGuid);
+  }
+  template <Scalar Stored, class T>
+  void as(const char* name, T& value) {
+    Stored stored{};
+    (*this)(name, stored);
+    value = static_cast<T>(stored);
+  }
+
+ private:
+  const std::byte* at_;
+};
+
 [[noreturn]] void throwTextMode(const FilePosition& where) {
   throw JtFormatError(
       "text_mode",
@@ -169,7 +200,7 @@ void Container::readHeader() {
          "the reserved field of the header is " + std::to_string(header_.reserved) + ", not 0");
 }
 
-void Container::readToc() {
+void Container::checkTocPlace() {
   const auto bytes = image_->bytes();
   const std::size_t headerSize = FileHeader::size(format_);
   const std::uint64_t at = header_.tocOffset;
@@ -183,58 +214,107 @@ void Container::readToc() {
                             (at < headerSize ? "" : "; the file is truncated or damaged"),
                         {.element = "tocOffset", .offset = 85});
   const auto count = loadScalar<std::int32_t>(bytes.data() + at, format_.bigEndian);
-  const std::size_t entrySize = TocEntry::size(format_);
-  const std::uint64_t room = (bytes.size() - at - 4) / entrySize;
+  const std::uint64_t room = (bytes.size() - at - 4) / TocEntry::size(format_);
   if (count < 1 || static_cast<std::uint64_t>(count) > room)
     throw JtFormatError("bad_toc_count",
                         "the table of contents names " + std::to_string(count) +
                             " segments, but there is room for 1 to " + std::to_string(room) +
                             "; the file is truncated or damaged",
                         {.element = "entryCount", .offset = at});
-  toc_ = storage::WorkArray<TocEntry>(static_cast<std::size_t>(count));
-  Reader reader(bytes.subspan(at + 4, static_cast<std::size_t>(count) * entrySize), format_,
-                at + 4);
-  std::uint64_t total = 0;
-  for (std::size_t i = 0; i < toc_.size(); ++i) {
-    const std::size_t row = reader.offset();
+  segmentCount_ = static_cast<std::size_t>(count);
+}
+
+template <class Each>
+void Container::eachRow(const Each& each) const {
+  const bool isWide = format_.has(Feature::wideToc);
+  const auto run = format_.bigEndian ? (isWide ? &Container::eachRowOf<true, true, Each>
+                                               : &Container::eachRowOf<false, true, Each>)
+                                     : (isWide ? &Container::eachRowOf<true, false, Each>
+                                               : &Container::eachRowOf<false, false, Each>);
+  (this->*run)(each);
+}
+
+template <bool IsWide, bool IsBigEndian, class Each>
+void Container::eachRowOf(const Each& each) const {
+  const auto bytes = image_->bytes();
+  const std::uint64_t headerSize = FileHeader::size(format_);
+  RowReader<IsWide, IsBigEndian> reader(bytes.data() + header_.tocOffset + 4);
+  for (std::size_t i = 0; i < segmentCount_; ++i) {
     TocEntry entry;
     fields(reader, entry);
-    toc_[i] = entry;
     if (entry.offset < headerSize || entry.length < kSegmentHeaderSize ||
-        entry.offset > bytes.size() || bytes.size() - entry.offset < entry.length) {
-      const bool beyond = entry.offset >= headerSize && entry.length >= kSegmentHeaderSize;
-      throw JtFormatError(beyond ? "truncated" : "bad_toc_entry",
-                          "segment " + segmentText(entry.type(), entry.id) + " should take " +
-                              std::to_string(entry.length) + " bytes at offset " +
-                              hex(entry.offset) + ", but the file ends at " + hex(bytes.size()) +
-                              (beyond ? "; the file is truncated or damaged" : ""),
-                          {.element = "segmentOffset", .offset = row});
-    }
+        entry.offset > bytes.size() || bytes.size() - entry.offset < entry.length)
+      throwBadRow(i, entry);
+    each(i, entry);
+  }
+}
+
+void Container::throwBadRow(std::size_t row, const TocEntry& entry) const {
+  const std::uint64_t size = image_->bytes().size();
+  const bool beyond =
+      entry.offset >= FileHeader::size(format_) && entry.length >= kSegmentHeaderSize;
+  throw JtFormatError(beyond ? "truncated" : "bad_toc_entry",
+                      "segment " + segmentText(entry.type(), entry.id) + " should take " +
+                          std::to_string(entry.length) + " bytes at offset " + hex(entry.offset) +
+                          ", but the file ends at " + hex(size) +
+                          (beyond ? "; the file is truncated or damaged" : ""),
+                      {.element = "segmentOffset",
+                       .offset = header_.tocOffset + 4 + row * TocEntry::size(format_)});
+}
+
+void Container::readToc() {
+  checkTocPlace();
+  const bool hasSceneId = header_.reserved == 0;
+  bool isNamed = false;
+  std::optional<std::size_t> sceneRow;
+  eachRow([&](std::size_t i, const TocEntry& entry) {
     SegmentTotal& ofType = totals_[static_cast<std::size_t>(entry.type())];
     ++ofType.count;
     ofType.bytes += entry.length;
-    total += entry.length;
+    if (isNamed) return;
+    isNamed = hasSceneId && entry.id == header_.sceneId;
+    if (!isNamed && (sceneRow || entry.type() != kSceneSegment)) return;
+    sceneRow = i;
+    foundScene_ = entry;
+  });
+  if (sceneRow) {
+    sceneRow_ = *sceneRow;
+    scene_ = &foundScene_;
   }
+  std::uint64_t total = 0;
+  for (const SegmentTotal& ofType : totals_) total += ofType.bytes;
   // A save writes each of them, and whoever reads all would read the same bytes again and again.
   constexpr std::uint64_t kMostShared = 8;
-  if (total / kMostShared > bytes.size())
+  if (total / kMostShared > image_->bytes().size())
     throw JtFormatError("segments_overlap",
                         "the segments of the table of contents weigh " + std::to_string(total) +
                             " bytes, more than eight times what the file has",
-                        {.element = "segmentLength", .offset = at});
-  if (total > bytes.size())
-    note(true, "segments_overlap", at,
+                        {.element = "segmentLength", .offset = header_.tocOffset});
+  if (total > image_->bytes().size())
+    note(true, "segments_overlap", header_.tocOffset,
          "the segments of the table of contents weigh " + std::to_string(total) +
              " bytes, more than the file: some overlap");
 }
 
+std::span<const TocEntry> Container::toc() const {
+  kept_.call([&] {
+    storage::WorkArray<TocEntry> rows(segmentCount_);
+    try {
+      // Checked again: the file may have changed.
+      eachRow([&rows](std::size_t i, const TocEntry& entry) { rows[i] = entry; });
+    } catch (const JtFormatError& error) {
+      image_->checkPresent();
+      throw error.within({image_->name(), {}, {}, {}});
+    }
+    image_->checkPresent();
+    toc_ = std::move(rows);
+    if (scene_) scene_ = &toc_[sceneRow_];
+  });
+  return {toc_.data(), toc_.size()};
+}
+
 const TocEntry& Container::sceneEntry() const {
-  const TocEntry* byType = nullptr;
-  for (const TocEntry& entry : toc()) {
-    if (entry.id == header_.sceneId && header_.reserved == 0) return entry;
-    if (entry.type() == 1 && !byType) byType = &entry;
-  }
-  if (byType) return *byType;
+  if (const TocEntry* scene = scene_) return *scene;
   throw JtFormatError("no_scene_graph",
                       "expected the scene graph segment " + header_.sceneId.text() +
                           " in the table of contents, found none",
@@ -242,13 +322,14 @@ const TocEntry& Container::sceneEntry() const {
 }
 
 const TocEntry* Container::find(const JtGuid& id) const {
+  const std::span<const TocEntry> rows = toc();
   indexed_.call([&] {
-    index_.reserve(toc_.size());
-    for (std::size_t i = 0; i < toc_.size(); ++i)
-      index_.emplace(toc_[i].id, static_cast<std::uint32_t>(i));
+    index_.reserve(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i)
+      index_.emplace(rows[i].id, static_cast<std::uint32_t>(i));
   });
   const auto found = index_.find(id);
-  return found == index_.end() ? nullptr : &toc_[found->second];
+  return found == index_.end() ? nullptr : &rows[found->second];
 }
 
 std::span<const std::byte> Container::segmentBytes(const TocEntry& entry) const {

@@ -4,6 +4,7 @@
 // before it is asked for.
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -134,12 +135,17 @@ class Container : public JtRefCounted {
   const FileHeader& header() const noexcept { return header_; }
   /// The 80 bytes in front, as they are.
   std::string versionText() const;
-  std::span<const TocEntry> toc() const noexcept { return {toc_.data(), toc_.size()}; }
+  /// The rows of the table of contents, which are kept from the first call on: opening has checked
+  /// them, and most of what is asked of a file needs the totals alone. Throws JtFormatError when
+  /// the file has changed since.
+  std::span<const TocEntry> toc() const;
+  std::size_t segmentCount() const noexcept { return segmentCount_; }
   /// What the table of contents amounts to, by segment type.
   const std::array<SegmentTotal, 256>& totals() const noexcept { return totals_; }
   const std::vector<Diagnostic>& notes() const noexcept { return notes_; }
 
-  /// The scene graph's row. Throws JtFormatError when there is none.
+  /// The scene graph's row; the one in toc() after that was called. Throws JtFormatError when there
+  /// is none.
   const TocEntry& sceneEntry() const;
   /// The first row with that id, or null.
   const TocEntry* find(const JtGuid& id) const;
@@ -163,6 +169,13 @@ class Container : public JtRefCounted {
   Container(Ref<FileImage> image, const ReadLimits& limits);
   void readHeader();
   void readToc();
+  void checkTocPlace();
+  /// Calls `each` with the number and the content of every row of the table of contents, checked.
+  template <class Each>
+  void eachRow(const Each& each) const;
+  template <bool IsWide, bool IsBigEndian, class Each>
+  void eachRowOf(const Each& each) const;
+  [[noreturn]] void throwBadRow(std::size_t row, const TocEntry& entry) const;
   void note(bool isError, const char* code, std::uint64_t offset, std::string message);
   Buffer unpackStream(const TocEntry& entry, const PackingHeader& header,
                       std::uint64_t maxBytes) const;
@@ -173,9 +186,14 @@ class Container : public JtRefCounted {
   Format format_;
   FileHeader header_;
   bool checkBytesOk_ = true;
-  storage::WorkArray<TocEntry> toc_;
+  std::size_t segmentCount_ = 0;
   std::array<SegmentTotal, 256> totals_{};
+  std::size_t sceneRow_ = 0;
+  TocEntry foundScene_;
+  mutable std::atomic<const TocEntry*> scene_ = nullptr;  ///< foundScene_ or in toc_, or null
   std::vector<Diagnostic> notes_;
+  mutable Once kept_;
+  mutable storage::WorkArray<TocEntry> toc_;
   mutable Once indexed_;
   mutable std::unordered_map<JtGuid, std::uint32_t> index_;
 };
