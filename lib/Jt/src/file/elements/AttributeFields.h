@@ -13,6 +13,7 @@
 #include "JtXform.h"
 #include "file/archive/Archive.h"
 #include "file/archive/FieldAccess.h"
+#include "file/archive/GuidLiteral.h"
 
 namespace jt::file {
 
@@ -332,10 +333,9 @@ struct FieldAccess::Attributes {
 
   /// Object type ids of mappings, by TextureMapping::Kind.
   static const std::array<JtGuid, 4>& mappingIds() {
-    static const std::array<JtGuid, 4> ids{*JtGuid::parse("a3cfb921-bdeb-48d7-b396-8b8d0ef485a0"),
-                                           *JtGuid::parse("3e70739d-8cb0-41ef-845c-a198d4003b3f"),
-                                           *JtGuid::parse("72475fd1-2823-4219-a06c-d9e6e39a45c1"),
-                                           *JtGuid::parse("92f5b094-6499-4d2d-92aa-60d05a4432cf")};
+    static constexpr std::array<JtGuid, 4> ids{
+        "a3cfb921-bdeb-48d7-b396-8b8d0ef485a0"_guid, "3e70739d-8cb0-41ef-845c-a198d4003b3f"_guid,
+        "72475fd1-2823-4219-a06c-d9e6e39a45c1"_guid, "92f5b094-6499-4d2d-92aa-60d05a4432cf"_guid};
     return ids;
   }
   /// Bytes of a mapping element behind its length.

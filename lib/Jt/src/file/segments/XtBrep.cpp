@@ -5,6 +5,7 @@
 
 #include "JtFormatError.h"
 #include "JtSourceFile.h"
+#include "file/archive/GuidLiteral.h"
 
 namespace jt::file {
 
@@ -70,8 +71,8 @@ bool readTen(Reader& ar, XtFrame& frame) {
 }  // namespace
 
 const JtGuid& xtBrepTypeId() noexcept {
-  static const JtGuid id = *JtGuid::parse("873a70e0-2ac9-11d1-9b6b-0080c7bb5997");
-  return id;
+  static constexpr JtGuid kType = "873a70e0-2ac9-11d1-9b6b-0080c7bb5997"_guid;
+  return kType;
 }
 
 bool namesPooledBodies(const Container& file, const TocEntry& entry) {

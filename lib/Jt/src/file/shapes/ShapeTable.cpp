@@ -1,5 +1,6 @@
 #include "file/shapes/ShapeTable.h"
 
+#include "file/archive/GuidLiteral.h"
 #include "file/shapes/ShapeFields.h"
 
 namespace jt::file {
@@ -21,8 +22,8 @@ struct OpaqueFields {
 
 /// A kind with one field list for the three archives.
 template <class Fields>
-ShapeKind makeKind(const char* guid, const char* name, Mesh::Kind kind, bool hasMesh, Fields) {
-  return {*JtGuid::parse(guid),
+ShapeKind makeKind(const JtGuid& guid, const char* name, Mesh::Kind kind, bool hasMesh, Fields) {
+  return {guid,
           name,
           kind,
           hasMesh,
@@ -36,20 +37,20 @@ ShapeKind makeKind(const char* guid, const char* name, Mesh::Kind kind, bool has
 std::span<const ShapeKind> table() {
   using enum Mesh::Kind;
   static const ShapeKind kinds[] = {
-      makeKind("10dd10ab-2ac8-11d1-9b6b-0080c7bb5997", "Tri-Strip Set Shape LOD", triangles, true,
+      makeKind("10dd10ab-2ac8-11d1-9b6b-0080c7bb5997"_guid, "Tri-Strip Set Shape LOD", triangles,
+               true, VertexShapeFields{}),
+      makeKind("10dd10a1-2ac8-11d1-9b6b-0080c7bb5997"_guid, "Polyline Set Shape LOD", polylines,
+               true, VertexShapeFields{}),
+      makeKind("98134716-0011-0818-1998-080009835d5a"_guid, "Point Set Shape LOD", points, true,
                VertexShapeFields{}),
-      makeKind("10dd10a1-2ac8-11d1-9b6b-0080c7bb5997", "Polyline Set Shape LOD", polylines, true,
-               VertexShapeFields{}),
-      makeKind("98134716-0011-0818-1998-080009835d5a", "Point Set Shape LOD", points, true,
-               VertexShapeFields{}),
-      makeKind("10dd109f-2ac8-11d1-9b6b-0080c7bb5997", "Polygon Set Shape LOD", triangles, true,
-               VertexShapeFields{}),
-      makeKind("3e637aed-2a89-41f8-a9fd-553737039682", "Null Shape LOD", points, false,
+      makeKind("10dd109f-2ac8-11d1-9b6b-0080c7bb5997"_guid, "Polygon Set Shape LOD", triangles,
+               true, VertexShapeFields{}),
+      makeKind("3e637aed-2a89-41f8-a9fd-553737039682"_guid, "Null Shape LOD", points, false,
                NullShapeFields{}),
-      makeKind("e40373c2-1ad9-11d3-9daf-00a0c9c7ddc2", "Primitive Set Shape", triangles, true,
+      makeKind("e40373c2-1ad9-11d3-9daf-00a0c9c7ddc2"_guid, "Primitive Set Shape", triangles, true,
                PrimitiveSetFields{}),
-      makeKind("4cc7a523-0728-11d3-9d8b-00a0c9c7ddc2", "Wire Harness Set Shape", polylines, false,
-               OpaqueFields{}),
+      makeKind("4cc7a523-0728-11d3-9d8b-00a0c9c7ddc2"_guid, "Wire Harness Set Shape", polylines,
+               false, OpaqueFields{}),
   };
   return kinds;
 }

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <limits>
 
+#include "file/archive/GuidLiteral.h"
 #include "file/segments/SegmentObjects.h"
 #include "file/shapes/ShapeSegment.h"
 
@@ -11,14 +12,8 @@ namespace {
 
 constexpr std::uint8_t kShapeBaseType = 4;
 
-const JtGuid& topologyCollectionId() {
-  static const JtGuid id = *JtGuid::parse("f830a5ad-be4c-4fbc-9b5f-b9269278d2e1");
-  return id;
-}
-const JtGuid& listCollectionId() {
-  static const JtGuid id = *JtGuid::parse("11c12d32-38f9-45ba-93ba-66f9d538ddfb");
-  return id;
-}
+constexpr JtGuid kTopologyCollectionId = "f830a5ad-be4c-4fbc-9b5f-b9269278d2e1"_guid;
+constexpr JtGuid kListCollectionId = "11c12d32-38f9-45ba-93ba-66f9d538ddfb"_guid;
 
 /// Records as a zlib stream where that is shorter.
 void packRecords(codec::StripData& strips, int level) {
@@ -42,11 +37,11 @@ ShapeElement elementOf(const Mesh& mesh, const Format& format, const codec::Enco
   } else if (mesh.kind == Mesh::Kind::triangles) {
     element.topology = codec::encodeTopology(mesh, generation, options, losses);
     element.bindings = element.topology.bindings;
-    element.nestedTypeId = topologyCollectionId();
+    element.nestedTypeId = kTopologyCollectionId;
   } else {
     element.lists = codec::encodeLists(mesh, generation, options, losses);
     element.bindings = element.lists.bindings;
-    element.nestedTypeId = listCollectionId();
+    element.nestedTypeId = kListCollectionId;
   }
   element.extensionBindings = element.bindings.bits;
   return element;
