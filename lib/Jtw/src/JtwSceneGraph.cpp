@@ -1,7 +1,7 @@
 #include "JtwSceneGraph.h"
 
 #include "ApiObjType.h"
-#include "JtwTraverse.h"
+#include "JtwProperties.h"
 #include "VisPartNode.h"
 
 namespace jtw {
@@ -21,10 +21,11 @@ void moveChildren(JtGroup& from, JtGroup& to) {
 }
 
 bool isComponent(JtNode* node) {
-  ApiObjType type;
-  return jt::as<VisMetaDataNode>(node) && !jt::as<VisPartNode>(node) &&
-         JtwTraverse::getKrTypeProperty(node, type) &&
-         type.isOfType(ApiObjType(ApiObjType::COMPONENT));
+  if (!jt::as<VisMetaDataNode>(node) || jt::as<VisPartNode>(node)) return false;
+  // Asked by name: who only wants to know this of a file needs none of the shared keys.
+  const JtString* const text = stringProperty(node, keyName(Key::objType));
+  const auto type = text ? ApiObjType::fromKrObjType(text->stringToMbs()) : std::nullopt;
+  return type && type->isOfType(ApiObjType(ApiObjType::COMPONENT));
 }
 
 VisMetaDataNode* componentOf(const JtPartition& partition) {

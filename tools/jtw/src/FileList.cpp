@@ -123,10 +123,10 @@ FileList listFiles(const Session& session, Wanted wanted) {
     names.insert(names.end(), more.begin(), more.end());
   }
   FileList found;
-  found.isOne = names.size() == 1 && !list && !isPlainFolder(names[0]) &&
-                !arguments.has("report") && !arguments.has("shard");
+  found.isOne = names.size() == 1 && !list && !arguments.has("report") && !arguments.has("shard") &&
+                !isPlainFolder(names[0]);
   for (const std::string& name : names) {
-    if (isPlainFolder(name))
+    if (!found.isOne && isPlainFolder(name))
       search(name, wanted, found.files);
     else
       found.files.push_back(
