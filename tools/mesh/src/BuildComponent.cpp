@@ -7,6 +7,7 @@
 #include "JtFormatError.h"
 #include "JtInstance.h"
 #include "JtLOD.h"
+#include "JtParallel.h"
 #include "JtShape.h"
 #include "JtwBlock.h"
 #include "JtwEntity.h"
@@ -65,6 +66,7 @@ class ComponentBuilder {
         options_(options),
         nextKey_(jtw::nextFreeKey(root)),
         uses_(scene_.models.size(), 0),
+        shapes_(scene_.models.size()),
         geometry_(scene_.models.size()),
         materials_(scene_.materials.size() * 2) {
     for (const Node& node : scene_.nodes)
@@ -74,6 +76,7 @@ class ComponentBuilder {
   void build() {
     takeUnit();
     if (scene_.nodes.empty()) return;
+    makeShapes();
     struct Visit {
       std::size_t node;
       ApiProtoKey parent;
@@ -99,6 +102,8 @@ class ComponentBuilder {
   }
 
  private:
+  using Levels = std::vector<jt::Ref<JtShape>>;  // the finest first
+
   void takeUnit() {
     if (!isHostUnit(scene_.millimetres)) convertUnit(scene_, 1);
     root_.setMeasurementUnitRatio(static_cast<float>(scene_.millimetres));
@@ -192,21 +197,34 @@ class ComponentBuilder {
     return attribute;
   }
 
+  /// The shapes of all models that are used: the work is in their levels and measures.
+  void makeShapes() {
+    std::vector<std::pair<std::size_t, std::size_t>> places;
+    for (std::size_t model = 0; model < shapes_.size(); ++model) {
+      if (uses_[model] == 0) continue;
+      shapes_[model].resize(scene_.models[model].surfaces.size());
+      for (std::size_t i = 0; i < shapes_[model].size(); ++i) places.emplace_back(model, i);
+    }
+    jt::inParallel(0, places.size(), [&](std::size_t place) {
+      const auto [model, i] = places[place];
+      const Surface& surface = scene_.models[model].surfaces[i];
+      for (auto& mesh : makeLevels(scene_.meshes[surface.mesh], options_.levels))
+        shapes_[model][i].push_back(jt::makeShape(std::move(mesh)));
+    });
+  }
+
   jt::Ref<JtNode> geometryOf(std::size_t model) {
     const std::vector<Surface>& surfaces = scene_.models[model].surfaces;
-    std::vector<std::vector<std::shared_ptr<const jt::Mesh>>> levels;
+    const std::vector<Levels>& levels = shapes_[model];
     std::size_t count = 1;
-    for (const Surface& surface : surfaces) {
-      levels.push_back(makeLevels(scene_.meshes[surface.mesh], options_.levels));
-      count = std::max(count, levels.back().size());
-    }
+    for (const auto& ofSurface : levels) count = std::max(count, ofSurface.size());
     const bool shareMaterial = commonMaterial(model).has_value();
     auto alternatives = jt::make<JtRangeLOD>();
     for (std::size_t level = 0; level < count; ++level) {
       const jt::Ref<JtGroup> group = surfaces.size() > 1 ? jt::make<JtGroup>() : nullptr;
       for (std::size_t i = 0; i < surfaces.size(); ++i) {
         const jt::Ref<JtShape> shape =
-            jt::makeShape(levels[i][std::min(level, levels[i].size() - 1)]);
+            level < levels[i].size() ? levels[i][level] : jt::makeShape(levels[i].back()->mesh());
         if (!shareMaterial && surfaces[i].material)
           addMaterial(*shape, *surfaces[i].material, model);
         (group ? *group : static_cast<JtGroup&>(*alternatives)).addChild(shape.get());
@@ -221,6 +239,7 @@ class ComponentBuilder {
   BuildOptions options_;
   ApiProtoKey nextKey_;
   std::vector<std::size_t> uses_;               // of each model
+  std::vector<std::vector<Levels>> shapes_;     // of each model and surface
   std::vector<jt::Ref<JtNode>> geometry_;       // of each model, once made
   std::vector<jt::Ref<JtMaterial>> materials_;  // of each material, for plain and colored vertices
   std::map<Texture, jt::Ref<JtTextureImage>> textures_;

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "JtParallel.h"
+
 namespace mesh {
 namespace {
 
@@ -106,12 +108,12 @@ Turn Turn::inverse() const {
 
 void turn(Scene& scene, const Turn& turn) {
   if (turn.from == Turn().from && turn.sign == Turn().sign) return;
-  for (auto& shared : scene.meshes) {
-    auto mesh = std::make_shared<jt::Mesh>(*shared);
+  jt::inParallel(0, scene.meshes.size(), [&](std::size_t i) {
+    auto mesh = std::make_shared<jt::Mesh>(*scene.meshes[i]);
     for (jt::Vec3f& position : mesh->positions) position = turned(position, turn);
     for (jt::Vec3f& normal : mesh->normals) normal = turned(normal, turn);
-    shared = std::move(mesh);
-  }
+    scene.meshes[i] = std::move(mesh);
+  });
   for (Node& node : scene.nodes) node.transform = turned(node.transform, turn);
 }
 

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "JtFormatError.h"
+#include "JtParallel.h"
 #include "MeshScene.h"
 
 namespace mesh {
@@ -56,10 +57,11 @@ void checkNumbers(const Scene& scene) {
     if (!std::all_of(node.transform.begin(), node.transform.end(), isFinite))
       throw JtFormatError("bad_positions",
                           "the placement of '" + node.name + "' is not made of finite numbers");
-  for (const auto& mesh : scene.meshes)
-    for (const jt::Vec3f& position : mesh->positions)
+  jt::inParallel(0, scene.meshes.size(), [&](std::size_t i) {
+    for (const jt::Vec3f& position : scene.meshes[i]->positions)
       if (!std::all_of(position.begin(), position.end(), isFinite))
         throw JtFormatError("bad_positions", "a mesh has positions that are not finite numbers");
+  });
 }
 
 void convertUnit(Scene& scene, double millimetres) {
@@ -68,12 +70,12 @@ void convertUnit(Scene& scene, double millimetres) {
   // Files hold units in single precision; an inch stays an inch.
   constexpr double kSameUnit = 1e-6;
   if (std::abs(factor - 1) < kSameUnit) return;
-  for (auto& shared : scene.meshes) {
-    auto scaled = std::make_shared<jt::Mesh>(*shared);
+  jt::inParallel(0, scene.meshes.size(), [&](std::size_t i) {
+    auto scaled = std::make_shared<jt::Mesh>(*scene.meshes[i]);
     for (jt::Vec3f& position : scaled->positions)
       for (float& coordinate : position) coordinate = static_cast<float>(coordinate * factor);
-    shared = std::move(scaled);
-  }
+    scene.meshes[i] = std::move(scaled);
+  });
   for (Node& node : scene.nodes)
     for (std::size_t i = 12; i < 15; ++i) node.transform[i] *= factor;
 }
