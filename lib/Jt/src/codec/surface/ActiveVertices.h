@@ -44,9 +44,9 @@ class ActiveVertices {
     entries_.push_back(vertex);
   }
   /// The same for a walk that keeps the number of empty slots in the vertex.
-  template <class Vertex>
-  void push(std::uint32_t number, Vertex& vertex) {
-    vertex.empty = vertex.degree;
+  template <class Vertices>
+  void push(std::uint32_t number, Vertices& vertices) {
+    vertices[number].empty = vertices[number].degree;
     push(number);
   }
   template <class Vertex>

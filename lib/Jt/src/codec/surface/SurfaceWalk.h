@@ -39,7 +39,7 @@ class SurfaceWalk {
       : port_(port), variant_(variant), active_(variant.finished), positionOf_(corners) {
     surface_.vertices = storage::WorkArray<Surface::Vertex>(vertices);
     surface_.vertexOf.assign(corners, Surface::kNone);
-    surface_.slots = storage::WorkArray<std::uint32_t>(corners);
+    surface_.slots = storage::WorkArray<std::uint32_t>(corners + kSlotsAtOnce);
   }
 
   Surface run() {
@@ -224,12 +224,22 @@ class SurfaceWalk {
     }
     const std::uint32_t v = vertices_++;
     surface_.vertices[v] = {slots_, degree, 0, slots_};
-    active_.push(v, surface_.vertices[v]);
-    std::fill_n(surface_.slots.data() + slots_, degree, Surface::kNone);
-    slots_ += degree;
+    active_.push(v, surface_.vertices);
+    clearSlots(degree);
     link(corner, {v, 0});
     return false;
   }
+
+  /// Makes slots for a vertex. Always clears a few, since a loop of a length that varies would
+  /// mispredict; those of later vertices are cleared again.
+  void clearSlots(std::uint32_t degree) {
+    std::uint32_t* const slots = surface_.slots.data() + slots_;
+    std::fill_n(slots, kSlotsAtOnce, Surface::kNone);
+    if (degree > kSlotsAtOnce) std::fill(slots + kSlotsAtOnce, slots + degree, Surface::kNone);
+    slots_ += degree;
+  }
+
+  static constexpr std::uint32_t kSlotsAtOnce = 8;
 
   Port& port_;
   Variant variant_;

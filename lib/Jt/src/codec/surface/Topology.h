@@ -134,7 +134,7 @@ struct Surface {
 
   std::vector<std::uint32_t> vertexOf;  ///< of each corner
   storage::WorkArray<Vertex> vertices;
-  storage::WorkArray<std::uint32_t> slots;  ///< as many as corners: see cornerIn()
+  storage::WorkArray<std::uint32_t> slots;  ///< at least as many as corners: see cornerIn()
 
   std::size_t vertexCount() const noexcept { return vertices.size(); }
   std::uint32_t degree(std::uint32_t vertex) const noexcept { return vertices[vertex].degree; }
