@@ -138,10 +138,15 @@ ArithmeticStream::ArithmeticStream(WordBits bits, const ContextTable& table, Out
     from = to;
   }
   const auto usual = std::ranges::max_element(table.entries, {}, &ContextEntry::occurrences);
-  isUniform_ = usual->occurrences * 16U >= table.total * 15;
-  code_ = {text_.data(),    (text_.size() - WordBits::kRestPadding) * 8,
-           entries_.data(), entryAt_.data(),
-           table.total,     &entries_[static_cast<std::size_t>(usual - table.entries.begin())]};
+  const std::uint32_t others = table.total - usual->occurrences;
+  isUniform_ = others * 16 <= table.total;
+  code_ = {text_.data(),
+           (text_.size() - WordBits::kRestPadding) * 8,
+           entries_.data(),
+           entryAt_.data(),
+           table.total,
+           &entries_[static_cast<std::size_t>(usual - table.entries.begin())],
+           others * 100 <= table.total && !usual->escape};
   state_.distance = code_.peek(0, 16);
   state_.at = std::min<std::size_t>(16, code_.end);
 }
@@ -169,11 +174,9 @@ inline const ArithmeticStream::Entry& ArithmeticStream::Code::next(State& s) con
   return entry;
 }
 
-/// Fast path: takes the most frequent symbol if it comes next and settles no bit. Needs neither a
-/// division nor the table.
-inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
-  const std::uint32_t from = usual->from.of(s.width);
-  const std::uint32_t width = usual->to.of(s.width) - from;
+/// Narrows the interval to a part of it if the code is inside and that settles no bit.
+inline bool ArithmeticStream::Code::narrow(State& s, std::uint32_t from,
+                                           std::uint32_t width) noexcept {
   const std::uint32_t low = s.low + from;
   const std::uint32_t distance = s.distance - from;
   // Same as renormalizationShift() == 0: the ends differ in their top bits and do not straddle the
@@ -181,13 +184,37 @@ inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
   const std::uint32_t high = low + width - 1;
   const std::uint32_t open = (low ^ high) & ~((low & ~high) << 1);
   if (distance >= width || (open & 0x8000) == 0) return false;
-  s.distance = distance;
-  s.width = width;
-  s.low = low;
+  s = {s.at, distance, low, width};
   return true;
 }
 
-template <std::size_t K, bool triesUsual>
+/// Fast path: takes the most frequent symbol if it comes next and settles no bit. Needs neither a
+/// division nor the table.
+inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
+  const std::uint32_t from = usual->from.of(s.width);
+  return narrow(s, from, usual->to.of(s.width) - from);
+}
+
+/// The same for a whole row of it. Each interval lies in the one before it, so that the last one
+/// tells of all.
+inline bool ArithmeticStream::Code::isRowOfUsual(State& s) const noexcept {
+  std::uint32_t width = s.width;
+  std::uint32_t from = usual->from.of(width);
+  const std::uint32_t behind = width - usual->to.of(width);
+  // What a step cuts off shrinks with the width: where the last one cuts off as much, all do.
+  const std::uint32_t last = width - (kRow - 1) * (from + behind);
+  if (usual->from.of(last) == from && last - usual->to.of(last) == behind)
+    return narrow(s, kRow * from, last - from - behind);
+  from = 0;
+  for (std::size_t i = 0; i < kRow; ++i) {
+    const std::uint32_t more = usual->from.of(width);
+    width = usual->to.of(width) - more;
+    from += more;
+  }
+  return narrow(s, from, width);
+}
+
+template <std::size_t K, bool areUniform>
 void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std::size_t count) {
   // Local copies: the compiler cannot rule out that stores to `out` alias the streams.
   std::array<State, K> states;
@@ -200,12 +227,21 @@ void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std:
   }
   const auto step = [&](std::size_t k, std::size_t i) {
     const Entry& entry =
-        triesUsual && codes[k].isUsual(states[k]) ? *codes[k].usual : codes[k].next(states[k]);
+        areUniform && codes[k].isUsual(states[k]) ? *codes[k].usual : codes[k].next(states[k]);
     out[k][i] = entry.value;
     if (entry.escape)
       out[k][i] = streams[k]->outOfBand_.next(streams[k]->offset_ + states[k].at / 8);
   };
-  for (std::size_t i = 0; i < count; ++i) [&]<std::size_t... k>(std::index_sequence<k...>) {
+  std::size_t done = 0;
+  for (; areUniform && done + kRow <= count; done += kRow)
+    for (std::size_t k = 0; k < K; ++k) {
+      if (codes[k].hasRows && codes[k].isRowOfUsual(states[k])) {
+        std::fill_n(out[k] + done, kRow, codes[k].usual->value);
+      } else {
+        for (std::size_t i = done; i < done + kRow; ++i) step(k, i);
+      }
+    }
+  for (std::size_t i = done; i < count; ++i) [&]<std::size_t... k>(std::index_sequence<k...>) {
       (step(k, i), ...);
     }
   (std::make_index_sequence<K>());
@@ -218,7 +254,10 @@ void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std:
 namespace {
 
 template <bool areUniform>
-void decodeAll(std::vector<ArithmeticStream*> open) {
+void decodeAll(std::span<ArithmeticStream> streams) {
+  std::vector<ArithmeticStream*> open;
+  for (ArithmeticStream& stream : streams)
+    if (stream.isUniform() == areUniform && stream.left() > 0) open.push_back(&stream);
   while (!open.empty()) {
     std::ranges::sort(open, std::ranges::greater(), &ArithmeticStream::left);
     const std::size_t together = std::min<std::size_t>(open.size(), 4);
@@ -239,12 +278,8 @@ void decodeAll(std::vector<ArithmeticStream*> open) {
 }  // namespace
 
 void decodeTogether(std::span<ArithmeticStream> streams) {
-  std::vector<ArithmeticStream*> uniform;
-  std::vector<ArithmeticStream*> other;
-  for (ArithmeticStream& stream : streams)
-    if (stream.left() > 0) (stream.isUniform() ? uniform : other).push_back(&stream);
-  decodeAll<true>(std::move(uniform));
-  decodeAll<false>(std::move(other));
+  decodeAll<true>(streams);
+  decodeAll<false>(streams);
 }
 
 }  // namespace jt::codec

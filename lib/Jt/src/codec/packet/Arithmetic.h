@@ -102,12 +102,13 @@ class ArithmeticStream {
   bool isUniform() const noexcept { return isUniform_; }
   /// Decodes the next `count` values of each of K streams. Throws JtFormatError when a stream has
   /// more escapes than out-of-band values. @pre count <= left() of each
-  /// @tparam triesUsual looks for the most frequent symbol first: faster when it is nearly always
+  /// @tparam areUniform looks for rows of the most frequent symbol: faster when it is nearly always
   /// the one, slower when it is not
-  template <std::size_t K, bool triesUsual>
+  template <std::size_t K, bool areUniform>
   static void run(const std::array<ArithmeticStream*, K>& streams, std::size_t count);
 
  private:
+  static constexpr std::uint32_t kRow = 16;
   struct Entry {
     TotalDivider::Share from;
     TotalDivider::Share to;
@@ -128,10 +129,13 @@ class ArithmeticStream {
     const std::uint16_t* entryAt = nullptr;
     std::uint32_t total = 0;
     const Entry* usual = nullptr;  // the most frequent one
+    bool hasRows = false;          // of it
 
     std::uint32_t peek(std::size_t at, unsigned width) const noexcept;
     const Entry& next(State& state) const noexcept;
     bool isUsual(State& state) const noexcept;
+    bool isRowOfUsual(State& state) const noexcept;
+    static bool narrow(State& state, std::uint32_t from, std::uint32_t width) noexcept;
   };
 
   std::vector<std::byte> text_;  // with zeros behind it
