@@ -339,6 +339,26 @@ TEST(Packets, SteppedWidthsFollowTheValues) {
   }
 }
 
+/// Few values for a table, in stretches that are longer than a run and differ by more bits than one
+/// change of width has, some of them next to the limits.
+TEST(Packets, RunsOfOneWidthFollowTheValues) {
+  Values values;
+  for (std::int32_t i = 0; i < 120; ++i) {
+    values.push_back(i < 40 || i > 60 ? 1000 + i : 1000 - 5557 * i);
+    if (i == 50) values.insert(values.end(), {INT32_MIN, INT32_MAX});
+  }
+  for (const auto kind : {PacketKind::mk2, PacketKind::mk3})
+    for (const bool bigEndian : {false, true}) {
+      Bytes plain;
+      Bytes small;
+      encodePacket(kind, plain, bigEndian, values);
+      encodePacket(kind, small, bigEndian, values, Predictor::none, PacketStyle::small);
+      EXPECT_STREQ(packetCodecName(kind, small), "bitlength");
+      EXPECT_LT(small.size(), plain.size() / 2);
+      EXPECT_EQ(decode(kind, small, nullptr, bigEndian), values);
+    }
+}
+
 /// Codes of normals come back soon, but are spread over a range that no table holds.
 TEST(Packets, RecentValuesAreCodedByTheirPosition) {
   Values values;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 namespace jt::codec {
@@ -33,9 +34,10 @@ class Window {
   std::size_t used_ = 0;
 };
 
+constexpr std::size_t kRun = 128;  // values of a sample that follow each other
+
 /// A sample of runs of values. @param most runs
 std::vector<std::uint32_t> sampleOf(std::span<const std::int32_t> values, std::size_t most) {
-  constexpr std::size_t kRun = 128;
   const std::size_t runs = std::clamp(values.size() / (2 * kRun), std::size_t{1}, most);
   std::vector<std::uint32_t> sample;
   for (std::size_t run = 0; run < runs; ++run) {
@@ -82,20 +84,44 @@ class Costs {
     for (const std::uint32_t value : sample_) ++counts[bitsOf(value, low, width)];
     const auto distinct = std::ranges::count_if(counts, [](std::uint32_t n) { return n > 0; });
     // A sample underestimates the entropy by some bits for each distinct value.
-    return (entropy(counts) + 0.7 * static_cast<double>(distinct)) / size() + kSymbolPrice;
+    return (entropy(counts, size()) + 0.7 * static_cast<double>(distinct)) / size() + kSymbolPrice;
   }
   double moved(unsigned low, unsigned width) const {
+    // The window of a run begins with what the run before it has left. A small sample cannot spare
+    // the values until that is gone.
+    constexpr std::size_t kSettling = 3 * kWindow;
+    const std::size_t skipped = sample_.size() > 8 * kRun ? kSettling : 0;
     std::array<std::uint32_t, kWindow + 1> counts{};
     Window window;
-    for (const std::uint32_t value : sample_)
-      ++counts[window.take(static_cast<std::int32_t>(bitsOf(value, low, width)))];
-    return (entropy(counts) + width * static_cast<double>(counts[kWindow])) / size() + kSymbolPrice;
+    std::vector<std::uint32_t> newValues;
+    for (std::size_t i = 0; i < sample_.size(); ++i) {
+      const std::uint32_t field = bitsOf(sample_[i], low, width);
+      const std::size_t place = window.take(static_cast<std::int32_t>(field));
+      if (i % kRun < skipped) continue;
+      ++counts[place];
+      if (place == kWindow) newValues.push_back(field);
+    }
+    const double total = static_cast<double>(std::reduce(counts.begin(), counts.end()));
+    return (entropy(counts, total) + bitsOfNew(std::move(newValues), width)) / total + kSymbolPrice;
+  }
+  /// Arithmetic code of values that come back, all bits of the others: the part of a sample that
+  /// comes once is about what is not in it.
+  static double bitsOfNew(std::vector<std::uint32_t> values, unsigned width) {
+    std::ranges::sort(values);
+    double bits = 0;
+    for (std::size_t i = 0, count = 1; i < values.size(); i += count, count = 1) {
+      while (i + count < values.size() && values[i + count] == values[i]) ++count;
+      const double every = static_cast<double>(values.size()) / static_cast<double>(count);
+      bits += count == 1 ? width
+                         : static_cast<double>(count) * std::min<double>(width, std::log2(every));
+    }
+    return bits;
   }
 
-  double entropy(std::span<const std::uint32_t> counts) const {
+  static double entropy(std::span<const std::uint32_t> counts, double total) {
     double bits = 0;
     for (const std::uint32_t count : counts)
-      if (count > 0) bits += count * std::log2(size() / count);
+      if (count > 0) bits += count * std::log2(total / count);
     return bits;
   }
   double size() const { return static_cast<double>(sample_.size()); }
@@ -123,7 +149,7 @@ BitFields bestFields(std::span<const std::int32_t> values, std::int32_t base, un
     double cost = std::numeric_limits<double>::infinity();
     BitField top;
   };
-  const Costs costs(values, base, mostFields > 1 ? 4 : 8);
+  const Costs costs(values, base, mostFields > 1 ? 4 : 16);
   std::vector<unsigned> cuts{0};
   const unsigned step = mostFields > 1 ? (width + kMostCuts - 1) / kMostCuts : width;
   while (cuts.back() < width) cuts.push_back(std::min(width, cuts.back() + step));

@@ -8,6 +8,7 @@
 #include "codec/packet/Bits.h"
 #include "codec/packet/Packets.h"
 #include "codec/packet/SteppedWidths.h"
+#include "codec/packet/WidthRuns.h"
 
 namespace jt::codec {
 
@@ -76,11 +77,17 @@ class PacketEncoder {
   void small(std::span<const std::int32_t> values, unsigned mostFields) {
     if (values.size() < kWorthATry) return plain(values);
     const Range range(values);
-    const Choice choice = range.width > 0 ? choose(values, range) : Choice{};
-    if (kind_ == PacketKind::mk3 && range.width > 0 && mostFields > 0 &&
-        inFields(values, range, choice.bits, mostFields))
+    if (range.width == 0) return plain(values);
+    const Choice choice = choose(values, range);
+    constexpr std::uint64_t kHeadBits = 80;
+    const WidthRuns runs = runsOf(values, range, choice.bits);
+    const bool areRunsShorter = runs.bits() < choice.bits - std::min(choice.bits, kHeadBits);
+    const std::uint64_t bits = areRunsShorter ? runs.bits() + kHeadBits : choice.bits;
+    if (kind_ == PacketKind::mk3 && mostFields > 0 && inFields(values, range, bits, mostFields))
       return;
-    if (choice.high == 0) {
+    if (areRunsShorter) {
+      inRuns(values, runs);
+    } else if (choice.high == 0) {
       plain(values);
     } else if (choice.high == range.width) {
       arithmetic(values, choice.table, mostFields == 0);
@@ -123,6 +130,35 @@ class PacketEncoder {
     return best;
   }
 
+  /// Runs, if these may take less than the given number of bits. Not of many values, whose table of
+  /// arithmetic code pays, nor where that code is short already.
+  static WidthRuns runsOf(std::span<const std::int32_t> values, const Range& range,
+                          std::uint64_t bits) {
+    constexpr std::size_t kMostValues = 1024;
+    const std::uint64_t fewest = std::max(3U, range.width * 3 / 4) * values.size();
+    if (values.size() > kMostValues || bits < fewest) return {};
+    std::vector<std::int32_t> sorted(values.begin(), values.end());
+    const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+    std::ranges::nth_element(sorted, middle);
+    return {values, *middle};
+  }
+
+  void inRuns(std::span<const std::int32_t> values, const WidthRuns& runs) {
+    append(out_, static_cast<std::int32_t>(values.size()), bigEndian_);
+    out_.push_back(kBitlength);
+    WordBitWriter bits;
+    bits.put(1, 1);
+    if (kind_ == PacketKind::mk2) {
+      bits.put(static_cast<std::uint32_t>(runs.mean()), 32);
+      bits.put(WidthRuns::kChangeWidth, 3);
+      bits.put(WidthRuns::kLengthWidth, 3);
+    } else {
+      putNibbles(bits, runs.mean());
+    }
+    runs.put(values, bits);
+    codeText(std::move(bits).finish());
+  }
+
   /// Writes values as bit fields if that is clearly shorter than the given number of bits.
   bool inFields(std::span<const std::int32_t> values, const Range& range, std::uint64_t bits,
                 unsigned mostFields) {
@@ -135,10 +171,13 @@ class PacketEncoder {
     const auto width = static_cast<unsigned>(
         std::bit_width(static_cast<std::uint32_t>(range.most) - static_cast<std::uint32_t>(base)));
     const BitFields best = bestFields(values, base, width, mostFields);
-    if (best.cost * static_cast<double>(values.size()) >= kClearly * static_cast<double>(bits))
-      return false;
+    const double most = kClearly * static_cast<double>(bits);
+    if (best.cost * static_cast<double>(values.size()) >= most) return false;
+    const std::size_t from = out_.size();
     write(std::vector<std::int32_t>(values.begin(), values.end()), best.fields, base);
-    return true;
+    if (8 * static_cast<double>(out_.size() - from) < most) return true;
+    out_.resize(from);  // the sample promised too much
+    return false;
   }
 
   void write(std::vector<std::int32_t> values, std::span<const BitField> fields,
