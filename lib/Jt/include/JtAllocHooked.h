@@ -23,6 +23,7 @@ struct ObjectAllocator {
   using value_type = T;
   ObjectAllocator() noexcept = default;
   template <class U>
+  /// All allocators are equal.
   ObjectAllocator(const ObjectAllocator<U>&) noexcept {}
 
   /// Throws std::bad_alloc.

@@ -13,8 +13,10 @@ namespace jt {
 class TrailingBytes {
  public:
   TrailingBytes() = default;
+  /// Holds the bytes, even when there are none.
   explicit TrailingBytes(std::vector<std::byte> bytes) : held_(new Held(std::move(bytes))) {}
 
+  /// True when it holds bytes.
   explicit operator bool() const noexcept { return static_cast<bool>(held_); }
   /// The bytes. @pre there are some
   const std::vector<std::byte>& operator*() const noexcept { return held_->bytes; }
