@@ -14,9 +14,7 @@ class Repacked {
   const jt::file::Format& format() const { return container_->format(); }
   /// Rows of the table of contents.
   std::size_t count() const { return container_->toc().size(); }
-  std::size_t sceneRow() const {
-    return static_cast<std::size_t>(&container_->sceneEntry() - container_->toc().data());
-  }
+  std::size_t sceneRow() const { return container_->sceneRow(); }
   std::int32_t type(std::size_t row) const { return container_->toc()[row].type(); }
   bool isPacked(std::size_t row) const { return container_->load(container_->toc()[row]).packed; }
   /// The unpacked content of a segment. Throws JtFormatError.

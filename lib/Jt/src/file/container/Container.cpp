@@ -266,21 +266,16 @@ void Container::readToc() {
   checkTocPlace();
   const bool hasSceneId = header_.reserved == 0;
   bool isNamed = false;
-  std::optional<std::size_t> sceneRow;
   eachRow([&](std::size_t i, const TocEntry& entry) {
     SegmentTotal& ofType = totals_[static_cast<std::size_t>(entry.type())];
     ++ofType.count;
     ofType.bytes += entry.length;
     if (isNamed) return;
     isNamed = hasSceneId && entry.id == header_.sceneId;
-    if (!isNamed && (sceneRow || entry.type() != kSceneSegment)) return;
-    sceneRow = i;
-    foundScene_ = entry;
+    if (!isNamed && (sceneRow_ || entry.type() != kSceneSegment)) return;
+    sceneRow_ = i;
+    scene_ = entry;
   });
-  if (sceneRow) {
-    sceneRow_ = *sceneRow;
-    scene_ = &foundScene_;
-  }
   std::uint64_t total = 0;
   for (const SegmentTotal& ofType : totals_) total += ofType.bytes;
   // A save writes each of them, and whoever reads all would read the same bytes again and again.
@@ -308,13 +303,17 @@ std::span<const TocEntry> Container::toc() const {
     }
     image_->checkPresent();
     toc_ = std::move(rows);
-    if (scene_) scene_ = &toc_[sceneRow_];
   });
   return {toc_.data(), toc_.size()};
 }
 
 const TocEntry& Container::sceneEntry() const {
-  if (const TocEntry* scene = scene_) return *scene;
+  static_cast<void>(sceneRow());
+  return scene_;
+}
+
+std::size_t Container::sceneRow() const {
+  if (sceneRow_) return *sceneRow_;
   throw JtFormatError("no_scene_graph",
                       "expected the scene graph segment " + header_.sceneId.text() +
                           " in the table of contents, found none",

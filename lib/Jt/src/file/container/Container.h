@@ -4,9 +4,9 @@
 // before it is asked for.
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -144,9 +144,10 @@ class Container : public JtRefCounted {
   const std::array<SegmentTotal, 256>& totals() const noexcept { return totals_; }
   const std::vector<Diagnostic>& notes() const noexcept { return notes_; }
 
-  /// The scene graph's row; the one in toc() after that was called. Throws JtFormatError when there
-  /// is none.
+  /// The scene graph's row, a copy of the one in toc(). Throws JtFormatError when there is none.
   const TocEntry& sceneEntry() const;
+  /// Its number in toc(). Throws as sceneEntry().
+  std::size_t sceneRow() const;
   /// The first row with that id, or null.
   const TocEntry* find(const JtGuid& id) const;
 
@@ -188,9 +189,8 @@ class Container : public JtRefCounted {
   bool checkBytesOk_ = true;
   std::size_t segmentCount_ = 0;
   std::array<SegmentTotal, 256> totals_{};
-  std::size_t sceneRow_ = 0;
-  TocEntry foundScene_;
-  mutable std::atomic<const TocEntry*> scene_ = nullptr;  ///< foundScene_ or in toc_, or null
+  std::optional<std::size_t> sceneRow_;
+  TocEntry scene_;  ///< where there is one
   std::vector<Diagnostic> notes_;
   mutable Once kept_;
   mutable storage::WorkArray<TocEntry> toc_;

@@ -228,13 +228,14 @@ void FileWriter::planExisting(const EncodedScene& scene) {
   const std::unordered_set<JtGuid> named(scene.namedSegments.begin(), scene.namedSegments.end());
   const std::unordered_set<JtGuid> before = segmentsNamedIn(*source_);
   std::uint64_t total = 0;
-  for (const TocEntry& entry : container_->toc()) {
+  const std::span<const TocEntry> rows = container_->toc();
+  for (const TocEntry& entry : rows) {
     total += entry.length;
     if (total > container_->image().bytes().size())
       throw JtFormatError("segments_overlap",
                           "the segments of the file overlap; it cannot be saved",
                           container_->position(entry));
-    const bool isScene = &entry == &container_->sceneEntry();
+    const bool isScene = &entry == &rows[container_->sceneRow()];
     const bool isLost = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
                         (!whole || before.contains(entry.id));
     if (isScene) {

@@ -68,12 +68,11 @@ bool readTen(Reader& ar, XtFrame& frame) {
   return true;
 }
 
+constexpr JtGuid kType = "873a70e0-2ac9-11d1-9b6b-0080c7bb5997"_guid;
+
 }  // namespace
 
-const JtGuid& xtBrepTypeId() noexcept {
-  static constexpr JtGuid kType = "873a70e0-2ac9-11d1-9b6b-0080c7bb5997"_guid;
-  return kType;
-}
+const JtGuid& xtBrepTypeId() noexcept { return kType; }
 
 bool namesPooledBodies(const Container& file, const TocEntry& entry) {
   constexpr std::int32_t kXt = 17;
