@@ -11,6 +11,11 @@
 
 namespace jt {
 
+/// How many threads a number of threads stands for; 0: one for each core that this process may use.
+inline std::size_t threadCount(std::size_t threads) noexcept {
+  return threads != 0 ? threads : std::max(1U, std::thread::hardware_concurrency());
+}
+
 /// Calls work(0) ... work(count - 1), each once and in no certain order, on several threads; the
 /// calling thread is one of them. Returns when all are done. The first exception of any call stops
 /// what has not begun and is thrown here.
@@ -33,7 +38,7 @@ void inParallel(std::size_t threads, std::size_t count, const Work& work) {
     }
   };
   {
-    if (threads == 0) threads = std::max(1U, std::thread::hardware_concurrency());
+    threads = threadCount(threads);
     std::vector<std::jthread> helpers;
     try {
       for (std::size_t i = 1; i < std::min(threads, count); ++i) helpers.emplace_back(run);

@@ -8,10 +8,7 @@ namespace jt::file {
 inline std::atomic<std::size_t> parallelThreads{0};
 
 /// How many threads parallelFor() uses at most.
-inline std::size_t parallelThreadCount() {
-  const std::size_t set = parallelThreads;
-  return set != 0 ? set : std::max(1U, std::thread::hardware_concurrency());
-}
+inline std::size_t parallelThreadCount() { return threadCount(parallelThreads); }
 
 /// inParallel() on all cores.
 template <class Work>

@@ -195,8 +195,8 @@ inline bool ArithmeticStream::Code::isUsual(State& s) const noexcept {
   return narrow(s, from, usual->to.of(s.width) - from);
 }
 
-/// The same for a whole row of it. Each interval lies in the one before it, so that the last one
-/// tells of all.
+/// The same for a whole row of it. Each interval lies in the one before it: a code in the last one
+/// is in all of them.
 inline bool ArithmeticStream::Code::isRowOfUsual(State& s) const noexcept {
   std::uint32_t width = s.width;
   std::uint32_t from = usual->from.of(width);

@@ -36,8 +36,6 @@ std::string hex(std::uint64_t value) {
   return text;
 }
 
-constexpr std::int32_t kSceneSegment = 1;
-
 /// The rows of a table of contents: their room was checked, and what their layout depends on is
 /// known to the compiler.
 template <bool IsWide, bool IsBigEndian>

@@ -104,6 +104,9 @@ void fields(Ar& ar, PackingHeader& header) {
   ar("compressionAlgorithm", header.algorithm);
 }
 
+/// The type of the scene graph's segment.
+inline constexpr std::int32_t kSceneSegment = 1;
+
 /// Types whose segments are shapes; those are never packed as a whole.
 inline bool isShapeSegment(std::int32_t type) noexcept { return type >= 6 && type <= 16; }
 

@@ -160,8 +160,7 @@ void FileWriter::noteLostGeometry() {
 }
 
 void FileWriter::writeScene(const SavePlan& plan) {
-  constexpr std::int32_t kScene = 1;
-  const bool isZlib = packingOf(kScene, format_) == Packing::zlib;
+  const bool isZlib = packingOf(kSceneSegment, format_) == Packing::zlib;
   ZlibPacker packer(options_.compressionLevel);
   EncodedScene scene =
       SceneWriter(nodes_, source_, format_, plan, places_).encode(isZlib ? &packer : nullptr);
@@ -172,9 +171,9 @@ void FileWriter::writeScene(const SavePlan& plan) {
                  : isSceneChanged_ ? "the scene graph was changed"
                                    : "asked for";
   const auto content = scene.bytes.bytes();
-  sceneBytes_ = isZlib
-                    ? wrapSegment(packer.finish(content).bytes(), sceneId_, kScene, format_)
-                    : writeSegment(content, sceneId_, kScene, format_, options_.compressionLevel);
+  sceneBytes_ =
+      isZlib ? wrapSegment(packer.finish(content).bytes(), sceneId_, kSceneSegment, format_)
+             : writeSegment(content, sceneId_, kSceneSegment, format_, options_.compressionLevel);
   scene.bytes = {};
   if (container_) planExisting(scene);
   planNew(scene);
@@ -257,7 +256,7 @@ void FileWriter::addSegment(const JtGuid& id, std::int32_t type, Buffer bytes, s
 }
 
 void FileWriter::planNew(const EncodedScene& scene) {
-  if (!container_) addSegment(sceneId_, 1, std::move(sceneBytes_), sceneReason_);
+  if (!container_) addSegment(sceneId_, kSceneSegment, std::move(sceneBytes_), sceneReason_);
   const std::vector<NewSegment>& made = scene.newSegments;
   std::vector<Buffer> bytes(made.size());
   std::vector<codec::Report> losses(made.size());
