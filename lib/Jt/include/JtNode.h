@@ -21,6 +21,9 @@ struct Property {
   Ref<JtPropAtom> value;
 };
 
+/// The properties of a node, in stored order.
+using PropertyList = std::vector<Property, ObjectAllocator<Property>>;
+
 }  // namespace jt
 
 /// A node of the scene graph. The graph is acyclic; a node may have several parents. Parents own
@@ -125,7 +128,11 @@ class JT_API JtNode : public JtSceneObject {
  private:
   friend struct jt::file::FieldAccess;
 
-  std::vector<jt::Property>& properties() const;
+  jt::PropertyList& properties() const {
+    if (propertyRow_.load(std::memory_order_acquire) != 0) readProperties();
+    return properties_;
+  }
+  void readProperties() const;
 
   jt::LocalVersion nodeVersion_;
   bool opaque_ = false;
@@ -135,6 +142,6 @@ class JT_API JtNode : public JtSceneObject {
   mutable std::atomic<std::uint32_t> propertyRow_{0};
   jt::ParentList parents_;
   jt::InlineList<jt::Ref<JtAttribute>> attributes_;
-  mutable std::vector<jt::Property> properties_;
+  mutable jt::PropertyList properties_;
   jt::TrailingBytes trailingBytes_;
 };

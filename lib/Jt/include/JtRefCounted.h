@@ -18,14 +18,21 @@ class JT_API JtRefCounted {
   JtRefCounted(const JtRefCounted&) noexcept {}
   JtRefCounted& operator=(const JtRefCounted&) noexcept { return *this; }
 
-  /// Takes one reference.
-  void ref() const noexcept { count_.fetch_add(1, std::memory_order_relaxed); }
-  /// Drops one reference; the last one destroys the object, unless a journal keeps it.
-  void unref() const noexcept {
-    const std::uint64_t before = count_.fetch_sub(1, std::memory_order_acq_rel);
-    if (before == 1)
+  /// Takes one reference, or that many.
+  void ref(std::uint32_t many = 1) const noexcept {
+    count_.fetch_add(many, std::memory_order_relaxed);
+  }
+  /// Takes a reference of an object that no other thread knows yet: costs no atomic operation.
+  void refNew() const noexcept {
+    count_.store(count_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  }
+  /// Drops one reference, or that many; the last one destroys the object, unless a journal keeps
+  /// it.
+  void unref(std::uint32_t many = 1) const noexcept {
+    const std::uint64_t before = count_.fetch_sub(many, std::memory_order_acq_rel);
+    if (before == many)
       delete this;
-    else if (ownersIn(before) == 1)
+    else if (ownersIn(before) == static_cast<int>(many))
       abandoned();
   }
   /// Takes a reference unless the last one is gone already; for look-up tables that do not own.

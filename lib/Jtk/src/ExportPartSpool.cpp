@@ -27,9 +27,9 @@ class PartSpool final : public ExportParts {
  private:
   /// Geometry on its way through the spool.
   struct Content {
-    jt::Ref<VisPartNode> shell;            ///< with the geometry as it is now
-    std::vector<jt::Ref<JtNode>> shapes;   ///< once it is stored
-    std::vector<jt::Property> properties;  ///< likewise: precise geometry, and what it measures
+    jt::Ref<VisPartNode> shell;           ///< with the geometry as it is now
+    std::vector<jt::Ref<JtNode>> shapes;  ///< once it is stored
+    jt::PropertyList properties;          ///< likewise: precise geometry, and what it measures
     std::vector<std::pair<jt::Ref<VisPartNode>, JtString>> receivers;  ///< parts that wait for it
     std::vector<std::pair<const char*, std::string>> leftOut;  ///< what, and why; once it is stored
     const JtNode* source = nullptr;

@@ -100,7 +100,34 @@ void ObjectBlocks::release(void* memory) noexcept {
     return;
   }
   ASAN_POISON_MEMORY_REGION(memory, header->size);
-  std::launder(reinterpret_cast<Block*>(static_cast<std::byte*>(memory) - offset))->drop(1);
+  auto* const block =
+      std::launder(reinterpret_cast<Block*>(static_cast<std::byte*>(memory) - offset));
+  if (EndTogether* const together = EndTogether::active())
+    together->add(block);
+  else
+    block->drop(1);
+}
+
+ObjectBlocks::EndTogether*& ObjectBlocks::EndTogether::active() noexcept {
+  static thread_local EndTogether* together = nullptr;
+  return together;
+}
+
+void ObjectBlocks::EndTogether::add(Block* block) noexcept {
+  // Blocks that follow one another in memory have places of their own.
+  Ended& place = ended_[reinterpret_cast<std::uintptr_t>(block) / kMostBlock % ended_.size()];
+  if (place.block != block) {
+    if (place.block) place.block->drop(place.objects);
+    place = {block, 0};
+  }
+  ++place.objects;
+}
+
+ObjectBlocks::EndTogether::~EndTogether() {
+  if (active() != this) return;
+  active() = nullptr;
+  for (const Ended& place : ended_)
+    if (place.block) place.block->drop(place.objects);
 }
 
 }  // namespace jt

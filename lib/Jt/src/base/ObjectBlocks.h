@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <utility>
 
@@ -9,6 +10,9 @@ namespace jt {
 /// them: many objects to a block of memory. A block lives as long as an object in it, and may
 /// outlive its ObjectBlocks. For one thread at a time; objects may end on any.
 class ObjectBlocks {
+  struct Block;
+  struct Header;
+
  public:
   ObjectBlocks() noexcept = default;
   ObjectBlocks(const ObjectBlocks&) = delete;
@@ -27,6 +31,30 @@ class ObjectBlocks {
     ObjectBlocks* outer_;
   };
 
+  /// As long as it lives, blocks hear at once of many objects that end on its thread. Inside of
+  /// another one it does nothing.
+  class EndTogether {
+   public:
+    EndTogether() noexcept {
+      if (!active()) active() = this;
+    }
+    EndTogether(const EndTogether&) = delete;
+    EndTogether& operator=(const EndTogether&) = delete;
+    ~EndTogether();
+
+   private:
+    friend class ObjectBlocks;
+    /// Objects of a block that have ended and that it has not heard of.
+    struct Ended {
+      Block* block = nullptr;
+      std::size_t objects = 0;
+    };
+    static EndTogether*& active() noexcept;
+    void add(Block* block) noexcept;
+
+    std::array<Ended, 8> ended_;  // by address of the block
+  };
+
   /// Memory for an object: of the blocks that this thread uses, else of its own. Throws
   /// std::bad_alloc.
   static void* allocate(std::size_t size);
@@ -34,9 +62,6 @@ class ObjectBlocks {
   static void release(void* memory) noexcept;
 
  private:
-  struct Block;
-  struct Header;
-
   static ObjectBlocks*& used() noexcept;
   void* take(std::size_t size);
   void open(std::size_t atLeast);

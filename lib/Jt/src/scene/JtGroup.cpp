@@ -11,8 +11,10 @@ JtGroup::~JtGroup() {
 }
 
 void JtGroup::releaseChildren(Dismantler& out) noexcept {
-  for (auto child = children_.rbegin(); child != children_.rend(); ++child) detach(**child, *this);
-  for (jt::Ref<JtNode>& child : children_) out.add(std::move(child));
+  for (auto child = children_.rbegin(); child != children_.rend(); ++child) {
+    detach(**child, *this);
+    out.add(std::move(*child));
+  }
   children_.clear();
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "base/ObjectBlocks.h"
 #include "scene/ObjectSource.h"
 #include "scene/Recording.h"
 
@@ -14,7 +15,7 @@ const JtString* keyText(const JtPropAtom* key) {
   return text ? &text->value() : nullptr;
 }
 
-auto findKey(const std::vector<jt::Property>& properties, const JtString& key) {
+auto findKey(const jt::PropertyList& properties, const JtString& key) {
   return std::find_if(properties.begin(), properties.end(), [&](const jt::Property& property) {
     const JtString* text = keyText(property.key.get());
     return text && *text == key;
@@ -32,12 +33,9 @@ JtNode::JtNode(const JtNode& other)
       properties_(other.properties()),
       trailingBytes_(other.trailingBytes_) {}
 
-/// The values lie all over the memory: their loads overlap when all begin before one is waited for.
 JtNode::~JtNode() {
   if (properties_.empty()) return;
-  for (const jt::Property& property : properties_) __builtin_prefetch(property.value.get(), 1);
-  if (jt::ObjectSource* const source = jt::ObjectSource::of(*this))
-    source->forgetValues(properties_);
+  if (jt::ObjectSource* const source = jt::ObjectSource::of(*this)) source->endValues(properties_);
 }
 
 jt::Ref<JtBase> JtNode::clone() const { return jt::Ref<JtBase>(new JtNode(*this)); }
@@ -83,20 +81,38 @@ void JtNode::recordParents(JtNode& child) {
 // A node that is about to end has no parents any more: the first place of that list, which takes no
 // memory, links the nodes that wait.
 
+namespace {
+
+void prefetch(const void* memory, std::size_t size) noexcept {
+  constexpr std::size_t kLine = 64;
+  for (std::size_t at = 0; at < size; at += kLine)
+    __builtin_prefetch(static_cast<const std::byte*>(memory) + at, 1);
+}
+
+}  // namespace
+
 void JtNode::Dismantler::add(jt::Ref<JtNode> node) noexcept {
   if (!node || node->refCount() != 1 || node->isKept()) return;
+  prefetch(node->properties_.data(), node->properties_.size() * sizeof(jt::Property));
   node->parents_ = {};
   if (first_) node->attachTo(*first_);
   first_ = node.release();
 }
 
 JtNode::Dismantler::~Dismantler() {
+  constexpr std::size_t kUsualValue = 160;  // bytes of a value with its text
+  if (!first_) return;
+  const jt::ObjectBlocks::EndTogether together;
   while (first_) {
     const auto node = jt::Ref<JtNode>::adopt(first_);
     first_ = node->parent(0);
     node->parents_ = {};
     // Its children are taken over before it ends, so that ends do not nest.
     node->releaseChildren(*this);
+    // The values of the next node come from memory while this one ends.
+    if (first_)
+      for (const jt::Property& property : first_->properties_)
+        prefetch(property.value.get(), kUsualValue);
   }
 }
 
@@ -137,23 +153,21 @@ bool JtNode::removeAttribute(int index) {
 
 // --- Properties
 
-std::vector<jt::Property>& JtNode::properties() const {
-  if (propertyRow_.load(std::memory_order_acquire) != 0) {
-    jt::ObjectSource* source = jt::ObjectSource::of(*this);
-    const std::lock_guard lock(source->propertiesMutex());
-    if (const std::uint32_t row = propertyRow_.load(std::memory_order_relaxed)) {
-      properties_ = source->properties(row);
-      propertyRow_.store(0, std::memory_order_release);
-    }
+void JtNode::readProperties() const {
+  jt::ObjectSource* source = jt::ObjectSource::of(*this);
+  const std::lock_guard lock(source->propertiesMutex());
+  if (const std::uint32_t row = propertyRow_.load(std::memory_order_relaxed)) {
+    properties_ = source->properties(row);
+    propertyRow_.store(0, std::memory_order_release);
   }
-  return properties_;
 }
 
 int JtNode::numProperties() const { return static_cast<int>(properties().size()); }
 
 bool JtNode::getProperty(int index, JtPropAtom*& key, JtPropAtom*& value) const {
-  if (index < 0 || index >= numProperties()) return false;
-  const jt::Property& property = properties_[static_cast<std::size_t>(index)];
+  const jt::PropertyList& all = properties();
+  if (index < 0 || static_cast<std::size_t>(index) >= all.size()) return false;
+  const jt::Property& property = all[static_cast<std::size_t>(index)];
   key = property.key.get();
   value = property.value.get();
   return true;

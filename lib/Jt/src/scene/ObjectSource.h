@@ -19,11 +19,11 @@ class ObjectSource : public JtRefCounted {
   virtual std::int32_t objectId(std::uint32_t element) const noexcept = 0;
   /// Called by objects that end.
   virtual void forget(const JtSceneObject& object) noexcept = 0;
-  /// Called by a node that ends: forgets those values of its properties that end with it, all at
+  /// Called by a node that ends: ends those values of its properties that nobody else holds, all at
   /// once.
-  virtual void forgetValues(std::span<const Property> properties) noexcept = 0;
+  virtual void endValues(std::span<Property> properties) noexcept = 0;
   /// The properties of a row of the property table; pairs that name missing atoms are left out.
-  virtual std::vector<Property> properties(std::uint32_t row) = 0;
+  virtual PropertyList properties(std::uint32_t row) = 0;
   /// False when a row has no property with that key; says so without making the properties.
   virtual bool mayHave(std::uint32_t row, const JtString& key) = 0;
 

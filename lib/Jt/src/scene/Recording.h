@@ -85,8 +85,8 @@ std::uint64_t listFingerprint(const List& list) noexcept {
   for (std::size_t i = 0; i < list.size(); ++i) hash = mixHash(hash, fingerprintOf(list[i]));
   return hash;
 }
-template <class T>
-std::uint64_t fingerprintOf(const std::vector<T>& list) noexcept {
+template <class T, class Allocator>
+std::uint64_t fingerprintOf(const std::vector<T, Allocator>& list) noexcept {
   return listFingerprint(list);
 }
 template <class T>
@@ -121,8 +121,8 @@ void forEachReference(const Property& property, Act act) noexcept {
   forEachReference(property.key, act);
   forEachReference(property.value, act);
 }
-template <class T, class Act>
-void forEachReference(const std::vector<T>& list, Act act) noexcept {
+template <class T, class Allocator, class Act>
+void forEachReference(const std::vector<T, Allocator>& list, Act act) noexcept {
   for (const T& item : list) forEachReference(item, act);
 }
 template <class T, class Act>

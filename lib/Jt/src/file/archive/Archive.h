@@ -157,9 +157,9 @@ class BasicReader {
   }
   void operator()(const char* name, JtString& value) {
     const std::size_t count = readCount(name, 2);
-    if (count > kShortText) hold(2 * count + kBlockCost);
+    if (count > 0) hold(2 * count + kBlockCost);
     value = JtString::filled(count, [&](char16_t* units) {
-      if (count > 0) std::memcpy(units, at_, 2 * count);
+      std::memcpy(units, at_, 2 * count);
       if (format_.bigEndian != (std::endian::native == std::endian::big))
         for (char16_t& unit : std::span(units, count))
           unit = static_cast<char16_t>(
@@ -287,7 +287,6 @@ class BasicReader {
     if constexpr (Tracing)
       if (listener_) listener_->field(offset(), size, name, type, text());
   }
-  static constexpr std::size_t kShortText = 7;  // units that a string holds in itself
   static constexpr std::size_t kBlockCost = 16;
   static constexpr std::size_t kGrowth = 2;  // a list that grows has up to twice the room
 

@@ -116,6 +116,7 @@ void SceneReader::makeObjects() {
   Links links;
   std::string damaged;
   const ObjectBlocks::Use use(source_->objects());
+  SceneSource::Binding binding(*source_);
   for (std::uint32_t element = 0; element < count; ++element) {
     source_->dropBytesBefore(element);
     const ElementKind* kind = nullptr;
@@ -124,7 +125,7 @@ void SceneReader::makeObjects() {
         *readElement(*source_, element, links, kind, &damaged, &source_->memory()).release();
     objects_.push_back(&object);
     facts_.push_back(0);
-    source_->bind(object, element);
+    binding.bind(object, element);
     if (!damaged.empty())
       source_->note(true, "damaged_element", source_->offset(element),
                     damaged + "; the element is carried as it is");

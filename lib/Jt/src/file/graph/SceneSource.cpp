@@ -191,13 +191,12 @@ const ElementKind* SceneSource::atomKind(std::uint32_t element) {
 Ref<JtPropAtom> SceneSource::atom(std::uint32_t element) {
   const std::lock_guard lock(atomsMutex_);
   const ObjectBlocks::Use use(objects_);
-  return atomLocked(element);
+  Binding binding(*this);
+  prepareAtoms();
+  return Ref<JtPropAtom>::adopt(atomLocked(element, binding));
 }
 
-Ref<JtPropAtom> SceneSource::atomLocked(std::uint32_t element) {
-  if (atoms_.empty()) atoms_.resize(elementCount() - firstAtom_);
-  JtPropAtom*& slot = atoms_[element - firstAtom_];
-  if (slot && slot->tryRef()) return Ref<JtPropAtom>::adopt(slot);
+JtPropAtom* SceneSource::makeAtom(std::uint32_t element, Binding& binding) {
   const ElementKind* known = atomKind(element);
   Ref<JtSceneObject> object;
   if (known && known->elementClass == ElementClass::atom) {
@@ -213,9 +212,10 @@ Ref<JtPropAtom> SceneSource::atomLocked(std::uint32_t element) {
     object = unknownAtomKind().create();
     FieldAccess::carried(*object) = true;
   }
-  bind(*object, element);
-  slot = static_cast<JtPropAtom*>(object.get());
-  return Ref<JtPropAtom>::adopt(static_cast<JtPropAtom*>(object.release()));
+  binding.bind(*object, element);
+  auto* const made = static_cast<JtPropAtom*>(object.release());
+  atoms_[element - firstAtom_] = made;
+  return made;
 }
 
 const std::vector<std::uint32_t>& SceneSource::poolAtoms() {
@@ -240,13 +240,15 @@ const KeyIndex& SceneSource::keys() {
   return *keys_;
 }
 
-std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
-  std::vector<Property> result;
+PropertyList SceneSource::properties(std::uint32_t pairs) {
+  PropertyList result;
   std::size_t count = 0;
   eachPair(pairs, [&count](std::int32_t, std::int32_t) { ++count; });
-  result.reserve(count);
   const std::lock_guard lock(atomsMutex_);
   const ObjectBlocks::Use use(objects_);
+  Binding binding(*this);
+  prepareAtoms();
+  result.reserve(count);
   eachPair(pairs, [&](std::int32_t keyId, std::int32_t valueId) {
     const std::uint32_t key = find(keyId);
     const std::uint32_t value = find(valueId);
@@ -254,8 +256,8 @@ std::vector<Property> SceneSource::properties(std::uint32_t pairs) {
     // An atom that ends asks for the lock: those of a node that fails end after it, with the
     // result.
     Property& property = result.emplace_back();
-    property.key = atomLocked(key);
-    property.value = atomLocked(value);
+    property.key = Ref<JtPropAtom>::adopt(atomLocked(key, binding));
+    property.value = Ref<JtPropAtom>::adopt(atomLocked(value, binding));
   });
   return result;
 }
@@ -271,13 +273,6 @@ void SceneSource::loadShapesAhead() {
         [source = Ref<SceneSource>(this), first] { source->shapes().loadRange(first, kShapes); });
 }
 
-void SceneSource::bind(JtSceneObject& object, std::uint32_t element) noexcept {
-  ref();
-  FieldAccess::source(object) = this;
-  FieldAccess::element(object) = element;
-  FieldAccess::modified(object) = false;
-}
-
 void SceneSource::forget(const JtSceneObject& object) noexcept {
   if (FieldAccess::element(object) < firstAtom_) return;
   const std::lock_guard lock(atomsMutex_);
@@ -285,17 +280,25 @@ void SceneSource::forget(const JtSceneObject& object) noexcept {
   if (slot == &object) slot = nullptr;
 }
 
-void SceneSource::forgetValues(std::span<const Property> properties) noexcept {
-  // Nobody else can take a reference of an atom that has one: that is done under the same lock.
-  const std::lock_guard lock(atomsMutex_);
-  for (const Property& property : properties) {
-    JtPropAtom& value = *property.value;
-    if (!isFrom(value, this) || value.refCount() != 1 || value.isKept()) continue;
-    JtPropAtom*& slot = atoms_[FieldAccess::element(value) - firstAtom_];
-    if (slot != &value) continue;
-    slot = nullptr;
-    FieldAccess::element(value) = 0;  // forget() has nothing to do for a node
+void SceneSource::endValues(std::span<Property> properties) noexcept {
+  std::uint32_t ended = 0;
+  {
+    // Nobody else can take a reference of an atom that has one: that is done under the same lock.
+    const std::lock_guard lock(atomsMutex_);
+    for (const Property& property : properties) {
+      JtPropAtom& value = *property.value;
+      if (!isFrom(value, this) || value.refCount() != 1 || value.isKept()) continue;
+      JtPropAtom*& slot = atoms_[FieldAccess::element(value) - firstAtom_];
+      if (slot != &value) continue;
+      slot = nullptr;
+      FieldAccess::source(value) = nullptr;
+      ++ended;
+    }
   }
+  if (ended == 0) return;
+  for (Property& property : properties)
+    if (!FieldAccess::source(*property.value)) property.value = nullptr;
+  unref(ended);  // not the last ones: the node has one too
 }
 
 }  // namespace jt::file

@@ -112,17 +112,40 @@ class SceneSource final : public ObjectSource {
   Ref<JtPropAtom> atom(std::uint32_t element);
   /// Elements of atoms that name MultiXT segments, one for each segment. Safe from several threads.
   const std::vector<std::uint32_t>& poolAtoms();
-  std::vector<Property> properties(std::uint32_t pairs) override;
+  PropertyList properties(std::uint32_t pairs) override;
   bool mayHave(std::uint32_t pairs, const JtString& key) override {
     return keys().has(*this, pairs, key);
   }
   /// The keys of all properties, read the first time. Safe from several threads.
   const KeyIndex& keys();
 
-  /// Makes an object belong to an element of this source.
-  void bind(JtSceneObject& object, std::uint32_t element) noexcept;
+  /// Makes objects belong to elements of a source. They get their references on it together, when
+  /// the binding ends; until then none of them may end.
+  class Binding {
+   public:
+    explicit Binding(SceneSource& source) noexcept : source_(source) {}
+    Binding(const Binding&) = delete;
+    Binding& operator=(const Binding&) = delete;
+    ~Binding() {
+      if (bound_ > 0) source_.ref(bound_);
+    }
+    void bind(JtSceneObject& object, std::uint32_t element) noexcept {
+      FieldAccess::source(object) = &source_;
+      FieldAccess::element(object) = element;
+      FieldAccess::modified(object) = false;
+      ++bound_;
+    }
+
+   private:
+    SceneSource& source_;
+    std::uint32_t bound_ = 0;
+  };
+  /// Makes one object belong to an element of this source.
+  void bind(JtSceneObject& object, std::uint32_t element) noexcept {
+    Binding(*this).bind(object, element);
+  }
   void forget(const JtSceneObject& object) noexcept override;
-  void forgetValues(std::span<const Property> properties) noexcept override;
+  void endValues(std::span<Property> properties) noexcept override;
   /// True for the object of an element of that source; copies of it do not count.
   static bool isFrom(const JtSceneObject& object, const SceneSource* source) noexcept {
     return FieldAccess::source(object) == source && source && !FieldAccess::copied(object);
@@ -166,7 +189,15 @@ class SceneSource final : public ObjectSource {
   void indexIds();
   void countTables();
   const ElementKind* atomKind(std::uint32_t element);
-  Ref<JtPropAtom> atomLocked(std::uint32_t element);
+  void prepareAtoms() {
+    if (atoms_.empty()) atoms_.resize(elementCount() - firstAtom_);
+  }
+  /// As atom(), under the lock and once prepareAtoms() was called.
+  JtPropAtom* atomLocked(std::uint32_t element, Binding& binding) {
+    JtPropAtom* const made = atoms_[element - firstAtom_];
+    return made && made->tryRef() ? made : makeAtom(element, binding);
+  }
+  JtPropAtom* makeAtom(std::uint32_t element, Binding& binding);
 
   Ref<Container> container_;
   std::unique_ptr<ShapeCache> shapes_;
