@@ -24,6 +24,10 @@ if(PROJECT_IS_TOP_LEVEL)
   endif()
 endif()
 
+# A program that is linked statically takes the functions that it uses, and in the order that it wants
+# (tools/jtw/start.ld).
+add_compile_options($<$<CONFIG:Release>:-ffunction-sections>)
+
 if(JTW_SANITIZE)
   add_compile_options(-fsanitize=${JTW_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${JTW_SANITIZE})
@@ -46,6 +50,12 @@ function(jtw_warnings target)
   if(JTW_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
+endfunction()
+
+# Debug builds are compiled without optimisation, in half the time; not so what tests spend their time in, or
+# what needs the stack that it saves.
+function(jtw_optimise target)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O1>)
 endfunction()
 
 # jtw_library(NAME SOURCES ... LINK ... PRIVATE_LINK ...)

@@ -1,6 +1,9 @@
 #include "base/PageMemory.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
 
 namespace jt::storage {
 
@@ -20,5 +23,12 @@ std::byte* remapPages(std::byte* pages, std::size_t oldSize, std::size_t newSize
 void unmapPages(std::byte* pages, std::size_t size) noexcept { munmap(pages, size); }
 
 void dropPages(std::byte* pages, std::size_t size) noexcept { madvise(pages, size, MADV_DONTNEED); }
+
+void preferLargePages(void* memory, std::size_t size) noexcept {
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto begin = (reinterpret_cast<std::uintptr_t>(memory) + page - 1) / page * page;
+  const auto end = (reinterpret_cast<std::uintptr_t>(memory) + size) / page * page;
+  if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+}
 
 }  // namespace jt::storage

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 namespace jt::storage {
 
@@ -13,5 +14,20 @@ std::byte* remapPages(std::byte* pages, std::size_t oldSize, std::size_t newSize
 void unmapPages(std::byte* pages, std::size_t size) noexcept;
 /// Gives the memory of such pages back, but not the pages: what they hold is lost.
 void dropPages(std::byte* pages, std::size_t size) noexcept;
+
+/// Asks for large pages for memory that nothing was put in yet; no more than a hint.
+void preferLargePages(void* memory, std::size_t size) noexcept;
+
+/// Gives an empty vector that many values. The memory of a big one comes from the system each time,
+/// and in large pages with far less work.
+template <class T>
+void fillLarge(std::vector<T>& values, std::size_t count, const T& value = T()) {
+  constexpr std::size_t kLarge = std::size_t{4} << 20U;
+  if (count >= kLarge / sizeof(T)) {
+    values.reserve(count);
+    preferLargePages(values.data(), values.capacity() * sizeof(T));
+  }
+  values.assign(count, value);
+}
 
 }  // namespace jt::storage

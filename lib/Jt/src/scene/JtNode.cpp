@@ -94,6 +94,7 @@ void prefetch(const void* memory, std::size_t size) noexcept {
 void JtNode::Dismantler::add(jt::Ref<JtNode> node) noexcept {
   if (!node || node->refCount() != 1 || node->isKept()) return;
   prefetch(node->properties_.data(), node->properties_.size() * sizeof(jt::Property));
+  prefetch(node->attribute(0), sizeof(JtAttribute));
   node->parents_ = {};
   if (first_) node->attachTo(*first_);
   first_ = node.release();
@@ -154,12 +155,7 @@ bool JtNode::removeAttribute(int index) {
 // --- Properties
 
 void JtNode::readProperties() const {
-  jt::ObjectSource* source = jt::ObjectSource::of(*this);
-  const std::lock_guard lock(source->propertiesMutex());
-  if (const std::uint32_t row = propertyRow_.load(std::memory_order_relaxed)) {
-    properties_ = source->properties(row);
-    propertyRow_.store(0, std::memory_order_release);
-  }
+  jt::ObjectSource::of(*this)->readProperties(propertyRow_, properties_);
 }
 
 int JtNode::numProperties() const { return static_cast<int>(properties().size()); }

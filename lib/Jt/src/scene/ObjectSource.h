@@ -2,10 +2,9 @@
 
 // What a scene asks of the file that its objects were read from.
 
+#include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <span>
-#include <vector>
 
 #include "JtNode.h"
 #include "JtRefCounted.h"
@@ -22,18 +21,14 @@ class ObjectSource : public JtRefCounted {
   /// Called by a node that ends: ends those values of its properties that nobody else holds, all at
   /// once.
   virtual void endValues(std::span<Property> properties) noexcept = 0;
-  /// The properties of a row of the property table; pairs that name missing atoms are left out.
-  virtual PropertyList properties(std::uint32_t row) = 0;
+  /// Gives a node the properties of its row of the property table, and makes the row 0; nothing
+  /// happens when another thread has done so. Pairs that name missing atoms are left out.
+  virtual void readProperties(std::atomic<std::uint32_t>& row, PropertyList& properties) = 0;
   /// False when a row has no property with that key; says so without making the properties.
   virtual bool mayHave(std::uint32_t row, const JtString& key) = 0;
 
-  /// Held while a node takes its properties over from the table.
-  std::mutex& propertiesMutex() noexcept { return propertiesMutex_; }
   /// Source of an object, or of the original of a copy; null for objects made in memory.
   static ObjectSource* of(const JtSceneObject& object) noexcept { return object.source_; }
-
- private:
-  std::mutex propertiesMutex_;
 };
 
 }  // namespace jt

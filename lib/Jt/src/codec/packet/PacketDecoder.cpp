@@ -3,6 +3,7 @@
 #include <bit>
 #include <memory>
 
+#include "base/PageMemory.h"
 #include "codec/packet/Arithmetic.h"
 #include "codec/packet/Packets.h"
 #include "codec/packet/PrefixTree.h"
@@ -67,7 +68,9 @@ class PacketReader {
  private:
   Values make(std::size_t count) {
     budget_.spend(std::uint64_t{count} * sizeof(std::int32_t), cursor_.offset());
-    return Values(count);
+    Values values;
+    storage::fillLarge(values, count);
+    return values;
   }
 
   /// A nested packet that is needed at once.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/PageMemory.h"
 #include "codec/surface/ActiveWindow.h"
 
 namespace jt::codec {
@@ -38,7 +39,7 @@ class SurfaceWalk {
   SurfaceWalk(Port& port, Variant variant, std::size_t vertices, std::size_t corners)
       : port_(port), variant_(variant), active_(variant.finished), positionOf_(corners) {
     surface_.vertices = storage::WorkArray<Surface::Vertex>(vertices);
-    surface_.vertexOf.assign(corners, Surface::kNone);
+    storage::fillLarge(surface_.vertexOf, corners, Surface::kNone);
     surface_.slots = storage::WorkArray<std::uint32_t>(corners + kSlotsAtOnce);
   }
 

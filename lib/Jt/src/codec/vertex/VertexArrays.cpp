@@ -7,6 +7,7 @@
 
 #include "base/Bytes.h"
 #include "base/Hash.h"
+#include "base/PageMemory.h"
 #include "codec/vertex/DeeringEncoder.h"
 
 namespace jt::codec {
@@ -295,7 +296,8 @@ std::vector<Vec3f> decodeCoordinates(const CodedArray& array, Generation generat
     return vectorsOf(bits, sizeOf(array));
   }
   checkQuantizers(array, 3, "coordinates");
-  std::vector<Vec3f> values(sizeOf(array));
+  std::vector<Vec3f> values;
+  storage::fillLarge(values, sizeOf(array));
   for (std::size_t c = 0; c < 3; ++c)
     dequantizeAll(array.quantizers[c], array.codes[c],
                   [&](std::size_t i, float value) { values[i][c] = value; });

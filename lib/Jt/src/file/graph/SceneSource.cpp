@@ -240,11 +240,29 @@ const KeyIndex& SceneSource::keys() {
   return *keys_;
 }
 
+// An atom that ends asks for the lock: those of a node that fails end after it, with the list that
+// they are in.
+
 PropertyList SceneSource::properties(std::uint32_t pairs) {
   PropertyList result;
+  const std::lock_guard lock(atomsMutex_);
+  propertiesLocked(pairs, result);
+  return result;
+}
+
+void SceneSource::readProperties(std::atomic<std::uint32_t>& row, PropertyList& properties) {
+  PropertyList result;
+  const std::lock_guard lock(atomsMutex_);
+  const std::uint32_t pairs = row.load(std::memory_order_relaxed);
+  if (pairs == 0) return;
+  propertiesLocked(pairs, result);
+  properties = std::move(result);
+  row.store(0, std::memory_order_release);
+}
+
+void SceneSource::propertiesLocked(std::uint32_t pairs, PropertyList& result) {
   std::size_t count = 0;
   eachPair(pairs, [&count](std::int32_t, std::int32_t) { ++count; });
-  const std::lock_guard lock(atomsMutex_);
   const ObjectBlocks::Use use(objects_);
   Binding binding(*this);
   prepareAtoms();
@@ -253,13 +271,10 @@ PropertyList SceneSource::properties(std::uint32_t pairs) {
     const std::uint32_t key = find(keyId);
     const std::uint32_t value = find(valueId);
     if (!isAtom(key) || !isAtom(value)) return;
-    // An atom that ends asks for the lock: those of a node that fails end after it, with the
-    // result.
     Property& property = result.emplace_back();
     property.key = Ref<JtPropAtom>::adopt(atomLocked(key, binding));
     property.value = Ref<JtPropAtom>::adopt(atomLocked(value, binding));
   });
-  return result;
 }
 
 void SceneSource::loadShapesAhead() {

@@ -112,7 +112,9 @@ class SceneSource final : public ObjectSource {
   Ref<JtPropAtom> atom(std::uint32_t element);
   /// Elements of atoms that name MultiXT segments, one for each segment. Safe from several threads.
   const std::vector<std::uint32_t>& poolAtoms();
-  PropertyList properties(std::uint32_t pairs) override;
+  /// The properties of a row; pairs that name missing atoms are left out. Safe from several threads.
+  PropertyList properties(std::uint32_t pairs);
+  void readProperties(std::atomic<std::uint32_t>& row, PropertyList& properties) override;
   bool mayHave(std::uint32_t pairs, const JtString& key) override {
     return keys().has(*this, pairs, key);
   }
@@ -198,6 +200,7 @@ class SceneSource final : public ObjectSource {
     return made && made->tryRef() ? made : makeAtom(element, binding);
   }
   JtPropAtom* makeAtom(std::uint32_t element, Binding& binding);
+  void propertiesLocked(std::uint32_t pairs, PropertyList& result);
 
   Ref<Container> container_;
   std::unique_ptr<ShapeCache> shapes_;

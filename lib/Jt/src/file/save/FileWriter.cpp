@@ -170,13 +170,22 @@ void FileWriter::writeScene(const SavePlan& plan) {
                  : !sameVersion_   ? "the version changes"
                  : isSceneChanged_ ? "the scene graph was changed"
                                    : "asked for";
-  const auto content = scene.bytes.bytes();
-  sceneBytes_ =
-      isZlib ? wrapSegment(packer.finish(content).bytes(), sceneId_, kSceneSegment, format_)
-             : writeSegment(content, sceneId_, kSceneSegment, format_, options_.compressionLevel);
-  scene.bytes = {};
-  if (container_) planExisting(scene);
-  planNew(scene);
+  const auto pack = [&] {
+    const auto content = scene.bytes.bytes();
+    Buffer packed =
+        isZlib ? wrapSegment(packer.finish(content).bytes(), sceneId_, kSceneSegment, format_)
+               : writeSegment(content, sceneId_, kSceneSegment, format_, options_.compressionLevel);
+    scene.bytes = {};
+    return packed;
+  };
+  std::size_t sceneSegment = 0;
+  if (container_)
+    sceneSegment = planExisting(scene);
+  else
+    addSegment(sceneId_, kSceneSegment, {}, sceneReason_);
+  Buffer packed = planNew(scene.newSegments, pack);
+  segments_[sceneSegment].bytes = packed.bytes();
+  segments_[sceneSegment].owned = std::move(packed);
   planForeign();
   if (sameForm_ && &partition_ == &top_) planGaps();
 }
@@ -222,7 +231,9 @@ FileWriter::Segment FileWriter::dropped(const TocEntry& entry, std::string reaso
   return segment;
 }
 
-void FileWriter::planExisting(const EncodedScene& scene) {
+/// Returns the index of the scene graph's segment, whose bytes are still to come.
+std::size_t FileWriter::planExisting(const EncodedScene& scene) {
+  std::size_t sceneSegment = 0;
   const bool whole = &partition_ == &top_;
   const std::unordered_set<JtGuid> named(scene.namedSegments.begin(), scene.namedSegments.end());
   const std::unordered_set<JtGuid> before = segmentsNamedIn(*source_);
@@ -238,13 +249,15 @@ void FileWriter::planExisting(const EncodedScene& scene) {
     const bool isLost = !isScene && isDroppable(entry.type()) && !named.contains(entry.id) &&
                         (!whole || before.contains(entry.id));
     if (isScene) {
-      segments_.push_back(rewritten(entry, std::move(sceneBytes_), sceneReason_));
+      sceneSegment = segments_.size();
+      segments_.push_back(rewritten(entry, {}, sceneReason_));
     } else if (isLost && !converter_.convert(*container_, entry).isDropped()) {
       segments_.push_back(dropped(entry, "nothing names it any more"));
     } else {
       segments_.push_back(converted(entry));
     }
   }
+  return sceneSegment;
 }
 
 void FileWriter::addSegment(const JtGuid& id, std::int32_t type, Buffer bytes, std::string reason) {
@@ -255,9 +268,9 @@ void FileWriter::addSegment(const JtGuid& id, std::int32_t type, Buffer bytes, s
   segment.sourceOffset = std::numeric_limits<std::uint64_t>::max();  // behind everything
 }
 
-void FileWriter::planNew(const EncodedScene& scene) {
-  if (!container_) addSegment(sceneId_, kSceneSegment, std::move(sceneBytes_), sceneReason_);
-  const std::vector<NewSegment>& made = scene.newSegments;
+/// Returns what `packScene` made; it has a core beside those that encode shapes.
+Buffer FileWriter::planNew(const std::vector<NewSegment>& made,
+                           const std::function<Buffer()>& packScene) {
   std::vector<Buffer> bytes(made.size());
   std::vector<codec::Report> losses(made.size());
   // Objects of applications serialise on the caller's thread only.
@@ -269,13 +282,18 @@ void FileWriter::planNew(const EncodedScene& scene) {
       bytes[i] = encodeNew(made[i], losses[i]);
     }
   }
-  parallelFor(shapes.size(), [&](std::size_t i) {
-    bytes[shapes[i]] = encodeNew(made[shapes[i]], losses[shapes[i]]);
+  Buffer scene;
+  parallelFor(1 + shapes.size(), [&](std::size_t i) {
+    if (i == 0)
+      scene = packScene();
+    else
+      bytes[shapes[i - 1]] = encodeNew(made[shapes[i - 1]], losses[shapes[i - 1]]);
   });
   for (std::size_t i = 0; i < made.size(); ++i) {
     for (const Diagnostic& loss : losses[i].warnings) warn(loss.code, loss.message);
     addSegment(made[i].id, made[i].type, std::move(bytes[i]), "it is new");
   }
+  return scene;
 }
 
 /// Segments of the files that nodes came from.

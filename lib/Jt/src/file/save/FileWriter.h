@@ -2,6 +2,7 @@
 
 // A partition to a file: which segments are copied, which are written anew, and where they go.
 
+#include <functional>
 #include <vector>
 
 #include "JtPartition.h"
@@ -36,8 +37,8 @@ class FileWriter {
 
   void checkVersion() const;
   bool isUntouched(const std::vector<ChangedObject>& changedObjects) const;
-  void planExisting(const EncodedScene& scene);
-  void planNew(const EncodedScene& scene);
+  std::size_t planExisting(const EncodedScene& scene);
+  Buffer planNew(const std::vector<NewSegment>& made, const std::function<Buffer()>& packScene);
   void planForeign();
   void addSegment(const JtGuid& id, std::int32_t type, Buffer bytes, std::string reason);
   void planGaps();
@@ -68,7 +69,6 @@ class FileWriter {
   SegmentConverter converter_;
   SegmentPlaces places_;
   JtGuid sceneId_;
-  Buffer sceneBytes_;  // a whole segment
   std::string sceneReason_;
   std::vector<Segment> segments_;  // in the order of the table of contents
   std::vector<Segment> gaps_;
