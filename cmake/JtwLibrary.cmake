@@ -44,8 +44,10 @@ function(jtw_warnings target)
   # g++ 12 raises false alarms of this kind where strings are put together.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
   if(JTW_SANITIZE)
-    # The code that sanitizers add hides from g++ what initializes an optional value.
-    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    # The code that sanitizers add hides from g++ what initializes an optional value, and that no bytes are copied
+    # to an empty vector.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+                           $<$<CXX_COMPILER_ID:GNU>:-Wno-nonnull>)
   endif()
   if(JTW_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)

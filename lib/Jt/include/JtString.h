@@ -23,6 +23,7 @@ class JT_API JtString {
   explicit JtString(std::wstring_view text);
   explicit JtString(std::u16string_view units);
   JtString(const JtString& other) : JtString(other.units()) {}
+  /// Takes the units over; the other text is empty then.
   JtString(JtString&& other) noexcept
       : units_(std::exchange(other.units_, nullptr)), length_(std::exchange(other.length_, 0)) {}
   JtString& operator=(JtString other) noexcept {

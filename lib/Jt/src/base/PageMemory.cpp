@@ -25,10 +25,11 @@ void unmapPages(std::byte* pages, std::size_t size) noexcept { munmap(pages, siz
 void dropPages(std::byte* pages, std::size_t size) noexcept { madvise(pages, size, MADV_DONTNEED); }
 
 void preferLargePages(void* memory, std::size_t size) noexcept {
-  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-  const auto begin = (reinterpret_cast<std::uintptr_t>(memory) + page - 1) / page * page;
-  const auto end = (reinterpret_cast<std::uintptr_t>(memory) + size) / page * page;
-  if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const std::size_t outside = reinterpret_cast<std::uintptr_t>(memory) % page;
+  const std::size_t before = outside == 0 ? 0 : page - outside;
+  if (size < before + page) return;
+  madvise(static_cast<std::byte*>(memory) + before, (size - before) / page * page, MADV_HUGEPAGE);
 }
 
 }  // namespace jt::storage
