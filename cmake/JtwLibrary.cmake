@@ -54,8 +54,8 @@ function(jtw_warnings target)
   endif()
 endfunction()
 
-# Debug builds are compiled without optimisation, in half the time; not so what tests spend their time in, or
-# what needs the stack that it saves.
+# Debug builds compile programs and tests without optimisation, in half the time; not so the libraries, which is
+# where tests and fuzz targets spend theirs.
 function(jtw_optimise target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O1>)
 endfunction()
@@ -82,6 +82,7 @@ function(jtw_library name)
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE ${ARG_PRIVATE_LINK})
   jtw_warnings(${name})
+  jtw_optimise(${name})
   install(TARGETS ${name} EXPORT JtwTargets)
   install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/jtw)
 endfunction()
