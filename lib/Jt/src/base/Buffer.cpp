@@ -10,14 +10,7 @@
 
 namespace jt::file {
 
-namespace {
-
-/// From here on memory comes in pages of its own: given back whole, and large pages where possible.
-constexpr std::size_t kMapFrom = 4U << 20;
-
-}  // namespace
-
-Buffer::Buffer(std::size_t size) : size_(size), mapped_(size >= kMapFrom ? size : 0) {
+Buffer::Buffer(std::size_t size) : size_(size), mapped_(size >= storage::kOwnPages ? size : 0) {
   bytes_ =
       mapped_ ? storage::mapPages(size) : static_cast<std::byte*>(std::malloc(size ? size : 1));
   if (!bytes_) throw std::bad_alloc();
@@ -44,7 +37,7 @@ Buffer::~Buffer() {
 }
 
 void Buffer::resize(std::size_t size) {
-  if (mapped_ && size >= kMapFrom) {
+  if (mapped_ && size >= storage::kOwnPages) {
     std::byte* moved = storage::remapPages(bytes_, mapped_, size);
     if (!moved) throw std::bad_alloc();
     bytes_ = moved;

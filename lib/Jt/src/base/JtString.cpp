@@ -1,6 +1,7 @@
 #include "JtString.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "HostUtf8.h"
 
@@ -14,37 +15,20 @@ char32_t nextCodePoint(std::u16string_view units, std::size_t& place) {
   return host::characterOf(unit, units[place++]);
 }
 
-/// Puts a character behind the units.
-void appendUnits(std::u16string& units, char32_t value) {
-  if (value > 0x10ffff) value = host::kReplacementCharacter;
-  if (value >= 0x10000) {
-    units += static_cast<char16_t>(0xd7c0 + (value >> 10));
-    value = 0xdc00 | (value & 0x3ff);
-  }
-  units += static_cast<char16_t>(value);
-}
-
-std::u16string unitsOf(std::string_view text) {
-  std::u16string units;
-  units.reserve(text.size());
-  while (!text.empty()) {
-    char32_t value = 0;
-    const std::size_t size = host::decodeUtf8(text, value);
-    appendUnits(units, size ? value : host::kReplacementCharacter);
-    text.remove_prefix(std::max<std::size_t>(size, 1));
-  }
-  return units;
-}
-
-std::u16string unitsOf(std::wstring_view text) {
-  std::u16string units;
-  units.reserve(text.size());
-  for (const wchar_t unit : text)
-    if constexpr (sizeof(wchar_t) == sizeof(char16_t))
-      units += static_cast<char16_t>(unit);
-    else
-      appendUnits(units, static_cast<char32_t>(unit));
-  return units;
+/// The text of characters that `forEach` hands on one by one, the same each time it is called.
+template <class ForEach>
+JtString textOf(const ForEach& forEach) {
+  std::size_t count = 0;
+  forEach([&](char32_t value) { count += value < 0x10000 ? 1 : 2; });
+  return JtString::filled(count, [&](char16_t* unit) {
+    forEach([&](char32_t value) {
+      if (value >= 0x10000) {
+        *unit++ = static_cast<char16_t>(0xd7c0 + (value >> 10));
+        value = 0xdc00 | (value & 0x3ff);
+      }
+      *unit++ = static_cast<char16_t>(value);
+    });
+  });
 }
 
 }  // namespace
@@ -52,9 +36,23 @@ std::u16string unitsOf(std::wstring_view text) {
 JtString::JtString(const char* text)
     : JtString(text ? std::string_view(text) : std::string_view{}) {}
 
-JtString::JtString(std::string_view text) : JtString(std::u16string_view(unitsOf(text))) {}
+JtString::JtString(std::string_view text)
+    : JtString(textOf([text](const auto& take) {
+        for (std::string_view rest = text; !rest.empty();) {
+          char32_t value = 0;
+          const std::size_t size = host::decodeUtf8(rest, value);
+          take(size ? value : host::kReplacementCharacter);
+          rest.remove_prefix(std::max<std::size_t>(size, 1));
+        }
+      })) {}
 
-JtString::JtString(std::wstring_view text) : JtString(std::u16string_view(unitsOf(text))) {}
+JtString::JtString(std::wstring_view text)
+    : JtString(textOf([text](const auto& take) {
+        for (const wchar_t each : text) {
+          const auto value = static_cast<std::make_unsigned_t<wchar_t>>(each);
+          take(value <= 0x10ffff ? char32_t{value} : host::kReplacementCharacter);
+        }
+      })) {}
 
 JtString::JtString(std::u16string_view units) {
   if (units.empty()) return;

@@ -5,6 +5,10 @@
 
 namespace jt::storage {
 
+/// Memory of at least that many bytes takes pages of its own: they are given back whole, and come
+/// in large ones where possible.
+inline constexpr std::size_t kOwnPages = std::size_t{4} << 20U;
+
 /// New memory of whole pages, zero when first touched, in large pages
 /// where the system has them. Null when there is none.
 std::byte* mapPages(std::size_t size) noexcept;
@@ -22,8 +26,7 @@ void preferLargePages(void* memory, std::size_t size) noexcept;
 /// and in large pages with far less work.
 template <class T>
 void fillLarge(std::vector<T>& values, std::size_t count, const T& value = T()) {
-  constexpr std::size_t kLarge = std::size_t{4} << 20U;
-  if (count >= kLarge / sizeof(T)) {
+  if (count >= kOwnPages / sizeof(T)) {
     values.reserve(count);
     preferLargePages(values.data(), values.capacity() * sizeof(T));
   }

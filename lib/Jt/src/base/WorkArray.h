@@ -46,9 +46,8 @@ class WorkArray {
   const T& operator[](std::size_t i) const noexcept { return values_[i]; }
 
  private:
-  static constexpr std::size_t kMapFrom = std::size_t{2} << 20U;
   std::size_t bytes() const noexcept { return size_ * sizeof(T); }
-  bool isMapped() const noexcept { return bytes() >= kMapFrom; }
+  bool isMapped() const noexcept { return bytes() >= kOwnPages; }
 
   T* values_ = nullptr;
   std::size_t size_ = 0;

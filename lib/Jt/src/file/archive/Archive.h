@@ -193,11 +193,10 @@ class BasicReader {
   template <class T, class Each>
   void repeat(const char* name, std::vector<T>& items, std::size_t minItemSize, Each each) {
     const std::size_t count = readCount(name, minItemSize);
+    hold(count * sizeof(T));
     items.clear();
-    for (std::size_t i = 0; i < count; ++i) {
-      hold(kGrowth * sizeof(T));
-      each(items.emplace_back());
-    }
+    items.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) each(items.emplace_back());
   }
   /// One object id in a list of its own.
   void single(const char* name, std::vector<std::int32_t>& ids) {
@@ -288,7 +287,6 @@ class BasicReader {
       if (listener_) listener_->field(offset(), size, name, type, text());
   }
   static constexpr std::size_t kBlockCost = 16;
-  static constexpr std::size_t kGrowth = 2;  // a list that grows has up to twice the room
 
   const std::byte* begin_;
   const std::byte* at_;

@@ -112,7 +112,7 @@ class SceneSource final : public ObjectSource {
   Ref<JtPropAtom> atom(std::uint32_t element);
   /// Elements of atoms that name MultiXT segments, one for each segment. Safe from several threads.
   const std::vector<std::uint32_t>& poolAtoms();
-  /// The properties of a row; pairs that name missing atoms are left out. Safe from several threads.
+  /// The properties of a row; pairs without an atom are left out. Safe from several threads.
   PropertyList properties(std::uint32_t pairs);
   void readProperties(std::atomic<std::uint32_t>& row, PropertyList& properties) override;
   bool mayHave(std::uint32_t pairs, const JtString& key) override {
