@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "GeneratedFiles.h"
+#include "JtParallel.h"
 #include "JtResidencyRequestManager.h"
 #include "JtShape.h"
 #include "MeshSamples.h"
@@ -149,7 +150,7 @@ void inBackground(benchmark::State& state, Profile profile) {
 
 int main(int argc, char** argv) {
   JtPartition::_autoLoadShapes = false;
-  const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+  const int cores = static_cast<int>(jt::coreCount());
   for (const Profile profile : {Profile::compact, Profile::compatible}) {
     const std::string name = profile == Profile::compact ? "/compact10" : "/compatible10";
     const auto add = [&](const char* way, void (*run)(benchmark::State&, Profile)) {

@@ -8,13 +8,13 @@
 #include <memory>
 #include <span>
 #include <string_view>
-#include <thread>
 
 #include "Bindings.h"
 #include "Failure.h"
 #include "ImageEncoder.h"
 #include "InputFile.h"
 #include "JtFormatError.h"
+#include "JtParallel.h"
 #include "JtwEditError.h"
 #include "JtwValueText.h"
 #include "Library.h"
@@ -150,7 +150,7 @@ PicturePtr snapshot(const py::object& what, const py::object& view,
   request.view.height = size[1];
   request.view.viewpoint = viewpointOf(view, perspective);
   request.view.background = backgroundOf(background);
-  request.view.jobs = std::max(1U, std::thread::hardware_concurrency());
+  request.view.jobs = static_cast<unsigned>(jt::coreCount());
   if (section)
     request.view.section = tool::Section{.point = section->first, .normal = section->second};
   request.edges = edges;

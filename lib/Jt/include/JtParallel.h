@@ -9,18 +9,24 @@
 #include <thread>
 #include <vector>
 
+#include "JtExport.h"
+
 namespace jt {
 
-/// How many threads a number of threads stands for; 0: one for each core that this process may use.
+/// Cores that this process may use: those of the machine, or fewer where it is bound to some of
+/// them. At least 1.
+JT_API std::size_t coreCount() noexcept;
+
+/// How many threads a number of threads stands for; 0: one for each of coreCount().
 inline std::size_t threadCount(std::size_t threads) noexcept {
-  return threads != 0 ? threads : std::max(1U, std::thread::hardware_concurrency());
+  return threads != 0 ? threads : coreCount();
 }
 
 /// Calls work(0) ... work(count - 1), each once and in no certain order, on several threads; the
 /// calling thread is one of them. Returns when all are done. The first exception of any call stops
 /// what has not begun and is thrown here.
-/// @param threads at most so many; 0: one for each core that this process may use. Where the
-///   system gives fewer, fewer do the work.
+/// @param threads at most so many; 0: one for each of coreCount(). Where the system gives fewer,
+///   fewer do the work.
 template <class Work>
 void inParallel(std::size_t threads, std::size_t count, const Work& work) {
   std::atomic<std::size_t> next{0};

@@ -4,6 +4,8 @@
 #include <malloc.h>
 
 #include <nlohmann/json.hpp>
+#include <set>
+#include <tuple>
 
 #include "JtDrawing.h"
 #include "JtInspect.h"
@@ -459,6 +461,40 @@ TEST(Findings, ChangedBitsOfShapesAreFoundOrHarmless) {
   }
   for (const char* code : {"hash_mismatch", "bad_packet", "bad_topology", "bad_element_length"})
     EXPECT_GT(codes[code], 0) << code;
+}
+
+/// A mesh so large that it is decoded on two cores.
+TEST(Findings, OfALargeShapeAreTheSameOnEveryNumberOfThreads) {
+  const Format format{10, 0, false};
+  const jt::codec::EncodeOptions options{.profile = jt::codec::Profile::compact,
+                                         .coordinateBits = 12};
+  jt::codec::Report losses;
+  const auto segment = jt::file::writeShapeSegment(grid(250, 150, false, true, {}, true), {}, 7,
+                                                   format, options, losses);
+  const auto content = segment.bytes().subspan(jt::file::kSegmentHeaderSize);
+  Bytes bytes(content.begin(), content.end());
+  const auto found = [&](std::size_t threads) {
+    jt::file::parallelThreads = threads;
+    jt::Mesh mesh;
+    std::string notes;
+    const std::string error = errorText([&] {
+      jt::codec::VariantChoice variants;
+      jt::file::DecodedShape shape = readShape(bytes, format, variants);
+      mesh = std::move(shape.mesh);
+      for (const jt::Diagnostic& note : shape.warnings) notes += note.message + "\n";
+    });
+    jt::file::parallelThreads = 0;
+    return std::tuple(error + notes, mesh.positions, mesh.corners, mesh.records);
+  };
+  std::set<std::string> texts;
+  for (std::size_t at = bytes.size() / 50; at < bytes.size(); at += bytes.size() / 23) {
+    bytes[at] ^= std::byte{5};
+    const auto expected = found(1);
+    texts.insert(std::get<0>(expected));
+    EXPECT_EQ(expected, found(3)) << at;
+    bytes[at] ^= std::byte{5};
+  }
+  EXPECT_GE(texts.size(), 4U);
 }
 
 TEST(Findings, TheWalkOfAFileIsReportedOnce) {

@@ -8,9 +8,9 @@
 #include <numeric>
 #include <string_view>
 #include <system_error>
-#include <thread>
 #include <utility>
 
+#include "JtParallel.h"
 #include "MergedReport.h"
 #include "Progress.h"
 #include "RunLog.h"
@@ -76,7 +76,7 @@ Batch::Batch(Session& session, const FileList& list, Work work)
 Batch::~Batch() = default;
 
 std::size_t Batch::jobs(const Session& session) {
-  const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+  const std::size_t cores = jt::coreCount();
   return session.arguments().positiveNumber("jobs").value_or(cores);
 }
 

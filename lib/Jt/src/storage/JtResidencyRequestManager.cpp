@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "JtParallel.h"
+
 struct JtResidencyRequestManager::State {
   using Load = std::function<void()>;
 
@@ -18,8 +20,7 @@ struct JtResidencyRequestManager::State {
   std::list<Load> waiting;              // empty, it takes no memory
   std::size_t running = 0;
   std::size_t failures = 0;
-  std::size_t threadCount =
-      std::max(1U, std::thread::hardware_concurrency());  ///< of the next start
+  std::size_t threadCount = jt::coreCount();  ///< of the next start
   std::size_t mostThreads = 0;                            ///< of this one
   std::vector<std::jthread> threads;
 

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <charconv>
 #include <span>
-#include <thread>
 
 #include "ApiSysFilePath.h"
 #include "Failure.h"
 #include "ImageEncoder.h"
 #include "InputFile.h"
 #include "JtFormatError.h"
+#include "JtParallel.h"
 #include "JtwValueText.h"
 #include "Output.h"
 #include "Session.h"
@@ -149,7 +149,7 @@ View readView(const Arguments& arguments) {
   if (const auto jobs = arguments.positiveNumber("jobs"))
     view.jobs = static_cast<unsigned>(std::min(*jobs, kMostJobs));
   else
-    view.jobs = std::max(1U, std::thread::hardware_concurrency());
+    view.jobs = static_cast<unsigned>(jt::coreCount());
   return view;
 }
 

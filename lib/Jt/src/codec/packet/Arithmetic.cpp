@@ -254,10 +254,10 @@ void ArithmeticStream::run(const std::array<ArithmeticStream*, K>& streams, std:
 namespace {
 
 template <bool areUniform>
-void decodeAll(std::span<ArithmeticStream> streams) {
+void decodeAll(std::span<ArithmeticStream* const> streams) {
   std::vector<ArithmeticStream*> open;
-  for (ArithmeticStream& stream : streams)
-    if (stream.isUniform() == areUniform && stream.left() > 0) open.push_back(&stream);
+  for (ArithmeticStream* stream : streams)
+    if (stream->isUniform() == areUniform && stream->left() > 0) open.push_back(stream);
   while (!open.empty()) {
     std::ranges::sort(open, std::ranges::greater(), &ArithmeticStream::left);
     const std::size_t together = std::min<std::size_t>(open.size(), 4);
@@ -277,7 +277,7 @@ void decodeAll(std::span<ArithmeticStream> streams) {
 
 }  // namespace
 
-void decodeTogether(std::span<ArithmeticStream> streams) {
+void decodeTogether(std::span<ArithmeticStream* const> streams) {
   decodeAll<true>(streams);
   decodeAll<false>(streams);
 }

@@ -150,6 +150,6 @@ class ArithmeticStream {
 };
 
 /// Decodes streams to their ends.
-void decodeTogether(std::span<ArithmeticStream> streams);
+void decodeTogether(std::span<ArithmeticStream* const> streams);
 
 }  // namespace jt::codec

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "base/PageMemory.h"
+#include "base/ParallelFor.h"
 #include "codec/packet/Arithmetic.h"
 #include "codec/packet/Packets.h"
 #include "codec/packet/PrefixTree.h"
@@ -294,7 +295,7 @@ class PacketReader {
     // Batching costs memory and a direct table, which only pays for many values.
     if (ArithmeticStream::canDecode(tables[0]) && count >= tables[0].total / 8 &&
         budget_.trySpend(ArithmeticStream::memoryFor(bits, tables[0]))) {
-      batch_.streams_.emplace_back(bits, tables[0], std::move(outOfBand), values);
+      batch_.streams_.push_back({batch_.packets_, {bits, tables[0], std::move(outOfBand), values}});
     } else {
       decodeArithmetic(bits, tables, count, outOfBand, values);
     }
@@ -319,7 +320,7 @@ class PacketReader {
     expectCount(values.size(), count, cursor_);
     expectCount(low->size(), count, cursor_);
     const unsigned shift = span - chop;
-    batch_.steps_.emplace_back([&values, low, shift, bias] {
+    then([&values, low, shift, bias] {
       for (std::size_t i = 0; i < values.size(); ++i) {
         const std::uint32_t high = static_cast<std::uint32_t>(values[i]) << shift;
         values[i] = plus(static_cast<std::uint32_t>((*low)[i]) | high, bias);
@@ -332,31 +333,37 @@ class PacketReader {
     const std::shared_ptr<Values> newValues = nested();
     packet(values);
     expectCount(values.size(), count, cursor_);
-    batch_.steps_.emplace_back([&values, newValues, offset = cursor_.offset()] {
+    then([&values, newValues, offset = cursor_.offset()] {
       undoMoves(values, OutOfBand(std::move(*newValues)), offset);
     });
   }
 
+  void then(std::function<void()> step) {
+    batch_.steps_.push_back({batch_.packets_, std::move(step)});
+  }
+
   static void undoMoves(Values& values, OutOfBand newValues, std::size_t offset) {
+    // Values stay in their slots; only the order of the slots changes, a digit for each, the latest
+    // one lowest.
     constexpr std::size_t kWindow = 16;
-    std::array<std::int32_t, kWindow> window;
+    std::array<std::int32_t, kWindow> slots;
+    std::uint64_t order = 0xfedcba9876543210;
     std::size_t used = 0;
     for (std::int32_t& value : values) {
       std::size_t place;
-      std::int32_t found;
       if (value == -1) {
-        found = newValues.next(offset);
         if (used < kWindow) ++used;
         place = used - 1;
       } else {
         if (value < 0 || static_cast<std::size_t>(value) >= used)
           fail("bad_packet", "a window offset of " + std::to_string(value), offset);
         place = static_cast<std::size_t>(value);
-        found = window[place];
       }
-      for (; place > 0; --place) window[place] = window[place - 1];
-      window[0] = found;
-      value = found;
+      const std::uint64_t slot = order >> (4 * place) & 0xf;
+      const std::uint64_t newer = (std::uint64_t{1} << (4 * place)) - 1;
+      order = (order & ~newer & ~(std::uint64_t{0xf} << (4 * place))) | (order & newer) << 4 | slot;
+      if (value == -1) slots[slot] = newValues.next(offset);
+      value = slots[slot];
     }
   }
 
@@ -372,7 +379,8 @@ void PacketBatch::add(PacketKind kind, ByteCursor& cursor, Budget& budget, Predi
                       std::vector<std::int32_t>& values, OutOfBandForm form) {
   PacketReader(kind, cursor, budget, *this, form).packet(values);
   if (predictor != Predictor::none && !values.empty())
-    steps_.emplace_back([predictor, &values] { undoPrediction(predictor, values); });
+    steps_.push_back({packets_, [predictor, &values] { undoPrediction(predictor, values); }});
+  ++packets_;
 }
 
 void expectCount(std::size_t found, std::size_t expected, const ByteCursor& cursor) {
@@ -383,11 +391,53 @@ void expectCount(std::size_t found, std::size_t expected, const ByteCursor& curs
          cursor.offset());
 }
 
+/// Which packets are the second half of a large batch; the longest ones are dealt first. Empty
+/// where halves would not pay: on one core streams are faster together.
+std::vector<bool> PacketBatch::halfOf() const {
+  constexpr std::size_t kLarge = std::size_t{1} << 17U;
+  std::size_t all = 0;
+  for (const Stream& stream : streams_) all += stream.decoder.left();
+  if (all < kLarge || file::parallelThreadCount() < 2) return {};
+  struct Packet {
+    std::size_t index = 0;
+    std::size_t symbols = 0;
+  };
+  std::vector<Packet> packets(packets_);
+  for (std::size_t i = 0; i < packets_; ++i) packets[i].index = i;
+  for (const Stream& stream : streams_)
+    packets[stream.packet].symbols += stream.decoder.left() / (stream.decoder.isUniform() ? 4 : 1);
+  std::ranges::stable_sort(packets, std::ranges::greater(), &Packet::symbols);
+  std::vector<bool> isSecond(packets_);
+  std::array<std::size_t, 2> dealt{};
+  for (const Packet& packet : packets) {
+    const std::size_t half = dealt[1] < dealt[0] ? 1 : 0;
+    isSecond[packet.index] = half == 1;
+    dealt[half] += packet.symbols;
+  }
+  return isSecond;
+}
+
+template <class IsWanted>
+void PacketBatch::finish(const IsWanted& isWanted) {
+  std::vector<ArithmeticStream*> decoders;
+  for (Stream& stream : streams_)
+    if (isWanted(stream.packet)) decoders.push_back(&stream.decoder);
+  decodeTogether(decoders);
+  for (const Step& step : steps_)
+    if (isWanted(step.packet)) step.run();
+}
+
 void PacketBatch::finish() {
-  decodeTogether(streams_);
+  if (const std::vector<bool> isSecond = halfOf(); !isSecond.empty()) {
+    file::sideBySide(
+        true, [&] { finish([&](std::size_t packet) { return !isSecond[packet]; }); },
+        [&] { finish([&](std::size_t packet) { return isSecond[packet]; }); });
+  } else {
+    finish([](std::size_t) { return true; });
+  }
   streams_.clear();
-  for (const auto& step : steps_) step();
   steps_.clear();
+  packets_ = 0;
 }
 
 std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budget& budget,

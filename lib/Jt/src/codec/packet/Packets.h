@@ -27,7 +27,7 @@ std::vector<std::int32_t> decodePacket(PacketKind kind, ByteCursor& cursor, Budg
                                        OutOfBandForm form = OutOfBandForm::nested);
 
 /// A batch of packets, read in sequence and decoded together at the end: faster for arithmetic
-/// code.
+/// code. Large ones are decoded on two cores.
 class PacketBatch {
  public:
   /// Reads a packet. Its values are there when finish() has been called; their number is now. Safe
@@ -42,8 +42,23 @@ class PacketBatch {
 
  private:
   friend class PacketReader;
-  std::vector<ArithmeticStream> streams_;
-  std::vector<std::function<void()>> steps_;  // behind the streams, in order
+  struct Stream {
+    std::size_t packet;
+    ArithmeticStream decoder;
+  };
+  /// What follows when the streams of its packet are decoded; in order.
+  struct Step {
+    std::size_t packet;
+    std::function<void()> run;
+  };
+
+  std::vector<bool> halfOf() const;
+  template <class IsWanted>
+  void finish(const IsWanted& isWanted);
+
+  std::size_t packets_ = 0;
+  std::vector<Stream> streams_;
+  std::vector<Step> steps_;
   bool hasSmall_ = false;
 };
 
