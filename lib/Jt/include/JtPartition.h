@@ -156,8 +156,10 @@ class JT_API JtPartition : public JtGroup {
 
  private:
   void requireOpen(const JtStorageLocation& target) const;
-  jt::SaveReport saveOwn(JtStorageLocation& location, const jt::SaveOptions& options);
+  jt::SaveReport saveOwn(JtStorageLocation& location, const std::vector<const JtNode*>& nodes,
+                         const jt::SaveOptions& options);
   std::vector<jt::SaveReport> savePartFiles(JtStorageLocation& target,
+                                            const std::vector<const JtNode*>& nodes,
                                             const jt::SaveOptions& options);
   void attachExternal(jt::Ref<JtPartition> opened);
   bool openExternal(const JtPartition& referencing, struct JtExternalFiles& files);

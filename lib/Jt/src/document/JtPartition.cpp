@@ -291,14 +291,18 @@ struct ExternalFile {
 };
 
 /// The opened files of all levels below `top`, outermost first, each once.
+/// @param nodes of `top`
 std::vector<ExternalFile> externalFilesBelow(JtPartition& top,
+                                             const std::vector<const JtNode*>& nodes,
                                              const std::optional<jt::ShapeEncoding>& encoding) {
   std::vector<ExternalFile> files{{&top, encoding}};
   std::unordered_set<const JtPartition*> seen{&top};
+  std::vector<const JtNode*> below;
   for (std::size_t i = 0; i < files.size(); ++i) {
     const ExternalFile file = files[i];
     const auto own = file.partition->shapeEncoding();
-    for (const JtNode* node : jt::file::SceneWriter::nodesOf(*file.partition)) {
+    if (i > 0) below = jt::file::SceneWriter::nodesOf(*file.partition);
+    for (const JtNode* node : i == 0 ? nodes : below) {
       const auto* inner = jt::as<JtPartition>(node);
       JtPartition* other = inner ? inner->externalPartition() : nullptr;
       if (other && seen.insert(other).second) files.push_back({other, own ? own : file.encoding});
@@ -328,17 +332,19 @@ jt::SaveReport JtPartition::save(JtStorageLocation* location, const jt::SaveOpti
   if (!target)
     throw JtFormatError("no_location", "the partition has no storage location to be saved to");
   requireOpen(*target);
+  const auto nodes = jt::file::SceneWriter::nodesOf(*this);
   std::vector<jt::SaveReport> parts;
-  if (options.partFiles) parts = savePartFiles(*target, options);
-  jt::SaveReport report = saveOwn(*target, options);
+  if (options.partFiles) parts = savePartFiles(*target, nodes, options);
+  jt::SaveReport report = saveOwn(*target, nodes, options);
   report.alsoSaved = std::move(parts);
   return report;
 }
 
 /// A file may hang below one that was not changed, and in many places.
 std::vector<jt::SaveReport> JtPartition::savePartFiles(JtStorageLocation& target,
+                                                       const std::vector<const JtNode*>& nodes,
                                                        const jt::SaveOptions& options) {
-  std::vector<ExternalFile> changed = externalFilesBelow(*this, options.shapeEncoding);
+  std::vector<ExternalFile> changed = externalFilesBelow(*this, nodes, options.shapeEncoding);
   std::erase_if(changed,
                 [](const ExternalFile& file) { return !file.partition->isContentModified(); });
   std::reverse(changed.begin(), changed.end());
@@ -350,7 +356,7 @@ std::vector<jt::SaveReport> JtPartition::savePartFiles(JtStorageLocation& target
     inherited.dryRun = dryRun;
     inherited.compressionLevel = options.compressionLevel;
     inherited.shapeEncoding = file.encoding;
-    return other.saveOwn(*other.location_, inherited);
+    return other.saveOwn(*other.location_, jt::file::SceneWriter::nodesOf(other), inherited);
   };
   std::vector<jt::SaveReport> reports;
   reports.reserve(changed.size());
@@ -359,15 +365,17 @@ std::vector<jt::SaveReport> JtPartition::savePartFiles(JtStorageLocation& target
   // What cannot be encoded is found before the first file is written.
   jt::SaveOptions trial = options;
   trial.dryRun = true;
-  saveOwn(target, trial);
+  saveOwn(target, nodes, trial);
   reports.clear();
   for (const ExternalFile& file : changed) reports.push_back(write(file, false));
   return reports;
 }
 
 /// The file of this partition alone.
-jt::SaveReport JtPartition::saveOwn(JtStorageLocation& location, const jt::SaveOptions& options) {
-  return saveAndRemember({*this, *this, options}, location, location_.get(), savedAs_);
+jt::SaveReport JtPartition::saveOwn(JtStorageLocation& location,
+                                    const std::vector<const JtNode*>& nodes,
+                                    const jt::SaveOptions& options) {
+  return saveAndRemember({*this, *this, nodes, options}, location, location_.get(), savedAs_);
 }
 
 jt::SaveReport JtPartition::saveAs(JtNode* root, JtStorageLocation* location,
@@ -382,5 +390,6 @@ jt::SaveReport JtPartition::saveAs(JtNode* root, JtStorageLocation* location,
   for (int i = 0; getProperty(i, key, value); ++i) top->addProperty(key, value, true);
   if (const auto box = bounds()) top->setBounds(*box);
   top->addChild(root);
-  return saveAndRemember({*this, *top, options}, *location, location_.get(), savedAs_);
+  const auto nodes = jt::file::SceneWriter::nodesOf(*top);
+  return saveAndRemember({*this, *top, nodes, options}, *location, location_.get(), savedAs_);
 }

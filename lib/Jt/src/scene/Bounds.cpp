@@ -128,7 +128,7 @@ std::optional<jt::Box> JtPartition::computeBounds() const { return jt::contentBo
 std::optional<jt::Box> jt::contentBounds(const JtNode& root) {
   // Each node once, children first, with a stack of its own: depth and shared nodes do not matter.
   // Below a final transform others do not count, so a node may have two boxes.
-  std::array<std::unordered_map<const JtNode*, Box>, 2> boxes;
+  std::array<std::unordered_map<const JtNode*, Box>, 2> boxes;  // of nodes in several places
   struct Level {
     Level(const JtNode& own, bool isFinalAbove)
         : node(&own),
@@ -153,7 +153,8 @@ std::optional<jt::Box> jt::contentBounds(const JtNode& root) {
     if (!isLeaf && level.next < level.node->numChildren()) {
       const JtNode* child = level.node->child(level.next++);
       const auto& known = boxes[level.isFinal ? 1 : 0];
-      if (const auto found = known.find(child); found != known.end()) {
+      const auto found = child->numParents() > 1 ? known.find(child) : known.end();
+      if (found != known.end()) {
         include(level.box, found->second);
       } else {
         stack.emplace_back(*child, level.isFinal);
@@ -163,7 +164,7 @@ std::optional<jt::Box> jt::contentBounds(const JtNode& root) {
     if (stack.size() == 1) break;
     areTurned = areTurned || !keepsAxes(level.toParent);
     const Box box = transformed(level.box, level.toParent);
-    boxes[level.known].emplace(level.node, box);
+    if (level.node->numParents() > 1) boxes[level.known].emplace(level.node, box);
     stack.pop_back();
     include(stack.back().box, box);
   }

@@ -62,7 +62,7 @@ std::unordered_set<const Container*> filesOfPools(const std::vector<const JtNode
 }  // namespace
 
 FileWriter::FileWriter(const JtPartition& partition, const JtPartition& top,
-                       const SaveOptions& options)
+                       const std::vector<const JtNode*>& nodes, const SaveOptions& options)
     : partition_(partition),
       top_(top),
       options_(options),
@@ -74,7 +74,7 @@ FileWriter::FileWriter(const JtPartition& partition, const JtPartition& top,
           partition.shapeEncoding().value_or(options.shapeEncoding.value_or(ShapeEncoding{}))),
       sameForm_(container_ && container_->format().sameFormAs(format_)),
       sameVersion_(container_ && container_->format() == format_),
-      nodes_(SceneWriter::nodesOf(top)),
+      nodes_(nodes),
       isSceneChanged_(SceneWriter::isChanged(nodes_, source_)),
       converter_(format_, encoding_, options.compressionLevel),
       places_(container_, converter_) {}
@@ -116,7 +116,7 @@ SaveReport FileWriter::save(JtStorageLocation& location) {
       return named->contains(&from);
     });
     if (container_ && !sameForm_) converter_.convertShapes(*container_);
-    const SavePlan plan(top_, nodes_, isSceneChanged_, encoding_, format_, converter_);
+    SavePlan plan(nodes_, encoding_, format_, converter_);
     writeScene(plan);
     front = frontMatter();
     pieces.push_back({front.bytes(), nullptr, 0});
@@ -159,11 +159,17 @@ void FileWriter::noteLostGeometry() {
   });
 }
 
-void FileWriter::writeScene(const SavePlan& plan) {
+void FileWriter::writeScene(SavePlan& plan) {
   const bool isZlib = packingOf(kSceneSegment, format_) == Packing::zlib;
   ZlibPacker packer(options_.compressionLevel);
-  EncodedScene scene =
-      SceneWriter(nodes_, source_, format_, plan, places_).encode(isZlib ? &packer : nullptr);
+  SceneWriter writer(nodes_, source_, format_, plan, places_);
+  constexpr std::size_t kManyNodes = 10'000;
+  sideBySide(
+      isSceneChanged_ && nodes_.size() > kManyNodes, [&] { writer.collectGraph(); },
+      [&] {
+        if (isSceneChanged_) plan.growBounds(top_);
+      });
+  EncodedScene scene = writer.encode(isZlib ? &packer : nullptr);
   report_.warnings = std::move(scene.warnings);
   sceneId_ = container_ ? container_->sceneEntry().id : JtGuid::random();
   sceneReason_ = !container_       ? "it is new"

@@ -17,7 +17,9 @@ class FileWriter {
   /// @param partition whose file the segments come from
   /// @param top       what becomes the scene graph: the partition itself, or a partition made for a
   ///                  part of it
-  FileWriter(const JtPartition& partition, const JtPartition& top, const SaveOptions& options);
+  /// @param nodes     of `top`, as SceneWriter::nodesOf() lists them; must outlive the writer
+  FileWriter(const JtPartition& partition, const JtPartition& top,
+             const std::vector<const JtNode*>& nodes, const SaveOptions& options);
 
   /// Writes, unless the options ask for a dry run. Throws JtFormatError.
   SaveReport save(JtStorageLocation& location);
@@ -52,7 +54,7 @@ class FileWriter {
   Buffer encodeNew(const NewSegment& segment, codec::Report& losses) const;
   void warn(const std::string& code, const std::string& message);
   void noteLostGeometry();
-  void writeScene(const SavePlan& plan);
+  void writeScene(SavePlan& plan);
 
   const JtPartition& partition_;
   const JtPartition& top_;
@@ -64,7 +66,7 @@ class FileWriter {
   ShapeEncoding encoding_;
   bool sameForm_;     // as the file that was read, but for the number of the version
   bool sameVersion_;  // and the number too
-  std::vector<const JtNode*> nodes_;  // what is written
+  const std::vector<const JtNode*>& nodes_;  // what is written
   bool isSceneChanged_;
   SegmentConverter converter_;
   SegmentPlaces places_;

@@ -50,9 +50,8 @@ std::int32_t SavePlan::segmentTypeOf(const JtShape& shape) {
   return kWithoutLevel;
 }
 
-SavePlan::SavePlan(const JtPartition& top, const std::vector<const JtNode*>& nodes, bool isChanged,
-                   const ShapeEncoding& encoding, const Format& format, SegmentConverter& converter)
-    : top_(&top), bounds_(isChanged ? top.grownBounds() : std::nullopt) {
+SavePlan::SavePlan(const std::vector<const JtNode*>& nodes, const ShapeEncoding& encoding,
+                   const Format& format, SegmentConverter& converter) {
   for (const JtNode* node : nodes) {
     const auto* shape = as<JtShape>(node);
     if (!shape) continue;
@@ -68,6 +67,11 @@ SavePlan::SavePlan(const JtPartition& top, const std::vector<const JtNode*>& nod
       planConverted(*vertexShape, *atom, converter);
     }
   }
+}
+
+void SavePlan::growBounds(const JtPartition& top) {
+  top_ = &top;
+  bounds_ = top.grownBounds();
 }
 
 void SavePlan::planNew(const JtShape& shape, const JtLateLoadedPropAtom& atom,

@@ -18,12 +18,12 @@ class SavePlan {
  public:
   /// Plans nothing: everything is stored as it is.
   SavePlan() = default;
-  /// @param top       what is saved
-  /// @param nodes     its nodes
-  /// @param isChanged whether the scene graph is stored with changes
+  /// @param nodes     of what is saved
   /// @param converter of the save; knows all changed objects
-  SavePlan(const JtPartition& top, const std::vector<const JtNode*>& nodes, bool isChanged,
-           const ShapeEncoding& encoding, const Format& format, SegmentConverter& converter);
+  SavePlan(const std::vector<const JtNode*>& nodes, const ShapeEncoding& encoding,
+           const Format& format, SegmentConverter& converter);
+  /// Lets the stored extent of what is saved grow with its content.
+  void growBounds(const JtPartition& top);
 
   /// True for an object in whose place a copy is stored.
   bool changes(const JtSceneObject& object) const {
@@ -51,7 +51,7 @@ class SavePlan {
                      SegmentConverter& converter);
 
   const JtPartition* top_ = nullptr;
-  std::optional<Box> bounds_;  // of top_, when it grows
+  std::optional<Box> bounds_;  // of top_
   std::unordered_map<const JtSceneObject*, ShapeStorage> shapes_;
   std::unordered_map<const JtPropAtom*, NewGeometry> geometry_;
   // First atom by mesh and segment type.

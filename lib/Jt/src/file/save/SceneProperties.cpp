@@ -184,6 +184,25 @@ bool SceneWriter::collectNodeRow(const JtNode& node, std::int32_t owner,
   return true;
 }
 
+/// Fetches what the nodes behind one have as properties: in a scene that was built in memory they
+/// lie anywhere.
+void SceneWriter::loadAhead(std::size_t at) const {
+  constexpr std::size_t kNext = 1;
+  constexpr std::size_t kSecond = 3;
+  constexpr std::size_t kThird = 6;
+  const auto isLoaded = [](const JtNode& node) {
+    return FieldAccess::propertyRow(node).load(std::memory_order_acquire) == 0;
+  };
+  if (at + kThird < nodes_.size()) __builtin_prefetch(nodes_[at + kThird]);
+  if (at + kSecond < nodes_.size())
+    if (const JtNode& node = *nodes_[at + kSecond]; isLoaded(node))
+      __builtin_prefetch(FieldAccess::properties(node).data());
+  if (at + kNext < nodes_.size())
+    if (const JtNode& node = *nodes_[at + kNext]; isLoaded(node))
+      for (const Property& property : FieldAccess::properties(node))
+        __builtin_prefetch(property.value.get());
+}
+
 /// Rows keep the order of the source; owners that got their first property follow.
 void SceneWriter::collectProperties() {
   std::vector<const JtNode*> own(source_ ? source_->firstAtom() : 0);
@@ -200,10 +219,13 @@ void SceneWriter::collectProperties() {
         copyRow(row.owner, row.pairs);
       }
     }
-  for (const JtNode* node : nodes_) {
-    const bool isDone = isOwn(*node) && !own[SceneSource::elementOf(*node)];
-    if (isDone || node->numProperties() == 0) continue;
-    collectNodeRow(*node, idOf(*node), 0);
+  for (std::size_t i = 0; i < nodes_.size(); ++i) {
+    const JtNode& node = *nodes_[i];
+    const bool isDone = isOwn(node) && !own[SceneSource::elementOf(node)];
+    if (isDone) continue;
+    loadAhead(i);
+    if (node.numProperties() == 0) continue;
+    collectNodeRow(node, idOf(node), 0);
     packAhead();
   }
 }

@@ -4,7 +4,6 @@
 #include <unordered_set>
 
 #include "JtInstance.h"
-#include "JtLights.h"
 #include "JtShape.h"
 #include "JtTexture.h"
 #include "VisPartNode.h"
@@ -118,7 +117,6 @@ std::vector<ChangedObject> SceneWriter::changedMetaData(const std::vector<const 
 
 EncodedScene SceneWriter::encode(ZlibPacker* packer) {
   packer_ = packer;
-  collectGraph();
   ByteSink& out = result_.bytes;
   if (source_) {
     // Which atoms of the source stay is known when all properties have been seen.
@@ -202,12 +200,14 @@ void SceneWriter::collectGraph() {
   const std::uint32_t count = source_ ? source_->firstAtom() : 0;
   std::vector<const JtSceneObject*> live(count);
   std::vector<Item> added;
+  std::vector<const JtLightSet*> lightSets;
   const auto meet = [&](const JtSceneObject& object, bool isFirst) {
     if (isOwn(object)) {
       live[SceneSource::elementOf(object)] = &object;
     } else if (isFirst) {
       setNewId(object, newId());
       added.push_back({&object, SceneSource::kNone, nextId_ - 1});
+      if (const auto* set = as<JtLightSet>(&object)) lightSets.push_back(set);
     }
   };
   for (const JtNode* node : nodes_) {
@@ -217,7 +217,7 @@ void SceneWriter::collectGraph() {
       meet(attribute, hasOwnSlot(attribute) || !ids_.find(&attribute));
     }
   }
-  takeLights(added);
+  takeLights(lightSets, added);
   graph_.reserve(count + added.size());
   for (std::uint32_t element = 0; element < count; ++element) {
     const Item item{live[element], element, source_->objectId(element)};
@@ -247,29 +247,27 @@ std::int32_t SceneWriter::newIdOf(const SceneSource& from, std::int32_t id) {
 
 /// Light sets name their lights by id, and often nothing else does. Those of sets from other files
 /// come along.
-void SceneWriter::takeLights(std::vector<Item>& added) {
-  for (const JtNode* node : nodes_)
-    for (int i = 0; i < node->numAttributes(); ++i) {
-      const auto* set = as<JtLightSet>(node->attribute(i));
-      SceneSource* from = set ? SceneSource::sourceOf(*set) : nullptr;
-      if (!from || from == source_) continue;
-      for (const std::int32_t id : set->lightIds()) {
-        const std::uint32_t element = from->find(id);
-        if (element >= from->firstAtom() || newIdOf(*from, id) != 0) continue;
-        Links links;
-        const ElementKind* kind = nullptr;
-        std::string damage;
-        const Ref<JtSceneObject> light =
-            SceneReader::readElement(*from, element, links, kind, &damage);
-        if (!damage.empty() || !JtType::isA(light.get(), JtLight::classTypeID())) continue;
-        from->bind(*light, element);
-        lights_.push_back(light);
-        const std::int32_t taken = newId();
-        setNewId(*light, taken);
-        newIdOf_[{from, id}] = taken;
-        added.push_back({light.get(), SceneSource::kNone, taken});
-      }
+void SceneWriter::takeLights(const std::vector<const JtLightSet*>& sets, std::vector<Item>& added) {
+  for (const JtLightSet* set : sets) {
+    SceneSource* from = SceneSource::sourceOf(*set);
+    if (!from) continue;
+    for (const std::int32_t id : set->lightIds()) {
+      const std::uint32_t element = from->find(id);
+      if (element >= from->firstAtom() || newIdOf(*from, id) != 0) continue;
+      Links links;
+      const ElementKind* kind = nullptr;
+      std::string damage;
+      const Ref<JtSceneObject> light =
+          SceneReader::readElement(*from, element, links, kind, &damage);
+      if (!damage.empty() || !JtType::isA(light.get(), JtLight::classTypeID())) continue;
+      from->bind(*light, element);
+      lights_.push_back(light);
+      const std::int32_t taken = newId();
+      setNewId(*light, taken);
+      newIdOf_[{from, id}] = taken;
+      added.push_back({light.get(), SceneSource::kNone, taken});
     }
+  }
 }
 
 /// A copy of an object of another file that names objects by their new ids; empty when it names
@@ -374,10 +372,19 @@ void SceneWriter::writeItem(ByteSink& out, const Item& item) {
   }
 }
 
+/// As findElementKind(). Most objects are of the kind of the one before.
+const ElementKind* SceneWriter::kindOf(const JtType* type) {
+  if (type != lastType_) {
+    lastKind_ = findElementKind(type);
+    lastType_ = type;
+  }
+  return lastKind_;
+}
+
 void SceneWriter::writeObject(ByteSink& out, const Item& item, const Links& links) {
   const JtSceneObject& object = *item.object;
   const SceneSource* from = SceneSource::sourceOf(object);
-  const ElementKind* kind = findElementKind(object.typeID());
+  const ElementKind* kind = kindOf(object.typeID());
   ElementFrame frame{0, kind ? kind->guid : JtGuid{}, kind ? kind->baseType : std::uint8_t{0},
                      item.id};
   if (from) {  // the type as it was read: it may be one that this library does not know

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "JtFlatMap.h"
+#include "JtLights.h"
 #include "JtMaterial.h"
 #include "JtPartition.h"
 #include "base/RecentTexts.h"
@@ -54,7 +55,11 @@ class SceneWriter {
   SceneWriter(const std::vector<const JtNode*>& nodes, SceneSource* source, const Format& format,
               const SavePlan& plan, SegmentPlaces& places);
 
-  /// Throws JtFormatError "not_convertible" when an element cannot be put into this form.
+  /// Lists what is written, and gives what is new its ids. Throws JtFormatError "not_convertible"
+  /// when a node cannot be put into this form. Reads nodes and attributes; of new ones it changes
+  /// the ids, and nothing else.
+  void collectGraph();
+  /// Throws JtFormatError as well. @pre collectGraph() was called; once only
   /// @param packer gets the content while it grows, all but its end; may be null
   EncodedScene encode(ZlibPacker* packer = nullptr);
 
@@ -72,8 +77,8 @@ class SceneWriter {
     std::uint32_t element = SceneSource::kNone;
     std::int32_t id = 0;
   };
-  void collectGraph();
   void collectProperties();
+  void loadAhead(std::size_t at) const;
   bool collectNodeRow(const JtNode& node, std::int32_t owner, std::uint32_t sourcePairs);
   void copyRow(std::int32_t owner, std::uint32_t pairs);
   void copyPairs(std::uint32_t pairs);
@@ -94,12 +99,13 @@ class SceneWriter {
   void setNewId(const JtSceneObject& object, std::int32_t id);
   bool hasOwnSlot(const JtSceneObject& object) const;
 
+  const ElementKind* kindOf(const JtType* type);
   void writeItem(ByteSink& out, const Item& item);
   /// @param links ids of its attributes and children
   void writeObject(ByteSink& out, const Item& item, const Links& links);
   void fillLinks(const JtSceneObject& object);
   std::int32_t newIdOf(const SceneSource& from, std::int32_t id);
-  void takeLights(std::vector<Item>& added);
+  void takeLights(const std::vector<const JtLightSet*>& sets, std::vector<Item>& added);
   Ref<JtSceneObject> withNewIds(const JtSceneObject& object);
   bool namesLostSegment(const Property& property);
   std::optional<JtGuid> newIdOf(const JtLateLoadedPropAtom& late, const JtType* wanted) const;
@@ -126,6 +132,8 @@ class SceneWriter {
   bool sameForm_;
   const SavePlan& plan_;
   SegmentPlaces& places_;
+  const JtType* lastType_ = nullptr;  // of kindOf()
+  const ElementKind* lastKind_ = nullptr;
   EncodedScene result_;
   ZlibPacker* packer_ = nullptr;
   std::int32_t nextId_ = 1;
