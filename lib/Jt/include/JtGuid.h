@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <cstdint>
 #include <cstring>
@@ -21,6 +22,13 @@ struct JtGuid {
   std::array<std::uint8_t, 8> data4{};
 
   friend auto operator<=>(const JtGuid&, const JtGuid&) = default;
+  /// As two words: ids are compared for every element of a file.
+  friend constexpr bool operator==(const JtGuid& a, const JtGuid& b) noexcept {
+    using Words = std::array<std::uint64_t, 2>;
+    const auto left = std::bit_cast<Words>(a);
+    const auto right = std::bit_cast<Words>(b);
+    return ((left[0] ^ right[0]) | (left[1] ^ right[1])) == 0;
+  }
 
   /// True when every bit is 0.
   bool isNull() const noexcept { return *this == JtGuid{}; }
