@@ -56,9 +56,9 @@ TEST(Limits, ADocumentThatNeedsMoreIsRefused) {
     for (const hostile::Kind& kind : hostile::kKinds) {
       if (kind.large == hostile::Large::paths) continue;
       SCOPED_TRACE(std::string(kind.name) + " " + formatText(format));
-      storage["opened"] = kind.make(format, kind.large == hostile::Large::shape ? 20 : 4'000);
+      storage["opened"] = kind.make(format, kind.large == hostile::Large::shape ? 20 : 2'000);
       jt::ReadLimits limits;
-      limits.maxDocumentBytes = 60'000;
+      limits.maxDocumentBytes = 30'000;
       const auto findings = jt::verify(MemoryLocation("opened"), limits);
       ASSERT_FALSE(findings.empty());
       for (const jt::Diagnostic& finding : findings) {
