@@ -149,6 +149,35 @@ TEST(Conversion, OneThreadAndSixteenGiveTheSameBytes) {
   mallopt(M_PERTURB, 0);
 }
 
+/// So many nodes that their extent is computed beside their listing.
+TEST(Conversion, TheExtentOfManyNodesIsTheSameOnEveryNumberOfThreads) {
+  constexpr int kLast = 10'500;
+  MemoryStorage storage;
+  const auto shape =
+      jt::makeShape(std::make_shared<const jt::Mesh>(grid(3, 5, false, false, {}, false)));
+  jt::Box expected = shape->statistics().box;
+  expected.min[2] -= kLast;
+  expected.max[0] += kLast;
+  expected.max[1] += 2 * kLast;
+  for (const std::size_t threads : {1, 3}) {
+    const auto made = jt::make<JtPartition>();
+    for (int i = 0; i <= kLast; ++i) {
+      const auto place = jt::make<JtGroup>();
+      const double along = i;
+      place->appendAttribute(jt::make<JtXform>(jt::Matrix4{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0,
+                                                           along, 2 * along, -along, 1})
+                                 .get());
+      place->addChild(shape.get());
+      made->addChild(place.get());
+    }
+    jt::file::parallelThreads = threads;
+    const auto opened = storage.open(storage.saved(*made));
+    jt::file::parallelThreads = 0;
+    EXPECT_EQ(opened->numChildren(), kLast + 1);
+    EXPECT_EQ(opened->bounds(), expected);
+  }
+}
+
 /// A root that names segments 2, 3, ... of the given types and contents.
 Bytes fileWith(const Format& format, const std::vector<std::pair<int, Bytes>>& segments) {
   using jt::file::Feature;

@@ -115,7 +115,7 @@ class BasicReader {
   /// the reader reads.
   void countIn(MemoryShare& memory) noexcept { memory_ = &memory; }
   /// To be called for memory that a field list takes itself.
-  void hold(std::size_t bytes) const {
+  void hold(std::uint64_t bytes) const {
     if (memory_) memory_->take(bytes, offset());
   }
   const Format& format() const noexcept { return format_; }
@@ -193,7 +193,7 @@ class BasicReader {
   template <class T, class Each>
   void repeat(const char* name, std::vector<T>& items, std::size_t minItemSize, Each each) {
     const std::size_t count = readCount(name, minItemSize);
-    hold(count * sizeof(T));
+    hold(std::uint64_t{count} * sizeof(T));
     items.clear();
     items.reserve(count);
     for (std::size_t i = 0; i < count; ++i) each(items.emplace_back());
