@@ -159,7 +159,7 @@ TEST(Conversion, TheExtentOfManyNodesIsTheSameOnEveryNumberOfThreads) {
   expected.min[2] -= kLast;
   expected.max[0] += kLast;
   expected.max[1] += 2 * kLast;
-  for (const std::size_t threads : {1, 3}) {
+  for (const std::size_t threads : {1U, 3U}) {
     const auto made = jt::make<JtPartition>();
     for (int i = 0; i <= kLast; ++i) {
       const auto place = jt::make<JtGroup>();

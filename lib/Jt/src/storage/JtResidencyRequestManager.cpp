@@ -21,7 +21,7 @@ struct JtResidencyRequestManager::State {
   std::size_t running = 0;
   std::size_t failures = 0;
   std::size_t threadCount = jt::coreCount();  ///< of the next start
-  std::size_t mostThreads = 0;                            ///< of this one
+  std::size_t mostThreads = 0;                ///< of this one
   std::vector<std::jthread> threads;
 
   bool isPending() const { return !waiting.empty() || running != 0; }
