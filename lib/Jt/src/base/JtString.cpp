@@ -1,7 +1,6 @@
 #include "JtString.h"
 
 #include <algorithm>
-#include <type_traits>
 
 #include "HostUtf8.h"
 
@@ -49,8 +48,8 @@ JtString::JtString(std::string_view text)
 JtString::JtString(std::wstring_view text)
     : JtString(textOf([text](const auto& take) {
         for (const wchar_t each : text) {
-          const auto value = static_cast<std::make_unsigned_t<wchar_t>>(each);
-          take(value <= 0x10ffff ? char32_t{value} : host::kReplacementCharacter);
+          const auto value = static_cast<char32_t>(each);
+          take(value <= 0x10ffff ? value : host::kReplacementCharacter);
         }
       })) {}
 
