@@ -23,8 +23,8 @@ inline std::size_t threadCount(std::size_t threads) noexcept {
 }
 
 /// Calls work(0) ... work(count - 1), each once and in no certain order, on several threads; the
-/// calling thread is one of them. Returns when all are done. The first exception of any call stops
-/// what has not begun and is thrown here.
+/// calling thread is one of them. Returns when all are done. An exception stops what has not begun;
+/// the one of the lowest number is thrown here, whatever came first in time.
 /// @param threads at most so many; 0: one for each of coreCount(). Where the system gives fewer,
 ///   fewer do the work.
 template <class Work>
@@ -32,13 +32,17 @@ void inParallel(std::size_t threads, std::size_t count, const Work& work) {
   std::atomic<std::size_t> next{0};
   std::mutex mutex;
   std::exception_ptr failure;
+  std::size_t failed = count;
   const auto run = [&] {
     for (std::size_t i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) {
       try {
         work(i);
       } catch (...) {
         const std::lock_guard lock(mutex);
-        if (!failure) failure = std::current_exception();
+        if (i < failed) {
+          failed = i;
+          failure = std::current_exception();
+        }
         next.store(count, std::memory_order_relaxed);
       }
     }

@@ -16,28 +16,16 @@ void parallelFor(std::size_t count, const Work& work) {
   inParallel(parallelThreadCount(), count, work);
 }
 
-/// Runs both, the second one meanwhile on another core if `isWorthIt`: starting a thread takes some
-/// 30 us. An exception of the first one is thrown rather than one of the second.
+/// inParallel() of two pieces of work, on another core only if `isWorthIt`: starting a thread takes
+/// some 30 us.
 template <class First, class Second>
 void sideBySide(bool isWorthIt, const First& first, const Second& second) {
-  std::exception_ptr failure;
-  std::jthread helper;
-  if (isWorthIt && parallelThreadCount() > 1) try {
-      helper = std::jthread([&] {
-        try {
-          second();
-        } catch (...) {
-          failure = std::current_exception();
-        }
-      });
-    } catch (const std::system_error&) {
-      // No more threads available: one after the other.
-    }
-  const bool isAlone = !helper.joinable();
-  first();
-  if (isAlone) return second();
-  helper.join();
-  if (failure) std::rethrow_exception(failure);
+  inParallel(isWorthIt ? parallelThreadCount() : 1, 2, [&](std::size_t i) {
+    if (i == 0)
+      first();
+    else
+      second();
+  });
 }
 
 }  // namespace jt::file

@@ -11,11 +11,15 @@ namespace {
 
 const Links kNoLinks;  // of property atoms
 
+/// True for a node whose properties nobody has read from the file.
+bool areInFile(const JtNode& node) {
+  return FieldAccess::propertyRow(node).load(std::memory_order_acquire) != 0;
+}
+
 }  // namespace
 
 bool SceneWriter::isUnloaded(const JtNode& node) const {
-  return sameForm_ && isOwn(node) &&
-         FieldAccess::propertyRow(node).load(std::memory_order_acquire) != 0;
+  return sameForm_ && isOwn(node) && areInFile(node);
 }
 
 void SceneWriter::markAtom(std::int32_t id) {
@@ -190,15 +194,12 @@ void SceneWriter::loadAhead(std::size_t at) const {
   constexpr std::size_t kNext = 1;
   constexpr std::size_t kSecond = 3;
   constexpr std::size_t kThird = 6;
-  const auto isLoaded = [](const JtNode& node) {
-    return FieldAccess::propertyRow(node).load(std::memory_order_acquire) == 0;
-  };
   if (at + kThird < nodes_.size()) __builtin_prefetch(nodes_[at + kThird]);
   if (at + kSecond < nodes_.size())
-    if (const JtNode& node = *nodes_[at + kSecond]; isLoaded(node))
+    if (const JtNode& node = *nodes_[at + kSecond]; !areInFile(node))
       __builtin_prefetch(FieldAccess::properties(node).data());
   if (at + kNext < nodes_.size())
-    if (const JtNode& node = *nodes_[at + kNext]; isLoaded(node))
+    if (const JtNode& node = *nodes_[at + kNext]; !areInFile(node))
       for (const Property& property : FieldAccess::properties(node))
         __builtin_prefetch(property.value.get());
 }
