@@ -81,6 +81,7 @@ class PacketReader {
     reader.depth_ = depth_;
     Values values;
     reader.packet(values);
+    ++batch.packets_;
     batch.finish();
     return values;
   }
@@ -397,7 +398,7 @@ std::vector<bool> PacketBatch::halfOf() const {
   constexpr std::size_t kLarge = std::size_t{1} << 17U;
   std::size_t all = 0;
   for (const Stream& stream : streams_) all += stream.decoder.left();
-  if (all < kLarge || file::parallelThreadCount() < 2) return {};
+  if (packets_ < 2 || all < kLarge || file::parallelThreadCount() < 2) return {};
   struct Packet {
     std::size_t index = 0;
     std::size_t symbols = 0;
