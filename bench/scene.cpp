@@ -93,9 +93,9 @@ void saveOpened(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(partition->save(place.get(), options));
 }
 
-BENCHMARK(openFloor)->Unit(benchmark::kMillisecond);
-BENCHMARK(open)->Unit(benchmark::kMillisecond);
-BENCHMARK(openAndReadProperties)->Unit(benchmark::kMillisecond);
+BENCHMARK(openFloor)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(open)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(openAndReadProperties)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(deflateFloor)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(saveFromMemory)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(saveOpened)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -11,6 +11,7 @@
 
 #include "JtFormatError.h"
 #include "file/container/ZlibPacker.h"
+#include "file/container/ZlibPieces.h"
 
 namespace jt::file {
 
@@ -36,6 +37,7 @@ std::uint64_t ceiling(std::size_t packed, std::uint32_t ratio, std::uint64_t max
 /// libdeflate wants the whole output at once and the stream does not hold its size: try with room
 /// that fits nearly every file, then with more. Memory that stays unused is never touched.
 Unpacked unpackZlib(std::span<const std::byte> packed, std::uint64_t cap) {
+  if (auto unpacked = unpackPieces(packed, cap)) return std::move(*unpacked);
   const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> inflater(
       libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
   if (!inflater) throw std::bad_alloc();

@@ -15,6 +15,7 @@
 #include "base/ByteOrder.h"
 #include "base/ParallelFor.h"
 #include "file/container/DeflateBlocks.h"
+#include "file/container/ZlibPieces.h"
 
 namespace jt::file {
 
@@ -76,10 +77,10 @@ ZlibPacker::~ZlibPacker() {
 
 /// A piece has begun when more follows it: whether it is the last one is known by then.
 void ZlibPacker::begin(std::span<const std::byte> content) {
-  for (; content.size() > begun_ + kPiece; begun_ += kPiece) {
+  for (; content.size() > begun_ + kZlibPiece; begun_ += kZlibPiece) {
     Piece piece;
-    piece.copy = Buffer(kPiece);
-    std::ranges::copy(content.subspan(begun_, kPiece), piece.copy.data());
+    piece.copy = Buffer(kZlibPiece);
+    std::ranges::copy(content.subspan(begun_, kZlibPiece), piece.copy.data());
     piece.bytes = piece.copy.bytes();
     put(std::move(piece));
   }
@@ -112,6 +113,7 @@ void ZlibPacker::work() {
     lock.unlock();
     try {
       piece.packed = packPiece(piece.bytes, level_, piece.isLast);
+      piece.sum = adler32(piece.bytes);
       piece.copy = {};
       lock.lock();
     } catch (...) {
@@ -132,31 +134,32 @@ void ZlibPacker::close() noexcept {
 }
 
 Buffer ZlibPacker::finish(std::span<const std::byte> content) {
-  if (content.size() <= kPiece) return packWhole(content, level_);
-  for (; begun_ < content.size(); begun_ += kPiece) {
-    const bool isLast = content.size() - begun_ <= kPiece;
-    put({{}, content.subspan(begun_, std::min(kPiece, content.size() - begun_)), isLast, {}});
+  if (content.size() <= kZlibPiece) return packWhole(content, level_);
+  for (; begun_ < content.size(); begun_ += kZlibPiece) {
+    const bool isLast = content.size() - begun_ <= kZlibPiece;
+    put({{}, content.subspan(begun_, std::min(kZlibPiece, content.size() - begun_)), isLast, {}});
   }
   close();
   work();
   helpers_.clear();
   if (failure_) std::rethrow_exception(failure_);
-  return join(content);
+  return join();
 }
 
-Buffer ZlibPacker::join(std::span<const std::byte> content) {
+Buffer ZlibPacker::join() {
   // RFC 1950: a window of 32 KiB, the usual compression.
   constexpr std::array<std::byte, 2> kHeader = {std::byte{0x78}, std::byte{0x9c}};
   std::size_t size = kHeader.size() + sizeof(std::uint32_t);
   for (const Piece& piece : pieces_) size += piece.packed.size();
   Buffer out(size);
   std::byte* at = std::ranges::copy(kHeader, out.data()).out;
+  std::uint32_t sum = adler32({});
   for (Piece& piece : pieces_) {
     at = std::ranges::copy(piece.packed.bytes(), at).out;
     piece.packed = {};
+    sum = joinAdler32(sum, piece.sum, piece.bytes.size());
   }
-  const std::uint32_t sum = inFileOrder(
-      libdeflate_adler32(libdeflate_adler32(0, nullptr, 0), content.data(), content.size()), true);
+  sum = inFileOrder(sum, true);
   std::memcpy(at, &sum, sizeof sum);
   return out;
 }

@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <mutex>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "base/Buffer.h"
+#include "file/container/ZlibPieces.h"
 
 namespace jt::file {
 
@@ -27,26 +29,25 @@ class ZlibPacker {
   /// Begins with what is there, on other threads. For one thread at a time.
   /// @param content all of it so far; may lie elsewhere next time, but what it holds stays
   void add(std::span<const std::byte> content) {
-    if (content.size() > begun_ + kPiece) begin(content);
+    if (content.size() > begun_ + kZlibPiece) begin(content);
   }
   /// The stream of the whole content; once. Throws std::bad_alloc.
   Buffer finish(std::span<const std::byte> content);
 
  private:
-  static constexpr std::size_t kPiece = std::size_t{2} << 20U;
-
   struct Piece {
-    Buffer copy;  // of content that may move
-    std::span<const std::byte> bytes;
+    Buffer copy;                       // of content that may move
+    std::span<const std::byte> bytes;  // gone once they are packed
     bool isLast = false;
     Buffer packed;
+    std::uint32_t sum = 0;  // of the bytes
   };
 
   void begin(std::span<const std::byte> content);
   void put(Piece piece);
   void work();
   void close() noexcept;
-  Buffer join(std::span<const std::byte> content);
+  Buffer join();
 
   const int level_;
   std::size_t begun_ = 0;  // bytes
