@@ -28,13 +28,6 @@ namespace {
 
 // --- Differences
 
-/// Keeps the differences that a comparison reports.
-class Collector : public jt::CompareSink {
- public:
-  void difference(const jt::Difference& difference) override { all.push_back(difference); }
-  std::vector<jt::Difference> all;
-};
-
 struct Comparison {
   jt::CompareResult result;
   std::vector<jt::Difference> differences;
@@ -60,10 +53,10 @@ Comparison diff(const py::object& a, const py::object& b, double tolerance, std:
   const Released released;
   first.open();
   second.open();
-  Collector collector;
+  jt::DifferenceList list;
   Comparison comparison;
-  comparison.result = jt::compare(first.partition(), second.partition(), options, collector);
-  comparison.differences = std::move(collector.all);
+  comparison.result = jt::compare(first.partition(), second.partition(), options, list);
+  comparison.differences = std::move(list.all);
   comparison.isWhole = areRead(first.partition()) && areRead(second.partition());
   return comparison;
 }

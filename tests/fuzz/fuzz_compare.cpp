@@ -18,19 +18,14 @@ std::size_t firstSize(const std::uint8_t* data, std::size_t size) {
   return (size - kTail) * share >> 16;
 }
 
-struct Count : jt::CompareSink {
-  void difference(const jt::Difference& difference) override { text += difference.path; }
-  std::string text;
-};
-
 /// Whether two files are the same; nothing when they cannot be compared.
 std::optional<bool> isSame(const JtPartition& a, const JtPartition& b, double tolerance) {
   try {
-    Count count;
+    jt::DifferenceList list;
     jt::CompareOptions options;
     options.tolerance = tolerance;
     options.identityKeys = {"KrGmProtoKey"};
-    return jt::compare(a, b, options, count).isSame();
+    return jt::compare(a, b, options, list).isSame();
   } catch (const JtFormatError&) {
     return {};
   }

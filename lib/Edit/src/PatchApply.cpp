@@ -320,13 +320,6 @@ class Undoing {
   JtwHistory& history_;
 };
 
-/// Keeps what is different.
-class DifferenceList : public jt::CompareSink {
- public:
-  void difference(const jt::Difference& difference) override { all.push_back(difference); }
-  std::vector<jt::Difference> all;
-};
-
 }  // namespace
 
 ApplyResult applyPatch(Objects& objects, const Patch& patch, bool force) {
@@ -339,7 +332,7 @@ std::vector<jt::Difference> lossesOf(Objects& a, const JtwRoot& b, const Patch& 
   JtwHistory history(a.root());
   if (!apply(a, patch, false, history).misfits.empty())
     failRefused(a.document(), "patch_does_not_fit", "the patch is not one of this component");
-  DifferenceList list;
+  jt::DifferenceList list;
   jt::CompareOptions options;
   options.identityKeys = {keyProperty()};
   options.maxDifferences = most;

@@ -88,6 +88,13 @@ class JT_API CompareSink {
   virtual void difference(const Difference& difference) = 0;
 };
 
+/// Keeps copies of the differences that it receives.
+class JT_API DifferenceList : public CompareSink {
+ public:
+  void difference(const Difference& difference) override { all.push_back(difference); }
+  std::vector<Difference> all;  ///< in the order of the comparison
+};
+
 /// What a comparison looks at, and how closely.
 struct CompareOptions {
   /// How far apart lengths may be, in millimetres: positions, translations, extents, ranges. A

@@ -25,16 +25,6 @@
 namespace tool {
 namespace {
 
-/// Keeps the differences, since the answer comes first.
-class Collector : public jt::CompareSink {
- public:
-  void difference(const jt::Difference& difference) override { all_.push_back(difference); }
-  const std::vector<jt::Difference>& all() const noexcept { return all_; }
-
- private:
-  std::vector<jt::Difference> all_;
-};
-
 struct Answer {
   jt::CompareResult result;
   std::vector<jt::Difference> differences;
@@ -225,13 +215,13 @@ ExitCode runDiff(Session& session) {
                      "no object of either file is selected by " + *arguments.value("select"));
 
   Answer answer;
-  Collector collector;
+  jt::DifferenceList list;
   {
     Progress progress(session, "comparing");
     options.progress = [&progress](double share) { progress.update(share); };
-    answer.result = jt::compare(a.top(), b.top(), options, collector);
+    answer.result = jt::compare(a.top(), b.top(), options, list);
   }
-  answer.differences = collector.all();
+  answer.differences = std::move(list.all);
   if (arguments.has("segments")) answer.segments = jt::compareSegments(a.top(), b.top());
   if (answer.result.skipped > 0)
     session.warn(counted(static_cast<std::size_t>(answer.result.skipped), "thing") +
