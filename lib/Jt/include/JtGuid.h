@@ -35,12 +35,36 @@ struct JtGuid {
   /// The usual text, "10dd1035-2ac8-11d1-9b6b-0080c7bb5997".
   JT_API std::string text() const;
   /// Reads the usual text, with or without braces; nothing when it is not one.
-  JT_API static std::optional<JtGuid> parse(std::string_view text);
+  static constexpr std::optional<JtGuid> parse(std::string_view text) noexcept;
   /// A new random identifier (version 4).
   JT_API static JtGuid random();
   /// An identifier (version 8) that follows from another one and a number: always the same.
   JT_API static JtGuid derived(const JtGuid& from, std::uint64_t number);
 };
+
+constexpr std::optional<JtGuid> JtGuid::parse(std::string_view text) noexcept {
+  constexpr std::string_view kForm = "00000000-0000-0000-0000-000000000000";
+  constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
+  if (text.size() == kForm.size() + 2 && text.front() == '{' && text.back() == '}')
+    text = text.substr(1, kForm.size());
+  if (text.size() != kForm.size()) return std::nullopt;
+  std::array<std::uint8_t, 16> bytes{};
+  std::size_t digits = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if ((text[i] == '-') != (kForm[i] == '-')) return std::nullopt;
+    if (text[i] == '-') continue;
+    const std::size_t digit = kDigits.find(text[i]);
+    if (digit == std::string_view::npos) return std::nullopt;
+    std::uint8_t& byte = bytes[digits++ / 2];
+    byte = static_cast<std::uint8_t>(std::size_t{byte} << 4 | (digit < 16 ? digit : digit - 6));
+  }
+  JtGuid guid;
+  for (std::size_t i = 0; i < 4; ++i) guid.data1 = guid.data1 << 8 | bytes[i];
+  guid.data2 = static_cast<std::uint16_t>(bytes[4] << 8 | bytes[5]);
+  guid.data3 = static_cast<std::uint16_t>(bytes[6] << 8 | bytes[7]);
+  for (std::size_t i = 0; i < guid.data4.size(); ++i) guid.data4[i] = bytes[8 + i];
+  return guid;
+}
 
 template <>
 struct std::hash<JtGuid> {

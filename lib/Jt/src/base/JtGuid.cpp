@@ -1,23 +1,8 @@
 #include "JtGuid.h"
 
-#include <charconv>
-
 #include "HostRandom.h"
 
 namespace {
-
-constexpr std::size_t kTextLength = 36;
-
-bool isDashPlace(std::size_t place) {
-  return place == 8 || place == 13 || place == 18 || place == 23;
-}
-
-template <class Number>
-bool readHex(std::string_view text, std::size_t from, std::size_t digits, Number& out) {
-  const char* end = text.data() + from + digits;
-  const auto [stop, error] = std::from_chars(text.data() + from, end, out, 16);
-  return error == std::errc{} && stop == end;
-}
 
 /// Mixes every bit into all others.
 std::uint64_t mixed(std::uint64_t bits) {
@@ -35,7 +20,7 @@ void appendHex(std::string& text, std::uint32_t value, int digits) {
 
 std::string JtGuid::text() const {
   std::string result;
-  result.reserve(kTextLength);
+  result.reserve(36);
   appendHex(result, data1, 8);
   result += '-';
   appendHex(result, data2, 4);
@@ -46,21 +31,6 @@ std::string JtGuid::text() const {
     appendHex(result, data4[i], 2);
   }
   return result;
-}
-
-std::optional<JtGuid> JtGuid::parse(std::string_view text) {
-  if (text.size() == kTextLength + 2 && text.front() == '{' && text.back() == '}')
-    text = text.substr(1, kTextLength);
-  if (text.size() != kTextLength) return std::nullopt;
-  for (std::size_t i = 0; i < text.size(); ++i)
-    if ((text[i] == '-') != isDashPlace(i)) return std::nullopt;
-
-  JtGuid guid;
-  bool good = readHex(text, 0, 8, guid.data1) && readHex(text, 9, 4, guid.data2) &&
-              readHex(text, 14, 4, guid.data3);
-  for (std::size_t i = 0; i < guid.data4.size(); ++i)
-    good = good && readHex(text, (i < 2 ? 19 : 20) + 2 * i, 2, guid.data4[i]);
-  return good ? std::optional(guid) : std::nullopt;
 }
 
 JtGuid JtGuid::random() {
