@@ -24,8 +24,8 @@ function(jtw_test name)
   # without reading the largest header anew for each source.
   target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   # g++ 12 raises false alarms of these kinds at -O1 where strings are made of long runs.
-  target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>
-                         $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>)
+  target_compile_options(
+    ${name} PRIVATE "$<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds;-Wno-stringop-overflow>")
   target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
   # The tests of the layers; the program's look at folders and at what a failing program does.
   set(environment "")
