@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/Prefetch.h"
 #include "scene/Ancestors.h"
 #include "scene/Recording.h"
 
@@ -11,7 +12,14 @@ JtGroup::~JtGroup() {
 }
 
 void JtGroup::releaseChildren(Dismantler& out) noexcept {
+  constexpr std::size_t kAhead = 12;  // what is loaded should still be near when its turn comes
+  const auto loadAhead = [this](std::size_t fromLast) {
+    if (fromLast < children_.size())
+      jt::prefetch(children_[children_.size() - 1 - fromLast].get(), sizeof(JtGroup));
+  };
+  for (std::size_t i = 0; i < kAhead; ++i) loadAhead(i);
   for (auto child = children_.rbegin(); child != children_.rend(); ++child) {
+    loadAhead(static_cast<std::size_t>(child - children_.rbegin()) + kAhead);
     detach(**child, *this);
     out.add(std::move(*child));
   }

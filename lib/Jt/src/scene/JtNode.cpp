@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "base/ObjectBlocks.h"
+#include "base/Prefetch.h"
 #include "scene/ObjectSource.h"
 #include "scene/Recording.h"
 
@@ -81,20 +82,10 @@ void JtNode::recordParents(JtNode& child) {
 // A node that is about to end has no parents any more: the first place of that list, which takes no
 // memory, links the nodes that wait.
 
-namespace {
-
-void prefetch(const void* memory, std::size_t size) noexcept {
-  constexpr std::size_t kLine = 64;
-  for (std::size_t at = 0; at < size; at += kLine)
-    __builtin_prefetch(static_cast<const std::byte*>(memory) + at, 1);
-}
-
-}  // namespace
-
 void JtNode::Dismantler::add(jt::Ref<JtNode> node) noexcept {
   if (!node || node->refCount() != 1 || node->isKept()) return;
-  prefetch(node->properties_.data(), node->properties_.size() * sizeof(jt::Property));
-  prefetch(node->attribute(0), sizeof(JtAttribute));
+  jt::prefetch(node->properties_.data(), node->properties_.size() * sizeof(jt::Property));
+  jt::prefetch(node->attribute(0), sizeof(JtAttribute));
   node->parents_ = {};
   if (first_) node->attachTo(*first_);
   first_ = node.release();
@@ -113,7 +104,7 @@ JtNode::Dismantler::~Dismantler() {
     // The values of the next node come from memory while this one ends.
     if (first_)
       for (const jt::Property& property : first_->properties_)
-        prefetch(property.value.get(), kUsualValue);
+        jt::prefetch(property.value.get(), kUsualValue);
   }
 }
 

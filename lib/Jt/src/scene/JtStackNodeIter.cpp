@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "JtGroup.h"
+#include "base/Prefetch.h"
+
 namespace {
 
 JtNode* childAt(const JtNode& node, int index) {
@@ -25,7 +28,7 @@ bool JtStackNodeIter::run(JtNode* start) {
     if (JtNode* const child = level.skip ? nullptr : findNext(level)) {
       level.visited = child;
       level.following = childAt(*level.node, ++level.nextChild);
-      __builtin_prefetch(level.following);
+      jt::prefetch(level.following, sizeof(JtGroup));
       if (!enter(child)) return false;
       continue;
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/Prefetch.h"
+
 namespace jt::file {
 
 namespace {
@@ -229,8 +231,20 @@ void SceneReader::findRows() {
 }
 
 void SceneReader::assemble() {
-  for (std::uint32_t element = 0; element < objects_.size(); ++element)
+  for (std::uint32_t element = 0; element < objects_.size(); ++element) {
+    prefetchNode(std::size_t{element} + 32);
     if (is(element, kNode)) assembleNode(element);
+  }
+}
+
+/// An element, if there is one, and its first children, which lie far from it.
+void SceneReader::prefetchNode(std::size_t element) {
+  constexpr std::size_t kMostChildren = 32;  // what is loaded should still be near in its turn
+  if (element >= objects_.size()) return;
+  prefetch(objects_[element], sizeof(JtGroup));
+  const auto children = children_.of(static_cast<std::uint32_t>(element));
+  for (const std::uint32_t child : children.first(std::min(children.size(), kMostChildren)))
+    if (child != SceneSource::kNone) prefetch(objects_[child], sizeof(JtNode));
 }
 
 void SceneReader::assembleNode(std::uint32_t element) {

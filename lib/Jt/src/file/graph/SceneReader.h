@@ -54,6 +54,7 @@ class SceneReader {
   void dropCycles();
   void findRows();
   void assemble();
+  void prefetchNode(std::size_t element);
   void assembleNode(std::uint32_t element);
   Ref<JtPartition> chooseRoot();
   void appendFurtherRows();
