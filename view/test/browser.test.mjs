@@ -45,7 +45,15 @@ async function picture() {
   await page.waitForSelector('canvas[data-state=still]');
   await page.evaluate(() => document.activeElement?.blur());
   for (let last = ''; ; ) {
-    await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+    // A busy machine may show an older picture for a while: what was drawn is waited for.
+    await page.evaluate(async () => {
+      const frame = () => new Promise((done) => requestAnimationFrame(done));
+      await frame();
+      await frame();
+      document.querySelector('#canvas').getContext('webgl2').finish();
+      await frame();
+      await frame();
+    });
     const next = digest(await page.locator('#picture').screenshot());
     if (next === last) return next;
     last = next;
