@@ -4,12 +4,12 @@
 #include <lzma.h>
 
 #include <algorithm>
-#include <memory>
 #include <new>
 #include <string>
 #include <utility>
 
 #include "JtFormatError.h"
+#include "file/container/Inflater.h"
 #include "file/container/ZlibPacker.h"
 #include "file/container/ZlibPieces.h"
 
@@ -38,9 +38,7 @@ std::uint64_t ceiling(std::size_t packed, std::uint32_t ratio, std::uint64_t max
 /// that fits nearly every file, then with more. Memory that stays unused is never touched.
 Unpacked unpackZlib(std::span<const std::byte> packed, std::uint64_t cap) {
   if (auto unpacked = unpackPieces(packed, cap)) return std::move(*unpacked);
-  const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> inflater(
-      libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
-  if (!inflater) throw std::bad_alloc();
+  const Inflater inflater = makeInflater();
   for (std::uint64_t factor = 12;; factor *= 8) {
     const std::uint64_t room =
         std::min<std::uint64_t>(cap, std::max<std::uint64_t>(4096, factor * packed.size()));

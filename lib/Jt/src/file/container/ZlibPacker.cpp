@@ -53,12 +53,10 @@ Buffer packPiece(std::span<const std::byte> bytes, int level, bool isLast) {
     out.data()[last->header / 8] &= ~(std::byte{1} << (last->header % 8));
     // Its first three bits are 0: not the last block, stored.
     size = (last->end + 3 + 7) / 8;
-    constexpr std::array<std::byte, 4> kNoBytes = {std::byte{0}, std::byte{0}, std::byte{0xff},
-                                                   std::byte{0xff}};
     const std::size_t used = (last->end + 7) / 8;
     if (size > used) out.data()[used] = std::byte{0};
-    std::ranges::copy(kNoBytes, out.data() + size);
-    size += kNoBytes.size();
+    std::ranges::copy(kPieceEnd, out.data() + size);
+    size += kPieceEnd.size();
   }
   out.resize(size);
   return out;

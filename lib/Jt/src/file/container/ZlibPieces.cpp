@@ -3,16 +3,14 @@
 #include <libdeflate.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstring>
-#include <memory>
-#include <new>
 #include <utility>
 #include <vector>
 
 #include "base/ByteOrder.h"
 #include "base/ParallelFor.h"
+#include "file/container/Inflater.h"
 
 namespace jt::file {
 
@@ -33,13 +31,12 @@ std::vector<std::size_t> findPieces(std::span<const std::byte> packed, std::size
   std::vector<std::size_t> starts{kHeaderSize};
   const std::byte* const begin = packed.data();
   const std::byte* const end = begin + packed.size();
-  // The lengths of an empty stored block are 00 00 ff ff.
   const std::byte* at = begin + kHeaderSize + 2;
   while (at + 1 < end && starts.size() <= most) {
     at = static_cast<const std::byte*>(
         std::memchr(at, 0xff, static_cast<std::size_t>(end - at - 1)));
     if (!at) break;
-    const bool isEnd = at[1] == std::byte{0xff} && at[-1] == std::byte{0} && at[-2] == std::byte{0};
+    const bool isEnd = std::equal(kPieceEnd.begin(), kPieceEnd.end(), at - 2);
     at += isEnd ? 2 : 1;
     if (isEnd) starts.push_back(static_cast<std::size_t>(at - begin));
   }
@@ -53,9 +50,7 @@ struct Lengths {
 
 /// Unpacks a raw stream; nothing when it is damaged or takes more than the room.
 std::optional<Lengths> inflate(std::span<const std::byte> packed, std::span<std::byte> room) {
-  const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> inflater(
-      libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
-  if (!inflater) throw std::bad_alloc();
+  const Inflater inflater = makeInflater();
   Lengths lengths;
   if (libdeflate_deflate_decompress_ex(inflater.get(), packed.data(), packed.size(), room.data(),
                                        room.size(), &lengths.consumed,
@@ -66,10 +61,11 @@ std::optional<Lengths> inflate(std::span<const std::byte> packed, std::span<std:
 
 /// Unpacks a piece that is not the last one: as a stream of its own, with a last block behind it.
 bool unpackPiece(std::span<const std::byte> packed, std::span<std::byte> room) {
-  constexpr std::array<std::byte, 5> kLastBlock = {std::byte{1}, std::byte{0}, std::byte{0},
-                                                   std::byte{0xff}, std::byte{0xff}};
-  Buffer stream(packed.size() + kLastBlock.size());
-  std::ranges::copy(kLastBlock, std::ranges::copy(packed, stream.data()).out);
+  constexpr std::byte kLastStored{1};  // the first bits of an empty block
+  Buffer stream(packed.size() + 1 + kPieceEnd.size());
+  std::byte* at = std::ranges::copy(packed, stream.data()).out;
+  *at++ = kLastStored;
+  std::ranges::copy(kPieceEnd, at);
   const auto lengths = inflate(stream.bytes(), room);
   return lengths && lengths->consumed == stream.size() && lengths->produced == room.size();
 }

@@ -3,6 +3,7 @@
 // Streams in pieces, as ZlibPacker makes them: any reader of RFC 1950 takes them for one stream,
 // and whoever knows of the pieces unpacks them side by side.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -15,6 +16,9 @@ namespace jt::file {
 /// What a piece unpacks to, but for the last one. An empty stored block, which ends at a whole
 /// byte, is the end of each piece but the last; no piece refers to bytes of another.
 inline constexpr std::size_t kZlibPiece = std::size_t{2} << 20U;
+/// The lengths in an empty stored block: the last bytes of each piece but the last.
+inline constexpr std::array<std::byte, 4> kPieceEnd = {std::byte{0}, std::byte{0}, std::byte{0xff},
+                                                       std::byte{0xff}};
 
 /// The checksum of a zlib stream.
 std::uint32_t adler32(std::span<const std::byte> bytes) noexcept;

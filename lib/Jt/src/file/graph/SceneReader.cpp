@@ -231,8 +231,9 @@ void SceneReader::findRows() {
 }
 
 void SceneReader::assemble() {
+  constexpr std::size_t kAhead = 32;
   for (std::uint32_t element = 0; element < objects_.size(); ++element) {
-    prefetchNode(std::size_t{element} + 32);
+    prefetchNode(element + kAhead);
     if (is(element, kNode)) assembleNode(element);
   }
 }
